@@ -1,0 +1,35 @@
+# Options of a build of the project itself, kept out of the way of a project that includes it.
+include_guard(GLOBAL)
+
+option(WYX_WERROR "Treat warnings as errors" OFF)
+option(WYX_COVERAGE "Instrument for gcov" OFF)
+set(WYX_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined")
+set(WYX_CHAR "" CACHE STRING "Signedness of plain char: signed, unsigned, or empty for the target's own")
+set_property(CACHE WYX_CHAR PROPERTY STRINGS "" signed unsigned)
+set(WYX_CPU_LEVEL baseline CACHE STRING
+    "CPU the library is compiled for: baseline, native, or a value of -march such as x86-64-v3")
+
+# What every target of the project is compiled with.
+add_library(wyx_build_options INTERFACE)
+target_compile_features(wyx_build_options INTERFACE cxx_std_20)
+target_compile_options(wyx_build_options INTERFACE
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" # the same bytes from any folder
+    -Wall -Wextra -Wconversion -Wshadow -Wundef -Wvla -Wcast-qual -Wpointer-arith
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+    $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
+    $<$<BOOL:${WYX_WERROR}>:-Werror>
+    $<$<BOOL:${WYX_CHAR}>:-f${WYX_CHAR}-char>)
+if(WYX_COVERAGE)
+    target_compile_options(wyx_build_options INTERFACE --coverage)
+    target_link_options(wyx_build_options INTERFACE --coverage)
+endif()
+if(WYX_SANITIZE)
+    target_compile_options(wyx_build_options INTERFACE
+        -fsanitize=${WYX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(wyx_build_options INTERFACE -fsanitize=${WYX_SANITIZE})
+endif()
+
+# The CPU that the two libraries are compiled for; "baseline" leaves the compiler's default.
+if(NOT WYX_CPU_LEVEL STREQUAL "baseline")
+    set(WYX_CPU_FLAGS "-march=${WYX_CPU_LEVEL}")
+endif()

@@ -1,0 +1,12 @@
+/**
+ * @file commlib.h
+ * @brief The whole library: every public header of it.
+ */
+#ifndef WYX_COMMLIB_COMMLIB_H
+#define WYX_COMMLIB_COMMLIB_H
+
+#include "wyx_commlib/crc.h"
+#include "wyx_commlib/ini_parser.h"
+#include "wyx_commlib/types.h"
+
+#endif

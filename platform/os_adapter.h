@@ -1,0 +1,213 @@
+/**
+ * @file os_adapter.h
+ * @brief The platform services the library stands on: memory, files, the clock and strings.
+ *
+ * The library calls these symbols through the dynamic linker and nothing else of the system, so a
+ * client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double in
+ * front of it. This page is the contract that every adapter keeps; what the default adapter promises
+ * beyond it is marked *Default adapter*.
+ *
+ * Every service may be called from any thread.
+ */
+#ifndef WYX_OS_ADAPTER_H
+#define WYX_OS_ADAPTER_H
+
+#include "wyx_commlib/types.h"
+
+WYX_C_BEGIN
+
+/** @name Memory
+ * Each call names its own source line and file, so that an adapter can account every block to the
+ * line that allocated or released it. @{ */
+
+/**
+ * @brief Allocates a block whose content is undefined.
+ *
+ * @param[in] ulSize   size in bytes; 0 counts as 1
+ * @param[in] ulLine   the caller's source line
+ * @param[in] pszFile  the caller's source file; must stay valid as long as the block lives
+ * @return the block, aligned for every type, handed over: release it with XELP_MemFreeD() or
+ *         XELP_MemFreeSetNullD(); null if there is no memory.
+ */
+WYX_API void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+
+/**
+ * @brief Allocates a block filled with zero bytes.
+ *
+ * @param[in] ulSize      size in bytes; 0 counts as 1
+ * @param[in] ulReserved  0
+ * @param[in] ulLine      the caller's source line
+ * @param[in] pszFile     the caller's source file; must stay valid as long as the block lives
+ * @return as XELP_MemMallocD().
+ */
+WYX_API void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLine,
+                              const QAL_CHAR *pszFile);
+
+/**
+ * @brief Releases a block.
+ *
+ * @param[in] pBlock   a block of either allocator, taken; null is allowed and does nothing
+ * @param[in] ulLine   the caller's source line
+ * @param[in] pszFile  the caller's source file
+ */
+WYX_API void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+
+/**
+ * @brief Releases the block a variable holds and sets the variable to null.
+ *
+ * @param[in,out] ppBlock  the variable, not null; what it holds is taken and may be null
+ * @param[in]     ulLine   the caller's source line
+ * @param[in]     pszFile  the caller's source file
+ */
+WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+
+/** @} */
+/** @name Files @{ */
+
+/**
+ * @brief Opens a file.
+ *
+ * *Default adapter*: the descriptor is close-on-exec. For reading, a directory is refused, and so is
+ * a regular file that cannot be read to its end: a read error never looks like the end of the file.
+ * For writing, a symbolic link is not followed.
+ *
+ * @param[in] pszName  the file's name, borrowed
+ * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
+ *                     Neither translates line ends.
+ * @return the file, handed over: release it with XELP_Fclose(); null on failure.
+ */
+WYX_API XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode);
+
+/**
+ * @brief Reads the next byte.
+ *
+ * @param[in] pstruFile  a file open for reading
+ * @return the byte as 0 to 255, or -1 at the end of the file.
+ */
+WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
+
+/**
+ * @brief Moves the position in a file.
+ *
+ * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes,
+ * too.
+ *
+ * @param[in] pstruFile  an open file
+ * @param[in] lOffset    distance in bytes
+ * @param[in] lWhence    from where: 0 the start, 1 the current position, 2 the end
+ * @return 0, or another value if the position stays as it was.
+ */
+WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence);
+
+/**
+ * @brief Writes items.
+ *
+ * *Default adapter*: what is reported as written can no longer be lost to a full disk.
+ *
+ * @param[in] pData      the items, borrowed
+ * @param[in] ulSize     size of an item in bytes
+ * @param[in] ulCount    number of items
+ * @param[in] pstruFile  a file open for writing
+ * @return the number of items written whole; fewer than @p ulCount after an error.
+ */
+WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
+                               XELP_S_File *pstruFile);
+
+/**
+ * @brief Closes a file.
+ *
+ * *Default adapter*: a written file is flushed to the device first. Where that fails, this call
+ * fails, and because callers seldom look, so does the same thread's next XELP_Remove() or
+ * XELP_Rename(), once, without acting: what it would have removed is then still needed.
+ *
+ * @param[in] pstruFile  the file, taken
+ * @return 0, or another value if written data may not have reached the device.
+ */
+WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
+
+/**
+ * @brief Removes a file.
+ *
+ * *Default adapter*: never removes a directory; see XELP_Fclose() for the failure it passes on.
+ *
+ * @param[in] pszName  the file's name, borrowed
+ * @return 0, or another value if nothing was removed, as for a file that does not exist.
+ */
+WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
+
+/**
+ * @brief Gives a file another name, in place of a file that has it.
+ *
+ * *Default adapter*: the directory is flushed to the device; see XELP_Fclose() for the failure it
+ * passes on.
+ *
+ * @param[in] pszOldName  the file's name, borrowed
+ * @param[in] pszNewName  its name from now on, borrowed; on the same file system
+ * @return 0, or another value on failure.
+ */
+WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName);
+
+/** @} */
+/** @name Clock @{ */
+
+/**
+ * @brief The current time.
+ *
+ * @return a count of milliseconds; of the default adapter, since 1970-01-01 00:00 UTC.
+ */
+WYX_API QAL_UINT64 XELP_GetSystemTime(void);
+
+/** @} */
+/** @name Strings
+ * Bytes compare and convert as unsigned values; none of the calls depends on a locale. @{ */
+
+/**
+ * @brief Length of a string.
+ *
+ * @param[in] pszStr  the string
+ * @return its length in bytes, without the terminator.
+ */
+WYX_API QAL_UINT32 XELP_StrLen(const QAL_CHAR *pszStr);
+
+/**
+ * @brief First occurrence of a byte.
+ *
+ * @param[in] pszStr  the string
+ * @param[in] lChar   the byte; 0 finds the string's own terminator
+ * @return where it stands, or null.
+ */
+WYX_API QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
+
+/**
+ * @brief Last occurrence of a byte.
+ *
+ * @param[in] pszStr  the string
+ * @param[in] lChar   the byte; 0 finds the string's own terminator
+ * @return where it stands, or null.
+ */
+WYX_API QAL_CHAR *XELP_StrrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
+
+/**
+ * @brief First occurrence of a string in another.
+ *
+ * @param[in] pszStr  the string that is searched
+ * @param[in] pszSub  the string that is looked for; an empty one is found at the start
+ * @return where it starts, or null.
+ */
+WYX_API QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub);
+
+/**
+ * @brief Compares two strings without regard to the case of ASCII letters.
+ *
+ * @param[in] pszLeft   a string
+ * @param[in] pszRight  another
+ * @return 0 if they are equal, otherwise a value below or above 0 as the left one sorts before or
+ *         after the right one.
+ */
+WYX_API QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight);
+
+/** @} */
+
+WYX_C_END
+
+#endif

@@ -1,0 +1,113 @@
+// A double of the platform, linked into a test in front of the default adapter.
+//
+// It counts and records every call of the library, can make any of them fail, and knows at every
+// moment which blocks and files are held. Memory is the double's own, filled with a pattern, so that
+// a block taken for zeroed is noticed; files go through to the default adapter.
+#ifndef WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
+#define WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "wyx_commlib/types.h"
+
+namespace wyx::test {
+
+/// The services that can fail. Both allocators count as one.
+enum class Service { kAllocate, kOpen, kRead, kSeek, kWrite, kClose, kRemove, kRename, kCount };
+
+/// What happens at a failing call.
+enum class Failure {
+    kOnce,      ///< that call fails, later ones work
+    kFromThere, ///< that call fails and so do all later ones
+};
+
+/// One block asked for, one block released, or one file call, in the order of the calls.
+struct Event {
+    std::string what;       ///< "D", "S", "free", "open r", "close", "remove", ...
+    std::size_t size = 0;   ///< bytes asked for or written
+    QAL_UINT32 line = 0;    ///< the caller's source line, for memory
+    std::string file;       ///< the caller's source file, for memory; the name, for files
+    const void *pBlock = nullptr;
+    bool operator==(const Event &) const = default;
+};
+
+class PlatformDouble {
+  public:
+    /// The one double of the process.
+    static PlatformDouble &Instance();
+
+    /// Forgets all counts, records and planned failures; blocks that are held stay known.
+    void Reset();
+
+    /// Lets the @p n-th call (from 1) of @p service since the last Reset() fail. A failing write
+    /// writes @p ulWritten items and reports that many.
+    void Fail(Service service, QAL_UINT32 n, Failure failure = Failure::kOnce,
+              QAL_UINT32 ulWritten = 0);
+    /// Has a planned failure happened?
+    bool HasFailed() const { return hasFailed_; }
+
+    QAL_UINT32 Calls(Service service) const;
+    std::size_t LiveBlocks() const;
+    std::size_t LiveFiles() const;
+    /// Misuse seen since Reset(): a foreign or double release, a non-zero reserved argument.
+    const std::vector<std::string> &Misuses() const { return misuses_; }
+
+    /// The record of calls since Reset(), if RecordEvents(true).
+    void RecordEvents(bool on) { record_ = on; }
+    const std::vector<Event> &Events() const { return events_; }
+    /// The memory calls of the record as "D 5", "S 24", "free", joined by ", ".
+    std::string MemoryTrace() const;
+
+    /// Lets XELP_GetSystemTime() give this value; 0: the real time.
+    void SetTime(QAL_UINT64 ullTime) { ullTime_ = ullTime; }
+
+    // What the services call.
+    void *Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT32 ulLine, const char *pszFile);
+    void Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile);
+    /// Counts a call; true if it is to fail.
+    bool Strike(Service service);
+    void Record(Event event);
+    void FileOpened() { ++liveFiles_; }
+    void FileClosed() { --liveFiles_; }
+    QAL_UINT32 WrittenAtFailure() const { return ulWritten_; }
+    QAL_UINT64 Time() const { return ullTime_; }
+    void Misuse(std::string what);
+
+  private:
+    struct Plan {
+        QAL_UINT32 ulAt = 0; // 0: none
+        Failure failure = Failure::kOnce;
+    };
+
+    mutable std::mutex mutex_;
+    std::array<QAL_UINT32, static_cast<std::size_t>(Service::kCount)> calls_{};
+    std::array<Plan, static_cast<std::size_t>(Service::kCount)> plans_{};
+    std::map<const void *, Event> live_;
+    std::vector<Event> events_;
+    std::vector<std::string> misuses_;
+    std::size_t liveFiles_ = 0;
+    QAL_UINT32 ulWritten_ = 0;
+    QAL_UINT64 ullTime_ = 0;
+    bool hasFailed_ = false;
+    bool record_ = false;
+};
+
+/// Base of test fixtures: begins with a fresh double and ends with the proof that nothing is held.
+class PlatformTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    PlatformDouble &platform = PlatformDouble::Instance();
+};
+
+} // namespace wyx::test
+
+#endif
