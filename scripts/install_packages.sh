@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Installs those of the given Debian packages that are missing: scripts/install_packages.sh PACKAGE...
+#
+# Does nothing, and needs no rights, where all of them are there. On a system without apt-get it only
+# names what is wanted: the configure step then tells what is really missing.
+set -euo pipefail
+
+missing=()
+if command -v dpkg-query >/dev/null; then
+    for package in "$@"; do
+        # A package that was removed but left its configuration is known, but not installed.
+        if [[ $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) != *" installed" ]]; then
+            missing+=("$package")
+        fi
+    done
+fi
+if ! command -v apt-get >/dev/null; then
+    echo "no apt-get here: see that the equivalents of these Debian packages are installed: $*" >&2
+    exit 0
+fi
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+as_root=()
+if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+        echo "not root and no sudo: install these packages first: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+
+install() {
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get -qq -o DPkg::Lock::Timeout=300 install --no-install-recommends \
+        "${missing[@]}" </dev/null
+}
+
+echo "installing: ${missing[*]}"
+# The package lists are fetched only if those at hand (none on a fresh machine) do not serve.
+if ! install >/dev/null 2>&1; then
+    "${as_root[@]}" apt-get -qq -o DPkg::Lock::Timeout=300 update </dev/null
+    install >/dev/null
+fi
