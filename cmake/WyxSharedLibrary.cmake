@@ -1,24 +1,35 @@
 # A shared library whose exports are exactly a list, and which needs nothing of a C++ runtime.
 include_guard(GLOBAL)
 
-# wyx_shared_library(<target> EXPORTS <file>): <file> names one symbol a line, sorted.
+# wyx_shared_library(<target> EXPORTS <file>...): each <file> names one symbol a line, sorted.
+# The target's property WYX_EXPORTS holds the files' full paths, for the tests.
 function(wyx_shared_library target)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS" "")
-    cmake_path(ABSOLUTE_PATH arg_EXPORTS NORMALIZE)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${arg_EXPORTS}")
-
-    file(STRINGS "${arg_EXPORTS}" symbols)
-    list(TRANSFORM symbols APPEND ";" OUTPUT_VARIABLE symbol_lines)
-    list(JOIN symbol_lines "\n    " symbol_lines)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXPORTS")
+    set(symbols)
+    foreach(exports IN LISTS arg_EXPORTS)
+        cmake_path(ABSOLUTE_PATH exports NORMALIZE)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${exports}")
+        set_property(TARGET ${target} APPEND PROPERTY WYX_EXPORTS "${exports}")
+        file(STRINGS "${exports}" listed)
+        list(APPEND symbols ${listed})
+    endforeach()
+    list(JOIN symbols "@SEMICOLON@\n    " symbol_lines) # a plain one would split the list
+    set(SEMICOLON ";")
+    string(CONFIGURE "${symbol_lines}" symbol_lines @ONLY)
     set(map "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
     file(CONFIGURE OUTPUT "${map}"
-         CONTENT "{\n  global:\n    @symbol_lines@\n  local:\n    *;\n};\n" @ONLY)
+         CONTENT "{\n  global:\n    @symbol_lines@;\n  local:\n    *;\n};\n" @ONLY)
 
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
+        # Both libraries lie side by side, in the build tree as wherever they are installed, and find
+        # each other there; no path of the build machine gets into them.
+        LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib"
+        BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "$ORIGIN"
         LINK_DEPENDS "${map}")
     target_compile_options(${target} PRIVATE
         ${WYX_CPU_FLAGS}
@@ -34,10 +45,12 @@ function(wyx_shared_library target)
         # uses an exported object may hold the only copy of it.
         LINKER:-Bsymbolic-functions
         LINKER:--as-needed LINKER:--gc-sections LINKER:--build-id
-        LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack
+        LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
         # Devices with 16 KiB pages load only what is aligned for them.
-        $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},aarch64>:LINKER:-z,max-page-size=16384>
-        $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},aarch64>:LINKER:-z,common-page-size=16384>)
+        target_link_options(${target} PRIVATE
+            LINKER:-z,max-page-size=16384 LINKER:-z,common-page-size=16384)
+    endif()
     if(NOT WYX_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()

@@ -1,0 +1,78 @@
+/**
+ * @file mem_accounting.h
+ * @brief Who holds how much memory: the books of the default adapter's accounting build.
+ *
+ * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows every
+ * block by the source line that asked for it, and ends the process with a message on the standard
+ * error output when a block is released twice or was never handed out. Released blocks are held
+ * back for a while, filled with a pattern, so that both are found even after many more allocations.
+ *
+ * All calls may run on any number of threads.
+ */
+#ifndef WYX_MEM_ACCOUNTING_H
+#define WYX_MEM_ACCOUNTING_H
+
+#include "wyx_commlib/types.h"
+
+WYX_C_BEGIN
+
+/** What was in use, of one call site or of all. Sizes count the bytes asked for. */
+typedef struct wyxMem_S_Use {
+    QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
+    QAL_ULONG ulLiveBytes;   /**< their size */
+    QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, maybe at another time */
+    QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
+    QAL_ULONG ulTotalBytes;  /**< their size */
+} wyxMem_S_Use;
+
+/** One source line that asked for memory. */
+typedef struct wyxMem_S_Site {
+    const QAL_CHAR *pszFile; /**< its file; valid as long as the adapter is loaded */
+    QAL_UINT32 ulLine;       /**< its line */
+    wyxMem_S_Use struUse;    /**< what it has and had */
+} wyxMem_S_Site;
+
+/** One live block. */
+typedef struct wyxMem_S_Block {
+    const void *pBlock;      /**< the block itself */
+    QAL_UINT32 ulSize;       /**< the size asked for, in bytes */
+    QAL_UINT32 ulLine;       /**< the line that asked for it */
+    const QAL_CHAR *pszFile; /**< the file of that line; valid as long as the adapter is loaded */
+} wyxMem_S_Block;
+
+/**
+ * @brief The use of all call sites together.
+ *
+ * @param[out] pstruUse  the use
+ */
+WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
+
+/**
+ * @brief The use of each call site, in the order in which they first asked for memory.
+ *
+ * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
+ * @param[in]  ulMax       how many fit there; further ones are left out
+ * @return how many call sites there are.
+ */
+WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
+
+/**
+ * @brief The live blocks, in no particular order.
+ *
+ * @param[out] pstruBlocks  room for the blocks; may be null if @p ulMax is 0
+ * @param[in]  ulMax        how many fit there; further ones are left out
+ * @return how many live blocks there are.
+ */
+WYX_API QAL_ULONG wyx_mem_blocks(wyxMem_S_Block *pstruBlocks, QAL_ULONG ulMax);
+
+/**
+ * @brief Prints the use of all call sites, and of each, as text.
+ *
+ * @param[in] lFd  the descriptor to print to, such as 2 for the standard error output
+ */
+WYX_API void wyx_mem_report(QAL_INT32 lFd);
+
+WYX_C_END
+
+#endif
