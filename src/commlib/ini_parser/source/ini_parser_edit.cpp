@@ -1,0 +1,321 @@
+// Edits: lines are built in their canonical form, stored, inserted and removed.
+//
+// Names and values may point into the document's own lines. So a new line is built before the old
+// one is released, and a line that a name points into is released only when the name is no longer
+// read.
+#include "ini_parser_internal.h"
+
+#include <cstdint>
+
+#include "bounded.h"
+#include "os_adapter.h"
+
+namespace {
+
+using wyx::ini::Block;
+using wyx::ini::Document;
+using wyx::ini::FreeSetNull;
+using wyx::ini::KeyParts;
+using wyx::ini::Kind;
+
+constexpr QAL_UINT32 kLineSize = 512;
+// The room less the fixed characters of the longest form. Kept: this leaves none for the
+// terminator, so a text of exactly this length with a comment does not fit, and the formatter
+// leaves it empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
+constexpr QAL_UINT32 kMostSectionText = kLineSize - 5; // "[", "] ;", "\n"
+constexpr QAL_UINT32 kMostKeyText = kLineSize - 4;     // "=", " ;", "\n"
+
+/// A line being built; empty if it did not fit.
+using LineBuffer = QAL_INT8[kLineSize];
+
+QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszComment)
+{
+    if (QAL_UINT64{INI_StrLen(pszName)} + INI_StrLen(pszComment) > kMostSectionText) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pszName == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pszComment != nullptr) {
+        wyx_sprintf_s(line, sizeof line, "[%s] ;%s\n", pszName, pszComment);
+    } else {
+        wyx_sprintf_s(line, sizeof line, "[%s]\n", pszName);
+    }
+    return XELP_ERR_INI_OK;
+}
+
+QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszValue,
+                    const QAL_INT8 *pszComment)
+{
+    if (QAL_UINT64{INI_StrLen(pszName)} + INI_StrLen(pszValue) + INI_StrLen(pszComment) >
+        kMostKeyText) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pszName == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pszValue != nullptr && pszComment != nullptr) {
+        wyx_sprintf_s(line, sizeof line, "%s=%s ;%s\n", pszName, pszValue, pszComment);
+    } else if (pszValue != nullptr) {
+        wyx_sprintf_s(line, sizeof line, "%s=%s\n", pszName, pszValue);
+    } else if (pszComment != nullptr) {
+        wyx_sprintf_s(line, sizeof line, "%s= ;%s\n", pszName, pszComment);
+    } else {
+        wyx_sprintf_s(line, sizeof line, "%s=\n", pszName);
+    }
+    return XELP_ERR_INI_OK;
+}
+
+/// Makes sure that a slot behind the last one is there and another stays free.
+QAL_UINT32 MakeRoom(Document &doc)
+{
+    return doc.ulLineNum + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc) : XELP_ERR_INI_OK;
+}
+
+/// Rewrites a key line with another value.
+QAL_UINT32 ReplaceValue(Document &doc, QAL_UINT32 ulSlot, const KeyParts &parts,
+                        const QAL_INT8 *pszValue)
+{
+    LineBuffer line;
+    const QAL_UINT32 ulStatus = BuildKey(line, parts.pszName, pszValue, parts.pszComment);
+    FreeSetNull(doc.pStrLine[ulSlot], __LINE__, __FILE__);
+    return ulStatus == XELP_ERR_INI_OK ? IniSaveStringToIniStruct(&doc, ulSlot, line) : ulStatus;
+}
+
+/// Adds a section at the end of the document, and a key to it unless it is null.
+QAL_UINT32 AddSection(Document &doc, QAL_INT8 *pszSection, QAL_INT8 *pszKey, QAL_INT8 *pszValue)
+{
+    const QAL_UINT32 ulStatus = IniInsertSectionToIniStruct(&doc, pszSection);
+    if (pszKey == nullptr) {
+        return ulStatus;
+    }
+    // Kept: the key is added whether or not its header could be
+    // (IniSetKeyValue.RefusedHeaderStillAddsKey).
+    return IniInsertKeyInIniStruct(&doc, doc.ulLineNum - 1, pszKey, pszValue, nullptr);
+}
+
+/// Removes lines from a document while names that may point into them are still read.
+class Remover {
+  public:
+    Remover(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8 *pszKey)
+        : doc_(doc), pszNames_{pszSection, pszKey}
+    {}
+    Remover(const Remover &) = delete;
+    Remover &operator=(const Remover &) = delete;
+    ~Remover()
+    {
+        for (QAL_INT8 *pszLine : pszHeld_) {
+            XELP_MemFreeD(pszLine, __LINE__, __FILE__);
+        }
+    }
+
+    void Remove(QAL_UINT32 ulSlot)
+    {
+        QAL_INT8 *&pszLine = doc_.pStrLine[ulSlot];
+        const int iName = PointsInto(pszNames_[0], pszLine)   ? 0
+                          : PointsInto(pszNames_[1], pszLine) ? 1
+                                                              : -1;
+        if (iName >= 0) {
+            pszHeld_[iName] = pszLine;
+            pszLine = nullptr;
+        } else {
+            FreeSetNull(pszLine, __LINE__, __FILE__);
+        }
+        doc_.ulLabel = 1;
+        --doc_.ulIniFileNum;
+    }
+
+  private:
+    static bool PointsInto(const QAL_INT8 *pszName, const QAL_INT8 *pszLine)
+    {
+        const auto name = reinterpret_cast<std::uintptr_t>(pszName);
+        const auto line = reinterpret_cast<std::uintptr_t>(pszLine);
+        return name >= line && name - line <= XELP_StrLen(pszLine);
+    }
+
+    Document &doc_;
+    const QAL_INT8 *pszNames_[2];
+    QAL_INT8 *pszHeld_[2] = {nullptr, nullptr}; // the lines that the names point into
+};
+
+/// Does a key line name this key?
+QAL_UINT32 IsLineOf(QAL_INT8 *pszLine, const QAL_INT8 *pszKey, bool &bMatches)
+{
+    KeyParts parts{};
+    const QAL_UINT32 ulStatus = wyx::ini::ParseKey(pszLine, parts);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return ulStatus;
+    }
+    bMatches = XELP_StriCmp(parts.pszName, pszKey) == 0;
+    wyx::ini::Release(parts);
+    return XELP_ERR_INI_OK;
+}
+
+/**
+ * Deletes lines of every block of a section.
+ *
+ * @param pszKey  the key whose lines are deleted; null deletes the blocks whole
+ */
+QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8 *pszKey)
+{
+    Remover remover(doc, pszSection, pszKey);
+    QAL_UINT32 ulResult = XELP_ERR_INI_SECTION_NOT_FOUND;
+    bool bInSection = false;
+    for (QAL_UINT32 i = 0; i < doc.ulLineNum; ++i) {
+        QAL_INT8 *const pszLine = doc.pStrLine[i];
+        if (pszLine == nullptr) {
+            continue;
+        }
+        const Kind kind = wyx::ini::KindOf(pszLine);
+        QAL_UINT32 ulStatus = wyx::ini::StatusOf(kind);
+        bool bDelete = bInSection && pszKey == nullptr;
+        if (kind == Kind::kSection) {
+            ulStatus = wyx::ini::IsHeaderOf(pszLine, pszSection, bInSection);
+            bDelete = bInSection && pszKey == nullptr;
+            if (bInSection && ulResult == XELP_ERR_INI_SECTION_NOT_FOUND) {
+                ulResult = XELP_ERR_INI_KEY_NOT_FOUND; // so far
+            }
+        } else if (kind == Kind::kKey && bInSection && pszKey != nullptr) {
+            ulStatus = IsLineOf(pszLine, pszKey, bDelete);
+        }
+        if (ulStatus != XELP_ERR_INI_OK) {
+            return ulStatus;
+        }
+        if (bDelete) {
+            remover.Remove(i);
+            ulResult = XELP_ERR_INI_OK;
+        }
+    }
+    return ulResult;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
+                               QAL_INT8 *key, QAL_INT8 *buf)
+{
+    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    Block block{};
+    QAL_UINT32 ulStatus = wyx::ini::FindSection(*pStructIniLine, section, block);
+    if (ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
+        return AddSection(*pStructIniLine, section, key, buf);
+    }
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return ulStatus;
+    }
+    if (key == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    QAL_UINT32 ulSlot = 0;
+    KeyParts parts{};
+    ulStatus = wyx::ini::FindKey(*pStructIniLine, block, key, ulSlot, parts);
+    if (ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
+        return IniInsertKeyInIniStruct(pStructIniLine, block.ulLast, key, buf, nullptr);
+    }
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return ulStatus;
+    }
+    ulStatus = ReplaceValue(*pStructIniLine, ulSlot, parts, buf);
+    wyx::ini::Release(parts);
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_INT8 *section)
+{
+    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pStructIniLine->ulLineNum == 0) {
+        return XELP_ERR_INI_FILE_EMPTY;
+    }
+    return DeleteLines(*pStructIniLine, section, nullptr);
+}
+
+QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_INT8 *section,
+                          const QAL_INT8 *key)
+{
+    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr ||
+        key == nullptr) {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    if (pStructIniLine->ulLineNum == 0) {
+        return XELP_ERR_INI_FILE_EMPTY;
+    }
+    return DeleteLines(*pStructIniLine, section, key);
+}
+
+QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
+                                    QAL_UINT32 ulLocation, const QAL_INT8 *strIniLine)
+{
+    const QAL_UINT32 ulLen = INI_StrLen(strIniLine);
+    if (ulLen == 0) {
+        return XELP_ERR_INI_FILE_EMPTY;
+    }
+    QAL_INT8 *&pszLine = pStructIniLine->pStrLine[ulLocation];
+    pszLine = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, __LINE__, __FILE__));
+    if (pszLine == nullptr) {
+        return XELP_ERR_INI_INTERNAL;
+    }
+    wyx_strcpy_s(pszLine, ulLen, strIniLine);
+    pStructIniLine->ulLabel = 1;
+    return XELP_ERR_INI_OK;
+}
+
+QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 i,
+                                     QAL_INT8 *strSectionLine, QAL_INT8 *strCommentLine)
+{
+    LineBuffer line;
+    const QAL_UINT32 ulStatus = BuildSection(line, strSectionLine, strCommentLine);
+    return ulStatus == XELP_ERR_INI_OK ? IniSaveStringToIniStruct(pStructIniLine, i, line)
+                                       : ulStatus;
+}
+
+QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 ulLocation,
+                                 QAL_INT8 *strKeyName, QAL_INT8 *strKeyValue,
+                                 QAL_INT8 *strCommentLine)
+{
+    LineBuffer line;
+    const QAL_UINT32 ulStatus = BuildKey(line, strKeyName, strKeyValue, strCommentLine);
+    return ulStatus == XELP_ERR_INI_OK ? IniSaveStringToIniStruct(pStructIniLine, ulLocation, line)
+                                       : ulStatus;
+}
+
+QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 ulLoction,
+                                   QAL_INT8 *pKeyNameLine, QAL_INT8 *buf, QAL_INT8 *pCommentLine)
+{
+    Document &doc = *pStructIniLine;
+    const QAL_UINT32 ulStatus = MakeRoom(doc);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return ulStatus;
+    }
+    const QAL_UINT32 ulSlot = ulLoction + 1; // wraps to the first for a document without lines
+    if (ulSlot == doc.ulLineNum) {
+        ++doc.ulLineNum;
+    } else if (doc.pStrLine[ulSlot] != nullptr) {
+        for (QAL_UINT32 i = doc.ulLineNum; i > ulSlot; --i) {
+            doc.pStrLine[i] = doc.pStrLine[i - 1];
+        }
+        doc.pStrLine[ulSlot] = nullptr;
+        ++doc.ulLineNum;
+    }
+    return IniSaveKeyToIniStruct(&doc, ulSlot, pKeyNameLine, buf, pCommentLine);
+}
+
+QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section)
+{
+    QAL_UINT32 ulStatus = MakeRoom(*pStructIniLine);
+    if (ulStatus == XELP_ERR_INI_OK) {
+        ulStatus =
+            IniSaveSectionToIniStruct(pStructIniLine, pStructIniLine->ulLineNum, section, nullptr);
+    }
+    if (ulStatus == XELP_ERR_INI_OK) {
+        ++pStructIniLine->ulLineNum;
+    }
+    return ulStatus;
+}
+
+} // extern "C"

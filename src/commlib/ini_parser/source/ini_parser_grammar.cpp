@@ -1,0 +1,289 @@
+// The lenient grammar of a line, on which lookups and edits stand.
+#include "ini_parser_internal.h"
+
+#include "bounded.h"
+#include "os_adapter.h"
+
+namespace wyx::ini {
+
+const QAL_INT8 *LastByte(const QAL_INT8 *psz)
+{
+    return psz + INI_StrLen(psz) - 1;
+}
+
+Range NameBetween(const QAL_INT8 *pszOpen, const QAL_INT8 *pszClose)
+{
+    const QAL_INT8 *const pszFirst = SkipBlanks(pszOpen + 1, pszClose - 1);
+    return {pszFirst, TrimWhite(pszClose - 1, pszFirst)};
+}
+
+Range KeyBefore(const QAL_INT8 *pszLine, const QAL_INT8 *pszEqual)
+{
+    const QAL_INT8 *const pszFirst = SkipBlanks(pszLine, pszEqual - 1);
+    return {pszFirst, TrimWhite(pszEqual - 1, pszFirst)};
+}
+
+const QAL_INT8 *NextQuote(const QAL_INT8 *psz)
+{
+    do {
+        psz = XELP_StrChr(psz + 1, '"');
+    } while (psz != nullptr && psz[-1] == '\\');
+    return psz;
+}
+
+Kind KindOf(const QAL_INT8 *pszLine)
+{
+    if (pszLine == nullptr) {
+        return Kind::kSkipped;
+    }
+    XELP_INI_E_LINE_TYPE type = INI_LINE_BUTT; // stays for an empty string
+    IniGetLineType(const_cast<QAL_INT8 *>(pszLine), &type);
+    switch (type) {
+        case INI_COMENT_LINE:
+        case INI_BLANK_LINE:
+        case INI_INVALID_LINE:
+            return Kind::kSkipped;
+        case INI_SECTION_LINE:
+            return Kind::kSection;
+        case INI_KEYVALUE_LINE:
+            return Kind::kKey;
+        case INI_ERROR_LINE:
+            return Kind::kUnknown;
+        default:
+            return Kind::kNoText;
+    }
+}
+
+QAL_UINT32 StatusOf(Kind kind)
+{
+    switch (kind) {
+        case Kind::kUnknown:
+            return XELP_ERR_INI_LINE_UNKNOWN;
+        case Kind::kNoText:
+            return XELP_ERR_INI_INPUT_PARA_ERR;
+        default:
+            return XELP_ERR_INI_OK;
+    }
+}
+
+} // namespace wyx::ini
+
+namespace {
+
+using wyx::ini::FreeSetNull;
+using wyx::ini::IsBlank;
+using wyx::ini::IsLineEnd;
+using wyx::ini::IsWhite;
+using wyx::ini::kShortestHeader;
+using wyx::ini::LastByte;
+using wyx::ini::Range;
+using wyx::ini::SkipBlanks;
+using wyx::ini::TrimWhite;
+
+constexpr QAL_INT8 kCommentMark[] = " ;";
+
+/// Copies a stretch of a line into a string of its own; null if there is no memory.
+QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine)
+{
+    const auto ulLen = static_cast<QAL_UINT32>(range.pszLast - range.pszFirst + 1);
+    auto *const pszCopy = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, ulLine, __FILE__));
+    if (pszCopy != nullptr) {
+        wyx_memcpy_s(pszCopy, ulLen, range.pszFirst, ulLen);
+        pszCopy[ulLen] = '\0';
+    }
+    return pszCopy;
+}
+
+/**
+ * Where the value that begins at @p pszBegin ends, white bytes behind it included.
+ *
+ * A " ;" ends it unless a quotation mark follows anywhere; then the search goes on behind that one.
+ * Quotation marks are not paired. The result is before @p pszBegin if the value is empty.
+ */
+const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
+{
+    for (const QAL_INT8 *psz = pszBegin; psz < pszLineLast;) {
+        const QAL_INT8 *const pszSemicolon = XELP_StrChr(psz, ';');
+        if (pszSemicolon == nullptr || pszSemicolon[-1] != ' ') {
+            break;
+        }
+        const QAL_INT8 *const pszQuote = wyx::ini::NextQuote(pszSemicolon);
+        if (pszQuote == nullptr) {
+            return pszSemicolon - 2;
+        }
+        psz = pszQuote + 1;
+    }
+    return pszLineLast;
+}
+
+/// Parses what follows the `=`: value and comment, either of which may be absent.
+QAL_UINT32 ParseBehindEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_INT8 **ppszComment)
+{
+    if (pszEqual[1] == '\0') {
+        return XELP_ERR_INI_OK;
+    }
+    const QAL_INT8 *const pszLineLast = LastByte(pszEqual);
+    const QAL_INT8 *const pszFirst = SkipBlanks(pszEqual + 1, pszLineLast);
+    const QAL_INT8 *const pszLast = TrimWhite(ValueLast(pszFirst, pszLineLast), pszFirst);
+    // Kept: only blanks make an empty value, so behind a bare `=` the line end becomes the value
+    // (IniParseKeyLine.BareEqualYieldsLineEnd).
+    if (pszLast >= pszFirst && !IsBlank(*pszFirst)) {
+        *ppszValue = CopyText({pszFirst, pszLast}, __LINE__);
+        if (*ppszValue == nullptr) {
+            return XELP_ERR_INI_INTERNAL;
+        }
+    }
+    const QAL_INT8 *const pszMark = XELP_StrStr(pszLast + 1, kCommentMark);
+    return pszMark == nullptr ? XELP_ERR_INI_OK : IniParseCommentLine(pszMark, ppszComment);
+}
+
+} // namespace
+
+extern "C" {
+
+void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end)
+{
+    *strLine = const_cast<QAL_INT8 *>(SkipBlanks(*strLine, end));
+}
+
+void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin)
+{
+    *strLine = const_cast<QAL_INT8 *>(TrimWhite(*strLine, begin));
+}
+
+QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineType)
+{
+    if (linePtr == nullptr || *linePtr == '\0') {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    const QAL_INT8 *psz = linePtr;
+    while (IsBlank(*psz)) {
+        ++psz;
+    }
+    switch (*psz) {
+        case '\0':
+            *lineType = INI_INVALID_LINE;
+            return XELP_ERR_INI_OK;
+        case '\n':
+        case '\r':
+            *lineType = INI_BLANK_LINE;
+            return XELP_ERR_INI_OK;
+        case '#':
+        case ';':
+            *lineType = INI_COMENT_LINE;
+            return XELP_ERR_INI_OK;
+        case '[':
+            *lineType = INI_SECTION_LINE;
+            return XELP_ERR_INI_OK;
+        default:
+            break;
+    }
+    if (XELP_StrChr(psz, '=') == nullptr) {
+        *lineType = INI_ERROR_LINE;
+        return XELP_ERR_INI_LINE_UNKNOWN;
+    }
+    *lineType = INI_KEYVALUE_LINE;
+    return XELP_ERR_INI_OK;
+}
+
+QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **commentLine)
+{
+    *commentLine = nullptr;
+    const QAL_INT8 *const pszMark = XELP_StrStr(linePtr, kCommentMark);
+    if (pszMark == nullptr) {
+        return XELP_ERR_INI_LINE_UNKNOWN;
+    }
+    const QAL_INT8 *const pszSemicolon = pszMark + 1;
+    if (pszSemicolon[1] == '\0') {
+        *commentLine = static_cast<QAL_INT8 *>(XELP_MemMallocD(1, __LINE__, __FILE__));
+        if (*commentLine == nullptr) {
+            return XELP_ERR_INI_INTERNAL;
+        }
+        **commentLine = '\0';
+        return XELP_ERR_INI_OK;
+    }
+    const QAL_INT8 *const pszLineLast = LastByte(pszSemicolon);
+    const QAL_INT8 *const pszFirst = SkipBlanks(pszSemicolon + 1, pszLineLast);
+    *commentLine = CopyText({pszFirst, TrimWhite(pszLineLast, pszFirst)}, __LINE__);
+    if (*commentLine == nullptr) {
+        return XELP_ERR_INI_INTERNAL;
+    }
+    if (IsWhite(*pszFirst)) {
+        **commentLine = '\0';
+    }
+    return XELP_ERR_INI_OK;
+}
+
+QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
+                               QAL_INT8 **commentLine)
+{
+    *sectionLine = nullptr;
+    *commentLine = nullptr;
+    if (INI_StrLen(linePtr) < kShortestHeader) {
+        return XELP_ERR_INI_SECTION;
+    }
+    const QAL_INT8 *const pszOpen = XELP_StrChr(linePtr, '[');
+    const QAL_INT8 *const pszClose = XELP_StrChr(linePtr, ']');
+    if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {
+        return XELP_ERR_INI_SECTION;
+    }
+    const Range name = wyx::ini::NameBetween(pszOpen, pszClose);
+    if (IsBlank(*name.pszFirst)) {
+        return XELP_ERR_INI_SECTION;
+    }
+    *sectionLine = CopyText(name, __LINE__);
+    if (*sectionLine == nullptr) {
+        return XELP_ERR_INI_INTERNAL;
+    }
+
+    const QAL_INT8 *pszRest = pszClose + 1;
+    while (*pszRest == ' ' || IsLineEnd(*pszRest)) {
+        ++pszRest;
+    }
+    if (*pszRest == '\0') {
+        return XELP_ERR_INI_OK;
+    }
+    const QAL_UINT32 ulStatus = IniParseCommentLine(pszRest - 1, commentLine);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        FreeSetNull(*sectionLine, __LINE__, __FILE__);
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **keyValue,
+                           QAL_INT8 **commentLine)
+{
+    *keyName = nullptr;
+    *keyValue = nullptr;
+    *commentLine = nullptr;
+    const QAL_INT8 *pszEqual = XELP_StrChr(linePtr, '=');
+    if (pszEqual == nullptr) {
+        return XELP_ERR_INI_LINE_UNKNOWN;
+    }
+    if (pszEqual == linePtr) {
+        return XELP_ERR_INI_KEY_NAME;
+    }
+    const Range key = wyx::ini::KeyBefore(linePtr, pszEqual);
+    if (IsWhite(*key.pszFirst)) {
+        return XELP_ERR_INI_KEY_NAME;
+    }
+    *keyName = CopyText(key, __LINE__);
+    if (*keyName == nullptr) {
+        return XELP_ERR_INI_INTERNAL;
+    }
+
+    // Kept: the adapter is asked once more, and its second answer counts
+    // (IniParseKeyLine.LostEqualGives100).
+    pszEqual = XELP_StrChr(linePtr, '=');
+    const QAL_UINT32 ulStatus = pszEqual == nullptr
+                                    ? XELP_ERR_INI_VALUE_NULL
+                                    : ParseBehindEqual(pszEqual, keyValue, commentLine);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        FreeSetNull(*keyName, __LINE__, __FILE__);
+        FreeSetNull(*keyValue, __LINE__, __FILE__);
+        FreeSetNull(*commentLine, __LINE__, __FILE__);
+    }
+    return ulStatus;
+}
+
+} // extern "C"

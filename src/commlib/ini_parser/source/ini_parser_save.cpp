@@ -1,0 +1,156 @@
+// Saving: the lines go to a new file beside the target, which then takes the target's place.
+#include "ini_parser_internal.h"
+
+#include "bounded.h"
+#include "os_adapter.h"
+
+namespace {
+
+using wyx::ini::Document;
+
+// A line of the file is at most 80 bytes long: 79 of text and a line end, or a piece of 78 or 79
+// bytes and the two that continue it.
+constexpr QAL_UINT32 kFoldFrom = 80;
+constexpr QAL_UINT32 kPiece = 78;
+constexpr QAL_INT8 kContinuation[] = "\\\n";
+constexpr QAL_UINT32 kContinuationLen = 2;
+
+constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
+constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, and one
+// Kept: room for the ending and 10 digits; a name that is not cut at a dot does not fit
+// (IniSaveFileContent.NameWithoutDotFails).
+constexpr QAL_UINT32 kNameRoom = 15;
+
+/// 1 if the last of the bytes opens a two-byte character: if it ends an odd run of high-bit bytes.
+QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
+{
+    QAL_UINT32 ulEvenOddUnicode = 0;
+    for (QAL_UINT32 i = 0; i < ulLen; ++i) {
+        const bool bHighBit = (static_cast<QAL_UINT8>(psz[i]) & 0x80U) != 0;
+        ulEvenOddUnicode = bHighBit ? ulEvenOddUnicode ^ 1U : 0;
+    }
+    return ulEvenOddUnicode;
+}
+
+QAL_UINT32 Write(XELP_S_File *pstruFile, const QAL_INT8 *psz, QAL_UINT32 ulLen)
+{
+    return XELP_Fwrite(psz, 1, ulLen, pstruFile) == ulLen ? XELP_ERR_INI_OK
+                                                          : XELP_ERR_INI_WRITE_FILE;
+}
+
+/// The name of the new file, to be released; null if there is no memory.
+QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT32 ulTargetLen)
+{
+    const QAL_UINT32 ulSize = ulTargetLen + kNameRoom;
+    auto *const pszName = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulSize, __LINE__, __FILE__));
+    if (pszName == nullptr) {
+        return nullptr;
+    }
+    wyx_strcpy_s(pszName, ulSize - 1, pszTarget);
+    // Kept: the last dot is looked for in the whole path, directories included
+    // (IniSaveFileContent.DotInDirectoryCutsThere).
+    QAL_INT8 *const pszDot = XELP_StrrChr(pszName, '.');
+    if (pszDot != nullptr) {
+        *pszDot = '\0';
+    }
+    const QAL_UINT64 ulmiSecond = XELP_GetSystemTime();
+    QAL_INT8 strIntStr[kTimeSize];
+    wyx_sprintf_s(strIntStr, sizeof strIntStr, "%llu", ulmiSecond);
+    wyx_strcat_s(pszName, ulSize, strIntStr);
+    wyx_strcat_s(pszName, ulSize, kNewFileEnding);
+    return pszName;
+}
+
+bool Exists(const QAL_INT8 *pszName)
+{
+    XELP_S_File *const pstruFile = XELP_Fopen(pszName, "r");
+    if (pstruFile != nullptr) {
+        XELP_Fclose(pstruFile);
+    }
+    return pstruFile != nullptr;
+}
+
+/// Writes all lines to a new file; where that fails half way, there is no new file afterwards.
+QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
+{
+    if (Exists(pszName)) {
+        return XELP_ERR_INI_WRITE_FILE;
+    }
+    XELP_S_File *const pstruFile = XELP_Fopen(pszName, "w");
+    if (pstruFile == nullptr) {
+        return XELP_ERR_INI_CREATE_FILE;
+    }
+    QAL_UINT32 ulStatus = XELP_ERR_INI_OK;
+    for (QAL_UINT32 i = 0; i < doc.ulLineNum && ulStatus == XELP_ERR_INI_OK; ++i) {
+        if (doc.pStrLine[i] != nullptr) {
+            ulStatus = IniSaveStringToIniFile(pstruFile, doc.pStrLine[i]);
+        }
+    }
+    XELP_Fclose(pstruFile);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        XELP_Remove(pszName);
+    }
+    return ulStatus;
+}
+
+/// Puts the new file in the target's place. Where that fails the new file stays: after the first
+/// step it is the only one that holds the content.
+QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
+{
+    if (XELP_Remove(pszTarget) != 0 || XELP_Rename(pszNewFile, pszTarget) != 0) {
+        return XELP_ERR_INI_CREATE_FILE;
+    }
+    XELP_Remove(pszNewFile); // normally gone; not where an adapter renames by copying
+    return XELP_ERR_INI_OK;
+}
+
+QAL_UINT32 Save(const QAL_INT8 *pszTarget, const Document &doc)
+{
+    const QAL_UINT32 ulTargetLen = INI_StrLen(pszTarget);
+    if (ulTargetLen == 0) {
+        return XELP_ERR_INI_FILE_EMPTY;
+    }
+    QAL_INT8 *const pszNewFile = NewFileName(pszTarget, ulTargetLen);
+    if (pszNewFile == nullptr) {
+        return XELP_ERR_INI_INTERNAL;
+    }
+    QAL_UINT32 ulStatus = WriteNewFile(pszNewFile, doc);
+    if (ulStatus == XELP_ERR_INI_OK) {
+        ulStatus = ReplaceTarget(pszTarget, pszNewFile);
+    }
+    XELP_MemFreeD(pszNewFile, __LINE__, __FILE__);
+    return ulStatus;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine)
+{
+    const QAL_INT8 *psz = strIniLine;
+    QAL_UINT32 ulRemainLen = INI_StrLen(strIniLine);
+    while (ulRemainLen >= kFoldFrom) {
+        const QAL_UINT32 ulPiece = kPiece | OpensCharacter(psz, kPiece);
+        if (Write(pTmpFilePtr, psz, ulPiece) != XELP_ERR_INI_OK) {
+            return XELP_ERR_INI_WRITE_FILE;
+        }
+        ulRemainLen -= ulPiece;
+        psz += ulPiece;
+        if (Write(pTmpFilePtr, kContinuation, kContinuationLen) != XELP_ERR_INI_OK) {
+            return XELP_ERR_INI_WRITE_FILE;
+        }
+    }
+    return ulRemainLen == 0 ? XELP_ERR_INI_OK : Write(pTmpFilePtr, psz, ulRemainLen);
+}
+
+QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
+                                   XELP_IN_S_INI_FILE_STRUCT *pStructIniLine)
+{
+    const QAL_UINT32 ulStatus =
+        pStructIniLine->ulLabel == 1 ? Save(filename, *pStructIniLine) : XELP_ERR_INI_OK;
+    XELP_IniFreeIniStruct(pStructIniLine);
+    return ulStatus;
+}
+
+} // extern "C"
