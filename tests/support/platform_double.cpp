@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -31,6 +32,136 @@ Function *Next(const char *pszSymbol)
     return pfun;
 }
 
+/// What the file services stand on.
+class Files {
+  public:
+    virtual ~Files() = default;
+    virtual XELP_S_File *Open(const char *pszName, const char *pszMode) = 0;
+    virtual QAL_INT32 Getc(XELP_S_File *pstruFile) = 0;
+    virtual QAL_INT32 Seek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence) = 0;
+    virtual QAL_UINT32 Write(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
+                             XELP_S_File *pstruFile) = 0;
+    virtual QAL_INT32 Close(XELP_S_File *pstruFile) = 0;
+    virtual QAL_INT32 Remove(const char *pszName) = 0;
+    virtual QAL_INT32 Rename(const char *pszOldName, const char *pszNewName) = 0;
+};
+
+/// The adapter behind the double.
+class AdapterFiles final : public Files {
+  public:
+    XELP_S_File *Open(const char *pszName, const char *pszMode) override
+    {
+        return pfunOpen_(pszName, pszMode);
+    }
+    QAL_INT32 Getc(XELP_S_File *pstruFile) override { return pfunGetc_(pstruFile); }
+    QAL_INT32 Seek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence) override
+    {
+        return pfunSeek_(pstruFile, lOffset, lWhence);
+    }
+    QAL_UINT32 Write(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
+                     XELP_S_File *pstruFile) override
+    {
+        return pfunWrite_(pData, ulSize, ulCount, pstruFile);
+    }
+    QAL_INT32 Close(XELP_S_File *pstruFile) override { return pfunClose_(pstruFile); }
+    QAL_INT32 Remove(const char *pszName) override { return pfunRemove_(pszName); }
+    QAL_INT32 Rename(const char *pszOldName, const char *pszNewName) override
+    {
+        return pfunRename_(pszOldName, pszNewName);
+    }
+
+  private:
+    decltype(XELP_Fopen) *const pfunOpen_ = Next<decltype(XELP_Fopen)>("XELP_Fopen");
+    decltype(XELP_Fgetc) *const pfunGetc_ = Next<decltype(XELP_Fgetc)>("XELP_Fgetc");
+    decltype(XELP_Fseek) *const pfunSeek_ = Next<decltype(XELP_Fseek)>("XELP_Fseek");
+    decltype(XELP_Fwrite) *const pfunWrite_ = Next<decltype(XELP_Fwrite)>("XELP_Fwrite");
+    decltype(XELP_Fclose) *const pfunClose_ = Next<decltype(XELP_Fclose)>("XELP_Fclose");
+    decltype(XELP_Remove) *const pfunRemove_ = Next<decltype(XELP_Remove)>("XELP_Remove");
+    decltype(XELP_Rename) *const pfunRename_ = Next<decltype(XELP_Rename)>("XELP_Rename");
+};
+
+/// The disk in memory. An open file keeps its own name, so it must not be removed or renamed.
+class MemoryFiles final : public Files {
+  public:
+    XELP_S_File *Open(const char *pszName, const char *pszMode) override
+    {
+        if (*pszName == '\0' || (*pszMode == 'r' && !Disk().contains(pszName))) {
+            return nullptr;
+        }
+        std::string &content = Disk()[pszName];
+        if (*pszMode == 'w') {
+            content.clear();
+        }
+        return reinterpret_cast<XELP_S_File *>(new File{&content});
+    }
+    QAL_INT32 Getc(XELP_S_File *pstruFile) override
+    {
+        File &file = Of(pstruFile);
+        if (file.position == file.pContent->size()) {
+            return -1;
+        }
+        return static_cast<unsigned char>((*file.pContent)[file.position++]);
+    }
+    QAL_INT32 Seek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence) override
+    {
+        File &file = Of(pstruFile);
+        const auto lSize = static_cast<QAL_LONG>(file.pContent->size());
+        const QAL_LONG lFrom =
+            lWhence == 0 ? 0 : lWhence == 1 ? static_cast<QAL_LONG>(file.position) : lSize;
+        if (lFrom + lOffset < 0 || lFrom + lOffset > lSize) {
+            return -1;
+        }
+        file.position = static_cast<std::size_t>(lFrom + lOffset);
+        return 0;
+    }
+    QAL_UINT32 Write(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
+                     XELP_S_File *pstruFile) override
+    {
+        File &file = Of(pstruFile);
+        const std::size_t size = std::size_t{ulSize} * ulCount;
+        file.pContent->replace(file.position, size, static_cast<const char *>(pData), size);
+        file.position += size;
+        return ulCount;
+    }
+    QAL_INT32 Close(XELP_S_File *pstruFile) override
+    {
+        delete &Of(pstruFile);
+        return 0;
+    }
+    QAL_INT32 Remove(const char *pszName) override { return Disk().erase(pszName) == 1 ? 0 : -1; }
+    QAL_INT32 Rename(const char *pszOldName, const char *pszNewName) override
+    {
+        auto node = Disk().extract(pszOldName);
+        if (node.empty() || *pszNewName == '\0') {
+            return -1;
+        }
+        Disk()[pszNewName] = std::move(node.mapped());
+        return 0;
+    }
+
+  private:
+    struct File {
+        std::string *pContent;
+        std::size_t position = 0;
+    };
+
+    static File &Of(XELP_S_File *pstruFile) { return *reinterpret_cast<File *>(pstruFile); }
+    static std::map<std::string, std::string> &Disk()
+    {
+        return *PlatformDouble::Instance().MemoryDisk();
+    }
+};
+
+Files &TheFiles()
+{
+    if (PlatformDouble::Instance().MemoryDisk() != nullptr) {
+        static MemoryFiles memory;
+        return memory;
+    }
+    static AdapterFiles adapter;
+    return adapter;
+}
+
 } // namespace
 
 PlatformDouble &PlatformDouble::Instance()
@@ -46,6 +177,7 @@ void PlatformDouble::Reset()
     plans_.fill({});
     events_.clear();
     misuses_.clear();
+    disk_.reset();
     ulWritten_ = 0;
     ullTime_ = 0;
     hasFailed_ = false;
@@ -67,6 +199,18 @@ QAL_UINT32 PlatformDouble::Calls(Service service) const
 std::size_t PlatformDouble::LiveBlocks() const
 {
     return live_.size();
+}
+
+std::optional<std::size_t> PlatformDouble::SizeOf(const void *pBlock) const
+{
+    const std::lock_guard lock(mutex_);
+    const auto held = live_.find(pBlock);
+    return held == live_.end() ? std::nullopt : std::optional<std::size_t>(held->second.ulSize);
+}
+
+std::map<std::string, std::string> &PlatformDouble::UseMemoryDisk()
+{
+    return disk_.emplace();
 }
 
 std::size_t PlatformDouble::LiveFiles() const
@@ -116,28 +260,27 @@ void PlatformDouble::Misuse(std::string what)
 void *PlatformDouble::Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT32 ulLine,
                                const char *pszFile)
 {
-    if (Strike(Service::kAllocate)) {
-        Record({pszWhat, ulSize, ulLine, pszFile, nullptr});
-        return nullptr;
-    }
     const std::size_t size = ulSize == 0 ? 1 : ulSize;
-    void *const pBlock = std::malloc(size);
-    if (pBlock == nullptr) {
-        return nullptr;
+    void *const pBlock = Strike(Service::kAllocate) ? nullptr : std::malloc(size);
+    if (Records()) {
+        Record({pszWhat, ulSize, ulLine, pszFile, pBlock});
     }
-    std::memset(pBlock, *pszWhat == 'S' ? 0 : kFreshByte, size);
-    Record({pszWhat, ulSize, ulLine, pszFile, pBlock});
-    const std::lock_guard lock(mutex_);
-    live_[pBlock] = {pszWhat, ulSize, ulLine, pszFile, pBlock};
+    if (pBlock != nullptr) {
+        std::memset(pBlock, *pszWhat == 'S' ? 0 : kFreshByte, size);
+        const std::lock_guard lock(mutex_);
+        live_[pBlock] = {ulSize, ulLine, pszFile};
+    }
     return pBlock;
 }
 
-void PlatformDouble::Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile)
+void PlatformDouble::Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile, bool setsNull)
 {
+    if (Records()) {
+        Record({pBlock == nullptr ? "free null" : "free", 0, ulLine, pszFile, pBlock, setsNull});
+    }
     if (pBlock == nullptr) {
         return;
     }
-    Record({"free", 0, ulLine, pszFile, pBlock});
     {
         const std::lock_guard lock(mutex_);
         if (live_.erase(pBlock) == 0) {
@@ -164,6 +307,7 @@ void PlatformTest::TearDown()
 
 } // namespace wyx::test
 
+using wyx::test::Next;
 using wyx::test::PlatformDouble;
 using wyx::test::Service;
 
@@ -185,12 +329,12 @@ void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLin
 
 void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 {
-    PlatformDouble::Instance().Release(pBlock, ulLine, pszFile);
+    PlatformDouble::Instance().Release(pBlock, ulLine, pszFile, false);
 }
 
 void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 {
-    PlatformDouble::Instance().Release(*ppBlock, ulLine, pszFile);
+    PlatformDouble::Instance().Release(*ppBlock, ulLine, pszFile, true);
     *ppBlock = nullptr;
 }
 
@@ -198,9 +342,8 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 {
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"open " + std::string(pszMode), 0, 0, pszName});
-    static auto *const pfunNext = Next<decltype(XELP_Fopen)>("XELP_Fopen");
     XELP_S_File *const pstruFile =
-        platform.Strike(Service::kOpen) ? nullptr : pfunNext(pszName, pszMode);
+        platform.Strike(Service::kOpen) ? nullptr : wyx::test::TheFiles().Open(pszName, pszMode);
     if (pstruFile != nullptr) {
         platform.FileOpened();
     }
@@ -209,16 +352,18 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 
 QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 {
-    static auto *const pfunNext = Next<decltype(XELP_Fgetc)>("XELP_Fgetc");
-    return PlatformDouble::Instance().Strike(Service::kRead) ? -1 : pfunNext(pstruFile);
+    return PlatformDouble::Instance().Strike(Service::kRead)
+               ? -1
+               : wyx::test::TheFiles().Getc(pstruFile);
 }
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"seek " + std::to_string(lOffset) + " " + std::to_string(lWhence)});
-    static auto *const pfunNext = Next<decltype(XELP_Fseek)>("XELP_Fseek");
-    return platform.Strike(Service::kSeek) ? -1 : pfunNext(pstruFile, lOffset, lWhence);
+    return platform.Strike(Service::kSeek)
+               ? -1
+               : wyx::test::TheFiles().Seek(pstruFile, lOffset, lWhence);
 }
 
 QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
@@ -226,12 +371,10 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
 {
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"write", std::size_t{ulSize} * ulCount});
-    static auto *const pfunNext = Next<decltype(XELP_Fwrite)>("XELP_Fwrite");
     if (platform.Strike(Service::kWrite)) {
-        const QAL_UINT32 ulFew = platform.WrittenAtFailure();
-        return pfunNext(pData, ulSize, ulFew < ulCount ? ulFew : ulCount - 1, pstruFile);
+        ulCount = std::min(platform.WrittenAtFailure(), ulCount - 1);
     }
-    return pfunNext(pData, ulSize, ulCount, pstruFile);
+    return wyx::test::TheFiles().Write(pData, ulSize, ulCount, pstruFile);
 }
 
 QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
@@ -239,25 +382,23 @@ QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"close"});
     platform.FileClosed();
-    static auto *const pfunNext = Next<decltype(XELP_Fclose)>("XELP_Fclose");
-    const QAL_INT32 lResult = pfunNext(pstruFile); // the file is gone even where closing fails
-    return platform.Strike(Service::kClose) ? -1 : lResult;
+    const QAL_INT32 lResult = wyx::test::TheFiles().Close(pstruFile);
+    return platform.Strike(Service::kClose) ? -1 : lResult; // the file is gone either way
 }
 
 QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 {
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"remove", 0, 0, pszName});
-    static auto *const pfunNext = Next<decltype(XELP_Remove)>("XELP_Remove");
-    return platform.Strike(Service::kRemove) ? -1 : pfunNext(pszName);
+    return platform.Strike(Service::kRemove) ? -1 : wyx::test::TheFiles().Remove(pszName);
 }
 
 QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
 {
     PlatformDouble &platform = PlatformDouble::Instance();
     platform.Record({"rename", 0, 0, std::string(pszOldName) + " -> " + pszNewName});
-    static auto *const pfunNext = Next<decltype(XELP_Rename)>("XELP_Rename");
-    return platform.Strike(Service::kRename) ? -1 : pfunNext(pszOldName, pszNewName);
+    return platform.Strike(Service::kRename) ? -1
+                                             : wyx::test::TheFiles().Rename(pszOldName, pszNewName);
 }
 
 QAL_UINT64 XELP_GetSystemTime(void)

@@ -2,7 +2,8 @@
 //
 // It counts and records every call of the library, can make any of them fail, and knows at every
 // moment which blocks and files are held. Memory is the double's own, filled with a pattern, so that
-// a block taken for zeroed is noticed; files go through to the default adapter.
+// a block taken for zeroed is noticed; files go through to the default adapter, or to a disk in
+// memory where a test wants many small ones.
 #ifndef WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 #define WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 
@@ -12,7 +13,9 @@
 #include <cstddef>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "wyx_commlib/types.h"
@@ -30,11 +33,12 @@ enum class Failure {
 
 /// One block asked for, one block released, or one file call, in the order of the calls.
 struct Event {
-    std::string what;       ///< "D", "S", "free", "open r", "close", "remove", ...
+    std::string what;       ///< "D", "S", "free", "free null", "open r", "close", "remove", ...
     std::size_t size = 0;   ///< bytes asked for or written
     QAL_UINT32 line = 0;    ///< the caller's source line, for memory
-    std::string file;       ///< the caller's source file, for memory; the name, for files
+    std::string file = {};  ///< the caller's source file, for memory; the name, for files
     const void *pBlock = nullptr;
+    bool setsNull = false;  ///< released by XELP_MemFreeSetNullD()
     bool operator==(const Event &) const = default;
 };
 
@@ -55,6 +59,8 @@ class PlatformDouble {
 
     QAL_UINT32 Calls(Service service) const;
     std::size_t LiveBlocks() const;
+    /// The size that a held block was asked for with; none for any other address.
+    std::optional<std::size_t> SizeOf(const void *pBlock) const;
     std::size_t LiveFiles() const;
     /// Misuse seen since Reset(): a foreign or double release, a non-zero reserved argument.
     const std::vector<std::string> &Misuses() const { return misuses_; }
@@ -68,11 +74,18 @@ class PlatformDouble {
     /// Lets XELP_GetSystemTime() give this value; 0: the real time.
     void SetTime(QAL_UINT64 ullTime) { ullTime_ = ullTime; }
 
+    /// From now to Reset(), the file services work on the files in this map, by name; it begins
+    /// empty. There are no directories; only the empty name can be neither read nor created.
+    std::map<std::string, std::string> &UseMemoryDisk();
+    /// That map, or null.
+    std::map<std::string, std::string> *MemoryDisk() { return disk_ ? &*disk_ : nullptr; }
+
     // What the services call.
     void *Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT32 ulLine, const char *pszFile);
-    void Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile);
+    void Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile, bool setsNull);
     /// Counts a call; true if it is to fail.
     bool Strike(Service service);
+    bool Records() const { return record_; }
     void Record(Event event);
     void FileOpened() { ++liveFiles_; }
     void FileClosed() { --liveFiles_; }
@@ -86,12 +99,19 @@ class PlatformDouble {
         Failure failure = Failure::kOnce;
     };
 
+    struct Held {
+        QAL_UINT32 ulSize = 0;
+        QAL_UINT32 ulLine = 0;
+        const char *pszFile = nullptr;
+    };
+
     mutable std::mutex mutex_;
     std::array<QAL_UINT32, static_cast<std::size_t>(Service::kCount)> calls_{};
     std::array<Plan, static_cast<std::size_t>(Service::kCount)> plans_{};
-    std::map<const void *, Event> live_;
+    std::unordered_map<const void *, Held> live_;
     std::vector<Event> events_;
     std::vector<std::string> misuses_;
+    std::optional<std::map<std::string, std::string>> disk_;
     std::size_t liveFiles_ = 0;
     QAL_UINT32 ulWritten_ = 0;
     QAL_UINT64 ullTime_ = 0;
