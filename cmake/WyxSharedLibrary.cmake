@@ -5,20 +5,19 @@ include_guard(GLOBAL)
 # The target's property WYX_EXPORTS holds the files' full paths, for the tests.
 function(wyx_shared_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXPORTS")
-    set(symbols)
+    set(globals "")
     foreach(exports IN LISTS arg_EXPORTS)
         cmake_path(ABSOLUTE_PATH exports NORMALIZE)
         set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${exports}")
         set_property(TARGET ${target} APPEND PROPERTY WYX_EXPORTS "${exports}")
         file(STRINGS "${exports}" listed)
-        list(APPEND symbols ${listed})
+        foreach(symbol IN LISTS listed)
+            string(APPEND globals "    ${symbol};\n")
+        endforeach()
     endforeach()
-    list(JOIN symbols "@SEMICOLON@\n    " symbol_lines) # a plain one would split the list
-    set(SEMICOLON ";")
-    string(CONFIGURE "${symbol_lines}" symbol_lines @ONLY)
     set(map "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
     file(CONFIGURE OUTPUT "${map}"
-         CONTENT "{\n  global:\n    @symbol_lines@;\n  local:\n    *;\n};\n" @ONLY)
+         CONTENT "{\n  global:\n@globals@  local:\n    *;\n};\n" @ONLY)
 
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden

@@ -33,7 +33,7 @@ fi
 
 install() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get -qq -o DPkg::Lock::Timeout=300 install --no-install-recommends \
+        apt-get -qq -y -o DPkg::Lock::Timeout=300 install --no-install-recommends \
         "${missing[@]}" </dev/null
 }
 
