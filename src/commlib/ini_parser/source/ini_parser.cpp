@@ -158,6 +158,10 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     for (;;) {
         const QAL_INT32 lByte = XELP_Fgetc(pstruFile);
         const ByteClass byteClass = ClassOf(lByte);
+        if (byteClass == kOther && state == kText && ulUsed < kMostBytes) { // nearly every byte
+            pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
+            continue;
+        }
         const auto [ucActs, next] = kCells[byteClass][state];
         if ((ucActs & kStoreSlash) != 0) {
             pszText[ulUsed++] = '\\';
