@@ -106,8 +106,9 @@ class MemoryFiles final : public Files {
     {
         File &file = Of(pstruFile);
         const auto lSize = static_cast<QAL_LONG>(file.pContent->size());
-        const QAL_LONG lFrom =
-            lWhence == 0 ? 0 : lWhence == 1 ? static_cast<QAL_LONG>(file.position) : lSize;
+        const QAL_LONG lFrom = lWhence == 0   ? 0
+                               : lWhence == 1 ? static_cast<QAL_LONG>(file.position)
+                                              : lSize;
         if (lFrom + lOffset < 0 || lFrom + lOffset > lSize) {
             return -1;
         }
@@ -172,16 +173,23 @@ PlatformDouble &PlatformDouble::Instance()
 
 void PlatformDouble::Reset()
 {
+    StartRecording();
+    const std::lock_guard lock(mutex_);
+    misuses_.clear();
+    disk_.reset();
+    ullTime_ = 0;
+    record_ = false;
+}
+
+void PlatformDouble::StartRecording()
+{
     const std::lock_guard lock(mutex_);
     calls_.fill(0);
     plans_.fill({});
     events_.clear();
-    misuses_.clear();
-    disk_.reset();
     ulWritten_ = 0;
-    ullTime_ = 0;
     hasFailed_ = false;
-    record_ = false;
+    record_ = true;
 }
 
 void PlatformDouble::Fail(Service service, QAL_UINT32 n, Failure failure, QAL_UINT32 ulWritten)
@@ -237,8 +245,8 @@ bool PlatformDouble::Strike(Service service)
     const std::lock_guard lock(mutex_);
     const QAL_UINT32 n = ++calls_[Index(service)];
     const Plan &plan = plans_[Index(service)];
-    const bool strikes =
-        plan.ulAt != 0 && (n == plan.ulAt || (n > plan.ulAt && plan.failure == Failure::kFromThere));
+    const bool strikes = plan.ulAt != 0 &&
+                         (n == plan.ulAt || (n > plan.ulAt && plan.failure == Failure::kFromThere));
     hasFailed_ = hasFailed_ || strikes;
     return strikes;
 }

@@ -1,9 +1,9 @@
 // A double of the platform, linked into a test in front of the default adapter.
 //
 // It counts and records every call of the library, can make any of them fail, and knows at every
-// moment which blocks and files are held. Memory is the double's own, filled with a pattern, so that
-// a block taken for zeroed is noticed; files go through to the default adapter, or to a disk in
-// memory where a test wants many small ones.
+// moment which blocks and files are held. Memory is the double's own, filled with a pattern, so
+// that a block taken for zeroed is noticed; files go through to the default adapter, or to a disk
+// in memory where a test wants many small ones.
 #ifndef WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 #define WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 
@@ -33,12 +33,12 @@ enum class Failure {
 
 /// One block asked for, one block released, or one file call, in the order of the calls.
 struct Event {
-    std::string what;       ///< "D", "S", "free", "free null", "open r", "close", "remove", ...
-    std::size_t size = 0;   ///< bytes asked for or written
-    QAL_UINT32 line = 0;    ///< the caller's source line, for memory
-    std::string file = {};  ///< the caller's source file, for memory; the name, for files
+    std::string what;      ///< "D", "S", "free", "free null", "open r", "close", "remove", ...
+    std::size_t size = 0;  ///< bytes asked for or written
+    QAL_UINT32 line = 0;   ///< the caller's source line, for memory
+    std::string file = {}; ///< the caller's source file, for memory; the name, for files
     const void *pBlock = nullptr;
-    bool setsNull = false;  ///< released by XELP_MemFreeSetNullD()
+    bool setsNull = false; ///< released by XELP_MemFreeSetNullD()
     bool operator==(const Event &) const = default;
 };
 
@@ -65,7 +65,10 @@ class PlatformDouble {
     /// Misuse seen since Reset(): a foreign or double release, a non-zero reserved argument.
     const std::vector<std::string> &Misuses() const { return misuses_; }
 
-    /// The record of calls since Reset(), if RecordEvents(true).
+    /// Begins a new step of a test: forgets counts, records and planned failures, and records from
+    /// here on. The clock, the disk in memory and misuses seen stay.
+    void StartRecording();
+    /// The record of calls since Reset(), if RecordEvents(true), or since StartRecording().
     void RecordEvents(bool on) { record_ = on; }
     const std::vector<Event> &Events() const { return events_; }
     /// The memory calls of the record as "D 5", "S 24", "free", joined by ", ".
