@@ -1,0 +1,72 @@
+/**
+ * @file md5.h
+ * @brief MD5 digest of a message, fed in one piece or in many.
+ *
+ * The digest of RFC 1321, for agreeing with stored digests and for noticing accidents. It does not
+ * protect against attackers: two messages with the same MD5 are made in seconds. For passwords,
+ * signatures, or a file somebody else could have replaced, use something else.
+ *
+ * The calls return nothing and check nothing: a null pointer is the caller's fault. None of them
+ * allocates or keeps a pointer. Different contexts may be used on any threads at once; one context
+ * must not be.
+ *
+ * @code{.c}
+ * MD5_S_CTX context;
+ * QAL_UINT8 digest[16];
+ * XELP_MD5_Init(&context);
+ * XELP_MD5_Update(&context, header, headerLen);
+ * XELP_MD5_Update(&context, body, bodyLen);
+ * XELP_MD5_Final(digest, &context); // the context is wiped
+ * @endcode
+ */
+#ifndef WYX_COMMLIB_MD5_H
+#define WYX_COMMLIB_MD5_H
+
+#include "wyx_commlib/types.h"
+
+WYX_C_BEGIN
+
+/**
+ * A message under way. The caller provides it, on the stack if it likes, and needs to look at none
+ * of its fields; their layout is ABI.
+ */
+typedef struct xelpMD5_S_CTX {
+    QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
+    QAL_UINT32 count[2];  /**< length of the message so far in bits, modulo 2^64, low word first */
+    QAL_UINT8 buffer[64]; /**< the bytes after the last whole block */
+} MD5_S_CTX;
+
+/**
+ * @brief Begins a message.
+ *
+ * @param[out] context  the context, borrowed; whatever it held is forgotten
+ */
+WYX_API void XELP_MD5_Init(MD5_S_CTX *context);
+
+/**
+ * @brief Feeds the next piece of a message.
+ *
+ * How a message is cut into pieces makes no difference to its digest.
+ *
+ * @param[in,out] context   a context begun with XELP_MD5_Init(), borrowed
+ * @param[in]     input     the piece, borrowed; at any alignment, not inside @p context
+ * @param[in]     inputLen  its length in bytes; 0 changes nothing
+ */
+WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputLen);
+
+/**
+ * @brief Ends a message.
+ *
+ * @param[out]    digest   receives the 16 bytes of the digest; not inside @p context
+ * @param[in,out] context  a context begun with XELP_MD5_Init(), borrowed; all of it is zero
+ *                         afterwards, so that nothing of the message stays behind. Begin it again
+ *                         before its next use: without that, the digest is not an MD5.
+ * @par Source
+ * RFC 1321; the empty message gives d41d8cd98f00b204e9800998ecf8427e, "abc" gives
+ * 900150983cd24fb0d6963f7d28e17f72.
+ */
+WYX_API void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context);
+
+WYX_C_END
+
+#endif

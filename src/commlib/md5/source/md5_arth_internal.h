@@ -1,0 +1,21 @@
+// The building blocks of MD5. Exported, but kept out of the public header: their names are too
+// common to be put before every user of the library.
+#ifndef WYX_COMMLIB_MD5_ARTH_INTERNAL_H
+#define WYX_COMMLIB_MD5_ARTH_INTERNAL_H
+
+#include "wyx_commlib/types.h"
+
+WYX_C_BEGIN
+
+/// Takes one block into the chaining values. The block may stand at any alignment.
+WYX_API void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64]);
+
+/// Writes @p len bytes, a multiple of 4, from words: the low byte of each first.
+WYX_API void Encode(QAL_UINT8 *output, const QAL_UINT32 *input, QAL_UINT len);
+
+/// Reads @p len bytes, a multiple of 4, into words: the low byte of each first.
+WYX_API void Decode(QAL_UINT32 *output, const QAL_UINT8 *input, QAL_UINT len);
+
+WYX_C_END
+
+#endif
