@@ -5,6 +5,7 @@
 #ifndef WYX_COMMLIB_COMMLIB_H
 #define WYX_COMMLIB_COMMLIB_H
 
+#include "wyx_commlib/base64.h"
 #include "wyx_commlib/crc.h"
 #include "wyx_commlib/ini_parser.h"
 #include "wyx_commlib/md5.h"

@@ -1,0 +1,208 @@
+// Base64: six bits a character, most significant first.
+#include "wyx_commlib/base64.h"
+
+#include <array>
+#include <cstddef>
+#include <limits>
+
+#include "os_adapter.h"
+
+namespace {
+
+constexpr QAL_CHAR cb64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr QAL_UINT8 kSextets = 64;
+static_assert(sizeof cb64 == kSextets + 1);
+
+/// What a text may consist of. The terminating NUL belongs to it: XELP_StrChr() finds it.
+constexpr QAL_CHAR acBase64Char[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\r\n";
+
+constexpr QAL_UINT8 kFirst = '+'; // the lowest and the highest character of the alphabet
+constexpr QAL_UINT8 kLast = 'z';
+constexpr QAL_UINT8 kBias = 62; // makes every entry of cd64 a printable character
+constexpr QAL_UINT8 kNoValue = '$';
+
+/// The entry of a character between kFirst and kLast is its index in cb64 plus kBias, or kNoValue.
+consteval std::array<QAL_UINT8, kLast - kFirst + 2> MakeDecodeTable()
+{
+    std::array<QAL_UINT8, kLast - kFirst + 2> aTab{};
+    for (std::size_t i = 0; i + 1 < aTab.size(); ++i) { // the last entry stays a NUL
+        aTab[i] = kNoValue;
+    }
+    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
+        aTab[static_cast<QAL_UINT8>(cb64[i]) - kFirst] = static_cast<QAL_UINT8>(i + kBias);
+    }
+    return aTab;
+}
+
+constexpr auto cd64 = MakeDecodeTable();
+static_assert(cd64.size() == 81 && cd64['A' - kFirst] == '>' && cd64['/' - kFirst] == '}' &&
+                  cd64['=' - kFirst] == kNoValue,
+              "alphabet or bias is wrong");
+
+/// The sextet of a character of the standard alphabet; kSextets for any other character.
+QAL_UINT32 SextetOf(QAL_UINT8 ucChar)
+{
+    if (ucChar < kFirst || ucChar > kLast || cd64[ucChar - kFirst] == kNoValue) {
+        return kSextets;
+    }
+    return static_cast<QAL_UINT32>(cd64[ucChar - kFirst] - kBias);
+}
+
+/// A character of the URL-safe alphabet as the one of the standard alphabet in its place.
+QAL_UINT8 Standard(QAL_UINT8 ucChar)
+{
+    switch (ucChar) {
+        case '-':
+            return '+';
+        case '_':
+            return '/';
+        default:
+            return ucChar;
+    }
+}
+
+QAL_UINT8 Character(QAL_UINT32 ulBits)
+{
+    return static_cast<QAL_UINT8>(cb64[ulBits & (kSextets - 1U)]);
+}
+
+/// Writes the text of @p ulLen bytes and gives its length.
+QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulOut = 0;
+    for (; ulLen >= 3; ulLen -= 3, pucIn += 3, ulOut += 4) {
+        pucOut[ulOut] = Character(pucIn[0] >> 2U);
+        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | pucIn[1] >> 4U);
+        pucOut[ulOut + 2] = Character(QAL_UINT32{pucIn[1]} << 2 | pucIn[2] >> 6U);
+        pucOut[ulOut + 3] = Character(pucIn[2]);
+    }
+    if (ulLen == 0) {
+        return ulOut;
+    }
+    const QAL_UINT32 ulSecond = ulLen == 2 ? pucIn[1] : 0U;
+    pucOut[ulOut] = Character(pucIn[0] >> 2U);
+    pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | ulSecond >> 4);
+    pucOut[ulOut + 2] = ulLen == 2 ? Character(ulSecond << 2) : QAL_UINT8{'='};
+    pucOut[ulOut + 3] = '=';
+    return ulOut + 4;
+}
+
+constexpr QAL_UINT32 kRefused = std::numeric_limits<QAL_UINT32>::max();
+
+/// Writes the bytes of @p ulLen characters and gives their number, or kRefused for a text with a
+/// character that is not accepted. The character after them is tested like the others.
+QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulOut = 0;
+    QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
+    QAL_UINT32 ulFound = 0;
+    // Kept: one character more than the length is read (Base64Decode.ByteBeyondTheLengthIsTested).
+    for (QAL_UINT32 i = 0; i <= ulLen; ++i) {
+        const QAL_UINT8 ucChar = Standard(pucIn[i]);
+        const QAL_UINT32 ulSextet = SextetOf(ucChar);
+        if (ulSextet == kSextets) {
+            if (XELP_StrChr(acBase64Char, ucChar) == nullptr) {
+                return kRefused;
+            }
+        } else if (i < ulLen) {
+            ulQuad = ulQuad << 6 | ulSextet;
+            if (++ulFound == 4) {
+                pucOut[ulOut] = static_cast<QAL_UINT8>(ulQuad >> 16);
+                pucOut[ulOut + 1] = static_cast<QAL_UINT8>(ulQuad >> 8);
+                pucOut[ulOut + 2] = static_cast<QAL_UINT8>(ulQuad);
+                ulOut += 3;
+                ulFound = 0;
+            }
+        }
+    }
+    // Of a quad that is not full, n sextets hold n - 1 whole bytes.
+    if (ulFound == 3) {
+        pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 10);
+        pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 2);
+    } else if (ulFound == 2) {
+        pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 4);
+    }
+    return ulOut;
+}
+
+/// A product in 32 bits, which wraps for large lengths.
+constexpr QAL_INT32 WrappedProduct(QAL_UINT32 ulFactor, QAL_INT32 lLen)
+{
+    return static_cast<QAL_INT32>(ulFactor * static_cast<QAL_UINT32>(lLen));
+}
+
+/// Allocates the block of an output. @p lSize is its size as the formula gives it; @p ulNeeded is
+/// what the output may take, its NUL included. Gives null where the formula has wrapped to less.
+QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lSize, QAL_UINT32 ulNeeded,
+                          QAL_UINT32 ulLine)
+{
+    if (lInputlen < 0) {
+        // An empty output needs one byte, and every allocator takes a size of 0 for 1.
+        lSize = lSize < 0 ? 1 : lSize;
+    } else if (lSize < 0 || static_cast<QAL_UINT32>(lSize) < ulNeeded) {
+        return nullptr;
+    }
+    return static_cast<QAL_UINT8 *>(
+        XELP_MemMallocD(static_cast<QAL_UINT32>(lSize), ulLine, __FILE__));
+}
+
+void ReleaseAndSetNull(QAL_UINT8 **ppucBuff, QAL_UINT32 ulLine)
+{
+    void *pBlock = *ppucBuff;
+    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
+    *ppucBuff = static_cast<QAL_UINT8 *>(pBlock);
+}
+
+} // namespace
+
+extern "C" {
+
+// Kept: the buffer is allocated before the arguments are tested, and a negative length is no error
+// (Base64Encode.ArgumentsAreTestedBehindTheAllocation, Base64Encode.NegativeLengthGivesAnEmptyText).
+QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
+{
+    const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
+    *ppucOutput = AllocateOutput(lInputlen, WrappedProduct(4, lInputlen) / 3 + 5,
+                                 (ulLen + 2) / 3 * 4 + 1, __LINE__);
+    if (*ppucOutput == nullptr) {
+        return 0;
+    }
+    if (pucInput == nullptr || lInputlen == 0) {
+        XELP_MemFreeD(*ppucOutput, __LINE__, __FILE__);
+        *ppucOutput = nullptr;
+        return 0;
+    }
+    const QAL_UINT32 ulOut = EncodeBytes(pucInput, ulLen, *ppucOutput);
+    (*ppucOutput)[ulOut] = '\0';
+    return static_cast<QAL_INT32>(ulOut);
+}
+
+QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
+{
+    *ppucOutput = nullptr;
+    if (pucInput == nullptr || lInputlen == 0) {
+        return 0;
+    }
+    const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
+    *ppucOutput = AllocateOutput(lInputlen, WrappedProduct(3, lInputlen) / 4 + 4, ulLen / 4 * 3 + 4,
+                                 __LINE__);
+    if (*ppucOutput == nullptr) {
+        return 0;
+    }
+    // A negative length ends before the first character: not even the one beyond it is read.
+    const QAL_UINT32 ulOut = lInputlen < 0 ? 0 : DecodeText(pucInput, ulLen, *ppucOutput);
+    if (ulOut == kRefused) {
+        ReleaseAndSetNull(ppucOutput, __LINE__);
+        return 0;
+    }
+    (*ppucOutput)[ulOut] = '\0';
+    return static_cast<QAL_INT32>(ulOut);
+}
+
+void MOX_BASE64Free(QAL_UINT8 **ppucBuff)
+{
+    ReleaseAndSetNull(ppucBuff, __LINE__);
+}
+
+} // extern "C"
