@@ -1,0 +1,301 @@
+// The address parsers: recognisers over the scanner's readers. IPv6 takes one decision, on the
+// characters behind the head run, in the order of the table in the header.
+#include "wyx_commlib/ip4_ip6_parser.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "bounded.h"
+#include "ipv4v6_parser_internal.h"
+#include "os_adapter.h"
+
+using namespace wyx;
+
+namespace {
+
+constexpr QAL_INT32 kDec = 10;
+constexpr QAL_INT32 kHex = 16;
+constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() asks for 16
+
+Parse_Ipv4v6_S_BUF StartOf(QAL_CHAR *pszText)
+{
+    return {pszText, static_cast<QAL_INT>(XELP_StrLen(pszText))};
+}
+
+/// Steps over a character if it is the one at the cursor.
+bool StepOver(Parse_Ipv4v6_S_BUF &struBuf, QAL_CHAR chText)
+{
+    if (*struBuf.cur_bp != chText) {
+        return false;
+    }
+    Advance(struBuf, 1);
+    return true;
+}
+
+bool HasHexPrefix(const QAL_CHAR *pszText)
+{
+    return pszText[0] == '0' && (pszText[1] | 0x20) == 'x';
+}
+
+/// Is a character of the class left? The terminator is none, whatever the table says of it.
+bool IsAt(QAL_UINT32 ulClass, const Parse_Ipv4v6_S_BUF &struBuf)
+{
+    return struBuf.cur_bp_rem_len != 0 && IsOf(ulClass, *struBuf.cur_bp);
+}
+
+bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
+{
+    QAL_CHAR *const pszFirst = struBuf.cur_bp;
+    QAL_CHAR *pszEnd = pszFirst;
+    QAL_ULONG ulValue = 0;
+    if (HasHexPrefix(pszFirst)) {
+        Advance(struBuf, 2);
+        if (!IsAt(kHexDigit, struBuf)) {
+            return false;
+        }
+        ulValue = std::strtoul(pszFirst, &pszEnd, kHex);
+        Advance(struBuf, pszEnd - struBuf.cur_bp);
+    } else {
+        if (!IsAt(kDecDigit, struBuf)) {
+            return false;
+        }
+        ulValue = std::strtoul(pszFirst, &pszEnd, kDec);
+        while (IsAt(kDecDigit, struBuf)) {
+            Advance(struBuf, 1);
+        }
+    }
+    // Kept: 32 bits are left before the range is tested (ParseIpv4.OctetIsReducedTo32Bits).
+    const auto ulReduced = static_cast<QAL_UINT32>(ulValue);
+    ucOctet = static_cast<QAL_UINT8>(ulReduced);
+    return ulReduced <= 0xFF;
+}
+
+/// What stands behind the head run of an IPv6 address that has fewer than eight groups.
+enum class Form {
+    kGapAndRun,   // ::h    a gap and a run of groups
+    kThreeColons, // :::    a gap, and a dotted quad behind one more colon
+    kDottedQuad,  // .h     a dotted quad behind the dot that ended the head
+    kGapAtEnd,    // ::     a gap, then the end or a bracket
+    kNone,
+};
+
+/// The first form that fits; no character is looked at unless those before it fit.
+Form FormAt(const QAL_CHAR *pszText)
+{
+    const bool hasGap = pszText[0] == ':' && pszText[1] == ':';
+    if (hasGap && IsOf(kHexDigit, pszText[2])) {
+        return Form::kGapAndRun;
+    }
+    if (hasGap && pszText[2] == ':') {
+        return Form::kThreeColons;
+    }
+    if (pszText[0] == '.' && IsOf(kHexDigit, pszText[1])) {
+        return Form::kDottedQuad;
+    }
+    if (hasGap && (pszText[2] == '\0' || pszText[2] == ']')) {
+        return Form::kGapAtEnd;
+    }
+    return Form::kNone;
+}
+
+/// One IPv6 text under way.
+struct Ipv6Work {
+    Parse_Ipv4v6_S_BUF struBuf;
+    Parse_S_IP6Address struIp6;
+    Parse_S_IP4Address struIp4; // of a dotted quad at the end
+    QAL_UINT8 aucRun[kGroupBufferLen];
+    QAL_UINT32 ulRunLen;
+    bool isTailTaken;    // a dotted quad has filled the last four bytes
+    QAL_UINT32 ulResult; // so far; a port that can be read makes it 0
+};
+
+/// Writes the run into the address so that it ends before byte @p ulEnd.
+// Kept: it goes over the head's bytes where they meet, and what would stand before the first byte
+// is dropped (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
+void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
+{
+    const QAL_UINT32 ulDropped = work.ulRunLen > ulEnd ? work.ulRunLen - ulEnd : 0;
+    const QAL_UINT32 ulKept = work.ulRunLen - ulDropped;
+    wyx_memcpy_s(work.struIp6.address.value + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped,
+                 ulKept);
+}
+
+/// A dotted quad behind a gap, which is the rest of the text.
+// Kept: nobody sets the length that TakeQuadBehindGap() asks for, so these forms fail unless a port
+// follows (ParseIpv6.DottedQuadBehindGapFails).
+void TryQuadBehindGap(Ipv6Work &work)
+{
+    QAL_UINT32 ulAddr = 0;
+    const QAL_UINT32 ulStatus =
+        XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber);
+    work.isTailTaken = ulStatus == 0 && TakeQuadBehindGap(work.struIp4, ulAddr, work.struIp6);
+    if (!work.isTailTaken) {
+        work.ulResult = XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
+}
+
+// One function a form. Each gives false to refuse the text at once, with the outputs untouched;
+// true lets a port be looked for and the outputs be written, also where ulResult tells a failure.
+
+/// `::h`: the run behind the gap takes the place of the head run.
+bool TakeGapAndRun(Ipv6Work &work)
+{
+    Advance(work.struBuf, 2);
+    work.ulResult = core_td_hexseq(work.aucRun, &work.ulRunLen, &work.struBuf);
+    if (work.ulResult != 0) {
+        return true; // Kept: the outputs are written (ParseIpv6.BadRunWritesTheOutputs)
+    }
+    switch (*work.struBuf.cur_bp) {
+        case '\0':
+        case ']':
+            PlaceRun(work, kIp6Len);
+            return true;
+        case ':':
+            Advance(work.struBuf, 1);
+            TryQuadBehindGap(work);
+            PlaceRun(work, kIp6Len - kIp4Len);
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// `:::`
+bool TakeThreeColons(Ipv6Work &work)
+{
+    Advance(work.struBuf, 3);
+    TryQuadBehindGap(work);
+    return true;
+}
+
+/// `.h`: here the quad counts, and goes over any bytes of the head.
+bool TakeDottedQuad(Ipv6Work &work)
+{
+    Advance(work.struBuf, 1);
+    QAL_UINT32 ulAddr = 0;
+    // A port's status is not 0 either: behind a dotted quad there is none.
+    if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber) != 0) {
+        return false;
+    }
+    for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
+        work.struIp6.address.value[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
+    }
+    work.struIp6.portNumber = work.struIp4.portNumber;
+    work.struIp4.bit_mask = 1;
+    work.struIp6.bit_mask = 1;
+    work.isTailTaken = true;
+    return true;
+}
+
+/// `::` at the end
+bool TakeGapAtEnd(Ipv6Work &work)
+{
+    Advance(work.struBuf, 2);
+    return true;
+}
+
+bool TakeForm(Ipv6Work &work)
+{
+    switch (FormAt(work.struBuf.cur_bp)) {
+        case Form::kGapAndRun:
+            return TakeGapAndRun(work);
+        case Form::kThreeColons:
+            return TakeThreeColons(work);
+        case Form::kDottedQuad:
+            return TakeDottedQuad(work);
+        case Form::kGapAtEnd:
+            return TakeGapAtEnd(work);
+        case Form::kNone:
+            break;
+    }
+    return false;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT16 *puwPort)
+{
+    if (pszIPV4Addr == nullptr || pulAddr == nullptr || puwPort == nullptr) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID_PARA;
+    }
+    *pulAddr = 0;
+    *puwPort = 0;
+    Parse_Ipv4v6_S_BUF struBuf = StartOf(pszIPV4Addr);
+    Parse_S_IP4Address struIp4 = {};
+    _octet1 &address = struIp4.address;
+
+    for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
+        if (i > 0 && !StepOver(struBuf, '.')) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+        if (!ReadOctet(struBuf, address.value[i])) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+    }
+    address.length = kIp4Len;
+
+    if (StepOver(struBuf, ':')) {
+        struIp4.bit_mask = 1;
+        const bool isHex = HasHexPrefix(struBuf.cur_bp);
+        Advance(struBuf, isHex ? 2 : 0);
+        const QAL_UINT32 ulStatus = core_td_u16(&struIp4.portNumber, isHex ? kHex : kDec, &struBuf);
+        if (ulStatus != 0) {
+            return ulStatus;
+        }
+    }
+    if (struBuf.cur_bp_rem_len != 0) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
+
+    std::swap(address.value[0], address.value[3]);
+    std::swap(address.value[1], address.value[2]);
+    wyx_memcpy_s(pulAddr, kIp4Len, address.value, kIp4Len);
+    if (struIp4.bit_mask == 0) {
+        return 0;
+    }
+    *puwPort = struIp4.portNumber;
+    return XELP_OK_HAVE_PORT;
+}
+
+// Kept: a port does not show in the status (ParseIpv6.PortDoesNotShowInTheStatus).
+QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort)
+{
+    if (pszIPV6Addr == nullptr || pucAddr == nullptr || puwPort == nullptr) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID_PARA;
+    }
+    Ipv6Work work = {};
+    Parse_Ipv4v6_S_BUF &struBuf = work.struBuf;
+    struBuf = StartOf(pszIPV6Addr);
+    StepOver(struBuf, '[');
+
+    if (IsOf(kHexDigit, *struBuf.cur_bp)) {
+        const QAL_UINT32 ulStatus = core_td_hexseq(work.aucRun, &work.ulRunLen, &struBuf);
+        if (ulStatus != 0) {
+            return ulStatus;
+        }
+        wyx_memcpy_s(work.struIp6.address.value, kIp6Len, work.aucRun, work.ulRunLen);
+    }
+    if (work.ulRunLen < kIp6Len && !TakeForm(work)) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
+    work.struIp6.address.length = kIp6Len;
+
+    if (!work.isTailTaken && work.ulResult == 0) {
+        StepOver(struBuf, ']');
+    }
+    // Kept: a port makes up for a failure before it (ParseIpv6.PortMakesUpForAFailure).
+    if (!work.isTailTaken && StepOver(struBuf, ':')) {
+        work.struIp6.bit_mask = 1;
+        if (core_td_u16(&work.struIp6.portNumber, kDec, &struBuf) != 0) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+        work.ulResult = 0;
+    }
+    wyx_memcpy_s(pucAddr, kIp6Len, work.struIp6.address.value, kIp6Len);
+    *puwPort = work.struIp6.portNumber;
+    return work.ulResult;
+}
+
+} // extern "C"

@@ -1,0 +1,198 @@
+// The scanner under the address parsers: the table of character classes and the readers that
+// consult it.
+#include "ipv4v6_parser_internal.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+using namespace wyx;
+
+namespace {
+
+struct Range {
+    QAL_UINT8 ucFirst;
+    QAL_UINT8 ucLast;
+    QAL_UINT32 ulClasses;
+};
+
+// Upper 0x01, Lower 0x02, DecDigit 0x04, Space 0x08, Punct 0x10, Control 0x20, Blank 0x40,
+// HexDigit 0x80, Token 0x1000, Delimiter 0x2000.
+constexpr Range kRanges[] = {
+    {0x00, 0x08, kControl},                     // 0x20
+    {0x09, 0x0D, kControl | kSpace},            // 0x28: TAB, LF, VT, FF, CR
+    {0x0E, 0x1F, kControl},                     // 0x20
+    {' ', ' ', kSpace | kBlank},                // 0x48
+    {'!', '!', kPunct | kToken},                // 0x1010
+    {'"', '"', kPunct},                         // 0x10: neither token nor delimiter
+    {'#', '#', kPunct | kDelimiter},            // 0x2010
+    {'$', '+', kPunct | kToken},                // 0x1010: $ % & ' ( ) * +
+    {',', ',', kPunct | kDelimiter},            // 0x2010
+    {'-', '/', kPunct | kToken},                // 0x1010: - . /
+    {'0', '9', kDecDigit | kHexDigit | kToken}, // 0x1084
+    {':', '>', kPunct | kDelimiter},            // 0x2010: : ; < = >
+    {'?', '@', kPunct | kToken},                // 0x1010: ? @
+    {'A', 'F', kUpper | kHexDigit | kToken},    // 0x1081
+    {'G', 'Z', kUpper | kToken},                // 0x1001
+    {'[', '[', kPunct | kDelimiter},            // 0x2010
+    {'\\', '\\', kPunct | kToken},              // 0x1010
+    {']', ']', kPunct | kDelimiter},            // 0x2010
+    {'^', '`', kPunct | kToken},                // 0x1010: ^ _ backquote
+    {'a', 'f', kLower | kHexDigit | kToken},    // 0x1082
+    {'g', 'z', kLower | kToken},                // 0x1002
+    {'{', '{', kPunct | kDelimiter},            // 0x2010
+    {'|', '|', kPunct | kToken},                // 0x1010
+    {'}', '}', kPunct | kDelimiter},            // 0x2010
+    {'~', '~', kPunct | kToken},                // 0x1010
+    {0x7F, 0x7F, kControl},                     // 0x20
+    {0x80, 0xFF, 0},
+};
+
+/// Do the ranges name every byte once, in order?
+consteval bool AreComplete()
+{
+    unsigned uNext = 0;
+    for (const Range &range : kRanges) {
+        if (range.ucFirst != uNext || range.ucLast < range.ucFirst) {
+            return false;
+        }
+        uNext = range.ucLast + 1U;
+    }
+    return uNext == 256;
+}
+static_assert(AreComplete());
+
+consteval QAL_UINT32 ClassesOf(unsigned uByte)
+{
+    const Range *pRange = kRanges;
+    while (uByte > pRange->ucLast) {
+        ++pRange;
+    }
+    return pRange->ulClasses;
+}
+
+constexpr QAL_UINT16 kGroupDigits = 4;
+constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
+constexpr QAL_INT kDottedTailLen = 5; // a colon and the four characters the look-ahead asks about
+
+constexpr QAL_UINT8 kNoHexDigit = 0xFF;
+
+/// The value of a hexadecimal digit, or kNoHexDigit.
+QAL_UINT8 HexValue(QAL_CHAR chDigit)
+{
+    if (chDigit >= '0' && chDigit <= '9') {
+        return static_cast<QAL_UINT8>(chDigit - '0');
+    }
+    if (chDigit >= 'A' && chDigit <= 'F') {
+        return static_cast<QAL_UINT8>(chDigit - 'A' + 10);
+    }
+    if (chDigit >= 'a' && chDigit <= 'f') {
+        return static_cast<QAL_UINT8>(chDigit - 'a' + 10);
+    }
+    return kNoHexDigit;
+}
+
+/// With the cursor on a colon before a digit: does the run go on behind it, or is a dotted tail
+/// left to the caller?
+// Kept: a tail whose first octet has one digit or begins with 0 is read as a group
+// (TdHexseq.DottedTails).
+bool GoesOnBehindColon(const Parse_Ipv4v6_S_BUF &struBuf)
+{
+    // With fewer characters left than the look-ahead asks about, the run goes on whatever they are;
+    // so none of them is read where the text may be over.
+    if (struBuf.cur_bp_rem_len < kDottedTailLen) {
+        return true;
+    }
+    const QAL_CHAR *const pszText = struBuf.cur_bp;
+    const bool hasDot = pszText[2] == '.' || pszText[3] == '.' || pszText[4] == '.';
+    return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
+           pszText[3] == ':' || pszText[4] == ':';
+}
+
+} // namespace
+
+extern "C" {
+
+// A C array takes no initialiser but a list.
+#define ROW_OF_4(n) ClassesOf(n), ClassesOf((n) + 1), ClassesOf((n) + 2), ClassesOf((n) + 3)
+#define ROW_OF_16(n) ROW_OF_4(n), ROW_OF_4((n) + 4), ROW_OF_4((n) + 8), ROW_OF_4((n) + 12)
+#define ROW_OF_64(n) ROW_OF_16(n), ROW_OF_16((n) + 16), ROW_OF_16((n) + 32), ROW_OF_16((n) + 48)
+constinit QAL_UINT32 QAL_CHARset[256] = {ROW_OF_64(0), ROW_OF_64(64), ROW_OF_64(128),
+                                         ROW_OF_64(192)};
+#undef ROW_OF_4
+#undef ROW_OF_16
+#undef ROW_OF_64
+
+// Kept: no range test, and all that strtoul() takes before a number
+// (TdU16.ValueIsReducedTo16Bits, TdU16.ReadsLikeStrtoul).
+QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
+{
+    QAL_CHAR *pszEnd = IN_dec_buf->cur_bp; // stays if the base is none
+    const QAL_ULONG ulValue = std::strtoul(IN_dec_buf->cur_bp, &pszEnd, IN_base);
+    const auto lConsumed = static_cast<QAL_INT>(pszEnd - IN_dec_buf->cur_bp);
+    if (lConsumed < 1) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
+    *OUT_val = static_cast<QAL_UINT16>(ulValue);
+    Advance(*IN_dec_buf, lConsumed);
+    return 0;
+}
+
+QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
+{
+    *OUT_hex4 = 0;
+    QAL_UINT32 ulValue = 0;
+    for (QAL_UINT16 uwDigits = 1;; ++uwDigits) {
+        const QAL_CHAR chDigit = *IN_dec_buf->cur_bp;
+        if (!IsOf(kHexDigit, chDigit) || IN_dec_buf->cur_bp_rem_len < 1) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+        const QAL_UINT8 ucDigit = HexValue(chDigit);
+        // Only a caller's own table calls anything else a digit
+        // (Charset.AddedHexDigitCountsAsZero).
+        ulValue = ulValue << 4 | (ucDigit == kNoHexDigit ? 0U : ucDigit);
+        Advance(*IN_dec_buf, 1);
+
+        const QAL_CHAR chNext = *IN_dec_buf->cur_bp;
+        if (chNext == '.' || chNext == ':' || chNext == ']' || chNext == '\0') {
+            *OUT_hex4 = static_cast<QAL_UINT16>(ulValue);
+            return 0;
+        }
+        if (uwDigits == kGroupDigits) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+    }
+}
+
+QAL_UINT32 core_td_hexseq(QAL_UINT8 *OUT_hex_seq, QAL_UINT32 *OUT_len,
+                          Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
+{
+    *OUT_len = 0;
+    if (!IsOf(kHexDigit, *IN_dec_buf->cur_bp)) {
+        return 0;
+    }
+    while (IN_dec_buf->cur_bp_rem_len >= 1) {
+        QAL_UINT16 uwGroup = 0;
+        const QAL_UINT32 ulStatus = core_td_hex4(&uwGroup, IN_dec_buf);
+        if (ulStatus != 0) {
+            return ulStatus;
+        }
+        OUT_hex_seq[(*OUT_len)++] = static_cast<QAL_UINT8>(uwGroup >> 8);
+        OUT_hex_seq[(*OUT_len)++] = static_cast<QAL_UINT8>(uwGroup);
+
+        const QAL_CHAR *const pszText = IN_dec_buf->cur_bp;
+        if (pszText[0] != ':' || !IsOf(kHexDigit, pszText[1]) || *OUT_len == kRunBytes ||
+            !GoesOnBehindColon(*IN_dec_buf)) {
+            break;
+        }
+        Advance(*IN_dec_buf, 1);
+    }
+    return 0;
+}
+
+QAL_UINT32 core_td_convert_hex(QAL_INT8 ch, QAL_UINT8 *hex)
+{
+    *hex = HexValue(ch);
+    return *hex == kNoHexDigit ? 1 : 0;
+}
+
+} // extern "C"

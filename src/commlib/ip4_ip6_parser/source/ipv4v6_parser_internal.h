@@ -1,0 +1,78 @@
+// What the address parsers and the scanner under them share: the digit tests, the one step of the
+// cursor, and the working records of a call.
+#ifndef WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
+#define WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
+
+#include "wyx_commlib/ip4_ip6_parser.h"
+
+#include "bounded.h"
+
+namespace wyx {
+
+// The classes of QAL_CHARset.
+constexpr QAL_UINT32 kUpper = 0x01;
+constexpr QAL_UINT32 kLower = 0x02;
+constexpr QAL_UINT32 kDecDigit = 0x04;
+constexpr QAL_UINT32 kSpace = 0x08;
+constexpr QAL_UINT32 kPunct = 0x10;
+constexpr QAL_UINT32 kControl = 0x20;
+constexpr QAL_UINT32 kBlank = 0x40; // the space character alone
+constexpr QAL_UINT32 kHexDigit = 0x80;
+constexpr QAL_UINT32 kToken = 0x1000;
+constexpr QAL_UINT32 kDelimiter = 0x2000;
+
+/// The table is asked at every call: callers may have changed it.
+inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
+{
+    return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;
+}
+
+/// Moves the cursor, also backwards, and keeps cur_bp + cur_bp_rem_len where it is. The count wraps
+/// like the 32-bit number it is.
+inline void Advance(Parse_Ipv4v6_S_BUF &struBuf, QAL_LONG lCount)
+{
+    struBuf.cur_bp += lCount;
+    struBuf.cur_bp_rem_len = static_cast<QAL_INT>(static_cast<QAL_UINT>(struBuf.cur_bp_rem_len) -
+                                                  static_cast<QAL_UINT>(lCount));
+}
+
+constexpr QAL_UINT16 kIp4Len = 4;  // bytes of an IPv4 address
+constexpr QAL_UINT16 kIp6Len = 16; // bytes of an IPv6 address
+
+struct _octet1 {
+    QAL_UINT16 length;        // octets filled
+    QAL_UINT8 value[kIp4Len]; // in text order
+};
+
+struct xelpParse_S_IP4Address {
+    QAL_UINT8 bit_mask; // 1: with a port
+    _octet1 address;
+    QAL_UINT16 portNumber;
+};
+using Parse_S_IP4Address = xelpParse_S_IP4Address;
+
+struct xelpParse_S_IP6Address {
+    QAL_UINT8 bit_mask; // 1: with a port
+    struct {
+        QAL_UINT16 length;
+        QAL_UINT8 value[kIp6Len]; // in network order
+    } address;
+    QAL_UINT16 portNumber;
+};
+using Parse_S_IP6Address = xelpParse_S_IP6Address;
+
+/// Takes a dotted quad behind a gap as the last four bytes, in the order XELP_Parse_IPV4() delivers
+/// them, if its record says that it has all its octets. Refuses it otherwise.
+inline bool TakeQuadBehindGap(const Parse_S_IP4Address &struIp4, QAL_UINT32 ulAddr,
+                              Parse_S_IP6Address &struIp6)
+{
+    if (struIp4.address.length != kIp4Len) {
+        return false;
+    }
+    wyx_memcpy_s(struIp6.address.value + kIp6Len - kIp4Len, kIp4Len, &ulAddr, kIp4Len);
+    return true;
+}
+
+} // namespace wyx
+
+#endif
