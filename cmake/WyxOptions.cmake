@@ -13,9 +13,14 @@ set(WYX_CPU_LEVEL baseline CACHE STRING
 add_library(wyx_build_options INTERFACE)
 target_compile_features(wyx_build_options INTERFACE cxx_std_20)
 target_compile_options(wyx_build_options INTERFACE
-    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" # the same bytes from any folder
-    -Wall -Wextra -Wconversion -Wshadow -Wundef -Wvla -Wcast-qual -Wpointer-arith
+    # The same bytes from any folder: file names start at the source folder, also in __FILE__, and
+    # the build folder, which debug information names, is always the same.
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+    "-ffile-prefix-map=${CMAKE_BINARY_DIR}=."
+    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Wvla -Wcast-qual -Wcast-align
+    -Wpointer-arith -Wformat=2 -Wdouble-promotion -Wmissing-declarations
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op>
     $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
     $<$<BOOL:${WYX_WERROR}>:-Werror>
     $<$<BOOL:${WYX_CHAR}>:-f${WYX_CHAR}-char>)
@@ -25,7 +30,9 @@ if(WYX_COVERAGE)
 endif()
 if(WYX_SANITIZE)
     target_compile_options(wyx_build_options INTERFACE
-        -fsanitize=${WYX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        -fsanitize=${WYX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+        # GCC cannot tell through the instrumentation what is initialised.
+        $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     target_link_options(wyx_build_options INTERFACE -fsanitize=${WYX_SANITIZE})
 endif()
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <span>
 #include <string_view>
@@ -62,8 +63,8 @@ template <typename Word>
 Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
 {
     constexpr std::size_t kWidth = 8 * sizeof(Word);
-    const auto bitOf = [&](auto value, std::size_t i, std::size_t width) {
-        return static_cast<bool>((value >> (crc.reflected ? i : width - 1 - i)) & 1U);
+    const auto bitOf = [&](std::uint64_t value, std::size_t i, std::size_t width) {
+        return ((value >> (crc.reflected ? i : width - 1 - i)) & 1U) != 0;
     };
     std::vector<bool> dividend;
     for (const QAL_UINT8 uc : message) {
