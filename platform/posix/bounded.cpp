@@ -10,7 +10,7 @@ namespace {
 
 constexpr QAL_INT32 kRefused = -1;
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -55,7 +55,7 @@ QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *p
     if (pszDest == nullptr || ulDestMax == 0) {
         return kRefused;
     }
-    const QAL_ULONG ulHeld = strnlen(pszDest, ulDestMax);  // ulDestMax if nothing terminates it
+    const QAL_ULONG ulHeld = strnlen(pszDest, ulDestMax); // ulDestMax if nothing terminates it
     const QAL_ULONG ulLen = pszSrc != nullptr ? std::strlen(pszSrc) : 0;
     if (pszSrc == nullptr || ulLen >= ulDestMax - ulHeld) {
         *pszDest = '\0';
@@ -86,4 +86,4 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
     return lLen;
 }
 
-}  // extern "C"
+} // extern "C"

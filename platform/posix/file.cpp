@@ -1,68 +1,66 @@
 // Files by descriptor, with a buffer of their own.
 //
 // Reading. A regular file is read whole when it is opened, so that whatever can go wrong has gone
-// wrong by then: a caller who is told of the end of the file only by -1 would take an error for it.
-// Other kinds stream through a buffer that keeps the last byte of what it held before, so that the
+// wrong by then: a caller who learns of the end only by a -1 would take an error for it. Other
+// kinds stream through a buffer that keeps the last byte of what it held before, so that the
 // position can always step back by one. Either way the position only ever moves within memory.
 //
-// Writing. A call of the system for every line would make large files slow, and bytes that wait in
+// Writing. A call of the system for every line would make large files slow, but bytes that wait in
 // a buffer could be lost to a full disk after they were reported as written. So blocks are reserved
 // ahead of the end, and only bytes that have theirs wait; all others are handed over at once.
 #include "os_adapter.h"
 
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-namespace {
-
-constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
-
-constexpr QAL_ULONG kStreamBuffer = 16384;
-constexpr QAL_ULONG kWriteBuffer = 65536;
-constexpr QAL_ULONG kSmallestWhole = 4096;  // for files that do not tell their size
-// Reserved ahead of the end: as much again as the file holds, within these limits.
-constexpr off_t kReserveMin = 16384;
-constexpr off_t kReserveMax = 1048576;
-constexpr mode_t kCreateMode = 0666;
-
-}  // namespace
-
 struct xelpFile {
     // Reading. A file for writing holds nothing, so that XELP_Fgetc() need not ask for the kind.
-    const QAL_UINT8 *pucNext;   // the next byte
-    const QAL_UINT8 *pucEnd;    // behind the last byte that is held
-    const QAL_UINT8 *pucFirst;  // the first byte that is held
-    off_t lFirst;               // where in the file that is
+    const QAL_UINT8 *pucNext;  // the next byte
+    const QAL_UINT8 *pucEnd;   // behind the last byte that is held
+    const QAL_UINT8 *pucFirst; // the first byte that is held
+    off_t lFirst;              // where in the file that is
 
-    QAL_UINT8 *pucBuffer;  // the block of either buffer
-    int iFd;               // -1 for a file that has been read to its end
+    QAL_UINT8 *pucBuffer; // the block of either buffer
+    int iFd;              // -1 once nothing more is to be read
     bool isWriter;
 
     // Writing.
-    bool isBuffered;      // blocks can be reserved
-    bool hasSpare;        // blocks may have been reserved beyond the end
-    bool isTold;          // the caller knows of the failure, by a short count
-    int iError;           // what made the file fail; it then takes no more
-    int iDirFd;           // the directory that holds the file; -1 if it cannot be read
-    off_t lWritten;       // where in the file the buffer starts: all before is with the kernel
-    off_t lReserved;      // blocks are there up to here
-    QAL_ULONG ulWaiting;  // bytes in the buffer
+    bool isRegular;      // neither a pipe nor a device
+    bool isBuffered;     // bytes may wait, if blocks can be reserved for them
+    bool hasSpare;       // there may be blocks beyond the end
+    bool isTold;         // a short count has told the caller of the failure
+    int iError;          // what made the file fail; it then takes no more
+    int iDirFd;          // the directory that holds the file; -1 if it cannot be read
+    off_t lWritten;      // where in the file the buffer starts: all before is with the kernel
+    off_t lReserved;     // there are blocks up to here
+    QAL_ULONG ulWaiting; // bytes in the buffer
 };
 
 namespace {
 
-/// What the thread's last XELP_Fclose() could not tell anybody; 0 for nothing.
+constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
+constexpr mode_t kCreateMode = 0666;
+
+constexpr QAL_ULONG kStreamBuffer = 16384;
+constexpr QAL_ULONG kWriteBuffer = 65536;
+constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not tell their size
+
+// What is reserved ahead: as much again as the file will hold, within these limits.
+constexpr off_t kReserveMin = 16384;
+constexpr off_t kReserveMax = 1048576;
+
+/// What an XELP_Fclose() of this thread could not tell its caller; 0 for nothing.
 constinit thread_local int iPendingError = 0;
 
-/// Repeats a call of the system for as long as a signal interrupts it.
+/// Repeats a call of the system for as long as signals interrupt it.
 template <typename Call>
 auto Retry(Call call)
 {
@@ -74,64 +72,24 @@ auto Retry(Call call)
     }
 }
 
+/// Puts errno back at the end of a scope that cleans up behind a failure.
+class KeepErrno {
+  public:
+    KeepErrno() : iError_(errno) {}
+    ~KeepErrno() { errno = iError_; }
+    KeepErrno(const KeepErrno &) = delete;
+    KeepErrno &operator=(const KeepErrno &) = delete;
+
+  private:
+    int iError_;
+};
+
 /// Releases a descriptor, if it is one.
 bool Close(int iFd)
 {
-    // Never repeated: the descriptor is gone even when a signal interrupts the call, and by now its
-    // number may be another thread's.
+    // Never repeated: the descriptor is gone even when a signal interrupts the call, and its number
+    // may be another thread's by now.
     return iFd == -1 || close(iFd) == 0 || errno == EINTR;
-}
-
-/// Writes the name of the directory that holds an entry; false if it is too long to be one.
-bool DirectoryOf(const QAL_CHAR *pszName, QAL_CHAR (&szDir)[PATH_MAX])
-{
-    const QAL_CHAR *const pszSlash = std::strrchr(pszName, '/');
-    const QAL_CHAR *const pszDir = pszSlash != nullptr ? pszName : ".";
-    const bool isRoot = pszSlash == pszName;
-    const QAL_ULONG ulLen =
-        pszSlash == nullptr || isRoot ? 1 : static_cast<QAL_ULONG>(pszSlash - pszName);
-    if (ulLen >= sizeof szDir) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
-    std::memcpy(szDir, pszDir, ulLen);
-    szDir[ulLen] = '\0';
-    return true;
-}
-
-/// Opens a directory in order to flush it; -1 if it cannot be read.
-int OpenDirectory(const QAL_CHAR *pszDir)
-{
-    return Retry([&] { return open(pszDir, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-}
-
-/// Opens the directory that holds an entry; -1 if it cannot be read.
-int OpenDirectoryOf(const QAL_CHAR *pszName)
-{
-    QAL_CHAR szDir[PATH_MAX];
-    return DirectoryOf(pszName, szDir) ? OpenDirectory(szDir) : -1;
-}
-
-/// Brings what was written through a descriptor to its device.
-bool Flush(int iFd)
-{
-    // EINVAL comes from pipes, terminals and the like, which have no device to flush to.
-    return Retry([&] { return fsync(iFd); }) == 0 || errno == EINVAL;
-}
-
-/// Brings the entries of a directory to its device; takes the descriptor.
-bool FlushDirectory(int iDirFd)
-{
-    if (iDirFd == -1) {
-        // One may enter it but not read it: only everything together can be flushed.
-        sync();
-        return true;
-    }
-    const bool isDone = Flush(iDirFd);
-    const int iError = errno;
-    Close(iDirFd);
-    errno = iError;
-    return isDone;
 }
 
 /// Reads what one call of the system gives: a count, 0 at the end, -1 on failure.
@@ -155,11 +113,75 @@ QAL_ULONG Write(int iFd, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     return ulDone;
 }
 
+/// Opens the file's descriptor and tells what it leads to.
+bool OpenDescriptor(XELP_S_File &file, const QAL_CHAR *pszName, int iFlags, struct stat &status)
+{
+    file.iFd = Retry([&] { return open(pszName, iFlags | O_CLOEXEC | O_NOCTTY, kCreateMode); });
+    return file.iFd != -1 && fstat(file.iFd, &status) == 0;
+}
+
+// ---- Directories --------------------------------------------------------------------------------
+
+/// The name of a directory, not terminated.
+struct DirName {
+    const QAL_CHAR *pszName;
+    QAL_ULONG ulLen;
+
+    bool operator==(const DirName &other) const
+    {
+        return ulLen == other.ulLen && std::memcmp(pszName, other.pszName, ulLen) == 0;
+    }
+};
+
+/// The directory that holds an entry.
+DirName DirectoryOf(const QAL_CHAR *pszName)
+{
+    const QAL_CHAR *const pszSlash = std::strrchr(pszName, '/');
+    if (pszSlash == nullptr) {
+        return {".", 1};
+    }
+    return {pszName, pszSlash == pszName ? 1 : static_cast<QAL_ULONG>(pszSlash - pszName)};
+}
+
+/// Opens a directory in order to flush it; -1 if it cannot be read.
+int OpenDirectory(DirName dir)
+{
+    QAL_CHAR szDir[PATH_MAX];
+    if (dir.ulLen >= sizeof szDir) {
+        return -1; // nor can any entry of it be opened
+    }
+    std::memcpy(szDir, dir.pszName, dir.ulLen);
+    szDir[dir.ulLen] = '\0';
+    return Retry([&] { return open(szDir, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+}
+
+/// Brings what was written through a descriptor to its device.
+bool Flush(int iFd)
+{
+    // EINVAL comes from pipes, terminals and the like, which have no device behind them.
+    return Retry([&] { return fsync(iFd); }) == 0 || errno == EINVAL;
+}
+
+/// Brings the entries of a directory to its device; takes the descriptor.
+bool FlushDirectory(int iDirFd)
+{
+    if (iDirFd == -1) {
+        sync(); // entries can be changed, but not read: only everything together can be flushed
+        return true;
+    }
+    const bool isDone = Flush(iDirFd);
+    const KeepErrno keep;
+    Close(iDirFd);
+    return isDone;
+}
+
+// ---- Reading ------------------------------------------------------------------------------------
+
 /// Reads a regular file to its end.
 bool ReadWhole(XELP_S_File &file, off_t lSize)
 {
-    // The size is a hint: some files do not tell theirs, others grow. One more byte of room lets
-    // the read that finds the end do without a larger block.
+    // The size is a hint: some files do not tell theirs, others grow. The byte of room beyond it is
+    // for the read that finds the end.
     QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kSmallestWhole;
     QAL_ULONG ulHeld = 0;
     file.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(ulRoom));
@@ -167,14 +189,6 @@ bool ReadWhole(XELP_S_File &file, off_t lSize)
         return false;
     }
     for (;;) {
-        if (ulHeld == ulRoom) {
-            void *const pLarger = std::realloc(file.pucBuffer, ulRoom * 2);
-            if (pLarger == nullptr) {
-                return false;
-            }
-            file.pucBuffer = static_cast<QAL_UINT8 *>(pLarger);
-            ulRoom *= 2;
-        }
         const ssize_t lNow = Read(file.iFd, file.pucBuffer + ulHeld, ulRoom - ulHeld);
         if (lNow < 0) {
             return false;
@@ -183,20 +197,27 @@ bool ReadWhole(XELP_S_File &file, off_t lSize)
             break;
         }
         ulHeld += static_cast<QAL_ULONG>(lNow);
+        if (ulHeld == ulRoom) {
+            ulRoom *= 2;
+            void *const pLarger = std::realloc(file.pucBuffer, ulRoom);
+            if (pLarger == nullptr) {
+                return false;
+            }
+            file.pucBuffer = static_cast<QAL_UINT8 *>(pLarger);
+        }
     }
     Close(file.iFd);
     file.iFd = -1;
-    file.pucNext = file.pucBuffer;
     file.pucFirst = file.pucBuffer;
+    file.pucNext = file.pucBuffer;
     file.pucEnd = file.pucBuffer + ulHeld;
     return true;
 }
 
 bool OpenForReading(XELP_S_File &file, const QAL_CHAR *pszName)
 {
-    file.iFd = Retry([&] { return open(pszName, O_RDONLY | O_CLOEXEC | O_NOCTTY); });
     struct stat status;
-    if (file.iFd == -1 || fstat(file.iFd, &status) != 0) {
+    if (!OpenDescriptor(file, pszName, O_RDONLY, status)) {
         return false;
     }
     if (S_ISDIR(status.st_mode)) {
@@ -207,8 +228,8 @@ bool OpenForReading(XELP_S_File &file, const QAL_CHAR *pszName)
         return ReadWhole(file, status.st_size);
     }
     file.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(1 + kStreamBuffer));
-    file.pucNext = file.pucBuffer;
     file.pucFirst = file.pucBuffer;
+    file.pucNext = file.pucBuffer;
     file.pucEnd = file.pucBuffer;
     return file.pucBuffer != nullptr;
 }
@@ -227,11 +248,10 @@ bool Refill(XELP_S_File &file)
     const QAL_UINT8 ucLast = hasLast ? file.pucEnd[-1] : QAL_UINT8{0};
     const ssize_t lNow = Read(file.iFd, file.pucBuffer + 1, kStreamBuffer);
     if (lNow <= 0) {
-        // The end stays the end: a pipe that found another writer would else begin a second text.
-        const int iError = errno;
+        // The end stays the end: a pipe that finds another writer would else begin a second text.
+        const KeepErrno keep;
         Close(file.iFd);
         file.iFd = -1;
-        errno = iError;
         return false;
     }
     *file.pucBuffer = ucLast;
@@ -242,132 +262,27 @@ bool Refill(XELP_S_File &file)
     return true;
 }
 
-bool OpenForWriting(XELP_S_File &file, const QAL_CHAR *pszName)
+/// XELP_Fgetc() where nothing is held; apart from it, so that the usual case needs no stack frame.
+[[gnu::noinline]] QAL_INT32 GetcAfterRefill(XELP_S_File &file)
 {
-    file.isWriter = true;
-    file.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(kWriteBuffer));
-    if (file.pucBuffer == nullptr) {
-        return false;  // before a file is emptied
-    }
-    if constexpr (kFlush) {
-        file.iDirFd = OpenDirectoryOf(pszName);  // now: a relative name may mean another one later
-    }
-    file.iFd = Retry([&] {
-        return open(pszName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY,
-                    kCreateMode);
-    });
-    struct stat status;
-    file.isBuffered = file.iFd != -1 && fstat(file.iFd, &status) == 0 && S_ISREG(status.st_mode);
-    return file.iFd != -1;
-}
-
-/// Hands the waiting bytes to the kernel.
-bool HandOver(XELP_S_File &file)
-{
-    const QAL_ULONG ulDone = Write(file.iFd, file.pucBuffer, file.ulWaiting);
-    file.lWritten += static_cast<off_t>(ulDone);
-    if (ulDone < file.ulWaiting) {
-        file.iError = errno;
-    }
-    file.ulWaiting = 0;
-    return file.iError == 0;
-}
-
-/// Makes sure of the blocks up to a position; false if the bytes there must not wait.
-bool Reserve(XELP_S_File &file, off_t lUpTo)
-{
-    if (!file.isBuffered || lUpTo <= file.lReserved) {
-        return file.isBuffered;
-    }
-    const off_t lAhead = lUpTo < kReserveMin   ? kReserveMin
-                         : lUpTo > kReserveMax ? kReserveMax
-                                               : lUpTo;
-    off_t lEnd = lUpTo + lAhead;
-    // A reservation that leaves the size as it is goes beyond the process's limit of it.
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    if (limit.rlim_cur < static_cast<rlim_t>(lEnd)) {
-        lEnd = static_cast<off_t>(limit.rlim_cur);
-    }
-    const off_t lStart = file.lReserved > file.lWritten ? file.lReserved : file.lWritten;
-    if (lEnd >= lUpTo) {
-        file.hasSpare = true;  // even a reservation that fails may leave blocks behind
-        if (Retry([&] {
-                return fallocate(file.iFd, FALLOC_FL_KEEP_SIZE, lStart, lEnd - lStart);
-            }) == 0) {
-            file.lReserved = lEnd;
-            return true;
-        }
-    }
-    file.isBuffered = false;  // the file system cannot, or the disk is full: no need to ask again
-    return false;
-}
-
-/// Writes bytes, now or later; fewer than asked for on failure.
-QAL_ULONG Append(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
-{
-    if (ulCount > kWriteBuffer - file.ulWaiting && !HandOver(file)) {
-        return 0;
-    }
-    const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(file.lWritten) + file.ulWaiting + ulCount;
-    if (ulCount <= kWriteBuffer - file.ulWaiting && Reserve(file, static_cast<off_t>(ulEnd))) {
-        std::memcpy(file.pucBuffer + file.ulWaiting, pucFrom, ulCount);
-        file.ulWaiting += ulCount;
-        return ulCount;
-    }
-    if (!HandOver(file)) {
-        return 0;
-    }
-    const QAL_ULONG ulDone = Write(file.iFd, pucFrom, ulCount);
-    file.lWritten += static_cast<off_t>(ulDone);
-    if (ulDone < ulCount) {
-        file.iError = errno;
-    }
-    return ulDone;
-}
-
-/// Gives back the blocks beyond the end. Not having done so is untidy, but loses nothing.
-void Trim(const XELP_S_File &file)
-{
-    struct stat status;
-    if (file.hasSpare && fstat(file.iFd, &status) == 0) {
-        static_cast<void>(Retry([&] { return ftruncate(file.iFd, status.st_size); }));
-    }
-}
-
-/// Ends a file for writing; the error number, or 0.
-int Finish(XELP_S_File &file)
-{
-    HandOver(file);
-    Trim(file);
-    if (kFlush && !Flush(file.iFd) && file.iError == 0) {
-        file.iError = errno;
-    }
-    if (!Close(file.iFd) && file.iError == 0) {
-        file.iError = errno;
-    }
-    // After the file: an entry that survives a power cut must not lead to half a file.
-    if (kFlush && !FlushDirectory(file.iDirFd) && file.iError == 0) {
-        file.iError = errno;
-    }
-    if (file.iError != 0 && !file.isTold) {
-        iPendingError = file.iError;
-    }
-    return file.iError;
+    return Refill(file) ? *file.pucNext++ : -1;
 }
 
 QAL_INT32 SeekReader(XELP_S_File &file, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    const off_t lNow = file.lFirst + (file.pucNext - file.pucFirst);
-    const off_t lEnd = file.lFirst + (file.pucEnd - file.pucFirst);
-    if (lWhence == SEEK_END && file.iFd != -1) {
-        errno = ESPIPE;  // the end of a stream is known once it was reached
-        return -1;
+    const off_t lEnd = file.lFirst + (file.pucEnd - file.pucFirst); // of what is held
+    off_t lBase = 0;
+    if (lWhence == SEEK_CUR) {
+        lBase = file.lFirst + (file.pucNext - file.pucFirst);
+    } else if (lWhence == SEEK_END) {
+        if (file.iFd != -1) {
+            errno = ESPIPE; // where a stream ends is known only once that was reached
+            return -1;
+        }
+        lBase = lEnd;
     }
-    const off_t lBase = lWhence == SEEK_SET ? 0 : lWhence == SEEK_CUR ? lNow : lEnd;
     off_t lTarget = 0;
-    if (lWhence < SEEK_SET || lWhence > SEEK_END ||
-        __builtin_add_overflow(lBase, lOffset, &lTarget) || lTarget < file.lFirst ||
+    if (__builtin_add_overflow(lBase, lOffset, &lTarget) || lTarget < file.lFirst ||
         lTarget > lEnd) {
         errno = EINVAL;
         return -1;
@@ -376,13 +291,98 @@ QAL_INT32 SeekReader(XELP_S_File &file, QAL_LONG lOffset, QAL_INT32 lWhence)
     return 0;
 }
 
+// ---- Writing ------------------------------------------------------------------------------------
+
+bool OpenForWriting(XELP_S_File &file, const QAL_CHAR *pszName)
+{
+    file.isWriter = true;
+    file.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(kWriteBuffer));
+    if (file.pucBuffer == nullptr) {
+        return false; // before a file is emptied
+    }
+    if constexpr (kFlush) {
+        // Now: a relative name may lead elsewhere by the time the file is closed.
+        file.iDirFd = OpenDirectory(DirectoryOf(pszName));
+    }
+    struct stat status;
+    if (!OpenDescriptor(file, pszName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, status)) {
+        return false;
+    }
+    file.isRegular = S_ISREG(status.st_mode);
+    file.isBuffered = file.isRegular;
+    return true;
+}
+
+/// Hands bytes over at the end of those that were; fewer than asked for if the file fails.
+QAL_ULONG WriteNow(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
+{
+    const QAL_ULONG ulDone = Write(file.iFd, pucFrom, ulCount);
+    file.lWritten += static_cast<off_t>(ulDone);
+    if (ulDone < ulCount) {
+        file.iError = errno;
+    }
+    return ulDone;
+}
+
+/// Hands over the bytes that wait.
+bool EmptyBuffer(XELP_S_File &file)
+{
+    const QAL_ULONG ulCount = file.ulWaiting;
+    file.ulWaiting = 0; // also of a file that fails: there is no second try behind a gap
+    return WriteNow(file, file.pucBuffer, ulCount) == ulCount;
+}
+
+/// Makes sure of the blocks up to a position; false if the bytes there must not wait.
+bool Reserve(XELP_S_File &file, off_t lUpTo)
+{
+    if (lUpTo <= file.lReserved) {
+        return true;
+    }
+    off_t lAhead = lUpTo < kReserveMax ? lUpTo : kReserveMax;
+    lAhead = lAhead > kReserveMin ? lAhead : kReserveMin;
+    off_t lEnd = lUpTo + lAhead;
+    // The process's limit holds for the size of a file, so a reservation beyond the end ignores it.
+    rlimit limit = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    if (limit.rlim_cur < static_cast<rlim_t>(lEnd)) {
+        lEnd = static_cast<off_t>(limit.rlim_cur);
+    }
+    if (lEnd < lUpTo) {
+        return false;
+    }
+    const off_t lStart = file.lReserved > file.lWritten ? file.lReserved : file.lWritten;
+    file.hasSpare = true; // even one that fails may leave blocks behind
+    if (Retry([&] { return fallocate(file.iFd, FALLOC_FL_KEEP_SIZE, lStart, lEnd - lStart); }) !=
+        0) {
+        return false;
+    }
+    file.lReserved = lEnd;
+    return true;
+}
+
+/// Writes bytes now or later; fewer than asked for if the file fails.
+QAL_ULONG Append(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
+{
+    if (ulCount > kWriteBuffer - file.ulWaiting && !EmptyBuffer(file)) {
+        return 0;
+    }
+    if (ulCount > kWriteBuffer || !file.isBuffered) {
+        return WriteNow(file, pucFrom, ulCount);
+    }
+    const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(file.lWritten) + file.ulWaiting + ulCount;
+    if (!Reserve(file, static_cast<off_t>(ulEnd))) {
+        file.isBuffered =
+            false; // the disk is full, or its file system cannot: it need not be asked again
+        return EmptyBuffer(file) ? WriteNow(file, pucFrom, ulCount) : 0;
+    }
+    std::memcpy(file.pucBuffer + file.ulWaiting, pucFrom, ulCount);
+    file.ulWaiting += ulCount;
+    return ulCount;
+}
+
 QAL_INT32 SeekWriter(XELP_S_File &file, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    if (lWhence < SEEK_SET || lWhence > SEEK_END) {
-        errno = EINVAL;
-        return -1;
-    }
-    if (!HandOver(file)) {
+    if (file.iError != 0 || !EmptyBuffer(file)) {
         errno = file.iError;
         return -1;
     }
@@ -391,12 +391,46 @@ QAL_INT32 SeekWriter(XELP_S_File &file, QAL_LONG lOffset, QAL_INT32 lWhence)
         return -1;
     }
     file.lWritten = lPosition;
-    file.isBuffered =
-        false;  // a block that has been written can need another one to be overwritten
+    file.isBuffered = false; // overwriting a block can take another one, for which none is reserved
     return 0;
 }
 
-/// Fails once for a file whose closing failed.
+/// Gives back the blocks beyond the end. To fail in it is untidy, but loses nothing.
+void Trim(const XELP_S_File &file)
+{
+    struct stat status;
+    if (file.hasSpare && fstat(file.iFd, &status) == 0) {
+        static_cast<void>(Retry([&] { return ftruncate(file.iFd, status.st_size); }));
+    }
+}
+
+/// Ends a file for writing, with all that belongs to it but its memory.
+void Finish(XELP_S_File &file)
+{
+    const auto note = [&](bool isDone) {
+        if (!isDone && file.iError == 0) {
+            file.iError = errno;
+        }
+    };
+    EmptyBuffer(file);
+    Trim(file);
+    const bool isFlushed = kFlush && file.iError == 0; // nobody wants what has failed
+    if (isFlushed) {
+        note(Flush(file.iFd));
+    }
+    note(Close(file.iFd));
+    if (isFlushed && file.isRegular) {
+        // After the file: an entry that outlives a power cut must not lead to half of it.
+        note(FlushDirectory(file.iDirFd));
+    } else {
+        Close(file.iDirFd);
+    }
+    if (file.iError != 0 && !file.isTold) {
+        iPendingError = file.iError;
+    }
+}
+
+/// Fails once for a file whose end has failed.
 bool HasPendingError()
 {
     if (iPendingError == 0) {
@@ -407,7 +441,7 @@ bool HasPendingError()
     return true;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -418,7 +452,7 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
         errno = EINVAL;
         return nullptr;
     }
-    XELP_S_File *const pstruFile = static_cast<XELP_S_File *>(std::calloc(1, sizeof *pstruFile));
+    auto *const pstruFile = static_cast<XELP_S_File *>(std::calloc(1, sizeof(XELP_S_File)));
     if (pstruFile == nullptr) {
         return nullptr;
     }
@@ -427,25 +461,28 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
     if (isWriter ? OpenForWriting(*pstruFile, pszName) : OpenForReading(*pstruFile, pszName)) {
         return pstruFile;
     }
-    const int iError = errno;
+    const KeepErrno keep;
     Close(pstruFile->iFd);
     Close(pstruFile->iDirFd);
     std::free(pstruFile->pucBuffer);
     std::free(pstruFile);
-    errno = iError;
     return nullptr;
 }
 
 QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 {
-    if (pstruFile->pucNext == pstruFile->pucEnd && !Refill(*pstruFile)) {
-        return -1;
+    if (pstruFile->pucNext == pstruFile->pucEnd) [[unlikely]] {
+        return GetcAfterRefill(*pstruFile);
     }
     return *pstruFile->pucNext++;
 }
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
+    if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {
+        errno = EINVAL;
+        return -1;
+    }
     return pstruFile->isWriter ? SeekWriter(*pstruFile, lOffset, lWhence)
                                : SeekReader(*pstruFile, lOffset, lWhence);
 }
@@ -461,10 +498,10 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
         errno = EBADF;
         return 0;
     }
-    // A file that has failed takes no more: it must not continue behind a gap.
-    const QAL_ULONG ulDone =
-        pstruFile->iError == 0 ? Append(*pstruFile, static_cast<const QAL_UINT8 *>(pData), ulBytes)
-                               : 0;
+    QAL_ULONG ulDone = 0;
+    if (pstruFile->iError == 0) { // what has failed must not continue behind a gap
+        ulDone = Append(*pstruFile, static_cast<const QAL_UINT8 *>(pData), ulBytes);
+    }
     if (ulDone < ulBytes) {
         pstruFile->isTold = true;
         errno = pstruFile->iError;
@@ -474,12 +511,12 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
 
 QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
 {
-    int iError = 0;
     if (pstruFile->isWriter) {
-        iError = Finish(*pstruFile);
+        Finish(*pstruFile);
     } else {
         Close(pstruFile->iFd);
     }
+    const int iError = pstruFile->iError;
     std::free(pstruFile->pucBuffer);
     std::free(pstruFile);
     if (iError != 0) {
@@ -491,7 +528,7 @@ QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 {
-    // Of directories, unlink() says EISDIR.
+    // unlink() takes no directory, not even from the superuser.
     return HasPendingError() ? -1 : Retry([&] { return unlink(pszName); });
 }
 
@@ -501,18 +538,15 @@ QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
         return -1;
     }
     if constexpr (kFlush) {
-        // The new entry first: with neither, the file would be lost.
-        if (!FlushDirectory(OpenDirectoryOf(pszNewName))) {
+        const DirName oldDir = DirectoryOf(pszOldName);
+        const DirName newDir = DirectoryOf(pszNewName);
+        // The new entry first: with neither of them the file would be lost.
+        if (!FlushDirectory(OpenDirectory(newDir)) ||
+            (oldDir != newDir && !FlushDirectory(OpenDirectory(oldDir)))) {
             return -1;
-        }
-        QAL_CHAR szOldDir[PATH_MAX];
-        QAL_CHAR szNewDir[PATH_MAX];
-        if (DirectoryOf(pszOldName, szOldDir) && DirectoryOf(pszNewName, szNewDir) &&
-            std::strcmp(szOldDir, szNewDir) != 0) {
-            return FlushDirectory(OpenDirectory(szOldDir)) ? 0 : -1;
         }
     }
     return 0;
 }
 
-}  // extern "C"
+} // extern "C"

@@ -11,7 +11,7 @@ constexpr QAL_UINT32 AtLeastOne(QAL_UINT32 ulSize)
     return ulSize != 0 ? ulSize : 1;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -37,4 +37,4 @@ void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR 
     *ppBlock = nullptr;
 }
 
-}  // extern "C"
+} // extern "C"

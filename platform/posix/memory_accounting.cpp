@@ -31,8 +31,8 @@ constexpr QAL_ULONG kFirstBlockChains = 1024;
 /// A line that allocates or releases. Never forgotten.
 struct Site {
     Site *pstruNextInChain;
-    Site *pstruNext;          // in the order of their first use
-    const QAL_CHAR *pszFile;  // a copy, behind the entry: the caller's own can be unloaded
+    Site *pstruNext;         // in the order of their first use
+    const QAL_CHAR *pszFile; // a copy, behind the entry: the caller's own can be unloaded
     QAL_UINT32 ulLine;
     wyxMem_S_Use struUse;
 };
@@ -40,11 +40,11 @@ struct Site {
 /// A block that is live, or released and held back.
 struct Block {
     Block *pstruNextInChain;
-    Block *pstruNewer;  // of those held back
+    Block *pstruNewer; // of those held back
     void *pMemory;
     QAL_UINT32 ulSize;
     Site *pstruSite;
-    const Site *pstruReleasedBy;  // null for a live block
+    const Site *pstruReleasedBy; // null for a live block
 };
 
 struct Books {
@@ -53,8 +53,8 @@ struct Books {
     Site *pstruFirstSite;
     Site *pstruLastSite;
     Block **ppstruBlockChains;
-    QAL_ULONG ulBlockChains;  // a power of two, or 0
-    QAL_ULONG ulBlocks;       // live and held back
+    QAL_ULONG ulBlockChains; // a power of two, or 0
+    QAL_ULONG ulBlocks;      // live and held back
     Block *pstruOldestHeld;
     Block *pstruNewestHeld;
     QAL_ULONG ulHeldBlocks;
@@ -75,7 +75,7 @@ class Lock {
 QAL_ULONG HashOfAddress(const void *pBlock)
 {
     const auto ulAddress = reinterpret_cast<QAL_ULONG>(pBlock);
-    return (ulAddress >> 4) ^ (ulAddress >> 14);  // blocks lie at multiples of 16
+    return (ulAddress >> 4) ^ (ulAddress >> 14); // blocks lie at multiples of 16
 }
 
 /// Finds the entry of a line, or makes one; null if there is no memory for it.
@@ -224,7 +224,8 @@ void ForgetOldest()
     std::free(pstruBlock);
 }
 
-/// Ends the process with what is known of a pointer that must not be released.
+/// Ends the process with what is known of a pointer that must not be released. Gives up the lock,
+/// so that whoever handles the signal can still allocate.
 [[noreturn]] void Refuse(const void *pMemory, const Block *pstruBlock, const QAL_CHAR *pszFile,
                          QAL_UINT32 ulLine)
 {
@@ -241,6 +242,7 @@ void ForgetOldest()
     } else {
         dprintf(STDERR_FILENO, "which is no block of this adapter, or one released long ago\n");
     }
+    pthread_mutex_unlock(&mutex);
     std::abort();
 }
 
@@ -281,7 +283,7 @@ void PrintUse(int iFd, const wyxMem_S_Use &use)
             use.ulTotalBytes);
 }
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -319,7 +321,7 @@ QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax)
     QAL_ULONG ulCount = 0;
     for (const Site *pstru = books.pstruFirstSite; pstru != nullptr; pstru = pstru->pstruNext) {
         if (pstru->struUse.ulTotalBlocks == 0) {
-            continue;  // it only releases
+            continue; // it only releases
         }
         if (ulCount < ulMax) {
             pstruSites[ulCount] = {pstru->pszFile, pstru->ulLine, pstru->struUse};
@@ -362,4 +364,4 @@ void wyx_mem_report(QAL_INT32 lFd)
     }
 }
 
-}  // extern "C"
+} // extern "C"

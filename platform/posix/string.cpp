@@ -10,13 +10,13 @@ namespace {
 constexpr QAL_INT32 Fold(QAL_CHAR cByte)
 {
     const QAL_UINT32 ulByte = static_cast<QAL_UINT8>(cByte);
-    const bool isCapital = ulByte - 'A' <= 'Z' - 'A';  // wraps for what sorts before 'A'
+    const bool isCapital = ulByte - 'A' <= 'Z' - 'A'; // wraps for what sorts before 'A'
     return static_cast<QAL_INT32>(isCapital ? ulByte | 0x20U : ulByte);
 }
 static_assert(Fold('A') == 'a' && Fold('Z') == 'z' && Fold('@') == '@' && Fold('[') == '[');
 static_assert(Fold('\xC4') == 0xC4, "only ASCII letters have a case");
 
-}  // namespace
+} // namespace
 
 extern "C" {
 
@@ -49,4 +49,4 @@ QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight)
     return Fold(*pszLeft) - Fold(*pszRight);
 }
 
-}  // extern "C"
+} // extern "C"
