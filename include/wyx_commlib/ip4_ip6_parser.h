@@ -18,8 +18,8 @@
  * white space and a sign are taken before them (`:-1` is port 65535).
  *
  * Texts are NUL-terminated and shorter than 2 GiB; nothing behind the terminator is read. No call
- * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for the
- * one thing they share.
+ * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for
+ * the one thing they share.
  *
  * @code{.c}
  * QAL_UINT32 addr;
@@ -64,8 +64,8 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  * @param[out] puwPort      the port; 0 without one, or if the text is malformed; untouched for a
  *                          null pointer
  * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be 0),
- *         #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer, #XELP_ERR_PARSE_IPV4V6_INVALID for
- *         a malformed text.
+ *         #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
+ *         #XELP_ERR_PARSE_IPV4V6_INVALID for a malformed text.
  */
 WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT16 *puwPort);
 
@@ -80,32 +80,34 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * empty. A head of eight groups is the whole address. Otherwise the characters behind it tell the
  * form; *h* is a hexadecimal digit, *end* the end of the text or `]`:
  *
- * | Behind the head       | Example              | Outcome                                        |
- * |-----------------------|----------------------|------------------------------------------------|
- * | `::` *h*, run, *end*  | `1:2::3:4`           | accepted; the run ends at byte 15              |
- * | `::` *h*, run, `:`    | `::ffff:192.168.1.1` | status 30 unless a port follows, outputs written; the run ends at byte 11 |
- * | `::` *h*, run, other  | `::ffff:1.2.3.4`     | status 30                                      |
- * | `::` *h*, bad run     | `1::2g`              | status 30, outputs written; the run is dropped |
- * | `:::`                 | `:::1.2.3.4`         | status 30 unless a port follows, outputs written |
- * | `.` *h*, IPv4 address | `1:2.10.0.0.1`       | accepted; the four octets are bytes 12 to 15   |
- * | `.` *h*, other        | `1:2.10.0.0.1:80`    | status 30                                      |
- * | `::` *end*            | `1::`                | accepted                                       |
- * | anything else         | `1:2:3`, `[`         | status 30                                      |
+ * | Behind the head      | Example              | Outcome                                       |
+ * |----------------------|----------------------|-----------------------------------------------|
+ * | `::` *h*, run, *end* | `1:2::3:4`           | accepted; the run ends at byte 15             |
+ * | `::` *h*, run, `:`   | `::ffff:192.168.1.1` | failed; the run ends at byte 11               |
+ * | `::` *h*, run, other | `::ffff:1.2.3.4`     | refused                                       |
+ * | `::` *h*, bad run    | `1::2g`              | failed; the run is dropped                    |
+ * | `:::`                | `:::1.2.3.4`         | failed                                        |
+ * | `.` *h*, IPv4        | `1:2.10.0.0.1`       | accepted; the four octets are bytes 12 to 15  |
+ * | `.` *h*, other       | `1:2.10.0.0.1:80`    | refused                                       |
+ * | `::` *end*           | `1::`                | accepted                                      |
+ * | anything else        | `1:2:3`, `[`         | refused                                       |
  *
  * All bytes not mentioned are those of the head, or 0 behind it. A run is written over the head's
  * bytes where they meet (`1:2:3:4:5:6:7::8:9` loses its seventh group), and what would stand before
  * byte 0 is dropped.
  *
- * So the standard forms that end in a dotted quad behind `::` are refused, and a text ending in a
- * dotted quad is accepted only where the run before it stops on the dot: see core_td_hexseq().
+ * - *Refused*: status 30, outputs untouched.
+ * - *Failed*: status 30, outputs written. But one more colon there is taken for that of a port, and
+ *   if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port 3, `::::80` is `::`
+ *   with port 80.
+ * - A port that cannot be read refuses the text, whatever the form.
  *
- * *Unless a port follows*: one more colon there is taken for that of a port. If a port can be read,
- * the call succeeds: `1::2::3` is 1::2:0:0 with port 3, `::::80` is `::` with port 80. If none can,
- * it fails and, as for any bad port, writes nothing.
+ * So the standard forms that end in a dotted quad behind `::` fail, and a text ending in a dotted
+ * quad is accepted only where the run before it stops on the dot: see core_td_hexseq().
  *
  * @param[in]  pszIPV6Addr  the text, borrowed
- * @param[out] pucAddr      receives the 16 bytes of the address in network order; untouched on
- *                          failure, except where the table says that the outputs are written
+ * @param[out] pucAddr      receives the 16 bytes of the address in network order; untouched by a
+ *                          null pointer and where the text is refused, but written where it fails
  * @param[out] puwPort      the port, 0 without one; written if and only if @p pucAddr is
  * @return 0, with or without a port: unlike XELP_Parse_IPV4(), this call never returns
  *         #XELP_OK_HAVE_PORT; #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
@@ -146,9 +148,9 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * 0x80 on are of no class.
  *
  * The table is a variable, and the library never writes it. Bits 0x04 and 0x80 decide what the
- * parsers take for a digit: a caller who changes them changes the parsers for every thread, and must
- * not do so while a parser runs. A digit's value is not in the table: what is no digit to strtoul()
- * ends the number there, and counts as 0 in a group of core_td_hex4().
+ * parsers take for a digit: a caller who changes them changes the parsers for every thread, and
+ * must not do so while a parser runs. A digit's value is not in the table: what is no digit to
+ * strtoul() ends the number there, and counts as 0 in a group of core_td_hex4().
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
@@ -172,8 +174,8 @@ WYX_API QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base,
  * The group must be followed by `.`, `:`, `]` or the end of the text, which is not consumed.
  *
  * @param[out]    OUT_hex4    the value; 0 on failure
- * @param[in,out] IN_dec_buf  the text, borrowed; moved behind the group, on failure to the character
- *                            at fault: digits once read are not given back
+ * @param[in,out] IN_dec_buf  the text, borrowed; moved behind the group, on failure to the
+ *                            character at fault: digits once read are not given back
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID.
  */
 WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf);
@@ -185,11 +187,11 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  * behind it is not consumed. A text without a digit at the cursor is an empty run.
  *
  * A dotted quad behind a colon is left to the caller, with the cursor on that colon, if its first
- * octet has two or three characters and does not begin with `0` (`...:10.2.3.4`). Any other is taken
- * for one more group, and the run ends on its first dot (`...:1.2.3.4`). What decides is whether a
- * dot is among the second to fourth characters behind the colon. Even then the colon is consumed if
- * fewer than five characters are left, itself included, if the first behind it is `0`, the second is
- * `.`, or any of the second to fourth is `:`.
+ * octet has two or three characters and does not begin with `0` (`...:10.2.3.4`). Any other is
+ * taken for one more group, and the run ends on its first dot (`...:1.2.3.4`). What decides is
+ * whether a dot is among the second to fourth characters behind the colon. Even then the colon is
+ * consumed if fewer than five characters are left, itself included, if the first behind it is `0`,
+ * the second is `.`, or any of the second to fourth is `:`.
  *
  * @param[out]    OUT_hex_seq  receives two bytes a group, the high one first; room for 16
  * @param[out]    OUT_len      the number of bytes written, also on failure

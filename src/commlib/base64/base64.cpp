@@ -159,7 +159,7 @@ void ReleaseAndSetNull(QAL_UINT8 **ppucBuff, QAL_UINT32 ulLine)
 extern "C" {
 
 // Kept: the buffer is allocated before the arguments are tested, and a negative length is no error
-// (Base64Encode.ArgumentsAreTestedBehindTheAllocation, Base64Encode.NegativeLengthGivesAnEmptyText).
+// (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
     const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);

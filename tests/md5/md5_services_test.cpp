@@ -1,0 +1,96 @@
+// What MD5 asks of the platform: this executable stands in front of the adapter's bounded routines.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "bounded.h"
+#include "wyx_commlib/md5.h"
+
+namespace {
+
+struct Call {
+    const void *pDest;
+    QAL_ULONG ulDestMax;
+    QAL_ULONG ulCount;
+    int iByte; // -1: a copy
+};
+std::vector<Call> calls;
+
+} // namespace
+
+extern "C" {
+
+QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc, QAL_ULONG ulCount)
+{
+    calls.push_back({pDest, ulDestMax, ulCount, -1});
+    std::memcpy(pDest, pSrc, ulCount);
+    return 0;
+}
+
+QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_ULONG ulCount)
+{
+    calls.push_back({pDest, ulDestMax, ulCount, lByte});
+    std::memset(pDest, lByte, ulCount);
+    return 0;
+}
+
+} // extern "C"
+
+namespace wyx::test {
+namespace {
+
+TEST(Md5Services, EveryCopyIsBoundByItsCount)
+{
+    MD5_S_CTX context;
+    const QAL_UINT8 aucInput[64 + 64 + 5] = {};
+    XELP_MD5_Init(&context);
+    calls.clear();
+    XELP_MD5_Update(&context, aucInput, 3);
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_EQ(calls[0].pDest, context.buffer);
+    EXPECT_EQ(calls[0].ulCount, 3U);
+
+    calls.clear();
+    XELP_MD5_Update(&context, aucInput,
+                    sizeof aucInput); // 61 fill the block, 64 go past the buffer
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[0].pDest, context.buffer + 3);
+    EXPECT_EQ(calls[0].ulCount, 61U);
+    EXPECT_EQ(calls[1].pDest, context.buffer);
+    EXPECT_EQ(calls[1].ulCount, 8U);
+
+    calls.clear();
+    XELP_MD5_Update(&context, aucInput, 56);
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[1].ulCount, 0U);
+
+    QAL_UINT8 aucDigest[16];
+    XELP_MD5_Final(aucDigest, &context);
+    for (const Call &call : calls) {
+        EXPECT_EQ(call.ulDestMax, call.ulCount);
+    }
+}
+
+// The wipe is a call into another library, whatever the compiler knows of the context's further
+// use.
+TEST(Md5Services, TheLastThingIsTheWipeOfTheWholeContext)
+{
+    MD5_S_CTX context;
+    QAL_UINT8 aucDigest[16];
+    XELP_MD5_Init(&context);
+    XELP_MD5_Update(&context, aucDigest, 0);
+    calls.clear();
+    XELP_MD5_Final(aucDigest, &context);
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(calls.back().pDest, &context);
+    EXPECT_EQ(calls.back().ulDestMax, 88U);
+    EXPECT_EQ(calls.back().ulCount, 88U);
+    EXPECT_EQ(calls.back().iByte, 0);
+    for (std::size_t i = 0; i + 1 < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].iByte, -1) << i;
+    }
+}
+
+} // namespace
+} // namespace wyx::test
