@@ -1,0 +1,607 @@
+// Base64 both ways: published vectors, a model that goes bit by bit, and the books of the platform.
+#include "wyx_commlib/base64.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "guarded_memory.h"
+#include "platform_double.h"
+#include "random.h"
+
+#ifdef WYX_HAVE_OPENSSL
+#include <openssl/evp.h>
+#endif
+
+namespace wyx::test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+QAL_UINT8 *Bytes(char *pch)
+{
+    return reinterpret_cast<QAL_UINT8 *>(pch);
+}
+
+using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
+
+/// The result of a call whose input is copied flush against an unmapped page: @p beyond is what
+/// stands behind the length, nothing if that must not be read. None if the call failed.
+std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
+                                   std::string_view beyond)
+{
+    static const GuardedMemory memory(64 * 1024);
+    const std::size_t size = input.size() + beyond.size();
+    if (size > memory.Size()) {
+        ADD_FAILURE() << "input does not fit";
+        return std::nullopt;
+    }
+    QAL_UINT8 *const pucInput = memory.End() - size;
+    std::copy(input.begin(), input.end(), pucInput);
+    std::copy(beyond.begin(), beyond.end(), pucInput + input.size());
+
+    QAL_UINT8 aucJunk[1];
+    QAL_UINT8 *pucOutput = aucJunk;
+    const QAL_INT32 lLen = pfunConvert(pucInput, static_cast<QAL_INT32>(input.size()), &pucOutput);
+    if (pucOutput == nullptr) {
+        EXPECT_EQ(lLen, 0);
+        return std::nullopt;
+    }
+    EXPECT_GE(lLen, 0);
+    EXPECT_EQ(pucOutput[lLen], 0) << "no NUL behind the result";
+    const std::string result(reinterpret_cast<const char *>(pucOutput),
+                             static_cast<std::size_t>(lLen));
+    MOX_BASE64Free(&pucOutput);
+    EXPECT_EQ(pucOutput, nullptr);
+    return result;
+}
+
+std::optional<std::string> Encoded(std::string_view bytes)
+{
+    return Convert(MOX_BASE64Encode, bytes, "");
+}
+
+std::optional<std::string> Decoded(std::string_view text, char chBeyond = '\0')
+{
+    return Convert(MOX_BASE64Decode, text, {&chBeyond, 1});
+}
+
+// --- What the text should be, bit by bit.
+
+std::string ModelEncoded(std::string_view bytes)
+{
+    std::vector<bool> bits;
+    for (const char ch : bytes) {
+        for (int i = 7; i >= 0; --i) {
+            bits.push_back((static_cast<unsigned char>(ch) >> i & 1) != 0);
+        }
+    }
+    std::string text;
+    for (std::size_t at = 0; at < bits.size(); at += 6) {
+        std::size_t sextet = 0;
+        for (std::size_t i = at; i < at + 6; ++i) {
+            sextet = sextet * 2 + (i < bits.size() && bits[i] ? 1 : 0);
+        }
+        text += kAlphabet[sextet];
+    }
+    text.append((4 - text.size() % 4) % 4, '=');
+    return text;
+}
+
+/// @p text includes the byte beyond its length.
+std::optional<std::string> ModelDecoded(std::string text)
+{
+    std::replace(text.begin(), text.end(), '-', '+');
+    std::replace(text.begin(), text.end(), '_', '/');
+    std::vector<bool> bits;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::size_t sextet = kAlphabet.find(text[at]);
+        if (sextet == std::string_view::npos) {
+            if ("=\r\n\0"s.find(text[at]) == std::string::npos) {
+                return std::nullopt;
+            }
+        } else if (at + 1 < text.size()) {
+            for (int i = 5; i >= 0; --i) {
+                bits.push_back((sextet >> i & 1) != 0);
+            }
+        }
+    }
+    std::string bytes;
+    for (std::size_t at = 0; at + 8 <= bits.size(); at += 8) {
+        int iByte = 0;
+        for (std::size_t i = at; i < at + 8; ++i) {
+            iByte = iByte * 2 + (bits[i] ? 1 : 0);
+        }
+        bytes += static_cast<char>(iByte);
+    }
+    return bytes;
+}
+
+std::string RandomBytes(Random &random, std::size_t size)
+{
+    const std::vector<QAL_UINT8> bytes = random.Bytes(size);
+    return {bytes.begin(), bytes.end()};
+}
+
+class Base64Encode : public PlatformTest {};
+class Base64Decode : public PlatformTest {};
+class Base64Free : public PlatformTest {};
+
+struct Pair {
+    std::string_view bytes;
+    std::string_view text;
+};
+
+// RFC 4648, section 10, and a few more.
+constexpr Pair kPairs[] = {
+    {"f", "Zg=="},           {"fo", "Zm8="},
+    {"foo", "Zm9v"},         {"foob", "Zm9vYg=="},
+    {"fooba", "Zm9vYmE="},   {"foobar", "Zm9vYmFy"},
+    {"Man", "TWFu"},         {"Ma", "TWE="},
+    {"M", "TQ=="},           {"\xFB\xFF\xBF", "+/+/"},
+    {{"\0\0\0", 3}, "AAAA"}, {"\xFF\xFF\xFF", "////"},
+};
+
+TEST_F(Base64Encode, PublishedVectors)
+{
+    for (const Pair &pair : kPairs) {
+        EXPECT_EQ(Encoded(pair.bytes), pair.text);
+    }
+}
+
+TEST_F(Base64Decode, PublishedVectors)
+{
+    for (const Pair &pair : kPairs) {
+        EXPECT_EQ(Decoded(pair.text), pair.bytes) << pair.text;
+    }
+}
+
+TEST_F(Base64Encode, NeverBreaksALine)
+{
+    const std::optional<std::string> line = Encoded(std::string(57, 'x'));
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->size(), 76U);
+    const std::optional<std::string> lines = Encoded(std::string(5000, 'x'));
+    ASSERT_TRUE(lines);
+    EXPECT_EQ(lines->size(), 6668U);
+    EXPECT_EQ(lines->find_first_of("\r\n"), std::string::npos);
+}
+
+TEST_F(Base64Encode, EveryLengthAndEveryByte)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (std::size_t len = 1; len <= 300; ++len) {
+        const std::string bytes = RandomBytes(random, len);
+        EXPECT_EQ(Encoded(bytes), ModelEncoded(bytes)) << len;
+    }
+    for (int iByte = 0; iByte < 256; ++iByte) {
+        for (const std::size_t at : {0U, 1U, 2U, 3U, 4U}) {
+            std::string bytes = "\x55\xAA\x55\xAA\x55"s;
+            bytes[at] = static_cast<char>(iByte);
+            for (const std::size_t len : {3U, 4U, 5U}) {
+                EXPECT_EQ(Encoded(bytes.substr(0, len)), ModelEncoded(bytes.substr(0, len)));
+            }
+        }
+    }
+}
+
+TEST_F(Base64Decode, WhatWasEncodedComesBack)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (std::size_t len = 1; len <= 300; ++len) {
+        const std::string bytes = RandomBytes(random, len);
+        std::string text = ModelEncoded(bytes);
+        EXPECT_EQ(Decoded(text), bytes) << len;
+        text.resize(text.find_last_not_of('=') + 1); // padding is not required
+        EXPECT_EQ(Decoded(text), bytes) << len;
+        for (std::size_t at = 76; at < text.size(); at += 78) {
+            text.insert(at, "\r\n");
+        }
+        EXPECT_EQ(Decoded(text), bytes) << len;
+    }
+}
+
+struct Case {
+    std::string_view text;
+    std::optional<std::string_view> bytes;
+};
+
+TEST_F(Base64Decode, LenientForms)
+{
+    constexpr std::string_view kEmpty = "";
+    const Case cases[] = {
+        {"TWE", "Ma"},
+        {"TQ", "M"},
+        {"T", kEmpty}, // six bits hold no byte
+        {"TWFuT", "Man"},
+        {"TW\r\nFu", "Man"},
+        {"T=WFu", "Man"},
+        {"\n\r=TWFu", "Man"},
+        {"TQ==TQ==", "M\x04\xD0"}, // padding ends nothing: the quads run on
+        {{"TW\0Fu", 5}, "Man"},
+        {{"\0", 1}, kEmpty},
+        {"====", kEmpty},
+        {"\r\n", kEmpty},
+        {"-_8=", "\xFB\xFF"},
+        {"+/8=", "\xFB\xFF"},
+        {"-/+_", "\xFB\xFF\xBF"},
+        {"TR==", "M"}, // the bits left over need not be 0
+        {"TW!u", std::nullopt},
+        {"!TWFu", std::nullopt},
+        {"TWF!", std::nullopt},
+        {"TW Fu", std::nullopt},
+        {" ", std::nullopt},
+        {"TW\tFu", std::nullopt},
+        {"TW,u", std::nullopt},
+        {"TW\xC1u", std::nullopt}, // 'A' with the top bit set
+        {"====!", std::nullopt},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(Decoded(c.text), c.bytes) << c.text;
+    }
+}
+
+TEST_F(Base64Decode, ByteBeyondTheLengthIsTested)
+{
+    EXPECT_EQ(Decoded("TWFu", '!'), std::nullopt);
+    EXPECT_EQ(Decoded("TWFu", '\0'), "Man");
+    EXPECT_EQ(Decoded("TWFu", 'A'), "Man");
+    EXPECT_EQ(Decoded("TWFu", '='), "Man");
+    for (int iByte = 0; iByte < 256; ++iByte) {
+        const auto ch = static_cast<char>(iByte);
+        for (const std::string text :
+             {"TWFu", "TWF", "TW", "T", "=", "TWFuT", "TWFuTW", "TWFuTWF"}) {
+            EXPECT_EQ(Decoded(text, ch), ModelDecoded(text + ch)) << text << ", " << iByte;
+        }
+    }
+}
+
+TEST_F(Base64Decode, EveryByteAtEveryPlace)
+{
+    for (int iByte = 0; iByte < 256; ++iByte) {
+        for (std::size_t at = 0; at < 9; ++at) {
+            std::string text = "Ab9+z/0Qy";
+            text[at] = static_cast<char>(iByte);
+            EXPECT_EQ(Decoded(text), ModelDecoded(text + '\0')) << iByte << " at " << at;
+        }
+    }
+}
+
+TEST_F(Base64Decode, EveryShortText)
+{
+    constexpr std::string_view kLetters("A/_z=\n\0!\xC1", 9);
+    for (std::size_t len = 1; len <= 4; ++len) {
+        std::size_t texts = 1;
+        for (std::size_t i = 0; i <= len; ++i) { // the byte beyond is one of them, too
+            texts *= kLetters.size();
+        }
+        for (std::size_t n = 0; n < texts; ++n) {
+            std::string text;
+            for (std::size_t rest = n; text.size() <= len; rest /= kLetters.size()) {
+                text += kLetters[rest % kLetters.size()];
+            }
+            ASSERT_EQ(Decoded(text.substr(0, len), text[len]), ModelDecoded(text))
+                << "number " << n << " of length " << len;
+        }
+    }
+}
+
+TEST_F(Base64Decode, RandomTexts)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const std::string letters = std::string(kAlphabet) + "-_=\r\n\0"s;
+    for (int iRound = 0; iRound < 2000; ++iRound) {
+        std::string text;
+        for (std::size_t n = 2 + random.UpTo(300); n > 0; --n) {
+            text += letters[random.UpTo(letters.size() - 1)];
+        }
+        if (random.UpTo(3) == 0) {
+            text[random.UpTo(text.size() - 1)] = static_cast<char>(random.UpTo(255));
+        }
+        ASSERT_EQ(Decoded(text.substr(0, text.size() - 1), text.back()), ModelDecoded(text))
+            << iRound;
+    }
+}
+
+TEST_F(Base64Decode, EveryAlignment)
+{
+    alignas(64) char achAround[17 + 40];
+    const std::string text = "QWxsIGFsaWdubWVudHMgb2YgdGhlIGlucHV0";
+    for (std::size_t at = 0; at < 17; ++at) {
+        std::memset(achAround, '!', sizeof achAround);
+        std::copy(text.begin(), text.end(), achAround + at);
+        achAround[at + text.size()] = '\0';
+        QAL_UINT8 *pucBytes = nullptr;
+        ASSERT_EQ(
+            MOX_BASE64Decode(Bytes(achAround + at), static_cast<QAL_INT32>(text.size()), &pucBytes),
+            27);
+        EXPECT_EQ(std::memcmp(pucBytes, "All alignments of the input", 28), 0);
+        QAL_UINT8 *pucText = nullptr;
+        std::memcpy(achAround + at, pucBytes, 27);
+        EXPECT_EQ(MOX_BASE64Encode(Bytes(achAround + at), 27, &pucText), 36);
+        EXPECT_EQ(std::memcmp(pucText, text.c_str(), 37), 0);
+        MOX_BASE64Free(&pucBytes);
+        MOX_BASE64Free(&pucText);
+    }
+}
+
+#ifdef WYX_HAVE_OPENSSL
+TEST_F(Base64Encode, AgreesWithAnIndependentLibrary)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (int iRound = 0; iRound < 300; ++iRound) {
+        const std::string bytes = RandomBytes(random, 1 + random.UpTo(3000));
+        std::vector<QAL_UINT8> text(bytes.size() * 2 + 5);
+        const int iLen =
+            EVP_EncodeBlock(text.data(), reinterpret_cast<const QAL_UINT8 *>(bytes.data()),
+                            static_cast<int>(bytes.size()));
+        const std::string expected(text.begin(), text.begin() + iLen);
+        EXPECT_EQ(Encoded(bytes), expected);
+        EXPECT_EQ(Decoded(expected), bytes);
+    }
+}
+#endif
+
+// --- What is asked of the platform.
+
+/// The memory calls of one conversion of @p lLen bytes whose result is kept.
+std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *pucInput,
+                    QAL_INT32 lLen, QAL_UINT8 *&pucOutput)
+{
+    platform.StartRecording();
+    pucOutput = pucInput;
+    pfunConvert(pucInput, lLen, &pucOutput);
+    return platform.MemoryTrace();
+}
+
+TEST_F(Base64Encode, AsksForOneBlockOfTheKnownSize)
+{
+    std::vector<QAL_UINT8> bytes(1000, 'x');
+    for (int iLen = 1; iLen <= 1000; ++iLen) {
+        QAL_UINT8 *pucText = nullptr;
+        EXPECT_EQ(TraceOf(platform, MOX_BASE64Encode, bytes.data(), iLen, pucText),
+                  "D " + std::to_string(4 * iLen / 3 + 5));
+        MOX_BASE64Free(&pucText);
+    }
+}
+
+TEST_F(Base64Decode, AsksForOneBlockOfTheKnownSize)
+{
+    std::vector<QAL_UINT8> text(1001, 'x');
+    for (int iLen = 1; iLen <= 1000; ++iLen) {
+        QAL_UINT8 *pucBytes = nullptr;
+        EXPECT_EQ(TraceOf(platform, MOX_BASE64Decode, text.data(), iLen, pucBytes),
+                  "D " + std::to_string(3 * iLen / 4 + 4));
+        MOX_BASE64Free(&pucBytes);
+    }
+}
+
+TEST_F(Base64Encode, ArgumentsAreTestedAfterAllocating)
+{
+    QAL_UINT8 aucBytes[1] = {'x'};
+    struct {
+        QAL_UINT8 *pucInput;
+        QAL_INT32 lLen;
+        const char *pszTrace;
+    } const cases[] = {
+        {nullptr, 0, "D 5, free"},
+        {nullptr, 3, "D 9, free"},
+        {nullptr, -1, "D 4, free"},
+        {aucBytes, 0, "D 5, free"},
+    };
+    for (const auto &c : cases) {
+        QAL_UINT8 *pucText = aucBytes;
+        platform.StartRecording();
+        EXPECT_EQ(MOX_BASE64Encode(c.pucInput, c.lLen, &pucText), 0);
+        EXPECT_EQ(pucText, nullptr);
+        EXPECT_EQ(platform.MemoryTrace(), c.pszTrace);
+    }
+}
+
+TEST_F(Base64Decode, ArgumentsAreTestedBeforeAllocating)
+{
+    QAL_UINT8 aucText[2] = {'x', 0};
+    struct {
+        QAL_UINT8 *pucInput;
+        QAL_INT32 lLen;
+    } const cases[] = {{nullptr, 0}, {nullptr, 3}, {nullptr, -1}, {aucText, 0}};
+    for (const auto &c : cases) {
+        QAL_UINT8 *pucBytes = aucText;
+        platform.StartRecording();
+        EXPECT_EQ(MOX_BASE64Decode(c.pucInput, c.lLen, &pucBytes), 0);
+        EXPECT_EQ(pucBytes, nullptr);
+        EXPECT_EQ(platform.MemoryTrace(), "");
+    }
+}
+
+TEST_F(Base64Decode, ARefusedTextReleasesTheBlock)
+{
+    char achText[] = "TW!u";
+    QAL_UINT8 *pucBytes = Bytes(achText);
+    platform.StartRecording();
+    EXPECT_EQ(MOX_BASE64Decode(Bytes(achText), 4, &pucBytes), 0);
+    EXPECT_EQ(pucBytes, nullptr);
+    EXPECT_EQ(platform.MemoryTrace(), "D 7, free");
+    EXPECT_TRUE(platform.Events().back().setsNull);
+}
+
+TEST_F(Base64Encode, FailedAllocationGives0AndNull)
+{
+    QAL_UINT8 aucBytes[3] = {1, 2, 3};
+    for (const QAL_INT32 lLen : {3, 1, 0, -1}) {
+        QAL_UINT8 *pucText = aucBytes;
+        platform.StartRecording();
+        platform.Fail(Service::kAllocate, 1);
+        EXPECT_EQ(MOX_BASE64Encode(aucBytes, lLen, &pucText), 0);
+        EXPECT_EQ(pucText, nullptr);
+        EXPECT_TRUE(platform.HasFailed());
+        EXPECT_EQ(platform.Events().size(), 1U); // nothing is released
+    }
+}
+
+TEST_F(Base64Decode, FailedAllocationGives0AndNull)
+{
+    QAL_UINT8 aucText[] = {'T', 'W', 'F', 'u', 0};
+    for (const QAL_INT32 lLen : {4, 1, -1}) {
+        QAL_UINT8 *pucBytes = aucText;
+        platform.StartRecording();
+        platform.Fail(Service::kAllocate, 1);
+        EXPECT_EQ(MOX_BASE64Decode(aucText, lLen, &pucBytes), 0);
+        EXPECT_EQ(pucBytes, nullptr);
+        EXPECT_TRUE(platform.HasFailed());
+        EXPECT_EQ(platform.Events().size(), 1U);
+    }
+}
+
+struct Length {
+    QAL_INT32 lLen;
+    QAL_UINT32 ulSize;
+};
+
+/// Nothing is read: the input is an address that cannot be.
+void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Length &length)
+{
+    SCOPED_TRACE(length.lLen);
+    const GuardedMemory memory(1);
+    QAL_UINT8 *pucOutput = nullptr;
+    EXPECT_EQ(TraceOf(platform, pfunConvert, memory.End(), length.lLen, pucOutput),
+              "D " + std::to_string(length.ulSize));
+    ASSERT_NE(pucOutput, nullptr);
+    EXPECT_EQ(pucOutput[0], 0);
+    MOX_BASE64Free(&pucOutput);
+    EXPECT_EQ(pucOutput, nullptr);
+}
+
+// The size of such a block is what the formula gives, down to 0, which is one byte.
+TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
+{
+    constexpr Length kLengths[] = {
+        {-1, 4},
+        {-2, 3},
+        {-3, 1},
+        {-4, 0},
+        {-5, 1},
+        {-6, 1},
+        {-1000, 1},
+        {-0x20000000, 1},
+        {-0x40000000, 5}, // four times this
+                          // is 0 in 32 bits
+        {-0x40000001, 4},
+        {INT_MIN + 1, 6},
+        {INT_MIN, 5},
+    };
+    for (const Length &length : kLengths) {
+        ExpectEmptyResult(platform, MOX_BASE64Encode, length);
+    }
+}
+
+TEST_F(Base64Decode, NegativeLengthGivesAnEmptyResult)
+{
+    constexpr Length kLengths[] = {
+        {-1, 4}, {-2, 3},    {-3, 2},         {-4, 1},          {-5, 1}, {-6, 0},
+        {-7, 1}, {-1000, 1}, {-715827882, 1}, {-1431655765, 4}, // three times this is 1 in 32 bits
+    };
+    for (const Length &length : kLengths) {
+        ExpectEmptyResult(platform, MOX_BASE64Decode, length);
+    }
+}
+
+/// Fails like an allocation, without one: no block of the size that is asked for could hold it.
+void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lLen)
+{
+    SCOPED_TRACE(lLen);
+    const GuardedMemory memory(1);
+    QAL_UINT8 *pucOutput = nullptr;
+    EXPECT_EQ(TraceOf(platform, pfunConvert, memory.End(), lLen, pucOutput), "");
+    EXPECT_EQ(pucOutput, nullptr);
+}
+
+TEST_F(Base64Encode, LengthWhoseSizeWrapsFails)
+{
+    for (const QAL_INT32 lLen : {0x20000000, 0x20000001, 0x3FFFFFFF, 0x40000000, 0x40000001,
+                                 0x5FFFFFFF, 0x60000000, INT_MAX}) {
+        ExpectTooLong(platform, MOX_BASE64Encode, lLen);
+    }
+}
+
+TEST_F(Base64Decode, LengthWhoseSizeWrapsFails)
+{
+    for (const QAL_INT32 lLen : {715827883, 715827884, 1431655765, 1431655766, INT_MAX}) {
+        ExpectTooLong(platform, MOX_BASE64Decode, lLen);
+    }
+}
+
+TEST_F(Base64Encode, TheLongestInputIsAskedFor)
+{
+    QAL_UINT8 *pucOutput = nullptr;
+    const GuardedMemory memory(1);
+    platform.StartRecording();
+    platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(MOX_BASE64Encode(memory.End(), 0x1FFFFFFF, &pucOutput), 0);
+    EXPECT_EQ(platform.MemoryTrace(), "D 715827886");
+}
+
+TEST_F(Base64Decode, TheLongestInputIsAskedFor)
+{
+    QAL_UINT8 *pucOutput = nullptr;
+    const GuardedMemory memory(1);
+    platform.StartRecording();
+    platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(MOX_BASE64Decode(memory.End(), 715827882, &pucOutput), 0);
+    EXPECT_EQ(platform.MemoryTrace(), "D 536870915");
+}
+
+TEST_F(Base64Free, ReleasesAndSetsNull)
+{
+    QAL_UINT8 aucBytes[1] = {'x'};
+    QAL_UINT8 *pucText = nullptr;
+    ASSERT_EQ(MOX_BASE64Encode(aucBytes, 1, &pucText), 4);
+    platform.StartRecording();
+    MOX_BASE64Free(&pucText);
+    EXPECT_EQ(pucText, nullptr);
+    EXPECT_EQ(platform.MemoryTrace(), "free");
+    EXPECT_TRUE(platform.Events().back().setsNull);
+    MOX_BASE64Free(&pucText); // a second time does no harm
+    EXPECT_EQ(pucText, nullptr);
+    EXPECT_EQ(platform.LiveBlocks(), 0U);
+}
+
+// Each place that allocates or releases is an account of its own to the adapter.
+TEST_F(Base64Free, EveryMemoryCallNamesItsOwnPlace)
+{
+    char achGood[] = "TWFu";
+    char achBad[] = "TW!u";
+    QAL_UINT8 *pucOutput = nullptr;
+    platform.StartRecording();
+    MOX_BASE64Encode(nullptr, 0, &pucOutput);
+    MOX_BASE64Decode(Bytes(achBad), 4, &pucOutput);
+    MOX_BASE64Decode(Bytes(achGood), 4, &pucOutput);
+    MOX_BASE64Free(&pucOutput);
+    const std::vector<Event> events = platform.Events();
+    ASSERT_EQ(events.size(), 6U);
+    std::set<QAL_UINT32> lines;
+    for (const Event &event : events) {
+        EXPECT_EQ(event.file, "src/commlib/base64/base64.cpp");
+        lines.insert(event.line);
+    }
+    EXPECT_EQ(lines.size(), 5U);
+    EXPECT_EQ(events[2].line, events[4].line); // both are the decoder's buffer
+}
+
+} // namespace
+} // namespace wyx::test
