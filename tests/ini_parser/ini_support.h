@@ -1,0 +1,189 @@
+// What the tests of the INI module share: statuses by short names, documents built by hand and
+// looked at as a whole, and temporary files.
+#ifndef WYX_TESTS_INI_PARSER_INI_SUPPORT_H
+#define WYX_TESTS_INI_PARSER_INI_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "os_adapter.h"
+#include "platform_double.h"
+#include "wyx_commlib/ini_parser.h"
+
+namespace wyx::test {
+
+// The statuses by their numbers: those are what callers have compiled in.
+inline constexpr QAL_UINT32 kOk = 0;
+inline constexpr QAL_UINT32 kSectionNotFound = 10;
+inline constexpr QAL_UINT32 kKeyNotFound = 20;
+inline constexpr QAL_UINT32 kOpenFile = 30;
+inline constexpr QAL_UINT32 kCreateFile = 50;
+inline constexpr QAL_UINT32 kFileFormat = 60;
+inline constexpr QAL_UINT32 kInternal = 80;
+inline constexpr QAL_UINT32 kValueNull = 100;
+inline constexpr QAL_UINT32 kSection = 110;
+inline constexpr QAL_UINT32 kKeyName = 120;
+inline constexpr QAL_UINT32 kFileEmpty = 130;
+inline constexpr QAL_UINT32 kLineTooLong = 140;
+inline constexpr QAL_UINT32 kLineUnknown = 160;
+inline constexpr QAL_UINT32 kInputPara = 170;
+inline constexpr QAL_UINT32 kKeyValue = 180;
+inline constexpr QAL_UINT32 kWriteFile = 180;
+inline constexpr QAL_UINT32 kComment = 190;
+
+/// Enumerations run over so many characters less where each step costs more than natively.
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__aarch64__)
+inline constexpr std::size_t kShorter = 1;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr std::size_t kShorter = 1;
+#else
+inline constexpr std::size_t kShorter = 0;
+#endif
+#else
+inline constexpr std::size_t kShorter = 0;
+#endif
+
+/// A slot of a document: a line, or none where one was removed.
+using Line = std::optional<std::string>;
+using Lines = std::vector<Line>;
+
+/// Bytes as they would stand in a source text.
+std::string Shown(std::string_view bytes);
+
+/// Everything there is to see of a document.
+struct Snapshot {
+    QAL_UINT32 ulLabel = 0;
+    QAL_UINT32 ulLineNum = 0;
+    QAL_UINT32 ulTotalLine = 0;
+    QAL_UINT32 ulIniFileNum = 0;
+    Lines slots; // all ulTotalLine of them
+    bool operator==(const Snapshot &) const = default;
+};
+void PrintTo(const Snapshot &snapshot, std::ostream *pOut);
+
+/// A snapshot of a document just loaded from a file of these lines.
+Snapshot Loaded(Lines lines, QAL_UINT32 ulCapacity = 200);
+
+/// Takes a snapshot. Fails the test where a block is not of the size its content needs.
+Snapshot Look(const XELP_IN_S_INI_FILE_STRUCT &record);
+
+/// A document on the double's memory, released at the end of its scope.
+class Document : public XELP_IN_S_INI_FILE_STRUCT {
+  public:
+    /// A record that holds nothing.
+    Document() : XELP_IN_S_INI_FILE_STRUCT{} {}
+    /// A record of these lines, as if loaded; the double starts recording behind it.
+    explicit Document(const Lines &lines, QAL_UINT32 ulCapacity = 200);
+    explicit Document(const Snapshot &snapshot);
+    ~Document();
+    Document(const Document &) = delete;
+    Document &operator=(const Document &) = delete;
+};
+
+/// A text for an argument that is not const but must not be written: a write to it would be
+/// noticed.
+inline QAL_INT8 *Arg(const char *pszText)
+{
+    return const_cast<QAL_INT8 *>(pszText);
+}
+inline QAL_INT8 *Arg(const std::string &text)
+{
+    return const_cast<QAL_INT8 *>(text.c_str());
+}
+inline QAL_INT8 *Arg(const Line &text)
+{
+    return text ? Arg(*text) : nullptr;
+}
+
+/// Some address for an out-pointer to hold before a call, which can be neither read nor released.
+inline QAL_INT8 *Sentinel()
+{
+    return reinterpret_cast<QAL_INT8 *>(std::uintptr_t{0x5E});
+}
+
+/// A block handed over by the module as text; fails the test where its size is not @p blockSize (0:
+/// what the text needs). Releases it.
+Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
+
+/// The double's record, but for reads, joined by ", ": "D 5", "free", "free null", "open r name",
+/// "seek -1 1", "write 5", "close", "remove name", "rename a -> b".
+std::string FullTrace();
+/// The file calls in it.
+std::string FileTrace();
+
+/// Fails the test where a block of the double's record was asked for or released by something else
+/// than a unit of the module.
+void ExpectSites();
+
+/// A new directory for a test, removed with what it holds at the end of its scope.
+class TempDir {
+  public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir &) = delete;
+    TempDir &operator=(const TempDir &) = delete;
+
+    std::string Name(std::string_view file) const { return (path_ / file).string(); }
+    /// The names in it, sorted.
+    std::vector<std::string> Files() const;
+
+  private:
+    std::filesystem::path path_;
+};
+
+void WriteFile(const std::string &name, std::string_view content);
+/// The file's content, or none if it cannot be read.
+std::optional<std::string> ReadFile(const std::string &name);
+
+/// Names the cases of a table by their pszName.
+struct CaseName {
+    template <typename Info>
+    std::string operator()(const Info &info) const
+    {
+        return info.param.pszName;
+    }
+};
+
+/// All strings of up to @p maxLength of the bytes in @p alphabet, the empty one first.
+class AllStrings {
+  public:
+    AllStrings(std::string_view alphabet, std::size_t maxLength)
+        : alphabet_(alphabet), maxLength_(maxLength)
+    {}
+    /// Calls @p call with each.
+    template <typename Call>
+    void ForEach(Call call) const
+    {
+        std::string text;
+        Extend(text, call);
+    }
+
+  private:
+    template <typename Call>
+    void Extend(std::string &text, Call &call) const
+    {
+        call(text);
+        if (text.size() == maxLength_ || ::testing::Test::HasFailure()) {
+            return;
+        }
+        for (const char c : alphabet_) {
+            text.push_back(c);
+            Extend(text, call);
+            text.pop_back();
+        }
+    }
+
+    std::string_view alphabet_;
+    std::size_t maxLength_;
+};
+
+} // namespace wyx::test
+
+#endif

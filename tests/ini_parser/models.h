@@ -1,0 +1,104 @@
+// The INI module once more, slow and obvious: over strings instead of pointers, looking ahead
+// instead of keeping a state. The tests compare everything that is visible, allocations included.
+#ifndef WYX_TESTS_INI_PARSER_MODELS_H
+#define WYX_TESTS_INI_PARSER_MODELS_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ini_support.h"
+
+namespace wyx::test::model {
+
+/// What a call asks of the allocator, in the form of PlatformDouble::MemoryTrace().
+class Heap {
+  public:
+    /// All requests succeed, or those from the @p ulFailAt-th on (from 1) do not.
+    explicit Heap(QAL_UINT32 ulFailAt = 0, Failure failure = Failure::kOnce)
+        : ulFailAt_(ulFailAt), failure_(failure)
+    {}
+
+    /// One block; false if there is none.
+    bool Take(std::size_t size);
+    void Give(std::size_t count = 1);
+    std::string Trace() const;
+
+  private:
+    std::vector<std::size_t> calls_; // sizes; 0: a release
+    QAL_UINT32 ulFailAt_;
+    Failure failure_;
+    QAL_UINT32 ulTaken_ = 0;
+};
+
+/// One line read from a file.
+struct ReadLine {
+    QAL_UINT32 ulStatus = 0;
+    std::string line;       ///< as stored
+    QAL_UINT32 ulBytes = 0; ///< without an appended CR
+    QAL_UINT32 ulLines = 0; ///< physical lines
+    std::size_t next = 0;   ///< where the next line begins
+    std::size_t reads = 0;  ///< calls that read a byte or met the end
+    std::size_t stepsBack = 0;
+};
+
+/// Reads the line at @p at; the allocation of its block always succeeds.
+ReadLine Read(std::string_view file, std::size_t at);
+
+/// Loads a file into a document.
+QAL_UINT32 Load(std::string_view file, Snapshot &doc, Heap &heap);
+
+QAL_UINT32 Grow(Snapshot &doc, Heap &heap);
+
+/// The parts of a line.
+struct Parts {
+    QAL_UINT32 ulStatus = 0;
+    Line name;
+    Line value;
+    Line comment;
+    std::size_t commentBlock = 0; ///< size of the comment's block, which an empty one does not fill
+};
+
+XELP_INI_E_LINE_TYPE TypeOf(std::string_view line); // not empty
+Parts ParseComment(std::string_view line, Heap &heap);
+Parts ParseSection(std::string_view line, Heap &heap);
+Parts ParseKey(std::string_view line, Heap &heap);
+QAL_UINT32 CheckSection(std::string_view line);
+QAL_UINT32 CheckKey(std::string_view line);
+QAL_UINT32 CheckFile(const Snapshot &doc, QAL_UINT32 &ulLineNo);
+
+struct Value {
+    QAL_UINT32 ulStatus = 0;
+    Line value;
+};
+Value GetValue(const Snapshot &doc, std::string_view section, std::string_view key, Heap &heap);
+
+struct Names {
+    QAL_UINT32 ulStatus = 0;
+    std::vector<std::string> names;
+    QAL_UINT32 ulCount = 0; ///< names found, also where they were released again
+};
+Names GetSections(const Snapshot &doc, Heap &heap);
+Names GetKeys(const Snapshot &doc, std::string_view section, Heap &heap);
+
+QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &heap);
+QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &comment,
+                       Heap &heap);
+QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &value,
+                   const Line &comment, Heap &heap);
+QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulBehind, const Line &name, const Line &value,
+                     const Line &comment, Heap &heap);
+QAL_UINT32 InsertSection(Snapshot &doc, const Line &name, Heap &heap);
+QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const Line &key, const Line &value,
+                    Heap &heap);
+QAL_UINT32 DeleteSection(Snapshot &doc, std::string_view section, Heap &heap);
+QAL_UINT32 DeleteKey(Snapshot &doc, std::string_view section, std::string_view key, Heap &heap);
+
+/// A line as the pieces in which it is written to a file.
+std::vector<std::string> Fold(std::string_view line);
+/// A document as it is written to a file.
+std::string FileOf(const Snapshot &doc);
+
+} // namespace wyx::test::model
+
+#endif
