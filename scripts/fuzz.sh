@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Runs fuzz targets for a while: scripts/fuzz.sh TARGET|all SECONDS [BUILD_FOLDER]
+#
+# Builds the targets with the preset "fuzz" first, unless WYX_FUZZERS names the folder of built ones.
+# New inputs that reach something new are kept in the build folder (corpus-TARGET) and used again;
+# the seeds in tests/fuzz/corpus stay as they are. A finding is reported with the file that holds it:
+# mend it, and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.
+set -euo pipefail
+
+if (($# < 2)); then
+    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
+    exit 2
+fi
+target=$1
+seconds=$2
+source_folder=$(cd "$(dirname "$0")/.." && pwd)
+corpora=$source_folder/tests/fuzz/corpus
+build_folder=${3:-$source_folder/build/fuzz}
+
+targets=("$target")
+if [[ $target == all ]]; then
+    mapfile -t targets < <(ls "$corpora")
+fi
+if [[ -n ${WYX_FUZZERS:-} ]]; then
+    programs=$WYX_FUZZERS
+else
+    programs=$build_folder/tests/fuzz
+    (cd "$source_folder" && cmake --preset fuzz -B "$build_folder" >/dev/null)
+    cmake --build "$build_folder" --target "${targets[@]/#/fuzz_}"
+fi
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+failed=0
+for name in "${targets[@]}"; do
+    kept=$programs/corpus-$name
+    mkdir -p "$kept"
+    log=$programs/$name.log
+    if "$programs/fuzz_$name" -max_total_time="$seconds" -max_len=2048 -timeout=10 \
+        -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$programs/finding-$name-" \
+        "$kept" "$corpora/$name" >"$log" 2>&1; then
+        executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
+        echo "$name: $executions executions, $(ls "$kept" | wc -l) inputs kept, no finding"
+    else
+        echo "$name: FINDING" >&2
+        tail -n 60 "$log" >&2
+        failed=1
+    fi
+done
+exit $failed
