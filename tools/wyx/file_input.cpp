@@ -1,0 +1,115 @@
+#include "file_input.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr std::size_t kPiece = 65536;
+constexpr const char *kStandardInput = "-";
+
+Descriptor OpenInput(const std::string &name)
+{
+    if (name == kStandardInput) {
+        return Descriptor();
+    }
+    Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    if (!file.IsOpen()) {
+        throw SystemFailure("cannot open " + Quoted(name), errno);
+    }
+    return file;
+}
+
+struct stat StatusOf(int fd, const std::string &shown)
+{
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        throw SystemFailure("cannot read " + shown, errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        throw SystemFailure("cannot read " + shown, EISDIR);
+    }
+    return status;
+}
+
+std::uint64_t SizeOf(int fd, const std::string &shown)
+{
+    const struct stat status = StatusOf(fd, shown);
+    return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+} // namespace
+
+Descriptor::~Descriptor()
+{
+    if (fd_ != -1) {
+        close(fd_);
+    }
+}
+
+Descriptor &Descriptor::operator=(Descriptor &&other) noexcept
+{
+    std::swap(fd_, other.fd_);
+    return *this;
+}
+
+FileInput::FileInput(const std::string &name)
+    : shown_(ShownInput(name)),
+      owned_(OpenInput(name)),
+      fd_(owned_.IsOpen() ? owned_.Get() : STDIN_FILENO),
+      isRegular_(S_ISREG(StatusOf(fd_, shown_).st_mode)),
+      progress_(shown_, SizeOf(fd_, shown_))
+{}
+
+std::size_t FileInput::Read(std::span<unsigned char> room)
+{
+    std::size_t held = 0;
+    while (held < room.size()) {
+        const ssize_t now = read(fd_, room.data() + held, room.size() - held);
+        if (now == -1 && errno == EINTR) {
+            continue;
+        }
+        if (now == -1) {
+            throw SystemFailure("cannot read " + shown_, errno);
+        }
+        if (now == 0) {
+            break;
+        }
+        held += static_cast<std::size_t>(now);
+    }
+    done_ += held;
+    progress_.Advance(done_);
+    return held;
+}
+
+std::string ReadWhole(const std::string &name, std::size_t limit)
+{
+    FileInput input(name);
+    std::string text;
+    std::vector<unsigned char> piece(kPiece);
+    for (;;) {
+        const std::size_t held = input.Read(piece);
+        if (held == 0) {
+            return text;
+        }
+        if (held > limit - text.size()) {
+            throw Failure(ExitCode::kMalformed, input.ShownName() + " is too large: more than " +
+                                                    std::to_string(limit >> 20) + " MiB");
+        }
+        text.append(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(held));
+    }
+}
+
+std::string ShownInput(const std::string &name)
+{
+    return name == kStandardInput ? "standard input" : Quoted(name);
+}
+
+} // namespace wyx::tool

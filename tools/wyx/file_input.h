@@ -1,0 +1,62 @@
+// Reading files of any size, piece by piece.
+#ifndef WYX_TOOL_FILE_INPUT_H
+#define WYX_TOOL_FILE_INPUT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "terminal.h"
+
+namespace wyx::tool {
+
+/// A file descriptor that is closed in the end.
+class Descriptor {
+  public:
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    ~Descriptor();
+    Descriptor(Descriptor &&other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+    Descriptor &operator=(Descriptor &&other) noexcept;
+
+    int Get() const { return fd_; }
+    bool IsOpen() const { return fd_ != -1; }
+
+  private:
+    int fd_;
+};
+
+/// A file to read, or standard input for the name "-".
+class FileInput {
+  public:
+    /// @throws Failure with a message that says what is wrong with the file.
+    explicit FileInput(const std::string &name);
+
+    /// Reads the next piece, as long as the room unless the file ends.
+    /// @return its length, 0 at the end
+    /// @throws Failure
+    std::size_t Read(std::span<unsigned char> room);
+
+    /// As it is called in messages.
+    const std::string &ShownName() const { return shown_; }
+    bool IsRegular() const { return isRegular_; }
+
+  private:
+    std::string shown_;
+    Descriptor owned_;
+    int fd_;
+    bool isRegular_ = false;
+    std::uint64_t done_ = 0;
+    Progress progress_;
+};
+
+/// Reads a file to its end.
+/// @throws Failure, also for a file of more than @p limit bytes
+std::string ReadWhole(const std::string &name, std::size_t limit);
+
+/// What a name stands for in messages: the name in quotation marks, or standard input.
+std::string ShownInput(const std::string &name);
+
+} // namespace wyx::tool
+
+#endif

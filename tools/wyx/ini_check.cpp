@@ -1,0 +1,384 @@
+// wyx ini check: everything that is wrong with files, and what a save would make of them.
+//
+// The library's own check stops at the first line at fault and counts stored lines. Here each line
+// is judged by the same calls, all of them are, and they bear the numbers an editor shows.
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ini_document.h"
+#include "ini_rehearsal.h"
+#include "ini_text.h"
+#include "json.h"
+#include "operand.h"
+#include "os_adapter.h"
+#include "terminal.h"
+#include "verbs.h"
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t kFolded = 80;
+
+struct Options {
+    std::vector<Operand> files;
+    bool isStrict = false;
+    bool isErrorsOnly = false;
+    bool isJson = false;
+};
+
+/// Something to say about a line: an error with a code of the library, or a warning with a word.
+struct Finding {
+    std::size_t line = 0;
+    QAL_UINT32 code = 0;
+    std::string word;
+    std::string message;
+
+    bool IsError() const { return word.empty(); }
+};
+
+class Findings {
+  public:
+    void Error(std::size_t line, QAL_UINT32 code) { Error(line, code, LineStatusText(code)); }
+    void Error(std::size_t line, QAL_UINT32 code, const std::string &message)
+    {
+        all_.push_back({line, code, {}, message});
+    }
+    void Warning(std::size_t line, const std::string &word, const std::string &message)
+    {
+        all_.push_back({line, 0, word, message});
+    }
+
+    /// In the order of the lines.
+    const std::vector<Finding> &Sorted()
+    {
+        std::ranges::stable_sort(all_, {}, &Finding::line);
+        return all_;
+    }
+
+  private:
+    std::vector<Finding> all_;
+};
+
+QAL_UINT32 CheckLine(const std::string &text, bool hasSection)
+{
+    std::string line = text;
+    XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
+    const QAL_UINT32 ulStatus = IniGetLineType(line.data(), &kind);
+    switch (kind) {
+        case INI_SECTION_LINE:
+            return IniCheckSectionLine(line.c_str());
+        case INI_KEYVALUE_LINE:
+            return hasSection ? IniCheckKeyLine(line.data())
+                              : static_cast<QAL_UINT32>(XELP_ERR_INI_FILE_FORMAT);
+        default:
+            return ulStatus;
+    }
+}
+
+void CheckGrammar(const StoredLines &stored, Findings &findings)
+{
+    bool hasSection = false;
+    for (const StoredLine &line : stored.lines) {
+        if (line.isTooLong) {
+            findings.Error(line.first, XELP_ERR_INI_LINE_TOO_LONG);
+            continue;
+        }
+        const QAL_UINT32 ulStatus = CheckLine(line.text, hasSection);
+        if (ulStatus != XELP_ERR_INI_OK) {
+            findings.Error(line.first, ulStatus);
+        }
+        hasSection = hasSection || ParseLine(line.text).kind == INI_SECTION_LINE;
+    }
+}
+
+struct NameLess {
+    bool operator()(const std::string &left, const std::string &right) const
+    {
+        return XELP_StriCmp(left.c_str(), right.c_str()) < 0;
+    }
+};
+
+/// What the lookups see otherwise than it looks.
+void WarnOfSurprises(const StoredLines &stored, Findings &findings)
+{
+    using LineOfName = std::map<std::string, std::size_t, NameLess>;
+    LineOfName sections;
+    LineOfName keys;
+    for (const StoredLine &line : stored.lines) {
+        const LineParts parts = ParseLine(line.text);
+        if (line.isTooLong || parts.status != XELP_ERR_INI_OK) {
+            continue;
+        }
+        LineOfName *names = nullptr;
+        if (parts.kind == INI_SECTION_LINE) {
+            names = &sections;
+            keys.clear();
+        } else if (parts.kind == INI_KEYVALUE_LINE) {
+            names = &keys;
+        } else {
+            continue;
+        }
+        const auto [known, isNew] = names->try_emplace(parts.name, line.first);
+        if (isNew) {
+            // the first of its name
+        } else if (names == &sections) {
+            findings.Warning(line.first, "section-again",
+                             "section " + Quoted(parts.name) + " is also in line " +
+                                 std::to_string(known->second) +
+                                 ": lookups see the last block only");
+            known->second = line.first;
+        } else {
+            findings.Warning(line.first, "key-again",
+                             "key " + Quoted(parts.name) + " is also in line " +
+                                 std::to_string(known->second) + ": lookups see the lowest only");
+            known->second = line.first;
+        }
+        const bool isQuoted = parts.value && parts.value->starts_with('"');
+        if (parts.value && !isQuoted && parts.value->find("\t;") != std::string::npos) {
+            findings.Warning(line.first, "tab-before-comment",
+                             "lookups take the ';' behind a tab for a part of the value");
+        }
+        if (parts.value && !isQuoted && parts.value->find(" ;") != std::string::npos) {
+            findings.Warning(line.first, "quoted-comment",
+                             "lookups take ' ;' for a part of the value, as a '\"' follows it");
+        }
+    }
+}
+
+/// What comes of the bytes of the file before any line is looked at.
+void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &findings)
+{
+    const std::string &bytes = source.Bytes();
+    if (bytes.starts_with(kByteOrderMark)) {
+        findings.Warning(1, "byte-order-mark",
+                         "the file begins with a byte-order mark, which becomes part of its first "
+                         "section or key");
+    }
+    const std::vector<RawLine> raw = SplitLines(bytes);
+    std::size_t number = 0;
+    for (const RawLine &line : raw) {
+        ++number;
+        const std::string_view text(bytes.data() + line.begin, line.end - line.begin);
+        if (text.find('\0') == std::string_view::npos) {
+            continue;
+        }
+        if (stored.rest != 0 && number >= stored.rest) {
+            findings.Warning(number, "nul",
+                             "NUL byte at the beginning of a line: the rest of the file is not "
+                             "read, and lost in a save");
+            return;
+        }
+        findings.Warning(number, "nul",
+                         "NUL byte: the rest of the line is not read, and lost in a save");
+    }
+    if (stored.rest != 0 || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {
+        findings.Warning(raw.size(), "trailing-backslash",
+                         "the backslash at the end of the file is not read, and lost in a save");
+    }
+    // The style of the lines that are there tells what the lines of an edit will differ from.
+    const std::string_view all = bytes;
+    const bool isCrLf = !raw.empty() && std::ranges::all_of(raw, [&](const RawLine &line) {
+        return line.endLen == 0 || all.substr(line.end - line.endLen, line.endLen) == "\r\n";
+    });
+    const bool isLf = std::ranges::all_of(raw, [&](const RawLine &line) {
+        return line.endLen == 0 || all.substr(line.end - line.endLen, line.endLen) == "\n";
+    });
+    if (!isCrLf && !isLf) {
+        findings.Warning(1, "line-ends", "the lines do not all end in LF, nor all in CR LF");
+    }
+}
+
+/// The bytes of the file that a stored line comes from.
+std::string_view RawText(const IniSource &source, const std::vector<RawLine> &raw,
+                         const StoredLine &line)
+{
+    if (line.first > raw.size()) {
+        return {};
+    }
+    const std::size_t last = std::min(line.first + line.count - 1, raw.size());
+    const std::size_t begin = raw[line.first - 1].begin;
+    return std::string_view(source.Bytes()).substr(begin, raw[last - 1].end - begin);
+}
+
+/// Is a fold inside a character, if the text is UTF-8?
+bool SplitsCharacter(std::string_view text, std::size_t fold)
+{
+    return fold < text.size() && (static_cast<unsigned char>(text[fold]) & 0xC0) == 0x80;
+}
+
+/// What a save would not leave as it is, found out by one in another place.
+void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &findings)
+{
+    const std::vector<RawLine> raw = SplitLines(source.Bytes());
+    std::vector<std::string> lines;
+    bool isPlain = true;
+    for (const StoredLine &line : stored.lines) {
+        lines.push_back(line.text);
+        isPlain = isPlain && line.text.size() < kFolded && RawText(source, raw, line) == line.text;
+    }
+    if (isPlain || !stored.IsLoadable()) {
+        return; // such lines are written as they are; and a file that does not load is not saved
+    }
+    const Rehearsal rehearsal = Rehearse(lines);
+    const std::optional<std::size_t> changed = FirstChanged(lines, rehearsal.reloaded);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const StoredLine &line = stored.lines[i];
+        const SavedLine &saved = rehearsal.saved[i];
+        if (changed == i) {
+            findings.Warning(
+                line.first, "not-kept",
+                "would not come back the same from a save: " + WhyChanged(line.text, saved));
+        }
+        if (line.isEnded) {
+            findings.Warning(line.first, "no-line-end", "no line end: a save adds a lone CR");
+        }
+        if (line.text.find_first_of("\r\n") < WithoutLineEnd(line.text).size()) {
+            findings.Warning(line.first, "leading-backslash",
+                             "the next line begins with a backslash, and is taken for a part of "
+                             "this one");
+        }
+        if (RawText(source, raw, line) == saved.bytes) {
+            continue; // folded before, as a save would do it again
+        }
+        if (line.count > 1) {
+            findings.Warning(line.first, "continuation",
+                             "joined from " + std::to_string(line.count) +
+                                 " lines by backslashes: a save writes it as " +
+                                 std::to_string(saved.folds.size() + 1));
+        } else if (!saved.folds.empty()) {
+            findings.Warning(line.first, "fold",
+                             "80 bytes or more: a save folds it into " +
+                                 std::to_string(saved.folds.size() + 1) + " lines");
+        }
+        if (std::ranges::any_of(
+                saved.folds, [&](std::size_t fold) { return SplitsCharacter(line.text, fold); })) {
+            findings.Warning(line.first, "split-character",
+                             "a save folds it inside a character of more than one byte: editors "
+                             "will not show it whole, though it loads as it is");
+        }
+    }
+}
+
+Findings CheckFile(const IniSource &source, const Options &options)
+{
+    Findings findings;
+    const std::string &bytes = source.Bytes();
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        findings.Error(1, XELP_ERR_INI_LINE_UNKNOWN,
+                       "UTF-16 text: convert it with iconv -f UTF-16 -t UTF-8");
+        return findings;
+    }
+    const StoredLines stored = ReadStoredLines(source);
+    if (stored.lines.empty()) {
+        findings.Error(1, XELP_ERR_INI_FILE_EMPTY);
+    }
+    CheckGrammar(stored, findings);
+    if (!options.isErrorsOnly) {
+        WarnOfBytes(source, stored, findings);
+        WarnOfSurprises(stored, findings);
+        WarnOfSave(source, stored, findings);
+    }
+    return findings;
+}
+
+void PutFinding(const IniSource &source, const Finding &finding)
+{
+    std::string line = Painted(Stream::kOut, Colour::kName,
+                               source.Name() + ":" + std::to_string(finding.line) + ":");
+    if (!finding.IsError()) {
+        line += " " + Painted(Stream::kOut, Colour::kWarning, "warning:");
+    }
+    const std::string code = finding.IsError() ? std::to_string(finding.code) : finding.word;
+    Put(line + " " + finding.message + " (" + code + ")\n");
+}
+
+Json ToJson(const Finding &finding)
+{
+    Json item;
+    item["line"] = finding.line;
+    item["severity"] = finding.IsError() ? "error" : "warning";
+    if (finding.IsError()) {
+        item["code"] = finding.code;
+    } else {
+        item["code"] = finding.word;
+    }
+    item["message"] = finding.message;
+    return item;
+}
+
+/// Checks one file.
+ExitCode Check(const std::string &name, const Options &options, Json &document)
+{
+    const IniSource source(name);
+    Findings findings = CheckFile(source, options);
+    Json json;
+    SetText(json, "file", name);
+    json["findings"] = Json::array();
+    bool isMalformed = false;
+    for (const Finding &finding : findings.Sorted()) {
+        isMalformed = isMalformed || finding.IsError() || options.isStrict;
+        if (options.isJson) {
+            json["findings"].push_back(ToJson(finding));
+        } else {
+            PutFinding(source, finding);
+        }
+    }
+    json["ok"] = !isMalformed;
+    document.push_back(std::move(json));
+    return isMalformed ? ExitCode::kMalformed : ExitCode::kOk;
+}
+
+ExitCode Run(const Options &options)
+{
+    ExitCode worst = ExitCode::kOk;
+    Json document = Json::array();
+    for (const std::string &name : Texts(options.files)) {
+        try {
+            worst = Graver(worst, Check(name, options, document));
+        } catch (const Failure &failure) {
+            Report(failure);
+            worst = Graver(worst, failure.Code());
+        }
+    }
+    if (options.isJson) {
+        PutJson(document);
+    }
+    return worst;
+}
+
+} // namespace
+
+void AddIniCheck(CLI::App &ini, Action &chosen)
+{
+    CLI::App *const verb =
+        ini.add_subcommand("check", "All that is wrong with files, and what a save would change");
+    const auto options = std::make_shared<Options>();
+    verb->add_option("FILE", options->files, "files to check; '-' is standard input")
+        ->required()
+        ->type_name("");
+    CLI::Option *const errors =
+        verb->add_flag("-e,--errors", options->isErrorsOnly, "report errors only, no warnings");
+    verb->add_flag("--strict", options->isStrict, "let warnings count as errors")->excludes(errors);
+    verb->add_flag("--json", options->isJson, "write JSON");
+    verb->footer(
+        "Findings have the form 'FILE:LINE: MESSAGE (CODE)'; the code is the library's status.\n"
+        "Errors make the exit code 4; lookups and edits are more lenient, and may still work.\n"
+        "Warnings tell what lookups see otherwise than it looks, and what a save of the library\n"
+        "would not leave as it is. They have a word for a code.\n"
+        "\n"
+        "Examples:\n"
+        "  wyx ini check net.ini\n"
+        "  wyx ini check --errors *.ini && echo fine\n"
+        "  wyx ini check --json - < net.ini");
+    verb->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
+}
+
+} // namespace wyx::tool

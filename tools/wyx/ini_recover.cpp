@@ -1,0 +1,269 @@
+// wyx ini recover: the content that an interrupted save left beside its file.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "file_replace.h"
+#include "ini_document.h"
+#include "ini_text.h"
+#include "json.h"
+#include "operand.h"
+#include "recovery.h"
+#include "terminal.h"
+#include "verbs.h"
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr const char *kNewest = "newest";
+constexpr int kMostBackups = 1000;
+
+struct Options {
+    Operand file;
+    Operand show;
+    Operand restore;
+    bool isJson = false;
+};
+
+/// What is known of a leftover.
+struct Candidate {
+    Leftover leftover;
+    std::size_t bytes = 0;
+    std::size_t lines = 0;
+    bool loads = false;
+    bool isSame = false; // as the file itself
+};
+
+bool Exists(const std::string &path)
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0;
+}
+
+std::string BytesOf(const std::string &path)
+{
+    return Exists(path) ? IniSource(path).Bytes() : std::string();
+}
+
+Candidate Examine(const Leftover &leftover, const std::string &target)
+{
+    const IniSource source(leftover.path);
+    const StoredLines stored = ReadStoredLines(source);
+    Candidate candidate;
+    candidate.leftover = leftover;
+    candidate.bytes = source.Bytes().size();
+    candidate.lines = stored.lines.size();
+    candidate.loads = stored.IsLoadable() && source.Bytes().find('\0') == std::string::npos;
+    candidate.isSame = Exists(target) && BytesOf(target) == source.Bytes();
+    return candidate;
+}
+
+/// "2026-11-21 12:31:07" of milliseconds since 1970.
+std::string TimeOf(const std::string &digits)
+{
+    constexpr std::size_t kMilliseconds = 3;
+    if (digits.size() <= kMilliseconds || digits.size() > 15) {
+        return "?";
+    }
+    const std::time_t seconds = std::stoll(digits.substr(0, digits.size() - kMilliseconds));
+    std::tm local = {};
+    char text[32];
+    localtime_r(&seconds, &local);
+    return std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local) > 0 ? text : "?";
+}
+
+std::string Remark(const Candidate &candidate, bool isTargetThere)
+{
+    if (!candidate.loads) {
+        return "does not load";
+    }
+    if (!isTargetThere) {
+        return "whole: the file itself is missing";
+    }
+    return candidate.isSame ? "same as the file" : "differs from the file, may be cut off";
+}
+
+void PutRow(const std::string &number, const std::string &saved, const std::string &bytes,
+            const std::string &lines, const std::string &rest)
+{
+    char row[96];
+    std::snprintf(row, sizeof row, "%3s  %-19s  %8s  %6s  ", number.c_str(), saved.c_str(),
+                  bytes.c_str(), lines.c_str());
+    Put(row + rest + "\n");
+}
+
+ExitCode List(const std::string &target, const std::vector<Leftover> &leftovers, bool isJson)
+{
+    const bool isThere = Exists(target);
+    Json document;
+    SetText(document, "file", target);
+    document["exists"] = isThere;
+    document["leftovers"] = Json::array();
+    if (!isJson && !leftovers.empty()) {
+        PutRow("N", "SAVED", "BYTES", "LINES", "FILE");
+    }
+    for (std::size_t i = 0; i < leftovers.size(); ++i) {
+        const Candidate candidate = Examine(leftovers[i], target);
+        const Leftover &leftover = candidate.leftover;
+        if (isJson) {
+            Json item;
+            item["number"] = i + 1;
+            SetText(item, "file", leftover.path);
+            item["saved"] = TimeOf(leftover.digits);
+            item["bytes"] = candidate.bytes;
+            item["lines"] = candidate.lines;
+            item["loads"] = candidate.loads;
+            item["same"] = candidate.isSame;
+            document["leftovers"].push_back(std::move(item));
+        } else {
+            PutRow(std::to_string(i + 1), TimeOf(leftover.digits), std::to_string(candidate.bytes),
+                   std::to_string(candidate.lines),
+                   Shown(leftover.path) + " (" + Remark(candidate, isThere) + ")");
+        }
+    }
+    if (isJson) {
+        PutJson(document);
+    }
+    return leftovers.empty() ? ExitCode::kNo : ExitCode::kOk;
+}
+
+const Leftover &Choose(const std::vector<Leftover> &leftovers, const std::string &word)
+{
+    if (word == kNewest) {
+        return leftovers.front();
+    }
+    const bool isNumber = !word.empty() && word.size() < 9 &&
+                          word.find_first_not_of("0123456789") == std::string::npos;
+    const std::size_t number = isNumber ? std::stoul(word) : 0;
+    if (!isNumber) {
+        throw Failure(ExitCode::kUsage,
+                      Quoted(word) + " is neither a number nor '" + kNewest + "'");
+    }
+    if (number == 0 || number > leftovers.size()) {
+        throw Failure(ExitCode::kNo, "there is no file number " + word,
+                      "the numbers go from 1 to " + std::to_string(leftovers.size()));
+    }
+    return leftovers[number - 1];
+}
+
+/// Gives the present content of a file a name that is free.
+std::string KeepOld(const std::string &path)
+{
+    for (int i = 0; i < kMostBackups; ++i) {
+        const std::string backup = path + ".old" + (i == 0 ? "" : std::to_string(i));
+        if (link(path.c_str(), backup.c_str()) == 0) {
+            return backup;
+        }
+        if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
+            // No hard links here. For a moment the name is free, as it is in every save.
+            if (renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, backup.c_str(), RENAME_NOREPLACE) ==
+                0) {
+                return backup;
+            }
+        }
+        if (errno != EEXIST) {
+            throw SystemFailure("cannot keep the present content as " + Quoted(backup), errno);
+        }
+    }
+    throw Failure(ExitCode::kIo, "too many files " + Quoted(path + ".old*"));
+}
+
+ExitCode Restore(const Options &options, const Leftover &leftover)
+{
+    const std::string &name = options.file.text;
+    const Target target(name, true, "");
+    const IniSource source(leftover.path);
+    RequireText(source);
+    const IniDocument document(source); // refuses what does not load
+    const Descriptor file(open(leftover.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    if (!file.IsOpen()) {
+        throw SystemFailure("cannot open " + Quoted(leftover.path), errno);
+    }
+    std::string backup;
+    if (target.Exists()) {
+        AdoptAttributes(file.Get(), target.Path(), target.Status());
+        backup = KeepOld(target.Path());
+    }
+    if (fsync(file.Get()) != 0 || rename(leftover.path.c_str(), target.Path().c_str()) != 0) {
+        throw SystemFailure("cannot restore " + Quoted(name), errno);
+    }
+    FlushDirectoryOf(target.Path());
+    if (options.isJson) {
+        Json json;
+        SetText(json, "file", name);
+        SetText(json, "restored", leftover.path);
+        json["kept"] = nullptr;
+        if (!backup.empty()) {
+            SetText(json, "kept", backup);
+        }
+        PutJson(json);
+    } else {
+        Put(Shown(name) + ": restored from " + Shown(leftover.path) +
+            (backup.empty() ? "" : "; its old content is in " + Shown(backup)) + "\n");
+    }
+    return ExitCode::kOk;
+}
+
+ExitCode Run(const Options &options)
+{
+    const std::string &target = options.file.text;
+    const std::vector<Leftover> leftovers = FindLeftovers(target);
+    const bool isChoice = !options.show.text.empty() || !options.restore.text.empty();
+    if (leftovers.empty() && (isChoice || !options.isJson)) {
+        throw Failure(ExitCode::kNo, "no interrupted save left a file beside " + Quoted(target));
+    }
+    if (!options.restore.text.empty()) {
+        return Restore(options, Choose(leftovers, options.restore.text));
+    }
+    if (!options.show.text.empty()) {
+        const IniSource source(Choose(leftovers, options.show.text).path);
+        Put(source.Bytes());
+        return ExitCode::kOk;
+    }
+    return List(target, leftovers, options.isJson);
+}
+
+} // namespace
+
+void AddIniRecover(CLI::App &ini, Action &chosen)
+{
+    CLI::App *const verb =
+        ini.add_subcommand("recover", "What an interrupted save left beside a file");
+    const auto options = std::make_shared<Options>();
+    verb->add_option("FILE", options->file, "the file whose save was interrupted")
+        ->required()
+        ->type_name("");
+    CLI::Option *const show = verb->add_option("--show", options->show,
+                                               "write the content of number N to standard output")
+                                  ->type_name("N|newest");
+    verb->add_option("--restore", options->restore, "put number N in the file's place")
+        ->type_name("N|newest")
+        ->excludes(show);
+    verb->add_flag("--json", options->isJson, "write JSON");
+    verb->footer(
+        "A save of the library writes the new content to a file '<FILE up to its dot><time>.ibk',\n"
+        "removes FILE, and renames. After a crash the '.ibk' file is left; where FILE is missing,\n"
+        "it is whole. Without an option they are listed, the newest first.\n"
+        "\n"
+        "--restore keeps what FILE holds as 'FILE.old', and refuses content that does not load.\n"
+        "\n"
+        "Examples:\n"
+        "  wyx ini recover net.ini\n"
+        "  wyx ini recover net.ini --show newest | diff net.ini -\n"
+        "  wyx ini recover net.ini --restore newest");
+    verb->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
+}
+
+} // namespace wyx::tool

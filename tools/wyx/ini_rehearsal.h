@@ -1,0 +1,37 @@
+// What a save would make of lines, found out by saving them to a file of their own.
+#ifndef WYX_TOOL_INI_REHEARSAL_H
+#define WYX_TOOL_INI_REHEARSAL_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace wyx::tool {
+
+/// A stored line as it is written to a file.
+struct SavedLine {
+    std::string bytes;
+    std::vector<std::size_t> folds; // the places in the text at which the line is folded
+};
+
+struct Rehearsal {
+    std::vector<SavedLine> saved;      // one for each line
+    std::vector<std::string> reloaded; // the lines that a load makes of it
+    bool isLoadable = true;
+};
+
+/// Saves lines and loads them again.
+/// @throws Failure if there is no room for a temporary file
+Rehearsal Rehearse(const std::vector<std::string> &lines);
+
+/// The first line that does not come back, up to its line end, or nothing if all of them do.
+std::optional<std::size_t> FirstChanged(const std::vector<std::string> &lines,
+                                        const std::vector<std::string> &reloaded);
+
+/// Why a line does not come back, as far as the line itself tells.
+std::string WhyChanged(const std::string &line, const SavedLine &saved);
+
+} // namespace wyx::tool
+
+#endif

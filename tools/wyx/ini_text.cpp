@@ -1,0 +1,255 @@
+#include "ini_text.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "library_text.h"
+#include "os_adapter.h"
+#include "terminal.h"
+
+namespace wyx::tool {
+
+namespace {
+
+// Far beyond any configuration, and a bound for what never ends, such as /dev/zero.
+constexpr std::size_t kLargest = std::size_t{256} << 20;
+
+bool IsLineEnd(char ch)
+{
+    return ch == '\n' || ch == '\r';
+}
+
+bool IsRegularFile(const std::string &name)
+{
+    struct stat status = {};
+    return stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Keeps bytes in memory where they can be opened by a name.
+Descriptor CopyInMemory(const std::string &bytes)
+{
+    Descriptor copy(memfd_create("wyx", MFD_CLOEXEC));
+    std::size_t done = 0;
+    while (copy.IsOpen() && done < bytes.size()) {
+        const ssize_t now = write(copy.Get(), bytes.data() + done, bytes.size() - done);
+        if (now == -1 && errno != EINTR) {
+            copy = Descriptor();
+        }
+        done += now > 0 ? static_cast<std::size_t>(now) : 0;
+    }
+    if (!copy.IsOpen()) {
+        throw SystemFailure("cannot keep the input in memory", errno);
+    }
+    return copy;
+}
+
+/// An open file of the library.
+class LibraryFile {
+  public:
+    explicit LibraryFile(const IniSource &source)
+        : pstruFile_(XELP_Fopen(source.LoadName().c_str(), "r"))
+    {
+        if (pstruFile_ == nullptr) {
+            throw SystemFailure("cannot read " + Quoted(source.Name()), errno);
+        }
+    }
+    ~LibraryFile() { XELP_Fclose(pstruFile_); }
+    LibraryFile(const LibraryFile &) = delete;
+    LibraryFile &operator=(const LibraryFile &) = delete;
+
+    XELP_S_File *Get() const { return pstruFile_; }
+
+  private:
+    XELP_S_File *pstruFile_;
+};
+
+/// Does a backslash join the next line to this one? Those before it in pairs are text.
+bool IsContinued(std::string_view bytes, const RawLine &line)
+{
+    std::size_t backslashes = 0;
+    for (std::size_t at = line.end - line.endLen; at > line.begin && bytes[at - 1] == '\\'; --at) {
+        ++backslashes;
+    }
+    return line.endLen > 0 && backslashes % 2 == 1;
+}
+
+} // namespace
+
+IniSource::IniSource(const std::string &path, const std::string &name)
+    : name_(name == "-" ? "(standard input)" : Shown(name)), bytes_(ReadWhole(path, kLargest))
+{
+    if (path != "-" && IsRegularFile(path)) {
+        loadName_ = path;
+    } else {
+        copy_ = CopyInMemory(bytes_);
+        loadName_ = "/proc/self/fd/" + std::to_string(copy_.Get());
+    }
+}
+
+std::vector<RawLine> SplitLines(std::string_view bytes)
+{
+    std::vector<RawLine> lines;
+    for (std::size_t begin = 0; begin < bytes.size();) {
+        const std::size_t at = std::min(bytes.find_first_of("\r\n", begin), bytes.size());
+        std::size_t endLen = at < bytes.size() ? 1 : 0;
+        if (at + 1 < bytes.size() && IsLineEnd(bytes[at + 1]) && bytes[at + 1] != bytes[at]) {
+            endLen = 2;
+        }
+        lines.push_back({begin, at + endLen, endLen});
+        begin = at + endLen;
+    }
+    return lines;
+}
+
+std::size_t LineEndLength(std::string_view text)
+{
+    const std::size_t size = text.size();
+    if (size == 0 || !IsLineEnd(text[size - 1])) {
+        return 0;
+    }
+    return size > 1 && IsLineEnd(text[size - 2]) && text[size - 2] != text[size - 1] ? 2 : 1;
+}
+
+bool StoredLines::IsLoadable() const
+{
+    return std::ranges::none_of(lines, &StoredLine::isTooLong);
+}
+
+StoredLines ReadStoredLines(const IniSource &source)
+{
+    const LibraryFile file(source);
+    const std::vector<RawLine> raw = SplitLines(source.Bytes());
+    StoredLines stored;
+    std::size_t next = 1;
+    for (;;) {
+        QAL_INT8 *pszText = nullptr;
+        QAL_UINT32 ulBytes = 0;
+        QAL_UINT32 ulLines = 0;
+        const QAL_UINT32 ulStatus = IniGetOneLine(&pszText, file.Get(), &ulBytes, &ulLines);
+        const LibraryText owned(pszText);
+        if (ulStatus == XELP_ERR_INI_FILE_EMPTY) {
+            stored.rest = next <= raw.size() ? next : 0;
+            return stored;
+        }
+        StoredLine line;
+        line.first = next;
+        if (ulStatus == XELP_ERR_INI_OK) {
+            line.text = pszText;
+            // The count is that of joined lines. A line end inside the text is one more: that of a
+            // line before one that begins with a backslash.
+            const std::vector<RawLine> inside = SplitLines(WithoutLineEnd(line.text));
+            const auto ends = std::ranges::count_if(inside, &RawLine::endLen);
+            line.count = ulLines + static_cast<std::size_t>(ends);
+            line.isEnded = line.text.size() > ulBytes;
+        } else if (ulStatus == XELP_ERR_INI_LINE_TOO_LONG && next <= raw.size()) {
+            line.isTooLong = true;
+            std::size_t last = next;
+            while (last < raw.size() && IsContinued(source.Bytes(), raw[last - 1])) {
+                ++last;
+            }
+            line.count = last - next + 1;
+            if (XELP_Fseek(file.Get(), static_cast<QAL_LONG>(raw[last - 1].end), 0) != 0) {
+                throw SystemFailure("cannot read " + Quoted(source.Name()), errno);
+            }
+        } else {
+            throw Failure(ExitCode::kIo, "out of memory");
+        }
+        next += line.count;
+        stored.lines.push_back(std::move(line));
+    }
+}
+
+LineParts ParseLine(const std::string &text)
+{
+    std::string copy = text; // the library takes lines that may be written to, but does not
+    LineParts parts;
+    parts.status = IniGetLineType(copy.data(), &parts.kind);
+    QAL_INT8 *pszName = nullptr;
+    QAL_INT8 *pszValue = nullptr;
+    QAL_INT8 *pszComment = nullptr;
+    if (parts.kind == INI_SECTION_LINE) {
+        parts.status = IniParseSectionLine(copy.data(), &pszName, &pszComment);
+    } else if (parts.kind == INI_KEYVALUE_LINE) {
+        parts.status = IniParseKeyLine(copy.data(), &pszName, &pszValue, &pszComment);
+    }
+    const LibraryText name(pszName);
+    const LibraryText value(pszValue);
+    const LibraryText comment(pszComment);
+    if (name) {
+        parts.name = name.get();
+    }
+    parts.value = ValueOf(value.get());
+    if (comment) {
+        parts.comment = comment.get();
+    }
+    return parts;
+}
+
+std::optional<std::string> ValueOf(const QAL_INT8 *strValue)
+{
+    if (strValue == nullptr) {
+        return std::nullopt;
+    }
+    const std::string value(strValue);
+    return value == "\n" || value == "\r" ? std::nullopt : std::optional(value);
+}
+
+bool IsSameName(const std::string &left, const std::string &right)
+{
+    return XELP_StriCmp(left.c_str(), right.c_str()) == 0;
+}
+
+std::string LineStatusText(QAL_UINT32 status)
+{
+    switch (status) {
+        case XELP_ERR_INI_FILE_FORMAT:
+            return "key before the first section header";
+        case XELP_ERR_INI_SECTION:
+            return "malformed section header: it is '[name]' from the first byte of the line, "
+                   "without "
+                   "a further bracket, with nothing behind it but a blank and a ';' comment";
+        case XELP_ERR_INI_KEY_NAME:
+            return "malformed key: there is none, or it holds a blank";
+        case XELP_ERR_INI_KEY_VALUE:
+            return "malformed value: a '\"' is not closed, or a ',' does not stand behind an item "
+                   "and "
+                   "before a blank and another item";
+        case XELP_ERR_INI_COMMENT:
+            return "';' without a blank before it";
+        case XELP_ERR_INI_LINE_TOO_LONG:
+            return "line of more than 511 bytes: the file does not load";
+        case XELP_ERR_INI_LINE_UNKNOWN:
+            return "neither a section, a key, a comment nor blank";
+        case XELP_ERR_INI_FILE_EMPTY:
+            return "no lines";
+        case XELP_ERR_INI_INTERNAL:
+            return "out of memory";
+        default:
+            return "malformed line";
+    }
+}
+
+const char *KindName(XELP_INI_E_LINE_TYPE kind)
+{
+    switch (kind) {
+        case INI_COMENT_LINE:
+            return "comment";
+        case INI_BLANK_LINE:
+        case INI_INVALID_LINE:
+            return "blank";
+        case INI_SECTION_LINE:
+            return "section";
+        case INI_KEYVALUE_LINE:
+            return "key";
+        case INI_ERROR_LINE:
+        case INI_LINE_BUTT:
+            break;
+    }
+    return "error";
+}
+
+} // namespace wyx::tool

@@ -1,0 +1,100 @@
+// INI files as the verbs see them: bytes, physical lines, and the lines that the library stores.
+#ifndef WYX_TOOL_INI_TEXT_H
+#define WYX_TOOL_INI_TEXT_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "file_input.h"
+#include "wyx_commlib/ini_parser.h"
+
+namespace wyx::tool {
+
+/// The bytes of a file, and a name under which the library loads just these.
+class IniSource {
+  public:
+    /// Reads a file, or standard input for the name "-".
+    /// @throws Failure
+    explicit IniSource(const std::string &name) : IniSource(name, name) {}
+    /// Reads a file that messages call by another name.
+    IniSource(const std::string &path, const std::string &name);
+
+    /// For messages of the form "file:line: ...".
+    const std::string &Name() const { return name_; }
+    const std::string &Bytes() const { return bytes_; }
+    /// What the library opens. For anything but a regular file, which could be read only once, that
+    /// is a copy in memory.
+    const std::string &LoadName() const { return loadName_; }
+
+  private:
+    std::string name_;
+    std::string bytes_;
+    std::string loadName_;
+    Descriptor copy_;
+};
+
+/// A physical line of a file: it ends at CR LF, LF CR, or a lone LF or CR.
+struct RawLine {
+    std::size_t begin = 0;  // offset of its first byte
+    std::size_t end = 0;    // offset behind its line end
+    std::size_t endLen = 0; // length of the line end; 0 for a last line without one
+};
+
+std::vector<RawLine> SplitLines(std::string_view bytes);
+
+/// Length of the line end that a text ends in: 0, 1 or 2.
+std::size_t LineEndLength(std::string_view text);
+
+inline std::string_view WithoutLineEnd(std::string_view text)
+{
+    return text.substr(0, text.size() - LineEndLength(text));
+}
+
+/// A line as the library stores it.
+struct StoredLine {
+    std::string text;       // with its line end; empty for a line that is too long
+    std::size_t first = 0;  // number of its first physical line, from 1
+    std::size_t count = 0;  // number of physical lines it consists of
+    bool isTooLong = false; // more bytes than the library stores: the file does not load
+    bool isEnded = false;   // a CR was added to a line without a line end
+};
+
+/// All that the library stores of a file, and beyond: it goes on behind a line that is too long.
+struct StoredLines {
+    std::vector<StoredLine> lines;
+    std::size_t rest = 0; // number of the first physical line that is not read; 0 if all are
+
+    bool IsLoadable() const;
+};
+
+StoredLines ReadStoredLines(const IniSource &source);
+
+/// What is in a stored line.
+struct LineParts {
+    XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
+    QAL_UINT32 status = XELP_ERR_INI_OK; // why the parts could not be read, if they could not
+    std::string name;                    // of the section or key
+    std::optional<std::string> value;    // of a key that has one
+    std::optional<std::string> comment;  // behind a header or value
+};
+
+LineParts ParseLine(const std::string &text);
+
+/// A value of the library: none if it consists of the line end alone, as that of "key=" does.
+std::optional<std::string> ValueOf(const QAL_INT8 *strValue);
+
+/// Do two names mean the same?
+bool IsSameName(const std::string &left, const std::string &right);
+
+/// What a status of the library means for a line of a file.
+std::string LineStatusText(QAL_UINT32 status);
+
+/// "comment", "blank", "section", "key" or "error"
+const char *KindName(XELP_INI_E_LINE_TYPE kind);
+
+} // namespace wyx::tool
+
+#endif

@@ -1,0 +1,29 @@
+// What an interrupted save left behind.
+//
+// A save writes the new content to a file beside its target, removes the target, and gives the new
+// file the target's name. The new file's name is the target's up to its last dot, a time in
+// milliseconds, and ".ibk". After a crash it is still there, and if the target is gone it is whole.
+#ifndef WYX_TOOL_RECOVERY_H
+#define WYX_TOOL_RECOVERY_H
+
+#include <string>
+#include <vector>
+
+namespace wyx::tool {
+
+/// A file that a save left.
+struct Leftover {
+    std::string path;
+    std::string digits; // the time in its name
+};
+
+/// All files that saves of a target may have left, the newest first.
+/// @throws Failure if the directory cannot be read
+std::vector<Leftover> FindLeftovers(const std::string &target);
+
+/// For a target that is missing: a hint if its content is in such a file, or an empty string.
+std::string RecoveryHint(const std::string &target);
+
+} // namespace wyx::tool
+
+#endif

@@ -1,0 +1,26 @@
+// A directory for files that nobody else needs, gone with the object.
+#ifndef WYX_TOOL_TEMP_DIRECTORY_H
+#define WYX_TOOL_TEMP_DIRECTORY_H
+
+#include <string>
+
+namespace wyx::tool {
+
+class TempDirectory {
+  public:
+    /// Makes a directory below TMPDIR, or /tmp.
+    /// @throws Failure
+    TempDirectory();
+    ~TempDirectory();
+    TempDirectory(const TempDirectory &) = delete;
+    TempDirectory &operator=(const TempDirectory &) = delete;
+
+    const std::string &Path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
+} // namespace wyx::tool
+
+#endif

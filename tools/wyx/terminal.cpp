@@ -1,0 +1,197 @@
+// Standard output goes through stdio and is checked once, at the end; standard error is unbuffered.
+#include "terminal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr auto kFirstProgress = std::chrono::milliseconds(500);
+constexpr auto kNextProgress = std::chrono::milliseconds(100);
+
+int outputError = 0; // of the first write to standard output that failed
+
+bool IsTerminal(Stream stream)
+{
+    if (isatty(stream == Stream::kOut ? STDOUT_FILENO : STDERR_FILENO) == 0) {
+        return false;
+    }
+    const char *const term = std::getenv("TERM");
+    return term == nullptr || std::strcmp(term, "dumb") != 0;
+}
+
+bool HasColours(Stream stream)
+{
+    const char *const noColour = std::getenv("NO_COLOR");
+    return (noColour == nullptr || *noColour == '\0') && IsTerminal(stream);
+}
+
+const char *Sequence(Colour colour)
+{
+    switch (colour) {
+        case Colour::kError:
+            return "\x1B[1;31m";
+        case Colour::kWarning:
+            return "\x1B[1;33m";
+        case Colour::kName:
+            return "\x1B[1m";
+        case Colour::kFaint:
+            return "\x1B[2m";
+    }
+    return "";
+}
+
+/// Nothing can be done about a message that cannot be written.
+void PutMessage(Colour colour, std::string_view kind, std::string_view message)
+{
+    const std::string line =
+        "wyx: " + Painted(Stream::kErr, colour, kind) + " " + std::string(message) + "\n";
+    std::fflush(stdout); // in the order in which it happened, where both go to the same place
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+/// "1.5 GiB"
+std::string Size(std::uint64_t bytes)
+{
+    static constexpr const char *kUnits[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    while (value >= 1024.0 && unit + 1 < std::size(kUnits)) {
+        value /= 1024.0;
+        ++unit;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
+    return text;
+}
+
+} // namespace
+
+void PrepareStreams()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) == -1) {
+            // The wrong way round on purpose: to use a stream that was closed stays an error.
+            const int flags = fd == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+            static_cast<void>(open("/dev/null", flags));
+        }
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void Put(std::string_view text)
+{
+    if (outputError == 0 && !text.empty() &&
+        std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+        outputError = errno;
+    }
+}
+
+void FinishOutput()
+{
+    if (std::fflush(stdout) != 0 && outputError == 0) {
+        outputError = errno;
+    }
+    if (outputError == EPIPE) {
+        throw Failure(ExitCode::kIo, ""); // the reader has gone, and knows
+    }
+    if (outputError != 0) {
+        throw SystemFailure("cannot write standard output", outputError);
+    }
+}
+
+std::string Shown(std::string_view text)
+{
+    std::string shown;
+    for (const char ch : text) {
+        const auto byte = static_cast<unsigned char>(ch);
+        if (byte < 0x20 || byte == 0x7F) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\x%02x", unsigned{byte});
+            shown += escape;
+        } else {
+            shown += ch;
+        }
+    }
+    return shown;
+}
+
+std::string Quoted(std::string_view text)
+{
+    return "'" + Shown(text) + "'";
+}
+
+std::string Painted(Stream stream, Colour colour, std::string_view text)
+{
+    return HasColours(stream) ? Sequence(colour) + std::string(text) + "\x1B[0m"
+                              : std::string(text);
+}
+
+void PutError(std::string_view message)
+{
+    PutMessage(Colour::kError, "error:", message);
+}
+
+void PutWarning(std::string_view message)
+{
+    PutMessage(Colour::kWarning, "warning:", message);
+}
+
+void PutHint(std::string_view message)
+{
+    PutMessage(Colour::kFaint, "hint:", message);
+}
+
+void Report(const Failure &failure)
+{
+    if (*failure.what() != '\0') {
+        PutError(failure.what());
+    }
+    if (!failure.Hint().empty()) {
+        PutHint(failure.Hint());
+    }
+}
+
+Failure SystemFailure(const std::string &what, int error)
+{
+    return {ExitCode::kIo, what + ": " + std::strerror(error)};
+}
+
+Progress::Progress(std::string name, std::uint64_t total)
+    : name_(std::move(name)),
+      total_(total),
+      next_(Clock::now() + kFirstProgress),
+      isOn_(IsTerminal(Stream::kErr))
+{}
+
+Progress::~Progress()
+{
+    if (isShown_) {
+        std::fputs("\r\x1B[K", stderr);
+    }
+}
+
+void Progress::Advance(std::uint64_t done)
+{
+    if (!isOn_ || Clock::now() < next_) {
+        return;
+    }
+    next_ = Clock::now() + kNextProgress;
+    isShown_ = true;
+    std::string line = Shown(name_) + ": " + Size(done);
+    if (total_ > 0 && done <= total_) {
+        line += " of " + Size(total_) + " (" + std::to_string(done / (total_ / 100 + 1)) + "%)";
+    }
+    std::fprintf(stderr, "\r\x1B[K%s", line.c_str());
+}
+
+} // namespace wyx::tool

@@ -1,0 +1,72 @@
+// What the user sees: results on standard output, messages and progress on standard error.
+#ifndef WYX_TOOL_TERMINAL_H
+#define WYX_TOOL_TERMINAL_H
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "exit_code.h"
+
+namespace wyx::tool {
+
+/// Keeps files that are opened later from taking the place of a standard stream that was closed,
+/// and signals of a full disk or a closed pipe from ending the tool before it can say so.
+void PrepareStreams();
+
+/// Writes to standard output. An error is kept for FinishOutput().
+void Put(std::string_view text);
+
+/// Brings all output to its place.
+/// @throws Failure if any of it could not be written.
+void FinishOutput();
+
+/// A text with its control bytes escaped, fit for a message: "a\nb" as `a\x0ab`.
+std::string Shown(std::string_view text);
+
+/// Shown(), in quotation marks.
+std::string Quoted(std::string_view text);
+
+enum class Colour { kError, kWarning, kName, kFaint };
+enum class Stream { kOut, kErr };
+
+/// The text in a colour if the stream is a terminal that has some, and NO_COLOR is not set.
+std::string Painted(Stream stream, Colour colour, std::string_view text);
+
+void PutError(std::string_view message);
+void PutWarning(std::string_view message);
+void PutHint(std::string_view message);
+
+/// Reports a failure with its hint. One without a message is silent.
+void Report(const Failure &failure);
+
+/// Of a failed call of the system: "cannot open 'x': No such file or directory".
+Failure SystemFailure(const std::string &what, int error);
+
+/// The line that shows how far a long file has been read. It appears after half a second if
+/// standard error is a terminal, and is gone when the object is.
+class Progress {
+  public:
+    /// @param total  size of the file in bytes, 0 if it is not known
+    Progress(std::string name, std::uint64_t total);
+    ~Progress();
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
+    /// Says how many bytes have been read so far.
+    void Advance(std::uint64_t done);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string name_;
+    std::uint64_t total_;
+    Clock::time_point next_;
+    bool isOn_;
+    bool isShown_ = false;
+};
+
+} // namespace wyx::tool
+
+#endif
