@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base64_models.h"
 #include "guarded_memory.h"
 #include "platform_double.h"
 #include "random.h"
@@ -25,9 +26,6 @@ namespace wyx::test {
 namespace {
 
 using namespace std::string_literals;
-
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 QAL_UINT8 *Bytes(char *pch)
 {
@@ -75,57 +73,6 @@ std::optional<std::string> Encoded(std::string_view bytes)
 std::optional<std::string> Decoded(std::string_view text, char chBeyond = '\0')
 {
     return Convert(MOX_BASE64Decode, text, {&chBeyond, 1});
-}
-
-// --- What the text should be, bit by bit.
-
-std::string ModelEncoded(std::string_view bytes)
-{
-    std::vector<bool> bits;
-    for (const char ch : bytes) {
-        for (int i = 7; i >= 0; --i) {
-            bits.push_back((static_cast<unsigned char>(ch) >> i & 1) != 0);
-        }
-    }
-    std::string text;
-    for (std::size_t at = 0; at < bits.size(); at += 6) {
-        std::size_t sextet = 0;
-        for (std::size_t i = at; i < at + 6; ++i) {
-            sextet = sextet * 2 + (i < bits.size() && bits[i] ? 1 : 0);
-        }
-        text += kAlphabet[sextet];
-    }
-    text.append((4 - text.size() % 4) % 4, '=');
-    return text;
-}
-
-/// @p text includes the byte beyond its length.
-std::optional<std::string> ModelDecoded(std::string text)
-{
-    std::replace(text.begin(), text.end(), '-', '+');
-    std::replace(text.begin(), text.end(), '_', '/');
-    std::vector<bool> bits;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::size_t sextet = kAlphabet.find(text[at]);
-        if (sextet == std::string_view::npos) {
-            if ("=\r\n\0"s.find(text[at]) == std::string::npos) {
-                return std::nullopt;
-            }
-        } else if (at + 1 < text.size()) {
-            for (int i = 5; i >= 0; --i) {
-                bits.push_back((sextet >> i & 1) != 0);
-            }
-        }
-    }
-    std::string bytes;
-    for (std::size_t at = 0; at + 8 <= bits.size(); at += 8) {
-        int iByte = 0;
-        for (std::size_t i = at; i < at + 8; ++i) {
-            iByte = iByte * 2 + (bits[i] ? 1 : 0);
-        }
-        bytes += static_cast<char>(iByte);
-    }
-    return bytes;
 }
 
 std::string RandomBytes(Random &random, std::size_t size)

@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -19,6 +17,7 @@
 
 #include "../../src/commlib/md5/source/md5_arth_internal.h"
 #include "guarded_memory.h"
+#include "md5_models.h"
 #include "random.h"
 
 #ifdef WYX_HAVE_OPENSSL
@@ -27,10 +26,6 @@
 
 namespace wyx::test {
 namespace {
-
-using Bytes = std::span<const QAL_UINT8>;
-using Digest = std::array<QAL_UINT8, 16>;
-using Chain = std::array<QAL_UINT32, 4>;
 
 Bytes Text(std::string_view text)
 {
@@ -61,74 +56,6 @@ Digest Md5(Bytes message)
     XELP_MD5_Final(digest.data(), &context);
     return digest;
 }
-
-// --- The definition, taken word for word and without a thought of speed.
-
-constexpr Chain kStart = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
-
-Chain ModelBlock(Chain chain, Bytes block)
-{
-    static constexpr int kRotations[4][4] = {
-        {7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
-    auto [a, b, c, d] = chain;
-    for (unsigned int i = 0; i < 64; ++i) {
-        QAL_UINT32 mixed = 0;
-        unsigned int word = 0;
-        switch (i / 16) {
-            case 0:
-                mixed = (b & c) | (~b & d);
-                word = i;
-                break;
-            case 1:
-                mixed = (b & d) | (c & ~d);
-                word = (5 * i + 1) % 16;
-                break;
-            case 2:
-                mixed = b ^ c ^ d;
-                word = (3 * i + 5) % 16;
-                break;
-            default:
-                mixed = c ^ (b | ~d);
-                word = 7 * i % 16;
-                break;
-        }
-        QAL_UINT32 ulWord = 0;
-        for (unsigned int k = 4; k-- > 0;) {
-            ulWord = ulWord * 256 + block[4 * word + k];
-        }
-        const auto ulSine =
-            static_cast<QAL_UINT32>(std::floor(std::fabs(std::sin(i + 1.0)) * 0x1p32));
-        const QAL_UINT32 ulSum = a + mixed + ulWord + ulSine;
-        a = d;
-        d = c;
-        c = b;
-        b += std::rotl(ulSum, kRotations[i / 16][i % 4]);
-    }
-    return {chain[0] + a, chain[1] + b, chain[2] + c, chain[3] + d};
-}
-
-Digest ModelMd5(Bytes message)
-{
-    std::vector<QAL_UINT8> padded(message.begin(), message.end());
-    padded.push_back(0x80);
-    while (padded.size() % 64 != 56) {
-        padded.push_back(0);
-    }
-    for (unsigned int i = 0; i < 8; ++i) {
-        padded.push_back(static_cast<QAL_UINT8>(std::uint64_t{message.size()} * 8 >> (8 * i)));
-    }
-    Chain chain = kStart;
-    for (std::size_t at = 0; at < padded.size(); at += 64) {
-        chain = ModelBlock(chain, Bytes(padded).subspan(at, 64));
-    }
-    Digest digest;
-    for (std::size_t i = 0; i < digest.size(); ++i) {
-        digest[i] = static_cast<QAL_UINT8>(chain[i / 4] >> (8 * (i % 4)));
-    }
-    return digest;
-}
-
-// ---
 
 struct Vector {
     std::string_view message;
