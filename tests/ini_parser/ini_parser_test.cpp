@@ -753,9 +753,9 @@ TEST_F(IniRelease, CanBeLoadedAgain)
     }
 }
 
-class IniGrowth : public PlatformTest {};
+class IniRemallocIniLine : public PlatformTest {};
 
-TEST_F(IniGrowth, AddsFiftyEmptySlots)
+TEST_F(IniRemallocIniLine, AddsFiftyEmptySlots)
 {
     for (const QAL_UINT32 ulTotal : {1U, 2U, 200U, 250U, 1000U}) {
         SCOPED_TRACE(ulTotal);
@@ -770,7 +770,7 @@ TEST_F(IniGrowth, AddsFiftyEmptySlots)
         expected.slots.resize(expected.ulTotalLine);
         const void *const pOld = doc.pStrLine;
         const void *const pLine = doc.pStrLine[0];
-        EXPECT_EQ(IniRemallocIniLine(&doc), kOk);
+        EXPECT_EQ(::IniRemallocIniLine(&doc), kOk);
         EXPECT_EQ(Look(doc), expected);
         EXPECT_EQ(doc.pStrLine[0], pLine); // lines are moved, not copied
         ASSERT_EQ(FullTrace(), "D " + std::to_string(ulTotal * 8 + 400) + ", free");
@@ -781,13 +781,13 @@ TEST_F(IniGrowth, AddsFiftyEmptySlots)
     }
 }
 
-TEST_F(IniGrowth, FailedAllocationIs80AndChangesNothing)
+TEST_F(IniRemallocIniLine, FailedAllocationIs80AndChangesNothing)
 {
     Document doc({"[a]\n", std::nullopt, "k=1\n"}, 5);
     const Snapshot before = Look(doc);
     const void *const pOld = doc.pStrLine;
     platform.Fail(Service::kAllocate, 1);
-    EXPECT_EQ(IniRemallocIniLine(&doc), kInternal);
+    EXPECT_EQ(::IniRemallocIniLine(&doc), kInternal);
     EXPECT_EQ(Look(doc), before);
     EXPECT_EQ(doc.pStrLine, pOld);
     EXPECT_EQ(FullTrace(), "D 440");

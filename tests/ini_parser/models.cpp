@@ -417,7 +417,7 @@ QAL_UINT32 CheckKey(std::string_view line)
         return kKeyName;
     }
     const std::string_view key = Trimmed(line.substr(0, equals));
-    if (IsOneOf(key[0], kBlanks) || key.find(' ') != kNone) {
+    if (IsOneOf(key[0], kWhite) || key.find(' ') != kNone) {
         return kKeyName;
     }
     if (equals == line.size() - 1) {
