@@ -1,8 +1,10 @@
 /* The header as plain C99 sees it, included twice: calls with C linkage and the exact arguments. */
 #include "wyx_commlib/base64.h"
-#include "wyx_commlib/base64.h"
 
 #include <string.h>
+
+/* once more */
+#include "wyx_commlib/base64.h"
 
 int main(void)
 {

@@ -1,11 +1,13 @@
 /* The header as plain C99 sees it, included twice: sizes and offsets, and calls with C linkage. */
 #include "wyx_commlib/md5.h"
-#include "wyx_commlib/md5.h"
 
 #include <stddef.h>
 #include <string.h>
 
 #include "header_check.h"
+
+/* once more */
+#include "wyx_commlib/md5.h"
 
 WYX_CHECK(sizeof(MD5_S_CTX) == 88);
 WYX_CHECK(offsetof(MD5_S_CTX, state) == 0);

@@ -1,0 +1,51 @@
+// The table of character classes as an executable sees it that was not compiled to be moved: the
+// linker gives such a program a copy of an exported variable, and that copy is then the only one.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <link.h>
+
+#include <cstdint>
+
+#include "wyx_commlib/ip4_ip6_parser.h"
+
+namespace wyx::test {
+namespace {
+
+QAL_UINT32 StatusOf(const char *pszText)
+{
+    char achText[32];
+    std::size_t len = 0;
+    while ((achText[len] = pszText[len]) != '\0') {
+        ++len;
+    }
+    QAL_UINT8 aucAddr[16];
+    QAL_UINT16 uwPort = 0;
+    return XELP_Parse_IPV6(achText, aucAddr, &uwPort);
+}
+
+TEST(CharsetCopy, ProgramAndLibraryShareOneTable)
+{
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "QAL_CHARset"), QAL_CHARset);
+    EXPECT_EQ(QAL_CHARset['g'], 0x1002U); // the copy was filled
+    EXPECT_EQ(QAL_CHARset[' '], 0x48U);
+    EXPECT_EQ(StatusOf("::g"), 30U);
+    QAL_CHARset['g'] |= 0x80;
+    EXPECT_EQ(StatusOf("::g"), 0U);
+    QAL_CHARset['g'] &= ~QAL_UINT32{0x80};
+    EXPECT_EQ(StatusOf("::g"), 30U);
+}
+
+#ifdef WYX_TEST_EXPECTS_COPY
+// If it did not, the test above would not show what it is for.
+TEST(CharsetCopy, TableLiesInTheProgram)
+{
+    Dl_info table;
+    Dl_info program;
+    ASSERT_NE(dladdr(QAL_CHARset, &table), 0);
+    ASSERT_NE(dladdr(reinterpret_cast<void *>(&StatusOf), &program), 0);
+    EXPECT_EQ(table.dli_fbase, program.dli_fbase);
+}
+#endif
+
+} // namespace
+} // namespace wyx::test
