@@ -1,0 +1,121 @@
+// The checksums beside zlib, libdeflate, ISA-L and the loop of one table look-up per byte.
+#include <isa-l/crc.h>
+#include <libdeflate.h>
+#include <zlib.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "harness.h"
+#include "limits.h"
+#include "wyx_commlib/crc.h"
+
+namespace wyx::bench {
+namespace {
+
+/// CRC-16 as its definition has it, one table look-up after the other.
+QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
+{
+    static const auto s_aTable = [] {
+        std::array<QAL_UINT16, 256> aTable{};
+        for (std::size_t i = 0; i < aTable.size(); ++i) {
+            const auto uc = static_cast<QAL_UINT8>(i);
+            XELP_CRC_16(&uc, 1, &aTable[i]);
+        }
+        return aTable;
+    }();
+    const QAL_UINT16 *const puwTable = s_aTable.data();
+    QAL_UINT32 ulCrc = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        ulCrc = puwTable[pucData[i] ^ (ulCrc >> 8)] ^ ((ulCrc << 8) & 0xFFFFU);
+    }
+    return ulCrc;
+}
+
+struct Size {
+    const char *pszName;
+    QAL_UINT32 ulBytes;
+    Target zlib;
+    Target libdeflate;
+    Target isal;
+    Target byteLoop;
+    Target ourCrc32;
+};
+
+constexpr Size kSizes[] = {
+    {"16 B", 16, {1.2, {}}, {}, {}, {}, {}},
+    {"64 B", 64, {2.0, {}}, {{}, 1.0}, {}, {2.2, {}}, {{}, 0.5}},
+    {"256 B", 256, {1.5, {}}, {{}, 1.0}, {}, {4.5, {}}, {{}, 0.5}},
+    {"1 KiB", 1024, {1.25, {}}, {{}, 1.0}, {}, {13, {}}, {{}, 0.5}},
+    {"16 KiB", 16 << 10, {2.0, {}}, {{}, 1.0}, {{}, 0.9}, {50, {}}, {{}, 0.5}},
+    {"1 MiB", 1 << 20, {2.7, {}}, {{}, 1.0}, {{}, 0.9}, {60, {}}, {{}, 0.5}},
+    {"13 B", 13, {}, {}, {}, {}, {}}, // from here on: lengths that fill no word and no vector
+    {"79 B", 79, {}, {}, {}, {}, {}},
+    {"301 B", 301, {}, {}, {}, {}, {}},
+    {"1500 B", 1500, {}, {}, {}, {}, {}},
+};
+
+void AddSizes(Report &report, const QAL_UINT8 *pucData)
+{
+    for (const Size &size : kSizes) {
+        const QAL_UINT32 ulBytes = size.ulBytes;
+        const auto ours32 = [=] {
+            QAL_UINT32 ulCrc;
+            XELP_CRC_32(pucData, ulBytes, &ulCrc);
+            Keep(ulCrc);
+        };
+        const auto ours16 = [=] {
+            QAL_UINT16 uwCrc;
+            XELP_CRC_16(pucData, ulBytes, &uwCrc);
+            Keep(uwCrc);
+        };
+        const auto read = [=] { Keep(ReadAll(pucData, ulBytes)); };
+        report.Add("CRC-32", size.pszName, ulBytes)
+            .Ours(ours32)
+            .Peer(
+                "zlib", [=] { Keep(crc32_z(0, pucData, ulBytes)); }, size.zlib)
+            .Peer(
+                "libdeflate", [=] { Keep(libdeflate_crc32(0, pucData, ulBytes)); }, size.libdeflate)
+            .Peer(
+                "ISA-L", [=] { Keep(crc32_gzip_refl(0, pucData, ulBytes)); }, size.isal)
+            .Limit("reading", read);
+        report.Add("CRC-16", size.pszName, ulBytes)
+            .Ours(ours16)
+            .Peer(
+                "byte loop", [=] { Keep(Crc16ByteLoop(pucData, ulBytes)); }, size.byteLoop)
+            .Peer("our CRC-32", ours32, size.ourCrc32)
+            .Limit("reading", read);
+    }
+}
+
+/// Small pieces of one message: each call waits for the value of the last.
+void AddPieces(Report &report, const QAL_UINT8 *pucData)
+{
+    for (const QAL_UINT32 ulBytes : {16U, 64U, 256U}) {
+        QAL_UINT32 ulCrc = 0;
+        report.Add("CRC-32 in pieces", std::to_string(ulBytes) + " B", ulBytes)
+            .Ours([=]() mutable { XELP_CRC_Accumulate_32(ulCrc, pucData, ulBytes, &ulCrc); })
+            .Peer("zlib",
+                  [=, uCrc = uLong{0}]() mutable { uCrc = crc32_z(uCrc, pucData, ulBytes); })
+            .Peer("libdeflate",
+                  [=]() mutable { ulCrc = libdeflate_crc32(ulCrc, pucData, ulBytes); });
+    }
+}
+
+} // namespace
+} // namespace wyx::bench
+
+int main(int argc, char **argv)
+{
+    std::vector<QAL_UINT8> data((1 << 20) + 1);
+    QAL_UINT32 ulState = 1;
+    for (QAL_UINT8 &uc : data) {
+        ulState = ulState * 1664525U + 1013904223U;
+        uc = static_cast<QAL_UINT8>(ulState >> 24);
+    }
+    wyx::bench::Report report(argc, argv);
+    wyx::bench::AddSizes(report, data.data() + 1); // at no alignment, as most buffers
+    wyx::bench::AddPieces(report, data.data() + 1);
+    return report.Run();
+}

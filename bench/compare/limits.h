@@ -1,0 +1,43 @@
+// What no implementation gets round: the limits that the comparisons are shown beside.
+#ifndef WYX_BENCH_COMPARE_LIMITS_H
+#define WYX_BENCH_COMPARE_LIMITS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace wyx::bench {
+
+/// Reads every byte once, a large buffer in as many streams as keep the load units busy.
+inline std::uint64_t ReadAll(const void *pData, std::size_t size)
+{
+    constexpr std::size_t kStreams = 32;
+    const auto *puc = static_cast<const unsigned char *>(pData);
+    std::uint64_t ullSum = 0;
+    if (size >= 2 * kStreams * sizeof ullSum) {
+        std::uint64_t aullSum[kStreams] = {};
+        for (; size >= sizeof aullSum; size -= sizeof aullSum, puc += sizeof aullSum) {
+            std::uint64_t aullWords[kStreams];
+            std::memcpy(aullWords, puc, sizeof aullWords);
+            for (std::size_t i = 0; i < kStreams; ++i) {
+                aullSum[i] ^= aullWords[i];
+            }
+        }
+        for (const std::uint64_t ull : aullSum) {
+            ullSum ^= ull;
+        }
+    }
+    for (; size >= sizeof ullSum; size -= sizeof ullSum, puc += sizeof ullSum) {
+        std::uint64_t ullWord;
+        std::memcpy(&ullWord, puc, sizeof ullWord);
+        ullSum ^= ullWord;
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        ullSum ^= puc[i];
+    }
+    return ullSum;
+}
+
+} // namespace wyx::bench
+
+#endif

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Compares the library with others that do the same work, in the build that runs everywhere and in the
+# best one for this machine: scripts/bench.sh [DIR [ARGUMENT...]]
+#
+# DIR (default: build/bench) takes the two build trees and the results, bench.json. Arguments go to
+# every program, such as --only CRC or --rounds 51; WYX_BENCH_PROGRAMS="crc md5" runs just those.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+dir=${1:-$root/build/bench}
+shift || true
+
+peers=(
+    zlib1g-dev libdeflate-dev libisal-dev # crc
+)
+bash "$root/scripts/install_packages.sh" g++ cmake ninja-build "${peers[@]}"
+
+declare -A cpu=([baseline]=baseline [best]=native)
+results=()
+for level in baseline best; do
+    tree=$dir/$level
+    cmake -S "$root" -B "$tree" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+        -DWYX_CPU_LEVEL="${cpu[$level]}" -DWYX_BUILD_BENCH=ON \
+        -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >"$dir-$level.log"
+    cmake --build "$tree" --target compare >>"$dir-$level.log" ||
+        { cat "$dir-$level.log" >&2; exit 1; }
+done
+for program in ${WYX_BENCH_PROGRAMS:-$(cd "$dir/baseline/bench/compare" && ls -- *_compare)}; do
+    for level in baseline best; do
+        result=$dir/$level-${program%_compare}.json
+        "$dir/$level/bench/compare/${program%_compare}_compare" \
+            --level "$level" --json "$result" "$@"
+        results+=("$result")
+    done
+done
+{
+    echo "["
+    for i in "${!results[@]}"; do
+        ((i == 0)) || echo ","
+        cat "${results[i]}"
+    done
+    echo "]"
+} >"$dir/bench.json"
+echo
+echo "written: $dir/bench.json"
