@@ -31,41 +31,6 @@ const QAL_INT8 *NextQuote(const QAL_INT8 *psz)
     return psz;
 }
 
-Kind KindOf(const QAL_INT8 *pszLine)
-{
-    if (pszLine == nullptr) {
-        return Kind::kSkipped;
-    }
-    XELP_INI_E_LINE_TYPE type = INI_LINE_BUTT; // stays for an empty string
-    IniGetLineType(const_cast<QAL_INT8 *>(pszLine), &type);
-    switch (type) {
-        case INI_COMENT_LINE:
-        case INI_BLANK_LINE:
-        case INI_INVALID_LINE:
-            return Kind::kSkipped;
-        case INI_SECTION_LINE:
-            return Kind::kSection;
-        case INI_KEYVALUE_LINE:
-            return Kind::kKey;
-        case INI_ERROR_LINE:
-            return Kind::kUnknown;
-        default:
-            return Kind::kNoText;
-    }
-}
-
-QAL_UINT32 StatusOf(Kind kind)
-{
-    switch (kind) {
-        case Kind::kUnknown:
-            return XELP_ERR_INI_LINE_UNKNOWN;
-        case Kind::kNoText:
-            return XELP_ERR_INI_INPUT_PARA_ERR;
-        default:
-            return XELP_ERR_INI_OK;
-    }
-}
-
 } // namespace wyx::ini
 
 namespace {
@@ -81,6 +46,17 @@ using wyx::ini::SkipBlanks;
 using wyx::ini::TrimWhite;
 
 constexpr QAL_INT8 kCommentMark[] = " ;";
+
+/// The first occurrence of a byte, or null. Names are short: this beats a call of the adapter.
+const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
+{
+    while (*psz != ch) {
+        if (*psz++ == '\0') {
+            return nullptr;
+        }
+    }
+    return psz;
+}
 
 /// Copies a stretch of a line into a string of its own; null if there is no memory.
 QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine)
@@ -156,34 +132,8 @@ QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineType)
     if (linePtr == nullptr || *linePtr == '\0') {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
-    const QAL_INT8 *psz = linePtr;
-    while (IsBlank(*psz)) {
-        ++psz;
-    }
-    switch (*psz) {
-        case '\0':
-            *lineType = INI_INVALID_LINE;
-            return XELP_ERR_INI_OK;
-        case '\n':
-        case '\r':
-            *lineType = INI_BLANK_LINE;
-            return XELP_ERR_INI_OK;
-        case '#':
-        case ';':
-            *lineType = INI_COMENT_LINE;
-            return XELP_ERR_INI_OK;
-        case '[':
-            *lineType = INI_SECTION_LINE;
-            return XELP_ERR_INI_OK;
-        default:
-            break;
-    }
-    if (XELP_StrChr(psz, '=') == nullptr) {
-        *lineType = INI_ERROR_LINE;
-        return XELP_ERR_INI_LINE_UNKNOWN;
-    }
-    *lineType = INI_KEYVALUE_LINE;
-    return XELP_ERR_INI_OK;
+    *lineType = wyx::ini::TypeOf(linePtr);
+    return *lineType == INI_ERROR_LINE ? XELP_ERR_INI_LINE_UNKNOWN : XELP_ERR_INI_OK;
 }
 
 QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **commentLine)
@@ -219,11 +169,12 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
 {
     *sectionLine = nullptr;
     *commentLine = nullptr;
-    if (INI_StrLen(linePtr) < kShortestHeader) {
+    if (linePtr == nullptr) {
         return XELP_ERR_INI_SECTION;
     }
-    const QAL_INT8 *const pszOpen = XELP_StrChr(linePtr, '[');
-    const QAL_INT8 *const pszClose = XELP_StrChr(linePtr, ']');
+    // A line shorter than a header has no room between two brackets either.
+    const QAL_INT8 *const pszOpen = FindByte(linePtr, '[');
+    const QAL_INT8 *const pszClose = FindByte(linePtr, ']');
     if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {
         return XELP_ERR_INI_SECTION;
     }

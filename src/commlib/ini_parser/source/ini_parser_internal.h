@@ -62,19 +62,75 @@ Range KeyBefore(const QAL_INT8 *pszLine, const QAL_INT8 *pszEqual);
 /// The first quotation mark behind @p psz that has no backslash before it, or null.
 const QAL_INT8 *NextQuote(const QAL_INT8 *psz);
 
+/// The kind of a line that is not empty. An inline loop, since a search for the `=` of a short key by
+/// a call of the adapter costs several times as much.
+inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
+{
+    const QAL_INT8 *psz = pszLine;
+    while (IsBlank(*psz)) {
+        ++psz;
+    }
+    switch (*psz) {
+        case '\0':
+            return INI_INVALID_LINE;
+        case '\n':
+        case '\r':
+            return INI_BLANK_LINE;
+        case '#':
+        case ';':
+            return INI_COMENT_LINE;
+        case '[':
+            return INI_SECTION_LINE;
+        default:
+            break;
+    }
+    while (*psz != '=' && *psz != '\0') {
+        ++psz;
+    }
+    return *psz == '=' ? INI_KEYVALUE_LINE : INI_ERROR_LINE;
+}
+
 /// What a slot means to whoever walks over it.
 enum class Kind {
-    kSkipped, ///< a removed line, a comment, or nothing but white bytes
-    kSection, ///< a section header
-    kKey,     ///< a key line
-    kUnknown, ///< none of these: ends the walk
-    kNoText,  ///< an empty string, which no line is: ends the walk
+    kSkipped,  ///< a removed line, a comment, or nothing but white bytes
+    kSection,  ///< a section header
+    kKey,      ///< a key line
+    kUnknown,  ///< none of these: ends the walk
+    kNoText,   ///< an empty string, which no line is: ends the walk
 };
 
-Kind KindOf(const QAL_INT8 *pszLine);
+inline Kind KindOf(const QAL_INT8 *pszLine)
+{
+    if (pszLine == nullptr) {
+        return Kind::kSkipped;
+    }
+    if (*pszLine == '\0') {
+        return Kind::kNoText;
+    }
+    switch (TypeOf(pszLine)) {
+        case INI_SECTION_LINE:
+            return Kind::kSection;
+        case INI_KEYVALUE_LINE:
+            return Kind::kKey;
+        case INI_ERROR_LINE:
+            return Kind::kUnknown;
+        default:
+            return Kind::kSkipped;
+    }
+}
 
 /// The status with which a line of this kind ends a walk; 0 if it does not.
-QAL_UINT32 StatusOf(Kind kind);
+constexpr QAL_UINT32 StatusOf(Kind kind)
+{
+    switch (kind) {
+        case Kind::kUnknown:
+            return XELP_ERR_INI_LINE_UNKNOWN;
+        case Kind::kNoText:
+            return XELP_ERR_INI_INPUT_PARA_ERR;
+        default:
+            return XELP_ERR_INI_OK;
+    }
+}
 
 /// The parts of a key line, each a block of its own or null.
 struct KeyParts {

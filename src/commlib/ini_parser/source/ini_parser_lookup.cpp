@@ -26,7 +26,9 @@ QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool 
     }
     bMatches = XELP_StriCmp(pszName, pszSection) == 0;
     XELP_MemFreeD(pszName, __LINE__, __FILE__);
-    XELP_MemFreeD(pszComment, __LINE__, __FILE__);
+    if (pszComment != nullptr) {
+        XELP_MemFreeD(pszComment, __LINE__, __FILE__);
+    }
     return XELP_ERR_INI_OK;
 }
 
