@@ -25,13 +25,14 @@ QAL_UINT32 StatusOf(const char *pszText)
 
 TEST(CharsetCopy, ProgramAndLibraryShareOneTable)
 {
+    constexpr unsigned char kLetter = 'g';
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "QAL_CHARset"), QAL_CHARset);
-    EXPECT_EQ(QAL_CHARset['g'], 0x1002U); // the copy was filled
-    EXPECT_EQ(QAL_CHARset[' '], 0x48U);
+    EXPECT_EQ(QAL_CHARset[kLetter], 0x1002U); // the copy was filled
+    EXPECT_EQ(QAL_CHARset[0x20], 0x48U);
     EXPECT_EQ(StatusOf("::g"), 30U);
-    QAL_CHARset['g'] |= 0x80;
+    QAL_CHARset[kLetter] |= 0x80;
     EXPECT_EQ(StatusOf("::g"), 0U);
-    QAL_CHARset['g'] &= ~QAL_UINT32{0x80};
+    QAL_CHARset[kLetter] &= ~QAL_UINT32{0x80};
     EXPECT_EQ(StatusOf("::g"), 30U);
 }
 
