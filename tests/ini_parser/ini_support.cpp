@@ -136,6 +136,8 @@ Document::Document(const Snapshot &snapshot)
     : XELP_IN_S_INI_FILE_STRUCT{snapshot.ulLabel, snapshot.ulLineNum, snapshot.ulTotalLine,
                                 snapshot.ulIniFileNum, nullptr}
 {
+    PlatformDouble &platform = PlatformDouble::Instance();
+    platform.StartRecording(); // nothing planned before fails here
     if (ulTotalLine != 0) {
         pStrLine = static_cast<QAL_INT8 **>(
             XELP_MemMallocD(ulTotalLine * QAL_UINT32{sizeof *pStrLine}, 0, kSite));
@@ -143,7 +145,7 @@ Document::Document(const Snapshot &snapshot)
     for (QAL_UINT32 i = 0; i < ulTotalLine; ++i) {
         pStrLine[i] = snapshot.slots[i] ? MakeLine(*snapshot.slots[i]) : nullptr;
     }
-    PlatformDouble::Instance().StartRecording();
+    platform.StartRecording();
 }
 
 Document::~Document()
