@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds both libraries in two folders of different names and depths, and compares them byte by byte,
+# with debug information, without, and stripped: scripts/check_reproducible.sh [SCRATCH_FOLDER]
+set -euo pipefail
+
+source_folder=$(cd "$(dirname "$0")/.." && pwd)
+if (($# > 0)); then
+    mkdir -p "$1"
+    scratch=$(mktemp -d "$1/reproducible.XXXXXX")
+else
+    scratch=$(mktemp -d)
+fi
+trap 'rm -rf "$scratch"' EXIT
+
+# copy_source FOLDER: what belongs to the project, as it is in the working tree
+copy_source() {
+    mkdir -p "$1"
+    tar -C "$source_folder" -c --exclude=./build --exclude=./.git . | tar -C "$1" -x
+}
+
+# build SOURCE BUILD TYPE, with nothing from the environment that would be the same in both by chance
+build() {
+    env -u SOURCE_DATE_EPOCH cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE="$3" \
+        -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >/dev/null
+    cmake --build "$2" >/dev/null
+}
+
+one=$scratch/one
+two=$scratch/another/and/a/longer/name
+copy_source "$one"
+copy_source "$two"
+for type in Release RelWithDebInfo; do
+    build "$one" "$one/build/$type" "$type"
+    build "$two" "$scratch/outside-$type" "$type" # the build folder elsewhere as well
+    for name in libwyx_commlib.so libwyx_os_adapter.so; do
+        left=$one/build/$type/lib/$name
+        right=$scratch/outside-$type/lib/$name
+        cmp "$left" "$right"
+        strip -o "$left.stripped" "$left"
+        strip -o "$right.stripped" "$right"
+        cmp "$left.stripped" "$right.stripped"
+        if grep -qF "$scratch" "$left" "$right"; then
+            echo "$name ($type) names the folder it was built in" >&2
+            exit 1
+        fi
+        echo "$name ($type): $(stat -Lc %s "$left") bytes, the same from both folders"
+    done
+done
