@@ -29,6 +29,7 @@ constexpr const char *kAfterHelp =
     "  wyx sum --crc32 FILE               a checksum\n"
     "  wyx ini get net.ini net port       a value\n"
     "  wyx ini set net.ini net port=5061  change it\n"
+    "  wyx addr '[::1]:443'              what an address means\n"
     "\n"
     "'wyx VERB --help' tells more about a verb and shows examples.";
 
@@ -94,7 +95,7 @@ void RequireVerb(const CLI::App &app, const std::vector<std::string> &words)
 
 ExitCode Run(const std::vector<std::string> &words)
 {
-    CLI::App app("Checksums and INI files from the command line.", "wyx");
+    CLI::App app("Checksums, INI files, addresses and Base64 from the command line.", "wyx");
     Action chosen;
     app.set_version_flag("-V,--version", "wyx " WYX_VERSION);
     app.require_subcommand(1);
@@ -103,6 +104,8 @@ ExitCode Run(const std::vector<std::string> &words)
     app.get_formatter()->label("Subcommands", "Verbs");
     app.get_formatter()->label("Positionals", "Arguments");
     AddSum(app, chosen);
+    AddBase64(app, chosen);
+    AddAddr(app, chosen);
     AddIni(app, chosen);
 
     RequireVerb(app, words);

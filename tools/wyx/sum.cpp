@@ -25,26 +25,32 @@
 #include "terminal.h"
 #include "verbs.h"
 #include "wyx_commlib/crc.h"
+#include "wyx_commlib/md5.h"
 
 namespace wyx::tool {
 
 namespace {
 
 constexpr std::size_t kPiece = 262144;
+constexpr std::size_t kMd5Length = 16;
 constexpr std::size_t kLargestList = std::size_t{1} << 30;
 
-enum class Algorithm { kCrc16, kCrc32 };
+enum class Algorithm { kCrc16, kCrc32, kMd5 };
 
 struct AlgorithmName {
     Algorithm algorithm;
     std::string_view name;
     std::string_view tag; // in lines of the form "TAG (NAME) = HEX"
     std::size_t digits;
+    std::string_view text; // for the help
 };
 
 constexpr std::array kAlgorithms = {
-    AlgorithmName{Algorithm::kCrc16, "crc16", "CRC16", 4},
-    AlgorithmName{Algorithm::kCrc32, "crc32", "CRC32", 8},
+    AlgorithmName{Algorithm::kCrc16, "crc16", "CRC16", 4,
+                  "CRC-16: polynomial 0x1021, initial value 0"},
+    AlgorithmName{Algorithm::kCrc32, "crc32", "CRC32", 8,
+                  "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted; not that of zlib"},
+    AlgorithmName{Algorithm::kMd5, "md5", "MD5", 32, "MD5; lists are those of md5sum"},
 };
 
 const AlgorithmName &NameOf(Algorithm algorithm)
@@ -55,7 +61,7 @@ const AlgorithmName &NameOf(Algorithm algorithm)
 /// A sum under way.
 class Sum {
   public:
-    explicit Sum(Algorithm algorithm) : algorithm_(algorithm) {}
+    explicit Sum(Algorithm algorithm) : algorithm_(algorithm) { XELP_MD5_Init(&md5_); }
 
     void Add(std::span<const unsigned char> piece)
     {
@@ -67,15 +73,24 @@ class Sum {
             case Algorithm::kCrc32:
                 XELP_CRC_Accumulate_32(ulCrc_, piece.data(), ulLen, &ulCrc_);
                 break;
+            case Algorithm::kMd5:
+                XELP_MD5_Update(&md5_, piece.data(), ulLen);
+                break;
         }
     }
 
-    std::string Digits() const
+    /// Ends the sum.
+    std::string Digits()
     {
-        const std::size_t digits = NameOf(algorithm_).digits;
+        if (algorithm_ == Algorithm::kMd5) {
+            std::string digest(kMd5Length, 0);
+            XELP_MD5_Final(reinterpret_cast<QAL_UINT8 *>(digest.data()), &md5_);
+            return Hex(digest);
+        }
+        const int digits = static_cast<int>(NameOf(algorithm_).digits);
         const QAL_UINT32 ulSum = algorithm_ == Algorithm::kCrc16 ? uwCrc_ : ulCrc_;
         char text[16];
-        std::snprintf(text, sizeof text, "%0*x", static_cast<int>(digits), ulSum);
+        std::snprintf(text, sizeof text, "%0*x", digits, ulSum);
         return text;
     }
 
@@ -83,6 +98,7 @@ class Sum {
     Algorithm algorithm_;
     QAL_UINT16 uwCrc_ = 0;
     QAL_UINT32 ulCrc_ = 0;
+    MD5_S_CTX md5_ = {};
 };
 
 struct FileSum {
@@ -247,8 +263,7 @@ std::optional<Entry> ParseLine(std::string_view line)
 }
 
 struct Options {
-    bool isCrc16 = false;
-    bool isCrc32 = false;
+    std::vector<Algorithm> algorithms; // those that were named
     bool isCheck = false;
     bool isQuiet = false;
     bool isStatus = false;
@@ -257,13 +272,7 @@ struct Options {
 
     std::optional<Algorithm> Chosen() const
     {
-        if (isCrc16) {
-            return Algorithm::kCrc16;
-        }
-        if (isCrc32) {
-            return Algorithm::kCrc32;
-        }
-        return std::nullopt;
+        return algorithms.empty() ? std::nullopt : std::optional(algorithms.front());
     }
 };
 
@@ -411,6 +420,9 @@ ExitCode CheckLists(const std::vector<std::string> &lists, const Options &option
 
 ExitCode Run(const Options &options)
 {
+    if (options.algorithms.size() > 1) {
+        throw Failure(ExitCode::kUsage, "more than one algorithm chosen");
+    }
     std::vector<std::string> names = Texts(options.files);
     if (names.empty()) {
         if (isatty(STDIN_FILENO) != 0) {
@@ -423,7 +435,7 @@ ExitCode Run(const Options &options)
     }
     const std::optional<Algorithm> algorithm = options.Chosen();
     if (!algorithm) {
-        throw Failure(ExitCode::kUsage, "no algorithm chosen: --crc16 or --crc32",
+        throw Failure(ExitCode::kUsage, "no algorithm chosen: --crc16, --crc32 or --md5",
                       "for example: wyx sum --crc32 " + Shown(names.front()));
     }
     return MakeSums(names, *algorithm, options.isJson);
@@ -435,12 +447,12 @@ void AddSum(CLI::App &app, Action &chosen)
 {
     CLI::App *const sum = app.add_subcommand("sum", "Checksums of files, and their verification");
     const auto options = std::make_shared<Options>();
-    CLI::Option *const crc16 =
-        sum->add_flag("--crc16", options->isCrc16, "CRC-16: polynomial 0x1021, initial value 0");
-    sum->add_flag(
-           "--crc32", options->isCrc32,
-           "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted (differs from zlib's)")
-        ->excludes(crc16);
+    for (const AlgorithmName &algorithm : kAlgorithms) {
+        sum->add_flag_callback(
+            "--" + std::string(algorithm.name),
+            [options, &algorithm] { options->algorithms.push_back(algorithm.algorithm); },
+            std::string(algorithm.text));
+    }
     CLI::Option *const check = sum->add_flag("-c,--check", options->isCheck,
                                              "read lists of sums from the FILEs and verify them");
     sum->add_flag("-q,--quiet", options->isQuiet, "with -c: do not report files that match")
@@ -456,6 +468,7 @@ void AddSum(CLI::App &app, Action &chosen)
         "Examples:\n"
         "  wyx sum --crc32 *.ini > LIST    make a list\n"
         "  wyx sum -c LIST                 verify it: exit code 1 if a file has changed\n"
+        "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
         "  tar c dir | wyx sum --crc16 -   sum what a pipe brings");
     sum->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
 }

@@ -17,6 +17,8 @@ namespace wyx::tool {
 using Action = std::function<ExitCode()>;
 
 void AddSum(CLI::App &app, Action &chosen);
+void AddBase64(CLI::App &app, Action &chosen);
+void AddAddr(CLI::App &app, Action &chosen);
 
 /// The family "wyx ini"; the functions below add its verbs.
 void AddIni(CLI::App &app, Action &chosen);

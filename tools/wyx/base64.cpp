@@ -1,0 +1,207 @@
+// wyx base64: encoding and decoding streams of any size.
+//
+// The library works on whole buffers. Encoding cuts the input where three bytes end, decoding where
+// four characters with a value end, so that the pieces fit together without a seam. Which
+// characters the decoder accepts, and which of them have a value, is asked of the decoder itself.
+#include "wyx_commlib/base64.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "file_input.h"
+#include "operand.h"
+#include "terminal.h"
+#include "verbs.h"
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr std::size_t kPiece = 3 * 65536; // of three bytes each
+constexpr std::size_t kQuad = 4;
+constexpr std::size_t kUsualWidth = 76;
+
+struct Options {
+    Operand file{"-"};
+    bool isDecode = false;
+    std::size_t width = kUsualWidth;
+};
+
+/// A buffer of the codec.
+struct Release {
+    void operator()(QAL_UINT8 *puc) const { MOX_BASE64Free(&puc); }
+};
+using Buffer = std::unique_ptr<QAL_UINT8, Release>;
+
+std::string_view View(const Buffer &buffer, QAL_INT32 lLen)
+{
+    return {reinterpret_cast<const char *>(buffer.get()), static_cast<std::size_t>(lLen)};
+}
+
+/// Writes text in lines of a width, 0 for one line without an end.
+class LineWriter {
+  public:
+    explicit LineWriter(std::size_t width) : width_(width) {}
+
+    void Write(std::string_view text)
+    {
+        while (width_ != 0 && text.size() > width_ - column_) {
+            Put(text.substr(0, width_ - column_));
+            Put("\n");
+            text.remove_prefix(width_ - column_);
+            column_ = 0;
+        }
+        Put(text);
+        column_ += text.size();
+    }
+
+    void Finish()
+    {
+        if (width_ != 0 && column_ != 0) {
+            Put("\n");
+        }
+    }
+
+  private:
+    std::size_t width_;
+    std::size_t column_ = 0;
+};
+
+ExitCode Encode(const Options &options)
+{
+    FileInput input(options.file.text);
+    LineWriter lines(options.width);
+    std::vector<unsigned char> piece(kPiece);
+    for (;;) {
+        const std::size_t held = input.Read(piece);
+        if (held == 0) {
+            break;
+        }
+        QAL_UINT8 *pucText = nullptr;
+        const QAL_INT32 lLen =
+            MOX_BASE64Encode(piece.data(), static_cast<QAL_INT32>(held), &pucText);
+        const Buffer text(pucText);
+        if (!text) {
+            throw std::bad_alloc();
+        }
+        lines.Write(View(text, lLen));
+    }
+    lines.Finish();
+    return ExitCode::kOk;
+}
+
+enum class Character { kValue, kSkipped, kRefused };
+
+/// What the decoder makes of each character.
+std::array<Character, 256> AskDecoder()
+{
+    std::array<Character, 256> characters = {};
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+        QAL_UINT8 aucQuad[] = {'A', 'A', 'A', static_cast<QAL_UINT8>(i), 0};
+        QAL_UINT8 *pucBytes = nullptr;
+        const QAL_INT32 lLen = MOX_BASE64Decode(aucQuad, kQuad, &pucBytes);
+        const Buffer bytes(pucBytes);
+        characters[i] = !bytes      ? Character::kRefused
+                        : lLen == 3 ? Character::kValue
+                                    : Character::kSkipped;
+    }
+    return characters;
+}
+
+/// Decodes and writes the first characters of a text.
+void DecodeFront(std::vector<unsigned char> &text, std::size_t count)
+{
+    if (count == 0) {
+        return;
+    }
+    // The decoder looks at the character behind those it decodes; there is one, a NUL at the least.
+    text.push_back(0);
+    QAL_UINT8 *pucBytes = nullptr;
+    const QAL_INT32 lLen = MOX_BASE64Decode(text.data(), static_cast<QAL_INT32>(count), &pucBytes);
+    const Buffer bytes(pucBytes);
+    if (!bytes) {
+        throw std::bad_alloc();
+    }
+    Put(View(bytes, lLen));
+    text.pop_back();
+    text.erase(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+std::string ShownCharacter(unsigned char character)
+{
+    char text[16];
+    const bool isPrintable = character > 0x20 && character < 0x7F;
+    std::snprintf(text, sizeof text, isPrintable ? "'%c'" : "byte 0x%02x", character);
+    return character == ' ' ? "a blank" : text;
+}
+
+ExitCode Decode(const Options &options)
+{
+    FileInput input(options.file.text);
+    const std::array<Character, 256> characters = AskDecoder();
+    std::vector<unsigned char> piece(kPiece);
+    std::vector<unsigned char> text; // characters with a value that have not been decoded yet
+    std::uint64_t offset = 0;
+    for (;;) {
+        const std::size_t held = input.Read(piece);
+        if (held == 0) {
+            break;
+        }
+        for (std::size_t i = 0; i < held; ++i) {
+            const unsigned char character = piece[i];
+            if (characters[character] == Character::kRefused) {
+                DecodeFront(text, text.size() / kQuad * kQuad);
+                throw Failure(ExitCode::kMalformed,
+                              input.ShownName() + ": " + ShownCharacter(character) + " at offset " +
+                                  std::to_string(offset + i) + " is not Base64");
+            }
+            if (characters[character] == Character::kValue) {
+                text.push_back(character);
+            }
+        }
+        offset += held;
+        DecodeFront(text, text.size() / kQuad * kQuad);
+    }
+    const bool isCut = text.size() == 1;
+    DecodeFront(text, text.size());
+    if (isCut) {
+        throw Failure(ExitCode::kMalformed,
+                      input.ShownName() + " is cut off: one character is left over at its end");
+    }
+    return ExitCode::kOk;
+}
+
+} // namespace
+
+void AddBase64(CLI::App &app, Action &chosen)
+{
+    CLI::App *const verb = app.add_subcommand("base64", "Base64 of a file, and back");
+    const auto options = std::make_shared<Options>();
+    verb->add_option("FILE", options->file, "the file; '-', or none, is standard input")
+        ->type_name("");
+    CLI::Option *const decode =
+        verb->add_flag("-d,--decode", options->isDecode, "decode instead of encoding");
+    verb->add_option("-w,--wrap", options->width, "length of a line (76); 0 writes a single one")
+        ->type_name("N")
+        ->excludes(decode);
+    verb->footer(
+        "Decoding takes the URL-safe '-' and '_', too, and skips padding and line ends wherever\n"
+        "they stand; any other character ends it with an error that tells its offset.\n"
+        "\n"
+        "Examples:\n"
+        "  wyx base64 picture.png > picture.txt\n"
+        "  wyx base64 -d picture.txt | cmp - picture.png\n"
+        "  printf secret | wyx base64 -w 0");
+    verb->callback([options, &chosen] {
+        chosen = [options] { return options->isDecode ? Decode(*options) : Encode(*options); };
+    });
+}
+
+} // namespace wyx::tool
