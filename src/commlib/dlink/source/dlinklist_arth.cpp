@@ -1,0 +1,410 @@
+// Doubly linked list. Every change of a link goes through Join(), every removal through Unlink().
+#include "wyx_commlib/dlink.h"
+
+#include "os_adapter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+static_assert(sizeof(xelpDLLErrCode) == 4 && XELP_ERR_DLL_INVALID_PARA == 10 &&
+                  XELP_ERR_DLL_MEMORY == 20 && XELP_ERR_DLL_FIND == 30 && XELP_ERR_DLL_HEAD == 40 &&
+                  XELP_ERR_DLL_TAIL == 50 && XELP_ERR_DLL_NULL == 60 && XELP_ERR_DLL_BREAK == 70 &&
+                  XELP_ERR_DLL_BUTT == 100,
+              "statuses are ABI");
+static_assert(sizeof(XELP_E_DLL_Insert_Position) == 4 && XELP_DLL_Insert_Front_FirstNode == 0 &&
+                  XELP_DLL_Insert_After_LastNode == 1 && XELP_DLL_Insert_Front_CurNode == 2 &&
+                  XELP_DLL_Insert_After_CurNode == 3 && XELP_DLL_Insert_BUTT == 4,
+              "positions are ABI");
+static_assert(sizeof(XELP_E_DLL_FreeUserNode) == 4 && XELP_DLL_FreeUserNode_Yes == 0 &&
+                  XELP_DLL_FreeUserNode_No == 1 && XELP_DLL_FreeUserNode_BUTT == 2,
+              "flags are ABI");
+static_assert(sizeof(DLinkList_S_Node) == 24 && offsetof(DLinkList_S_Node, pstruPNode) == 0 &&
+                  offsetof(DLinkList_S_Node, pstruNNode) == 8 &&
+                  offsetof(DLinkList_S_Node, pstruUserNode) == 16,
+              "the link node is ABI");
+static_assert(sizeof(DLinkList_S_Head) == 48 && offsetof(DLinkList_S_Head, pstruFirstNode) == 0 &&
+                  offsetof(DLinkList_S_Head, pstruLastNode) == 8 &&
+                  offsetof(DLinkList_S_Head, pstruNow) == 16 &&
+                  offsetof(DLinkList_S_Head, ulTotalNum) == 24 &&
+                  offsetof(DLinkList_S_Head, pfunCmpNode) == 32 &&
+                  offsetof(DLinkList_S_Head, pfunFreeNode) == 40,
+              "the head is ABI");
+
+using Head = DLinkList_S_Head;
+using Node = DLinkList_S_Node;
+
+/// A place between two neighbours; null is an end of the list.
+struct Gap {
+    Node *pPrev;
+    Node *pNext;
+};
+
+/// Sets what stands on either side of a gap: the neighbour, or the end of the list in its place.
+void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
+{
+    (gap.pPrev != nullptr ? gap.pPrev->pstruNNode : head.pstruFirstNode) = pAfterPrev;
+    (gap.pNext != nullptr ? gap.pNext->pstruPNode : head.pstruLastNode) = pBeforeNext;
+}
+
+/// Finds the gap of a position in a list that is not empty; false if there is no such position.
+bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
+{
+    switch (enPosition) {
+        case XELP_DLL_Insert_Front_FirstNode:
+            gap = {nullptr, head.pstruFirstNode};
+            return true;
+        case XELP_DLL_Insert_After_LastNode:
+            gap = {head.pstruLastNode, nullptr};
+            return true;
+        case XELP_DLL_Insert_Front_CurNode:
+            gap = {head.pstruNow->pstruPNode, head.pstruNow};
+            return true;
+        case XELP_DLL_Insert_After_CurNode:
+            gap = {head.pstruNow, head.pstruNow->pstruNNode};
+            return true;
+        default:
+            return false;
+    }
+}
+
+void Release(void *pBlock, QAL_UINT32 ulLine = __builtin_LINE())
+{
+    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
+}
+
+/// Takes an element out of the list, leaves the cursor beside it and gives its user node.
+void *Unlink(Head &head, Node *pNode)
+{
+    const Gap gap = {pNode->pstruPNode, pNode->pstruNNode};
+    Join(head, gap, gap.pNext, gap.pPrev);
+    // Kept: the cursor moves here wherever it was, also when the head or the tail goes
+    // (ListTest.RemovalMovesTheCursorBesideTheGap).
+    head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
+    void *const pUserNode = pNode->pstruUserNode;
+    Release(pNode);
+    --head.ulTotalNum;
+    return pUserNode;
+}
+
+/// Clears a result and opens the list behind a handle; null if either is null.
+Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
+{
+    if (ppUserNode == nullptr) {
+        return nullptr;
+    }
+    *ppUserNode = nullptr;
+    return static_cast<Head *>(pstruHead);
+}
+
+/// Gives the user node of an element; null stands for that of an empty list.
+QAL_UINT32 Show(const Node *pNode, void **ppUserNode)
+{
+    if (pNode == nullptr) {
+        return XELP_ERR_DLL_NULL;
+    }
+    *ppUserNode = pNode->pstruUserNode;
+    return 0;
+}
+
+/// Moves the cursor along a link; @p ulAtEnd is the status where the link ends.
+QAL_UINT32 Step(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    if (head.ulTotalNum == 0) {
+        return XELP_ERR_DLL_NULL;
+    }
+    Node *const pTo = head.pstruNow->*pLink;
+    if (pTo == nullptr) {
+        return ulAtEnd;
+    }
+    head.pstruNow = pTo;
+    return 0;
+}
+
+QAL_UINT32 StepAndShow(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
+    if (pHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    const QAL_UINT32 ulStatus = Step(pstruHead, pLink, ulAtEnd);
+    return ulStatus != 0 ? ulStatus : Show(pHead->pstruNow, ppUserNode);
+}
+
+/// Removes the element that a field of the head points at.
+QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, void **ppUserNode)
+{
+    Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
+    if (pHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    if (pHead->*pField == nullptr) {
+        return XELP_ERR_DLL_NULL;
+    }
+    *ppUserNode = Unlink(*pHead, pHead->*pField);
+    return 0;
+}
+
+/// The second half of every Delete: releases what its Remove has handed over.
+QAL_UINT32 FreeRemoved(void *pstruHead, void *pUserNode, QAL_UINT32 ulStatus)
+{
+    if (pUserNode != nullptr) {
+        static_cast<const Head *>(pstruHead)->pfunFreeNode(pUserNode);
+    }
+    return ulStatus;
+}
+
+/// Checks the arguments of a search in the documented order, clears the result and finds the match.
+QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_NodeCmp pfunCmpNode,
+                  void **ppUserNode, Node *&pMatch)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHead);
+    if (pfunCmpNode == nullptr) {
+        pfunCmpNode = head.pfunCmpNode;
+    }
+    if (pfunCmpNode == nullptr || pCmpCondition == nullptr || ppUserNode == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    *ppUserNode = nullptr;
+    if (head.ulTotalNum == 0) {
+        return XELP_ERR_DLL_NULL;
+    }
+    for (Node *pNode = head.pstruFirstNode; pNode != nullptr; pNode = pNode->pstruNNode) {
+        if (pfunCmpNode(pCmpCondition, pNode->pstruUserNode) == 0) {
+            pMatch = pNode;
+            return 0;
+        }
+    }
+    return XELP_ERR_DLL_FIND;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
+                               XELP_DLinkList_FreeNode pfunFreeNode, void **pstruHead)
+{
+    if (pfunFreeNode == nullptr || pstruHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    auto *const pHead = static_cast<Head *>(XELP_MemMallocS(sizeof(Head), 0, __LINE__, __FILE__));
+    if (pHead == nullptr) {
+        return XELP_ERR_DLL_MEMORY;
+    }
+    pHead->pfunCmpNode = pfunCmpNode;
+    pHead->pfunFreeNode = pfunFreeNode;
+    *pstruHead = pHead;
+    return 0;
+}
+
+QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHead);
+    for (Node *pNode = head.pstruFirstNode; pNode != nullptr;) {
+        if (enFlag == XELP_DLL_FreeUserNode_Yes) {
+            head.pfunFreeNode(pNode->pstruUserNode);
+        }
+        Node *const pNext = pNode->pstruNNode;
+        Release(pNode);
+        pNode = pNext;
+    }
+    Release(pstruHead);
+    return 0;
+}
+
+QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
+                                 XELP_E_DLL_Insert_Position enPosition)
+{
+    if (pstruHead == nullptr || pstruNode == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    auto *const pNode = static_cast<Node *>(XELP_MemMallocS(sizeof(Node), 0, __LINE__, __FILE__));
+    if (pNode == nullptr) {
+        return XELP_ERR_DLL_MEMORY;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    Gap gap = {nullptr, nullptr};
+    // Kept: an empty list takes any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    if (head.ulTotalNum != 0 && !FindGap(head, enPosition, gap)) {
+        XELP_MemFreeD(pNode, __LINE__, __FILE__);
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    pNode->pstruPNode = gap.pPrev;
+    pNode->pstruNNode = gap.pNext;
+    pNode->pstruUserNode = pstruNode;
+    Join(head, gap, pNode, pNode);
+    head.pstruNow = pNode;
+    ++head.ulTotalNum;
+    return 0;
+}
+
+QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondition,
+                                 XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode)
+{
+    Node *pMatch = nullptr;
+    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, pMatch);
+    if (ulStatus == 0) {
+        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), pMatch);
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
+                                 XELP_DLinkList_NodeCmp pfunCmpNode)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus =
+        XELP_DLinkList_Remove(pstruHead, pCmpCondition, pfunCmpNode, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
+                                XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode)
+{
+    Node *pMatch = nullptr;
+    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, pMatch);
+    if (ulStatus == 0) {
+        *pstruNode = pMatch->pstruUserNode;
+        static_cast<Head *>(pstruHead)->pstruNow = pMatch;
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ulTotalNum)
+{
+    if (pstruHead == nullptr || ulTotalNum == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    *ulTotalNum = static_cast<const Head *>(pstruHead)->ulTotalNum;
+    return 0;
+}
+
+QAL_UINT32 XELP_DLinkList_Set_CurPtr(void *pstruHead)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    head.pstruNow = head.pstruFirstNode;
+    return 0;
+}
+
+QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
+    if (pHead == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    // Kept: the count decides, not the cursor (DLinkListEmptiness.IsTestedByTheStatedField).
+    return Show(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead)
+{
+    return Step(static_cast<Head *>(pstruHead), &Node::pstruPNode, XELP_ERR_DLL_HEAD);
+}
+
+QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead)
+{
+    return Step(static_cast<Head *>(pstruHead), &Node::pstruNNode, XELP_ERR_DLL_TAIL);
+}
+
+QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
+{
+    return StepAndShow(pstruHead, &Node::pstruPNode, XELP_ERR_DLL_HEAD, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
+{
+    return StepAndShow(pstruHead, &Node::pstruNNode, XELP_ERR_DLL_TAIL, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
+    return pHead != nullptr ? Show(pHead->pstruFirstNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
+}
+
+QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
+    return pHead != nullptr ? Show(pHead->pstruLastNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
+}
+
+QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
+{
+    return RemoveAt(pstruHead, &Head::pstruNow, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_CurNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
+{
+    return RemoveAt(pstruHead, &Head::pstruFirstNode, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
+{
+    return RemoveAt(pstruHead, &Head::pstruLastNode, pstruNode);
+}
+
+QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_HeadNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_TailNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFun pfunProcess,
+                                       void *pProcessCondition, void **pOther)
+{
+    if (pstruHead == nullptr || pfunProcess == nullptr) {
+        return XELP_ERR_DLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    if (head.ulTotalNum == 0) {
+        return XELP_ERR_DLL_NULL;
+    }
+    Node *pNode = head.pstruFirstNode;
+    while (pNode != nullptr) {
+        // Noted as a number: the callback may release the node, and its address still counts.
+        const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
+        head.pstruNow = pNode;
+        if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {
+            return XELP_ERR_DLL_BREAK;
+        }
+        // Kept: where the callback removed the last element, this is its predecessor again
+        // (ListTest.WalkGoesOnWhereTheCursorIs).
+        pNode = head.pstruNow;
+        if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
+            pNode = pNode->pstruNNode;
+        }
+    }
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,262 @@
+// The doubly linked list: the suite of both lists, and what only this one does.
+#include "wyx_commlib/dlink.h"
+
+#include <set>
+
+#include "list_suite.h"
+
+namespace wyx::test {
+namespace {
+
+struct DLink {
+    using Head = DLinkList_S_Head;
+    using NodeCmp = XELP_DLinkList_NodeCmp;
+    using Position = XELP_E_DLL_Insert_Position;
+    using Flag = XELP_E_DLL_FreeUserNode;
+
+    static constexpr QAL_UINT32 kInvalid = XELP_ERR_DLL_INVALID_PARA;
+    static constexpr QAL_UINT32 kMemory = XELP_ERR_DLL_MEMORY;
+    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // it has no bound
+    static constexpr QAL_UINT32 kFind = XELP_ERR_DLL_FIND;
+    static constexpr QAL_UINT32 kHead = XELP_ERR_DLL_HEAD;
+    static constexpr QAL_UINT32 kTail = XELP_ERR_DLL_TAIL;
+    static constexpr QAL_UINT32 kNull = XELP_ERR_DLL_NULL;
+    static constexpr QAL_UINT32 kBreak = XELP_ERR_DLL_BREAK;
+    static constexpr Position kFrontFirst = XELP_DLL_Insert_Front_FirstNode;
+    static constexpr Position kAfterLast = XELP_DLL_Insert_After_LastNode;
+    static constexpr Position kFrontCur = XELP_DLL_Insert_Front_CurNode;
+    static constexpr Position kAfterCur = XELP_DLL_Insert_After_CurNode;
+    static constexpr Flag kYes = XELP_DLL_FreeUserNode_Yes;
+    static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
+
+    static constexpr std::size_t kCapacity = 0; // none
+    static constexpr char kResultIfEmpty = '-'; // cleared by every call that has one
+    static constexpr bool kChecksEveryResult = true;
+
+    static constexpr auto Init = XELP_DLinkList_Init;
+    static constexpr auto Deinit = XELP_DLinkList_Deinit;
+    static constexpr auto Insert = XELP_DLinkList_Insert;
+    static constexpr auto Remove = XELP_DLinkList_Remove;
+    static constexpr auto Delete = XELP_DLinkList_Delete;
+    static constexpr auto Query = XELP_DLinkList_Query;
+    static constexpr auto Get_NodeNumber = XELP_DLinkList_Get_NodeNumber;
+    static constexpr auto Set_CurPtr = XELP_DLinkList_Set_CurPtr;
+    static constexpr auto Get_CurNode = XELP_DLinkList_Get_CurNode;
+    static constexpr auto PriorPtr = XELP_DLinkList_PriorPtr;
+    static constexpr auto NextPtr = XELP_DLinkList_NextPtr;
+    static constexpr auto Get_PriorNode = XELP_DLinkList_Get_PriorNode;
+    static constexpr auto Get_NextNode = XELP_DLinkList_Get_NextNode;
+    static constexpr auto Get_HeadNode = XELP_DLinkList_Get_HeadNode;
+    static constexpr auto Get_TailNode = XELP_DLinkList_Get_TailNode;
+    static constexpr auto Remove_CurNode = XELP_DLinkList_Remove_CurNode;
+    static constexpr auto Remove_HeadNode = XELP_DLinkList_Remove_HeadNode;
+    static constexpr auto Remove_TailNode = XELP_DLinkList_Remove_TailNode;
+    static constexpr auto Delete_CurNode = XELP_DLinkList_Delete_CurNode;
+    static constexpr auto Delete_HeadNode = XELP_DLinkList_Delete_HeadNode;
+    static constexpr auto Delete_TailNode = XELP_DLinkList_Delete_TailNode;
+    static constexpr auto Process_List = XELP_DLinkList_Process_List;
+
+    static std::vector<std::uint64_t> UnusedAtFirst() { return {}; }
+
+    /// Reads the list behind a handle and checks every link of it.
+    static Observed Observe(const void *pList)
+    {
+        const auto &head = *static_cast<const Head *>(pList);
+        Observed observed;
+        const DLinkList_S_Node *pPrev = nullptr;
+        for (const DLinkList_S_Node *p = head.pstruFirstNode; p != nullptr; p = p->pstruNNode) {
+            EXPECT_EQ(p->pstruPNode, pPrev);
+            if (p == head.pstruNow) {
+                observed.cursor = observed.users.size();
+            }
+            observed.users.push_back(p->pstruUserNode);
+            observed.places.push_back(reinterpret_cast<std::uintptr_t>(p));
+            pPrev = p;
+            if (observed.users.size() > head.ulTotalNum) {
+                ADD_FAILURE() << "more elements than counted";
+                break;
+            }
+        }
+        EXPECT_EQ(head.pstruLastNode, pPrev);
+        EXPECT_EQ(head.ulTotalNum, observed.users.size());
+        EXPECT_EQ(head.pstruNow != nullptr, !observed.users.empty());
+        EXPECT_EQ(observed.cursor != kNowhere, !observed.users.empty());
+        return observed;
+    }
+};
+
+class DLinkListTest : public ListTest<DLink> {
+  protected:
+    DLinkList_S_Head &Head() { return *static_cast<DLinkList_S_Head *>(list); }
+};
+
+constexpr char kFile[] = "src/commlib/dlink/source/dlinklist_arth.cpp";
+
+INSTANTIATE_TYPED_TEST_SUITE_P(DLink, ListTest, DLink);
+
+// ---- what is taken for empty ----
+
+using DLinkListEmptiness = DLinkListTest;
+
+TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
+{
+    const auto status = [&](const Call &call) {
+        void *pResult = nullptr;
+        return call.pfun(list, &pResult);
+    };
+    const char ch = 'b';
+    void *pResult = nullptr;
+
+    Build("a[b]c");
+    Head().ulTotalNum = 0; // the count decides for these ...
+    for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode}) {
+        EXPECT_EQ(status(call), XELP_ERR_DLL_NULL) << call.pszName;
+    }
+    EXPECT_EQ(XELP_DLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
+    EXPECT_EQ(XELP_DLinkList_Remove(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
+    EXPECT_EQ(Walker<DLink>().Walk(list), XELP_ERR_DLL_NULL);
+    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and not for these
+    EXPECT_EQ(status(kGetTailNode), 0U);
+    Head().ulTotalNum = 3;
+
+    DLinkList_S_Node *const pNow = Head().pstruNow;
+    Head().pstruNow = nullptr;
+    EXPECT_EQ(status(kRemoveCurNode), XELP_ERR_DLL_NULL);
+    EXPECT_EQ(status(kDeleteCurNode), XELP_ERR_DLL_NULL);
+    Head().pstruNow = pNow;
+
+    DLinkList_S_Node *const pFirst = Head().pstruFirstNode;
+    Head().pstruFirstNode = nullptr;
+    for (const Call &call : {kGetHeadNode, kRemoveHeadNode, kDeleteHeadNode}) {
+        EXPECT_EQ(status(call), XELP_ERR_DLL_NULL) << call.pszName;
+    }
+    Head().pstruFirstNode = pFirst;
+
+    DLinkList_S_Node *const pLast = Head().pstruLastNode;
+    Head().pstruLastNode = nullptr;
+    for (const Call &call : {kGetTailNode, kRemoveTailNode, kDeleteTailNode}) {
+        EXPECT_EQ(status(call), XELP_ERR_DLL_NULL) << call.pszName;
+    }
+    Head().pstruLastNode = pLast;
+    EXPECT_EQ(Text(), "a[b]c");
+}
+
+// ---- memory ----
+
+using DLinkListMemory = DLinkListTest;
+
+TEST_F(DLinkListMemory, EveryBlockIsTakenAndReleasedAsStated)
+{
+    const char ch = 'b';
+    void *pResult = nullptr;
+    const struct {
+        const char *pszCalls;
+        std::function<void()> act;
+    } aCase[] = {
+        {"S 48", [&] { XELP_DLinkList_Init(IsLetter, Release, &list); }},
+        {"S 24", [&] { XELP_DLinkList_Insert(list, User('a'), XELP_DLL_Insert_After_CurNode); }},
+        {"S 24", [&] { XELP_DLinkList_Insert(list, User('b'), XELP_DLL_Insert_After_CurNode); }},
+        {"S 24", [&] { XELP_DLinkList_Insert(list, User('c'), XELP_DLL_Insert_After_CurNode); }},
+        {"S 24, freeD", [&] { XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT); }},
+        {"", [&] { XELP_DLinkList_Query(list, &ch, nullptr, &pResult); }},
+        {"setNull", [&] { XELP_DLinkList_Remove(list, &ch, nullptr, &pResult); }},
+        {"", [&] { XELP_DLinkList_Remove(list, &ch, nullptr, &pResult); }},
+        {"setNull", [&] { XELP_DLinkList_Delete_CurNode(list); }},
+        {"setNull", [&] { XELP_DLinkList_Remove_HeadNode(list, &pResult); }},
+        {"", [&] { XELP_DLinkList_Remove_TailNode(list, &pResult); }},
+        {"S 24", [&] { XELP_DLinkList_Insert(list, User('a'), XELP_DLL_Insert_BUTT); }},
+        {"S 24", [&] { XELP_DLinkList_Insert(list, User('b'), XELP_DLL_Insert_After_CurNode); }},
+        {"setNull, setNull, setNull",
+         [&] { XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes); }},
+    };
+    for (const auto &c : aCase) {
+        platform.StartRecording();
+        c.act();
+        EXPECT_EQ(MemoryCalls(platform, kFile), c.pszCalls);
+    }
+    list = nullptr;
+}
+
+TEST_F(DLinkListMemory, TeardownReleasesEachNodeAfterItsUserNodeAndTheHeadLast)
+{
+    Build("[a]bc");
+    std::vector<const void *> expected;
+    for (const std::uint64_t place : DLink::Observe(list).places) {
+        expected.push_back(reinterpret_cast<const void *>(place));
+    }
+    expected.push_back(list);
+    platform.StartRecording();
+    g_onRelease = [&](char ch) {
+        EXPECT_EQ(platform.Events().size(), static_cast<std::size_t>(ch - 'a'));
+    };
+    EXPECT_EQ(XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes), 0U);
+    list = nullptr;
+    std::vector<const void *> released;
+    for (const Event &event : platform.Events()) {
+        released.push_back(event.pBlock);
+    }
+    EXPECT_EQ(released, expected);
+    EXPECT_EQ(g_released, "abc");
+}
+
+TEST_F(DLinkListMemory, EverySiteHasItsLine)
+{
+    platform.RecordEvents(true);
+    ASSERT_EQ(XELP_DLinkList_Init(IsLetter, Release, &list), 0U);
+    for (const char ch : {'a', 'b', 'c'}) {
+        ASSERT_EQ(XELP_DLinkList_Insert(list, User(ch), XELP_DLL_Insert_After_LastNode), 0U);
+    }
+    EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 10U);
+    EXPECT_EQ(XELP_DLinkList_Delete_HeadNode(list), 0U);
+    EXPECT_EQ(XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_No), 0U);
+    list = nullptr;
+    std::set<QAL_UINT32> lines;
+    for (const Event &event : platform.Events()) {
+        lines.insert(event.line);
+    }
+    // the head taken and released, a node taken, given back, unlinked and torn down
+    EXPECT_EQ(lines.size(), 6U);
+}
+
+TEST_F(DLinkListMemory, EachAllocationFailingInTurn)
+{
+    const auto fillAndDrain = [&] {
+        void *pList = nullptr;
+        QAL_UINT32 ulStatus = XELP_DLinkList_Init(IsLetter, Release, &pList);
+        for (QAL_UINT32 i = 0; ulStatus == 0 && i < 4; ++i) {
+            ulStatus =
+                XELP_DLinkList_Insert(pList, User('a'), static_cast<XELP_E_DLL_Insert_Position>(i));
+            QAL_UINT32 ulCount = 9;
+            EXPECT_EQ(XELP_DLinkList_Get_NodeNumber(pList, &ulCount), 0U);
+            EXPECT_EQ(ulCount, ulStatus == 0 ? i + 1 : i);
+        }
+        if (pList != nullptr) {
+            EXPECT_EQ(XELP_DLinkList_Deinit(pList, XELP_DLL_FreeUserNode_Yes), 0U);
+        }
+        return ulStatus;
+    };
+    for (QAL_UINT32 ulFailAt = 1;; ++ulFailAt) { // ends with the first run in which nothing failed
+        SCOPED_TRACE(ulFailAt);
+        platform.Reset();
+        platform.Fail(Service::kAllocate, ulFailAt);
+        const QAL_UINT32 ulStatus = fillAndDrain();
+        EXPECT_EQ(platform.LiveBlocks(), 0U);
+        if (!platform.HasFailed()) {
+            EXPECT_EQ(ulStatus, 0U);
+            EXPECT_EQ(ulFailAt, 6U);
+            break;
+        }
+        EXPECT_EQ(ulStatus, XELP_ERR_DLL_MEMORY);
+    }
+}
+
+TEST_F(DLinkListMemory, FailedInsertLeavesTheList)
+{
+    Build("a[b]c");
+    platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), XELP_ERR_DLL_MEMORY);
+    EXPECT_EQ(Text(), "a[b]c");
+}
+
+} // namespace
+} // namespace wyx::test

@@ -1,0 +1,1135 @@
+// What holds for both linked lists, written once: a typed test suite over a description of a list.
+//
+// User nodes are letters, and a list is written as its letters with the cursor in brackets:
+// "a[b]c". A description (see DLink and SLink) names the list's calls and statuses and can look
+// behind a handle; what only one of the lists does is tested beside its description.
+#ifndef WYX_TESTS_SUPPORT_LIST_SUITE_H
+#define WYX_TESTS_SUPPORT_LIST_SUITE_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform_double.h"
+#include "random.h"
+
+namespace wyx::test {
+
+// ---- user nodes and callbacks ----
+
+inline char g_letters[128];
+inline std::string g_released; ///< what the release callback got, in order
+inline std::string g_compared; ///< what a comparator got, in order: "a" or, by the other one, "a!"
+inline std::function<void(char)> g_onRelease; ///< what the release callback does besides
+
+/// The user node of a letter.
+inline void *User(char ch)
+{
+    char *const pch = &g_letters[static_cast<unsigned char>(ch)];
+    *pch = ch;
+    return pch;
+}
+
+constexpr char kUntouched = '?'; ///< what a result holds before a call
+constexpr char kNull = '-';
+
+/// The letter of a user node, kUntouched or kNull.
+inline char Letter(const void *pUserNode)
+{
+    return pUserNode == nullptr ? kNull : *static_cast<const char *>(pUserNode);
+}
+
+inline void Release(void *pUserNode)
+{
+    g_released += Letter(pUserNode);
+    if (g_onRelease) {
+        g_onRelease(Letter(pUserNode));
+    }
+}
+
+inline QAL_UINT32 IsLetter(const void *pCondition, void *pUserNode)
+{
+    g_compared += Letter(pUserNode);
+    return *static_cast<const char *>(pCondition) == Letter(pUserNode) ? 0U : 0x80000000U;
+}
+
+/// Another comparator, which takes the letter after the condition for a match.
+inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
+{
+    g_compared += std::string{Letter(pUserNode), '!'};
+    return *static_cast<const char *>(pCondition) + 1 == Letter(pUserNode) ? 0U : 1U;
+}
+
+// ---- what is visible of a list ----
+
+constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+
+/// A list as it looks behind its handle, first to last.
+struct Observed {
+    std::vector<void *> users;
+    std::vector<std::uint64_t> places; ///< where each element lies: an address or an index
+    std::size_t cursor = kNowhere;     ///< a position in these, or kNowhere
+    std::vector<std::uint64_t> unused; ///< free places, the one that is used next first
+    bool operator==(const Observed &) const = default;
+
+    std::string Text() const
+    {
+        std::string text;
+        for (std::size_t i = 0; i < users.size(); ++i) {
+            text += i == cursor ? std::string{'[', Letter(users[i]), ']'}
+                                : std::string{Letter(users[i])};
+        }
+        return text;
+    }
+};
+
+/// The memory calls of the record, the way of releasing told apart: "S 24, freeD, setNull". Fails
+/// where one of them does not name @p file.
+inline std::string MemoryCalls(const PlatformDouble &platform, const std::string &file)
+{
+    std::string text;
+    for (const Event &event : platform.Events()) {
+        EXPECT_EQ(event.file, file);
+        EXPECT_GT(event.line, 0U);
+        text += text.empty() ? "" : ", ";
+        text += event.what == "free" ? (event.setsNull ? "setNull" : "freeD")
+                                     : event.what + " " + std::to_string(event.size);
+    }
+    return text;
+}
+
+// ---- the fixture ----
+
+template <typename List>
+class ListTest : public PlatformTest {
+  protected:
+    using Position = typename List::Position;
+    using Flag = typename List::Flag;
+
+    /// A call with a result, or one without, which leaves it alone.
+    struct Call {
+        const char *pszName;
+        QAL_UINT32 (*pfun)(void *, void **);
+    };
+
+    struct Case {
+        const char *pszBefore;
+        Call call;
+        QAL_UINT32 ulStatus;
+        char chResult;
+        const char *pszAfter;
+        const char *pszReleased = "";
+    };
+
+    void SetUp() override
+    {
+        PlatformTest::SetUp();
+        g_released.clear();
+        g_compared.clear();
+        g_onRelease = nullptr;
+    }
+
+    void TearDown() override
+    {
+        Drop();
+        PlatformTest::TearDown();
+    }
+
+    void Drop()
+    {
+        if (list != nullptr) {
+            EXPECT_EQ(List::Deinit(list, List::kNo), 0U);
+            list = nullptr;
+        }
+    }
+
+    /// Makes the list anew, from its text.
+    void Build(std::string_view text)
+    {
+        Drop();
+        ASSERT_EQ(List::Init(IsLetter, Release, &list), 0U);
+        std::size_t cursor = 0;
+        std::size_t count = 0;
+        for (const char ch : text) {
+            if (ch == '[') {
+                cursor = count;
+            } else if (ch != ']') {
+                ASSERT_EQ(List::Insert(list, User(ch), List::kAfterLast), 0U);
+                ++count;
+            }
+        }
+        ASSERT_EQ(List::Set_CurPtr(list), 0U);
+        for (std::size_t i = 0; i < cursor; ++i) {
+            ASSERT_EQ(List::NextPtr(list), 0U);
+        }
+        ASSERT_EQ(Text(), text);
+    }
+
+    std::string Text() const { return List::Observe(list).Text(); }
+
+    /// Runs one case: builds, calls, compares all that is visible.
+    void Run(const Case &c)
+    {
+        SCOPED_TRACE(std::string(c.call.pszName) + " on \"" + c.pszBefore + "\"");
+        Build(c.pszBefore);
+        const Observed before = List::Observe(list);
+        g_released.clear();
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(c.call.pfun(list, &pResult), c.ulStatus);
+        EXPECT_EQ(Letter(pResult), c.chResult);
+        EXPECT_EQ(Text(), c.pszAfter);
+        EXPECT_EQ(g_released, c.pszReleased);
+        if (c.ulStatus != 0) {
+            EXPECT_EQ(List::Observe(list), before);
+        }
+    }
+
+    /// The status and the result of a call with a null handle, and the status of one with a null
+    /// result on "[a]".
+    void RunWithNulls(const Call &call, bool hasResult, char chResult)
+    {
+        SCOPED_TRACE(call.pszName);
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(call.pfun(nullptr, &pResult), List::kInvalid);
+        EXPECT_EQ(Letter(pResult), chResult);
+        if (hasResult) {
+            Build("[a]");
+            EXPECT_EQ(call.pfun(list, nullptr), List::kInvalid);
+            EXPECT_EQ(Text(), "[a]");
+        }
+    }
+
+    template <QAL_UINT32 (*pfun)(void *)>
+    static QAL_UINT32 WithoutResult(void *pList, void **)
+    {
+        return pfun(pList);
+    }
+
+    static constexpr Call kSetCurPtr = {"Set_CurPtr", WithoutResult<List::Set_CurPtr>};
+    static constexpr Call kGetCurNode = {"Get_CurNode", List::Get_CurNode};
+    static constexpr Call kPriorPtr = {"PriorPtr", WithoutResult<List::PriorPtr>};
+    static constexpr Call kNextPtr = {"NextPtr", WithoutResult<List::NextPtr>};
+    static constexpr Call kGetPriorNode = {"Get_PriorNode", List::Get_PriorNode};
+    static constexpr Call kGetNextNode = {"Get_NextNode", List::Get_NextNode};
+    static constexpr Call kGetHeadNode = {"Get_HeadNode", List::Get_HeadNode};
+    static constexpr Call kGetTailNode = {"Get_TailNode", List::Get_TailNode};
+    static constexpr Call kRemoveCurNode = {"Remove_CurNode", List::Remove_CurNode};
+    static constexpr Call kRemoveHeadNode = {"Remove_HeadNode", List::Remove_HeadNode};
+    static constexpr Call kRemoveTailNode = {"Remove_TailNode", List::Remove_TailNode};
+    static constexpr Call kDeleteCurNode = {"Delete_CurNode", WithoutResult<List::Delete_CurNode>};
+    static constexpr Call kDeleteHeadNode = {"Delete_HeadNode",
+                                             WithoutResult<List::Delete_HeadNode>};
+    static constexpr Call kDeleteTailNode = {"Delete_TailNode",
+                                             WithoutResult<List::Delete_TailNode>};
+
+    void *list = nullptr;
+};
+
+// ---- a plain model, and random calls beside it ----
+
+template <typename List>
+class ListModel {
+  public:
+    struct Element {
+        void *pUserNode;
+        std::uint64_t place;
+    };
+    using Elements = std::list<Element>;
+    using Iterator = typename Elements::iterator;
+
+    ListModel() : cursor(elements.end()) { unused = List::UnusedAtFirst(); }
+
+    std::size_t Size() const { return elements.size(); }
+    bool IsFull() const { return List::kCapacity != 0 && Size() == List::kCapacity; }
+
+    Observed AsObserved()
+    {
+        Observed observed;
+        for (Iterator it = elements.begin(); it != elements.end(); ++it) {
+            if (it == cursor) {
+                observed.cursor = observed.users.size();
+            }
+            observed.users.push_back(it->pUserNode);
+            observed.places.push_back(it->place);
+        }
+        observed.unused = unused;
+        return observed;
+    }
+
+    void Insert(Iterator before, void *pUserNode)
+    {
+        cursor = elements.insert(before, {pUserNode, 0});
+        if (!unused.empty()) {
+            cursor->place = unused.front();
+            unused.erase(unused.begin());
+        }
+    }
+
+    void *Remove(Iterator it)
+    {
+        if (List::kCapacity != 0) {
+            unused.insert(unused.begin(), it->place);
+        }
+        void *const pUserNode = it->pUserNode;
+        cursor = elements.erase(it);
+        if (cursor == elements.end() && !elements.empty()) {
+            --cursor;
+        }
+        return pUserNode;
+    }
+
+    Elements elements;
+    Iterator cursor; ///< elements.end() only if there are none
+    std::vector<std::uint64_t> unused;
+};
+
+/// Calls on a list, chosen at random, each done to the model as well and compared.
+template <typename List>
+class RandomCalls {
+  public:
+    RandomCalls(void *pList, Random &random) : list_(pList), random_(random) {}
+
+    /// Phases in which the list grows alternate with phases in which it shrinks, so that its ends,
+    /// a full list and an empty one are all frequent.
+    void Step()
+    {
+        if (model_.Size() == 0 || model_.IsFull() || model_.Size() > 20) {
+            grows_ = random_.UpTo(3) == 0 ? model_.Size() == 0 : grows_;
+        }
+        const std::uint64_t ullInsert = grows_ ? 7 : 2; // of 9
+        const std::uint64_t ull = random_.UpTo(17);
+        if (ull < ullInsert) {
+            Insert();
+        } else if (ull < 9) {
+            const std::uint64_t ullWhich = random_.UpTo(2);
+            ullWhich == 0 ? RemoveEnd() : ullWhich == 1 ? RemoveCurrent() : RemoveMatch();
+        } else if (ull < 11) {
+            Query();
+        } else if (ull < 12) {
+            Look();
+        } else if (ull < 15) {
+            Move();
+        } else if (ull < 16) {
+            SetCursor();
+        } else {
+            depth_ == 0 ? Walk() : Look();
+        }
+    }
+
+    void Compare() { ASSERT_EQ(List::Observe(list_), model_.AsObserved()); }
+
+  private:
+    using Model = ListModel<List>;
+    using Iterator = typename Model::Iterator;
+
+    char AnyLetter() { return static_cast<char>('a' + random_.UpTo(7)); }
+
+    Iterator Find(char ch)
+    {
+        return std::find_if(model_.elements.begin(), model_.elements.end(),
+                            [&](const typename Model::Element &element) {
+                                return Letter(element.pUserNode) == ch;
+                            });
+    }
+
+    void Insert()
+    {
+        const auto ulPosition = static_cast<QAL_UINT32>(random_.UpTo(4));
+        void *const pUserNode = User(AnyLetter());
+        const QAL_UINT32 ulStatus =
+            List::Insert(list_, pUserNode, static_cast<typename List::Position>(ulPosition));
+        if (model_.IsFull()) {
+            EXPECT_EQ(ulStatus, List::kFull);
+        } else if (ulPosition > 3 && model_.Size() != 0) {
+            EXPECT_EQ(ulStatus, List::kInvalid);
+        } else {
+            EXPECT_EQ(ulStatus, 0U);
+            const Iterator cursor = model_.cursor;
+            const Iterator gaps[] = {model_.elements.begin(), model_.elements.end(), cursor,
+                                     cursor == model_.elements.end() ? cursor : std::next(cursor),
+                                     model_.elements.end()};
+            model_.Insert(gaps[ulPosition], pUserNode);
+            if constexpr (List::kCapacity == 0) {
+                // Any address will do, but it must stay the same.
+                const Observed observed = List::Observe(list_);
+                ASSERT_LT(observed.cursor, observed.places.size());
+                model_.cursor->place = observed.places[observed.cursor];
+            }
+        }
+        Compare();
+    }
+
+    /// Checks a removal or a deletion of the element at @p it, by calls of either kind.
+    template <typename Remove, typename Delete>
+    void Take(Iterator it, QAL_UINT32 ulWithout, const Remove &remove, const Delete &destroy)
+    {
+        const bool found = it != model_.elements.end();
+        const char ch = found ? Letter(model_.Remove(it)) : kNull;
+        g_released.clear();
+        if (random_.UpTo(1) == 0) {
+            void *pResult = nullptr;
+            EXPECT_EQ(remove(&pResult), found ? 0U : ulWithout);
+            EXPECT_EQ(Letter(pResult), ch);
+            EXPECT_EQ(g_released, "");
+        } else {
+            EXPECT_EQ(destroy(), found ? 0U : ulWithout);
+            EXPECT_EQ(g_released, found ? std::string{ch} : "");
+        }
+        Compare();
+    }
+
+    void RemoveEnd()
+    {
+        if (random_.UpTo(1) == 0) {
+            Take(
+                model_.elements.begin(), List::kNull,
+                [&](void **pp) { return List::Remove_HeadNode(list_, pp); },
+                [&] { return List::Delete_HeadNode(list_); });
+        } else {
+            Take(
+                model_.Size() == 0 ? model_.elements.end() : std::prev(model_.elements.end()),
+                List::kNull, [&](void **pp) { return List::Remove_TailNode(list_, pp); },
+                [&] { return List::Delete_TailNode(list_); });
+        }
+    }
+
+    void RemoveCurrent()
+    {
+        Take(
+            model_.cursor, List::kNull, [&](void **pp) { return List::Remove_CurNode(list_, pp); },
+            [&] { return List::Delete_CurNode(list_); });
+    }
+
+    void RemoveMatch()
+    {
+        const char ch = AnyLetter();
+        Take(
+            Find(ch), model_.Size() == 0 ? List::kNull : List::kFind,
+            [&](void **pp) { return List::Remove(list_, &ch, nullptr, pp); },
+            [&] { return List::Delete(list_, &ch, IsLetter); });
+    }
+
+    void Query()
+    {
+        const char ch = AnyLetter();
+        const Iterator it = Find(ch);
+        const bool found = it != model_.elements.end();
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(List::Query(list_, &ch, nullptr, &pResult), found                ? 0U
+                                                              : model_.Size() == 0 ? List::kNull
+                                                                                   : List::kFind);
+        EXPECT_EQ(Letter(pResult), found ? ch : kNull);
+        if (found) {
+            model_.cursor = it;
+        }
+        Compare();
+    }
+
+    void Look()
+    {
+        const bool isEmpty = model_.Size() == 0;
+        QAL_UINT32 ulCount = 0xFFFFFFFF;
+        EXPECT_EQ(List::Get_NodeNumber(list_, &ulCount), 0U);
+        EXPECT_EQ(ulCount, model_.Size());
+        void *apResult[3] = {};
+        const QAL_UINT32 ulStatus = isEmpty ? List::kNull : 0U;
+        EXPECT_EQ(List::Get_HeadNode(list_, &apResult[0]), ulStatus);
+        EXPECT_EQ(List::Get_CurNode(list_, &apResult[1]), ulStatus);
+        EXPECT_EQ(List::Get_TailNode(list_, &apResult[2]), ulStatus);
+        if (!isEmpty) {
+            EXPECT_EQ(apResult[0], model_.elements.front().pUserNode);
+            EXPECT_EQ(apResult[1], model_.cursor->pUserNode);
+            EXPECT_EQ(apResult[2], model_.elements.back().pUserNode);
+        }
+        Compare();
+    }
+
+    void Move()
+    {
+        const bool isForward = random_.UpTo(1) == 0;
+        const bool isEmpty = model_.Size() == 0;
+        const bool isAtEnd =
+            !isEmpty && model_.cursor == (isForward ? std::prev(model_.elements.end())
+                                                    : model_.elements.begin());
+        const QAL_UINT32 ulStatus = isEmpty     ? List::kNull
+                                    : !isAtEnd  ? 0U
+                                    : isForward ? List::kTail
+                                                : List::kHead;
+        if (ulStatus == 0) {
+            std::advance(model_.cursor, isForward ? 1 : -1);
+        }
+        if (random_.UpTo(1) == 0) {
+            EXPECT_EQ(isForward ? List::NextPtr(list_) : List::PriorPtr(list_), ulStatus);
+        } else {
+            void *pResult = nullptr;
+            EXPECT_EQ(isForward ? List::Get_NextNode(list_, &pResult)
+                                : List::Get_PriorNode(list_, &pResult),
+                      ulStatus);
+            EXPECT_EQ(pResult, ulStatus == 0 ? model_.cursor->pUserNode : nullptr);
+        }
+        Compare();
+    }
+
+    void SetCursor()
+    {
+        EXPECT_EQ(List::Set_CurPtr(list_), 0U);
+        model_.cursor = model_.elements.begin();
+        Compare();
+    }
+
+    /// A walk whose callback does random calls, and stops where it would go on for too long.
+    void Walk()
+    {
+        ++depth_;
+        expected_ = model_.elements.begin();
+        visits_ = 0;
+        const bool isEmpty = model_.Size() == 0;
+        const QAL_UINT32 ulStatus = List::Process_List(list_, Visit, this, nullptr);
+        EXPECT_EQ(ulStatus, isEmpty ? List::kNull : hasStopped_ ? List::kBreak : 0U);
+        if (ulStatus == 0) {
+            EXPECT_EQ(expected_, model_.elements.end());
+        }
+        hasStopped_ = false;
+        --depth_;
+        Compare();
+    }
+
+    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **pOther)
+    {
+        EXPECT_EQ(pOther, nullptr);
+        return static_cast<RandomCalls *>(pSelf)->Visited(pUserNode);
+    }
+
+    QAL_UINT32 Visited(void *pUserNode)
+    {
+        if (::testing::Test::HasFailure() || expected_ == model_.elements.end()) {
+            ADD_FAILURE() << "visited after the end";
+            hasStopped_ = true;
+            return 1;
+        }
+        EXPECT_EQ(pUserNode, expected_->pUserNode);
+        model_.cursor = expected_;
+        Compare();
+        const std::uint64_t visited = expected_->place;
+        for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
+            Step();
+        }
+        // The same place means the same element here, also for one that has just moved in there.
+        expected_ = model_.cursor;
+        if (expected_ != model_.elements.end() && expected_->place == visited) {
+            ++expected_;
+        }
+        hasStopped_ = ++visits_ == 30 || random_.UpTo(30) == 0;
+        return hasStopped_ ? 0xFFFFFFFF : 0;
+    }
+
+    void *list_;
+    Random &random_;
+    Model model_;
+    Iterator expected_;
+    bool grows_ = true;
+    int depth_ = 0;
+    int visits_ = 0;
+    bool hasStopped_ = false;
+};
+
+// ---- the suite ----
+
+TYPED_TEST_SUITE_P(ListTest);
+
+TYPED_TEST_P(ListTest, InitRefusesNullArguments)
+{
+    using List = TypeParam;
+    void *pList = User(kUntouched);
+    this->platform.RecordEvents(true);
+    EXPECT_EQ(List::Init(IsLetter, nullptr, &pList), List::kInvalid);
+    EXPECT_EQ(Letter(pList), kUntouched);
+    EXPECT_EQ(List::Init(IsLetter, Release, nullptr), List::kInvalid);
+    EXPECT_TRUE(this->platform.Events().empty());
+}
+
+TYPED_TEST_P(ListTest, InitWithoutMemoryLeavesTheHandle)
+{
+    using List = TypeParam;
+    void *pList = User(kUntouched);
+    this->platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(List::Init(IsLetter, Release, &pList), List::kMemory);
+    EXPECT_EQ(Letter(pList), kUntouched);
+}
+
+TYPED_TEST_P(ListTest, InitMakesAnEmptyList)
+{
+    using List = TypeParam;
+    ASSERT_EQ(List::Init(nullptr, Release, &this->list), 0U);
+    const auto &head = *static_cast<const typename List::Head *>(this->list);
+    EXPECT_EQ(head.pfunCmpNode, nullptr);
+    EXPECT_EQ(head.pfunFreeNode, Release);
+    EXPECT_EQ(List::Observe(this->list), ListModel<List>().AsObserved());
+    QAL_UINT32 ulCount = 9;
+    EXPECT_EQ(List::Get_NodeNumber(this->list, &ulCount), 0U);
+    EXPECT_EQ(ulCount, 0U);
+
+    this->Build("");
+    EXPECT_EQ(static_cast<const typename List::Head *>(this->list)->pfunCmpNode, IsLetter);
+}
+
+TYPED_TEST_P(ListTest, DeinitReleasesUserNodesForFlag0Only)
+{
+    using List = TypeParam;
+    EXPECT_EQ(List::Deinit(nullptr, List::kYes), List::kInvalid);
+    for (const QAL_UINT32 ulFlag : {0U, 1U, 2U, 3U, 0xFFFFFFFFU}) {
+        SCOPED_TRACE(ulFlag);
+        for (const std::string text : {"", "[a]", "a[b]ca"}) {
+            SCOPED_TRACE(text);
+            this->Build(text);
+            void *const pHandle = this->list;
+            EXPECT_EQ(List::Deinit(this->list, static_cast<typename List::Flag>(ulFlag)), 0U);
+            EXPECT_EQ(this->list, pHandle);
+            this->list = nullptr;
+            std::string letters = text;
+            std::erase_if(letters, [](char ch) { return ch == '[' || ch == ']'; });
+            EXPECT_EQ(g_released, ulFlag == 0 ? letters : "");
+            EXPECT_EQ(this->platform.LiveBlocks(), 0U);
+            g_released.clear();
+        }
+    }
+}
+
+TYPED_TEST_P(ListTest, InsertPutsTheElementWhereTheTableSays)
+{
+    using List = TypeParam;
+    const struct {
+        const char *pszBefore;
+        QAL_UINT32 ulPosition;
+        QAL_UINT32 ulStatus;
+        const char *pszAfter;
+    } aCase[] = {
+        // an empty list takes any position
+        {"", 0, 0, "[x]"},
+        {"", 1, 0, "[x]"},
+        {"", 2, 0, "[x]"},
+        {"", 3, 0, "[x]"},
+        {"", 4, 0, "[x]"},
+        {"", 99, 0, "[x]"},
+        {"", 0xFFFFFFFF, 0, "[x]"},
+        {"a[b]c", 0, 0, "[x]abc"},
+        {"[a]bc", 0, 0, "[x]abc"},
+        {"a[b]c", 1, 0, "abc[x]"},
+        {"ab[c]", 1, 0, "abc[x]"},
+        {"a[b]c", 2, 0, "a[x]bc"},
+        {"[a]bc", 2, 0, "[x]abc"},
+        {"[a]", 2, 0, "[x]a"},
+        {"a[b]c", 3, 0, "ab[x]c"},
+        {"ab[c]", 3, 0, "abc[x]"},
+        {"[a]", 3, 0, "a[x]"},
+        {"a[b]c", 4, List::kInvalid, "a[b]c"},
+        {"[a]", 5, List::kInvalid, "[a]"},
+        {"a[b]c", 99, List::kInvalid, "a[b]c"},
+        {"a[b]c", 0xFFFFFFFF, List::kInvalid, "a[b]c"},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(std::string(c.pszBefore) + " at " + std::to_string(c.ulPosition));
+        this->Build(c.pszBefore);
+        const Observed before = List::Observe(this->list);
+        EXPECT_EQ(
+            List::Insert(this->list, User('x'), static_cast<typename List::Position>(c.ulPosition)),
+            c.ulStatus);
+        EXPECT_EQ(this->Text(), c.pszAfter);
+        if (c.ulStatus != 0) {
+            EXPECT_EQ(List::Observe(this->list), before);
+        }
+    }
+    EXPECT_EQ(g_released, "");
+}
+
+TYPED_TEST_P(ListTest, InsertRefusesNullsBeforeItAllocates)
+{
+    using List = TypeParam;
+    this->Build("[a]b");
+    this->platform.StartRecording();
+    EXPECT_EQ(List::Insert(nullptr, User('x'), List::kAfterLast), List::kInvalid);
+    EXPECT_EQ(List::Insert(this->list, nullptr, List::kAfterLast), List::kInvalid);
+    EXPECT_TRUE(this->platform.Events().empty());
+    EXPECT_EQ(this->Text(), "[a]b");
+}
+
+TYPED_TEST_P(ListTest, CursorCallsDoWhatTheTableSays)
+{
+    using List = TypeParam;
+    const typename TestFixture::Case aCase[] = {
+        {"", TestFixture::kSetCurPtr, 0, kUntouched, ""},
+        {"ab[c]", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
+        {"[a]bc", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
+        {"", TestFixture::kGetCurNode, List::kNull, List::kResultIfEmpty, ""},
+        {"[a]", TestFixture::kGetCurNode, 0, 'a', "[a]"},
+        {"a[b]c", TestFixture::kGetCurNode, 0, 'b', "a[b]c"},
+        {"", TestFixture::kPriorPtr, List::kNull, kUntouched, ""},
+        {"[a]b", TestFixture::kPriorPtr, List::kHead, kUntouched, "[a]b"},
+        {"a[b]c", TestFixture::kPriorPtr, 0, kUntouched, "[a]bc"},
+        {"", TestFixture::kNextPtr, List::kNull, kUntouched, ""},
+        {"a[b]", TestFixture::kNextPtr, List::kTail, kUntouched, "a[b]"},
+        {"a[b]c", TestFixture::kNextPtr, 0, kUntouched, "ab[c]"},
+        {"", TestFixture::kGetPriorNode, List::kNull, List::kResultIfEmpty, ""},
+        {"[a]b", TestFixture::kGetPriorNode, List::kHead, kNull, "[a]b"},
+        {"a[b]c", TestFixture::kGetPriorNode, 0, 'a', "[a]bc"},
+        {"", TestFixture::kGetNextNode, List::kNull, List::kResultIfEmpty, ""},
+        {"a[b]", TestFixture::kGetNextNode, List::kTail, kNull, "a[b]"},
+        {"a[b]c", TestFixture::kGetNextNode, 0, 'c', "ab[c]"},
+        {"", TestFixture::kGetHeadNode, List::kNull, kNull, ""},
+        {"[a]", TestFixture::kGetHeadNode, 0, 'a', "[a]"},
+        {"ab[c]", TestFixture::kGetHeadNode, 0, 'a', "ab[c]"},
+        {"", TestFixture::kGetTailNode, List::kNull, kNull, ""},
+        {"[a]", TestFixture::kGetTailNode, 0, 'a', "[a]"},
+        {"[a]bc", TestFixture::kGetTailNode, 0, 'c', "[a]bc"},
+    };
+    for (const auto &c : aCase) {
+        this->Run(c);
+    }
+}
+
+TYPED_TEST_P(ListTest, RemovalMovesTheCursorBesideTheGap)
+{
+    using List = TypeParam;
+    const typename TestFixture::Case aCase[] = {
+        {"", TestFixture::kRemoveCurNode, List::kNull, List::kResultIfEmpty, ""},
+        {"[a]", TestFixture::kRemoveCurNode, 0, 'a', ""},
+        {"[a]bc", TestFixture::kRemoveCurNode, 0, 'a', "[b]c"},
+        {"a[b]c", TestFixture::kRemoveCurNode, 0, 'b', "a[c]"},
+        {"ab[c]", TestFixture::kRemoveCurNode, 0, 'c', "a[b]"},
+        {"", TestFixture::kRemoveHeadNode, List::kNull, kNull, ""},
+        {"[a]", TestFixture::kRemoveHeadNode, 0, 'a', ""},
+        {"[a]bc", TestFixture::kRemoveHeadNode, 0, 'a', "[b]c"},
+        {"ab[c]", TestFixture::kRemoveHeadNode, 0, 'a', "[b]c"},
+        {"", TestFixture::kRemoveTailNode, List::kNull, kNull, ""},
+        {"[a]", TestFixture::kRemoveTailNode, 0, 'a', ""},
+        {"[a]bc", TestFixture::kRemoveTailNode, 0, 'c', "a[b]"},
+        {"ab[c]", TestFixture::kRemoveTailNode, 0, 'c', "a[b]"},
+        {"", TestFixture::kDeleteCurNode, List::kNull, kUntouched, ""},
+        {"[a]", TestFixture::kDeleteCurNode, 0, kUntouched, "", "a"},
+        {"a[b]c", TestFixture::kDeleteCurNode, 0, kUntouched, "a[c]", "b"},
+        {"ab[c]", TestFixture::kDeleteCurNode, 0, kUntouched, "a[b]", "c"},
+        {"", TestFixture::kDeleteHeadNode, List::kNull, kUntouched, ""},
+        {"[a]", TestFixture::kDeleteHeadNode, 0, kUntouched, "", "a"},
+        {"ab[c]", TestFixture::kDeleteHeadNode, 0, kUntouched, "[b]c", "a"},
+        {"", TestFixture::kDeleteTailNode, List::kNull, kUntouched, ""},
+        {"[a]", TestFixture::kDeleteTailNode, 0, kUntouched, "", "a"},
+        {"[a]bc", TestFixture::kDeleteTailNode, 0, kUntouched, "a[b]", "c"},
+    };
+    for (const auto &c : aCase) {
+        this->Run(c);
+    }
+}
+
+TYPED_TEST_P(ListTest, NullArgumentsAreRefused)
+{
+    using List = TypeParam;
+    for (const auto &call : {TestFixture::kSetCurPtr, TestFixture::kPriorPtr, TestFixture::kNextPtr,
+                             TestFixture::kDeleteCurNode, TestFixture::kDeleteHeadNode,
+                             TestFixture::kDeleteTailNode}) {
+        this->RunWithNulls(call, false, kUntouched);
+    }
+    for (const auto &call : {TestFixture::kGetHeadNode, TestFixture::kGetTailNode,
+                             TestFixture::kRemoveHeadNode, TestFixture::kRemoveTailNode}) {
+        this->RunWithNulls(call, true, kNull);
+    }
+    for (const auto &call : {TestFixture::kGetCurNode, TestFixture::kGetPriorNode}) {
+        this->RunWithNulls(call, true, List::kResultIfEmpty);
+    }
+    for (const auto &call : {TestFixture::kGetNextNode, TestFixture::kRemoveCurNode}) {
+        this->RunWithNulls(call, List::kChecksEveryResult, List::kResultIfEmpty);
+    }
+
+    this->Build("[a]");
+    QAL_UINT32 ulCount = 9;
+    EXPECT_EQ(List::Get_NodeNumber(nullptr, &ulCount), List::kInvalid);
+    EXPECT_EQ(ulCount, 9U);
+    EXPECT_EQ(List::Get_NodeNumber(this->list, nullptr), List::kInvalid);
+}
+
+TYPED_TEST_P(ListTest, SearchesTakeTheFirstMatch)
+{
+    using List = TypeParam;
+    using Cmp = typename List::NodeCmp;
+    const struct {
+        const char *pszBefore;
+        char ch;
+        Cmp pfunCmp;
+        QAL_UINT32 ulStatus;
+        char chResult;
+        const char *pszQueried;
+        const char *pszRemoved;
+        const char *pszCompared;
+    } aCase[] = {
+        {"", 'a', nullptr, List::kNull, kNull, "", "", ""},
+        {"[a]", 'a', nullptr, 0, 'a', "[a]", "", "a"},
+        {"[a]bcb", 'b', nullptr, 0, 'b', "a[b]cb", "a[c]b", "ab"},
+        {"a[b]c", 'a', nullptr, 0, 'a', "[a]bc", "[b]c", "a"},
+        {"[a]bc", 'c', nullptr, 0, 'c', "ab[c]", "a[b]", "abc"},
+        {"a[b]c", 'x', nullptr, List::kFind, kNull, "a[b]c", "a[b]c", "abc"},
+        // the comparator of the call comes before the list's own
+        {"[a]bc", 'a', IsNextLetter, 0, 'b', "a[b]c", "a[c]", "a!b!"},
+        {"a[b]c", 'c', IsNextLetter, List::kFind, kNull, "a[b]c", "a[b]c", "a!b!c!"},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(std::string(c.pszBefore) + " for " + c.ch);
+        this->Build(c.pszBefore);
+        g_compared.clear();
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(List::Query(this->list, &c.ch, c.pfunCmp, &pResult), c.ulStatus);
+        EXPECT_EQ(Letter(pResult), c.chResult);
+        EXPECT_EQ(this->Text(), c.pszQueried);
+        EXPECT_EQ(g_compared, c.pszCompared);
+
+        this->Build(c.pszBefore);
+        g_compared.clear();
+        pResult = User(kUntouched);
+        EXPECT_EQ(List::Remove(this->list, &c.ch, c.pfunCmp, &pResult), c.ulStatus);
+        EXPECT_EQ(Letter(pResult), c.chResult);
+        EXPECT_EQ(this->Text(), c.pszRemoved);
+        EXPECT_EQ(g_compared, c.pszCompared);
+        EXPECT_EQ(g_released, "");
+
+        this->Build(c.pszBefore);
+        g_compared.clear();
+        EXPECT_EQ(List::Delete(this->list, &c.ch, c.pfunCmp), c.ulStatus);
+        EXPECT_EQ(this->Text(), c.pszRemoved);
+        EXPECT_EQ(g_compared, c.pszCompared);
+        EXPECT_EQ(g_released, c.ulStatus == 0 ? std::string{c.chResult} : "");
+        g_released.clear();
+    }
+}
+
+TYPED_TEST_P(ListTest, SearchesCheckTheirArgumentsFirst)
+{
+    using List = TypeParam;
+    const char ch = 'a';
+    for (const std::string text : {"", "[a]"}) { // refused before the list is looked at
+        SCOPED_TRACE(text);
+        this->Build(text);
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(List::Query(nullptr, &ch, IsLetter, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Remove(nullptr, &ch, IsLetter, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Delete(nullptr, &ch, IsLetter), List::kInvalid);
+        EXPECT_EQ(List::Query(this->list, nullptr, IsLetter, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Remove(this->list, nullptr, nullptr, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Delete(this->list, nullptr, nullptr), List::kInvalid);
+        EXPECT_EQ(List::Query(this->list, &ch, nullptr, nullptr), List::kInvalid);
+        EXPECT_EQ(List::Remove(this->list, &ch, IsLetter, nullptr), List::kInvalid);
+        EXPECT_EQ(Letter(pResult), kUntouched);
+        EXPECT_EQ(this->Text(), text);
+    }
+}
+
+TYPED_TEST_P(ListTest, SearchesNeedAComparator)
+{
+    using List = TypeParam;
+    const char ch = 'a';
+    ASSERT_EQ(List::Init(nullptr, Release, &this->list), 0U);
+    for (const std::string text : {"", "[a]"}) {
+        SCOPED_TRACE(text);
+        void *pResult = User(kUntouched);
+        EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Remove(this->list, &ch, nullptr, &pResult), List::kInvalid);
+        EXPECT_EQ(List::Delete(this->list, &ch, nullptr), List::kInvalid);
+        EXPECT_EQ(Letter(pResult), kUntouched);
+        EXPECT_EQ(this->Text(), text);
+        if (text.empty()) {
+            ASSERT_EQ(List::Insert(this->list, User('a'), List::kAfterLast), 0U);
+        }
+    }
+    void *pResult = nullptr;
+    EXPECT_EQ(List::Query(this->list, &ch, IsLetter, &pResult), 0U);
+    EXPECT_EQ(Letter(pResult), 'a');
+    EXPECT_EQ(List::Delete(this->list, &ch, IsLetter), 0U);
+    EXPECT_EQ(g_released, "a");
+}
+
+TYPED_TEST_P(ListTest, ReleaseRunsWhenTheElementIsOut)
+{
+    using List = TypeParam;
+    for (const auto &call : {TestFixture::kDeleteCurNode, TestFixture::kDeleteHeadNode,
+                             TestFixture::kDeleteTailNode}) {
+        SCOPED_TRACE(call.pszName);
+        this->Build("[a]");
+        g_onRelease = [&](char ch) {
+            EXPECT_EQ(ch, 'a');
+            EXPECT_EQ(this->Text(), "");
+            EXPECT_EQ(List::Insert(this->list, User('x'), List::kAfterLast), 0U);
+        };
+        EXPECT_EQ(call.pfun(this->list, nullptr), 0U);
+        EXPECT_EQ(this->Text(), "[x]");
+        g_onRelease = nullptr;
+    }
+}
+
+// ---- walks ----
+
+/// A walk whose callback notes the letters it visits and does what a test says.
+template <typename List>
+struct Walker {
+    std::function<QAL_UINT32(char)> onVisit;
+    std::string visited;
+
+    QAL_UINT32 Walk(void *pList) { return List::Process_List(pList, Visit, this, nullptr); }
+
+    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
+    {
+        Walker &self = *static_cast<Walker *>(pSelf);
+        self.visited += Letter(pUserNode);
+        if (self.visited.size() > 50) {
+            ADD_FAILURE() << "a walk without end";
+            return 1;
+        }
+        return self.onVisit ? self.onVisit(Letter(pUserNode)) : 0;
+    }
+};
+
+TYPED_TEST_P(ListTest, WalkRefusesNullsAndAnEmptyList)
+{
+    using List = TypeParam;
+    Walker<List> walker;
+    EXPECT_EQ(List::Process_List(nullptr, walker.Visit, &walker, nullptr), List::kInvalid);
+    this->Build("");
+    EXPECT_EQ(List::Process_List(this->list, nullptr, &walker, nullptr), List::kInvalid);
+    EXPECT_EQ(walker.Walk(this->list), List::kNull);
+    EXPECT_EQ(walker.visited, "");
+}
+
+TYPED_TEST_P(ListTest, WalkPassesItsArgumentsUnchecked)
+{
+    using List = TypeParam;
+    static std::vector<const void *> passed;
+    const auto note = [](void *pCondition, void *pUserNode, void **ppOther) {
+        passed.insert(passed.end(), {pCondition, pUserNode, ppOther});
+        return QAL_UINT32{0};
+    };
+    passed.clear();
+    this->Build("[a]b");
+    int condition = 0;
+    void *pOther = nullptr;
+    EXPECT_EQ(List::Process_List(this->list, note, &condition, &pOther), 0U);
+    EXPECT_EQ(List::Process_List(this->list, note, nullptr, nullptr), 0U);
+    const std::vector<const void *> expected = {&condition, User('a'), &pOther,   &condition,
+                                                User('b'),  &pOther,   nullptr,   User('a'),
+                                                nullptr,    nullptr,   User('b'), nullptr};
+    EXPECT_EQ(passed, expected);
+}
+
+TYPED_TEST_P(ListTest, WalkPutsTheCursorOnEachElement)
+{
+    using List = TypeParam;
+    this->Build("ab[c]d");
+    Walker<List> walker;
+    std::string texts;
+    walker.onVisit = [&](char) {
+        texts += this->Text() + " ";
+        return 0U;
+    };
+    EXPECT_EQ(walker.Walk(this->list), 0U);
+    EXPECT_EQ(texts, "[a]bcd a[b]cd ab[c]d abc[d] ");
+    EXPECT_EQ(this->Text(), "abc[d]");
+}
+
+TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
+{
+    using List = TypeParam;
+    for (const QAL_UINT32 ulStop : {1U, 0x80000000U, 0xFFFFFFFFU}) {
+        SCOPED_TRACE(ulStop);
+        this->Build("[a]bcd");
+        Walker<List> walker;
+        walker.onVisit = [&](char ch) { return ch == 'c' ? ulStop : 0; };
+        EXPECT_EQ(walker.Walk(this->list), List::kBreak);
+        EXPECT_EQ(walker.visited, "abc");
+        EXPECT_EQ(this->Text(), "ab[c]d");
+    }
+    this->Build("[a]bcd");
+    Walker<List> walker;
+    walker.onVisit = [&](char ch) { return ch == 'b' ? List::Delete_CurNode(this->list) + 1 : 0; };
+    EXPECT_EQ(walker.Walk(this->list), List::kBreak);
+    EXPECT_EQ(walker.visited, "ab");
+    EXPECT_EQ(this->Text(), "a[c]d");
+}
+
+/// What a callback does at each letter, in a list of three.
+TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
+{
+    using List = TypeParam;
+    void *pResult = nullptr;
+    bool isDone = false; // for what is to happen once
+    const auto at = [&](char chAt, std::function<void()> act) {
+        return [&isDone, chAt, act](char ch) {
+            if (ch == chAt && !isDone) {
+                isDone = true;
+                act();
+            }
+            return QAL_UINT32{0};
+        };
+    };
+    const auto removeCurrent = [&] { EXPECT_EQ(List::Remove_CurNode(this->list, &pResult), 0U); };
+    const auto deleteCurrent = [&] { EXPECT_EQ(List::Delete_CurNode(this->list), 0U); };
+    const auto query = [&](char ch) {
+        EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), 0U);
+    };
+    const auto insert = [&](typename List::Position enPosition) {
+        EXPECT_EQ(List::Insert(this->list, User('x'), enPosition), 0U);
+    };
+    const struct {
+        const char *pszName;
+        std::function<QAL_UINT32(char)> onVisit;
+        const char *pszVisited;
+        const char *pszAfter;
+    } aCase[] = {
+        {"nothing", nullptr, "abc", "ab[c]"},
+        {"deletes each", [&](char) { return List::Delete_CurNode(this->list); }, "abc", ""},
+        {"deletes the first each time", [&](char) { return List::Delete_HeadNode(this->list); },
+         "abc", ""},
+        {"removes the first", at('a', removeCurrent), "abc", "b[c]"},
+        {"deletes a middle one", at('b', deleteCurrent), "abc", "a[c]"},
+        {"deletes the last: its predecessor again", at('c', deleteCurrent), "abcb", "a[b]"},
+        {"deletes all but the last",
+         [&](char ch) { return ch != 'c' ? List::Delete_CurNode(this->list) : 0; }, "abc", "[c]"},
+        {"deletes the one before",
+         at('b',
+            [&] {
+                query('a');
+                deleteCurrent();
+            }),
+         "abc", "b[c]"},
+        {"deletes the one after",
+         at('a',
+            [&] {
+                query('b');
+                deleteCurrent();
+            }),
+         "ac", "a[c]"},
+        {"deletes the tail from the head: goes on with the new tail",
+         at('a', [&] { EXPECT_EQ(List::Delete_TailNode(this->list), 0U); }), "ab", "a[b]"},
+        {"empties the list",
+         at('b',
+            [&] {
+                while (List::Delete_TailNode(this->list) == 0) {
+                }
+            }),
+         "ab", ""},
+        {"queries a later one: goes on with it", at('a', [&] { query('c'); }), "ac", "ab[c]"},
+        {"queries an earlier one: goes back", at('c', [&] { query('b'); }), "abcbc", "ab[c]"},
+        {"queries without a match",
+         at('a',
+            [&] {
+                const char ch = 'z';
+                EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kFind);
+            }),
+         "abc", "ab[c]"},
+        {"moves the cursor on", at('a', [&] { EXPECT_EQ(List::NextPtr(this->list), 0U); }), "abc",
+         "ab[c]"},
+        {"moves the cursor back", at('b', [&] { EXPECT_EQ(List::PriorPtr(this->list), 0U); }),
+         "ababc", "ab[c]"},
+        {"moves the cursor there and back",
+         at('b',
+            [&] {
+                EXPECT_EQ(List::NextPtr(this->list), 0U);
+                EXPECT_EQ(List::PriorPtr(this->list), 0U);
+            }),
+         "abc", "ab[c]"},
+        {"goes to the start", at('b', [&] { EXPECT_EQ(List::Set_CurPtr(this->list), 0U); }),
+         "ababc", "ab[c]"},
+        {"inserts before: goes on with the new one", at('b', [&] { insert(List::kFrontCur); }),
+         "abxbc", "axb[c]"},
+        {"inserts after: goes on with the new one", at('b', [&] { insert(List::kAfterCur); }),
+         "abxc", "abx[c]"},
+        {"inserts after and comes back",
+         at('b',
+            [&] {
+                insert(List::kAfterCur);
+                EXPECT_EQ(List::PriorPtr(this->list), 0U);
+            }),
+         "abxc", "abx[c]"},
+        {"inserts at the front: starts again", at('c', [&] { insert(List::kFrontFirst); }),
+         "abcxabc", "xab[c]"},
+        {"inserts at the end: goes on there", at('a', [&] { insert(List::kAfterLast); }), "ax",
+         "abc[x]"},
+        {"walks itself: goes on where that ended",
+         at('a',
+            [&] {
+                Walker<List> inner;
+                EXPECT_EQ(inner.Walk(this->list), 0U);
+                EXPECT_EQ(inner.visited, "abc");
+            }),
+         "ac", "ab[c]"},
+        {"walks itself at the end",
+         at('c',
+            [&] {
+                Walker<List> inner;
+                EXPECT_EQ(inner.Walk(this->list), 0U);
+            }),
+         "abc", "ab[c]"},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(c.pszName);
+        isDone = false;
+        this->Build("a[b]c");
+        Walker<List> walker{c.onVisit, ""};
+        EXPECT_EQ(walker.Walk(this->list), 0U);
+        EXPECT_EQ(walker.visited, c.pszVisited);
+        EXPECT_EQ(this->Text(), c.pszAfter);
+    }
+}
+
+/// Whether the new element lies where the removed one lay decides; both walks are as they must be.
+TYPED_TEST_P(ListTest, WalkComparesPlacesWhenACurrentElementIsReplaced)
+{
+    using List = TypeParam;
+    this->Build("[a]bc");
+    Walker<List> walker;
+    bool isSamePlace = false;
+    walker.onVisit = [&](char ch) {
+        if (ch == 'a') {
+            const std::uint64_t place = List::Observe(this->list).places[0];
+            EXPECT_EQ(List::Delete_CurNode(this->list), 0U);
+            EXPECT_EQ(List::Insert(this->list, User('x'), List::kFrontCur), 0U);
+            isSamePlace = List::Observe(this->list).places[0] == place;
+        }
+        return 0U;
+    };
+    EXPECT_EQ(walker.Walk(this->list), 0U);
+    EXPECT_EQ(walker.visited, isSamePlace ? "abc" : "axbc");
+    EXPECT_EQ(this->Text(), "xb[c]");
+    if (List::kCapacity != 0) {
+        EXPECT_TRUE(isSamePlace); // the slot freed last is taken first
+    }
+}
+
+// ---- everything at once ----
+
+TYPED_TEST_P(ListTest, RandomCallsMatchAPlainModel)
+{
+    using List = TypeParam;
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    this->Build("");
+    RandomCalls<List> calls(this->list, random);
+    for (int i = 0; i < 20000 && !this->HasFailure(); ++i) {
+        calls.Step();
+    }
+}
+
+REGISTER_TYPED_TEST_SUITE_P(
+    ListTest, InitRefusesNullArguments, InitWithoutMemoryLeavesTheHandle, InitMakesAnEmptyList,
+    DeinitReleasesUserNodesForFlag0Only, InsertPutsTheElementWhereTheTableSays,
+    InsertRefusesNullsBeforeItAllocates, CursorCallsDoWhatTheTableSays,
+    RemovalMovesTheCursorBesideTheGap, NullArgumentsAreRefused, SearchesTakeTheFirstMatch,
+    SearchesCheckTheirArgumentsFirst, SearchesNeedAComparator, ReleaseRunsWhenTheElementIsOut,
+    WalkRefusesNullsAndAnEmptyList, WalkPassesItsArgumentsUnchecked, WalkPutsTheCursorOnEachElement,
+    WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt, WalkGoesOnWhereTheCursorIs,
+    WalkComparesPlacesWhenACurrentElementIsReplaced, RandomCallsMatchAPlainModel);
+
+} // namespace wyx::test
+
+#endif
