@@ -11,6 +11,7 @@
 #include "wyx_commlib/ini_parser.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
 #include "wyx_commlib/md5.h"
+#include "wyx_commlib/slink.h"
 #include "wyx_commlib/types.h"
 
 #endif

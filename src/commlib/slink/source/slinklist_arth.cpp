@@ -1,0 +1,517 @@
+// List in one block: the head, and behind it an array of slots, linked by index. Free slots form a
+// chain. Every change of a link goes through Join(), every removal through Unlink().
+#include "wyx_commlib/slink.h"
+
+#include "bounded.h"
+#include "os_adapter.h"
+
+#include <cstddef>
+
+namespace {
+
+static_assert(sizeof(xelpSLLErrCode) == 4 && XELP_ERR_SLL_INVALID_PARA == 10 &&
+                  XELP_ERR_SLL_MEMORY == 20 && XELP_ERR_SLL_FULL == 30 && XELP_ERR_SLL_FIND == 40 &&
+                  XELP_ERR_SLL_HEAD == 50 && XELP_ERR_SLL_TAIL == 60 && XELP_ERR_SLL_NULL == 70 &&
+                  XELP_ERR_SLL_BREAK == 80 && XELP_ERR_SLL_BUTT == 100,
+              "statuses are ABI");
+static_assert(sizeof(XELP_E_SLL_Insert_Position) == 4 && XELP_SLL_Insert_Front_FirstNode == 0 &&
+                  XELP_SLL_Insert_After_LastNode == 1 && XELP_SLL_Insert_Front_CurNode == 2 &&
+                  XELP_SLL_Insert_After_CurNode == 3 && XELP_SLL_Insert_BUTT == 4,
+              "positions are ABI");
+static_assert(sizeof(XELP_E_SLL_FreeUserNode) == 4 && XELP_SLL_FreeUserNode_Yes == 0 &&
+                  XELP_SLL_FreeUserNode_No == 1 && XELP_SLL_FreeUserNode_BUTT == 2,
+              "flags are ABI");
+static_assert(sizeof(SLinkList_S_Node) == 16 && offsetof(SLinkList_S_Node, ulPNode) == 0 &&
+                  offsetof(SLinkList_S_Node, ulNNode) == 4 &&
+                  offsetof(SLinkList_S_Node, pstruUserNode) == 8,
+              "the slot is ABI");
+static_assert(sizeof(SLinkList_S_Head) == 48 && offsetof(SLinkList_S_Head, ulFirstNode) == 0 &&
+                  offsetof(SLinkList_S_Head, ulLastNode) == 4 &&
+                  offsetof(SLinkList_S_Head, ulNow) == 8 &&
+                  offsetof(SLinkList_S_Head, ulTotalNum) == 12 &&
+                  offsetof(SLinkList_S_Head, ulUseNum) == 16 &&
+                  offsetof(SLinkList_S_Head, ulFirstNoUseNode) == 20 &&
+                  offsetof(SLinkList_S_Head, pstruBase) == 24 &&
+                  offsetof(SLinkList_S_Head, pfunCmpNode) == 32 &&
+                  offsetof(SLinkList_S_Head, pfunFreeNode) == 40,
+              "the head is ABI");
+
+using Head = SLinkList_S_Head;
+using Node = SLinkList_S_Node;
+
+constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
+
+/// The most slots that a block can hold whose size has 32 bits; the header names the number.
+constexpr QAL_UINT32 kMaxNodeNum = (0xFFFFFFFF - sizeof(Head)) / sizeof(Node);
+static_assert(kMaxNodeNum == 268435452);
+
+/// A place between two neighbours; kNone is an end of the list.
+struct Gap {
+    QAL_UINT32 ulPrev;
+    QAL_UINT32 ulNext;
+};
+
+/// Sets what stands on either side of a gap: the neighbour, or the end of the list in its place.
+void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
+{
+    (gap.ulPrev != kNone ? head.pstruBase[gap.ulPrev].ulNNode : head.ulFirstNode) = ulAfterPrev;
+    (gap.ulNext != kNone ? head.pstruBase[gap.ulNext].ulPNode : head.ulLastNode) = ulBeforeNext;
+}
+
+/// Finds the gap of a position in a list that is not empty; false if there is no such position.
+bool FindGap(const Head &head, XELP_E_SLL_Insert_Position enPosition, Gap &gap)
+{
+    switch (enPosition) {
+        case XELP_SLL_Insert_Front_FirstNode:
+            gap = {kNone, head.ulFirstNode};
+            return true;
+        case XELP_SLL_Insert_After_LastNode:
+            gap = {head.ulLastNode, kNone};
+            return true;
+        case XELP_SLL_Insert_Front_CurNode:
+            gap = {head.pstruBase[head.ulNow].ulPNode, head.ulNow};
+            return true;
+        case XELP_SLL_Insert_After_CurNode:
+            gap = {head.ulNow, head.pstruBase[head.ulNow].ulNNode};
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// Takes a slot from the free chain, which must not be empty.
+QAL_UINT32 TakeSlot(Head &head)
+{
+    const QAL_UINT32 ulNode = head.ulFirstNoUseNode;
+    Node &node = head.pstruBase[ulNode];
+    head.ulFirstNoUseNode = node.ulNNode;
+    ++head.ulUseNum;
+    node.ulPNode = kNone;
+    node.ulNNode = kNone;
+    return ulNode;
+}
+
+/// Returns a slot to the free chain, where it is the next to be taken.
+void ReturnSlot(Head &head, QAL_UINT32 ulNode)
+{
+    Node &node = head.pstruBase[ulNode];
+    wyx_memset_s(&node, sizeof node, 0, sizeof node);
+    node.ulNNode = head.ulFirstNoUseNode;
+    head.ulFirstNoUseNode = ulNode;
+    --head.ulUseNum;
+}
+
+/// Takes an element out of the list, leaves the cursor beside it and gives its user node.
+void *Unlink(Head &head, QAL_UINT32 ulNode)
+{
+    const Node &node = head.pstruBase[ulNode];
+    const Gap gap = {node.ulPNode, node.ulNNode};
+    Join(head, gap, gap.ulNext, gap.ulPrev);
+    // Kept: the cursor moves here wherever it was, also when the head or the tail goes
+    // (ListTest.RemovalMovesTheCursorBesideTheGap).
+    head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
+    void *const pUserNode = node.pstruUserNode;
+    ReturnSlot(head, ulNode);
+    return pUserNode;
+}
+
+/// The cursor; kNone for an empty list. The count decides, and where slots were taken by hand and
+/// it counts more than there is, the missing cursor does (SLinkListSlots.TakenByHandTheListIsEmpty).
+QAL_UINT32 Cursor(const Head &head)
+{
+    return head.ulUseNum != 0 ? head.ulNow : kNone;
+}
+
+/// Clears a result and opens the list behind a handle; null if either is null.
+Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
+{
+    if (ppUserNode == nullptr) {
+        return nullptr;
+    }
+    *ppUserNode = nullptr;
+    return static_cast<Head *>(pstruHead);
+}
+
+/// Gives the user node of an element; kNone stands for that of an empty list.
+QAL_UINT32 Show(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
+{
+    if (ulNode == kNone) {
+        return XELP_ERR_SLL_NULL;
+    }
+    *ppUserNode = head.pstruBase[ulNode].pstruUserNode;
+    return 0;
+}
+
+/// Moves the cursor along a link; @p ulAtEnd is the status where the link ends.
+QAL_UINT32 Step(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
+{
+    const QAL_UINT32 ulFrom = Cursor(head);
+    if (ulFrom == kNone) {
+        return XELP_ERR_SLL_NULL;
+    }
+    const QAL_UINT32 ulTo = head.pstruBase[ulFrom].*pLink;
+    if (ulTo == kNone) {
+        return ulAtEnd;
+    }
+    head.ulNow = ulTo;
+    return 0;
+}
+
+QAL_UINT32 StepAlone(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
+{
+    return pstruHead != nullptr ? Step(*static_cast<Head *>(pstruHead), pLink, ulAtEnd)
+                                : XELP_ERR_SLL_INVALID_PARA;
+}
+
+// Kept: the result is cleared at the end of the list, but not if that is empty
+// (SLinkListResults.ClearedAsStated).
+QAL_UINT32 StepAndShow(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
+{
+    const QAL_UINT32 ulStatus = Step(head, pLink, ulAtEnd);
+    if (ulStatus == ulAtEnd) {
+        *ppUserNode = nullptr;
+    }
+    return ulStatus != 0 ? ulStatus : Show(head, head.ulNow, ppUserNode);
+}
+
+/// Removes the first or the last element.
+QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, void **ppUserNode)
+{
+    Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
+    if (pHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    if (pHead->*pField == kNone) {
+        return XELP_ERR_SLL_NULL;
+    }
+    *ppUserNode = Unlink(*pHead, pHead->*pField);
+    return 0;
+}
+
+/// The second half of every Delete: releases what its Remove has handed over.
+QAL_UINT32 FreeRemoved(void *pstruHead, void *pUserNode, QAL_UINT32 ulStatus)
+{
+    if (pUserNode != nullptr) {
+        static_cast<const Head *>(pstruHead)->pfunFreeNode(pUserNode);
+    }
+    return ulStatus;
+}
+
+/// Checks the arguments of a search in the documented order, clears the result and finds the match.
+QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_NodeCmp pfunCmpNode,
+                  void **ppUserNode, QAL_UINT32 &ulMatch)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHead);
+    if (pfunCmpNode == nullptr) {
+        pfunCmpNode = head.pfunCmpNode;
+    }
+    if (pfunCmpNode == nullptr || pCmpCondition == nullptr || ppUserNode == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    *ppUserNode = nullptr;
+    if (head.ulUseNum == 0) {
+        return XELP_ERR_SLL_NULL;
+    }
+    for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
+        if (pfunCmpNode(pCmpCondition, head.pstruBase[i].pstruUserNode) == 0) {
+            ulMatch = i;
+            return 0;
+        }
+    }
+    return XELP_ERR_SLL_FIND;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfunCmpNode,
+                               XELP_SLinkList_FreeNode pfunFreeNode, void **pstruHead)
+{
+    if (ulNodeNum == 0 || pstruHead == nullptr || pfunFreeNode == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    // Kept: the size wraps in 32 bits and is requested all the same
+    // (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory).
+    constexpr QAL_UINT32 kHeadSize = sizeof(Head);
+    constexpr QAL_UINT32 kNodeSize = sizeof(Node);
+    void *const pBlock = XELP_MemMallocS(kHeadSize + ulNodeNum * kNodeSize, 0, __LINE__, __FILE__);
+    if (pBlock == nullptr) {
+        return XELP_ERR_SLL_MEMORY;
+    }
+    if (ulNodeNum > kMaxNodeNum) {
+        XELP_MemFreeD(pBlock, __LINE__, __FILE__);
+        return XELP_ERR_SLL_MEMORY;
+    }
+    auto *const pHead = static_cast<Head *>(pBlock);
+    auto *const pBase = reinterpret_cast<Node *>(pHead + 1);
+    pHead->ulFirstNode = kNone;
+    pHead->ulLastNode = kNone;
+    pHead->ulNow = kNone;
+    pHead->ulTotalNum = ulNodeNum;
+    pHead->ulUseNum = 0;
+    pHead->ulFirstNoUseNode = 0;
+    pHead->pstruBase = pBase;
+    pHead->pfunCmpNode = pfunCmpNode;
+    pHead->pfunFreeNode = pfunFreeNode;
+    for (QAL_UINT32 i = 0; i < ulNodeNum - 1; ++i) {
+        pBase[i].ulNNode = i + 1;
+    }
+    pBase[ulNodeNum - 1].ulNNode = kNone;
+    *pstruHead = pHead;
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHead);
+    if (enFlag == XELP_SLL_FreeUserNode_Yes && head.ulUseNum != 0) {
+        for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
+            head.pfunFreeNode(head.pstruBase[i].pstruUserNode);
+            head.pstruBase[i].pstruUserNode = nullptr;
+        }
+    }
+    XELP_MemFreeSetNullD(&pstruHead, __LINE__, __FILE__);
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
+                                 XELP_E_SLL_Insert_Position enPosition)
+{
+    if (pstruHead == nullptr || pstruNode == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    if (head.ulFirstNoUseNode == kNone) {
+        return XELP_ERR_SLL_FULL;
+    }
+    const QAL_UINT32 ulNode = TakeSlot(head);
+    Gap gap = {kNone, kNone};
+    // Kept: an empty list takes any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
+        ReturnSlot(head, ulNode);
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Node &node = head.pstruBase[ulNode];
+    node.ulPNode = gap.ulPrev;
+    node.ulNNode = gap.ulNext;
+    node.pstruUserNode = pstruNode;
+    Join(head, gap, ulNode, ulNode);
+    head.ulNow = ulNode;
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
+                                 XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode)
+{
+    QAL_UINT32 ulMatch = kNone;
+    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, ulMatch);
+    if (ulStatus == 0) {
+        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), ulMatch);
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
+                                 XELP_SLinkList_NodeCmp pfunCmpNode)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus =
+        XELP_SLinkList_Remove(pstruHead, pCmpCondition, pfunCmpNode, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
+                                XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode)
+{
+    QAL_UINT32 ulMatch = kNone;
+    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, ulMatch);
+    if (ulStatus == 0) {
+        Head &head = *static_cast<Head *>(pstruHead);
+        *pstruNode = head.pstruBase[ulMatch].pstruUserNode;
+        head.ulNow = ulMatch;
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_SLinkList_Get_ListSize(void *pstruHead, QAL_UINT32 *ulListSize)
+{
+    if (pstruHead == nullptr || ulListSize == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    *ulListSize = static_cast<const Head *>(pstruHead)->ulTotalNum;
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ulTotalNum)
+{
+    if (pstruHead == nullptr || ulTotalNum == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    *ulTotalNum = static_cast<const Head *>(pstruHead)->ulUseNum;
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    head.ulNow = head.ulFirstNode;
+    return 0;
+}
+
+// Kept: no failure clears the result (SLinkListResults.ClearedAsStated).
+QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
+{
+    if (pstruHead == nullptr || pstruNode == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHead);
+    return Show(head, Cursor(head), pstruNode);
+}
+
+QAL_UINT32 XELP_SLinkList_PriorPtr(void *pstruHead)
+{
+    return StepAlone(pstruHead, &Node::ulPNode, XELP_ERR_SLL_HEAD);
+}
+
+QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead)
+{
+    return StepAlone(pstruHead, &Node::ulNNode, XELP_ERR_SLL_TAIL);
+}
+
+QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
+{
+    if (pstruHead == nullptr || pstruNode == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    return StepAndShow(*static_cast<Head *>(pstruHead), &Node::ulPNode, XELP_ERR_SLL_HEAD,
+                       pstruNode);
+}
+
+// Kept: only the handle is tested, so an empty list comes before a null result
+// (SLinkListArguments.NullResultOnAnEmptyList).
+QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    return StepAndShow(*static_cast<Head *>(pstruHead), &Node::ulNNode, XELP_ERR_SLL_TAIL,
+                       pstruNode);
+}
+
+QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
+    return pHead != nullptr ? Show(*pHead, pHead->ulFirstNode, pstruNode)
+                            : XELP_ERR_SLL_INVALID_PARA;
+}
+
+QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
+{
+    const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
+    return pHead != nullptr ? Show(*pHead, pHead->ulLastNode, pstruNode)
+                            : XELP_ERR_SLL_INVALID_PARA;
+}
+
+// Kept: only the handle is tested, so an empty list comes before a null result
+// (SLinkListArguments.NullResultOnAnEmptyList).
+QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    const QAL_UINT32 ulNode = Cursor(head);
+    if (ulNode == kNone) {
+        return XELP_ERR_SLL_NULL;
+    }
+    *pstruNode = Unlink(head, ulNode);
+    return 0;
+}
+
+QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
+{
+    return RemoveEnd(pstruHead, &Head::ulFirstNode, pstruNode);
+}
+
+QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
+{
+    return RemoveEnd(pstruHead, &Head::ulLastNode, pstruNode);
+}
+
+QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_SLinkList_Remove_CurNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_SLinkList_Remove_HeadNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_SLinkList_Remove_TailNode(pstruHead, &pUserNode);
+    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFun pfunProcess,
+                                       void *pProcessCondition, void **pOther)
+{
+    if (pstruHead == nullptr || pfunProcess == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    if (head.ulUseNum == 0) {
+        return XELP_ERR_SLL_NULL;
+    }
+    QAL_UINT32 ulNode = head.ulFirstNode;
+    while (ulNode != kNone) {
+        head.ulNow = ulNode;
+        if (pfunProcess(pProcessCondition, head.pstruBase[ulNode].pstruUserNode, pOther) != 0) {
+            return XELP_ERR_SLL_BREAK;
+        }
+        // Kept: where the callback removed the last element, the cursor is on its predecessor,
+        // which is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
+        ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
+    }
+    return 0;
+}
+
+QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
+{
+    if (pstruHead == nullptr) {
+        return kNone;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    return head.ulFirstNoUseNode != kNone ? TakeSlot(head) : kNone;
+}
+
+QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
+{
+    if (pstruHead == nullptr) {
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHead);
+    if (ulFreeNode >= head.ulTotalNum) { // which kNone always is
+        return XELP_ERR_SLL_INVALID_PARA;
+    }
+    ReturnSlot(head, ulFreeNode);
+    return 0;
+}
+
+} // extern "C"

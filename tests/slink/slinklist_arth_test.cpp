@@ -1,0 +1,495 @@
+// The list of a fixed capacity: the suite of both lists, and what only this one does.
+#include "wyx_commlib/slink.h"
+
+#include <cstring>
+#include <numeric>
+
+#include "bounded.h"
+#include "list_suite.h"
+
+namespace wyx::test {
+namespace {
+
+constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
+constexpr char kFile[] = "src/commlib/slink/source/slinklist_arth.cpp";
+
+/// What wyx_memset_s() was asked for.
+struct Fill {
+    QAL_ULONG ulDestMax;
+    QAL_INT32 lByte;
+    QAL_ULONG ulCount;
+    bool operator==(const Fill &) const = default;
+};
+std::vector<Fill> g_fills;
+
+struct SLink {
+    using Head = SLinkList_S_Head;
+    using NodeCmp = XELP_SLinkList_NodeCmp;
+    using Position = XELP_E_SLL_Insert_Position;
+    using Flag = XELP_E_SLL_FreeUserNode;
+
+    static constexpr QAL_UINT32 kInvalid = XELP_ERR_SLL_INVALID_PARA;
+    static constexpr QAL_UINT32 kMemory = XELP_ERR_SLL_MEMORY;
+    static constexpr QAL_UINT32 kFull = XELP_ERR_SLL_FULL;
+    static constexpr QAL_UINT32 kFind = XELP_ERR_SLL_FIND;
+    static constexpr QAL_UINT32 kHead = XELP_ERR_SLL_HEAD;
+    static constexpr QAL_UINT32 kTail = XELP_ERR_SLL_TAIL;
+    static constexpr QAL_UINT32 kNull = XELP_ERR_SLL_NULL;
+    static constexpr QAL_UINT32 kBreak = XELP_ERR_SLL_BREAK;
+    static constexpr Position kFrontFirst = XELP_SLL_Insert_Front_FirstNode;
+    static constexpr Position kAfterLast = XELP_SLL_Insert_After_LastNode;
+    static constexpr Position kFrontCur = XELP_SLL_Insert_Front_CurNode;
+    static constexpr Position kAfterCur = XELP_SLL_Insert_After_CurNode;
+    static constexpr Flag kYes = XELP_SLL_FreeUserNode_Yes;
+    static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
+
+    static constexpr QAL_UINT32 kCapacity = 12;
+    static constexpr char kResultIfEmpty = '?'; // left alone by Get_CurNode and its like
+    static constexpr bool kChecksEveryResult = false;
+
+    static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,
+                           void **pstruHead)
+    {
+        return XELP_SLinkList_Init(kCapacity, pfunCmpNode, pfunFreeNode, pstruHead);
+    }
+    static constexpr auto Deinit = XELP_SLinkList_Deinit;
+    static constexpr auto Insert = XELP_SLinkList_Insert;
+    static constexpr auto Remove = XELP_SLinkList_Remove;
+    static constexpr auto Delete = XELP_SLinkList_Delete;
+    static constexpr auto Query = XELP_SLinkList_Query;
+    static constexpr auto Get_NodeNumber = XELP_SLinkList_Get_NodeNumber;
+    static constexpr auto Set_CurPtr = XELP_SLinkList_Set_CurPtr;
+    static constexpr auto Get_CurNode = XELP_SLinkList_Get_CurNode;
+    static constexpr auto PriorPtr = XELP_SLinkList_PriorPtr;
+    static constexpr auto NextPtr = XELP_SLinkList_NextPtr;
+    static constexpr auto Get_PriorNode = XELP_SLinkList_Get_PriorNode;
+    static constexpr auto Get_NextNode = XELP_SLinkList_Get_NextNode;
+    static constexpr auto Get_HeadNode = XELP_SLinkList_Get_HeadNode;
+    static constexpr auto Get_TailNode = XELP_SLinkList_Get_TailNode;
+    static constexpr auto Remove_CurNode = XELP_SLinkList_Remove_CurNode;
+    static constexpr auto Remove_HeadNode = XELP_SLinkList_Remove_HeadNode;
+    static constexpr auto Remove_TailNode = XELP_SLinkList_Remove_TailNode;
+    static constexpr auto Delete_CurNode = XELP_SLinkList_Delete_CurNode;
+    static constexpr auto Delete_HeadNode = XELP_SLinkList_Delete_HeadNode;
+    static constexpr auto Delete_TailNode = XELP_SLinkList_Delete_TailNode;
+    static constexpr auto Process_List = XELP_SLinkList_Process_List;
+
+    static std::vector<std::uint64_t> UnusedAtFirst()
+    {
+        std::vector<std::uint64_t> unused(kCapacity);
+        std::iota(unused.begin(), unused.end(), 0U);
+        return unused;
+    }
+
+    /// Reads the list behind a handle and checks every link of it, those of the free slots as well.
+    static Observed Observe(const void *pList)
+    {
+        const auto &head = *static_cast<const Head *>(pList);
+        EXPECT_EQ(static_cast<const void *>(head.pstruBase), &head + 1);
+        Observed observed;
+        QAL_UINT32 ulPrev = kNone;
+        for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
+            if (i >= head.ulTotalNum || observed.users.size() == head.ulTotalNum) {
+                ADD_FAILURE() << "the list runs wild at " << i;
+                return observed;
+            }
+            EXPECT_EQ(head.pstruBase[i].ulPNode, ulPrev);
+            if (i == head.ulNow) {
+                observed.cursor = observed.users.size();
+            }
+            observed.users.push_back(head.pstruBase[i].pstruUserNode);
+            observed.places.push_back(i);
+            ulPrev = i;
+        }
+        EXPECT_EQ(head.ulLastNode, ulPrev);
+        EXPECT_EQ(head.ulUseNum, observed.users.size());
+        EXPECT_EQ(head.ulNow != kNone, !observed.users.empty());
+        EXPECT_EQ(observed.cursor != kNowhere, !observed.users.empty());
+        for (QAL_UINT32 i = head.ulFirstNoUseNode; i != kNone; i = head.pstruBase[i].ulNNode) {
+            if (i >= head.ulTotalNum || observed.unused.size() == head.ulTotalNum) {
+                ADD_FAILURE() << "the free chain runs wild at " << i;
+                return observed;
+            }
+            EXPECT_EQ(head.pstruBase[i].ulPNode, 0U);
+            EXPECT_EQ(head.pstruBase[i].pstruUserNode, nullptr);
+            observed.unused.push_back(i);
+        }
+        EXPECT_EQ(observed.users.size() + observed.unused.size(), head.ulTotalNum);
+        return observed;
+    }
+};
+
+class SLinkListTest : public ListTest<SLink> {
+  protected:
+    SLinkList_S_Head &Head() { return *static_cast<SLinkList_S_Head *>(list); }
+
+    /// What a call gives that has a result.
+    QAL_UINT32 Status(const Call &call)
+    {
+        void *pResult = User(kUntouched);
+        const QAL_UINT32 ulStatus = call.pfun(list, &pResult);
+        chResult = Letter(pResult);
+        return ulStatus;
+    }
+
+    char chResult = kUntouched;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(SLink, ListTest, SLink);
+
+// ---- Init and the capacity ----
+
+using SLinkListInit = SLinkListTest;
+
+TEST_F(SLinkListInit, NoCapacityIsRefused)
+{
+    void *pList = User(kUntouched);
+    platform.RecordEvents(true);
+    EXPECT_EQ(XELP_SLinkList_Init(0, IsLetter, Release, &pList), XELP_ERR_SLL_INVALID_PARA);
+    EXPECT_EQ(Letter(pList), kUntouched);
+    EXPECT_TRUE(platform.Events().empty());
+}
+
+TEST_F(SLinkListInit, CapacityIsTheListSize)
+{
+    for (const QAL_UINT32 ulNodeNum : {1U, 2U, 3U, 1000U}) {
+        SCOPED_TRACE(ulNodeNum);
+        platform.StartRecording();
+        ASSERT_EQ(XELP_SLinkList_Init(ulNodeNum, IsLetter, Release, &list), 0U);
+        EXPECT_EQ(MemoryCalls(platform, kFile), "S " + std::to_string(48 + 16 * ulNodeNum));
+        QAL_UINT32 ulSize = 0;
+        QAL_UINT32 ulCount = 9;
+        EXPECT_EQ(XELP_SLinkList_Get_ListSize(list, &ulSize), 0U);
+        EXPECT_EQ(ulSize, ulNodeNum);
+        EXPECT_EQ(XELP_SLinkList_Get_NodeNumber(list, &ulCount), 0U);
+        EXPECT_EQ(ulCount, 0U);
+
+        platform.StartRecording();
+        for (QAL_UINT32 i = 0; i < ulNodeNum; ++i) {
+            ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
+            ASSERT_EQ(Head().ulNow, i);
+        }
+        EXPECT_EQ(XELP_SLinkList_Get_ListSize(list, &ulSize), 0U);
+        EXPECT_EQ(ulSize, ulNodeNum);
+        EXPECT_EQ(XELP_SLinkList_Get_NodeNumber(list, &ulCount), 0U);
+        EXPECT_EQ(ulCount, ulNodeNum);
+        const Observed full = SLink::Observe(list);
+        for (const auto enPosition : {SLink::kFrontFirst, XELP_SLL_Insert_BUTT}) {
+            EXPECT_EQ(XELP_SLinkList_Insert(list, User('x'), enPosition), XELP_ERR_SLL_FULL);
+        }
+        EXPECT_EQ(SLink::Observe(list), full);
+        for (QAL_UINT32 i = 0; i < ulNodeNum; ++i) {
+            ASSERT_EQ(XELP_SLinkList_Delete_TailNode(list), 0U);
+        }
+        EXPECT_EQ(MemoryCalls(platform, kFile), ""); // nothing is allocated or released after Init
+        platform.StartRecording();
+        Drop();
+        EXPECT_EQ(MemoryCalls(platform, kFile), "setNull");
+    }
+}
+
+TEST_F(SLinkListInit, ListSizeRefusesNulls)
+{
+    Build("[a]");
+    QAL_UINT32 ulSize = 9;
+    EXPECT_EQ(XELP_SLinkList_Get_ListSize(nullptr, &ulSize), XELP_ERR_SLL_INVALID_PARA);
+    EXPECT_EQ(ulSize, 9U);
+    EXPECT_EQ(XELP_SLinkList_Get_ListSize(list, nullptr), XELP_ERR_SLL_INVALID_PARA);
+}
+
+TEST_F(SLinkListInit, WrappedSizeIsRequestedAndReportedAsMemory)
+{
+    const struct {
+        QAL_UINT32 ulNodeNum;
+        const char *pszCalls;
+    } aCase[] = {
+        {268435453, "S 0, freeD"},   // the first that wraps
+        {268435454, "S 16, freeD"},  //
+        {0x10000000, "S 48, freeD"}, // the head alone
+        {0x10000001, "S 64, freeD"}, // and one slot
+        {0x20000000, "S 48, freeD"}, // wraps twice
+        {0x80000003, "S 96, freeD"}, //
+        {0xFFFFFFFF, "S 32, freeD"}, // less than the head
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(c.ulNodeNum);
+        void *pList = User(kUntouched);
+        platform.StartRecording();
+        EXPECT_EQ(XELP_SLinkList_Init(c.ulNodeNum, IsLetter, Release, &pList), XELP_ERR_SLL_MEMORY);
+        EXPECT_EQ(MemoryCalls(platform, kFile), c.pszCalls);
+        EXPECT_EQ(Letter(pList), kUntouched);
+        EXPECT_EQ(platform.LiveBlocks(), 0U);
+    }
+}
+
+TEST_F(SLinkListInit, LargestCapacityIsRequestedWhole)
+{
+    void *pList = User(kUntouched);
+    platform.StartRecording();
+    platform.Fail(Service::kAllocate, 1); // 4 GiB are too much for a test
+    EXPECT_EQ(XELP_SLinkList_Init(268435452, IsLetter, Release, &pList), XELP_ERR_SLL_MEMORY);
+    EXPECT_EQ(MemoryCalls(platform, kFile), "S 4294967280");
+    EXPECT_EQ(Letter(pList), kUntouched);
+}
+
+// ---- results and nulls, which differ from call to call ----
+
+using SLinkListResults = SLinkListTest;
+
+TEST_F(SLinkListResults, ClearedAsStated)
+{
+    const Case aCase[] = {
+        {"", kGetCurNode, XELP_ERR_SLL_NULL, '?', ""},
+        {"", kGetPriorNode, XELP_ERR_SLL_NULL, '?', ""},
+        {"", kGetNextNode, XELP_ERR_SLL_NULL, '?', ""},
+        {"", kRemoveCurNode, XELP_ERR_SLL_NULL, '?', ""},
+        {"[a]b", kGetPriorNode, XELP_ERR_SLL_HEAD, '-', "[a]b"},
+        {"a[b]", kGetNextNode, XELP_ERR_SLL_TAIL, '-', "a[b]"},
+        {"", kGetHeadNode, XELP_ERR_SLL_NULL, '-', ""},
+        {"", kGetTailNode, XELP_ERR_SLL_NULL, '-', ""},
+        {"", kRemoveHeadNode, XELP_ERR_SLL_NULL, '-', ""},
+        {"", kRemoveTailNode, XELP_ERR_SLL_NULL, '-', ""},
+    };
+    for (const Case &c : aCase) {
+        Run(c);
+    }
+}
+
+using SLinkListArguments = SLinkListTest;
+
+TEST_F(SLinkListArguments, NullResultOnAnEmptyList)
+{
+    Build("");
+    EXPECT_EQ(XELP_SLinkList_Get_NextNode(list, nullptr), XELP_ERR_SLL_NULL);
+    EXPECT_EQ(XELP_SLinkList_Remove_CurNode(list, nullptr), XELP_ERR_SLL_NULL);
+    for (const Call &call : {kGetCurNode, kGetPriorNode, kGetHeadNode, kGetTailNode,
+                             kRemoveHeadNode, kRemoveTailNode}) {
+        EXPECT_EQ(call.pfun(list, nullptr), XELP_ERR_SLL_INVALID_PARA) << call.pszName;
+    }
+}
+
+// ---- slots ----
+
+using SLinkListSlots = SLinkListTest;
+
+TEST_F(SLinkListSlots, FreedLastTakenFirst)
+{
+    Build("abcd[e]"); // in the slots 0 to 4
+    for (const char ch : {'b', 'd', 'a'}) {
+        ASSERT_EQ(XELP_SLinkList_Delete(list, &ch, nullptr), 0U);
+    }
+    EXPECT_EQ(SLink::Observe(list).unused,
+              (std::vector<std::uint64_t>{0, 3, 1, 5, 6, 7, 8, 9, 10, 11}));
+    for (const char ch : {'x', 'y', 'z'}) {
+        ASSERT_EQ(XELP_SLinkList_Insert(list, User(ch), SLink::kAfterLast), 0U);
+    }
+    EXPECT_EQ(Text(), "cexy[z]");
+    EXPECT_EQ(SLink::Observe(list).places, (std::vector<std::uint64_t>{2, 4, 0, 3, 1}));
+}
+
+TEST_F(SLinkListSlots, RefusedPositionReturnsTheSlot)
+{
+    Build("a[b]");
+    const Observed before = SLink::Observe(list);
+    g_fills.clear();
+    EXPECT_EQ(XELP_SLinkList_Insert(list, User('x'), static_cast<SLink::Position>(5)),
+              XELP_ERR_SLL_INVALID_PARA);
+    EXPECT_EQ(SLink::Observe(list), before);
+    EXPECT_EQ(g_fills, (std::vector<Fill>{{16, 0, 16}}));
+}
+
+TEST_F(SLinkListSlots, AreWipedWhenReturned)
+{
+    Build("a[b]c");
+    for (const Call &call : {kRemoveCurNode, kDeleteHeadNode, kRemoveTailNode}) {
+        g_fills.clear();
+        EXPECT_EQ(Status(call), 0U);
+        EXPECT_EQ(g_fills, (std::vector<Fill>{{16, 0, 16}})) << call.pszName;
+    }
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(SLinkListSlots, TakenAndReturnedByHand)
+{
+    EXPECT_EQ(SLinkList_Remove_FreeNode(nullptr), kNone);
+    EXPECT_EQ(SLinkList_Insert_FreeNode(nullptr, 0), XELP_ERR_SLL_INVALID_PARA);
+
+    Build("a[b]");
+    const Observed before = SLink::Observe(list);
+    for (const QAL_UINT32 ulNode : {SLink::kCapacity, SLink::kCapacity + 1, 0x80000000U, kNone}) {
+        EXPECT_EQ(SLinkList_Insert_FreeNode(list, ulNode), XELP_ERR_SLL_INVALID_PARA) << ulNode;
+    }
+    EXPECT_EQ(SLink::Observe(list), before);
+
+    for (QAL_UINT32 i = 2; i < SLink::kCapacity; ++i) {
+        ASSERT_EQ(SLinkList_Remove_FreeNode(list), i);
+        EXPECT_EQ(Head().ulUseNum, i + 1);
+        EXPECT_EQ(Head().pstruBase[i].ulPNode, kNone);
+        EXPECT_EQ(Head().pstruBase[i].ulNNode, kNone);
+    }
+    EXPECT_EQ(SLinkList_Remove_FreeNode(list), kNone);
+    EXPECT_EQ(Head().ulUseNum, SLink::kCapacity);
+    EXPECT_EQ(XELP_SLinkList_Insert(list, User('x'), SLink::kAfterLast), XELP_ERR_SLL_FULL);
+
+    for (QAL_UINT32 i = SLink::kCapacity; i-- > 2;) {
+        Head().pstruBase[i].pstruUserNode = User('u'); // whatever a caller left there
+        g_fills.clear();
+        EXPECT_EQ(SLinkList_Insert_FreeNode(list, i), 0U);
+        EXPECT_EQ(g_fills, (std::vector<Fill>{{16, 0, 16}}));
+    }
+    EXPECT_EQ(SLink::Observe(list), before);
+}
+
+TEST_F(SLinkListSlots, TakenByHandTheListIsEmpty)
+{
+    Build("");
+    ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // counted, but no element
+    const SLinkList_S_Head before = Head();
+    const struct {
+        Call call;
+        char chResult;
+    } aCase[] = {
+        {kGetCurNode, '?'},     {kPriorPtr, '?'},       {kNextPtr, '?'},
+        {kGetPriorNode, '?'},   {kGetNextNode, '?'},    {kRemoveCurNode, '?'},
+        {kDeleteCurNode, '?'},  {kGetHeadNode, '-'},    {kGetTailNode, '-'},
+        {kRemoveHeadNode, '-'}, {kRemoveTailNode, '-'}, {kDeleteHeadNode, '?'},
+        {kDeleteTailNode, '?'},
+    };
+    for (const auto &c : aCase) {
+        EXPECT_EQ(Status(c.call), XELP_ERR_SLL_NULL) << c.call.pszName;
+        EXPECT_EQ(chResult, c.chResult) << c.call.pszName;
+    }
+    EXPECT_EQ(Status(kSetCurPtr), 0U);
+    const char ch = 'a';
+    void *pResult = User(kUntouched);
+    EXPECT_EQ(XELP_SLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_SLL_FIND);
+    EXPECT_EQ(Letter(pResult), kNull);
+    EXPECT_EQ(XELP_SLinkList_Delete(list, &ch, nullptr), XELP_ERR_SLL_FIND);
+    Walker<SLink> walker;
+    EXPECT_EQ(walker.Walk(list), 0U);
+    EXPECT_EQ(walker.visited, "");
+    QAL_UINT32 ulCount = 0;
+    EXPECT_EQ(XELP_SLinkList_Get_NodeNumber(list, &ulCount), 0U);
+    EXPECT_EQ(ulCount, 1U);
+    EXPECT_EQ(std::memcmp(&before, &Head(), sizeof before), 0);
+
+    // The first element goes into the empty list, whatever the count.
+    EXPECT_EQ(XELP_SLinkList_Insert(list, User('a'), XELP_SLL_Insert_BUTT), 0U);
+    EXPECT_EQ(Head().ulFirstNode, 1U);
+    EXPECT_EQ(Head().ulUseNum, 2U);
+    EXPECT_EQ(XELP_SLinkList_Deinit(list, SLink::kYes), 0U);
+    list = nullptr;
+    EXPECT_EQ(g_released, "a");
+}
+
+TEST_F(SLinkListSlots, ReturnedTooOftenTheListIsEmpty)
+{
+    Build("[a]");
+    ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // free already
+    EXPECT_EQ(Head().ulUseNum, 0U);
+    for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode,
+                             kRemoveCurNode, kDeleteCurNode}) {
+        EXPECT_EQ(Status(call), XELP_ERR_SLL_NULL) << call.pszName;
+        EXPECT_EQ(chResult, kUntouched) << call.pszName;
+    }
+    const char ch = 'a';
+    void *pResult = User(kUntouched);
+    EXPECT_EQ(XELP_SLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_SLL_NULL);
+    EXPECT_EQ(Letter(pResult), kNull);
+    EXPECT_EQ(Walker<SLink>().Walk(list), XELP_ERR_SLL_NULL);
+    EXPECT_EQ(Status(kGetHeadNode), 0U); // the ends are still there
+    EXPECT_EQ(chResult, 'a');
+    EXPECT_EQ(XELP_SLinkList_Deinit(list, SLink::kYes), 0U);
+    list = nullptr;
+    EXPECT_EQ(g_released, "");
+}
+
+/// Whatever is taken and returned by hand, no call leaves the block or follows a missing link.
+TEST_F(SLinkListSlots, ByHandAtRandomNothingLeavesTheBlock)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const Call aCall[] = {kSetCurPtr,      kGetCurNode,     kPriorPtr,       kNextPtr,
+                          kGetPriorNode,   kGetNextNode,    kGetHeadNode,    kGetTailNode,
+                          kRemoveCurNode,  kRemoveHeadNode, kRemoveTailNode, kDeleteCurNode,
+                          kDeleteHeadNode, kDeleteTailNode};
+    for (int iRun = 0; iRun < 300 && !HasFailure(); ++iRun) {
+        Build("ab[c]");
+        for (int i = 0; i < 60; ++i) {
+            switch (random.UpTo(3)) {
+                case 0:
+                    SLinkList_Remove_FreeNode(list);
+                    break;
+                case 1:
+                    SLinkList_Insert_FreeNode(list, static_cast<QAL_UINT32>(random.UpTo(12)));
+                    break;
+                case 2:
+                    XELP_SLinkList_Insert(list, User('x'),
+                                          static_cast<SLink::Position>(random.UpTo(4)));
+                    break;
+                default:
+                    Status(aCall[random.UpTo(std::size(aCall) - 1)]);
+            }
+            for (const QAL_UINT32 ulNode :
+                 {Head().ulFirstNode, Head().ulLastNode, Head().ulNow, Head().ulFirstNoUseNode}) {
+                EXPECT_TRUE(ulNode == kNone || ulNode < SLink::kCapacity) << ulNode;
+            }
+        }
+    }
+}
+
+// ---- what is taken for empty ----
+
+using SLinkListEmptiness = SLinkListTest;
+
+TEST_F(SLinkListEmptiness, IsTestedByTheStatedField)
+{
+    Build("a[b]c");
+    Head().ulFirstNode = kNone;
+    for (const Call &call : {kGetHeadNode, kRemoveHeadNode, kDeleteHeadNode}) {
+        EXPECT_EQ(Status(call), XELP_ERR_SLL_NULL) << call.pszName;
+    }
+    EXPECT_EQ(Walker<SLink>().Walk(list), 0U);
+    Head().ulFirstNode = 0;
+
+    Head().ulLastNode = kNone;
+    for (const Call &call : {kGetTailNode, kRemoveTailNode, kDeleteTailNode}) {
+        EXPECT_EQ(Status(call), XELP_ERR_SLL_NULL) << call.pszName;
+    }
+    Head().ulLastNode = 2;
+    EXPECT_EQ(Text(), "a[b]c");
+}
+
+// ---- teardown ----
+
+using SLinkListTeardown = SLinkListTest;
+
+TEST_F(SLinkListTeardown, ClearsEachSlotAndReleasesTheOneBlockLast)
+{
+    Build("[a]bc");
+    platform.StartRecording();
+    const void *const pBlock = list;
+    g_onRelease = [&](char ch) {
+        EXPECT_TRUE(platform.Events().empty());
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(Head().pstruBase[i].pstruUserNode == nullptr, i < ch - 'a');
+        }
+    };
+    EXPECT_EQ(XELP_SLinkList_Deinit(list, SLink::kYes), 0U);
+    list = nullptr;
+    EXPECT_EQ(g_released, "abc");
+    EXPECT_EQ(MemoryCalls(platform, kFile), "setNull");
+    EXPECT_EQ(platform.Events().at(0).pBlock, pBlock);
+}
+
+} // namespace
+} // namespace wyx::test
+
+/// Takes the place of the adapter's, to note what it is asked for.
+extern "C" QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte,
+                                  QAL_ULONG ulCount)
+{
+    wyx::test::g_fills.push_back({ulDestMax, lByte, ulCount});
+    std::memset(pDest, lByte, ulCount);
+    return 0;
+}
