@@ -8,6 +8,7 @@
 #include "wyx_commlib/base64.h"
 #include "wyx_commlib/crc.h"
 #include "wyx_commlib/dlink.h"
+#include "wyx_commlib/hash.h"
 #include "wyx_commlib/ini_parser.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
 #include "wyx_commlib/md5.h"

@@ -1,0 +1,316 @@
+// Chained hash table in one block, the head and behind it the buckets, plus a chain node for each
+// entry. Entries are found as the link that leads to them, so that taking one out needs no more.
+#include "wyx_commlib/hash.h"
+
+#include "bounded.h"
+#include "os_adapter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+static_assert(sizeof(xelpHashErrCode) == 4 && XELP_ERR_HASH_INVALID_PARA == 10 &&
+                  XELP_ERR_HASH_MEMORY == 20 && XELP_ERR_HASH_FIND == 30 &&
+                  XELP_ERR_HASH_HEAD == 40 && XELP_ERR_HASH_TAIL == 50 &&
+                  XELP_ERR_HASH_NULL == 60 && XELP_ERR_HASH_BREAK == 70 &&
+                  XELP_ERR_HASH_HASHVALUE == 80 && XELP_ERR_HASH_RESAVE == 90 &&
+                  XELP_ERR_HASH_NOW_NULL == 100 && XELP_ERR_HASH_BUTT == 110,
+              "statuses are ABI");
+static_assert(sizeof(XELP_E_HASH_FreeUserNode) == 4 && XELP_HASH_FreeUserNode_Yes == 0 &&
+                  XELP_HASH_FreeUserNode_No == 1 && XELP_HASH_FreeUserNode_BUTT == 2,
+              "flags are ABI");
+static_assert(sizeof(Hash_S_Node) == 24 && offsetof(Hash_S_Node, pstruKey) == 0 &&
+                  offsetof(Hash_S_Node, pstruUserNode) == 8 &&
+                  offsetof(Hash_S_Node, pstruNNode) == 16,
+              "the chain node is ABI");
+static_assert(sizeof(Hash_S_Head) == 56 && offsetof(Hash_S_Head, ulHashSize) == 0 &&
+                  offsetof(Hash_S_Head, ulNodeNum) == 4 && offsetof(Hash_S_Head, pstruBase) == 8 &&
+                  offsetof(Hash_S_Head, pfunHashFun) == 16 &&
+                  offsetof(Hash_S_Head, pfunCmpNode) == 24 &&
+                  offsetof(Hash_S_Head, pfunFreeKey) == 32 &&
+                  offsetof(Hash_S_Head, pfunFreeNode) == 40 &&
+                  offsetof(Hash_S_Head, pstruNow) == 48,
+              "the head is ABI");
+
+using Head = Hash_S_Head;
+using Node = Hash_S_Node;
+
+/// The most buckets that a block can hold whose size has 32 bits; the header names the number.
+constexpr QAL_UINT32 kMaxHashSize = (0xFFFFFFFF - sizeof(Head)) / sizeof(Node *);
+static_assert(kMaxHashSize == 536870904);
+
+/// The bucket a key belongs to; null if the hash function fails.
+Node **FindBucket(const Head &head, void *pKey)
+{
+    QAL_UINT32 ulValue = 0;
+    if (head.pfunHashFun(pKey, &ulValue) != 0) {
+        return nullptr;
+    }
+    return &head.pstruBase[ulValue % head.ulHashSize];
+}
+
+/// The link that leads to the entry of a key, in a chain; at its end, where a link leads nowhere,
+/// if there is none.
+Node **FindKey(const Head &head, Node **ppLink, void *pKey)
+{
+    while (*ppLink != nullptr && head.pfunCmpNode(pKey, (*ppLink)->pstruKey) != 0) {
+        ppLink = &(*ppLink)->pstruNNode;
+    }
+    return ppLink;
+}
+
+/// The link that leads to an entry, in a chain; at its end if the entry is not in it.
+Node **FindNode(Node **ppLink, const Node *pNode)
+{
+    while (*ppLink != nullptr && *ppLink != pNode) {
+        ppLink = &(*ppLink)->pstruNNode;
+    }
+    return ppLink;
+}
+
+/// Checks the arguments of a keyed call in the documented order and finds the link to the entry.
+QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node **&ppLink)
+{
+    if (pstruHashHead == nullptr || pKeyValue == nullptr || ppUserNode == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHashHead);
+    if (head.ulNodeNum == 0) {
+        return XELP_ERR_HASH_NULL;
+    }
+    Node **const ppBucket = FindBucket(head, pKeyValue);
+    if (ppBucket == nullptr) {
+        return XELP_ERR_HASH_HASHVALUE;
+    }
+    ppLink = FindKey(head, ppBucket, pKeyValue);
+    return *ppLink != nullptr ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
+}
+
+void Release(void *pBlock, QAL_UINT32 ulLine = __builtin_LINE())
+{
+    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
+}
+
+/// Takes the entry a link leads to out of its chain and gives its user node.
+void Unlink(Head &head, Node **ppLink, void **ppUserNode)
+{
+    Node *const pNode = *ppLink;
+    *ppLink = pNode->pstruNNode;
+    // Kept: the cursor ends with the chain and never goes to the next bucket
+    // (HashCursor.RemovalStaysInTheBucket).
+    head.pstruNow = pNode->pstruNNode;
+    head.pfunFreeKey(pNode->pstruKey);
+    pNode->pstruKey = nullptr;
+    *ppUserNode = pNode->pstruUserNode;
+    Release(pNode);
+    --head.ulNodeNum;
+}
+
+/// The second half of every Delete: releases what its Remove has handed over.
+QAL_UINT32 FreeRemoved(void *pstruHashHead, void *pUserNode, QAL_UINT32 ulStatus)
+{
+    if (pUserNode != nullptr) {
+        static_cast<const Head *>(pstruHashHead)->pfunFreeNode(pUserNode);
+    }
+    return ulStatus;
+}
+
+} // namespace
+
+extern "C" {
+
+QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfunHash,
+                          XELP_Hash_NodeCmp pfunNodeCmp, XELP_Hash_FreeKey pfunFreeKey,
+                          XELP_Hash_FreeNode pfunFreeNode, void **pstruHashHead)
+{
+    if (pstruHashHead == nullptr || ulHashSize == 0 || pfunHash == nullptr ||
+        pfunNodeCmp == nullptr || pfunFreeKey == nullptr || pfunFreeNode == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    // Kept: the size wraps in 32 bits and is requested all the same
+    // (HashInit.WrappedSizeIsRequestedAndReportedAsMemory).
+    constexpr QAL_UINT32 kHeadSize = sizeof(Head);
+    constexpr QAL_UINT32 kBucketSize = sizeof(Node *);
+    void *const pBlock =
+        XELP_MemMallocS(kHeadSize + ulHashSize * kBucketSize, 0, __LINE__, __FILE__);
+    if (pBlock == nullptr) {
+        return XELP_ERR_HASH_MEMORY;
+    }
+    if (ulHashSize > kMaxHashSize) {
+        XELP_MemFreeD(pBlock, __LINE__, __FILE__);
+        return XELP_ERR_HASH_MEMORY;
+    }
+    auto *const pHead = static_cast<Head *>(pBlock);
+    pHead->ulHashSize = ulHashSize;
+    pHead->pstruBase = reinterpret_cast<Node **>(pHead + 1);
+    pHead->pfunHashFun = pfunHash;
+    pHead->pfunCmpNode = pfunNodeCmp;
+    pHead->pfunFreeKey = pfunFreeKey;
+    pHead->pfunFreeNode = pfunFreeNode;
+    *pstruHashHead = pHead;
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag)
+{
+    if (pstruHashHead == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    const Head &head = *static_cast<const Head *>(pstruHashHead);
+    for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
+        for (Node *pNode = head.pstruBase[i]; pNode != nullptr;) {
+            // Kept: with any other flag the key copies are not released either
+            // (HashDeInit.AnotherFlagCallsNeitherCallback).
+            if (enFlag == XELP_HASH_FreeUserNode_Yes) {
+                head.pfunFreeKey(pNode->pstruKey);
+                head.pfunFreeNode(pNode->pstruUserNode);
+            }
+            Node *const pNext = pNode->pstruNNode;
+            Release(pNode);
+            pNode = pNext;
+        }
+    }
+    Release(pstruHashHead);
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_UINT32 ulKeyLen,
+                              void *pstruNode)
+{
+    if (pstruHashHead == nullptr || pKeyValue == nullptr || pstruNode == nullptr || ulKeyLen == 0) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHashHead);
+    Node **const ppBucket = FindBucket(head, pKeyValue);
+    if (ppBucket == nullptr) {
+        return XELP_ERR_HASH_HASHVALUE;
+    }
+    if (*FindKey(head, ppBucket, pKeyValue) != nullptr) {
+        return XELP_ERR_HASH_RESAVE;
+    }
+    void *const pKey = XELP_MemMallocS(ulKeyLen, 0, __LINE__, __FILE__);
+    if (pKey == nullptr) {
+        return XELP_ERR_HASH_MEMORY;
+    }
+    wyx_memcpy_s(pKey, ulKeyLen, pKeyValue, ulKeyLen);
+    auto *const pNode = static_cast<Node *>(XELP_MemMallocS(sizeof(Node), 0, __LINE__, __FILE__));
+    if (pNode == nullptr) {
+        XELP_MemFreeD(pKey, __LINE__, __FILE__);
+        return XELP_ERR_HASH_MEMORY;
+    }
+    pNode->pstruKey = pKey;
+    pNode->pstruUserNode = pstruNode;
+    pNode->pstruNNode = *ppBucket;
+    *ppBucket = pNode;
+    ++head.ulNodeNum;
+    head.pstruNow = pNode;
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pstruNode)
+{
+    Node **ppLink = nullptr;
+    const QAL_UINT32 ulStatus = Search(pstruHashHead, pKeyValue, pstruNode, ppLink);
+    if (ulStatus == 0) {
+        Unlink(*static_cast<Head *>(pstruHashHead), ppLink, pstruNode);
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_Hash_RemoveNode(pstruHashHead, pKeyValue, &pUserNode);
+    return FreeRemoved(pstruHashHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
+{
+    if (pstruHashHead == nullptr || pstruNode == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    *pstruNode = nullptr;
+    Head &head = *static_cast<Head *>(pstruHashHead);
+    if (head.pstruNow == nullptr) {
+        return XELP_ERR_HASH_NOW_NULL;
+    }
+    Node **const ppBucket = FindBucket(head, head.pstruNow->pstruKey);
+    if (ppBucket == nullptr) {
+        return XELP_ERR_HASH_HASHVALUE;
+    }
+    Node **const ppLink = FindNode(ppBucket, head.pstruNow);
+    // Kept: no error where the hash function has changed its mind
+    // (HashRemoveCurNode.EntryNotInItsBucketGivesSuccessAndNull).
+    if (*ppLink != nullptr) {
+        Unlink(head, ppLink, pstruNode);
+    }
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_DeleteCurNode(void *pstruHashHead)
+{
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = XELP_Hash_RemoveCurNode(pstruHashHead, &pUserNode);
+    return FreeRemoved(pstruHashHead, pUserNode, ulStatus);
+}
+
+QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, void **pstruNode)
+{
+    Node **ppLink = nullptr;
+    const QAL_UINT32 ulStatus = Search(pstruHashHead, pKeyValue, pstruNode, ppLink);
+    if (ulStatus == 0) {
+        *pstruNode = (*ppLink)->pstruUserNode;
+        static_cast<Head *>(pstruHashHead)->pstruNow = *ppLink;
+    }
+    return ulStatus;
+}
+
+QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfunProcess,
+                                  void *pProcessCondition, void **pOther)
+{
+    if (pstruHashHead == nullptr || pfunProcess == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    Head &head = *static_cast<Head *>(pstruHashHead);
+    if (head.ulNodeNum == 0) {
+        return XELP_ERR_HASH_NULL;
+    }
+    for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
+        Node *pNode = head.pstruBase[i];
+        while (pNode != nullptr) {
+            // Kept as a number: the callback may release the node, and only its address counts
+            // then.
+            const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
+            head.pstruNow = pNode;
+            if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {
+                return XELP_ERR_HASH_BREAK;
+            }
+            pNode = head.pstruNow;
+            if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
+                pNode = pNode->pstruNNode;
+            }
+        }
+    }
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_Get_ListSize(void *pstruHashHead, QAL_UINT32 *ulListSize)
+{
+    if (pstruHashHead == nullptr || ulListSize == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    *ulListSize = static_cast<const Head *>(pstruHashHead)->ulHashSize;
+    return 0;
+}
+
+QAL_UINT32 XELP_Hash_Get_NodeNumber(void *pstruHashHead, QAL_UINT32 *ulTotalNum)
+{
+    if (pstruHashHead == nullptr || ulTotalNum == nullptr) {
+        return XELP_ERR_HASH_INVALID_PARA;
+    }
+    *ulTotalNum = static_cast<const Head *>(pstruHashHead)->ulNodeNum;
+    return 0;
+}
+
+} // extern "C"

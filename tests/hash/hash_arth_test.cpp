@@ -1,0 +1,1187 @@
+// The hash table, through its header and behind its handle.
+//
+// Keys are strings of one letter, and so are user nodes; the hash value of a letter is its place in
+// the alphabet, 'a' being 0. A table is written bucket by bucket, each from its newest entry to its
+// oldest, with the cursor in brackets: three buckets after saving a, b and d are "[d]a|b|".
+#include "wyx_commlib/hash.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "bounded.h"
+#include "os_adapter.h"
+#include "platform_double.h"
+#include "random.h"
+
+namespace wyx::test {
+namespace {
+
+constexpr char kFile[] = "src/commlib/hash/source/hash_arth.cpp";
+constexpr char kUntouched = '?'; // what a result holds before a call
+constexpr char kNull = '-';
+
+// ---- user nodes, keys and callbacks ----
+
+char g_letters[128];
+std::string g_calls;                         // "h" hash, "=" comparison, "k" and "n" releases
+std::function<void(char, char)> g_onRelease; // what a release does besides: "k" or "n", the letter
+QAL_UINT32 g_hashStatus = 0;                 // what the hash function returns
+QAL_UINT32 g_hashBase = 0;                   // what it adds to each value
+
+struct Copy {
+    const void *pDest;
+    QAL_ULONG ulDestMax;
+    const void *pSrc;
+    QAL_ULONG ulCount;
+};
+std::vector<Copy> g_copies; // what wyx_memcpy_s() was asked for
+
+/// The user node of a letter.
+void *User(char ch)
+{
+    char *const pch = &g_letters[static_cast<unsigned char>(ch)];
+    *pch = ch;
+    return pch;
+}
+
+/// The first letter of a user node or a key, kUntouched or kNull.
+char Letter(const void *p)
+{
+    return p == nullptr ? kNull : *static_cast<const char *>(p);
+}
+
+QAL_UINT32 HashLetter(void *pKey, QAL_UINT32 *pulHash)
+{
+    g_calls += std::string{'h', Letter(pKey), ' '};
+    if (g_hashStatus != 0) {
+        return g_hashStatus;
+    }
+    *pulHash = g_hashBase + static_cast<QAL_UINT32>(Letter(pKey) - 'a');
+    return 0;
+}
+
+QAL_UINT32 CompareLetters(void *pKey, void *pStored)
+{
+    g_calls += std::string{Letter(pKey), '=', Letter(pStored), ' '};
+    return Letter(pKey) == Letter(pStored) ? 0U : 0x80000000U;
+}
+
+void ReleaseKey(void *pStored)
+{
+    const char ch = Letter(pStored);
+    g_calls += std::string{'k', ch, ' '};
+    if (g_onRelease) {
+        g_onRelease('k', ch);
+    }
+    XELP_MemFreeD(pStored, 1, "the test");
+}
+
+void ReleaseNode(void *pUserNode)
+{
+    g_calls += std::string{'n', Letter(pUserNode), ' '};
+    if (g_onRelease) {
+        g_onRelease('n', Letter(pUserNode));
+    }
+}
+
+/// A key of one letter. The library takes keys as not constant, and never writes to them.
+struct Key {
+    explicit Key(char ch) : szText{ch, '\0'} {}
+    char szText[2];
+};
+
+class HashTest : public PlatformTest {
+  protected:
+    void SetUp() override
+    {
+        PlatformTest::SetUp();
+        g_calls.clear();
+        g_copies.clear();
+        g_onRelease = nullptr;
+        g_hashStatus = 0;
+        g_hashBase = 0;
+    }
+
+    void TearDown() override
+    {
+        Drop();
+        PlatformTest::TearDown();
+    }
+
+    void Drop()
+    {
+        if (table != nullptr) {
+            g_onRelease = nullptr;
+            EXPECT_EQ(XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes), 0U);
+            table = nullptr;
+        }
+    }
+
+    QAL_UINT32 Init(QAL_UINT32 ulHashSize, void **ppTable)
+    {
+        return XELP_Hash_Init(ulHashSize, HashLetter, CompareLetters, ReleaseKey, ReleaseNode,
+                              ppTable);
+    }
+
+    QAL_UINT32 Save(char ch)
+    {
+        Key key(ch);
+        const QAL_UINT32 ulStatus = XELP_Hash_SaveNode(table, key.szText, 2, User(ch));
+        key.szText[0] = '!'; // the table has a copy
+        return ulStatus;
+    }
+
+    QAL_UINT32 Query(char ch)
+    {
+        void *pResult = User(kUntouched);
+        const QAL_UINT32 ulStatus = XELP_Hash_QueryNode(table, Key(ch).szText, &pResult);
+        chResult = Letter(pResult);
+        return ulStatus;
+    }
+
+    QAL_UINT32 Remove(char ch)
+    {
+        void *pResult = User(kUntouched);
+        const QAL_UINT32 ulStatus = XELP_Hash_RemoveNode(table, Key(ch).szText, &pResult);
+        chResult = Letter(pResult);
+        return ulStatus;
+    }
+
+    QAL_UINT32 RemoveCur()
+    {
+        void *pResult = User(kUntouched);
+        const QAL_UINT32 ulStatus = XELP_Hash_RemoveCurNode(table, &pResult);
+        chResult = Letter(pResult);
+        return ulStatus;
+    }
+
+    /// Makes the table anew and saves the letters in their order; the cursor goes to @p chCursor.
+    void Build(QAL_UINT32 ulHashSize, std::string_view letters, char chCursor = '\0')
+    {
+        Drop();
+        ASSERT_EQ(Init(ulHashSize, &table), 0U);
+        for (const char ch : letters) {
+            ASSERT_EQ(Save(ch), 0U);
+        }
+        if (chCursor != '\0') {
+            ASSERT_EQ(Query(chCursor), 0U);
+        }
+        g_calls.clear();
+        g_copies.clear();
+    }
+
+    Hash_S_Head &Head() { return *static_cast<Hash_S_Head *>(table); }
+
+    /// Reads the table behind the handle and checks all of it that its text does not show.
+    std::string Text()
+    {
+        const Hash_S_Head &head = Head();
+        EXPECT_EQ(static_cast<const void *>(head.pstruBase), &head + 1);
+        EXPECT_EQ(head.pfunHashFun, HashLetter);
+        EXPECT_EQ(head.pfunCmpNode, CompareLetters);
+        EXPECT_EQ(head.pfunFreeKey, ReleaseKey);
+        EXPECT_EQ(head.pfunFreeNode, ReleaseNode);
+        std::string text;
+        QAL_UINT32 ulCount = 0;
+        bool hasCursor = false;
+        for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
+            text += i == 0 ? "" : "|";
+            for (const Hash_S_Node *p = head.pstruBase[i]; p != nullptr; p = p->pstruNNode) {
+                const char ch = Letter(p->pstruUserNode);
+                EXPECT_EQ(static_cast<const char *>(p->pstruKey), std::string{ch});
+                EXPECT_EQ(static_cast<QAL_UINT32>(ch - 'a') % head.ulHashSize, i);
+                hasCursor = hasCursor || p == head.pstruNow;
+                text += p == head.pstruNow ? std::string{'[', ch, ']'} : std::string{ch};
+                ++ulCount;
+            }
+        }
+        EXPECT_EQ(head.ulNodeNum, ulCount);
+        EXPECT_EQ(hasCursor, head.pstruNow != nullptr);
+        return text;
+    }
+
+    /// The memory calls of the record: those of the table by their kind, those of a callback "key".
+    std::string MemoryCalls() const
+    {
+        std::string text;
+        for (const Event &event : platform.Events()) {
+            text += text.empty() ? "" : ", ";
+            text += event.file != kFile    ? "key"
+                    : event.what != "free" ? event.what + " " + std::to_string(event.size)
+                    : event.setsNull       ? "setNull"
+                                           : "freeD";
+        }
+        return text;
+    }
+
+    void *table = nullptr;
+    char chResult = kUntouched; ///< the letter of the result of the last call that has one
+};
+
+// ---- Init ----
+
+using HashInit = HashTest;
+
+TEST_F(HashInit, MakesAnEmptyTable)
+{
+    for (const QAL_UINT32 ulHashSize : {1U, 2U, 3U, 1000U}) {
+        SCOPED_TRACE(ulHashSize);
+        platform.StartRecording();
+        ASSERT_EQ(Init(ulHashSize, &table), 0U);
+        EXPECT_EQ(MemoryCalls(), "S " + std::to_string(56 + 8 * ulHashSize));
+        EXPECT_EQ(Text(), std::string(ulHashSize - 1, '|'));
+        QAL_UINT32 ulSize = 0;
+        QAL_UINT32 ulCount = 9;
+        EXPECT_EQ(XELP_Hash_Get_ListSize(table, &ulSize), 0U);
+        EXPECT_EQ(ulSize, ulHashSize);
+        EXPECT_EQ(XELP_Hash_Get_NodeNumber(table, &ulCount), 0U);
+        EXPECT_EQ(ulCount, 0U);
+        Drop();
+    }
+    EXPECT_EQ(g_calls, "");
+}
+
+TEST_F(HashInit, NullOrZeroArgumentIsRefused)
+{
+    void *pTable = User(kUntouched);
+    platform.StartRecording();
+    EXPECT_EQ(Init(3, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(Init(0, &pTable), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_Init(3, nullptr, CompareLetters, ReleaseKey, ReleaseNode, &pTable),
+              XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_Init(3, HashLetter, nullptr, ReleaseKey, ReleaseNode, &pTable),
+              XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_Init(3, HashLetter, CompareLetters, nullptr, ReleaseNode, &pTable),
+              XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_Init(3, HashLetter, CompareLetters, ReleaseKey, nullptr, &pTable),
+              XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(Letter(pTable), kUntouched);
+    EXPECT_EQ(MemoryCalls(), "");
+}
+
+TEST_F(HashInit, WithoutMemoryLeavesTheHandle)
+{
+    void *pTable = User(kUntouched);
+    platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(Init(3, &pTable), XELP_ERR_HASH_MEMORY);
+    EXPECT_EQ(Letter(pTable), kUntouched);
+}
+
+TEST_F(HashInit, WrappedSizeIsRequestedAndReportedAsMemory)
+{
+    const struct {
+        QAL_UINT32 ulHashSize;
+        const char *pszCalls;
+    } aCase[] = {
+        {536870905, "S 0, freeD"},   // the first that wraps
+        {536870906, "S 8, freeD"},   //
+        {0x20000000, "S 56, freeD"}, // the head alone
+        {0x20000001, "S 64, freeD"}, // and one bucket
+        {0x40000000, "S 56, freeD"}, // wraps twice
+        {0xFFFFFFFF, "S 48, freeD"}, // less than the head
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(c.ulHashSize);
+        void *pTable = User(kUntouched);
+        platform.StartRecording();
+        EXPECT_EQ(Init(c.ulHashSize, &pTable), XELP_ERR_HASH_MEMORY);
+        EXPECT_EQ(MemoryCalls(), c.pszCalls);
+        EXPECT_EQ(Letter(pTable), kUntouched);
+        EXPECT_EQ(platform.LiveBlocks(), 0U);
+    }
+}
+
+TEST_F(HashInit, LargestSizeIsRequestedWhole)
+{
+    void *pTable = User(kUntouched);
+    platform.StartRecording();
+    platform.Fail(Service::kAllocate, 1); // 4 GiB are too much for a test
+    EXPECT_EQ(Init(536870904, &pTable), XELP_ERR_HASH_MEMORY);
+    EXPECT_EQ(MemoryCalls(), "S 4294967288");
+    EXPECT_EQ(Letter(pTable), kUntouched);
+}
+
+// ---- DeInit ----
+
+using HashDeInit = HashTest;
+
+TEST_F(HashDeInit, NullIsRefused)
+{
+    EXPECT_EQ(XELP_Hash_DeInit(nullptr, XELP_HASH_FreeUserNode_Yes), XELP_ERR_HASH_INVALID_PARA);
+}
+
+TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
+{
+    Build(3, "bacdef"); // "fc" is in the third bucket, "eb" in the second, "da" in the first
+    ASSERT_EQ(Text(), "da|eb|[f]c");
+    platform.StartRecording();
+    g_onRelease = [&](char chWhat, char) {
+        const auto ended =
+            std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
+        // before each entry's key goes all earlier ones are gone, each with a key and a node
+        EXPECT_EQ(platform.Events().size(),
+                  2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
+    };
+    EXPECT_EQ(XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes), 0U);
+    table = nullptr;
+    EXPECT_EQ(g_calls, "kd nd ka na ke ne kb nb kf nf kc nc ");
+    EXPECT_EQ(MemoryCalls(),
+              "key, setNull, key, setNull, key, setNull, key, setNull, key, setNull, "
+              "key, setNull, setNull");
+}
+
+TEST_F(HashDeInit, AnotherFlagCallsNeitherCallback)
+{
+    for (const QAL_UINT32 ulFlag : {1U, 2U, 3U, 0xFFFFFFFFU}) {
+        SCOPED_TRACE(ulFlag);
+        Build(3, "adb");
+        std::vector<void *> keys;
+        for (QAL_UINT32 i = 0; i < 3; ++i) {
+            for (const Hash_S_Node *p = Head().pstruBase[i]; p != nullptr; p = p->pstruNNode) {
+                keys.push_back(p->pstruKey);
+            }
+        }
+        platform.StartRecording();
+        EXPECT_EQ(XELP_Hash_DeInit(table, static_cast<XELP_E_HASH_FreeUserNode>(ulFlag)), 0U);
+        table = nullptr;
+        EXPECT_EQ(g_calls, "");
+        EXPECT_EQ(MemoryCalls(), "setNull, setNull, setNull, setNull");
+        EXPECT_EQ(platform.LiveBlocks(), 3U); // the key copies
+        for (void *const pKey : keys) {
+            XELP_MemFreeD(pKey, 1, "the test");
+        }
+    }
+}
+
+TEST_F(HashDeInit, EmptyTable)
+{
+    for (const QAL_UINT32 ulFlag : {0U, 1U}) {
+        Build(2, "");
+        platform.StartRecording();
+        EXPECT_EQ(XELP_Hash_DeInit(table, static_cast<XELP_E_HASH_FreeUserNode>(ulFlag)), 0U);
+        table = nullptr;
+        EXPECT_EQ(MemoryCalls(), "setNull");
+        EXPECT_EQ(g_calls, "");
+    }
+}
+
+// ---- SaveNode ----
+
+using HashSaveNode = HashTest;
+
+TEST_F(HashSaveNode, DoesWhatTheTableSays)
+{
+    const struct {
+        const char *pszSaved;
+        char ch;
+        QAL_UINT32 ulStatus;
+        const char *pszAfter;
+        const char *pszCalls;
+        const char *pszMemory;
+    } aCase[] = {
+        {"", 'a', 0, "[a]||", "ha ", "S 2, S 24"},
+        {"", 'f', 0, "||[f]", "hf ", "S 2, S 24"},
+        {"a", 'b', 0, "a|[b]|", "hb ", "S 2, S 24"},
+        {"a", 'd', 0, "[d]a||", "hd d=a ", "S 2, S 24"},
+        {"adb", 'g', 0, "[g]da|b|", "hg g=d g=a ", "S 2, S 24"},
+        {"adb", 'd', XELP_ERR_HASH_RESAVE, "da|[b]|", "hd d=d ", ""},
+        {"adb", 'a', XELP_ERR_HASH_RESAVE, "da|[b]|", "ha a=d a=a ", ""},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(std::string(c.pszSaved) + " and " + c.ch);
+        Build(3, c.pszSaved);
+        platform.StartRecording();
+        EXPECT_EQ(Save(c.ch), c.ulStatus);
+        EXPECT_EQ(Text(), c.pszAfter);
+        EXPECT_EQ(g_calls, c.pszCalls);
+        EXPECT_EQ(MemoryCalls(), c.pszMemory);
+    }
+}
+
+TEST_F(HashSaveNode, NullOrZeroArgumentIsRefused)
+{
+    Build(3, "a");
+    Key key('b');
+    platform.StartRecording();
+    EXPECT_EQ(XELP_Hash_SaveNode(nullptr, key.szText, 2, User('b')), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_SaveNode(table, nullptr, 2, User('b')), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_SaveNode(table, key.szText, 0, User('b')), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_SaveNode(table, key.szText, 2, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(Text(), "[a]||");
+    EXPECT_EQ(g_calls, "");
+    EXPECT_EQ(MemoryCalls(), "");
+}
+
+TEST_F(HashSaveNode, FailingHashDoesNothingElse)
+{
+    Build(3, "a");
+    platform.StartRecording();
+    for (const QAL_UINT32 ulStatus : {1U, 0x80000000U}) {
+        g_hashStatus = ulStatus;
+        g_calls.clear();
+        EXPECT_EQ(Save('b'), XELP_ERR_HASH_HASHVALUE);
+        EXPECT_EQ(g_calls, "hb ");
+    }
+    EXPECT_EQ(Text(), "[a]||");
+    EXPECT_EQ(MemoryCalls(), "");
+}
+
+TEST_F(HashSaveNode, AnyHashValueIsReducedToABucket)
+{
+    // the largest values, too, as unsigned 32-bit numbers: 0xFFFFFFFF mod 7 is 3
+    g_hashBase = 0xFFFFFFFF;
+    ASSERT_EQ(Init(7, &table), 0U);
+    ASSERT_EQ(Save('a'), 0U); // 0xFFFFFFFF
+    ASSERT_EQ(Save('b'), 0U); // wraps to 0
+    EXPECT_NE(Head().pstruBase[3], nullptr);
+    EXPECT_NE(Head().pstruBase[0], nullptr);
+    EXPECT_EQ(Query('a'), 0U);
+    EXPECT_EQ(chResult, 'a');
+}
+
+TEST_F(HashSaveNode, CopiesTheKeyAsItIs)
+{
+    Build(1, "");
+    char acKey[300];
+    for (std::size_t i = 0; i < sizeof acKey; ++i) {
+        acKey[i] = static_cast<char>('a' + i); // NULs and bytes above 0x7F among them
+    }
+    for (const QAL_UINT32 ulKeyLen : {1U, 2U, 255U, 300U}) {
+        SCOPED_TRACE(ulKeyLen);
+        g_copies.clear();
+        acKey[0] = static_cast<char>('a' + ulKeyLen % 20); // another key each time
+        platform.StartRecording();
+        ASSERT_EQ(XELP_Hash_SaveNode(table, acKey, ulKeyLen, User('u')), 0U);
+        EXPECT_EQ(MemoryCalls(), "S " + std::to_string(ulKeyLen) + ", S 24");
+        const void *const pKey = Head().pstruNow->pstruKey;
+        EXPECT_EQ(std::memcmp(pKey, acKey, ulKeyLen), 0);
+        ASSERT_EQ(g_copies.size(), 1U);
+        EXPECT_EQ(g_copies[0].pDest, pKey);
+        EXPECT_EQ(g_copies[0].ulDestMax, ulKeyLen);
+        EXPECT_EQ(g_copies[0].pSrc, acKey);
+        EXPECT_EQ(g_copies[0].ulCount, ulKeyLen);
+    }
+}
+
+TEST_F(HashSaveNode, EachAllocationFailingInTurn)
+{
+    const char *const apszCalls[] = {"S 2", "S 2, S 24, freeD"};
+    for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 2; ++ulFailAt) {
+        SCOPED_TRACE(ulFailAt);
+        Build(3, "adb", 'd');
+        platform.StartRecording();
+        platform.Fail(Service::kAllocate, ulFailAt);
+        EXPECT_EQ(Save('g'), XELP_ERR_HASH_MEMORY);
+        EXPECT_EQ(Text(), "[d]a|b|");
+        EXPECT_EQ(MemoryCalls(), apszCalls[ulFailAt - 1]);
+        EXPECT_EQ(platform.LiveBlocks(), 7U);
+        EXPECT_EQ(Save('g'), 0U);
+        EXPECT_EQ(Text(), "[g]da|b|");
+    }
+}
+
+// ---- RemoveNode, DeleteNode, QueryNode ----
+
+using HashSearch = HashTest;
+
+TEST_F(HashSearch, DoesWhatTheTableSays)
+{
+    const struct {
+        const char *pszSaved;
+        char chCursor;
+        char ch;
+        QAL_UINT32 ulStatus;
+        const char *pszRemoved; // the table after a removal
+        const char *pszQueried; // the table after a query
+        const char *pszCalls;   // of either, without the releases
+    } aCase[] = {
+        // an empty table is that before the key is hashed
+        {"", '\0', 'a', XELP_ERR_HASH_NULL, "||", "||", ""},
+        {"a", 'a', 'b', XELP_ERR_HASH_FIND, "[a]||", "[a]||", "hb "},
+        {"adb", 'b', 'g', XELP_ERR_HASH_FIND, "da|[b]|", "da|[b]|", "hg g=d g=a "},
+        {"a", 'a', 'a', 0, "||", "[a]||", "ha a=a "},
+        // the newest, a middle one and the oldest of a bucket
+        {"adgb", 'b', 'g', 0, "[d]a|b|", "[g]da|b|", "hg g=g "},
+        {"adgb", 'b', 'd', 0, "g[a]|b|", "g[d]a|b|", "hd d=g d=d "},
+        {"adgb", 'b', 'a', 0, "gd|b|", "gd[a]|b|", "ha a=g a=d a=a "},
+        {"adgb", 'a', 'b', 0, "gda||", "gda|[b]|", "hb b=b "},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(std::string(c.pszSaved) + " for " + c.ch);
+        const char chFound = c.ulStatus == 0 ? c.ch : kUntouched;
+        const std::string keyGone = c.ulStatus == 0 ? std::string{'k', c.ch, ' '} : "";
+        const std::string nodeGone = c.ulStatus == 0 ? std::string{'n', c.ch, ' '} : "";
+
+        Build(3, c.pszSaved, c.chCursor);
+        EXPECT_EQ(Query(c.ch), c.ulStatus);
+        EXPECT_EQ(chResult, chFound);
+        EXPECT_EQ(Text(), c.pszQueried);
+        EXPECT_EQ(g_calls, c.pszCalls);
+
+        Build(3, c.pszSaved, c.chCursor);
+        platform.StartRecording();
+        EXPECT_EQ(Remove(c.ch), c.ulStatus);
+        EXPECT_EQ(chResult, chFound);
+        EXPECT_EQ(Text(), c.pszRemoved);
+        EXPECT_EQ(g_calls, c.pszCalls + keyGone);
+        EXPECT_EQ(MemoryCalls(), c.ulStatus == 0 ? "key, setNull" : "");
+
+        Build(3, c.pszSaved, c.chCursor);
+        platform.StartRecording();
+        EXPECT_EQ(XELP_Hash_DeleteNode(table, Key(c.ch).szText), c.ulStatus);
+        EXPECT_EQ(Text(), c.pszRemoved);
+        EXPECT_EQ(g_calls, c.pszCalls + keyGone + nodeGone);
+        EXPECT_EQ(MemoryCalls(), c.ulStatus == 0 ? "key, setNull" : "");
+    }
+}
+
+TEST_F(HashSearch, NullArgumentIsRefusedFirst)
+{
+    for (const char *const pszSaved : {"", "a"}) {
+        SCOPED_TRACE(pszSaved);
+        Build(3, pszSaved);
+        const std::string before = Text();
+        Key key('a');
+        void *pResult = User(kUntouched);
+        for (const auto pfun : {XELP_Hash_RemoveNode, XELP_Hash_QueryNode}) {
+            EXPECT_EQ(pfun(nullptr, key.szText, &pResult), XELP_ERR_HASH_INVALID_PARA);
+            EXPECT_EQ(pfun(table, nullptr, &pResult), XELP_ERR_HASH_INVALID_PARA);
+            EXPECT_EQ(pfun(table, key.szText, nullptr), XELP_ERR_HASH_INVALID_PARA);
+        }
+        EXPECT_EQ(XELP_Hash_DeleteNode(nullptr, key.szText), XELP_ERR_HASH_INVALID_PARA);
+        EXPECT_EQ(XELP_Hash_DeleteNode(table, nullptr), XELP_ERR_HASH_INVALID_PARA);
+        EXPECT_EQ(Letter(pResult), kUntouched);
+        EXPECT_EQ(Text(), before);
+        EXPECT_EQ(g_calls, "");
+    }
+}
+
+TEST_F(HashSearch, FailingHashDoesNothingElse)
+{
+    Build(3, "adb", 'a');
+    g_hashStatus = 7;
+    EXPECT_EQ(Query('d'), XELP_ERR_HASH_HASHVALUE);
+    EXPECT_EQ(chResult, kUntouched);
+    EXPECT_EQ(Remove('d'), XELP_ERR_HASH_HASHVALUE);
+    EXPECT_EQ(chResult, kUntouched);
+    EXPECT_EQ(XELP_Hash_DeleteNode(table, Key('d').szText), XELP_ERR_HASH_HASHVALUE);
+    EXPECT_EQ(g_calls, "hd hd hd ");
+    EXPECT_EQ(Text(), "d[a]|b|");
+}
+
+TEST_F(HashSearch, ReleasesRunInTheStatedOrder)
+{
+    Build(3, "adgb");
+    const Hash_S_Node *const pRemoved = Head().pstruBase[0]->pstruNNode;
+    ASSERT_EQ(Letter(pRemoved->pstruUserNode), 'd');
+    void *pResult = nullptr;
+    g_onRelease = [&](char chWhat, char ch) {
+        EXPECT_EQ((std::string{chWhat, ch}), "kd");
+        // out of the chain, the cursor moved on, but still counted and held
+        EXPECT_EQ(Letter(Head().pstruBase[0]->pstruNNode->pstruUserNode), 'a');
+        EXPECT_EQ(Letter(Head().pstruNow->pstruUserNode), 'a');
+        EXPECT_EQ(Head().ulNodeNum, 4U);
+        EXPECT_TRUE(platform.SizeOf(pRemoved).has_value());
+        EXPECT_EQ(pResult, nullptr);
+    };
+    EXPECT_EQ(XELP_Hash_RemoveNode(table, Key('d').szText, &pResult), 0U);
+    EXPECT_EQ(Letter(pResult), 'd');
+    EXPECT_EQ(Text(), "g[a]|b|");
+    EXPECT_FALSE(platform.SizeOf(pRemoved).has_value());
+
+    g_onRelease = [&](char chWhat, char) {
+        if (chWhat == 'n') { // all done: it may use the table
+            EXPECT_EQ(Text(), "g|b|");
+            EXPECT_EQ(Save('h'), 0U);
+        }
+    };
+    EXPECT_EQ(XELP_Hash_DeleteNode(table, Key('a').szText), 0U);
+    EXPECT_EQ(Text(), "g|[h]b|");
+}
+
+TEST_F(HashSearch, KeyOfTheEntryItselfWillDo)
+{
+    Build(3, "adg");
+    void *pResult = nullptr;
+    EXPECT_EQ(XELP_Hash_RemoveNode(table, Head().pstruNow->pstruKey, &pResult), 0U);
+    EXPECT_EQ(Letter(pResult), 'g');
+    EXPECT_EQ(Text(), "[d]a||");
+}
+
+// ---- RemoveCurNode, DeleteCurNode ----
+
+using HashRemoveCurNode = HashTest;
+
+TEST_F(HashRemoveCurNode, DoesWhatTheTableSays)
+{
+    const struct {
+        const char *pszSaved;
+        char chCursor;
+        char ch;
+        QAL_UINT32 ulStatus;
+        const char *pszAfter;
+    } aCase[] = {
+        {"", '\0', kNull, XELP_ERR_HASH_NOW_NULL, "||"},
+        {"a", 'a', 'a', 0, "||"},
+        {"adgb", 'g', 'g', 0, "[d]a|b|"},
+        {"adgb", 'd', 'd', 0, "g[a]|b|"},
+        {"adgb", 'a', 'a', 0, "gd|b|"}, // nowhere, not in the next bucket
+        {"adgb", 'b', 'b', 0, "gda||"},
+        {"adgb", '\0', 'b', 0, "gda||"}, // the one saved last
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(std::string(c.pszSaved) + " at " + c.ch);
+        const bool found = c.ulStatus == 0;
+        Build(3, c.pszSaved, c.chCursor);
+        platform.StartRecording();
+        EXPECT_EQ(RemoveCur(), c.ulStatus);
+        EXPECT_EQ(chResult, c.ch);
+        EXPECT_EQ(Text(), c.pszAfter);
+        EXPECT_EQ(g_calls, found ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' '}) : "");
+        EXPECT_EQ(MemoryCalls(), found ? "key, setNull" : "");
+
+        Build(3, c.pszSaved, c.chCursor);
+        EXPECT_EQ(XELP_Hash_DeleteCurNode(table), c.ulStatus);
+        EXPECT_EQ(Text(), c.pszAfter);
+        EXPECT_EQ(g_calls,
+                  found ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' ', 'n', c.ch, ' '}) : "");
+    }
+}
+
+TEST_F(HashRemoveCurNode, NullIsRefused)
+{
+    Build(3, "a");
+    void *pResult = User(kUntouched);
+    EXPECT_EQ(XELP_Hash_RemoveCurNode(nullptr, &pResult), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(Letter(pResult), kUntouched);
+    EXPECT_EQ(XELP_Hash_RemoveCurNode(table, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(XELP_Hash_DeleteCurNode(nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(Text(), "[a]||");
+    EXPECT_EQ(g_calls, "");
+}
+
+TEST_F(HashRemoveCurNode, CursorAtTheEndOfItsBucketIsNowhere)
+{
+    Build(3, "adb");
+    EXPECT_EQ(Remove('a'), 0U);
+    EXPECT_EQ(Text(), "d|b|");
+    EXPECT_EQ(RemoveCur(), XELP_ERR_HASH_NOW_NULL);
+    EXPECT_EQ(chResult, kNull);
+    EXPECT_EQ(XELP_Hash_DeleteCurNode(table), XELP_ERR_HASH_NOW_NULL);
+    EXPECT_EQ(Text(), "d|b|");
+}
+
+TEST_F(HashRemoveCurNode, FailingHashClearsTheResultOnly)
+{
+    Build(3, "adb", 'd');
+    g_hashStatus = 1;
+    EXPECT_EQ(RemoveCur(), XELP_ERR_HASH_HASHVALUE);
+    EXPECT_EQ(chResult, kNull);
+    EXPECT_EQ(XELP_Hash_DeleteCurNode(table), XELP_ERR_HASH_HASHVALUE);
+    EXPECT_EQ(g_calls, "hd hd ");
+    EXPECT_EQ(Text(), "[d]a|b|");
+}
+
+TEST_F(HashRemoveCurNode, EntryNotInItsBucketGivesSuccessAndNull)
+{
+    for (const QAL_UINT32 ulBase : {1U, 2U}) { // a bucket with another entry, and an empty one
+        SCOPED_TRACE(ulBase);
+        Build(3, "adb", 'd');
+        g_hashBase = ulBase;
+        platform.StartRecording();
+        EXPECT_EQ(RemoveCur(), 0U);
+        EXPECT_EQ(chResult, kNull);
+        EXPECT_EQ(XELP_Hash_DeleteCurNode(table), 0U);
+        g_hashBase = 0;
+        EXPECT_EQ(Text(), "[d]a|b|");
+        EXPECT_EQ(g_calls, "hd hd ");
+        EXPECT_EQ(MemoryCalls(), "");
+    }
+}
+
+// ---- the cursor ----
+
+using HashCursor = HashTest;
+
+TEST_F(HashCursor, RemovalStaysInTheBucket)
+{
+    Build(3, "adgb", 'b');
+    EXPECT_EQ(Remove('d'), 0U);
+    EXPECT_EQ(Text(), "g[a]|b|");
+    EXPECT_EQ(Remove('a'), 0U);
+    EXPECT_EQ(Text(), "g|b|");
+    EXPECT_EQ(Remove('g'), 0U);
+    EXPECT_EQ(Text(), "|b|");
+}
+
+TEST_F(HashCursor, DeletesWhatWasSavedLast)
+{
+    Build(3, "adg");
+    ASSERT_EQ(Save('b'), 0U);
+    EXPECT_EQ(XELP_Hash_DeleteCurNode(table), 0U);
+    EXPECT_EQ(Text(), "gda||");
+    EXPECT_EQ(Query('b'), XELP_ERR_HASH_FIND);
+}
+
+// ---- numbers ----
+
+using HashNumbers = HashTest;
+
+TEST_F(HashNumbers, CountAndSize)
+{
+    Build(3, "adgb");
+    QAL_UINT32 ulNumber = 0;
+    EXPECT_EQ(XELP_Hash_Get_NodeNumber(table, &ulNumber), 0U);
+    EXPECT_EQ(ulNumber, 4U);
+    EXPECT_EQ(XELP_Hash_Get_ListSize(table, &ulNumber), 0U);
+    EXPECT_EQ(ulNumber, 3U);
+    EXPECT_EQ(Text(), "gda|[b]|");
+}
+
+TEST_F(HashNumbers, NullIsRefused)
+{
+    Build(3, "a");
+    QAL_UINT32 ulNumber = 9;
+    for (const auto pfun : {XELP_Hash_Get_NodeNumber, XELP_Hash_Get_ListSize}) {
+        EXPECT_EQ(pfun(nullptr, &ulNumber), XELP_ERR_HASH_INVALID_PARA);
+        EXPECT_EQ(pfun(table, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    }
+    EXPECT_EQ(ulNumber, 9U);
+}
+
+// ---- walks ----
+
+/// A walk whose callback notes the letters it visits and does what a test says.
+struct Walker {
+    std::function<QAL_UINT32(char)> onVisit = nullptr;
+    std::string visited = "";
+
+    QAL_UINT32 Walk(void *pTable) { return XELP_Hash_Process_List(pTable, Visit, this, nullptr); }
+
+    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
+    {
+        Walker &self = *static_cast<Walker *>(pSelf);
+        self.visited += Letter(pUserNode);
+        if (self.visited.size() > 50) {
+            ADD_FAILURE() << "a walk without end";
+            return 1;
+        }
+        return self.onVisit ? self.onVisit(Letter(pUserNode)) : 0;
+    }
+};
+
+using HashWalk = HashTest;
+
+TEST_F(HashWalk, NullsAndAnEmptyTableAreRefused)
+{
+    Walker walker;
+    EXPECT_EQ(XELP_Hash_Process_List(nullptr, walker.Visit, &walker, nullptr),
+              XELP_ERR_HASH_INVALID_PARA);
+    Build(3, "");
+    EXPECT_EQ(XELP_Hash_Process_List(table, nullptr, &walker, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(walker.Walk(table), XELP_ERR_HASH_NULL);
+    EXPECT_EQ(walker.visited, "");
+}
+
+TEST_F(HashWalk, PassesItsArgumentsUnchecked)
+{
+    static std::vector<const void *> passed;
+    const auto note = [](void *pCondition, void *pUserNode, void **ppOther) {
+        passed.insert(passed.end(), {pCondition, pUserNode, ppOther});
+        return QAL_UINT32{0};
+    };
+    passed.clear();
+    Build(2, "ab");
+    int condition = 0;
+    void *pOther = nullptr;
+    EXPECT_EQ(XELP_Hash_Process_List(table, note, &condition, &pOther), 0U);
+    EXPECT_EQ(XELP_Hash_Process_List(table, note, nullptr, nullptr), 0U);
+    const std::vector<const void *> expected = {&condition, User('a'), &pOther,   &condition,
+                                                User('b'),  &pOther,   nullptr,   User('a'),
+                                                nullptr,    nullptr,   User('b'), nullptr};
+    EXPECT_EQ(passed, expected);
+    EXPECT_EQ(g_calls, ""); // it hashes and compares nothing
+}
+
+TEST_F(HashWalk, PutsTheCursorOnEachEntry)
+{
+    Build(4, "aedhb");
+    std::string texts;
+    Walker walker{[&](char) {
+        texts += Text() + " ";
+        return 0U;
+    }};
+    EXPECT_EQ(walker.Walk(table), 0U);
+    EXPECT_EQ(walker.visited, "eabhd");
+    EXPECT_EQ(texts, "[e]a|b||hd e[a]|b||hd ea|[b]||hd ea|b||[h]d ea|b||h[d] ");
+    EXPECT_EQ(Text(), "ea|b||h[d]");
+}
+
+TEST_F(HashWalk, StopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
+{
+    for (const QAL_UINT32 ulStop : {1U, 0x80000000U, 0xFFFFFFFFU}) {
+        Build(3, "adbc", 'a');
+        Walker walker{[&](char ch) { return ch == 'b' ? ulStop : 0; }};
+        EXPECT_EQ(walker.Walk(table), XELP_ERR_HASH_BREAK);
+        EXPECT_EQ(walker.visited, "dab");
+        EXPECT_EQ(Text(), "da|[b]|c");
+    }
+    Build(3, "adbc", 'b');
+    Walker walker{[&](char ch) { return ch == 'd' ? XELP_Hash_DeleteCurNode(table) + 1 : 0; }};
+    EXPECT_EQ(walker.Walk(table), XELP_ERR_HASH_BREAK);
+    EXPECT_EQ(walker.visited, "d");
+    EXPECT_EQ(Text(), "[a]|b|c");
+}
+
+TEST_F(HashWalk, GoesOnWhereTheCursorIs)
+{
+    bool isDone = false; // for what is to happen once
+    const auto at = [&](char chAt, std::function<void()> act) {
+        return [&isDone, chAt, act](char ch) {
+            if (ch == chAt && !isDone) {
+                isDone = true;
+                act();
+            }
+            return QAL_UINT32{0};
+        };
+    };
+    const auto deleteCurrent = [&] { EXPECT_EQ(XELP_Hash_DeleteCurNode(table), 0U); };
+    const auto query = [&](char ch) { EXPECT_EQ(Query(ch), 0U); };
+    const auto save = [&](char ch) { EXPECT_EQ(Save(ch), 0U); };
+    const auto remove = [&](char ch) { EXPECT_EQ(Remove(ch), 0U); };
+    const struct {
+        const char *pszName;
+        std::function<QAL_UINT32(char)> onVisit;
+        const char *pszVisited;
+        const char *pszAfter;
+    } aCase[] = {
+        {"nothing", nullptr, "gdaebc", "gda|eb|[c]"},
+        {"deletes each", [&](char) { return XELP_Hash_DeleteCurNode(table); }, "gdaebc", "||"},
+        {"removes each", [&](char) { return RemoveCur(); }, "gdaebc", "||"},
+        {"deletes each by its key",
+         [&](char ch) { return XELP_Hash_DeleteNode(table, Key(ch).szText); }, "gdaebc", "||"},
+        {"deletes the newest of a bucket", at('g', deleteCurrent), "gdaebc", "da|eb|[c]"},
+        {"deletes a middle one", at('d', deleteCurrent), "gdaebc", "ga|eb|[c]"},
+        {"deletes the oldest of a bucket", at('a', deleteCurrent), "gdaebc", "gd|eb|[c]"},
+        {"deletes the last entry", at('c', deleteCurrent), "gdaebc", "gda|eb|"},
+        {"removes the next one: goes on with its successor", at('g', [&] { remove('d'); }), "gaebc",
+         "ga|eb|[c]"},
+        {"removes one of another bucket: the rest of that, then the next bucket",
+         at('g', [&] { remove('e'); }), "gbbc", "gda|b|[c]"},
+        {"removes the oldest of another bucket: this one is done", at('g', [&] { remove('b'); }),
+         "gec", "gda|e|[c]"},
+        {"queries the same", at('d', [&] { query('d'); }), "gdaebc", "gda|eb|[c]"},
+        {"queries without a match", at('d', [&] { EXPECT_EQ(Query('z'), XELP_ERR_HASH_FIND); }),
+         "gdaebc", "gda|eb|[c]"},
+        {"queries one of a later bucket: the rest of that, then the next bucket",
+         at('g', [&] { query('b'); }), "gbebc", "gda|eb|[c]"},
+        {"queries one of an earlier bucket: goes on with it", at('e', [&] { query('d'); }),
+         "gdaedac", "gda|eb|[c]"},
+        {"saves to the same bucket: starts that again", at('d', [&] { save('j'); }), "gdjgdaebc",
+         "jgda|eb|[c]"},
+        {"saves to a later bucket: goes on there", at('d', [&] { save('h'); }), "gdhebhebc",
+         "gda|heb|[c]"},
+        {"saves and comes back",
+         at('d',
+            [&] {
+                save('h');
+                query('d');
+            }),
+         "gdahebc", "gda|heb|[c]"},
+        {"empties the table",
+         at('d',
+            [&] {
+                for (const char ch : {'a', 'b', 'c', 'd', 'e', 'g'}) {
+                    remove(ch);
+                }
+            }),
+         "gd", "||"},
+        {"walks itself: the bucket is done when that was elsewhere",
+         at('g',
+            [&] {
+                Walker inner;
+                EXPECT_EQ(inner.Walk(table), 0U);
+                EXPECT_EQ(inner.visited, "gdaebc");
+            }),
+         "gcebc", "gda|eb|[c]"},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(c.pszName);
+        isDone = false;
+        Build(3, "adgbec", 'e');
+        Walker walker{c.onVisit};
+        EXPECT_EQ(walker.Walk(table), 0U);
+        EXPECT_EQ(walker.visited, c.pszVisited);
+        EXPECT_EQ(Text(), c.pszAfter);
+    }
+}
+
+/// Whether the new entry lies where the removed one lay decides; both walks are as they must be.
+TEST_F(HashWalk, ComparesAddressesWhenTheCurrentEntryIsReplaced)
+{
+    Build(3, "ad");
+    bool isSameAddress = false;
+    Walker walker{[&](char ch) {
+        if (ch == 'd') {
+            const auto uNode = reinterpret_cast<std::uintptr_t>(Head().pstruNow);
+            EXPECT_EQ(XELP_Hash_DeleteCurNode(table), 0U);
+            EXPECT_EQ(Save('g'), 0U);
+            isSameAddress = reinterpret_cast<std::uintptr_t>(Head().pstruNow) == uNode;
+        }
+        return 0U;
+    }};
+    EXPECT_EQ(walker.Walk(table), 0U);
+    EXPECT_EQ(walker.visited, isSameAddress ? "da" : "dga");
+    EXPECT_EQ(Text(), "g[a]||");
+}
+
+// ---- memory ----
+
+using HashMemory = HashTest;
+
+TEST_F(HashMemory, EverySiteHasItsLine)
+{
+    platform.RecordEvents(true);
+    Build(3, "ab");
+    EXPECT_EQ(Remove('a'), 0U);
+    platform.Fail(Service::kAllocate, 2);
+    EXPECT_EQ(Save('c'), XELP_ERR_HASH_MEMORY);
+    Drop();
+    std::set<QAL_UINT32> lines;
+    for (const Event &event : platform.Events()) {
+        if (event.file == kFile) {
+            lines.insert(event.line);
+        }
+    }
+    // the table, key copies and nodes taken; a copy given back; nodes unlinked and torn down; the
+    // table
+    EXPECT_EQ(lines.size(), 7U);
+}
+
+// ---- everything at once ----
+
+/// Calls on a table, chosen at random, each done to plain vectors as well and compared.
+class RandomCalls {
+  public:
+    static constexpr QAL_UINT32 kHashSize = 5;
+    static constexpr int kLetters = 20;
+
+    RandomCalls(void *pTable, Random &random, std::function<std::string()> text)
+        : table_(pTable), random_(random), text_(std::move(text)), buckets_(kHashSize)
+    {}
+
+    void Step()
+    {
+        const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));
+        Key key(ch);
+        std::string &bucket = buckets_[static_cast<std::size_t>(ch - 'a') % kHashSize];
+        const std::size_t place = bucket.find(ch);
+        const bool isStored = place != std::string::npos;
+        const QAL_UINT32 ulSearch = isStored       ? 0U
+                                    : Count() == 0 ? XELP_ERR_HASH_NULL
+                                                   : QAL_UINT32{XELP_ERR_HASH_FIND};
+        void *pResult = User(kUntouched);
+        grows_ = Count() == 0 || (grows_ && Count() < kLetters * 3 / 4);
+        g_calls.clear();
+        switch (random_.UpTo(9)) {
+            case 0:
+            case 1:
+            case 2:
+                if (!grows_) {
+                    return Remove(key, bucket, place, ulSearch);
+                }
+                [[fallthrough]];
+            case 3:
+                EXPECT_EQ(XELP_Hash_SaveNode(table_, key.szText, 2, User(ch)),
+                          isStored ? QAL_UINT32{XELP_ERR_HASH_RESAVE} : 0U);
+                if (!isStored) {
+                    bucket.insert(bucket.begin(), ch);
+                    cursor_ = ch;
+                }
+                break;
+            case 4:
+                EXPECT_EQ(XELP_Hash_QueryNode(table_, key.szText, &pResult), ulSearch);
+                EXPECT_EQ(Letter(pResult), isStored ? ch : kUntouched);
+                cursor_ = isStored ? ch : cursor_;
+                break;
+            case 5:
+                return Remove(key, bucket, place, ulSearch);
+            case 6:
+                return RemoveCurrent();
+            case 7:
+                if (depth_ == 0) {
+                    return Walk();
+                }
+                [[fallthrough]];
+            default: {
+                QAL_UINT32 ulCount = 99;
+                EXPECT_EQ(XELP_Hash_Get_NodeNumber(table_, &ulCount), 0U);
+                EXPECT_EQ(ulCount, Count());
+            }
+        }
+        Compare();
+    }
+
+  private:
+    std::size_t Count() const
+    {
+        std::size_t count = 0;
+        for (const std::string &bucket : buckets_) {
+            count += bucket.size();
+        }
+        return count;
+    }
+
+    void Compare()
+    {
+        std::string text;
+        for (const std::string &bucket : buckets_) {
+            text += &bucket != &buckets_.front() ? "|" : "";
+            for (const char ch : bucket) {
+                text += ch == cursor_ ? std::string{'[', ch, ']'} : std::string{ch};
+            }
+        }
+        EXPECT_EQ(text_(), text);
+    }
+
+    /// Takes a letter out of the model; the cursor goes to the next of the bucket.
+    void Forget(std::string &bucket, std::size_t place)
+    {
+        bucket.erase(place, 1);
+        cursor_ = place < bucket.size() ? bucket[place] : '\0';
+    }
+
+    void Remove(Key &key, std::string &bucket, std::size_t place, QAL_UINT32 ulStatus)
+    {
+        const char ch = key.szText[0];
+        void *pResult = User(kUntouched);
+        if (random_.UpTo(1) == 0) {
+            EXPECT_EQ(XELP_Hash_RemoveNode(table_, key.szText, &pResult), ulStatus);
+            EXPECT_EQ(Letter(pResult), ulStatus == 0 ? ch : kUntouched);
+        } else {
+            EXPECT_EQ(XELP_Hash_DeleteNode(table_, key.szText), ulStatus);
+            EXPECT_EQ(g_calls.ends_with(std::string{'k', ch, ' ', 'n', ch, ' '}), ulStatus == 0);
+        }
+        if (ulStatus == 0) {
+            Forget(bucket, place);
+        }
+        Compare();
+    }
+
+    void RemoveCurrent()
+    {
+        const char ch = cursor_;
+        const QAL_UINT32 ulStatus = ch != '\0' ? 0U : QAL_UINT32{XELP_ERR_HASH_NOW_NULL};
+        void *pResult = User(kUntouched);
+        if (random_.UpTo(1) == 0) {
+            EXPECT_EQ(XELP_Hash_RemoveCurNode(table_, &pResult), ulStatus);
+            EXPECT_EQ(Letter(pResult), ulStatus == 0 ? ch : kNull);
+        } else {
+            EXPECT_EQ(XELP_Hash_DeleteCurNode(table_), ulStatus);
+        }
+        if (ulStatus == 0) {
+            std::string &bucket = buckets_[static_cast<std::size_t>(ch - 'a') % kHashSize];
+            Forget(bucket, bucket.find(ch));
+        }
+        Compare();
+    }
+
+    /// A walk whose callback does random calls, and stops where it would go on for too long.
+    void Walk()
+    {
+        ++depth_;
+        hasStopped_ = false;
+        visits_ = 0;
+        expected_ = '\0';
+        nextBucket_ = 0;
+        const bool isEmpty = Count() == 0;
+        const QAL_UINT32 ulStatus = XELP_Hash_Process_List(table_, Visit, this, nullptr);
+        EXPECT_EQ(ulStatus, isEmpty       ? QAL_UINT32{XELP_ERR_HASH_NULL}
+                            : hasStopped_ ? QAL_UINT32{XELP_ERR_HASH_BREAK}
+                                          : 0U);
+        if (ulStatus == 0) {
+            EXPECT_EQ(Expected(), '\0');
+        }
+        --depth_;
+        Compare();
+    }
+
+    /// The letter that is to be visited now: where the walk is, or the first of the next bucket.
+    char Expected()
+    {
+        while (expected_ == '\0' && nextBucket_ < kHashSize) {
+            const std::string &bucket = buckets_[nextBucket_++];
+            expected_ = bucket.empty() ? '\0' : bucket[0];
+        }
+        return expected_;
+    }
+
+    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
+    {
+        return static_cast<RandomCalls *>(pSelf)->Visited(Letter(pUserNode));
+    }
+
+    QAL_UINT32 Visited(char ch)
+    {
+        EXPECT_EQ(ch, Expected());
+        cursor_ = ch;
+        Compare();
+        const auto &head = *static_cast<const Hash_S_Head *>(table_);
+        const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
+        for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
+            Step();
+        }
+        // The same address means the same entry here, also for one that has just moved in there.
+        expected_ = cursor_;
+        if (expected_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
+            const std::string &bucket =
+                buckets_[static_cast<std::size_t>(expected_ - 'a') % kHashSize];
+            const std::size_t next = bucket.find(expected_) + 1;
+            expected_ = next < bucket.size() ? bucket[next] : '\0';
+        }
+        hasStopped_ = ++visits_ == 30 || random_.UpTo(30) == 0 || ::testing::Test::HasFailure();
+        return hasStopped_ ? 0xFFFFFFFF : 0;
+    }
+
+    void *table_;
+    Random &random_;
+    std::function<std::string()> text_;
+    std::vector<std::string> buckets_; // each from the newest entry to the oldest
+    char cursor_ = '\0';
+    char expected_ = '\0';
+    QAL_UINT32 nextBucket_ = 0;
+    bool grows_ = true;
+    int depth_ = 0;
+    int visits_ = 0;
+    bool hasStopped_ = false;
+};
+
+using HashRandom = HashTest;
+
+TEST_F(HashRandom, CallsMatchAPlainModel)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    Build(RandomCalls::kHashSize, "");
+    RandomCalls calls(table, random, [&] { return Text(); });
+    for (int i = 0; i < 10000 && !HasFailure(); ++i) {
+        calls.Step();
+    }
+}
+
+} // namespace
+} // namespace wyx::test
+
+/// Takes the place of the adapter's, to note what it is asked for.
+extern "C" QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc,
+                                  QAL_ULONG ulCount)
+{
+    wyx::test::g_copies.push_back({pDest, ulDestMax, pSrc, ulCount});
+    std::memcpy(pDest, pSrc, ulCount);
+    return 0;
+}
