@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Builds everything and passes all tests: scripts/test.sh [PRESET...]
+#
+# Without a preset: dev and release. The others: asan, signed-char, unsigned-char, clang, coverage,
+# aarch64, fuzz, tsan. Installs what is missing (Debian), builds under build/.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+if (($# == 0)); then
+    set -- dev release
+fi
+
+packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev)
+for preset in "$@"; do
+    case $preset in
+    clang) packages+=(clang) ;;
+    fuzz) packages+=(clang libclang-rt-dev) ;;
+    aarch64) packages+=(g++-aarch64-linux-gnu googletest qemu-user) ;;
+    esac
+done
+scripts/install_packages.sh "${packages[@]}"
+# Libraries to compare results with: the tests that use them are left out where they are missing.
+scripts/install_packages.sh zlib1g-dev libssl-dev || true
+
+for preset in "$@"; do
+    echo "=== $preset"
+    cmake --workflow --preset "$preset"
+done
