@@ -280,7 +280,7 @@ TEST_F(IniGetSectionList, WithoutSectionIs10AndReleasesTheArray)
     }
 }
 
-TEST_F(IniGetSectionList, BadLineReleasesAllAndKeepsTheCount)
+TEST_F(IniGetSectionList, FailureKeepsOut)
 {
     struct {
         const char *pszLine;
@@ -367,7 +367,7 @@ TEST_F(IniGetKeyList, WithoutKeyIs20AndReleasesTheArray)
     }
 }
 
-TEST_F(IniGetKeyList, BadLineReleasesAllAndKeepsTheCount)
+TEST_F(IniGetKeyList, FailureKeepsOut)
 {
     struct {
         const char *pszName;
