@@ -414,12 +414,11 @@ void Finish(XELP_S_File &file)
     };
     EmptyBuffer(file);
     Trim(file);
-    const bool isFlushed = kFlush && file.iError == 0; // nobody wants what has failed
-    if (isFlushed) {
+    if (kFlush && file.iError == 0) { // nobody wants what has failed
         note(Flush(file.iFd));
     }
     note(Close(file.iFd));
-    if (isFlushed && file.isRegular) {
+    if (kFlush && file.iError == 0 && file.isRegular) {
         // After the file: an entry that outlives a power cut must not lead to half of it.
         note(FlushDirectory(file.iDirFd));
     } else {

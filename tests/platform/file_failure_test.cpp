@@ -1,0 +1,897 @@
+// The file services over a system that fails, is interrupted, or does only a part.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "os_adapter.h"
+#include "random.h"
+#include "system_double.h"
+#include "temp_folder.h"
+
+namespace wyx::test {
+namespace {
+
+constexpr std::size_t kWriteBuffer = 65536;
+constexpr int kNever = 1 << 30; // times a call fails, for those that never work again
+
+class FileFailure : public SystemTest {
+  protected:
+    XELP_S_File *Open(const std::string &name, const char *pszMode)
+    {
+        return XELP_Fopen(name.c_str(), pszMode);
+    }
+
+    QAL_UINT32 Write(XELP_S_File *pstruFile, std::string_view text)
+    {
+        return XELP_Fwrite(text.data(), 1, static_cast<QAL_UINT32>(text.size()), pstruFile);
+    }
+
+    /// All that XELP_Fgetc() gives until it gives no more.
+    std::string ReadAll(XELP_S_File *pstruFile)
+    {
+        std::string text;
+        for (QAL_INT32 lByte; (lByte = XELP_Fgetc(pstruFile)) != -1;) {
+            text += static_cast<char>(lByte);
+        }
+        return text;
+    }
+
+    std::string ReadFile(const std::string &name)
+    {
+        XELP_S_File *const pstruFile = Open(name, "r");
+        EXPECT_NE(pstruFile, nullptr) << name;
+        const std::string text = pstruFile != nullptr ? ReadAll(pstruFile) : "";
+        EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        return text;
+    }
+
+    std::string Trace() const { return system.Trace(folder.Path()); }
+
+    /// Fails a close of a file so that nobody is told; then the next removal must not act.
+    void ExpectPending(int iError)
+    {
+        const std::string victim = folder.Make("victim", "still needed");
+        errno = 0;
+        EXPECT_NE(XELP_Remove(victim.c_str()), 0);
+        EXPECT_EQ(errno, iError);
+        EXPECT_TRUE(folder.Has("victim"));
+        ExpectNothingPending();
+    }
+
+    void ExpectNothingPending()
+    {
+        const std::string victim = folder.Make("victim", "not needed");
+        EXPECT_EQ(XELP_Remove(victim.c_str()), 0);
+        EXPECT_FALSE(folder.Has("victim"));
+    }
+
+    const TempFolder folder;
+};
+
+std::string SomeText(std::size_t size)
+{
+    std::string text(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        text[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
+    }
+    return text;
+}
+
+// ---- Reading ------------------------------------------------------------------------------------
+
+TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForReadingFailsTheOpening)
+{
+    const std::string name = folder.Make("text", SomeText(10000));
+    const struct {
+        const char *pszCall;
+        int n;
+        int iError;
+    } cases[] = {
+        {"calloc", 1, ENOMEM}, {"open", 1, EMFILE},    {"fstat", 1, EOVERFLOW},
+        {"malloc", 1, ENOMEM}, {"read", 1, EIO},       {"read", 2, EIO},
+        {"read", 3, ESTALE},   {"realloc", 1, ENOMEM}, {"realloc", 2, ENOMEM},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
+        system.Reset();
+        system.TellSize(0); // so that the buffer has to grow
+        system.Fail(c.pszCall, c.n, c.iError);
+        system.Fail("close", 1, EBADF); // must not hide the reason
+        errno = 0;
+        EXPECT_EQ(Open(name, "r"), nullptr);
+        EXPECT_EQ(errno, c.iError);
+        EXPECT_EQ(system.Calls(c.pszCall), c.n);
+        EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
+        EXPECT_EQ(system.LiveBlocks(), 0U);
+    }
+}
+
+TEST_F(FileFailure, StreamWithoutMemoryIsNotOpened)
+{
+    const std::string name = folder.File("pipe");
+    ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+    const int iWriter = open(name.c_str(), O_RDWR);
+    system.Reset();
+    system.Fail("malloc", 1, ENOMEM);
+    errno = 0;
+    EXPECT_EQ(Open(name, "r"), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+    close(iWriter);
+}
+
+TEST_F(FileFailure, RegularFileIsReadWholeAtOpenAndLetGo)
+{
+    const std::string text = SomeText(100000);
+    const std::string name = folder.Make("text", text);
+    XELP_S_File *const pstruFile = Open(name, "r");
+    ASSERT_NE(pstruFile, nullptr);
+    EXPECT_EQ(Trace(), "open text, read text, read text, close text");
+    system.Reset();
+    EXPECT_EQ(ReadAll(pstruFile), text);
+    EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
+    EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), static_cast<QAL_UINT8>(text[0]));
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(Trace(), "") << "calls of the system after opening";
+}
+
+TEST_F(FileFailure, SizeIsOnlyAHint)
+{
+    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 50000U}) {
+        const std::string text = SomeText(size);
+        const std::string name = folder.Make("text", text);
+        for (const off_t told : {0, 1, 4095, 4096, 49999, 50000, 50001, 1000000}) {
+            SCOPED_TRACE(testing::Message() << size << " told as " << told);
+            system.Reset();
+            system.TellSize(told);
+            EXPECT_EQ(ReadFile(name), text);
+        }
+    }
+}
+
+TEST_F(FileFailure, FileThatGrowsWhileItIsReadIsReadToItsNewEnd)
+{
+    const std::string name = folder.Make("text", "old");
+    system.After("read", 1, [&] { folder.Make("text", "old" + SomeText(9000)); });
+    EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
+}
+
+TEST_F(FileFailure, ShortAndInterruptedReadsLoseNothing)
+{
+    const std::string text = SomeText(3000);
+    const std::string name = folder.Make("text", text);
+    for (const std::size_t limit : {1U, 2U, 7U, 2999U}) {
+        SCOPED_TRACE(limit);
+        system.Reset();
+        system.LimitRead(limit);
+        system.InterruptEach(3);
+        EXPECT_EQ(ReadFile(name), text);
+        EXPECT_EQ(system.Calls("open"), 4);
+        EXPECT_EQ(system.Calls("close"), 1);
+    }
+}
+
+/// A pipe that holds a text, open for reading and with no writer left.
+class PipeFailure : public FileFailure {
+  protected:
+    XELP_S_File *OpenPipe(std::string_view text)
+    {
+        system.Reset();
+        const std::string name = folder.File("pipe");
+        EXPECT_EQ(mkfifo(name.c_str(), 0600), 0);
+        iWriter_ = open(name.c_str(), O_RDWR);
+        EXPECT_EQ(write(iWriter_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        XELP_S_File *const pstruFile = Open(name, "r");
+        EXPECT_NE(pstruFile, nullptr);
+        close(iWriter_);
+        EXPECT_EQ(unlink(name.c_str()), 0);
+        system.Reset();
+        return pstruFile;
+    }
+
+  private:
+    int iWriter_ = -1;
+};
+
+TEST_F(PipeFailure, StepsBackOverEveryByteWhereverTheRefillsFall)
+{
+    const std::string text = SomeText(60);
+    for (const std::size_t limit : {1U, 2U, 3U, 5U, 60U}) {
+        SCOPED_TRACE(limit);
+        XELP_S_File *const pstruFile = OpenPipe(text);
+        system.LimitRead(limit);
+        system.InterruptEach(1);
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const QAL_INT32 lByte = static_cast<QAL_UINT8>(text[i]);
+            ASSERT_EQ(XELP_Fgetc(pstruFile), lByte) << i;
+            const std::string before = Trace();
+            ASSERT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0) << i;
+            ASSERT_EQ(XELP_Fgetc(pstruFile), lByte) << i;
+            ASSERT_EQ(Trace(), before) << "stepping back called the system";
+        }
+        EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+        EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
+        EXPECT_EQ(XELP_Fgetc(pstruFile), static_cast<QAL_UINT8>(text.back()));
+        EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+        EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    }
+}
+
+TEST_F(PipeFailure, MovesOnlyWithinWhatIsHeld)
+{
+    XELP_S_File *const pstruFile = OpenPipe("abcdefgh");
+    system.LimitRead(3); // abc def gh
+    const auto expectRefused = [&](QAL_LONG lOffset, QAL_INT32 lWhence, int iError) {
+        errno = 0;
+        EXPECT_NE(XELP_Fseek(pstruFile, lOffset, lWhence), 0) << lOffset << " from " << lWhence;
+        EXPECT_EQ(errno, iError);
+    };
+    expectRefused(-1, SEEK_CUR, EINVAL); // nothing is held yet
+    EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_CUR), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'a');
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'b');
+    EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'a');
+    EXPECT_EQ(XELP_Fseek(pstruFile, 2, SEEK_CUR), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'd'); // now c def is held, from position 2
+    expectRefused(0, SEEK_SET, EINVAL);
+    expectRefused(1, SEEK_SET, EINVAL);
+    expectRefused(7, SEEK_SET, EINVAL);
+    expectRefused(-3, SEEK_CUR, EINVAL);
+    expectRefused(3, SEEK_CUR, EINVAL);
+    expectRefused(0, SEEK_END, ESPIPE); // not known yet
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'e') << "a refused call moved the position";
+    EXPECT_EQ(XELP_Fseek(pstruFile, 2, SEEK_SET), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'c');
+    EXPECT_EQ(ReadAll(pstruFile), "defgh");
+    EXPECT_EQ(XELP_Fseek(pstruFile, -3, SEEK_END), 0); // f, the last byte before the last refill
+    EXPECT_EQ(ReadAll(pstruFile), "fgh");
+    expectRefused(-4, SEEK_END, EINVAL);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+}
+
+TEST_F(PipeFailure, EndStaysTheEndAndLetsThePipeGo)
+{
+    XELP_S_File *const pstruFile = OpenPipe("ab");
+    EXPECT_EQ(ReadAll(pstruFile), "ab");
+    EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
+    system.Reset();
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+    EXPECT_EQ(system.Calls("read"), 0);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(system.Calls("close"), 0);
+}
+
+TEST_F(PipeFailure, ReadErrorEndsTheStreamAndKeepsErrno)
+{
+    XELP_S_File *const pstruFile = OpenPipe("abcd");
+    system.LimitRead(2);
+    system.Fail("read", 2, EIO);
+    system.Fail("close", 1, EBADF);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'a');
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'b');
+    errno = 0;
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'b');
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1) << "went on behind a gap";
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+}
+
+// ---- Opening for writing ------------------------------------------------------------------------
+
+TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
+{
+    const struct {
+        const char *pszCall;
+        int n;
+        int iError;
+        bool isStillWhole; // what the file held before
+    } cases[] = {
+        {"calloc", 1, ENOMEM, true},
+        {"malloc", 1, ENOMEM, true},
+        {"open", 2, EMFILE, true}, // the first one is that of the directory
+        {"fstat", 1, EIO, false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
+        const std::string name = folder.Make("text", "old");
+        system.Reset();
+        system.Fail(c.pszCall, c.n, c.iError);
+        system.Fail("close", 1, EBADF, kNever);
+        errno = 0;
+        EXPECT_EQ(Open(name, "w"), nullptr);
+        EXPECT_EQ(errno, c.iError);
+        EXPECT_EQ(folder.Content("text"), c.isStillWhole ? "old" : "");
+        EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
+        EXPECT_EQ(system.LiveBlocks(), 0U);
+    }
+    ExpectNothingPending();
+}
+
+TEST_F(FileFailure, DescriptorsAreClosedOnExec)
+{
+    XELP_S_File *const pstruWriter = Open(folder.File("text"), "w");
+    ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+    const int iPipe = open(folder.File("pipe").c_str(), O_RDWR);
+    XELP_S_File *const pstruReader = Open(folder.File("pipe"), "r");
+    EXPECT_EQ(system.OpenDescriptors().size(), 4U); // the file, its directory, the pipe, ours
+    for (const int iFd : system.OpenDescriptors()) {
+        if (iFd != iPipe) {
+            EXPECT_NE(fcntl(iFd, F_GETFD) & FD_CLOEXEC, 0) << system.NameOf(iFd);
+        }
+    }
+    close(iPipe);
+    EXPECT_EQ(XELP_Fclose(pstruWriter), 0);
+    EXPECT_EQ(XELP_Fclose(pstruReader), 0);
+}
+
+// ---- Writing ------------------------------------------------------------------------------------
+
+TEST_F(FileFailure, ManyLinesTakeFewCallsOfTheSystem)
+{
+    const std::string line = "key=a value of a common length\n";
+    std::string text;
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    for (int i = 0; i < 10000; ++i) {
+        ASSERT_EQ(Write(pstruFile, line), line.size());
+        text += line;
+    }
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), text);
+    if (system.ReservedUpTo() == 0) {
+        GTEST_SKIP() << "the file system reserves no blocks";
+    }
+    EXPECT_LE(system.Calls("write"), static_cast<int>(text.size() / kWriteBuffer) + 1);
+    EXPECT_LE(system.Calls("fallocate"), 6);
+    EXPECT_EQ(system.Calls("ftruncate"), 1);
+}
+
+/// What every call has reported is with the kernel, or has its blocks.
+TEST_F(FileFailure, NothingWaitsWithoutBlocks)
+{
+    for (const bool failsLater : {false, true}) {
+        Random random;
+        SCOPED_TRACE(random.Trace());
+        system.Reset();
+        if (failsLater) {
+            system.Fail("fallocate", 3, ENOSPC, kNever);
+        }
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        std::string text;
+        while (text.size() < 1500000) {
+            const bool isLarge = random.UpTo(50) == 0;
+            const auto bytes = random.Bytes(1 + random.UpTo(isLarge ? 200000 : 300));
+            const std::string part(bytes.begin(), bytes.end());
+            ASSERT_EQ(Write(pstruFile, part), part.size());
+            text += part;
+            const std::size_t safe =
+                std::max(system.Written(), static_cast<std::size_t>(system.ReservedUpTo()));
+            ASSERT_LE(text.size(), safe);
+        }
+        EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(folder.Content("text"), text);
+        struct stat status = {};
+        EXPECT_EQ(stat(folder.File("text").c_str(), &status), 0);
+        EXPECT_EQ(status.st_size, static_cast<off_t>(text.size()));
+    }
+}
+
+TEST_F(FileFailure, WithoutReservationEveryCallHandsOver)
+{
+    for (const int iError : {EOPNOTSUPP, ENOSYS, ENOSPC, EDQUOT, EFBIG}) {
+        SCOPED_TRACE(iError);
+        system.Reset();
+        system.Fail("fallocate", 1, iError);
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        std::string text;
+        for (int i = 0; i < 100; ++i) {
+            const std::string line = "line " + std::to_string(i) + "\n";
+            ASSERT_EQ(Write(pstruFile, line), line.size());
+            text += line;
+            ASSERT_EQ(folder.Content("text"), text);
+        }
+        EXPECT_EQ(system.Calls("fallocate"), 1) << "asked again";
+        EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(folder.Content("text"), text);
+    }
+}
+
+TEST_F(FileFailure, ReservationThatFailsLaterKeepsTheOrder)
+{
+    system.Fail("fallocate", 2, ENOSPC);
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    std::string text;
+    while (system.Calls("fallocate") < 2) {
+        text += "waiting";
+        ASSERT_EQ(Write(pstruFile, "waiting"), 7U);
+    }
+    EXPECT_EQ(folder.Content("text"), text) << "the last part and all before it are handed over";
+    ASSERT_EQ(Write(pstruFile, "!"), 1U);
+    EXPECT_EQ(folder.Content("text"), text + "!");
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(system.Calls("ftruncate"), 1);
+}
+
+TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
+{
+    system.TellSizeLimit(20000);
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    std::string text;
+    for (int i = 0; i < 199; ++i) {
+        text += std::string(100, 'x');
+        ASSERT_EQ(Write(pstruFile, std::string(100, 'x')), 100U);
+        ASSERT_LE(system.ReservedUpTo(), 20000);
+    }
+    text += std::string(200, 'y'); // beyond it; only the real limit could refuse that
+    ASSERT_EQ(Write(pstruFile, std::string(200, 'y')), 200U);
+    EXPECT_LE(system.ReservedUpTo(), 20000);
+    EXPECT_EQ(folder.Content("text"), text);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+}
+
+TEST_F(FileFailure, LargePiecesAreHandedOverAtOnce)
+{
+    const std::string large = SomeText(kWriteBuffer + 1);
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "ab"), 2U);
+    EXPECT_EQ(Write(pstruFile, large), large.size());
+    EXPECT_EQ(folder.Content("text"), "ab" + large);
+    EXPECT_EQ(Write(pstruFile, "cd"), 2U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "ab" + large + "cd");
+}
+
+TEST_F(FileFailure, ShortAndInterruptedWritesLoseNothing)
+{
+    const std::string text = SomeText(3000);
+    for (const std::size_t limit : {1U, 7U, 2999U}) {
+        for (const bool waits : {false, true}) {
+            SCOPED_TRACE(testing::Message() << limit << (waits ? " waiting" : " at once"));
+            system.Reset();
+            system.LimitWrite(limit);
+            system.InterruptEach(3);
+            if (!waits) {
+                system.Fail("fallocate", 4, EOPNOTSUPP);
+            }
+            XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+            EXPECT_EQ(Write(pstruFile, text), text.size());
+            EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+            EXPECT_EQ(folder.Content("text"), text);
+            EXPECT_EQ(XELP_Rename(folder.File("text").c_str(), folder.File("new").c_str()), 0);
+            EXPECT_EQ(XELP_Remove(folder.File("new").c_str()), 0);
+        }
+    }
+}
+
+TEST_F(FileFailure, FullDiskShowsInTheCountOfWholeItems)
+{
+    const struct {
+        QAL_UINT32 ulSize;
+        QAL_UINT32 ulCount;
+        QAL_UINT32 ulWritten; // with room for ten bytes
+    } cases[] = {{1, 30, 10}, {3, 10, 3}, {5, 6, 2}, {10, 3, 1}, {30, 1, 0}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.ulSize);
+        system.Reset();
+        system.Fail("fallocate", 1, ENOSPC);
+        system.LimitWrite(10);
+        system.Fail("write", 2, ENOSPC);
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        const std::string text = SomeText(30);
+        errno = 0;
+        EXPECT_EQ(XELP_Fwrite(text.data(), c.ulSize, c.ulCount, pstruFile), c.ulWritten);
+        EXPECT_EQ(errno, ENOSPC);
+        errno = 0;
+        EXPECT_EQ(Write(pstruFile, "x"), 0U) << "went on behind a gap";
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_EQ(system.Calls("write"), 2);
+        errno = 0;
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_EQ(system.Calls("fsync"), 0) << "flushed what failed";
+        ExpectNothingPending(); // the count has told it
+        EXPECT_EQ(folder.Content("text"), text.substr(0, 10));
+    }
+}
+
+TEST_F(FileFailure, WriteThatMovesNothingIsAnError)
+{
+    system.Fail("fallocate", 1, EOPNOTSUPP);
+    system.Fail("write", 1, 0);
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "text"), 0U);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    ExpectNothingPending();
+}
+
+TEST_F(FileFailure, BufferThatCannotBeHandedOverShowsInTheCount)
+{
+    const struct {
+        std::size_t next; // the piece that makes the buffer go
+        bool canReserve;
+    } cases[] = {{kWriteBuffer, true}, {kWriteBuffer + 1, true}, {20000, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.next);
+        system.Reset();
+        system.Fail("write", 1, EIO);
+        if (!c.canReserve) {
+            system.Fail("fallocate", 2, ENOSPC);
+        }
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        EXPECT_EQ(Write(pstruFile, std::string(16000, 'x')), 16000U);
+        errno = 0;
+        EXPECT_EQ(Write(pstruFile, std::string(c.next, 'y')), 0U);
+        EXPECT_EQ(errno, EIO);
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        ExpectNothingPending();
+    }
+}
+
+TEST_F(FileFailure, NoItemsWriteNothing)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(XELP_Fwrite("x", 0, 5, pstruFile), 0U);
+    EXPECT_EQ(XELP_Fwrite("x", 1, 0, pstruFile), 0U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "");
+    EXPECT_EQ(system.Calls("write") + system.Calls("fallocate") + system.Calls("ftruncate"), 0);
+    ExpectNothingPending();
+}
+
+// ---- Moving in a file for writing ---------------------------------------------------------------
+
+TEST_F(FileFailure, WriterMovesAndThenHandsOverAtOnce)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "0123456789"), 10U);
+    EXPECT_EQ(XELP_Fseek(pstruFile, 2, SEEK_SET), 0);
+    EXPECT_EQ(Write(pstruFile, "ab"), 2U);
+    EXPECT_EQ(folder.Content("text"), "01ab456789");
+    EXPECT_EQ(XELP_Fseek(pstruFile, 1, SEEK_CUR), 0);
+    EXPECT_EQ(Write(pstruFile, "c"), 1U);
+    EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_END), 0);
+    EXPECT_EQ(Write(pstruFile, "de"), 2U);
+    EXPECT_NE(XELP_Fseek(pstruFile, -20, SEEK_CUR), 0);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(Write(pstruFile, "f"), 1U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "01ab4c678def");
+}
+
+TEST_F(FileFailure, WriterThatCannotMoveStaysWhereItWas)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+    for (const QAL_INT32 lWhence : {-1, 3, 4, 1000}) {
+        errno = 0;
+        EXPECT_NE(XELP_Fseek(pstruFile, 0, lWhence), 0) << lWhence;
+        EXPECT_EQ(errno, EINVAL);
+    }
+    system.Fail("lseek", 1, ESPIPE);
+    EXPECT_NE(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
+    EXPECT_EQ(errno, ESPIPE);
+    EXPECT_EQ(Write(pstruFile, "d"), 1U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "abcd");
+}
+
+TEST_F(FileFailure, WriterThatFailsWhileMovingStillTellsIt)
+{
+    for (const bool writesOn : {false, true}) {
+        system.Reset();
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+        system.Fail("write", 1, EIO);
+        for (int i = 0; i < 2; ++i) {
+            errno = 0;
+            EXPECT_NE(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
+            EXPECT_EQ(errno, EIO);
+        }
+        if (writesOn) {
+            EXPECT_EQ(Write(pstruFile, "d"), 0U);
+        }
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        writesOn ? ExpectNothingPending() : ExpectPending(EIO);
+    }
+}
+
+TEST_F(FileFailure, WrongDirectionIsRefused)
+{
+    const std::string name = folder.Make("text", "abc");
+    XELP_S_File *pstruFile = Open(name, "r");
+    errno = 0;
+    EXPECT_EQ(Write(pstruFile, "x"), 0U);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(ReadAll(pstruFile), "abc");
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+
+    pstruFile = Open(name, "w");
+    EXPECT_EQ(Write(pstruFile, "def"), 3U);
+    errno = 0;
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "def");
+    ExpectNothingPending();
+}
+
+// ---- Closing ------------------------------------------------------------------------------------
+
+/// The directory is opened with the file, and flushed after it.
+TEST_F(FileFailure, ClosingFlushesTheFileAndThenItsEntry)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(Trace(),
+              "open ., open text, fallocate text, write text, ftruncate text, fsync text, "
+              "close text, fsync ., close .");
+}
+
+TEST_F(FileFailure, RelativeNameIsFlushedWhereItWasMade)
+{
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::create_directory(folder.File("sub"));
+    std::filesystem::current_path(folder.Path());
+    XELP_S_File *const pstruFile = Open("text", "w");
+    XELP_S_File *const pstruOther = Open("sub/text", "w");
+    std::filesystem::current_path(before);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(XELP_Fclose(pstruOther), 0);
+    EXPECT_EQ(Trace(),
+              "open ., open text, open sub, open sub/text, fsync text, close text, "
+              "fsync ., close ., fsync sub/text, close sub/text, fsync sub, close sub");
+}
+
+TEST_F(FileFailure, DirectoryThatCannotBeReadIsFlushedWithEverything)
+{
+    system.Fail("open", 1, EACCES);
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    ASSERT_NE(pstruFile, nullptr);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(Trace(), "open ., open text, fsync text, close text, sync all");
+
+    system.Reset();
+    system.Fail("open", 1, EACCES);
+    EXPECT_EQ(XELP_Rename(folder.File("text").c_str(), folder.File("new").c_str()), 0);
+    EXPECT_EQ(Trace(), "rename text new, open ., sync all");
+}
+
+TEST_F(FileFailure, FailureAtCloseIsToldOnceByTheNextRemovalOrRename)
+{
+    const struct {
+        const char *pszCall;
+        int n;
+        int iError;
+    } cases[] = {
+        {"write", 1, EIO},    {"write", 1, ENOSPC}, {"fsync", 1, EIO},
+        {"fsync", 1, EROFS},  {"fsync", 2, EIO}, // of the directory
+        {"close", 1, EDQUOT},
+    };
+    for (const auto &c : cases) {
+        for (const bool renames : {false, true}) {
+            SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n << " " << c.iError);
+            folder.Make("old", "old content");
+            system.Reset();
+            XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+            EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+            system.Fail(c.pszCall, c.n, c.iError);
+            errno = 0;
+            EXPECT_NE(XELP_Fclose(pstruFile), 0);
+            EXPECT_EQ(errno, c.iError);
+            EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
+            if (renames) {
+                errno = 0;
+                EXPECT_NE(XELP_Rename(folder.File("text").c_str(), folder.File("old").c_str()), 0);
+                EXPECT_EQ(errno, c.iError);
+                EXPECT_EQ(system.Calls("rename"), 0);
+                EXPECT_EQ(folder.Content("old"), "old content");
+                EXPECT_EQ(XELP_Rename(folder.File("text").c_str(), folder.File("old").c_str()), 0);
+                EXPECT_FALSE(folder.Has("text"));
+                ExpectNothingPending();
+            } else {
+                ExpectPending(c.iError);
+            }
+        }
+    }
+}
+
+TEST_F(FileFailure, FirstOfSeveralFailuresIsTold)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+    system.Fail("fsync", 1, EIO, kNever);
+    system.Fail("close", 1, EDQUOT, kNever);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(system.Calls("fsync"), 1) << "flushed the entry of a file that failed";
+    ExpectPending(EIO);
+}
+
+TEST_F(FileFailure, FailureAtCloseConcernsItsThreadOnly)
+{
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    system.Fail("fsync", 1, EIO);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    std::thread([&] { ExpectNothingPending(); }).join();
+    ExpectPending(EIO);
+}
+
+TEST_F(FileFailure, WhatDoesNoHarmAtCloseIsNoFailure)
+{
+    const struct {
+        const char *pszCall;
+        int n;
+        int iError;
+    } cases[] = {
+        {"fsync", 1, EINVAL},                     // a kind of file that has no device
+        {"fsync", 2, EINVAL},                     // a file system that flushes entries by itself
+        {"ftruncate", 1, EIO}, {"fstat", 1, EIO}, // blocks beyond the end stay
+        {"close", 1, EINTR},   {"close", 2, EIO}, // the directory was only read
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
+        system.Reset();
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+        system.Fail(c.pszCall, c.n, c.iError);
+        EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(system.Calls("close"), 2) << "a close was repeated";
+        ExpectNothingPending();
+        EXPECT_EQ(folder.Content("text"), "abc");
+    }
+}
+
+TEST_F(FileFailure, ReaderNeverFailsToClose)
+{
+    XELP_S_File *const pstruFile = Open(folder.Make("text", "abc"), "r");
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    ExpectNothingPending();
+}
+
+TEST_F(FileFailure, PipeIsWrittenAtOnceAndHasNothingToFlush)
+{
+    const std::string name = folder.File("pipe");
+    ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+    const int iReader = open(name.c_str(), O_RDWR);
+    system.Reset();
+    XELP_S_File *const pstruFile = Open(name, "w");
+    ASSERT_NE(pstruFile, nullptr);
+    EXPECT_EQ(Write(pstruFile, "abc"), 3U);
+    EXPECT_NE(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
+    EXPECT_EQ(errno, ESPIPE);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(Trace(),
+              "open ., open pipe, write pipe, lseek pipe, fsync pipe, close pipe, close .");
+    char szText[4] = "";
+    EXPECT_EQ(read(iReader, szText, 3), 3);
+    EXPECT_STREQ(szText, "abc");
+    close(iReader);
+    ExpectNothingPending();
+}
+
+// ---- Removing and renaming ----------------------------------------------------------------------
+
+TEST_F(FileFailure, RenamingFlushesTheNewEntryAndThenTheOldOne)
+{
+    std::filesystem::create_directory(folder.File("sub"));
+    folder.Make("text", "abc");
+    EXPECT_EQ(XELP_Rename(folder.File("text").c_str(), folder.File("new").c_str()), 0);
+    EXPECT_EQ(XELP_Rename(folder.File("new").c_str(), folder.File("sub/text").c_str()), 0);
+    EXPECT_EQ(Trace(),
+              "rename text new, open ., fsync ., close ., rename new sub/text, "
+              "open sub, fsync sub, close sub, open ., fsync ., close .");
+    EXPECT_EQ(folder.Content("sub/text"), "abc");
+}
+
+TEST_F(FileFailure, RenameInTheRootOrTheWorkingFolderFlushesThat)
+{
+    system.Fail("rename", 1, EACCES);
+    EXPECT_NE(XELP_Rename("/wyx_no_such_file", "/wyx_no_such_name"), 0);
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_EQ(Trace(), "rename /wyx_no_such_file /wyx_no_such_name") << "flushed nothing new";
+
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    folder.Make("a", "x");
+    system.Reset();
+    EXPECT_EQ(XELP_Rename("a", "./b"), 0);
+    EXPECT_EQ(Trace(), "rename a ./b, open ., fsync ., close .");
+    std::filesystem::current_path(before);
+
+    system.Reset();
+    XELP_S_File *const pstruFile = Open("/dev/null", "w");
+    ASSERT_NE(pstruFile, nullptr);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    system.Fail("open", 2, EROFS); // of the file, after its directory
+    EXPECT_EQ(Open("/wyx_no_such_file", "w"), nullptr);
+    EXPECT_EQ(Trace(),
+              "open /dev, open /dev/null, fsync /dev/null, close /dev/null, close /dev, "
+              "open /, open /wyx_no_such_file, close /");
+}
+
+TEST_F(FileFailure, RenameThatCannotBeFlushedFails)
+{
+    std::filesystem::create_directory(folder.File("sub"));
+    for (const int n : {1, 2}) {
+        folder.Make("text", "abc");
+        system.Reset();
+        system.Fail("fsync", n, EIO);
+        system.Fail("close", 1, EBADF, kNever);
+        errno = 0;
+        EXPECT_NE(XELP_Rename(folder.File("text").c_str(), folder.File("sub/text").c_str()), 0);
+        EXPECT_EQ(errno, EIO);
+        EXPECT_EQ(folder.Content("sub/text"), "abc");
+        EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
+        ExpectNothingPending();
+    }
+}
+
+TEST_F(FileFailure, NamesTooLongAreRefusedAsSuch)
+{
+    const std::string tooLong = folder.Path() + "/" + std::string(5000, 'x') + "/y";
+    errno = 0;
+    EXPECT_EQ(Open(tooLong, "w"), nullptr);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    errno = 0;
+    EXPECT_EQ(Open(tooLong, "r"), nullptr);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    errno = 0;
+    EXPECT_NE(XELP_Remove(tooLong.c_str()), 0);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    errno = 0;
+    EXPECT_NE(XELP_Rename(tooLong.c_str(), tooLong.c_str()), 0);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+// ---- A save, as the INI module does it ----------------------------------------------------------
+
+/// Every single call of a save fails in turn: the old or the new content always stays whole.
+TEST_F(FileFailure, SaveKeepsOneOfTheTwoContentsWhole)
+{
+    const std::string old = folder.File("t.ini");
+    const std::string temporary = folder.File("t1.ibk");
+    for (const char *const pszCall :
+         {"open", "fallocate", "write", "ftruncate", "fsync", "close", "unlink", "rename"}) {
+        for (int n = 1;; ++n) {
+            SCOPED_TRACE(testing::Message() << pszCall << " " << n);
+            folder.Make("t.ini", "old");
+            std::filesystem::remove(temporary);
+            system.Reset();
+            system.Fail(pszCall, n, EIO);
+            XELP_S_File *const pstruFile = Open(temporary, "w");
+            if (pstruFile != nullptr) {
+                const bool isWritten = Write(pstruFile, "new") == 3;
+                XELP_Fclose(pstruFile); // nobody looks at its result
+                if (!isWritten) {
+                    XELP_Remove(temporary.c_str());
+                } else if (XELP_Remove(old.c_str()) == 0) {
+                    XELP_Rename(temporary.c_str(), old.c_str());
+                }
+            }
+            const bool isOldName = folder.Has("t.ini");
+            const std::string target = isOldName ? folder.Content("t.ini") : "";
+            EXPECT_TRUE(isOldName ? target == "old" || target == "new"
+                                  : folder.Content("t1.ibk") == "new");
+            if (system.Calls(pszCall) < n) {
+                EXPECT_EQ(target, "new");
+                break;
+            }
+        }
+    }
+}
+
+} // namespace
+} // namespace wyx::test

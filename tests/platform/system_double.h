@@ -1,0 +1,119 @@
+// A double of the system calls under the default adapter, linked into a test together with the
+// adapter's objects: the linker's --wrap leads their calls here (see CMakeLists.txt).
+//
+// It records every call, can make any of them fail, be interrupted or do only a part, and knows
+// which descriptors and blocks are held. What it does not change goes through to the system.
+#ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
+#define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace wyx::test {
+
+class SystemDouble {
+  public:
+    /// The one double of the process.
+    static SystemDouble &Instance();
+
+    /// Forgets all records and plans. What is held stays known.
+    void Reset();
+
+    /// Lets the @p n-th call (from 1) of @p call since now fail with @p iError, and as many more as
+    /// @p times says, without doing anything.
+    void Fail(const std::string &call, int n, int iError, int times = 1);
+    /// Lets every call that may be interrupted fail with EINTR @p times before it is carried out.
+    void InterruptEach(int times);
+    /// The most that one read or write moves.
+    void LimitRead(std::size_t bytes) { readLimit_ = bytes; }
+    void LimitWrite(std::size_t bytes) { writeLimit_ = bytes; }
+    /// The size that the system tells of each file from now on.
+    void TellSize(off_t size) { size_ = size; }
+    /// The process's limit of a file's size, as it is told.
+    void TellSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
+    /// Runs after the @p n-th call (from 1) of @p call since now.
+    void After(const std::string &call, int n, std::function<void()> action);
+
+    /// How often a call was made since Reset(), failing and interrupted ones included.
+    int Calls(const std::string &call) const;
+    /// The calls for files since Reset(), as "open a, fsync a, ..."; names lose the @p folder they
+    /// lie in, which itself shows as ".".
+    std::string Trace(const std::string &folder) const;
+    /// Bytes that write calls handed over since Reset(), and where the last reservation ends.
+    std::size_t Written() const { return written_; }
+    off_t ReservedUpTo() const { return reserved_; }
+
+    std::vector<int> OpenDescriptors() const;
+    std::size_t LiveBlocks() const;
+
+    // What the wrapped calls use.
+    /// Counts and records a call; true if it must fail, with errno set.
+    bool Strike(const std::string &call, const std::string &detail = {});
+    void Done(const std::string &call);
+    std::string NameOf(int iFd) const;
+    void Opened(int iFd, const char *pszName);
+    void Closed(int iFd);
+    void Allocated(void *pBlock);
+    void Released(void *pBlock);
+    void Wrote(std::size_t bytes) { written_ += bytes; }
+    void Reserved(off_t upTo) { reserved_ = upTo; }
+    std::size_t ReadLimit() const { return readLimit_; }
+    std::size_t WriteLimit() const { return writeLimit_; }
+    std::optional<off_t> ToldSize() const { return size_; }
+    std::optional<unsigned long> ToldSizeLimit() const { return sizeLimit_; }
+
+  private:
+    struct Plan {
+        int iFirst;
+        int iLast;
+        int iError;
+    };
+    struct Action {
+        std::string call;
+        int n;
+        std::function<void()> action;
+    };
+
+    mutable std::mutex mutex_;
+    std::map<std::string, int> calls_;
+    std::map<std::string, std::vector<Plan>> plans_;
+    std::vector<Action> actions_;
+    std::vector<std::string> trace_;
+    std::map<int, std::string> descriptors_;
+    std::set<void *> blocks_;
+    std::map<std::string, int> interrupted_;
+    int interruptEach_ = 0;
+    std::size_t readLimit_ = 0; // 0: none
+    std::size_t writeLimit_ = 0;
+    std::optional<off_t> size_;
+    std::optional<unsigned long> sizeLimit_;
+    std::size_t written_ = 0;
+    off_t reserved_ = 0;
+};
+
+/// Base of test fixtures: begins with a fresh double and ends with the proof that nothing is held.
+class SystemTest : public ::testing::Test {
+  protected:
+    void SetUp() override { system.Reset(); }
+    void TearDown() override
+    {
+        EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{}) << "descriptors are still open";
+        EXPECT_EQ(system.LiveBlocks(), 0U) << "blocks are still held";
+        system.Reset();
+    }
+
+    SystemDouble &system = SystemDouble::Instance();
+};
+
+} // namespace wyx::test
+
+#endif

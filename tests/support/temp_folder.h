@@ -1,0 +1,63 @@
+// A folder of a test's own, which goes with all its content when the test ends.
+#ifndef WYX_TESTS_SUPPORT_TEMP_FOLDER_H
+#define WYX_TESTS_SUPPORT_TEMP_FOLDER_H
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace wyx::test {
+
+class TempFolder {
+  public:
+    TempFolder() : path_((std::filesystem::temp_directory_path() / "wyx_XXXXXX").string())
+    {
+        if (mkdtemp(path_.data()) == nullptr) {
+            ADD_FAILURE() << "no temporary folder";
+        }
+    }
+    ~TempFolder()
+    {
+        std::error_code ignored; // a test may have taken away the right to look into it
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TempFolder(const TempFolder &) = delete;
+    TempFolder &operator=(const TempFolder &) = delete;
+
+    const std::string &Path() const { return path_; }
+    std::string File(std::string_view name) const { return path_ + "/" + std::string(name); }
+
+    /// Makes a file with this content, whatever was there.
+    std::string Make(std::string_view name, std::string_view content) const
+    {
+        std::ofstream file(File(name), std::ios::binary | std::ios::trunc);
+        file.write(content.data(), static_cast<std::streamsize>(content.size()));
+        EXPECT_TRUE(file.flush().good()) << name;
+        return File(name);
+    }
+
+    /// The content of a file; a missing one fails the test.
+    std::string Content(std::string_view name) const
+    {
+        std::ifstream file(File(name), std::ios::binary);
+        EXPECT_TRUE(file.is_open()) << name;
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    bool Has(std::string_view name) const
+    {
+        return std::filesystem::exists(std::filesystem::symlink_status(File(name)));
+    }
+
+  private:
+    std::string path_;
+};
+
+} // namespace wyx::test
+
+#endif
