@@ -1,0 +1,56 @@
+# Installation: the two libraries for CMake and pkg-config users, headers, tool and documentation.
+# Whatever is installed finds the rest by its own place, so the tree can be moved.
+include_guard(GLOBAL)
+include(CMakePackageConfigHelpers)
+
+set(WYX_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/wyx_commlib" CACHE STRING
+    "Folder of the CMake package, below the prefix")
+set(WYX_INSTALL_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig" CACHE STRING
+    "Folder of the pkg-config files, below the prefix")
+
+# With a client's own adapter, the client provides wyx::os_adapter to its own users as well.
+if(WYX_OS_ADAPTER)
+    set(adapter wyx_client_adapter)
+else()
+    set(adapter wyx_os_adapter)
+endif()
+set_target_properties(wyx_commlib PROPERTIES EXPORT_NAME commlib)
+set_target_properties(${adapter} PROPERTIES EXPORT_NAME os_adapter)
+set_target_properties(wyx_platform_headers PROPERTIES EXPORT_NAME platform_headers)
+
+install(TARGETS wyx_commlib ${adapter} wyx_platform_headers EXPORT wyx_commlib
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    COMPONENT runtime NAMELINK_COMPONENT development)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/wyx_commlib"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
+set(platform_headers os_adapter.h bounded.h)
+if(WYX_OS_ADAPTER_ACCOUNTING)
+    list(APPEND platform_headers mem_accounting.h)
+endif()
+list(TRANSFORM platform_headers PREPEND "${PROJECT_SOURCE_DIR}/platform/")
+install(FILES ${platform_headers}
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/wyx_os_adapter" COMPONENT development)
+
+install(EXPORT wyx_commlib NAMESPACE wyx:: FILE wyx_commlib-targets.cmake
+    DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT development)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/wyx_commlib-config.cmake.in"
+    "${PROJECT_BINARY_DIR}/wyx_commlib-config.cmake"
+    INSTALL_DESTINATION "${WYX_INSTALL_CMAKEDIR}"
+    NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/wyx_commlib-config-version.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/wyx_commlib-config.cmake"
+    "${PROJECT_BINARY_DIR}/wyx_commlib-config-version.cmake"
+    DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT development)
+
+# The way from the pkg-config files back to the prefix.
+file(RELATIVE_PATH WYX_PC_TO_PREFIX "/${WYX_INSTALL_PKGCONFIGDIR}" "/")
+string(REGEX REPLACE "/$" "" WYX_PC_TO_PREFIX "${WYX_PC_TO_PREFIX}")
+foreach(library wyx_commlib wyx_os_adapter)
+    configure_file("${CMAKE_CURRENT_LIST_DIR}/${library}.pc.in"
+                   "${PROJECT_BINARY_DIR}/${library}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${library}.pc"
+        DESTINATION "${WYX_INSTALL_PKGCONFIGDIR}" COMPONENT development)
+endforeach()
