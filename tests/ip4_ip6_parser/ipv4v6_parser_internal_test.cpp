@@ -451,20 +451,23 @@ TEST(TdConvertHex, DoesNotAskTheTable)
 
 // --- A dotted quad behind a gap: taken if its record were ever filled, which no parser does.
 
-TEST(TakeQuadBehindGap, AsksForFourOctets)
+TEST(TakeQuadBehindGap, AsksForSuccessAndFourOctets)
 {
-    for (QAL_UINT16 uwLen = 0; uwLen < 6; ++uwLen) {
-        Parse_S_IP4Address struIp4 = {};
-        Parse_S_IP6Address struIp6 = {};
-        struIp4.address.length = uwLen;
-        const QAL_UINT8 aucDelivered[4] = {4, 3, 2, 1};
-        QAL_UINT32 ulAddr = 0;
-        std::memcpy(&ulAddr, aucDelivered, sizeof ulAddr);
-        EXPECT_EQ(TakeQuadBehindGap(struIp4, ulAddr, struIp6), uwLen == 4);
-        const QAL_UINT8 aucNone[16] = {};
-        EXPECT_EQ(std::memcmp(struIp6.address.value, aucNone, 12), 0);
-        EXPECT_EQ(std::memcmp(struIp6.address.value + 12, uwLen == 4 ? aucDelivered : aucNone, 4),
-                  0);
+    for (const QAL_UINT32 ulStatus : {0U, 1U, 30U}) {
+        for (QAL_UINT16 uwLen = 0; uwLen < 6; ++uwLen) {
+            Parse_S_IP4Address struIp4 = {};
+            Parse_S_IP6Address struIp6 = {};
+            struIp4.address.length = uwLen;
+            const QAL_UINT8 aucNone[16] = {};
+            const QAL_UINT8 aucDelivered[4] = {4, 3, 2, 1};
+            QAL_UINT32 ulAddr = 0;
+            std::memcpy(&ulAddr, aucDelivered, sizeof ulAddr);
+            const bool isTaken = ulStatus == 0 && uwLen == 4;
+            EXPECT_EQ(TakeQuadBehindGap(ulStatus, struIp4, ulAddr, struIp6), isTaken ? 0U : 30U);
+            const QAL_UINT8 *const pucValue = struIp6.address.value;
+            EXPECT_EQ(std::memcmp(pucValue, aucNone, 12), 0);
+            EXPECT_EQ(std::memcmp(pucValue + 12, isTaken ? aucDelivered : aucNone, 4), 0);
+        }
     }
 }
 

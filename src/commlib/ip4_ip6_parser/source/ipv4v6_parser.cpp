@@ -70,34 +70,6 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     return ulReduced <= 0xFF;
 }
 
-/// What stands behind the head run of an IPv6 address that has fewer than eight groups.
-enum class Form {
-    kGapAndRun,   // ::h    a gap and a run of groups
-    kThreeColons, // :::    a gap, and a dotted quad behind one more colon
-    kDottedQuad,  // .h     a dotted quad behind the dot that ended the head
-    kGapAtEnd,    // ::     a gap, then the end or a bracket
-    kNone,
-};
-
-/// The first form that fits; no character is looked at unless those before it fit.
-Form FormAt(const QAL_CHAR *pszText)
-{
-    const bool hasGap = pszText[0] == ':' && pszText[1] == ':';
-    if (hasGap && IsOf(kHexDigit, pszText[2])) {
-        return Form::kGapAndRun;
-    }
-    if (hasGap && pszText[2] == ':') {
-        return Form::kThreeColons;
-    }
-    if (pszText[0] == '.' && IsOf(kHexDigit, pszText[1])) {
-        return Form::kDottedQuad;
-    }
-    if (hasGap && (pszText[2] == '\0' || pszText[2] == ']')) {
-        return Form::kGapAtEnd;
-    }
-    return Form::kNone;
-}
-
 /// One IPv6 text under way.
 struct Ipv6Work {
     Parse_Ipv4v6_S_BUF struBuf;
@@ -128,10 +100,8 @@ void TryQuadBehindGap(Ipv6Work &work)
     QAL_UINT32 ulAddr = 0;
     const QAL_UINT32 ulStatus =
         XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber);
-    work.isTailTaken = ulStatus == 0 && TakeQuadBehindGap(work.struIp4, ulAddr, work.struIp6);
-    if (!work.isTailTaken) {
-        work.ulResult = XELP_ERR_PARSE_IPV4V6_INVALID;
-    }
+    work.ulResult = TakeQuadBehindGap(ulStatus, work.struIp4, ulAddr, work.struIp6);
+    work.isTailTaken = work.ulResult == 0;
 }
 
 // One function a form. Each gives false to refuse the text at once, with the outputs untouched;
@@ -194,19 +164,22 @@ bool TakeGapAtEnd(Ipv6Work &work)
     return true;
 }
 
+/// What stands behind a head run of fewer than eight groups: the first form that fits.
 bool TakeForm(Ipv6Work &work)
 {
-    switch (FormAt(work.struBuf.cur_bp)) {
-        case Form::kGapAndRun:
-            return TakeGapAndRun(work);
-        case Form::kThreeColons:
-            return TakeThreeColons(work);
-        case Form::kDottedQuad:
-            return TakeDottedQuad(work);
-        case Form::kGapAtEnd:
-            return TakeGapAtEnd(work);
-        case Form::kNone:
-            break;
+    const QAL_CHAR *const pszText = work.struBuf.cur_bp; // no place is looked at behind a NUL
+    const bool hasGap = pszText[0] == ':' && pszText[1] == ':';
+    if (hasGap && IsOf(kHexDigit, pszText[2])) {
+        return TakeGapAndRun(work);
+    }
+    if (hasGap && pszText[2] == ':') {
+        return TakeThreeColons(work);
+    }
+    if (pszText[0] == '.' && IsOf(kHexDigit, pszText[1])) {
+        return TakeDottedQuad(work);
+    }
+    if (hasGap && (pszText[2] == '\0' || pszText[2] == ']')) {
+        return TakeGapAtEnd(work);
     }
     return false;
 }

@@ -62,15 +62,16 @@ struct xelpParse_S_IP6Address {
 using Parse_S_IP6Address = xelpParse_S_IP6Address;
 
 /// Takes a dotted quad behind a gap as the last four bytes, in the order XELP_Parse_IPV4() delivers
-/// them, if its record says that it has all its octets. Refuses it otherwise.
-inline bool TakeQuadBehindGap(const Parse_S_IP4Address &struIp4, QAL_UINT32 ulAddr,
-                              Parse_S_IP6Address &struIp6)
+/// them, if that succeeded with @p ulStatus and the record says that all octets are there. Gives
+/// the status of the form.
+inline QAL_UINT32 TakeQuadBehindGap(QAL_UINT32 ulStatus, const Parse_S_IP4Address &struIp4,
+                                    QAL_UINT32 ulAddr, Parse_S_IP6Address &struIp6)
 {
-    if (struIp4.address.length != kIp4Len) {
-        return false;
+    if (ulStatus != 0 || struIp4.address.length != kIp4Len) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
     }
     wyx_memcpy_s(struIp6.address.value + kIp6Len - kIp4Len, kIp4Len, &ulAddr, kIp4Len);
-    return true;
+    return 0;
 }
 
 } // namespace wyx
