@@ -117,6 +117,11 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
     EXPECT_EQ(Walker<DLink>().Walk(list), XELP_ERR_DLL_NULL);
     EXPECT_EQ(status(kGetHeadNode), 0U); // ... and not for these
     EXPECT_EQ(status(kGetTailNode), 0U);
+    const DLinkList_S_Head before = Head();
+    EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 0U);
+    EXPECT_EQ(Text(), "[x]"); // the new element is the first and the last
+    EXPECT_EQ(XELP_DLinkList_Delete_CurNode(list), 0U);
+    Head() = before;
     Head().ulTotalNum = 3;
 
     DLinkList_S_Node *const pNow = Head().pstruNow;

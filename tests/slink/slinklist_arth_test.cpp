@@ -458,6 +458,12 @@ TEST_F(SLinkListEmptiness, IsTestedByTheStatedField)
     }
     Head().ulLastNode = 2;
     EXPECT_EQ(Text(), "a[b]c");
+
+    Head().ulFirstNode = kNone; // for an insertion the first element decides
+    EXPECT_EQ(XELP_SLinkList_Insert(list, User('x'), XELP_SLL_Insert_BUTT), 0U);
+    EXPECT_EQ(Head().ulFirstNode, 3U);
+    EXPECT_EQ(Head().ulLastNode, 3U);
+    EXPECT_EQ(Head().ulNow, 3U);
 }
 
 // ---- teardown ----

@@ -1115,7 +1115,7 @@ TYPED_TEST_P(ListTest, RandomCallsMatchAPlainModel)
     SCOPED_TRACE(random.Trace());
     this->Build("");
     RandomCalls<List> calls(this->list, random);
-    for (int i = 0; i < 20000 && !this->HasFailure(); ++i) {
+    for (int i = 0; i < 8000 && !this->HasFailure(); ++i) {
         calls.Step();
     }
 }

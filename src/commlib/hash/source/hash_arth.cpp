@@ -36,9 +36,15 @@ static_assert(sizeof(Hash_S_Head) == 56 && offsetof(Hash_S_Head, ulHashSize) == 
 using Head = Hash_S_Head;
 using Node = Hash_S_Node;
 
-/// The most buckets that a block can hold whose size has 32 bits; the header names the number.
-constexpr QAL_UINT32 kMaxHashSize = (0xFFFFFFFF - sizeof(Head)) / sizeof(Node *);
-static_assert(kMaxHashSize == 536870904);
+/// What the head and its buckets take, in bytes.
+constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulHashSize)
+{
+    return sizeof(Head) + QAL_UINT64{ulHashSize} * sizeof(Node *);
+}
+
+constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
+static_assert(BlockSize(536870904) <= kMaxBlockSize && BlockSize(536870905) > kMaxBlockSize,
+              "the header names the largest number of buckets");
 
 /// The bucket a key belongs to; null if the hash function fails.
 Node **FindBucket(const Head &head, void *pKey)
@@ -101,7 +107,7 @@ void Unlink(Head &head, Node **ppLink, void **ppUserNode)
     // (HashCursor.RemovalStaysInTheBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr;
+    pNode->pstruKey = nullptr; // an adapter may keep released blocks to look at
     *ppUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
@@ -128,16 +134,14 @@ QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfunHash,
         pfunNodeCmp == nullptr || pfunFreeKey == nullptr || pfunFreeNode == nullptr) {
         return XELP_ERR_HASH_INVALID_PARA;
     }
-    // Kept: the size wraps in 32 bits and is requested all the same
+    // Kept: a size that wraps in 32 bits is requested all the same
     // (HashInit.WrappedSizeIsRequestedAndReportedAsMemory).
-    constexpr QAL_UINT32 kHeadSize = sizeof(Head);
-    constexpr QAL_UINT32 kBucketSize = sizeof(Node *);
-    void *const pBlock =
-        XELP_MemMallocS(kHeadSize + ulHashSize * kBucketSize, 0, __LINE__, __FILE__);
+    const QAL_UINT64 ullSize = BlockSize(ulHashSize);
+    void *const pBlock = XELP_MemMallocS(static_cast<QAL_UINT32>(ullSize), 0, __LINE__, __FILE__);
     if (pBlock == nullptr) {
         return XELP_ERR_HASH_MEMORY;
     }
-    if (ulHashSize > kMaxHashSize) {
+    if (ullSize > kMaxBlockSize) {
         XELP_MemFreeD(pBlock, __LINE__, __FILE__);
         return XELP_ERR_HASH_MEMORY;
     }

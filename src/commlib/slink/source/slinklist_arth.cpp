@@ -41,9 +41,15 @@ using Node = SLinkList_S_Node;
 
 constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
 
-/// The most slots that a block can hold whose size has 32 bits; the header names the number.
-constexpr QAL_UINT32 kMaxNodeNum = (0xFFFFFFFF - sizeof(Head)) / sizeof(Node);
-static_assert(kMaxNodeNum == 268435452);
+/// What the head and its slots take, in bytes.
+constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
+{
+    return sizeof(Head) + QAL_UINT64{ulNodeNum} * sizeof(Node);
+}
+
+constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
+static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
+              "the header names the largest capacity");
 
 /// A place between two neighbours; kNone is an end of the list.
 struct Gap {
@@ -116,7 +122,8 @@ void *Unlink(Head &head, QAL_UINT32 ulNode)
 }
 
 /// The cursor; kNone for an empty list. The count decides, and where slots were taken by hand and
-/// it counts more than there is, the missing cursor does (SLinkListSlots.TakenByHandTheListIsEmpty).
+/// it counts more than there is, the missing cursor does
+/// (SLinkListSlots.TakenByHandTheListIsEmpty).
 QAL_UINT32 Cursor(const Head &head)
 {
     return head.ulUseNum != 0 ? head.ulNow : kNone;
@@ -234,15 +241,14 @@ QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfun
     if (ulNodeNum == 0 || pstruHead == nullptr || pfunFreeNode == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    // Kept: the size wraps in 32 bits and is requested all the same
+    // Kept: a size that wraps in 32 bits is requested all the same
     // (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory).
-    constexpr QAL_UINT32 kHeadSize = sizeof(Head);
-    constexpr QAL_UINT32 kNodeSize = sizeof(Node);
-    void *const pBlock = XELP_MemMallocS(kHeadSize + ulNodeNum * kNodeSize, 0, __LINE__, __FILE__);
+    const QAL_UINT64 ullSize = BlockSize(ulNodeNum);
+    void *const pBlock = XELP_MemMallocS(static_cast<QAL_UINT32>(ullSize), 0, __LINE__, __FILE__);
     if (pBlock == nullptr) {
         return XELP_ERR_SLL_MEMORY;
     }
-    if (ulNodeNum > kMaxNodeNum) {
+    if (ullSize > kMaxBlockSize) {
         XELP_MemFreeD(pBlock, __LINE__, __FILE__);
         return XELP_ERR_SLL_MEMORY;
     }
