@@ -300,7 +300,7 @@ bool OpenForWriting(XELP_S_File &file, const QAL_CHAR *pszName)
     if (file.pucBuffer == nullptr) {
         return false; // before a file is emptied
     }
-    if constexpr (kFlush) {
+    if (kFlush) {
         // Now: a relative name may lead elsewhere by the time the file is closed.
         file.iDirFd = OpenDirectory(DirectoryOf(pszName));
     }
@@ -536,7 +536,7 @@ QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
     if (HasPendingError() || Retry([&] { return rename(pszOldName, pszNewName); }) != 0) {
         return -1;
     }
-    if constexpr (kFlush) {
+    if (kFlush) {
         const DirName oldDir = DirectoryOf(pszOldName);
         const DirName newDir = DirectoryOf(pszNewName);
         // The new entry first: with neither of them the file would be lost.

@@ -384,9 +384,9 @@ TEST_F(File, SignalsInterruptNothing)
         pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
         usleep(20000);
         const int iFd = open(name.c_str(), O_WRONLY | O_CLOEXEC);
-        for (int i = 0; i < 10; ++i) {
+        for (const char cByte : {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j'}) {
             usleep(5000);
-            EXPECT_EQ(write(iFd, "abcdefghij" + i, 1), 1);
+            EXPECT_EQ(write(iFd, &cByte, 1), 1);
         }
         close(iFd);
     });
