@@ -37,7 +37,7 @@ consteval std::array<QAL_UINT8, kLast - kFirst + 2> MakeDecodeTable()
 
 constexpr auto cd64 = MakeDecodeTable();
 static_assert(cd64.size() == 81 && cd64['A' - kFirst] == '>' && cd64['/' - kFirst] == '}' &&
-                  cd64['=' - kFirst] == kNoValue,
+                  cd64['=' - kFirst] == '$' && cd64.back() == 0,
               "alphabet or bias is wrong");
 
 /// The sextet of a character of the standard alphabet; kSextets for any other character.
@@ -77,15 +77,20 @@ QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         pucOut[ulOut + 2] = Character(QAL_UINT32{pucIn[1]} << 2 | pucIn[2] >> 6U);
         pucOut[ulOut + 3] = Character(pucIn[2]);
     }
-    if (ulLen == 0) {
-        return ulOut;
+    if (ulLen == 2) {
+        pucOut[ulOut] = Character(pucIn[0] >> 2U);
+        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | pucIn[1] >> 4U);
+        pucOut[ulOut + 2] = Character(QAL_UINT32{pucIn[1]} << 2);
+        pucOut[ulOut + 3] = '=';
+        ulOut += 4;
+    } else if (ulLen == 1) {
+        pucOut[ulOut] = Character(pucIn[0] >> 2U);
+        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4);
+        pucOut[ulOut + 2] = '=';
+        pucOut[ulOut + 3] = '=';
+        ulOut += 4;
     }
-    const QAL_UINT32 ulSecond = ulLen == 2 ? pucIn[1] : 0U;
-    pucOut[ulOut] = Character(pucIn[0] >> 2U);
-    pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | ulSecond >> 4);
-    pucOut[ulOut + 2] = ulLen == 2 ? Character(ulSecond << 2) : QAL_UINT8{'='};
-    pucOut[ulOut + 3] = '=';
-    return ulOut + 4;
+    return ulOut;
 }
 
 constexpr QAL_UINT32 kRefused = std::numeric_limits<QAL_UINT32>::max();
@@ -126,25 +131,26 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
     return ulOut;
 }
 
-/// A product in 32 bits, which wraps for large lengths.
-constexpr QAL_INT32 WrappedProduct(QAL_UINT32 ulFactor, QAL_INT32 lLen)
+// The sizes are computed in 32 bits. Up to these lengths the products fit; beyond them they wrap,
+// and the block would be smaller than its content.
+constexpr QAL_INT32 kMostEncoded = std::numeric_limits<QAL_INT32>::max() / 4;
+constexpr QAL_INT32 kMostDecoded = std::numeric_limits<QAL_INT32>::max() / 3;
+
+/// A product in 32 bits, which wraps.
+constexpr QAL_INT32 Product(QAL_UINT32 ulFactor, QAL_INT32 lLen)
 {
     return static_cast<QAL_INT32>(ulFactor * static_cast<QAL_UINT32>(lLen));
 }
 
-/// Allocates the block of an output. @p lSize is its size as the formula gives it; @p ulNeeded is
-/// what the output may take, its NUL included. Gives null where the formula has wrapped to less.
-QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lSize, QAL_UINT32 ulNeeded,
-                          QAL_UINT32 ulLine)
+/// Allocates the block of an output, @p lSize bytes as the formula gives it.
+QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize, QAL_UINT32 ulLine)
 {
-    if (lInputlen < 0) {
-        // An empty output needs one byte, and every allocator takes a size of 0 for 1.
-        lSize = lSize < 0 ? 1 : lSize;
-    } else if (lSize < 0 || static_cast<QAL_UINT32>(lSize) < ulNeeded) {
+    if (lInputlen > lMost) {
         return nullptr;
     }
-    return static_cast<QAL_UINT8 *>(
-        XELP_MemMallocD(static_cast<QAL_UINT32>(lSize), ulLine, __FILE__));
+    // The empty output of a negative length is one byte, its NUL; a size of 0 is one byte, too.
+    const QAL_UINT32 ulSize = lSize < 0 ? 1 : static_cast<QAL_UINT32>(lSize);
+    return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
 void ReleaseAndSetNull(QAL_UINT8 **ppucBuff, QAL_UINT32 ulLine)
@@ -162,9 +168,7 @@ extern "C" {
 // (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
-    const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
-    *ppucOutput = AllocateOutput(lInputlen, WrappedProduct(4, lInputlen) / 3 + 5,
-                                 (ulLen + 2) / 3 * 4 + 1, __LINE__);
+    *ppucOutput = AllocateOutput(lInputlen, kMostEncoded, Product(4, lInputlen) / 3 + 5, __LINE__);
     if (*ppucOutput == nullptr) {
         return 0;
     }
@@ -173,6 +177,7 @@ QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
         *ppucOutput = nullptr;
         return 0;
     }
+    const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
     const QAL_UINT32 ulOut = EncodeBytes(pucInput, ulLen, *ppucOutput);
     (*ppucOutput)[ulOut] = '\0';
     return static_cast<QAL_INT32>(ulOut);
@@ -184,14 +189,13 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (pucInput == nullptr || lInputlen == 0) {
         return 0;
     }
-    const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
-    *ppucOutput = AllocateOutput(lInputlen, WrappedProduct(3, lInputlen) / 4 + 4, ulLen / 4 * 3 + 4,
-                                 __LINE__);
+    *ppucOutput = AllocateOutput(lInputlen, kMostDecoded, Product(3, lInputlen) / 4 + 4, __LINE__);
     if (*ppucOutput == nullptr) {
         return 0;
     }
     // A negative length ends before the first character: not even the one beyond it is read.
-    const QAL_UINT32 ulOut = lInputlen < 0 ? 0 : DecodeText(pucInput, ulLen, *ppucOutput);
+    const QAL_UINT32 ulOut =
+        lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
     if (ulOut == kRefused) {
         ReleaseAndSetNull(ppucOutput, __LINE__);
         return 0;
