@@ -61,6 +61,11 @@ TEST(Crc16, ReadsNothingOutsideTheMessage)
     ExpectReadsNothingOutside(kCrc);
 }
 
+TEST(Crc16, ResultMayLieInTheMessage)
+{
+    ExpectResultMayLieInTheMessage(kCrc);
+}
+
 TEST(Crc16, MessageLongerThan16BitsCount)
 {
     ExpectLongMessage(kCrc);

@@ -71,6 +71,11 @@ TEST(Crc32, ReadsNothingOutsideTheMessage)
     ExpectReadsNothingOutside(kCrc);
 }
 
+TEST(Crc32, ResultMayLieInTheMessage)
+{
+    ExpectResultMayLieInTheMessage(kCrc);
+}
+
 TEST(Crc32, MessageLongerThan16BitsCount)
 {
     ExpectLongMessage(kCrc);

@@ -216,6 +216,30 @@ void ExpectReadsNothingOutside(const Crc<Word> &crc)
     }
 }
 
+/// The result may be written over the message itself: nothing is read after that.
+template <typename Word>
+void ExpectResultMayLieInTheMessage(const Crc<Word> &crc)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (const std::size_t words : {1U, 3U, 20U, 100U, 3000U}) {
+        std::vector<Word> message(words);
+        for (Word &word : message) {
+            word = static_cast<Word>(random.UpTo(static_cast<Word>(-1)));
+        }
+        const Bytes bytes(reinterpret_cast<const QAL_UINT8 *>(message.data()),
+                          words * sizeof(Word));
+        const Word expected = crc.Piece(5, bytes);
+        for (const std::size_t at : {std::size_t{0}, words / 2, words - 1}) {
+            std::vector<Word> copy = message;
+            EXPECT_EQ(crc.pfunPiece(5, reinterpret_cast<const QAL_UINT8 *>(copy.data()),
+                                    static_cast<QAL_UINT32>(bytes.size()), &copy[at]),
+                      0U);
+            EXPECT_EQ(copy[at], expected) << words << " words, at " << at;
+        }
+    }
+}
+
 /// A message longer than 16 bits can count, joined from halves that fit.
 template <typename Word>
 void ExpectLongMessage(const Crc<Word> &crc)

@@ -1,0 +1,155 @@
+// Every way to compute the checksums gives, bit for bit, what one look-up per byte gives: at the
+// lengths where a method begins, ends or changes, at every alignment, and for any split.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <vector>
+
+#include "crc16_arth_internal.h"
+#include "crc32_arth_internal.h"
+#include "crc_checks.h"
+
+namespace wyx::test {
+namespace {
+
+/// A variant in the shape of the public calls, for the checks that are made for those.
+template <typename Word, Word (*pfunVariant)(Word, const QAL_UINT8 *, QAL_UINT32)>
+struct AsCalls {
+    static QAL_UINT32 Piece(Word start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen, Word *pResult)
+    {
+        *pResult = pfunVariant(start, pucData, ulLen);
+        return 0;
+    }
+    static QAL_UINT32 Whole(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, Word *pResult)
+    {
+        return Piece(0, pucData, ulLen, pResult);
+    }
+};
+
+template <QAL_UINT16 (*pfunVariant)(QAL_UINT16, const QAL_UINT8 *, QAL_UINT32)>
+struct Variant16 {
+    using Value = QAL_UINT16;
+    static constexpr auto pfunPlain = crc::Crc16Plain;
+    static constexpr auto pfunFast = pfunVariant;
+    using Calls = AsCalls<QAL_UINT16, pfunVariant>;
+    static constexpr Crc<QAL_UINT16> kCrc = {Calls::Whole, Calls::Piece, 0x1021, false, 0};
+};
+
+template <QAL_UINT32 (*pfunVariant)(QAL_UINT32, const QAL_UINT8 *, QAL_UINT32)>
+struct Variant32 {
+    using Value = QAL_UINT32;
+    static constexpr auto pfunPlain = crc::Crc32Plain;
+    static constexpr auto pfunFast = pfunVariant;
+    using Calls = AsCalls<QAL_UINT32, pfunVariant>;
+    static constexpr Crc<QAL_UINT32> kCrc = {Calls::Whole, Calls::Piece, 0x04C11DB7, true, 0};
+};
+
+struct Plain16 : Variant16<crc::Crc16Plain> {};
+struct Plain32 : Variant32<crc::Crc32Plain> {};
+struct Sparse16 : Variant16<crc::Crc16Sparse> {};
+struct Sparse32 : Variant32<crc::Crc32Sparse> {};
+
+template <typename Variant>
+class CrcVariants : public testing::Test {};
+using Variants = testing::Types<Plain16, Plain32, Sparse16, Sparse32>;
+TYPED_TEST_SUITE(CrcVariants, Variants);
+
+/// Lengths in which methods and loops begin and end: all the small ones, and those around the sizes
+/// of chunks and buffers.
+std::vector<std::size_t> Lengths()
+{
+    std::vector<std::size_t> lengths(1400);
+    std::iota(lengths.begin(), lengths.end(), std::size_t{0});
+    for (const std::size_t around : {2048U, 4096U, 4400U, 8192U, 8500U, 12288U, 12600U}) {
+        for (std::size_t len = around - 20; len <= around + 20; ++len) {
+            lengths.push_back(len);
+        }
+    }
+    return lengths;
+}
+
+TYPED_TEST(CrcVariants, AgreesWithLongDivision)
+{
+    ExpectEveryByte(TypeParam::kCrc);
+    ExpectRemainders(TypeParam::kCrc);
+}
+
+TYPED_TEST(CrcVariants, PiecesJoinToTheWhole)
+{
+    ExpectSplitsToJoin(TypeParam::kCrc);
+    ExpectLongMessage(TypeParam::kCrc);
+}
+
+TYPED_TEST(CrcVariants, EveryLengthFromEveryStart)
+{
+    using Value = typename TypeParam::Value;
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const std::vector<QAL_UINT8> message = random.Bytes(20000);
+    for (const std::size_t len : Lengths()) {
+        const auto ulLen = static_cast<QAL_UINT32>(len);
+        const std::size_t at = random.UpTo(message.size() - len);
+        for (const Value start : {Value{0}, static_cast<Value>(-1),
+                                  static_cast<Value>(random.UpTo(static_cast<Value>(-1)))}) {
+            ASSERT_EQ(TypeParam::pfunFast(start, message.data() + at, ulLen),
+                      TypeParam::pfunPlain(start, message.data() + at, ulLen))
+                << "length " << len << ", start " << start;
+        }
+    }
+}
+
+TYPED_TEST(CrcVariants, EveryAlignment)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const std::vector<QAL_UINT8> message = random.Bytes(6000);
+    alignas(64) static QAL_UINT8 aucAround[6000 + 64];
+    for (const std::size_t len :
+         {1U, 7U, 8U, 15U, 16U, 31U, 63U, 64U, 65U, 129U, 300U, 513U, 5000U}) {
+        const auto ulLen = static_cast<QAL_UINT32>(len);
+        const auto expected = TypeParam::pfunPlain(1, message.data(), ulLen);
+        for (std::size_t at = 0; at < 64; ++at) {
+            std::fill(std::begin(aucAround), std::end(aucAround), static_cast<QAL_UINT8>(~at));
+            std::memcpy(aucAround + at, message.data(), len);
+            ASSERT_EQ(TypeParam::pfunFast(1, aucAround + at, ulLen), expected)
+                << "length " << len << ", alignment " << at;
+        }
+    }
+}
+
+/// Each bit of a message counts where it stands: all zeros but for one bit.
+TYPED_TEST(CrcVariants, EveryBitOfAMessage)
+{
+    for (const std::size_t len : {20U, 100U, 700U}) {
+        std::vector<QAL_UINT8> message(len);
+        for (std::size_t bit = 0; bit < 8 * len; ++bit) {
+            message[bit / 8] = static_cast<QAL_UINT8>(1U << bit % 8);
+            const auto ulLen = static_cast<QAL_UINT32>(len);
+            ASSERT_EQ(TypeParam::pfunFast(0, message.data(), ulLen),
+                      TypeParam::pfunPlain(0, message.data(), ulLen))
+                << "length " << len << ", bit " << bit;
+            message[bit / 8] = 0;
+        }
+    }
+}
+
+TYPED_TEST(CrcVariants, ReadsNothingOutsideTheMessage)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const std::vector<QAL_UINT8> message = random.Bytes(20000);
+    const GuardedMemory memory(message.size());
+    for (const std::size_t len : Lengths()) {
+        const auto ulLen = static_cast<QAL_UINT32>(len);
+        const auto expected = TypeParam::pfunPlain(0, message.data(), ulLen);
+        std::memcpy(memory.Begin(), message.data(), len);
+        ASSERT_EQ(TypeParam::pfunFast(0, memory.Begin(), ulLen), expected) << len;
+        std::memcpy(memory.End() - len, message.data(), len);
+        ASSERT_EQ(TypeParam::pfunFast(0, memory.End() - len, ulLen), expected) << len;
+    }
+}
+
+} // namespace
+} // namespace wyx::test
