@@ -794,6 +794,13 @@ TEST_F(FileFailure, RenamingFlushesTheNewEntryAndThenTheOldOne)
               "rename text new, open ., fsync ., close ., rename new sub/text, "
               "open sub, fsync sub, close sub, open ., fsync ., close .");
     EXPECT_EQ(folder.Content("sub/text"), "abc");
+
+    std::filesystem::create_directory(folder.File("bus"));
+    system.Reset();
+    EXPECT_EQ(XELP_Rename(folder.File("sub/text").c_str(), folder.File("bus/text").c_str()), 0);
+    EXPECT_EQ(Trace(),
+              "rename sub/text bus/text, open bus, fsync bus, close bus, "
+              "open sub, fsync sub, close sub");
 }
 
 TEST_F(FileFailure, RenameInTheRootOrTheWorkingFolderFlushesThat)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <map>
 #include <string>
@@ -278,8 +279,27 @@ TEST(MemoryAccounting, LongerChainsServeWhereNoMemoryIsLeftForMore)
 
 // ---- What ends the process ----------------------------------------------------------------------
 
+#ifdef WYX_COVERAGE
+extern "C" void __gcov_dump(void);
+#endif
+
+class MemoryAccountingDeathTest : public ::testing::Test {
+  protected:
+#ifdef WYX_COVERAGE
+    // A process that is aborted does not write down by itself what it has covered.
+    void SetUp() override
+    {
+        std::signal(SIGABRT, [](int) { __gcov_dump(); });
+    }
+    void TearDown() override
+    {
+        std::signal(SIGABRT, SIG_DFL);
+    }
+#endif
+};
+
 /// Comes first, as those that end a process do: the books are still empty.
-TEST(MemoryAccountingDeathTest, BooksBeginEmpty)
+TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
 {
     if (wyx_mem_sites(nullptr, 0) != 0) {
         GTEST_SKIP() << "other tests came first";
@@ -299,7 +319,7 @@ TEST(MemoryAccountingDeathTest, BooksBeginEmpty)
     EXPECT_TRUE(Sites().empty());
 }
 
-TEST(MemoryAccountingDeathTest, SecondReleaseNamesAllThreeLines)
+TEST_F(MemoryAccountingDeathTest, SecondReleaseNamesAllThreeLines)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
     XELP_MemFreeD(pBlock, 82, "first.c");
@@ -310,7 +330,7 @@ TEST(MemoryAccountingDeathTest, SecondReleaseNamesAllThreeLines)
     EXPECT_DEATH(XELP_MemFreeSetNullD(&pAlias, 84, nullptr), "\\?:84 releases .* first.c:82");
 }
 
-TEST(MemoryAccountingDeathTest, SecondReleaseIsFoundAfterManyAllocations)
+TEST_F(MemoryAccountingDeathTest, SecondReleaseIsFoundAfterManyAllocations)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
     XELP_MemFreeD(pBlock, 82, "first.c");
@@ -320,7 +340,7 @@ TEST(MemoryAccountingDeathTest, SecondReleaseIsFoundAfterManyAllocations)
     EXPECT_DEATH(XELP_MemFreeD(pBlock, 83, "second.c"), "alloc.c:81 allocated and first.c:82");
 }
 
-TEST(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
+TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
 {
     int iForeign = 0;
     EXPECT_DEATH(XELP_MemFreeD(&iForeign, 91, "foreign.c"),
@@ -332,7 +352,7 @@ TEST(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
     XELP_MemFreeD(pucBlock, 93, "own.c");
 }
 
-TEST(MemoryAccountingDeathTest, ReleaseWithoutMemoryForItsLineIsPutDownToTheAllocatingOne)
+TEST_F(MemoryAccountingDeathTest, ReleaseWithoutMemoryForItsLineIsPutDownToTheAllocatingOne)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
     SystemDouble::Instance().Fail("calloc", 1, ENOMEM);

@@ -9,8 +9,8 @@
 namespace {
 
 constexpr std::size_t kSize = 64;
-const void *pWatched = nullptr;
-int iFirstByte = -1;
+const void *volatile pWatched = nullptr; // volatile: to the compiler, free() reads neither
+volatile int iFirstByte = -1;
 
 } // namespace
 
