@@ -344,8 +344,11 @@ std::vector<std::string> NotesOf(const std::string &text, const Address &address
         notes.push_back("the text from offset " + std::to_string(length) +
                         " on is ignored: " + Quoted(text.substr(length)));
     }
+    const bool isUnpaired =
+        (text.find('[') == std::string::npos) != (text.find(']') == std::string::npos);
     if (address.family == 6 &&
-        !IsStandardIpv6(BareIpv6(text.substr(0, length), address.port.has_value()), address)) {
+        (isUnpaired ||
+         !IsStandardIpv6(BareIpv6(text.substr(0, length), address.port.has_value()), address))) {
         notes.emplace_back(
             "not a standard form: another parser may refuse it or read another address");
     }

@@ -190,6 +190,7 @@ void AddBase64(CLI::App &app, Action &chosen)
         verb->add_flag("-d,--decode", options->isDecode, "decode instead of encoding");
     verb->add_option("-w,--wrap", options->width, "length of a line (76); 0 writes a single one")
         ->type_name("N")
+        ->check(CLI::NonNegativeNumber)
         ->excludes(decode);
     verb->footer(
         "Decoding takes the URL-safe '-' and '_', too, and skips padding and line ends wherever\n"

@@ -113,6 +113,11 @@ void WarnOfSurprises(const StoredLines &stored, Findings &findings)
     LineOfName sections;
     LineOfName keys;
     for (const StoredLine &line : stored.lines) {
+        if (line.text.find_first_of("\r\n") < WithoutLineEnd(line.text).size()) {
+            findings.Warning(line.first, "leading-backslash",
+                             "the next line begins with a backslash, and is taken for a part of "
+                             "this one");
+        }
         const LineParts parts = ParseLine(line.text);
         if (line.isTooLong || parts.status != XELP_ERR_INI_OK) {
             continue;
@@ -237,13 +242,8 @@ void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &fi
                 line.first, "not-kept",
                 "would not come back the same from a save: " + WhyChanged(line.text, saved));
         }
-        if (line.isEnded) {
+        if (line.isEnded && RawText(source, raw, line).find('\0') == std::string_view::npos) {
             findings.Warning(line.first, "no-line-end", "no line end: a save adds a lone CR");
-        }
-        if (line.text.find_first_of("\r\n") < WithoutLineEnd(line.text).size()) {
-            findings.Warning(line.first, "leading-backslash",
-                             "the next line begins with a backslash, and is taken for a part of "
-                             "this one");
         }
         if (RawText(source, raw, line) == saved.bytes) {
             continue; // folded before, as a save would do it again

@@ -395,7 +395,8 @@ void AddIniRoundtrip(CLI::App &ini, Action &chosen)
                      "a file of further names, each ended by a NUL byte; '-' is standard input")
         ->type_name("FILE");
     verb->add_option("--shown", options->shown, "how many files and reasons to show (10)")
-        ->type_name("N");
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
     verb->add_flag("--json", options->isJson, "write JSON");
     verb->footer(
         "A copy of each file is loaded and checked, every value is looked up, a key is changed,\n"

@@ -16,7 +16,7 @@ namespace wyx::tool {
 namespace {
 
 // Far beyond any configuration, and a bound for what never ends, such as /dev/zero.
-constexpr std::size_t kLargest = std::size_t{256} << 20;
+constexpr std::size_t kLargest = std::size_t{16} << 20;
 
 bool IsLineEnd(char ch)
 {

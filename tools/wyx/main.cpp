@@ -109,10 +109,10 @@ ExitCode Run(const std::vector<std::string> &words)
     AddIni(app, chosen);
 
     RequireVerb(app, words);
-    std::vector<std::string> reversed; // the order in which the argument parser takes them
-    std::transform(words.rbegin(), words.rend(), std::back_inserter(reversed), Guarded);
+    std::vector<std::string> arguments = Guarded(words);
+    std::ranges::reverse(arguments); // the order in which the argument parser takes them
     try {
-        app.parse(reversed);
+        app.parse(std::move(arguments));
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             std::ostringstream text; // help or the version
@@ -120,7 +120,9 @@ ExitCode Run(const std::vector<std::string> &words)
             Put(text.str());
             return ExitCode::kOk;
         }
-        throw Failure(ExitCode::kUsage, Shown(error.what()), TryHelp(*NamedVerb(app, words)));
+        std::string message = error.what();
+        std::erase(message, kMark);
+        throw Failure(ExitCode::kUsage, Shown(message), TryHelp(*NamedVerb(app, words)));
     }
     return chosen();
 }

@@ -2,7 +2,8 @@
 //
 // The argument parser takes a word in square brackets for a list of values, so that a file "[a,b]"
 // or an address "[::1]" would arrive in pieces. Such words are marked before it sees them, and the
-// mark is taken off where it stores them.
+// mark is taken off where it stores them. Words behind "--" are marked, too: it would hand them to
+// another verb.
 #ifndef WYX_TOOL_OPERAND_H
 #define WYX_TOOL_OPERAND_H
 
@@ -16,20 +17,30 @@ struct Operand {
     std::string text;
 };
 
-constexpr char kBracketMark = '\x1F';
+constexpr char kMark = '\x1F';
 
-/// Marks a word that the argument parser would take apart.
-inline std::string Guarded(std::string word)
+/// The words as the argument parser shall see them: marked if it would take them apart, or if they
+/// stand behind a "--", so that none of them is an option.
+inline std::vector<std::string> Guarded(const std::vector<std::string> &words)
 {
-    const bool isList = !word.empty() && word.front() == '[' && word.back() == ']';
-    const bool isMarked = !word.empty() && word.front() == kBracketMark;
-    return isList || isMarked ? kBracketMark + word : word;
+    std::vector<std::string> guarded;
+    bool isPlain = false;
+    for (const std::string &word : words) {
+        if (!isPlain && word == "--") {
+            isPlain = true;
+            continue;
+        }
+        const bool isList = !word.empty() && word.front() == '[' && word.back() == ']';
+        const bool isMarked = !word.empty() && word.front() == kMark;
+        guarded.push_back((isPlain || isList || isMarked ? std::string(1, kMark) : "") + word);
+    }
+    return guarded;
 }
 
 /// Found by the argument parser for values of this type.
 inline bool lexical_cast(const std::string &word, Operand &operand)
 {
-    operand.text = !word.empty() && word.front() == kBracketMark ? word.substr(1) : word;
+    operand.text = !word.empty() && word.front() == kMark ? word.substr(1) : word;
     return true;
 }
 

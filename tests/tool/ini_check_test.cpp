@@ -1,0 +1,254 @@
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+
+#include "random.h"
+#include "tool_runner.h"
+#include "wyx_commlib/ini_parser.h"
+
+namespace wyx::test {
+
+namespace {
+
+using nlohmann::json;
+
+class IniCheckToolTest : public ToolTest {
+  protected:
+    /// The findings of a file as "LINE CODE", one a line.
+    std::string Findings(const std::string &content, int code)
+    {
+        const std::string name = Write("f.ini", content);
+        const Outcome outcome = Wyx({"ini", "check", "--json", name});
+        EXPECT_EQ(outcome.code, code) << outcome.err;
+        std::string findings;
+        const json document = json::parse(outcome.out);
+        for (const json &finding : document.at(0).at("findings")) {
+            const json &word = finding.at("code");
+            findings += finding.at("line").dump() + " " +
+                        (word.is_string() ? word.get<std::string>() : word.dump()) + "\n";
+        }
+        return findings;
+    }
+};
+
+std::string Line(std::size_t size, const std::string &end = "\n")
+{
+    std::string line = "k=";
+    return line + std::string(size - line.size() - end.size(), 'x') + end;
+}
+
+struct Case {
+    const char *name;
+    std::string content;
+    std::string findings;
+};
+
+TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
+{
+    const Case cases[] = {
+        {"Empty", "", "1 130\n"},
+        {"KeyBeforeHeader", "k=1\n[a]\n", "1 60\n"},
+        {"Garbage", "[a]\ngarbage\n", "2 160\n"},
+        {"IndentedHeader", " [a]\nk=1\n", "1 110\n"},
+        {"EmptyHeader", "[]\nk=1\n", "1 110\n"},
+        {"TextBehindHeader", "[a] x\n", "1 110\n"},
+        {"BlankInKey", "[a]\na b=1\n", "2 120\n"},
+        {"NoKey", "[a]\n=1\n", "2 120\n"},
+        {"CommaWithoutBlank", "[a]\nk=a,b\n", "2 180\n"},
+        {"OpenQuote", "[a]\nk=\"x\n", "2 180\n"},
+        {"CommentWithoutBlank", "[a]\nk=a;b\n", "2 190\n"},
+        {"AllOfThem", "k=1\n[a\ngarbage\n\n; c\na b=1\nk=a,b\nk=a;b\n",
+         "1 60\n2 110\n3 160\n6 120\n7 180\n7 key-again\n8 190\n8 key-again\n"},
+        {"BehindContinuations", "[a]\nx=1\\\n2\\\n3\ny\n", "2 continuation\n5 160\n"},
+        {"BehindLeadingBackslash", "[a]\n\\x=1\ny\n", "1 110\n1 leading-backslash\n3 160\n"},
+        {"BehindEmptyContinuation", "[a]\nx=1\\\n\ny\n", "2 continuation\n4 160\n"},
+        {"CrLf", "[a]\r\nx=1\\\r\n2\r\ny\r\n", "2 continuation\n4 160\n"},
+        {"Cr", "[a]\rx=1\\\r2\ry\r", "1 line-ends\n2 continuation\n4 160\n"},
+        {"TooLong", "[a]\n" + Line(512) + "garbage\n", "2 140\n3 160\n"},
+        {"TooLongByContinuations",
+         "[a]\nk=" + std::string(300, 'x') + "\\\n" + std::string(300, 'x') + "\\\ny\ngarbage\n",
+         "2 140\n5 160\n"},
+        {"TooLongAtTheEnd", "[a]\nk=" + std::string(600, 'x'), "2 140\n"},
+        {"LongestThatLoads", "[a]\n" + Line(511), "2 fold\n"},
+        {"Utf16", std::string("\xFF\xFE[\0", 4), "1 160\n"},
+    };
+    for (const Case &sample : cases) {
+        SCOPED_TRACE(sample.name);
+        const bool isWrong = std::string(sample.name) != "LongestThatLoads";
+        EXPECT_EQ(Findings(sample.content, isWrong ? kMalformed : kOk), sample.findings);
+    }
+}
+
+TEST_F(IniCheckToolTest, WarningsOfWhatWouldNotSurviveASave)
+{
+    const std::string byte = "\xC3\xB6"; // a character of two bytes
+    std::string characters;
+    for (int i = 0; i < 40; ++i) {
+        characters += "\xE2\x82\xAC"; // and of three
+    }
+    const Case cases[] = {
+        {"Fine", "[a]\nk=1\n", ""},
+        {"FineCrLf", "[a]\r\nk=1\r\n", ""},
+        {"Mark", "\xEF\xBB\xBF; c\n[a]\nk=1\n", "1 160\n1 byte-order-mark\n"},
+        {"Continuation", "[a]\nk=1\\\n2\n", "2 continuation\n"},
+        {"Seventy-nine", "[a]\n" + Line(79), ""},
+        {"Eighty", "[a]\n" + Line(80), "2 fold\n"},
+        {"FoldedAsASaveFolds", "[a]\nk=" + std::string(76, 'x') + "\\\nx\n", ""},
+        {"FoldedElsewhere", "[a]\nk=" + std::string(75, 'x') + "\\\nxx\n", "2 continuation\n"},
+        {"TwoByteCharacterAtTheFold", "[a]\nkk=" + std::string(74, 'x') + byte + "xx\n",
+         "2 fold\n"},
+        {"CharacterCut", "[a]\nk=" + characters + "\n", "2 fold\n2 split-character\n"},
+        {"BackslashAtTheFold", "[a]\nk=" + std::string(75, 'x') + "\\xxx\n",
+         "2 not-kept\n2 fold\n"},
+        {"TwoBackslashesAtTheFold", "[a]\nk=" + std::string(74, 'x') + "\\\\xxx\n", "2 fold\n"},
+        {"CrLfAtTheFold", "[a]\r\nk=" + std::string(76, 'x') + "\r\nl=1\r\n", "2 fold\n"},
+        {"LoneCrAtTheFold", "[a]\rk=" + std::string(74, 'x') + "a\xC3\xB6\rl=1\r",
+         "1 line-ends\n2 not-kept\n2 fold\n"},
+        {"NoLineEnd", "[a]\nk=1", "2 no-line-end\n"},
+        {"TrailingBackslash", "[a]\nk=1\\", "2 trailing-backslash\n2 no-line-end\n"},
+        {"TrailingBackslashLine", "[a]\nk=1\n\\\n", "3 trailing-backslash\n"},
+        {"TwoTrailingBackslashes", "[a]\nk=1\\\\\n", ""},
+        {"Nul", std::string("[a]\nk=1\0x\nl=1\n", 14), "2 nul\n"},
+        {"NulLine", std::string("[a]\nk=1\n\0\nl=1\n", 14), "3 nul\n"},
+        {"MixedLineEnds", "[a]\r\nk=1\n", "1 line-ends\n"},
+        {"SectionAgain", "[a]\nk=1\n[b]\nk=1\n[A]\nk=1\n", "5 section-again\n"},
+        {"KeyAgain", "[a]\nk=1\nK=2\n", "3 key-again\n"},
+        {"TabBeforeComment", "[a]\nk=1\t;c\n", "2 tab-before-comment\n"},
+        {"QuoteInComment", "[a]\nk=1 ;\"c\"\n", "2 quoted-comment\n"},
+    };
+    for (const Case &sample : cases) {
+        SCOPED_TRACE(sample.name);
+        const bool isWrong = std::string(sample.name) == "Mark";
+        EXPECT_EQ(Findings(sample.content, isWrong ? kMalformed : kOk), sample.findings);
+    }
+}
+
+TEST_F(IniCheckToolTest, TextHasTheFormOfACompilersMessages)
+{
+    const std::string name = Write("net.ini", "[a]\nk=a,b\nk=1\\\n2\n");
+    const Outcome outcome = Wyx({"ini", "check", "net.ini"}, {.directory = Directory()});
+    EXPECT_EQ(outcome.code, kMalformed);
+    EXPECT_TRUE(outcome.out.starts_with("net.ini:2: malformed value: ")) << outcome.out;
+    EXPECT_TRUE(Mentions(outcome.out, {" (180)\n", "net.ini:3: warning: joined from 2 lines",
+                                       " (continuation)\n", " (key-again)\n"}));
+    EXPECT_EQ(Wyx({"ini", "check", "-e", name}).out.find("warning"), std::string::npos);
+    const Outcome input = Wyx({"ini", "check", "-"}, {.in = "x\n"});
+    EXPECT_TRUE(input.out.starts_with("(standard input):1: ")) << input.out;
+}
+
+TEST_F(IniCheckToolTest, ExitCodes)
+{
+    const std::string fine = Write("fine.ini", "[a]\n");
+    const std::string warned = Write("warned.ini", "[a]\nk=1\nk=2\n");
+    const std::string wrong = Write("wrong.ini", "x\n");
+    EXPECT_EQ(Wyx({"ini", "check", fine}).code, kOk);
+    EXPECT_EQ(Wyx({"ini", "check", warned}).code, kOk);
+    EXPECT_EQ(Wyx({"ini", "check", "--strict", warned}).code, kMalformed);
+    EXPECT_EQ(Wyx({"ini", "check", "--strict", fine}).code, kOk);
+    EXPECT_EQ(Wyx({"ini", "check", fine, wrong, fine}).code, kMalformed);
+    const Outcome missing = Wyx({"ini", "check", Path("none"), wrong});
+    EXPECT_EQ(missing.code, kIo);
+    EXPECT_TRUE(Mentions(missing.out, {"wrong.ini:1: "}));
+    EXPECT_EQ(Wyx({"ini", "check"}).code, kUsage);
+}
+
+TEST_F(IniCheckToolTest, Json)
+{
+    const std::string name = Write("a.ini", "[a]\nk=a;b\nk=1\n");
+    const Outcome outcome = Wyx({"ini", "check", "--json", name, Write("b.ini", "[b]\n")});
+    EXPECT_EQ(outcome.code, kMalformed);
+    const json document = json::parse(outcome.out);
+    ASSERT_EQ(document.size(), 2U);
+    EXPECT_EQ(document[0]["file"], name);
+    EXPECT_EQ(document[0]["ok"], false);
+    EXPECT_EQ(document[0]["findings"][0]["severity"], "error");
+    EXPECT_EQ(document[0]["findings"][0]["code"], 190);
+    EXPECT_EQ(document[0]["findings"][1]["severity"], "warning");
+    EXPECT_EQ(document[1]["ok"], true);
+    EXPECT_TRUE(document[1]["findings"].empty());
+}
+
+/// The first error as the library's own check tells it, with its slot; 0 for none.
+std::pair<QAL_UINT32, QAL_UINT32> LibraryCheck(const std::string &name)
+{
+    XELP_IN_S_INI_FILE_STRUCT document = {};
+    QAL_UINT32 ulLine = 0;
+    QAL_UINT32 ulStatus = XELP_IniGetFileContent(name.c_str(), &document);
+    if (ulStatus == XELP_ERR_INI_OK) {
+        ulStatus = XELP_IniCheckFile(&document, &ulLine);
+        XELP_IniFreeIniStruct(&document);
+    }
+    return {ulStatus, ulStatus == XELP_ERR_INI_OK ? 0 : ulLine};
+}
+
+TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    static constexpr const char *kPieces[] = {
+        "[a]",    "[b] ;c",     " [c]", "[]",    "k=1", "k = 1 ;c", "=1",   "a b=1", "k=a,b",
+        "k=a, b", "k=\"",       "k=;",  "k= ;c", "; c", "",         "  ",   "x",     "k=1\\",
+        "\\k=1",  "k=\"a ;b\"", "[a]x", "k=",    "\t",  "#\\\\",    "k=a;b"};
+    for (int round = 0; round < 60; ++round) {
+        std::string content;
+        for (std::uint64_t count = random.UpTo(8); count > 0; --count) {
+            content += kPieces[random.UpTo(std::size(kPieces) - 1)];
+            content += random.UpTo(9) == 0 ? "\r\n" : "\n";
+        }
+        SCOPED_TRACE(content);
+        const std::string name = Write("random.ini", content);
+        const auto [status, slot] = LibraryCheck(name);
+        const json findings =
+            json::parse(Wyx({"ini", "check", "-e", "--json", name}).out).at(0).at("findings");
+        ASSERT_EQ(findings.empty(), status == XELP_ERR_INI_OK);
+        if (!findings.empty()) {
+            EXPECT_EQ(findings[0]["code"], status);
+        }
+        if (status != XELP_ERR_INI_OK && status != XELP_ERR_INI_FILE_EMPTY) {
+            const json list = json::parse(Wyx({"ini", "list", "--json", name}).out);
+            EXPECT_EQ(findings[0]["line"], list["lines"][slot - 1]["line"]);
+        }
+    }
+}
+
+TEST_F(IniCheckToolTest, NumbersAreThoseOfTheLinesInTheFile)
+{
+    // Every stored line is marked with the number of the line of the file it begins on.
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (const char *const end : {"\n", "\r\n", "\r"}) {
+        std::string content;
+        std::size_t number = 1;
+        for (int i = 0; i < 200; ++i) {
+            content += "k=" + std::to_string(number);
+            for (std::uint64_t more = random.UpTo(3); more > 0; --more) {
+                content += std::string("\\") + end;
+                ++number;
+            }
+            content += std::string(" ;") + end;
+            ++number;
+        }
+        const json list = json::parse(Wyx({"ini", "list", "--json", Write("n.ini", content)}).out);
+        ASSERT_EQ(list["lines"].size(), 200U);
+        for (const json &line : list["lines"]) {
+            EXPECT_EQ(line["value"], std::to_string(line["line"].get<int>()));
+        }
+    }
+}
+
+TEST_F(IniCheckToolTest, LongFilesTakeLittleTime)
+{
+    std::string content;
+    for (int section = 0; section < 200; ++section) {
+        content += "[section" + std::to_string(section) + "]\n";
+        for (int key = 0; key < 100; ++key) {
+            content += "key" + std::to_string(key) + "=value\n";
+        }
+    }
+    const std::string name = Write("large.ini", content + "garbage\n");
+    EXPECT_EQ(Findings(content + "garbage\n", kMalformed), "20201 160\n");
+}
+
+} // namespace
+
+} // namespace wyx::test

@@ -1,0 +1,282 @@
+// wyx ini sections, keys, get, list.
+#include <nlohmann/json.hpp>
+
+#include "tool_runner.h"
+
+namespace wyx::test {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::string_view kSample =
+    "; top\n"
+    "[ Net ] ;main\n"
+    "port = 5060 ;sip\n"
+    "list=\"a ;b\", c ;x\n"
+    "none= ;c\n"
+    "empty=\n"
+    "  \n"
+    "[b]\n"
+    "long=aaa\\\n"
+    "bbb\n"
+    "k=1\n"
+    "k=2\n";
+
+class IniQueryTest : public ToolTest {
+  protected:
+    const std::string file = Write("sample.ini", kSample);
+};
+
+TEST_F(IniQueryTest, Sections)
+{
+    EXPECT_EQ(Wyx({"ini", "sections", file}).out, "Net\nb\n");
+    EXPECT_EQ(Wyx({"ini", "sections", Write("twice.ini", "[a]\n[B]\n[A]\n")}).out, "a\nB\nA\n");
+    EXPECT_EQ(json::parse(Wyx({"ini", "sections", "--json", file}).out),
+              json({{"file", file}, {"sections", {"Net", "b"}}}));
+    const Outcome none = Wyx({"ini", "sections", Write("empty.ini", "")});
+    EXPECT_EQ(none.code, kNo);
+    EXPECT_EQ(none.out, "");
+}
+
+TEST_F(IniQueryTest, Keys)
+{
+    EXPECT_EQ(Wyx({"ini", "keys", file, "NET"}).out, "port\nlist\nnone\nempty\n");
+    EXPECT_EQ(Wyx({"ini", "keys", file, "b"}).out, "long\nk\nk\n");
+    EXPECT_EQ(json::parse(Wyx({"ini", "keys", "--json", file, "b"}).out),
+              json({{"file", file}, {"section", "b"}, {"keys", {"long", "k", "k"}}}));
+    EXPECT_EQ(Wyx({"ini", "keys", Write("bare.ini", "[a]\n"), "a"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "keys", file, "c"}).code, kNo);
+}
+
+struct Value {
+    const char *section;
+    const char *key;
+    const char *value; // null for none
+};
+
+constexpr Value kValues[] = {
+    {"net", "port", "5060"},  {"NET", "PORT", "5060"},   {"net", "list", "\"a ;b\", c"},
+    {"net", "none", nullptr}, {"net", "empty", nullptr}, {"b", "long", "aaabbb"},
+    {"b", "k", "2"},
+};
+
+TEST_F(IniQueryTest, Get)
+{
+    for (const Value &value : kValues) {
+        SCOPED_TRACE(value.key);
+        const Outcome text = Wyx({"ini", "get", file, value.section, value.key});
+        EXPECT_EQ(text.code, kOk);
+        EXPECT_EQ(text.out, std::string(value.value != nullptr ? value.value : "") + "\n");
+        const json expected = value.value != nullptr ? json(value.value) : json(nullptr);
+        const json object =
+            json::parse(Wyx({"ini", "get", "--json", file, value.section, value.key}).out);
+        EXPECT_EQ(object["value"], expected);
+        EXPECT_EQ(object["file"], file);
+        EXPECT_EQ(object["section"], value.section);
+        EXPECT_EQ(object["key"], value.key);
+    }
+}
+
+TEST_F(IniQueryTest, GetFromEveryKindOfInput)
+{
+    Surroundings setup;
+    setup.in = kSample;
+    EXPECT_EQ(Wyx({"ini", "get", "-", "net", "port"}, setup).out, "5060\n");
+    EXPECT_EQ(Wyx({"ini", "get", "/dev/stdin", "net", "port"}, setup).out, "5060\n");
+    ASSERT_EQ(mkfifo(Path("fifo").c_str(), 0600), 0);
+    EXPECT_EQ(
+        Shell("cat sample.ini > fifo & exec $WYX ini get fifo net port", {.directory = Directory()})
+            .out,
+        "5060\n");
+    ASSERT_EQ(symlink("sample.ini", Path("link").c_str()), 0);
+    EXPECT_EQ(Wyx({"ini", "get", Path("link"), "net", "port"}).out, "5060\n");
+    for (const char *const name : {"[x].ini", "get", "-n", " x "}) {
+        SCOPED_TRACE(name);
+        Write(name, kSample);
+        EXPECT_EQ(Wyx({"ini", "get", "--", name, "net", "port"}, {.directory = Directory()}).out,
+                  "5060\n");
+    }
+}
+
+TEST_F(IniQueryTest, LineEndsOfEveryKind)
+{
+    for (const char *const end : {"\n", "\r\n", "\r", "\n\r"}) {
+        const std::string text = std::string("[a]") + end + "k=v" + end + "e=" + end;
+        const std::string name = Write("ends.ini", text);
+        EXPECT_EQ(Wyx({"ini", "get", name, "a", "k"}).out, "v\n");
+        EXPECT_EQ(Wyx({"ini", "get", name, "a", "e"}).out, "\n");
+        EXPECT_EQ(Wyx({"ini", "get", Write("open.ini", text + "l=w"), "a", "l"}).out, "w\n");
+    }
+}
+
+TEST_F(IniQueryTest, NotFound)
+{
+    const Outcome key = Wyx({"ini", "get", file, "net", "prot"});
+    EXPECT_EQ(key.code, kNo);
+    EXPECT_EQ(key.out, "");
+    EXPECT_TRUE(Mentions(key.err, {"no key 'prot' in section 'net'", "did you mean 'port'?"}));
+    const Outcome section = Wyx({"ini", "get", file, "nte", "port"});
+    EXPECT_EQ(section.code, kNo);
+    EXPECT_TRUE(Mentions(section.err, {"no section 'nte'", "did you mean 'Net'?"}));
+    const Outcome hidden =
+        Wyx({"ini", "get", Write("hidden.ini", "[a]\nk=1\n[b]\n[a]\n"), "a", "k"});
+    EXPECT_EQ(hidden.code, kNo);
+    EXPECT_TRUE(Mentions(hidden.err, {"line 2 has it", "the last one counts"}));
+    EXPECT_EQ(Wyx({"ini", "get", Write("empty.ini", ""), "a", "k"}).code, kNo);
+}
+
+TEST_F(IniQueryTest, BytesThatAreNoUtf8AreExactInHexadecimal)
+{
+    const std::string name = Write("latin.ini", "[a]\nstadt=K\xF6ln\nort=K\xC3\xB6ln\n");
+    EXPECT_EQ(Wyx({"ini", "get", name, "a", "stadt"}).out, "K\xF6ln\n");
+    const json latin = json::parse(Wyx({"ini", "get", "--json", name, "a", "stadt"}).out);
+    EXPECT_EQ(latin["value"], "K\xEF\xBF\xBDln");
+    EXPECT_EQ(latin["value_hex"], "4bf66c6e");
+    const json utf8 = json::parse(Wyx({"ini", "get", "--json", name, "a", "ort"}).out);
+    EXPECT_EQ(utf8["value"], "K\xC3\xB6ln");
+    EXPECT_FALSE(utf8.contains("value_hex"));
+    const json keys = json::parse(
+        Wyx({"ini", "keys", "--json", Write("key.ini", "[a]\n\xF6=1\nb=2\n"), "a"}).out);
+    EXPECT_EQ(keys["keys_hex"], json({"f6", "62"}));
+}
+
+TEST_F(IniQueryTest, List)
+{
+    EXPECT_EQ(Wyx({"ini", "list", file}).out,
+              " 1  comment  ; top\n"
+              " 2  section  [ Net ] ;main\n"
+              " 3  key      port = 5060 ;sip\n"
+              " 4  key      list=\"a ;b\", c ;x\n"
+              " 5  key      none= ;c\n"
+              " 6  key      empty=\n"
+              " 7  blank      \n"
+              " 8  section  [b]\n"
+              " 9  key      long=aaabbb\n"
+              "11  key      k=1\n"
+              "12  key      k=2\n");
+    const Outcome odd = Wyx({"ini", "list", Write("odd.ini", "garbage\n\n[\nk=\x01\n\\x=1\n")});
+    EXPECT_EQ(odd.code, kOk);
+    EXPECT_EQ(odd.out,
+              "1  error    garbage\n"
+              "2  blank\n"
+              "3  error    [\n"
+              "4  key      k=\\x01\\x0a\\x=1\n");
+}
+
+TEST_F(IniQueryTest, ListJson)
+{
+    const json list = json::parse(Wyx({"ini", "list", "--json", file}).out);
+    EXPECT_EQ(list["file"], file);
+    ASSERT_EQ(list["lines"].size(), 11U);
+    EXPECT_EQ(list["lines"][0],
+              json({{"line", 1}, {"lines", 1}, {"kind", "comment"}, {"text", "; top\n"}}));
+    EXPECT_EQ(list["lines"][1], json({{"line", 2},
+                                      {"lines", 1},
+                                      {"kind", "section"},
+                                      {"text", "[ Net ] ;main\n"},
+                                      {"name", "Net"},
+                                      {"comment", "main"}}));
+    EXPECT_EQ(list["lines"][4], json({{"line", 5},
+                                      {"lines", 1},
+                                      {"kind", "key"},
+                                      {"text", "none= ;c\n"},
+                                      {"name", "none"},
+                                      {"value", nullptr},
+                                      {"comment", "c"}}));
+    EXPECT_EQ(list["lines"][8], json({{"line", 9},
+                                      {"lines", 2},
+                                      {"kind", "key"},
+                                      {"text", "long=aaabbb\n"},
+                                      {"name", "long"},
+                                      {"value", "aaabbb"}}));
+    const json error = json::parse(Wyx({"ini", "list", "--json", Write("e.ini", "garbage\n")}).out);
+    EXPECT_EQ(error["lines"][0]["kind"], "error");
+    EXPECT_EQ(error["lines"][0]["code"], 160);
+}
+
+TEST_F(IniQueryTest, ListGoesOnBehindALineThatIsTooLong)
+{
+    const std::string half(300, 'x');
+    const std::string name =
+        Write("long.ini", "[a]\nk=" + half + "\\\n" + half + "\\\n" + half + "\nl=1\n");
+    const Outcome outcome = Wyx({"ini", "list", name});
+    EXPECT_EQ(outcome.code, kMalformed);
+    EXPECT_EQ(outcome.out,
+              "1  section  [a]\n"
+              "2  error    line of more than 511 bytes: the file does not load\n"
+              "5  key      l=1\n");
+    const json list = json::parse(Wyx({"ini", "list", "--json", name}).out);
+    EXPECT_EQ(list["lines"][1],
+              json({{"line", 2}, {"lines", 3}, {"kind", "error"}, {"code", 140}}));
+}
+
+// Each of the verbs that look into a file says what is wrong with one that cannot be looked into.
+struct BadFile {
+    const char *name;
+    std::string content;
+    std::vector<std::string> messages;
+};
+
+TEST_F(IniQueryTest, MalformedFiles)
+{
+    const BadFile files[] = {
+        {"long.ini", "[a]\n\nk=" + std::string(510, 'x') + "\n", {"long.ini:3: ", "511", "(140)"}},
+        {"nul.ini", std::string("[a]\nk=\0v\n", 9), {"nul.ini:2: ", "NUL byte", "binary"}},
+        {"utf16.ini", std::string("\xFF\xFE[\0a\0]\0", 8), {"UTF-16", "iconv"}},
+        {"unknown.ini", "[b]\ngarbage\n[a]\nx\n[c]\n", {"unknown.ini:4: ", "(160)", "ini check"}},
+        {"mark.ini", "\xEF\xBB\xBF[b]\n", {"mark.ini:1: ", "(160)", "byte-order mark"}},
+        {"header.ini", "[b]\n[]\n", {"header.ini:2: ", "malformed section header", "(110)"}},
+    };
+    for (const BadFile &bad : files) {
+        SCOPED_TRACE(bad.name);
+        const std::string name = Write(bad.name, bad.content);
+        for (const std::vector<std::string> &arguments :
+             {std::vector<std::string>{"ini", "get", name, "x", "k"},
+              std::vector<std::string>{"ini", "sections", name},
+              std::vector<std::string>{"ini", "keys", name, "x"},
+              std::vector<std::string>{"ini", "set", name, "x", "k=1"},
+              std::vector<std::string>{"ini", "del", name, "x"}}) {
+            const Outcome outcome = Wyx(arguments);
+            EXPECT_EQ(outcome.code, kMalformed) << arguments[1];
+            EXPECT_EQ(outcome.out, "");
+            EXPECT_TRUE(Mentions(outcome.err, bad.messages));
+        }
+        EXPECT_EQ(Read(name), bad.content);
+    }
+}
+
+TEST_F(IniQueryTest, GarbageBehindTheSearchedBlockOnly)
+{
+    // Lookups walk up from the end, so that what stands before the section does not matter to them.
+    const std::string name = Write("before.ini", "garbage\n[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "get", name, "a", "k"}).out, "1\n");
+    EXPECT_EQ(Wyx({"ini", "sections", name}).code, kMalformed);
+}
+
+TEST_F(IniQueryTest, WhatIsNoFile)
+{
+    for (const char *const verb : {"sections", "list", "check"}) {
+        SCOPED_TRACE(verb);
+        const Outcome missing = Wyx({"ini", verb, Path("none.ini")});
+        EXPECT_EQ(missing.code, kIo);
+        EXPECT_TRUE(Mentions(missing.err, {"none.ini': No such file"}));
+        const Outcome directory = Wyx({"ini", verb, Directory()});
+        EXPECT_EQ(directory.code, kIo);
+        EXPECT_TRUE(Mentions(directory.err, {"Is a directory"}));
+        ASSERT_EQ(chmod(file.c_str(), 0), 0);
+        const Outcome unreadable = Wyx({"ini", verb, file}, {.isNobody = true});
+        EXPECT_EQ(unreadable.code, kIo);
+        EXPECT_TRUE(Mentions(unreadable.err, {"Permission denied"}));
+        const Outcome endless = Wyx({"ini", verb, "/dev/zero"});
+        EXPECT_EQ(endless.code, kMalformed);
+        EXPECT_TRUE(Mentions(endless.err, {"too large"}));
+    }
+    const Outcome closed = Wyx({"ini", "list", "-"}, {.isInClosed = true});
+    EXPECT_EQ(closed.code, kIo);
+    EXPECT_TRUE(Mentions(closed.err, {"standard input"}));
+}
+
+} // namespace
+
+} // namespace wyx::test

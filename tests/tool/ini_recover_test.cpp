@@ -1,0 +1,142 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tool_runner.h"
+
+namespace wyx::test {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char *kOld = "net1700000000123.ibk";
+constexpr const char *kNew = "net1700000100456.ibk";
+
+class IniRecoverTest : public ToolTest {
+  protected:
+    const std::string target = Path("net.ini");
+};
+
+TEST_F(IniRecoverTest, NothingLeft)
+{
+    Write("net.ini", "[a]\n");
+    Write("net.ibk", "x");
+    Write("net12x.ibk", "x");
+    Write("net12.ibk2", "x");
+    Write("other1700000000123.ibk", "x");
+    const Outcome outcome = Wyx({"ini", "recover", target});
+    EXPECT_EQ(outcome.code, kNo);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(Mentions(outcome.err, {"no interrupted save"}));
+    EXPECT_EQ(json::parse(Wyx({"ini", "recover", "--json", target}).out)["leftovers"].size(), 0U);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "recover", Path("none/net.ini")}).code, kIo);
+}
+
+TEST_F(IniRecoverTest, ListAndShow)
+{
+    Write(kOld, "[a]\nk=1\n");
+    Write(kNew, "[a]\nk=2\n; c\n");
+    Write("net99.ibk", "[a]\n");
+    const Surroundings utc = {.environment = {{"TZ", "UTC"}}, .directory = Directory()};
+    const Outcome list = Wyx({"ini", "recover", "net.ini"}, utc);
+    EXPECT_EQ(list.code, kOk);
+    EXPECT_EQ(list.out,
+              "  N  SAVED                   BYTES   LINES  FILE\n"
+              "  1  2023-11-14 22:15:00        12       3  net1700000100456.ibk "
+              "(whole: the file itself is missing)\n"
+              "  2  2023-11-14 22:13:20         8       2  net1700000000123.ibk "
+              "(whole: the file itself is missing)\n"
+              "  3  ?                           4       1  net99.ibk "
+              "(whole: the file itself is missing)\n");
+    const json document = json::parse(Wyx({"ini", "recover", "--json", "net.ini"}, utc).out);
+    EXPECT_EQ(document["exists"], false);
+    EXPECT_EQ(document["leftovers"][0], json::parse(R"({"number": 1, "file": "net1700000100456.ibk",
+                              "saved": "2023-11-14 22:15:00", "bytes": 12, "lines": 3,
+                              "loads": true, "same": false})"));
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=2\n; c\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "2"}).out, "[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "4"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "0"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "x"}).code, kUsage);
+
+    Write("net.ini", "[a]\nk=1\n");
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out,
+                         {"(same as the file)", "(differs from the file, may be cut off)"}));
+}
+
+TEST_F(IniRecoverTest, RestoreAMissingFile)
+{
+    Write(kOld, "[a]\nk=1\n");
+    Write(kNew, "[a]\nk=2\n");
+    const Outcome outcome = Wyx({"ini", "recover", target, "--restore", "newest"});
+    EXPECT_EQ(outcome.code, kOk) << outcome.err;
+    EXPECT_TRUE(Mentions(outcome.out, {"restored from"}));
+    EXPECT_EQ(Read(target), "[a]\nk=2\n");
+    EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", kOld}));
+}
+
+TEST_F(IniRecoverTest, RestoreKeepsThePresentContentAndItsMode)
+{
+    Write("net.ini", "[a]\nk=0\n");
+    ASSERT_EQ(chmod(target.c_str(), 0640), 0);
+    Write("net.ini.old", "taken");
+    Write(kOld, "[a]\nk=1\n");
+    Write(kNew, "[a]\nk=2\n");
+    const json document =
+        json::parse(Wyx({"ini", "recover", "--json", target, "--restore", "2"}).out);
+    EXPECT_EQ(document["restored"], Path(kOld));
+    EXPECT_EQ(document["kept"], Path("net.ini.old1"));
+    EXPECT_EQ(Read(target), "[a]\nk=1\n");
+    EXPECT_EQ(Read(Path("net.ini.old1")), "[a]\nk=0\n");
+    EXPECT_EQ(Read(Path("net.ini.old")), "taken");
+    struct stat status = {};
+    ASSERT_EQ(stat(target.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", "net.ini.old", "net.ini.old1", kNew}));
+}
+
+TEST_F(IniRecoverTest, RestoreRefusesWhatDoesNotLoad)
+{
+    Write("net.ini", "[a]\nk=0\n");
+    for (const std::string &content :
+         {"[a]\nk=" + std::string(600, 'x') + "\n", std::string("[a]\nk=\0\n", 8)}) {
+        Write(kNew, content);
+        EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"(does not load)"}));
+        EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "1"}).code, kMalformed);
+        EXPECT_EQ(Read(target), "[a]\nk=0\n");
+        EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", kNew}));
+    }
+}
+
+TEST_F(IniRecoverTest, NamesAreCutAsASaveCutsThem)
+{
+    ASSERT_EQ(mkdir(Path("my.dir").c_str(), 0777), 0);
+    Write("my1700000000123.ibk", "[a]\n"); // of a file without a dot, beside its directory
+    Write("a.b1700000000123.ibk", "[a]\n");
+    Write("plain1700000000123.ibk", "[a]\n");
+    const Surroundings here = {.directory = Directory()};
+    EXPECT_TRUE(
+        Mentions(Wyx({"ini", "recover", "my.dir/config"}, here).out, {"my1700000000123.ibk"}));
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", "a.b.ini"}, here).out, {"a.b1700000000123.ibk"}));
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", "plain"}, here).out, {"plain1700000000123.ibk"}));
+    EXPECT_EQ(Wyx({"ini", "recover", "a.ini"}, here).code, kNo);
+}
+
+TEST_F(IniRecoverTest, OtherVerbsPointToIt)
+{
+    Write(kNew, "[a]\nk=2\n");
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"ini", "get", target, "a", "k"},
+          std::vector<std::string>{"ini", "set", target, "a", "k=1"}}) {
+        const Outcome outcome = Wyx(arguments);
+        EXPECT_EQ(outcome.code, kIo);
+        EXPECT_TRUE(Mentions(outcome.err, {"No such file", "wyx ini recover"}));
+    }
+}
+
+} // namespace
+
+} // namespace wyx::test

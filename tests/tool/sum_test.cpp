@@ -1,0 +1,225 @@
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+#include "random.h"
+#include "tool_runner.h"
+#include "wyx_commlib/crc.h"
+
+namespace wyx::test {
+
+namespace {
+
+class SumTest : public ToolTest {};
+
+struct Vector {
+    const char *option;
+    const char *content;
+    const char *digits;
+};
+
+constexpr Vector kVectors[] = {
+    {"--crc16", "123456789", "31c3"},
+    {"--crc16", "a", "7c87"},
+    {"--crc16", "", "0000"},
+    {"--crc32", "123456789", "2dfd2d88"},
+    {"--crc32", "a", "3ab551ce"},
+    {"--crc32", "", "00000000"},
+    {"--md5", "", "d41d8cd98f00b204e9800998ecf8427e"},
+    {"--md5", "abc", "900150983cd24fb0d6963f7d28e17f72"},
+    {"--md5", "message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
+};
+
+TEST_F(SumTest, PublishedValues)
+{
+    for (const Vector &vector : kVectors) {
+        SCOPED_TRACE(std::string(vector.option) + " " + vector.content);
+        const std::string file = Write("file", vector.content);
+        EXPECT_EQ(Wyx({"sum", vector.option, file}).out,
+                  std::string(vector.digits) + "  " + file + "\n");
+        Surroundings setup;
+        setup.in = vector.content;
+        EXPECT_EQ(Wyx({"sum", vector.option, "-"}, setup).out,
+                  std::string(vector.digits) + "  -\n");
+        EXPECT_EQ(Wyx({"sum", vector.option}, setup).out, std::string(vector.digits) + "  -\n");
+    }
+}
+
+TEST_F(SumTest, FilesInPieces)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    // Around the tool's pieces, and a pipe that brings what it likes.
+    for (const std::size_t size : {262143U, 262144U, 262145U, 1000003U, 5000001U}) {
+        const std::vector<QAL_UINT8> bytes = random.Bytes(size);
+        const std::string text(bytes.begin(), bytes.end());
+        const std::string file = Write("big", text);
+        QAL_UINT32 ulCrc = 0;
+        ASSERT_EQ(XELP_CRC_32(bytes.data(), static_cast<QAL_UINT32>(size), &ulCrc), 0U);
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "%08x", ulCrc);
+        EXPECT_EQ(Wyx({"sum", "--crc32", file}).out, std::string(digits) + "  " + file + "\n");
+        Surroundings setup;
+        setup.in = text;
+        EXPECT_EQ(Wyx({"sum", "--crc32", "-"}, setup).out, std::string(digits) + "  -\n");
+    }
+}
+
+TEST_F(SumTest, Json)
+{
+    const std::string file = Write("file", "123456789");
+    const Outcome outcome = Wyx({"sum", "--crc16", "--json", file});
+    EXPECT_EQ(outcome.code, kOk);
+    EXPECT_EQ(nlohmann::json::parse(outcome.out),
+              nlohmann::json::parse(R"([{"file": ")" + file +
+                                    R"(", "algorithm": "crc16", "sum": "31c3", "bytes": 9}])"));
+}
+
+TEST_F(SumTest, GoesOnBehindAFileThatCannotBeRead)
+{
+    const std::string file = Write("file", "a");
+    const Outcome outcome = Wyx({"sum", "--crc32", Path("none"), Directory(), file});
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_EQ(outcome.out, "3ab551ce  " + file + "\n");
+    EXPECT_TRUE(Mentions(outcome.err, {"none': No such file", "': Is a directory"}));
+}
+
+TEST_F(SumTest, UnreadableFile)
+{
+    const std::string file = Write("file", "a");
+    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    Surroundings setup;
+    setup.isNobody = true;
+    const Outcome outcome = Wyx({"sum", "--crc32", file}, setup);
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_TRUE(Mentions(outcome.err, {"Permission denied"}));
+}
+
+// Names that need escaping, and names that the argument parser could take for something else.
+const std::vector<std::string> kNames = {
+    "plain",       "with blank", "line\nfeed", "carriage\rreturn",
+    "back\\slash", "-dash",      "[a,b]",      "[]",
+    "sum",         "ini",        "*star",      " blank",
+    "\\n",         "K\xF6ln",
+};
+
+TEST_F(SumTest, ListsVerifyWhateverTheNames)
+{
+    std::vector<std::string> arguments = {"sum", "--crc32", "--"};
+    for (const std::string &name : kNames) {
+        Write(name, name);
+        arguments.push_back(name);
+    }
+    Surroundings setup;
+    setup.directory = Directory();
+    const Outcome list = Wyx(arguments, setup);
+    ASSERT_EQ(list.code, kOk) << list.err;
+    EXPECT_EQ(std::ranges::count(list.out, '\n'), std::ssize(kNames));
+    Write("LIST", list.out);
+    const Outcome outcome = Wyx({"sum", "-c", "LIST"}, setup);
+    EXPECT_EQ(outcome.code, kOk) << outcome.err;
+    EXPECT_EQ(std::ranges::count(outcome.out, '\n'), std::ssize(kNames));
+    EXPECT_TRUE(Mentions(outcome.out, {"plain: OK\n", "\\line\\nfeed: OK\n", "[a,b]: OK\n"}));
+    EXPECT_EQ(Wyx({"sum", "-c", "-q", "LIST"}, setup).out, "");
+
+    Write("with blank", "changed");
+    const Outcome changed = Wyx({"sum", "--crc32", "-c", "-q", "LIST"}, setup);
+    EXPECT_EQ(changed.code, kNo);
+    EXPECT_EQ(changed.out, "with blank: FAILED\n");
+    EXPECT_TRUE(Mentions(changed.err, {"1 sum does NOT match"}));
+    const Outcome silent = Wyx({"sum", "-c", "-s", "LIST"}, setup);
+    EXPECT_EQ(silent.code, kNo);
+    EXPECT_EQ(silent.out + silent.err, "");
+
+    remove(Path("plain").c_str());
+    const Outcome missing = Wyx({"sum", "-c", "LIST"}, setup);
+    EXPECT_EQ(missing.code, kIo);
+    EXPECT_TRUE(Mentions(missing.out, {"plain: FAILED to read\n", "with blank: FAILED\n"}));
+}
+
+TEST_F(SumTest, ListsOfTheCommonProgramBothWays)
+{
+    Surroundings setup;
+    setup.directory = Directory();
+    if (Shell("command -v md5sum >/dev/null", setup).code != 0) {
+        GTEST_SKIP() << "md5sum is not here";
+    }
+    for (const std::string &name : kNames) {
+        Write(name, name);
+    }
+    const std::string all = " -- [!L]* ";
+    const Outcome theirs = Shell("$WYX sum --md5" + all + "> L && md5sum -c --strict L", setup);
+    EXPECT_EQ(theirs.code, 0) << theirs.out << theirs.err;
+    for (const char *const form : {"", "-b", "--tag"}) {
+        SCOPED_TRACE(form);
+        const Outcome ours =
+            Shell("md5sum " + std::string(form) + all + "> L && $WYX sum --md5 -c L", setup);
+        EXPECT_EQ(ours.code, kOk) << ours.out << ours.err;
+        EXPECT_EQ(std::ranges::count(ours.out, '\n'), std::ssize(kNames));
+    }
+}
+
+TEST_F(SumTest, LinesOfLists)
+{
+    struct Case {
+        std::string line;
+        int code;
+    };
+    Write("f", "123456789");
+    Write("a) = b", "123456789");
+    Surroundings setup;
+    setup.directory = Directory();
+    const Case cases[] = {
+        {"31c3  f\n", kOk},
+        {"31C3 *f\n", kOk},
+        {"31c3  f", kOk},
+        {"31c3  f\r\n", kOk},
+        {"2dfd2d88  f\n\n31c3  f\n", kOk},
+        {"CRC16 (f) = 31c3\n", kOk},
+        {"CRC32 (a) = b) = 2DFD2D88\n", kOk},
+        {"31c4  f\n", kNo},
+        {"31c3 f\n", kMalformed},
+        {"31c3  \n", kMalformed},
+        {"31c  f\n", kMalformed},
+        {"31c3x  f\n", kMalformed},
+        {"CRC16 (f) = 31c\n", kMalformed},
+        {"CRC16 () = 31c3\n", kMalformed},
+        {"\\31c3  f\\t\n", kMalformed},
+        {"\\31c3  f\\\n", kMalformed},
+        {"31c3  f\ngarbage\n", kMalformed},
+        {"31c4  f\ngarbage\n", kMalformed},
+        {"31c3  none\ngarbage\n31c4  f\n", kIo},
+        {"", kMalformed},
+        {std::string("\0\1\2", 3), kMalformed},
+    };
+    for (const Case &sample : cases) {
+        SCOPED_TRACE(sample.line);
+        setup.in = sample.line;
+        EXPECT_EQ(Wyx({"sum", "-c", "-"}, setup).code, sample.code);
+    }
+    setup.in = "31c3  f\n";
+    EXPECT_EQ(Wyx({"sum", "--crc32", "-c"}, setup).code, kMalformed) << "the algorithm differs";
+    EXPECT_EQ(Wyx({"sum", "--crc16", "-c", Path("none")}, setup).code, kIo);
+}
+
+TEST_F(SumTest, CheckJson)
+{
+    Write("f", "123456789");
+    Surroundings setup;
+    setup.directory = Directory();
+    setup.in = "31c3  f\n2dfd2d89  f\n31c3  none\n";
+    const Outcome outcome = Wyx({"sum", "-c", "--json"}, setup);
+    EXPECT_EQ(outcome.code, kIo);
+    const nlohmann::json json = nlohmann::json::parse(outcome.out);
+    ASSERT_EQ(json.size(), 3U);
+    EXPECT_EQ(json[0]["ok"], true);
+    EXPECT_EQ(json[1]["ok"], false);
+    EXPECT_EQ(json[1]["expected"], "2dfd2d89");
+    EXPECT_EQ(json[1]["actual"], "2dfd2d88");
+    EXPECT_EQ(json[2]["ok"], false);
+    EXPECT_TRUE(Mentions(json[2]["error"], {"No such file"}));
+}
+
+} // namespace
+
+} // namespace wyx::test

@@ -1,0 +1,112 @@
+// What the tool does with the streams it is given.
+#include "tool_runner.h"
+
+namespace wyx::test {
+
+namespace {
+
+constexpr const char *kEscape = "\x1B[";
+
+class TerminalTest : public ToolTest {
+  protected:
+    const std::string file = Write("f.ini", "[a]\nk=1\ngarbage\n");
+    const std::string fine = Write("fine.ini", "[a]\nk=1\n");
+};
+
+TEST_F(TerminalTest, ColoursOnATerminalOnly)
+{
+    const std::vector<std::string> check = {"ini", "check", file};
+    EXPECT_EQ(Wyx(check).out.find(kEscape), std::string::npos);
+    EXPECT_NE(Wyx(check, {.out = Channel::kTerminal}).out.find(kEscape), std::string::npos);
+    const auto with = [](const char *name, const char *value) {
+        return Surroundings{.out = Channel::kTerminal, .environment = {{name, value}}};
+    };
+    EXPECT_EQ(Wyx(check, with("NO_COLOR", "1")).out.find(kEscape), std::string::npos);
+    EXPECT_NE(Wyx(check, with("NO_COLOR", "")).out.find(kEscape), std::string::npos);
+    EXPECT_EQ(Wyx(check, with("TERM", "dumb")).out.find(kEscape), std::string::npos);
+    EXPECT_EQ(Wyx(check, with("NO_COLOR", "1")).out, Wyx(check).out);
+}
+
+TEST_F(TerminalTest, ColoursOfMessages)
+{
+    const std::vector<std::string> get = {"ini", "get", Path("none"), "a", "k"};
+    EXPECT_EQ(Wyx(get).err.find(kEscape), std::string::npos);
+    EXPECT_NE(Wyx(get, {.err = Channel::kTerminal}).err.find(kEscape), std::string::npos);
+    EXPECT_EQ(
+        Wyx(get, {.err = Channel::kTerminal, .environment = {{"NO_COLOR", "1"}}}).err.find(kEscape),
+        std::string::npos);
+    // One stream's terminal does not colour the other.
+    EXPECT_EQ(Wyx(get, {.out = Channel::kTerminal}).err.find(kEscape), std::string::npos);
+}
+
+TEST_F(TerminalTest, JsonHasNoColours)
+{
+    EXPECT_EQ(Wyx({"ini", "check", "--json", file}, {.out = Channel::kTerminal}).out.find(kEscape),
+              std::string::npos);
+}
+
+TEST_F(TerminalTest, ControlBytesOfAFileDoNotReachTheTerminal)
+{
+    const std::string evil = Write("evil.ini", "[\x1B[2J]\n\x1B[31mkey=\x1B]0;title\x07\n");
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"ini", "list", evil},
+          std::vector<std::string>{"ini", "check", evil},
+          std::vector<std::string>{"ini", "get", evil, "\x1B[3J", "k"}}) {
+        const Outcome outcome = Wyx(arguments);
+        EXPECT_EQ((outcome.out + outcome.err).find('\x1B'), std::string::npos) << arguments[1];
+    }
+}
+
+TEST_F(TerminalTest, OutputThatCannotBeWritten)
+{
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"--help"}, std::vector<std::string>{"--version"},
+          std::vector<std::string>{"sum", "--crc32", file}, std::vector<std::string>{"addr", "::1"},
+          std::vector<std::string>{"ini", "list", file},
+          std::vector<std::string>{"ini", "get", fine, "a", "k"},
+          std::vector<std::string>{"ini", "check", "--json", file}}) {
+        SCOPED_TRACE(arguments[0]);
+        const Outcome full = Wyx(arguments, {.out = Channel::kFull});
+        EXPECT_EQ(full.code, kIo);
+        EXPECT_TRUE(Mentions(full.err, {"cannot write standard output: No space left"}));
+        const Outcome closed = Wyx(arguments, {.out = Channel::kClosed});
+        EXPECT_EQ(closed.code, kIo);
+        EXPECT_TRUE(Mentions(closed.err, {"cannot write standard output"}));
+        const Outcome broken = Wyx(arguments, {.out = Channel::kBrokenPipe});
+        EXPECT_EQ(broken.code, kIo);
+        EXPECT_EQ(broken.err, "");
+    }
+}
+
+TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
+{
+    // A file that is opened while a standard stream is closed would get its number, and its output.
+    const std::string name = Write("set.ini", "[a]\n");
+    for (int i = 1; i <= 3; ++i) {
+        const std::string setting = "k=" + std::to_string(i);
+        const Surroundings setup = {.isInClosed = true,
+                                    .out = i == 2 ? Channel::kPipe : Channel::kClosed,
+                                    .err = i == 3 ? Channel::kPipe : Channel::kClosed};
+        EXPECT_EQ(Wyx({"ini", "set", name, "a", setting}, setup).code, kOk);
+        EXPECT_EQ(Read(name), "[a]\n" + setting + "\n");
+    }
+    EXPECT_EQ(Wyx({"ini", "set", "--json", name, "a", "l=1"}, {.out = Channel::kClosed}).code, kIo);
+    EXPECT_EQ(Read(name), "[a]\nk=3\nl=1\n");
+    EXPECT_EQ(Wyx({"ini", "set", name, "a", "=1"}, {.err = Channel::kClosed}).code, kUsage);
+}
+
+TEST_F(TerminalTest, ProgressOfSlowInput)
+{
+    const std::string slow = "(printf 12345; sleep 0.7; printf 6789) | $WYX sum --crc32 -";
+    const Outcome shown = Shell(slow, {.err = Channel::kTerminal});
+    EXPECT_EQ(shown.out, "2dfd2d88  -\n");
+    EXPECT_TRUE(Mentions(shown.err, {"standard input: 9 B"}));
+    EXPECT_TRUE(shown.err.ends_with("\r\x1B[K")) << "the line is not wiped";
+    const Outcome hidden = Shell(slow);
+    EXPECT_EQ(hidden.out, "2dfd2d88  -\n");
+    EXPECT_EQ(hidden.err, "");
+}
+
+} // namespace
+
+} // namespace wyx::test

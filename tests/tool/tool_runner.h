@@ -1,0 +1,78 @@
+// Runs the built tool as a user would, and shows what came of it.
+#ifndef WYX_TESTS_TOOL_TOOL_RUNNER_H
+#define WYX_TESTS_TOOL_TOOL_RUNNER_H
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace wyx::test {
+
+/// The exit codes, as they are documented.
+constexpr int kOk = 0;
+constexpr int kNo = 1;
+constexpr int kUsage = 2;
+constexpr int kIo = 3;
+constexpr int kMalformed = 4;
+
+struct Outcome {
+    int code = -1; ///< the exit code; 128 and the signal for one that killed the tool
+    std::string out;
+    std::string err;
+};
+
+/// Where a standard stream of the tool leads.
+enum class Channel { kPipe, kTerminal, kClosed, kBrokenPipe, kFull };
+
+struct Surroundings {
+    std::string in{}; ///< what standard input brings
+    bool isInClosed = false;
+    bool isInTerminal = false;
+    Channel out = Channel::kPipe;
+    Channel err = Channel::kPipe;
+    std::map<std::string, std::string> environment{}; ///< in addition to that of the test
+    std::optional<rlim_t> fileSizeLimit{};            ///< RLIMIT_FSIZE
+    bool isNobody = false;   ///< run as a user without rights, if the test is root's
+    std::string directory{}; ///< the working directory; empty: that of the test
+};
+
+/// Runs "wyx" with arguments.
+Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup = {});
+
+/// Runs a script of the shell, with $WYX as the command that runs the tool.
+Outcome Shell(const std::string &script, const Surroundings &setup = {});
+
+/// A directory of its own for each test.
+class ToolTest : public ::testing::Test {
+  protected:
+    ToolTest();
+    ~ToolTest() override;
+
+    /// The path of a file of the directory.
+    std::string Path(const std::string &name) const { return directory_ + "/" + name; }
+    const std::string &Directory() const { return directory_; }
+    /// Makes a file of the directory, and gives its path.
+    std::string Write(const std::string &name, std::string_view content) const;
+    /// The names in the directory, sorted.
+    std::vector<std::string> Names() const;
+
+  private:
+    std::string directory_;
+};
+
+std::string Read(const std::string &path);
+
+/// Are there all of these texts in a message?
+::testing::AssertionResult Mentions(const std::string &message,
+                                    const std::vector<std::string> &texts);
+
+} // namespace wyx::test
+
+#endif
