@@ -4,7 +4,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace wyx::test {
 namespace {
@@ -316,10 +315,7 @@ TEST_F(IniCheckModel, RandomLines)
     SCOPED_TRACE(random.Trace());
     constexpr std::string_view kBytes = "\"\",,;;  \t\\\r\n=[]#ab\xE4";
     for (int i = 0; i < 50000 && !HasFailure(); ++i) {
-        std::string line;
-        for (std::size_t left = random.UpTo(i % 10 == 0 ? 512 : 40); left > 0; --left) {
-            line += kBytes[random.UpTo(kBytes.size() - 1)];
-        }
+        const std::string line = RandomText(random, kBytes, i % 10 == 0 ? 512 : 40);
         CompareSection(line);
         CompareSection("[" + line);
         CompareKey(line);
@@ -405,11 +401,8 @@ TEST_F(IniCheckFile, RandomDocumentsBesideTheModel)
                          "k=1\n",  "k= ;c\n", "l=a, b\n", "m=\"x\"\n", "bad\n",    "",
                          " [a]\n", "k=a;\n",  "a b=\n",   "k=a,b\n",   "\n[bad\n", "[]\n"};
     for (int i = 0; i < 3000 && !HasFailure(); ++i) {
-        Lines lines;
-        for (std::size_t left = random.UpTo(12); left > 0; --left) {
-            // Lines that end the check are rare, so that it gets somewhere.
-            lines.push_back(kinds[random.UpTo(random.UpTo(9) == 0 ? kinds.size() - 1 : 9)]);
-        }
+        // Lines that end the check are rare, so that it gets somewhere.
+        const Lines lines = RandomLines(random, kinds, 10);
         const Document doc(lines);
         QAL_UINT32 ulExpected = 77;
         const QAL_UINT32 ulStatus = model::CheckFile(Loaded(lines), ulExpected);

@@ -8,7 +8,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace wyx::test {
 namespace {
@@ -984,10 +983,7 @@ TEST_F(IniEdit, RandomProgramsBesideTheModel)
     const Lines starts = {"[a]\n", "k=1 ;c\n", " Port = 2\n", "; c\n", "\n", "[b] ;x\r\n",
                           "k=3\n", kHole,      "x y=4 ;\n",   "[A]\n", "  ", "bad\n"};
     for (int i = 0; i < 300 && !HasFailure(); ++i) {
-        Lines lines;
-        for (std::size_t left = random.UpTo(8); left > 0; --left) {
-            lines.push_back(starts[random.UpTo(starts.size() - (i % 8 == 0 ? 1 : 2))]);
-        }
+        const Lines lines = RandomLines(random, starts, starts.size() - 1);
         Snapshot expected =
             Loaded(lines, static_cast<QAL_UINT32>(lines.size() + random.UpTo(4)) + 1);
         Document doc(expected);

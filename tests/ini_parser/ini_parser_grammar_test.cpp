@@ -6,7 +6,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace {
 
@@ -627,10 +626,7 @@ TEST_F(IniGrammarModel, RandomLines)
     SCOPED_TRACE(random.Trace());
     constexpr std::string_view kBytes = "=;; \t\"\\\r\n,[]#ab\xE4";
     for (int i = 0; i < 20000 && !HasFailure(); ++i) {
-        std::string line;
-        for (std::size_t left = random.UpTo(i % 10 == 0 ? 512 : 40); left > 0; --left) {
-            line += kBytes[random.UpTo(kBytes.size() - 1)];
-        }
+        const std::string line = RandomText(random, kBytes, i % 10 == 0 ? 512 : 40);
         CompareType(line);
         CompareComment(line);
         CompareSection(line);

@@ -6,7 +6,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace wyx::test {
 namespace {
@@ -304,6 +303,27 @@ TEST_F(IniGetSectionList, HoldsAsManyNamesAsThereAreLines)
     EXPECT_EQ(Sections(doc), (ListResult{kOk, 150, std::vector<std::string>(150, "a")}));
 }
 
+TEST_F(IniGetSectionList, TooManyLinesForAListIs80)
+{
+    // No line is read before there is a list, so a count alone will do.
+    Document doc({"[a]\n"});
+    for (const QAL_UINT32 ulLineNum :
+         {0x1FFFFFFFU, 0xFFFFFFFFU}) { // 8 more bytes than 32 bits count
+        doc.ulLineNum = ulLineNum;
+        QAL_UINT32 ulCount = 77;
+        QAL_INT8 **list = ListSentinel();
+        EXPECT_EQ(XELP_IniGetSectionList(&doc, &ulCount, &list), kInternal);
+        EXPECT_EQ(ulCount, 0U);
+        EXPECT_EQ(list, nullptr);
+        EXPECT_EQ(FullTrace(), "");
+    }
+    doc.ulLineNum = 0x1FFFFFFE;
+    platform.Fail(Service::kAllocate, 1);
+    EXPECT_EQ(Sections(doc), (ListResult{kInternal, 0, {}}));
+    EXPECT_EQ(trace_, "D 4294967288");
+    doc.ulLineNum = 1;
+}
+
 class IniGetKeyList : public LookupTest {};
 
 TEST_F(IniGetKeyList, NullArgumentIs170AndLeavesBothResults)
@@ -545,10 +565,7 @@ TEST_F(IniLookupModel, RandomDocuments)
                          " [A]\r\n", "K = \t3\n", "k=\n",     "; k=\n", "\n",      "[b]\n",
                          "bad\n",    "",          "[]\n",     "=1\n",   "[b] x\n", "  "};
     for (int i = 0; i < 2000 && !HasFailure(); ++i) {
-        Lines lines;
-        for (std::size_t left = random.UpTo(12); left > 0; --left) {
-            lines.push_back(kinds[random.UpTo(random.UpTo(9) == 0 ? kinds.size() - 1 : 11)]);
-        }
+        const Lines lines = RandomLines(random, kinds, 12);
         Compare(Loaded(lines, static_cast<QAL_UINT32>(lines.size()) + 2),
                 random.UpTo(1) == 0 ? "a" : "B", random.UpTo(2) == 0 ? "J" : "k");
     }

@@ -8,7 +8,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace wyx::test {
 namespace {

@@ -8,7 +8,6 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "random.h"
 
 namespace wyx::test {
 namespace {
@@ -25,7 +24,25 @@ class ReaderTest : public PlatformTest {
         bool untouched;
         QAL_UINT32 ulBytes;
         QAL_UINT32 ulLines;
+        bool operator==(const Result &) const = default;
+
+        friend void PrintTo(const Result &result, std::ostream *pOut)
+        {
+            *pOut << result.ulStatus << ": "
+                  << (result.untouched ? "untouched"
+                      : result.line    ? Shown(*result.line)
+                                       : "null")
+                  << ", " << result.ulBytes << " bytes of " << result.ulLines << " lines";
+        }
     };
+
+    /// A line that was read.
+    static Result Read(const std::string &line, QAL_UINT32 ulBytes, QAL_UINT32 ulLines)
+    {
+        return {kOk, line, false, ulBytes, ulLines};
+    }
+    /// A failure that leaves the pointer.
+    static Result Failed(QAL_UINT32 ulStatus) { return {ulStatus, {}, true, 0, 0}; }
 
     void TearDown() override
     {
@@ -94,11 +111,7 @@ TEST_P(IniReaderCell, Reads)
 {
     const Cell &cell = GetParam();
     Open(cell.file);
-    const Result result = ReadOne();
-    EXPECT_EQ(result.ulStatus, kOk);
-    EXPECT_EQ(result.line, cell.line);
-    EXPECT_EQ(result.ulBytes, cell.ulBytes);
-    EXPECT_EQ(result.ulLines, cell.ulLines);
+    EXPECT_EQ(ReadOne(), Read(cell.line, cell.ulBytes, cell.ulLines));
     EXPECT_EQ(platform.Calls(Service::kSeek), cell.ulStepsBack);
     EXPECT_EQ(FileTrace(), cell.ulStepsBack == 1 ? "seek -1 1" : "");
     EXPECT_EQ(trace_, "D " + std::to_string(cell.line.size() + 1));
@@ -159,9 +172,7 @@ TEST_F(IniReader, BackslashAfterLoneLineEndJoins)
     EXPECT_EQ(ReadOne().line, "c\n");
 
     Open("a\r\\\rb\r"); // and it can be a continuation itself
-    const Result result = ReadOne();
-    EXPECT_EQ(result.line, "a\rb\r");
-    EXPECT_EQ(result.ulLines, 2U);
+    EXPECT_EQ(ReadOne(), Read("a\rb\r", 4, 2));
 
     Open("a\r\n\\b\r\n"); // a line end of two bytes is complete before
     EXPECT_EQ(ReadOne().line, "a\r\n");
@@ -177,11 +188,7 @@ TEST_F(IniReader, NothingLeftIs130AndLeavesThePointer)
     for (const char *pszFile : {"", "\\", "\\\n", "\\\r", "\\\r\n", "\\\n\\\n\\"}) {
         SCOPED_TRACE(Shown(pszFile));
         Open(pszFile);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kFileEmpty);
-        EXPECT_TRUE(result.untouched);
-        EXPECT_EQ(result.ulBytes, 0U);
-        EXPECT_EQ(result.ulLines, 0U);
+        EXPECT_EQ(ReadOne(), Failed(kFileEmpty));
         EXPECT_EQ(trace_, "");
         EXPECT_EQ(ReadOne().ulStatus, kFileEmpty); // and so it stays
     }
@@ -190,9 +197,7 @@ TEST_F(IniReader, NothingLeftIs130AndLeavesThePointer)
 TEST_F(IniReader, LeadingBlanksOfAContinuationStay)
 {
     Open("a = \\\n  b\\\n\tc\n");
-    const Result result = ReadOne();
-    EXPECT_EQ(result.line, "a =   b\tc\n");
-    EXPECT_EQ(result.ulLines, 3U);
+    EXPECT_EQ(ReadOne(), Read("a =   b\tc\n", 10, 3));
 }
 
 TEST_F(IniReader, NulCutsItsLine)
@@ -201,22 +206,21 @@ TEST_F(IniReader, NulCutsItsLine)
         std::string file;
         std::string line;
         QAL_UINT32 ulBytes;
+        QAL_UINT32 ulLines;
     } const cases[] = {
-        {"ab\0cd\nx"s, "ab\r", 2},      // text and line end go, CR comes
-        {"ab\0\nx"s, "ab\r", 2},        //
-        {"ab\0"s, "ab\r", 2},           //
-        {"a\n\\\0b\nx"s, "a\n\\\r", 3}, // cut behind a joined line end and a kept backslash
-        {"a\\\nb\0c\r\nx"s, "ab\r", 2}, // cut in a continuation
-        {"a\\\0b\nx"s, "a\\\r", 2},     // a backslash before a NUL is kept
-        {"a\\\n\0b\nx"s, "a\r", 1},     // a NUL behind a continuation
+        {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end go, CR comes
+        {"ab\0\nx"s, "ab\r", 2, 1},        //
+        {"ab\0"s, "ab\r", 2, 1},           //
+        {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut behind a joined line end and a kept backslash
+        {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut behind a line end, which needs no other
+        {"a\\\nb\0c\r\nx"s, "ab\r", 2, 2}, // cut in a continuation, which counts
+        {"a\\\0b\nx"s, "a\\\r", 2, 1},     // a backslash before a NUL is kept
+        {"a\\\n\0b\nx"s, "a\r", 1, 2},     // a NUL behind a continuation
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(Shown(c.file));
         Open(c.file);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kOk);
-        EXPECT_EQ(result.line, c.line);
-        EXPECT_EQ(result.ulBytes, c.ulBytes);
+        EXPECT_EQ(ReadOne(), Read(c.line, c.ulBytes, c.ulLines));
         EXPECT_EQ(trace_, "D " + std::to_string(c.line.size() + 1));
         EXPECT_EQ(Rest(), c.file.back() == 'x' ? "x" : "");
     }
@@ -225,11 +229,7 @@ TEST_F(IniReader, NulCutsItsLine)
 TEST_F(IniReader, NulAtTheBeginningIs130)
 {
     Open("\0a\nb\n"s);
-    const Result result = ReadOne();
-    EXPECT_EQ(result.ulStatus, kFileEmpty);
-    EXPECT_TRUE(result.untouched);
-    EXPECT_EQ(result.ulBytes, 0U);
-    EXPECT_EQ(result.ulLines, 0U);
+    EXPECT_EQ(ReadOne(), Failed(kFileEmpty));
     EXPECT_EQ(trace_, "");
     EXPECT_EQ(Rest(), "b\n"); // the line was read to its end
 }
@@ -273,10 +273,7 @@ TEST_F(IniReader, LineOf511BytesIsTheLongest)
     for (const auto &c : fits) {
         SCOPED_TRACE(Shown(c.file));
         Open(c.file);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kOk);
-        EXPECT_EQ(result.line, c.line);
-        EXPECT_EQ(result.ulLines, c.ulLines);
+        EXPECT_EQ(ReadOne(), Read(c.line, 511, c.ulLines));
         EXPECT_EQ(Rest(), c.rest);
     }
 }
@@ -300,11 +297,7 @@ TEST_F(IniReader, LongerLineIs140AndStopsAtTheByteTooMany)
     for (const auto &c : tooLong) {
         SCOPED_TRACE(Shown(c.file));
         Open(c.file);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kLineTooLong);
-        EXPECT_TRUE(result.untouched);
-        EXPECT_EQ(result.ulBytes, 0U);
-        EXPECT_EQ(result.ulLines, 0U);
+        EXPECT_EQ(ReadOne(), Failed(kLineTooLong));
         EXPECT_EQ(trace_, "");
         EXPECT_EQ(platform.Calls(Service::kSeek), 0U);
         EXPECT_EQ(Rest(), c.rest);
@@ -317,11 +310,7 @@ TEST_F(IniReader, FailedStepBackIs80AndLeavesThePointer)
         SCOPED_TRACE(Shown(pszFile));
         Open(pszFile);
         platform.Fail(Service::kSeek, 1);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kInternal);
-        EXPECT_TRUE(result.untouched);
-        EXPECT_EQ(result.ulBytes, 0U);
-        EXPECT_EQ(result.ulLines, 0U);
+        EXPECT_EQ(ReadOne(), Failed(kInternal));
         EXPECT_EQ(trace_, "");
     }
 }
@@ -332,12 +321,7 @@ TEST_F(IniReader, FailedAllocationIs80AndNull)
         SCOPED_TRACE(Shown(pszFile));
         Open(pszFile);
         platform.Fail(Service::kAllocate, 1);
-        const Result result = ReadOne();
-        EXPECT_EQ(result.ulStatus, kInternal);
-        EXPECT_FALSE(result.untouched);
-        EXPECT_EQ(result.line, std::nullopt);
-        EXPECT_EQ(result.ulBytes, 0U);
-        EXPECT_EQ(result.ulLines, 0U);
+        EXPECT_EQ(ReadOne(), (Result{kInternal, {}, false, 0, 0}));
         EXPECT_EQ(trace_, "D 3");
     }
 }
@@ -353,13 +337,10 @@ class IniReaderModel : public ReaderTest {
             const QAL_UINT32 ulReads = platform.Calls(Service::kRead);
             const QAL_UINT32 ulSteps = platform.Calls(Service::kSeek);
             const model::ReadLine expected = model::Read(file, at);
-            const Result result = ReadOne();
             const bool fails = expected.ulStatus != kOk;
-            ASSERT_EQ(result.ulStatus, expected.ulStatus) << Shown(file) << " at " << at;
-            ASSERT_EQ(result.untouched, fails) << Shown(file) << " at " << at;
-            ASSERT_EQ(result.line.value_or(""), expected.line) << Shown(file) << " at " << at;
-            ASSERT_EQ(result.ulBytes, expected.ulBytes) << Shown(file) << " at " << at;
-            ASSERT_EQ(result.ulLines, expected.ulLines) << Shown(file) << " at " << at;
+            ASSERT_EQ(ReadOne(), fails ? Failed(expected.ulStatus)
+                                       : Read(expected.line, expected.ulBytes, expected.ulLines))
+                << Shown(file) << " at " << at;
             ASSERT_EQ(platform.Calls(Service::kRead) - ulReads, expected.reads) << Shown(file);
             ASSERT_EQ(platform.Calls(Service::kSeek) - ulSteps, expected.stepsBack) << Shown(file);
             if (fails) {
@@ -379,14 +360,11 @@ TEST_F(IniReaderModel, RandomFiles)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
-    constexpr std::string_view kBytes = "\\\\\n\n\r\rab=\"\xE4";
+    const std::string bytes = "\\\\\n\n\r\rab=\"\xE4";
     for (int i = 0; i < 2000 && !HasFailure(); ++i) {
-        const bool isRare = i % 4 == 0; // long lines need few line ends
-        std::string file;
-        for (std::size_t left = random.UpTo(isRare ? 3000 : 60); left > 0; --left) {
-            file += isRare && random.UpTo(300) != 0 ? 'a' : kBytes[random.UpTo(kBytes.size() - 1)];
-        }
-        Compare(file);
+        // Long lines need few line ends.
+        Compare(i % 4 != 0 ? RandomText(random, bytes, 60)
+                           : RandomText(random, std::string(3000, 'a') + bytes, 3000));
     }
 }
 

@@ -234,4 +234,22 @@ std::optional<std::string> ReadFile(const std::string &name)
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize)
+{
+    std::string text;
+    for (std::size_t left = random.UpTo(maxSize); left > 0; --left) {
+        text += bytes[random.UpTo(bytes.size() - 1)];
+    }
+    return text;
+}
+
+Lines RandomLines(Random &random, const Lines &kinds, std::size_t common)
+{
+    Lines lines;
+    for (std::size_t left = random.UpTo(12); left > 0; --left) {
+        lines.push_back(kinds[random.UpTo(random.UpTo(9) == 0 ? kinds.size() - 1 : common - 1)]);
+    }
+    return lines;
+}
+
 } // namespace wyx::test

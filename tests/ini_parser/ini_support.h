@@ -14,6 +14,7 @@
 
 #include "os_adapter.h"
 #include "platform_double.h"
+#include "random.h"
 #include "wyx_commlib/ini_parser.h"
 
 namespace wyx::test {
@@ -141,6 +142,12 @@ class TempDir {
 void WriteFile(const std::string &name, std::string_view content);
 /// The file's content, or none if it cannot be read.
 std::optional<std::string> ReadFile(const std::string &name);
+
+/// A text of up to @p maxSize of these bytes.
+std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize);
+
+/// Up to twelve lines: of the first @p common kinds, now and then of any.
+Lines RandomLines(Random &random, const Lines &kinds, std::size_t common);
 
 /// Names the cases of a table by their pszName.
 struct CaseName {
