@@ -150,6 +150,16 @@ TEST(Charset, AddedHexDigitCountsAsZero)
     EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U);
 }
 
+// Behind a dotted quad no port is looked for, not even where its first digit is a colon.
+TEST(Charset, ColonAsADigitBeginsNoPort)
+{
+    const Reclassified digit(':', 0x84);
+    QAL_UINT8 aucAddr[16] = {};
+    EXPECT_EQ(StatusOfIpv6(".:.2.3.4", aucAddr), 0U);
+    EXPECT_EQ(aucAddr[12], 0);
+    EXPECT_EQ(aucAddr[15], 4);
+}
+
 // Whatever the table says of it, the terminator ends the text: behind it is an unmapped page.
 TEST(Charset, TerminatorIsNeverADigit)
 {
@@ -407,6 +417,26 @@ TEST(TdHexseq, CountOfCharactersLeftEndsTheRun)
     EXPECT_EQ(core_td_hexseq(aucBytes, &ulLen, &struBuf), 0U);
     EXPECT_EQ(ulLen, 0U);
     EXPECT_EQ(struBuf.cur_bp, achText);
+}
+
+// Not even a count that promises more makes the reader look behind the terminator.
+TEST(TdHexseq, TerminatorEndsTheLookAhead)
+{
+    GuardedText memory;
+    for (const std::string_view text : {"1:2", "1:22", "1:222", "1:2222", "1:2.", "1:0."}) {
+        Parse_Ipv4v6_S_BUF struBuf = {memory.Hold(text), 100};
+        QAL_UINT8 aucBytes[16];
+        QAL_UINT32 ulLen = 0;
+        EXPECT_EQ(core_td_hexseq(aucBytes, &ulLen, &struBuf), 0U) << text;
+        EXPECT_EQ(ulLen, 4U) << text;
+    }
+    for (const std::string_view text : {"1:22.", "1:222.", "1:22.2"}) {
+        Parse_Ipv4v6_S_BUF struBuf = {memory.Hold(text), 100};
+        QAL_UINT8 aucBytes[16];
+        QAL_UINT32 ulLen = 0;
+        EXPECT_EQ(core_td_hexseq(aucBytes, &ulLen, &struBuf), 0U) << text;
+        EXPECT_EQ(ulLen, 2U) << text;
+    }
 }
 
 TEST(TdHexseq, EveryShortText)

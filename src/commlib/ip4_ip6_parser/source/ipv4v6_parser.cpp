@@ -143,16 +143,13 @@ bool TakeDottedQuad(Ipv6Work &work)
 {
     Advance(work.struBuf, 1);
     QAL_UINT32 ulAddr = 0;
-    // A port's status is not 0 either: behind a dotted quad there is none.
+    // One with a port has another status than 0 and is refused, too, so the port stays 0.
     if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber) != 0) {
         return false;
     }
     for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
         work.struIp6.address.value[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
     }
-    work.struIp6.portNumber = work.struIp4.portNumber;
-    work.struIp4.bit_mask = 1;
-    work.struIp6.bit_mask = 1;
     work.isTailTaken = true;
     return true;
 }
@@ -224,7 +221,7 @@ QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT1
 
     std::swap(address.value[0], address.value[3]);
     std::swap(address.value[1], address.value[2]);
-    wyx_memcpy_s(pulAddr, kIp4Len, address.value, kIp4Len);
+    wyx_memcpy_s(pulAddr, kIp4Len, address.value, address.length);
     if (struIp4.bit_mask == 0) {
         return 0;
     }
@@ -266,8 +263,9 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
         }
         work.ulResult = 0;
     }
-    wyx_memcpy_s(pucAddr, kIp6Len, work.struIp6.address.value, kIp6Len);
-    *puwPort = work.struIp6.portNumber;
+    const Parse_S_IP6Address &struIp6 = work.struIp6;
+    wyx_memcpy_s(pucAddr, kIp6Len, struIp6.address.value, struIp6.address.length);
+    *puwPort = struIp6.bit_mask != 0 ? struIp6.portNumber : QAL_UINT16{0};
     return work.ulResult;
 }
 

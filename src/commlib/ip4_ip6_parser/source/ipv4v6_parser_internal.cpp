@@ -72,7 +72,7 @@ consteval QAL_UINT32 ClassesOf(unsigned uByte)
 
 constexpr QAL_UINT16 kGroupDigits = 4;
 constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
-constexpr QAL_INT kDottedTailLen = 5; // a colon and the four characters the look-ahead asks about
+constexpr QAL_INT kDottedTailLen = 5; // the shortest dotted tail that is left to the caller
 
 constexpr QAL_UINT8 kNoHexDigit = 0xFF;
 
@@ -97,13 +97,14 @@ QAL_UINT8 HexValue(QAL_CHAR chDigit)
 // (TdHexseq.DottedTails).
 bool GoesOnBehindColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
-    // With fewer characters left than the look-ahead asks about, the run goes on whatever they are;
-    // so none of them is read where the text may be over.
     if (struBuf.cur_bp_rem_len < kDottedTailLen) {
         return true;
     }
     const QAL_CHAR *const pszText = struBuf.cur_bp;
-    const bool hasDot = pszText[2] == '.' || pszText[3] == '.' || pszText[4] == '.';
+    // A dot in the second place lets the run go on anyway. No character behind the terminator is
+    // looked at, not even if the count promises more.
+    const bool hasDot =
+        pszText[2] != '\0' && (pszText[3] == '.' || (pszText[3] != '\0' && pszText[4] == '.'));
     return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
            pszText[3] == ':' || pszText[4] == ':';
 }
