@@ -7,7 +7,9 @@
 //
 // Writing. A call of the system for every line would make large files slow, but bytes that wait in
 // a buffer could be lost to a full disk after they were reported as written. So blocks are reserved
-// ahead of the end, and only bytes that have theirs wait; all others are handed over at once.
+// ahead of the end, and only bytes that have theirs wait; all others are handed over at once. As
+// giving back what was reserved in vain takes longer than the calls of a small file, nothing waits
+// before a file has grown to some size.
 #include "os_adapter.h"
 
 #include <fcntl.h>
@@ -52,6 +54,7 @@ constexpr mode_t kCreateMode = 0666;
 constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kWriteBuffer = 65536;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not tell their size
+constexpr off_t kAtOnce = 8192;            // the size of a file up to which nothing waits
 
 // What is reserved ahead: as much again as the file will hold, within these limits.
 constexpr off_t kReserveMin = 16384;
@@ -366,7 +369,7 @@ QAL_ULONG Append(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     if (ulCount > kWriteBuffer - file.ulWaiting && !EmptyBuffer(file)) {
         return 0;
     }
-    if (ulCount > kWriteBuffer || !file.isBuffered) {
+    if (ulCount > kWriteBuffer || !file.isBuffered || file.lWritten < kAtOnce) {
         return WriteNow(file, pucFrom, ulCount);
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(file.lWritten) + file.ulWaiting + ulCount;

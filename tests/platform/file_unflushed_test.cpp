@@ -20,12 +20,14 @@ TEST_F(FileUnflushed, CallsForNoFlush)
     const std::string name = folder.File("text");
     XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
     ASSERT_NE(pstruFile, nullptr);
-    EXPECT_EQ(XELP_Fwrite("abc", 1, 3, pstruFile), 3U);
+    const std::string text(9000, 'x');
+    EXPECT_EQ(XELP_Fwrite(text.data(), 1, 9000, pstruFile), 9000U);
+    EXPECT_EQ(XELP_Fwrite("waits", 1, 5, pstruFile), 5U);
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
     EXPECT_EQ(XELP_Remove(folder.File("new").c_str()), 0);
     EXPECT_EQ(system.Trace(folder.Path()),
-              "open text, fallocate text, write text, ftruncate text, close text, "
+              "open text, write text, fallocate text, write text, ftruncate text, close text, "
               "rename text new, unlink new");
 }
 
@@ -36,7 +38,9 @@ TEST_F(FileUnflushed, FailureAtCloseIsStillTold)
         const std::string name = folder.File("text");
         XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
         ASSERT_NE(pstruFile, nullptr);
-        EXPECT_EQ(XELP_Fwrite("abc", 1, 3, pstruFile), 3U);
+        const std::string text(9000, 'x');
+        EXPECT_EQ(XELP_Fwrite(text.data(), 1, 9000, pstruFile), 9000U);
+        EXPECT_EQ(XELP_Fwrite("waits", 1, 5, pstruFile), 5U);
         system.Fail(pszCall, 1, EIO);
         EXPECT_NE(XELP_Fclose(pstruFile), 0);
         EXPECT_NE(XELP_Remove(name.c_str()), 0);
