@@ -23,33 +23,60 @@ static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's
 /// A one bit and zeros: what fills up the last block.
 constexpr std::array<QAL_UINT8, kBlockLen> PADDING = {0x80};
 
-// The mixes of the four rounds, bit by bit: x chooses between y and z; z chooses between x and y;
-// the parity of the three; and one that treats them all differently.
-constexpr QAL_UINT32 F(QAL_UINT32 x, QAL_UINT32 y, QAL_UINT32 z)
+/// The word that four bytes hold, the low byte first.
+constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
 {
-    return (x & y) | (~x & z);
+    return QAL_UINT32{pucBytes[0]} | QAL_UINT32{pucBytes[1]} << 8 | QAL_UINT32{pucBytes[2]} << 16 |
+           QAL_UINT32{pucBytes[3]} << 24;
 }
 
-constexpr QAL_UINT32 G(QAL_UINT32 x, QAL_UINT32 y, QAL_UINT32 z)
+constexpr void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
 {
-    return (x & z) | (y & ~z);
+    pucBytes[0] = static_cast<QAL_UINT8>(ulWord);
+    pucBytes[1] = static_cast<QAL_UINT8>(ulWord >> 8);
+    pucBytes[2] = static_cast<QAL_UINT8>(ulWord >> 16);
+    pucBytes[3] = static_cast<QAL_UINT8>(ulWord >> 24);
 }
 
-constexpr QAL_UINT32 H(QAL_UINT32 x, QAL_UINT32 y, QAL_UINT32 z)
+// A block is one chain of 64 steps, each of which needs the word that the one before it made: b
+// here. So what a step can do without b comes first, and only the rest is on the chain.
+
+/// Ends a sum: optimisers put additions in another order, which need not be one that is off the
+/// chain.
+inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
 {
-    return x ^ y ^ z;
+    __asm__("" : "+r"(ulSum));
+    return ulSum;
 }
 
-constexpr QAL_UINT32 I(QAL_UINT32 x, QAL_UINT32 y, QAL_UINT32 z)
+/// Bit by bit, b chooses between c and d.
+inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
+                  int iRotate, QAL_UINT32 ulSine)
 {
-    return y ^ (x | ~z);
+    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-template <QAL_UINT32 (*Mix)(QAL_UINT32, QAL_UINT32, QAL_UINT32)>
-inline void Step(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
-                 int iRotate, QAL_UINT32 ulSine)
+/// Bit by bit, d chooses between b and c. No bit comes from both halves, so they can be added
+/// apart.
+inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
+                  int iRotate, QAL_UINT32 ulSine)
 {
-    a = b + std::rotl(a + Mix(b, c, d) + ulWord + ulSine, iRotate);
+    const QAL_UINT32 ulSum = Settled(a + (ulWord + ulSine));
+    a = b + std::rotl(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
+}
+
+/// The parity of the three.
+inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
+                  int iRotate, QAL_UINT32 ulSine)
+{
+    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
+}
+
+/// A mix that treats each of the three in its own way.
+inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
+                  int iRotate, QAL_UINT32 ulSine)
+{
+    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (c ^ (b | ~d)), iRotate);
 }
 
 /// Bytes in the context's buffer.
@@ -64,99 +91,94 @@ extern "C" {
 
 void Encode(QAL_UINT8 *output, const QAL_UINT32 *input, QAL_UINT len)
 {
-    for (QAL_UINT i = 0, j = 0; j < len; ++i, j += 4) {
-        output[j] = static_cast<QAL_UINT8>(input[i]);
-        output[j + 1] = static_cast<QAL_UINT8>(input[i] >> 8);
-        output[j + 2] = static_cast<QAL_UINT8>(input[i] >> 16);
-        output[j + 3] = static_cast<QAL_UINT8>(input[i] >> 24);
+    for (QAL_UINT i = 0; i < len / 4; ++i) {
+        StoreWord(output + 4 * i, input[i]);
     }
 }
 
 void Decode(QAL_UINT32 *output, const QAL_UINT8 *input, QAL_UINT len)
 {
-    for (QAL_UINT i = 0, j = 0; j < len; ++i, j += 4) {
-        output[i] = QAL_UINT32{input[j]} | QAL_UINT32{input[j + 1]} << 8 |
-                    QAL_UINT32{input[j + 2]} << 16 | QAL_UINT32{input[j + 3]} << 24;
+    for (QAL_UINT i = 0; i < len / 4; ++i) {
+        output[i] = LoadWord(input + 4 * i);
     }
 }
 
 void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64])
 {
-    QAL_UINT32 x[kBlockLen / 4];
-    Decode(x, block, kBlockLen);
+    const auto x = [block](QAL_UINT i) { return LoadWord(block + 4 * i); };
     QAL_UINT32 a = state[0];
     QAL_UINT32 b = state[1];
     QAL_UINT32 c = state[2];
     QAL_UINT32 d = state[3];
 
     // Round 1: the words in order
-    Step<F>(a, b, c, d, x[0], 7, 0xD76AA478U);
-    Step<F>(d, a, b, c, x[1], 12, 0xE8C7B756U);
-    Step<F>(c, d, a, b, x[2], 17, 0x242070DBU);
-    Step<F>(b, c, d, a, x[3], 22, 0xC1BDCEEEU);
-    Step<F>(a, b, c, d, x[4], 7, 0xF57C0FAFU);
-    Step<F>(d, a, b, c, x[5], 12, 0x4787C62AU);
-    Step<F>(c, d, a, b, x[6], 17, 0xA8304613U);
-    Step<F>(b, c, d, a, x[7], 22, 0xFD469501U);
-    Step<F>(a, b, c, d, x[8], 7, 0x698098D8U);
-    Step<F>(d, a, b, c, x[9], 12, 0x8B44F7AFU);
-    Step<F>(c, d, a, b, x[10], 17, 0xFFFF5BB1U);
-    Step<F>(b, c, d, a, x[11], 22, 0x895CD7BEU);
-    Step<F>(a, b, c, d, x[12], 7, 0x6B901122U);
-    Step<F>(d, a, b, c, x[13], 12, 0xFD987193U);
-    Step<F>(c, d, a, b, x[14], 17, 0xA679438EU);
-    Step<F>(b, c, d, a, x[15], 22, 0x49B40821U);
+    StepF(a, b, c, d, x(0), 7, 0xD76AA478U);
+    StepF(d, a, b, c, x(1), 12, 0xE8C7B756U);
+    StepF(c, d, a, b, x(2), 17, 0x242070DBU);
+    StepF(b, c, d, a, x(3), 22, 0xC1BDCEEEU);
+    StepF(a, b, c, d, x(4), 7, 0xF57C0FAFU);
+    StepF(d, a, b, c, x(5), 12, 0x4787C62AU);
+    StepF(c, d, a, b, x(6), 17, 0xA8304613U);
+    StepF(b, c, d, a, x(7), 22, 0xFD469501U);
+    StepF(a, b, c, d, x(8), 7, 0x698098D8U);
+    StepF(d, a, b, c, x(9), 12, 0x8B44F7AFU);
+    StepF(c, d, a, b, x(10), 17, 0xFFFF5BB1U);
+    StepF(b, c, d, a, x(11), 22, 0x895CD7BEU);
+    StepF(a, b, c, d, x(12), 7, 0x6B901122U);
+    StepF(d, a, b, c, x(13), 12, 0xFD987193U);
+    StepF(c, d, a, b, x(14), 17, 0xA679438EU);
+    StepF(b, c, d, a, x(15), 22, 0x49B40821U);
     // Round 2: every fifth word from 1 on
-    Step<G>(a, b, c, d, x[1], 5, 0xF61E2562U);
-    Step<G>(d, a, b, c, x[6], 9, 0xC040B340U);
-    Step<G>(c, d, a, b, x[11], 14, 0x265E5A51U);
-    Step<G>(b, c, d, a, x[0], 20, 0xE9B6C7AAU);
-    Step<G>(a, b, c, d, x[5], 5, 0xD62F105DU);
-    Step<G>(d, a, b, c, x[10], 9, 0x02441453U);
-    Step<G>(c, d, a, b, x[15], 14, 0xD8A1E681U);
-    Step<G>(b, c, d, a, x[4], 20, 0xE7D3FBC8U);
-    Step<G>(a, b, c, d, x[9], 5, 0x21E1CDE6U);
-    Step<G>(d, a, b, c, x[14], 9, 0xC33707D6U);
-    Step<G>(c, d, a, b, x[3], 14, 0xF4D50D87U);
-    Step<G>(b, c, d, a, x[8], 20, 0x455A14EDU);
-    Step<G>(a, b, c, d, x[13], 5, 0xA9E3E905U);
-    Step<G>(d, a, b, c, x[2], 9, 0xFCEFA3F8U);
-    Step<G>(c, d, a, b, x[7], 14, 0x676F02D9U);
-    Step<G>(b, c, d, a, x[12], 20, 0x8D2A4C8AU);
+    StepG(a, b, c, d, x(1), 5, 0xF61E2562U);
+    StepG(d, a, b, c, x(6), 9, 0xC040B340U);
+    StepG(c, d, a, b, x(11), 14, 0x265E5A51U);
+    StepG(b, c, d, a, x(0), 20, 0xE9B6C7AAU);
+    StepG(a, b, c, d, x(5), 5, 0xD62F105DU);
+    StepG(d, a, b, c, x(10), 9, 0x02441453U);
+    StepG(c, d, a, b, x(15), 14, 0xD8A1E681U);
+    StepG(b, c, d, a, x(4), 20, 0xE7D3FBC8U);
+    StepG(a, b, c, d, x(9), 5, 0x21E1CDE6U);
+    StepG(d, a, b, c, x(14), 9, 0xC33707D6U);
+    StepG(c, d, a, b, x(3), 14, 0xF4D50D87U);
+    StepG(b, c, d, a, x(8), 20, 0x455A14EDU);
+    StepG(a, b, c, d, x(13), 5, 0xA9E3E905U);
+    StepG(d, a, b, c, x(2), 9, 0xFCEFA3F8U);
+    StepG(c, d, a, b, x(7), 14, 0x676F02D9U);
+    StepG(b, c, d, a, x(12), 20, 0x8D2A4C8AU);
     // Round 3: every third word from 5 on
-    Step<H>(a, b, c, d, x[5], 4, 0xFFFA3942U);
-    Step<H>(d, a, b, c, x[8], 11, 0x8771F681U);
-    Step<H>(c, d, a, b, x[11], 16, 0x6D9D6122U);
-    Step<H>(b, c, d, a, x[14], 23, 0xFDE5380CU);
-    Step<H>(a, b, c, d, x[1], 4, 0xA4BEEA44U);
-    Step<H>(d, a, b, c, x[4], 11, 0x4BDECFA9U);
-    Step<H>(c, d, a, b, x[7], 16, 0xF6BB4B60U);
-    Step<H>(b, c, d, a, x[10], 23, 0xBEBFBC70U);
-    Step<H>(a, b, c, d, x[13], 4, 0x289B7EC6U);
-    Step<H>(d, a, b, c, x[0], 11, 0xEAA127FAU);
-    Step<H>(c, d, a, b, x[3], 16, 0xD4EF3085U);
-    Step<H>(b, c, d, a, x[6], 23, 0x04881D05U);
-    Step<H>(a, b, c, d, x[9], 4, 0xD9D4D039U);
-    Step<H>(d, a, b, c, x[12], 11, 0xE6DB99E5U);
-    Step<H>(c, d, a, b, x[15], 16, 0x1FA27CF8U);
-    Step<H>(b, c, d, a, x[2], 23, 0xC4AC5665U);
+    StepH(a, b, c, d, x(5), 4, 0xFFFA3942U);
+    StepH(d, a, b, c, x(8), 11, 0x8771F681U);
+    StepH(c, d, a, b, x(11), 16, 0x6D9D6122U);
+    StepH(b, c, d, a, x(14), 23, 0xFDE5380CU);
+    StepH(a, b, c, d, x(1), 4, 0xA4BEEA44U);
+    StepH(d, a, b, c, x(4), 11, 0x4BDECFA9U);
+    StepH(c, d, a, b, x(7), 16, 0xF6BB4B60U);
+    StepH(b, c, d, a, x(10), 23, 0xBEBFBC70U);
+    StepH(a, b, c, d, x(13), 4, 0x289B7EC6U);
+    StepH(d, a, b, c, x(0), 11, 0xEAA127FAU);
+    StepH(c, d, a, b, x(3), 16, 0xD4EF3085U);
+    StepH(b, c, d, a, x(6), 23, 0x04881D05U);
+    StepH(a, b, c, d, x(9), 4, 0xD9D4D039U);
+    StepH(d, a, b, c, x(12), 11, 0xE6DB99E5U);
+    StepH(c, d, a, b, x(15), 16, 0x1FA27CF8U);
+    StepH(b, c, d, a, x(2), 23, 0xC4AC5665U);
     // Round 4: every seventh word from 0 on
-    Step<I>(a, b, c, d, x[0], 6, 0xF4292244U);
-    Step<I>(d, a, b, c, x[7], 10, 0x432AFF97U);
-    Step<I>(c, d, a, b, x[14], 15, 0xAB9423A7U);
-    Step<I>(b, c, d, a, x[5], 21, 0xFC93A039U);
-    Step<I>(a, b, c, d, x[12], 6, 0x655B59C3U);
-    Step<I>(d, a, b, c, x[3], 10, 0x8F0CCC92U);
-    Step<I>(c, d, a, b, x[10], 15, 0xFFEFF47DU);
-    Step<I>(b, c, d, a, x[1], 21, 0x85845DD1U);
-    Step<I>(a, b, c, d, x[8], 6, 0x6FA87E4FU);
-    Step<I>(d, a, b, c, x[15], 10, 0xFE2CE6E0U);
-    Step<I>(c, d, a, b, x[6], 15, 0xA3014314U);
-    Step<I>(b, c, d, a, x[13], 21, 0x4E0811A1U);
-    Step<I>(a, b, c, d, x[4], 6, 0xF7537E82U);
-    Step<I>(d, a, b, c, x[11], 10, 0xBD3AF235U);
-    Step<I>(c, d, a, b, x[2], 15, 0x2AD7D2BBU);
-    Step<I>(b, c, d, a, x[9], 21, 0xEB86D391U);
+    StepI(a, b, c, d, x(0), 6, 0xF4292244U);
+    StepI(d, a, b, c, x(7), 10, 0x432AFF97U);
+    StepI(c, d, a, b, x(14), 15, 0xAB9423A7U);
+    StepI(b, c, d, a, x(5), 21, 0xFC93A039U);
+    StepI(a, b, c, d, x(12), 6, 0x655B59C3U);
+    StepI(d, a, b, c, x(3), 10, 0x8F0CCC92U);
+    StepI(c, d, a, b, x(10), 15, 0xFFEFF47DU);
+    StepI(b, c, d, a, x(1), 21, 0x85845DD1U);
+    StepI(a, b, c, d, x(8), 6, 0x6FA87E4FU);
+    StepI(d, a, b, c, x(15), 10, 0xFE2CE6E0U);
+    StepI(c, d, a, b, x(6), 15, 0xA3014314U);
+    StepI(b, c, d, a, x(13), 21, 0x4E0811A1U);
+    StepI(a, b, c, d, x(4), 6, 0xF7537E82U);
+    StepI(d, a, b, c, x(11), 10, 0xBD3AF235U);
+    StepI(c, d, a, b, x(2), 15, 0x2AD7D2BBU);
+    StepI(b, c, d, a, x(9), 21, 0xEB86D391U);
 
     state[0] += a;
     state[1] += b;
