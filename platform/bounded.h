@@ -3,8 +3,9 @@
  * @brief The bounded copy and format routines the library stands on.
  *
  * Each takes the destination and its bound first and never writes past the bound. What does not fit
- * is refused whole; nothing is ever cut off. Part of the platform: see os_adapter.h for how an
- * adapter of a client's own takes their place.
+ * is refused whole; nothing is ever cut off. A null pointer is refused in the same way.
+ *
+ * Part of the platform: see os_adapter.h for how an adapter of a client's own takes their place.
  */
 #ifndef WYX_BOUNDED_H
 #define WYX_BOUNDED_H
@@ -54,8 +55,9 @@ WYX_API QAL_INT32 wyx_strcpy_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
 /**
  * @brief Appends a string.
  *
- * @param[in,out] pszDest    the string that is extended; empty on failure
- * @param[in]     ulDestMax  size of its block in bytes, terminator included
+ * @param[in,out] pszDest    the string that is extended; empty on failure, also where it was no
+ *                           string within its block
+ * @param[in]     ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]     pszSrc     what is appended; must not overlap the destination
  * @return 0, or another value if the result with its terminator does not fit.
  */
@@ -65,7 +67,7 @@ WYX_API QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
  * @brief Formats a string, as the C library's printf() does.
  *
  * @param[out] pszDest    where to; empty on failure
- * @param[in]  ulDestMax  size of that block in bytes, terminator included
+ * @param[in]  ulDestMax  size of that block in bytes, terminator included; 0 writes nothing
  * @param[in]  pszFormat  the format; arguments follow
  * @return the length of the result, or -1 if it does not fit with its terminator.
  */

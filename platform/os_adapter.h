@@ -7,7 +7,7 @@
  * front of it. This page is the contract that every adapter keeps; what the default adapter promises
  * beyond it is marked *Default adapter*.
  *
- * Every service may be called from any thread.
+ * Every service may be called from any thread; one file must not be used by two threads at once.
  */
 #ifndef WYX_OS_ADAPTER_H
 #define WYX_OS_ADAPTER_H
@@ -67,9 +67,11 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
 /**
  * @brief Opens a file.
  *
- * *Default adapter*: the descriptor is close-on-exec. For reading, a directory is refused, and so is
- * a regular file that cannot be read to its end: a read error never looks like the end of the file.
- * For writing, a symbolic link is not followed.
+ * *Default adapter*: the descriptor is close-on-exec; errno tells why a call failed, here and for
+ * the other calls. Directories and other modes than the two are refused. For reading, a regular file
+ * is read whole at once and its descriptor released; one that cannot be read to its end is refused,
+ * so that a read error never looks like the end of the file. Other kinds are read as they are
+ * consumed, and an error ends them. For writing, a symbolic link is not followed.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -82,7 +84,8 @@ WYX_API XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode
  * @brief Reads the next byte.
  *
  * @param[in] pstruFile  a file open for reading
- * @return the byte as 0 to 255, or -1 at the end of the file.
+ * @return the byte as 0 to 255, or -1 at the end of the file. Of the default adapter, the end stays
+ *         the end, also of a pipe that finds another writer.
  */
 WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
 
@@ -90,7 +93,8 @@ WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
  * @brief Moves the position in a file.
  *
  * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes,
- * too.
+ * too. A file for reading moves from its start to its end, a pipe or device only within the part
+ * that is held; a file for writing moves as the system lets it.
  *
  * @param[in] pstruFile  an open file
  * @param[in] lOffset    distance in bytes
@@ -102,13 +106,16 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
 /**
  * @brief Writes items.
  *
- * *Default adapter*: what is reported as written can no longer be lost to a full disk.
+ * *Default adapter*: what is reported as written can no longer be lost to a full disk: the system
+ * has it, or space is reserved for it. After an error the file takes no more, and may end in a part
+ * of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
  * @param[in] ulCount    number of items
  * @param[in] pstruFile  a file open for writing
- * @return the number of items written whole; fewer than @p ulCount after an error.
+ * @return the number of items written whole; fewer than @p ulCount after an error; 0 if @p ulSize
+ *         or @p ulCount is 0.
  */
 WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
                                XELP_S_File *pstruFile);
@@ -116,11 +123,14 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
 /**
  * @brief Closes a file.
  *
- * *Default adapter*: a written file is flushed to the device first. Where that fails, this call
- * fails, and because callers seldom look, so does the same thread's next XELP_Remove() or
- * XELP_Rename(), once, without acting: what it would have removed is then still needed.
+ * *Default adapter*: a written file is flushed to the device first, and then the directory that
+ * holds it. Where that fails, this call fails, and because callers seldom look, so does the same
+ * thread's next XELP_Remove() or XELP_Rename(), once, without acting: what it would have removed is
+ * then still needed. A file of which XELP_Fwrite() has told a failure is not flushed, and only this
+ * call fails. The build option WYX_OS_ADAPTER_FLUSH leaves the device alone here and in
+ * XELP_Rename(): a power cut may then cost the last files.
  *
- * @param[in] pstruFile  the file, taken
+ * @param[in] pstruFile  the file, taken whatever the result
  * @return 0, or another value if written data may not have reached the device.
  */
 WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
@@ -138,8 +148,9 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 /**
  * @brief Gives a file another name, in place of a file that has it.
  *
- * *Default adapter*: the directory is flushed to the device; see XELP_Fclose() for the failure it
- * passes on.
+ * *Default adapter*: the directory is flushed to the device, both of them if they differ. Where
+ * that fails, this call fails although the file has its new name, since a power cut may give it back
+ * the old one. See XELP_Fclose() for the failure it passes on.
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its name from now on, borrowed; on the same file system

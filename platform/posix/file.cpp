@@ -55,10 +55,7 @@ constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kWriteBuffer = 65536;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not tell their size
 constexpr off_t kAtOnce = 8192;            // the size of a file up to which nothing waits
-
-// What is reserved ahead: as much again as the file will hold, within these limits.
-constexpr off_t kReserveMin = 16384;
-constexpr off_t kReserveMax = 1048576;
+constexpr off_t kReserveMax = 1048576;     // what is reserved ahead at most
 
 /// What an XELP_Fclose() of this thread could not tell its caller; 0 for nothing.
 constinit thread_local int iPendingError = 0;
@@ -341,9 +338,7 @@ bool Reserve(XELP_S_File &file, off_t lUpTo)
     if (lUpTo <= file.lReserved) {
         return true;
     }
-    off_t lAhead = lUpTo < kReserveMax ? lUpTo : kReserveMax;
-    lAhead = lAhead > kReserveMin ? lAhead : kReserveMin;
-    off_t lEnd = lUpTo + lAhead;
+    off_t lEnd = lUpTo + (lUpTo < kReserveMax ? lUpTo : kReserveMax); // as much again as there is
     // The process's limit holds for the size of a file, so a reservation beyond the end ignores it.
     rlimit limit = {};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -353,8 +348,8 @@ bool Reserve(XELP_S_File &file, off_t lUpTo)
     if (lEnd < lUpTo) {
         return false;
     }
-    const off_t lStart = file.lReserved > file.lWritten ? file.lReserved : file.lWritten;
-    file.hasSpare = true; // even one that fails may leave blocks behind
+    file.hasSpare = true; // even a reservation that fails may leave blocks behind
+    const off_t lStart = file.lWritten;
     if (Retry([&] { return fallocate(file.iFd, FALLOC_FL_KEEP_SIZE, lStart, lEnd - lStart); }) !=
         0) {
         return false;
@@ -374,8 +369,7 @@ QAL_ULONG Append(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(file.lWritten) + file.ulWaiting + ulCount;
     if (!Reserve(file, static_cast<off_t>(ulEnd))) {
-        file.isBuffered =
-            false; // the disk is full, or its file system cannot: it need not be asked again
+        file.isBuffered = false; // a full disk, or one that cannot: it need not be asked again
         return EmptyBuffer(file) ? WriteNow(file, pucFrom, ulCount) : 0;
     }
     std::memcpy(file.pucBuffer + file.ulWaiting, pucFrom, ulCount);

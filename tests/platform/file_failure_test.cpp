@@ -145,6 +145,7 @@ TEST_F(FileFailure, RegularFileIsReadWholeAtOpenAndLetGo)
     XELP_S_File *const pstruFile = Open(name, "r");
     ASSERT_NE(pstruFile, nullptr);
     EXPECT_EQ(Trace(), "open text, read text, read text, close text");
+    EXPECT_EQ(system.Calls("realloc"), 0);
     system.Reset();
     EXPECT_EQ(ReadAll(pstruFile), text);
     EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
@@ -395,7 +396,7 @@ TEST_F(FileFailure, NothingWaitsWithoutBlocks)
         }
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
         std::string text;
-        while (text.size() < 1500000) {
+        while (text.size() < 3000000) {
             const bool isLarge = random.UpTo(50) == 0;
             const auto bytes = random.Bytes(1 + random.UpTo(isLarge ? 200000 : 300));
             const std::string part(bytes.begin(), bytes.end());
@@ -404,6 +405,7 @@ TEST_F(FileFailure, NothingWaitsWithoutBlocks)
             const std::size_t safe =
                 std::max(system.Written(), static_cast<std::size_t>(system.ReservedUpTo()));
             ASSERT_LE(text.size(), safe);
+            ASSERT_LE(system.ReservedUpTo(), static_cast<off_t>(text.size()) + 1048576);
         }
         EXPECT_EQ(XELP_Fclose(pstruFile), 0);
         EXPECT_EQ(folder.Content("text"), text);
@@ -462,6 +464,16 @@ TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
     ASSERT_EQ(Write(pstruFile, std::string(200, 'y')), 200U);
     EXPECT_LE(system.ReservedUpTo(), 20000);
     EXPECT_EQ(folder.Content("text"), text);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+}
+
+TEST_F(FileFailure, PieceAcrossTheLimitOfTheProcessDoesNotWait)
+{
+    XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
+    system.TellSizeLimit(20000);
+    const std::string piece = SomeText(15000);
+    EXPECT_EQ(Write(pstruFile, piece), piece.size());
+    EXPECT_EQ(folder.Content("text"), start + piece);
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 

@@ -156,6 +156,13 @@ void SystemDouble::Closed(int iFd)
     descriptors_.erase(iFd);
 }
 
+void SystemDouble::Reserved(off_t from, off_t upTo)
+{
+    if (from <= std::max(static_cast<off_t>(written_), reserved_)) {
+        reserved_ = std::max(reserved_, upTo);
+    }
+}
+
 void SystemDouble::Allocated(void *pBlock)
 {
     const std::lock_guard lock(mutex_);
@@ -295,7 +302,7 @@ int __wrap_fallocate(int iFd, int iMode, off_t offset, off_t length)
     }
     const int iResult = __real_fallocate(iFd, iMode, offset, length);
     if (iResult == 0) {
-        system.Reserved(offset + length);
+        system.Reserved(offset, offset + length);
     }
     return iResult;
 }

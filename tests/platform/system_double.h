@@ -48,7 +48,8 @@ class SystemDouble {
     /// The calls for files since Reset(), as "open a, fsync a, ..."; names lose the @p folder they
     /// lie in, which itself shows as ".".
     std::string Trace(const std::string &folder) const;
-    /// Bytes that write calls handed over since Reset(), and where the last reservation ends.
+    /// Bytes that write calls handed over since Reset(), and the end of what is reserved without a
+    /// gap behind them.
     std::size_t Written() const { return written_; }
     off_t ReservedUpTo() const { return reserved_; }
 
@@ -65,7 +66,7 @@ class SystemDouble {
     void Allocated(void *pBlock);
     void Released(void *pBlock);
     void Wrote(std::size_t bytes) { written_ += bytes; }
-    void Reserved(off_t upTo) { reserved_ = upTo; }
+    void Reserved(off_t from, off_t upTo);
     std::size_t ReadLimit() const { return readLimit_; }
     std::size_t WriteLimit() const { return writeLimit_; }
     std::optional<off_t> ToldSize() const { return size_; }
