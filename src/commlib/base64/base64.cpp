@@ -5,12 +5,15 @@
 #include <cstddef>
 #include <limits>
 
+#include "base64_kernel.h"
 #include "os_adapter.h"
 
 namespace {
 
-constexpr QAL_CHAR cb64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr QAL_UINT8 kSextets = 64;
+using wyx::base64::cb64;
+using wyx::base64::kSextets;
+namespace kernel = wyx::base64::kernel;
+
 static_assert(sizeof cb64 == kSextets + 1);
 
 /// What a text may consist of. The terminating NUL belongs to it: XELP_StrChr() finds it.
@@ -70,7 +73,10 @@ QAL_UINT8 Character(QAL_UINT32 ulBits)
 /// Writes the text of @p ulLen bytes and gives its length.
 QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    QAL_UINT32 ulOut = 0;
+    const QAL_UINT32 ulDone = kernel::EncodeGroups(pucIn, ulLen, pucOut);
+    pucIn += ulDone;
+    ulLen -= ulDone;
+    QAL_UINT32 ulOut = ulDone / 3 * 4;
     for (; ulLen >= 3; ulLen -= 3, pucIn += 3, ulOut += 4) {
         pucOut[ulOut] = Character(pucIn[0] >> 2U);
         pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | pucIn[1] >> 4U);
@@ -104,6 +110,14 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
     QAL_UINT32 ulFound = 0;
     // Kept: one character more than the length is read (Base64Decode.ByteBeyondTheLengthIsTested).
     for (QAL_UINT32 i = 0; i <= ulLen; ++i) {
+        if (pucIn[i] == '\r' || pucIn[i] == '\n') {
+            continue; // what is usual among the unusual
+        }
+        if (ulFound == 0) { // as far as nothing unusual stands in the way
+            const QAL_UINT32 ulDone = kernel::DecodeQuads(pucIn + i, ulLen - i, pucOut + ulOut);
+            i += ulDone;
+            ulOut += ulDone / 4 * 3;
+        }
         const QAL_UINT8 ucChar = Standard(pucIn[i]);
         const QAL_UINT32 ulSextet = SextetOf(ucChar);
         if (ulSextet == kSextets) {

@@ -1,0 +1,104 @@
+// Base64 with AVX2: six-bit fields are moved to bytes by multiplications, and turned into
+// characters and back by adding, to each range of the alphabet, the distance of its characters.
+#include "base64_kernel.h"
+
+#if defined(__AVX2__)
+
+#include <immintrin.h>
+
+namespace wyx::base64::avx2 {
+namespace {
+
+__m256i Twice(__m128i half)
+{
+    return _mm256_broadcastsi128_si256(half);
+}
+
+/// The characters of 32 sextets. Those from 0 to 25 are upper-case letters, those to 51 lower-case
+/// ones; each of the other twelve has a range of its own.
+__m256i CharactersOf(__m256i sextets)
+{
+    // 0 for upper case, 1 for lower case, and from 2 on: the ten digits, '+', '/'.
+    const __m256i beyondLower = _mm256_subs_epu8(sextets, _mm256_set1_epi8(50));
+    const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), sextets);
+    const __m256i range =
+        _mm256_andnot_si256(isUpper, _mm256_max_epu8(beyondLower, _mm256_set1_epi8(1)));
+    constexpr char kDigit = '0' - 52;
+    const __m256i distance =
+        Twice(_mm_setr_epi8('A', 'a' - 26, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit,
+                            kDigit, kDigit, kDigit, '+' - 62, '/' - 63, 0, 0));
+    return _mm256_add_epi8(sextets, _mm256_shuffle_epi8(distance, range));
+}
+
+} // namespace
+
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    // Each group of bytes b0 b1 b2 becomes a word b1 b0 b2 b1: every six-bit field then lies within
+    // one of its 16-bit halves.
+    const __m256i spread = Twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
+    QAL_UINT32 ulDone = 0;
+    for (; ulLen - ulDone >= 28;
+         ulDone += 24) { // the second half is read 4 bytes further than taken
+        const QAL_UINT8 *const pucGroups = pucIn + ulDone;
+        const __m256i in = _mm256_inserti128_si256(
+            _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups))),
+            _mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups + 12)), 1);
+        const __m256i words = _mm256_shuffle_epi8(in, spread);
+        // The first and the third field go down by 10 and 6 bits, the second and the fourth up by 4
+        // and 8: a multiplication by a power of two whose high or low half is kept.
+        const __m256i down = _mm256_mulhi_epu16(
+            _mm256_and_si256(words, _mm256_set1_epi32(0x0FC0FC00)), _mm256_set1_epi32(0x04000040));
+        const __m256i up = _mm256_mullo_epi16(
+            _mm256_and_si256(words, _mm256_set1_epi32(0x003F03F0)), _mm256_set1_epi32(0x01000010));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(pucOut),
+                            CharactersOf(_mm256_or_si256(down, up)));
+        pucOut += 32;
+    }
+    return ulDone + table::EncodeGroups(pucIn + ulDone, ulLen - ulDone, pucOut);
+}
+
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    // A character is one of the alphabet if the sets of its two halves have no bit in common. Bits
+    // of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P'
+    // to 'Z' and 'p' to 'z', 16 for characters that are none whatever their low half.
+    const __m256i highSets =
+        Twice(_mm_setr_epi8(16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16));
+    const __m256i lowSets = Twice(_mm_setr_epi8(
+        // Whom a low half excludes: '@' and '`' end in 0; ':' and what follows it, '{' and '[' in
+        // A, B and up; of the punctuation only '+' and '/' are in.
+        16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
+        16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8));
+    const __m256i distances = Twice(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A',
+                                                  26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
+    const __m256i lowHalf = _mm256_set1_epi8(0x0F);
+    const __m256i pack =
+        Twice(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
+    QAL_UINT32 ulDone = 0;
+    for (; ulLen - ulDone >= 48; ulDone += 32) { // 32 bytes are written for 24: room for 8 more
+        const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
+        const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);
+        const __m256i low = _mm256_and_si256(in, lowHalf);
+        if (_mm256_testz_si256(_mm256_shuffle_epi8(highSets, high),
+                               _mm256_shuffle_epi8(lowSets, low)) == 0) {
+            break; // also for the URL-safe characters, which the table's form takes
+        }
+        const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
+        const __m256i sextets =
+            _mm256_add_epi8(in, _mm256_shuffle_epi8(distances, _mm256_add_epi8(high, isSlash)));
+        // Pairs of sextets to 12 bits, pairs of those to 24, then the bytes in their order.
+        const __m256i pairs = _mm256_maddubs_epi16(sextets, _mm256_set1_epi32(0x01400140));
+        const __m256i words = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
+        const __m256i halves = _mm256_shuffle_epi8(words, pack);
+        const __m256i bytes =
+            _mm256_permutevar8x32_epi32(halves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(pucOut), bytes);
+        pucOut += 24;
+    }
+    return ulDone + table::DecodeQuads(pucIn + ulDone, ulLen - ulDone, pucOut);
+}
+
+} // namespace wyx::base64::avx2
+
+#endif

@@ -1,0 +1,52 @@
+// The inner loops of Base64, in several forms; all give the same bytes as the loops of base64.cpp
+// that go character by character, which do whatever these leave over.
+//
+// EncodeGroups() encodes groups of three bytes from the start of the input and gives the number of
+// bytes that it has encoded. DecodeQuads() decodes quads of four characters, and stops before the
+// first that holds anything but characters with a value; it gives the number of characters that it
+// has decoded. None of them reads beyond the input. Behind the bytes that it decodes, DecodeQuads()
+// may overwrite others as long as they are fewer than the characters it leaves over call for, and
+// one byte more: so many the buffer of a decoder always has.
+#ifndef WYX_COMMLIB_BASE64_KERNEL_H
+#define WYX_COMMLIB_BASE64_KERNEL_H
+
+#include "wyx_commlib/types.h"
+
+#include <array>
+
+namespace wyx::base64 {
+
+/// The alphabet of RFC 4648, and a NUL.
+inline constexpr QAL_CHAR cb64[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+inline constexpr QAL_UINT8 kSextets = 64;
+
+/// Looks several characters up at once in tables of 8 and 4 KiB.
+namespace table {
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+} // namespace table
+
+/// 24 bytes or 32 characters at once, with AVX2; the table's form for the rest.
+namespace avx2 {
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+} // namespace avx2
+
+/// 48 bytes or 64 characters at once, with NEON.
+namespace neon {
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+} // namespace neon
+
+#if defined(__AVX2__)
+namespace kernel = avx2;
+#elif defined(__ARM_NEON)
+namespace kernel = neon;
+#else
+namespace kernel = table;
+#endif
+
+} // namespace wyx::base64
+
+#endif

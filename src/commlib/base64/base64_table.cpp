@@ -1,0 +1,117 @@
+// Base64 by tables: two characters are looked up by 12 bits at once, and four characters give a
+// word of three bytes by four look-ups whose results only have to be joined.
+#include "base64_kernel.h"
+
+#include <bit>
+
+static_assert(std::endian::native == std::endian::little);
+
+#if !defined(__ARM_NEON) // which does without tables of this size
+
+namespace wyx::base64::table {
+namespace {
+
+/// The two characters of 12 bits, the first in the low byte.
+consteval std::array<QAL_UINT16, 4096> MakePairs()
+{
+    std::array<QAL_UINT16, 4096> aTab{};
+    for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
+        const auto ulFirst = static_cast<QAL_UINT8>(cb64[i / kSextets]);
+        const auto ulSecond = static_cast<QAL_UINT8>(cb64[i % kSextets]);
+        aTab[i] = static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
+    }
+    return aTab;
+}
+
+constexpr auto kPairs = MakePairs();
+
+/// Writes the characters of the lowest 12 bits.
+void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
+{
+    __builtin_memcpy(pucOut, &kPairs[ullBits % kPairs.size()], 2);
+}
+
+constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
+
+/// What the characters at one place of a quad put into the word of its three bytes, the first byte
+/// lowest.
+consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
+{
+    std::array<QAL_UINT32, 256> aTab{};
+    aTab.fill(kNoValue);
+    for (QAL_UINT32 i = 0; i < kSextets; ++i) {
+        const QAL_UINT32 ulBits = i << (6 * (3 - ulPlace)); // of 24, the first byte highest
+        const QAL_UINT32 ulWord = (ulBits >> 16) | (ulBits & 0xFF00U) | (ulBits << 16 & 0xFF0000U);
+        aTab[static_cast<QAL_UINT8>(cb64[i])] = ulWord;
+    }
+    aTab['-'] = aTab['+']; // the URL-safe alphabet
+    aTab['_'] = aTab['/'];
+    return aTab;
+}
+
+constexpr std::array<QAL_UINT32, 256> kParts[4] = {MakeParts(0), MakeParts(1), MakeParts(2),
+                                                   MakeParts(3)};
+
+QAL_UINT32 WordOf(const QAL_UINT8 *pucQuad)
+{
+    return kParts[0][pucQuad[0]] | kParts[1][pucQuad[1]] | kParts[2][pucQuad[2]] |
+           kParts[3][pucQuad[3]];
+}
+
+/// Writes the three bytes of a word, and a fourth behind them.
+void StoreThree(QAL_UINT8 *pucOut, QAL_UINT32 ulWord)
+{
+    __builtin_memcpy(pucOut, &ulWord, sizeof ulWord);
+}
+
+} // namespace
+
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulDone = 0;
+#pragma GCC unroll 4
+    for (; ulLen - ulDone >= 8; ulDone += 6) { // of the eight bytes that are read, six are taken
+        QAL_UINT64 ullBits = 0;
+        __builtin_memcpy(&ullBits, pucIn + ulDone, sizeof ullBits);
+        ullBits = __builtin_bswap64(ullBits);
+        StorePair(pucOut, ullBits >> 52);
+        StorePair(pucOut + 2, ullBits >> 40);
+        StorePair(pucOut + 4, ullBits >> 28);
+        StorePair(pucOut + 6, ullBits >> 16);
+        pucOut += 8;
+    }
+    return ulDone;
+}
+
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulDone = 0;
+    for (; ulLen - ulDone >= 16; ulDone += 16) {
+        const QAL_UINT8 *const pucQuads = pucIn + ulDone;
+        const QAL_UINT32 ulFirst = WordOf(pucQuads);
+        const QAL_UINT32 ulSecond = WordOf(pucQuads + 4);
+        const QAL_UINT32 ulThird = WordOf(pucQuads + 8);
+        const QAL_UINT32 ulFourth = WordOf(pucQuads + 12);
+        if (((ulFirst | ulSecond | ulThird | ulFourth) & kNoValue) != 0) {
+            break;
+        }
+        StoreThree(pucOut, ulFirst);
+        StoreThree(pucOut + 3, ulSecond);
+        StoreThree(pucOut + 6, ulThird);
+        StoreThree(pucOut + 9, ulFourth);
+        pucOut += 12;
+    }
+    for (; ulLen - ulDone >= 4; ulDone += 4) {
+        const QAL_UINT32 ulWord = WordOf(pucIn + ulDone);
+        if ((ulWord & kNoValue) != 0) {
+            break;
+        }
+        StoreThree(pucOut, ulWord);
+        pucOut += 3;
+    }
+    return ulDone;
+}
+
+} // namespace wyx::base64::table
+
+#endif

@@ -1,0 +1,174 @@
+// Each form of the inner loops against the model that goes bit by bit: all lengths, alignments and
+// places of an unusual character, on texts flush against an unmapped page.
+#include "base64_kernel.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "base64_models.h"
+#include "guarded_memory.h"
+
+namespace wyx::test {
+namespace {
+
+using Kernel = QAL_UINT32 (*)(const QAL_UINT8 *, QAL_UINT32, QAL_UINT8 *);
+
+struct Form {
+    const char *pszName;
+    Kernel pfunEncode;
+    Kernel pfunDecode;
+};
+
+std::vector<Form> Forms()
+{
+    std::vector<Form> forms;
+#if defined(__ARM_NEON)
+    forms.push_back({"neon", base64::neon::EncodeGroups, base64::neon::DecodeQuads});
+#else
+    forms.push_back({"table", base64::table::EncodeGroups, base64::table::DecodeQuads});
+#endif
+#if defined(WYX_HAVE_AVX2_FORM)
+    if (__builtin_cpu_supports("avx2")) {
+        forms.push_back({"avx2", base64::avx2::EncodeGroups, base64::avx2::DecodeQuads});
+    }
+#endif
+    return forms;
+}
+
+constexpr QAL_UINT32 kLongest = 300; // several rounds of the widest form, and all remainders
+
+std::string RandomBytes(std::size_t size, std::mt19937 &random)
+{
+    std::string bytes(size, '\0');
+    for (char &ch : bytes) {
+        ch = static_cast<char>(random());
+    }
+    return bytes;
+}
+
+/// Text of characters that have a value, those of the URL-safe alphabet among them.
+std::string RandomText(std::size_t size, std::mt19937 &random)
+{
+    const std::string alphabet = std::string(kAlphabet) + "-_";
+    std::string text(size, '\0');
+    for (char &ch : text) {
+        ch = alphabet[random() % alphabet.size()];
+    }
+    return text;
+}
+
+class KernelTest : public ::testing::TestWithParam<Form> {
+  protected:
+    /// Copies text in front of the unmapped page.
+    const QAL_UINT8 *AtEnd(const std::string &text)
+    {
+        QAL_UINT8 *const pucText = memory_.End() - text.size();
+        std::memcpy(pucText, text.data(), text.size());
+        return pucText;
+    }
+
+    std::string Encode(const std::string &bytes, QAL_UINT32 &ulDone)
+    {
+        const auto ulLen = static_cast<QAL_UINT32>(bytes.size());
+        // No character more than the bytes call for.
+        GuardedMemory room(bytes.size() / 3 * 4 + 4);
+        QAL_UINT8 *const pucOut = room.End() - bytes.size() / 3 * 4;
+        ulDone = GetParam().pfunEncode(AtEnd(bytes), ulLen, pucOut);
+        return {reinterpret_cast<const char *>(pucOut), ulDone / 3 * 4};
+    }
+
+    std::string Decode(const std::string &text, QAL_UINT32 &ulDone)
+    {
+        const auto ulLen = static_cast<QAL_UINT32>(text.size());
+        const std::size_t room = text.size() / 4 * 3 + 1;
+        GuardedMemory memory(room);
+        QAL_UINT8 *const pucOut = memory.End() - room;
+        ulDone = GetParam().pfunDecode(AtEnd(text), ulLen, pucOut);
+        return {reinterpret_cast<const char *>(pucOut), ulDone / 4 * 3};
+    }
+
+    std::mt19937 random{20261121};
+
+  private:
+    GuardedMemory memory_{kLongest + 1};
+};
+
+TEST_P(KernelTest, EncodesWholeGroupsOfEveryLength)
+{
+    for (QAL_UINT32 ulLen = 0; ulLen <= kLongest; ++ulLen) {
+        SCOPED_TRACE(ulLen);
+        const std::string bytes = RandomBytes(ulLen, random);
+        QAL_UINT32 ulDone = 0;
+        const std::string text = Encode(bytes, ulDone);
+        ASSERT_LE(ulDone, ulLen);
+        ASSERT_EQ(ulDone % 3, 0U);
+        ASSERT_EQ(text, ModelEncoded(bytes).substr(0, text.size()));
+    }
+}
+
+TEST_P(KernelTest, EncodesEveryPairOfBytesAtEveryPlace)
+{
+    std::string bytes(96, '\0');
+    for (unsigned i = 0; i < 65536; i += 7) {
+        for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+            const unsigned value = i + static_cast<unsigned>(at);
+            bytes[at] = static_cast<char>(value >> 8);
+            bytes[at + 1] = static_cast<char>(value);
+        }
+        QAL_UINT32 ulDone = 0;
+        const std::string text = Encode(bytes, ulDone);
+        ASSERT_GT(ulDone, 0U);
+        ASSERT_EQ(text, ModelEncoded(bytes).substr(0, text.size())) << i;
+    }
+}
+
+TEST_P(KernelTest, DecodesWholeQuadsOfEveryLength)
+{
+    for (QAL_UINT32 ulLen = 0; ulLen <= kLongest; ++ulLen) {
+        SCOPED_TRACE(ulLen);
+        const std::string text = RandomText(ulLen, random);
+        QAL_UINT32 ulDone = 0;
+        const std::string bytes = Decode(text, ulDone);
+        ASSERT_LE(ulDone, ulLen);
+        ASSERT_EQ(ulDone % 4, 0U);
+        ASSERT_EQ(bytes, ModelDecoded(text + '\0')->substr(0, bytes.size()));
+    }
+}
+
+TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
+{
+    const std::string plain = RandomText(160, random);
+    for (unsigned value = 0; value < 256; ++value) {
+        const char ch = static_cast<char>(value);
+        if ((std::string(kAlphabet) + "-_").find(ch) != std::string::npos) {
+            continue;
+        }
+        for (std::size_t at = 0; at < plain.size(); ++at) {
+            std::string text = plain;
+            text[at] = ch;
+            QAL_UINT32 ulDone = 0;
+            const std::string bytes = Decode(text, ulDone);
+            ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
+            ASSERT_EQ(bytes, ModelDecoded(plain + '\0')->substr(0, bytes.size()));
+        }
+    }
+}
+
+TEST_P(KernelTest, LeavesFewCharactersOver)
+{
+    QAL_UINT32 ulDone = 0;
+    Encode(RandomBytes(kLongest, random), ulDone);
+    EXPECT_GT(ulDone, kLongest - 48);
+    Decode(RandomText(kLongest, random), ulDone);
+    EXPECT_GT(ulDone, kLongest - 64);
+}
+
+INSTANTIATE_TEST_SUITE_P(Base64, KernelTest, ::testing::ValuesIn(Forms()),
+                         [](const auto &form) { return std::string(form.param.pszName); });
+
+} // namespace
+} // namespace wyx::test
