@@ -242,6 +242,10 @@ void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &fi
                 line.first, "not-kept",
                 "would not come back the same from a save: " + WhyChanged(line.text, saved));
         }
+        if (i < changed.value_or(lines.size()) && rehearsal.reloaded[i] != line.text) {
+            findings.Warning(line.first, "line-end-cut",
+                             "a save folds it at its line end, of which only the LF comes back");
+        }
         if (line.isEnded && RawText(source, raw, line).find('\0') == std::string_view::npos) {
             findings.Warning(line.first, "no-line-end", "no line end: a save adds a lone CR");
         }

@@ -1,0 +1,23 @@
+// The rows of the tables in docs/round-trips.md.
+#ifndef WYX_TESTS_ROUND_TRIPS_GOLDEN_VECTORS_H
+#define WYX_TESTS_ROUND_TRIPS_GOLDEN_VECTORS_H
+
+#include <string>
+#include <vector>
+
+namespace wyx::test {
+
+struct GoldenVector {
+    std::string row; ///< as it stands on the page
+    std::vector<std::string> stored;
+    std::string file;
+    std::vector<std::string> loaded;
+    std::string warning; ///< what `wyx ini check` says of such a file; empty: no file loads as this
+};
+
+/// All of them. Fails the test where a row cannot be read.
+std::vector<GoldenVector> GoldenVectors();
+
+} // namespace wyx::test
+
+#endif
