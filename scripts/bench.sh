@@ -12,6 +12,7 @@ shift || true
 
 peers=(
     zlib1g-dev libdeflate-dev libisal-dev # crc
+    libglib2.0-dev pkg-config             # containers
 )
 bash "$root/scripts/install_packages.sh" g++ cmake ninja-build "${peers[@]}"
 

@@ -1,0 +1,718 @@
+// The containers beside GLib's, the standard library's and the system's tail queue.
+//
+// Every contender stores pointers to records of the caller's, in order of ascending numbers, and
+// calls back through a pointer to a function to visit or compare them, as ours must; what could be
+// inlined in a program of one's own is not what callers of a library replace.
+#include <glib.h>
+#include <malloc.h>
+#include <sys/queue.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <list>
+#include <memory>
+#include <memory_resource>
+#include <random>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "harness.h"
+#include "os_adapter.h"
+#include "wyx_commlib/dlink.h"
+#include "wyx_commlib/hash.h"
+#include "wyx_commlib/slink.h"
+
+namespace wyx::bench {
+namespace {
+
+// ---- records and callbacks ----
+
+struct Record {
+    std::uint64_t ullNumber;
+    char szKey[24];
+};
+
+std::vector<Record> MakeRecords(std::size_t count)
+{
+    std::vector<Record> records(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        records[i].ullNumber = i;
+        std::snprintf(records[i].szKey, sizeof records[i].szKey, "key%zu", i);
+    }
+    return records;
+}
+
+void LeaveAlone(void *) {}
+
+QAL_UINT32 IsNumber(const void *pNumber, void *pRecord)
+{
+    return *static_cast<const std::uint64_t *>(pNumber) !=
+           static_cast<Record *>(pRecord)->ullNumber;
+}
+
+QAL_UINT32 AddNumber(void *pSum, void *pRecord, void **)
+{
+    *static_cast<std::uint64_t *>(pSum) += static_cast<Record *>(pRecord)->ullNumber;
+    return 0;
+}
+
+/// The callbacks of the contenders that are no library of their own: read anew for every element.
+QAL_UINT32 (*volatile g_pfunIsNumber)(const void *, void *) = IsNumber;
+QAL_UINT32 (*volatile g_pfunAddNumber)(void *, void *, void **) = AddNumber;
+
+// ---- lists: each with the same few operations ----
+
+struct OurLinked {
+    explicit OurLinked(std::size_t) { XELP_DLinkList_Init(IsNumber, LeaveAlone, &pList); }
+    OurLinked(const OurLinked &) = delete;
+    ~OurLinked() { XELP_DLinkList_Deinit(pList, XELP_DLL_FreeUserNode_No); }
+    void Append(Record &record)
+    {
+        XELP_DLinkList_Insert(pList, &record, XELP_DLL_Insert_After_LastNode);
+    }
+    void Prepend(Record &record)
+    {
+        XELP_DLinkList_Insert(pList, &record, XELP_DLL_Insert_Front_FirstNode);
+    }
+    void *TakeFirst()
+    {
+        void *pRecord;
+        XELP_DLinkList_Remove_HeadNode(pList, &pRecord);
+        return pRecord;
+    }
+    void *TakeLast()
+    {
+        void *pRecord;
+        XELP_DLinkList_Remove_TailNode(pList, &pRecord);
+        return pRecord;
+    }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        XELP_DLinkList_Process_List(pList, AddNumber, &ullSum, nullptr);
+        return ullSum;
+    }
+    void *Find(std::uint64_t ullNumber)
+    {
+        void *pRecord;
+        XELP_DLinkList_Query(pList, &ullNumber, nullptr, &pRecord);
+        return pRecord;
+    }
+    void *pList = nullptr;
+};
+
+struct OurIndexed {
+    explicit OurIndexed(std::size_t count)
+    {
+        XELP_SLinkList_Init(static_cast<QAL_UINT32>(count), IsNumber, LeaveAlone, &pList);
+    }
+    OurIndexed(const OurIndexed &) = delete;
+    ~OurIndexed() { XELP_SLinkList_Deinit(pList, XELP_SLL_FreeUserNode_No); }
+    void Append(Record &record)
+    {
+        XELP_SLinkList_Insert(pList, &record, XELP_SLL_Insert_After_LastNode);
+    }
+    void Prepend(Record &record)
+    {
+        XELP_SLinkList_Insert(pList, &record, XELP_SLL_Insert_Front_FirstNode);
+    }
+    void *TakeFirst()
+    {
+        void *pRecord;
+        XELP_SLinkList_Remove_HeadNode(pList, &pRecord);
+        return pRecord;
+    }
+    void *TakeLast()
+    {
+        void *pRecord;
+        XELP_SLinkList_Remove_TailNode(pList, &pRecord);
+        return pRecord;
+    }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        XELP_SLinkList_Process_List(pList, AddNumber, &ullSum, nullptr);
+        return ullSum;
+    }
+    void *Find(std::uint64_t ullNumber)
+    {
+        void *pRecord;
+        XELP_SLinkList_Query(pList, &ullNumber, nullptr, &pRecord);
+        return pRecord;
+    }
+    void *pList = nullptr;
+};
+
+/// A tail queue with one zeroed allocation a node, as whoever does without a library writes it.
+struct TailQueue {
+    struct Node {
+        TAILQ_ENTRY(Node) links;
+        void *pRecord;
+    };
+    explicit TailQueue(std::size_t) { TAILQ_INIT(&head); }
+    TailQueue(const TailQueue &) = delete;
+    ~TailQueue()
+    {
+        while (!TAILQ_EMPTY(&head)) {
+            TakeFirst();
+        }
+    }
+    static Node *NewNode(Record &record)
+    {
+        auto *const pNode = static_cast<Node *>(std::calloc(1, sizeof(Node)));
+        if (pNode == nullptr) {
+            std::abort();
+        }
+        pNode->pRecord = &record;
+        return pNode;
+    }
+    void Append(Record &record)
+    {
+        Node *const pNode = NewNode(record);
+        TAILQ_INSERT_TAIL(&head, pNode, links);
+    }
+    void Prepend(Record &record)
+    {
+        Node *const pNode = NewNode(record);
+        TAILQ_INSERT_HEAD(&head, pNode, links);
+    }
+    void *Take(Node *pNode)
+    {
+        TAILQ_REMOVE(&head, pNode, links);
+        void *const pRecord = pNode->pRecord;
+        std::free(pNode);
+        return pRecord;
+    }
+    void *TakeFirst() { return Take(TAILQ_FIRST(&head)); }
+    void *TakeLast() { return Take(TAILQ_LAST(&head, Head)); }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        Node *pNode;
+        TAILQ_FOREACH(pNode, &head, links)
+        {
+            g_pfunAddNumber(&ullSum, pNode->pRecord, nullptr);
+        }
+        return ullSum;
+    }
+    void *Find(std::uint64_t ullNumber)
+    {
+        Node *pNode;
+        TAILQ_FOREACH(pNode, &head, links)
+        {
+            if (g_pfunIsNumber(&ullNumber, pNode->pRecord) == 0) {
+                return pNode->pRecord;
+            }
+        }
+        return nullptr;
+    }
+    TAILQ_HEAD(Head, Node) head;
+};
+
+template <typename List>
+struct StdList {
+    template <typename... Arguments>
+    explicit StdList(Arguments... arguments) : list(arguments...)
+    {}
+    void Append(Record &record) { list.push_back(&record); }
+    void Prepend(Record &record) { list.push_front(&record); }
+    void *TakeFirst()
+    {
+        void *const pRecord = list.front();
+        list.pop_front();
+        return pRecord;
+    }
+    void *TakeLast()
+    {
+        void *const pRecord = list.back();
+        list.pop_back();
+        return pRecord;
+    }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        for (void *const pRecord : list) {
+            g_pfunAddNumber(&ullSum, pRecord, nullptr);
+        }
+        return ullSum;
+    }
+    void *Find(std::uint64_t ullNumber)
+    {
+        for (void *const pRecord : list) {
+            if (g_pfunIsNumber(&ullNumber, pRecord) == 0) {
+                return pRecord;
+            }
+        }
+        return nullptr;
+    }
+    List list;
+};
+
+struct StandardList : StdList<std::list<void *>> {
+    explicit StandardList(std::size_t) {}
+};
+
+struct Pool {
+    explicit Pool(std::size_t bytes)
+        : buffer(bytes), block(buffer.data(), buffer.size()), nodes(&block)
+    {}
+    std::vector<std::byte> buffer;
+    std::pmr::monotonic_buffer_resource block;
+    std::pmr::unsynchronized_pool_resource nodes;
+};
+
+/// Nodes from a pool over one block, which holds them all: the next thing to slots in an array.
+struct PooledList : Pool, StdList<std::pmr::list<void *>> {
+    explicit PooledList(std::size_t count)
+        : Pool(count * 64 + 65536), StdList<std::pmr::list<void *>>(&nodes)
+    {}
+};
+
+struct GlibQueue {
+    explicit GlibQueue(std::size_t) : pQueue(g_queue_new()) {}
+    GlibQueue(const GlibQueue &) = delete;
+    ~GlibQueue() { g_queue_free(pQueue); }
+    void Append(Record &record) { g_queue_push_tail(pQueue, &record); }
+    void Prepend(Record &record) { g_queue_push_head(pQueue, &record); }
+    void *TakeFirst() { return g_queue_pop_head(pQueue); }
+    void *TakeLast() { return g_queue_pop_tail(pQueue); }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        g_queue_foreach(
+            pQueue, [](gpointer pRecord, gpointer pSum) { AddNumber(pSum, pRecord, nullptr); },
+            &ullSum);
+        return ullSum;
+    }
+    void *Find(std::uint64_t ullNumber)
+    {
+        GList *const pNode = g_queue_find_custom(
+            pQueue, &ullNumber, [](gconstpointer pRecord, gconstpointer pNumber) {
+                const auto ull = *static_cast<const std::uint64_t *>(pNumber);
+                return static_cast<gint>(ull != static_cast<const Record *>(pRecord)->ullNumber);
+            });
+        return pNode->data;
+    }
+    GQueue *pQueue;
+};
+
+/// The plain list without a queue's head: it finds its last element by walking.
+struct GlibList {
+    explicit GlibList(std::size_t) {}
+    GlibList(const GlibList &) = delete;
+    ~GlibList() { g_list_free(pFirst); }
+    void Prepend(Record &record) { pFirst = g_list_prepend(pFirst, &record); }
+    void *TakeFirst()
+    {
+        void *const pRecord = pFirst->data;
+        pFirst = g_list_delete_link(pFirst, pFirst);
+        return pRecord;
+    }
+    GList *pFirst = nullptr;
+};
+
+// ---- the cases of a list ----
+
+constexpr std::size_t kFew = 1000;
+constexpr std::size_t kMany = 100000;
+
+enum class End { kFirst, kLast };
+
+/// Fills the list with all records and takes them out again.
+template <typename List, End add, End take>
+auto FillAndDrain(std::vector<Record> &records)
+{
+    return [&records, list = std::make_shared<List>(records.size())] {
+        for (Record &record : records) {
+            if constexpr (add == End::kFirst) {
+                list->Prepend(record);
+            } else {
+                list->Append(record);
+            }
+        }
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            if constexpr (take == End::kFirst) {
+                Keep(list->TakeFirst());
+            } else {
+                Keep(list->TakeLast());
+            }
+        }
+    };
+}
+
+template <typename List>
+std::shared_ptr<List> Filled(std::vector<Record> &records)
+{
+    auto list = std::make_shared<List>(records.size());
+    for (Record &record : records) {
+        list->Append(record);
+    }
+    return list;
+}
+
+template <typename List>
+auto Walk(std::vector<Record> &records)
+{
+    return [list = Filled<List>(records)] { Keep(list->Sum()); };
+}
+
+template <typename List>
+auto FindMiddle(std::vector<Record> &records)
+{
+    return [list = Filled<List>(records), ullNumber = records.size() / 2] {
+        Keep(list->Find(ullNumber));
+    };
+}
+
+template <typename List>
+auto AppendTakeFirst(std::vector<Record> &records)
+{
+    return FillAndDrain<List, End::kLast, End::kFirst>(records);
+}
+
+template <typename List>
+auto AppendTakeLast(std::vector<Record> &records)
+{
+    return FillAndDrain<List, End::kLast, End::kLast>(records);
+}
+
+template <typename List>
+auto PrependTakeFirst(std::vector<Record> &records)
+{
+    return FillAndDrain<List, End::kFirst, End::kFirst>(records);
+}
+
+template <typename List>
+auto PrependTakeLast(std::vector<Record> &records)
+{
+    return FillAndDrain<List, End::kFirst, End::kLast>(records);
+}
+
+void AddLists(Report &report, std::vector<Record> &records)
+{
+    const std::string count = ", " + std::to_string(records.size());
+    const Target fill = {0.75, 0.75};
+    const auto linked = [&](const char *pszName) -> Case & {
+        return report.Add("Doubly linked list", pszName + count);
+    };
+    linked("append, take first")
+        .Ours(AppendTakeFirst<OurLinked>(records))
+        .Peer("TAILQ", AppendTakeFirst<TailQueue>(records), fill)
+        .Peer("std::list", AppendTakeFirst<StandardList>(records))
+        .Peer("GQueue", AppendTakeFirst<GlibQueue>(records));
+    linked("append, take last")
+        .Ours(AppendTakeLast<OurLinked>(records))
+        .Peer("TAILQ", AppendTakeLast<TailQueue>(records), fill)
+        .Peer("std::list", AppendTakeLast<StandardList>(records))
+        .Peer("GQueue", AppendTakeLast<GlibQueue>(records));
+    linked("prepend, take first")
+        .Ours(PrependTakeFirst<OurLinked>(records))
+        .Peer("TAILQ", PrependTakeFirst<TailQueue>(records), fill)
+        .Peer("std::list", PrependTakeFirst<StandardList>(records))
+        .Peer("GQueue", PrependTakeFirst<GlibQueue>(records))
+        .Peer("GList", PrependTakeFirst<GlibList>(records));
+    linked("prepend, take last")
+        .Ours(PrependTakeLast<OurLinked>(records))
+        .Peer("TAILQ", PrependTakeLast<TailQueue>(records), fill)
+        .Peer("std::list", PrependTakeLast<StandardList>(records))
+        .Peer("GQueue", PrependTakeLast<GlibQueue>(records));
+    linked("walk")
+        .Ours(Walk<OurLinked>(records))
+        .Peer("TAILQ", Walk<TailQueue>(records))
+        .Peer("std::list", Walk<StandardList>(records))
+        .Peer("GQueue", Walk<GlibQueue>(records));
+    linked("find the middle one")
+        .Ours(FindMiddle<OurLinked>(records))
+        .Peer("TAILQ", FindMiddle<TailQueue>(records))
+        .Peer("std::list", FindMiddle<StandardList>(records))
+        .Peer("GQueue", FindMiddle<GlibQueue>(records));
+
+    const Target pooledFill = {1.5, 1.5};
+    const auto indexed = [&](const char *pszName) -> Case & {
+        return report.Add("List of a fixed capacity", pszName + count);
+    };
+    indexed("append, take first")
+        .Ours(AppendTakeFirst<OurIndexed>(records))
+        .Peer("std::pmr::list", AppendTakeFirst<PooledList>(records), pooledFill)
+        .Peer("TAILQ", AppendTakeFirst<TailQueue>(records));
+    indexed("append, take last")
+        .Ours(AppendTakeLast<OurIndexed>(records))
+        .Peer("std::pmr::list", AppendTakeLast<PooledList>(records), pooledFill)
+        .Peer("TAILQ", AppendTakeLast<TailQueue>(records));
+    indexed("prepend, take first")
+        .Ours(PrependTakeFirst<OurIndexed>(records))
+        .Peer("std::pmr::list", PrependTakeFirst<PooledList>(records), pooledFill)
+        .Peer("TAILQ", PrependTakeFirst<TailQueue>(records));
+    indexed("prepend, take last")
+        .Ours(PrependTakeLast<OurIndexed>(records))
+        .Peer("std::pmr::list", PrependTakeLast<PooledList>(records), pooledFill)
+        .Peer("TAILQ", PrependTakeLast<TailQueue>(records));
+    indexed("walk")
+        .Ours(Walk<OurIndexed>(records))
+        .Peer("std::pmr::list", Walk<PooledList>(records))
+        .Peer("TAILQ", Walk<TailQueue>(records));
+    indexed("find the middle one")
+        .Ours(FindMiddle<OurIndexed>(records))
+        .Peer("std::pmr::list", FindMiddle<PooledList>(records))
+        .Peer("TAILQ", FindMiddle<TailQueue>(records));
+}
+
+// ---- hash tables: string keys, which each of them copies, and one hash function for all ----
+
+QAL_UINT32 Fnv1a(const char *psz)
+{
+    QAL_UINT32 ulHash = 0x811C9DC5;
+    for (; *psz != '\0'; ++psz) {
+        ulHash = (ulHash ^ static_cast<unsigned char>(*psz)) * 0x01000193;
+    }
+    return ulHash;
+}
+
+/// As many buckets as there are to be entries: a load factor of 1.
+struct OurHash {
+    explicit OurHash(std::size_t count)
+    {
+        XELP_Hash_Init(static_cast<QAL_UINT32>(count), Hash, Compare, ReleaseKey, LeaveAlone,
+                       &pTable);
+    }
+    OurHash(const OurHash &) = delete;
+    ~OurHash() { XELP_Hash_DeInit(pTable, XELP_HASH_FreeUserNode_Yes); }
+    static QAL_UINT32 Hash(void *pKey, QAL_UINT32 *pulHash)
+    {
+        *pulHash = Fnv1a(static_cast<const char *>(pKey));
+        return 0;
+    }
+    static QAL_UINT32 Compare(void *pKey, void *pStored)
+    {
+        return std::strcmp(static_cast<const char *>(pKey), static_cast<const char *>(pStored)) !=
+               0;
+    }
+    static void ReleaseKey(void *pStored) { XELP_MemFreeD(pStored, __LINE__, __FILE__); }
+    void Save(Record &record)
+    {
+        XELP_Hash_SaveNode(pTable, record.szKey,
+                           static_cast<QAL_UINT32>(std::strlen(record.szKey) + 1), &record);
+    }
+    void *Remove(char *pszKey)
+    {
+        void *pRecord = nullptr;
+        XELP_Hash_RemoveNode(pTable, pszKey, &pRecord);
+        return pRecord;
+    }
+    void *Query(char *pszKey)
+    {
+        void *pRecord = nullptr;
+        XELP_Hash_QueryNode(pTable, pszKey, &pRecord);
+        return pRecord;
+    }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        XELP_Hash_Process_List(pTable, AddNumber, &ullSum, nullptr);
+        return ullSum;
+    }
+    void *pTable = nullptr;
+};
+
+struct GlibHash {
+    explicit GlibHash(std::size_t)
+        : pTable(g_hash_table_new_full(
+              [](gconstpointer pKey) { return Fnv1a(static_cast<const char *>(pKey)); },
+              [](gconstpointer pLeft, gconstpointer pRight) -> gboolean {
+                  return std::strcmp(static_cast<const char *>(pLeft),
+                                     static_cast<const char *>(pRight)) == 0;
+              },
+              g_free, nullptr))
+    {}
+    GlibHash(const GlibHash &) = delete;
+    ~GlibHash() { g_hash_table_destroy(pTable); }
+    void Save(Record &record) { g_hash_table_insert(pTable, g_strdup(record.szKey), &record); }
+    /// The same value again as a result, as ours: looked up, and then removed.
+    void *Remove(char *pszKey)
+    {
+        void *const pRecord = g_hash_table_lookup(pTable, pszKey);
+        g_hash_table_remove(pTable, pszKey);
+        return pRecord;
+    }
+    void *Query(char *pszKey) { return g_hash_table_lookup(pTable, pszKey); }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        g_hash_table_foreach(
+            pTable,
+            [](gpointer, gpointer pRecord, gpointer pSum) { AddNumber(pSum, pRecord, nullptr); },
+            &ullSum);
+        return ullSum;
+    }
+    GHashTable *pTable;
+};
+
+struct StandardHash {
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view key) const { return Fnv1a(key.data()); }
+    };
+    struct Equal {
+        using is_transparent = void;
+        bool operator()(std::string_view left, std::string_view right) const
+        {
+            return left == right;
+        }
+    };
+    explicit StandardHash(std::size_t count)
+    {
+        table.max_load_factor(1);
+        table.reserve(count);
+    }
+    void Save(Record &record) { table.emplace(record.szKey, &record); }
+    void *Remove(char *pszKey)
+    {
+        const auto it = table.find(std::string_view(pszKey));
+        void *const pRecord = it->second;
+        table.erase(it);
+        return pRecord;
+    }
+    void *Query(char *pszKey)
+    {
+        const auto it = table.find(std::string_view(pszKey));
+        return it != table.end() ? it->second : nullptr;
+    }
+    std::uint64_t Sum()
+    {
+        std::uint64_t ullSum = 0;
+        for (const auto &entry : table) {
+            g_pfunAddNumber(&ullSum, entry.second, nullptr);
+        }
+        return ullSum;
+    }
+    std::unordered_map<std::string, void *, Hash, Equal> table;
+};
+
+template <typename Table>
+auto SaveAndRemove(std::vector<Record> &records)
+{
+    return [&records, table = std::make_shared<Table>(records.size())] {
+        for (Record &record : records) {
+            table->Save(record);
+        }
+        for (Record &record : records) {
+            Keep(table->Remove(record.szKey));
+        }
+    };
+}
+
+template <typename Table>
+std::shared_ptr<Table> FilledTable(std::vector<Record> &records)
+{
+    auto table = std::make_shared<Table>(records.size());
+    for (Record &record : records) {
+        table->Save(record);
+    }
+    return table;
+}
+
+/// Looks for the keys of @p wanted in a table of all @p records.
+template <typename Table>
+auto QueryAll(std::vector<Record> &records, std::vector<Record> &wanted)
+{
+    return [&wanted, table = FilledTable<Table>(records)] {
+        for (Record &record : wanted) {
+            Keep(table->Query(record.szKey));
+        }
+    };
+}
+
+template <typename Table>
+auto WalkTable(std::vector<Record> &records)
+{
+    return [table = FilledTable<Table>(records)] { Keep(table->Sum()); };
+}
+
+void AddTables(Report &report, std::vector<Record> &records, std::vector<Record> &shuffled,
+               std::vector<Record> &absent)
+{
+    const std::string count = ", " + std::to_string(records.size());
+    const Target peer = {1.0, 1.0};
+    const auto table = [&](const char *pszName) -> Case & {
+        return report.Add("Hash table", pszName + count);
+    };
+    table("save all, remove all")
+        .Ours(SaveAndRemove<OurHash>(records))
+        .Peer("GHashTable", SaveAndRemove<GlibHash>(records), peer)
+        .Peer("unordered_map", SaveAndRemove<StandardHash>(records), peer);
+    table("query all, at random")
+        .Ours(QueryAll<OurHash>(records, shuffled))
+        .Peer("GHashTable", QueryAll<GlibHash>(records, shuffled), peer)
+        .Peer("unordered_map", QueryAll<StandardHash>(records, shuffled), peer);
+    table("query as many that are not there")
+        .Ours(QueryAll<OurHash>(records, absent))
+        .Peer("GHashTable", QueryAll<GlibHash>(records, absent), peer)
+        .Peer("unordered_map", QueryAll<StandardHash>(records, absent), peer);
+    table("walk")
+        .Ours(WalkTable<OurHash>(records))
+        .Peer("GHashTable", WalkTable<GlibHash>(records))
+        .Peer("unordered_map", WalkTable<StandardHash>(records));
+}
+
+// ---- memory ----
+
+std::size_t BytesHeld()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+/// Prints what a filled container holds for each element, the allocator's own overhead included.
+template <typename Fill>
+void PrintBytes(const char *pszName, std::size_t count, const Fill &fill)
+{
+    const std::size_t before = BytesHeld();
+    const auto filled = fill();
+    const auto bytes = static_cast<double>(BytesHeld() - before);
+    std::printf("| %s | %.1f |\n", pszName, bytes / static_cast<double>(count));
+}
+
+void PrintMemory()
+{
+    std::vector<Record> records = MakeRecords(kMany);
+    std::printf("\n## Bytes held for each of %zu elements\n\n| container | bytes |\n|---|---|\n",
+                records.size());
+    const std::size_t count = records.size();
+    PrintBytes("our doubly linked list", count, [&] { return Filled<OurLinked>(records); });
+    PrintBytes("TAILQ", count, [&] { return Filled<TailQueue>(records); });
+    PrintBytes("std::list", count, [&] { return Filled<StandardList>(records); });
+    PrintBytes("GQueue", count, [&] { return Filled<GlibQueue>(records); });
+    PrintBytes("our list of a fixed capacity", count, [&] { return Filled<OurIndexed>(records); });
+    PrintBytes("our hash table, with keys", count, [&] { return FilledTable<OurHash>(records); });
+    PrintBytes("GHashTable, with keys", count, [&] { return FilledTable<GlibHash>(records); });
+    PrintBytes("unordered_map, with keys", count,
+               [&] { return FilledTable<StandardHash>(records); });
+}
+
+} // namespace
+} // namespace wyx::bench
+
+int main(int argc, char **argv)
+{
+    using namespace wyx::bench;
+    Report report(argc, argv);
+    PrintMemory();                        // before any memory has been used and given back
+    std::deque<std::vector<Record>> held; // outlive the report
+    for (const std::size_t count : {kFew, kMany}) {
+        std::vector<Record> &records = held.emplace_back(MakeRecords(count));
+        std::vector<Record> &shuffled = held.emplace_back(records);
+        std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(1));
+        std::vector<Record> &absent = held.emplace_back(shuffled);
+        for (Record &record : absent) {
+            record.szKey[0] = 'K';
+        }
+        AddLists(report, records);
+        AddTables(report, records, shuffled, absent);
+    }
+    return report.Run();
+}
