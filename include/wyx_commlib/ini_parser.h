@@ -186,9 +186,10 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * a piece ends in a backslash or begins at a line break inside the line, it comes back changed.
  *
  * A target that does not exist is not created: the removal fails, and the content stays in the
- * ".ibk" file. The name leaves room for 10 digits where there is no dot to cut at, so a target
- * without a dot anywhere in its path fails; one whose only dot is in a directory's name gets its
- * new file beside that directory.
+ * ".ibk" file. The name leaves room for 10 digits where there is no dot to cut at, so with today's
+ * 13 a target without a dot anywhere in its path fails, and so does one of fewer than two letters
+ * behind its dot; one whose only dot is in a directory's name gets its new file beside that
+ * directory.
  *
  * @param[in]     filename        the target's name, borrowed
  * @param[in,out] pStructIniLine  the document, not null; taken: its record is zeroed
