@@ -3,9 +3,9 @@
  * @brief The platform services the library stands on: memory, files, the clock and strings.
  *
  * The library calls these symbols through the dynamic linker and nothing else of the system, so a
- * client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double in
- * front of it. This page is the contract that every adapter keeps; what the default adapter promises
- * beyond it is marked *Default adapter*.
+ * client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double
+ * in front of it. This page is the contract that every adapter keeps; what the default adapter
+ * promises beyond it is marked *Default adapter*.
  *
  * Every service may be called from any thread; one file must not be used by two threads at once.
  */
@@ -68,10 +68,10 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * @brief Opens a file.
  *
  * *Default adapter*: the descriptor is close-on-exec; errno tells why a call failed, here and for
- * the other calls. Directories and other modes than the two are refused. For reading, a regular file
- * is read whole at once and its descriptor released; one that cannot be read to its end is refused,
- * so that a read error never looks like the end of the file. Other kinds are read as they are
- * consumed, and an error ends them. For writing, a symbolic link is not followed.
+ * the other calls. Directories and other modes than the two are refused. For reading, a regular
+ * file is read whole at once and its descriptor released; one that cannot be read to its end is
+ * refused, so that a read error never looks like the end of the file. Other kinds are read as they
+ * are consumed, and an error ends them. For writing, a symbolic link is not followed.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -149,8 +149,8 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
  * @brief Gives a file another name, in place of a file that has it.
  *
  * *Default adapter*: the directory is flushed to the device, both of them if they differ. Where
- * that fails, this call fails although the file has its new name, since a power cut may give it back
- * the old one. See XELP_Fclose() for the failure it passes on.
+ * that fails, this call fails although the file has its new name, since a power cut may give it
+ * back the old one. See XELP_Fclose() for the failure it passes on.
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its name from now on, borrowed; on the same file system
