@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "wyx_commlib/types.h"
@@ -16,12 +17,23 @@ namespace wyx::test {
 class Random {
   public:
     Random() : ullSeed_(ChooseSeed()), engine_(ullSeed_) {}
+    /// Numbers that are not random: each is made of the next of these bytes, behind the last it is
+    /// 0.
+    explicit Random(std::string_view bytes) : ullSeed_(0), hasBytes_(true), bytes_(bytes) {}
+
+    /// Are there bytes left of those to be taken?
+    bool HasBytes() const { return !bytes_.empty(); }
 
     std::string Trace() const { return "repeat with WYX_TEST_SEED=" + std::to_string(ullSeed_); }
 
     /// A number from 0 to @p ullMax.
     std::uint64_t UpTo(std::uint64_t ullMax)
     {
+        if (hasBytes_) {
+            const std::uint64_t ullByte = bytes_.empty() ? 0U : static_cast<QAL_UINT8>(bytes_[0]);
+            bytes_.remove_prefix(bytes_.empty() ? 0 : 1);
+            return ullByte % (ullMax + 1);
+        }
         return std::uniform_int_distribution<std::uint64_t>(0, ullMax)(engine_);
     }
 
@@ -43,6 +55,8 @@ class Random {
 
     std::uint64_t ullSeed_;
     std::mt19937_64 engine_;
+    bool hasBytes_ = false;
+    std::string_view bytes_;
 };
 
 } // namespace wyx::test
