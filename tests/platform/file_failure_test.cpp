@@ -65,7 +65,7 @@ class FileFailure : public SystemTest {
 
     std::string Trace() const { return system.Trace(folder.Path()); }
 
-    /// Fails a close of a file so that nobody is told; then the next removal must not act.
+    /// A failure is still to be told: the next removal does not act, the one after it does.
     void ExpectPending(int iError)
     {
         const std::string victim = folder.Make("victim", "still needed");
