@@ -12,7 +12,9 @@ shift || true
 
 peers=(
     zlib1g-dev libdeflate-dev libisal-dev # crc
-    libglib2.0-dev pkg-config             # containers
+    libglib2.0-dev pkg-config             # containers, base64, ini
+    libssl-dev nettle-dev                 # md5, base64
+    libinih-dev libiniparser-dev          # ini
 )
 bash "$root/scripts/install_packages.sh" g++ cmake ninja-build "${peers[@]}"
 
@@ -22,6 +24,7 @@ for level in baseline best; do
     tree=$dir/$level
     cmake -S "$root" -B "$tree" -G Ninja -DCMAKE_BUILD_TYPE=Release \
         -DWYX_CPU_LEVEL="${cpu[$level]}" -DWYX_BUILD_BENCH=ON \
+        -DWYX_OS_ADAPTER_FLUSH=OFF \
         -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >"$dir-$level.log"
     cmake --build "$tree" --target compare >>"$dir-$level.log" ||
         { cat "$dir-$level.log" >&2; exit 1; }
