@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything and passes all tests: scripts/test.sh [PRESET...]
 #
-# Without a preset: dev and release. The others: asan, signed-char, unsigned-char, clang, coverage,
-# aarch64, fuzz, tsan. Installs what is missing (Debian), builds under build/.
+# Without a preset: dev and release; `cmake --list-presets` names the others. Installs what is missing
+# (Debian), builds under build/.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -15,7 +15,7 @@ for preset in "$@"; do
     case $preset in
     clang) packages+=(clang) ;;
     fuzz) packages+=(clang libclang-rt-dev) ;;
-    aarch64) packages+=(g++-aarch64-linux-gnu googletest qemu-user) ;;
+    aarch64*) packages+=(g++-aarch64-linux-gnu googletest qemu-user) ;;
     esac
 done
 scripts/install_packages.sh "${packages[@]}"
