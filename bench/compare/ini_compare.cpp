@@ -172,10 +172,11 @@ int main(int argc, char **argv)
 {
     using namespace wyx::bench;
     Report report(argc, argv);
-    char szFolder[] = "/tmp/ini_compare.XXXXXX";
-    Require(mkdtemp(szFolder) != nullptr, "mkdtemp");
-    const std::string few = std::string(szFolder) + "/few.ini";
-    const std::string many = std::string(szFolder) + "/many.ini";
+    // In memory: a disk would be what is measured.
+    std::string folder = "/dev/shm/ini_compare.XXXXXX";
+    Require(mkdtemp(folder.data()) != nullptr, "mkdtemp");
+    const std::string few = folder + "/few.ini";
+    const std::string many = folder + "/many.ini";
     AddFile(report, few, 40, {{1.0, {}}, {}, {}, {}, {1.0, {}}});
     AddFile(report, many, 10000, {{1.0, {}}, {1.5, {}}, {25.0, {}}, {28.0, {}}, {1.0, {}}});
     MakeGlibFile(few);
@@ -184,6 +185,6 @@ int main(int argc, char **argv)
     for (const std::string &name : {few, many, few + ".glib", many + ".glib"}) {
         std::remove(name.c_str());
     }
-    rmdir(szFolder);
+    rmdir(folder.c_str());
     return iStatus;
 }
