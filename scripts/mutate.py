@@ -1,0 +1,513 @@
+#!/usr/bin/env python3
+"""Plants small mistakes in src/ and sees whether the tests notice.
+
+    scripts/mutate.py                       every mistake, in a build of its own (hours)
+    scripts/mutate.py --module crc          those of one module
+    scripts/mutate.py --sample 60 --seed 1  some of them, the same ones for the same seed
+
+A mistake is a changed operator, constant, condition or result, or a statement left out. Each is
+planted in a copy of its unit outside the tree; only that unit is compiled again, and the library is
+linked from it and the other units' objects. The mistake is
+
+    killed      if a test of its module fails or hangs, or a static assertion does
+    equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
+    invalid     if it does not compile
+    surviving   otherwise. What survives the release build is tried again under the sanitizers.
+
+Tests of a module are those in tests/<module>/, and those of tests/fuzz/ and tests/failures/, the
+quickest first. A survivor must be listed in tests/mutation/survivors.txt with the reason why no
+test can see it; the run fails for one that is not, for a listed one that a test sees after all, and
+where fewer than 97 of 100 mistakes that can be seen were killed.
+
+Give --build and --asan-build to use the folders of the presets "release" and "asan" that are built
+already, from this tree.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import json
+import os
+import pathlib
+import random
+import re
+import shlex
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+TREE = pathlib.Path(__file__).resolve().parent.parent
+SOURCES = pathlib.Path("src/commlib")
+SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
+SHARED_TESTS = ("fuzz", "failures")
+NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$")
+LEAST_KILLED = 0.97
+
+TOKEN = re.compile(
+    r"""(?P<space>\s+)
+      | (?P<comment>//[^\n]*|/\*.*?\*/)
+      | (?P<directive>^[ \t]*\#(?:[^\n\\]|\\.|\\\n)*)
+      | (?P<string>"(?:[^"\\\n]|\\.)*")
+      | (?P<char>'(?:[^'\\\n]|\\.)+')
+      | (?P<number>0[xX][0-9A-Fa-f']+[uUlL]*|[0-9][0-9']*[uUlL]*)
+      | (?P<word>[A-Za-z_]\w*)
+      | (?P<operator><<=|>>=|<=>|->|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|::|.)
+    """,
+    re.VERBOSE | re.DOTALL | re.MULTILINE,
+)
+
+BINARY = {
+    "<": ("<=", ">="), "<=": ("<", ">"), ">": (">=", "<="), ">=": (">", "<"),
+    "==": ("!=",), "!=": ("==",), "&&": ("||",), "||": ("&&",),
+    "+": ("-",), "-": ("+",), "*": ("+",), "/": ("*",), "%": ("/",),
+    "&": ("|",), "|": ("&",), "^": ("|",), "<<": (">>",), ">>": ("<<",),
+    "+=": ("-=",), "-=": ("+=",), "|=": ("&=",), "&=": ("|=",), "^=": ("|=",),
+    "<<=": (">>=",), ">>=": ("<<=",),
+}
+CHARS = {"\\n": "\\r", "\\r": "\\n", "\\t": " ", "\\0": "\\1", "\\\\": "/", "\\'": "\\\""}
+NO_STATEMENT = {
+    "return", "using", "namespace", "static", "const", "constexpr", "consteval", "template",
+    "static_assert", "case", "default", "public", "private", "struct", "class", "enum", "typedef",
+    "extern", "else", "do", "for", "while", "if", "switch", "friend", "inline", "union",
+}
+
+Token = collections.namedtuple("Token", "kind text start")
+Mutant = collections.namedtuple("Mutant", "file start end new what")
+
+
+def tokens_of(text):
+    """All tokens but spaces and comments; a static assertion is left out whole."""
+    tokens = [Token(m.lastgroup, m.group(), m.start()) for m in TOKEN.finditer(text)]
+    kept = []
+    depth = 0
+    skipping = False
+    for token in tokens:
+        if skipping:
+            depth += (token.text == "(") - (token.text == ")")
+            skipping = not (token.text == ";" and depth == 0)
+        elif token.text == "static_assert":
+            skipping, depth = True, 0
+        elif token.kind not in ("space", "comment", "directive"):
+            kept.append(token)
+    return kept
+
+
+def closing(tokens, i):
+    """Index of the bracket that closes the one at i."""
+    depth = 0
+    for j in range(i, len(tokens)):
+        depth += (tokens[j].text in "([{") - (tokens[j].text in ")]}")
+        if depth == 0:
+            return j
+    return i
+
+
+def plus_one(number):
+    match = re.fullmatch(r"(0[xX])?([0-9A-Fa-f']+?)([uUlL]*)", number)
+    prefix, digits, suffix = match.group(1) or "", match.group(2).replace("'", ""), match.group(3)
+    value = int(digits, 16 if prefix else 10) + 1
+    return f"{prefix}{value:X}{suffix}" if prefix else f"{value}{suffix}"
+
+
+def next_char(literal):
+    body = literal[1:-1]
+    if body in CHARS:
+        return f"'{CHARS[body]}'"
+    if body.startswith("\\"):
+        return None
+    following = chr(ord(body) + 1)
+    return f"'{following}'" if following not in "'\\\x7f" else None
+
+
+def other_text(literal):
+    body = literal[1:-1]
+    if not body or body[0] in "\\%":
+        return f'"?{body}"' if body else None
+    return f'"{chr(ord(body[0]) ^ 1)}{body[1:]}"' if body[0] not in '#!Z[]' else f'"?{body[1:]}"'
+
+
+def mutants_of(name, text):
+    tokens = tokens_of(text)
+    found = []
+
+    def plant(start, end, new, what):
+        found.append(Mutant(name, start, end, new, what))
+
+    for i, token in enumerate(tokens):
+        start, end = token.start, token.start + len(token.text)
+        before, behind = text[start - 1 : start], text[end : end + 1]
+        after = tokens[i + 1] if i + 1 < len(tokens) else None
+        previous = tokens[i - 1] if i > 0 else None
+        if token.kind == "operator":
+            if token.text in BINARY and before.isspace() and behind.isspace():
+                for new in BINARY[token.text]:
+                    plant(start, end, new, f"{token.text} becomes {new}")
+            elif token.text in ("++", "--"):
+                new = "--" if token.text == "++" else "++"
+                plant(start, end, new, f"{token.text} becomes {new}")
+            elif token.text == "!":
+                plant(start, end, "", "! left out")
+            elif token.text == "~":
+                plant(start, end, "", "~ left out")
+        elif token.kind == "number":
+            new = plus_one(token.text)
+            plant(start, end, new, f"{token.text} becomes {new}")
+        elif token.kind == "char":
+            new = next_char(token.text)
+            if new:
+                plant(start, end, new, f"{token.text} becomes {new}")
+        elif token.kind == "string":
+            new = other_text(token.text)
+            if new and (previous is None or previous.text != "extern"):
+                plant(start, end, new, f"{token.text} becomes {new}")
+        elif token.text in ("true", "false"):
+            new = "false" if token.text == "true" else "true"
+            plant(start, end, new, f"{token.text} becomes {new}")
+        elif token.text in ("if", "while") and after is not None and after.text == "(":
+            close = tokens[closing(tokens, i + 1)].start
+            inner = after.start + 1
+            if token.text == "if":
+                plant(inner, close, f"!({text[inner:close]})", "if negated")
+            else:
+                plant(inner, close, f"false && ({text[inner:close]})", "while never")
+        elif token.text == "return" and after is not None and after.text != ";":
+            j = i
+            while tokens[j].text != ";":
+                j = closing(tokens, j) + 1 if tokens[j].text in "([{" else j + 1
+            if text[after.start : tokens[j].start] not in ("0", "nullptr", "false", "{}"):
+                plant(after.start, tokens[j].start, "{}", "nothing returned")
+
+        # A statement that stands alone: a call, an assignment, a jump.
+        begins = previous is not None and previous.text in (";", "{", "}", ")", "else", ":")
+        if not begins or token.text in NO_STATEMENT or token.kind not in ("word", "operator"):
+            continue
+        if token.kind == "operator" and token.text not in ("*", "++", "--", "("):
+            continue
+        j = i
+        while j < len(tokens) and tokens[j].text not in (";", "{", "}", ")", "]"):
+            j = closing(tokens, j) + 1 if tokens[j].text in "([" else j + 1
+        if j >= len(tokens) or tokens[j].text != ";":
+            continue
+        statement = tokens[i:j]
+        texts = [t.text for t in statement]
+        if previous.text == ")" and texts[0] in ("*", "("):
+            continue
+        is_jump = texts in (["break"], ["continue"], ["return"])
+        declares = len(statement) > 1 and statement[0].kind == "word" and (
+            statement[1].kind == "word" or (texts[1] in "*&" and len(texts) > 2 and
+                                             text[statement[1].start + 1] != " "))
+        acts = any(t in texts for t in ("(", "=", "++", "--", "+=", "-=", "|=", "&=", "^=", "<<="))
+        if is_jump or (acts and not declares):
+            plant(token.start, tokens[j].start, "", "left out")
+    return found
+
+
+class Place:
+    """The line of a mutant, its text, and which of its kind it is on that line."""
+
+    def __init__(self, mutant, text, ordinal):
+        begin = text.rfind("\n", 0, mutant.start) + 1
+        end = text.find("\n", mutant.start)
+        self.number = text.count("\n", 0, mutant.start) + 1
+        self.text = " ".join(text[begin:end].split())
+        suffix = f" (#{ordinal})" if ordinal > 1 else ""
+        self.key = (mutant.file, self.text, mutant.what + suffix)
+
+
+def run(command, **options):
+    return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
+
+
+class Build:
+    """A built folder: how its units are compiled and linked, and its tests."""
+
+    def __init__(self, folder, tree):
+        self.folder = folder
+        self.tree = tree
+        commands = json.loads((folder / "compile_commands.json").read_text())
+        self.compiles = {}
+        for entry in commands:
+            source = pathlib.Path(entry["file"])
+            if source.is_relative_to(tree / SOURCES):
+                self.compiles[str(source.relative_to(tree))] = shlex.split(entry["command"])
+        ninja = ["ninja", "-C", str(folder)]
+        wanted = "lib/libwyx_commlib.so"
+        lines = run(ninja + ["-t", "commands", wanted]).splitlines()
+        link = [line for line in lines if "-shared" in line and "libwyx_commlib.so" in line][-1]
+        link = re.sub(r"^: && ", "", re.sub(r" && :$", "", link))
+        self.link = shlex.split(link)
+        self.tests = collections.defaultdict(list)
+        listing = json.loads(run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"]))
+        for test in listing["tests"]:
+            command = test.get("command")
+            if not command:
+                continue
+            properties = {p["name"]: p["value"] for p in test.get("properties", [])}
+            if "slow" in properties.get("LABELS", []) or NO_TESTS_OF_CODE.search(test["name"]):
+                continue
+            program = pathlib.Path(command[0])
+            if len(command) == 1 and program.is_relative_to(folder / "tests"):
+                self.tests[program.parent.name].append(program)
+
+    def objects(self):
+        return [word for word in self.link if word.endswith(".o")]
+
+    def compile(self, unit, source, output):
+        """Compiles a copy of a unit; the result of the compiler."""
+        command = list(self.compiles[unit])
+        command[command.index("-o") + 1] = str(output)
+        command[command.index("-c") + 1] = str(source)
+        for option in ("-MF", "-MT"):
+            if option in command:
+                at = command.index(option)
+                del command[at : at + 2]
+        command = [w for w in command if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
+        # The copy is to name itself as the original does, and equal code to give an equal object.
+        command += ["-w", "-fno-lto", "-frandom-seed=0",
+                    f"-ffile-prefix-map={source.parent}={pathlib.Path(unit).parent}"]
+        return subprocess.run(command, text=True, capture_output=True, cwd=self.folder)
+
+    def link_with(self, objects, output):
+        """Links the library with other objects in place of those of the same name."""
+        command = [objects.get(os.path.basename(w), w) if w.endswith(".o") else w
+                   for w in self.link]
+        command[command.index("-o") + 1] = str(output)
+        subprocess.run(command, check=True, cwd=self.folder, capture_output=True)
+
+
+class Runner:
+    def __init__(self, builds, tree, work):
+        self.builds = builds
+        self.tree = tree
+        self.work = work
+        self.local = threading.local()
+        self.number = 0
+        self.lock = threading.Lock()
+        self.plain = {}  # objects of the unchanged units, compiled by the same road
+        self.durations = {}
+
+    def folder(self):
+        if not hasattr(self.local, "folder"):
+            with self.lock:
+                self.number += 1
+                self.local.folder = self.work / f"worker{self.number}"
+            self.local.folder.mkdir(parents=True)
+        return self.local.folder
+
+    def units_with(self, file):
+        """The units that a file is part of."""
+        if file.endswith(".cpp"):
+            return [file]
+        folder = str(pathlib.Path(file).parent)
+        return sorted(u for u in self.builds[0].compiles
+                      if str(pathlib.Path(u).parent) == folder and
+                      pathlib.Path(file).name in (self.tree / u).read_text())
+
+    def copy_of_module(self, file):
+        """A fresh copy of a file's folder, for the calling worker."""
+        source = (self.tree / file).parent
+        copy = self.folder() / "module"
+        shutil.rmtree(copy, ignore_errors=True)
+        shutil.copytree(source, copy)
+        return copy
+
+    def tests_of(self, build, file):
+        module = pathlib.Path(file).relative_to(SOURCES).parts[0]
+        programs = build.tests[module] + [p for s in SHARED_TESTS for p in build.tests[s]]
+        return sorted(programs, key=lambda p: self.durations.get(p, 0))
+
+    def path(self, build):
+        """Where a test finds the worker's library, and the build's own ones."""
+        return f"{self.library().parent}:{build.folder / 'lib'}"
+
+    def run_test(self, build, program, limit):
+        environment = dict(os.environ, LD_LIBRARY_PATH=self.path(build), WYX_TEST_SEED="1",
+                           UBSAN_OPTIONS="halt_on_error=1", TMPDIR=str(self.folder()))
+        process = subprocess.Popen(
+            [program, "--gtest_fail_fast", "--gtest_brief=1"], env=environment,
+            cwd=self.folder(), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL, start_new_session=True)
+        try:
+            return process.wait(limit) == 0
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+            return False
+
+    def library(self):
+        folder = self.folder() / "lib"
+        folder.mkdir(exist_ok=True)
+        return folder / "libwyx_commlib.so.1"
+
+    def prepare(self, files):
+        """Compiles what is not changed by the same road, and sees that all tests pass with it."""
+        for build in self.builds:
+            for file in files:
+                for unit in self.units_with(file):
+                    if (build, unit) in self.plain:
+                        continue
+                    copy = self.copy_of_module(unit)
+                    output = self.work / f"plain{len(self.plain)}.o"
+                    result = build.compile(unit, copy / pathlib.Path(unit).name, output)
+                    if result.returncode != 0:
+                        sys.exit(f"{unit} does not compile:\n{result.stderr}")
+                    self.plain[build, unit] = output
+            objects = {f"{pathlib.Path(u).name}.o": str(o) for (b, u), o in self.plain.items()
+                       if b is build}
+            library = self.library()
+            build.link_with(objects, library)
+            programs = {p for file in files for p in self.tests_of(build, file)}
+            for program in sorted(programs):
+                loaded = run(["ldd", str(program)],
+                             env=dict(os.environ, LD_LIBRARY_PATH=self.path(build)))
+                if str(library) not in loaded:
+                    sys.exit(f"{program} does not take the library from {library}")
+                begin = time.monotonic()
+                if not self.run_test(build, program, 600):
+                    sys.exit(f"{program} fails without a mistake planted")
+                self.durations[program] = time.monotonic() - begin
+
+    def judge(self, mutant):
+        text = (self.tree / mutant.file).read_text()
+        mutated = text[: mutant.start] + mutant.new + text[mutant.end :]
+        copy = self.copy_of_module(mutant.file)
+        (copy / pathlib.Path(mutant.file).name).write_text(mutated)
+        for build in self.builds:
+            objects = {}
+            same = True
+            for unit in self.units_with(mutant.file):
+                output = self.folder() / (pathlib.Path(unit).name + ".o")
+                result = build.compile(unit, copy / pathlib.Path(unit).name, output)
+                if result.returncode != 0:
+                    # GCC says the first, Clang the second.
+                    failed = "static assertion failed" in result.stderr or \
+                        "static_assert failed" in result.stderr
+                    return "killed" if failed else "invalid"
+                same = same and output.read_bytes() == self.plain[build, unit].read_bytes()
+                objects[output.name] = str(output)
+            if same and build is self.builds[0]:
+                return "equivalent"
+            build.link_with(objects, self.library())
+            for program in self.tests_of(build, mutant.file):
+                if not self.run_test(build, program, 5 + 5 * self.durations[program]):
+                    return "killed"
+        return "surviving"
+
+
+def listed_survivors(path):
+    """Reasons by place: blocks of file, line, mistake and reason, apart by an empty line."""
+    listed = {}
+    if not path.exists():
+        return listed
+    for block in re.split(r"\n\s*\n", path.read_text()):
+        lines = [line for line in block.splitlines() if line and not line.startswith("#")]
+        if lines:
+            fields = dict(line.split(": ", 1) for line in lines)
+            for what in fields["mistake"].split(" | "):
+                listed[fields["file"], fields["line"], what] = fields["reason"]
+    return listed
+
+
+def built(name, folder):
+    """Configures and builds a preset, unless its folder is given."""
+    if folder is not None:
+        return folder.resolve()
+    folder = TREE / "build" / f"mutate-{name}"
+    run(["cmake", "--preset", name, "-B", str(folder), "-DWYX_BUILD_TOOL=OFF",
+         "-DWYX_BUILD_EXAMPLES=OFF"], cwd=TREE)
+    subprocess.run(["cmake", "--build", str(folder)], check=True)
+    return folder
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--module", action="append", help="a folder of src/commlib")
+    parser.add_argument("--sample", type=int, help="how many mistakes to plant")
+    parser.add_argument("--seed", type=int, default=0, help="which ones")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--build", type=pathlib.Path, help="a built folder of the preset release")
+    parser.add_argument("--asan-build", type=pathlib.Path, help="a built folder of the preset asan")
+    parser.add_argument("--no-asan", action="store_true", help="do not try again under sanitizers")
+    parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its end here")
+    parser.add_argument("--list", action="store_true", help="only list the mistakes")
+    arguments = parser.parse_args()
+
+    files = sorted(str(p.relative_to(TREE)) for p in (TREE / SOURCES).rglob("*")
+                   if p.suffix in (".cpp", ".h"))
+    if arguments.module:
+        files = [f for f in files
+                 if pathlib.Path(f).relative_to(SOURCES).parts[0] in arguments.module]
+    mutants = []
+    places = {}
+    for file in files:
+        text = (TREE / file).read_text()
+        ordinals = collections.Counter()
+        for mutant in mutants_of(file, text):
+            line = (text.count("\n", 0, mutant.start), mutant.what)
+            ordinals[line] += 1
+            places[mutant] = Place(mutant, text, ordinals[line])
+            mutants.append(mutant)
+    if arguments.sample is not None and arguments.sample < len(mutants):
+        mutants = random.Random(arguments.seed).sample(mutants, arguments.sample)
+        files = sorted({m.file for m in mutants})
+    if arguments.list:
+        for mutant in mutants:
+            print(f"{mutant.file}:{places[mutant].number}: {places[mutant].key[2]}: "
+                  f"{places[mutant].text}")
+        print(f"{len(mutants)} mistakes")
+        return 0
+
+    folders = [built("release", arguments.build)]
+    if not arguments.no_asan:
+        folders.append(built("asan", arguments.asan_build))
+    listed = listed_survivors(TREE / SURVIVORS)
+    ends = {}
+    with tempfile.TemporaryDirectory(prefix="wyx_mutate_") as work:
+        runner = Runner([Build(f, TREE) for f in folders], TREE, pathlib.Path(work))
+        runner.prepare(files)
+        with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+            for mutant, end in zip(mutants, pool.map(runner.judge, mutants)):
+                ends[mutant] = end
+                place = places[mutant]
+                if end == "surviving":
+                    known = "listed" if place.key in listed else "NOT LISTED"
+                    print(f"survives ({known}): {mutant.file}:{place.number}: {place.key[2]}\n"
+                          f"    {place.text}", flush=True)
+                if len(ends) % 100 == 0:
+                    print(f"{len(ends)} of {len(mutants)} done", flush=True)
+
+    counts = collections.Counter(ends.values())
+    surviving = [places[m].key for m in mutants if ends[m] == "surviving"]
+    unlisted = [key for key in surviving if key not in listed]
+    reached = {places[m].key: ends[m] for m in mutants}
+    wrong = sorted(k for k in listed if reached.get(k, "surviving") != "surviving")
+    gone = []
+    if arguments.sample is None:
+        gone = sorted(k for k in listed if k not in reached and k[0] in files)
+    if arguments.report:
+        arguments.report.write_text("".join(
+            f"{ends[m]}\t{m.file}:{places[m].number}\t{places[m].key[2]}\t{places[m].text}\n"
+            for m in mutants))
+    for key in wrong:
+        print(f"listed as surviving, but {reached[key]}: {key}")
+    for key in gone:
+        print(f"listed, but there is no such mistake any more: {key}")
+
+    # A listed survivor that no test can see, since nothing changes, is no mistake either.
+    hidden = sum(1 for k in surviving if listed.get(k, "").startswith("equivalent"))
+    visible = counts["killed"] + counts["surviving"] - hidden
+    share = counts["killed"] / visible if visible else 1.0
+    print(f"{len(mutants)} mistakes: {counts['killed']} killed, {counts['surviving']} surviving "
+          f"({hidden} of them equivalent by reasoning), {counts['equivalent']} with the same "
+          f"object, {counts['invalid']} not compiling; "
+          f"{100 * share:.1f} % of those that can be seen were killed")
+    return 1 if unlisted or wrong or gone or share < LEAST_KILLED else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
