@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "crc_cpu.h"
 #include "crc_fold.h"
 
 namespace wyx::crc {
@@ -48,12 +49,21 @@ inline QAL_UINT16 Crc16OfWord(Word ullWord)
     return static_cast<QAL_UINT16>(ullWord >> 48);
 }
 
-// Each of these gives what Crc16Plain() gives.
+// Each of these gives what Crc16Plain() gives; those are there for which the CPU has what they
+// need.
 QAL_UINT16 Crc16Sparse(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
+QAL_UINT16 Crc16Clmul(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
+QAL_UINT16 Crc16Clmul512(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 
 /// The one that is used, chosen as the library is compiled: by what the compiler may take for
 /// granted of the CPU, not by what is found at run time.
+#if defined(WYX_CRC_HAS_CLMUL512)
+constexpr auto Crc16 = Crc16Clmul512;
+#elif defined(WYX_CRC_HAS_CLMUL)
+constexpr auto Crc16 = Crc16Clmul;
+#else
 constexpr auto Crc16 = Crc16Sparse;
+#endif
 
 } // namespace wyx::crc
 

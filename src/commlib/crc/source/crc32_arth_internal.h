@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "crc_cpu.h"
 #include "crc_fold.h"
 
 namespace wyx::crc {
@@ -49,12 +50,30 @@ inline QAL_UINT32 Crc32OfWord(Word ullWord)
     return static_cast<QAL_UINT32>(ullWord);
 }
 
-// Each of these gives what Crc32Plain() gives.
+// Each of these gives what Crc32Plain() gives; those are there for which the CPU has what they
+// need.
 QAL_UINT32 Crc32Sparse(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
+QAL_UINT32 Crc32Aarch64(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
+QAL_UINT32 Crc32Clmul(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
+QAL_UINT32 Crc32Clmul512(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 
-/// The one that is used, chosen as the library is compiled: by what the compiler may take for
-/// granted of the CPU, not by what is found at run time.
-constexpr auto Crc32 = Crc32Sparse;
+// The one that is used, chosen as the library is compiled: by what the compiler may take for
+// granted of the CPU, not by what is found at run time. Carry-less multiplication is slow to start,
+// so that something else is better for messages shorter than kMinByClmul.
+#if defined(WYX_CRC_HAS_CRC32_INSTRUCTIONS)
+constexpr auto Crc32Short = Crc32Aarch64;
+constexpr QAL_UINT32 kMinByClmul = 384;
+#else
+constexpr auto Crc32Short = Crc32Sparse;
+constexpr QAL_UINT32 kMinByClmul = 16;
+#endif
+#if defined(WYX_CRC_HAS_CLMUL512)
+constexpr auto Crc32 = Crc32Clmul512;
+#elif defined(WYX_CRC_HAS_CLMUL)
+constexpr auto Crc32 = Crc32Clmul;
+#else
+constexpr auto Crc32 = Crc32Short;
+#endif
 
 } // namespace wyx::crc
 

@@ -7,9 +7,9 @@
 namespace wyx::crc {
 namespace {
 
-// The multiple of lowest degree with five terms; none below has fewer.
+// The only multiple up to this degree that has five terms or fewer.
 using Long = Sparse<300, 155, 117, 89, 0>;
-// Eight terms, with a gap of more than half a word below the first one: for what Long leaves over.
+// Nine terms, with a gap of more than half a word below the first one: for what Long leaves over.
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 

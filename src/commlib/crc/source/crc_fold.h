@@ -32,7 +32,7 @@ struct Polynomial {
 };
 
 /// The remainder of x^uExponent.
-consteval QAL_UINT32 PowerOfX(Polynomial poly, unsigned uExponent)
+constexpr QAL_UINT32 PowerOfX(Polynomial poly, unsigned uExponent)
 {
     Word ullRem = 1;
     for (unsigned i = 0; i < uExponent; ++i) {

@@ -1,0 +1,46 @@
+// What folding by carry-less multiplication needs of x86: PCLMULQDQ and the byte shuffles of SSSE3.
+#ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_X86_H
+#define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_X86_H
+
+#include <immintrin.h>
+
+#include "crc_fold_vectors.h"
+
+namespace wyx::crc {
+
+/// The product of the low words, and that of the high ones.
+inline Vector MultiplyLow(Vector a, Vector b)
+{
+    return reinterpret_cast<Vector>(
+        _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x00));
+}
+
+inline Vector MultiplyHigh(Vector a, Vector b)
+{
+    return reinterpret_cast<Vector>(
+        _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x11));
+}
+
+/// Moves the bytes to higher or lower places; zeros take theirs.
+template <int kBytes>
+inline Vector ShiftUp(Vector vector)
+{
+    return reinterpret_cast<Vector>(_mm_slli_si128(reinterpret_cast<__m128i>(vector), kBytes));
+}
+
+template <int kBytes>
+inline Vector ShiftDown(Vector vector)
+{
+    return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
+}
+
+/// Byte i of the result is the byte that @p places gives in its byte i, and 0 for places from 128.
+inline Vector PickBytes(Vector vector, Vector places)
+{
+    return reinterpret_cast<Vector>(
+        _mm_shuffle_epi8(reinterpret_cast<__m128i>(vector), reinterpret_cast<__m128i>(places)));
+}
+
+} // namespace wyx::crc
+
+#endif
