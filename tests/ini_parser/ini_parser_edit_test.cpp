@@ -819,6 +819,12 @@ TEST_F(IniDelSection, NameMayPointIntoLinesThatGo)
         EXPECT_EQ(Look(doc), Edited({kHole, kHole, kHole}, 0));
     }
     EXPECT_EQ(platform.LiveBlocks(), 0U);
+    {
+        Document doc({"[;s]\n", ";s", "[;s]\n"}); // a whole line
+        EXPECT_EQ(XELP_IniDelSection(&doc, doc.pStrLine[1]), kOk);
+        EXPECT_EQ(Look(doc), Edited({kHole, kHole, kHole}, 0));
+    }
+    EXPECT_EQ(platform.LiveBlocks(), 0U);
     for (const auto &[pszBad, ulStatus] :
          {std::pair{"garbage\n", kLineUnknown}, {"", kInputPara}, {"[]\n", kSection}}) {
         Document doc({"[s] ;s", "k=1\n", pszBad});
@@ -942,6 +948,11 @@ TEST_F(IniDelKey, NamesMayPointIntoLinesThatGo)
         QAL_INT8 *const pszName = doc.pStrLine[1] + 2;
         EXPECT_EQ(XELP_IniDelKey(&doc, pszName, pszName), kOk);
         EXPECT_EQ(Look(doc), Edited({"[s]\n", kHole, kHole, "[s]\n", kHole}, 2));
+    }
+    {
+        Document doc({"[k=1]\n", "k=1", "[k=1]\n", "k=2\n"}); // a whole line
+        EXPECT_EQ(XELP_IniDelKey(&doc, doc.pStrLine[1], "k"), kOk);
+        EXPECT_EQ(Look(doc), Edited({"[k=1]\n", kHole, "[k=1]\n", kHole}, 2));
     }
     EXPECT_EQ(platform.LiveBlocks(), 0U);
     for (const auto &[pszBad, ulStatus] : {std::pair{"garbage\n", kLineUnknown},
