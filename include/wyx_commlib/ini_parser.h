@@ -201,7 +201,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   written whole, and was removed. The target is as it was.
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file not renamed, and the new file stays with the whole
- *   content
+ *   content. Where the adapter tells a write that failed at closing by a removal that fails, as the
+ *   default one does, the target is as it was and the new file may be cut off.
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
