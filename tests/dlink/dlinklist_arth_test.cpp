@@ -3,87 +3,10 @@
 
 #include <set>
 
-#include "list_suite.h"
+#include "dlink_list.h"
 
 namespace wyx::test {
 namespace {
-
-struct DLink {
-    using Head = DLinkList_S_Head;
-    using NodeCmp = XELP_DLinkList_NodeCmp;
-    using Position = XELP_E_DLL_Insert_Position;
-    using Flag = XELP_E_DLL_FreeUserNode;
-
-    static constexpr QAL_UINT32 kInvalid = XELP_ERR_DLL_INVALID_PARA;
-    static constexpr QAL_UINT32 kMemory = XELP_ERR_DLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // it has no bound
-    static constexpr QAL_UINT32 kFind = XELP_ERR_DLL_FIND;
-    static constexpr QAL_UINT32 kHead = XELP_ERR_DLL_HEAD;
-    static constexpr QAL_UINT32 kTail = XELP_ERR_DLL_TAIL;
-    static constexpr QAL_UINT32 kNull = XELP_ERR_DLL_NULL;
-    static constexpr QAL_UINT32 kBreak = XELP_ERR_DLL_BREAK;
-    static constexpr Position kFrontFirst = XELP_DLL_Insert_Front_FirstNode;
-    static constexpr Position kAfterLast = XELP_DLL_Insert_After_LastNode;
-    static constexpr Position kFrontCur = XELP_DLL_Insert_Front_CurNode;
-    static constexpr Position kAfterCur = XELP_DLL_Insert_After_CurNode;
-    static constexpr Flag kYes = XELP_DLL_FreeUserNode_Yes;
-    static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
-
-    static constexpr std::size_t kCapacity = 0; // none
-    static constexpr char kResultIfEmpty = '-'; // cleared by every call that has one
-    static constexpr bool kChecksEveryResult = true;
-
-    static constexpr auto Init = XELP_DLinkList_Init;
-    static constexpr auto Deinit = XELP_DLinkList_Deinit;
-    static constexpr auto Insert = XELP_DLinkList_Insert;
-    static constexpr auto Remove = XELP_DLinkList_Remove;
-    static constexpr auto Delete = XELP_DLinkList_Delete;
-    static constexpr auto Query = XELP_DLinkList_Query;
-    static constexpr auto Get_NodeNumber = XELP_DLinkList_Get_NodeNumber;
-    static constexpr auto Set_CurPtr = XELP_DLinkList_Set_CurPtr;
-    static constexpr auto Get_CurNode = XELP_DLinkList_Get_CurNode;
-    static constexpr auto PriorPtr = XELP_DLinkList_PriorPtr;
-    static constexpr auto NextPtr = XELP_DLinkList_NextPtr;
-    static constexpr auto Get_PriorNode = XELP_DLinkList_Get_PriorNode;
-    static constexpr auto Get_NextNode = XELP_DLinkList_Get_NextNode;
-    static constexpr auto Get_HeadNode = XELP_DLinkList_Get_HeadNode;
-    static constexpr auto Get_TailNode = XELP_DLinkList_Get_TailNode;
-    static constexpr auto Remove_CurNode = XELP_DLinkList_Remove_CurNode;
-    static constexpr auto Remove_HeadNode = XELP_DLinkList_Remove_HeadNode;
-    static constexpr auto Remove_TailNode = XELP_DLinkList_Remove_TailNode;
-    static constexpr auto Delete_CurNode = XELP_DLinkList_Delete_CurNode;
-    static constexpr auto Delete_HeadNode = XELP_DLinkList_Delete_HeadNode;
-    static constexpr auto Delete_TailNode = XELP_DLinkList_Delete_TailNode;
-    static constexpr auto Process_List = XELP_DLinkList_Process_List;
-
-    static std::vector<std::uint64_t> UnusedAtFirst() { return {}; }
-
-    /// Reads the list behind a handle and checks every link of it.
-    static Observed Observe(const void *pList)
-    {
-        const auto &head = *static_cast<const Head *>(pList);
-        Observed observed;
-        const DLinkList_S_Node *pPrev = nullptr;
-        for (const DLinkList_S_Node *p = head.pstruFirstNode; p != nullptr; p = p->pstruNNode) {
-            EXPECT_EQ(p->pstruPNode, pPrev);
-            if (p == head.pstruNow) {
-                observed.cursor = observed.users.size();
-            }
-            observed.users.push_back(p->pstruUserNode);
-            observed.places.push_back(reinterpret_cast<std::uintptr_t>(p));
-            pPrev = p;
-            if (observed.users.size() > head.ulTotalNum) {
-                ADD_FAILURE() << "more elements than counted";
-                break;
-            }
-        }
-        EXPECT_EQ(head.pstruLastNode, pPrev);
-        EXPECT_EQ(head.ulTotalNum, observed.users.size());
-        EXPECT_EQ(head.pstruNow != nullptr, !observed.users.empty());
-        EXPECT_EQ(observed.cursor != kNowhere, !observed.users.empty());
-        return observed;
-    }
-};
 
 class DLinkListTest : public ListTest<DLink> {
   protected:

@@ -2,15 +2,13 @@
 #include "wyx_commlib/slink.h"
 
 #include <cstring>
-#include <numeric>
 
 #include "bounded.h"
-#include "list_suite.h"
+#include "slink_list.h"
 
 namespace wyx::test {
 namespace {
 
-constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
 constexpr char kFile[] = "src/commlib/slink/source/slinklist_arth.cpp";
 
 /// What wyx_memset_s() was asked for.
@@ -21,103 +19,6 @@ struct Fill {
     bool operator==(const Fill &) const = default;
 };
 std::vector<Fill> g_fills;
-
-struct SLink {
-    using Head = SLinkList_S_Head;
-    using NodeCmp = XELP_SLinkList_NodeCmp;
-    using Position = XELP_E_SLL_Insert_Position;
-    using Flag = XELP_E_SLL_FreeUserNode;
-
-    static constexpr QAL_UINT32 kInvalid = XELP_ERR_SLL_INVALID_PARA;
-    static constexpr QAL_UINT32 kMemory = XELP_ERR_SLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_SLL_FULL;
-    static constexpr QAL_UINT32 kFind = XELP_ERR_SLL_FIND;
-    static constexpr QAL_UINT32 kHead = XELP_ERR_SLL_HEAD;
-    static constexpr QAL_UINT32 kTail = XELP_ERR_SLL_TAIL;
-    static constexpr QAL_UINT32 kNull = XELP_ERR_SLL_NULL;
-    static constexpr QAL_UINT32 kBreak = XELP_ERR_SLL_BREAK;
-    static constexpr Position kFrontFirst = XELP_SLL_Insert_Front_FirstNode;
-    static constexpr Position kAfterLast = XELP_SLL_Insert_After_LastNode;
-    static constexpr Position kFrontCur = XELP_SLL_Insert_Front_CurNode;
-    static constexpr Position kAfterCur = XELP_SLL_Insert_After_CurNode;
-    static constexpr Flag kYes = XELP_SLL_FreeUserNode_Yes;
-    static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
-
-    static constexpr QAL_UINT32 kCapacity = 12;
-    static constexpr char kResultIfEmpty = '?'; // left alone by Get_CurNode and its like
-    static constexpr bool kChecksEveryResult = false;
-
-    static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,
-                           void **pstruHead)
-    {
-        return XELP_SLinkList_Init(kCapacity, pfunCmpNode, pfunFreeNode, pstruHead);
-    }
-    static constexpr auto Deinit = XELP_SLinkList_Deinit;
-    static constexpr auto Insert = XELP_SLinkList_Insert;
-    static constexpr auto Remove = XELP_SLinkList_Remove;
-    static constexpr auto Delete = XELP_SLinkList_Delete;
-    static constexpr auto Query = XELP_SLinkList_Query;
-    static constexpr auto Get_NodeNumber = XELP_SLinkList_Get_NodeNumber;
-    static constexpr auto Set_CurPtr = XELP_SLinkList_Set_CurPtr;
-    static constexpr auto Get_CurNode = XELP_SLinkList_Get_CurNode;
-    static constexpr auto PriorPtr = XELP_SLinkList_PriorPtr;
-    static constexpr auto NextPtr = XELP_SLinkList_NextPtr;
-    static constexpr auto Get_PriorNode = XELP_SLinkList_Get_PriorNode;
-    static constexpr auto Get_NextNode = XELP_SLinkList_Get_NextNode;
-    static constexpr auto Get_HeadNode = XELP_SLinkList_Get_HeadNode;
-    static constexpr auto Get_TailNode = XELP_SLinkList_Get_TailNode;
-    static constexpr auto Remove_CurNode = XELP_SLinkList_Remove_CurNode;
-    static constexpr auto Remove_HeadNode = XELP_SLinkList_Remove_HeadNode;
-    static constexpr auto Remove_TailNode = XELP_SLinkList_Remove_TailNode;
-    static constexpr auto Delete_CurNode = XELP_SLinkList_Delete_CurNode;
-    static constexpr auto Delete_HeadNode = XELP_SLinkList_Delete_HeadNode;
-    static constexpr auto Delete_TailNode = XELP_SLinkList_Delete_TailNode;
-    static constexpr auto Process_List = XELP_SLinkList_Process_List;
-
-    static std::vector<std::uint64_t> UnusedAtFirst()
-    {
-        std::vector<std::uint64_t> unused(kCapacity);
-        std::iota(unused.begin(), unused.end(), 0U);
-        return unused;
-    }
-
-    /// Reads the list behind a handle and checks every link of it, those of the free slots as well.
-    static Observed Observe(const void *pList)
-    {
-        const auto &head = *static_cast<const Head *>(pList);
-        EXPECT_EQ(static_cast<const void *>(head.pstruBase), &head + 1);
-        Observed observed;
-        QAL_UINT32 ulPrev = kNone;
-        for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
-            if (i >= head.ulTotalNum || observed.users.size() == head.ulTotalNum) {
-                ADD_FAILURE() << "the list runs wild at " << i;
-                return observed;
-            }
-            EXPECT_EQ(head.pstruBase[i].ulPNode, ulPrev);
-            if (i == head.ulNow) {
-                observed.cursor = observed.users.size();
-            }
-            observed.users.push_back(head.pstruBase[i].pstruUserNode);
-            observed.places.push_back(i);
-            ulPrev = i;
-        }
-        EXPECT_EQ(head.ulLastNode, ulPrev);
-        EXPECT_EQ(head.ulUseNum, observed.users.size());
-        EXPECT_EQ(head.ulNow != kNone, !observed.users.empty());
-        EXPECT_EQ(observed.cursor != kNowhere, !observed.users.empty());
-        for (QAL_UINT32 i = head.ulFirstNoUseNode; i != kNone; i = head.pstruBase[i].ulNNode) {
-            if (i >= head.ulTotalNum || observed.unused.size() == head.ulTotalNum) {
-                ADD_FAILURE() << "the free chain runs wild at " << i;
-                return observed;
-            }
-            EXPECT_EQ(head.pstruBase[i].ulPNode, 0U);
-            EXPECT_EQ(head.pstruBase[i].pstruUserNode, nullptr);
-            observed.unused.push_back(i);
-        }
-        EXPECT_EQ(observed.users.size() + observed.unused.size(), head.ulTotalNum);
-        return observed;
-    }
-};
 
 class SLinkListTest : public ListTest<SLink> {
   protected:
