@@ -44,15 +44,17 @@ Estimate RatioOf(const Contender &ours, const Contender &other)
 
 /// Peers in hand-written assembly may return with the upper halves of the vector registers in use,
 /// which slows down whatever SSE code comes next.
+#if defined(__x86_64__)
 void ClearUpperVectorHalves()
 {
-#if defined(__x86_64__)
     static const bool hasAvx = __builtin_cpu_supports("avx") != 0;
     if (hasAvx) {
         asm volatile("vzeroupper" : : : "memory");
     }
-#endif
 }
+#else
+void ClearUpperVectorHalves() {}
+#endif
 
 double TimeBatch(Contender &contender, std::uint64_t ullRepeats)
 {
@@ -89,14 +91,11 @@ std::string FormatTime(double ns)
     return ns < 1e7 ? Format(ns / 1e3, 1) + " us" : Format(ns / 1e6, 1) + " ms";
 }
 
-std::string CompilerName()
-{
 #if defined(__clang__)
-    return "Clang " __clang_version__;
+constexpr char kCompiler[] = "Clang " __clang_version__;
 #else
-    return "GCC " __VERSION__;
+constexpr char kCompiler[] = "GCC " __VERSION__;
 #endif
-}
 
 std::string CpuName()
 {
@@ -225,7 +224,7 @@ void Report::Print(const Task &task) const
 bool Report::WriteJson() const
 {
     std::ofstream out(json_);
-    out << "{\"level\": " << Quoted(level_) << ", \"compiler\": " << Quoted(CompilerName())
+    out << "{\"level\": " << Quoted(level_) << ", \"compiler\": " << Quoted(kCompiler)
         << ", \"cpu\": " << Quoted(CpuName()) << ", \"rounds\": " << rounds_ << ", \"cases\": [";
     const char *pszSeparator = "\n";
     for (const Task &task : tasks_) {
@@ -258,7 +257,7 @@ bool Report::WriteJson() const
 
 int Report::Run()
 {
-    std::printf("# %s, %s, %zu rounds\n", CpuName().c_str(), CompilerName().c_str(), rounds_);
+    std::printf("# %s, %s, %zu rounds\n", CpuName().c_str(), kCompiler, rounds_);
     for (Task &task : tasks_) {
         bool isAnyWanted = false;
         for (Case &c : task.cases) {

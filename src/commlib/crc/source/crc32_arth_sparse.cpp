@@ -22,6 +22,7 @@ using Vectors = VectorFold<Long>;
 constexpr QAL_UINT32 kMinByWords = kWordBytes;
 constexpr QAL_UINT32 kMinByLong = 56;     // below, Short alone is faster
 constexpr QAL_UINT32 kMinByVectors = 512; // below, preparing the buffer costs more than it brings
+static_assert(kMinByVectors >= Vectors::kMinBytes);
 
 QAL_UINT32 Finish(LastWord last)
 {
