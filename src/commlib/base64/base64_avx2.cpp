@@ -9,9 +9,10 @@
 namespace wyx::base64::avx2 {
 namespace {
 
-__m256i Twice(__m128i half)
+/// Sixteen bytes in both halves of a vector.
+__m256i Twice(const signed char (&half)[16])
 {
-    return _mm256_broadcastsi128_si256(half);
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(half)));
 }
 
 /// The characters of 32 sextets. Those from 0 to 25 are upper-case letters, those to 51 lower-case
@@ -23,10 +24,9 @@ __m256i CharactersOf(__m256i sextets)
     const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), sextets);
     const __m256i range =
         _mm256_andnot_si256(isUpper, _mm256_max_epu8(beyondLower, _mm256_set1_epi8(1)));
-    constexpr char kDigit = '0' - 52;
-    const __m256i distance =
-        Twice(_mm_setr_epi8('A', 'a' - 26, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit,
-                            kDigit, kDigit, kDigit, '+' - 62, '/' - 63, 0, 0));
+    constexpr signed char kDigit = '0' - 52;
+    const __m256i distance = Twice({'A', 'a' - 26, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit,
+                                    kDigit, kDigit, kDigit, kDigit, '+' - 62, '/' - 63, 0, 0});
     return _mm256_add_epi8(sextets, _mm256_shuffle_epi8(distance, range));
 }
 
@@ -36,7 +36,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 {
     // Each group of bytes b0 b1 b2 becomes a word b1 b0 b2 b1: every six-bit field then lies within
     // one of its 16-bit halves.
-    const __m256i spread = Twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
+    const __m256i spread = Twice({1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10});
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 28;
          ulDone += 24) { // the second half is read 4 bytes further than taken
@@ -63,18 +63,16 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     // A character is one of the alphabet if the sets of its two halves have no bit in common. Bits
     // of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P'
     // to 'Z' and 'p' to 'z', 16 for characters that are none whatever their low half.
-    const __m256i highSets =
-        Twice(_mm_setr_epi8(16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16));
-    const __m256i lowSets = Twice(_mm_setr_epi8(
-        // Whom a low half excludes: '@' and '`' end in 0; ':' and what follows it, '{' and '[' in
-        // A, B and up; of the punctuation only '+' and '/' are in.
-        16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
-        16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8));
-    const __m256i distances = Twice(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A',
-                                                  26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
+    const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
+    const __m256i lowSets =
+        Twice({// Whom a low half excludes: '@' and '`' end in 0; ':' and what follows it, '{' and
+               // '[' in A, B and up; of the punctuation only '+' and '/' are in.
+               16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
+               16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});
+    const __m256i distances = Twice(
+        {0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0});
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
-    const __m256i pack =
-        Twice(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
+    const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 48; ulDone += 32) { // 32 bytes are written for 24: room for 8 more
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
