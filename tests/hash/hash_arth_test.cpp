@@ -1,8 +1,6 @@
 // The hash table, through its header and behind its handle.
 //
-// Keys are strings of one letter, and so are user nodes; the hash value of a letter is its place in
-// the alphabet, 'a' being 0. A table is written bucket by bucket, each from its newest entry to its
-// oldest, with the cursor in brackets: three buckets after saving a, b and d are "[d]a|b|".
+// Keys are strings of one letter, and so are user nodes; hash_calls.h says how tables are written.
 #include "wyx_commlib/hash.h"
 
 #include <algorithm>
@@ -14,24 +12,16 @@
 #include <vector>
 
 #include "bounded.h"
+#include "hash_calls.h"
+#include "letters.h"
 #include "os_adapter.h"
 #include "platform_double.h"
 #include "random.h"
 
-namespace wyx::test {
+namespace wyx::test::hash {
 namespace {
 
 constexpr char kFile[] = "src/commlib/hash/source/hash_arth.cpp";
-constexpr char kUntouched = '?'; // what a result holds before a call
-constexpr char kNull = '-';
-
-// ---- user nodes, keys and callbacks ----
-
-char g_letters[128];
-std::string g_calls;                         // "h" hash, "=" comparison, "k" and "n" releases
-std::function<void(char, char)> g_onRelease; // what a release does besides: "k" or "n", the letter
-QAL_UINT32 g_hashStatus = 0;                 // what the hash function returns
-QAL_UINT32 g_hashBase = 0;                   // what it adds to each value
 
 struct Copy {
     const void *pDest;
@@ -41,70 +31,13 @@ struct Copy {
 };
 std::vector<Copy> g_copies; // what wyx_memcpy_s() was asked for
 
-/// The user node of a letter.
-void *User(char ch)
-{
-    char *const pch = &g_letters[static_cast<unsigned char>(ch)];
-    *pch = ch;
-    return pch;
-}
-
-/// The first letter of a user node or a key, kUntouched or kNull.
-char Letter(const void *p)
-{
-    return p == nullptr ? kNull : *static_cast<const char *>(p);
-}
-
-QAL_UINT32 HashLetter(void *pKey, QAL_UINT32 *pulHash)
-{
-    g_calls += std::string{'h', Letter(pKey), ' '};
-    if (g_hashStatus != 0) {
-        return g_hashStatus;
-    }
-    *pulHash = g_hashBase + static_cast<QAL_UINT32>(Letter(pKey) - 'a');
-    return 0;
-}
-
-QAL_UINT32 CompareLetters(void *pKey, void *pStored)
-{
-    g_calls += std::string{Letter(pKey), '=', Letter(pStored), ' '};
-    return Letter(pKey) == Letter(pStored) ? 0U : 0x80000000U;
-}
-
-void ReleaseKey(void *pStored)
-{
-    const char ch = Letter(pStored);
-    g_calls += std::string{'k', ch, ' '};
-    if (g_onRelease) {
-        g_onRelease('k', ch);
-    }
-    XELP_MemFreeD(pStored, 1, "the test");
-}
-
-void ReleaseNode(void *pUserNode)
-{
-    g_calls += std::string{'n', Letter(pUserNode), ' '};
-    if (g_onRelease) {
-        g_onRelease('n', Letter(pUserNode));
-    }
-}
-
-/// A key of one letter. The library takes keys as not constant, and never writes to them.
-struct Key {
-    explicit Key(char ch) : szText{ch, '\0'} {}
-    char szText[2];
-};
-
 class HashTest : public PlatformTest {
   protected:
     void SetUp() override
     {
         PlatformTest::SetUp();
-        g_calls.clear();
+        ResetCallbacks();
         g_copies.clear();
-        g_onRelease = nullptr;
-        g_hashStatus = 0;
-        g_hashBase = 0;
     }
 
     void TearDown() override
@@ -120,12 +53,6 @@ class HashTest : public PlatformTest {
             EXPECT_EQ(XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes), 0U);
             table = nullptr;
         }
-    }
-
-    QAL_UINT32 Init(QAL_UINT32 ulHashSize, void **ppTable)
-    {
-        return XELP_Hash_Init(ulHashSize, HashLetter, CompareLetters, ReleaseKey, ReleaseNode,
-                              ppTable);
     }
 
     QAL_UINT32 Save(char ch)
@@ -164,7 +91,7 @@ class HashTest : public PlatformTest {
     void Build(QAL_UINT32 ulHashSize, std::string_view letters, char chCursor = '\0')
     {
         Drop();
-        ASSERT_EQ(Init(ulHashSize, &table), 0U);
+        ASSERT_EQ(InitLetters(ulHashSize, &table), 0U);
         for (const char ch : letters) {
             ASSERT_EQ(Save(ch), 0U);
         }
@@ -177,33 +104,7 @@ class HashTest : public PlatformTest {
 
     Hash_S_Head &Head() { return *static_cast<Hash_S_Head *>(table); }
 
-    /// Reads the table behind the handle and checks all of it that its text does not show.
-    std::string Text()
-    {
-        const Hash_S_Head &head = Head();
-        EXPECT_EQ(static_cast<const void *>(head.pstruBase), &head + 1);
-        EXPECT_EQ(head.pfunHashFun, HashLetter);
-        EXPECT_EQ(head.pfunCmpNode, CompareLetters);
-        EXPECT_EQ(head.pfunFreeKey, ReleaseKey);
-        EXPECT_EQ(head.pfunFreeNode, ReleaseNode);
-        std::string text;
-        QAL_UINT32 ulCount = 0;
-        bool hasCursor = false;
-        for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
-            text += i == 0 ? "" : "|";
-            for (const Hash_S_Node *p = head.pstruBase[i]; p != nullptr; p = p->pstruNNode) {
-                const char ch = Letter(p->pstruUserNode);
-                EXPECT_EQ(static_cast<const char *>(p->pstruKey), std::string{ch});
-                EXPECT_EQ(static_cast<QAL_UINT32>(ch - 'a') % head.ulHashSize, i);
-                hasCursor = hasCursor || p == head.pstruNow;
-                text += p == head.pstruNow ? std::string{'[', ch, ']'} : std::string{ch};
-                ++ulCount;
-            }
-        }
-        EXPECT_EQ(head.ulNodeNum, ulCount);
-        EXPECT_EQ(hasCursor, head.pstruNow != nullptr);
-        return text;
-    }
+    std::string Text() { return TextOf(table); }
 
     /// The memory calls of the record: those of the table by their kind, those of a callback "key".
     std::string MemoryCalls() const
@@ -232,7 +133,7 @@ TEST_F(HashInit, MakesAnEmptyTable)
     for (const QAL_UINT32 ulHashSize : {1U, 2U, 3U, 1000U}) {
         SCOPED_TRACE(ulHashSize);
         platform.StartRecording();
-        ASSERT_EQ(Init(ulHashSize, &table), 0U);
+        ASSERT_EQ(InitLetters(ulHashSize, &table), 0U);
         EXPECT_EQ(MemoryCalls(), "S " + std::to_string(56 + 8 * ulHashSize));
         EXPECT_EQ(Text(), std::string(ulHashSize - 1, '|'));
         QAL_UINT32 ulSize = 0;
@@ -250,8 +151,8 @@ TEST_F(HashInit, NullOrZeroArgumentIsRefused)
 {
     void *pTable = User(kUntouched);
     platform.StartRecording();
-    EXPECT_EQ(Init(3, nullptr), XELP_ERR_HASH_INVALID_PARA);
-    EXPECT_EQ(Init(0, &pTable), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(InitLetters(3, nullptr), XELP_ERR_HASH_INVALID_PARA);
+    EXPECT_EQ(InitLetters(0, &pTable), XELP_ERR_HASH_INVALID_PARA);
     EXPECT_EQ(XELP_Hash_Init(3, nullptr, CompareLetters, ReleaseKey, ReleaseNode, &pTable),
               XELP_ERR_HASH_INVALID_PARA);
     EXPECT_EQ(XELP_Hash_Init(3, HashLetter, nullptr, ReleaseKey, ReleaseNode, &pTable),
@@ -268,7 +169,7 @@ TEST_F(HashInit, WithoutMemoryLeavesTheHandle)
 {
     void *pTable = User(kUntouched);
     platform.Fail(Service::kAllocate, 1);
-    EXPECT_EQ(Init(3, &pTable), XELP_ERR_HASH_MEMORY);
+    EXPECT_EQ(InitLetters(3, &pTable), XELP_ERR_HASH_MEMORY);
     EXPECT_EQ(Letter(pTable), kUntouched);
 }
 
@@ -289,7 +190,7 @@ TEST_F(HashInit, WrappedSizeIsRequestedAndReportedAsMemory)
         SCOPED_TRACE(c.ulHashSize);
         void *pTable = User(kUntouched);
         platform.StartRecording();
-        EXPECT_EQ(Init(c.ulHashSize, &pTable), XELP_ERR_HASH_MEMORY);
+        EXPECT_EQ(InitLetters(c.ulHashSize, &pTable), XELP_ERR_HASH_MEMORY);
         EXPECT_EQ(MemoryCalls(), c.pszCalls);
         EXPECT_EQ(Letter(pTable), kUntouched);
         EXPECT_EQ(platform.LiveBlocks(), 0U);
@@ -301,7 +202,7 @@ TEST_F(HashInit, LargestSizeIsRequestedWhole)
     void *pTable = User(kUntouched);
     platform.StartRecording();
     platform.Fail(Service::kAllocate, 1); // 4 GiB are too much for a test
-    EXPECT_EQ(Init(536870904, &pTable), XELP_ERR_HASH_MEMORY);
+    EXPECT_EQ(InitLetters(536870904, &pTable), XELP_ERR_HASH_MEMORY);
     EXPECT_EQ(MemoryCalls(), "S 4294967288");
     EXPECT_EQ(Letter(pTable), kUntouched);
 }
@@ -435,7 +336,7 @@ TEST_F(HashSaveNode, AnyHashValueIsReducedToABucket)
 {
     // the largest values, too, as unsigned 32-bit numbers: 0xFFFFFFFF mod 7 is 3
     g_hashBase = 0xFFFFFFFF;
-    ASSERT_EQ(Init(7, &table), 0U);
+    ASSERT_EQ(InitLetters(7, &table), 0U);
     ASSERT_EQ(Save('a'), 0U); // 0xFFFFFFFF
     ASSERT_EQ(Save('b'), 0U); // wraps to 0
     EXPECT_NE(Head().pstruBase[3], nullptr);
@@ -965,223 +866,32 @@ TEST_F(HashMemory, EverySiteHasItsLine)
 
 // ---- everything at once ----
 
-/// Calls on a table, chosen at random, each done to plain vectors as well and compared.
-class RandomCalls {
-  public:
-    static constexpr QAL_UINT32 kHashSize = 5;
-    static constexpr int kLetters = 20;
-
-    RandomCalls(void *pTable, Random &random, std::function<std::string()> text)
-        : table_(pTable), random_(random), text_(std::move(text)), buckets_(kHashSize)
-    {}
-
-    void Step()
-    {
-        const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));
-        Key key(ch);
-        std::string &bucket = buckets_[static_cast<std::size_t>(ch - 'a') % kHashSize];
-        const std::size_t place = bucket.find(ch);
-        const bool isStored = place != std::string::npos;
-        const QAL_UINT32 ulSearch = isStored       ? 0U
-                                    : Count() == 0 ? XELP_ERR_HASH_NULL
-                                                   : QAL_UINT32{XELP_ERR_HASH_FIND};
-        void *pResult = User(kUntouched);
-        grows_ = Count() == 0 || (grows_ && Count() < kLetters * 3 / 4);
-        g_calls.clear();
-        switch (random_.UpTo(9)) {
-            case 0:
-            case 1:
-            case 2:
-                if (!grows_) {
-                    return Remove(key, bucket, place, ulSearch);
-                }
-                [[fallthrough]];
-            case 3:
-                EXPECT_EQ(XELP_Hash_SaveNode(table_, key.szText, 2, User(ch)),
-                          isStored ? QAL_UINT32{XELP_ERR_HASH_RESAVE} : 0U);
-                if (!isStored) {
-                    bucket.insert(bucket.begin(), ch);
-                    cursor_ = ch;
-                }
-                break;
-            case 4:
-                EXPECT_EQ(XELP_Hash_QueryNode(table_, key.szText, &pResult), ulSearch);
-                EXPECT_EQ(Letter(pResult), isStored ? ch : kUntouched);
-                cursor_ = isStored ? ch : cursor_;
-                break;
-            case 5:
-                return Remove(key, bucket, place, ulSearch);
-            case 6:
-                return RemoveCurrent();
-            case 7:
-                if (depth_ == 0) {
-                    return Walk();
-                }
-                [[fallthrough]];
-            default: {
-                QAL_UINT32 ulCount = 99;
-                EXPECT_EQ(XELP_Hash_Get_NodeNumber(table_, &ulCount), 0U);
-                EXPECT_EQ(ulCount, Count());
-            }
-        }
-        Compare();
-    }
-
-  private:
-    std::size_t Count() const
-    {
-        std::size_t count = 0;
-        for (const std::string &bucket : buckets_) {
-            count += bucket.size();
-        }
-        return count;
-    }
-
-    void Compare()
-    {
-        std::string text;
-        for (const std::string &bucket : buckets_) {
-            text += &bucket != &buckets_.front() ? "|" : "";
-            for (const char ch : bucket) {
-                text += ch == cursor_ ? std::string{'[', ch, ']'} : std::string{ch};
-            }
-        }
-        EXPECT_EQ(text_(), text);
-    }
-
-    /// Takes a letter out of the model; the cursor goes to the next of the bucket.
-    void Forget(std::string &bucket, std::size_t place)
-    {
-        bucket.erase(place, 1);
-        cursor_ = place < bucket.size() ? bucket[place] : '\0';
-    }
-
-    void Remove(Key &key, std::string &bucket, std::size_t place, QAL_UINT32 ulStatus)
-    {
-        const char ch = key.szText[0];
-        void *pResult = User(kUntouched);
-        if (random_.UpTo(1) == 0) {
-            EXPECT_EQ(XELP_Hash_RemoveNode(table_, key.szText, &pResult), ulStatus);
-            EXPECT_EQ(Letter(pResult), ulStatus == 0 ? ch : kUntouched);
-        } else {
-            EXPECT_EQ(XELP_Hash_DeleteNode(table_, key.szText), ulStatus);
-            EXPECT_EQ(g_calls.ends_with(std::string{'k', ch, ' ', 'n', ch, ' '}), ulStatus == 0);
-        }
-        if (ulStatus == 0) {
-            Forget(bucket, place);
-        }
-        Compare();
-    }
-
-    void RemoveCurrent()
-    {
-        const char ch = cursor_;
-        const QAL_UINT32 ulStatus = ch != '\0' ? 0U : QAL_UINT32{XELP_ERR_HASH_NOW_NULL};
-        void *pResult = User(kUntouched);
-        if (random_.UpTo(1) == 0) {
-            EXPECT_EQ(XELP_Hash_RemoveCurNode(table_, &pResult), ulStatus);
-            EXPECT_EQ(Letter(pResult), ulStatus == 0 ? ch : kNull);
-        } else {
-            EXPECT_EQ(XELP_Hash_DeleteCurNode(table_), ulStatus);
-        }
-        if (ulStatus == 0) {
-            std::string &bucket = buckets_[static_cast<std::size_t>(ch - 'a') % kHashSize];
-            Forget(bucket, bucket.find(ch));
-        }
-        Compare();
-    }
-
-    /// A walk whose callback does random calls, and stops where it would go on for too long.
-    void Walk()
-    {
-        ++depth_;
-        hasStopped_ = false;
-        visits_ = 0;
-        expected_ = '\0';
-        nextBucket_ = 0;
-        const bool isEmpty = Count() == 0;
-        const QAL_UINT32 ulStatus = XELP_Hash_Process_List(table_, Visit, this, nullptr);
-        EXPECT_EQ(ulStatus, isEmpty       ? QAL_UINT32{XELP_ERR_HASH_NULL}
-                            : hasStopped_ ? QAL_UINT32{XELP_ERR_HASH_BREAK}
-                                          : 0U);
-        if (ulStatus == 0) {
-            EXPECT_EQ(Expected(), '\0');
-        }
-        --depth_;
-        Compare();
-    }
-
-    /// The letter that is to be visited now: where the walk is, or the first of the next bucket.
-    char Expected()
-    {
-        while (expected_ == '\0' && nextBucket_ < kHashSize) {
-            const std::string &bucket = buckets_[nextBucket_++];
-            expected_ = bucket.empty() ? '\0' : bucket[0];
-        }
-        return expected_;
-    }
-
-    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
-    {
-        return static_cast<RandomCalls *>(pSelf)->Visited(Letter(pUserNode));
-    }
-
-    QAL_UINT32 Visited(char ch)
-    {
-        EXPECT_EQ(ch, Expected());
-        cursor_ = ch;
-        Compare();
-        const auto &head = *static_cast<const Hash_S_Head *>(table_);
-        const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
-        for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
-            Step();
-        }
-        // The same address means the same entry here, also for one that has just moved in there.
-        expected_ = cursor_;
-        if (expected_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
-            const std::string &bucket =
-                buckets_[static_cast<std::size_t>(expected_ - 'a') % kHashSize];
-            const std::size_t next = bucket.find(expected_) + 1;
-            expected_ = next < bucket.size() ? bucket[next] : '\0';
-        }
-        hasStopped_ = ++visits_ == 30 || random_.UpTo(30) == 0 || ::testing::Test::HasFailure();
-        return hasStopped_ ? 0xFFFFFFFF : 0;
-    }
-
-    void *table_;
-    Random &random_;
-    std::function<std::string()> text_;
-    std::vector<std::string> buckets_; // each from the newest entry to the oldest
-    char cursor_ = '\0';
-    char expected_ = '\0';
-    QAL_UINT32 nextBucket_ = 0;
-    bool grows_ = true;
-    int depth_ = 0;
-    int visits_ = 0;
-    bool hasStopped_ = false;
-};
-
 using HashRandom = HashTest;
 
 TEST_F(HashRandom, CallsMatchAPlainModel)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
-    Build(RandomCalls::kHashSize, "");
-    RandomCalls calls(table, random, [&] { return Text(); });
-    for (int i = 0; i < 10000 && !HasFailure(); ++i) {
-        calls.Step();
+    for (const QAL_UINT32 ulHashSize : {5U, 1U, 30U}) {
+        SCOPED_TRACE(ulHashSize);
+        Build(ulHashSize, "");
+        RandomCalls calls(table, random);
+        for (int i = 0; i < 4000 && !HasFailure(); ++i) {
+            calls.Step();
+        }
+        calls.DeInit(static_cast<QAL_UINT32>(random.UpTo(2)));
+        table = nullptr;
     }
 }
 
 } // namespace
-} // namespace wyx::test
+} // namespace wyx::test::hash
 
 /// Takes the place of the adapter's, to note what it is asked for.
 extern "C" QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc,
                                   QAL_ULONG ulCount)
 {
-    wyx::test::g_copies.push_back({pDest, ulDestMax, pSrc, ulCount});
+    wyx::test::hash::g_copies.push_back({pDest, ulDestMax, pSrc, ulCount});
     std::memcpy(pDest, pSrc, ulCount);
     return 0;
 }

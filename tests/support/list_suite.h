@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "letters.h"
 #include "platform_double.h"
 #include "random.h"
 
@@ -24,27 +25,9 @@ namespace wyx::test {
 
 // ---- user nodes and callbacks ----
 
-inline char g_letters[128];
 inline std::string g_released; ///< what the release callback got, in order
 inline std::string g_compared; ///< what a comparator got, in order: "a" or, by the other one, "a!"
 inline std::function<void(char)> g_onRelease; ///< what the release callback does besides
-
-/// The user node of a letter.
-inline void *User(char ch)
-{
-    char *const pch = &g_letters[static_cast<unsigned char>(ch)];
-    *pch = ch;
-    return pch;
-}
-
-constexpr char kUntouched = '?'; ///< what a result holds before a call
-constexpr char kNull = '-';
-
-/// The letter of a user node, kUntouched or kNull.
-inline char Letter(const void *pUserNode)
-{
-    return pUserNode == nullptr ? kNull : *static_cast<const char *>(pUserNode);
-}
 
 inline void Release(void *pUserNode)
 {
