@@ -32,6 +32,7 @@ function(wyx_shared_library target)
         LINK_DEPENDS "${map}")
     target_compile_options(${target} PRIVATE
         ${WYX_CPU_FLAGS}
+        $<$<BOOL:${WYX_DEBUG_INFO}>:-g>
         -fno-exceptions -fno-rtti
         -fstack-protector-strong
         -ffunction-sections -fdata-sections

@@ -1,0 +1,151 @@
+#!/usr/bin/env bash
+# Compares the binary interface with its baseline in tests/abi/baseline, or renews the baseline:
+#
+#     scripts/abi.sh check BUILD_FOLDER    the libraries of a build with debug information
+#     scripts/abi.sh renew                 builds them in build/abi, compares, writes the baseline
+#
+# The baseline has the exports of both libraries, and every type of the public headers: most calls
+# take the containers' records as void *, so that they cannot be reached from the calls. `renew`
+# refuses what breaks callers unless the major version is higher than the baseline's. docs/abi.md has
+# the policy. CC names the C compiler. Ends with 77 where libabigail or debug information is missing.
+set -euo pipefail
+
+source_folder=$(cd "$(dirname "$0")/.." && pwd)
+baseline=${WYX_ABI_BASELINE:-$source_folder/tests/abi/baseline}
+names=(libwyx_commlib libwyx_os_adapter libwyx_public_types)
+cc=${CC:-gcc}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+usage() {
+    sed -n '2,11s/^# \{0,1\}//p' "$0" >&2
+    exit 2
+}
+
+skip() {
+    echo "skipped: $*" >&2
+    exit 77
+}
+
+# soname LIBRARY
+soname() {
+    LC_ALL=C readelf -d "$1" | sed -n 's/.*Library soname: \[\(.*\)\]$/\1/p'
+}
+
+# major FILE.abi: the major version in the SONAME
+major() {
+    sed -n "1s/.* soname='[^']*\.so\.\([0-9]*\)'.*/\1/p" "$1"
+}
+
+# describe BUILD_FOLDER: writes $work/NAME.abi, the same from any compiler, folder and processor
+describe() {
+    local own_major name headers=() options=(
+        --drop-private-types --headers-dir "$source_folder/include"
+        --headers-dir "$source_folder/platform" --no-architecture --no-corpus-path
+        --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names
+        --no-write-default-sizes --type-id-style hash)
+    # The accounting build of the adapter has calls of its own, which are no part of the interface.
+    printf '[suppress_function]\n  symbol_name_regexp = ^wyx_mem_\n  drop = yes\n' >"$work/own"
+    options+=(--suppressions "$work/own")
+    for name in libwyx_commlib libwyx_os_adapter; do
+        [[ $(LC_ALL=C readelf -SW "$1/lib/$name.so") == *" .debug_info "* ]] ||
+            skip "$1/lib/$name.so has no debug information (WYX_DEBUG_INFO)"
+        abidw --exported-interfaces-only "${options[@]}" "$1/lib/$name.so" >"$work/$name.abi"
+    done
+
+    own_major=$(soname "$1/lib/libwyx_commlib.so")
+    own_major=${own_major##*.}
+    headers=("$source_folder"/include/wyx_commlib/*.h "$source_folder"/platform/*.h)
+    {
+        printf '#include "%s"\n' "${headers[@]}"
+        echo "extern int wyx_public_types; int wyx_public_types;" # abidw wants a symbol
+    } >"$work/types.c"
+    "$cc" -g -ffile-prefix-map="$work/=" -fno-eliminate-unused-debug-types -shared -nostdlib \
+        -I "$source_folder/include" -I "$source_folder/platform" "$work/types.c" \
+        -Wl,-soname,"libwyx_public_types.so.$own_major" -o "$work/libwyx_public_types.so"
+    abidw --load-all-types "${options[@]}" "$work/libwyx_public_types.so" \
+        >"$work/libwyx_public_types.abi"
+}
+
+# compare NAME: sets `verdict` to same, compatible or incompatible, and writes the report to $work
+compare() {
+    local status=0 options=(--no-architecture --ignore-soname)
+    [[ $1 != libwyx_public_types ]] || options+=(--non-reachable-types)
+    abidiff "${options[@]}" --harmless "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.report" ||
+        status=$?
+    if ((status & 3)); then
+        cat "$work/$1.report" >&2
+        echo "abidiff failed on $1" >&2
+        exit 1
+    fi
+    verdict=same
+    if [[ -s $work/$1.report ]]; then
+        verdict=compatible
+    fi
+    # Again, without what is known to do no harm, such as a further status.
+    status=0
+    abidiff "${options[@]}" --no-added-syms "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.harm" ||
+        status=$?
+    if ((status & 8)) ||
+        grep -Eqi 'summary: ([1-9][0-9]* removed|[0-9]+ removed, [1-9][0-9]* changed)' \
+            "$work/$1.harm"; then
+        verdict=incompatible
+    fi
+}
+
+(($# >= 1)) || usage
+command -v abidiff >/dev/null && command -v abidw >/dev/null ||
+    skip "libabigail (abigail-tools) is not installed"
+
+case $1 in
+check)
+    (($# == 2)) || usage
+    describe "$2"
+    failed=0
+    for name in "${names[@]}"; do
+        [[ -e $baseline/$name.abi ]] || { echo "$baseline/$name.abi is missing" >&2; exit 1; }
+        compare "$name"
+        if [[ $(major "$baseline/$name.abi") != "$(major "$work/$name.abi")" ]]; then
+            echo "$name: the baseline is that of another major version: scripts/abi.sh renew"
+            failed=1
+        elif [[ $verdict == same ]]; then
+            echo "$name: as in the baseline"
+        else
+            cat "$work/$name.report"
+            failed=1
+            if [[ $verdict == compatible ]]; then
+                echo "$name: only additions; raise the minor version, then: scripts/abi.sh renew"
+            else
+                echo "$name: breaks callers; that needs a new major version (docs/abi.md)"
+            fi
+        fi
+    done
+    exit $failed
+    ;;
+renew)
+    (($# == 1)) || usage
+    build=$source_folder/build/abi
+    cmake -S "$source_folder" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+        -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF \
+        >/dev/null
+    cmake --build "$build" >/dev/null
+    describe "$build"
+    for name in "${names[@]}"; do
+        if [[ -e $baseline/$name.abi ]]; then
+            compare "$name"
+            cat "$work/$name.report"
+            if [[ $verdict == incompatible ]] &&
+                (($(major "$work/$name.abi") <= $(major "$baseline/$name.abi"))); then
+                echo "$name breaks callers: raise the major version first (docs/abi.md)" >&2
+                exit 1
+            fi
+        fi
+    done
+    mkdir -p "$baseline"
+    for name in "${names[@]}"; do
+        cp "$work/$name.abi" "$baseline"
+    done
+    echo "written: $baseline"
+    ;;
+*) usage ;;
+esac
