@@ -3,6 +3,9 @@
 
 #include "header_check.h"
 
+/* once more */
+#include "wyx_commlib/crc.h"
+
 WYX_CHECK(sizeof(QAL_UINT8) == 1 && (QAL_UINT8)-1 > 0);
 WYX_CHECK(sizeof(QAL_UINT16) == 2 && (QAL_UINT16)-1 > 0);
 WYX_CHECK(sizeof(QAL_UINT32) == 4 && (QAL_UINT32)-1 > 0);

@@ -4,7 +4,11 @@
 
 #include <stddef.h>
 
+#include "header_callbacks.h"
 #include "header_check.h"
+
+/* once more */
+#include "wyx_commlib/dlink.h"
 
 WYX_CHECK(sizeof(xelpDLLErrCode) == 4);
 WYX_CHECK(XELP_ERR_DLL_INVALID_PARA == 10);
@@ -49,18 +53,6 @@ WYX_CHECK(sizeof(enum xelpDLLFreeUserNode) == sizeof(XELP_E_DLL_FreeUserNode));
 static QAL_UINT32 IsSame(const void *pCmpCondition, void *pstruUserNode)
 {
     return pCmpCondition != pstruUserNode;
-}
-
-static void Zero(void *pstruUserNode)
-{
-    *(int *)pstruUserNode = 0;
-}
-
-static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
-{
-    *(int *)pProcessCondition += *(int *)pstruUserNode;
-    *pOther = pstruUserNode;
-    return 0;
 }
 
 int main(void)

@@ -323,95 +323,87 @@ void CheckNames(const Trial &trial, QAL_UINT32 ulStatus, QAL_UINT32 ulCount, QAL
     }
 }
 
+/// A list of names, from a disturbed call and an undisturbed one.
+template <typename Call, typename Model>
+void CompareNames(Trial &trial, Call call, Model model)
+{
+    const Document doc(kDocument);
+    const Snapshot before = Look(doc);
+    for (int iRound = 0; iRound < 2; ++iRound) {
+        QAL_UINT32 ulCount = 77;
+        QAL_INT8 **ppszNames = nullptr;
+        model::Heap heap = HeapOf(trial);
+        const model::Names names = model(before, heap);
+        const QAL_UINT32 ulStatus = call(doc, ulCount, ppszNames);
+        CheckNames(trial, ulStatus, ulCount, ppszNames, names);
+        if (ulStatus == kOk) {
+            WYX_CALL(XELP_IniFreeList, ppszNames);
+        }
+        EXPECT_EQ(Look(doc), before);
+        trial.Lift();
+    }
+}
+
 } // namespace
 
 WYX_SCENARIO(IniGetSectionList)
 {
-    const Document doc(kDocument);
-    const Snapshot before = Look(doc);
-    for (int iRound = 0; iRound < 2; ++iRound) {
-        QAL_UINT32 ulCount = 77;
-        QAL_INT8 **ppszNames = nullptr;
-        model::Heap heap = HeapOf(trial);
-        const model::Names names = model::GetSections(before, heap);
-        const QAL_UINT32 ulStatus = WYX_CALL(XELP_IniGetSectionList, &doc, &ulCount, &ppszNames);
-        CheckNames(trial, ulStatus, ulCount, ppszNames, names);
-        if (ulStatus == kOk) {
-            WYX_CALL(XELP_IniFreeList, ppszNames);
-        }
-        EXPECT_EQ(Look(doc), before);
-        trial.Lift();
-    }
+    CompareNames(
+        trial,
+        [&](const Document &doc, QAL_UINT32 &ulCount, QAL_INT8 **&ppszNames) {
+            return WYX_CALL(XELP_IniGetSectionList, &doc, &ulCount, &ppszNames);
+        },
+        [](const Snapshot &doc, model::Heap &heap) { return model::GetSections(doc, heap); });
 }
 
 WYX_SCENARIO(IniGetKeyList)
 {
-    const Document doc(kDocument);
-    const Snapshot before = Look(doc);
-    for (int iRound = 0; iRound < 2; ++iRound) {
-        QAL_UINT32 ulCount = 77;
-        QAL_INT8 **ppszNames = nullptr;
-        model::Heap heap = HeapOf(trial);
-        const model::Names names = model::GetKeys(before, "a", heap);
-        const QAL_UINT32 ulStatus = WYX_CALL(XELP_IniGetKeyList, &doc, "a", &ulCount, &ppszNames);
-        CheckNames(trial, ulStatus, ulCount, ppszNames, names);
-        if (ulStatus == kOk) {
-            WYX_CALL(XELP_IniFreeList, ppszNames);
-        }
-        EXPECT_EQ(Look(doc), before);
-        trial.Lift();
-    }
+    CompareNames(
+        trial,
+        [&](const Document &doc, QAL_UINT32 &ulCount, QAL_INT8 **&ppszNames) {
+            return WYX_CALL(XELP_IniGetKeyList, &doc, "a", &ulCount, &ppszNames);
+        },
+        [](const Snapshot &doc, model::Heap &heap) { return model::GetKeys(doc, "a", heap); });
 }
 
 // ---- edits ----
 
-WYX_SCENARIO(IniSetReplaces)
+namespace {
+
+void CompareSet(Trial &trial, const Lines &lines, QAL_UINT32 ulCapacity, const char *pszSection,
+                const char *pszKey)
 {
     Compare(
-        trial, kDocument, 8,
+        trial, lines, ulCapacity,
         [&](Document &doc) {
-            return WYX_CALL(XELP_IniSetKeyValue, &doc, Arg("A"), Arg("K"), Arg("new"));
+            return WYX_CALL(XELP_IniSetKeyValue, &doc, Arg(pszSection), Arg(pszKey), Arg("new"));
         },
-        [](Snapshot &doc, model::Heap &heap) {
-            return model::SetValue(doc, "A", "K", "new", heap);
+        [&](Snapshot &doc, model::Heap &heap) {
+            return model::SetValue(doc, pszSection, pszKey, "new", heap);
         });
+}
+
+} // namespace
+
+WYX_SCENARIO(IniSetReplaces)
+{
+    CompareSet(trial, kDocument, 8, "A", "K");
 }
 
 WYX_SCENARIO(IniSetInserts)
 {
     // One slot is left: the array has to grow.
-    Compare(
-        trial, kDocument, 8,
-        [&](Document &doc) {
-            return WYX_CALL(XELP_IniSetKeyValue, &doc, Arg("a"), Arg("q"), Arg("new"));
-        },
-        [](Snapshot &doc, model::Heap &heap) {
-            return model::SetValue(doc, "a", "q", "new", heap);
-        });
+    CompareSet(trial, kDocument, 8, "a", "q");
 }
 
 WYX_SCENARIO(IniSetAddsASection)
 {
-    Compare(
-        trial, kDocument, 8,
-        [&](Document &doc) {
-            return WYX_CALL(XELP_IniSetKeyValue, &doc, Arg("c"), Arg("q"), Arg("new"));
-        },
-        [](Snapshot &doc, model::Heap &heap) {
-            return model::SetValue(doc, "c", "q", "new", heap);
-        });
+    CompareSet(trial, kDocument, 8, "c", "q");
 }
 
 WYX_SCENARIO(IniSetInAnEmptyDocument)
 {
-    Compare(
-        trial, {}, 200,
-        [&](Document &doc) {
-            return WYX_CALL(XELP_IniSetKeyValue, &doc, Arg("c"), Arg("q"), Arg("new"));
-        },
-        [](Snapshot &doc, model::Heap &heap) {
-            return model::SetValue(doc, "c", "q", "new", heap);
-        });
+    CompareSet(trial, {}, 200, "c", "q");
 }
 
 WYX_SCENARIO(IniDelSection)

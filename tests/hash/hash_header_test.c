@@ -4,8 +4,12 @@
 
 #include <stddef.h>
 
+#include "header_callbacks.h"
 #include "header_check.h"
 #include "os_adapter.h"
+
+/* once more */
+#include "wyx_commlib/hash.h"
 
 WYX_CHECK(sizeof(xelpHashErrCode) == 4);
 WYX_CHECK(XELP_ERR_HASH_INVALID_PARA == 10);
@@ -58,18 +62,6 @@ static QAL_UINT32 CompareInts(void *pKeyValue, void *pstruKey)
 static void ReleaseKey(void *pstruKey)
 {
     XELP_MemFreeD(pstruKey, __LINE__, __FILE__);
-}
-
-static void Zero(void *pstruUserNode)
-{
-    *(int *)pstruUserNode = 0;
-}
-
-static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
-{
-    *(int *)pProcessCondition += *(int *)pstruUserNode;
-    *pOther = pstruUserNode;
-    return 0;
 }
 
 int main(void)

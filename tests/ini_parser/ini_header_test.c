@@ -5,6 +5,9 @@
 
 #include "header_check.h"
 
+/* once more */
+#include "wyx_commlib/ini_parser.h"
+
 WYX_CHECK(sizeof(XELP_IN_S_INI_FILE_STRUCT) == 24);
 WYX_CHECK(sizeof(struct XelpIniFileStruct) == sizeof(XELP_IN_S_INI_FILE_STRUCT));
 WYX_CHECK(offsetof(XELP_IN_S_INI_FILE_STRUCT, ulLabel) == 0);

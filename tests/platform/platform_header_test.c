@@ -5,6 +5,11 @@
 
 #include "header_check.h"
 
+/* once more */
+#include "bounded.h"
+#include "mem_accounting.h"
+#include "os_adapter.h"
+
 WYX_CHECK(sizeof(wyxMem_S_Use) == 48);
 WYX_CHECK(sizeof(wyxMem_S_Site) == 64);
 WYX_CHECK(sizeof(wyxMem_S_Block) == 24);

@@ -4,7 +4,11 @@
 
 #include <stddef.h>
 
+#include "header_callbacks.h"
 #include "header_check.h"
+
+/* once more */
+#include "wyx_commlib/slink.h"
 
 WYX_CHECK(sizeof(xelpSLLErrCode) == 4);
 WYX_CHECK(XELP_ERR_SLL_INVALID_PARA == 10);
@@ -53,18 +57,6 @@ WYX_CHECK(sizeof(enum xelpSLLFreeUserNode) == sizeof(XELP_E_SLL_FreeUserNode));
 static QAL_UINT32 IsSame(const void *pCmpCondition, void *pstruUserNode)
 {
     return pCmpCondition != pstruUserNode;
-}
-
-static void Zero(void *pstruUserNode)
-{
-    *(int *)pstruUserNode = 0;
-}
-
-static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
-{
-    *(int *)pProcessCondition += *(int *)pstruUserNode;
-    *pOther = pstruUserNode;
-    return 0;
 }
 
 int main(void)

@@ -1,0 +1,21 @@
+/* Callbacks of the containers for tests in plain C99, whose user nodes are ints. */
+#ifndef WYX_TESTS_SUPPORT_HEADER_CALLBACKS_H
+#define WYX_TESTS_SUPPORT_HEADER_CALLBACKS_H
+
+#include "wyx_commlib/types.h"
+
+/* A release that leaves a trace. */
+static void Zero(void *pstruUserNode)
+{
+    *(int *)pstruUserNode = 0;
+}
+
+/* A walk: sums up, and hands out the last user node. */
+static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
+{
+    *(int *)pProcessCondition += *(int *)pstruUserNode;
+    *pOther = pstruUserNode;
+    return 0;
+}
+
+#endif
