@@ -69,6 +69,12 @@ ByteClass ClassOf(QAL_INT32 lByte)
     }
 }
 
+/// Bytes of the class kOther, but for some control characters: the test of nearly every byte.
+constexpr bool IsPlain(QAL_INT32 lByte)
+{
+    return lByte > '\r' && lByte != '\\';
+}
+
 /// What the bytes before leave open.
 enum State : QAL_UINT8 {
     kText,     // nothing
@@ -156,12 +162,14 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     State state = kText;
     ulLines = 1;
     for (;;) {
-        const QAL_INT32 lByte = XELP_Fgetc(pstruFile);
-        const ByteClass byteClass = ClassOf(lByte);
-        if (byteClass == kOther && state == kText && ulUsed < kMostBytes) { // nearly every byte
-            pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
-            continue;
+        QAL_INT32 lByte = XELP_Fgetc(pstruFile);
+        if (state == kText) { // so it is for nearly every byte
+            while (IsPlain(lByte) && ulUsed < kMostBytes) {
+                pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
+                lByte = XELP_Fgetc(pstruFile);
+            }
         }
+        const ByteClass byteClass = ClassOf(lByte);
         const auto [ucActs, next] = kCells[byteClass][state];
         if ((ucActs & kStoreSlash) != 0) {
             pszText[ulUsed++] = '\\';
@@ -179,7 +187,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
             return XELP_ERR_INI_INTERNAL;
         }
         if ((ucActs & kDone) != 0) {
-            return byteClass == kEnd && ulUsed == 0 ? XELP_ERR_INI_FILE_EMPTY : XELP_ERR_INI_OK;
+            return XELP_ERR_INI_OK;
         }
         state = next;
     }
