@@ -7,17 +7,20 @@
 
 A mistake is a changed operator, constant, condition or result, or a statement left out. Each is
 planted in a copy of its unit outside the tree; only that unit is compiled again, and the library is
-linked from it and the other units' objects. The mistake is
+linked from it and the other units' objects. So is every test that has the unit compiled into it, as
+those of code for another CPU than the library's have. The mistake is
 
     killed      if a test of its module fails or hangs, or a static assertion does
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
+    elsewhere   if this machine compiles the line nowhere
     invalid     if it does not compile
+    untried     if --seconds were over
     surviving   otherwise. What survives the release build is tried again under the sanitizers.
 
-Tests of a module are those in tests/<module>/, and those of tests/fuzz/ and tests/failures/, the
-quickest first. A survivor must be listed in tests/mutation/survivors.txt with the reason why no
+Tests of a module are those in tests/<module>/, and those of tests/fuzz/ and tests/failures/, those
+first that killed much in little time. A survivor must be listed in tests/mutation/survivors.txt with the reason why no
 test can see it; the run fails for one that is not, for a listed one that a test sees after all, and
-where fewer than 97 of 100 mistakes that can be seen were killed.
+where fewer than 97 of 100 mistakes that can be seen were killed, of all of a module.
 
 Give --build and --asan-build to use the folders of the presets "release" and "asan" that are built
 already, from this tree.
@@ -46,6 +49,8 @@ SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
 SHARED_TESTS = ("fuzz", "failures")
 NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$")
 LEAST_KILLED = 0.97
+
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 TOKEN = re.compile(
     r"""(?P<space>\s+)
@@ -222,43 +227,22 @@ def run(command, **options):
     return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
 
 
-class Build:
-    """A built folder: how its units are compiled and linked, and its tests."""
+class Image:
+    """What is linked from units of the library: the library itself, or a test that has its own."""
 
-    def __init__(self, folder, tree):
-        self.folder = folder
-        self.tree = tree
-        commands = json.loads((folder / "compile_commands.json").read_text())
-        self.compiles = {}
-        for entry in commands:
-            source = pathlib.Path(entry["file"])
-            if source.is_relative_to(tree / SOURCES):
-                self.compiles[str(source.relative_to(tree))] = shlex.split(entry["command"])
-        ninja = ["ninja", "-C", str(folder)]
-        wanted = "lib/libwyx_commlib.so"
-        lines = run(ninja + ["-t", "commands", wanted]).splitlines()
-        link = [line for line in lines if "-shared" in line and "libwyx_commlib.so" in line][-1]
-        link = re.sub(r"^: && ", "", re.sub(r" && :$", "", link))
+    def __init__(self, build, target, compiles):
+        self.build = build
+        self.target = target
+        self.compiles = compiles  # by unit: the command, and the object as the linker takes it
+        self.plain = {}  # objects of the unchanged units, compiled by the same road
+        lines = run(["ninja", "-C", str(build.folder), "-t", "commands", target]).splitlines()
+        link = [line for line in lines if re.search(rf" -o {re.escape(target)}\S* ", line)][-1]
+        link = re.sub(r"^: && ", "", re.sub(r" && :.*$", "", link))
         self.link = shlex.split(link)
-        self.tests = collections.defaultdict(list)
-        listing = json.loads(run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"]))
-        for test in listing["tests"]:
-            command = test.get("command")
-            if not command:
-                continue
-            properties = {p["name"]: p["value"] for p in test.get("properties", [])}
-            if "slow" in properties.get("LABELS", []) or NO_TESTS_OF_CODE.search(test["name"]):
-                continue
-            program = pathlib.Path(command[0])
-            if len(command) == 1 and program.is_relative_to(folder / "tests"):
-                self.tests[program.parent.name].append(program)
-
-    def objects(self):
-        return [word for word in self.link if word.endswith(".o")]
 
     def compile(self, unit, source, output):
         """Compiles a copy of a unit; the result of the compiler."""
-        command = list(self.compiles[unit])
+        command = list(self.compiles[unit][0])
         command[command.index("-o") + 1] = str(output)
         command[command.index("-c") + 1] = str(source)
         for option in ("-MF", "-MT"):
@@ -269,26 +253,71 @@ class Build:
         # The copy is to name itself as the original does, and equal code to give an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0",
                     f"-ffile-prefix-map={source.parent}={pathlib.Path(unit).parent}"]
-        return subprocess.run(command, text=True, capture_output=True, cwd=self.folder)
+        return subprocess.run(command, text=True, capture_output=True, cwd=self.build.folder)
 
     def link_with(self, objects, output):
-        """Links the library with other objects in place of those of the same name."""
-        command = [objects.get(os.path.basename(w), w) if w.endswith(".o") else w
-                   for w in self.link]
+        """Links with other objects, by unit, in place of the unchanged ones."""
+        other = {self.compiles[unit][1]: str(path) for unit, path in objects.items()}
+        command = [other.get(word, word) for word in self.link]
         command[command.index("-o") + 1] = str(output)
-        subprocess.run(command, check=True, cwd=self.folder, capture_output=True)
+        subprocess.run(command, check=True, cwd=self.build.folder, capture_output=True)
+
+
+class Build:
+    """A built folder: what is linked from the library's units, and the tests."""
+
+    def __init__(self, folder, tree):
+        self.folder = folder
+        images = collections.defaultdict(dict)
+        for entry in json.loads((folder / "compile_commands.json").read_text()):
+            source = pathlib.Path(entry["file"])
+            if source.is_relative_to(tree / SOURCES):
+                command = shlex.split(entry["command"])
+                output = command[command.index("-o") + 1]
+                target = re.search(r"(.*)/CMakeFiles/([^/]+)\.dir/", output).groups()
+                images[target][str(source.relative_to(tree))] = (command, output)
+        self.library = Image(self, "lib/libwyx_commlib.so",
+                             images.pop((str(SOURCES), "wyx_commlib")))
+        self.tests = collections.defaultdict(list)
+        self.with_units = collections.defaultdict(list)
+        listing = json.loads(run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"]))
+        for test in listing["tests"]:
+            command = test.get("command")
+            if not command:
+                continue
+            properties = {p["name"]: p["value"] for p in test.get("properties", [])}
+            if "slow" in properties.get("LABELS", []) or NO_TESTS_OF_CODE.search(test["name"]):
+                continue
+            program = pathlib.Path(command[0])
+            if len(command) != 1 or not program.is_relative_to(folder / "tests"):
+                continue
+            target = (str(program.parent.relative_to(folder)), program.name)
+            if target in images:
+                image = Image(self, "/".join(target), images[target])
+                self.with_units[program.parent.name].append(image)
+            else:
+                self.tests[program.parent.name].append(program)
+
+    def images(self, file):
+        """What the file's module is linked into, the library first."""
+        return [self.library] + self.with_units[module_of(file)]
+
+
+def module_of(file):
+    return pathlib.Path(file).relative_to(SOURCES).parts[0]
 
 
 class Runner:
-    def __init__(self, builds, tree, work):
+    def __init__(self, builds, tree, work, deadline):
         self.builds = builds
         self.tree = tree
         self.work = work
+        self.deadline = deadline
         self.local = threading.local()
         self.number = 0
         self.lock = threading.Lock()
-        self.plain = {}  # objects of the unchanged units, compiled by the same road
         self.durations = {}
+        self.kills = collections.Counter()  # by file and test
 
     def folder(self):
         if not hasattr(self.local, "folder"):
@@ -298,14 +327,17 @@ class Runner:
             self.local.folder.mkdir(parents=True)
         return self.local.folder
 
-    def units_with(self, file):
-        """The units that a file is part of."""
-        if file.endswith(".cpp"):
-            return [file]
-        folder = str(pathlib.Path(file).parent)
-        return sorted(u for u in self.builds[0].compiles
-                      if str(pathlib.Path(u).parent) == folder and
-                      pathlib.Path(file).name in (self.tree / u).read_text())
+    def included(self, file, seen):
+        """Adds the file, and what it includes from its own folder."""
+        if file not in seen and (self.tree / file).is_file():
+            seen.add(file)
+            for name in INCLUDE.findall((self.tree / file).read_text()):
+                self.included(str(pathlib.Path(file).parent / name), seen)
+        return seen
+
+    def units_with(self, image, file):
+        """The units of an image that a file is part of."""
+        return sorted(u for u in image.compiles if file in self.included(u, set()))
 
     def copy_of_module(self, file):
         """A fresh copy of a file's folder, for the calling worker."""
@@ -316,9 +348,9 @@ class Runner:
         return copy
 
     def tests_of(self, build, file):
-        module = pathlib.Path(file).relative_to(SOURCES).parts[0]
-        programs = build.tests[module] + [p for s in SHARED_TESTS for p in build.tests[s]]
-        return sorted(programs, key=lambda p: self.durations.get(p, 0))
+        programs = [p for folder in (module_of(file), *SHARED_TESTS) for p in build.tests[folder]]
+        return sorted(programs, key=lambda p: -(self.kills[file, p] + 0.1) /
+                      (self.durations.get(p, 0) + 0.02))
 
     def path(self, build):
         """Where a test finds the worker's library, and the build's own ones."""
@@ -343,62 +375,103 @@ class Runner:
         folder.mkdir(exist_ok=True)
         return folder / "libwyx_commlib.so.1"
 
+    def test_with_units(self):
+        return self.folder() / "test_with_units"
+
+    def expect_pass(self, build, program, key):
+        begin = time.monotonic()
+        if not self.run_test(build, program, 600):
+            sys.exit(f"{key} fails without a mistake planted")
+        self.durations[key] = time.monotonic() - begin
+
     def prepare(self, files):
         """Compiles what is not changed by the same road, and sees that all tests pass with it."""
         for build in self.builds:
-            for file in files:
-                for unit in self.units_with(file):
-                    if (build, unit) in self.plain:
-                        continue
+            images = dict.fromkeys(i for file in files for i in build.images(file))
+            for image in images:
+                for unit in sorted({u for file in files for u in self.units_with(image, file)}):
                     copy = self.copy_of_module(unit)
-                    output = self.work / f"plain{len(self.plain)}.o"
-                    result = build.compile(unit, copy / pathlib.Path(unit).name, output)
+                    output = self.work / f"{len(self.durations)}_{len(image.plain)}_plain.o"
+                    result = image.compile(unit, copy / pathlib.Path(unit).name, output)
                     if result.returncode != 0:
                         sys.exit(f"{unit} does not compile:\n{result.stderr}")
-                    self.plain[build, unit] = output
-            objects = {f"{pathlib.Path(u).name}.o": str(o) for (b, u), o in self.plain.items()
-                       if b is build}
+                    image.plain[unit] = output
+                if image is build.library:
+                    image.link_with(image.plain, self.library())
+                    continue
+                image.link_with(image.plain, self.test_with_units())
+                self.expect_pass(build, self.test_with_units(), image)
             library = self.library()
-            build.link_with(objects, library)
-            programs = {p for file in files for p in self.tests_of(build, file)}
-            for program in sorted(programs):
+            for program in sorted({p for file in files for p in self.tests_of(build, file)}):
                 loaded = run(["ldd", str(program)],
                              env=dict(os.environ, LD_LIBRARY_PATH=self.path(build)))
                 if str(library) not in loaded:
                     sys.exit(f"{program} does not take the library from {library}")
-                begin = time.monotonic()
-                if not self.run_test(build, program, 600):
-                    sys.exit(f"{program} fails without a mistake planted")
-                self.durations[program] = time.monotonic() - begin
+                self.expect_pass(build, program, program)
+
+    def compile_all(self, image, file, copy):
+        """The objects of an image with a changed file, by unit, those that are the same left out;
+        or how the compiler ended."""
+        objects = {}
+        for number, unit in enumerate(self.units_with(image, file)):
+            output = self.folder() / f"{number}.o"
+            result = image.compile(unit, copy / pathlib.Path(unit).name, output)
+            if result.returncode != 0:
+                # GCC says the first, Clang the second.
+                failed = "static assertion failed" in result.stderr or \
+                    "static_assert failed" in result.stderr
+                return objects, "killed" if failed else "invalid"
+            if output.read_bytes() != image.plain[unit].read_bytes():
+                objects[unit] = output
+        return objects, None
+
+    def is_compiled(self, mutant, text, copy):
+        """Does any image of the first build compile the line of a mistake?"""
+        begin = text.rfind("\n", 0, mutant.start) + 1
+        marked = text[:begin] + "#error compiled\n" + text[begin:]
+        (copy / pathlib.Path(mutant.file).name).write_text(marked)
+        return any(self.compile_all(image, mutant.file, copy)[1] is not None
+                   for image in self.builds[0].images(mutant.file))
+
+    def fails(self, build, program, key, file):
+        if self.run_test(build, program, 5 + 5 * self.durations[key]):
+            return False
+        with self.lock:
+            self.kills[file, key] += 1
+        return True
 
     def judge(self, mutant):
+        if self.deadline is not None and time.monotonic() > self.deadline:
+            return "untried"
         text = (self.tree / mutant.file).read_text()
         mutated = text[: mutant.start] + mutant.new + text[mutant.end :]
         copy = self.copy_of_module(mutant.file)
         (copy / pathlib.Path(mutant.file).name).write_text(mutated)
         for build in self.builds:
-            objects = {}
             same = True
-            for unit in self.units_with(mutant.file):
-                output = self.folder() / (pathlib.Path(unit).name + ".o")
-                result = build.compile(unit, copy / pathlib.Path(unit).name, output)
-                if result.returncode != 0:
-                    # GCC says the first, Clang the second.
-                    failed = "static assertion failed" in result.stderr or \
-                        "static_assert failed" in result.stderr
-                    return "killed" if failed else "invalid"
-                same = same and output.read_bytes() == self.plain[build, unit].read_bytes()
-                objects[output.name] = str(output)
+            for image in build.images(mutant.file):
+                objects, end = self.compile_all(image, mutant.file, copy)
+                if end is not None:
+                    return end
+                if not objects:
+                    continue
+                same = False
+                if image is not build.library:
+                    image.link_with(image.plain | objects, self.test_with_units())
+                    if self.fails(build, self.test_with_units(), image, mutant.file):
+                        return "killed"
+                    continue
+                image.link_with(image.plain | objects, self.library())
+                for program in self.tests_of(build, mutant.file):
+                    if self.fails(build, program, program, mutant.file):
+                        return "killed"
             if same and build is self.builds[0]:
-                return "equivalent"
-            build.link_with(objects, self.library())
-            for program in self.tests_of(build, mutant.file):
-                if not self.run_test(build, program, 5 + 5 * self.durations[program]):
-                    return "killed"
+                is_compiled = self.is_compiled(mutant, text, copy)
+                return "equivalent" if is_compiled else "elsewhere"
         return "surviving"
 
 
-def listed_survivors(path):
+def listed_survivors(path, places):
     """Reasons by place: blocks of file, line, mistake and reason, apart by an empty line."""
     listed = {}
     if not path.exists():
@@ -408,7 +481,11 @@ def listed_survivors(path):
         if lines:
             fields = dict(line.split(": ", 1) for line in lines)
             for what in fields["mistake"].split(" | "):
-                listed[fields["file"], fields["line"], what] = fields["reason"]
+                keys = [(fields["file"], fields["line"], what)]
+                if what.startswith("each "):
+                    keys = [p.key for p in places if p.key[:2] == keys[0][:2] and
+                            re.sub(r" \(#\d+\)$", "", p.key[2]) == what[5:]] or keys
+                listed.update(dict.fromkeys(keys, fields["reason"]))
     return listed
 
 
@@ -429,6 +506,7 @@ def main():
     parser.add_argument("--module", action="append", help="a folder of src/commlib")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
     parser.add_argument("--seed", type=int, default=0, help="which ones")
+    parser.add_argument("--seconds", type=float, help="try no further mistake after that time")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--build", type=pathlib.Path, help="a built folder of the preset release")
     parser.add_argument("--asan-build", type=pathlib.Path, help="a built folder of the preset asan")
@@ -465,10 +543,12 @@ def main():
     folders = [built("release", arguments.build)]
     if not arguments.no_asan:
         folders.append(built("asan", arguments.asan_build))
-    listed = listed_survivors(TREE / SURVIVORS)
+    listed = listed_survivors(TREE / SURVIVORS, places.values())
     ends = {}
     with tempfile.TemporaryDirectory(prefix="wyx_mutate_") as work:
-        runner = Runner([Build(f, TREE) for f in folders], TREE, pathlib.Path(work))
+        begin = time.monotonic()
+        deadline = begin + arguments.seconds if arguments.seconds is not None else None
+        runner = Runner([Build(f, TREE) for f in folders], TREE, pathlib.Path(work), deadline)
         runner.prepare(files)
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
             for mutant, end in zip(mutants, pool.map(runner.judge, mutants)):
@@ -485,7 +565,8 @@ def main():
     surviving = [places[m].key for m in mutants if ends[m] == "surviving"]
     unlisted = [key for key in surviving if key not in listed]
     reached = {places[m].key: ends[m] for m in mutants}
-    wrong = sorted(k for k in listed if reached.get(k, "surviving") != "surviving")
+    wrong = sorted(k for k in listed
+                   if reached.get(k, "surviving") not in ("surviving", "elsewhere", "untried"))
     gone = []
     if arguments.sample is None:
         gone = sorted(k for k in listed if k not in reached and k[0] in files)
@@ -504,9 +585,11 @@ def main():
     share = counts["killed"] / visible if visible else 1.0
     print(f"{len(mutants)} mistakes: {counts['killed']} killed, {counts['surviving']} surviving "
           f"({hidden} of them equivalent by reasoning), {counts['equivalent']} with the same "
-          f"object, {counts['invalid']} not compiling; "
+          f"object, {counts['elsewhere']} compiled elsewhere only, {counts['invalid']} not "
+          f"compiling, {counts['untried']} untried; "
           f"{100 * share:.1f} % of those that can be seen were killed")
-    return 1 if unlisted or wrong or gone or share < LEAST_KILLED else 0
+    is_low = arguments.sample is None and share < LEAST_KILLED
+    return 1 if unlisted or wrong or gone or is_low else 0
 
 
 if __name__ == "__main__":
