@@ -150,9 +150,12 @@ QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, void **ppUserNode)
     return 0;
 }
 
-/// The second half of every Delete: releases what its Remove has handed over.
-QAL_UINT32 FreeRemoved(void *pstruHead, void *pUserNode, QAL_UINT32 ulStatus)
+/// A Delete: its Remove, and then the release of what that hands over.
+template <typename Remove>
+QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = remove(pstruHead, &pUserNode);
     if (pUserNode != nullptr) {
         static_cast<const Head *>(pstruHead)->pfunFreeNode(pUserNode);
     }
@@ -264,10 +267,9 @@ QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondition,
 QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                  XELP_DLinkList_NodeCmp pfunCmpNode)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus =
-        XELP_DLinkList_Remove(pstruHead, pCmpCondition, pfunCmpNode, &pUserNode);
-    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHead, [=](void *pHead, void **ppUserNode) {
+        return XELP_DLinkList_Remove(pHead, pCmpCondition, pfunCmpNode, ppUserNode);
+    });
 }
 
 QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
@@ -350,9 +352,7 @@ QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_CurNode(pstruHead, &pUserNode);
-    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHead, XELP_DLinkList_Remove_CurNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
@@ -367,16 +367,12 @@ QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_HeadNode(pstruHead, &pUserNode);
-    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHead, XELP_DLinkList_Remove_HeadNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus = XELP_DLinkList_Remove_TailNode(pstruHead, &pUserNode);
-    return FreeRemoved(pstruHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHead, XELP_DLinkList_Remove_TailNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFun pfunProcess,

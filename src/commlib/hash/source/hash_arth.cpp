@@ -113,9 +113,12 @@ void Unlink(Head &head, Node **ppLink, void **ppUserNode)
     --head.ulNodeNum;
 }
 
-/// The second half of every Delete: releases what its Remove has handed over.
-QAL_UINT32 FreeRemoved(void *pstruHashHead, void *pUserNode, QAL_UINT32 ulStatus)
+/// A Delete: its Remove, and then the release of what that hands over.
+template <typename Remove>
+QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
+    void *pUserNode = nullptr;
+    const QAL_UINT32 ulStatus = remove(pstruHashHead, &pUserNode);
     if (pUserNode != nullptr) {
         static_cast<const Head *>(pstruHashHead)->pfunFreeNode(pUserNode);
     }
@@ -224,9 +227,9 @@ QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pst
 
 QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus = XELP_Hash_RemoveNode(pstruHashHead, pKeyValue, &pUserNode);
-    return FreeRemoved(pstruHashHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHashHead, [=](void *pHead, void **ppUserNode) {
+        return XELP_Hash_RemoveNode(pHead, pKeyValue, ppUserNode);
+    });
 }
 
 QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
@@ -254,9 +257,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
 
 QAL_UINT32 XELP_Hash_DeleteCurNode(void *pstruHashHead)
 {
-    void *pUserNode = nullptr;
-    const QAL_UINT32 ulStatus = XELP_Hash_RemoveCurNode(pstruHashHead, &pUserNode);
-    return FreeRemoved(pstruHashHead, pUserNode, ulStatus);
+    return DeleteBy(pstruHashHead, XELP_Hash_RemoveCurNode);
 }
 
 QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, void **pstruNode)
