@@ -107,6 +107,18 @@ std::string ReadWhole(const std::string &name, std::size_t limit)
     }
 }
 
+bool WriteWhole(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t now = write(fd, text.data(), text.size());
+        if (now == -1 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(now > 0 ? static_cast<std::size_t>(now) : 0);
+    }
+    return true;
+}
+
 std::string ShownInput(const std::string &name)
 {
     return name == kStandardInput ? "standard input" : Quoted(name);

@@ -1,4 +1,4 @@
-// Reading files of any size, piece by piece.
+// Files by descriptor: reading them piece by piece, whatever their size, and writing.
 #ifndef WYX_TOOL_FILE_INPUT_H
 #define WYX_TOOL_FILE_INPUT_H
 
@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "terminal.h"
 
@@ -53,6 +54,9 @@ class FileInput {
 /// Reads a file to its end.
 /// @throws Failure, also for a file of more than @p limit bytes
 std::string ReadWhole(const std::string &name, std::size_t limit);
+
+/// Writes all of a text; false, with errno, if it cannot.
+bool WriteWhole(int fd, std::string_view text);
 
 /// What a name stands for in messages: the name in quotation marks, or standard input.
 std::string ShownInput(const std::string &name);

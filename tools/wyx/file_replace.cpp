@@ -211,15 +211,7 @@ WorkingCopy::~WorkingCopy()
 void WorkingCopy::Write(const std::string &bytes)
 {
     const Descriptor file(open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOFOLLOW));
-    std::size_t done = 0;
-    while (file.IsOpen() && done < bytes.size()) {
-        const ssize_t now = write(file.Get(), bytes.data() + done, bytes.size() - done);
-        if (now == -1 && errno != EINTR) {
-            break;
-        }
-        done += now > 0 ? static_cast<std::size_t>(now) : 0;
-    }
-    if (!file.IsOpen() || done < bytes.size()) {
+    if (!file.IsOpen() || !WriteWhole(file.Get(), bytes)) {
         throw SystemFailure("cannot write to the directory " + Quoted(DirectoryOf(path_)), errno);
     }
 }

@@ -24,9 +24,6 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t kFolded = 80;
-
 struct Options {
     std::vector<Operand> files;
     bool isStrict = false;
@@ -162,7 +159,7 @@ void WarnOfSurprises(const StoredLines &stored, Findings &findings)
 void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     const std::string &bytes = source.Bytes();
-    if (bytes.starts_with(kByteOrderMark)) {
+    if (source.HasByteOrderMark()) {
         findings.Warning(1, "byte-order-mark",
                          "the file begins with a byte-order mark, which becomes part of its first "
                          "section or key");
@@ -274,8 +271,7 @@ void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &fi
 Findings CheckFile(const IniSource &source, const Options &options)
 {
     Findings findings;
-    const std::string &bytes = source.Bytes();
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    if (source.IsUtf16()) {
         findings.Error(1, XELP_ERR_INI_LINE_UNKNOWN,
                        "UTF-16 text: convert it with iconv -f UTF-16 -t UTF-8");
         return findings;

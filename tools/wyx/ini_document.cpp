@@ -10,8 +10,6 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 std::string Where(const IniSource &source, std::size_t line)
 {
     return source.Name() + ":" + std::to_string(line) + ": ";
@@ -115,6 +113,15 @@ std::vector<std::string> IniDocument::Keys(const IniSource &source,
     return NamesOf(ppszList, ulCount);
 }
 
+Lookup IniDocument::Find(const std::string &section, const std::string &key) const
+{
+    QAL_INT8 *pszValue = nullptr;
+    const QAL_UINT32 ulStatus =
+        XELP_IniGetKeyValue(&record_, section.c_str(), key.c_str(), &pszValue);
+    const LibraryText owned(pszValue);
+    return {ulStatus, ValueOf(pszValue)};
+}
+
 QAL_UINT32 IniDocument::Save(const std::string &path)
 {
     return XELP_IniSaveFileContent(path.c_str(), &record_);
@@ -123,7 +130,7 @@ QAL_UINT32 IniDocument::Save(const std::string &path)
 void RequireText(const IniSource &source)
 {
     const std::string &bytes = source.Bytes();
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    if (source.IsUtf16()) {
         throw Failure(ExitCode::kMalformed, source.Name() + " is UTF-16 text",
                       "convert it first: iconv -f UTF-16 -t UTF-8");
     }
@@ -154,7 +161,7 @@ Failure LineFailure(const IniSource &source, QAL_UINT32 status)
     }
     const std::string where = found ? Where(source, *found) : source.Name() + ": ";
     std::string hint = "'wyx ini check' lists all that is wrong with a file";
-    if (found == 1 && source.Bytes().starts_with(kByteOrderMark)) {
+    if (found == 1 && source.HasByteOrderMark()) {
         hint =
             "the file begins with a byte-order mark, which is not skipped: remove its first 3 "
             "bytes";

@@ -12,6 +12,13 @@
 
 namespace wyx::tool {
 
+/// What a lookup gave: the library's status, and the value of a key that has one.
+struct Lookup {
+    QAL_UINT32 status = XELP_ERR_INI_OK;
+    std::optional<std::string> value;
+    bool operator==(const Lookup &) const = default;
+};
+
 /// A loaded document, released in the end.
 class IniDocument {
   public:
@@ -35,6 +42,9 @@ class IniDocument {
     /// The names of the keys in the last block of a section, none if there are none.
     /// @throws Failure
     std::vector<std::string> Keys(const IniSource &source, const std::string &section) const;
+
+    /// Looks up a key.
+    Lookup Find(const std::string &section, const std::string &key) const;
 
     /// Saves and releases the document.
     /// @return the library's status

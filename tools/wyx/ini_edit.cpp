@@ -211,27 +211,6 @@ Difference Compare(const std::vector<std::string> &before, const std::vector<std
     return {front, before.size() - front - back, after.size() - front - back};
 }
 
-/// The value of a key; nothing if the key is not there.
-std::optional<std::optional<std::string>> Lookup(const IniDocument &document,
-                                                 const IniSource &source,
-                                                 const std::string &section, const std::string &key)
-{
-    QAL_INT8 *pszValue = nullptr;
-    const QAL_UINT32 ulStatus =
-        XELP_IniGetKeyValue(document.Record(), section.c_str(), key.c_str(), &pszValue);
-    const LibraryText owned(pszValue);
-    switch (ulStatus) {
-        case XELP_ERR_INI_OK:
-            return ValueOf(pszValue);
-        case XELP_ERR_INI_FILE_EMPTY:
-        case XELP_ERR_INI_SECTION_NOT_FOUND:
-        case XELP_ERR_INI_KEY_NOT_FOUND:
-            return std::nullopt;
-        default:
-            throw LineFailure(source, ulStatus);
-    }
-}
-
 std::optional<std::string> Wanted(const Setting &setting)
 {
     return setting.value.empty() ? std::nullopt : std::optional(setting.value);
@@ -261,8 +240,8 @@ class Edit {
     /// @return was there anything to change?
     bool Set(const std::string &section, Setting setting)
     {
-        const auto old = Lookup(*document_, *source_, section, setting.key);
-        if (old && *old == Wanted(setting)) {
+        const Lookup old = document_->Find(section, setting.key);
+        if (old == Lookup{XELP_ERR_INI_OK, Wanted(setting)}) {
             return false;
         }
         const std::vector<std::string> before = document_->Lines();
@@ -323,8 +302,7 @@ class Edit {
         RequireSame(lines, saved);
         const IniDocument reloaded(saved);
         for (const Setting &setting : settings) {
-            const auto value = Lookup(reloaded, saved, section, setting.key);
-            if (!value || *value != Wanted(setting)) {
+            if (reloaded.Find(section, setting.key) != Lookup{XELP_ERR_INI_OK, Wanted(setting)}) {
                 throw Refusal("the value of " + Quoted(setting.key) +
                               " would not read back the same");
             }
@@ -411,10 +389,7 @@ class Edit {
     /// Refuses a save whose result has other lines than the document had.
     void RequireSame(const std::vector<std::string> &lines, const IniSource &saved) const
     {
-        std::vector<std::string> reloaded;
-        for (const StoredLine &line : ReadStoredLines(saved).lines) {
-            reloaded.push_back(line.text);
-        }
+        const std::vector<std::string> reloaded = ReadStoredLines(saved).Texts();
         const std::optional<std::size_t> changed = FirstChanged(lines, reloaded);
         if (changed) {
             const std::string line = *changed < lines.size() ? lines[*changed] : std::string();

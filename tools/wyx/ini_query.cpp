@@ -12,7 +12,6 @@
 #include "ini_document.h"
 #include "ini_text.h"
 #include "json.h"
-#include "library_text.h"
 #include "operand.h"
 #include "recovery.h"
 #include "terminal.h"
@@ -116,34 +115,30 @@ ExitCode RunGet(const Options &options)
     const IniDocument document(source);
     const std::string &section = options.section.text;
     const std::string &key = options.key.text;
-    QAL_INT8 *pszValue = nullptr;
-    const QAL_UINT32 ulStatus =
-        XELP_IniGetKeyValue(document.Record(), section.c_str(), key.c_str(), &pszValue);
-    const LibraryText owned(pszValue);
-    switch (ulStatus) {
+    const Lookup found = document.Find(section, key);
+    switch (found.status) {
         case XELP_ERR_INI_OK:
             break;
         case XELP_ERR_INI_FILE_EMPTY:
             throw NotFound(document, source, XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
         case XELP_ERR_INI_SECTION_NOT_FOUND:
         case XELP_ERR_INI_KEY_NOT_FOUND:
-            throw NotFound(document, source, ulStatus, section, key);
+            throw NotFound(document, source, found.status, section, key);
         default:
-            throw LineFailure(source, ulStatus);
+            throw LineFailure(source, found.status);
     }
-    const std::optional<std::string> value = ValueOf(pszValue);
     if (options.isJson) {
         Json json;
         SetText(json, "file", options.file.text);
         SetText(json, "section", section);
         SetText(json, "key", key);
         json["value"] = nullptr;
-        if (value) {
-            SetText(json, "value", *value);
+        if (found.value) {
+            SetText(json, "value", *found.value);
         }
         PutJson(json);
     } else {
-        Put(value.value_or("") + "\n");
+        Put(found.value.value_or("") + "\n");
     }
     return ExitCode::kOk;
 }

@@ -13,9 +13,7 @@ namespace wyx::tool {
 
 namespace {
 
-// A line of so many bytes is folded, into pieces of the lesser length or of one byte more.
-constexpr std::size_t kFolded = 80;
-constexpr std::size_t kPiece = 78;
+constexpr std::size_t kPiece = 78; // what is folded off, or one byte more
 constexpr std::string_view kFold = "\\\n";
 
 void Save(const std::vector<std::string> &lines, const std::string &path)
@@ -73,11 +71,7 @@ Rehearsal Rehearse(const std::vector<std::string> &lines)
         rehearsal.saved.push_back(Unfold(line, written));
         written.remove_prefix(rehearsal.saved.back().bytes.size());
     }
-    const StoredLines reloaded = ReadStoredLines(source);
-    rehearsal.isLoadable = reloaded.IsLoadable();
-    for (const StoredLine &line : reloaded.lines) {
-        rehearsal.reloaded.push_back(line.text);
-    }
+    rehearsal.reloaded = ReadStoredLines(source).Texts();
     return rehearsal;
 }
 

@@ -9,6 +9,9 @@
 
 namespace wyx::tool {
 
+/// A line of so many bytes, line end included, is folded.
+constexpr std::size_t kFolded = 80;
+
 /// A stored line as it is written to a file.
 struct SavedLine {
     std::string bytes;
@@ -18,7 +21,6 @@ struct SavedLine {
 struct Rehearsal {
     std::vector<SavedLine> saved;      // one for each line
     std::vector<std::string> reloaded; // the lines that a load makes of it
-    bool isLoadable = true;
 };
 
 /// Saves lines and loads them again.

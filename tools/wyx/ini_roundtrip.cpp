@@ -3,10 +3,13 @@
 // Each file is copied, and the copy goes the road of every client: load, check, look up every
 // value, change a key, save, load again, compare. Unlike "set", nothing protects the copy from what
 // a save of the library does, since that is what there is to see.
+#include <fcntl.h>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -18,7 +21,6 @@
 #include "ini_rehearsal.h"
 #include "ini_text.h"
 #include "json.h"
-#include "library_text.h"
 #include "operand.h"
 #include "temp_directory.h"
 #include "terminal.h"
@@ -70,22 +72,10 @@ Result Changed(Result result, const std::string &why)
 
 void WriteCopy(const std::string &path, const std::string &bytes)
 {
-    std::FILE *const file = std::fopen(path.c_str(), "wb");
-    const bool isWritten =
-        file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    const int error = errno;
-    if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
-        throw SystemFailure("cannot write " + Quoted(path), error);
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!file.IsOpen() || !WriteWhole(file.Get(), bytes)) {
+        throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-}
-
-std::optional<std::string> Lookup(const IniDocument &document, const std::string &section,
-                                  const std::string &key, QAL_UINT32 &ulStatus)
-{
-    QAL_INT8 *pszValue = nullptr;
-    ulStatus = XELP_IniGetKeyValue(document.Record(), section.c_str(), key.c_str(), &pszValue);
-    const LibraryText owned(pszValue);
-    return ValueOf(pszValue);
 }
 
 /// A key line that lookups see.
@@ -146,10 +136,8 @@ Result RoundTrip(const std::string &name, const std::string &path)
     result.sections = document->Sections(copy).size();
     const std::vector<Key> keys = VisibleKeys(lines);
     result.keys = keys.size();
-    QAL_UINT32 ulStatus = XELP_ERR_INI_OK;
     for (const Key &key : keys) {
-        if (Lookup(*document, key.section, key.name, ulStatus) != key.value ||
-            ulStatus != XELP_ERR_INI_OK) {
+        if (document->Find(key.section, key.name) != Lookup{XELP_ERR_INI_OK, key.value}) {
             return Changed(result, "the lookup of '" + key.name + "' failed");
         }
     }
@@ -161,7 +149,8 @@ Result RoundTrip(const std::string &name, const std::string &path)
     std::string section = changed.section;
     std::string key = changed.name;
     std::string value = kNewValue;
-    ulStatus = XELP_IniSetKeyValue(document->Record(), section.data(), key.data(), value.data());
+    QAL_UINT32 ulStatus =
+        XELP_IniSetKeyValue(document->Record(), section.data(), key.data(), value.data());
     if (ulStatus != XELP_ERR_INI_OK) {
         return Changed(result, "setting a key fails (" + std::to_string(ulStatus) + ")");
     }
@@ -176,10 +165,7 @@ Result RoundTrip(const std::string &name, const std::string &path)
     }
 
     const IniSource saved(path, name);
-    std::vector<std::string> reloaded;
-    for (const StoredLine &line : ReadStoredLines(saved).lines) {
-        reloaded.push_back(line.text);
-    }
+    const std::vector<std::string> reloaded = ReadStoredLines(saved).Texts();
     const std::optional<std::size_t> first = FirstChanged(lines, reloaded);
     if (first) {
         const Rehearsal rehearsal = Rehearse(lines);
@@ -191,7 +177,7 @@ Result RoundTrip(const std::string &name, const std::string &path)
         return Changed(result, "a line end became another one");
     }
     const IniDocument again(saved);
-    if (Lookup(again, section, key, ulStatus) != value || ulStatus != XELP_ERR_INI_OK) {
+    if (again.Find(section, key) != Lookup{XELP_ERR_INI_OK, value}) {
         return Changed(result, "the changed key does not read back");
     }
     return result;

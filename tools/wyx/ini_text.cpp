@@ -33,15 +33,7 @@ bool IsRegularFile(const std::string &name)
 Descriptor CopyInMemory(const std::string &bytes)
 {
     Descriptor copy(memfd_create("wyx", MFD_CLOEXEC));
-    std::size_t done = 0;
-    while (copy.IsOpen() && done < bytes.size()) {
-        const ssize_t now = write(copy.Get(), bytes.data() + done, bytes.size() - done);
-        if (now == -1 && errno != EINTR) {
-            copy = Descriptor();
-        }
-        done += now > 0 ? static_cast<std::size_t>(now) : 0;
-    }
-    if (!copy.IsOpen()) {
+    if (!copy.IsOpen() || !WriteWhole(copy.Get(), bytes)) {
         throw SystemFailure("cannot keep the input in memory", errno);
     }
     return copy;
@@ -90,6 +82,11 @@ IniSource::IniSource(const std::string &path, const std::string &name)
     }
 }
 
+bool IniSource::IsUtf16() const
+{
+    return bytes_.starts_with("\xFF\xFE") || bytes_.starts_with("\xFE\xFF");
+}
+
 std::vector<RawLine> SplitLines(std::string_view bytes)
 {
     std::vector<RawLine> lines;
@@ -117,6 +114,13 @@ std::size_t LineEndLength(std::string_view text)
 bool StoredLines::IsLoadable() const
 {
     return std::ranges::none_of(lines, &StoredLine::isTooLong);
+}
+
+std::vector<std::string> StoredLines::Texts() const
+{
+    std::vector<std::string> texts(lines.size());
+    std::ranges::transform(lines, texts.begin(), &StoredLine::text);
+    return texts;
 }
 
 StoredLines ReadStoredLines(const IniSource &source)

@@ -25,6 +25,9 @@ class IniSource {
     /// For messages of the form "file:line: ...".
     const std::string &Name() const { return name_; }
     const std::string &Bytes() const { return bytes_; }
+    bool IsUtf16() const;
+    /// Does it begin with the mark of UTF-8, which the library takes for text?
+    bool HasByteOrderMark() const { return bytes_.starts_with("\xEF\xBB\xBF"); }
     /// What the library opens. For anything but a regular file, which could be read only once, that
     /// is a copy in memory.
     const std::string &LoadName() const { return loadName_; }
@@ -68,6 +71,7 @@ struct StoredLines {
     std::size_t rest = 0; // number of the first physical line that is not read; 0 if all are
 
     bool IsLoadable() const;
+    std::vector<std::string> Texts() const;
 };
 
 StoredLines ReadStoredLines(const IniSource &source);
