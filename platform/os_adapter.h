@@ -62,7 +62,8 @@ WYX_API void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszF
 WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
 
 /** @} */
-/** @name Files @{ */
+/** @name Files
+ * @{ */
 
 /**
  * @brief Opens a file.
@@ -159,7 +160,8 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName);
 
 /** @} */
-/** @name Clock @{ */
+/** @name Clock
+ * @{ */
 
 /**
  * @brief The current time.

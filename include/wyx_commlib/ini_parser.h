@@ -123,7 +123,8 @@ typedef struct XelpIniFileStruct {
                                   removed; null, too, from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
 
-/** @name Documents @{ */
+/** @name Documents
+ * @{ */
 
 /**
  * @brief Loads a file.
@@ -349,7 +350,8 @@ WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, con
                                   const QAL_INT8 *key);
 
 /** @} */
-/** @name Building blocks: lines of a file @{ */
+/** @name Building blocks: lines of a file
+ * @{ */
 
 /**
  * @brief Length of a string.

@@ -21,7 +21,9 @@
 #define WYX_COMMLIB_TYPES_H
 
 #if defined(__cplusplus)
+/** Opens the part of a header that declares things of C. */
 #define WYX_C_BEGIN extern "C" {
+/** Closes that part. */
 #define WYX_C_END }
 /** Gives an enumeration a fixed 32-bit type in C++, so that an out-of-range value is defined. */
 #define WYX_ENUM32 : unsigned int
