@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Checks that every link within a folder of HTML pages leads somewhere: check_links.py FOLDER
+
+Counts a link to a missing file, and one to a missing place of a page. Links to other hosts are not
+followed; a page or image that would be loaded from one is an error.
+"""
+import sys
+from html.parser import HTMLParser
+from pathlib import Path
+from urllib.parse import unquote, urlsplit
+
+
+class Page(HTMLParser):
+    def __init__(self, file):
+        super().__init__()
+        self.links, self.places, self.loads = [], set(), []
+        self.feed(file.read_text())
+
+    def handle_starttag(self, tag, attrs):
+        for name, value in attrs:
+            if name in ("id", "name"):
+                self.places.add(value)
+            elif name == "href" and tag == "a":
+                self.links.append(value)
+            elif name in ("href", "src", "data"):
+                self.loads.append(value)
+
+
+def check(folder):
+    pages = {file: Page(file) for file in sorted(folder.rglob("*.html"))}
+    errors, count = [], 0
+    for file, page in pages.items():
+        for link in page.links + page.loads:
+            parts = urlsplit(link)
+            if parts.scheme in ("http", "https") and link in page.loads:
+                errors.append(f"{file.name}: loads {link}")
+            if parts.scheme or parts.netloc:
+                continue
+            count += 1
+            target = (file.parent / unquote(parts.path)).resolve() if parts.path else file
+            if not target.exists():
+                errors.append(f"{file.name}: {link}: no such file")
+            elif parts.fragment and target in pages and \
+                    unquote(parts.fragment) not in pages[target].places:
+                errors.append(f"{file.name}: {link}: no such place")
+    return pages, count, errors
+
+
+if __name__ == "__main__":
+    found, links, wrong = check(Path(sys.argv[1]).resolve())
+    print("\n".join(wrong) or f"{links} links on {len(found)} pages, all of them lead somewhere")
+    sys.exit(1 if wrong or not found else 0)

@@ -1,0 +1,159 @@
+#!/usr/bin/env python3
+"""Prepares a file for Doxygen, which runs this as its filter: fill_page.py FILE
+
+Gives a page and its headings their names, turns links between files into links between pages, and
+puts in what the page asks for in a comment of its own line:
+
+    <!-- calls: crc.h -->                         a table of the header's calls
+    <!-- statuses: crc.h -->                      a table of its statuses
+    <!-- failures: crc.h -->                      what its calls leave where they fail
+    <!-- example: examples/crc_example.c -->      the program, with its calls linked
+
+A header passes as it is, but for spans of code that Doxygen would take for something else.
+"""
+import re
+import sys
+from pathlib import Path
+
+import headers
+import pages
+
+
+def _code(name):
+    return f"<code>@ref {name}</code>"
+
+
+def _cell(text):
+    """Text of a header within a table: of the same meaning in HTML."""
+    text = re.sub(r"@p (\w+)|`([^`]*)`", lambda match: f"<code>{match[1] or match[2]}</code>", text)
+    return re.sub(r"\*(\w[^*]*)\*", r"<em>\1</em>", text)
+
+
+def _table(kind, head, rows):
+    """A table of HTML, whose class tells the style sheet how to lay it out on a narrow screen."""
+    def row(cells, tag):
+        return "<tr>" + "".join(f"<{tag}>{cell}</{tag}>" for cell in cells) + "</tr>"
+    return [f'<table class="doxtable {kind}">', row(head, "th"), *(row(cells, "td") for cells in rows),
+            "</table>", ""]
+
+
+def calls(header):
+    lines = []
+    groups = list(dict.fromkeys(call.group for call in header.calls))
+    for group in groups:
+        heading = re.match(r"@name ([\w ,:]+?)(?= \w+ (?:the|do|never|of)\b| They| What| Each| Parts"
+                           r"| Bytes|$| @)", group)
+        if len(groups) > 1 and heading:
+            lines += ["", f"**{heading[1].strip()}**"]
+        rows = [(_code(call.name), _cell(call.brief)) for call in header.calls if call.group == group]
+        lines += _table("calls", ("Call", "What it does"), rows)
+    return lines
+
+
+def _returned_by(status, header):
+    """The calls in words, where they are nearly all of those that return a status."""
+    able = {name for other in header.statuses for name in other.calls}
+    others = [call.name for call in header.calls if call.name in able - set(status.calls)]
+    if len(status.calls) > 2 and not others:
+        return "every call that returns a status"
+    if len(status.calls) > 6 and len(others) < 3:
+        return "every call that returns a status, but " + ", ".join(map(_code, others))
+    return ", ".join(map(_code, status.calls)) or "none"
+
+
+def statuses(header):
+    rows = [(str(status.number), _code(status.name), _cell(status.text),
+             _returned_by(status, header))
+            for status in sorted(header.statuses, key=lambda status: status.number)
+            if not status.is_marker]
+    return _table("statuses", ("Number", "Name", "When", "Returned by"), rows)
+
+
+def failures(header):
+    """Calls that say the same of their results stand together."""
+    said = {}
+    for call in header.calls:
+        if not call.returns or not headers.can_fail(call):
+            continue
+        texts = [f"<code>{name}</code>: {_cell(text)}" for way, name, text in call.params
+                 if (way != "in" or "on failure" in text) and "unchecked" not in text]
+        texts += re.findall(r"A failure changes nothing\.", call.returns)
+        if texts:
+            said.setdefault("<br>".join(texts), []).append(_code(call.name))
+    return _table("failures", ("Call", "What it writes, and what a failure leaves there"),
+                  [(", ".join(names), text) for text, names in said.items()])
+
+
+def example(file):
+    if not (pages.ROOT / file).is_file():
+        sys.exit(f"{file}: there is no such example")
+    return [f"@include {Path(file).name}"]
+
+
+def drawing(alternative, file):
+    """A link besides, since a phone shows drawings small."""
+    if not file.is_file():
+        sys.exit(f"{file}: there is no such drawing")
+    return (f'@htmlonly<a class="drawing" href="{file.name}"><img src="{file.name}" '
+            f'alt="{alternative}"/></a>@endhtmlonly')
+
+
+BACKSLASH = "\\"
+COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
+
+
+def _link(match, file):
+    text, target = match[1], match[2]
+    if re.match(r"\w+:", target):
+        return match[0]
+    path, _, fragment = target.partition("#")
+    other = (file.parent / path).resolve() if path else file
+    if not other.exists():
+        sys.exit(f"{file}: links to {target}, which does not exist")
+    if other not in pages.every():
+        return text # a file or folder of the source, which the site does not hold
+    anchor = f"{pages.page_of(other)}-{fragment}" if fragment else pages.page_of(other)
+    return f"[{text}](@ref {anchor})"
+
+
+def _line(line, file, declared):
+    """The lines that take the place of one outside of code."""
+    page = pages.page_of(file)
+    if command := re.fullmatch(r"<!-- (\w+): (\S+) -->", line):
+        wanted = command[2]
+        return example(wanted) if command[1] == "example" else COMMANDS[command[1]](declared[wanted])
+    if heading := re.match(r"(#+) (.*)", line):
+        anchor = f"{page}-{pages.anchor_of(heading[2])}"
+        if len(heading[1]) == 1:
+            return [line if page == "index" else f"{line} {{#{page}}}"]
+        if page == "index":
+            # No section of Doxygen's, which would stand in the navigation beside the groups.
+            return [f"@anchor {anchor}", f"<h1>{heading[2]}</h1>"]
+        return [f"{line} {{#{anchor}}}"]
+    if image := re.fullmatch(r"!\[([^\]]*)\]\(([^)\s]+)\)", line):
+        return [drawing(image[1], file.parent / image[2])]
+    return [_spans(line)]
+
+
+def fill(file):
+    declared = headers.read_all()
+    blocks = re.split(r"(?m)(^```.*?^```$)", file.read_text(), flags=re.S)
+    for i in range(0, len(blocks), 2): # those between are code
+        linked = re.sub(r"(?<!!)\[([^\]]*)\]\(([^)\s]+)\)", lambda match: _link(match, file), blocks[i])
+        blocks[i] = "\n".join(new for line in linked.split("\n")
+                              for new in _line(line, file, declared))
+    return "".join(blocks)
+
+
+def _spans(text):
+    """Spans of code that Doxygen would not show as they are: a leading `::` is no name of a global
+    scope, and an escaped bar within a table is a bar."""
+    def span(match):
+        code = match[1].replace("&", "&amp;").replace("<", "&lt;").replace("--", r"\--")
+        return f"<code>{re.sub('^::', lambda _: BACKSLASH + '::', code)}</code>"
+    return re.sub(r"`(::[A-Za-z][^`]*|[^`]*\\\|[^`]*)`", span, text)
+
+
+if __name__ == "__main__":
+    source = Path(sys.argv[1]).resolve()
+    sys.stdout.write(fill(source) if source.suffix == ".md" else _spans(source.read_text()))

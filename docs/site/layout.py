@@ -1,0 +1,32 @@
+#!/usr/bin/env python3
+"""Writes Doxygen's layout with the navigation of the site: layout.py DEFAULT_LAYOUT >LAYOUT"""
+import re
+import sys
+from pathlib import Path
+from xml.sax.saxutils import quoteattr
+
+import pages
+
+
+def navigation():
+    yield "<navindex>"
+    for group, files in pages.grouped().items():
+        yield f'<tab type="usergroup" url="[none]" title={quoteattr(group)}>'
+        for file in files:
+            page = pages.page_of(file)
+            url = "index.html" if page == "index" else "@ref " + page
+            title = "Overview" if page == "index" else pages.title_of(file)
+            yield f'<tab type="user" url={quoteattr(url)} title={quoteattr(title)}/>'
+        yield "</tab>"
+    yield '<tab type="usergroup" url="[none]" title="Reference">'
+    yield '<tab type="filelist" title="Headers"/>'
+    yield '<tab type="globals" title="All names"/>'
+    yield '<tab type="structlist" title="Records"/>'
+    yield "</tab>"
+    yield "</navindex>"
+
+
+if __name__ == "__main__":
+    layout = Path(sys.argv[1]).read_text()
+    sys.stdout.write(re.sub(r"<navindex>.*</navindex>", lambda _: "\n".join(navigation()), layout,
+                            flags=re.S))

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
+#
+# Installs Doxygen and its theme where they are missing (Debian). Fails on any warning and on any link
+# that leads nowhere. FOLDER takes the place of build/docs.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+scripts/install_packages.sh doxygen doxygen-awesome-css python3
+
+export LC_ALL=C.UTF-8
+site=${1:-build/docs}
+mkdir -p "$site"
+WYX_SITE=$(cd "$site" && pwd)
+WYX_THEME=${WYX_THEME:-/usr/share/doxygen-awesome-css}
+WYX_VERSION=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
+WYX_DRAWINGS=$(echo docs/images/*.svg)
+export WYX_SITE WYX_THEME WYX_VERSION WYX_DRAWINGS PYTHONDONTWRITEBYTECODE=1
+
+rm -rf "$WYX_SITE/html"
+doxygen -l "$WYX_SITE/layout-default.xml"
+docs/site/layout.py "$WYX_SITE/layout-default.xml" >"$WYX_SITE/layout.xml"
+doxygen docs/site/Doxyfile
+docs/site/check_links.py "$WYX_SITE/html"
+echo "written: $site/html/index.html"

@@ -1,0 +1,106 @@
+"""What the pages of the site claim about the headers: nothing is left out, and nothing made up."""
+import re
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(ROOT / "docs/site"))
+import check_links  # noqa: E402
+import fill_page  # noqa: E402
+import headers  # noqa: E402
+import pages  # noqa: E402
+
+
+class Headers(unittest.TestCase):
+    declared = headers.read_all()
+
+    def test_every_exported_function_is_found_with_its_documentation(self):
+        found = {call.name: call for header in self.declared.values() for call in header.calls}
+        exported = set()
+        for exports in ("src/commlib/exports.txt", "platform/exports.txt",
+                        "platform/exports_accounting.txt"):
+            exported |= set((ROOT / exports).read_text().split())
+        undeclared = {"Encode", "Decode", "MD5Transform"}  # steps of calls, for nobody to call
+        self.assertEqual(exported - undeclared - {"QAL_CHARset"}, set(found))
+        for call in found.values():
+            self.assertTrue(call.brief, call.name)
+
+    def test_every_parameter_is_found(self):
+        copy = next(c for c in self.declared["bounded.h"].calls if c.name == "wyx_memcpy_s")
+        self.assertEqual([("out", "pDest"), ("in", "ulDestMax"), ("in", "pSrc"), ("in", "ulCount")],
+                         [param[:2] for param in copy.params])
+        self.assertEqual("where to; untouched on failure", copy.params[0][2])
+
+    def test_a_status_is_returned_by_some_call_unless_it_says_otherwise(self):
+        for header in self.declared.values():
+            for status in header.statuses:
+                self.assertEqual(status.is_returned, bool(status.calls), status.name)
+
+    def test_statuses_of_calls_that_a_call_refers_to_are_its_own(self):
+        calls = {s.name: s.calls for s in self.declared["ini_parser.h"].statuses}
+        self.assertEqual(["XELP_IniCheckFile", "IniCheckKeyLine"], calls["XELP_ERR_INI_COMMENT"])
+        self.assertIn("XELP_IniDelKey", calls["XELP_ERR_INI_KEY_NAME"])
+        ports = next(s for s in self.declared["ip4_ip6_parser.h"].statuses
+                     if s.name == "XELP_OK_HAVE_PORT")
+        self.assertEqual(["XELP_Parse_IPV4"], ports.calls)
+
+
+class Pages(unittest.TestCase):
+    def test_every_page_can_be_filled_and_has_a_name_of_its_own(self):
+        names = [pages.page_of(file) for file in pages.every()]
+        self.assertEqual(len(names), len(set(names)))
+        for file in pages.every():
+            self.assertNotRegex(fill_page.fill(file), r"<!-- (calls|statuses|failures|example):")
+
+    def test_the_index_of_error_codes_has_every_status(self):
+        text = fill_page.fill(ROOT / "docs/error-codes.md")
+        for header in Headers.declared.values():
+            for status in header.statuses:
+                row = f"<td>{status.number}</td><td><code>@ref {status.name}</code></td>"
+                self.assertEqual(not status.is_marker, row in text, status.name)
+
+    def test_every_module_has_a_page_with_its_calls_and_an_example_that_is_run(self):
+        registered = re.findall(r"wyx_add_example\((\w+)",
+                                (ROOT / "examples/CMakeLists.txt").read_text())
+        shown = set()
+        for file in (ROOT / "docs/modules").glob("*.md"):
+            text = file.read_text()
+            shown |= set(re.findall(r"<!-- calls: (\S+) -->", text))
+            examples = re.findall(r"<!-- example: examples/(\w+)\.c -->", text)
+            self.assertEqual(1, len(examples), file.name)
+            self.assertIn(examples[0], registered)
+        declaring = {header.name for header in Headers.declared.values() if header.calls}
+        self.assertEqual(declaring, shown)
+
+    def test_a_link_to_nowhere_is_noticed(self):
+        with self.assertRaises(SystemExit):
+            fill_page._link(re.match(r"\[(.*)\]\((.*)\)", "[x](no-such.md)"),
+                            ROOT / "docs/tool.md")
+
+
+class Links(unittest.TestCase):
+    def errors(self, **files):
+        with tempfile.TemporaryDirectory() as folder:
+            for name, text in files.items():
+                (Path(folder) / f"{name}.html").write_text(text)
+            return check_links.check(Path(folder).resolve())[2]
+
+    def test_links_that_lead_somewhere_are_fine(self):
+        self.assertEqual([], self.errors(
+            a='<h1 id="top">x</h1><a href="b.html#there">y</a><a href="#top">z</a>'
+              '<a href="https://example.org/">elsewhere</a>',
+            b='<a name="there"></a>'))
+
+    def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
+        self.assertEqual(
+            ["a.html: b.html#there: no such place", "a.html: c.html: no such file",
+             "a.html: loads https://example.org/x.css"],
+            self.errors(a='<a href="b.html#there">x</a><a href="c.html">y</a>'
+                          '<link href="https://example.org/x.css">', b=""))
+
+
+if __name__ == "__main__":
+    unittest.main()
