@@ -54,3 +54,25 @@ foreach(library wyx_commlib wyx_os_adapter)
     install(FILES "${PROJECT_BINARY_DIR}/${library}.pc"
         DESTINATION "${WYX_INSTALL_PKGCONFIGDIR}" COMPONENT development)
 endforeach()
+
+include(WyxManuals)
+if(TARGET wyx_manuals)
+    install(DIRECTORY "${WYX_MAN_FOLDER}/man3" DESTINATION "${CMAKE_INSTALL_MANDIR}"
+        COMPONENT development)
+endif()
+
+if(TARGET wyx)
+    # The tool finds the libraries by its own place, too.
+    file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(wyx PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+    install(TARGETS wyx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
+    install(FILES "${WYX_MAN_FOLDER}/man1/wyx.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+        COMPONENT tool)
+    set(completions "${PROJECT_SOURCE_DIR}/tools/wyx/completions")
+    install(FILES "${completions}/wyx.bash" RENAME wyx
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
+    install(FILES "${completions}/_wyx"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
+    install(FILES "${completions}/wyx.fish"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tool)
+endif()
