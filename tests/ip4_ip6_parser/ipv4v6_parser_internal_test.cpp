@@ -12,6 +12,7 @@
 
 #include "address_model.h"
 #include "address_texts.h"
+#include "reclassified.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 namespace wyx::test {
@@ -65,23 +66,6 @@ TEST(Charset, HoldsThePublishedValues)
         }
     }
 }
-
-/// Gives a byte other classes for the time of a test.
-class Reclassified {
-  public:
-    Reclassified(char ch, QAL_UINT32 ulClasses)
-        : ulEntry_(QAL_CHARset[static_cast<unsigned char>(ch)]), ulBefore_(ulEntry_)
-    {
-        ulEntry_ = ulClasses;
-    }
-    ~Reclassified() { ulEntry_ = ulBefore_; }
-    Reclassified(const Reclassified &) = delete;
-    Reclassified &operator=(const Reclassified &) = delete;
-
-  private:
-    QAL_UINT32 &ulEntry_;
-    QAL_UINT32 ulBefore_;
-};
 
 QAL_UINT32 StatusOfIpv4(std::string_view text, QAL_UINT32 *pulAddr = nullptr)
 {
@@ -494,7 +478,7 @@ TEST(TakeQuadBehindGap, AsksForSuccessAndFourOctets)
             std::memcpy(&ulAddr, aucDelivered, sizeof ulAddr);
             const bool isTaken = ulStatus == 0 && uwLen == 4;
             EXPECT_EQ(TakeQuadBehindGap(ulStatus, struIp4, ulAddr, struIp6), isTaken ? 0U : 30U);
-            const QAL_UINT8 *const pucValue = struIp6.address.value;
+            const QAL_UINT8 *const pucValue = struIp6.value;
             EXPECT_EQ(std::memcmp(pucValue, aucNone, 12), 0);
             EXPECT_EQ(std::memcmp(pucValue + 12, isTaken ? aucDelivered : aucNone, 4), 0);
         }

@@ -1,5 +1,6 @@
-// The address parsers: recognisers over the scanner's readers. IPv6 takes one decision, on the
-// characters behind the head run, in the order of the table in the header.
+// The address parsers: recognisers over the scanner's readers, but for the usual form of a dotted
+// address, which is read in words. IPv6 takes one decision, on the characters behind the head run,
+// in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "bounded.h"
 #include "ipv4v6_parser_internal.h"
+#include "ipv4v6_parser_words.h"
 #include "os_adapter.h"
 
 using namespace wyx;
@@ -70,6 +72,46 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     return ulReduced <= 0xFF;
 }
 
+/// Reads a text of any form, one character after the other. The outputs are untouched on failure.
+[[gnu::noinline]] QAL_UINT32 ScanIpv4(Parse_Ipv4v6_S_BUF struBuf, QAL_UINT32 &ulAddr,
+                                      QAL_UINT16 &uwPort)
+{
+    Parse_S_IP4Address struIp4 = {};
+    _octet1 &address = struIp4.address;
+
+    for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
+        if (i > 0 && !StepOver(struBuf, '.')) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+        if (!ReadOctet(struBuf, address.value[i])) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+    }
+    address.length = kIp4Len;
+
+    if (StepOver(struBuf, ':')) {
+        struIp4.bit_mask = 1;
+        const bool isHex = HasHexPrefix(struBuf.cur_bp);
+        Advance(struBuf, isHex ? 2 : 0);
+        const QAL_UINT32 ulStatus = core_td_u16(&struIp4.portNumber, isHex ? kHex : kDec, &struBuf);
+        if (ulStatus != 0) {
+            return ulStatus;
+        }
+    }
+    if (struBuf.cur_bp_rem_len != 0) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
+
+    std::swap(address.value[0], address.value[3]);
+    std::swap(address.value[1], address.value[2]);
+    wyx_memcpy_s(&ulAddr, kIp4Len, address.value, address.length);
+    if (struIp4.bit_mask == 0) {
+        return 0;
+    }
+    uwPort = struIp4.portNumber;
+    return XELP_OK_HAVE_PORT;
+}
+
 /// One IPv6 text under way.
 struct Ipv6Work {
     Parse_Ipv4v6_S_BUF struBuf;
@@ -88,8 +130,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
     const QAL_UINT32 ulDropped = work.ulRunLen > ulEnd ? work.ulRunLen - ulEnd : 0;
     const QAL_UINT32 ulKept = work.ulRunLen - ulDropped;
-    wyx_memcpy_s(work.struIp6.address.value + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped,
-                 ulKept);
+    wyx_memcpy_s(work.struIp6.value + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
 /// A dotted quad behind a gap, which is the rest of the text.
@@ -148,7 +189,7 @@ bool TakeDottedQuad(Ipv6Work &work)
         return false;
     }
     for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
-        work.struIp6.address.value[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
+        work.struIp6.value[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
     }
     work.isTailTaken = true;
     return true;
@@ -192,41 +233,10 @@ QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT1
     }
     *pulAddr = 0;
     *puwPort = 0;
-    Parse_Ipv4v6_S_BUF struBuf = StartOf(pszIPV4Addr);
-    Parse_S_IP4Address struIp4 = {};
-    _octet1 &address = struIp4.address;
-
-    for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
-        if (i > 0 && !StepOver(struBuf, '.')) {
-            return XELP_ERR_PARSE_IPV4V6_INVALID;
-        }
-        if (!ReadOctet(struBuf, address.value[i])) {
-            return XELP_ERR_PARSE_IPV4V6_INVALID;
-        }
-    }
-    address.length = kIp4Len;
-
-    if (StepOver(struBuf, ':')) {
-        struIp4.bit_mask = 1;
-        const bool isHex = HasHexPrefix(struBuf.cur_bp);
-        Advance(struBuf, isHex ? 2 : 0);
-        const QAL_UINT32 ulStatus = core_td_u16(&struIp4.portNumber, isHex ? kHex : kDec, &struBuf);
-        if (ulStatus != 0) {
-            return ulStatus;
-        }
-    }
-    if (struBuf.cur_bp_rem_len != 0) {
-        return XELP_ERR_PARSE_IPV4V6_INVALID;
-    }
-
-    std::swap(address.value[0], address.value[3]);
-    std::swap(address.value[1], address.value[2]);
-    wyx_memcpy_s(pulAddr, kIp4Len, address.value, address.length);
-    if (struIp4.bit_mask == 0) {
-        return 0;
-    }
-    *puwPort = struIp4.portNumber;
-    return XELP_OK_HAVE_PORT;
+    const Parse_Ipv4v6_S_BUF struBuf = StartOf(pszIPV4Addr);
+    const QAL_UINT32 ulStatus = ReadUsualIpv4(
+        struBuf.cur_bp, static_cast<QAL_UINT32>(struBuf.cur_bp_rem_len), *pulAddr, *puwPort);
+    return ulStatus != kNotUsual ? ulStatus : ScanIpv4(struBuf, *pulAddr, *puwPort);
 }
 
 // Kept: a port does not show in the status (ParseIpv6.PortDoesNotShowInTheStatus).
@@ -241,16 +251,14 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
     StepOver(struBuf, '[');
 
     if (IsOf(kHexDigit, *struBuf.cur_bp)) {
-        const QAL_UINT32 ulStatus = core_td_hexseq(work.aucRun, &work.ulRunLen, &struBuf);
+        const QAL_UINT32 ulStatus = core_td_hexseq(work.struIp6.value, &work.ulRunLen, &struBuf);
         if (ulStatus != 0) {
             return ulStatus;
         }
-        wyx_memcpy_s(work.struIp6.address.value, kIp6Len, work.aucRun, work.ulRunLen);
     }
     if (work.ulRunLen < kIp6Len && !TakeForm(work)) {
         return XELP_ERR_PARSE_IPV4V6_INVALID;
     }
-    work.struIp6.address.length = kIp6Len;
 
     if (!work.isTailTaken && work.ulResult == 0) {
         StepOver(struBuf, ']');
@@ -264,7 +272,7 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
         work.ulResult = 0;
     }
     const Parse_S_IP6Address &struIp6 = work.struIp6;
-    wyx_memcpy_s(pucAddr, kIp6Len, struIp6.address.value, struIp6.address.length);
+    __builtin_memcpy(pucAddr, struIp6.value, kIp6Len);
     *puwPort = struIp6.bit_mask != 0 ? struIp6.portNumber : QAL_UINT16{0};
     return work.ulResult;
 }

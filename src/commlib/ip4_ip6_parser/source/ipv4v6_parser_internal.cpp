@@ -2,6 +2,7 @@
 // consult it.
 #include "ipv4v6_parser_internal.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 
@@ -74,21 +75,30 @@ constexpr QAL_UINT16 kGroupDigits = 4;
 constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
 constexpr QAL_INT kDottedTailLen = 5; // the shortest dotted tail that is left to the caller
 
+constexpr QAL_UINT8 kHexBase = 16;
+constexpr QAL_UINT8 kGroupEnd = 0xFE;
 constexpr QAL_UINT8 kNoHexDigit = 0xFF;
 
-/// The value of a hexadecimal digit, or kNoHexDigit.
-QAL_UINT8 HexValue(QAL_CHAR chDigit)
+/// The values of the hexadecimal digits; kGroupEnd for what may stand behind a group, kNoHexDigit
+/// for everything else. Looked up, since no branch predictor foretells whether the next digit is a
+/// letter.
+consteval std::array<QAL_UINT8, 256> MakeHexValues()
 {
-    if (chDigit >= '0' && chDigit <= '9') {
-        return static_cast<QAL_UINT8>(chDigit - '0');
+    std::array<QAL_UINT8, 256> aTab{};
+    aTab.fill(kNoHexDigit);
+    for (QAL_UINT8 i = 0; i < kHexBase; ++i) {
+        aTab[static_cast<QAL_UINT8>("0123456789abcdef"[i])] = i;
+        aTab[static_cast<QAL_UINT8>("0123456789ABCDEF"[i])] = i;
     }
-    if (chDigit >= 'A' && chDigit <= 'F') {
-        return static_cast<QAL_UINT8>(chDigit - 'A' + 10);
-    }
-    if (chDigit >= 'a' && chDigit <= 'f') {
-        return static_cast<QAL_UINT8>(chDigit - 'a' + 10);
-    }
-    return kNoHexDigit;
+    aTab['.'] = aTab[':'] = aTab[']'] = aTab['\0'] = kGroupEnd;
+    return aTab;
+}
+
+constexpr auto kHexValues = MakeHexValues();
+
+QAL_UINT8 HexValue(QAL_CHAR ch)
+{
+    return kHexValues[static_cast<QAL_UINT8>(ch)];
 }
 
 /// With the cursor on a colon before a digit: does the run go on behind it, or is a dotted tail
@@ -107,6 +117,60 @@ bool GoesOnBehindColon(const Parse_Ipv4v6_S_BUF &struBuf)
         pszText[2] != '\0' && (pszText[3] == '.' || (pszText[3] != '\0' && pszText[4] == '.'));
     return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
            pszText[3] == ':' || pszText[4] == ':';
+}
+
+/// Reads one group.
+inline QAL_UINT32 ReadGroup(QAL_UINT16 &uwGroup, Parse_Ipv4v6_S_BUF &struBuf)
+{
+    uwGroup = 0;
+    QAL_UINT32 ulValue = 0;
+    for (QAL_UINT16 uwDigits = 1;; ++uwDigits) {
+        const QAL_CHAR chDigit = *struBuf.cur_bp;
+        if (!IsOf(kHexDigit, chDigit) || struBuf.cur_bp_rem_len < 1) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+        const QAL_UINT8 ucDigit = HexValue(chDigit);
+        // Only a caller's own table calls anything else a digit
+        // (Charset.AddedHexDigitCountsAsZero).
+        ulValue = ulValue << 4 | (ucDigit < kHexBase ? ucDigit : 0U);
+        Advance(struBuf, 1);
+
+        const QAL_CHAR chNext = *struBuf.cur_bp;
+        if (HexValue(chNext) == kGroupEnd) {
+            uwGroup = static_cast<QAL_UINT16>(ulValue);
+            return 0;
+        }
+        if (uwDigits == kGroupDigits) {
+            return XELP_ERR_PARSE_IPV4V6_INVALID;
+        }
+    }
+}
+
+/// Reads a run of groups. The cursor is the caller's own variable and stays in registers: in
+/// memory, each digit would wait for the step over the one before it.
+inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
+{
+    ulLen = 0;
+    if (!IsOf(kHexDigit, *struBuf.cur_bp)) {
+        return 0;
+    }
+    while (struBuf.cur_bp_rem_len >= 1) {
+        QAL_UINT16 uwGroup = 0;
+        const QAL_UINT32 ulStatus = ReadGroup(uwGroup, struBuf);
+        if (ulStatus != 0) {
+            return ulStatus;
+        }
+        pucBytes[ulLen++] = static_cast<QAL_UINT8>(uwGroup >> 8);
+        pucBytes[ulLen++] = static_cast<QAL_UINT8>(uwGroup);
+
+        const QAL_CHAR *const pszText = struBuf.cur_bp;
+        if (pszText[0] != ':' || !IsOf(kHexDigit, pszText[1]) || ulLen == kRunBytes ||
+            !GoesOnBehindColon(struBuf)) {
+            break;
+        }
+        Advance(struBuf, 1);
+    }
+    return 0;
 }
 
 } // namespace
@@ -140,59 +204,24 @@ QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base, Parse_Ipv4v6_S_BU
 
 QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
 {
-    *OUT_hex4 = 0;
-    QAL_UINT32 ulValue = 0;
-    for (QAL_UINT16 uwDigits = 1;; ++uwDigits) {
-        const QAL_CHAR chDigit = *IN_dec_buf->cur_bp;
-        if (!IsOf(kHexDigit, chDigit) || IN_dec_buf->cur_bp_rem_len < 1) {
-            return XELP_ERR_PARSE_IPV4V6_INVALID;
-        }
-        const QAL_UINT8 ucDigit = HexValue(chDigit);
-        // Only a caller's own table calls anything else a digit
-        // (Charset.AddedHexDigitCountsAsZero).
-        ulValue = ulValue << 4 | (ucDigit == kNoHexDigit ? 0U : ucDigit);
-        Advance(*IN_dec_buf, 1);
-
-        const QAL_CHAR chNext = *IN_dec_buf->cur_bp;
-        if (chNext == '.' || chNext == ':' || chNext == ']' || chNext == '\0') {
-            *OUT_hex4 = static_cast<QAL_UINT16>(ulValue);
-            return 0;
-        }
-        if (uwDigits == kGroupDigits) {
-            return XELP_ERR_PARSE_IPV4V6_INVALID;
-        }
-    }
+    return ReadGroup(*OUT_hex4, *IN_dec_buf);
 }
 
 QAL_UINT32 core_td_hexseq(QAL_UINT8 *OUT_hex_seq, QAL_UINT32 *OUT_len,
                           Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
 {
-    *OUT_len = 0;
-    if (!IsOf(kHexDigit, *IN_dec_buf->cur_bp)) {
-        return 0;
-    }
-    while (IN_dec_buf->cur_bp_rem_len >= 1) {
-        QAL_UINT16 uwGroup = 0;
-        const QAL_UINT32 ulStatus = core_td_hex4(&uwGroup, IN_dec_buf);
-        if (ulStatus != 0) {
-            return ulStatus;
-        }
-        OUT_hex_seq[(*OUT_len)++] = static_cast<QAL_UINT8>(uwGroup >> 8);
-        OUT_hex_seq[(*OUT_len)++] = static_cast<QAL_UINT8>(uwGroup);
-
-        const QAL_CHAR *const pszText = IN_dec_buf->cur_bp;
-        if (pszText[0] != ':' || !IsOf(kHexDigit, pszText[1]) || *OUT_len == kRunBytes ||
-            !GoesOnBehindColon(*IN_dec_buf)) {
-            break;
-        }
-        Advance(*IN_dec_buf, 1);
-    }
-    return 0;
+    Parse_Ipv4v6_S_BUF struBuf = *IN_dec_buf;
+    QAL_UINT32 ulLen = 0;
+    const QAL_UINT32 ulStatus = ReadGroups(OUT_hex_seq, ulLen, struBuf);
+    *OUT_len = ulLen;
+    *IN_dec_buf = struBuf;
+    return ulStatus;
 }
 
 QAL_UINT32 core_td_convert_hex(QAL_INT8 ch, QAL_UINT8 *hex)
 {
-    *hex = HexValue(ch);
+    const QAL_UINT8 ucValue = HexValue(ch);
+    *hex = ucValue < kHexBase ? ucValue : kNoHexDigit;
     return *hex == kNoHexDigit ? 1 : 0;
 }
 

@@ -52,11 +52,8 @@ struct xelpParse_S_IP4Address {
 using Parse_S_IP4Address = xelpParse_S_IP4Address;
 
 struct xelpParse_S_IP6Address {
-    QAL_UINT8 bit_mask; // 1: with a port
-    struct {
-        QAL_UINT16 length;
-        QAL_UINT8 value[kIp6Len]; // in network order
-    } address;
+    QAL_UINT8 bit_mask;       // 1: with a port
+    QAL_UINT8 value[kIp6Len]; // in network order
     QAL_UINT16 portNumber;
 };
 using Parse_S_IP6Address = xelpParse_S_IP6Address;
@@ -70,7 +67,7 @@ inline QAL_UINT32 TakeQuadBehindGap(QAL_UINT32 ulStatus, const Parse_S_IP4Addres
     if (ulStatus != 0 || struIp4.address.length != kIp4Len) {
         return XELP_ERR_PARSE_IPV4V6_INVALID;
     }
-    wyx_memcpy_s(struIp6.address.value + kIp6Len - kIp4Len, kIp4Len, &ulAddr, kIp4Len);
+    wyx_memcpy_s(struIp6.value + kIp6Len - kIp4Len, kIp4Len, &ulAddr, kIp4Len);
     return 0;
 }
 
