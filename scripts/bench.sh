@@ -2,8 +2,9 @@
 # Compares the library with others that do the same work, in the build that runs everywhere and in the
 # best one for this machine: scripts/bench.sh [DIR [ARGUMENT...]]
 #
-# DIR (default: build/bench) takes the two build trees and the results, bench.json. Arguments go to
-# every program, such as --only CRC or --rounds 51; WYX_BENCH_PROGRAMS="crc md5" runs just those.
+# DIR (default: build/bench) takes the two build trees and the results: bench.json, and bench.html, a
+# page with charts of them, which docs/benchmarks.md explains. Arguments go to every program, such as
+# --only CRC or --rounds 51; WYX_BENCH_PROGRAMS="crc md5" runs just those.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -16,7 +17,7 @@ peers=(
     libssl-dev nettle-dev                 # md5, base64
     libinih-dev libiniparser-dev          # ini
 )
-bash "$root/scripts/install_packages.sh" g++ cmake ninja-build "${peers[@]}"
+bash "$root/scripts/install_packages.sh" g++ cmake ninja-build python3 "${peers[@]}"
 
 declare -A cpu=([baseline]=baseline [best]=native)
 results=()
@@ -45,5 +46,6 @@ done
     done
     echo "]"
 } >"$dir/bench.json"
+"$root/bench/compare/page.py" "$dir/bench.json" >"$dir/bench.html"
 echo
-echo "written: $dir/bench.json"
+echo "written: $dir/bench.json, $dir/bench.html"

@@ -1,11 +1,15 @@
 // Timing by turns, tables and JSON of the comparisons.
 #include "harness.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
+#include <thread>
 
 namespace wyx::bench {
 namespace {
@@ -106,6 +110,32 @@ std::string CpuName()
         }
     }
     return "unknown";
+}
+
+/// Now, to the minute.
+std::string Date()
+{
+    const std::time_t now = std::time(nullptr);
+    char acText[64] = "";
+    std::strftime(acText, sizeof acText, "%Y-%m-%d %H:%M UTC", std::gmtime(&now));
+    return acText;
+}
+
+/// Seconds that the machine's processors were at work, all together, since it was started; 0 where
+/// the system does not tell.
+double MachineSeconds()
+{
+    std::ifstream info("/proc/stat");
+    std::string name;
+    double user = 0, nice = 0, system = 0, idle = 0, wait = 0, irq = 0, softIrq = 0, steal = 0;
+    info >> name >> user >> nice >> system >> idle >> wait >> irq >> softIrq >> steal;
+    return (user + nice + system + irq + softIrq + steal) /
+           static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+double OwnSeconds()
+{
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
 std::string Quoted(const std::string &text)
@@ -225,7 +255,10 @@ bool Report::WriteJson() const
 {
     std::ofstream out(json_);
     out << "{\"level\": " << Quoted(level_) << ", \"compiler\": " << Quoted(kCompiler)
-        << ", \"cpu\": " << Quoted(CpuName()) << ", \"rounds\": " << rounds_ << ", \"cases\": [";
+        << ", \"cpu\": " << Quoted(CpuName())
+        << ", \"cpus\": " << std::max(1U, std::thread::hardware_concurrency())
+        << ", \"date\": " << Quoted(date_) << ", \"others\": " << others_
+        << ", \"rounds\": " << rounds_ << ", \"cases\": [";
     const char *pszSeparator = "\n";
     for (const Task &task : tasks_) {
         for (const Case &c : task.cases) {
@@ -257,6 +290,9 @@ bool Report::WriteJson() const
 
 int Report::Run()
 {
+    date_ = Date();
+    const auto start = std::chrono::steady_clock::now();
+    const double otherWork = MachineSeconds() - OwnSeconds();
     std::printf("# %s, %s, %zu rounds\n", CpuName().c_str(), kCompiler, rounds_);
     for (Task &task : tasks_) {
         bool isAnyWanted = false;
@@ -270,6 +306,8 @@ int Report::Run()
             Print(task);
         }
     }
+    const std::chrono::duration<double> run = std::chrono::steady_clock::now() - start;
+    others_ = std::max(0.0, (MachineSeconds() - OwnSeconds() - otherWork) / run.count());
     if (!json_.empty() && !WriteJson()) {
         std::fprintf(stderr, "cannot write %s\n", json_.c_str());
         return 1;

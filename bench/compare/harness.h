@@ -118,6 +118,8 @@ class Report {
     std::size_t rounds_ = 51;
     std::string json_;
     std::string only_;
+    std::string date_;  ///< when the run began
+    double others_ = 0; ///< how many processors were busy with something else meanwhile
     std::deque<Task> tasks_;
 };
 

@@ -1,0 +1,274 @@
+#!/usr/bin/env python3
+"""Makes a page with charts of one run of scripts/bench.sh: page.py BENCH_JSON >PAGE
+
+The page holds everything it shows: it loads nothing, and needs no script. docs/benchmarks.md says how
+to read it.
+"""
+import json
+import math
+import sys
+from html import escape
+
+WIDTH, TOP = 360, 24  # of a chart and of what stands above its rows; a page scales it
+LEVELS = ("baseline", "best")
+# With a larger share of the processors busy with something else, figures are not to be believed.
+QUIET = 0.2
+
+STYLE = """
+:root { color-scheme: light dark; --text: #1b2733; --soft: #51606e; --line: #c9d3dc; --page: #fff;
+        --card: #f6f8fa; --baseline: #1f6fb5; --best: #b3540a; --one: #1b2733; --slow: #fbeeee;
+        --missed: #b3261e; }
+@media (prefers-color-scheme: dark) {
+  :root { --text: #e4ebf1; --soft: #a3b1bd; --line: #3c4853; --page: #16191c; --card: #1e2327;
+          --baseline: #69b3f2; --best: #f0a056; --one: #e4ebf1; --slow: #2c2022; --missed: #ff8f86; }
+}
+body { font: 16px/1.5 system-ui, sans-serif; color: var(--text); background: var(--page);
+       max-width: 76rem; margin: 0 auto; padding: 1rem; }
+h1 { font-size: 1.6rem; line-height: 1.2; margin: 0.5rem 0 1rem; }
+h2 { font-size: 1.25rem; margin: 2.5rem 0 0.5rem; border-bottom: 1px solid var(--line); }
+h3 { font-size: 1rem; margin: 0 0 0.25rem; }
+a { color: var(--baseline); }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: 0.1rem 1rem; margin: 0 0 1rem; }
+dt { color: var(--soft); } dd { margin: 0; overflow-wrap: anywhere; }
+nav { display: flex; flex-wrap: wrap; gap: 0.2rem 1rem; }
+.key { display: flex; flex-wrap: wrap; gap: 0.2rem 1.2rem; align-items: center; color: var(--soft); }
+.key svg { width: 1.8em; height: 1em; vertical-align: -0.1em; }
+.warning { border-left: 4px solid var(--missed); background: var(--card); padding: 0.5rem 1rem; }
+.charts { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 20rem), 1fr));
+          gap: 1rem; margin: 1rem 0; }
+figure { margin: 0; padding: 0.75rem; background: var(--card); border-radius: 8px; }
+figure svg { display: block; width: 100%; height: auto; }
+svg text { font: 12px system-ui, sans-serif; fill: var(--soft); }
+.grid { stroke: var(--line); stroke-width: 1; }
+.one { stroke: var(--one); stroke-width: 1.5; }
+.slow { fill: var(--slow); }
+.baseline { stroke: var(--baseline); fill: var(--baseline); }
+.best { stroke: var(--best); fill: var(--best); }
+.whisker { stroke-width: 1.5; }
+.target { stroke-width: 2; stroke-dasharray: 3 2; }
+.scroll { overflow-x: auto; }
+table { border-collapse: collapse; font-size: 0.9rem; font-variant-numeric: tabular-nums; }
+th, td { padding: 0.2rem 0.7rem; text-align: right; border-bottom: 1px solid var(--line);
+         white-space: nowrap; }
+th { color: var(--soft); font-weight: 600; vertical-align: bottom; }
+th:first-child, td:first-child, th:nth-child(2), td:nth-child(2) { text-align: left; }
+.missed { color: var(--missed); font-weight: 600; }
+summary { cursor: pointer; color: var(--soft); }
+"""
+
+
+def tasks_of(runs):
+    """{task: {contender: {"role": ..., "points": {case: {level: case of the JSON}}}}}, in order."""
+    tasks = {}
+    for run in runs:
+        for case in run["cases"]:
+            contenders = tasks.setdefault(case["task"], {})
+            contender = contenders.setdefault(case["name"], {"role": case["role"], "points": {}})
+            contender["points"].setdefault(case["case"], {})[run["level"]] = case
+    for contenders in tasks.values():
+        for contender in contenders.values():
+            contender["points"] = dict(sorted(contender["points"].items(), key=size_of))
+    return tasks
+
+
+def size_of(case):
+    """Sizes go upwards; cases without one stay in the order of the run."""
+    return next(iter(case[1].values()))["bytes"]
+
+
+def number(value):
+    """Three figures, no more."""
+    if value >= 100:
+        return f"{value:.0f}"
+    return f"{value:.2f}" if value < 10 else f"{value:.1f}"
+
+
+def time(ns):
+    for factor, unit in ((1, "ns"), (1e3, "µs"), (1e6, "ms")):
+        if ns < 1e4 * factor:
+            return f"{number(ns / factor)} {unit}"
+    return f"{number(ns / 1e9)} s"
+
+
+def whisker(case):
+    """The ends of a ratio's spread; a logarithm needs them above 0."""
+    ratio, spread = case["ratio"], case["spread"]
+    return max(ratio - spread, ratio / 10), ratio + spread
+
+
+class Scale:
+    """From ratios to places across: logarithmic, with 1 in it and room for every mark."""
+
+    def __init__(self, ratios, left):
+        self.low = math.log10(min([*ratios, 0.8])) - 0.05
+        self.high = math.log10(max([*ratios, 1.25])) + 0.05
+        self.left, self.right = left, WIDTH - 10
+
+    def x(self, ratio):
+        share = (math.log10(ratio) - self.low) / (self.high - self.low)
+        share = min(max(share, 0), 1)  # the whiskers of a run that was disturbed may reach further
+        return round(self.left + share * (self.right - self.left), 1)
+
+    def ticks(self):
+        """1, 2, 5, 10, ... as far as they fit; of a wide range only the powers of ten."""
+        steps = (1, 2, 5) if self.high - self.low < 2.6 else (1,)
+        decades = range(math.floor(self.low), math.ceil(self.high) + 1)
+        ticks = [step * 10.0 ** decade for decade in decades for step in steps]
+        return [tick for tick in ticks if self.low <= math.log10(tick) <= self.high]
+
+
+def mark(case, level, point, scale, y):
+    """One ratio: a whisker, a dot, and its target if it has one."""
+    said = f"{case}, {level}: {number(point['ratio'])} ± {number(point['spread'])}"
+    if "target" in point:
+        said += f", target {number(point['target'])}"
+        at = scale.x(point["target"])
+        yield f'<line class="{level} target" x1="{at}" x2="{at}" y1="{y - 5}" y2="{y + 5}"/>'
+    at, (start, end) = scale.x(point["ratio"]), map(scale.x, whisker(point))
+    shape = (f'<circle r="3.5" cx="{at}" cy="{y}"/>' if level == LEVELS[0] else
+             f'<rect width="7" height="7" x="{at - 3.5:.1f}" y="{y - 3.5}"/>')
+    yield (f'<g class="{level}"><title>{escape(said)}</title>'
+           f'<line class="whisker" x1="{start}" x2="{end}" y1="{y}" y2="{y}"/>{shape}</g>')
+
+
+def chart(name, contender, ratios):
+    """A row for each case, its name before it or, if that is long, above it."""
+    points = contender["points"]
+    is_long = max(map(len, points)) > 10
+    left, row = (10, 42) if is_long else (72, 26)
+    scale = Scale(ratios, left)
+    height = TOP + row * len(points) + 6
+    one = scale.x(1)
+    parts = []
+    if contender["role"] == "peer":
+        parts.append(f'<rect class="slow" x="{left}" y="{TOP}" width="{one - left:.1f}" '
+                     f'height="{height - TOP}"/>')
+    for tick in scale.ticks():
+        x = scale.x(tick)
+        parts.append(f'<line class="{"one" if tick == 1 else "grid"}" x1="{x}" x2="{x}" '
+                     f'y1="{TOP}" y2="{height}"/>')
+        parts.append(f'<text x="{x}" y="{TOP - 6}" text-anchor="middle">{tick:g}</text>')
+    for i, (case, by_level) in enumerate(points.items()):
+        bottom = TOP + row * (i + 1)
+        if is_long:
+            parts.append(f'<text x="{left + 2}" y="{bottom - 25}">{escape(case)}</text>')
+        else:
+            parts.append(f'<text x="{left - 6}" y="{bottom - 7}" text-anchor="end">'
+                         f"{escape(case)}</text>")
+        for level, y in zip(LEVELS, (bottom - 15, bottom - 6)):
+            if level in by_level:
+                parts += mark(case, level, by_level[level], scale, y)
+    heading = f"against {name}" if contender["role"] == "peer" else f"limit: {name}"
+    said = "; ".join(
+        f"{case} " + ", ".join(f"{level} {number(by_level[level]['ratio'])}"
+                               for level in LEVELS if level in by_level)
+        for case, by_level in points.items())
+    return (f'<figure><h3>{escape(heading)}</h3><svg viewBox="0 0 {WIDTH} {height}" role="img" '
+            f'aria-label="{escape(f"Ratios {heading}: {said}")}">{"".join(parts)}</svg></figure>')
+
+
+def table(contenders):
+    others = [name for name in contenders if contenders[name]["role"] != "ours"]
+    head = ["case", "build", "ours", "GB/s"]
+    head += [name if contenders[name]["role"] == "peer" else f"limit: {name}" for name in others]
+    yield "<table><tr>" + "".join(f"<th>{escape(cell)}</th>" for cell in head) + "</tr>"
+    for name, by_level in next(iter(contenders.values()))["points"].items():
+        for level in LEVELS:
+            if level not in by_level:
+                continue
+            ours = by_level[level]
+            cells = [escape(name), level, time(ours["ns"]),
+                     number(ours["bytes"] / ours["ns"]) if ours["bytes"] else ""]
+            for other in others:
+                point = contenders[other]["points"].get(name, {}).get(level)
+                cells.append(cell_of(point) if point else "")
+            yield "<tr>" + "".join(f"<td>{cell}</td>" for cell in cells) + "</tr>"
+    yield "</table>"
+
+
+def is_missed(point):
+    return "target" in point and point["ratio"] < point["target"]
+
+
+def cell_of(point):
+    text = f"{number(point['ratio'])} ± {number(point['spread'])}"
+    if "target" in point:
+        text += f" [{number(point['target'])}]"
+    return f'<span class="missed">{text} missed</span>' if is_missed(point) else text
+
+
+def section(task, contenders):
+    yield f'<h2 id="{escape(task)}">{escape(task)}</h2><div class="charts">'
+    for role in ("peer", "limit"):
+        same = {name: c for name, c in contenders.items() if c["role"] == role}
+        ratios = [end for c in same.values() for by_level in c["points"].values()
+                  for point in by_level.values()
+                  for end in (point["ratio"], point.get("target", 1))]
+        for name, contender in same.items():
+            yield chart(name, contender, ratios)
+    yield '</div><details><summary>Figures</summary><div class="scroll">'
+    yield from table(contenders)
+    yield "</div></details>"
+
+
+def facts(runs):
+    """What the figures are those of; where programs of a run differ in it, all of it."""
+    def every(member, words="{}"):
+        values = dict.fromkeys(words.format(run[member]) for run in runs if member in run)
+        return ", ".join(values) or "unknown"
+    dates = sorted(run["date"] for run in runs if "date" in run)
+    yield "Machine", every("cpu") + "; " + every("cpus", "{} processors")
+    yield "Compiler", every("compiler")
+    yield "Date", " to ".join(dict.fromkeys((dates[0], dates[-1]))) if dates else "unknown"
+    yield "Builds", every("level")
+    yield "Rounds", every("rounds")
+
+
+def busy(runs):
+    """The largest share of the processors that other work took during a program."""
+    return max((run["others"] / run["cpus"] for run in runs if "others" in run), default=0)
+
+
+def key():
+    def sample(level, shape):
+        return f'<svg viewBox="0 0 36 20" aria-hidden="true"><g class="{level}">{shape}</g></svg>'
+    dot = '<line class="whisker" x1="4" x2="32" y1="10" y2="10"/><circle r="5" cx="18" cy="10"/>'
+    box = ('<line class="whisker" x1="4" x2="32" y1="10" y2="10"/>'
+           '<rect width="10" height="10" x="13" y="5"/>')
+    dash = '<line class="target" x1="18" x2="18" y1="1" y2="19"/>'
+    return ('<p class="key">'
+            f"<span>{sample('baseline', dot)} baseline: runs on every CPU of the kind</span>"
+            f"<span>{sample('best', box)} best: compiled for this machine</span>"
+            f"<span>{sample('baseline', dash)} target</span></p>")
+
+
+def page(runs):
+    tasks = tasks_of(runs)
+    missed = sum(is_missed(point) for contenders in tasks.values() for c in contenders.values()
+                 for by_level in c["points"].values() for point in by_level.values())
+    yield ('<!DOCTYPE html>\n<html lang="en"><head><meta charset="utf-8"/>'
+           '<meta name="viewport" content="width=device-width, initial-scale=1"/>'
+           f"<title>libwyx_commlib: benchmarks</title><style>{STYLE}</style></head><body>")
+    yield "<h1>libwyx_commlib beside others</h1><dl>"
+    for name, value in (*facts(runs), ("Targets missed", str(missed))):
+        yield f"<dt>{name}</dt><dd>{escape(value)}</dd>"
+    yield "</dl>"
+    if busy(runs) > QUIET:
+        yield ('<p class="warning">The machine had other work during this run, which took up to '
+               f"{busy(runs):.0%} of its processors. Measure again before you believe these "
+               "figures.</p>")
+    yield ("<p>A ratio says how many times as fast ours is: right of the line at 1 ours is "
+           "faster, left of it slower. The scale is logarithmic; whiskers are half the distance between the "
+           "quartiles. The limit is what the work cannot do without.</p>")
+    yield key() + "<nav>"
+    yield from (f'<a href="#{escape(task)}">{escape(task)}</a>' for task in tasks)
+    yield "</nav>"
+    for task, contenders in tasks.items():
+        yield from section(task, contenders)
+    yield "</body></html>"
+
+
+if __name__ == "__main__":
+    with open(sys.argv[1], encoding="utf-8") as file:
+        sys.stdout.reconfigure(encoding="utf-8")
+        print("\n".join(page(json.load(file))))
