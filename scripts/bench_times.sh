@@ -15,6 +15,6 @@ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DWYX_BUILD_BENCH=ON 
     -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >/dev/null
 cmake --build "$build" --target bench_times
 cd "$build" # where the files that are loaded and saved are made
-for program in crc_bench ini_bench; do
+for program in crc_bench ini_bench growth_bench; do
     "bench/$program" "$@"
 done
