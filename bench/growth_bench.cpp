@@ -123,60 +123,58 @@ class Numbers {
     std::vector<std::uint32_t> numbers_;
 };
 
-struct Linked : Numbers {
-    explicit Linked(QAL_UINT32 ulSize) : Numbers(ulSize)
-    {
-        Check(XELP_DLinkList_Init(IsSame, LeaveAlone, &pList), "XELP_DLinkList_Init");
-        for (QAL_UINT32 i = 0; i < ulSize; ++i) {
-            Append(At(i));
-        }
-    }
-    ~Linked() { XELP_DLinkList_Deinit(pList, XELP_DLL_FreeUserNode_No); }
-    Linked(const Linked &) = delete;
-    void Append(void *pNumber)
-    {
-        Check(XELP_DLinkList_Insert(pList, pNumber, XELP_DLL_Insert_After_LastNode), "insert");
-    }
+/// What the two lists have in common: calls of the same shape under names of their own.
+template <auto kInsert, auto kAfterLast, auto kRemoveHead, auto kQuery, auto kProcess, auto kDeinit,
+          auto kLeaveNodes>
+class List : public Numbers {
+  public:
+    ~List() { kDeinit(pList_, kLeaveNodes); }
+    List(const List &) = delete;
+    void Append(void *pNumber) { Check(kInsert(pList_, pNumber, kAfterLast), "insert"); }
     void TakeFirst()
     {
         void *pNumber = nullptr;
-        Check(XELP_DLinkList_Remove_HeadNode(pList, &pNumber), "remove");
+        Check(kRemoveHead(pList_, &pNumber), "remove");
     }
     void FindLast()
     {
         void *pNumber = nullptr;
-        Check(XELP_DLinkList_Query(pList, Last(), nullptr, &pNumber), "query");
+        Check(kQuery(pList_, Last(), nullptr, &pNumber), "query");
     }
-    void Walk() { Check(XELP_DLinkList_Process_List(pList, Visit, nullptr, nullptr), "walk"); }
-    void *pList = nullptr;
+    void Walk() { Check(kProcess(pList_, Visit, nullptr, nullptr), "walk"); }
+
+  protected:
+    template <typename Init>
+    List(QAL_UINT32 ulSize, Init init) : Numbers(ulSize)
+    {
+        Check(init(&pList_), "init");
+        for (QAL_UINT32 i = 0; i < ulSize; ++i) {
+            Append(At(i));
+        }
+    }
+
+  private:
+    void *pList_ = nullptr;
 };
 
-struct Indexed : Numbers {
-    explicit Indexed(QAL_UINT32 ulSize) : Numbers(ulSize)
-    {
-        Check(XELP_SLinkList_Init(ulSize, IsSame, LeaveAlone, &pList), "XELP_SLinkList_Init");
-        for (QAL_UINT32 i = 0; i < ulSize; ++i) {
-            Append(At(i));
-        }
-    }
-    ~Indexed() { XELP_SLinkList_Deinit(pList, XELP_SLL_FreeUserNode_No); }
-    Indexed(const Indexed &) = delete;
-    void Append(void *pNumber)
-    {
-        Check(XELP_SLinkList_Insert(pList, pNumber, XELP_SLL_Insert_After_LastNode), "insert");
-    }
-    void TakeFirst()
-    {
-        void *pNumber = nullptr;
-        Check(XELP_SLinkList_Remove_HeadNode(pList, &pNumber), "remove");
-    }
-    void FindLast()
-    {
-        void *pNumber = nullptr;
-        Check(XELP_SLinkList_Query(pList, Last(), nullptr, &pNumber), "query");
-    }
-    void Walk() { Check(XELP_SLinkList_Process_List(pList, Visit, nullptr, nullptr), "walk"); }
-    void *pList = nullptr;
+struct Linked : List<XELP_DLinkList_Insert, XELP_DLL_Insert_After_LastNode,
+                     XELP_DLinkList_Remove_HeadNode, XELP_DLinkList_Query,
+                     XELP_DLinkList_Process_List, XELP_DLinkList_Deinit, XELP_DLL_FreeUserNode_No> {
+    explicit Linked(QAL_UINT32 ulSize)
+        : List(ulSize,
+               [](void **ppList) { return XELP_DLinkList_Init(IsSame, LeaveAlone, ppList); })
+    {}
+};
+
+struct Indexed
+    : List<XELP_SLinkList_Insert, XELP_SLL_Insert_After_LastNode, XELP_SLinkList_Remove_HeadNode,
+           XELP_SLinkList_Query, XELP_SLinkList_Process_List, XELP_SLinkList_Deinit,
+           XELP_SLL_FreeUserNode_No> {
+    explicit Indexed(QAL_UINT32 ulSize)
+        : List(ulSize, [ulSize](void **ppList) {
+              return XELP_SLinkList_Init(ulSize, IsSame, LeaveAlone, ppList);
+          })
+    {}
 };
 
 QAL_UINT32 SpreadHash(void *pKey, QAL_UINT32 *pulHash)
