@@ -19,6 +19,8 @@ export WYX_SITE WYX_THEME WYX_VERSION WYX_DRAWINGS PYTHONDONTWRITEBYTECODE=1
 
 rm -rf "$WYX_SITE/html"
 doxygen -l "$WYX_SITE/layout-default.xml"
+doxygen -w html "$WYX_SITE/header-default.html" "$WYX_SITE/footer.html" "$WYX_SITE/doxygen.css"
+sed 's/<html /<html lang="en" /' "$WYX_SITE/header-default.html" >"$WYX_SITE/header.html"
 docs/site/layout.py "$WYX_SITE/layout-default.xml" >"$WYX_SITE/layout.xml"
 doxygen docs/site/Doxyfile
 docs/site/check_links.py "$WYX_SITE/html"

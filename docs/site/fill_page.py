@@ -132,7 +132,16 @@ def _line(line, file, declared):
         return [f"{line} {{#{anchor}}}"]
     if image := re.fullmatch(r"!\[([^\]]*)\]\(([^)\s]+)\)", line):
         return [drawing(image[1], file.parent / image[2])]
-    return [_spans(line)]
+    return [_linked(_spans(line), declared)]
+
+
+def _linked(line, declared):
+    """Names of calls and statuses lead to their documentation."""
+    def link(match):
+        known = any(match[1] in (thing.name for thing in (*header.calls, *header.statuses))
+                    for header in declared.values())
+        return _code(match[1]) if known else match[0]
+    return re.sub(r"`(\w+)`", link, line)
 
 
 def fill(file):
