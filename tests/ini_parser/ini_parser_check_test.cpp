@@ -175,6 +175,7 @@ TEST_F(IniCheckKeyLine, UnquotedItems)
         {"k=a;b\n", kComment},
         {"k=a;", kComment},
         {"k=ab;", kComment},
+        {"k=\x01;c\n", kComment}, // no byte but the terminator ends the line
         {"k=a;b ;c\n", kComment}, // the first one counts
         {"k=a ;b;c\n", kOk},
         {"k=a\n;c", kComment},

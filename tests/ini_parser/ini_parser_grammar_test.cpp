@@ -424,6 +424,7 @@ TEST_F(IniParseKeyLine, TakesKeyValueAndComment)
         {"k\nl=1\n", "k\nl", "1", nullptr},
         {"\xFF=\x80\n", "\xFF", "\x80", nullptr},
         {"\v=\f\n", "\v", "\f", nullptr},
+        {"\x01=\x01\n", "\x01", "\x01", nullptr},
         // Values.
         {"k=a=b\n", "k", "a=b", nullptr},
         {"k==\n", "k", "=", nullptr},

@@ -13,6 +13,24 @@ namespace wyx::test {
 namespace {
 
 constexpr int kFreshByte = 0xA5; // neither zero nor text
+constexpr int kReleasedByte = 0xD5;
+constexpr char kGuardByte = 0x45;
+#ifndef __has_feature
+#define __has_feature(feature) 0 // GCC has a macro of its own
+#endif
+/// Bytes behind each block that nobody may write to, nor take for something of use. A sanitizer
+/// guards blocks better, and right behind them.
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+constexpr std::size_t kGuardLen = 0;
+#else
+constexpr std::size_t kGuardLen = 32;
+#endif
+
+/// What a block takes that is asked for with this size.
+constexpr std::size_t BlockLen(QAL_UINT32 ulSize)
+{
+    return ulSize == 0 ? 1 : ulSize;
+}
 
 std::size_t Index(Service service)
 {
@@ -268,13 +286,14 @@ void PlatformDouble::Misuse(std::string what)
 void *PlatformDouble::Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT32 ulLine,
                                const char *pszFile)
 {
-    const std::size_t size = ulSize == 0 ? 1 : ulSize;
-    void *const pBlock = Strike(Service::kAllocate) ? nullptr : std::malloc(size);
+    const std::size_t size = BlockLen(ulSize);
+    void *const pBlock = Strike(Service::kAllocate) ? nullptr : std::malloc(size + kGuardLen);
     if (Records()) {
         Record({pszWhat, ulSize, ulLine, pszFile, pBlock});
     }
     if (pBlock != nullptr) {
         std::memset(pBlock, *pszWhat == 'S' ? 0 : kFreshByte, size);
+        std::fill_n(static_cast<char *>(pBlock) + size, kGuardLen, kGuardByte);
         const std::lock_guard lock(mutex_);
         live_[pBlock] = {ulSize, ulLine, pszFile};
     }
@@ -289,14 +308,24 @@ void PlatformDouble::Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFil
     if (pBlock == nullptr) {
         return;
     }
+    std::size_t size = 0;
     {
         const std::lock_guard lock(mutex_);
-        if (live_.erase(pBlock) == 0) {
+        const auto it = live_.find(pBlock);
+        if (it == live_.end()) {
             misuses_.push_back("foreign or double release from " + std::string(pszFile) + ":" +
                                std::to_string(ulLine));
             return;
         }
+        size = BlockLen(it->second.ulSize);
+        const char *const pchEnd = static_cast<const char *>(pBlock) + size;
+        if (!std::all_of(pchEnd, pchEnd + kGuardLen, [](char ch) { return ch == kGuardByte; })) {
+            misuses_.push_back("written behind a block of " + std::string(it->second.pszFile) +
+                               ":" + std::to_string(it->second.ulLine));
+        }
+        live_.erase(it);
     }
+    std::memset(pBlock, kReleasedByte, size);
     std::free(pBlock);
 }
 

@@ -1,0 +1,70 @@
+// What the hash table leaves in the blocks it gives back: this executable stands in front of the
+// adapter's release, as an adapter does that keeps released blocks to look at.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "os_adapter.h"
+#include "wyx_commlib/hash.h"
+
+namespace {
+
+std::vector<void *> blocks; // not released yet
+
+QAL_UINT32 HashByte(void *pKey, QAL_UINT32 *pulHash)
+{
+    *pulHash = *static_cast<const QAL_UINT8 *>(pKey);
+    return 0;
+}
+
+QAL_UINT32 CompareBytes(void *pKey, void *pStored)
+{
+    return std::memcmp(pKey, pStored, 1) == 0 ? 0 : 1;
+}
+
+void ReleaseKey(void *pStored)
+{
+    XELP_MemFreeD(pStored, __LINE__, __FILE__);
+}
+
+void ReleaseNothing(void *) {}
+
+} // namespace
+
+extern "C" void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32, const QAL_CHAR *)
+{
+    blocks.push_back(*ppBlock);
+    *ppBlock = nullptr;
+}
+
+namespace wyx::test {
+namespace {
+
+TEST(HashServices, RemovedNodeNamesNoKey)
+{
+    void *pTable = nullptr;
+    ASSERT_EQ(XELP_Hash_Init(1, HashByte, CompareBytes, ReleaseKey, ReleaseNothing, &pTable), 0U);
+    char acKey[] = {'a', 'b'};
+    for (char &ch : acKey) {
+        ASSERT_EQ(XELP_Hash_SaveNode(pTable, &ch, 1, &ch), 0U);
+    }
+    void *pUser = nullptr;
+    ASSERT_EQ(XELP_Hash_RemoveNode(pTable, &acKey[0], &pUser), 0U);
+    ASSERT_EQ(XELP_Hash_DeleteCurNode(pTable), XELP_ERR_HASH_NOW_NULL);
+    ASSERT_EQ(XELP_Hash_QueryNode(pTable, &acKey[1], &pUser), 0U);
+    ASSERT_EQ(XELP_Hash_DeleteCurNode(pTable), 0U);
+    ASSERT_EQ(blocks.size(), 2U);
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const auto &node = *static_cast<const Hash_S_Node *>(blocks[i]);
+        EXPECT_EQ(node.pstruKey, nullptr);
+        EXPECT_EQ(node.pstruUserNode, &acKey[i]);
+    }
+    EXPECT_EQ(XELP_Hash_DeInit(pTable, XELP_HASH_FreeUserNode_No), 0U);
+    for (void *const pBlock : blocks) {
+        XELP_MemFreeD(pBlock, __LINE__, __FILE__);
+    }
+}
+
+} // namespace
+} // namespace wyx::test
