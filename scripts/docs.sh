@@ -15,6 +15,7 @@ WYX_SITE=$(cd "$site" && pwd)
 WYX_THEME=${WYX_THEME:-/usr/share/doxygen-awesome-css}
 WYX_VERSION=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
 WYX_DRAWINGS=$(echo docs/images/*.svg)
+: "${WYX_VERSION:?CMakeLists.txt names no version}"
 export WYX_SITE WYX_THEME WYX_VERSION WYX_DRAWINGS PYTHONDONTWRITEBYTECODE=1
 
 rm -rf "$WYX_SITE/html"

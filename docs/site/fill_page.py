@@ -41,11 +41,9 @@ def calls(header):
     lines = []
     groups = list(dict.fromkeys(call.group for call in header.calls))
     for group in groups:
-        heading = re.match(r"@name ([\w ,:]+?)(?= \w+ (?:the|do|never|of)\b| They| What| Each| Parts"
-                           r"| Bytes|$| @)", group)
-        if len(groups) > 1 and heading:
-            lines += ["", f"**{heading[1].strip()}**"]
         rows = [(_code(call.name), _cell(call.brief)) for call in header.calls if call.group == group]
+        if len(groups) > 1 and group:
+            lines += ["", f"**{group}**", ""]
         lines += _table("calls", ("Call", "What it does"), rows)
     return lines
 

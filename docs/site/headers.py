@@ -1,10 +1,14 @@
 """What the public headers declare, read out of them: calls, their documentation, and statuses."""
 import re
+import sys
 from dataclasses import dataclass, field
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 FOLDERS = (ROOT / "include/wyx_commlib", ROOT / "platform")
+
+sys.path.insert(0, str(ROOT / "scripts"))
+from make_man import parse, sections  # noqa: E402
 
 STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 
@@ -15,7 +19,8 @@ class Call:
     brief: str
     params: list  # (direction, name, text)
     returns: str
-    group: str  # what the group it stands in says of all its calls
+    group: str  # the title of the group it stands in
+    group_text: str  # and what that says of all its calls
 
 
 @dataclass
@@ -41,39 +46,15 @@ class Header:
     statuses: list
 
 
-def _plain(comment):
-    """The text of a comment, without its stars, each paragraph on lines of its own."""
-    return "\n".join(re.sub(r"^\s*\*? ?", "", line) for line in comment.split("\n")).strip()
-
-
 def _joined(text):
-    return re.sub(r"\s+", " ", text).strip()
+    return " ".join(text.split())
 
 
-def _call(comment, declaration, group):
-    text = _plain(comment)
-    # Commands that begin a paragraph of their own end the one before them.
-    parts = re.split(r"(?m)^@(?=brief|param|return|par\b|warning)", text)
-    brief, params, returns = "", [], ""
-    for part in parts[1:]:
-        word, _, rest = part.partition(" ")
-        if word == "brief":
-            brief = _joined(rest.split("\n\n")[0])
-        elif word.startswith("param"):
-            match = re.match(r"param\[([\w,]+)\]\s+(\w+)\s+(.*)", part, re.S)
-            params.append((match[1], match[2], _joined(match[3].split("\n\n")[0])))
-        elif word.split("\n")[0] == "return":
-            returns = _joined(part[len("return"):].split("\n\n")[0])
-    name = re.search(r"(\w+)\s*\(", declaration)[1]
-    return Call(name, brief, params, returns, group)
-
-
-def _groups(text):
-    """(start, what it says) of every @name group, and of every end of one."""
-    places = []
-    for match in re.finditer(r"/\*\*((?:(?!\*/).)*@name(?:(?!\*/).)*)\*/|/\*\* @\} \*/", text, re.S):
-        places.append((match.start(), _joined(_plain(match[1])) if match[1] else ""))
-    return places
+def _call(declaration, group, group_text):
+    brief, _, parameters, returns, _ = sections(declaration.doc)
+    return Call(declaration.name, _joined(brief),
+                [(way, name, _joined(text.split("\n\n")[0])) for name, way, text in parameters],
+                _joined(returns), group, _joined(group_text))
 
 
 def _codes_of(call, calls, seen=()):
@@ -81,11 +62,9 @@ def _codes_of(call, calls, seen=()):
     if call.name in seen:
         return set()
     text = re.sub(r"never returns #\w+", "", call.returns)
-    codes = set(STATUS.findall(text))
     if "a status of a line on the way" in text:
-        lookups = next(c.group for c in calls.values() if c.group.startswith("@name Lookups"))
-        codes |= set(STATUS.findall(lookups))
-        text += lookups
+        text += next(other.group_text for other in calls.values() if other.group == "Lookups")
+    codes = set(STATUS.findall(text))
     for names in re.findall(r"\b(?:as|status of|one of) ((?:\w+\(\)(?: or )?)+)", text):
         for name in re.findall(r"\w+", names):
             if name in calls:
@@ -101,18 +80,15 @@ def can_fail(call):
 
 def read(path):
     """The calls and statuses of one header, both in its own order."""
-    text = path.read_text()
-    groups = _groups(text)
-    calls = {}
-    for match in re.finditer(r"/\*\*((?:(?!\*/).)*)\*/\s*WYX_API\s(.*?);", text, re.S):
-        group = ([said for start, said in groups if start < match.start()] or [""])[-1]
-        call = _call(match[1], match[2], group)
-        calls[call.name] = call
-    statuses = [
-        Status(name, int(number), _joined(said))
-        for name, number, said in re.findall(
-            r"^ +(XELP_(?:ERR|OK)_[A-Z0-9_]+) = (\d+),?\s*/\*\*<(.*?)\*/", text, re.S | re.M)
-    ]
+    calls, statuses = {}, []
+    for title, text, declarations in parse(path.read_text(encoding="utf-8"))[1]:
+        for declaration in declarations:
+            if declaration.kind == "call":
+                calls[declaration.name] = _call(declaration, title, text)
+            elif declaration.is_statuses():
+                for code, said in declaration.members():
+                    name, _, number = code.split()
+                    statuses.append(Status(name, int(number), _joined(said)))
     for call in calls.values():
         codes = _codes_of(call, calls)
         for status in statuses:
@@ -123,4 +99,5 @@ def read(path):
 
 def read_all():
     """Every header by its file name."""
-    return {path.name: read(path) for folder in FOLDERS for path in sorted(folder.glob("*.h"))}
+    paths = [path for folder in FOLDERS for path in sorted(folder.glob("*.h"))]
+    return {path.name: read(path) for path in paths if "WYX_API" in path.read_text()}
