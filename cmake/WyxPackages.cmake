@@ -1,0 +1,79 @@
+# Packages for Debian: of the libraries, for building with them, of their debug information, and of
+# the tool. scripts/package.sh makes them, and the archive of the sources.
+include_guard(GLOBAL)
+
+set(WYX_PACKAGE_CONTACT "libwyx_commlib maintainers <libwyx_commlib@packages.invalid>" CACHE STRING
+    "Who answers for the packages: a name and a mail address")
+set(CPACK_PACKAGE_NAME "${PROJECT_NAME}")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_VENDOR "libwyx_commlib")
+set(CPACK_PACKAGE_CONTACT "${WYX_PACKAGE_CONTACT}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL runtime development debug)
+if(TARGET wyx)
+    list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+# Folders are the same whatever the umask.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+
+set(library libwyx-commlib${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(control "${PROJECT_BINARY_DIR}/debian")
+file(WRITE "${control}/triggers" "activate-noawait ldconfig\n")
+file(WRITE "${control}/shlibs"
+    "libwyx_commlib ${PROJECT_VERSION_MAJOR} ${library} (>= ${PROJECT_VERSION})\n"
+    "libwyx_os_adapter ${PROJECT_VERSION_MAJOR} ${library} (>= ${PROJECT_VERSION})\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${control}/triggers;${control}/shlibs")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+    "checksums, containers, INI files, addresses and Base64 for C\n\
+The library with its default platform adapter, for programs that use it.")
+
+# The debug information goes to where debuggers look for it by build-id; the script below moves it.
+install(DIRECTORY DESTINATION "lib/debug/.build-id" COMPONENT debug EXCLUDE_FROM_ALL)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_NAME ${library}-dbgsym)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_SECTION debug)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_DEPENDS "${library} ${same_version}")
+set(CPACK_COMPONENT_DEBUG_DESCRIPTION
+    "debug symbols for ${library}\n\
+What debuggers and profilers need to tell lines and names.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libwyx-commlib-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} ${same_version}")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "checksums, containers, INI files, addresses and Base64 for C (headers)\n\
+What is needed for building programs with libwyx_commlib: headers, files for\n\
+CMake and pkg-config, and the manual pages of the calls.")
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME wyx)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} ${same_version}")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
+set(CPACK_COMPONENT_TOOL_DESCRIPTION
+    "checksums, INI files, addresses and Base64 from the command line\n\
+Sums of files and their verification, looking into INI files and changing\n\
+them without losing a byte of the rest, and what addresses mean.")
+
+# What every package of Debian has besides what is installed.
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake")
+set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
+set(CPACK_WYX_PACKAGES
+    "runtime=${library};development=libwyx-commlib-dev;debug=${library}-dbgsym;tool=wyx")
+
+set(CPACK_SOURCE_GENERATOR TXZ)
+set(CPACK_SOURCE_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}")
+set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/;^${PROJECT_SOURCE_DIR}/build/")
+
+include(CPack)

@@ -1,0 +1,82 @@
+# What CPack runs on the installed files before it packs them: splits the debug information off, adds
+# copyright and changelog, and compresses the manual pages. What has a time in it is given
+# SOURCE_DATE_EPOCH, where that is set; CPack gives it to the files.
+if(NOT CPACK_GENERATOR STREQUAL "DEB")
+    return()
+endif()
+
+function(run)
+    execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# split(<library>): moves its debug information to the package of that, under its build-id
+function(split library)
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env LC_ALL=C readelf --notes "${library}"
+        OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT notes MATCHES "Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)")
+        message(FATAL_ERROR "${library} has no build-id")
+    endif()
+    set(folder "${CPACK_TEMPORARY_DIRECTORY}/debug/usr/lib/debug/.build-id/${CMAKE_MATCH_1}")
+    set(file "${folder}/${CMAKE_MATCH_2}.debug")
+    file(MAKE_DIRECTORY "${folder}")
+    run(objcopy --only-keep-debug --compress-debug-sections "${library}" "${file}")
+    run(chmod 644 "${file}")
+    run(strip --strip-unneeded --remove-section=.comment "${library}")
+endfunction()
+
+file(GLOB libraries "${CPACK_TEMPORARY_DIRECTORY}/runtime/usr/lib*/*.so.*"
+    "${CPACK_TEMPORARY_DIRECTORY}/runtime/usr/lib/*/*.so.*")
+foreach(library IN LISTS libraries)
+    if(NOT IS_SYMLINK "${library}")
+        split("${library}")
+    endif()
+endforeach()
+if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx")
+    run(strip --strip-unneeded --remove-section=.comment
+        "${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx")
+endif()
+
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+    set(time "@$ENV{SOURCE_DATE_EPOCH}")
+else()
+    set(time now)
+endif()
+execute_process(COMMAND date --utc --rfc-email "--date=${time}" OUTPUT_VARIABLE date
+    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+
+foreach(entry IN LISTS CPACK_WYX_PACKAGES)
+    string(REPLACE "=" ";" entry "${entry}")
+    list(POP_FRONT entry component package)
+    set(root "${CPACK_TEMPORARY_DIRECTORY}/${component}")
+    if(NOT IS_DIRECTORY "${root}")
+        continue()
+    endif()
+
+    set(doc "${root}/usr/share/doc/${package}")
+    file(MAKE_DIRECTORY "${doc}")
+    file(WRITE "${doc}/copyright"
+        "libwyx_commlib ${CPACK_PACKAGE_VERSION}\n\n"
+        "This package was made from the sources of libwyx_commlib, which state no licence.\n")
+    configure_file("${CPACK_WYX_SOURCE_DIR}/CHANGELOG.md" "${doc}/changelog" COPYONLY)
+    file(WRITE "${doc}/changelog.Debian"
+        "wyx-commlib (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; "
+        "urgency=medium\n\n  * Version ${CPACK_PACKAGE_VERSION}: see changelog.gz.\n\n"
+        " -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
+    run(gzip -9n "${doc}/changelog" "${doc}/changelog.Debian")
+
+    file(GLOB_RECURSE pages "${root}/usr/share/man/*")
+    foreach(page IN LISTS pages)
+        if(IS_SYMLINK "${page}")
+            file(READ_SYMLINK "${page}" target)
+            file(CREATE_LINK "${target}.gz" "${page}.gz" SYMBOLIC)
+            file(REMOVE "${page}")
+        endif()
+    endforeach()
+    foreach(page IN LISTS pages)
+        if(EXISTS "${page}")
+            run(gzip -9n "${page}")
+        endif()
+    endforeach()
+
+    run(chmod -R u=rwX,go=rX "${root}")
+endforeach()

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
+#
+# Debian packages of the libraries, for building with them, of their debug information and of the tool
+# (not with WYX_BUILD_TOOL=OFF), and libwyx_commlib-VERSION.tar.xz. FOLDER takes the place of
+# build/packages. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the last
+# commit. Installs what is missing (Debian).
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+folder=${1:-build/packages}
+scripts/install_packages.sh g++ cmake ninja-build dpkg-dev file gzip libcli11-dev nlohmann-json3-dev \
+    python3 xz-utils
+if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
+    SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)
+fi
+export SOURCE_DATE_EPOCH
+umask 022
+mkdir -p "$folder"
+folder=$(cd "$folder" && pwd)
+rm -f "$folder"/*.deb "$folder"/*.tar.xz
+
+version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
+list_sources() { # what belongs to the project: what git knows, or everything in an unpacked archive
+    if [[ -e .git ]]; then
+        git ls-files -z
+    else
+        find . -path ./build -prune -o \( -type f -o -type l \) -print0
+    fi
+}
+list_sources | LC_ALL=C sort -z | tar --create --no-recursion --format=gnu \
+    --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" --mode=u=rwX,go=rX \
+    --transform="flags=r;s,^\(\./\)\?,libwyx_commlib-$version/," --null --files-from=- |
+    xz -T1 >"$folder/libwyx_commlib-$version.tar.xz"
+
+# Without a path to libraries: those of packages are where the system looks.
+cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+    -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="${WYX_BUILD_TOOL:-ON}" -DWYX_BUILD_TESTS=OFF \
+    -DWYX_BUILD_EXAMPLES=OFF >/dev/null
+cmake --build "$folder/build" >/dev/null
+(cd "$folder/build" && cpack -B "$folder/work" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
+mv "$folder"/work/*.deb "$folder"
+rm -rf "$folder/work"
+(cd "$folder" && sha256sum -- *.deb *.tar.xz)

@@ -1,0 +1,115 @@
+#!/usr/bin/env bash
+# Makes the packages, unpacks them, and builds and runs a program with what came out:
+# check_packages.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
+#
+# BUILD_FOLDER is a build of the project with the tool, whose package is made from there: to build it
+# once more would take long. Ends with 77 where a tool for making packages is missing.
+set -euo pipefail
+
+source_folder=$1
+build=$2
+work=$3
+for program in dpkg-deb dpkg-shlibdeps file objcopy gzip xz python3; do
+    command -v "$program" >/dev/null || { echo "skipped: $program is not installed"; exit 77; }
+done
+
+failures=0
+fail() {
+    echo "FAILED: $*"
+    failures=$((failures + 1))
+}
+
+export SOURCE_DATE_EPOCH=1700000000
+packages=$work/packages
+rm -rf "$work"
+mkdir -p "$work"
+WYX_BUILD_TOOL=OFF "$source_folder/scripts/package.sh" "$packages"
+version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' "$source_folder/CMakeLists.txt")
+major=${version%%.*}
+(cd "$build" && cpack -G DEB -D CPACK_COMPONENTS_ALL=tool -B "$work/tool" >"$work/log" 2>&1) ||
+    { cat "$work/log"; exit 1; }
+mv "$work"/tool/*.deb "$packages"
+
+architecture=$(dpkg --print-architecture)
+expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev wyx"
+root=$work/root
+for name in $expected; do
+    package=$packages/${name}_$version-1_$architecture.deb
+    [[ -e $package ]] || { fail "no $package"; continue; }
+    dpkg-deb -x "$package" "$root"
+    field() { dpkg-deb -f "$package" "$1"; }
+    [[ $(field Package) == "$name" ]] || fail "$name calls itself $(field Package)"
+    [[ $(field Version) == "$version-1" ]] || fail "$name has the version $(field Version)"
+    [[ $(field Depends) == *"libwyx-commlib$major (= $version-1)"* || $name == "libwyx-commlib$major" ]] ||
+        fail "$name depends on $(field Depends)"
+    ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
+    # All files are root's, readable for everybody, writable for nobody else, and of the given time.
+    while read -r mode owner size date time path _; do
+        [[ $owner == root/root && $mode =~ ^[dl-]rw.r.[x-]r.[x-]$|^l && $date == 2023-11-14 ]] ||
+            fail "$name: $mode $owner $date $time $path ($size)"
+    done < <(TZ=UTC0 dpkg-deb -c "$package")
+    (mkdir "$work/control" && cd "$root" && dpkg-deb -e "$package" "$work/control" &&
+        md5sum --quiet -c "$work/control/md5sums") || fail "$name: sums of its files"
+    rm -rf "$work/control"
+    for file in copyright changelog.gz changelog.Debian.gz; do
+        [[ -s $root/usr/share/doc/$name/$file ]] || fail "$name has no $file"
+    done
+done
+if grep -rqaF -e "$source_folder" -e "$work" "$root"; then
+    fail "names a folder of the build: $(grep -rlaF -e "$source_folder" -e "$work" "$root")"
+fi
+
+# The libraries: stripped, found by build-id, without a path to one another.
+libdir=$(dirname "$(find "$root" -name libwyx_commlib.so)")
+for library in libwyx_commlib libwyx_os_adapter; do
+    file=$libdir/$library.so.$version
+    [[ $(readlink "$libdir/$library.so") == "$library.so.$major" ]] || fail "$library.so leads astray"
+    [[ $(readlink "$libdir/$library.so.$major") == "$library.so.$version" ]] ||
+        fail "$library.so.$major leads astray"
+    [[ $(readelf -SW "$file") != *.debug_info* ]] || fail "$library has its debug information"
+    [[ $(readelf -d "$file") != *RUNPATH* ]] || fail "$library has a path"
+    id=$(LC_ALL=C readelf -n "$file" | sed -n 's/.*Build ID: //p')
+    debug=$root/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
+    [[ -e $debug && $(readelf -SW "$debug") == *.debug_info* ]] ||
+        fail "$library: no debug information for the build-id $id"
+done
+
+# Programs in C and C++, by pkg-config and by CMake, as after an installation.
+export PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
+unset PKG_CONFIG_PATH
+if command -v pkg-config >/dev/null; then
+    read -ra flags < <(pkg-config --cflags --libs wyx_commlib)
+    mkdir "$work/run"
+    "${CC:-cc}" "$source_folder/tests/install/consumer/consumer.c" -o "$work/run/consumer" \
+        "${flags[@]}" -Wl,-rpath-link,"$libdir" && (cd "$work/run" && ./consumer) ||
+        fail "a program in C"
+fi
+cmake -S "$source_folder/tests/install/consumer" -B "$work/consumer" -G Ninja \
+    -D CMAKE_PREFIX_PATH="$root/usr" >"$work/log" 2>&1 &&
+    cmake --build "$work/consumer" >>"$work/log" 2>&1 &&
+    ctest --test-dir "$work/consumer" --no-tests=error >>"$work/log" 2>&1 ||
+    { cat "$work/log"; fail "programs by find_package"; }
+[[ $("$root/usr/bin/wyx" --version) == *"$version"* ]] || fail "wyx --version"
+for file in man/man1/wyx.1.gz man/man3/wyx_crc.3.gz man/man3/XELP_CRC_32.3.gz \
+    bash-completion/completions/wyx zsh/vendor-completions/_wyx fish/vendor_completions.d/wyx.fish; do
+    [[ -s $root/usr/share/$file ]] || fail "no $file"
+done
+
+# The archive has what git knows, and the same packages come out again, later and from there.
+archive=libwyx_commlib-$version
+[[ -z $(TZ=UTC0 tar -tvf "$packages/$archive.tar.xz" | grep -v '^-rw.r-.r-. 0/0 .* 2023-11-14 22:13 ') ]] ||
+    fail "owners, modes or times in the archive of the sources"
+tar -C "$work" -xf "$packages/$archive.tar.xz"
+if git -C "$source_folder" rev-parse --git-dir >/dev/null 2>&1; then
+    diff <(git -C "$source_folder" ls-files | LC_ALL=C sort) \
+        <(cd "$work/$archive" && find . -type f -o -type l | sed 's,^\./,,' | LC_ALL=C sort) ||
+        fail "the archive of the sources"
+fi
+sleep 1
+WYX_BUILD_TOOL=OFF "$work/$archive/scripts/package.sh" "$work/again" >/dev/null
+for file in "$work"/again/*.deb "$work"/again/*.tar.xz; do
+    cmp "$file" "$packages/$(basename "$file")" || fail "not the same bytes: $file"
+done
+
+((failures == 0)) && echo "packages: as they should be"
+exit $((failures != 0))
