@@ -26,6 +26,7 @@ def _code(name):
 def _cell(text):
     """Text of a header within a table: of the same meaning in HTML."""
     text = re.sub(r"@p (\w+)|`([^`]*)`", lambda match: f"<code>{match[1] or match[2]}</code>", text)
+    text = re.sub(r"#(\w+)", lambda match: _code(match[1]), text)
     return re.sub(r"\*(\w[^*]*)\*", r"<em>\1</em>", text)
 
 
@@ -75,7 +76,7 @@ def failures(header):
             continue
         texts = [f"<code>{name}</code>: {_cell(text)}" for way, name, text in call.params
                  if (way != "in" or "on failure" in text) and "unchecked" not in text]
-        texts += re.findall(r"A failure changes nothing\.", call.returns)
+        texts += map(_cell, headers.left_by_failure(call))
         if texts:
             said.setdefault("<br>".join(texts), []).append(_code(call.name))
     return _table("failures", ("Call", "What it writes, and what a failure leaves there"),

@@ -10,6 +10,9 @@ FOLDERS = (ROOT / "include/wyx_commlib", ROOT / "platform")
 sys.path.insert(0, str(ROOT / "scripts"))
 from make_man import parse, sections  # noqa: E402
 
+# What a sentence says that tells what is left of a failed call's work.
+LEFT = re.compile("nothing changed|changes nothing|as it was|slot is null|stays? (with|behind|done)"
+                  "|is deleted$|was not read|all the same")
 STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 
 
@@ -17,6 +20,7 @@ STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 class Call:
     name: str
     brief: str
+    text: str  # what is said behind the brief description
     params: list  # (direction, name, text)
     returns: str
     group: str  # the title of the group it stands in
@@ -51,8 +55,8 @@ def _joined(text):
 
 
 def _call(declaration, group, group_text):
-    brief, _, parameters, returns, _ = sections(declaration.doc)
-    return Call(declaration.name, _joined(brief),
+    brief, text, parameters, returns, _ = sections(declaration.doc)
+    return Call(declaration.name, _joined(brief), _joined(text),
                 [(way, name, _joined(text.split("\n\n")[0])) for name, way, text in parameters],
                 _joined(returns), group, _joined(group_text))
 
@@ -76,6 +80,17 @@ def can_fail(call):
     """Does it return a status, or tell of a failure in another way?"""
     said = call.returns + " ".join(text for _, _, text in call.params)
     return bool(STATUS.search(said) or re.search(r"\bas \w+\(\)|fail|null if", said))
+
+
+def left_by_failure(call):
+    """What a call says of its failures beside the results: sentences and points of its lists."""
+    points = re.split(r"(?:^| )- (?=#|a status)", call.returns)
+    if len(points) == 1:
+        points = re.split(r"(?<=\.) ", call.returns)
+    sentences = re.split(r"(?<=\.) (?=[A-Z])", call.text)
+    if call.group == "Edits":
+        sentences += re.split(r"(?<=\.) ", call.group_text)
+    return [said for said in [*points, *sentences] if LEFT.search(said)]
 
 
 def read(path):

@@ -48,6 +48,17 @@ class Headers(unittest.TestCase):
         self.assertEqual(["XELP_Parse_IPV4"], ports.calls)
 
 
+    def test_what_a_failure_leaves_is_found_wherever_a_call_says_it(self):
+        calls = {c.name: c for header in self.declared.values() for c in header.calls}
+        self.assertEqual(["A failure changes nothing."],
+                         headers.left_by_failure(calls["XELP_Hash_SaveNode"]))
+        self.assertIn("#XELP_ERR_INI_INTERNAL: no memory; the slot is null",
+                      headers.left_by_failure(calls["IniSaveStringToIniStruct"]))
+        self.assertIn("There is no rollback: what was done before a failure stays done.",
+                      headers.left_by_failure(calls["XELP_IniDelKey"]))
+        self.assertEqual([], headers.left_by_failure(calls["XELP_CRC_32"]))
+
+
 class Pages(unittest.TestCase):
     def test_every_page_can_be_filled_and_has_a_name_of_its_own(self):
         names = [pages.page_of(file) for file in pages.every()]
