@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Checks that every link within a folder of HTML pages leads somewhere: check_links.py FOLDER
 
-Counts a link to a missing file, and one to a missing place of a page. Links to other hosts are not
-followed; a page or image that would be loaded from one is an error.
+Counts a link to a missing file, and one to a missing place of a page, and a link that was not made
+one. Links to other hosts are not followed; what would be loaded from one is an error.
 """
+import re
 import sys
 from html.parser import HTMLParser
 from pathlib import Path
@@ -13,7 +14,7 @@ from urllib.parse import unquote, urlsplit
 class Page(HTMLParser):
     def __init__(self, file):
         super().__init__()
-        self.links, self.places, self.loads = [], set(), []
+        self.links, self.places, self.loads, self.unmade = [], set(), [], []
         self.feed(file.read_text())
 
     def handle_starttag(self, tag, attrs):
@@ -25,11 +26,15 @@ class Page(HTMLParser):
             elif name in ("href", "src", "data"):
                 self.loads.append(value)
 
+    def handle_data(self, data):
+        self.unmade += re.findall(r"@ref \S+", data)
+
 
 def check(folder):
     pages = {file: Page(file) for file in sorted(folder.rglob("*.html"))}
     errors, count = [], 0
     for file, page in pages.items():
+        errors += [f"{file.name}: {text}: not made a link" for text in page.unmade]
         for link in page.links + page.loads:
             parts = urlsplit(link)
             if parts.scheme in ("http", "https") and link in page.loads:

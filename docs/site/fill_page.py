@@ -102,7 +102,8 @@ COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
 
 
 def _link(match, file):
-    text, target = match[1], match[2]
+    # Doxygen takes no line end and no code in the text of a link.
+    text, target = " ".join(match[1].replace("`", "").split()), match[2]
     if re.match(r"\w+:", target):
         return match[0]
     path, _, fragment = target.partition("#")

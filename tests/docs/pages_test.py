@@ -86,6 +86,10 @@ class Pages(unittest.TestCase):
         declaring = {header.name for header in Headers.declared.values() if header.calls}
         self.assertEqual(declaring, shown)
 
+    def test_the_text_of_a_link_is_one_line_without_code(self):
+        link = re.match(r"\[([^]]*)\]\((.*)\)", "[the\n  `wyx` tool](tool.md)")
+        self.assertEqual("[the wyx tool](@ref tool)", fill_page._link(link, ROOT / "docs/tool.md"))
+
     def test_a_link_to_nowhere_is_noticed(self):
         with self.assertRaises(SystemExit):
             fill_page._link(re.match(r"\[(.*)\]\((.*)\)", "[x](no-such.md)"),
@@ -105,11 +109,15 @@ class Links(unittest.TestCase):
               '<a href="https://example.org/">elsewhere</a>',
             b='<a name="there"></a>'))
 
+    def test_a_reference_that_became_no_link_is_an_error(self):
+        self.assertEqual(["a.html: @ref there: not made a link"],
+                         self.errors(a="<p>see @ref there for it</p>"))
+
     def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
         self.assertEqual(
             ["a.html: b.html#there: no such place", "a.html: c.html: no such file",
              "a.html: loads https://example.org/x.css"],
-            self.errors(a='<a href="b.html#there">x</a><a href="c.html">y</a>'
+            self.errors(a='<a href="b.html#there">x</a><a href="c.html">y</a><p>a &lt;b&gt;</p>'
                           '<link href="https://example.org/x.css">', b=""))
 
 
