@@ -41,6 +41,8 @@ function(wyx_shared_library target)
         $<$<CXX_COMPILER_ID:GNU>:-fno-tree-loop-distribute-patterns>)
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${map}"
+        # What went where, for scripts/footprint.sh.
+        "LINKER:-Map=${CMAKE_CURRENT_BINARY_DIR}/${target}.link.map"
         # Calls inside the library stay inside it. Data is left out on purpose: an executable that
         # uses an exported object may hold the only copy of it.
         LINKER:-Bsymbolic-functions
