@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that every link within a folder of HTML pages leads somewhere: check_links.py FOLDER
 
-Counts a link to a missing file, and one to a missing place of a page, and a link that was not made
-one. Links to other hosts are not followed; what would be loaded from one is an error.
+Counts a link to a missing file, and one to a missing place of a page, and a link, drawing or table that
+was not made one. Links to other hosts are not followed; what would be loaded from one is an error.
 """
 import re
 import sys
@@ -27,14 +27,14 @@ class Page(HTMLParser):
                 self.loads.append(value)
 
     def handle_data(self, data):
-        self.unmade += re.findall(r"@ref \S+", data)
+        self.unmade += re.findall(r"@ref \S+|!\[.{,20}|^\|--+", data, re.M)
 
 
 def check(folder):
     pages = {file: Page(file) for file in sorted(folder.rglob("*.html"))}
     errors, count = [], 0
     for file, page in pages.items():
-        errors += [f"{file.name}: {text}: not made a link" for text in page.unmade]
+        errors += [f"{file.name}: {text}: was to be made something else" for text in page.unmade]
         for link in page.links + page.loads:
             parts = urlsplit(link)
             if parts.scheme in ("http", "https") and link in page.loads:

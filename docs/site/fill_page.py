@@ -98,6 +98,8 @@ def drawing(alternative, file):
 
 
 BACKSLASH = "\\"
+# A link within a paragraph, or what might look like the start of one: code, and a drawing.
+LINK = re.compile(r"`[^`\n]*`|!\[[^\]\n]*\]\([^)\s]+\)|\[((?:[^\]\n]|\n(?!\n))*)\]\(([^)\s]+)\)")
 COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
 
 
@@ -148,7 +150,7 @@ def fill(file):
     declared = headers.read_all()
     blocks = re.split(r"(?m)(^```.*?^```$)", file.read_text(), flags=re.S)
     for i in range(0, len(blocks), 2): # those between are code
-        linked = re.sub(r"(?<!!)\[([^\]]*)\]\(([^)\s]+)\)", lambda match: _link(match, file), blocks[i])
+        linked = LINK.sub(lambda match: _link(match, file) if match[2] else match[0], blocks[i])
         blocks[i] = "\n".join(new for line in linked.split("\n")
                               for new in _line(line, file, declared))
     return "".join(blocks)

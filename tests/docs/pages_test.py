@@ -90,6 +90,10 @@ class Pages(unittest.TestCase):
         link = re.match(r"\[([^]]*)\]\((.*)\)", "[the\n  `wyx` tool](tool.md)")
         self.assertEqual("[the wyx tool](@ref tool)", fill_page._link(link, ROOT / "docs/tool.md"))
 
+    def test_a_bracket_in_code_begins_no_link(self):
+        found = [m[2] for m in fill_page.LINK.finditer("`[` a [b](c) ![d](e)\n`[\n\n[f\ng](h)")]
+        self.assertEqual([None, "c", None, "h"], found)
+
     def test_a_link_to_nowhere_is_noticed(self):
         with self.assertRaises(SystemExit):
             fill_page._link(re.match(r"\[(.*)\]\((.*)\)", "[x](no-such.md)"),
@@ -110,7 +114,7 @@ class Links(unittest.TestCase):
             b='<a name="there"></a>'))
 
     def test_a_reference_that_became_no_link_is_an_error(self):
-        self.assertEqual(["a.html: @ref there: not made a link"],
+        self.assertEqual(["a.html: @ref there: was to be made something else"],
                          self.errors(a="<p>see @ref there for it</p>"))
 
     def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
