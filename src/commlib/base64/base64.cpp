@@ -16,7 +16,7 @@ namespace kernel = wyx::base64::kernel;
 
 static_assert(sizeof cb64 == kSextets + 1);
 
-/// What a text may consist of. The terminating NUL belongs to it: XELP_StrChr() finds it.
+/// What a text may consist of, its terminating NUL included.
 constexpr QAL_CHAR acBase64Char[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\r\n";
 
@@ -43,65 +43,63 @@ static_assert(cd64.size() == 81 && cd64['A' - kFirst] == '>' && cd64['/' - kFirs
                   cd64['=' - kFirst] == '$' && cd64.back() == 0,
               "alphabet or bias is wrong");
 
-/// The sextet of a character of the standard alphabet; kSextets for any other character.
-QAL_UINT32 SextetOf(QAL_UINT8 ucChar)
+constexpr QAL_UINT8 kSkipped = 0x80; // behind the values of the alphabet
+constexpr QAL_UINT8 kRefused = 0x81;
+
+/// What the decoder makes of a byte: its value, or one of the two above.
+consteval std::array<QAL_UINT8, 256> MakeMeanings()
 {
-    if (ucChar < kFirst || ucChar > kLast || cd64[ucChar - kFirst] == kNoValue) {
-        return kSextets;
+    std::array<QAL_UINT8, 256> aTab{};
+    aTab.fill(kRefused);
+    for (const QAL_CHAR chAccepted : acBase64Char) {
+        const auto ucChar = static_cast<QAL_UINT8>(chAccepted);
+        const bool hasValue =
+            ucChar >= kFirst && ucChar <= kLast && cd64[ucChar - kFirst] != kNoValue;
+        aTab[ucChar] = hasValue ? static_cast<QAL_UINT8>(cd64[ucChar - kFirst] - kBias) : kSkipped;
     }
-    return static_cast<QAL_UINT32>(cd64[ucChar - kFirst] - kBias);
+    aTab['-'] = aTab['+']; // the URL-safe alphabet
+    aTab['_'] = aTab['/'];
+    return aTab;
 }
 
-/// A character of the URL-safe alphabet as the one of the standard alphabet in its place.
-QAL_UINT8 Standard(QAL_UINT8 ucChar)
-{
-    switch (ucChar) {
-        case '-':
-            return '+';
-        case '_':
-            return '/';
-        default:
-            return ucChar;
-    }
-}
+constexpr auto kMeanings = MakeMeanings();
+static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == kSkipped &&
+              kMeanings['\0'] == kSkipped && kMeanings[' '] == kRefused);
 
 QAL_UINT8 Character(QAL_UINT32 ulBits)
 {
-    return static_cast<QAL_UINT8>(cb64[ulBits & (kSextets - 1U)]);
+    return static_cast<QAL_UINT8>(cb64[ulBits % kSextets]);
 }
 
 /// Writes the text of @p ulLen bytes and gives its length.
 QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    const QAL_UINT32 ulDone = kernel::EncodeGroups(pucIn, ulLen, pucOut);
-    pucIn += ulDone;
-    ulLen -= ulDone;
-    QAL_UINT32 ulOut = ulDone / 3 * 4;
-    for (; ulLen >= 3; ulLen -= 3, pucIn += 3, ulOut += 4) {
-        pucOut[ulOut] = Character(pucIn[0] >> 2U);
-        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | pucIn[1] >> 4U);
-        pucOut[ulOut + 2] = Character(QAL_UINT32{pucIn[1]} << 2 | pucIn[2] >> 6U);
-        pucOut[ulOut + 3] = Character(pucIn[2]);
+    QAL_UINT32 ulDone = kernel::EncodeGroups(pucIn, ulLen, pucOut);
+    QAL_UINT8 *pucEnd = pucOut + ulDone / 3 * 4;
+    for (; ulLen - ulDone >= 3; ulDone += 3, pucEnd += 4) {
+        const QAL_UINT32 ulBits = QAL_UINT32{pucIn[ulDone]} << 16 |
+                                  QAL_UINT32{pucIn[ulDone + 1]} << 8 | pucIn[ulDone + 2];
+        pucEnd[0] = Character(ulBits >> 18);
+        pucEnd[1] = Character(ulBits >> 12);
+        pucEnd[2] = Character(ulBits >> 6);
+        pucEnd[3] = Character(ulBits);
     }
-    if (ulLen == 2) {
-        pucOut[ulOut] = Character(pucIn[0] >> 2U);
-        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4 | pucIn[1] >> 4U);
-        pucOut[ulOut + 2] = Character(QAL_UINT32{pucIn[1]} << 2);
-        pucOut[ulOut + 3] = '=';
-        ulOut += 4;
-    } else if (ulLen == 1) {
-        pucOut[ulOut] = Character(pucIn[0] >> 2U);
-        pucOut[ulOut + 1] = Character(QAL_UINT32{pucIn[0]} << 4);
-        pucOut[ulOut + 2] = '=';
-        pucOut[ulOut + 3] = '=';
-        ulOut += 4;
+    if (ulDone < ulLen) {
+        const bool hasTwo = ulLen - ulDone == 2;
+        const QAL_UINT32 ulBits =
+            QAL_UINT32{pucIn[ulDone]} << 16 | (hasTwo ? QAL_UINT32{pucIn[ulDone + 1]} << 8 : 0U);
+        pucEnd[0] = Character(ulBits >> 18);
+        pucEnd[1] = Character(ulBits >> 12);
+        pucEnd[2] = hasTwo ? Character(ulBits >> 6) : QAL_UINT8{'='};
+        pucEnd[3] = '=';
+        pucEnd += 4;
     }
-    return ulOut;
+    return static_cast<QAL_UINT32>(pucEnd - pucOut);
 }
 
-constexpr QAL_UINT32 kRefused = std::numeric_limits<QAL_UINT32>::max();
+constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
-/// Writes the bytes of @p ulLen characters and gives their number, or kRefused for a text with a
+/// Writes the bytes of @p ulLen characters and gives their number, or kNoText for a text with a
 /// character that is not accepted. The character after them is tested like the others.
 QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
@@ -110,22 +108,21 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
     QAL_UINT32 ulFound = 0;
     // Kept: one character more than the length is read (Base64Decode.ByteBeyondTheLengthIsTested).
     for (QAL_UINT32 i = 0; i <= ulLen; ++i) {
-        if (pucIn[i] == '\r' || pucIn[i] == '\n') {
-            continue; // what is usual among the unusual
+        QAL_UINT8 ucMeaning = kMeanings[pucIn[i]];
+        if (ucMeaning == kSkipped) {
+            continue;
         }
         if (ulFound == 0) { // as far as nothing unusual stands in the way
             const QAL_UINT32 ulDone = kernel::DecodeQuads(pucIn + i, ulLen - i, pucOut + ulOut);
             i += ulDone;
             ulOut += ulDone / 4 * 3;
+            ucMeaning = kMeanings[pucIn[i]];
         }
-        const QAL_UINT8 ucChar = Standard(pucIn[i]);
-        const QAL_UINT32 ulSextet = SextetOf(ucChar);
-        if (ulSextet == kSextets) {
-            if (XELP_StrChr(acBase64Char, ucChar) == nullptr) {
-                return kRefused;
-            }
-        } else if (i < ulLen) {
-            ulQuad = ulQuad << 6 | ulSextet;
+        if (ucMeaning == kRefused) {
+            return kNoText;
+        }
+        if (ucMeaning < kSextets && i < ulLen) {
+            ulQuad = ulQuad << 6 | ucMeaning;
             if (++ulFound == 4) {
                 pucOut[ulOut] = static_cast<QAL_UINT8>(ulQuad >> 16);
                 pucOut[ulOut + 1] = static_cast<QAL_UINT8>(ulQuad >> 8);
@@ -210,7 +207,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     // A negative length ends before the first character: not even the one beyond it is read.
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
-    if (ulOut == kRefused) {
+    if (ulOut == kNoText) {
         ReleaseAndSetNull(ppucOutput, __LINE__);
         return 0;
     }

@@ -55,7 +55,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
                             CharactersOf(_mm256_or_si256(down, up)));
         pucOut += 32;
     }
-    return ulDone + table::EncodeGroups(pucIn + ulDone, ulLen - ulDone, pucOut);
+    return ulDone + sse2::EncodeGroups(pucIn + ulDone, ulLen - ulDone, pucOut);
 }
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)

@@ -27,6 +27,12 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace table
 
+/// 12 bytes at once, with SSE2; decodes in the table's form.
+namespace sse2 {
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+using table::DecodeQuads;
+} // namespace sse2
+
 /// 24 bytes or 32 characters at once, with AVX2; the table's form for the rest.
 namespace avx2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
@@ -41,6 +47,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
 
 #if defined(__AVX2__)
 namespace kernel = avx2;
+#elif defined(__SSE2__)
+namespace kernel = sse2;
 #elif defined(__ARM_NEON)
 namespace kernel = neon;
 #else

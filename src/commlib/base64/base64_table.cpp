@@ -8,27 +8,16 @@ static_assert(std::endian::native == std::endian::little);
 
 #if !defined(__ARM_NEON) // which does without tables of this size
 
+#include "base64_pairs.h"
+
 namespace wyx::base64::table {
 namespace {
-
-/// The two characters of 12 bits, the first in the low byte.
-consteval std::array<QAL_UINT16, 4096> MakePairs()
-{
-    std::array<QAL_UINT16, 4096> aTab{};
-    for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
-        const auto ulFirst = static_cast<QAL_UINT8>(cb64[i / kSextets]);
-        const auto ulSecond = static_cast<QAL_UINT8>(cb64[i % kSextets]);
-        aTab[i] = static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
-    }
-    return aTab;
-}
-
-constexpr auto kPairs = MakePairs();
 
 /// Writes the characters of the lowest 12 bits.
 void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
 {
-    __builtin_memcpy(pucOut, &kPairs[ullBits % kPairs.size()], 2);
+    const QAL_UINT16 uwPair = PairOf(ullBits);
+    __builtin_memcpy(pucOut, &uwPair, sizeof uwPair);
 }
 
 constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
@@ -56,6 +45,15 @@ QAL_UINT32 WordOf(const QAL_UINT8 *pucQuad)
 {
     return kParts[0][pucQuad[0]] | kParts[1][pucQuad[1]] | kParts[2][pucQuad[2]] |
            kParts[3][pucQuad[3]];
+}
+
+/// The same with one load for all four characters.
+QAL_UINT32 WordByShifts(const QAL_UINT8 *pucQuad)
+{
+    QAL_UINT32 ulChars;
+    __builtin_memcpy(&ulChars, pucQuad, sizeof ulChars);
+    return kParts[0][ulChars & 0xFF] | kParts[1][ulChars >> 8 & 0xFF] |
+           kParts[2][ulChars >> 16 & 0xFF] | kParts[3][ulChars >> 24];
 }
 
 /// Writes the three bytes of a word, and a fourth behind them.
@@ -88,9 +86,10 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 16; ulDone += 16) {
         const QAL_UINT8 *const pucQuads = pucIn + ulDone;
-        const QAL_UINT32 ulFirst = WordOf(pucQuads);
+        // Half of them each way: the CPU loads and shifts at the same time.
+        const QAL_UINT32 ulFirst = WordByShifts(pucQuads);
         const QAL_UINT32 ulSecond = WordOf(pucQuads + 4);
-        const QAL_UINT32 ulThird = WordOf(pucQuads + 8);
+        const QAL_UINT32 ulThird = WordByShifts(pucQuads + 8);
         const QAL_UINT32 ulFourth = WordOf(pucQuads + 12);
         if (((ulFirst | ulSecond | ulThird | ulFourth) & kNoValue) != 0) {
             break;

@@ -1,0 +1,31 @@
+// Two characters of Base64 at once: the table that the forms without wide shuffles look up in.
+#ifndef WYX_COMMLIB_BASE64_PAIRS_H
+#define WYX_COMMLIB_BASE64_PAIRS_H
+
+#include "base64_kernel.h"
+
+namespace wyx::base64 {
+
+/// The two characters of 12 bits, the first in the low byte.
+consteval std::array<QAL_UINT16, 4096> MakePairs()
+{
+    std::array<QAL_UINT16, 4096> aTab{};
+    for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
+        const auto ulFirst = static_cast<QAL_UINT8>(cb64[i / kSextets]);
+        const auto ulSecond = static_cast<QAL_UINT8>(cb64[i % kSextets]);
+        aTab[i] = static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
+    }
+    return aTab;
+}
+
+inline constexpr auto kPairs = MakePairs();
+
+/// The characters of the lowest 12 bits.
+inline QAL_UINT16 PairOf(QAL_UINT64 ullBits)
+{
+    return kPairs[ullBits % kPairs.size()];
+}
+
+} // namespace wyx::base64
+
+#endif
