@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks that every link within a folder of HTML pages leads somewhere: check_links.py FOLDER
 
-Counts a link to a missing file, and one to a missing place of a page, and a link, drawing or table that
-was not made one. Links to other hosts are not followed; what would be loaded from one is an error.
+Counts a link to a missing file, and one to a missing place of a page, and a link, drawing, table or
+code that was not made one. Links to other hosts are not followed; what would be loaded from one is an
+error.
 """
 import re
 import sys
@@ -27,7 +28,7 @@ class Page(HTMLParser):
                 self.loads.append(value)
 
     def handle_data(self, data):
-        self.unmade += re.findall(r"@ref \S+|!\[.{,20}|^\|--+", data, re.M)
+        self.unmade += re.findall(r"@ref \S+|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
 
 
 def check(folder):

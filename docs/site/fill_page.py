@@ -97,7 +97,6 @@ def drawing(alternative, file):
             f'alt="{alternative}"/></a>@endhtmlonly')
 
 
-BACKSLASH = "\\"
 # A link within a paragraph, or what might look like the start of one: code, and a drawing.
 LINK = re.compile(r"`[^`\n]*`|!\[[^\]\n]*\]\([^)\s]+\)|\[((?:[^\]\n]|\n(?!\n))*)\]\(([^)\s]+)\)")
 COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
@@ -157,12 +156,15 @@ def fill(file):
 
 
 def _spans(text):
-    """Spans of code that Doxygen would not show as they are: a leading `::` is no name of a global
-    scope, and an escaped bar within a table is a bar."""
-    def span(match):
-        code = match[1].replace("&", "&amp;").replace("<", "&lt;").replace("--", r"\--")
-        return f"<code>{re.sub('^::', lambda _: BACKSLASH + '::', code)}</code>"
-    return re.sub(r"`(::[A-Za-z][^`]*|[^`]*\\\|[^`]*)`", span, text)
+    """What Doxygen would not show as it is meant: a leading `::` in code is no name of a global scope,
+    a bar in code within a table no border, and strong text may begin with code."""
+    def code(match):
+        shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
+        shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)
+        return f"<code>{shown}</code>"
+    text = re.sub(r"`(::[A-Za-z][^`\n]*)`", code, text)
+    text = re.sub(r"(?m)^[ *]*\|.*$", lambda row: re.sub(r"`([^`]*\|[^`]*)`", code, row[0]), text)
+    return re.sub(r"\*\*(`.+?)\*\*", r"<strong>\1</strong>", text)
 
 
 if __name__ == "__main__":

@@ -90,6 +90,13 @@ class Pages(unittest.TestCase):
         link = re.match(r"\[([^]]*)\]\((.*)\)", "[the\n  `wyx` tool](tool.md)")
         self.assertEqual("[the wyx tool](@ref tool)", fill_page._link(link, ROOT / "docs/tool.md"))
 
+    def test_code_that_doxygen_would_take_for_something_else_is_escaped(self):
+        self.assertEqual(r"see <code>\::ffff:1.2.3.4</code> and `a::b` or `a|b`",
+                         fill_page._spans("see `::ffff:1.2.3.4` and `a::b` or `a|b`"))
+        self.assertEqual(r" * | `x` | <code>\@ &amp; \| \--y</code> |",
+                         fill_page._spans(r" * | `x` | `@ & \| --y` |"))
+        self.assertEqual("<strong>`x` is</strong> so", fill_page._spans("**`x` is** so"))
+
     def test_a_bracket_in_code_begins_no_link(self):
         found = [m[2] for m in fill_page.LINK.finditer("`[` a [b](c) ![d](e)\n`[\n\n[f\ng](h)")]
         self.assertEqual([None, "c", None, "h"], found)
