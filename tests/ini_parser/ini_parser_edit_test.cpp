@@ -798,6 +798,13 @@ TEST_F(IniDelSection, PhysicalLinesWrapBelowZero)
     EXPECT_EQ(Look(doc), Edited({kHole, kHole}, 0xFFFFFFFE));
 }
 
+TEST_F(IniDelSection, DocumentMayBeFull)
+{
+    Document doc({"[b]\n", "[a]\n"}, 2);
+    EXPECT_EQ(XELP_IniDelSection(&doc, "a"), kOk);
+    EXPECT_EQ(Look(doc).slots, (Lines{"[b]\n", kHole}));
+}
+
 TEST_F(IniDelSection, NameMayPointIntoLinesThatGo)
 {
     {

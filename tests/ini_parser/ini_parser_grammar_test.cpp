@@ -235,10 +235,10 @@ TEST_F(IniParseCommentLine, TakesWhatFollowsTheFirstSpaceAndSemicolon)
         const char *pszLine;
         const char *pszComment;
     } const cases[] = {
-        {" ;c", "c"},         {" ;c\r\n", "c"}, {"k=a ; \t two words \t\r\n", "two words"},
-        {" ;b ;c\n", "b ;c"}, {" ;;\n", ";"},   {" ;\"q\" 'q' \\\n", "\"q\" 'q' \\"},
-        {"a;b\t;c ;d", "d"},  {"  ;x", "x"},    {" ;\xFF\x80\n", "\xFF\x80"},
-        {" ;\v\f\n", "\v\f"},
+        {" ;c", "c"},         {" ;c\r\n", "c"},   {"k=a ; \t two words \t\r\n", "two words"},
+        {" ;b ;c\n", "b ;c"}, {" ;;\n", ";"},     {" ;\"q\" 'q' \\\n", "\"q\" 'q' \\"},
+        {"a;b\t;c ;d", "d"},  {"  ;x", "x"},      {" ;\xFF\x80\n", "\xFF\x80"},
+        {" ;\v\f\n", "\v\f"}, {" ;\x01", "\x01"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(Shown(c.pszLine));

@@ -264,6 +264,12 @@ TEST_F(IniGetSectionList, AllNamesAsSpelledInTheDocumentsOrder)
     EXPECT_EQ(trace_, "D 80, D 4, D 2, free, D 2, D 2, D 4");
 }
 
+TEST_F(IniGetSectionList, DocumentMayBeFull)
+{
+    const Document doc({"[a]\n", "[b]\n"}, 2);
+    EXPECT_EQ(Sections(doc), (ListResult{kOk, 2, {"a", "b"}}));
+}
+
 TEST_F(IniGetSectionList, KeyLinesAreNotParsed)
 {
     const Document doc({"[a]\n", "=1\n", " = \n"});

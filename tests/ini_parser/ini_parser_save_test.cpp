@@ -362,6 +362,15 @@ TEST_F(IniSaveFileContent, LinesAreWrittenAsTheyAre)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "a\r\nb\n\rc\rd\n ;\xFF\t\\\nno end\r\n"}}));
 }
 
+TEST_F(IniSaveFileContent, DocumentMayBeFull)
+{
+    TheDisk() = {{"f.ini", "old"}};
+    Document doc({"[a]\n", "k=1\n"}, 2);
+    doc.ulLabel = 1;
+    EXPECT_EQ(XELP_IniSaveFileContent("f.ini", &doc), kOk);
+    EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "[a]\nk=1\n"}}));
+}
+
 struct NameCase {
     const char *pszName;
     const char *pszTarget;
