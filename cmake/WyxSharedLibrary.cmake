@@ -53,6 +53,11 @@ function(wyx_shared_library target)
         target_link_options(${target} PRIVATE
             LINKER:-z,max-page-size=16384 LINKER:-z,common-page-size=16384)
     endif()
+    if(ANDROID AND ANDROID_STL STREQUAL "none")
+        # Only what is in headers is used of the C++ library, which the NDK takes away whole.
+        target_compile_options(${target} PRIVATE
+            "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-isystem ${CMAKE_SYSROOT}/usr/include/c++/v1>")
+    endif()
     if(WYX_COVERAGE)
         target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
         target_link_options(${target} PRIVATE --coverage)
