@@ -162,8 +162,10 @@ def _spans(text):
         shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
         shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)
         return f"<code>{shown}</code>"
+    def row_code(match):
+        return code(match) if "|" in match[1] else match[0]
     text = re.sub(r"`(::[A-Za-z][^`\n]*)`", code, text)
-    text = re.sub(r"(?m)^[ *]*\|.*$", lambda row: re.sub(r"`([^`]*\|[^`]*)`", code, row[0]), text)
+    text = re.sub(r"(?m)^[ *]*\|.*$", lambda row: re.sub(r"`([^`]*)`", row_code, row[0]), text)
     return re.sub(r"\*\*(`.+?)\*\*", r"<strong>\1</strong>", text)
 
 
