@@ -1,4 +1,5 @@
-# Builds and runs the consumer in one of the three ways. Run as a script by CTest.
+# Builds and runs the consumer in one of the three ways, or runs the installed tool. Run as a script
+# by CTest.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -14,12 +15,26 @@ if(WAY STREQUAL subdirectory)
 else()
     # Nothing may depend on where the tree was installed first.
     run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component runtime)
-    run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component development)
+    if(WAY STREQUAL tool)
+        set(component tool)
+    else()
+        set(component development)
+    endif()
+    run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first"
+        --component ${component})
     file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/moved")
     set(arguments -D "CMAKE_PREFIX_PATH=${WORK_DIR}/moved")
 endif()
 
-if(WAY STREQUAL pkg_config)
+if(WAY STREQUAL tool)
+    unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries by its own place
+    run("${WORK_DIR}/moved/${BINDIR}/wyx" --version)
+    foreach(file man/man1/wyx.1 bash-completion/completions/wyx)
+        if(NOT EXISTS "${WORK_DIR}/moved/share/${file}")
+            message(FATAL_ERROR "share/${file} is not installed")
+        endif()
+    endforeach()
+elseif(WAY STREQUAL pkg_config)
     set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/moved/${PKGCONFIGDIR}")
     execute_process(COMMAND pkg-config --cflags --libs wyx_commlib
         OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
