@@ -13,6 +13,7 @@ A header passes as it is, but for spans of code that Doxygen would take for some
 """
 import re
 import sys
+from html import escape
 from pathlib import Path
 
 import headers
@@ -94,7 +95,7 @@ def drawing(alternative, file):
     if not file.is_file():
         sys.exit(f"{file}: there is no such drawing")
     return (f'@htmlonly<a class="drawing" href="{file.name}"><img src="{file.name}" '
-            f'alt="{alternative}"/></a>@endhtmlonly')
+            f'alt="{escape(alternative)}"/></a>@endhtmlonly')
 
 
 # A link within a paragraph, or what might look like the start of one: code, and a drawing.
@@ -112,7 +113,7 @@ def _link(match, file):
     if not other.exists():
         sys.exit(f"{file}: links to {target}, which does not exist")
     if other not in pages.every():
-        return text # a file or folder of the source, which the site does not hold
+        return text  # a file or folder of the source, which the site does not hold
     anchor = f"{pages.page_of(other)}-{fragment}" if fragment else pages.page_of(other)
     return f"[{text}](@ref {anchor})"
 
@@ -148,7 +149,7 @@ def _linked(line, declared):
 def fill(file):
     declared = headers.read_all()
     blocks = re.split(r"(?m)(^```.*?^```$)", file.read_text(), flags=re.S)
-    for i in range(0, len(blocks), 2): # those between are code
+    for i in range(0, len(blocks), 2):  # those between are code
         linked = LINK.sub(lambda match: _link(match, file) if match[2] else match[0], blocks[i])
         blocks[i] = "\n".join(new for line in linked.split("\n")
                               for new in _line(line, file, declared))

@@ -1,4 +1,5 @@
 """What the public headers declare, read out of them: calls, their documentation, and statuses."""
+import functools
 import re
 import sys
 from dataclasses import dataclass, field
@@ -112,6 +113,7 @@ def read(path):
     return Header(path.name, list(calls.values()), statuses)
 
 
+@functools.cache
 def read_all():
     """Every header by its file name."""
     paths = [path for folder in FOLDERS for path in sorted(folder.glob("*.h"))]

@@ -5,6 +5,7 @@ import sys
 from pathlib import Path
 from xml.sax.saxutils import quoteattr
 
+import fill_page
 import pages
 
 
@@ -27,6 +28,9 @@ def navigation():
 
 
 if __name__ == "__main__":
+    # Doxygen takes the silence of a filter that failed for an empty page.
+    for page_file in pages.every():
+        fill_page.fill(page_file)
     layout = Path(sys.argv[1]).read_text()
     sys.stdout.write(re.sub(r"<navindex>.*</navindex>", lambda _: "\n".join(navigation()), layout,
                             flags=re.S))
