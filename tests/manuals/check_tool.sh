@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Every verb and option that the help of wyx tells is in its manual page and in each completion, and
-# the completions offer it where it belongs: check_tool.sh WYX PAGE COMPLETIONS_FOLDER
+# the completions offer it where it belongs; bash and fish (if it is there) are asked, the file for zsh
+# is read: check_tool.sh WYX PAGE COMPLETIONS_FOLDER
 set -euo pipefail
 
 wyx=$1
@@ -29,7 +30,24 @@ while IFS=$'\t' read -r verb word; do
     esac
 done <<<"$words"
 
-# bash is asked what it offers; the other two files are read.
+# fish, in one go: for each word, whether it is among what is offered for its first character.
+if command -v fish >/dev/null; then
+    home=$(mktemp -d)
+    trap 'rm -rf "$home"' EXIT
+    while read -r line; do
+        missing "wyx.fish, asked," "$line"
+    done < <(HOME=$home XDG_CONFIG_HOME=$home fish --no-config -c '
+        source $argv[1]
+        set -l tab (printf "\t")
+        while read -l -d $tab verb word
+            set -l line (string trim "wyx "(string replace -r "^-\$" "" -- $verb))
+            set -l first (string match -r "^--|^." -- $word)
+            contains -- $word (complete -C "$line $first" | string replace -r "$tab.*" "")
+            or echo "$verb $word"
+        end
+    ' "$completions/wyx.fish" <<<"$words")
+fi
+
 source "$completions/wyx.bash"
 while IFS=$'\t' read -r verb word; do
     [[ $verb == - ]] && verb=""

@@ -75,7 +75,8 @@ _wyx() {
     elif [[ $verb == addr ]]; then
         COMPREPLY=()
     elif [[ $ini =~ ^(get|set|del|keys)$ ]] && ((${#operands[@]} > 0)); then
-        local file=$(_wyx_plain "${operands[0]}")
+        local file
+        file=$(_wyx_plain "${operands[0]}")
         if ((${#operands[@]} == 1)); then
             _wyx_names "$current" "${COMP_WORDS[0]}" ini sections -- "$file"
         elif [[ $ini != keys ]] && ((${#operands[@]} == 2)); then
