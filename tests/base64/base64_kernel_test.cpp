@@ -35,9 +35,10 @@ std::vector<Form> Forms()
     forms.push_back({"sse2", base64::sse2::EncodeGroups, base64::sse2::DecodeQuads});
 #endif
 #if defined(WYX_HAVE_AVX2_FORM)
-    if (__builtin_cpu_supports("avx2")) {
-        forms.push_back({"avx2", base64::avx2::EncodeGroups, base64::avx2::DecodeQuads});
-    }
+    forms.push_back({"avx2", base64::avx2::EncodeGroups, base64::avx2::DecodeQuads});
+#endif
+#if defined(WYX_HAVE_AVX512_FORM)
+    forms.push_back({"avx512", base64::avx512::EncodeGroups, base64::avx512::DecodeQuads});
 #endif
     return forms;
 }

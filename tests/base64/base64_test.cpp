@@ -264,6 +264,35 @@ TEST_F(Base64Decode, RandomTexts)
     }
 }
 
+// Lines of one length, as they are usual, and what may go wrong in the middle of them.
+TEST_F(Base64Decode, LinesOfEveryLength)
+{
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    for (std::size_t length = 1; length <= 140; ++length) {
+        for (const std::string_view lineBreak : {"\r\n", "\n", "\r", "\n\n", "\r\n\r\n", "\r "}) {
+            std::string text;
+            for (std::size_t line = 2 + random.UpTo(4); line > 0; --line) {
+                for (std::size_t i = 0; i < length; ++i) {
+                    text += kAlphabet[random.UpTo(63)];
+                }
+                text += lineBreak;
+            }
+            ASSERT_EQ(Decoded(text), ModelDecoded(text + '\0')) << length;
+            for (std::size_t cut = 0; cut < 3; ++cut) { // no break at the end
+                const std::string shorter = text.substr(0, text.size() - cut - 1);
+                ASSERT_EQ(Decoded(shorter), ModelDecoded(shorter + '\0')) << length;
+            }
+            std::string irregular = text;
+            const std::size_t at = random.UpTo(text.size() - 1);
+            irregular.insert(at, 1, "A=\r\n!"[random.UpTo(4)]);
+            ASSERT_EQ(Decoded(irregular), ModelDecoded(irregular + '\0')) << length << ", " << at;
+            irregular = text.erase(at, 1);
+            ASSERT_EQ(Decoded(irregular), ModelDecoded(irregular + '\0')) << length << ", " << at;
+        }
+    }
+}
+
 TEST_F(Base64Decode, EveryAlignment)
 {
     alignas(64) char achAround[17 + 40];

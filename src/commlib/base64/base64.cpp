@@ -97,6 +97,37 @@ QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return static_cast<QAL_UINT32>(pucEnd - pucOut);
 }
 
+/// The length of a line break, 0 where there is none.
+QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
+{
+    if (pucIn[0] == '\n') {
+        return 1;
+    }
+    return pucIn[0] == '\r' && pucIn[1] == '\n' ? 2 : 0;
+}
+
+/// Decodes what is usual from the start of a text: quads, and after a line break, lines of as many
+/// quads as the first. Gives the number of characters, and adds that of the bytes to @p ulOut.
+QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
+                       QAL_UINT32 &ulOut)
+{
+    const QAL_UINT32 ulLine = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
+    QAL_UINT32 ulDone = ulLine;
+    ulOut += ulLine / 4 * 3;
+    // A line of known length is not waited for: the CPU begins the next before it knows that this
+    // one holds nothing unusual.
+    while (ulLen - ulDone > 2 + ulLine) {
+        const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
+        if (ulBreak == 0 ||
+            kernel::DecodeQuads(pucIn + ulDone + ulBreak, ulLine, pucOut + ulOut) != ulLine) {
+            break;
+        }
+        ulDone += ulBreak + ulLine;
+        ulOut += ulLine / 4 * 3;
+    }
+    return ulDone;
+}
+
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
 /// Writes the bytes of @p ulLen characters and gives their number, or kNoText for a text with a
@@ -113,9 +144,7 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
             continue;
         }
         if (ulFound == 0) { // as far as nothing unusual stands in the way
-            const QAL_UINT32 ulDone = kernel::DecodeQuads(pucIn + i, ulLen - i, pucOut + ulOut);
-            i += ulDone;
-            ulOut += ulDone / 4 * 3;
+            i += DecodeLines(pucIn + i, ulLen - i, pucOut, ulOut);
             ucMeaning = kMeanings[pucIn[i]];
         }
         if (ucMeaning == kRefused) {

@@ -39,13 +39,21 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace avx2
 
+/// 48 bytes or 64 characters at once, with the byte permutations of AVX-512, down to the last group.
+namespace avx512 {
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
+} // namespace avx512
+
 /// 48 bytes or 64 characters at once, with NEON.
 namespace neon {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace neon
 
-#if defined(__AVX2__)
+#if defined(__AVX512VBMI__) && defined(__AVX512BW__)
+namespace kernel = avx512;
+#elif defined(__AVX2__)
 namespace kernel = avx2;
 #elif defined(__SSE2__)
 namespace kernel = sse2;

@@ -1,0 +1,159 @@
+// Base64 with the byte permutations of AVX-512: the alphabet stands in one vector and is looked up
+// in as a whole, and so do the sextets of all characters in two.
+#include "base64_kernel.h"
+
+#if defined(__AVX512VBMI__) && defined(__AVX512BW__)
+
+#include <algorithm>
+#include <bit>
+
+#include <immintrin.h>
+
+namespace wyx::base64::avx512 {
+namespace {
+
+constexpr QAL_UINT32 kChars = 64; // of a vector
+constexpr QAL_UINT32 kBytes = 48; // that they stand for
+
+using Bytes = std::array<QAL_UINT8, kChars>;
+
+/// Where the four bytes of a word come from that holds each sextet of a group of three in one
+/// piece.
+consteval Bytes MakeSpread()
+{
+    Bytes aTab{};
+    constexpr QAL_UINT8 kOfGroup[] = {1, 0, 2, 1};
+    for (QAL_UINT8 i = 0; i < kChars; ++i) {
+        aTab[i] = static_cast<QAL_UINT8>(i / 4 * 3 + kOfGroup[i % 4]);
+    }
+    return aTab;
+}
+
+/// Where the bytes come from of words that hold three each, the last one lowest.
+consteval Bytes MakePack()
+{
+    Bytes aTab{};
+    for (QAL_UINT8 i = 0; i < kBytes; ++i) {
+        aTab[i] = static_cast<QAL_UINT8>(i / 3 * 4 + 2 - i % 3);
+    }
+    return aTab;
+}
+
+constexpr QAL_UINT8 kNoValue = 0x80;
+
+/// The sextets of the characters from @p ucFirst on.
+consteval Bytes MakeSextets(QAL_UINT8 ucFirst)
+{
+    std::array<QAL_UINT8, 2 * kChars> aTab{};
+    aTab.fill(kNoValue);
+    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
+        aTab[static_cast<QAL_UINT8>(cb64[i])] = i;
+    }
+    aTab['-'] = aTab['+']; // the URL-safe alphabet
+    aTab['_'] = aTab['/'];
+    Bytes aHalf{};
+    for (QAL_UINT8 i = 0; i < kChars; ++i) {
+        aHalf[i] = aTab[ucFirst + i];
+    }
+    return aHalf;
+}
+
+constexpr Bytes kSpread = MakeSpread();
+constexpr Bytes kPack = MakePack();
+constexpr Bytes kLowSextets = MakeSextets(0);
+constexpr Bytes kHighSextets = MakeSextets(kChars);
+
+// Without a mask, GCC 12 warns of its own header.
+constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};
+
+/// A bit for each of the first @p ulCount bytes of a vector, 1 to 64.
+QAL_UINT64 First(QAL_UINT32 ulCount)
+{
+    return kAll >> (kChars - ulCount);
+}
+
+__m512i Permuted(const void *pPlaces, __m512i bytes)
+{
+    return _mm512_maskz_permutexvar_epi8(kAll, _mm512_loadu_si512(pPlaces), bytes);
+}
+
+__m512i CharactersOf(__m512i bytes)
+{
+    const __m512i words = Permuted(kSpread.data(), bytes);
+    // A word is b1 b0 b2 b1, lowest first: the sextets begin at its bits 10, 4, 22 and 16. What
+    // stands above them does not take part in the look-up.
+    const __m512i sextets =
+        _mm512_maskz_multishift_epi64_epi8(kAll, _mm512_set1_epi64(0x3036242A1016040A), words);
+    return _mm512_maskz_permutexvar_epi8(kAll, sextets, _mm512_loadu_si512(cb64));
+}
+
+/// The sextets of characters; marks those without a value in bit 7.
+__m512i SextetsOf(__m512i chars)
+{
+    const __m512i sextets = _mm512_permutex2var_epi8(_mm512_loadu_si512(kLowSextets.data()), chars,
+                                                     _mm512_loadu_si512(kHighSextets.data()));
+    return _mm512_or_si512(
+        sextets, _mm512_and_si512(chars, _mm512_set1_epi32(static_cast<QAL_INT32>(0x80808080))));
+}
+
+/// The bytes of sextets, in the lower 48.
+__m512i BytesOf(__m512i sextets)
+{
+    // Pairs of sextets to 12 bits, pairs of those to 24.
+    const __m512i pairs = _mm512_maddubs_epi16(sextets, _mm512_set1_epi32(0x01400140));
+    const __m512i words = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
+    return Permuted(kPack.data(), words);
+}
+
+} // namespace
+
+QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulDone = 0;
+    for (; ulLen - ulDone >= kChars; ulDone += kBytes) { // 64 bytes are read
+        _mm512_storeu_si512(pucOut, CharactersOf(_mm512_loadu_si512(pucIn + ulDone)));
+        pucOut += kChars;
+    }
+    // Two rounds at most are left, of up to 16 groups.
+    while (ulLen - ulDone >= 3) {
+        const QAL_UINT32 ulGroups = std::min((ulLen - ulDone) / 3, kBytes / 3);
+        const __m512i bytes = _mm512_maskz_loadu_epi8(First(3 * ulGroups), pucIn + ulDone);
+        _mm512_mask_storeu_epi8(pucOut, First(4 * ulGroups), CharactersOf(bytes));
+        pucOut += 4 * ulGroups;
+        ulDone += 3 * ulGroups;
+    }
+    return ulDone;
+}
+
+QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    QAL_UINT32 ulDone = 0;
+    for (; ulLen - ulDone >= kChars; ulDone += kChars) {
+        const __m512i sextets = SextetsOf(_mm512_loadu_si512(pucIn + ulDone));
+        if (_mm512_movepi8_mask(sextets) != 0) {
+            break;
+        }
+        _mm512_mask_storeu_epi8(pucOut, First(kBytes), BytesOf(sextets));
+        pucOut += kBytes;
+    }
+    // The quads that are left, or those before a character without a value.
+    QAL_UINT32 ulQuads = std::min((ulLen - ulDone) / 4, kChars / 4);
+    if (ulQuads == 0) {
+        return ulDone;
+    }
+    const QAL_UINT64 ullMask = First(4 * ulQuads);
+    const __m512i sextets = SextetsOf(_mm512_maskz_loadu_epi8(ullMask, pucIn + ulDone));
+    const QAL_UINT64 ullUnusual = _mm512_movepi8_mask(sextets) & ullMask;
+    if (ullUnusual != 0) {
+        ulQuads = static_cast<QAL_UINT32>(std::countr_zero(ullUnusual)) / 4;
+        if (ulQuads == 0) {
+            return ulDone;
+        }
+    }
+    _mm512_mask_storeu_epi8(pucOut, First(3 * ulQuads), BytesOf(sextets));
+    return ulDone + 4 * ulQuads;
+}
+
+} // namespace wyx::base64::avx512
+
+#endif
