@@ -9,8 +9,12 @@ set -euo pipefail
 
 cd "$(dirname "$0")/.."
 folder=${1:-build/packages}
-scripts/install_packages.sh g++ cmake ninja-build dpkg-dev file gzip libcli11-dev nlohmann-json3-dev \
-    python3 xz-utils
+tool=${WYX_BUILD_TOOL:-ON}
+packages=(g++ cmake ninja-build dpkg-dev file gzip python3 xz-utils)
+if [[ $tool == ON ]]; then
+    packages+=(libcli11-dev nlohmann-json3-dev)
+fi
+scripts/install_packages.sh "${packages[@]}"
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)
 fi
@@ -35,7 +39,7 @@ list_sources | LC_ALL=C sort -z | tar --create --no-recursion --format=gnu \
 
 # Without a path to libraries: those of packages are where the system looks.
 cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
-    -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="${WYX_BUILD_TOOL:-ON}" -DWYX_BUILD_TESTS=OFF \
+    -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="$tool" -DWYX_BUILD_TESTS=OFF \
     -DWYX_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$folder/build" >/dev/null
 (cd "$folder/build" && cpack -B "$folder/work" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
