@@ -37,7 +37,7 @@ major() {
     sed -n "1s/.* soname='[^']*\.so\.\([0-9]*\)'.*/\1/p" "$1"
 }
 
-# describe BUILD_FOLDER: writes $work/NAME.abi, the same from any compiler, folder and processor
+# describe BUILD_FOLDER: writes $work/NAME.abi, without what differs by folder and processor
 describe() {
     local own_major name headers=() options=(
         --drop-private-types --headers-dir "$source_folder/include"

@@ -16,7 +16,11 @@ if [[ $tool == ON ]]; then
 fi
 scripts/install_packages.sh "${packages[@]}"
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
-    SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)
+    if [[ -e .git ]]; then
+        SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+    else
+        SOURCE_DATE_EPOCH=$(stat -c %Y CHANGELOG.md) # an unpacked archive, which keeps the time
+    fi
 fi
 export SOURCE_DATE_EPOCH
 umask 022
