@@ -4,9 +4,10 @@
 // EncodeGroups() encodes groups of three bytes from the start of the input and gives the number of
 // bytes that it has encoded. DecodeQuads() decodes quads of four characters, and stops before the
 // first that holds anything but characters with a value; it gives the number of characters that it
-// has decoded. None of them reads beyond the input. Behind the bytes that it decodes, DecodeQuads()
-// may overwrite others as long as they are fewer than the characters it leaves over call for, and
-// one byte more: so many the buffer of a decoder always has.
+// has decoded. Where these are 16 or more, it leaves no quad before that one over. None of them
+// reads beyond the input. Behind the bytes that it decodes, DecodeQuads() may overwrite others as
+// long as they are fewer than the characters it leaves over call for, and one byte more: so many
+// the buffer of a decoder always has.
 #ifndef WYX_COMMLIB_BASE64_KERNEL_H
 #define WYX_COMMLIB_BASE64_KERNEL_H
 
@@ -45,7 +46,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace avx512
 
-/// 48 bytes or 64 characters at once, with NEON.
+/// 48 bytes or 64 characters at once, with NEON; then 12 or 16.
 namespace neon {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

@@ -1,8 +1,13 @@
 // Base64 with NEON: loads and stores that take every third or fourth byte apart, and look-ups in
-// tables of 64 entries that stand in registers.
+// tables of 64 entries that stand in registers. What is left then goes 12 bytes or 16 characters at
+// a time; the last such step begins so far back that it ends with the last whole group, and what it
+// does a second time it does to the same effect.
 #include "base64_kernel.h"
 
 #if defined(__ARM_NEON)
+
+#include <algorithm>
+#include <bit>
 
 #include <arm_neon.h>
 
@@ -31,6 +36,56 @@ uint8x16x4_t LoadTable(const QAL_UINT8 *pucTable)
              vld1q_u8(pucTable + 48)}};
 }
 
+constexpr QAL_UINT32 kStepBytes = 12;
+constexpr QAL_UINT32 kStepChars = 16;
+
+/// Encodes 12 bytes to 16 characters.
+void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut)
+{
+    // Each group of bytes b0 b1 b2 becomes two numbers of 16 bits, b0 b1 and b1 b2: the first holds
+    // two sextets from bits 10 and 4 on, the second from bits 6 and 0 on.
+    constexpr QAL_UINT8 kSpread[16] = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 12, 7, 14, 13, 15, 14};
+    constexpr QAL_UINT32 kDown = 0xFFFAFFF6; // by 10 and by 6
+    constexpr QAL_UINT32 kUp = 0x00080004;   // by 4 and by 8
+    const uint8x16_t bytes = vcombine_u8(vld1_u8(pucIn), vld1_u8(pucIn + 4));
+    const uint16x8_t halves = vreinterpretq_u16_u8(vqtbl1q_u8(bytes, vld1q_u8(kSpread)));
+    const uint16x8_t low = vshlq_u16(halves, vreinterpretq_s16_u32(vdupq_n_u32(kDown)));
+    const uint16x8_t high = vshlq_u16(halves, vreinterpretq_s16_u32(vdupq_n_u32(kUp)));
+    const uint8x16_t both = vreinterpretq_u8_u16(vbslq_u16(vdupq_n_u16(0x00FF), low, high));
+    vst1q_u8(pucOut, vqtbl4q_u8(alphabet, vandq_u8(both, vdupq_n_u8(0x3F))));
+}
+
+/// The marked sextets of characters; 0 for those without a value.
+uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
+{
+    // An index of 64 or more looks up 0: of the two halves, one gives 0, or both.
+    return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
+}
+
+/// Decodes 16 characters to 12 bytes. Where one of them has no value, it writes nothing. Gives the
+/// number of characters before that one.
+QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucIn,
+                      QAL_UINT8 *pucOut)
+{
+    constexpr QAL_UINT8 kPack[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 0, 0, 0, 0};
+    const uint8x16_t marked = SextetsOf(low, high, vld1q_u8(pucIn));
+    const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kHasValue)));
+    const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
+    if (ullNone != 0) { // four bits a character
+        return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4;
+    }
+    // Pairs of sextets to 12 bits, pairs of those to 24; what is above them is not packed.
+    const uint16x8_t sextets = vreinterpretq_u16_u8(vandq_u8(marked, vdupq_n_u8(0x3F)));
+    const uint32x4_t pairs =
+        vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));
+    const uint32x4_t words = vsliq_n_u32(vshrq_n_u32(pairs, 16), pairs, 12);
+    const uint8x16_t bytes = vqtbl1q_u8(vreinterpretq_u8_u32(words), vld1q_u8(kPack));
+    const QAL_UINT32 ulLast = vgetq_lane_u32(vreinterpretq_u32_u8(bytes), 2);
+    vst1_u8(pucOut, vget_low_u8(bytes));
+    __builtin_memcpy(pucOut + 8, &ulLast, sizeof ulLast);
+    return kStepChars;
+}
+
 } // namespace
 
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
@@ -48,8 +103,13 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
             vqtbl4q_u8(alphabet, vandq_u8(third, sextet)),
             vqtbl4q_u8(alphabet, vandq_u8(in.val[2], sextet)),
         }};
-        vst4q_u8(pucOut, out);
-        pucOut += 64;
+        vst4q_u8(pucOut + ulDone / 3 * 4, out);
+    }
+    const QAL_UINT32 ulEnd = ulLen / 3 * 3; // of the groups
+    while (ulDone < ulEnd && ulEnd >= kStepBytes) {
+        ulDone = std::min(ulDone, ulEnd - kStepBytes);
+        EncodeStep(alphabet, pucIn + ulDone, pucOut + ulDone / 3 * 4);
+        ulDone += kStepBytes;
     }
     return ulDone;
 }
@@ -58,19 +118,13 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
 {
     const uint8x16x4_t low = LoadTable(kSextetOf.data());
     const uint8x16x4_t high = LoadTable(kSextetOf.data() + 64);
-    const uint8x16_t upperHalf = vdupq_n_u8(0x40);
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 64; ulDone += 64) {
         const uint8x16x4_t in = vld4q_u8(pucIn + ulDone);
-        // An index of 64 or more looks up 0: of the two halves, one gives 0, or both.
-        const auto sextets = [&](int i) {
-            return vorrq_u8(vqtbl4q_u8(low, in.val[i]),
-                            vqtbl4q_u8(high, veorq_u8(in.val[i], upperHalf)));
-        };
-        const uint8x16_t a = sextets(0);
-        const uint8x16_t b = sextets(1);
-        const uint8x16_t c = sextets(2);
-        const uint8x16_t d = sextets(3);
+        const uint8x16_t a = SextetsOf(low, high, in.val[0]);
+        const uint8x16_t b = SextetsOf(low, high, in.val[1]);
+        const uint8x16_t c = SextetsOf(low, high, in.val[2]);
+        const uint8x16_t d = SextetsOf(low, high, in.val[3]);
         if (vminvq_u8(vandq_u8(vandq_u8(a, b), vandq_u8(c, d))) < kHasValue) {
             break;
         }
@@ -84,8 +138,17 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
             vorrq_u8(vshlq_n_u8(second, 4), vshrq_n_u8(third, 2)),
             vorrq_u8(vshlq_n_u8(third, 6), fourth),
         }};
-        vst3q_u8(pucOut, out);
-        pucOut += 48;
+        vst3q_u8(pucOut + ulDone / 4 * 3, out);
+    }
+    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as is known
+    while (ulDone < ulEnd && ulEnd >= kStepChars) {
+        const QAL_UINT32 ulAt = std::min(ulDone, ulEnd - kStepChars);
+        const QAL_UINT32 ulValid = DecodeStep(low, high, pucIn + ulAt, pucOut + ulAt / 4 * 3);
+        if (ulValid == kStepChars) {
+            ulDone = ulAt + kStepChars;
+        } else {
+            ulEnd = (ulAt + ulValid) / 4 * 4;
+        }
     }
     return ulDone;
 }
