@@ -93,6 +93,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
     const uint8x16x4_t alphabet = LoadTable(reinterpret_cast<const QAL_UINT8 *>(cb64));
     const uint8x16_t sextet = vdupq_n_u8(0x3F);
     QAL_UINT32 ulDone = 0;
+    QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 48; ulDone += 48) {
         const uint8x16x3_t in = vld3q_u8(pucIn + ulDone);
         const uint8x16_t second = vorrq_u8(vshlq_n_u8(in.val[0], 4), vshrq_n_u8(in.val[1], 4));
@@ -103,7 +104,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
             vqtbl4q_u8(alphabet, vandq_u8(third, sextet)),
             vqtbl4q_u8(alphabet, vandq_u8(in.val[2], sextet)),
         }};
-        vst4q_u8(pucOut + ulDone / 3 * 4, out);
+        vst4q_u8(pucNext, out);
+        pucNext += 64;
     }
     const QAL_UINT32 ulEnd = ulLen / 3 * 3; // of the groups
     while (ulDone < ulEnd && ulEnd >= kStepBytes) {
@@ -119,6 +121,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const uint8x16x4_t low = LoadTable(kSextetOf.data());
     const uint8x16x4_t high = LoadTable(kSextetOf.data() + 64);
     QAL_UINT32 ulDone = 0;
+    QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 64; ulDone += 64) {
         const uint8x16x4_t in = vld4q_u8(pucIn + ulDone);
         const uint8x16_t a = SextetsOf(low, high, in.val[0]);
@@ -138,7 +141,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
             vorrq_u8(vshlq_n_u8(second, 4), vshrq_n_u8(third, 2)),
             vorrq_u8(vshlq_n_u8(third, 6), fourth),
         }};
-        vst3q_u8(pucOut + ulDone / 4 * 3, out);
+        vst3q_u8(pucNext, out);
+        pucNext += 48;
     }
     QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as is known
     while (ulDone < ulEnd && ulEnd >= kStepChars) {
