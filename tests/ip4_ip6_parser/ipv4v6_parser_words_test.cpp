@@ -176,6 +176,17 @@ TEST(UsualIpv4, EveryByteAtEveryPlace)
     }
 }
 
+TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
+{
+    Words words;
+    GuardedText memory;
+    for (int iByte = 1; iByte < 256; ++iByte) {
+        const std::string dot(1, static_cast<char>(iByte));
+        ASSERT_TRUE(Agrees(words, memory, "1" + dot + "2" + dot + "3" + dot + "4"));
+        ASSERT_TRUE(Agrees(words, memory, "12" + dot + "134" + dot + "5" + dot + "67:89"));
+    }
+}
+
 // A table in which one decimal digit is none sends every text to the scanner; those whose octets do
 // without the digit read there as they read in words.
 TEST(UsualIpv4, ScannerReadsTheSame)
