@@ -1,140 +1,18 @@
 // The usual form of a dotted address, read in words of four and eight characters.
-//
-// What differs from one such text to the next is where the dots stand. A loop over the characters
-// ends at another place each time, which no branch predictor foretells; here, places are computed
-// from words, and each branch asks whether the text is of the usual form at all.
 #ifndef WYX_COMMLIB_IPV4V6_PARSER_WORDS_H
 #define WYX_COMMLIB_IPV4V6_PARSER_WORDS_H
 
 #include "wyx_commlib/ip4_ip6_parser.h"
 
-#include <bit>
-
-#include "ipv4v6_parser_internal.h"
-
 namespace wyx {
 
-static_assert(std::endian::native == std::endian::little); // the first character is the lowest byte
-
-constexpr QAL_UINT64 kEachByte = 0x0101010101010101;
-
-inline QAL_UINT32 FourFrom(const QAL_CHAR *pszText)
-{
-    QAL_UINT32 ulChars;
-    __builtin_memcpy(&ulChars, pszText, sizeof ulChars);
-    return ulChars;
-}
-
-inline QAL_UINT64 EightFrom(const QAL_CHAR *pszText)
-{
-    QAL_UINT64 ullChars;
-    __builtin_memcpy(&ullChars, pszText, sizeof ullChars);
-    return ullChars;
-}
-
-/// Leaves a bit in the upper half of each byte that is above 9. A byte from 10 to 15 gets it by the
-/// sum; what carries into the next byte has had one itself.
-template <typename Word>
-constexpr Word AboveNine(Word word)
-{
-    return (word | (word + static_cast<Word>(6 * kEachByte))) & static_cast<Word>(0xF0 * kEachByte);
-}
-static_assert(AboveNine(QAL_UINT32{0x00090509}) == 0 && AboveNine(QAL_UINT32{0x0A}) != 0 &&
-              AboveNine(QAL_UINT32{0xFF}) != 0);
-
-/// Does the table call decimal digits what is one, as far as a text of digits, dots and colons can
-/// tell?
-inline bool AreDigitsAsUsual()
-{
-    QAL_UINT32 ulOfAll = kDecDigit;
-    for (QAL_UINT8 ucDigit = '0'; ucDigit <= '9'; ++ucDigit) {
-        ulOfAll &= QAL_CHARset[ucDigit];
-    }
-    return (ulOfAll & ~(QAL_CHARset[QAL_UINT8{'.'}] | QAL_CHARset[QAL_UINT8{':'}])) != 0;
-}
-
-constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
-constexpr QAL_UINT32 kLongestUsual = 22; // 255.255.255.255:065535
 constexpr QAL_UINT32 kNotUsual = XELP_ERR_IPV4V6_BUTT;
-
-/// Reads the decimal port behind the colon, which is the character @p ulColon of the last eight of
-/// a text, its terminator included. False where there is no digit, or anything but digits.
-inline bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
-{
-    if (ulColon == 6) {
-        return false;
-    }
-    // The last digit in the highest byte, and 0 in place of what stands before the first.
-    const QAL_UINT32 ulBefore = 8 * (ulColon + 2);
-    QAL_UINT64 ullDigits = (ullTail << 8 ^ '0' * kEachByte) >> ulBefore << ulBefore;
-    if (AboveNine(ullDigits) != 0) {
-        return false;
-    }
-    ullDigits = (ullDigits * 10 + (ullDigits >> 8)) & 0x00FF00FF00FF00FF;
-    ullDigits = (ullDigits * 100 + (ullDigits >> 16)) & 0x0000FFFF0000FFFF;
-    uwPort = static_cast<QAL_UINT16>(ullDigits * 10000 + (ullDigits >> 32));
-    return true;
-}
 
 /// Reads four octets of one to three decimal digits each, with dots between them, and after a colon
 /// a port of one to six digits. Gives the status of XELP_Parse_IPV4(), or kNotUsual for every other
 /// text, valid or not; the outputs are then untouched.
-inline QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &ulAddr,
-                                QAL_UINT16 &uwPort)
-{
-    if (ulLen < kShortestUsual || ulLen > kLongestUsual || !AreDigitsAsUsual()) {
-        return kNotUsual;
-    }
-    // If there is a colon, it stands among the last eight characters, the terminator included.
-    const QAL_UINT64 ullTail = EightFrom(pszText + ulLen - 7);
-    const QAL_UINT64 ullColonIs0 = ullTail ^ ':' * kEachByte;
-    const QAL_UINT64 ullColons = (ullColonIs0 - kEachByte) & ~ullColonIs0 & 0x80 * kEachByte;
-    QAL_UINT32 ulEnd = ulLen; // of the octets
-    QAL_UINT16 uwUsualPort = 0;
-    if (ullColons != 0) {
-        const auto ulColon = static_cast<QAL_UINT32>(std::countr_zero(ullColons)) / 8;
-        if (!ReadUsualPort(ullTail, ulColon, uwUsualPort)) {
-            return kNotUsual;
-        }
-        ulEnd = ulLen - 7 + ulColon;
-    }
-
-    QAL_UINT32 ulSum = 0;
-    QAL_UINT32 ulAboveNine = 0;
-    // Takes the digits of the next octet: hundreds in byte 1, tens in byte 2, ones in byte 3. False
-    // where they are more than 255.
-    const auto take = [&](QAL_UINT32 ulDigits) {
-        ulAboveNine |= AboveNine(ulDigits);
-        ulSum = ulSum << 8 | (ulDigits * (100U << 16 | 10U << 8 | 1U)) >> 24;
-        return __builtin_bswap32(ulDigits) <= 0x020505;
-    };
-    QAL_UINT32 ulAt = 0;
-    for (QAL_UINT32 i = 0; i < kIp4Len - 1; ++i) {
-        if (ulAt + 3 > ulLen) {
-            return kNotUsual; // no room for a digit, a dot and a digit
-        }
-        const QAL_UINT32 ulChars = FourFrom(pszText + ulAt);
-        // Of the characters of the form, only the dot has no bit 4. It is looked for behind the
-        // first place, which must be a digit, and if need be taken to be in the fourth.
-        const int iBit = std::countr_zero((~ulChars & 0x00101000U) | 0x10000000U);
-        ulAt += static_cast<QAL_UINT32>(iBit) / 8 + 1;
-        if (pszText[ulAt - 1] != '.' || !take((ulChars ^ 0x30303030U) << (36 - iBit))) {
-            return kNotUsual;
-        }
-    }
-    const QAL_UINT32 ulDigits = ulEnd - ulAt;
-    if (ulDigits < 1 || ulDigits > 3) {
-        return kNotUsual;
-    }
-    const QAL_UINT32 ulBefore = 8 * (4 - ulDigits);
-    if (!take((FourFrom(pszText + ulEnd - 4) ^ 0x30303030U) >> ulBefore << ulBefore) ||
-        ulAboveNine != 0) {
-        return kNotUsual;
-    }
-    ulAddr = ulSum;
-    uwPort = uwUsualPort;
-    return ullColons != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
-}
+QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &ulAddr,
+                         QAL_UINT16 &uwPort);
 
 } // namespace wyx
 
