@@ -40,6 +40,8 @@ class Block {
     static constexpr unsigned kVectors = 8;
     static constexpr unsigned kBytes = kVectors * kVectorBytes;
 
+    Block() { Clear(std::make_index_sequence<kVectors>{}); }
+
     /// Goes on to the next 128 bytes of the message.
     void Fold(const QAL_UINT8 *pucData) { FoldEach(pucData, std::make_index_sequence<kVectors>{}); }
 
@@ -50,6 +52,13 @@ class Block {
     }
 
   private:
+    /// Each for itself: all at once can become a call of memset().
+    template <std::size_t... kAt>
+    void Clear(std::index_sequence<kAt...>)
+    {
+        ((aVectors_[kAt] = Vector{}), ...);
+    }
+
     template <std::size_t... kAt>
     void FoldEach(const QAL_UINT8 *pucData, std::index_sequence<kAt...>)
     {
@@ -74,7 +83,7 @@ class Block {
         return LoadVector(pucData + kAt * kVectorBytes) ^ aVectors_[kAt] ^ halfBetween ^ before2;
     }
 
-    Vector aVectors_[kVectors] = {};
+    Vector aVectors_[kVectors];
 };
 
 constexpr QAL_UINT32 kMinByBlocks = 3 * Block::kBytes; // below, the first block costs too much

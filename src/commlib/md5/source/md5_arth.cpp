@@ -6,7 +6,6 @@
 #include "wyx_commlib/md5.h"
 
 #include <array>
-#include <bit>
 
 #include "bounded.h"
 #include "md5_arth_internal.h"
@@ -38,6 +37,12 @@ constexpr void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
     pucBytes[3] = static_cast<QAL_UINT8>(ulWord >> 24);
 }
 
+/// Not std::rotl(): the type of its count differs between C++ libraries.
+constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
+{
+    return ulWord << iCount | ulWord >> (32 - iCount);
+}
+
 // A block is one chain of 64 steps, each of which needs the word that the one before it made: b
 // here. So what a step can do without b comes first, and only the rest is on the chain.
 
@@ -53,7 +58,7 @@ inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
 inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
-    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
+    a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
 /// Bit by bit, d chooses between b and c. No bit comes from both halves, so they can be added
@@ -62,21 +67,21 @@ inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
                   int iRotate, QAL_UINT32 ulSine)
 {
     const QAL_UINT32 ulSum = Settled(a + (ulWord + ulSine));
-    a = b + std::rotl(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
+    a = b + RotateLeft(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
 }
 
 /// The parity of the three.
 inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
-    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
+    a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
 /// A mix that treats each of the three in its own way.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
-    a = b + std::rotl(Settled(a + (ulWord + ulSine)) + (c ^ (b | ~d)), iRotate);
+    a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (c ^ (b | ~d)), iRotate);
 }
 
 /// Bytes in the context's buffer.
