@@ -50,6 +50,7 @@ SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
 SHARED_TESTS = ("fuzz", "failures")
 NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$")
 LEAST_KILLED = 0.97
+COMPILE_LIMIT = 60  # seconds
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
@@ -228,6 +229,16 @@ def run(command, **options):
     return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
 
 
+def finish(process, limit):
+    """What a process of its own session writes to stderr; None if it had to be ended."""
+    try:
+        return process.communicate(timeout=limit)[1] or ""
+    except subprocess.TimeoutExpired:
+        os.killpg(process.pid, signal.SIGKILL)
+        process.communicate()
+        return None
+
+
 class Image:
     """What is linked from units of the library: the library itself, or a test that has its own."""
 
@@ -242,7 +253,7 @@ class Image:
         self.link = shlex.split(link)
 
     def compile(self, unit, source, output):
-        """Compiles a copy of a unit; the result of the compiler."""
+        """Compiles a copy of a unit: None, or why that failed."""
         command = list(self.compiles[unit][0])
         command[command.index("-o") + 1] = str(output)
         command[command.index("-c") + 1] = str(source)
@@ -254,7 +265,10 @@ class Image:
         # The copy is to name itself as the original does, and equal code to give an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0",
                     f"-ffile-prefix-map={source.parent}={pathlib.Path(unit).parent}"]
-        return subprocess.run(command, text=True, capture_output=True, cwd=self.build.folder)
+        process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        errors = finish(process, COMPILE_LIMIT)  # what runs at compile time may run for ever
+        return None if process.returncode == 0 else errors or "no end"
 
     def link_with(self, objects, output):
         """Links with other objects, by unit, in place of the unchanged ones."""
@@ -364,12 +378,7 @@ class Runner:
             [program, "--gtest_fail_fast", "--gtest_brief=1"], env=environment,
             cwd=self.folder(), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL, start_new_session=True)
-        try:
-            return process.wait(limit) == 0
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, signal.SIGKILL)
-            process.wait()
-            return False
+        return finish(process, limit) is not None and process.returncode == 0
 
     def library(self):
         folder = self.folder() / "lib"
@@ -393,9 +402,9 @@ class Runner:
                 for unit in sorted({u for file in files for u in self.units_with(image, file)}):
                     copy = self.copy_of_module(unit)
                     output = self.work / f"{len(self.durations)}_{len(image.plain)}_plain.o"
-                    result = image.compile(unit, copy / pathlib.Path(unit).name, output)
-                    if result.returncode != 0:
-                        sys.exit(f"{unit} does not compile:\n{result.stderr}")
+                    errors = image.compile(unit, copy / pathlib.Path(unit).name, output)
+                    if errors is not None:
+                        sys.exit(f"{unit} does not compile:\n{errors}")
                     image.plain[unit] = output
                 if image is build.library:
                     image.link_with(image.plain, self.library())
@@ -416,11 +425,10 @@ class Runner:
         objects = {}
         for number, unit in enumerate(self.units_with(image, file)):
             output = self.folder() / f"{number}.o"
-            result = image.compile(unit, copy / pathlib.Path(unit).name, output)
-            if result.returncode != 0:
+            errors = image.compile(unit, copy / pathlib.Path(unit).name, output)
+            if errors is not None:
                 # GCC says the first, Clang the second.
-                failed = "static assertion failed" in result.stderr or \
-                    "static_assert failed" in result.stderr
+                failed = "static assertion failed" in errors or "static_assert failed" in errors
                 return objects, "killed" if failed else "invalid"
             if output.read_bytes() != image.plain[unit].read_bytes():
                 objects[unit] = output
