@@ -8,12 +8,13 @@
 A mistake is a changed operator, constant, condition or result, or a statement left out. Each is
 planted in a copy of its unit outside the tree; only that unit is compiled again, and the library is
 linked from it and the other units' objects. So is every test that has the unit compiled into it, as
-those of code for another CPU than the library's have. The mistake is
+those of code for another CPU than the library's have, or that includes a header of src/. The mistake
+is
 
     killed      if a test of its module fails or hangs, or a static assertion does
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
     elsewhere   if this machine compiles the line nowhere
-    invalid     if it does not compile
+    invalid     if it does not compile or link
     untried     if --seconds were over
     surviving   otherwise. What survives the release build is tried again under the sanitizers.
 
@@ -252,30 +253,32 @@ class Image:
         link = re.sub(r"^: && ", "", re.sub(r" && :.*$", "", link))
         self.link = shlex.split(link)
 
-    def compile(self, unit, source, output):
-        """Compiles a copy of a unit: None, or why that failed."""
-        command = list(self.compiles[unit][0])
+    def compile(self, unit, root, output):
+        """Compiles a unit of a copy of the tree: None, or why that failed."""
+        sources = f"{self.build.tree / SOURCES}/"
+        command = [w.replace(f"-I{sources}", f"-I{root / SOURCES}/")
+                   for w in self.compiles[unit][0]]
         command[command.index("-o") + 1] = str(output)
-        command[command.index("-c") + 1] = str(source)
+        command[command.index("-c") + 1] = str(root / unit)
         for option in ("-MF", "-MT"):
             if option in command:
                 at = command.index(option)
                 del command[at : at + 2]
         command = [w for w in command if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
         # The copy is to name itself as the original does, and equal code to give an equal object.
-        command += ["-w", "-fno-lto", "-frandom-seed=0",
-                    f"-ffile-prefix-map={source.parent}={pathlib.Path(unit).parent}"]
+        command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         errors = finish(process, COMPILE_LIMIT)  # what runs at compile time may run for ever
         return None if process.returncode == 0 else errors or "no end"
 
     def link_with(self, objects, output):
-        """Links with other objects, by unit, in place of the unchanged ones."""
+        """Links with other objects, by unit, in place of the unchanged ones. Does that work?"""
         other = {self.compiles[unit][1]: str(path) for unit, path in objects.items()}
         command = [other.get(word, word) for word in self.link]
         command[command.index("-o") + 1] = str(output)
-        subprocess.run(command, check=True, cwd=self.build.folder, capture_output=True)
+        return subprocess.run(command, cwd=self.build.folder,
+                              capture_output=True).returncode == 0
 
 
 class Build:
@@ -283,10 +286,14 @@ class Build:
 
     def __init__(self, folder, tree):
         self.folder = folder
+        self.tree = tree
+        headers = {h.name for h in (tree / SOURCES).rglob("*.h")}
         images = collections.defaultdict(dict)
         for entry in json.loads((folder / "compile_commands.json").read_text()):
             source = pathlib.Path(entry["file"])
-            if source.is_relative_to(tree / SOURCES):
+            included = {pathlib.Path(name).name for name in INCLUDE.findall(source.read_text())}
+            is_test = source.is_relative_to(tree / "tests") and included & headers
+            if source.is_relative_to(tree / SOURCES) or is_test:
                 command = shlex.split(entry["command"])
                 output = command[command.index("-o") + 1]
                 target = re.search(r"(.*)/CMakeFiles/([^/]+)\.dir/", output).groups()
@@ -333,6 +340,8 @@ class Runner:
         self.lock = threading.Lock()
         self.durations = {}
         self.kills = collections.Counter()  # by file and test
+        self.parts = {}  # files by unit
+        self.plain_objects = 0
 
     def folder(self):
         if not hasattr(self.local, "folder"):
@@ -342,37 +351,49 @@ class Runner:
             self.local.folder.mkdir(parents=True)
         return self.local.folder
 
-    def included(self, file, seen):
-        """Adds the file, and what it includes from its own folder."""
-        if file not in seen and (self.tree / file).is_file():
-            seen.add(file)
-            for name in INCLUDE.findall((self.tree / file).read_text()):
-                self.included(str(pathlib.Path(file).parent / name), seen)
-        return seen
+    def included(self, unit):
+        """The files of the tree that a unit is made of; those of other modules are left out."""
+        if unit not in self.parts:
+            module = self.tree / SOURCES / pathlib.Path(unit).parts[1 + (unit[:3] == "src")]
+            parts, found = set(), [unit]
+            while found:
+                file = found.pop()
+                parts.add(file)
+                for name in INCLUDE.findall((self.tree / file).read_text()):
+                    near = os.path.normpath(self.tree / pathlib.Path(file).parent / name)
+                    paths = [near] if os.path.isfile(near) else \
+                        module.rglob(pathlib.Path(name).name)
+                    names = {os.path.relpath(path, self.tree) for path in paths}
+                    found += names - parts
+            self.parts[unit] = parts
+        return self.parts[unit]
 
     def units_with(self, image, file):
         """The units of an image that a file is part of."""
-        return sorted(u for u in image.compiles if file in self.included(u, set()))
+        return sorted(u for u in image.compiles if file in self.included(u))
 
     def copy_of_module(self, file):
-        """A fresh copy of a file's folder, for the calling worker."""
-        source = (self.tree / file).parent
-        copy = self.folder() / "module"
-        shutil.rmtree(copy, ignore_errors=True)
-        shutil.copytree(source, copy)
-        return copy
+        """A fresh copy of a file's module and its tests, for the calling worker."""
+        root = self.folder() / "tree"
+        shutil.rmtree(root, ignore_errors=True)
+        module = module_of(file)
+        for folder in (SOURCES / module, pathlib.Path("tests") / module):
+            shutil.copytree(self.tree / folder, root / folder)
+        return root
 
     def tests_of(self, build, file):
         programs = [p for folder in (module_of(file), *SHARED_TESTS) for p in build.tests[folder]]
         return sorted(programs, key=lambda p: -(self.kills[file, p] + 0.1) /
                       (self.durations.get(p, 0) + 0.02))
 
-    def path(self, build):
-        """Where a test finds the worker's library, and the build's own ones."""
-        return f"{self.library().parent}:{build.folder / 'lib'}"
+    def path(self, build, is_changed=True):
+        """Where a test finds the worker's library, if that is changed, and the build's own ones."""
+        changed = f"{self.library().parent}:" if is_changed else ""
+        return f"{changed}{build.folder / 'lib'}"
 
-    def run_test(self, build, program, limit):
-        environment = dict(os.environ, LD_LIBRARY_PATH=self.path(build), WYX_TEST_SEED="1",
+    def run_test(self, build, program, limit, is_changed):
+        environment = dict(os.environ, LD_LIBRARY_PATH=self.path(build, is_changed),
+                           WYX_TEST_SEED="1",
                            UBSAN_OPTIONS="halt_on_error=1", TMPDIR=str(self.folder()))
         process = subprocess.Popen(
             [program, "--gtest_fail_fast", "--gtest_brief=1"], env=environment,
@@ -390,7 +411,7 @@ class Runner:
 
     def expect_pass(self, build, program, key):
         begin = time.monotonic()
-        if not self.run_test(build, program, 600):
+        if not self.run_test(build, program, 600, True):
             sys.exit(f"{key} fails without a mistake planted")
         self.durations[key] = time.monotonic() - begin
 
@@ -399,18 +420,22 @@ class Runner:
         for build in self.builds:
             images = dict.fromkeys(i for file in files for i in build.images(file))
             for image in images:
-                for unit in sorted({u for file in files for u in self.units_with(image, file)}):
-                    copy = self.copy_of_module(unit)
-                    output = self.work / f"{len(self.durations)}_{len(image.plain)}_plain.o"
-                    errors = image.compile(unit, copy / pathlib.Path(unit).name, output)
-                    if errors is not None:
-                        sys.exit(f"{unit} does not compile:\n{errors}")
-                    image.plain[unit] = output
-                if image is build.library:
-                    image.link_with(image.plain, self.library())
-                    continue
-                image.link_with(image.plain, self.test_with_units())
-                self.expect_pass(build, self.test_with_units(), image)
+                for file in files:
+                    root = self.copy_of_module(file)
+                    for unit in self.units_with(image, file):
+                        if unit in image.plain:
+                            continue
+                        self.plain_objects += 1
+                        output = self.work / f"{self.plain_objects}.o"
+                        errors = image.compile(unit, root, output)
+                        if errors is not None:
+                            sys.exit(f"{unit} does not compile:\n{errors}")
+                        image.plain[unit] = output
+                output = self.library() if image is build.library else self.test_with_units()
+                if not image.link_with(image.plain, output):
+                    sys.exit(f"{image.target} cannot be linked")
+                if image is not build.library:
+                    self.expect_pass(build, output, image)
             library = self.library()
             for program in sorted({p for file in files for p in self.tests_of(build, file)}):
                 loaded = run(["ldd", str(program)],
@@ -419,13 +444,13 @@ class Runner:
                     sys.exit(f"{program} does not take the library from {library}")
                 self.expect_pass(build, program, program)
 
-    def compile_all(self, image, file, copy):
+    def compile_all(self, image, file, root):
         """The objects of an image with a changed file, by unit, those that are the same left out;
         or how the compiler ended."""
         objects = {}
         for number, unit in enumerate(self.units_with(image, file)):
             output = self.folder() / f"{number}.o"
-            errors = image.compile(unit, copy / pathlib.Path(unit).name, output)
+            errors = image.compile(unit, root, output)
             if errors is not None:
                 # GCC says the first, Clang the second.
                 failed = "static assertion failed" in errors or "static_assert failed" in errors
@@ -434,16 +459,16 @@ class Runner:
                 objects[unit] = output
         return objects, None
 
-    def is_compiled(self, mutant, text, copy):
+    def is_compiled(self, mutant, text, root):
         """Does any image of the first build compile the line of a mistake?"""
         begin = text.rfind("\n", 0, mutant.start) + 1
         marked = text[:begin] + "#error compiled\n" + text[begin:]
-        (copy / pathlib.Path(mutant.file).name).write_text(marked)
-        return any(self.compile_all(image, mutant.file, copy)[1] is not None
+        (root / mutant.file).write_text(marked)
+        return any(self.compile_all(image, mutant.file, root)[1] is not None
                    for image in self.builds[0].images(mutant.file))
 
-    def fails(self, build, program, key, file):
-        if self.run_test(build, program, 5 + 5 * self.durations[key]):
+    def fails(self, build, program, key, file, is_changed):
+        if self.run_test(build, program, 5 + 5 * self.durations[key], is_changed):
             return False
         with self.lock:
             self.kills[file, key] += 1
@@ -454,29 +479,33 @@ class Runner:
             return "untried"
         text = (self.tree / mutant.file).read_text()
         mutated = text[: mutant.start] + mutant.new + text[mutant.end :]
-        copy = self.copy_of_module(mutant.file)
-        (copy / pathlib.Path(mutant.file).name).write_text(mutated)
+        root = self.copy_of_module(mutant.file)
+        (root / mutant.file).write_text(mutated)
         for build in self.builds:
+            is_changed = False  # the library
             same = True
             for image in build.images(mutant.file):
-                objects, end = self.compile_all(image, mutant.file, copy)
+                objects, end = self.compile_all(image, mutant.file, root)
                 if end is not None:
                     return end
-                if not objects:
-                    continue
-                same = False
-                if image is not build.library:
-                    image.link_with(image.plain | objects, self.test_with_units())
-                    if self.fails(build, self.test_with_units(), image, mutant.file):
-                        return "killed"
-                    continue
-                image.link_with(image.plain | objects, self.library())
-                for program in self.tests_of(build, mutant.file):
-                    if self.fails(build, program, program, mutant.file):
+                same = same and not objects
+                is_library = image is build.library
+                output = self.library() if is_library else self.test_with_units()
+                if objects and not image.link_with(image.plain | objects, output):
+                    return "invalid"
+                if is_library:
+                    is_changed = bool(objects)
+                    programs = self.tests_of(build, mutant.file) if is_changed else []
+                    tests = [(program, program) for program in programs]
+                else:
+                    # Its own code has changed, or that of the library which it calls.
+                    program = output if objects else build.folder / image.target
+                    tests = [(program, image)] if objects or is_changed else []
+                for program, key in tests:
+                    if self.fails(build, program, key, mutant.file, is_changed):
                         return "killed"
             if same and build is self.builds[0]:
-                is_compiled = self.is_compiled(mutant, text, copy)
-                return "equivalent" if is_compiled else "elsewhere"
+                return "equivalent" if self.is_compiled(mutant, text, root) else "elsewhere"
         return "surviving"
 
 
