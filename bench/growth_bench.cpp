@@ -43,23 +43,14 @@ std::vector<QAL_UINT8> Bytes(std::size_t size)
     return bytes;
 }
 
-void Crc16(benchmark::State &state)
+template <auto kCrc, typename Value>
+void Crc(benchmark::State &state)
 {
     const auto bytes = Bytes(SizeOf(state));
     for (auto _ : state) {
-        QAL_UINT16 uwCrc = 0;
-        XELP_CRC_16(bytes.data(), SizeOf(state), &uwCrc);
-        benchmark::DoNotOptimize(uwCrc);
-    }
-}
-
-void Crc32(benchmark::State &state)
-{
-    const auto bytes = Bytes(SizeOf(state));
-    for (auto _ : state) {
-        QAL_UINT32 ulCrc = 0;
-        XELP_CRC_32(bytes.data(), SizeOf(state), &ulCrc);
-        benchmark::DoNotOptimize(ulCrc);
+        Value crc = 0;
+        kCrc(bytes.data(), SizeOf(state), &crc);
+        benchmark::DoNotOptimize(crc);
     }
 }
 
@@ -412,8 +403,8 @@ void FromThirty(benchmark::internal::Benchmark *pBenchmark)
 
 } // namespace
 
-BENCHMARK(Crc16)->Apply(FromThousand)->Complexity(benchmark::oN);
-BENCHMARK(Crc32)->Apply(FromThousand)->Complexity(benchmark::oN);
+BENCHMARK(Crc<XELP_CRC_16, QAL_UINT16>)->Apply(FromThousand)->Complexity(benchmark::oN);
+BENCHMARK(Crc<XELP_CRC_32, QAL_UINT32>)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Md5)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Base64Encode)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Base64Decode)->Apply(FromThousand)->Complexity(benchmark::oN);
