@@ -293,6 +293,22 @@ TEST_F(Base64Decode, LinesOfEveryLength)
     }
 }
 
+/// Where a line break is expected, by the length of the lines before, stands something else.
+TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
+{
+    for (const std::size_t length : {4U, 16U, 76U}) {
+        const std::string line = std::string(length, 'Q');
+        for (int iByte = 0; iByte < 256; ++iByte) {
+            for (const std::string end : {"", "\n", "\r", "A"}) {
+                const std::string text =
+                    line + "\n" + line + static_cast<char>(iByte) + end + line + "\n" + line;
+                ASSERT_EQ(Decoded(text), ModelDecoded(text + '\0'))
+                    << length << ", " << iByte << ", " << end.size();
+            }
+        }
+    }
+}
+
 TEST_F(Base64Decode, EveryAlignment)
 {
     alignas(64) char achAround[17 + 40];
