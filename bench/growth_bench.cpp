@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "os_adapter.h"
+#include "our_lists.h"
 #include "wyx_commlib/commlib.h"
 
 namespace {
@@ -20,7 +21,7 @@ namespace {
 void Check(QAL_UINT32 ulStatus, const char *pszWhat)
 {
     if (ulStatus != 0) {
-        std::fprintf(stderr, "growth_bench: %s gave %u\n", pszWhat, ulStatus);
+        std::fprintf(stderr, "growth_bench: %s failed (%u)\n", pszWhat, ulStatus);
         std::abort();
     }
 }
@@ -114,59 +115,30 @@ class Numbers {
     std::vector<std::uint32_t> numbers_;
 };
 
-/// What the two lists have in common: calls of the same shape under names of their own.
-template <auto kInsert, auto kAfterLast, auto kRemoveHead, auto kQuery, auto kProcess, auto kDeinit,
-          auto kLeaveNodes>
+template <typename OurList>
 class List : public Numbers {
   public:
-    ~List() { kDeinit(pList_, kLeaveNodes); }
-    List(const List &) = delete;
-    void Append(void *pNumber) { Check(kInsert(pList_, pNumber, kAfterLast), "insert"); }
-    void TakeFirst()
+    explicit List(QAL_UINT32 ulSize) : Numbers(ulSize), list_(ulSize, IsSame)
     {
-        void *pNumber = nullptr;
-        Check(kRemoveHead(pList_, &pNumber), "remove");
-    }
-    void FindLast()
-    {
-        void *pNumber = nullptr;
-        Check(kQuery(pList_, Last(), nullptr, &pNumber), "query");
-    }
-    void Walk() { Check(kProcess(pList_, Visit, nullptr, nullptr), "walk"); }
-
-  protected:
-    template <typename Init>
-    List(QAL_UINT32 ulSize, Init init) : Numbers(ulSize)
-    {
-        Check(init(&pList_), "init");
         for (QAL_UINT32 i = 0; i < ulSize; ++i) {
-            Append(At(i));
+            list_.Append(At(i));
         }
     }
+    void TakeFirstAndAppend()
+    {
+        void *const pFirst = list_.TakeFirst();
+        Check(pFirst == nullptr, "take");
+        list_.Append(pFirst);
+    }
+    void FindLast() { Check(list_.Find(Last()) != Last(), "find"); }
+    void Walk() { list_.Walk(Visit, nullptr); }
 
   private:
-    void *pList_ = nullptr;
+    OurList list_;
 };
 
-struct Linked : List<XELP_DLinkList_Insert, XELP_DLL_Insert_After_LastNode,
-                     XELP_DLinkList_Remove_HeadNode, XELP_DLinkList_Query,
-                     XELP_DLinkList_Process_List, XELP_DLinkList_Deinit, XELP_DLL_FreeUserNode_No> {
-    explicit Linked(QAL_UINT32 ulSize)
-        : List(ulSize,
-               [](void **ppList) { return XELP_DLinkList_Init(IsSame, LeaveAlone, ppList); })
-    {}
-};
-
-struct Indexed
-    : List<XELP_SLinkList_Insert, XELP_SLL_Insert_After_LastNode, XELP_SLinkList_Remove_HeadNode,
-           XELP_SLinkList_Query, XELP_SLinkList_Process_List, XELP_SLinkList_Deinit,
-           XELP_SLL_FreeUserNode_No> {
-    explicit Indexed(QAL_UINT32 ulSize)
-        : List(ulSize, [ulSize](void **ppList) {
-              return XELP_SLinkList_Init(ulSize, IsSame, LeaveAlone, ppList);
-          })
-    {}
-};
+using Linked = List<wyx::bench::OurLinked>;
+using Indexed = List<wyx::bench::OurIndexed>;
 
 QAL_UINT32 SpreadHash(void *pKey, QAL_UINT32 *pulHash)
 {
@@ -222,12 +194,11 @@ struct Table : Numbers {
 };
 
 template <typename List>
-void AppendAndTakeFirst(benchmark::State &state)
+void TakeFirstAndAppend(benchmark::State &state)
 {
     List list(SizeOf(state));
     for (auto _ : state) {
-        list.TakeFirst();
-        list.Append(list.Last());
+        list.TakeFirstAndAppend();
     }
 }
 
@@ -409,11 +380,11 @@ BENCHMARK(Md5)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Base64Encode)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Base64Decode)->Apply(FromThousand)->Complexity(benchmark::oN);
 
-BENCHMARK(AppendAndTakeFirst<Linked>)->Apply(FromThousand)->Complexity(benchmark::o1);
+BENCHMARK(TakeFirstAndAppend<Linked>)->Apply(FromThousand)->Complexity(benchmark::o1);
 BENCHMARK(FindLast<Linked>)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Walk<Linked>)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(FillAndRelease<Linked>)->Apply(FromThousand)->Complexity(benchmark::oN);
-BENCHMARK(AppendAndTakeFirst<Indexed>)->Apply(FromThousand)->Complexity(benchmark::o1);
+BENCHMARK(TakeFirstAndAppend<Indexed>)->Apply(FromThousand)->Complexity(benchmark::o1);
 BENCHMARK(FindLast<Indexed>)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(Walk<Indexed>)->Apply(FromThousand)->Complexity(benchmark::oN);
 BENCHMARK(FillAndRelease<Indexed>)->Apply(FromThousand)->Complexity(benchmark::oN);

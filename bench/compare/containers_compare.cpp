@@ -23,9 +23,8 @@
 
 #include "harness.h"
 #include "os_adapter.h"
-#include "wyx_commlib/dlink.h"
+#include "our_lists.h"
 #include "wyx_commlib/hash.h"
-#include "wyx_commlib/slink.h"
 
 namespace wyx::bench {
 namespace {
@@ -67,85 +66,21 @@ QAL_UINT32 (*volatile g_pfunAddNumber)(void *, void *, void **) = AddNumber;
 
 // ---- lists: each with the same few operations ----
 
-struct OurLinked {
-    explicit OurLinked(std::size_t) { XELP_DLinkList_Init(IsNumber, LeaveAlone, &pList); }
-    OurLinked(const OurLinked &) = delete;
-    ~OurLinked() { XELP_DLinkList_Deinit(pList, XELP_DLL_FreeUserNode_No); }
-    void Append(Record &record)
-    {
-        XELP_DLinkList_Insert(pList, &record, XELP_DLL_Insert_After_LastNode);
-    }
-    void Prepend(Record &record)
-    {
-        XELP_DLinkList_Insert(pList, &record, XELP_DLL_Insert_Front_FirstNode);
-    }
-    void *TakeFirst()
-    {
-        void *pRecord;
-        XELP_DLinkList_Remove_HeadNode(pList, &pRecord);
-        return pRecord;
-    }
-    void *TakeLast()
-    {
-        void *pRecord;
-        XELP_DLinkList_Remove_TailNode(pList, &pRecord);
-        return pRecord;
-    }
+template <typename List>
+struct OurRecords {
+    explicit OurRecords(std::size_t count) : list(static_cast<QAL_UINT32>(count), IsNumber) {}
+    void Append(Record &record) { list.Append(&record); }
+    void Prepend(Record &record) { list.Prepend(&record); }
+    void *TakeFirst() { return list.TakeFirst(); }
+    void *TakeLast() { return list.TakeLast(); }
     std::uint64_t Sum()
     {
         std::uint64_t ullSum = 0;
-        XELP_DLinkList_Process_List(pList, AddNumber, &ullSum, nullptr);
+        list.Walk(AddNumber, &ullSum);
         return ullSum;
     }
-    void *Find(std::uint64_t ullNumber)
-    {
-        void *pRecord;
-        XELP_DLinkList_Query(pList, &ullNumber, nullptr, &pRecord);
-        return pRecord;
-    }
-    void *pList = nullptr;
-};
-
-struct OurIndexed {
-    explicit OurIndexed(std::size_t count)
-    {
-        XELP_SLinkList_Init(static_cast<QAL_UINT32>(count), IsNumber, LeaveAlone, &pList);
-    }
-    OurIndexed(const OurIndexed &) = delete;
-    ~OurIndexed() { XELP_SLinkList_Deinit(pList, XELP_SLL_FreeUserNode_No); }
-    void Append(Record &record)
-    {
-        XELP_SLinkList_Insert(pList, &record, XELP_SLL_Insert_After_LastNode);
-    }
-    void Prepend(Record &record)
-    {
-        XELP_SLinkList_Insert(pList, &record, XELP_SLL_Insert_Front_FirstNode);
-    }
-    void *TakeFirst()
-    {
-        void *pRecord;
-        XELP_SLinkList_Remove_HeadNode(pList, &pRecord);
-        return pRecord;
-    }
-    void *TakeLast()
-    {
-        void *pRecord;
-        XELP_SLinkList_Remove_TailNode(pList, &pRecord);
-        return pRecord;
-    }
-    std::uint64_t Sum()
-    {
-        std::uint64_t ullSum = 0;
-        XELP_SLinkList_Process_List(pList, AddNumber, &ullSum, nullptr);
-        return ullSum;
-    }
-    void *Find(std::uint64_t ullNumber)
-    {
-        void *pRecord;
-        XELP_SLinkList_Query(pList, &ullNumber, nullptr, &pRecord);
-        return pRecord;
-    }
-    void *pList = nullptr;
+    void *Find(std::uint64_t ullNumber) { return list.Find(&ullNumber); }
+    List list;
 };
 
 /// A tail queue with one zeroed allocation a node, as whoever does without a library writes it.
@@ -401,33 +336,33 @@ void AddLists(Report &report, std::vector<Record> &records)
         return report.Add("Doubly linked list", pszName + count);
     };
     linked("append, take first")
-        .Ours(AppendTakeFirst<OurLinked>(records))
+        .Ours(AppendTakeFirst<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", AppendTakeFirst<TailQueue>(records), fill)
         .Peer("std::list", AppendTakeFirst<StandardList>(records))
         .Peer("GQueue", AppendTakeFirst<GlibQueue>(records));
     linked("append, take last")
-        .Ours(AppendTakeLast<OurLinked>(records))
+        .Ours(AppendTakeLast<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", AppendTakeLast<TailQueue>(records), fill)
         .Peer("std::list", AppendTakeLast<StandardList>(records))
         .Peer("GQueue", AppendTakeLast<GlibQueue>(records));
     linked("prepend, take first")
-        .Ours(PrependTakeFirst<OurLinked>(records))
+        .Ours(PrependTakeFirst<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", PrependTakeFirst<TailQueue>(records), fill)
         .Peer("std::list", PrependTakeFirst<StandardList>(records))
         .Peer("GQueue", PrependTakeFirst<GlibQueue>(records))
         .Peer("GList", PrependTakeFirst<GlibList>(records));
     linked("prepend, take last")
-        .Ours(PrependTakeLast<OurLinked>(records))
+        .Ours(PrependTakeLast<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", PrependTakeLast<TailQueue>(records), fill)
         .Peer("std::list", PrependTakeLast<StandardList>(records))
         .Peer("GQueue", PrependTakeLast<GlibQueue>(records));
     linked("walk")
-        .Ours(Walk<OurLinked>(records))
+        .Ours(Walk<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", Walk<TailQueue>(records))
         .Peer("std::list", Walk<StandardList>(records))
         .Peer("GQueue", Walk<GlibQueue>(records));
     linked("find the middle one")
-        .Ours(FindMiddle<OurLinked>(records))
+        .Ours(FindMiddle<OurRecords<OurLinked>>(records))
         .Peer("TAILQ", FindMiddle<TailQueue>(records))
         .Peer("std::list", FindMiddle<StandardList>(records))
         .Peer("GQueue", FindMiddle<GlibQueue>(records));
@@ -437,27 +372,27 @@ void AddLists(Report &report, std::vector<Record> &records)
         return report.Add("List of a fixed capacity", pszName + count);
     };
     indexed("append, take first")
-        .Ours(AppendTakeFirst<OurIndexed>(records))
+        .Ours(AppendTakeFirst<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", AppendTakeFirst<PooledList>(records), pooledFill)
         .Peer("TAILQ", AppendTakeFirst<TailQueue>(records));
     indexed("append, take last")
-        .Ours(AppendTakeLast<OurIndexed>(records))
+        .Ours(AppendTakeLast<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", AppendTakeLast<PooledList>(records), pooledFill)
         .Peer("TAILQ", AppendTakeLast<TailQueue>(records));
     indexed("prepend, take first")
-        .Ours(PrependTakeFirst<OurIndexed>(records))
+        .Ours(PrependTakeFirst<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", PrependTakeFirst<PooledList>(records), pooledFill)
         .Peer("TAILQ", PrependTakeFirst<TailQueue>(records));
     indexed("prepend, take last")
-        .Ours(PrependTakeLast<OurIndexed>(records))
+        .Ours(PrependTakeLast<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", PrependTakeLast<PooledList>(records), pooledFill)
         .Peer("TAILQ", PrependTakeLast<TailQueue>(records));
     indexed("walk")
-        .Ours(Walk<OurIndexed>(records))
+        .Ours(Walk<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", Walk<PooledList>(records))
         .Peer("TAILQ", Walk<TailQueue>(records));
     indexed("find the middle one")
-        .Ours(FindMiddle<OurIndexed>(records))
+        .Ours(FindMiddle<OurRecords<OurIndexed>>(records))
         .Peer("std::pmr::list", FindMiddle<PooledList>(records))
         .Peer("TAILQ", FindMiddle<TailQueue>(records));
 }
@@ -686,11 +621,13 @@ void PrintMemory()
     std::printf("\n## Bytes held for each of %zu elements\n\n| container | bytes |\n|---|---|\n",
                 records.size());
     const std::size_t count = records.size();
-    PrintBytes("our doubly linked list", count, [&] { return Filled<OurLinked>(records); });
+    PrintBytes("our doubly linked list", count,
+               [&] { return Filled<OurRecords<OurLinked>>(records); });
     PrintBytes("TAILQ", count, [&] { return Filled<TailQueue>(records); });
     PrintBytes("std::list", count, [&] { return Filled<StandardList>(records); });
     PrintBytes("GQueue", count, [&] { return Filled<GlibQueue>(records); });
-    PrintBytes("our list of a fixed capacity", count, [&] { return Filled<OurIndexed>(records); });
+    PrintBytes("our list of a fixed capacity", count,
+               [&] { return Filled<OurRecords<OurIndexed>>(records); });
     PrintBytes("our hash table, with keys", count, [&] { return FilledTable<OurHash>(records); });
     PrintBytes("GHashTable, with keys", count, [&] { return FilledTable<GlibHash>(records); });
     PrintBytes("unordered_map, with keys", count,
