@@ -39,29 +39,23 @@ consteval Bytes MakePack()
     return aTab;
 }
 
-constexpr QAL_UINT8 kNoValue = 0x80;
+static_assert((kNoSextet & 0x80) != 0, "tells characters without a value");
 
 /// The sextets of the characters from @p ucFirst on.
-consteval Bytes MakeSextets(QAL_UINT8 ucFirst)
+consteval Bytes MakeSextetsFrom(QAL_UINT8 ucFirst)
 {
-    std::array<QAL_UINT8, 2 * kChars> aTab{};
-    aTab.fill(kNoValue);
-    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
-        aTab[static_cast<QAL_UINT8>(cb64[i])] = i;
-    }
-    aTab['-'] = aTab['+']; // the URL-safe alphabet
-    aTab['_'] = aTab['/'];
-    Bytes aHalf{};
+    const auto aSextets = MakeSextets();
+    Bytes aTab{};
     for (QAL_UINT8 i = 0; i < kChars; ++i) {
-        aHalf[i] = aTab[ucFirst + i];
+        aTab[i] = aSextets[ucFirst + i];
     }
-    return aHalf;
+    return aTab;
 }
 
 constexpr Bytes kSpread = MakeSpread();
 constexpr Bytes kPack = MakePack();
-constexpr Bytes kLowSextets = MakeSextets(0);
-constexpr Bytes kHighSextets = MakeSextets(kChars);
+constexpr Bytes kLowSextets = MakeSextetsFrom(0);
+constexpr Bytes kHighSextets = MakeSextetsFrom(kChars);
 
 // Without a mask, GCC 12 warns of its own header.
 constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};

@@ -22,6 +22,22 @@ inline constexpr QAL_CHAR cb64[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 inline constexpr QAL_UINT8 kSextets = 64;
 
+inline constexpr QAL_UINT8 kNoSextet = 0xFF;
+
+/// The sextets of all characters, those of the URL-safe alphabet included; kNoSextet for others.
+/// Each form makes a table of its own of it.
+consteval std::array<QAL_UINT8, 256> MakeSextets()
+{
+    std::array<QAL_UINT8, 256> aTab{};
+    aTab.fill(kNoSextet);
+    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
+        aTab[static_cast<QAL_UINT8>(cb64[i])] = i;
+    }
+    aTab['-'] = aTab['+'];
+    aTab['_'] = aTab['/'];
+    return aTab;
+}
+
 /// Looks several characters up at once in tables of 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

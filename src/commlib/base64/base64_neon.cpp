@@ -17,18 +17,18 @@ namespace {
 constexpr QAL_UINT8 kHasValue = 0x80; // marks the sextet of a character that has one
 
 /// The sextets of the characters from 0 to 127, marked; 0 for those without.
-consteval std::array<QAL_UINT8, 128> MakeSextets()
+consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
 {
+    const auto aSextets = MakeSextets();
     std::array<QAL_UINT8, 128> aTab{};
-    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
-        aTab[static_cast<QAL_UINT8>(cb64[i])] = static_cast<QAL_UINT8>(i | kHasValue);
+    for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
+        const bool hasValue = aSextets[i] != kNoSextet;
+        aTab[i] = hasValue ? static_cast<QAL_UINT8>(aSextets[i] | kHasValue) : QAL_UINT8{0};
     }
-    aTab['-'] = aTab['+']; // the URL-safe alphabet
-    aTab['_'] = aTab['/'];
     return aTab;
 }
 
-constexpr auto kSextetOf = MakeSextets();
+constexpr auto kMarkedSextets = MakeMarkedSextets();
 
 uint8x16x4_t LoadTable(const QAL_UINT8 *pucTable)
 {
@@ -118,8 +118,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    const uint8x16x4_t low = LoadTable(kSextetOf.data());
-    const uint8x16x4_t high = LoadTable(kSextetOf.data() + 64);
+    const uint8x16x4_t low = LoadTable(kMarkedSextets.data());
+    const uint8x16x4_t high = LoadTable(kMarkedSextets.data() + 64);
     QAL_UINT32 ulDone = 0;
     QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 64; ulDone += 64) {

@@ -26,15 +26,14 @@ constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
 /// lowest.
 consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
 {
+    const auto aSextets = MakeSextets();
     std::array<QAL_UINT32, 256> aTab{};
-    aTab.fill(kNoValue);
-    for (QAL_UINT32 i = 0; i < kSextets; ++i) {
-        const QAL_UINT32 ulBits = i << (6 * (3 - ulPlace)); // of 24, the first byte highest
+    for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
+        const QAL_UINT32 ulSextet = aSextets[i];
+        const QAL_UINT32 ulBits = ulSextet << (6 * (3 - ulPlace)); // of 24, the first byte highest
         const QAL_UINT32 ulWord = (ulBits >> 16) | (ulBits & 0xFF00U) | (ulBits << 16 & 0xFF0000U);
-        aTab[static_cast<QAL_UINT8>(cb64[i])] = ulWord;
+        aTab[i] = ulSextet != kNoSextet ? ulWord : kNoValue;
     }
-    aTab['-'] = aTab['+']; // the URL-safe alphabet
-    aTab['_'] = aTab['/'];
     return aTab;
 }
 
