@@ -3,8 +3,8 @@
 #
 # Debian packages of the libraries, for building with them, of their debug information and of the tool
 # (not with WYX_BUILD_TOOL=OFF), and libwyx_commlib-VERSION.tar.xz. FOLDER takes the place of
-# build/packages. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the last
-# commit. Installs what is missing (Debian).
+# build/packages. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH, by default
+# the time of the last commit. Installs what is missing (Debian).
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -46,7 +46,7 @@ cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTAL
     -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="$tool" -DWYX_BUILD_TESTS=OFF \
     -DWYX_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$folder/build" >/dev/null
-(cd "$folder/build" && cpack -B "$folder/work" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
-mv "$folder"/work/*.deb "$folder"
-rm -rf "$folder/work"
+(cd "$folder/build" && cpack -B "$folder/cpack" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
+mv "$folder"/cpack/*.deb "$folder"
+rm -rf "$folder/cpack"
 (cd "$folder" && sha256sum -- *.deb *.tar.xz)
