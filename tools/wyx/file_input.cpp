@@ -27,7 +27,8 @@ Descriptor OpenInput(const std::string &name)
     return file;
 }
 
-struct stat StatusOf(int fd, const std::string &shown)
+/// The size of a regular file, 0 of anything else. Refuses directories.
+std::uint64_t SizeOf(int fd, const std::string &shown)
 {
     struct stat status = {};
     if (fstat(fd, &status) != 0) {
@@ -36,12 +37,6 @@ struct stat StatusOf(int fd, const std::string &shown)
     if (S_ISDIR(status.st_mode)) {
         throw SystemFailure("cannot read " + shown, EISDIR);
     }
-    return status;
-}
-
-std::uint64_t SizeOf(int fd, const std::string &shown)
-{
-    const struct stat status = StatusOf(fd, shown);
     return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
@@ -64,7 +59,6 @@ FileInput::FileInput(const std::string &name)
     : shown_(ShownInput(name)),
       owned_(OpenInput(name)),
       fd_(owned_.IsOpen() ? owned_.Get() : STDIN_FILENO),
-      isRegular_(S_ISREG(StatusOf(fd_, shown_).st_mode)),
       progress_(shown_, SizeOf(fd_, shown_))
 {}
 

@@ -40,13 +40,11 @@ class FileInput {
 
     /// As it is called in messages.
     const std::string &ShownName() const { return shown_; }
-    bool IsRegular() const { return isRegular_; }
 
   private:
     std::string shown_;
     Descriptor owned_;
     int fd_;
-    bool isRegular_ = false;
     std::uint64_t done_ = 0;
     Progress progress_;
 };
