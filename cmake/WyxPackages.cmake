@@ -73,7 +73,7 @@ set(CPACK_WYX_PACKAGES
     "runtime=${library};development=libwyx-commlib-dev;debug=${library}-dbgsym;tool=wyx")
 
 set(CPACK_SOURCE_GENERATOR TXZ)
-set(CPACK_SOURCE_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}")
+set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as the script names it
 set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/;^${PROJECT_SOURCE_DIR}/build/")
 
 include(CPack)
