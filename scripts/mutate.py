@@ -604,9 +604,11 @@ def main():
     counts = collections.Counter(ends.values())
     surviving = [places[m].key for m in mutants if ends[m] == "surviving"]
     unlisted = [key for key in surviving if key not in listed]
-    reached = {places[m].key: ends[m] for m in mutants}
-    wrong = sorted(k for k in listed
-                   if reached.get(k, "surviving") not in ("surviving", "elsewhere", "untried"))
+    reached = collections.defaultdict(set)  # a line may stand in a file more than once
+    for mutant, place in places.items():
+        reached[place.key].add(ends.get(mutant, "untried"))
+    unseen = {"surviving", "elsewhere", "untried"}
+    wrong = sorted(k for k in listed if k in reached and not reached[k] & unseen)
     gone = []
     if arguments.sample is None:
         gone = sorted(k for k in listed if k not in reached and k[0] in files)
@@ -615,7 +617,7 @@ def main():
             f"{ends[m]}\t{m.file}:{places[m].number}\t{places[m].key[2]}\t{places[m].text}\n"
             for m in mutants))
     for key in wrong:
-        print(f"listed as surviving, but {reached[key]}: {key}")
+        print(f"listed as surviving, but {' and '.join(sorted(reached[key]))}: {key}")
     for key in gone:
         print(f"listed, but there is no such mistake any more: {key}")
 
