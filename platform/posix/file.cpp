@@ -7,9 +7,9 @@
 //
 // Writing. A call of the system for every line would make large files slow, but bytes that wait in
 // a buffer could be lost to a full disk after they were reported as written. So blocks are reserved
-// ahead of the end, and only bytes that have theirs wait; all others are handed over at once. As
-// giving back what was reserved in vain takes longer than the calls of a small file, nothing waits
-// before a file has grown to some size.
+// ahead of the end, and only bytes that have theirs wait; all others are handed over at once. A
+// small file takes them one by one, as giving back what was reserved in vain costs more calls than
+// that.
 #include "os_adapter.h"
 
 #include <fcntl.h>
@@ -37,10 +37,11 @@ struct xelpFile {
     // Writing.
     bool isRegular;      // neither a pipe nor a device
     bool isBuffered;     // bytes may wait, if blocks can be reserved for them
-    bool hasSpare;       // there may be blocks beyond the end
+    bool hasSpare;       // there may be blocks beyond the one of the end
     bool isTold;         // a short count has told the caller of the failure
     int iError;          // what made the file fail; it then takes no more
     int iDirFd;          // the directory that holds the file; -1 if it cannot be read
+    off_t lBlock;        // what is reserved comes in blocks of this size
     off_t lWritten;      // where in the file the buffer starts: all before is with the kernel
     off_t lReserved;     // there are blocks up to here
     QAL_ULONG ulWaiting; // bytes in the buffer
@@ -54,7 +55,8 @@ constexpr mode_t kCreateMode = 0666;
 constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kWriteBuffer = 65536;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not tell their size
-constexpr off_t kAtOnce = 8192;            // the size of a file up to which nothing waits
+constexpr off_t kBlockMax = 4096;          // to reserve a part of a larger block is to reserve it
+constexpr off_t kOneByOne = 8192;          // the size of a file up to which none is reserved ahead
 constexpr off_t kReserveMax = 1048576;     // what is reserved ahead at most
 
 /// What an XELP_Fclose() of this thread could not tell its caller; 0 for nothing.
@@ -310,6 +312,8 @@ bool OpenForWriting(XELP_S_File &file, const QAL_CHAR *pszName)
     }
     file.isRegular = S_ISREG(status.st_mode);
     file.isBuffered = file.isRegular;
+    const bool isSmall = status.st_blksize > 0 && status.st_blksize < kBlockMax;
+    file.lBlock = isSmall ? status.st_blksize : kBlockMax;
     return true;
 }
 
@@ -338,7 +342,12 @@ bool Reserve(XELP_S_File &file, off_t lUpTo)
     if (lUpTo <= file.lReserved) {
         return true;
     }
-    off_t lEnd = lUpTo + (lUpTo < kReserveMax ? lUpTo : kReserveMax); // as much again as there is
+    off_t lEnd = lUpTo;
+    if (lUpTo > kOneByOne) {
+        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is
+        file.hasSpare = true; // even if it fails: it may leave blocks behind
+    }
+    lEnd += (file.lBlock - lEnd % file.lBlock) % file.lBlock;
     // The process's limit holds for the size of a file, so a reservation beyond the end ignores it.
     rlimit limit = {};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -348,7 +357,6 @@ bool Reserve(XELP_S_File &file, off_t lUpTo)
     if (lEnd < lUpTo) {
         return false;
     }
-    file.hasSpare = true; // even a reservation that fails may leave blocks behind
     const off_t lStart = file.lWritten;
     if (Retry([&] { return fallocate(file.iFd, FALLOC_FL_KEEP_SIZE, lStart, lEnd - lStart); }) !=
         0) {
@@ -364,7 +372,7 @@ QAL_ULONG Append(XELP_S_File &file, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     if (ulCount > kWriteBuffer - file.ulWaiting && !EmptyBuffer(file)) {
         return 0;
     }
-    if (ulCount > kWriteBuffer || !file.isBuffered || file.lWritten < kAtOnce) {
+    if (ulCount > kWriteBuffer || !file.isBuffered) {
         return WriteNow(file, pucFrom, ulCount);
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(file.lWritten) + file.ulWaiting + ulCount;

@@ -27,7 +27,7 @@ TEST_F(FileUnflushed, CallsForNoFlush)
     EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
     EXPECT_EQ(XELP_Remove(folder.File("new").c_str()), 0);
     EXPECT_EQ(system.Trace(folder.Path()),
-              "open text, write text, fallocate text, write text, ftruncate text, close text, "
+              "open text, fallocate text, write text, ftruncate text, close text, "
               "rename text new, unlink new");
 }
 

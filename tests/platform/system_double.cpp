@@ -33,6 +33,7 @@ void SystemDouble::Reset()
     readLimit_ = 0;
     writeLimit_ = 0;
     size_.reset();
+    blockSize_.reset();
     sizeLimit_.reset();
     written_ = 0;
     reserved_ = 0;
@@ -254,6 +255,9 @@ int __wrap_fstat(int iFd, struct stat *pstru)
     }
     const int iResult = __real_fstat(iFd, pstru);
     pstru->st_size = system.ToldSize().value_or(pstru->st_size);
+    if (system.ToldBlockSize()) {
+        pstru->st_blksize = *system.ToldBlockSize();
+    }
     return iResult;
 }
 

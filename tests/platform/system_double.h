@@ -38,6 +38,8 @@ class SystemDouble {
     void LimitWrite(std::size_t bytes) { writeLimit_ = bytes; }
     /// The size that the system tells of each file from now on.
     void TellSize(off_t size) { size_ = size; }
+    /// The file system's block size, as it is told.
+    void TellBlockSize(int iSize) { blockSize_ = iSize; }
     /// The process's limit of a file's size, as it is told.
     void TellSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
     /// Runs after the @p n-th call (from 1) of @p call since now.
@@ -70,6 +72,7 @@ class SystemDouble {
     std::size_t ReadLimit() const { return readLimit_; }
     std::size_t WriteLimit() const { return writeLimit_; }
     std::optional<off_t> ToldSize() const { return size_; }
+    std::optional<int> ToldBlockSize() const { return blockSize_; }
     std::optional<unsigned long> ToldSizeLimit() const { return sizeLimit_; }
 
   private:
@@ -96,6 +99,7 @@ class SystemDouble {
     std::size_t readLimit_ = 0; // 0: none
     std::size_t writeLimit_ = 0;
     std::optional<off_t> size_;
+    std::optional<int> blockSize_;
     std::optional<unsigned long> sizeLimit_;
     std::size_t written_ = 0;
     off_t reserved_ = 0;
