@@ -63,6 +63,21 @@ void Require(bool isTrue, const char *pszWhat)
     }
 }
 
+/// GKeyFile has a file of its own, as only '#' begins a comment there.
+std::string GlibName(const std::string &name)
+{
+    return name + ".glib";
+}
+
+GKeyFile *LoadByGlib(const std::string &name)
+{
+    GKeyFile *const pFile = g_key_file_new();
+    Require(g_key_file_load_from_file(pFile, GlibName(name).c_str(), G_KEY_FILE_KEEP_COMMENTS,
+                                      nullptr) != 0,
+            "GKeyFile");
+    return pFile;
+}
+
 struct Targets {
     Target loadInih;
     Target loadKeyFile;
@@ -86,16 +101,7 @@ void AddFile(Report &report, const std::string &name, int iLines, const Targets 
             [=] { Require(ini_parse(name.c_str(), Ignore, nullptr) == 0, "inih"); },
             targets.loadInih)
         .Peer(
-            "GKeyFile",
-            [=] {
-                GKeyFile *const pFile = g_key_file_new();
-                // Only '#' begins a comment there, so it has a file of its own.
-                Require(g_key_file_load_from_file(pFile, (name + ".glib").c_str(),
-                                                  G_KEY_FILE_KEEP_COMMENTS, nullptr) != 0,
-                        "GKeyFile");
-                g_key_file_free(pFile);
-            },
-            targets.loadKeyFile)
+            "GKeyFile", [=] { g_key_file_free(LoadByGlib(name)); }, targets.loadKeyFile)
         .Peer(
             "iniparser",
             [=] {
@@ -135,31 +141,34 @@ void AddFile(Report &report, const std::string &name, int iLines, const Targets 
         .Peer(
             "GKeyFile",
             [=] {
-                GKeyFile *const pFile = g_key_file_new();
-                const std::string own = name + ".glib";
-                Require(g_key_file_load_from_file(pFile, own.c_str(), G_KEY_FILE_KEEP_COMMENTS,
-                                                  nullptr) != 0,
-                        "GKeyFile");
+                GKeyFile *const pFile = LoadByGlib(name);
                 g_key_file_set_value(pFile, "section0", "key5", "another");
-                gsize size = 0;
-                gchar *const pszText = g_key_file_to_data(pFile, &size, nullptr);
-                // Without a flush to the device, like ours in the builds that are compared; this
-                // way of writing does not shorten a file.
-                std::remove(own.c_str());
-                Require(g_file_set_contents_full(own.c_str(), pszText, static_cast<gssize>(size),
-                                                 G_FILE_SET_CONTENTS_NONE, 0666, nullptr) != 0,
+                // It flushes to the device, but a file system in memory has none.
+                Require(g_key_file_save_to_file(pFile, GlibName(name).c_str(), nullptr) != 0,
                         "GKeyFile");
-                g_free(pszText);
                 g_key_file_free(pFile);
             },
-            targets.save);
+            targets.save)
+        .Peer("GKeyFile, in place", [=] {
+            const std::string own = GlibName(name);
+            GKeyFile *const pFile = LoadByGlib(name);
+            g_key_file_set_value(pFile, "section0", "key5", "another");
+            gsize size = 0;
+            gchar *const pszText = g_key_file_to_data(pFile, &size, nullptr);
+            std::remove(own.c_str()); // this way of writing does not shorten a file
+            Require(g_file_set_contents_full(own.c_str(), pszText, static_cast<gssize>(size),
+                                             G_FILE_SET_CONTENTS_NONE, 0666, nullptr) != 0,
+                    "GKeyFile");
+            g_free(pszText);
+            g_key_file_free(pFile);
+        });
 }
 
-/// The file as GKeyFile takes it: '#' begins its comments.
+/// Makes GKeyFile's file from ours.
 void MakeGlibFile(const std::string &name)
 {
     std::ifstream in(name);
-    std::ofstream out(name + ".glib");
+    std::ofstream out(GlibName(name));
     for (std::string line; std::getline(in, line);) {
         out << (line.starts_with(';') ? "#" + line.substr(1) : line) << '\n';
     }
@@ -182,7 +191,7 @@ int main(int argc, char **argv)
     MakeGlibFile(few);
     MakeGlibFile(many);
     const int iStatus = report.Run();
-    for (const std::string &name : {few, many, few + ".glib", many + ".glib"}) {
+    for (const std::string &name : {few, many, GlibName(few), GlibName(many)}) {
         std::remove(name.c_str());
     }
     rmdir(folder.c_str());
