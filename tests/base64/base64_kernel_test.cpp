@@ -55,10 +55,15 @@ std::string RandomBytes(std::size_t size, std::mt19937 &random)
     return bytes;
 }
 
-/// Text of characters that have a value, those of the URL-safe alphabet among them.
-std::string RandomText(std::size_t size, std::mt19937 &random)
+/// The characters that have a value.
+const std::string kValued = std::string(kAlphabet) + "-_";
+
+/// What texts are made of. Without the URL-safe characters, a form that leaves these to another one
+/// goes through the whole text itself.
+const std::string kAlphabets[] = {std::string(kAlphabet), kValued};
+
+std::string RandomText(const std::string &alphabet, std::size_t size, std::mt19937 &random)
 {
-    const std::string alphabet = std::string(kAlphabet) + "-_";
     std::string text(size, '\0');
     for (char &ch : text) {
         ch = alphabet[random() % alphabet.size()];
@@ -131,36 +136,68 @@ TEST_P(KernelTest, EncodesEveryPairOfBytesAtEveryPlace)
 
 TEST_P(KernelTest, DecodesWholeQuadsOfEveryLength)
 {
-    for (QAL_UINT32 ulLen = 0; ulLen <= kLongest; ++ulLen) {
-        SCOPED_TRACE(ulLen);
-        const std::string text = RandomText(ulLen, random);
-        QAL_UINT32 ulDone = 0;
-        const std::string bytes = Decode(text, ulDone);
-        ASSERT_LE(ulDone, ulLen);
-        ASSERT_EQ(ulDone % 4, 0U);
-        ASSERT_EQ(bytes, ModelDecoded(text + '\0')->substr(0, bytes.size()));
+    for (const std::string &alphabet : kAlphabets) {
+        for (QAL_UINT32 ulLen = 0; ulLen <= kLongest; ++ulLen) {
+            SCOPED_TRACE(ulLen);
+            const std::string text = RandomText(alphabet, ulLen, random);
+            QAL_UINT32 ulDone = 0;
+            const std::string bytes = Decode(text, ulDone);
+            ASSERT_LE(ulDone, ulLen);
+            ASSERT_EQ(ulDone % 4, 0U);
+            ASSERT_EQ(bytes, ModelDecoded(text + '\0')->substr(0, bytes.size()));
+        }
     }
 }
 
 TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
 {
-    const std::string plain = RandomText(160, random);
-    const std::string expected = *ModelDecoded(plain + '\0');
-    for (unsigned value = 0; value < 256; ++value) {
-        const char ch = static_cast<char>(value);
-        if ((std::string(kAlphabet) + "-_").find(ch) != std::string::npos) {
-            continue;
-        }
-        for (std::size_t at = 0; at < plain.size(); ++at) {
-            std::string text = plain;
-            text[at] = ch;
-            QAL_UINT32 ulDone = 0;
-            const std::string bytes = Decode(text, ulDone);
-            ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
-            if (at >= kLeastDecoded) { // lines would not end where they are looked for
-                ASSERT_EQ(ulDone, at / 4 * 4) << value << " at " << at;
+    for (const std::string &alphabet : kAlphabets) {
+        const std::string plain = RandomText(alphabet, 160, random);
+        const std::string expected = *ModelDecoded(plain + '\0');
+        for (unsigned value = 0; value < 256; ++value) {
+            const char ch = static_cast<char>(value);
+            if (kValued.find(ch) != std::string::npos) {
+                continue;
             }
-            ASSERT_EQ(bytes, expected.substr(0, bytes.size()));
+            for (std::size_t at = 0; at < plain.size(); ++at) {
+                std::string text = plain;
+                text[at] = ch;
+                QAL_UINT32 ulDone = 0;
+                const std::string bytes = Decode(text, ulDone);
+                ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
+                if (at >= kLeastDecoded) { // lines would not end where they are looked for
+                    ASSERT_EQ(ulDone, at / 4 * 4) << value << " at " << at;
+                }
+                ASSERT_EQ(bytes, expected.substr(0, bytes.size()));
+            }
+        }
+    }
+}
+
+/// A form that asks of what kinds the characters are does so for many at once: one that it takes
+/// for another kind is not to hide among others.
+TEST_P(KernelTest, TellsEveryCharacterAmongThoseOfOneKind)
+{
+    for (const char kind : std::string("AZaz9+/")) {
+        const std::string plain(96, kind);
+        const std::string expected = *ModelDecoded(plain + '\0');
+        for (unsigned value = 0; value < 256; ++value) {
+            const char ch = static_cast<char>(value);
+            const bool hasValue = kValued.find(ch) != std::string::npos;
+            for (std::size_t at = kLeastDecoded; at < plain.size(); at += 5) {
+                std::string text = plain;
+                text[at] = ch;
+                QAL_UINT32 ulDone = 0;
+                const std::string bytes = Decode(text, ulDone);
+                ASSERT_EQ(ulDone, hasValue ? text.size() : at / 4 * 4)
+                    << value << " at " << at << " among " << kind;
+                std::string whole = expected;
+                if (hasValue) {
+                    whole.replace(at / 4 * 3, 3, *ModelDecoded(text.substr(at / 4 * 4, 4) + '\0'));
+                }
+                ASSERT_EQ(bytes, whole.substr(0, bytes.size()))
+                    << value << " at " << at << " among " << kind;
+            }
         }
     }
 }
@@ -171,7 +208,7 @@ TEST_P(KernelTest, LeavesFewCharactersOver)
         QAL_UINT32 ulDone = 0;
         Encode(RandomBytes(ulLen, random), ulDone);
         ASSERT_GT(ulDone + 8, ulLen);
-        Decode(RandomText(ulLen, random), ulDone);
+        Decode(RandomText(kValued, ulLen, random), ulDone);
         ASSERT_EQ(ulDone, ulLen / 4 * 4);
     }
 }

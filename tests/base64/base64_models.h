@@ -16,17 +16,12 @@ inline constexpr std::string_view kAlphabet =
 
 inline std::string ModelEncoded(std::string_view bytes)
 {
-    std::vector<bool> bits;
-    for (const char ch : bytes) {
-        for (int i = 7; i >= 0; --i) {
-            bits.push_back((static_cast<unsigned char>(ch) >> i & 1) != 0);
-        }
-    }
     std::string text;
-    for (std::size_t at = 0; at < bits.size(); at += 6) {
+    for (std::size_t at = 0; at < 8 * bytes.size(); at += 6) {
         std::size_t sextet = 0;
-        for (std::size_t i = at; i < at + 6; ++i) {
-            sextet = sextet * 2 + (i < bits.size() && bits[i] ? 1 : 0);
+        for (std::size_t bit = at; bit < at + 6; ++bit) {
+            const char ch = bit / 8 < bytes.size() ? bytes[bit / 8] : '\0';
+            sextet = sextet * 2 + (static_cast<unsigned char>(ch) >> (7 - bit % 8) & 1U);
         }
         text += kAlphabet[sextet];
     }
