@@ -230,6 +230,12 @@ def run(command, **options):
     return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
 
 
+def without(command, *options):
+    """A command without some options and their values."""
+    return [w for before, w in zip(["", *command], command)
+            if w not in options and before not in options]
+
+
 def finish(process, limit):
     """What a process of its own session writes to stderr; None if it had to be ended."""
     try:
@@ -253,6 +259,14 @@ class Image:
         link = re.sub(r"^: && ", "", re.sub(r" && :.*$", "", link))
         self.link = shlex.split(link)
 
+    def parts_of(self, unit):
+        """The files that the compiler reads for a unit, those of the system left out."""
+        command = [w for w in without(self.compiles[unit][0], "-o", "-MF", "-MT")
+                   if w not in ("-MD", "-c")]
+        rule = run([*command, "-MM"], cwd=self.build.folder).replace("\\\n", " ")
+        return {os.path.relpath(self.build.folder / name, self.build.tree)
+                for name in rule.split(":", 1)[1].split()}
+
     def compile(self, unit, root, output):
         """Compiles a unit of a copy of the tree: None, or why that failed."""
         sources = f"{self.build.tree / SOURCES}/"
@@ -260,11 +274,8 @@ class Image:
                    for w in self.compiles[unit][0]]
         command[command.index("-o") + 1] = str(output)
         command[command.index("-c") + 1] = str(root / unit)
-        for option in ("-MF", "-MT"):
-            if option in command:
-                at = command.index(option)
-                del command[at : at + 2]
-        command = [w for w in command if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
+        command = [w for w in without(command, "-MF", "-MT")
+                   if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
         # The copy is to name itself as the original does, and equal code to give an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
@@ -340,7 +351,7 @@ class Runner:
         self.lock = threading.Lock()
         self.durations = {}
         self.kills = collections.Counter()  # by file and test
-        self.parts = {}  # files by unit
+        self.parts = {}  # files by image and unit
         self.plain_objects = 0
 
     def folder(self):
@@ -351,26 +362,16 @@ class Runner:
             self.local.folder.mkdir(parents=True)
         return self.local.folder
 
-    def included(self, unit):
-        """The files of the tree that a unit is made of; those of other modules are left out."""
-        if unit not in self.parts:
-            module = self.tree / SOURCES / pathlib.Path(unit).parts[1 + (unit[:3] == "src")]
-            parts, found = set(), [unit]
-            while found:
-                file = found.pop()
-                parts.add(file)
-                for name in INCLUDE.findall((self.tree / file).read_text()):
-                    near = os.path.normpath(self.tree / pathlib.Path(file).parent / name)
-                    paths = [near] if os.path.isfile(near) else \
-                        module.rglob(pathlib.Path(name).name)
-                    names = {os.path.relpath(path, self.tree) for path in paths}
-                    found += names - parts
-            self.parts[unit] = parts
-        return self.parts[unit]
-
     def units_with(self, image, file):
         """The units of an image that a file is part of."""
-        return sorted(u for u in image.compiles if file in self.included(u))
+        with_it = []
+        for unit in sorted(image.compiles):
+            if module_of(file) in pathlib.Path(unit).parts:
+                if (image, unit) not in self.parts:
+                    self.parts[image, unit] = image.parts_of(unit)
+                if file in self.parts[image, unit]:
+                    with_it.append(unit)
+        return with_it
 
     def copy_of_module(self, file):
         """A fresh copy of a file's module and its tests, for the calling worker."""
