@@ -7,6 +7,7 @@
 
 #include <bit>
 
+#include "bounded.h"
 #include "ipv4v6_parser_internal.h"
 
 namespace wyx {
@@ -127,7 +128,7 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
         ulAboveNine != 0) {
         return kNotUsual;
     }
-    ulAddr = ulSum;
+    wyx_memcpy_s(&ulAddr, kIp4Len, &ulSum, kIp4Len);
     uwPort = uwUsualPort;
     return ullColons != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
