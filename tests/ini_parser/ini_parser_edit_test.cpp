@@ -323,6 +323,17 @@ TEST_F(IniInsertKeyInIniStruct, GoesBehindASlot)
     }
 }
 
+TEST_F(IniInsertKeyInIniStruct, LineBehindTheCountGoesWhenItsSlotIsTaken)
+{
+    Document doc({"[a]\n"});
+    // Whoever stores a line there without raising the count holds it by a pointer of their own.
+    ASSERT_EQ(::IniSaveStringToIniStruct(&doc, 1, "x=1\n"), kOk);
+    QAL_INT8 *const pszLine = doc.pStrLine[1];
+    EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, 0, nullptr, nullptr, nullptr), kInputPara);
+    EXPECT_EQ(Look(doc), Edited({"[a]\n", kHole}, 1));
+    XELP_MemFreeD(pszLine, __LINE__, __FILE__);
+}
+
 TEST_F(IniInsertKeyInIniStruct, TakesEveryPart)
 {
     Document doc({"[a]\n"});

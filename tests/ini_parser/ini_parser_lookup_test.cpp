@@ -318,12 +318,14 @@ TEST_F(IniGetSectionList, TooManyLinesForAListIs80)
         doc.ulLineNum = ulLineNum;
         QAL_UINT32 ulCount = 77;
         QAL_INT8 **list = ListSentinel();
+        platform.StartRecording();
         EXPECT_EQ(XELP_IniGetSectionList(&doc, &ulCount, &list), kInternal);
         EXPECT_EQ(ulCount, 0U);
         EXPECT_EQ(list, nullptr);
-        EXPECT_EQ(FullTrace(), "");
+        EXPECT_EQ(FullTrace(), "D 0, free");
     }
     doc.ulLineNum = 0x1FFFFFFE;
+    platform.StartRecording();
     platform.Fail(Service::kAllocate, 1);
     EXPECT_EQ(Sections(doc), (ListResult{kInternal, 0, {}}));
     EXPECT_EQ(trace_, "D 4294967288");

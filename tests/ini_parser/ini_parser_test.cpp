@@ -771,6 +771,31 @@ TEST_F(IniRemallocIniLine, FailedAllocationIs80AndChangesNothing)
     EXPECT_EQ(FullTrace(), "D 440");
 }
 
+TEST_F(IniRemallocIniLine, WrappedSizeIsRequested)
+{
+    const struct {
+        QAL_UINT32 ulTotalLine;
+        const char *pszTrace;
+    } cases[] = {
+        {0x1FFFFFCE, "D 0, free"}, // with 50 more, the first that wraps
+        {0x1FFFFFE0, "D 144, free"},
+        {0xFFFFFFFF, "D 392, free"},
+    };
+    Document doc({"[a]\n"}, 1);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.ulTotalLine);
+        doc.ulTotalLine = c.ulTotalLine;
+        const void *const pOld = doc.pStrLine;
+        platform.StartRecording();
+        EXPECT_EQ(::IniRemallocIniLine(&doc), kInternal);
+        EXPECT_EQ(FullTrace(), c.pszTrace);
+        EXPECT_EQ(doc.pStrLine, pOld);
+        EXPECT_EQ(doc.ulTotalLine, c.ulTotalLine);
+    }
+    doc.ulTotalLine = 1;
+    EXPECT_EQ(Look(doc).slots.size(), 1U);
+}
+
 TEST(IniStrLen, NullHasNone)
 {
     EXPECT_EQ(INI_StrLen(nullptr), 0U);

@@ -13,14 +13,18 @@ namespace wyx::ini {
 
 QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 {
+    // Kept: a size that wraps in 32 bits is requested all the same
+    // (IniGetSectionList.TooManyLinesForAListIs80, IniRemallocIniLine.WrappedSizeIsRequested).
     const QAL_UINT64 ullSize = ullCount * sizeof(QAL_INT8 *);
-    if (ullSize > 0xFFFFFFFFU) {
+    void *const pBlock = XELP_MemMallocD(static_cast<QAL_UINT32>(ullSize), ulLine, pszFile);
+    if (pBlock == nullptr) {
         return nullptr;
     }
-    void *const pBlock = XELP_MemMallocD(static_cast<QAL_UINT32>(ullSize), ulLine, pszFile);
-    if (pBlock != nullptr) {
-        wyx_memset_s(pBlock, ullSize, 0, ullSize);
+    if (ullSize > 0xFFFFFFFFU) {
+        XELP_MemFreeD(pBlock, ulLine, pszFile);
+        return nullptr;
     }
+    wyx_memset_s(pBlock, ullSize, 0, ullSize);
     return static_cast<QAL_INT8 **>(pBlock);
 }
 

@@ -293,13 +293,13 @@ QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QA
         return ulStatus;
     }
     const QAL_UINT32 ulSlot = ulLoction + 1; // wraps to the first for a document without lines
-    if (ulSlot == doc.ulLineNum) {
-        ++doc.ulLineNum;
-    } else if (doc.pStrLine[ulSlot] != nullptr) {
+    if (doc.pStrLine[ulSlot] != nullptr) {
         for (QAL_UINT32 i = doc.ulLineNum; i > ulSlot; --i) {
             doc.pStrLine[i] = doc.pStrLine[i - 1];
         }
         doc.pStrLine[ulSlot] = nullptr;
+        ++doc.ulLineNum;
+    } else if (ulSlot == doc.ulLineNum) {
         ++doc.ulLineNum;
     }
     return IniSaveKeyToIniStruct(&doc, ulSlot, pKeyNameLine, buf, pCommentLine);

@@ -169,7 +169,7 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,
                    KeyParts &parts);
 
-/// An array of null pointers, or null if there is no memory or its size does not fit in 32 bits.
+/// An array of null pointers, or null if there is no memory or its size wraps in 32 bits.
 QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
 
 /// Releases a string and clears the pointer to it.
