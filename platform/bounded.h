@@ -2,8 +2,9 @@
  * @file bounded.h
  * @brief The bounded copy and format routines the library stands on.
  *
- * Each takes the destination and its bound first and never writes past the bound. What does not fit
- * is refused whole; nothing is ever cut off. A null pointer is refused in the same way.
+ * Each takes the destination and its bound first and never writes beyond the block that the bound
+ * describes. What does not fit is refused whole: nothing is ever cut off, and a string that is
+ * refused leaves an empty one. A null pointer is refused in the same way.
  *
  * Part of the platform: see os_adapter.h for how an adapter of a client's own takes their place.
  */

@@ -2,9 +2,11 @@
  * @file types.h
  * @brief Base types of the library and the conventions that hold for every call.
  *
- * **Statuses.** Every call that can fail returns a #QAL_UINT32: 0 for success, otherwise a value of
- * its module's own error enumeration. The numbers are part of the binary interface; modules do not
- * share them, so a status means something only together with the module that returned it.
+ * **Statuses.** A call that can fail returns a #QAL_UINT32: 0 for success, otherwise a value of its
+ * module's own error enumeration. The numbers are part of the binary interface; modules do not share
+ * them, so a status means something only together with the module that returned it. The exceptions,
+ * each described with its call: 1 is a success of XELP_Parse_IPV4(), the Base64 calls return a
+ * length, and a few building blocks return nothing or a value of their own.
  *
  * **Ownership**, in four words used throughout: a call *borrows* an argument (until it returns),
  * *keeps* it (until a named call), *takes* it (it is no longer yours), or *hands over* a result
