@@ -416,22 +416,25 @@ class Runner:
             sys.exit(f"{key} fails without a mistake planted")
         self.durations[key] = time.monotonic() - begin
 
-    def prepare(self, files):
+    def compile_plain(self, image, unit, file):
+        with self.lock:
+            self.plain_objects += 1
+            output = self.work / f"{self.plain_objects}.o"
+        errors = image.compile(unit, self.copy_of_module(file), output)
+        if errors is not None:
+            sys.exit(f"{unit} does not compile:\n{errors}")
+        image.plain[unit] = output
+
+    def prepare(self, files, pool):
         """Compiles what is not changed by the same road, and sees that all tests pass with it."""
         for build in self.builds:
             images = dict.fromkeys(i for file in files for i in build.images(file))
+            units = {(image, unit): file for image in images for file in files
+                     for unit in self.units_with(image, file)}
+            for end in [pool.submit(self.compile_plain, *unit, file)
+                        for unit, file in units.items()]:
+                end.result()
             for image in images:
-                for file in files:
-                    root = self.copy_of_module(file)
-                    for unit in self.units_with(image, file):
-                        if unit in image.plain:
-                            continue
-                        self.plain_objects += 1
-                        output = self.work / f"{self.plain_objects}.o"
-                        errors = image.compile(unit, root, output)
-                        if errors is not None:
-                            sys.exit(f"{unit} does not compile:\n{errors}")
-                        image.plain[unit] = output
                 output = self.library() if image is build.library else self.test_with_units()
                 if not image.link_with(image.plain, output):
                     sys.exit(f"{image.target} cannot be linked")
@@ -590,8 +593,8 @@ def main():
         begin = time.monotonic()
         deadline = begin + arguments.seconds if arguments.seconds is not None else None
         runner = Runner([Build(f, TREE) for f in folders], TREE, pathlib.Path(work), deadline)
-        runner.prepare(files)
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+            runner.prepare(files, pool)
             for mutant, end in zip(mutants, pool.map(runner.judge, mutants)):
                 ends[mutant] = end
                 place = places[mutant]
@@ -608,7 +611,7 @@ def main():
     reached = collections.defaultdict(set)  # a line may stand in a file more than once
     for mutant, place in places.items():
         reached[place.key].add(ends.get(mutant, "untried"))
-    unseen = {"surviving", "elsewhere", "untried"}
+    unseen = {"surviving", "equivalent", "elsewhere", "untried"}  # another compiler may differ
     wrong = sorted(k for k in listed if k in reached and not reached[k] & unseen)
     gone = []
     if arguments.sample is None:
