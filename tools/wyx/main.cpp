@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "nearest.h"
-#include "operand.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "system/nearest.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

@@ -15,10 +15,10 @@
 #include <string>
 #include <vector>
 
-#include "file_input.h"
-#include "operand.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "system/file_input.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "exit_code.h"
-#include "ini_text.h"
+#include "ini/text.h"
+#include "system/exit_code.h"
 #include "wyx_commlib/ini_parser.h"
 
 namespace wyx::tool {

@@ -1,6 +1,6 @@
 // The edit distance: how many letters have to be inserted, dropped, replaced or swapped with their
 // neighbour to make one word the other, by the table of the distances of their beginnings.
-#include "nearest.h"
+#include "system/nearest.h"
 
 #include <algorithm>
 #include <cctype>

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "exit_code.h"
+#include "system/exit_code.h"
 
 namespace CLI {
 class App;

@@ -1,4 +1,4 @@
-#include "ini_text.h"
+#include "ini/text.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "library_text.h"
+#include "ini/library_text.h"
 #include "os_adapter.h"
-#include "terminal.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

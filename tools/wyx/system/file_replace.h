@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "file_input.h"
+#include "system/file_input.h"
 
 namespace wyx::tool {
 

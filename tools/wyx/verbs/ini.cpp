@@ -3,7 +3,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include "verbs.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

@@ -1,4 +1,4 @@
-#include "recovery.h"
+#include "ini/recovery.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,7 +6,7 @@
 #include <set>
 #include <tuple>
 
-#include "terminal.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "exit_code.h"
+#include "system/exit_code.h"
 
 namespace wyx::tool {
 

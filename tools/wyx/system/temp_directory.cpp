@@ -1,10 +1,10 @@
-#include "temp_directory.h"
+#include "system/temp_directory.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
-#include "terminal.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

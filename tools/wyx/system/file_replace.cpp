@@ -1,4 +1,4 @@
-#include "file_replace.h"
+#include "system/file_replace.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "recovery.h"
-#include "terminal.h"
+#include "ini/recovery.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "terminal.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

@@ -11,14 +11,14 @@
 #include <string>
 #include <vector>
 
-#include "ini_document.h"
-#include "ini_rehearsal.h"
-#include "ini_text.h"
-#include "json.h"
-#include "operand.h"
+#include "ini/document.h"
+#include "ini/rehearsal.h"
+#include "ini/text.h"
 #include "os_adapter.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "system/json.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

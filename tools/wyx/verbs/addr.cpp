@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "json.h"
-#include "operand.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "system/json.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 namespace wyx::tool {

@@ -1,8 +1,8 @@
-#include "json.h"
+#include "system/json.h"
 
 #include <algorithm>
 
-#include "terminal.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

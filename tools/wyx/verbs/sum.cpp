@@ -19,11 +19,11 @@
 #include <string>
 #include <vector>
 
-#include "file_input.h"
-#include "json.h"
-#include "operand.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "system/file_input.h"
+#include "system/json.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 #include "wyx_commlib/crc.h"
 #include "wyx_commlib/md5.h"
 

@@ -16,15 +16,15 @@
 #include <string>
 #include <vector>
 
-#include "file_input.h"
-#include "ini_document.h"
-#include "ini_rehearsal.h"
-#include "ini_text.h"
-#include "json.h"
-#include "operand.h"
-#include "temp_directory.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "ini/document.h"
+#include "ini/rehearsal.h"
+#include "ini/text.h"
+#include "system/file_input.h"
+#include "system/json.h"
+#include "system/temp_directory.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

@@ -1,5 +1,5 @@
 // Standard output goes through stdio and is checked once, at the end; standard error is unbuffered.
-#include "terminal.h"
+#include "system/terminal.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "ini_document.h"
-#include "ini_text.h"
-#include "json.h"
-#include "operand.h"
-#include "recovery.h"
-#include "terminal.h"
-#include "verbs.h"
+#include "ini/document.h"
+#include "ini/recovery.h"
+#include "ini/text.h"
+#include "system/json.h"
+#include "system/terminal.h"
+#include "verbs/operand.h"
+#include "verbs/verbs.h"
 
 namespace wyx::tool {
 

@@ -1,13 +1,13 @@
-#include "ini_rehearsal.h"
+#include "ini/rehearsal.h"
 
 #include <algorithm>
 #include <cerrno>
 
-#include "file_input.h"
-#include "ini_text.h"
+#include "ini/text.h"
 #include "os_adapter.h"
-#include "temp_directory.h"
-#include "terminal.h"
+#include "system/file_input.h"
+#include "system/temp_directory.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 

@@ -1,4 +1,4 @@
-#include "file_input.h"
+#include "system/file_input.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

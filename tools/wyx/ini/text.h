@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "file_input.h"
+#include "system/file_input.h"
 #include "wyx_commlib/ini_parser.h"
 
 namespace wyx::tool {

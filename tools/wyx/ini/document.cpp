@@ -1,10 +1,10 @@
-#include "ini_document.h"
+#include "ini/document.h"
 
 #include <algorithm>
 
-#include "library_text.h"
-#include "nearest.h"
-#include "terminal.h"
+#include "ini/library_text.h"
+#include "system/nearest.h"
+#include "system/terminal.h"
 
 namespace wyx::tool {
 
