@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Coverage of src/ and platform/posix/ by all tests: scripts/coverage.sh [LINES [BRANCHES]]
+# Coverage of src/ and platform/linux/ by all tests: scripts/coverage.sh [LINES [BRANCHES]]
 #
 # Fails where less than LINES per cent of the lines or BRANCHES per cent of the branches are covered;
 # both are 0 if not given. Prints the totals and what is not covered; build/coverage/report/ has
@@ -16,7 +16,7 @@ mkdir -p "$build/report"
 find "$build" -name '*.gcda' -delete # counts of earlier runs would add up
 cmake --workflow --preset coverage
 
-measure=(gcovr --root . --filter 'src/' --filter 'platform/posix/' --exclude-unreachable-branches)
+measure=(gcovr --root . --filter 'src/' --filter 'platform/linux/' --exclude-unreachable-branches)
 "${measure[@]}" --json "$build/coverage.json" "$build"
 report=("${measure[@]}" --add-tracefile "$build/coverage.json")
 "${report[@]}" --html-details "$build/report/index.html"

@@ -36,8 +36,8 @@ def column(section):
 
 
 def module(path):
-    """The module of an object; the default adapter has one for each file."""
-    match = re.search(r"wyx_commlib\.dir/(\w+)/|wyx_os_adapter\.dir/posix/(\w+)\.cpp", path)
+    """The module of an object; the default adapter has one for each family of services."""
+    match = re.search(r"wyx_commlib\.dir/(\w+)/|wyx_os_adapter\.dir/linux/([a-z]+)", path)
     return (match[1] or match[2]) if match else None
 
 

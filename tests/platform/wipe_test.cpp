@@ -1,6 +1,6 @@
 // The wipe of a secret must not be optimised away, not even where the optimiser sees everything: so
 // the routine is part of this file, and the block is released right after it.
-#include "posix/bounded.cpp"
+#include "linux/bounded.cpp"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,138 @@
+// The file services: each checks its arguments and calls the reader, the writer or the system.
+#include "os_adapter.h"
+
+#include "file_calls.h"
+#include "file_directory.h"
+#include "file_failure.h"
+#include "file_reader.h"
+#include "file_writer.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using wyx::os::DirName;
+using wyx::os::Reader;
+using wyx::os::Writer;
+
+constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
+
+/// XELP_Fgetc() if no byte is held; a function of its own, so that the usual case needs no stack
+/// frame.
+[[gnu::noinline]] QAL_INT32 GetcAfterRefill(xelpFile &file)
+{
+    if (file.isWriter) {
+        errno = EBADF;
+        return -1;
+    }
+    return wyx::os::Refill(static_cast<Reader &>(file)) ? *file.pucNext++ : -1;
+}
+
+/// Fails, once, for a file that could not be written out or closed.
+bool HasKeptFailure()
+{
+    const int iError = wyx::os::TakeFailure();
+    if (iError == 0) {
+        return false;
+    }
+    errno = iError;
+    return true;
+}
+
+} // namespace
+
+extern "C" {
+
+XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
+{
+    if (std::strcmp(pszMode, "r") == 0) {
+        return wyx::os::OpenReader(pszName);
+    }
+    if (std::strcmp(pszMode, "w") == 0) {
+        return wyx::os::OpenWriter(pszName);
+    }
+    errno = EINVAL;
+    return nullptr;
+}
+
+QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
+{
+    if (pstruFile->pucNext == pstruFile->pucEnd) [[unlikely]] {
+        return GetcAfterRefill(*pstruFile);
+    }
+    return *pstruFile->pucNext++;
+}
+
+QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
+{
+    if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {
+        errno = EINVAL;
+        return -1;
+    }
+    return pstruFile->isWriter
+               ? wyx::os::SeekWriter(static_cast<Writer &>(*pstruFile), lOffset, lWhence)
+               : wyx::os::SeekReader(static_cast<Reader &>(*pstruFile), lOffset, lWhence);
+}
+
+QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
+                       XELP_S_File *pstruFile)
+{
+    const QAL_ULONG ulBytes = QAL_ULONG{ulSize} * ulCount;
+    if (ulBytes == 0) {
+        return 0;
+    }
+    if (!pstruFile->isWriter) {
+        errno = EBADF;
+        return 0;
+    }
+    auto &writer = static_cast<Writer &>(*pstruFile);
+    QAL_ULONG ulDone = 0;
+    if (writer.iError == 0) { // a file that failed must not continue after a gap
+        ulDone = wyx::os::Append(writer, static_cast<const QAL_UINT8 *>(pData), ulBytes);
+    }
+    if (ulDone < ulBytes) {
+        writer.isReported = true;
+        errno = writer.iError;
+    }
+    return static_cast<QAL_UINT32>(ulDone / ulSize);
+}
+
+QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
+{
+    if (!pstruFile->isWriter) {
+        wyx::os::CloseReader(static_cast<Reader &>(*pstruFile));
+        return 0;
+    }
+    const int iError = wyx::os::CloseWriter(static_cast<Writer &>(*pstruFile));
+    if (iError != 0) {
+        errno = iError;
+        return -1;
+    }
+    return 0;
+}
+
+QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
+{
+    return HasKeptFailure() ? -1 : wyx::os::Unlink(pszName);
+}
+
+QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
+{
+    if (HasKeptFailure() || wyx::os::Rename(pszOldName, pszNewName) != 0) {
+        return -1;
+    }
+    if (kFlush) {
+        const DirName oldDir = wyx::os::DirectoryOf(pszOldName);
+        const DirName newDir = wyx::os::DirectoryOf(pszNewName);
+        // The new entry first: with neither entry the file would be lost.
+        if (!wyx::os::FlushDirectory(wyx::os::OpenDirectory(newDir)) ||
+            (oldDir != newDir && !wyx::os::FlushDirectory(wyx::os::OpenDirectory(oldDir)))) {
+            return -1;
+        }
+    }
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,15 @@
+// What the two kinds of open files have in common.
+#ifndef WYX_PLATFORM_LINUX_FILE_H
+#define WYX_PLATFORM_LINUX_FILE_H
+
+#include "wyx_commlib/types.h"
+
+/// An open file as its user holds it: a Reader or a Writer. A writer holds no bytes to read, so
+/// XELP_Fgetc() need not ask which kind it has.
+struct xelpFile {
+    const QAL_UINT8 *pucNext; // the next byte to read
+    const QAL_UINT8 *pucEnd;  // after the last byte that is held
+    bool isWriter;
+};
+
+#endif

@@ -1,0 +1,64 @@
+// The system calls that the file services make. Whatever Linux does beyond POSIX is used here and
+// nowhere else, and marked "Linux:": these are the functions that a port has to look at.
+#ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
+#define WYX_PLATFORM_LINUX_FILE_CALLS_H
+
+#include "wyx_commlib/types.h"
+
+#include <sys/resource.h>
+#include <sys/types.h>
+
+#include <cerrno>
+
+namespace wyx::os {
+
+/// Restores errno at the end of a scope that cleans up after a failure.
+class KeepErrno {
+  public:
+    KeepErrno() : iError_(errno) {}
+    ~KeepErrno() { errno = iError_; }
+    KeepErrno(const KeepErrno &) = delete;
+    KeepErrno &operator=(const KeepErrno &) = delete;
+
+  private:
+    int iError_;
+};
+
+// An interrupted call is repeated, except Close(). On failure all of them set errno.
+
+/// Opens a file, close-on-exec; -1 on failure.
+int Open(const QAL_CHAR *pszName, int iFlags);
+
+/// Closes a descriptor, unless it is -1.
+bool Close(int iFd);
+
+/// One read: how many bytes, 0 at the end of the file, -1 on failure.
+ssize_t Read(int iFd, QAL_UINT8 *pucTo, QAL_ULONG ulRoom);
+
+/// Writes all bytes; fewer on failure.
+QAL_ULONG Write(int iFd, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
+
+/// Writes what a file or directory holds to its device.
+bool Flush(int iFd);
+
+/// Writes everything to its device.
+void FlushEverything();
+
+/// Reserves blocks for a part of a file, up to beyond its end, without changing its size.
+bool ReserveBlocks(int iFd, off_t lFrom, off_t lUpTo);
+
+/// Sets the size of a file, which releases the blocks reserved beyond it.
+bool Truncate(int iFd, off_t lSize);
+
+/// The size up to which this process may write a file.
+rlim_t SizeLimit();
+
+/// Removes a name, but never that of a directory; 0 on success.
+int Unlink(const QAL_CHAR *pszName);
+
+/// Renames a file; 0 on success.
+int Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName);
+
+} // namespace wyx::os
+
+#endif

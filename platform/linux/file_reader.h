@@ -1,0 +1,36 @@
+// Files open for reading.
+//
+// A regular file is read whole when it is opened: a caller learns of an error only as a -1, and
+// would take it for the end of the file. Other kinds stream through a buffer that keeps the last
+// byte of the previous part, so that the position can always step back by one. Either way the
+// position only ever moves within memory.
+#ifndef WYX_PLATFORM_LINUX_FILE_READER_H
+#define WYX_PLATFORM_LINUX_FILE_READER_H
+
+#include "file.h"
+
+#include <sys/types.h>
+
+namespace wyx::os {
+
+struct Reader : xelpFile {
+    QAL_UINT8 *pucBuffer;
+    const QAL_UINT8 *pucFirst; // the first byte that is held
+    off_t lFirst;              // its position in the file
+    int iFd;                   // -1 once there is nothing more to read
+};
+
+/// Opens a file; null on failure. CloseReader() releases it.
+Reader *OpenReader(const QAL_CHAR *pszName);
+
+void CloseReader(Reader &reader);
+
+/// Reads the next part of a stream into the empty buffer; false at its end.
+bool Refill(Reader &reader);
+
+/// Moves the position within what is held; 0 on success.
+QAL_INT32 SeekReader(Reader &reader, QAL_LONG lOffset, QAL_INT32 lWhence);
+
+} // namespace wyx::os
+
+#endif

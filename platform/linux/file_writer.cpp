@@ -1,0 +1,195 @@
+#include "file_writer.h"
+
+#include "file_calls.h"
+#include "file_directory.h"
+#include "file_failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using wyx::os::KeepErrno;
+using wyx::os::Writer;
+
+constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
+constexpr QAL_ULONG kWriteBuffer = 65536;
+constexpr off_t kBlockMax = 4096;      // reserving part of a larger block reserves all of it
+constexpr off_t kOneByOne = 8192;      // up to this size a file reserves block by block
+constexpr off_t kReserveMax = 1048576; // the most that is reserved ahead
+
+bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
+{
+    writer.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(kWriteBuffer));
+    if (writer.pucBuffer == nullptr) {
+        return false; // before a file is emptied
+    }
+    if (kFlush) {
+        // Now: by the time the file is closed, a relative name may lead elsewhere.
+        writer.iDirFd = wyx::os::OpenDirectory(wyx::os::DirectoryOf(pszName));
+    }
+    struct stat status;
+    writer.iFd = wyx::os::Open(pszName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW);
+    if (writer.iFd == -1 || fstat(writer.iFd, &status) != 0) {
+        return false;
+    }
+    writer.isRegular = S_ISREG(status.st_mode);
+    writer.isBuffered = writer.isRegular;
+    const bool isSmall = status.st_blksize > 0 && status.st_blksize < kBlockMax;
+    writer.lBlock = isSmall ? status.st_blksize : kBlockMax;
+    return true;
+}
+
+/// Releases a writer; its descriptors are closed already.
+void Release(Writer &writer)
+{
+    std::free(writer.pucBuffer);
+    std::free(&writer);
+}
+
+/// Hands bytes over after those that were; fewer than asked for if the file fails.
+QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
+{
+    const QAL_ULONG ulDone = wyx::os::Write(writer.iFd, pucFrom, ulCount);
+    writer.lWritten += static_cast<off_t>(ulDone);
+    if (ulDone < ulCount) {
+        writer.iError = errno;
+    }
+    return ulDone;
+}
+
+/// Hands over the bytes that wait.
+bool EmptyBuffer(Writer &writer)
+{
+    const QAL_ULONG ulCount = writer.ulWaiting;
+    writer.ulWaiting = 0; // also if it fails: a second try would write after a gap
+    return WriteNow(writer, writer.pucBuffer, ulCount) == ulCount;
+}
+
+/// Makes sure of the blocks up to a position; false if the bytes there must not wait.
+bool Reserve(Writer &writer, off_t lUpTo)
+{
+    if (lUpTo <= writer.lReserved) {
+        return true;
+    }
+    off_t lEnd = lUpTo;
+    if (lUpTo > kOneByOne) {
+        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is
+        writer.hasSpare = true; // even if it fails: it may leave some blocks reserved
+    }
+    lEnd += (writer.lBlock - lEnd % writer.lBlock) % writer.lBlock;
+    // The limit is one of the file's size, so a reservation beyond the end ignores it.
+    const rlim_t limit = wyx::os::SizeLimit();
+    if (limit < static_cast<rlim_t>(lEnd)) {
+        lEnd = static_cast<off_t>(limit);
+    }
+    if (lEnd < lUpTo || !wyx::os::ReserveBlocks(writer.iFd, writer.lWritten, lEnd)) {
+        return false;
+    }
+    writer.lReserved = lEnd;
+    return true;
+}
+
+/// Releases the blocks after the end. A failure is untidy but harmless.
+void Trim(const Writer &writer)
+{
+    struct stat status;
+    if (writer.hasSpare && fstat(writer.iFd, &status) == 0) {
+        wyx::os::Truncate(writer.iFd, status.st_size);
+    }
+}
+
+/// Writes and closes all that belongs to a file.
+void Finish(Writer &writer)
+{
+    const auto note = [&](bool isDone) {
+        if (!isDone && writer.iError == 0) {
+            writer.iError = errno;
+        }
+    };
+    EmptyBuffer(writer);
+    Trim(writer);
+    if (kFlush && writer.iError == 0) { // there is no point in flushing a failed file
+        note(wyx::os::Flush(writer.iFd));
+    }
+    note(wyx::os::Close(writer.iFd));
+    if (kFlush && writer.iError == 0 && writer.isRegular) {
+        // After the file: an entry that outlives a power cut must not lead to half of it.
+        note(wyx::os::FlushDirectory(writer.iDirFd));
+    } else {
+        wyx::os::Close(writer.iDirFd);
+    }
+}
+
+} // namespace
+
+namespace wyx::os {
+
+Writer *OpenWriter(const QAL_CHAR *pszName)
+{
+    auto *const pstruWriter = static_cast<Writer *>(std::calloc(1, sizeof(Writer)));
+    if (pstruWriter == nullptr) {
+        return nullptr;
+    }
+    pstruWriter->isWriter = true;
+    pstruWriter->iFd = -1;
+    pstruWriter->iDirFd = -1;
+    if (OpenInto(*pstruWriter, pszName)) {
+        return pstruWriter;
+    }
+    const KeepErrno keep;
+    Close(pstruWriter->iFd);
+    Close(pstruWriter->iDirFd);
+    Release(*pstruWriter);
+    return nullptr;
+}
+
+QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
+{
+    if (ulCount > kWriteBuffer - writer.ulWaiting && !EmptyBuffer(writer)) {
+        return 0;
+    }
+    if (ulCount > kWriteBuffer || !writer.isBuffered) {
+        return WriteNow(writer, pucFrom, ulCount);
+    }
+    const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(writer.lWritten) + writer.ulWaiting + ulCount;
+    if (!Reserve(writer, static_cast<off_t>(ulEnd))) {
+        writer.isBuffered = false; // the disk is full or cannot reserve: do not ask again
+        return EmptyBuffer(writer) ? WriteNow(writer, pucFrom, ulCount) : 0;
+    }
+    std::memcpy(writer.pucBuffer + writer.ulWaiting, pucFrom, ulCount);
+    writer.ulWaiting += ulCount;
+    return ulCount;
+}
+
+QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence)
+{
+    if (writer.iError != 0 || !EmptyBuffer(writer)) {
+        errno = writer.iError;
+        return -1;
+    }
+    const off_t lPosition = lseek(writer.iFd, lOffset, lWhence);
+    if (lPosition == -1) {
+        return -1;
+    }
+    writer.lWritten = lPosition;
+    writer.isBuffered = false; // overwriting can take a block, too, and none is reserved for that
+    return 0;
+}
+
+int CloseWriter(Writer &writer)
+{
+    Finish(writer);
+    const int iError = writer.iError;
+    if (iError != 0 && !writer.isReported) {
+        KeepFailure(iError);
+    }
+    Release(writer);
+    return iError;
+}
+
+} // namespace wyx::os

@@ -1,0 +1,45 @@
+// Files open for writing.
+//
+// One system call per line would make large files slow, but bytes that wait in a buffer could be
+// lost to a full disk after they were reported as written. So blocks are reserved ahead, and only
+// bytes that have a block wait; all others are handed over at once. A small file reserves one block
+// at a time: releasing unused ones would cost more system calls.
+#ifndef WYX_PLATFORM_LINUX_FILE_WRITER_H
+#define WYX_PLATFORM_LINUX_FILE_WRITER_H
+
+#include "file.h"
+
+#include <sys/types.h>
+
+namespace wyx::os {
+
+struct Writer : xelpFile {
+    QAL_UINT8 *pucBuffer;
+    QAL_ULONG ulWaiting; // bytes in the buffer
+    off_t lWritten;      // where the buffer starts in the file: the kernel has all before it
+    off_t lReserved;     // blocks are reserved up to here
+    off_t lBlock;        // the unit of reservation
+    int iFd;
+    int iDirFd;      // the directory that holds the file; -1 if it cannot be read
+    int iError;      // what made the file fail; it then takes no more bytes
+    bool isReported; // a short count has reported that failure
+    bool isRegular;  // neither a pipe nor a device
+    bool isBuffered; // bytes may wait, if blocks can be reserved for them
+    bool hasSpare;   // there may be blocks after the last one that is needed
+};
+
+/// Opens a new or emptied file; null on failure. CloseWriter() releases it.
+Writer *OpenWriter(const QAL_CHAR *pszName);
+
+/// Writes bytes now or later; fewer than asked for if the file fails.
+QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
+
+/// Moves the position as the system does; 0 on success.
+QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence);
+
+/// Writes what waits, flushes and closes; what made the file fail, or 0.
+int CloseWriter(Writer &writer);
+
+} // namespace wyx::os
+
+#endif
