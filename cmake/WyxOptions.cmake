@@ -28,8 +28,11 @@ target_compile_options(wyx_build_options INTERFACE
     $<$<BOOL:${WYX_WERROR}>:-Werror>
     $<$<BOOL:${WYX_CHAR}>:-f${WYX_CHAR}-char>)
 if(WYX_SANITIZE)
+    # A target with the property WYX_UNSANITIZED is linked with the sanitizers, but compiled without.
+    set(sanitize "$<NOT:$<BOOL:$<TARGET_PROPERTY:WYX_UNSANITIZED>>>")
     target_compile_options(wyx_build_options INTERFACE
-        -fsanitize=${WYX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+        $<${sanitize}:-fsanitize=${WYX_SANITIZE}> $<${sanitize}:-fno-sanitize-recover=all>
+        -fno-omit-frame-pointer
         # GCC cannot tell through the instrumentation what is initialised.
         $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     target_link_options(wyx_build_options INTERFACE -fsanitize=${WYX_SANITIZE})

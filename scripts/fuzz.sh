@@ -1,18 +1,22 @@
 #!/usr/bin/env bash
-# Runs fuzz targets for a while: scripts/fuzz.sh TARGET|all SECONDS [BUILD_FOLDER]
+# Runs fuzz targets: scripts/fuzz.sh TARGET|all SECONDS|EXECUTIONSx [BUILD_FOLDER]
 #
-# Builds the targets with the preset "fuzz" first, unless WYX_FUZZERS names the folder of built ones.
-# New inputs that reach something new are kept in the build folder (corpus-TARGET) and used again;
-# the seeds in tests/fuzz/corpus stay as they are. A finding is reported with the file that holds it:
-# mend it, and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.
+# Each target runs for SECONDS (60), or for a number of executions (2000000x). Builds the targets with
+# the preset "fuzz" first, unless WYX_FUZZERS names the folder of built ones. Inputs that reach
+# something new are kept in the build folder (corpus-TARGET) and used again; the seeds in
+# tests/fuzz/corpus do not change. A finding is reported with the file that holds it: fix the cause,
+# and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.
 set -euo pipefail
 
-if (($# < 2)); then
-    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
+if (($# < 2)) || [[ ! $2 =~ ^[1-9][0-9]*x?$ ]]; then
+    sed -n '2,8s/^# \{0,1\}//p' "$0" >&2
     exit 2
 fi
 target=$1
-seconds=$2
+limit=-max_total_time=$2
+if [[ $2 == *x ]]; then
+    limit=-runs=${2%x}
+fi
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
 corpora=$source_folder/tests/fuzz/corpus
 build_folder=${3:-$source_folder/build/fuzz}
@@ -29,18 +33,27 @@ else
     cmake --build "$build_folder" --target "${targets[@]/#/fuzz_}"
 fi
 
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}
+# Short stacks of allocations and a short quarantine: the models allocate more than the library, and
+# a finding can be replayed with the defaults.
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1:malloc_context_size=1:quarantine_size_mb=8}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 failed=0
 for name in "${targets[@]}"; do
     kept=$programs/corpus-$name
     mkdir -p "$kept"
     log=$programs/$name.log
-    if "$programs/fuzz_$name" -max_total_time="$seconds" -max_len=2048 -timeout=10 \
+    start=$SECONDS
+    if "$programs/fuzz_$name" "$limit" -max_len=2048 -timeout=10 \
         -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$programs/finding-$name-" \
         "$kept" "$corpora/$name" >"$log" 2>&1; then
         executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
-        echo "$name: $executions executions, $(ls "$kept" | wc -l) inputs kept, no finding"
+        if ((executions == 0)); then
+            echo "$name: executed nothing" >&2
+            failed=1
+            continue
+        fi
+        echo "$name: $executions executions in $((SECONDS - start)) s," \
+            "$(ls "$kept" | wc -l) inputs kept, no finding"
     else
         echo "$name: FINDING" >&2
         tail -n 60 "$log" >&2

@@ -18,9 +18,10 @@ constexpr char kGuardByte = 0x45;
 #ifndef __has_feature
 #define __has_feature(feature) 0 // GCC has a macro of its own
 #endif
-/// Bytes behind each block that nobody may write to, nor take for something of use. A sanitizer
-/// guards blocks better, and right behind them.
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+/// Bytes after each block that nobody may write to, nor take for something of use. A sanitizer
+/// guards blocks better, from their very end on.
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer) || \
+    defined(WYX_GUARDED_BY_SANITIZER)
 constexpr std::size_t kGuardLen = 0;
 #else
 constexpr std::size_t kGuardLen = 32;
