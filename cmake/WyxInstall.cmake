@@ -23,7 +23,7 @@ install(TARGETS wyx_commlib ${adapter} wyx_platform_headers EXPORT wyx_commlib
     COMPONENT runtime NAMELINK_COMPONENT development)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/wyx_commlib"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
-    FILES_MATCHING PATTERN "*.h")
+    FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 set(platform_headers os_adapter.h bounded.h)
 if(WYX_OS_ADAPTER_ACCOUNTING)
     list(APPEND platform_headers mem_accounting.h)

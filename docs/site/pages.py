@@ -8,7 +8,7 @@ ROOT = Path(__file__).resolve().parents[2]
 GROUPS = {
     "Start": ["README.md", "docs/which-module.md", "docs/architecture.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
-        "crc", "md5", "dlink", "slink", "hash", "ini", "addresses", "base64", "platform")],
+        "crc", "md5", "dlink", "slink", "hash", "ini", "addresses", "base64", "platform", "cpp")],
     "What to rely on": ["docs/ownership-and-errors.md", "docs/error-codes.md", "docs/durability.md",
                         "docs/round-trips.md", "docs/abi.md", "SECURITY.md"],
     "Tool": ["docs/tool.md"],

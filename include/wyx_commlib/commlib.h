@@ -13,6 +13,7 @@
 #include "wyx_commlib/ip4_ip6_parser.h"
 #include "wyx_commlib/md5.h"
 #include "wyx_commlib/slink.h"
+#include "wyx_commlib/status_text.h"
 #include "wyx_commlib/types.h"
 
 #endif

@@ -1,5 +1,6 @@
 """What the pages of the site claim about the headers: nothing is left out, and nothing made up."""
 import re
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -59,6 +60,12 @@ class Headers(unittest.TestCase):
         self.assertEqual([], headers.left_by_failure(calls["XELP_CRC_32"]))
 
 
+class StatusText(unittest.TestCase):
+    def test_the_header_has_the_texts_of_the_enumerations(self):
+        script = Path(headers.ROOT) / "scripts/make_status_text.py"
+        subprocess.run([sys.executable, script, "--check"], check=True)
+
+
 class Pages(unittest.TestCase):
     def test_every_page_can_be_filled_and_has_a_name_of_its_own(self):
         names = [pages.page_of(file) for file in pages.every()]
@@ -80,7 +87,7 @@ class Pages(unittest.TestCase):
         for file in (ROOT / "docs/modules").glob("*.md"):
             text = file.read_text()
             shown |= set(re.findall(r"<!-- calls: (\S+) -->", text))
-            examples = re.findall(r"<!-- example: examples/(\w+)\.c -->", text)
+            examples = re.findall(r"<!-- example: examples/(\w+)\.(?:c|cpp) -->", text)
             self.assertEqual(1, len(examples), file.name)
             self.assertIn(examples[0], registered)
         declaring = {header.name for header in Headers.declared.values() if header.calls}
