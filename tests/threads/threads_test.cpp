@@ -5,9 +5,13 @@
 // be safe to call from any thread.
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
+#include <barrier>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -23,6 +27,26 @@ namespace {
 
 constexpr int kThreads = 8;
 constexpr int kRounds = 40;
+
+thread_local bool g_flushFails = false; ///< lets the calling thread's fsync() fail
+std::atomic<int> g_failedFlushes = 0;
+
+} // namespace
+} // namespace wyx::test
+
+// In place of the C library's, for the adapter too.
+extern "C" int fsync(int iFile)
+{
+    if (wyx::test::g_flushFails) {
+        ++wyx::test::g_failedFlushes;
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_fsync, iFile));
+}
+
+namespace wyx::test {
+namespace {
 
 /// Runs @p work in several threads, which begin together; it gets the thread's number.
 template <typename Work>
@@ -125,21 +149,33 @@ TEST(Threads, DocumentOfEach)
     });
 }
 
-// What one thread's close could not tell is that thread's own to hear.
+// Of all threads that have closed a file, only those whose flush failed hear of it, by the next
+// rename of each; the others' files are renamed.
 TEST(Threads, FailureToCloseStaysWithItsThread)
 {
     const TempFolder folder;
+    std::barrier everyone(kThreads);
     InThreads([&](int iThread) {
         const std::string name = folder.Name("f" + std::to_string(iThread) + ".txt");
+        const std::string newName = name + "x";
         for (int i = 0; i < kRounds; ++i) {
+            const bool fails = (iThread + i) % 3 == 0;
             XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
             EXPECT_NE(pstruFile, nullptr);
             EXPECT_EQ(XELP_Fwrite("abc", 1, 3, pstruFile), 3U);
-            EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-            EXPECT_EQ(XELP_Rename(name.c_str(), (name + "x").c_str()), 0);
-            EXPECT_EQ(XELP_Remove((name + "x").c_str()), 0);
+            g_flushFails = fails;
+            EXPECT_EQ(XELP_Fclose(pstruFile) != 0, fails);
+            g_flushFails = false;
+            everyone.arrive_and_wait();
+            EXPECT_EQ(XELP_Rename(name.c_str(), newName.c_str()) != 0, fails);
+            if (fails) { // reported once
+                EXPECT_EQ(XELP_Rename(name.c_str(), newName.c_str()), 0);
+            }
+            EXPECT_EQ(XELP_Remove(newName.c_str()), 0);
+            everyone.arrive_and_wait();
         }
     });
+    EXPECT_GT(g_failedFlushes, kThreads * kRounds / 4);
 }
 
 QAL_UINT32 IsSame(const void *pCondition, void *pUser)
