@@ -2,12 +2,15 @@
 # Compares the binary interface with its baseline in tests/abi/baseline, or renews the baseline:
 #
 #     scripts/abi.sh check BUILD_FOLDER    the libraries of a build with debug information
-#     scripts/abi.sh renew                 builds them in build/abi, compares, writes the baseline
+#     scripts/abi.sh renew [BUILD_FOLDER]  compares, writes the baseline; builds in build/abi if no
+#                                          build is given
 #
-# The baseline has the exports of both libraries, and every type of the public headers: most calls
-# take the containers' records as void *, so that they cannot be reached from the calls. `renew`
-# refuses what breaks callers unless the major version is higher than the baseline's. docs/abi.md has
-# the policy. CC names the C compiler. Ends with 77 where libabigail or debug information is missing.
+# The baseline has the exports of both libraries, every type of the public headers, and the services
+# that the library asks of its adapter. Most calls take the containers' records as void *, so that
+# the types cannot be reached from the calls. Names are compared first, because to abidiff a renamed
+# type or member is the same one. `renew` refuses what breaks callers unless the major version is
+# higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 where
+# libabigail or debug information is missing.
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
@@ -18,7 +21,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 usage() {
-    sed -n '2,11s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,15s/^# \{0,1\}//p' "$0" >&2
     exit 2
 }
 
@@ -65,6 +68,31 @@ describe() {
         -Wl,-soname,"libwyx_public_types.so.$own_major" -o "$work/libwyx_public_types.so"
     abidw --load-all-types "${options[@]}" "$work/libwyx_public_types.so" \
         >"$work/libwyx_public_types.abi"
+
+    LC_ALL=C readelf -W --dyn-syms "$1/lib/libwyx_commlib.so" |
+        awk '$7 == "UND" && $8 ~ /^(XELP|wyx)_/ { print $8 }' | LC_ALL=C sort >"$work/services.txt"
+    [[ -s $work/services.txt ]] || { echo "$1: the library asks for no service" >&2; exit 1; }
+}
+
+# names FILE.abi: the name of each symbol, type, typedef, member and enumerator that it describes
+names() {
+    awk -F"'" '
+        /<elf-symbol /    { print "symbol " $2 }
+        /<(class|union|enum)-decl / {
+            type = $2
+            if ($0 !~ /is-anonymous/) print "type " $2
+        }
+        /<typedef-decl /  { print "typedef " $2 }
+        /<data-member/    { in_member = 1 }
+        /<var-decl / && in_member { print "member " type "." $2; in_member = 0 }
+        /<enumerator /    { print "enumerator " $2 }
+    ' "$1" | LC_ALL=C sort -u
+}
+
+# compare_names OLD NEW: says what differs; prints nothing for two equal lists
+compare_names() {
+    LC_ALL=C comm -23 "$1" "$2" | sed 's/^/gone: /'
+    LC_ALL=C comm -13 "$1" "$2" | sed 's/^/new: /'
 }
 
 # compare NAME: sets `verdict` to same, compatible or incompatible, and writes the report to $work
@@ -86,10 +114,32 @@ compare() {
     status=0
     abidiff "${options[@]}" --no-added-syms "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.harm" ||
         status=$?
-    if ((status & 8)) ||
+    names "$baseline/$1.abi" >"$work/$1.old"
+    names "$work/$1.abi" >"$work/$1.new"
+    [[ -s $work/$1.old && -s $work/$1.new ]] || { echo "$1: no names found" >&2; exit 1; }
+    if [[ $1 != libwyx_public_types ]]; then # which types a library reaches depends on the compiler
+        sed -i '/^symbol /!d' "$work/$1.old" "$work/$1.new"
+    fi
+    compare_names "$work/$1.old" "$work/$1.new" >"$work/$1.names"
+    if [[ $verdict == same && -s $work/$1.names ]]; then
+        verdict=compatible
+    fi
+    if ((status & 8)) || grep -q '^gone: ' "$work/$1.names" ||
         grep -Eqi 'summary: ([1-9][0-9]* removed|[0-9]+ removed, [1-9][0-9]* changed)' \
             "$work/$1.harm"; then
         verdict=incompatible
+    fi
+    cat "$work/$1.names" >>"$work/$1.report"
+}
+
+# compare_services: as compare; an adapter of a client's lacks what is new
+compare_services() {
+    compare_names "$baseline/services.txt" "$work/services.txt" >"$work/services.report"
+    verdict=same
+    if grep -q '^new: ' "$work/services.report"; then
+        verdict=incompatible
+    elif [[ -s $work/services.report ]]; then
+        verdict=compatible
     fi
 }
 
@@ -102,49 +152,66 @@ check)
     (($# == 2)) || usage
     describe "$2"
     failed=0
-    for name in "${names[@]}"; do
-        [[ -e $baseline/$name.abi ]] || { echo "$baseline/$name.abi is missing" >&2; exit 1; }
-        compare "$name"
-        if [[ $(major "$baseline/$name.abi") != "$(major "$work/$name.abi")" ]]; then
-            echo "$name: the baseline is that of another major version: scripts/abi.sh renew"
-            failed=1
-        elif [[ $verdict == same ]]; then
-            echo "$name: as in the baseline"
+    for name in "${names[@]}" services; do
+        if [[ $name == services ]]; then
+            compare_services
         else
-            cat "$work/$name.report"
-            failed=1
-            if [[ $verdict == compatible ]]; then
-                echo "$name: only additions; raise the minor version, then: scripts/abi.sh renew"
-            else
-                echo "$name: breaks callers; that needs a new major version (docs/abi.md)"
+            [[ -e $baseline/$name.abi ]] || { echo "$baseline/$name.abi is missing" >&2; exit 1; }
+            compare "$name"
+            if [[ $(major "$baseline/$name.abi") != "$(major "$work/$name.abi")" ]]; then
+                echo "$name: the baseline is that of another major version: scripts/abi.sh renew"
+                failed=1
+                continue
             fi
+        fi
+        if [[ $verdict == same ]]; then
+            echo "$name: as in the baseline"
+            continue
+        fi
+        cat "$work/$name.report"
+        failed=1
+        if [[ $verdict == compatible ]]; then
+            echo "$name: only additions; raise the minor version, then: scripts/abi.sh renew"
+        else
+            echo "$name: breaks callers; that needs a new major version (docs/abi.md)"
         fi
     done
     exit $failed
     ;;
 renew)
-    (($# == 1)) || usage
-    build=$source_folder/build/abi
-    cmake -S "$source_folder" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-        -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF \
-        >/dev/null
-    cmake --build "$build" >/dev/null
+    (($# <= 2)) || usage
+    build=${2:-$source_folder/build/abi}
+    if (($# == 1)); then
+        cmake -S "$source_folder" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+            -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF \
+            -DWYX_BUILD_TOOL=OFF >/dev/null
+        cmake --build "$build" >/dev/null
+    fi
     describe "$build"
-    for name in "${names[@]}"; do
-        if [[ -e $baseline/$name.abi ]]; then
+    new_major=$(major "$work/libwyx_commlib.abi")
+    old_major=$new_major
+    if [[ -e $baseline/libwyx_commlib.abi ]]; then
+        old_major=$(major "$baseline/libwyx_commlib.abi")
+    fi
+    for name in "${names[@]}" services; do
+        if [[ $name == services ]]; then
+            [[ -e $baseline/services.txt ]] || continue
+            compare_services
+        else
+            [[ -e $baseline/$name.abi ]] || continue
             compare "$name"
-            cat "$work/$name.report"
-            if [[ $verdict == incompatible ]] &&
-                (($(major "$work/$name.abi") <= $(major "$baseline/$name.abi"))); then
-                echo "$name breaks callers: raise the major version first (docs/abi.md)" >&2
-                exit 1
-            fi
+        fi
+        cat "$work/$name.report"
+        if [[ $verdict == incompatible ]] && ((new_major <= old_major)); then
+            echo "$name breaks callers: raise the major version first (docs/abi.md)" >&2
+            exit 1
         fi
     done
     mkdir -p "$baseline"
     for name in "${names[@]}"; do
         cp "$work/$name.abi" "$baseline"
     done
+    cp "$work/services.txt" "$baseline"
     echo "written: $baseline"
     ;;
 *) usage ;;

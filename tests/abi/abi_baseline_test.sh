@@ -10,51 +10,101 @@ failures=0
 
 "$source_folder/scripts/abi.sh" check "$build"
 
-# expect WORDS FILE SED_SCRIPT: with such a baseline, the check fails and says so
-expect() {
-    local words=$1 file=$2 script=$3 status=0
+fail() {
+    echo "FAILED: $*"
+    failures=$((failures + 1))
+}
+
+# plant FILE SED_SCRIPT: a baseline in $work that differs from the real one
+plant() {
     rm -rf "$work"
     mkdir -p "$work"
-    cp "$source_folder"/tests/abi/baseline/*.abi "$work"
-    sed -i "$script" "$work/$file"
-    if cmp -s "$work/$file" "$source_folder/tests/abi/baseline/$file"; then
-        echo "FAILED: changes nothing: $script"
-        failures=$((failures + 1))
-        return
-    fi
-    WYX_ABI_BASELINE=$work "$source_folder/scripts/abi.sh" check "$build" >"$work/log" 2>&1 ||
-        status=$?
-    if ((status != 1)) || ! grep -q "$words" "$work/log"; then
-        echo "FAILED: $script: status $status, not \"$words\":"
+    cp "$source_folder"/tests/abi/baseline/* "$work"
+    sed -i "$2" "$work/$1"
+    ! cmp -s "$work/$1" "$source_folder/tests/abi/baseline/$1" || fail "changes nothing: $2"
+}
+
+# abi COMMAND...: scripts/abi.sh with that baseline; sets $status, and writes $work/log
+abi() {
+    status=0
+    WYX_ABI_BASELINE=$work "$source_folder/scripts/abi.sh" "$@" >"$work/log" 2>&1 || status=$?
+}
+
+# expect WORDS FILE SED_SCRIPT: with such a baseline, the check fails and says so
+expect() {
+    plant "$2" "$3"
+    abi check "$build"
+    if ((status != 1)) || ! grep -q "$1" "$work/log"; then
+        fail "$3: status $status, not \"$1\":"
         cat "$work/log"
-        failures=$((failures + 1))
     fi
 }
 
-# What the baseline has and the library has not, and the other way about.
-expect "breaks callers" libwyx_commlib.abi "s/XELP_CRC_16'/XELP_CRC_Gone'/g"
+# The changes that docs/abi.md lists, in its order. A sed script makes a baseline of the state before.
+# Additions: a call, a status, a type, an enumerator.
 expect "only additions" libwyx_commlib.abi \
     "/<elf-symbol name='XELP_CRC_16'/d; /<function-decl name='XELP_CRC_16'/,/<\/function-decl>/d"
+expect "only additions" libwyx_public_types.abi "/name='XELP_ERR_INI_KEY_NOT_FOUND'/d"
+expect "new: typedef QAL_LONG" libwyx_public_types.abi "/<typedef-decl name='QAL_LONG'/d"
+expect "only additions" libwyx_public_types.abi "/<typedef-decl name='QAL_LONG'/d"
+expect "only additions" libwyx_public_types.abi "/<enumerator name='INI_KEYVALUE_LINE'/d"
+# A call that is gone, of either library.
+expect "breaks callers" libwyx_commlib.abi "s/XELP_CRC_16'/XELP_CRC_Gone'/g"
 expect "breaks callers" libwyx_os_adapter.abi "s/XELP_Fopen'/XELP_Gone'/g"
-# A parameter more, and one of another type.
+# Names: a type, a record, an enumeration, a member, an enumerator; one of these gone.
+expect "gone: typedef DLinkList_S_Gone" libwyx_public_types.abi \
+    "s/<typedef-decl name='DLinkList_S_Head'/<typedef-decl name='DLinkList_S_Gone'/"
+expect "breaks callers" libwyx_public_types.abi \
+    "s/<typedef-decl name='DLinkList_S_Head'/<typedef-decl name='DLinkList_S_Gone'/"
+expect "breaks callers" libwyx_public_types.abi \
+    "s/<class-decl name='xelpDLinkList_S_Head'/<class-decl name='xelpDLinkList_S_Gone'/"
+expect "breaks callers" libwyx_public_types.abi \
+    "s/<enum-decl name='xelpCRC16_ErrCode'/<enum-decl name='xelpGone'/"
+expect "gone: member .*\.ulGone" libwyx_public_types.abi \
+    "s/<var-decl name='ulLineNum'/<var-decl name='ulGone'/"
+expect "breaks callers" libwyx_public_types.abi "s/<var-decl name='ulLineNum'/<var-decl name='ulGone'/"
+expect "breaks callers" libwyx_public_types.abi \
+    "s/<enumerator name='INI_BLANK_LINE'/<enumerator name='INI_GONE_LINE'/"
+expect "breaks callers" libwyx_public_types.abi \
+    "s/.*name='XELP_ERR_INI_KEY_NOT_FOUND'.*/&\n<enumerator name='XELP_ERR_INI_GONE' value='22'\/>/"
+# An argument more, an argument's type, a result's, and an argument's of a callback.
 expect "breaks callers" libwyx_commlib.abi "/<function-decl name='XELP_CRC_32'/{n;p}"
 expect "breaks callers" libwyx_commlib.abi \
+    "/<function-decl name='XELP_CRC_32'/,/<\/function-decl>/s/<parameter type-id='f694c952'/<parameter type-id='7487a4b5'/"
+expect "breaks callers" libwyx_commlib.abi \
     "/<function-decl name='XELP_MD5_Update'/,/<\/function-decl>/s/<return .*/<return type-id='f694c952'\/>/"
-# Records: a size, an offset, and one that calls only take as void *.
+callback=$(sed -n "s/.*<typedef-decl name='XELP_Hash_Function' type-id='\([^']*\)'.*/\1/p" \
+    "$source_folder/tests/abi/baseline/libwyx_public_types.abi")
+expect "breaks callers" libwyx_public_types.abi \
+    "s/\(<typedef-decl name='XELP_Hash_Function'\) type-id='$callback'/\1 type-id='5d1dd8bc'/"
+# A size, an offset (of a record that calls take as void *), a number.
 expect "breaks callers" libwyx_commlib.abi \
     "/<class-decl name='xelpMD5_S_CTX'/s/size-in-bits='704'/size-in-bits='768'/"
 expect "breaks callers" libwyx_public_types.abi \
     "/<class-decl name='xelpDLinkList_S_Node'/,/<\/class-decl>/s/offset-in-bits='128'/offset-in-bits='192'/"
-# Statuses: another number, one that is gone, one that is new.
 expect "breaks callers" libwyx_public_types.abi \
     "s/\(name='XELP_ERR_INI_KEY_NOT_FOUND' value\)='20'/\1='21'/"
-expect "breaks callers" libwyx_public_types.abi \
-    "s/.*name='XELP_ERR_INI_KEY_NOT_FOUND'.*/&\n<enumerator name='XELP_ERR_INI_GONE' value='22'\/>/"
-expect "only additions" libwyx_public_types.abi "/name='XELP_ERR_INI_KEY_NOT_FOUND'/d"
+# A service: one more than before, and one less.
+expect "breaks callers" services.txt "/^XELP_Rename$/d"
+expect "only additions" services.txt "1i XELP_AGone"
 # The baseline of the version before.
 expect "another major version" libwyx_commlib.abi "1s/\.so\.[0-9]*'/.so.0'/"
 
+# Renewing takes additions, and refuses what breaks callers at the same major version.
+plant libwyx_public_types.abi "s/<var-decl name='ulLineNum'/<var-decl name='ulGone'/"
+abi renew "$build"
+((status == 1)) || fail "renewed a renamed member at the same major version"
+grep -q "'ulGone'" "$work/libwyx_public_types.abi" || fail "wrote the baseline all the same"
+sed -i "1s/\.so\.[0-9]*'/.so.0'/" "$work"/*.abi
+abi renew "$build"
+((status == 0)) || fail "refused a renamed member at a higher major version"
+plant libwyx_public_types.abi "/<typedef-decl name='QAL_LONG'/d"
+abi renew "$build"
+((status == 0)) || fail "refused to renew with an addition"
+abi check "$build"
+((status == 0)) || fail "the renewed baseline is not that of the build"
+
 if ((failures == 0)); then
-    echo "the check tells every kind of change"
+    echo "every kind of change is noticed"
 fi
 exit $((failures != 0))
