@@ -1,33 +1,42 @@
 /**
  * @file types.h
- * @brief Base types of the library and the conventions that hold for every call.
+ * @brief Base types of the library, and what holds for every call.
  *
- * **Statuses.** A call that can fail returns a #QAL_UINT32: 0 for success, otherwise a value of its
- * module's own error enumeration. The numbers are part of the binary interface; modules do not share
- * them, so a status means something only together with the module that returned it. The exceptions,
- * each described with its call: 1 is a success of XELP_Parse_IPV4(), the Base64 calls return a
- * length, and a few building blocks return nothing or a value of their own.
+ * **Statuses.** A call that can fail returns a #QAL_UINT32: 0 for success, otherwise a value of
+ * its module's error enumeration. The numbers are part of the binary interface. The same number
+ * means different things in different modules, so read a status together with the module it came
+ * from. Exceptions, each described with its call: XELP_Parse_IPV4() also returns 1 for success,
+ * the MD5 calls return nothing, the Base64 calls return a length, and a few building blocks return
+ * nothing or a value of their own.
  *
- * **Ownership**, in four words used throughout: a call *borrows* an argument (until it returns),
- * *keeps* it (until a named call), *takes* it (it is no longer yours), or *hands over* a result
- * (release it with a named call).
+ * **Ownership**, in four words: a call *borrows* an argument (until it returns), *keeps* it (until
+ * a named call), *takes* it (it is no longer yours), or *hands over* a result (release it with a
+ * named call).
  *
- * **Text** is a NUL-terminated byte string without an assumed encoding. No result depends on whether
+ * **Text** is a NUL-terminated byte string of no particular encoding. No result depends on whether
  * the compiler's plain `char` is signed.
  *
- * **Threads.** The library starts none, takes no lock and keeps no mutable state of its own: calls
- * on different objects may run on any threads at once. One object must not be used by two threads at
- * once unless its header says so.
+ * **Threads.** The library starts none, takes no lock and keeps no state between calls. Calls on
+ * different objects may run on any threads at once. Two threads must not use one object at once
+ * unless its header allows it.
+ *
+ * **Targets** are 64-bit and little-endian; on others this header does not compile.
  */
 #ifndef WYX_COMMLIB_TYPES_H
 #define WYX_COMMLIB_TYPES_H
 
+#if defined(__SIZEOF_LONG__) && defined(__SIZEOF_POINTER__) && defined(__BYTE_ORDER__)
+#if __SIZEOF_LONG__ != 8 || __SIZEOF_POINTER__ != 8 || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "libwyx_commlib needs a little-endian target with 64-bit pointers and a 64-bit long"
+#endif
+#endif
+
 #if defined(__cplusplus)
-/** Opens the part of a header that declares things of C. */
+/** Opens an extern "C" block in C++. */
 #define WYX_C_BEGIN extern "C" {
-/** Closes that part. */
+/** Closes it. */
 #define WYX_C_END }
-/** Gives an enumeration a fixed 32-bit type in C++, so that an out-of-range value is defined. */
+/** A fixed 32-bit type for an enumeration in C++, so that an out-of-range value is defined. */
 #define WYX_ENUM32 : unsigned int
 #else
 #define WYX_C_BEGIN
@@ -35,7 +44,7 @@
 #define WYX_ENUM32
 #endif
 
-/** Marks a symbol that the shared library exports. */
+/** Marks an exported symbol. */
 #if defined(__GNUC__)
 #define WYX_API __attribute__((visibility("default")))
 #else
@@ -56,7 +65,7 @@ typedef int QAL_INT32;                 /**< signed, 32 bits */
 typedef int QAL_INT;                   /**< signed, 32 bits */
 typedef long QAL_LONG;                 /**< the platform's long, 64 bits */
 
-/** An open file of the platform adapter; only ever handled by pointer. */
+/** An open file of the platform adapter, used only through a pointer. */
 typedef struct xelpFile XELP_S_File;
 
 WYX_C_END
