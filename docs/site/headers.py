@@ -11,9 +11,9 @@ FOLDERS = (ROOT / "include/wyx_commlib", ROOT / "platform")
 sys.path.insert(0, str(ROOT / "scripts"))
 from make_man import parse, sections  # noqa: E402
 
-# What a sentence says that tells what is left of a failed call's work.
+# Words of sentences that say what a failed call leaves behind.
 LEFT = re.compile("nothing changed|changes nothing|as it was|slot is null|stays? (with|behind|done)"
-                  "|is deleted$|was not read|all the same")
+                  "|is deleted$|was not read|all the same|is gone")
 STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 
 
@@ -21,11 +21,11 @@ STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 class Call:
     name: str
     brief: str
-    text: str  # what is said behind the brief description
+    text: str  # what follows the brief description
     params: list  # (direction, name, text)
     returns: str
-    group: str  # the title of the group it stands in
-    group_text: str  # and what that says of all its calls
+    group: str  # the title of its group
+    group_text: str  # what the group says of all its calls
 
 
 @dataclass
@@ -67,7 +67,7 @@ def _codes_of(call, calls, seen=()):
     if call.name in seen:
         return set()
     text = re.sub(r"never returns #\w+", "", call.returns)
-    if "a status of a line on the way" in text:
+    if "the status of a line, see above" in text:
         text += next(other.group_text for other in calls.values() if other.group == "Lookups")
     codes = set(STATUS.findall(text))
     for names in re.findall(r"\b(?:as|status of|one of) ((?:\w+\(\)(?: or )?)+)", text):

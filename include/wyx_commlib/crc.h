@@ -3,8 +3,8 @@
  * @brief CRC-16 and CRC-32 of a buffer, in one call or piece by piece.
  *
  * Both start from 0 and are not inverted at the end, so XELP_CRC_32() differs from zlib's crc32();
- * stored checksums depend on it. They protect against accidents, not against attackers: anyone can
- * make a message with a given CRC.
+ * stored checksums depend on it. They detect accidents, not attacks: anyone can make a message
+ * with a given CRC.
  *
  * No call allocates, keeps a pointer or holds state: all of them may run on any number of threads.
  *
@@ -21,13 +21,13 @@
 
 WYX_C_BEGIN
 
-/** Statuses of the CRC-16 calls; 0 is success. The values are ABI: never renumbered, never reused. */
+/** Statuses of the CRC-16 calls; 0 is success. The values are ABI: never renumbered or reused. */
 typedef enum xelpCRC16_ErrCode WYX_ENUM32 {
     XELP_ERR_CRC16_INVALID_PARA = 10, /**< a pointer is null; nothing was written */
     XELP_ERR_CRC16_BUTT = 100         /**< end marker, never returned */
 } xelpCRC16_ErrCode;
 
-/** Statuses of the CRC-32 calls; 0 is success. The values are ABI: never renumbered, never reused. */
+/** Statuses of the CRC-32 calls; 0 is success. The values are ABI: never renumbered or reused. */
 typedef enum xelpCRC_ErrCode WYX_ENUM32 {
     XELP_ERR_CRC_INVALID_PARA = 10, /**< a pointer is null; nothing was written */
     XELP_ERR_CRC_BUTT = 100         /**< end marker, never returned */
@@ -37,12 +37,12 @@ typedef enum xelpCRC_ErrCode WYX_ENUM32 {
  * @brief CRC-16 of a whole message.
  *
  * @param[in]  pucData    the message, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; an empty message has the value 0
+ * @param[in]  ulLen      its length in bytes; the CRC of an empty message is 0
  * @param[out] puwResult  the CRC-16; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
  * @par Source
- * CRC-16/XMODEM: polynomial 0x1021, not reflected, initial value and final XOR 0; "123456789" gives
- * 0x31C3.
+ * CRC-16/XMODEM: polynomial 0x1021, not reflected, initial value and final XOR 0. The CRC of
+ * "123456789" is 0x31C3.
  */
 WYX_API QAL_UINT32 XELP_CRC_16(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_UINT16 *puwResult);
 
@@ -51,10 +51,10 @@ WYX_API QAL_UINT32 XELP_CRC_16(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
  *
  * XELP_CRC_16() over A, then this call over B with its result, equals XELP_CRC_16() over A and B.
  *
- * @param[in]  uwCrc      value so far; 0 begins a message
+ * @param[in]  uwCrc      CRC so far; 0 begins a message
  * @param[in]  pucData    the piece, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; 0 leaves the value as it is
- * @param[out] puwResult  the new value; untouched on failure
+ * @param[in]  ulLen      its length in bytes; 0 leaves the CRC as it is
+ * @param[out] puwResult  the new CRC; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
@@ -64,13 +64,13 @@ WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *puc
  * @brief CRC-32 of a whole message, without the customary inversions.
  *
  * @param[in]  pucData    the message, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; an empty message has the value 0
+ * @param[in]  ulLen      its length in bytes; the CRC of an empty message is 0
  * @param[out] pulResult  the CRC-32; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  * @par Source
- * Reflected polynomial 0x04C11DB7 (0xEDB88320), initial value and final XOR 0; "123456789" gives
- * 0x2DFD2D88. The common CRC-32 (0xCBF43926) is the inverse of XELP_CRC_Accumulate_32() started
- * from 0xFFFFFFFF.
+ * Reflected polynomial 0x04C11DB7 (0xEDB88320), initial value and final XOR 0. The CRC of
+ * "123456789" is 0x2DFD2D88. The common CRC-32 (0xCBF43926) is the bitwise complement of
+ * XELP_CRC_Accumulate_32() started from 0xFFFFFFFF.
  */
 WYX_API QAL_UINT32 XELP_CRC_32(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_UINT32 *pulResult);
 
@@ -79,10 +79,10 @@ WYX_API QAL_UINT32 XELP_CRC_32(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
  *
  * XELP_CRC_32() over A, then this call over B with its result, equals XELP_CRC_32() over A and B.
  *
- * @param[in]  ulCrc      value so far; 0 begins a message
+ * @param[in]  ulCrc      CRC so far; 0 begins a message
  * @param[in]  pucData    the piece, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; 0 leaves the value as it is
- * @param[out] pulResult  the new value; untouched on failure
+ * @param[in]  ulLen      its length in bytes; 0 leaves the CRC as it is
+ * @param[out] pulResult  the new CRC; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData,

@@ -3,8 +3,8 @@
  * @brief Doubly linked list of the caller's records, with a cursor.
  *
  * The list stores pointers to records of yours, the *user nodes*, in an order you choose. It
- * allocates one small link node for each of them and never looks into them: comparing and releasing
- * is done by callbacks.
+ * allocates one small link node for each and never looks into your records: your callbacks compare
+ * and release them.
  *
  * @code{.c}
  * void *list = NULL;
@@ -17,36 +17,37 @@
  * XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes); // releases every person that is left
  * @endcode
  *
- * **Ownership.** A stored user node is *kept* until a Remove call *hands* it *over* to you again, a
- * Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes passes it to the list's
- * release callback, or XELP_DLinkList_Deinit() with another flag drops it. Query and Get calls only
- * show it: it stays stored. Storing one record twice is allowed; both elements then share it. The
- * list itself and its link nodes belong to the library until XELP_DLinkList_Deinit().
+ * **Ownership.** A stored user node is *kept* until a Remove call *hands* it *over* to you again,
+ * a Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes passes it to the list's
+ * release callback, or XELP_DLinkList_Deinit() with another flag drops it. Query and Get calls
+ * only return a pointer to it: it stays stored. One record may be stored twice; both elements then
+ * share it. The list itself and its link nodes belong to the library until
+ * XELP_DLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
- * has none. A failing call leaves the cursor where it is (a walk that is stopped excepted).
+ * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
  *
  * - Insert puts it on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete puts it on the successor of the element that went, or on its
- *   predecessor if that was the last;
- * - Process_List leaves it on the element visited last, unless the callback moved it;
+ * - every Remove and every Delete puts it on the successor of the removed element, or on its
+ *   predecessor if it was the last;
+ * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
  *
- * A Remove or Delete moves the cursor even if it stood elsewhere: once the first element is taken
- * away it is on the new first, once the last is, on the new last.
+ * A Remove or Delete moves the cursor even if it was on another element: after the first element
+ * is removed it is on the new first, after the last on the new last.
  *
  * **Results.** The calls that return a user node set the result to null before they look at
- * anything else, the handle included, so a failure never leaves an old value in it. The exceptions
- * are XELP_DLinkList_Remove() and XELP_DLinkList_Query(): they check all their arguments first, and
- * a refused argument leaves the result untouched.
+ * anything else, the handle included, so a failure leaves null in it. Two are different:
+ * XELP_DLinkList_Remove() and XELP_DLinkList_Query() check all their arguments first, and a
+ * refused argument leaves the result untouched.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
- * - The release callback of a Delete runs when the element is already out of the list: it may use
- *   the list, but not tear it down. In XELP_DLinkList_Deinit() it must not use the list at all.
- * - The callback of a walk may do anything with the list but tear it down; see
- *   XELP_DLinkList_Process_List() for where the walk then goes.
+ * - The release callback of a Delete runs after the element has left the list: it may use the
+ *   list, but must not tear it down. In XELP_DLinkList_Deinit() it must not use the list at all.
+ * - The callback of a walk may do anything with the list except tear it down; see
+ *   XELP_DLinkList_Process_List() for where the walk then continues.
  *
  * **Cost and limits.** Remove, Delete and Query with a condition are linear in the elements before
  * the match, a walk and the teardown in all of them; every other call takes constant time. An
@@ -55,11 +56,14 @@
  *
  * **Threads.** One list must not be used by two threads at once; different lists may.
  *
- * **Its siblings** in slink.h (elements in one block of a fixed capacity) and hash.h (found by key)
- * look alike and differ on purpose: they number their statuses differently (nothing found is 30
- * here, 40 there), and they differ in what they take for empty and in when they clear a result.
- * Here Get_CurNode, the cursor moves and the searches take the element count; Remove_CurNode and
- * Delete_CurNode the cursor; the calls for head and tail the first and the last element.
+ * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (found by key)
+ * look alike and differ on purpose. In slink.h, the statuses from 30 on have other numbers: no
+ * match is 30 here and 40 there. When a result is cleared differs from header to header.
+ *
+ * What makes this list empty for a call matters only if somebody changed the records behind the
+ * handle: for Get_CurNode, the cursor moves, the searches and the walk it is the element count;
+ * for Remove_CurNode and Delete_CurNode the cursor; for the calls for head and tail the first or
+ * the last element.
  */
 #ifndef WYX_COMMLIB_DLINK_H
 #define WYX_COMMLIB_DLINK_H
@@ -70,7 +74,7 @@ WYX_C_BEGIN
 
 /** Statuses of the list's calls; 0 is success. The values are ABI: never renumbered or reused. */
 typedef enum xelpDLLErrCode WYX_ENUM32 {
-    XELP_ERR_DLL_INVALID_PARA = 10, /**< a null argument, no comparator, or no such position */
+    XELP_ERR_DLL_INVALID_PARA = 10, /**< a null argument, no comparator, or an invalid position */
     XELP_ERR_DLL_MEMORY = 20,       /**< no memory */
     XELP_ERR_DLL_FIND = 30,         /**< no element matches */
     XELP_ERR_DLL_HEAD = 40,         /**< the cursor is on the first element already */
@@ -89,19 +93,19 @@ typedef enum xelpDLLInsertPosition WYX_ENUM32 {
     XELP_DLL_Insert_BUTT = 4             /**< end marker, not a position */
 } XELP_E_DLL_Insert_Position;
 
-/** What becomes of the user nodes when the list is torn down. */
+/** What happens to the user nodes when the list is torn down. */
 typedef enum xelpDLLFreeUserNode WYX_ENUM32 {
     XELP_DLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_DLL_FreeUserNode_No = 1,  /**< they stay as they are; so with any other value but 0 */
+    XELP_DLL_FreeUserNode_No = 1,  /**< they stay as they are, as with every value but 0 */
     XELP_DLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_DLL_FreeUserNode;
 
 /**
  * @brief Compares a user node with what is looked for.
  *
- * @param[in] pCmpCondition  the condition given to the search
+ * @param[in] pCmpCondition  the condition passed to the search
  * @param[in] pstruUserNode  a stored user node
- * @return 0 for a match, which ends the search; any other value lets it go on.
+ * @return 0 for a match, which ends the search; any other value continues it.
  */
 typedef QAL_UINT32 (*XELP_DLinkList_NodeCmp)(const void *pCmpCondition, void *pstruUserNode);
 
@@ -118,7 +122,7 @@ typedef void (*XELP_DLinkList_FreeNode)(void *pstruUserNode);
  * @param[in]     pProcessCondition  as given to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its element
  * @param[in,out] pOther             as given to the walk
- * @return 0 to go on, any other value to stop the walk.
+ * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_DLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                                 void **pOther);
@@ -130,7 +134,7 @@ typedef struct xelpDLinkList_S_Node {
     void *pstruUserNode;                     /**< the user node, never null */
 } DLinkList_S_Node;
 
-/** The list behind a handle. For reading only. */
+/** What a handle points to. For reading only. */
 typedef struct xelpDLinkList_S_Head {
     DLinkList_S_Node *pstruFirstNode;     /**< the first link node; null if the list is empty */
     DLinkList_S_Node *pstruLastNode;      /**< the last link node; null if the list is empty */
@@ -141,10 +145,10 @@ typedef struct xelpDLinkList_S_Head {
 } DLinkList_S_Head;
 
 /**
- * @brief Makes an empty list. Constant time.
+ * @brief Creates an empty list. Constant time.
  *
- * @param[in]  pfunCmpNode   comparator of the searches that are given none; null if each brings its
- *                           own
+ * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
+ *                           its own
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_DLinkList_Deinit();
  *                           untouched on failure
@@ -160,35 +164,36 @@ WYX_API QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_DLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; any other value leaves the user nodes to you
+ *                       callback, first to last; with any other value they stay yours
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag);
 
 /**
- * @brief Stores a user node. Constant time. The cursor goes to the new element.
+ * @brief Stores a user node. Constant time. The cursor moves to the new element.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] pstruNode   the user node, not null; kept until it is removed, deleted or the list
- *                        torn down; still yours on failure
- * @param[in] enPosition  where; on an empty list it is not looked at, so any value succeeds
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument, or a value that is no position on a
- *         list that is not empty; #XELP_ERR_DLL_MEMORY. A failure changes nothing.
+ * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
+ *                        is torn down; still yours on failure
+ * @param[in] enPosition  where; ignored on an empty list, so any value succeeds there
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument, or for an invalid position on a list
+ *         that is not empty; #XELP_ERR_DLL_MEMORY. A failure changes nothing.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_DLL_Insert_Position enPosition);
 
 /**
- * @brief Takes the first match out of the list. Linear. The cursor goes beside it.
+ * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
- * Elements are compared first to last until one matches. The arguments are checked in the order in
- * which the statuses name them.
+ * Elements are compared first to last until one matches. If the match was the last element, the
+ * cursor moves to its predecessor. The arguments are checked in the order in which the statuses
+ * name them.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in]  pfunCmpNode    comparator of this search; null for the list's own
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched for
- *                            a refused argument
+ * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
+ * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
+ *                            for a refused argument
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
  *         list), a null condition or a null @p pstruNode; #XELP_ERR_DLL_NULL for an empty list;
  *         #XELP_ERR_DLL_FIND if no element matches.
@@ -197,24 +202,24 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Takes the first match out of the list and releases it. Linear. The cursor goes beside it.
+ * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
  *
  * XELP_DLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
- * @param[in] pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in] pfunCmpNode    comparator of this search; null for the list's own
+ * @param[in] pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in] pfunCmpNode    comparator for this search; null for the list's own
  * @return as XELP_DLinkList_Remove(); the callback runs on success only.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_DLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear. The cursor goes to it.
+ * @brief Finds the first match. Linear. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in]  pfunCmpNode    comparator of this search; null for the list's own
+ * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
  *                            refused argument
  * @return as XELP_DLinkList_Remove().
@@ -234,7 +239,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is no error here: it has no cursor before and after.
+ * An empty list is no error here: it still has no cursor.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
@@ -269,7 +274,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the previous element and gives its user node. Constant time.
+ * @brief Moves the cursor to the previous element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -278,7 +283,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the next element and gives its user node. Constant time.
+ * @brief Moves the cursor to the next element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -305,9 +310,9 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the element at the cursor out of the list. Constant time.
+ * @brief Removes the element at the cursor. Constant time.
  *
- * The cursor goes to its successor, or to its predecessor if it was the last.
+ * The cursor moves to its successor, or to its predecessor if it was the last.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -317,7 +322,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the element at the cursor out of the list and releases it. Constant time.
+ * @brief Removes the element at the cursor and releases it. Constant time.
  *
  * XELP_DLinkList_Remove_CurNode(), and then the list's release callback on the user node.
  *
@@ -328,7 +333,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Takes the first element out of the list. Constant time. The cursor goes to the new first.
+ * @brief Removes the first element. Constant time. The cursor moves to the new first.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -337,7 +342,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the last element out of the list. Constant time. The cursor goes to the new last.
+ * @brief Removes the last element. Constant time. The cursor moves to the new last.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -346,7 +351,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the first element out of the list and releases it. Constant time.
+ * @brief Removes the first element and releases it. Constant time.
  *
  * XELP_DLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
  *
@@ -356,7 +361,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Takes the last element out of the list and releases it. Constant time.
+ * @brief Removes the last element and releases it. Constant time.
  *
  * XELP_DLinkList_Remove_TailNode(), and then the list's release callback on the user node.
  *
@@ -366,28 +371,29 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements first to last. Linear, and what the callback costs.
+ * @brief Visits the elements first to last. Linear, plus the cost of the callback.
  *
- * Before each visit the cursor is put on the element. After it, the walk looks where the cursor is:
- * - still on that element: it goes on with the element that now follows it, so what the callback
- *   inserted behind it and kept out of the cursor's way is visited, too;
- * - elsewhere: it goes on *with* the element under the cursor. After the callback removed or
- *   deleted the element it was called for, that is its successor, so nothing is missed. After
- *   removing the *last* element it is the predecessor, which is visited a second time. An element
- *   that the callback inserts, queries or moves to is visited next, as the cursor is then on it: a
- *   callback that does so without end makes a walk without end;
- * - nowhere, since the list is empty: the walk ends.
+ * Before each visit the cursor moves to the element. After the visit, the position of the cursor
+ * decides how the walk continues:
+ * - still on that element: the walk continues with the element that now follows it. If the
+ *   callback inserted one there and moved the cursor back, that one is visited too.
+ * - on another element: the walk continues *with* that element. If the callback removed or deleted
+ *   the element it was called for, that is its successor, so nothing is missed. If it was the
+ *   *last* element, it is its predecessor, which is visited a second time. An element that the
+ *   callback inserts, queries or moves to is visited next, because the cursor is then on it. A
+ *   callback that keeps doing so never lets the walk end.
+ * - on no element, because the list is empty: the walk ends.
  *
- * "Still on that element" is a comparison of addresses: if the callback removes the element it was
- * called for and inserts another, the new link node may lie at the old one's address. The walk then
- * goes on behind the new element, otherwise with it; rely on neither.
+ * "Still on that element" is decided by address. If the callback removes the element it was called
+ * for and inserts another, the new link node may have the old one's address. The walk then
+ * continues after the new element, otherwise with it: rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
- * @param[in]     pProcessCondition  passed to the callback unchecked, may be null
- * @param[in,out] pOther             passed to the callback unchecked, may be null
+ * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
+ * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle or callback; #XELP_ERR_DLL_NULL for an
- *         empty list; #XELP_ERR_DLL_BREAK at once when the callback returns another value than 0;
+ *         empty list; #XELP_ERR_DLL_BREAK as soon as the callback returns a value other than 0;
  *         the cursor is then where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead,

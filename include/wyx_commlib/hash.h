@@ -1,73 +1,81 @@
 /**
  * @file hash.h
- * @brief Hash table from keys to the caller's records, chained, with a fixed number of buckets.
+ * @brief Chained hash table of the caller's records, with a fixed number of buckets.
  *
  * The table stores pointers to records of yours, the *user nodes*, each under a key: a string of
- * bytes that the table copies. It knows neither your hash function nor what makes keys equal, nor
- * how to release a key copy or a user node: four callbacks say so, and all four are mandatory.
+ * bytes that the table copies. You supply four callbacks, all of them mandatory: the hash
+ * function, the comparison of keys, the release of a key copy, and the release of a user node.
  *
+ * The release of a key copy usually is
  * @code{.c}
- * static void ReleaseKey(void *pKey) { XELP_MemFreeD(pKey, __LINE__, __FILE__); } // os_adapter.h
- *
+ * static void ReleaseKey(void *pKey)
+ * {
+ *     XELP_MemFreeD(pKey, __LINE__, __FILE__); // from os_adapter.h
+ * }
+ * @endcode
+ * and a table is used like this:
+ * @code{.c}
  * void *table = NULL;
  * XELP_Hash_Init(1021, HashName, CompareNames, ReleaseKey, ReleasePerson, &table);
- * XELP_Hash_SaveNode(table, name, strlen(name) + 1, person); // the table keeps person, not name
+ * XELP_Hash_SaveNode(table, name, nameLen + 1, person); // with the NUL; the table keeps person
  * void *found = NULL;
  * if (XELP_Hash_QueryNode(table, name, &found) == 0) {
  *     // found is the record, still stored; the cursor is on it
  * }
- * XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); // releases every key and every person
+ * XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); // releases every key copy and every person
  * @endcode
  *
- * **Keys.** The length of a key is used for copying it and for nothing else: neither the hash
- * function nor the comparator is told. So a key must show where it ends (copy the terminator of a
- * string, too), or have a length that both know. A copy has the alignment of an allocated block.
+ * **Keys.** The table uses the length of a key only to copy it; neither the hash function nor the
+ * comparator receives it. So a key must mark its own end (copy the NUL of a string too), or have a
+ * length that both functions know. A copy is aligned like any allocated block.
  *
- * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy of it until the
- * entry goes; the key callback *takes* the copy and must release it with XELP_MemFreeD(). It
+ * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy until the entry is
+ * removed; the key callback *takes* the copy and must release it with XELP_MemFreeD(). The table
  * *keeps* a stored user node until a Remove call *hands* it *over* to you again, a Delete call or
  * XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the node callback, or
- * XELP_Hash_DeInit() with another flag drops it. A query only shows it: it stays stored. The table
- * itself and its chain nodes belong to the library until XELP_Hash_DeInit().
+ * XELP_Hash_DeInit() with another flag drops it. A query only returns a pointer to it: it stays
+ * stored. The table itself and its chain nodes belong to the library until XELP_Hash_DeInit().
  *
- * **Order.** In a bucket, the entry saved last comes first. The bucket is the hash value modulo the
- * number of buckets. Nothing is ever rehashed, so choose that number with the number of entries in
- * mind; a prime one forgives a weak hash function.
+ * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
+ * bucket, the entry saved last comes first. Nothing is ever rehashed, so choose the number of
+ * buckets for the number of entries you expect; a prime number helps with a weak hash function.
  *
- * **Cursor.** On an entry or nowhere; unlike the lists', it may be nowhere while there are entries.
- * A failing call leaves it where it is (a walk that is stopped excepted).
+ * **Cursor.** It is on an entry or nowhere; unlike the cursor of a list, it may be nowhere while
+ * there are entries. A failing call leaves it where it is (except a walk stopped by its callback).
  * - SaveNode puts it on the new entry, QueryNode on the match;
- * - every Remove and every Delete puts it on the next entry of the same bucket, or nowhere if there
- *   is none: it never goes to another bucket;
- * - Process_List leaves it on the entry visited last, unless the callback moved it;
- * - the Get calls leave it alone; there is none that moves it.
+ * - every Remove and every Delete puts it on the next entry of the same bucket, or nowhere if
+ *   there is none: it never moves to another bucket;
+ * - Process_List leaves it on the last entry visited, unless the callback moved it;
+ * - the Get calls leave it alone, and no call only moves it.
  *
  * **Results.** XELP_Hash_RemoveCurNode() sets its result to null once its arguments are accepted.
  * XELP_Hash_RemoveNode() and XELP_Hash_QueryNode() leave it untouched on every failure.
  *
  * **Callbacks** run on the caller's thread, inside the call.
- * - The hash function and the comparator must not change the table or move its cursor, and must
- *   answer alike for a key and its copy, each time.
- * - The key callback must not use the table: it runs while an entry is half gone.
- * - The node callback of a Delete runs when the entry is already out of the table: it may use the
- *   table, but not tear it down. In XELP_Hash_DeInit() it must not use the table at all.
- * - The callback of a walk may do anything with the table but tear it down; see
- *   XELP_Hash_Process_List() for where the walk then goes.
+ * - The hash function and the comparator must not change the table or move its cursor. They must
+ *   always give the same answer for a key and its copy.
+ * - The key callback must not use the table, because it runs while an entry is being removed.
+ * - The node callback of a Delete runs after the entry has left the table: it may use the table,
+ *   but must not tear it down. In XELP_Hash_DeInit() it must not use the table at all.
+ * - The callback of a walk may do anything with the table except tear it down; see
+ *   XELP_Hash_Process_List() for where the walk then continues.
  *
- * **Cost and limits.** A keyed call costs one call of the hash function and one comparison for each
- * entry of the bucket up to the match, so constant time while there are about as many buckets as
- * entries. Init is linear in the buckets, a walk and the teardown in buckets and entries. The table
- * costs one block of 56 bytes and 8 for each bucket, an entry one of 24 and its key copy. The size
- * of the table's block has 32 bits: the largest number of buckets is 536870904. A table holds up to
- * 4294967295 entries, which is not checked.
+ * **Cost and limits.** A call with a key costs one call of the hash function and one comparison
+ * for each entry of the bucket up to the match: constant time as long as there are about as many
+ * buckets as entries and the hash function spreads them. Init is linear in the buckets, a walk and
+ * the teardown in buckets and entries. The table takes one block of 56 bytes and 8 more for each
+ * bucket, an entry one block of 24 bytes and one for its key copy. The size of the table's block
+ * has 32 bits, so the largest number of buckets is 536870904. The number of entries is not
+ * checked; it must stay below 4294967296.
  *
- * **Threads.** One table must not be used by two threads at once, not even for queries, as they
- * move the cursor; different tables may.
+ * **Threads.** Two threads must not use one table at once, not even for queries, which move the
+ * cursor. Different tables are independent.
  *
- * **Its siblings** in dlink.h and slink.h (lists) look alike and differ on purpose: here the
- * comparator is fixed and is given two keys, the statuses are numbered differently from 80 on, a
- * missing cursor has a status of its own, failing searches leave their result untouched, and
- * tearing the table down *without* its user nodes leaves the key copies alone as well.
+ * **Its siblings** dlink.h and slink.h (lists) look alike and differ on purpose. Here the
+ * comparator is fixed and compares two keys; a missing cursor has a status of its own; failing
+ * searches leave their result untouched; and tearing the table down *without* its user nodes
+ * leaves the key copies alone too. Statuses are numbered as in dlink.h up to 70, but differently
+ * from slink.h from 30 on.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -91,10 +99,10 @@ typedef enum xelpHashErrCode WYX_ENUM32 {
     XELP_ERR_HASH_BUTT = 110         /**< end marker, never returned */
 } xelpHashErrCode;
 
-/** What becomes of keys and user nodes when the table is torn down. */
+/** What happens to key copies and user nodes when the table is torn down. */
 typedef enum xelpHashFreeUserNode WYX_ENUM32 {
     XELP_HASH_FreeUserNode_Yes = 0, /**< each goes to its release callback */
-    XELP_HASH_FreeUserNode_No = 1,  /**< both stay as they are; so with any other value but 0 */
+    XELP_HASH_FreeUserNode_No = 1,  /**< both stay as they are, as with every value but 0 */
     XELP_HASH_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_HASH_FreeUserNode;
 
@@ -102,7 +110,7 @@ typedef enum xelpHashFreeUserNode WYX_ENUM32 {
  * @brief Hashes a key.
  *
  * @param[in]  pKeyValue    the caller's key, or the table's copy of one
- * @param[out] pulHashValue the value; any 32-bit number, the table reduces it to a bucket
+ * @param[out] pulHashValue the value; any 32-bit number, which the table reduces to a bucket
  * @return 0 if the value was written; any other value is a failure, which the call reports as
  *         #XELP_ERR_HASH_HASHVALUE.
  */
@@ -137,7 +145,7 @@ typedef void (*XELP_Hash_FreeNode)(void *pstruUserNode);
  * @param[in]     pProcessCondition  as given to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its entry
  * @param[in,out] pOther             as given to the walk
- * @return 0 to go on, any other value to stop the walk.
+ * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_Hash_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                            void **pOther);
@@ -149,7 +157,7 @@ typedef struct xelpHash_S_Node {
     struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket; null at the last */
 } Hash_S_Node;
 
-/** The table behind a handle, with its buckets right behind it. For reading only. */
+/** What a handle points to; the buckets follow it directly. For reading only. */
 typedef struct xelpHash_S_Head {
     QAL_UINT32 ulHashSize;           /**< number of buckets */
     QAL_UINT32 ulNodeNum;            /**< number of entries */
@@ -162,16 +170,16 @@ typedef struct xelpHash_S_Head {
 } Hash_S_Head;
 
 /**
- * @brief Makes an empty table.
+ * @brief Creates an empty table.
  *
  * @param[in]  ulHashSize     number of buckets, 1 to 536870904; for a larger one the size of the
- *                            block wraps, and the call fails as for want of memory
+ *                            block wraps, and the call fails with #XELP_ERR_HASH_MEMORY
  * @param[in]  pfunHash       hash function; not null
  * @param[in]  pfunNodeCmp    comparator of keys; not null
  * @param[in]  pfunFreeKey    release callback for key copies; not null
  * @param[in]  pfunFreeNode   release callback for user nodes; not null
- * @param[out] pstruHashHead  the handle, handed over: release it with XELP_Hash_DeInit(); untouched
- *                            on failure
+ * @param[out] pstruHashHead  the handle, handed over: release it with XELP_Hash_DeInit();
+ *                            untouched on failure
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument or 0 buckets; #XELP_ERR_HASH_MEMORY.
  */
 WYX_API QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfunHash,
@@ -184,22 +192,22 @@ WYX_API QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfun
  * @param[in] pstruHashHead  the handle, taken; your copy of it is not cleared and must not be used
  *                           again
  * @param[in] enFlag         0 (#XELP_HASH_FreeUserNode_Yes): bucket by bucket, every key copy goes
- *                           to the key callback and then its user node to the node callback. Any
- *                           other value calls neither: the user nodes stay yours, *and the key
- *                           copies are yours now*. Nothing else points at them, so take the entries
- *                           out before, or have the hash function or the comparator note the copies
+ *                           to the key callback, then its user node to the node callback. With any
+ *                           other value neither is called: the user nodes stay yours, *and the key
+ *                           copies leak*, since nothing points to them any more. To keep the user
+ *                           nodes without a leak, remove the entries first
  * @return 0, or #XELP_ERR_HASH_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag);
 
 /**
- * @brief Stores a user node under a key that has none yet. The cursor goes to the new entry.
+ * @brief Stores a user node under a new key. The cursor moves to the new entry.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
  * @param[in] ulKeyLen       how much of it is copied, in bytes; not 0
- * @param[in] pstruNode      the user node, not null; kept until it is removed, deleted or the table
- *                           torn down; still yours on failure
+ * @param[in] pstruNode      the user node, not null; kept until it is removed or deleted, or the
+ *                           table is torn down; still yours on failure
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument or a length of 0;
  *         #XELP_ERR_HASH_HASHVALUE; #XELP_ERR_HASH_RESAVE if the key is stored already;
  *         #XELP_ERR_HASH_MEMORY. A failure changes nothing.
@@ -208,9 +216,9 @@ WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_
                                       void *pstruNode);
 
 /**
- * @brief Takes the entry of a key out of the table. The cursor goes to the next of the bucket.
+ * @brief Removes the entry of a key. The cursor moves to the next entry of the bucket.
  *
- * The key copy goes to the key callback.
+ * The key callback takes the key copy.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[in]  pKeyValue      the key, borrowed; not null
@@ -221,7 +229,7 @@ WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_
 WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pstruNode);
 
 /**
- * @brief Takes the entry of a key out of the table and releases it.
+ * @brief Removes the entry of a key and releases it.
  *
  * XELP_Hash_RemoveNode(), and then the node callback on the user node.
  *
@@ -232,23 +240,23 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 
 /**
- * @brief Takes the entry at the cursor out of the table. The cursor goes to the next of the bucket.
+ * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
- * The entry's own key copy is hashed to find its bucket, where the entry itself is looked for, not
- * its key; no comparator runs. The key copy goes to the key callback. Where the hash function now
- * gives another bucket than when the entry was saved, nothing is found there: the call returns 0
- * and changes nothing, and the result is null.
+ * The entry's key copy is hashed to find its bucket, and the entry is found there by its address;
+ * no comparator runs. The key callback takes the key copy. If the hash function now returns a
+ * value for another bucket than when the entry was saved, the entry is not found: the call returns
+ * 0, changes nothing, and sets the result to null.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched for
- *                            a refused argument
- * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument; #XELP_ERR_HASH_NOW_NULL if the cursor
- *         is nowhere; #XELP_ERR_HASH_HASHVALUE.
+ * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
+ *                            for a refused argument
+ * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument; #XELP_ERR_HASH_NOW_NULL if the
+ *         cursor is nowhere; #XELP_ERR_HASH_HASHVALUE.
  */
 WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode);
 
 /**
- * @brief Takes the entry at the cursor out of the table and releases it.
+ * @brief Removes the entry at the cursor and releases it.
  *
  * XELP_Hash_RemoveCurNode(), and then the node callback on the user node, if there is one.
  *
@@ -259,7 +267,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_Hash_DeleteCurNode(void *pstruHashHead);
 
 /**
- * @brief Finds the entry of a key. The cursor goes to it.
+ * @brief Finds the entry of a key. The cursor moves to it.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[in]  pKeyValue      the key, borrowed; not null
@@ -271,27 +279,28 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
 /**
  * @brief Visits the entries, bucket by bucket, each from its newest to its oldest.
  *
- * Before each visit the cursor is put on the entry. After it, the walk looks where the cursor is:
- * - still on that entry: it goes on with the next of the bucket;
- * - on another: it goes on *with* that entry. After the callback removed or deleted the entry it
- *   was called for, that is the next of the bucket, so nothing is missed or visited twice. An entry
- *   that the callback saves or queries is visited next, and after it the rest of *its* bucket: a
- *   callback that does so without end makes a walk without end;
+ * Before each visit the cursor moves to the entry. After the visit, the position of the cursor
+ * decides how the walk continues:
+ * - still on that entry: the walk continues with the next entry of the bucket.
+ * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
+ *   entry it was called for, that is the next of the bucket, so nothing is missed or visited
+ *   twice. An entry that the callback saves or queries is visited next, and after it the rest of
+ *   *its* bucket. A callback that keeps doing so never lets the walk end.
  * - nowhere: the bucket is done.
  *
- * When a bucket is done, the walk goes on with the one after the bucket it had come to itself,
- * wherever the cursor has been meanwhile.
+ * When a bucket is done, the walk continues with the bucket after the one it had reached, wherever
+ * the cursor went meanwhile.
  *
- * "Still on that entry" is a comparison of addresses: if the callback removes the entry it was
- * called for and saves another, the new chain node may lie at the old one's address. The walk then
- * goes on behind the new entry, otherwise with it; rely on neither.
+ * "Still on that entry" is decided by address. If the callback removes the entry it was called for
+ * and saves another, the new chain node may have the old one's address. The walk then continues
+ * after the new entry, otherwise with it: rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
- * @param[in]     pProcessCondition  passed to the callback unchecked, may be null
- * @param[in,out] pOther             passed to the callback unchecked, may be null
+ * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
+ * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null handle or callback; #XELP_ERR_HASH_NULL for an
- *         empty table; #XELP_ERR_HASH_BREAK at once when the callback returns another value than 0;
+ *         empty table; #XELP_ERR_HASH_BREAK as soon as the callback returns a value other than 0;
  *         the cursor is then where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfunProcess,

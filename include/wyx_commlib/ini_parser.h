@@ -1,62 +1,79 @@
 /**
  * @file ini_parser.h
- * @brief INI files: load, check, look up, edit and save, keeping every line as it was.
+ * @brief INI files: load, check, look up, edit and save.
  *
- * A file is held as an array of its lines, byte for byte. Nothing is parsed on loading: every call
- * reads the lines it needs afresh, and what no edit touched is saved as it was loaded. The usual
- * road:
+ * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
+ * reads the lines it needs. A save writes the lines that no edit touched as they were loaded, but
+ * not always byte for byte: it folds lines of 80 bytes or more, so the CR LF of some of them
+ * becomes LF; it joins lines that a backslash continued; it ends the last line with a CR if the
+ * file did not; and what followed a NUL in a line is gone. docs/round-trips.md lists every case,
+ * and `wyx ini check` reports them for a file.
+ *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
  * char *value = NULL;
  * if (XELP_IniGetFileContent("net.ini", &doc) == XELP_ERR_INI_OK) {
  *     if (XELP_IniGetKeyValue(&doc, "net", "port", &value) == XELP_ERR_INI_OK) {
- *         ... // value may be null: a key line can have none
- *         XELP_MemFreeD(value, __LINE__, __FILE__);
+ *         UsePort(value); // null if the key has no value
+ *         XELP_MemFreeD(value, __LINE__, __FILE__); // from os_adapter.h
  *     }
  *     XELP_IniSetKeyValue(&doc, section, key, newValue);
- *     status = XELP_IniSaveFileContent("net.ini", &doc); // releases the document, whatever happens
+ *     status = XELP_IniSaveFileContent("net.ini", &doc); // releases the document, even if it fails
  * }
  * @endcode
- * Every load ends with exactly one XELP_IniFreeIniStruct() or XELP_IniSaveFileContent().
+ * Every successful load needs exactly one XELP_IniFreeIniStruct() or XELP_IniSaveFileContent().
  *
  * ## The file
- * - A line ends at CR LF, LF CR, a lone LF or a lone CR, which stay part of it. A last line without
- *   an end gets one CR.
- * - A backslash before a line end joins the next line to this one; both are removed. Before any
- *   other byte a backslash is kept, at the end of the file it is dropped. Kept oddity: after a lone
- *   LF or CR, a line that *begins* with a backslash is joined to the line before it, whose end stays
- *   inside the text.
- * - A line may hold 511 bytes, line end included; a longer one fails the load.
- * - A NUL byte cuts its line; as the first byte of a line it ends the file.
+ * - A line ends at CR LF, LF CR, a lone LF or a lone CR, which stays part of it. A last line
+ *   without a line end gets a CR.
+ * - A backslash directly before a line end joins the next line to this one; the backslash and the
+ *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
+ *   before any other byte is kept, one at the end of the file is dropped. Oddity: after a lone LF
+ *   or CR, a line that *begins* with a backslash is joined to the line before it, and both the
+ *   line end and the backslash stay in the text.
+ * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
+ *   load.
+ * - A NUL ends the text of its line, which then gets a CR. As the first byte of a line, it ends
+ *   the file.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
  * Blanks are tab and space; white bytes are blanks, CR and LF. The first byte that is not a blank
- * decides:
+ * decides what a line is:
  *
- * | line                            | first byte    | parts                                         |
- * |---------------------------------|---------------|-----------------------------------------------|
- * | `; timeouts`                    | `;` or `#`    | a comment, skipped                            |
- * | (nothing but blanks)            | CR, LF, none  | blank, skipped                                |
- * | `[ Net ] ;main`                 | `[`           | section `Net`, comment `main`                 |
- * | `port = 5060 ;sip`              | any other     | key `port`, value `5060`, comment `sip`       |
- * | `port= ;none`                   | any other     | key `port`, no value, comment `none`          |
- * | `list="a ;b", c ;x`             | any other     | key `list`, value `"a ;b", c`, comment `x`    |
+ * | line                  | first byte   | parts                                       |
+ * |-----------------------|--------------|---------------------------------------------|
+ * | `; timeouts`          | `;` or `#`   | a comment, skipped                          |
+ * | (nothing but blanks)  | CR, LF, none | blank, skipped                              |
+ * | `[ Net ] ;main`       | `[`          | section `Net`, comment `main`               |
+ * | `port = 5060 ;sip`    | any other    | key `port`, value `5060`, comment `sip`     |
+ * | `port= ;none`         | any other    | key `port`, no value, comment `none`        |
+ * | `list="a ;b", c ;x`   | any other    | key `list`, value `"a ;b", c`, comment `x`  |
+ * | `u=h;b ;c`            | any other    | key `u`, value `h;b ;c`, no comment         |
  *
- * - A line that is none of these, having no `=`, fails every call that walks over it with
- *   #XELP_ERR_INI_LINE_UNKNOWN.
- * - Behind a header or a value, a comment begins at a space followed by `;` (a tab will not do). In a
- *   value, a " ;" with an unescaped quotation mark anywhere after it is text.
+ * - A line with another first byte and no `=` is of no known kind. Every lookup, edit or check
+ *   that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
+ * - After a header, a comment begins at the first " ;", a space and a semicolon; a tab will not
+ *   do.
+ * - In a value, the search for a comment goes from one `;` to the next. A `;` without a space
+ *   before it ends the search: all of the rest is value. A " ;" begins the comment, unless a
+ *   quotation mark without a backslash before it follows anywhere in the line; the search then
+ *   resumes after that mark.
  * - Names are compared without regard to the case of ASCII letters.
- * - Kept oddity: the value of a key line that ends right behind its `=` is the first byte of the line
- *   end, CR or LF.
- * - A section name that occurs more than once: lookups and XELP_IniSetKeyValue() see the last block
- *   only, deletions act on all of them. A key that occurs more than once in a block: the lowest line
- *   counts.
+ * - Oddity: where nothing but blanks is between the `=` and the line end, the value is the first
+ *   byte of the line end, CR or LF.
+ * - If a section occurs more than once, lookups and XELP_IniSetKeyValue() use its last block, and
+ *   deletions all blocks. If a key occurs more than once in a block, XELP_IniGetKeyValue() and
+ *   XELP_IniSetKeyValue() use its lowest line, and XELP_IniDelKey() deletes all of them.
+ *
+ * ## Limits
+ * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
+ * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
  * ## Threads
- * Any number of threads may look up values in one document that none of them changes; everything
- * else is one thread per document.
+ * Any number of threads may look up values in one document that none of them changes. Otherwise a
+ * document is for one thread at a time, and a file for one saver at a time: see
+ * XELP_IniSaveFileContent().
  */
 #ifndef WYX_COMMLIB_INI_PARSER_H
 #define WYX_COMMLIB_INI_PARSER_H
@@ -66,42 +83,43 @@
 WYX_C_BEGIN
 
 /**
- * Statuses of the INI calls. The values are ABI: never renumbered, never reused. They stand in the
- * order in which they came about, which is not that of their numbers; there is no end marker.
+ * Statuses of the INI calls. The values are ABI: never renumbered, never reused. They are not in
+ * the order of their numbers, and there is no end marker.
  */
 typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_OK = 0,                 /**< success */
     XELP_ERR_INI_SECTION_NOT_FOUND = 10, /**< no section of that name */
     XELP_ERR_INI_KEY_NOT_FOUND = 20,     /**< no key of that name in the section */
     XELP_ERR_INI_OPEN_FILE = 30,         /**< the file cannot be opened for reading */
-    XELP_ERR_INI_READ_FILE = 40,         /**< never returned: a line that is not complete yet */
+    XELP_ERR_INI_READ_FILE = 40,         /**< never returned */
     XELP_ERR_INI_CREATE_FILE = 50,       /**< the saved file cannot be created or put in place */
     XELP_ERR_INI_FILE_FORMAT = 60,       /**< a key line before the first section header */
-    XELP_ERR_INI_FILE_EMPTY = 130,       /**< nothing there: end of file, document without lines,
-                                              empty text or file name */
-    XELP_ERR_INI_WRITE_FILE = 180,       /**< the file cannot be written */
+    XELP_ERR_INI_FILE_EMPTY = 130,       /**< end of file, a document without lines, an empty text
+                                              or file name, or a line that does not fit its
+                                              buffer */
+    XELP_ERR_INI_WRITE_FILE = 180,       /**< the new file cannot be written whole, or a file has
+                                              its name already */
     XELP_ERR_INI_SYSTEM_CALL = 70,       /**< never returned */
-    XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or a byte could not be given back to the
-                                              file */
+    XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or the file cannot step back by a byte */
     XELP_ERR_INI_EXCEED_BUF_SIZE = 90,   /**< never returned */
-    XELP_ERR_INI_VALUE_NULL = 100,       /**< a key line lost its `=` while it was parsed; cannot
-                                              happen with a sound adapter */
+    XELP_ERR_INI_VALUE_NULL = 100,       /**< a second search for the `=` of a key line found none,
+                                              which needs a faulty adapter */
     XELP_ERR_INI_SECTION = 110,          /**< malformed section header */
-    XELP_ERR_INI_KEY_NAME = 120,         /**< malformed or empty key name */
-    XELP_ERR_INI_KEY_VALUE = 180,        /**< malformed value; the same number as
-                                              #XELP_ERR_INI_WRITE_FILE, which is intended */
+    XELP_ERR_INI_KEY_NAME = 120,         /**< malformed key name, or none */
+    XELP_ERR_INI_KEY_VALUE = 180,        /**< malformed value; has the number of
+                                              #XELP_ERR_INI_WRITE_FILE, on purpose */
     XELP_ERR_INI_COMMENT = 190,          /**< a `;` without a blank before it */
     XELP_ERR_INI_LINE_TOO_LONG = 140,    /**< a line of more than 511 bytes */
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
-    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, or no comment where one must
-                                              be */
-    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a line that is an empty string, or
-                                              names too long for one line */
+    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, or text after a header
+                                              that is no comment */
+    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a line that is an empty string,
+                                              or text too long for one line */
 } xelpIniErrCode;
 
 /** Kinds of a stored line. */
 typedef enum WYX_ENUM32 {
-    INI_COMENT_LINE = 0,   /**< comment (the single M is the name's) */
+    INI_COMENT_LINE = 0,   /**< comment; the name has a single M */
     INI_BLANK_LINE = 1,    /**< nothing but blanks before the line end */
     INI_SECTION_LINE = 2,  /**< section header */
     INI_KEYVALUE_LINE = 3, /**< key line */
@@ -111,16 +129,16 @@ typedef enum WYX_ENUM32 {
 } XELP_INI_E_LINE_TYPE;
 
 /**
- * A document. The record is the caller's, what it points to is the module's; a record of zero bytes
- * is one that holds nothing.
+ * A document. The record is yours, what it points to belongs to the library. A record of zero
+ * bytes is an empty one.
  */
 typedef struct XelpIniFileStruct {
-    QAL_UINT32 ulLabel;      /**< 1 after a change; only then a save writes */
+    QAL_UINT32 ulLabel;      /**< 1 once a line was stored or removed; a save writes only then */
     QAL_UINT32 ulLineNum;    /**< slots in use, those of removed lines included */
-    QAL_UINT32 ulTotalLine;  /**< slots there are */
-    QAL_UINT32 ulIniFileNum; /**< physical lines read, less one for each line deleted since */
-    QAL_INT8 **pStrLine;     /**< the slots: each a line of its own block, or null where one was
-                                  removed; null, too, from ulLineNum on */
+    QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 after a load, or 50 more at a time */
+    QAL_UINT32 ulIniFileNum; /**< physical lines loaded, less one for each line deleted since */
+    QAL_INT8 **pStrLine;     /**< the slots: each holds a line in its own block, or null if it was
+                                  removed; null as well from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -130,12 +148,12 @@ typedef struct XelpIniFileStruct {
  * @brief Loads a file.
  *
  * @param[in]  filename        the file's name, borrowed
- * @param[out] pStructIniLine  the document. What it held is overwritten, *not* released. All zero
- *                             after a failure, but untouched for a null argument. On success it is
- *                             handed over: release it with XELP_IniFreeIniStruct() or
- *                             XELP_IniSaveFileContent().
+ * @param[out] pStructIniLine  the document, handed over: release it with XELP_IniFreeIniStruct()
+ *                             or XELP_IniSaveFileContent(). What the record held before is
+ *                             overwritten, *not* released. All zero after a failure, but untouched
+ *                             for a null argument
  * @return
- * - #XELP_ERR_INI_OK: loaded; an empty file gives a document without lines
+ * - #XELP_ERR_INI_OK: loaded; an empty file becomes a document without lines
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument
  * - #XELP_ERR_INI_OPEN_FILE: the file cannot be opened
  * - #XELP_ERR_INI_LINE_TOO_LONG: a line, continuations joined, of more than 511 bytes
@@ -145,27 +163,25 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
                                           XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
 /**
- * @brief Releases a document and zeroes its record, which can then be loaded into again.
+ * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the document, not null; one that holds nothing is fine
+ * @param[in,out] pStructIniLine  the document, not null; its lines are taken; it may be empty
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
 /**
- * @brief Checks a whole document against the strict form of the grammar.
+ * @brief Checks a whole document against a stricter grammar.
  *
- * Lookups and edits are more lenient than this check, on purpose: a document that fails it can still
- * be used. Stricter here: a header starts with the first byte of its line and holds no further
- * bracket; no key line stands before the first header; a key holds no space; items of a value are
- * separated by a comma and a blank, and their quotation marks are closed; a `;` outside quotation
- * marks needs a blank (here a tab will do) before it. Kept oddities: a comma in a comment counts as
- * one of an unquoted value; a header that names a single tab passes though the lookups refuse it.
+ * Lookups and edits are more lenient on purpose: a document that fails this check can still be
+ * used. The check fails for a key line before the first header, for a line of no known kind, and
+ * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. Unlike a lookup, it reads every
+ * line.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[out] pulLineNo       number of the slot, from 1, that the check reached: on failure that of
- *                             the offending line, on success the number of slots. Slots of removed
- *                             lines count and joined lines count once, so it is not a line number of
- *                             the file. Untouched for a null argument or an empty document.
+ * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line on
+ *                             failure, that of the last slot on success. Slots of removed lines
+ *                             count, and joined lines count as one, so it is not a line number of
+ *                             the file. Untouched for a null argument or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array, or a line that is an empty string
@@ -178,42 +194,58 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
                                      QAL_UINT32 *pulLineNo);
 
 /**
- * @brief Writes a changed document to its file, and releases it whatever happens.
+ * @brief Writes a changed document to its file, and releases it whatever the result.
  *
- * The lines go to a new file beside the target (its name up to the last dot, the time in
- * milliseconds, ".ibk"); then the target is removed and the new file takes its name. That is not
- * atomic: after a crash in between, the content is in the ".ibk" file alone. A line of 80 bytes or
- * more is folded by backslash and LF into pieces of 78 or 79 bytes, which a load joins again; where
- * a piece ends in a backslash or begins at a line break inside the line, it comes back changed.
+ * The lines go to a new file; then the target is removed, and the new file gets its name. The
+ * replacement is not atomic: after a crash between these two steps, only the new file has the
+ * content. docs/durability.md says what is on disk at each point, and how to recover.
  *
- * A target that does not exist is not created: the removal fails, and the content stays in the
- * ".ibk" file. The name leaves room for 10 digits where there is no dot to cut at, so with today's
- * 13 a target without a dot anywhere in its path fails, and so does one of fewer than two letters
- * behind its dot; one whose only dot is in a directory's name gets its new file beside that
- * directory.
+ * **One target has one saver at a time, in all processes.** Two savers of one target at the same
+ * time can lose it. To save from several threads or processes, take a lock before loading and keep
+ * it until the save returns: for processes, for example flock() on another file beside the target,
+ * which must not be the target itself, since a save replaces it.
+ *
+ * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
+ * and ".ibk". From this follows, with the 13 digits of today's time:
+ * - A path without any dot fails, and so does one with fewer than two bytes after its last dot.
+ *   `./cfg` works where `cfg` does not.
+ * - If the last dot is in the name of a directory, the new file is outside the target's directory:
+ *   for `my.dir/cfg` beside `my.dir`, for `../cfg` in the working directory. If that is another
+ *   file system, the target is removed and the renaming then fails: only the new file has the
+ *   content.
+ * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
+ *   target `NAME.ini` can be saved if `NAME` has at most 238.
+ *
+ * **A save never creates its target.** If the target does not exist, its removal fails, and the
+ * content stays in the new file. Create an empty file first.
+ *
+ * A line of 80 bytes or more is written in pieces of 78 or 79 bytes, each followed by a backslash
+ * and LF; a load joins them again. docs/round-trips.md lists the lines that come back changed.
  *
  * @param[in]     filename        the target's name, borrowed
- * @param[in,out] pStructIniLine  the document, not null; taken: its record is zeroed
+ * @param[in,out] pStructIniLine  the document, not null; taken: its record is zero afterwards
  * @return
- * - #XELP_ERR_INI_OK: written and in place; or unchanged since it was loaded, and nothing written
+ * - #XELP_ERR_INI_OK: written and in place; or the document's ulLabel was not 1, and nothing was
+ *   written
  * - #XELP_ERR_INI_FILE_EMPTY: the name is null or empty
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - #XELP_ERR_INI_WRITE_FILE: the new file exists already, and is left alone; or it could not be
- *   written whole, and was removed. The target is as it was.
+ * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file has the new file's name
+ *   already and is left alone, or not all could be written and the new file was removed
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
- *   target cannot be removed, or the new file not renamed, and the new file stays with the whole
- *   content. Where the adapter tells a write that failed at closing by a removal that fails, as the
- *   default one does, the target is as it was and the new file may be cut off.
+ *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
+ *   whole content. If writing failed only when the new file was closed, the default adapter makes
+ *   the removal fail: the target is as it was, and the new file may be incomplete
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
 /** @} */
 /** @name Lookups
- * They never change the document. Each walks its lines, once or twice, and any line of no known kind
- * on its way, or malformed header or key line that it has to read, ends it with that line's status:
- * #XELP_ERR_INI_LINE_UNKNOWN, #XELP_ERR_INI_INPUT_PARA_ERR (a line that is an empty string), or one
- * of IniParseSectionLine() or IniParseKeyLine(). @{ */
+ * They never change the document. Each reads its lines in one or two passes. A line that is an
+ * empty string ends the call with #XELP_ERR_INI_INPUT_PARA_ERR, one of no known kind with
+ * #XELP_ERR_INI_LINE_UNKNOWN, and a malformed header or key line with a status of
+ * IniParseSectionLine() or IniParseKeyLine(). A line that the call does not reach does no harm. @{
+ */
 
 /**
  * @brief The value of a key.
@@ -221,15 +253,15 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[in]  section         the section's name, borrowed; its last block counts
  * @param[in]  key             the key's name, borrowed; its lowest line counts
- * @param[out] buf             the value, handed over: release it with XELP_MemFreeD(); null if the
- *                             key has none or the search fails; untouched for a refused argument or
- *                             an empty document
+ * @param[out] buf             the value, handed over: release it with XELP_MemFreeD(). Null if the
+ *                             key has none or the search fails; untouched for a refused argument
+ *                             or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: found, with or without a value
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
- * - a status of a line on the way, see above
+ * - the status of a line, see above
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                        const QAL_INT8 *section, const QAL_INT8 *key,
@@ -239,18 +271,19 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * @brief The names of all sections, in the document's order, repeated ones included.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[out] sectionNum      number of names; after a failure, how many had been found
- * @param[out] sectionList     the names with a null pointer after the last, handed over: release it
- *                             with XELP_IniFreeList(). After a failure it may hold the address of a
- *                             list that is released already: neither use nor release it.
- *                             Both are untouched for a refused argument or an empty document.
+ * @param[out] sectionNum      number of names; after a failure, how many were found before it
+ * @param[out] sectionList     the names with a null pointer after the last, handed over: release
+ *                             the list with XELP_IniFreeList(). After a failure it may hold the
+ *                             address of a list that was already released: neither use nor release
+ *                             it. Both results are untouched for a refused argument or a document
+ *                             without lines
  * @return
  * - #XELP_ERR_INI_OK: at least one section
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - a status of a line on the way, see above
+ * - the status of a line, see above
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -269,7 +302,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - a status of a line on the way, see above
+ * - the status of a line, see above
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section, QAL_UINT32 *keyNum,
@@ -278,42 +311,55 @@ WYX_API QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIn
 /**
  * @brief Releases a list of names.
  *
- * @param[in] strList  the list, taken, with its names up to the first null pointer; null does
+ * @param[in] strList  the list, taken with its names up to the first null pointer; null does
  *                     nothing
  */
 WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 
 /** @} */
 /** @name Edits
- * They change the document in memory and set its ulLabel to 1. There is no rollback: what was done
- * before a failure stays done. Lines on the way fail them as they fail lookups. Arguments may point
- * into the document's own lines. @{ */
+ * They change the document in memory. Storing or removing a line sets its ulLabel to 1. There is
+ * no rollback: what was done before a failure stays done. The lines that an edit reads can fail it
+ * as they fail a lookup. Arguments may point into the document's own lines. @{ */
 
 /**
- * @brief Sets the value of a key, adding the key and its section where they are missing.
+ * @brief Sets the value of a key; adds the key and its section if they are missing.
  *
- * An existing key line, the lowest in the section's last block, is rewritten as `key=value ;comment`
- * with its key as spelled in the file and its comment. A new key goes behind the last line of the
- * block, a new section to the end of the document. Written as given: names and values that hold
- * `=`, ` ;`, `]` or line ends are not refused and will read back as something else.
+ * An existing key line, the lowest in the section's last block, is rewritten as `key=value
+ * ;comment` with the key as spelled in the file and the old comment. A new key goes after the last
+ * line of the block, a new section to the end of the document. Lines that an edit writes end in
+ * LF.
+ *
+ * Names and values are written as given, neither checked nor escaped. These do not read back, and
+ * some of them change other lines at the next load:
+ * - a line end in any of them: it makes several lines out of one
+ * - a value that is empty (it reads back as the line end), begins with a blank or ends in a white
+ *   byte (these are lost), holds " ;" (a comment may begin there), or ends in an odd number of
+ *   backslashes (the last one joins the next line to this one)
+ * - a key that is empty, begins or ends with a white byte, begins with `[`, `#`, `;` or a
+ *   backslash, or holds `=`
+ * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
+ *
+ * If an existing line cannot be rewritten, it is gone nevertheless, but ulLabel stays as it was:
+ * unless something else was edited, a save then writes nothing and the file keeps the key. If a
+ * new key line cannot be stored, the slot made for it stays behind, empty. Oddity: if the header
+ * of a new section cannot be stored, its key is added all the same, at the end of the document,
+ * and the status is that of the key.
  *
  * @param[in,out] pStructIniLine  the document
  * @param[in]     section         the section's name, borrowed
  * @param[in]     key             the key's name, borrowed; null adds the section alone
- * @param[in]     buf             the value, borrowed; null for none
+ * @param[in]     buf             the value, borrowed; null for none, which reads back like an
+ *                                empty one unless the line has a comment
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, array or section; a null key for a section that
- *   exists; key, value and comment of more than 508 bytes together
- * - #XELP_ERR_INI_FILE_EMPTY: 508 bytes together, with a comment, which leaves no room to end the
- *   line
+ *   exists; a null key and the name of a new section of more than 507 bytes; key, value and
+ *   comment of more than 508 bytes together
+ * - #XELP_ERR_INI_FILE_EMPTY: key, value and comment of exactly 508 bytes together, which leave no
+ *   room to end a line with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - a status of a line on the way, see above
- *
- * When an existing line cannot be rewritten, the old one is gone all the same. When a new key line
- * cannot be stored, the slot made for it stays behind, empty. Kept oddity: when the header of a new
- * section cannot be stored, its key is added all the same, at the end of the document, and the
- * status is the key's.
+ * - the status of a line, see above
  */
 WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
                                        QAL_INT8 *key, QAL_INT8 *buf);
@@ -321,14 +367,14 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
 /**
  * @brief Deletes every block of a section: headers, keys, comments and blank lines.
  *
- * @param[in,out] pStructIniLine  the document; slots of deleted lines stay, empty
+ * @param[in,out] pStructIniLine  the document; the slots of deleted lines stay, empty
  * @param[in]     section         the section's name, borrowed
  * @return
  * - #XELP_ERR_INI_OK: at least one block deleted
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
- * - a status of a line on the way, see above; what stood before that line is deleted
+ * - the status of a line, see above; what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -336,7 +382,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
 /**
  * @brief Deletes every line of a key in every block of a section.
  *
- * @param[in,out] pStructIniLine  the document; slots of deleted lines stay, empty
+ * @param[in,out] pStructIniLine  the document; the slots of deleted lines stay, empty
  * @param[in]     section         the section's name, borrowed
  * @param[in]     key             the key's name, borrowed
  * @return
@@ -344,10 +390,10 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
- * - a status of a line on the way, see above; what stood before that line is deleted
+ * - the status of a line, see above; what came before that line is deleted
  */
-WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_INT8 *section,
-                                  const QAL_INT8 *key);
+WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
+                                  const QAL_INT8 *section, const QAL_INT8 *key);
 
 /** @} */
 /** @name Building blocks: lines of a file
@@ -364,11 +410,11 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
 /**
  * @brief Reads one line, with continuations joined.
  *
- * @param[out] linePtr     the line, handed over: release it with XELP_MemFreeD(). Null if there is no
- *                         memory; untouched on every other failure.
- * @param[in]  iniFilePtr  a file open for reading; it stands behind the line afterwards
- * @param[out] byteNum     length in bytes, without a CR that was added; 0 on failure
- * @param[out] lineNum     number of physical lines it was joined from; 0 on failure
+ * @param[out] linePtr     the line, handed over: release it with XELP_MemFreeD(). Null if there is
+ *                         no memory; untouched on every other failure.
+ * @param[in]  iniFilePtr  a file open for reading; its position is after the line on success
+ * @param[out] byteNum     its length in bytes, without a CR that was added; 0 on failure
+ * @param[out] lineNum     the number of physical lines it was joined from; 0 on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line that begins with a NUL
@@ -380,8 +426,8 @@ WYX_API QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QA
 
 /** @} */
 /** @name Building blocks: grammar of a line
- * Parts of a line are handed over, each a string of its own: release it with XELP_MemFreeD(). A part
- * that is absent is null, and so is every part after a failure. @{ */
+ * Parts of a line are handed over, each in a block of its own: release it with XELP_MemFreeD(). A
+ * part that is absent is null, and after a failure every part is. @{ */
 
 /**
  * @brief Moves a pointer forward over blanks.
@@ -394,7 +440,7 @@ WYX_API void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end);
 /**
  * @brief Moves a pointer back over white bytes.
  *
- * @param[in,out] strLine  the pointer, not null; at the last byte of a text, not behind it
+ * @param[in,out] strLine  the pointer, not null; at the last byte of a text, not past it
  * @param[in]     begin    where it stops at the latest
  */
 WYX_API void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin);
@@ -412,11 +458,11 @@ WYX_API void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin);
 WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineType);
 
 /**
- * @brief The comment behind a header or value.
+ * @brief The comment after a header or value.
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
- * @param[out] commentLine  what follows the first " ;", blanks before and white bytes behind it
- *                          removed; may be the empty string
+ * @param[out] commentLine  what follows the first " ;", without blanks at its start and white
+ *                          bytes at its end; may be the empty string
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -427,15 +473,18 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
 /**
  * @brief The parts of a section header.
  *
- * Lenient: the brackets may stand anywhere, and text between the `]` and a " ;" is ignored.
+ * Lenient: the name is between the first `[` and the first `]` of the line, wherever they are,
+ * without blanks at its start and white bytes at its end. Text between the `]` and a " ;" is
+ * ignored.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name
  * @param[out] commentLine  the comment, null if there is none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, without a bracket, or with an empty name
- * - #XELP_ERR_INI_LINE_UNKNOWN: text behind the header without a " ;"
+ * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, no `[` followed by a `]`, or nothing but
+ *   blanks between them
+ * - #XELP_ERR_INI_LINE_UNKNOWN: text after the `]` but no " ;" in it
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
 WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
@@ -451,38 +500,53 @@ WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **secti
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no `=`
- * - #XELP_ERR_INI_KEY_NAME: nothing before the `=`
- * - #XELP_ERR_INI_VALUE_NULL: the `=` was gone when it was looked for again
+ * - #XELP_ERR_INI_KEY_NAME: nothing but blanks before the `=`, or a key that begins with CR or LF
+ * - #XELP_ERR_INI_VALUE_NULL: a second search for the `=` found none
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
 WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **keyValue,
                                    QAL_INT8 **commentLine);
 
 /**
- * @brief Checks a section header strictly; see XELP_IniCheckFile().
+ * @brief Checks a section header strictly.
+ *
+ * The `[` must be the first byte of the line. The name must hold something other than blanks, and
+ * no bracket. After the `]` only blanks, the line end and a comment are allowed, and the comment
+ * must begin with " ;". Oddity: a name of blanks that ends in a tab passes, though lookups refuse
+ * it.
  *
  * @param[in] strSectionLine  the line, borrowed
- * @return #XELP_ERR_INI_OK or #XELP_ERR_INI_SECTION, that also for null.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION, for null as well.
  */
 WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
 
 /**
- * @brief Checks a key line strictly; see XELP_IniCheckFile().
+ * @brief Checks a key line strictly.
+ *
+ * The key must not be empty and must not hold a space; tabs inside it pass. The value may be
+ * absent. Otherwise it is a row of items:
+ * - An item that begins with a quotation mark ends at the next one without a backslash before it.
+ * - Any other item ends at the next comma in the rest of the line, the comment included; without a
+ *   comma, at the next `;` or the end of the line. Quotation marks inside it mean nothing.
+ * - A comma must have an item before it, and a blank and more text after it; that text must not
+ *   begin with another comma or `;`. Items may also follow each other without a comma.
+ * - A `;` at the start of the value or at the end of an item must have a blank before it; unlike
+ *   in a lookup, a tab will do. It begins the comment and ends the check.
+ * - An item whose only byte is the last one of the line is not checked.
  *
  * @param[in] strKeyValue  the line, borrowed, not null
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no `=`
- * - #XELP_ERR_INI_KEY_NAME: nothing before the `=`, or a space inside the key
- * - #XELP_ERR_INI_KEY_VALUE: a quotation mark that is not closed, or a separator that does not stand
- *   behind an item, before a blank and before a further item
+ * - #XELP_ERR_INI_KEY_NAME: no key before the `=`, or a space inside the key
+ * - #XELP_ERR_INI_KEY_VALUE: a quoted item without its closing mark, or a misplaced comma
  * - #XELP_ERR_INI_COMMENT: a `;` without a blank before it
  */
 WYX_API QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue);
 
 /** @} */
 /** @name Building blocks: the line store
- * They do not check the document, which is not null and has its array. @{ */
+ * They do not check the document: it must not be null and must have its array. @{ */
 
 /**
  * @brief Makes room for 50 further lines.
@@ -519,8 +583,9 @@ WYX_API QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIn
  * - #XELP_ERR_INI_FILE_EMPTY: 507 bytes together, with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory; the slot is null
  */
-WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 i,
-                                             QAL_INT8 *strSectionLine, QAL_INT8 *strCommentLine);
+WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
+                                             QAL_UINT32 i, QAL_INT8 *strSectionLine,
+                                             QAL_INT8 *strCommentLine);
 
 /**
  * @brief Builds a key line, ending in LF, and stores it in a slot.
@@ -541,12 +606,12 @@ WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLi
                                          QAL_INT8 *strKeyValue, QAL_INT8 *strCommentLine);
 
 /**
- * @brief Inserts a key line behind a slot, in a removed line's slot if one follows.
+ * @brief Inserts a key line after a slot; uses the next slot if its line was removed.
  *
- * @param[in,out] pStructIniLine  the document; on a failure other than of growing it, the slot made
- *                                for the line stays behind, empty
- * @param[in]     ulLoction       the slot; 0xFFFFFFFF, the one before the first, for a document
- *                                without lines
+ * @param[in,out] pStructIniLine  the document; if the line cannot be stored, the slot made for it
+ *                                stays behind, empty; unchanged if the document cannot grow
+ * @param[in]     ulLoction       the slot, below ulLineNum; 0xFFFFFFFF inserts before the first
+ *                                line
  * @param[in]     pKeyNameLine    the key, borrowed
  * @param[in]     buf             the value, borrowed; null for none
  * @param[in]     pCommentLine    the comment, borrowed; null for none
@@ -567,7 +632,7 @@ WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStruc
                                                QAL_INT8 *section);
 
 /**
- * @brief Writes a line to a file, folded where it is 80 bytes or longer.
+ * @brief Writes a line to a file, folded if it has 80 bytes or more.
  *
  * @param[in] pTmpFilePtr  a file open for writing
  * @param[in] strIniLine   the line, borrowed; null writes nothing

@@ -2,22 +2,24 @@
  * @file ip4_ip6_parser.h
  * @brief IPv4 and IPv6 addresses with optional ports, from text.
  *
- * Both parsers have a grammar of their own, which stored configuration depends on. It is wider than
- * the standard text forms in some places and narrower in others, so mind three things:
+ * Both parsers have a grammar of their own, which stored configuration depends on. It accepts some
+ * texts that the standard forms do not have, and refuses some that they have.
  *
- * @warning **Decide on the parsed address, never on the text.** Texts accepted here mean something
- * else to other parsers: a leading zero is decimal here and octal elsewhere (`010.0.0.1` is
+ * @warning **Decide on the parsed address, never on the text.** Other parsers read some accepted
+ * texts as another address. A leading zero is decimal here and octal elsewhere (`010.0.0.1` is
  * 10.0.0.1), octets may be hexadecimal, and an octet is reduced modulo 2^32 before its range is
- * tested (`4294967297.0.0.1` is 1.0.0.1). An access decision made here and a connection opened from
- * the same text by somebody else can concern two different hosts. Pass on the number instead.
+ * tested (`4294967297.0.0.1` is 1.0.0.1). If you decide here whether to allow an address, and
+ * somebody else connects to the same text, the two can mean different hosts. Pass on the number.
  *
- * @warning **XELP_Parse_IPV6() ignores text after the address**: `[::1]x` and `::1]:80abc` succeed.
- * Success does not mean that the text is an address and nothing else.
+ * @warning **XELP_Parse_IPV6() does not always read the whole text.** Whatever follows a `]`, a
+ * port, or a dot after eight groups is ignored, so `[::1]x` and `::1]:80abc` are accepted.
+ * Elsewhere, text after the address is not: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with
+ * status 30.
  *
- * @warning **Ports are not range-tested**: they are reduced to 16 bits (`:70000` is port 4464), and
- * white space and a sign are taken before them (`:-1` is port 65535).
+ * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
+ * and white space and a sign are accepted before them (`:-1` is port 65535).
  *
- * Texts are NUL-terminated and shorter than 2 GiB; nothing behind the terminator is read. No call
+ * Texts are NUL-terminated and shorter than 2 GiB; nothing after the terminator is read. No call
  * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for
  * the one thing they share.
  *
@@ -25,9 +27,9 @@
  * QAL_UINT32 addr;
  * QAL_UINT16 port;
  * switch (XELP_Parse_IPV4(text, &addr, &port)) {
- * case 0:                 return connectTo(addr, defaultPort);
- * case XELP_OK_HAVE_PORT: return connectTo(addr, port);
- * default:                return refuse(text);
+ * case 0:                 return Connect(addr, defaultPort);
+ * case XELP_OK_HAVE_PORT: return Connect(addr, port);
+ * default:                return Refuse(text);
  * }
  * @endcode
  */
@@ -50,64 +52,68 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
 /**
  * @brief Reads an IPv4 address, `a.b.c.d` or `a.b.c.d:port`.
  *
- * An octet is decimal, with any number of leading zeros, or hexadecimal behind `0x` or `0X`. Its
- * value is reduced modulo 2^32 and then must not exceed 255; one that does not even fit 64 bits is
- * refused. Nothing may stand before the first octet or between octets and dots.
+ * An octet is decimal with any number of leading zeros, or hexadecimal after `0x` or `0X`. A
+ * number from 2^64 on is refused. A smaller one is reduced modulo 2^32, and must then be at most
+ * 255. Nothing may come before the first octet, or between an octet and a dot.
  *
- * The port is decimal, or hexadecimal behind `0x` or `0X`, and is read like core_td_u16() reads:
- * white space and a sign may precede it, and its low 16 bits count. Nothing may follow it.
+ * The port is decimal, or hexadecimal after `0x` or `0X`, and is read as core_td_u16() reads:
+ * white space and a sign may come before it, and its low 16 bits count; from 2^64 on it counts as
+ * 2^64 - 1. Nothing may follow it.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order on a little-endian machine:
- *                          `10.0.0.1` gives 0x0A000001; convert it where network order is needed.
- *                          0 if the text is malformed; untouched for a null pointer
+ *                          0x0A000001 for `10.0.0.1`; convert it if you need network order. 0 if
+ *                          the text is malformed; untouched for a null pointer
  * @param[out] puwPort      the port; 0 without one, or if the text is malformed; untouched for a
  *                          null pointer
- * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be 0),
- *         #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
+ * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be
+ *         0), #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
  *         #XELP_ERR_PARSE_IPV4V6_INVALID for a malformed text.
  */
 WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT16 *puwPort);
 
 /**
- * @brief Reads an IPv6 address, also in brackets, also with a port.
+ * @brief Reads an IPv6 address, with or without brackets, with or without a port.
  *
- * The text is one `[` or none, the address, one `]` or none, and `:` with a decimal port or none;
- * neither bracket needs the other. What stands behind the address, its bracket and its port is
- * ignored.
+ * The text is an optional `[`, the address, an optional `]`, and optionally `:` with a decimal
+ * port. Neither bracket needs the other; an address that ends in a dotted quad has neither `]` nor
+ * port.
  *
- * The address begins with the *head*, the run of groups that core_td_hexseq() reads, which may be
- * empty. A head of eight groups is the whole address. Otherwise the characters behind it tell the
- * form; *h* is a hexadecimal digit, *end* the end of the text or `]`:
+ * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
+ * empty. A head of eight groups is the whole address. Otherwise the characters after the head
+ * select the form; *h* is a hexadecimal digit, *end* is the end of the text or `]`:
  *
- * | Behind the head      | Example              | Outcome                                       |
+ * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
+ * | (bad head)           | `12345::`, `1:2:3x`  | refused                                       |
  * | `::` *h*, run, *end* | `1:2::3:4`           | accepted; the run ends at byte 15             |
  * | `::` *h*, run, `:`   | `::ffff:192.168.1.1` | failed; the run ends at byte 11               |
- * | `::` *h*, run, other | `::ffff:1.2.3.4`     | refused                                       |
- * | `::` *h*, bad run    | `1::2g`              | failed; the run is dropped                    |
+ * | `::` *h*, run, `.`   | `::ffff:1.2.3.4`     | refused                                       |
+ * | `::` *h*, bad run    | `1::2g`, `::1 `      | failed; the run is dropped                    |
  * | `:::`                | `:::1.2.3.4`         | failed                                        |
  * | `.` *h*, IPv4        | `1:2.10.0.0.1`       | accepted; the four octets are bytes 12 to 15  |
- * | `.` *h*, other       | `1:2.10.0.0.1:80`    | refused                                       |
+ * | `.` *h*, other       | `1:2.10.0.0.1]`      | refused                                       |
  * | `::` *end*           | `1::`                | accepted                                      |
- * | anything else        | `1:2:3`, `[`         | refused                                       |
+ * | anything else        | `1:2:3`, `1::/64`    | refused                                       |
  *
- * All bytes not mentioned are those of the head, or 0 behind it. A run is written over the head's
- * bytes where they meet (`1:2:3:4:5:6:7::8:9` loses its seventh group), and what would stand before
- * byte 0 is dropped.
+ * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
+ * XELP_Parse_IPV4() accepts without a port, up to the end of the text. All bytes not mentioned are
+ * those of the head, or 0 after it. Where a run and the head meet, the run's bytes count
+ * (`1:2:3:4:5:6:7::8:9` loses its seventh group); bytes of a run that would be before byte 0 are
+ * dropped.
  *
  * - *Refused*: status 30, outputs untouched.
- * - *Failed*: status 30, outputs written. But one more colon there is taken for that of a port, and
- *   if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port 3, `::::80` is `::`
- *   with port 80.
- * - A port that cannot be read refuses the text, whatever the form.
+ * - *Failed*: status 30, outputs written. But if another colon follows at that point, it is taken
+ *   for that of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with
+ *   port 3, `::::80` is `::` with port 80.
+ * - If no number follows the colon of a port, the text is refused, whatever its form.
  *
- * So the standard forms that end in a dotted quad behind `::` fail, and a text ending in a dotted
- * quad is accepted only where the run before it stops on the dot: see core_td_hexseq().
+ * So the standard forms with a dotted quad after `::` are not accepted, and another text that ends
+ * in a dotted quad is accepted only if the run before it stops on the dot: see core_td_hexseq().
  *
  * @param[in]  pszIPV6Addr  the text, borrowed
- * @param[out] pucAddr      receives the 16 bytes of the address in network order; untouched by a
- *                          null pointer and where the text is refused, but written where it fails
+ * @param[out] pucAddr      the 16 bytes of the address in network order; untouched for a null
+ *                          pointer and if the text is refused, but written if it fails
  * @param[out] puwPort      the port, 0 without one; written if and only if @p pucAddr is
  * @return 0, with or without a port: unlike XELP_Parse_IPV4(), this call never returns
  *         #XELP_OK_HAVE_PORT; #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
@@ -116,16 +122,16 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort);
 
 /** @name Building blocks
- * What the parsers are made of: readers that consume what they understand of a text and leave the
- * cursor behind it. They check no pointers. @{ */
+ * The parsers are made of these readers. Each consumes what it understands of a text and leaves
+ * the cursor after it. They check no pointers. @{ */
 
-/** Where a reader stands in a NUL-terminated text. */
+/** A reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
     QAL_CHAR *cur_bp;       /**< the next character to read */
     QAL_INT cur_bp_rem_len; /**< characters left before the terminating NUL */
 } Parse_Ipv4v6_S_BUF;
 
-/** A pointer to the above. */
+/** A pointer to a position. */
 typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
 
 /**
@@ -144,26 +150,29 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * | 0x1000 | token character: letters, digits, `! $ % & ' ( ) * + - . / ? @ \ ^ _ | ~`, backquote |
  * | 0x2000 | delimiter: `# , : ; < = > [ ] { }`                                                  |
  *
- * The space is no control character, and the double quote neither token nor delimiter. Bytes from
- * 0x80 on are of no class.
+ * The space is no control character, and the double quote is neither token nor delimiter. Bytes
+ * from 0x80 on have no class.
  *
- * The table is a variable, and the library never writes it. Bits 0x04 and 0x80 decide what the
- * parsers take for a digit: a caller who changes them changes the parsers for every thread, and
- * must not do so while a parser runs. A digit's value is not in the table: what is no digit to
- * strtoul() ends the number there, and counts as 0 in a group of core_td_hex4().
+ * The table is a variable that the library reads but never writes. Who changes bits 0x04 or 0x80
+ * changes the parsers for every thread, and must not do so while a parser runs. Bit 0x04 decides
+ * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and
+ * which form the groups of an IPv6 address. What a digit is worth is not in the table: strtoul()
+ * stops at a character it does not know, and core_td_hex4() counts it as 0. Ports are read by
+ * strtoul() alone.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
 /**
- * @brief Reads a number, of which the low 16 bits count.
+ * @brief Reads a number and keeps its low 16 bits.
  *
- * Reads by the rules of the C library's strtoul(): leading white space, a sign and, in base 16, a
- * `0x` are taken. There is no range test: `70000` gives 4464, `-1` gives 65535.
+ * Follows the rules of the C library's strtoul(): leading white space, a sign and, in base 16, a
+ * `0x` are accepted. There is no range test: `70000` is read as 4464, `-1` as 65535. From 2^64 on,
+ * a number counts as 2^64 - 1, whose low 16 bits are 65535.
  *
  * @param[out]    OUT_val     the number; untouched on failure
  * @param[in]     IN_base     its base, 10 or 16
- * @param[in,out] IN_dec_buf  the text, borrowed; moved behind the number, unmoved on failure
- * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID where no number stands.
+ * @param[in,out] IN_dec_buf  the text, borrowed; moved past the number, not moved on failure
+ * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if there is no number.
  */
 WYX_API QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base,
                                Parse_Ipv4v6_S_BUF_PTR IN_dec_buf);
@@ -171,11 +180,11 @@ WYX_API QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base,
 /**
  * @brief Reads a group of one to four hexadecimal digits.
  *
- * The group must be followed by `.`, `:`, `]` or the end of the text, which is not consumed.
+ * A `.`, `:`, `]` or the end of the text must follow the group; it is not consumed.
  *
  * @param[out]    OUT_hex4    the value; 0 on failure
- * @param[in,out] IN_dec_buf  the text, borrowed; moved behind the group, on failure to the
- *                            character at fault: digits once read are not given back
+ * @param[in,out] IN_dec_buf  the text, borrowed; moved past the group; on failure, to the
+ *                            character at fault: the digits before it stay consumed
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID.
  */
 WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf);
@@ -183,21 +192,22 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
 /**
  * @brief Reads a run of up to eight groups separated by single colons.
  *
- * The run ends where no hexadecimal digit follows, as at a `::`, or with the eighth group; a colon
- * behind it is not consumed. A text without a digit at the cursor is an empty run.
+ * The run ends where a colon is not followed by a hexadecimal digit, as at a `::`, and after the
+ * eighth group; that colon is not consumed. A text without a digit at the cursor is an empty run.
  *
- * A dotted quad behind a colon is left to the caller, with the cursor on that colon, if its first
- * octet has two or three characters and does not begin with `0` (`...:10.2.3.4`). Any other is
- * taken for one more group, and the run ends on its first dot (`...:1.2.3.4`). What decides is
- * whether a dot is among the second to fourth characters behind the colon. Even then the colon is
- * consumed if fewer than five characters are left, itself included, if the first behind it is `0`,
- * the second is `.`, or any of the second to fourth is `:`.
+ * A dotted quad after a colon is left to the caller, with the cursor on that colon, if its first
+ * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. Of any other
+ * the first octet is read as one more group, and the run ends on the dot, as in `1:1.2.3.4`. To
+ * tell them apart, the second to fourth characters after the colon are looked at. If none is a
+ * dot, the colon is consumed and the run continues. If one is, the colon is consumed only if fewer
+ * than five characters are left, the colon included, the first character after it is `0`, the
+ * second is `.`, or any of the second to fourth is `:`.
  *
- * @param[out]    OUT_hex_seq  receives two bytes a group, the high one first; room for 16
+ * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
  * @param[out]    OUT_len      the number of bytes written, also on failure
- * @param[in,out] IN_dec_buf   the text, borrowed; moved behind the run, on failure to the character
+ * @param[in,out] IN_dec_buf   the text, borrowed; moved past the run; on failure, to the character
  *                             at fault
- * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID where core_td_hex4() refuses a group.
+ * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if core_td_hex4() refuses a group.
  */
 WYX_API QAL_UINT32 core_td_hexseq(QAL_UINT8 *OUT_hex_seq, QAL_UINT32 *OUT_len,
                                   Parse_Ipv4v6_S_BUF_PTR IN_dec_buf);

@@ -2,13 +2,13 @@
  * @file md5.h
  * @brief MD5 digest of a message, fed in one piece or in many.
  *
- * The digest of RFC 1321, for agreeing with stored digests and for noticing accidents. It does not
- * protect against attackers: two messages with the same MD5 are made in seconds. For passwords,
- * signatures, or a file somebody else could have replaced, use something else.
+ * The digest of RFC 1321. Use it to compare with stored digests and to detect accidents. It does
+ * not protect against attackers: two messages with the same MD5 can be made in seconds. For
+ * passwords, signatures, or a file that somebody else could have replaced, use something else.
  *
  * The calls return nothing and check nothing: a null pointer is the caller's fault. None of them
- * allocates or keeps a pointer. Different contexts may be used on any threads at once; one context
- * must not be.
+ * allocates or keeps a pointer. Different contexts may be used on any threads at once, one context
+ * on one thread at a time.
  *
  * @code{.c}
  * MD5_S_CTX context;
@@ -27,8 +27,8 @@
 WYX_C_BEGIN
 
 /**
- * A message under way. The caller provides it, on the stack if it likes, and needs to look at none
- * of its fields; their layout is ABI.
+ * A message in progress. The record is yours, on the stack if you like. Its layout is ABI, but you
+ * need not look at its fields.
  */
 typedef struct xelpMD5_S_CTX {
     QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
@@ -39,7 +39,7 @@ typedef struct xelpMD5_S_CTX {
 /**
  * @brief Begins a message.
  *
- * @param[out] context  the context, borrowed; whatever it held is forgotten
+ * @param[out] context  the context, borrowed; what it held is overwritten
  */
 WYX_API void XELP_MD5_Init(MD5_S_CTX *context);
 
@@ -59,10 +59,10 @@ WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UIN
  *
  * @param[out]    digest   receives the 16 bytes of the digest; not inside @p context
  * @param[in,out] context  a context begun with XELP_MD5_Init(), borrowed; all of it is zero
- *                         afterwards, so that nothing of the message stays behind. Begin it again
- *                         before its next use: without that, the digest is not an MD5.
+ *                         afterwards. Registers and the stack are not wiped. Begin it again before
+ *                         its next use: without that, the digest is not an MD5.
  * @par Source
- * RFC 1321; the empty message gives d41d8cd98f00b204e9800998ecf8427e, "abc" gives
+ * RFC 1321. The digest of the empty message is d41d8cd98f00b204e9800998ecf8427e, that of "abc" is
  * 900150983cd24fb0d6963f7d28e17f72.
  */
 WYX_API void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context);

@@ -2,10 +2,10 @@
  * @file slink.h
  * @brief List of a fixed capacity of the caller's records, with a cursor, in one block of memory.
  *
- * The list stores pointers to records of yours, the *user nodes*, in an order you choose. All its
- * elements lie in one array, the *slots*, which is allocated with the list: storing and removing
- * never allocates, and a full list refuses. Slots are named by their index; they are linked both
- * ways, so every move takes constant time. Comparing and releasing user nodes is done by callbacks.
+ * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Its
+ * elements are in one array, the *slots*, which is allocated with the list: storing and removing
+ * never allocate, and a full list refuses. A slot is named by its index. Slots are linked both
+ * ways, so every move takes constant time. Your callbacks compare and release user nodes.
  *
  * @code{.c}
  * void *list = NULL;
@@ -16,33 +16,33 @@
  * XELP_SLinkList_Deinit(list, XELP_SLL_FreeUserNode_Yes); // releases every person that is left
  * @endcode
  *
- * **Ownership.** A stored user node is *kept* until a Remove call *hands* it *over* to you again, a
- * Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes passes it to the list's
- * release callback, or XELP_SLinkList_Deinit() with another flag drops it. Query and Get calls only
- * show it: it stays stored. Storing one record twice is allowed; both elements then share it. The
- * list's one block belongs to the library until XELP_SLinkList_Deinit().
+ * **Ownership.** A stored user node is *kept* until a Remove call *hands* it *over* to you again,
+ * a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes passes it to the list's
+ * release callback, or XELP_SLinkList_Deinit() with another flag drops it. Query and Get calls
+ * only return a pointer to it: it stays stored. One record may be stored twice; both elements then
+ * share it. The list's one block belongs to the library until XELP_SLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
- * has none. A failing call leaves the cursor where it is (a walk that is stopped excepted).
+ * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
  * - Insert puts it on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete puts it on the successor of the element that went, or on its
- *   predecessor if that was the last;
- * - Process_List leaves it on the element visited last, unless the callback moved it;
+ * - every Remove and every Delete puts it on the successor of the removed element, or on its
+ *   predecessor if it was the last;
+ * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - the other Get calls leave it alone.
  *
- * A Remove or Delete moves the cursor even if it stood elsewhere: once the first element is taken
- * away it is on the new first, once the last is, on the new last.
+ * A Remove or Delete moves the cursor even if it was on another element: after the first element
+ * is removed it is on the new first, after the last on the new last.
  *
- * **Null result pointers and results on failure** differ from call to call. A null handle is
- * refused by all; beyond that:
+ * **Null result pointers and results on failure** differ from call to call. All calls refuse a
+ * null handle. Beyond that:
  * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer,
  *   and set the result to null before they look at anything else, the handle included.
- * - Remove and Query refuse it after all their other arguments; a refused argument leaves the
- *   result untouched, any other failure leaves null.
- * - Get_CurNode refuses it; no failure touches the result.
- * - Get_PriorNode refuses it. The result is null if the cursor is on the first element; a refused
- *   argument or an empty list leaves it untouched.
+ * - Remove and Query check it after all their other arguments. A refused argument leaves the
+ *   result untouched, any other failure sets it to null.
+ * - Get_CurNode refuses null; no failure touches the result.
+ * - Get_PriorNode refuses null. The result is null if the cursor is on the first element; a
+ *   refused argument or an empty list leaves it untouched.
  * - Get_NextNode does not check it: it must not be null unless the list is empty. The result is
  *   null if the cursor is on the last element; a null handle or an empty list leaves it untouched.
  * - Remove_CurNode does not check it: it must not be null unless the list is empty. No failure
@@ -50,23 +50,23 @@
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
- * - The release callback of a Delete runs when the element is already out of the list: it may use
- *   the list, but not tear it down. In XELP_SLinkList_Deinit() it must not use the list at all.
- * - The callback of a walk may do anything with the list but tear it down; see
- *   XELP_SLinkList_Process_List() for where the walk then goes.
+ * - The release callback of a Delete runs after the element has left the list: it may use the
+ *   list, but must not tear it down. In XELP_SLinkList_Deinit() it must not use the list at all.
+ * - The callback of a walk may do anything with the list except tear it down; see
+ *   XELP_SLinkList_Process_List() for where the walk then continues.
  *
  * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity; Remove, Delete and Query
  * with a condition are linear in the elements before the match, a walk and the teardown in all of
- * them; every other call takes constant time. The block takes 48 bytes and 16 for each slot, in one
- * request, the size of which has 32 bits: the largest capacity is 268435452.
+ * them; every other call takes constant time. The block takes 48 bytes and 16 for each slot, in
+ * one request, the size of which has 32 bits: the largest capacity is 268435452.
  *
  * **Threads.** One list must not be used by two threads at once; different lists may.
  *
- * **Its siblings** in dlink.h (elements allocated one by one) and hash.h (found by key) look alike
- * and differ on purpose. Against dlink.h: the status #XELP_ERR_SLL_FULL at 30 moves all later ones
- * by 10; `ulTotalNum` of the head is the capacity, not the count; the searches, the cursor moves,
- * Get_CurNode and Remove_CurNode take the element count for emptiness, the calls for head and tail
- * the first and the last element; results are cleared as said above.
+ * **Its siblings** dlink.h (elements allocated one by one) and hash.h (found by key) look alike
+ * and differ on purpose. Compared with dlink.h: #XELP_ERR_SLL_FULL is 30, so all later statuses
+ * are 10 higher; `ulTotalNum` of the head is the capacity, not the count; the calls for head and
+ * tail take the list for empty if it has no first or last element, all others if its element count
+ * is 0; results are cleared as said above.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -77,7 +77,7 @@ WYX_C_BEGIN
 
 /** Statuses of the list's calls; 0 is success. The values are ABI: never renumbered or reused. */
 typedef enum xelpSLLErrCode WYX_ENUM32 {
-    XELP_ERR_SLL_INVALID_PARA = 10, /**< a null or zero argument, no comparator, no such position */
+    XELP_ERR_SLL_INVALID_PARA = 10, /**< a null or zero argument, no comparator, invalid position */
     XELP_ERR_SLL_MEMORY = 20,       /**< no memory */
     XELP_ERR_SLL_FULL = 30,         /**< no free slot */
     XELP_ERR_SLL_FIND = 40,         /**< no element matches */
@@ -97,19 +97,19 @@ typedef enum xelpSLLInsertPosition WYX_ENUM32 {
     XELP_SLL_Insert_BUTT = 4             /**< end marker, not a position */
 } XELP_E_SLL_Insert_Position;
 
-/** What becomes of the user nodes when the list is torn down. */
+/** What happens to the user nodes when the list is torn down. */
 typedef enum xelpSLLFreeUserNode WYX_ENUM32 {
     XELP_SLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_SLL_FreeUserNode_No = 1,  /**< they stay as they are; so with any other value but 0 */
+    XELP_SLL_FreeUserNode_No = 1,  /**< they stay as they are, as with every value but 0 */
     XELP_SLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_SLL_FreeUserNode;
 
 /**
  * @brief Compares a user node with what is looked for.
  *
- * @param[in] pCmpCondition  the condition given to the search
+ * @param[in] pCmpCondition  the condition passed to the search
  * @param[in] pstruUserNode  a stored user node
- * @return 0 for a match, which ends the search; any other value lets it go on.
+ * @return 0 for a match, which ends the search; any other value continues it.
  */
 typedef QAL_UINT32 (*XELP_SLinkList_NodeCmp)(const void *pCmpCondition, void *pstruUserNode);
 
@@ -126,7 +126,7 @@ typedef void (*XELP_SLinkList_FreeNode)(void *pstruUserNode);
  * @param[in]     pProcessCondition  as given to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its element
  * @param[in,out] pOther             as given to the walk
- * @return 0 to go on, any other value to stop the walk.
+ * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                                 void **pOther);
@@ -138,7 +138,7 @@ typedef struct xelpSLinkList_S_Node {
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
 
-/** The list behind a handle, with its slots right behind it. For reading only. */
+/** What a handle points to; the slots follow it directly. For reading only. */
 typedef struct xelpSLinkList_S_Head {
     QAL_UINT32 ulFirstNode;               /**< the first element; none if the list is empty */
     QAL_UINT32 ulLastNode;                /**< the last element; none if the list is empty */
@@ -152,20 +152,20 @@ typedef struct xelpSLinkList_S_Head {
 } SLinkList_S_Head;
 
 /**
- * @brief Makes an empty list. Linear in the capacity.
+ * @brief Creates an empty list. Linear in the capacity.
  *
- * The first elements take the slots 0, 1, 2 and so on; after that, the slot freed last is used
- * first.
+ * The first elements take the slots 0, 1, 2 and so on. A slot that was freed is used before those
+ * never used; of several, the one freed last comes first.
  *
  * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger one the size of the
- *                           block wraps, and the call fails as for want of memory
- * @param[in]  pfunCmpNode   comparator of the searches that are given none; null if each brings its
- *                           own
+ *                           block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
+ * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
+ *                           its own
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_SLinkList_Deinit();
  *                           untouched on failure
- * @return 0; #XELP_ERR_SLL_INVALID_PARA if @p ulNodeNum is 0, or @p pstruHead or @p pfunFreeNode is
- *         null; #XELP_ERR_SLL_MEMORY.
+ * @return 0; #XELP_ERR_SLL_INVALID_PARA if @p ulNodeNum is 0, or @p pstruHead or @p pfunFreeNode
+ *         is null; #XELP_ERR_SLL_MEMORY.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfunCmpNode,
                                        XELP_SLinkList_FreeNode pfunFreeNode, void **pstruHead);
@@ -176,36 +176,37 @@ WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_Node
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_SLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; any other value leaves the user nodes to you
+ *                       callback, first to last; with any other value they stay yours
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag);
 
 /**
- * @brief Stores a user node. Constant time. The cursor goes to the new element.
+ * @brief Stores a user node. Constant time. The cursor moves to the new element.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] pstruNode   the user node, not null; kept until it is removed, deleted or the list
- *                        torn down; still yours on failure
- * @param[in] enPosition  where; on an empty list it is not looked at, so any value succeeds
- * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null argument; #XELP_ERR_SLL_FULL if no slot is free;
- *         #XELP_ERR_SLL_INVALID_PARA for a value that is no position on a list that is neither full
+ * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
+ *                        is torn down; still yours on failure
+ * @param[in] enPosition  where; ignored on an empty list, so any value succeeds there
+ * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null argument; #XELP_ERR_SLL_FULL if no slot is
+ *         free; #XELP_ERR_SLL_INVALID_PARA for an invalid position on a list that is neither full
  *         nor empty. A failure changes nothing.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_SLL_Insert_Position enPosition);
 
 /**
- * @brief Takes the first match out of the list. Linear. The cursor goes beside it.
+ * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
- * Elements are compared first to last until one matches. The arguments are checked in the order in
- * which the statuses name them.
+ * Elements are compared first to last until one matches. If the match was the last element, the
+ * cursor moves to its predecessor. The arguments are checked in the order in which the statuses
+ * name them.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in]  pfunCmpNode    comparator of this search; null for the list's own
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched for
- *                            a refused argument
+ * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
+ * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
+ *                            for a refused argument
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
  *         list), a null condition or a null @p pstruNode; #XELP_ERR_SLL_NULL for an empty list;
  *         #XELP_ERR_SLL_FIND if no element matches.
@@ -214,24 +215,24 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Takes the first match out of the list and releases it. Linear. The cursor goes beside it.
+ * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
  *
  * XELP_SLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
- * @param[in] pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in] pfunCmpNode    comparator of this search; null for the list's own
+ * @param[in] pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in] pfunCmpNode    comparator for this search; null for the list's own
  * @return as XELP_SLinkList_Remove(); the callback runs on success only.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_SLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear. The cursor goes to it.
+ * @brief Finds the first match. Linear. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is given, borrowed; not null
- * @param[in]  pfunCmpNode    comparator of this search; null for the list's own
+ * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
  *                            refused argument
  * @return as XELP_SLinkList_Remove().
@@ -260,7 +261,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is no error here: it has no cursor before and after.
+ * An empty list is no error here: it still has no cursor.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
@@ -295,7 +296,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_PriorPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the previous element and gives its user node. Constant time.
+ * @brief Moves the cursor to the previous element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null at the first element; untouched by
@@ -305,11 +306,12 @@ WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the next element and gives its user node. Constant time.
+ * @brief Moves the cursor to the next element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null at the last element; untouched by
- *                        another failure. Not checked: it must not be null unless the list is empty
+ *                        another failure. Not checked: it must not be null unless the list is
+ *                        empty
  * @return as XELP_SLinkList_NextPtr().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
@@ -333,19 +335,19 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the element at the cursor out of the list. Constant time.
+ * @brief Removes the element at the cursor. Constant time.
  *
- * The cursor goes to its successor, or to its predecessor if it was the last.
+ * The cursor moves to its successor, or to its predecessor if it was the last.
  *
  * @param[in]  pstruHead  the handle, borrowed
- * @param[out] pstruNode  the user node, handed over; untouched on failure. Not checked: it must not
- *                        be null unless the list is empty
+ * @param[out] pstruNode  the user node, handed over; untouched on failure. Not checked: it must
+ *                        not be null unless the list is empty
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the first element out of the list. Constant time. The cursor goes to the new first.
+ * @brief Removes the first element. Constant time. The cursor moves to the new first.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -354,7 +356,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the last element out of the list. Constant time. The cursor goes to the new last.
+ * @brief Removes the last element. Constant time. The cursor moves to the new last.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -363,7 +365,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Takes the element at the cursor out of the list and releases it. Constant time.
+ * @brief Removes the element at the cursor and releases it. Constant time.
  *
  * XELP_SLinkList_Remove_CurNode(), and then the list's release callback on the user node.
  *
@@ -373,7 +375,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Takes the first element out of the list and releases it. Constant time.
+ * @brief Removes the first element and releases it. Constant time.
  *
  * XELP_SLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
  *
@@ -383,7 +385,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Takes the last element out of the list and releases it. Constant time.
+ * @brief Removes the last element and releases it. Constant time.
  *
  * XELP_SLinkList_Remove_TailNode(), and then the list's release callback on the user node.
  *
@@ -393,28 +395,29 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements first to last. Linear, and what the callback costs.
+ * @brief Visits the elements first to last. Linear, plus the cost of the callback.
  *
- * Before each visit the cursor is put on the element. After it, the walk looks where the cursor is:
- * - still on that element: it goes on with the element that now follows it, so what the callback
- *   inserted behind it and kept out of the cursor's way is visited, too;
- * - elsewhere: it goes on *with* the element under the cursor. After the callback removed or
- *   deleted the element it was called for, that is its successor, so nothing is missed. After
- *   removing the *last* element it is the predecessor, which is visited a second time. An element
- *   that the callback inserts, queries or moves to is visited next, as the cursor is then on it: a
- *   callback that does so without end makes a walk without end;
- * - nowhere, since the list is empty: the walk ends.
+ * Before each visit the cursor moves to the element. After the visit, the position of the cursor
+ * decides how the walk continues:
+ * - still on that element: the walk continues with the element that now follows it. If the
+ *   callback inserted one there and moved the cursor back, that one is visited too.
+ * - on another element: the walk continues *with* that element. If the callback removed or deleted
+ *   the element it was called for, that is its successor, so nothing is missed. If it was the
+ *   *last* element, it is its predecessor, which is visited a second time. An element that the
+ *   callback inserts, queries or moves to is visited next, because the cursor is then on it. A
+ *   callback that keeps doing so never lets the walk end.
+ * - on no element, because the list is empty: the walk ends.
  *
- * "Still on that element" means the same slot: if the callback removes the element it was called
- * for and inserts another, that takes the slot just freed, and the walk goes on *behind* the new
- * element.
+ * "Still on that element" is decided by slot. If the callback removes the element it was called
+ * for and inserts another, the new one takes the slot just freed, and the walk continues *after*
+ * it.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
- * @param[in]     pProcessCondition  passed to the callback unchecked, may be null
- * @param[in,out] pOther             passed to the callback unchecked, may be null
+ * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
+ * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle or callback; #XELP_ERR_SLL_NULL for an
- *         empty list; #XELP_ERR_SLL_BREAK at once when the callback returns another value than 0;
+ *         empty list; #XELP_ERR_SLL_BREAK as soon as the callback returns a value other than 0;
  *         the cursor is then where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
@@ -422,20 +425,20 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * What the calls above take and return slots with. A list whose slots were taken or returned by
- * hand counts elements that it does not have, or does not count some that it has. No call then
- * leaves the block or follows an index that is *none*: where the count says there are elements but
- * there is no cursor, the list is reported as empty (#XELP_ERR_SLL_NULL), a search finds nothing
- * (#XELP_ERR_SLL_FIND) and a walk visits nothing. @{ */
+ * With these, the calls above take and return slots. If you take or return slots yourself, the
+ * list counts more or fewer elements than it has. Even then no call leaves the block or follows
+ * the index *none*. If the count is not 0 but there is no cursor, calls that need one report an
+ * empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
+ * @{ */
 
 /**
- * @brief Takes a slot from the free chain without making an element of it. Constant time.
+ * @brief Takes a slot from the free chain, but makes no element of it. Constant time.
  *
  * The slot counts as an element until it is returned.
  *
  * @param[in] pstruHead  the handle, borrowed
- * @return the slot's index, handed over: return it with SLinkList_Insert_FreeNode(); 0xFFFFFFFF for
- *         a null handle or if no slot is free.
+ * @return the slot's index, handed over: return it with SLinkList_Insert_FreeNode(); 0xFFFFFFFF
+ *         for a null handle or if no slot is free.
  */
 WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
 
@@ -443,9 +446,9 @@ WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
  * @brief Returns a slot to the free chain, where it is the next to be taken. Constant time.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() gave, taken. It is not
- *                        checked that it is neither free already nor an element's; one that is
- *                        ties the list into a knot
+ * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. Must
+ *                        not be free already, and must not hold an element. That is not checked;
+ *                        such a slot corrupts the list
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle, the index 0xFFFFFFFF, or one that is
  *         not below the capacity.
  */
