@@ -284,7 +284,7 @@ QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfun
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         Node *pNode = head.pstruBase[i];
         while (pNode != nullptr) {
-            // Kept as a number: the callback may release the node, and only its address counts
+            // Noted as a number: the callback may release the node, and only its address counts
             // then.
             const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
             head.pstruNow = pNode;
