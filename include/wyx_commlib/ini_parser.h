@@ -94,18 +94,18 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_READ_FILE = 40,         /**< never returned */
     XELP_ERR_INI_CREATE_FILE = 50,       /**< the saved file cannot be created or put in place */
     XELP_ERR_INI_FILE_FORMAT = 60,       /**< a key line before the first section header */
-    XELP_ERR_INI_FILE_EMPTY = 130,       /**< end of file, a document without lines, an empty text
-                                              or file name, or a line that does not fit its
-                                              buffer */
-    XELP_ERR_INI_WRITE_FILE = 180,       /**< the new file cannot be written whole, or a file has
-                                              its name already */
+    XELP_ERR_INI_FILE_EMPTY = 130,       /**< nothing there: end of file, a document without
+                                              lines, an empty text or file name; also a line that
+                                              does not fit its buffer */
+    XELP_ERR_INI_WRITE_FILE = 180,       /**< the new file cannot be written, or its name is
+                                              taken */
     XELP_ERR_INI_SYSTEM_CALL = 70,       /**< never returned */
     XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or the file cannot step back by a byte */
     XELP_ERR_INI_EXCEED_BUF_SIZE = 90,   /**< never returned */
-    XELP_ERR_INI_VALUE_NULL = 100,       /**< a second search for the `=` of a key line found none,
-                                              which needs a faulty adapter */
+    XELP_ERR_INI_VALUE_NULL = 100,       /**< a second search for the `=` of a key line found
+                                              none; cannot happen with a sound adapter */
     XELP_ERR_INI_SECTION = 110,          /**< malformed section header */
-    XELP_ERR_INI_KEY_NAME = 120,         /**< malformed key name, or none */
+    XELP_ERR_INI_KEY_NAME = 120,         /**< no key name, or a malformed one */
     XELP_ERR_INI_KEY_VALUE = 180,        /**< malformed value; has the number of
                                               #XELP_ERR_INI_WRITE_FILE, on purpose */
     XELP_ERR_INI_COMMENT = 190,          /**< a `;` without a blank before it */

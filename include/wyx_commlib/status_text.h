@@ -64,7 +64,7 @@ static inline const QAL_CHAR *wyx_dlink_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
     case 0: return "success";
-    case 10: return "a null argument, no comparator, or no such position";
+    case 10: return "a null argument, no comparator, or an invalid position";
     case 20: return "no memory";
     case 30: return "no element matches";
     case 40: return "the cursor is on the first element already";
@@ -118,17 +118,17 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
     case 50: return "the saved file cannot be created or put in place";
     case 60: return "a key line before the first section header";
     case 70: return "never returned";
-    case 80: return "no memory, or a byte could not be given back to the file";
+    case 80: return "no memory, or the file cannot step back by a byte";
     case 90: return "never returned";
-    case 100: return "a key line lost its = while it was parsed";
+    case 100: return "a second search for the = of a key line found none";
     case 110: return "malformed section header";
-    case 120: return "malformed or empty key name";
-    case 130: return "nothing there: end of file, document without lines, empty text or file name";
+    case 120: return "no key name, or a malformed one";
+    case 130: return "nothing there: end of file, a document without lines, an empty text or file name";
     case 140: return "a line of more than 511 bytes";
     case 150: return "never returned";
-    case 160: return "a line of no known kind, or no comment where one must be";
-    case 170: return "a null argument, a line that is an empty string, or names too long for one line";
-    case 180: return "the file cannot be written, or malformed value";
+    case 160: return "a line of no known kind, or text after a header that is no comment";
+    case 170: return "a null argument, a line that is an empty string, or text too long for one line";
+    case 180: return "the new file cannot be written, or its name is taken, or malformed value";
     case 190: return "a semicolon without a blank before it";
     default: return "unknown status";
     }
@@ -164,7 +164,7 @@ static inline const QAL_CHAR *wyx_slink_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
     case 0: return "success";
-    case 10: return "a null or zero argument, no comparator, no such position";
+    case 10: return "a null or zero argument, no comparator, invalid position";
     case 20: return "no memory";
     case 30: return "no free slot";
     case 40: return "no element matches";

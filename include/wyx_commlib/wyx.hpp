@@ -20,7 +20,9 @@
  * for (std::string_view key : doc->keys("net")) {
  *     show(key);
  * }
- * doc->set("net", "port", port + 1);
+ * if (auto set = doc->set("net", "port", port + 1); !set) {
+ *     return complain(set.message());
+ * }
  * auto saved = std::move(*doc).save("net.ini");
  * @endcode
  *
