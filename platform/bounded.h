@@ -1,12 +1,12 @@
 /**
  * @file bounded.h
- * @brief The bounded copy and format routines the library stands on.
+ * @brief The bounded copy and format routines that the library needs.
  *
- * Each takes the destination and its bound first and never writes beyond the block that the bound
- * describes. What does not fit is refused whole: nothing is ever cut off, and a string that is
- * refused leaves an empty one. A null pointer is refused in the same way.
+ * Each takes the destination and its bound first, and never writes past the block that the bound
+ * describes. What does not fit is refused as a whole: no text is cut off, and the destination of a
+ * refused string is left empty. A null pointer is refused in the same way.
  *
- * Part of the platform: see os_adapter.h for how an adapter of a client's own takes their place.
+ * They are part of the platform: see os_adapter.h for how a client's own adapter replaces them.
  */
 #ifndef WYX_BOUNDED_H
 #define WYX_BOUNDED_H
@@ -18,9 +18,9 @@ WYX_C_BEGIN
 /**
  * @brief Copies bytes between blocks that do not overlap.
  *
- * @param[out] pDest      where to; untouched on failure
- * @param[in]  ulDestMax  room there, in bytes
- * @param[in]  pSrc       where from
+ * @param[out] pDest      the destination; untouched on failure
+ * @param[in]  ulDestMax  its size in bytes
+ * @param[in]  pSrc       the source
  * @param[in]  ulCount    how many bytes
  * @return 0, or another value if @p ulCount is above @p ulDestMax.
  */
@@ -28,10 +28,10 @@ WYX_API QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSr
                                QAL_ULONG ulCount);
 
 /**
- * @brief Fills bytes; never optimised away, so it can wipe a secret.
+ * @brief Fills bytes. The compiler does not remove it, so it can wipe a secret.
  *
- * @param[out] pDest      where; untouched on failure
- * @param[in]  ulDestMax  room there, in bytes
+ * @param[out] pDest      the destination; untouched on failure
+ * @param[in]  ulDestMax  its size in bytes
  * @param[in]  lByte      the value, reduced to a byte
  * @param[in]  ulCount    how many bytes
  * @return 0, or another value if @p ulCount is above @p ulDestMax.
@@ -42,12 +42,12 @@ WYX_API QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte
 /**
  * @brief Copies a string.
  *
- * The bound counts the text *without* its terminator, unlike that of its siblings: a source of
- * exactly @p ulDestMax bytes is copied whole, so the block must hold @p ulDestMax + 1. Callers that
- * pass the length of the text they copy rely on it.
+ * The bound counts the text *without* its terminator, unlike the bounds of wyx_strcat_s() and
+ * wyx_sprintf_s(): a source of exactly @p ulDestMax bytes is copied whole, so the block must hold
+ * @p ulDestMax + 1. The library passes the length of the text that it copies.
  *
- * @param[out] pszDest    where to; empty on failure
- * @param[in]  ulDestMax  the longest text that fits there, in bytes
+ * @param[out] pszDest    the destination; empty on failure
+ * @param[in]  ulDestMax  length of the longest text that fits, in bytes
  * @param[in]  pszSrc     the string; must not overlap the destination
  * @return 0, or another value if the string is longer than @p ulDestMax.
  */
@@ -56,19 +56,19 @@ WYX_API QAL_INT32 wyx_strcpy_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
 /**
  * @brief Appends a string.
  *
- * @param[in,out] pszDest    the string that is extended; empty on failure, also where it was no
- *                           string within its block
+ * @param[in,out] pszDest    the string to extend; empty on failure, also if its block held no
+ *                           terminator
  * @param[in]     ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
- * @param[in]     pszSrc     what is appended; must not overlap the destination
+ * @param[in]     pszSrc     the string to append; must not overlap the destination
  * @return 0, or another value if the result with its terminator does not fit.
  */
 WYX_API QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszSrc);
 
 /**
- * @brief Formats a string, as the C library's printf() does.
+ * @brief Formats a string like the C library's printf().
  *
- * @param[out] pszDest    where to; empty on failure
- * @param[in]  ulDestMax  size of that block in bytes, terminator included; 0 writes nothing
+ * @param[out] pszDest    the destination; empty on failure
+ * @param[in]  ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]  pszFormat  the format; arguments follow
  * @return the length of the result, or -1 if it does not fit with its terminator.
  */

@@ -1,11 +1,18 @@
 /**
  * @file mem_accounting.h
- * @brief Who holds how much memory: the books of the default adapter's accounting build.
+ * @brief Who holds how much memory, in the accounting build of the default adapter.
  *
- * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows every
- * block by the source line that asked for it, and ends the process with a message on the standard
- * error output when a block is released twice or was never handed out. Released blocks are held
- * back for a while, filled with a pattern, so that both are found even after many more allocations.
+ * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows the
+ * source line that allocated each live block. The release of anything else ends the process with a
+ * message on the standard error output.
+ *
+ * A second release of a block is recognised, and the message names both lines, as long as the
+ * block is among the last 1,024 released and the last 1 MiB of them; until then its memory is not
+ * reused. After that the message may name no lines, or those of a later block at the same address.
+ * If that later block is live, there is no message: the second release takes it from its owner.
+ *
+ * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
+ * so a write past the end of a block or after its release is not noticed.
  *
  * All calls may run on any number of threads.
  */
@@ -16,12 +23,12 @@
 
 WYX_C_BEGIN
 
-/** What was in use, of one call site or of all. Sizes count the bytes asked for. */
+/** The use of memory by one call site, or by all. Sizes count the bytes asked for. */
 typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
     QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
-    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, maybe at another time */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, not necessarily then */
     QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;
@@ -30,7 +37,7 @@ typedef struct wyxMem_S_Use {
 typedef struct wyxMem_S_Site {
     const QAL_CHAR *pszFile; /**< its file; valid as long as the adapter is loaded */
     QAL_UINT32 ulLine;       /**< its line */
-    wyxMem_S_Use struUse;    /**< what it has and had */
+    wyxMem_S_Use struUse;    /**< what it allocated */
 } wyxMem_S_Site;
 
 /** One live block. */
@@ -49,10 +56,10 @@ typedef struct wyxMem_S_Block {
 WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
 
 /**
- * @brief The use of each call site, in the order in which they first asked for memory.
+ * @brief The use of each call site that ever got a block, in the order of their first use.
  *
  * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
- * @param[in]  ulMax       how many fit there; further ones are left out
+ * @param[in]  ulMax       how many fit there; the rest is left out
  * @return how many call sites there are.
  */
 WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
@@ -61,7 +68,7 @@ WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
  * @brief The live blocks, in no particular order.
  *
  * @param[out] pstruBlocks  room for the blocks; may be null if @p ulMax is 0
- * @param[in]  ulMax        how many fit there; further ones are left out
+ * @param[in]  ulMax        how many fit there; the rest is left out
  * @return how many live blocks there are.
  */
 WYX_API QAL_ULONG wyx_mem_blocks(wyxMem_S_Block *pstruBlocks, QAL_ULONG ulMax);

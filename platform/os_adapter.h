@@ -1,13 +1,16 @@
 /**
  * @file os_adapter.h
- * @brief The platform services the library stands on: memory, files, the clock and strings.
+ * @brief The platform services that the library needs: memory, files, the clock and strings.
  *
- * The library calls these symbols through the dynamic linker and nothing else of the system, so a
- * client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double
- * in front of it. This page is the contract that every adapter keeps; what the default adapter
- * promises beyond it is marked *Default adapter*.
+ * The library reaches these symbols and those of bounded.h through the dynamic linker. So a client
+ * can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double in
+ * front of it. Beyond them the library uses `memcpy` and `strtoul` of the C library, and what the
+ * compiler inserts by itself, such as the stack protector.
  *
- * Every service may be called from any thread; one file must not be used by two threads at once.
+ * This page is the contract that every adapter keeps. What the default adapter promises beyond it
+ * is marked *Default adapter*.
+ *
+ * Every service may be called from any thread. Two threads must not use one file at once.
  */
 #ifndef WYX_OS_ADAPTER_H
 #define WYX_OS_ADAPTER_H
@@ -17,15 +20,15 @@
 WYX_C_BEGIN
 
 /** @name Memory
- * Each call names its own source line and file, so that an adapter can account every block to the
- * line that allocated or released it. @{ */
+ * Each caller passes its own source line and file, so that an adapter can account every block to
+ * the line that allocated or released it. @{ */
 
 /**
  * @brief Allocates a block whose content is undefined.
  *
  * @param[in] ulSize   size in bytes; 0 counts as 1
  * @param[in] ulLine   the caller's source line
- * @param[in] pszFile  the caller's source file; must stay valid as long as the block lives
+ * @param[in] pszFile  the caller's source file; must stay valid until the block is released
  * @return the block, aligned for every type, handed over: release it with XELP_MemFreeD() or
  *         XELP_MemFreeSetNullD(); null if there is no memory.
  */
@@ -37,7 +40,7 @@ WYX_API void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CH
  * @param[in] ulSize      size in bytes; 0 counts as 1
  * @param[in] ulReserved  0
  * @param[in] ulLine      the caller's source line
- * @param[in] pszFile     the caller's source file; must stay valid as long as the block lives
+ * @param[in] pszFile     the caller's source file; must stay valid until the block is released
  * @return as XELP_MemMallocD().
  */
 WYX_API void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLine,
@@ -68,11 +71,16 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
 /**
  * @brief Opens a file.
  *
- * *Default adapter*: the descriptor is close-on-exec; errno tells why a call failed, here and for
- * the other calls. Directories and other modes than the two are refused. For reading, a regular
- * file is read whole at once and its descriptor released; one that cannot be read to its end is
- * refused, so that a read error never looks like the end of the file. Other kinds are read as they
- * are consumed, and an error ends them. For writing, a symbolic link is not followed.
+ * An adapter must refuse a file that it cannot read to its end. XELP_Fgetc() cannot report an
+ * error, so the library would take the error for the end of the file, and the next save would
+ * write back only what came before it.
+ *
+ * *Default adapter*: descriptors are close-on-exec. errno says why a call failed, here and for the
+ * other calls. Directories and modes other than "r" and "w" are refused. For reading, a regular
+ * file is read whole at once, into as much memory as it has bytes, and its descriptor is closed; a
+ * read error makes this call fail. Pipes and devices are read as they are consumed, and a read
+ * error ends them. Opening a FIFO waits until another process opens its other end. For writing, a
+ * symbolic link is not followed.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -85,37 +93,39 @@ WYX_API XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode
  * @brief Reads the next byte.
  *
  * @param[in] pstruFile  a file open for reading
- * @return the byte as 0 to 255, or -1 at the end of the file. Of the default adapter, the end stays
- *         the end, also of a pipe that finds another writer.
+ * @return the byte as 0 to 255, or -1 at the end of the file. There is no value for an error: see
+ *         XELP_Fopen(). *Default adapter*: after the first -1 every call returns -1 until the
+ *         position moves back, even if a pipe gains another writer.
  */
 WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
 
 /**
  * @brief Moves the position in a file.
  *
- * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes,
- * too. A file for reading moves from its start to its end, a pipe or device only within the part
- * that is held; a file for writing moves as the system lets it.
+ * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes
+ * too. In a file opened for reading the position can move anywhere from its start to its end, in a
+ * pipe or device only within the part that is buffered. In a file opened for writing it can move
+ * wherever the system allows.
  *
  * @param[in] pstruFile  an open file
  * @param[in] lOffset    distance in bytes
  * @param[in] lWhence    from where: 0 the start, 1 the current position, 2 the end
- * @return 0, or another value if the position stays as it was.
+ * @return 0, or another value on failure, which leaves the position as it was.
  */
 WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence);
 
 /**
  * @brief Writes items.
  *
- * *Default adapter*: what is reported as written can no longer be lost to a full disk: the system
- * has it, or space is reserved for it. After an error the file takes no more, and may end in a part
- * of the item that failed.
+ * *Default adapter*: a full disk can no longer take away what was reported as written: the kernel
+ * has it, or blocks are reserved for it. After an error the file accepts nothing more; it may end
+ * in a part of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
  * @param[in] ulCount    number of items
  * @param[in] pstruFile  a file open for writing
- * @return the number of items written whole; fewer than @p ulCount after an error; 0 if @p ulSize
+ * @return the number of items written whole, fewer than @p ulCount after an error; 0 if @p ulSize
  *         or @p ulCount is 0.
  */
 WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
@@ -124,14 +134,14 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
 /**
  * @brief Closes a file.
  *
- * *Default adapter*: a written file is flushed to the device first, and then the directory that
- * holds it. Where that fails, this call fails, and because callers seldom look, so does the same
- * thread's next XELP_Remove() or XELP_Rename(), once, without acting: what it would have removed is
- * then still needed. A file of which XELP_Fwrite() has told a failure is not flushed, and only this
- * call fails. The build option WYX_OS_ADAPTER_FLUSH leaves the device alone here and in
- * XELP_Rename(): a power cut may then cost the last files.
+ * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
+ * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
+ * XELP_Rename() also fails, once, without acting, so that the old file survives. If XELP_Fwrite()
+ * already reported a failure, the file is not flushed, and only this call fails. With the build
+ * option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here and in XELP_Rename(), and a power cut
+ * can destroy the files written last.
  *
- * @param[in] pstruFile  the file, taken whatever the result
+ * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if written data may not have reached the device.
  */
 WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
@@ -139,7 +149,8 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
 /**
  * @brief Removes a file.
  *
- * *Default adapter*: never removes a directory; see XELP_Fclose() for the failure it passes on.
+ * *Default adapter*: never removes a directory. It also reports an earlier failure: see
+ * XELP_Fclose().
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.
@@ -147,11 +158,11 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
 WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 
 /**
- * @brief Gives a file another name, in place of a file that has it.
+ * @brief Renames a file; replaces a file that has the new name.
  *
- * *Default adapter*: the directory is flushed to the device, both of them if they differ. Where
- * that fails, this call fails although the file has its new name, since a power cut may give it
- * back the old one. See XELP_Fclose() for the failure it passes on.
+ * *Default adapter*: flushes the directory to the device, both directories if they differ. If that
+ * fails, this call fails although the file has its new name, because a power cut may bring back
+ * the old one. It also reports an earlier failure: see XELP_Fclose().
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its name from now on, borrowed; on the same file system
@@ -187,7 +198,7 @@ WYX_API QAL_UINT32 XELP_StrLen(const QAL_CHAR *pszStr);
  *
  * @param[in] pszStr  the string
  * @param[in] lChar   the byte; 0 finds the string's own terminator
- * @return where it stands, or null.
+ * @return a pointer to it, or null if there is none.
  */
 WYX_API QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
 
@@ -196,16 +207,16 @@ WYX_API QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
  *
  * @param[in] pszStr  the string
  * @param[in] lChar   the byte; 0 finds the string's own terminator
- * @return where it stands, or null.
+ * @return a pointer to it, or null if there is none.
  */
 WYX_API QAL_CHAR *XELP_StrrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
 
 /**
  * @brief First occurrence of a string in another.
  *
- * @param[in] pszStr  the string that is searched
- * @param[in] pszSub  the string that is looked for; an empty one is found at the start
- * @return where it starts, or null.
+ * @param[in] pszStr  the string to search
+ * @param[in] pszSub  the string to find; an empty one is found at the start
+ * @return a pointer to its first byte, or null if there is none.
  */
 WYX_API QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub);
 

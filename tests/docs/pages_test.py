@@ -33,7 +33,7 @@ class Headers(unittest.TestCase):
         copy = next(c for c in self.declared["bounded.h"].calls if c.name == "wyx_memcpy_s")
         self.assertEqual([("out", "pDest"), ("in", "ulDestMax"), ("in", "pSrc"), ("in", "ulCount")],
                          [param[:2] for param in copy.params])
-        self.assertEqual("where to; untouched on failure", copy.params[0][2])
+        self.assertEqual("the destination; untouched on failure", copy.params[0][2])
 
     def test_a_status_is_returned_by_some_call_unless_it_says_otherwise(self):
         for header in self.declared.values():

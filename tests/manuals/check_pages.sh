@@ -28,7 +28,8 @@ complete)
         "$source_folder"/platform/{os_adapter,bounded}.h; do
         stem=$(basename "$header" .h)
         case $stem in
-        commlib) continue ;; # which only includes the others
+        commlib) continue ;;     # which only includes the others
+        status_text) continue ;; # which has no exports
         types) stem=commlib ;;
         esac
         page=$man/man3/wyx_$stem.3
