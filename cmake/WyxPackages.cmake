@@ -1,5 +1,5 @@
-# Packages for Debian: of the libraries, for building with them, of their debug information, and of
-# the tool. scripts/package.sh makes them, and the archive of the sources.
+# Packages for Debian: of the libraries, for building with them, of the tool, and of the debug
+# information of libraries and tool. scripts/package.sh makes them, and the archive of the sources.
 include_guard(GLOBAL)
 
 set(WYX_PACKAGE_CONTACT "libwyx_commlib maintainers <libwyx_commlib@packages.invalid>" CACHE STRING
@@ -12,7 +12,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL runtime development debug)
 if(TARGET wyx)
-    list(APPEND CPACK_COMPONENTS_ALL tool)
+    list(APPEND CPACK_COMPONENTS_ALL tool tool_debug)
 endif()
 # Folders are the same whatever the umask.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -66,11 +66,19 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
 Sums of files and their verification, looking into INI files and changing\n\
 them without losing a byte of the rest, and what addresses mean.")
 
+install(DIRECTORY DESTINATION "lib/debug/.build-id" COMPONENT tool_debug EXCLUDE_FROM_ALL)
+set(CPACK_DEBIAN_TOOL_DEBUG_PACKAGE_NAME wyx-dbgsym)
+set(CPACK_DEBIAN_TOOL_DEBUG_PACKAGE_SECTION debug)
+set(CPACK_DEBIAN_TOOL_DEBUG_PACKAGE_DEPENDS "wyx ${same_version}")
+set(CPACK_COMPONENT_TOOL_DEBUG_DESCRIPTION
+    "debug symbols for wyx\n\
+What debuggers and profilers need to tell lines and names.")
+
 # What every package of Debian has besides what is installed.
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake")
 set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES
-    "runtime=${library};development=libwyx-commlib-dev;debug=${library}-dbgsym;tool=wyx")
+    "runtime=${library};development=libwyx-commlib-dev;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
 
 set(CPACK_SOURCE_GENERATOR TXZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as the script names it

@@ -46,7 +46,9 @@ function(wyx_shared_library target)
         # Calls inside the library stay inside it. Data is left out on purpose: an executable that
         # uses an exported object may hold the only copy of it.
         LINKER:-Bsymbolic-functions
-        LINKER:--as-needed LINKER:--gc-sections LINKER:--build-id
+        LINKER:--as-needed LINKER:--gc-sections
+        # Without a kind, lld makes an id of 8 bytes, which Android's debugger does not know.
+        LINKER:--build-id=sha1
         LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
         # Devices with 16 KiB pages load only what is aligned for them.

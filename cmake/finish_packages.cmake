@@ -9,31 +9,31 @@ function(run)
     execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# split(<library>): moves its debug information to the package of that, under its build-id
-function(split library)
-    execute_process(COMMAND "${CMAKE_COMMAND}" -E env LC_ALL=C readelf --notes "${library}"
+# split(<file> <component>): moves the debug information of a library or program to the component's
+# package, under the file's build-id
+function(split binary component)
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env LC_ALL=C readelf --notes "${binary}"
         OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
     if(NOT notes MATCHES "Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)")
-        message(FATAL_ERROR "${library} has no build-id")
+        message(FATAL_ERROR "${binary} has no build-id")
     endif()
-    set(folder "${CPACK_TEMPORARY_DIRECTORY}/debug/usr/lib/debug/.build-id/${CMAKE_MATCH_1}")
+    set(folder "${CPACK_TEMPORARY_DIRECTORY}/${component}/usr/lib/debug/.build-id/${CMAKE_MATCH_1}")
     set(file "${folder}/${CMAKE_MATCH_2}.debug")
     file(MAKE_DIRECTORY "${folder}")
-    run(objcopy --only-keep-debug --compress-debug-sections "${library}" "${file}")
+    run(objcopy --only-keep-debug --compress-debug-sections "${binary}" "${file}")
     run(chmod 644 "${file}")
-    run(strip --strip-unneeded --remove-section=.comment "${library}")
+    run(strip --strip-unneeded --remove-section=.comment "${binary}")
 endfunction()
 
 file(GLOB libraries "${CPACK_TEMPORARY_DIRECTORY}/runtime/usr/lib*/*.so.*"
     "${CPACK_TEMPORARY_DIRECTORY}/runtime/usr/lib/*/*.so.*")
 foreach(library IN LISTS libraries)
     if(NOT IS_SYMLINK "${library}")
-        split("${library}")
+        split("${library}" debug)
     endif()
 endforeach()
 if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx")
-    run(strip --strip-unneeded --remove-section=.comment
-        "${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx")
+    split("${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx" tool_debug)
 endif()
 
 if(DEFINED ENV{SOURCE_DATE_EPOCH})

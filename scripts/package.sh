@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
 #
-# Debian packages of the libraries, for building with them, of their debug information and of the tool
-# (not with WYX_BUILD_TOOL=OFF), and libwyx_commlib-VERSION.tar.xz. FOLDER takes the place of
+# Debian packages of the libraries, for building with them, of the tool (not with WYX_BUILD_TOOL=OFF)
+# and of the debug information of both, and libwyx_commlib-VERSION.tar.xz. FOLDER takes the place of
 # build/packages. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH, by default
 # the time of the last commit. Installs what is missing (Debian).
 set -euo pipefail

@@ -205,6 +205,18 @@ TEST_P(LibraryAbi, NeedsOnlyWhatItStandsOn)
     EXPECT_EQ(needed, library.needed);
 }
 
+// Debuggers and stores of symbols find the debug information by it; Android's knows no shorter one.
+TEST_P(LibraryAbi, HasABuildIdOfTwentyBytes)
+{
+    std::size_t size = 0;
+    for (const Section &section : elf.Sections()) {
+        if (section.name == ".note.gnu.build-id") {
+            size = section.header.sh_size;
+        }
+    }
+    EXPECT_EQ(size, sizeof(Elf64_Nhdr) + sizeof "GNU" + 20);
+}
+
 TEST_P(LibraryAbi, LooksForLibrariesOnlyBesideItself)
 {
     EXPECT_EQ(elf.DynamicStrings(DT_RPATH), std::vector<std::string>{});

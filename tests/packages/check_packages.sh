@@ -26,12 +26,12 @@ mkdir -p "$work"
 WYX_BUILD_TOOL=OFF "$source_folder/scripts/package.sh" "$packages"
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' "$source_folder/CMakeLists.txt")
 major=${version%%.*}
-(cd "$build" && cpack -G DEB -D CPACK_COMPONENTS_ALL=tool -B "$work/tool" >"$work/log" 2>&1) ||
+(cd "$build" && cpack -G DEB -D "CPACK_COMPONENTS_ALL=tool;tool_debug" -B "$work/tool" >"$work/log" 2>&1) ||
     { cat "$work/log"; exit 1; }
 mv "$work"/tool/*.deb "$packages"
 
 architecture=$(dpkg --print-architecture)
-expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev wyx"
+expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev wyx wyx-dbgsym"
 root=$work/root
 for name in $expected; do
     package=$packages/${name}_$version-1_$architecture.deb
@@ -40,7 +40,8 @@ for name in $expected; do
     field() { dpkg-deb -f "$package" "$1"; }
     [[ $(field Package) == "$name" ]] || fail "$name calls itself $(field Package)"
     [[ $(field Version) == "$version-1" ]] || fail "$name has the version $(field Version)"
-    [[ $(field Depends) == *"libwyx-commlib$major (= $version-1)"* || $name == "libwyx-commlib$major" ]] ||
+    [[ $(field Depends) == *"libwyx-commlib$major (= $version-1)"* || $name == "libwyx-commlib$major" ||
+        $(field Depends) == "wyx (= $version-1)" ]] ||
         fail "$name depends on $(field Depends)"
     ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
     # All files are root's, readable for everybody, writable for nobody else, and of the given time.
@@ -59,19 +60,27 @@ if grep -rqaF -e "$source_folder" -e "$work" "$root"; then
     fail "names a folder of the build: $(grep -rlaF -e "$source_folder" -e "$work" "$root")"
 fi
 
-# The libraries: stripped, found by build-id, without a path to one another.
+# The libraries have no path to one another; libraries and tool are stripped, and their debug
+# information is found by build-id.
 libdir=$(dirname "$(find "$root" -name libwyx_commlib.so)")
 for library in libwyx_commlib libwyx_os_adapter; do
     file=$libdir/$library.so.$version
     [[ $(readlink "$libdir/$library.so") == "$library.so.$major" ]] || fail "$library.so leads astray"
     [[ $(readlink "$libdir/$library.so.$major") == "$library.so.$version" ]] ||
         fail "$library.so.$major leads astray"
-    [[ $(readelf -SW "$file") != *.debug_info* ]] || fail "$library has its debug information"
     [[ $(readelf -d "$file") != *RUNPATH* ]] || fail "$library has a path"
+done
+for file in "$libdir"/libwyx_{commlib,os_adapter}.so."$version" "$root/usr/bin/wyx"; do
+    name=$(basename "$file")
+    [[ $(readelf -SW "$file") != *.debug_info* ]] || fail "$name has its debug information"
     id=$(LC_ALL=C readelf -n "$file" | sed -n 's/.*Build ID: //p')
+    ((${#id} == 40)) || fail "$name: a build-id of $((${#id} / 2)) bytes"
     debug=$root/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
     [[ -e $debug && $(readelf -SW "$debug") == *.debug_info* ]] ||
-        fail "$library: no debug information for the build-id $id"
+        fail "$name: no debug information for the build-id $id"
+    # It leads to lines of the project's own sources, as a report of a crash needs them.
+    (($(readelf --debug-dump=decodedline "$debug" 2>/dev/null | grep -c '\.cpp') > 0)) ||
+        fail "$name: no lines of its sources"
 done
 
 # Programs in C and C++, by pkg-config and by CMake, as after an installation.
