@@ -25,10 +25,8 @@
 #ifndef WYX_COMMLIB_TYPES_H
 #define WYX_COMMLIB_TYPES_H
 
-#if defined(__SIZEOF_LONG__) && defined(__SIZEOF_POINTER__) && defined(__BYTE_ORDER__)
-#if __SIZEOF_LONG__ != 8 || __SIZEOF_POINTER__ != 8 || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
-#error "libwyx_commlib needs a little-endian target with 64-bit pointers and a 64-bit long"
-#endif
+#if !defined(__LP64__) || !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "wyx_commlib is for 64-bit little-endian systems only (on Android: arm64-v8a and x86_64)"
 #endif
 
 #if defined(__cplusplus)

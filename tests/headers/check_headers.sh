@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compiles every public header alone, and together with its own second inclusion, in each standard of
-# C and C++ that users have, and types.h for targets that it refuses:
+# C and C++ that users have:
 #
 #     check_headers.sh C_COMPILER CXX_COMPILER SOURCE_FOLDER WORK_FOLDER
 #
@@ -45,14 +45,4 @@ for standard in c99 c11 c17 c++11 c++14 c++17 c++20; do
     fi
 done
 echo "${#headers[@]} headers, $checked standards of 7 without a warning"
-
-# A target with a 32-bit long is refused by the base types, in one sentence.
-for option in -m32 -mx32; do
-    printf '' | "${compiler[c]}" "$option" -x c -fsyntax-only - 2>/dev/null || continue
-    if said=$("${compiler[c]}" "$option" -fsyntax-only -nostdinc "$work/types_once.c" 2>&1) ||
-        [[ $said != *"needs a little-endian target with 64-bit pointers"* ]]; then
-        echo "$option: types.h does not refuse it: $said"
-        failed=1
-    fi
-done
 exit $failed
