@@ -50,8 +50,8 @@ function(wyx_shared_library target)
         # Without a kind, lld makes an id of 8 bytes, which Android's debugger does not know.
         LINKER:--build-id=sha1
         LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
-    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-        # Devices with 16 KiB pages load only what is aligned for them.
+    if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+        # Devices with 16 KiB pages load only what is aligned for them, emulated ones as well.
         target_link_options(${target} PRIVATE
             LINKER:-z,max-page-size=16384 LINKER:-z,common-page-size=16384)
     endif()
