@@ -34,10 +34,21 @@ install(FILES ${platform_headers}
 
 install(EXPORT wyx_commlib NAMESPACE wyx:: FILE wyx_commlib-targets.cmake
     DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT development)
+# The archives, for who asks for them: find_package(wyx_commlib COMPONENTS static).
+set(archives wyx_commlib_static)
+set_target_properties(wyx_commlib_static PROPERTIES EXPORT_NAME commlib_static)
+if(TARGET wyx_os_adapter_static)
+    list(APPEND archives wyx_os_adapter_static)
+    set_target_properties(wyx_os_adapter_static PROPERTIES EXPORT_NAME os_adapter_static)
+endif()
+install(TARGETS ${archives} EXPORT wyx_commlib_static
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT static)
+install(EXPORT wyx_commlib_static NAMESPACE wyx:: FILE wyx_commlib-static-targets.cmake
+    DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT static)
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/wyx_commlib-config.cmake.in"
     "${PROJECT_BINARY_DIR}/wyx_commlib-config.cmake"
     INSTALL_DESTINATION "${WYX_INSTALL_CMAKEDIR}"
-    NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+    NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/wyx_commlib-config-version.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES

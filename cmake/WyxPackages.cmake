@@ -10,7 +10,7 @@ set(CPACK_PACKAGE_VENDOR "libwyx_commlib")
 set(CPACK_PACKAGE_CONTACT "${WYX_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_GENERATOR DEB)
-set(CPACK_COMPONENTS_ALL runtime development debug)
+set(CPACK_COMPONENTS_ALL runtime development static debug)
 if(TARGET wyx)
     list(APPEND CPACK_COMPONENTS_ALL tool tool_debug)
 endif()
@@ -56,6 +56,13 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 What is needed for building programs with libwyx_commlib: headers, files for\n\
 CMake and pkg-config, and the manual pages of the calls.")
 
+set(CPACK_DEBIAN_STATIC_PACKAGE_NAME libwyx-commlib-static)
+set(CPACK_DEBIAN_STATIC_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_STATIC_PACKAGE_DEPENDS "libwyx-commlib-dev ${same_version}")
+set(CPACK_COMPONENT_STATIC_DESCRIPTION
+    "checksums, containers, INI files, addresses and Base64 for C (archives)\n\
+The library and its default platform adapter for linking into a program.")
+
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME wyx)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
@@ -78,7 +85,7 @@ What debuggers and profilers need to tell lines and names.")
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake")
 set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES
-    "runtime=${library};development=libwyx-commlib-dev;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
+    "runtime=${library};development=libwyx-commlib-dev;static=libwyx-commlib-static;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
 
 set(CPACK_SOURCE_GENERATOR TXZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as the script names it

@@ -68,3 +68,16 @@ function(wyx_shared_library target)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()
 endfunction()
+
+# wyx_static_library(<target>): the same objects as an archive, <target>_static, for who links all of
+# it into one file. In another project's build it is made only if something links it.
+function(wyx_static_library target)
+    add_library(${target}_static STATIC $<TARGET_OBJECTS:${target}>)
+    set_target_properties(${target}_static PROPERTIES
+        OUTPUT_NAME ${target}
+        ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib"
+        LINKER_LANGUAGE C) # who links it needs no C++ compiler
+    if(NOT WYX_INSTALL)
+        set_target_properties(${target}_static PROPERTIES EXCLUDE_FROM_ALL ON)
+    endif()
+endfunction()

@@ -1,5 +1,5 @@
-# Builds and runs the consumer in one of the three ways, or runs the installed tool. Run as a script
-# by CTest.
+# Builds and runs the consumer in one of its ways, or runs the installed tool. Run as a script by
+# CTest.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -7,10 +7,14 @@ function(run)
 endfunction()
 
 set(consumer "${CMAKE_CURRENT_LIST_DIR}/consumer")
+set(project "${consumer}")
+if(WAY MATCHES "^static")
+    set(project "${CMAKE_CURRENT_LIST_DIR}/static_consumer")
+endif()
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(MAKE_DIRECTORY "${WORK_DIR}/run")
 
-if(WAY STREQUAL subdirectory)
+if(WAY MATCHES "subdirectory$")
     set(arguments -D "WYX_SOURCE_DIR=${SOURCE_DIR}")
 else()
     # Nothing may depend on where the tree was installed first.
@@ -22,9 +26,33 @@ else()
     endif()
     run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first"
         --component ${component})
-    file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/moved")
     set(arguments -D "CMAKE_PREFIX_PATH=${WORK_DIR}/moved")
+    if(WAY MATCHES "^static")
+        # Who asks for the archives where they are not installed is refused.
+        execute_process(COMMAND ${CMAKE_COMMAND} -S "${project}" -B "${WORK_DIR}/without"
+                -G "${GENERATOR}" -D "CMAKE_C_COMPILER=${C_COMPILER}"
+                -D "CMAKE_PREFIX_PATH=${WORK_DIR}/first"
+            RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE message)
+        if(rc EQUAL 0 OR NOT message MATCHES "component static is not installed")
+            message(FATAL_ERROR "the archives are missing, and that is not said: ${message}")
+        endif()
+        run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first"
+            --component static)
+    endif()
+    file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/moved")
 endif()
+
+# check_static(<program>): it needs none of the shared libraries, and exports nothing of them
+function(check_static program)
+    execute_process(COMMAND readelf -W -d --dyn-syms "${program}" OUTPUT_VARIABLE dynamic
+        COMMAND_ERROR_IS_FATAL ANY)
+    if(dynamic MATCHES "XELP_[A-Za-z_0-9]+")
+        message(FATAL_ERROR "${program} exports or needs ${CMAKE_MATCH_0}")
+    endif()
+    if(dynamic MATCHES "libwyx_|libstdc|libc\\+\\+")
+        message(FATAL_ERROR "${program} needs a shared library: ${dynamic}")
+    endif()
+endfunction()
 
 if(WAY STREQUAL tool)
     unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries by its own place
@@ -34,13 +62,23 @@ if(WAY STREQUAL tool)
             message(FATAL_ERROR "share/${file} is not installed")
         endif()
     endforeach()
-elseif(WAY STREQUAL pkg_config)
+elseif(WAY MATCHES "pkg_config$")
     set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/moved/${PKGCONFIGDIR}")
-    execute_process(COMMAND pkg-config --cflags --libs wyx_commlib
+    set(languages c cpp)
+    set(static "")
+    if(WAY MATCHES "^static")
+        set(static --static)
+        set(languages c)
+    endif()
+    execute_process(COMMAND pkg-config ${static} --cflags --libs wyx_commlib
         OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     separate_arguments(flags UNIX_COMMAND "${flags}")
-    set(ENV{LD_LIBRARY_PATH} "${WORK_DIR}/moved/${LIBDIR}")
-    foreach(language c cpp)
+    if(static)
+        list(APPEND flags -static)
+    else()
+        set(ENV{LD_LIBRARY_PATH} "${WORK_DIR}/moved/${LIBDIR}")
+    endif()
+    foreach(language IN LISTS languages)
         set(compiler "${C_COMPILER}")
         if(language STREQUAL cpp)
             set(compiler "${CXX_COMPILER}")
@@ -50,9 +88,21 @@ elseif(WAY STREQUAL pkg_config)
         execute_process(COMMAND "${WORK_DIR}/run/consumer_${language}"
             WORKING_DIRECTORY "${WORK_DIR}/run" COMMAND_ERROR_IS_FATAL ANY)
     endforeach()
+    if(static)
+        check_static("${WORK_DIR}/run/consumer_c")
+    endif()
 else()
-    run(${CMAKE_COMMAND} -S "${consumer}" -B "${WORK_DIR}/build" -G "${GENERATOR}"
-        -D "CMAKE_C_COMPILER=${C_COMPILER}" -D "CMAKE_CXX_COMPILER=${CXX_COMPILER}" ${arguments})
+    execute_process(COMMAND ${CMAKE_COMMAND} -S "${project}" -B "${WORK_DIR}/build"
+            -G "${GENERATOR}" -D "CMAKE_C_COMPILER=${C_COMPILER}"
+            -D "CMAKE_CXX_COMPILER=${CXX_COMPILER}" ${arguments}
+        ERROR_VARIABLE messages ECHO_ERROR_VARIABLE COMMAND_ERROR_IS_FATAL ANY)
+    if(WAY STREQUAL static_subdirectory AND NOT messages MATCHES "link wyx::commlib_static")
+        message(FATAL_ERROR "BUILD_SHARED_LIBS=OFF was ignored in silence")
+    endif()
     run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
     run(${CMAKE_CTEST_COMMAND} --test-dir "${WORK_DIR}/build" --no-tests=error --output-on-failure)
+    if(WAY MATCHES "^static")
+        check_static("${WORK_DIR}/build/consumer_c")
+        check_static("${WORK_DIR}/build/libapp.so")
+    endif()
 endif()

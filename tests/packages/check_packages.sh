@@ -31,7 +31,8 @@ major=${version%%.*}
 mv "$work"/tool/*.deb "$packages"
 
 architecture=$(dpkg --print-architecture)
-expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev wyx wyx-dbgsym"
+expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev libwyx-commlib-static
+    wyx wyx-dbgsym"
 root=$work/root
 for name in $expected; do
     package=$packages/${name}_$version-1_$architecture.deb
@@ -41,7 +42,8 @@ for name in $expected; do
     [[ $(field Package) == "$name" ]] || fail "$name calls itself $(field Package)"
     [[ $(field Version) == "$version-1" ]] || fail "$name has the version $(field Version)"
     [[ $(field Depends) == *"libwyx-commlib$major (= $version-1)"* || $name == "libwyx-commlib$major" ||
-        $(field Depends) == "wyx (= $version-1)" ]] ||
+        $(field Depends) == "wyx (= $version-1)" ||
+        $(field Depends) == "libwyx-commlib-dev (= $version-1)" ]] ||
         fail "$name depends on $(field Depends)"
     ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
     # All files are root's, readable for everybody, writable for nobody else, and of the given time.
@@ -92,7 +94,13 @@ if command -v pkg-config >/dev/null; then
     "${CC:-cc}" "$source_folder/tests/install/consumer/consumer.c" -o "$work/run/consumer" \
         "${flags[@]}" -Wl,-rpath-link,"$libdir" && (cd "$work/run" && ./consumer) ||
         fail "a program in C"
+    read -ra flags < <(pkg-config --static --cflags --libs wyx_commlib)
+    "${CC:-cc}" -static "$source_folder/tests/install/consumer/consumer.c" \
+        -o "$work/run/consumer_static" "${flags[@]}" &&
+        (cd "$work/run" && LD_LIBRARY_PATH='' ./consumer_static) || fail "a static program in C"
 fi
+[[ $(readelf -SW "$libdir/libwyx_commlib.a") != *.debug_info* ]] ||
+    fail "the archive has debug information"
 cmake -S "$source_folder/tests/install/consumer" -B "$work/consumer" -G Ninja \
     -D CMAKE_PREFIX_PATH="$root/usr" >"$work/log" 2>&1 &&
     cmake --build "$work/consumer" >>"$work/log" 2>&1 &&
