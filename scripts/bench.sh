@@ -4,12 +4,15 @@
 #
 # DIR (default: build/bench) takes the two build trees and the results: bench.json, and bench.html, a
 # page with charts of them, which docs/benchmarks.md explains. Arguments go to every program, such as
-# --only CRC or --rounds 51; WYX_BENCH_PROGRAMS="crc md5" runs just those.
+# --only CRC or --rounds 51; --rounds 1 sees only whether everything works and all contenders agree.
+# WYX_BENCH_PROGRAMS="crc md5" runs just those, WYX_BENCH_LEVELS=baseline one of the builds.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 dir=${1:-$root/build/bench}
 shift || true
+read -ra levels <<<"${WYX_BENCH_LEVELS:-baseline best}"
+mkdir -p "$dir"
 
 peers=(
     zlib1g-dev libdeflate-dev libisal-dev # crc
@@ -21,17 +24,16 @@ bash "$root/scripts/install_packages.sh" g++ cmake ninja-build python3 "${peers[
 
 declare -A cpu=([baseline]=baseline [best]=native)
 results=()
-for level in baseline best; do
+for level in "${levels[@]}"; do
     tree=$dir/$level
     cmake -S "$root" -B "$tree" -G Ninja -DCMAKE_BUILD_TYPE=Release \
         -DWYX_CPU_LEVEL="${cpu[$level]}" -DWYX_BUILD_BENCH=ON \
-        -DWYX_OS_ADAPTER_FLUSH=OFF \
-        -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >"$dir-$level.log"
-    cmake --build "$tree" --target compare >>"$dir-$level.log" ||
-        { cat "$dir-$level.log" >&2; exit 1; }
+        -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >"$dir/$level.log"
+    cmake --build "$tree" --target compare >>"$dir/$level.log" ||
+        { cat "$dir/$level.log" >&2; exit 1; }
 done
-for program in ${WYX_BENCH_PROGRAMS:-$(cd "$dir/baseline/bench/compare" && ls -- *_compare)}; do
-    for level in baseline best; do
+for program in ${WYX_BENCH_PROGRAMS:-$(cd "$dir/${levels[0]}/bench/compare" && ls -- *_compare)}; do
+    for level in "${levels[@]}"; do
         result=$dir/$level-${program%_compare}.json
         "$dir/$level/bench/compare/${program%_compare}_compare" \
             --level "$level" --json "$result" "$@"

@@ -2,6 +2,7 @@
 // branch predictor learns by heart, or of 32,768, which it does not.
 #include <arpa/inet.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -77,12 +78,14 @@ void AddSets(Report &report, std::size_t count, Target ipv4, Target withPort, Ta
     }
     const std::string name = std::to_string(count) + " addresses";
     const auto byOurs4 = [](const Texts &texts) {
-        return [=] {
+        return [=](auto keep) {
             for (const std::string &text : texts) {
                 QAL_UINT32 ulAddr;
                 QAL_UINT16 uwPort;
-                Keep(XELP_Parse_IPV4(Text(text), &ulAddr, &uwPort));
-                Keep(ulAddr);
+                const QAL_UINT32 ulStatus = XELP_Parse_IPV4(Text(text), &ulAddr, &uwPort);
+                keep(ulStatus, [=] { return ulStatus == 0 || ulStatus == XELP_OK_HAVE_PORT; });
+                keep(ulAddr);
+                keep(uwPort);
             }
         };
     };
@@ -90,11 +93,13 @@ void AddSets(Report &report, std::size_t count, Target ipv4, Target withPort, Ta
         .Ours(byOurs4(four))
         .Peer(
             "inet_pton",
-            [=] {
+            [=](auto keep) {
                 for (const std::string &text : four) {
                     in_addr address;
-                    Keep(inet_pton(AF_INET, text.c_str(), &address));
-                    Keep(address);
+                    const int iStatus = inet_pton(AF_INET, text.c_str(), &address);
+                    keep(iStatus, [=] { return iStatus == 1; });
+                    keep(address, [=] { return ntohl(address.s_addr); });
+                    keep(0); // no port
                 }
             },
             ipv4);
@@ -102,31 +107,34 @@ void AddSets(Report &report, std::size_t count, Target ipv4, Target withPort, Ta
         .Ours(byOurs4(ports))
         .Peer(
             "split, inet_pton, strtoul",
-            [=] {
+            [=](auto keep) {
                 for (const std::string &text : ports) {
                     in_addr address;
                     unsigned uPort;
-                    Keep(SplitAndParse(text, address, uPort));
-                    Keep(address);
+                    keep(SplitAndParse(text, address, uPort));
+                    keep(address, [=] { return ntohl(address.s_addr); });
+                    keep(uPort);
                 }
             },
             withPort);
     report.Add("IPv6", name)
-        .Ours([=] {
+        .Ours([=](auto keep) {
             for (const std::string &text : six) {
-                QAL_UINT8 aucAddr[16];
+                std::array<QAL_UINT8, 16> address;
                 QAL_UINT16 uwPort;
-                Keep(XELP_Parse_IPV6(Text(text), aucAddr, &uwPort));
-                Keep(aucAddr);
+                const QAL_UINT32 ulStatus = XELP_Parse_IPV6(Text(text), address.data(), &uwPort);
+                keep(ulStatus, [=] { return ulStatus == 0; });
+                keep(address);
             }
         })
         .Peer(
             "inet_pton",
-            [=] {
+            [=](auto keep) {
                 for (const std::string &text : six) {
-                    in6_addr address;
-                    Keep(inet_pton(AF_INET6, text.c_str(), &address));
-                    Keep(address);
+                    std::array<QAL_UINT8, 16> address;
+                    const int iStatus = inet_pton(AF_INET6, text.c_str(), address.data());
+                    keep(iStatus, [=] { return iStatus == 1; });
+                    keep(address);
                 }
             },
             ipv6);
@@ -138,7 +146,9 @@ void AddSets(Report &report, std::size_t count, Target ipv4, Target withPort, Ta
 int main(int argc, char **argv)
 {
     wyx::bench::Report report(argc, argv);
-    wyx::bench::AddSets(report, 4096, {1.2, {}}, {}, {});
+    // inet_pton() takes 13 or 26 ns for one of the 4,096, as the branch predictor has or has not
+    // learnt the set in this process.
+    wyx::bench::AddSets(report, 4096, {{}, {}, false}, {}, {});
     wyx::bench::AddSets(report, 32768, {1.8, {}}, {1.6, {}}, {2.8, {}});
     return report.Run();
 }

@@ -2,6 +2,7 @@
 #include <glib.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -51,18 +52,31 @@ std::string InLines(const std::string &text)
     return lines;
 }
 
-void DecodeByOurs(const std::string &text)
+/// Takes a result of so many bytes.
+template <typename Keeper, typename Size>
+void KeepBytes(const Keeper &keep, const void *pBytes, Size size)
+{
+    keep(size, [=] {
+        return std::string(static_cast<const char *>(pBytes), static_cast<std::size_t>(size));
+    });
+}
+
+template <typename Keeper>
+void DecodeByOurs(const Keeper &keep, const std::string &text)
 {
     QAL_UINT8 *pucBytes = nullptr;
-    Keep(MOX_BASE64Decode(AsBytes(text), static_cast<QAL_INT32>(text.size()), &pucBytes));
+    const QAL_INT32 lSize =
+        MOX_BASE64Decode(AsBytes(text), static_cast<QAL_INT32>(text.size()), &pucBytes);
+    KeepBytes(keep, pucBytes, lSize);
     MOX_BASE64Free(&pucBytes);
 }
 
-void DecodeByGlib(const std::string &text)
+template <typename Keeper>
+void DecodeByGlib(const Keeper &keep, const std::string &text)
 {
     gsize size = 0;
     guchar *const pBytes = g_base64_decode(text.c_str(), &size);
-    Keep(size);
+    KeepBytes(keep, pBytes, size);
     g_free(pBytes);
 }
 
@@ -79,53 +93,57 @@ void AddSizes(Report &report)
         const auto lText = static_cast<int>(text.size());
 
         report.Add("Base64 encoding", size.pszName, bytes.size())
-            .Ours([=] {
+            .Ours([=](auto keep) {
                 QAL_UINT8 *pucText = nullptr;
-                Keep(MOX_BASE64Encode(AsBytes(bytes), lBytes, &pucText));
+                const QAL_INT32 lSize = MOX_BASE64Encode(AsBytes(bytes), lBytes, &pucText);
+                KeepBytes(keep, pucText, lSize);
                 MOX_BASE64Free(&pucText);
             })
             .Peer(
                 "OpenSSL",
-                [=] {
+                [=](auto keep) {
                     auto *const pucText =
                         static_cast<unsigned char *>(std::malloc(text.size() + 1));
-                    Keep(EVP_EncodeBlock(pucText, AsBytes(bytes), lBytes));
+                    const int iSize = EVP_EncodeBlock(pucText, AsBytes(bytes), lBytes);
+                    KeepBytes(keep, pucText, iSize);
                     std::free(pucText);
                 },
                 size.encode)
             .Peer("GLib",
-                  [=] {
+                  [=](auto keep) {
                       gchar *const pszText = g_base64_encode(AsBytes(bytes), bytes.size());
-                      Keep(pszText);
+                      keep(pszText, [=] { return std::string(pszText); });
                       g_free(pszText);
                   })
-            .Limit("copying", [=] {
+            .Limit("copying", [=](auto keep) {
                 void *const pCopy = std::malloc(text.size() + 1);
                 std::memcpy(pCopy, text.data(), text.size());
-                Keep(pCopy);
+                keep(pCopy);
                 std::free(pCopy);
             });
         report.Add("Base64 decoding", size.pszName, text.size())
-            .Ours([=] { DecodeByOurs(text); })
+            .Ours([=](auto keep) { DecodeByOurs(keep, text); })
             .Peer(
                 "OpenSSL",
-                [=] {
+                [=](auto keep) {
                     auto *const pucBytes = static_cast<unsigned char *>(std::malloc(text.size()));
-                    Keep(EVP_DecodeBlock(pucBytes, AsBytes(text), lText));
+                    // It counts the bytes that padding stands for, too.
+                    const int iSize = EVP_DecodeBlock(pucBytes, AsBytes(text), lText);
+                    KeepBytes(keep, pucBytes, std::min(iSize, lBytes));
                     std::free(pucBytes);
                 },
                 size.decode)
-            .Peer("GLib", [=] { DecodeByGlib(text); })
-            .Limit("copying", [=] {
+            .Peer("GLib", [=](auto keep) { DecodeByGlib(keep, text); })
+            .Limit("copying", [=](auto keep) {
                 void *const pCopy = std::malloc(text.size());
                 std::memcpy(pCopy, text.data(), text.size());
-                Keep(pCopy);
+                keep(pCopy);
                 std::free(pCopy);
             });
         report.Add("Base64 decoding, lines of 76", size.pszName, lines.size())
-            .Ours([=] { DecodeByOurs(lines); })
+            .Ours([=](auto keep) { DecodeByOurs(keep, lines); })
             .Peer(
-                "GLib", [=] { DecodeByGlib(lines); }, size.glib);
+                "GLib", [=](auto keep) { DecodeByGlib(keep, lines); }, size.glib);
     }
 }
 

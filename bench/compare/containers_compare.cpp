@@ -262,7 +262,7 @@ enum class End { kFirst, kLast };
 template <typename List, End add, End take>
 auto FillAndDrain(std::vector<Record> &records)
 {
-    return [&records, list = std::make_shared<List>(records.size())] {
+    return [&records, list = std::make_shared<List>(records.size())](auto keep) {
         for (Record &record : records) {
             if constexpr (add == End::kFirst) {
                 list->Prepend(record);
@@ -272,9 +272,9 @@ auto FillAndDrain(std::vector<Record> &records)
         }
         for (std::size_t i = 0; i < records.size(); ++i) {
             if constexpr (take == End::kFirst) {
-                Keep(list->TakeFirst());
+                keep(list->TakeFirst());
             } else {
-                Keep(list->TakeLast());
+                keep(list->TakeLast());
             }
         }
     };
@@ -293,14 +293,14 @@ std::shared_ptr<List> Filled(std::vector<Record> &records)
 template <typename List>
 auto Walk(std::vector<Record> &records)
 {
-    return [list = Filled<List>(records)] { Keep(list->Sum()); };
+    return [list = Filled<List>(records)](auto keep) { keep(list->Sum()); };
 }
 
 template <typename List>
 auto FindMiddle(std::vector<Record> &records)
 {
-    return [list = Filled<List>(records), ullNumber = records.size() / 2] {
-        Keep(list->Find(ullNumber));
+    return [list = Filled<List>(records), ullNumber = records.size() / 2](auto keep) {
+        keep(list->Find(ullNumber));
     };
 }
 
@@ -467,11 +467,13 @@ struct GlibHash {
     GlibHash(const GlibHash &) = delete;
     ~GlibHash() { g_hash_table_destroy(pTable); }
     void Save(Record &record) { g_hash_table_insert(pTable, g_strdup(record.szKey), &record); }
-    /// The same value again as a result, as ours: looked up, and then removed.
+    /// The value is a result, as ours: with one look-up, after which the key is the caller's.
     void *Remove(char *pszKey)
     {
-        void *const pRecord = g_hash_table_lookup(pTable, pszKey);
-        g_hash_table_remove(pTable, pszKey);
+        gpointer pStolenKey = nullptr;
+        gpointer pRecord = nullptr;
+        g_hash_table_steal_extended(pTable, pszKey, &pStolenKey, &pRecord);
+        g_free(pStolenKey);
         return pRecord;
     }
     void *Query(char *pszKey) { return g_hash_table_lookup(pTable, pszKey); }
@@ -531,12 +533,12 @@ struct StandardHash {
 template <typename Table>
 auto SaveAndRemove(std::vector<Record> &records)
 {
-    return [&records, table = std::make_shared<Table>(records.size())] {
+    return [&records, table = std::make_shared<Table>(records.size())](auto keep) {
         for (Record &record : records) {
             table->Save(record);
         }
         for (Record &record : records) {
-            Keep(table->Remove(record.szKey));
+            keep(table->Remove(record.szKey));
         }
     };
 }
@@ -555,9 +557,9 @@ std::shared_ptr<Table> FilledTable(std::vector<Record> &records)
 template <typename Table>
 auto QueryAll(std::vector<Record> &records, std::vector<Record> &wanted)
 {
-    return [&wanted, table = FilledTable<Table>(records)] {
+    return [&wanted, table = FilledTable<Table>(records)](auto keep) {
         for (Record &record : wanted) {
-            Keep(table->Query(record.szKey));
+            keep(table->Query(record.szKey));
         }
     };
 }
@@ -565,7 +567,7 @@ auto QueryAll(std::vector<Record> &records, std::vector<Record> &wanted)
 template <typename Table>
 auto WalkTable(std::vector<Record> &records)
 {
-    return [table = FilledTable<Table>(records)] { Keep(table->Sum()); };
+    return [table = FilledTable<Table>(records)](auto keep) { keep(table->Sum()); };
 }
 
 void AddTables(Report &report, std::vector<Record> &records, std::vector<Record> &shuffled,

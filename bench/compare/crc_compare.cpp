@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "harness.h"
-#include "limits.h"
+#include "read_all.h"
 #include "wyx_commlib/crc.h"
 
 namespace wyx::bench {
@@ -31,6 +31,15 @@ QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
         ulCrc = puwTable[pucData[i] ^ (ulCrc >> 8)] ^ ((ulCrc << 8) & 0xFFFFU);
     }
     return ulCrc;
+}
+
+/// The others invert the value before and after; begun with this, they compute ours, inverted.
+constexpr QAL_UINT32 kInverted = 0xFFFFFFFF;
+
+template <typename Keeper>
+void KeepInverted(const Keeper &keep, unsigned long uCrc)
+{
+    keep(uCrc, [=] { return static_cast<QAL_UINT32>(~uCrc); });
 }
 
 struct Size {
@@ -60,31 +69,42 @@ void AddSizes(Report &report, const QAL_UINT8 *pucData)
 {
     for (const Size &size : kSizes) {
         const QAL_UINT32 ulBytes = size.ulBytes;
-        const auto ours32 = [=] {
+        const auto ours32 = [=](auto keep) {
             QAL_UINT32 ulCrc;
             XELP_CRC_32(pucData, ulBytes, &ulCrc);
-            Keep(ulCrc);
+            keep(ulCrc);
         };
-        const auto ours16 = [=] {
+        const auto ours16 = [=](auto keep) {
             QAL_UINT16 uwCrc;
             XELP_CRC_16(pucData, ulBytes, &uwCrc);
-            Keep(uwCrc);
+            keep(uwCrc);
         };
-        const auto read = [=] { Keep(ReadAll(pucData, ulBytes)); };
+        const auto read = [=](auto keep) { keep(ReadAll(pucData, ulBytes)); };
         report.Add("CRC-32", size.pszName, ulBytes)
             .Ours(ours32)
             .Peer(
-                "zlib", [=] { Keep(crc32_z(0, pucData, ulBytes)); }, size.zlib)
+                "zlib",
+                [=](auto keep) { KeepInverted(keep, crc32_z(kInverted, pucData, ulBytes)); },
+                size.zlib)
             .Peer(
-                "libdeflate", [=] { Keep(libdeflate_crc32(0, pucData, ulBytes)); }, size.libdeflate)
+                "libdeflate",
+                [=](auto keep) {
+                    KeepInverted(keep, libdeflate_crc32(kInverted, pucData, ulBytes));
+                },
+                size.libdeflate)
             .Peer(
-                "ISA-L", [=] { Keep(crc32_gzip_refl(0, pucData, ulBytes)); }, size.isal)
+                "ISA-L",
+                [=](auto keep) {
+                    KeepInverted(keep, crc32_gzip_refl(kInverted, pucData, ulBytes));
+                },
+                size.isal)
             .Limit("reading", read);
         report.Add("CRC-16", size.pszName, ulBytes)
             .Ours(ours16)
             .Peer(
-                "byte loop", [=] { Keep(Crc16ByteLoop(pucData, ulBytes)); }, size.byteLoop)
-            .Peer("our CRC-32", ours32, size.ourCrc32)
+                "byte loop", [=](auto keep) { keep(Crc16ByteLoop(pucData, ulBytes)); },
+                size.byteLoop)
+            .Other("our CRC-32", ours32, size.ourCrc32)
             .Limit("reading", read);
     }
 }
@@ -93,13 +113,20 @@ void AddSizes(Report &report, const QAL_UINT8 *pucData)
 void AddPieces(Report &report, const QAL_UINT8 *pucData)
 {
     for (const QAL_UINT32 ulBytes : {16U, 64U, 256U}) {
-        QAL_UINT32 ulCrc = 0;
         report.Add("CRC-32 in pieces", std::to_string(ulBytes) + " B", ulBytes)
-            .Ours([=]() mutable { XELP_CRC_Accumulate_32(ulCrc, pucData, ulBytes, &ulCrc); })
+            .Ours([=, ulCrc = QAL_UINT32{0}](auto keep) mutable {
+                XELP_CRC_Accumulate_32(ulCrc, pucData, ulBytes, &ulCrc);
+                keep(ulCrc);
+            })
             .Peer("zlib",
-                  [=, uCrc = uLong{0}]() mutable { uCrc = crc32_z(uCrc, pucData, ulBytes); })
-            .Peer("libdeflate",
-                  [=]() mutable { ulCrc = libdeflate_crc32(ulCrc, pucData, ulBytes); });
+                  [=, uCrc = uLong{kInverted}](auto keep) mutable {
+                      uCrc = crc32_z(uCrc, pucData, ulBytes);
+                      KeepInverted(keep, uCrc);
+                  })
+            .Peer("libdeflate", [=, ulCrc = kInverted](auto keep) mutable {
+                ulCrc = libdeflate_crc32(ulCrc, pucData, ulBytes);
+                KeepInverted(keep, ulCrc);
+            });
     }
 }
 

@@ -160,7 +160,8 @@ Report::Report(int argc, char **argv)
         if (option == "--level") {
             level_ = pszValue;
         } else if (option == "--rounds") {
-            rounds_ = std::max(kMinRounds, static_cast<std::size_t>(std::atoi(pszValue)));
+            rounds_ = static_cast<std::size_t>(std::atoi(pszValue));
+            rounds_ = rounds_ == 1 ? 1 : std::max(kMinRounds, rounds_);
         } else if (option == "--json") {
             json_ = pszValue;
         } else if (option == "--only") {
@@ -183,6 +184,22 @@ Case &Report::Add(const std::string &task, std::string name, std::size_t bytes)
 bool Report::IsWanted(const Task &task, const Case &c) const
 {
     return task.name.find(only_) != std::string::npos || c.name_.find(only_) != std::string::npos;
+}
+
+bool Report::HasSameResults(const Task &task, const Case &c) const
+{
+    bool isSame = true;
+    const std::string expected = c.contenders_[0].result();
+    for (const Contender &contender : c.contenders_) {
+        if (expected.empty() || (contender.result && &contender != &c.contenders_[0] &&
+                                 contender.result() != expected)) {
+            std::fprintf(stderr, "%s, %s: the result of %s is %s\n", task.name.c_str(),
+                         c.name_.c_str(), contender.name.c_str(),
+                         expected.empty() ? "empty" : "another than ours");
+            isSame = false;
+        }
+    }
+    return isSame;
 }
 
 void Report::Time(Case &c) const
@@ -241,7 +258,9 @@ void Report::Print(const Task &task) const
             const Estimate ratio = RatioOf(ours, *it);
             const auto target = level_ == "baseline" ? it->target.baseline : it->target.best;
             std::printf(" %.2f ±%.2f", ratio.median, ratio.spread);
-            if (target) {
+            if (!it->target.isDecidable) {
+                std::printf(" (one run cannot decide)");
+            } else if (target) {
                 std::printf(" [%.2f]%s", *target, ratio.median < *target ? " !" : "");
             }
             std::printf(" |");
@@ -278,6 +297,9 @@ bool Report::WriteJson() const
                 if (target) {
                     out << ", \"target\": " << *target;
                 }
+                if (!contender.target.isDecidable) {
+                    out << ", \"undecidable\": true";
+                }
                 out << "}";
                 pszSeparator = ",\n";
             }
@@ -294,6 +316,20 @@ int Report::Run()
     const auto start = std::chrono::steady_clock::now();
     const double otherWork = MachineSeconds() - OwnSeconds();
     std::printf("# %s, %s, %zu rounds\n", CpuName().c_str(), kCompiler, rounds_);
+    std::size_t wanted = 0;
+    bool isSame = true;
+    for (const Task &task : tasks_) {
+        for (const Case &c : task.cases) {
+            if (IsWanted(task, c)) {
+                ++wanted;
+                isSame = HasSameResults(task, c) && isSame;
+            }
+        }
+    }
+    if (!isSame || (wanted == 0 && only_.empty())) {
+        return 1;
+    }
+    std::printf("%zu cases, in each of which all contenders have the same result\n", wanted);
     for (Task &task : tasks_) {
         bool isAnyWanted = false;
         for (Case &c : task.cases) {

@@ -3,6 +3,8 @@
 // All contenders of a case run in one process and take turns: every round times a batch of each,
 // and a ratio is taken within the round, where both met the same machine. The median of the rounds
 // is what is reported, with half the distance between the quartiles as its spread.
+//
+// Before anything is timed, every contender of a case runs once and must have the same result.
 #ifndef WYX_BENCH_COMPARE_HARNESS_H
 #define WYX_BENCH_COMPARE_HARNESS_H
 
@@ -11,8 +13,10 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -25,10 +29,55 @@ inline void Keep(const T &value)
     asm volatile("" : : "g"(&value) : "memory");
 }
 
+/// Takes the results of an operation that is timed: they count as used.
+struct Timed {
+    template <typename T>
+    void operator()(const T &value) const
+    {
+        Keep(value);
+    }
+    /// Another contender has the same result in another form; @p show, which is not timed, makes
+    /// the common one.
+    template <typename T, typename Show>
+    void operator()(const T &value, const Show & /*show*/) const
+    {
+        Keep(value);
+    }
+};
+
+/// Takes the results of an operation that is checked.
+class Shown {
+  public:
+    explicit Shown(std::string &text) : text_(text) {}
+
+    template <typename T>
+    void operator()(const T &value) const
+    {
+        if constexpr (std::is_convertible_v<T, std::string>) {
+            text_ += value;
+        } else if constexpr (std::is_integral_v<T>) {
+            text_ += std::to_string(value);
+        } else {
+            static_assert(std::has_unique_object_representations_v<T>);
+            text_.append(reinterpret_cast<const char *>(&value), sizeof value);
+        }
+        text_ += ';';
+    }
+    template <typename T, typename Show>
+    void operator()(const T & /*value*/, const Show &show) const
+    {
+        (*this)(show());
+    }
+
+  private:
+    std::string &text_;
+};
+
 /// What the ratio to a peer should reach, in each of the two builds; nothing where none is set.
 struct Target {
     std::optional<double> baseline;
     std::optional<double> best;
+    bool isDecidable = true; ///< false: the peer's speed differs from run to run
 };
 
 /// Nanoseconds that so many repetitions of an operation take.
@@ -38,11 +87,13 @@ struct Contender {
     std::string name;
     const char *pszRole; ///< "ours", "peer" or "limit"
     Batch batch;
+    std::function<std::string()> result; ///< of one repetition; none for other work
     Target target;
     std::vector<double> nsPerRound; ///< for one repetition
 };
 
-/// One size or kind of input. The operations are called as op(), as often as a batch needs.
+/// One size or kind of input. The operations are called as op(keep), as often as a batch needs, and
+/// pass each result to keep.
 class Case {
   public:
     Case(std::string name, std::size_t bytes) : name_(std::move(name)), bytes_(bytes) {}
@@ -50,38 +101,55 @@ class Case {
     template <typename Op>
     Case &Ours(Op op)
     {
-        return Add("ours", "ours", std::move(op), {});
+        return Add("ours", "ours", std::move(op), {}, true);
     }
 
     /// Somebody else's way to do the same work; the ratio says how many times as fast ours is.
     template <typename Op>
     Case &Peer(std::string name, Op op, Target target = {})
     {
-        return Add(std::move(name), "peer", std::move(op), target);
+        return Add(std::move(name), "peer", std::move(op), target, true);
+    }
+
+    /// Other work to compare with, whose result is another.
+    template <typename Op>
+    Case &Other(std::string name, Op op, Target target = {})
+    {
+        return Add(std::move(name), "peer", std::move(op), target, false);
     }
 
     /// What the work cannot do without, such as reading its input once.
     template <typename Op>
     Case &Limit(std::string name, Op op)
     {
-        return Add(std::move(name), "limit", std::move(op), {});
+        return Add(std::move(name), "limit", std::move(op), {}, false);
     }
 
   private:
     friend class Report;
 
     template <typename Op>
-    Case &Add(std::string name, const char *pszRole, Op op, Target target)
+    Case &Add(std::string name, const char *pszRole, Op op, Target target, bool isSameWork)
     {
-        Batch batch = [op = std::move(op)](std::uint64_t ullRepeats) mutable {
+        const auto shared = std::make_shared<Op>(std::move(op));
+        Batch batch = [op = *shared](std::uint64_t ullRepeats) mutable {
             const auto start = std::chrono::steady_clock::now();
             for (std::uint64_t i = 0; i < ullRepeats; ++i) {
-                op();
+                op(Timed());
             }
             const auto end = std::chrono::steady_clock::now();
             return std::chrono::duration<double, std::nano>(end - start).count();
         };
-        contenders_.push_back({std::move(name), pszRole, std::move(batch), target, {}});
+        std::function<std::string()> result;
+        if (isSameWork) {
+            result = [shared] {
+                std::string text;
+                (*shared)(Shown(text));
+                return text;
+            };
+        }
+        contenders_.push_back(
+            {std::move(name), pszRole, std::move(batch), std::move(result), target, {}});
         return *this;
     }
 
@@ -90,8 +158,9 @@ class Case {
     std::vector<Contender> contenders_;
 };
 
-/// The tables of one program. Its arguments: --level baseline|best, --rounds N, --json FILE,
-/// --only TEXT (the cases whose task or name contains it).
+/// The tables of one program. Its arguments: --level baseline|best, --rounds N (at least 15, or 1
+/// to see only whether everything works), --json FILE, --only TEXT (the cases whose task or name
+/// contains it).
 class Report {
   public:
     Report(int argc, char **argv);
@@ -100,7 +169,8 @@ class Report {
     /// to be added is Ours().
     Case &Add(const std::string &task, std::string name, std::size_t bytes = 0);
 
-    /// Times everything, prints one table per task and writes the JSON; the program's exit status.
+    /// Compares all results, times everything, prints one table per task and writes the JSON; the
+    /// program's exit status, 1 where contenders disagree.
     int Run();
 
   private:
@@ -110,6 +180,8 @@ class Report {
     };
 
     bool IsWanted(const Task &task, const Case &c) const;
+    /// Do all contenders of a case have the same result? Says which has not.
+    bool HasSameResults(const Task &task, const Case &c) const;
     void Time(Case &c) const;
     void Print(const Task &task) const;
     bool WriteJson() const;

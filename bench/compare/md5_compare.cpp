@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "harness.h"
-#include "limits.h"
+#include "read_all.h"
 #include "wyx_commlib/md5.h"
 
 namespace wyx::bench {
@@ -31,41 +31,41 @@ void AddSizes(Report &report, const QAL_UINT8 *pucData)
     for (const Size &size : kSizes) {
         const QAL_UINT ulBytes = size.ulBytes;
         report.Add("MD5", size.pszName, ulBytes)
-            .Ours([=] {
+            .Ours([=](auto keep) {
                 std::array<QAL_UINT8, 16> digest;
                 MD5_S_CTX context;
                 XELP_MD5_Init(&context);
                 XELP_MD5_Update(&context, pucData, ulBytes);
                 XELP_MD5_Final(digest.data(), &context);
-                Keep(digest);
+                keep(digest);
             })
             .Peer(
                 "OpenSSL",
-                [=] {
+                [=](auto keep) {
                     std::array<QAL_UINT8, 16> digest;
                     MD5_CTX context;
                     MD5_Init(&context);
                     MD5_Update(&context, pucData, ulBytes);
                     MD5_Final(digest.data(), &context);
-                    Keep(digest);
+                    keep(digest);
                 },
                 size.openssl)
             .Peer("OpenSSL EVP",
-                  [=] {
+                  [=](auto keep) {
                       std::array<QAL_UINT8, 16> digest;
                       EVP_Digest(pucData, ulBytes, digest.data(), nullptr, EVP_md5(), nullptr);
-                      Keep(digest);
+                      keep(digest);
                   })
             .Peer("nettle",
-                  [=] {
+                  [=](auto keep) {
                       std::array<QAL_UINT8, 16> digest;
                       md5_ctx context;
                       md5_init(&context);
                       md5_update(&context, ulBytes, pucData);
                       md5_digest(&context, digest.size(), digest.data());
-                      Keep(digest);
+                      keep(digest);
                   })
-            .Limit("reading", [=] { Keep(ReadAll(pucData, ulBytes)); });
+            .Limit("reading", [=](auto keep) { keep(ReadAll(pucData, ulBytes)); });
     }
 }
 

@@ -194,6 +194,8 @@ def cell_of(point):
     text = f"{number(point['ratio'])} ± {number(point['spread'])}"
     if "target" in point:
         text += f" [{number(point['target'])}]"
+    if "undecidable" in point:
+        text += ", one run cannot decide"
     return f'<span class="missed">{text} missed</span>' if is_missed(point) else text
 
 

@@ -1,6 +1,6 @@
 // What no implementation gets round: the limits that the comparisons are shown beside.
-#ifndef WYX_BENCH_COMPARE_LIMITS_H
-#define WYX_BENCH_COMPARE_LIMITS_H
+#ifndef WYX_BENCH_COMPARE_READ_ALL_H
+#define WYX_BENCH_COMPARE_READ_ALL_H
 
 #include <cstddef>
 #include <cstdint>
