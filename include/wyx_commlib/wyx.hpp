@@ -689,8 +689,8 @@ std::optional<T> read_as(std::string_view text)
         return is_whole ? std::optional<T>(value) : std::nullopt;
     } else if constexpr (std::is_floating_point_v<T>) {
         T value{};
-        const char *const last = text.data() + text.size();
 #if defined(__cpp_lib_to_chars)
+        const char *const last = text.data() + text.size();
         const auto read = std::from_chars(text.data(), last, value);
         return read.ec == std::errc{} && read.ptr == last ? std::optional<T>(value) : std::nullopt;
 #else
