@@ -14,6 +14,7 @@ packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev pkg
 for preset in "$@"; do
     case $preset in
     clang) packages+=(clang) ;;
+    musl) packages+=(clang googletest libc++-dev musl-tools) ;;
     fuzz) packages+=(clang libclang-rt-dev) ;;
     aarch64*) packages+=(g++-aarch64-linux-gnu googletest qemu-user) ;;
     esac
