@@ -70,6 +70,9 @@
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
  * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
+ * No text is cut at 4 GiB: one that does not fit in 32 bits with its terminator cannot be copied, and
+ * fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
+ *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
  * document is for one thread at a time, and a file for one saver at a time: see
@@ -403,7 +406,7 @@ WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * @brief Length of a string.
  *
  * @param[in] para  the string, borrowed, or null
- * @return its length in bytes; 0 for null.
+ * @return its length in bytes as XELP_StrLen() counts it, in 32 bits; 0 for null.
  */
 WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
 
@@ -636,7 +639,8 @@ WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStruc
  *
  * @param[in] pTmpFilePtr  a file open for writing
  * @param[in] strIniLine   the line, borrowed; null writes nothing
- * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written, or
+ *         nothing of a line of 4 GiB or more.
  */
 WYX_API QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine);
 

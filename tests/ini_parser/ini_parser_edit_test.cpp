@@ -412,6 +412,17 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
     }
 }
 
+// A count of 2^32 - 1 lines is the last one: one more is none, for which there would be room.
+TEST_F(IniInsertSectionToIniStruct, FullCountGrows)
+{
+    Document doc({"0"}, 1);
+    doc.ulLineNum = doc.ulTotalLine = 0xFFFFFFFF;
+    EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("a")), kInternal);
+    EXPECT_EQ(FullTrace(), "D 392, free");
+    doc.ulLineNum = doc.ulTotalLine = 1;
+    EXPECT_EQ(Look(doc), Loaded({"0"}, 1));
+}
+
 TEST_F(IniInsertSectionToIniStruct, EveryAllocationFailing)
 {
     Document doc({"0", "1"}, 3);

@@ -11,6 +11,8 @@
 
 namespace wyx::ini {
 
+constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
+
 QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 {
     // Kept: a size that wraps in 32 bits is requested all the same
@@ -20,12 +22,19 @@ QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR 
     if (pBlock == nullptr) {
         return nullptr;
     }
-    if (ullSize > 0xFFFFFFFFU) {
+    if (ullSize > kMaxBlockSize) {
         XELP_MemFreeD(pBlock, ulLine, pszFile);
         return nullptr;
     }
     wyx_memset_s(pBlock, ullSize, 0, ullSize);
     return static_cast<QAL_INT8 **>(pBlock);
+}
+
+QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
+{
+    return ullSize > kMaxBlockSize ? nullptr
+                                   : static_cast<QAL_INT8 *>(XELP_MemMallocD(
+                                         static_cast<QAL_UINT32>(ullSize), ulLine, pszFile));
 }
 
 void FreeSetNull(QAL_INT8 *&psz, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)

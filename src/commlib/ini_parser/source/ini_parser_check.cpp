@@ -9,7 +9,6 @@ using wyx::ini::IsBlank;
 using wyx::ini::IsLineEnd;
 using wyx::ini::IsWhite;
 using wyx::ini::Kind;
-using wyx::ini::kShortestHeader;
 using wyx::ini::LastByte;
 using wyx::ini::Range;
 using wyx::ini::SkipBlanks;
@@ -87,7 +86,7 @@ extern "C" {
 
 QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
 {
-    if (INI_StrLen(strSectionLine) < kShortestHeader || *strSectionLine != '[') {
+    if (strSectionLine == nullptr || *strSectionLine != '[') {
         return XELP_ERR_INI_SECTION;
     }
     const QAL_INT8 *const pszClose = XELP_StrChr(strSectionLine, ']');

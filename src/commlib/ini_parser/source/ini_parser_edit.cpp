@@ -14,9 +14,11 @@ namespace {
 
 using wyx::ini::Block;
 using wyx::ini::Document;
+using wyx::ini::EndOf;
 using wyx::ini::FreeSetNull;
 using wyx::ini::KeyParts;
 using wyx::ini::Kind;
+using wyx::ini::LengthOf;
 
 constexpr QAL_UINT32 kLineSize = 512;
 // The room less the fixed characters of the longest form. Kept: this leaves none for the
@@ -30,7 +32,7 @@ using LineBuffer = QAL_INT8[kLineSize];
 
 QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszComment)
 {
-    if (QAL_UINT64{INI_StrLen(pszName)} + INI_StrLen(pszComment) > kMostSectionText) {
+    if (LengthOf(pszName) + LengthOf(pszComment) > kMostSectionText) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszName == nullptr) {
@@ -47,8 +49,7 @@ QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT
 QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszValue,
                     const QAL_INT8 *pszComment)
 {
-    if (QAL_UINT64{INI_StrLen(pszName)} + INI_StrLen(pszValue) + INI_StrLen(pszComment) >
-        kMostKeyText) {
+    if (LengthOf(pszName) + LengthOf(pszValue) + LengthOf(pszComment) > kMostKeyText) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszName == nullptr) {
@@ -69,7 +70,8 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
 /// Makes sure that a slot behind the last one is there and another stays free.
 QAL_UINT32 MakeRoom(Document &doc)
 {
-    return doc.ulLineNum + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc) : XELP_ERR_INI_OK;
+    return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)
+                                                            : XELP_ERR_INI_OK;
 }
 
 /// Rewrites a key line with another value.
@@ -130,7 +132,7 @@ class Remover {
     {
         const auto name = reinterpret_cast<std::uintptr_t>(pszName);
         const auto line = reinterpret_cast<std::uintptr_t>(pszLine);
-        return name >= line && name - line <= XELP_StrLen(pszLine);
+        return name >= line && name <= reinterpret_cast<std::uintptr_t>(EndOf(pszLine));
     }
 
     Document &doc_;
@@ -251,16 +253,16 @@ QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_I
 QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                     QAL_UINT32 ulLocation, const QAL_INT8 *strIniLine)
 {
-    const QAL_UINT32 ulLen = INI_StrLen(strIniLine);
-    if (ulLen == 0) {
+    const QAL_UINT64 ullLen = LengthOf(strIniLine);
+    if (ullLen == 0) {
         return XELP_ERR_INI_FILE_EMPTY;
     }
     QAL_INT8 *&pszLine = pStructIniLine->pStrLine[ulLocation];
-    pszLine = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, __LINE__, __FILE__));
+    pszLine = wyx::ini::AllocateText(ullLen + 1, __LINE__, __FILE__);
     if (pszLine == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
-    wyx_strcpy_s(pszLine, ulLen, strIniLine);
+    wyx_strcpy_s(pszLine, ullLen, strIniLine);
     pStructIniLine->ulLabel = 1;
     return XELP_ERR_INI_OK;
 }

@@ -6,9 +6,11 @@
 
 namespace wyx::ini {
 
-const QAL_INT8 *LastByte(const QAL_INT8 *psz)
+// The adapter counts in 32 bits. A count that has wrapped leads to a byte before the terminator.
+const QAL_INT8 *EndOf(const QAL_INT8 *psz)
 {
-    return psz + INI_StrLen(psz) - 1;
+    const QAL_INT8 *const pszEnd = psz + INI_StrLen(psz);
+    return *pszEnd == '\0' ? pszEnd : XELP_StrChr(pszEnd, '\0');
 }
 
 Range NameBetween(const QAL_INT8 *pszOpen, const QAL_INT8 *pszClose)
@@ -39,7 +41,6 @@ using wyx::ini::FreeSetNull;
 using wyx::ini::IsBlank;
 using wyx::ini::IsLineEnd;
 using wyx::ini::IsWhite;
-using wyx::ini::kShortestHeader;
 using wyx::ini::LastByte;
 using wyx::ini::Range;
 using wyx::ini::SkipBlanks;
@@ -58,14 +59,14 @@ const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
     return psz;
 }
 
-/// Copies a stretch of a line into a string of its own; null if there is no memory.
+/// Copies a stretch of a line into a string of its own; null if there is no memory for it.
 QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine)
 {
-    const auto ulLen = static_cast<QAL_UINT32>(range.pszLast - range.pszFirst + 1);
-    auto *const pszCopy = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, ulLine, __FILE__));
+    const auto ullLen = static_cast<QAL_UINT64>(range.pszLast - range.pszFirst + 1);
+    QAL_INT8 *const pszCopy = wyx::ini::AllocateText(ullLen + 1, ulLine, __FILE__);
     if (pszCopy != nullptr) {
-        wyx_memcpy_s(pszCopy, ulLen, range.pszFirst, ulLen);
-        pszCopy[ulLen] = '\0';
+        wyx_memcpy_s(pszCopy, ullLen, range.pszFirst, ullLen);
+        pszCopy[ullLen] = '\0';
     }
     return pszCopy;
 }
@@ -145,7 +146,7 @@ QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **commentLine)
     }
     const QAL_INT8 *const pszSemicolon = pszMark + 1;
     if (pszSemicolon[1] == '\0') {
-        *commentLine = static_cast<QAL_INT8 *>(XELP_MemMallocD(1, __LINE__, __FILE__));
+        *commentLine = wyx::ini::AllocateText(1, __LINE__, __FILE__);
         if (*commentLine == nullptr) {
             return XELP_ERR_INI_INTERNAL;
         }

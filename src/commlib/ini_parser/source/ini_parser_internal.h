@@ -9,8 +9,6 @@ namespace wyx::ini {
 
 using Document = XELP_IN_S_INI_FILE_STRUCT;
 
-constexpr QAL_UINT32 kShortestHeader = 3; // two brackets and a name
-
 constexpr bool IsBlank(QAL_INT8 ch)
 {
     return ch == ' ' || ch == '\t';
@@ -44,8 +42,20 @@ inline const QAL_INT8 *TrimWhite(const QAL_INT8 *psz, const QAL_INT8 *pszBegin)
     return psz;
 }
 
+/// The terminator of a text, however long that is.
+const QAL_INT8 *EndOf(const QAL_INT8 *psz);
+
+/// The length of a text; 0 for null.
+inline QAL_UINT64 LengthOf(const QAL_INT8 *psz)
+{
+    return psz == nullptr ? 0 : static_cast<QAL_UINT64>(EndOf(psz) - psz);
+}
+
 /// The last byte of a text that is not empty.
-const QAL_INT8 *LastByte(const QAL_INT8 *psz);
+inline const QAL_INT8 *LastByte(const QAL_INT8 *psz)
+{
+    return EndOf(psz) - 1;
+}
 
 /// A stretch of a line, both ends included.
 struct Range {
@@ -171,6 +181,9 @@ QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL
 
 /// An array of null pointers, or null if there is no memory or its size wraps in 32 bits.
 QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+
+/// A block for a text, or null if there is no memory or its size does not fit in 32 bits.
+QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
 
 /// Releases a string and clears the pointer to it.
 void FreeSetNull(QAL_INT8 *&psz, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);

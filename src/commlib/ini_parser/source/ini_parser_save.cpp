@@ -12,6 +12,7 @@ using wyx::ini::Document;
 // bytes and the two that continue it.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
+constexpr QAL_UINT64 kLongestLine = 0xFFFFFFFF; // what is longer is refused, not cut
 constexpr QAL_INT8 kContinuation[] = "\\\n";
 constexpr QAL_UINT32 kContinuationLen = 2;
 
@@ -38,15 +39,15 @@ QAL_UINT32 Write(XELP_S_File *pstruFile, const QAL_INT8 *psz, QAL_UINT32 ulLen)
                                                           : XELP_ERR_INI_WRITE_FILE;
 }
 
-/// The name of the new file, to be released; null if there is no memory.
-QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT32 ulTargetLen)
+/// The name of the new file, to be released; null if there is no memory for it.
+QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT64 ullTargetLen)
 {
-    const QAL_UINT32 ulSize = ulTargetLen + kNameRoom;
-    auto *const pszName = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulSize, __LINE__, __FILE__));
+    const QAL_UINT64 ullSize = ullTargetLen + kNameRoom;
+    QAL_INT8 *const pszName = wyx::ini::AllocateText(ullSize, __LINE__, __FILE__);
     if (pszName == nullptr) {
         return nullptr;
     }
-    wyx_strcpy_s(pszName, ulSize - 1, pszTarget);
+    wyx_strcpy_s(pszName, ullSize - 1, pszTarget);
     // Kept: the last dot is looked for in the whole path, directories included
     // (IniSaveFileContent.DotInDirectoryCutsThere).
     QAL_INT8 *const pszDot = XELP_StrrChr(pszName, '.');
@@ -56,8 +57,8 @@ QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT32 ulTargetLen)
     const QAL_UINT64 ulmiSecond = XELP_GetSystemTime();
     QAL_INT8 strIntStr[kTimeSize];
     wyx_sprintf_s(strIntStr, sizeof strIntStr, "%llu", ulmiSecond);
-    wyx_strcat_s(pszName, ulSize, strIntStr);
-    wyx_strcat_s(pszName, ulSize, kNewFileEnding);
+    wyx_strcat_s(pszName, ullSize, strIntStr);
+    wyx_strcat_s(pszName, ullSize, kNewFileEnding);
     return pszName;
 }
 
@@ -106,11 +107,11 @@ QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
 
 QAL_UINT32 Save(const QAL_INT8 *pszTarget, const Document &doc)
 {
-    const QAL_UINT32 ulTargetLen = INI_StrLen(pszTarget);
-    if (ulTargetLen == 0) {
+    const QAL_UINT64 ullTargetLen = wyx::ini::LengthOf(pszTarget);
+    if (ullTargetLen == 0) {
         return XELP_ERR_INI_FILE_EMPTY;
     }
-    QAL_INT8 *const pszNewFile = NewFileName(pszTarget, ulTargetLen);
+    QAL_INT8 *const pszNewFile = NewFileName(pszTarget, ullTargetLen);
     if (pszNewFile == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
@@ -129,7 +130,11 @@ extern "C" {
 QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine)
 {
     const QAL_INT8 *psz = strIniLine;
-    QAL_UINT32 ulRemainLen = INI_StrLen(strIniLine);
+    const QAL_UINT64 ullLen = wyx::ini::LengthOf(strIniLine);
+    if (ullLen > kLongestLine) {
+        return XELP_ERR_INI_WRITE_FILE;
+    }
+    auto ulRemainLen = static_cast<QAL_UINT32>(ullLen);
     while (ulRemainLen >= kFoldFrom) {
         const QAL_UINT32 ulPiece = kPiece | OpensCharacter(psz, kPiece);
         if (Write(pTmpFilePtr, psz, ulPiece) != XELP_ERR_INI_OK) {
