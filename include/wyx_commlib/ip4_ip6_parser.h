@@ -19,9 +19,9 @@
  * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
  *
- * Texts are NUL-terminated and shorter than 2 GiB; nothing after the terminator is read. No call
- * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for
- * the one thing they share.
+ * Texts are NUL-terminated and shorter than 2 GiB (one of 4 GiB or more is refused as malformed);
+ * nothing after the terminator is read. No call allocates or keeps a pointer. All calls may run on
+ * any number of threads; see #QAL_CHARset for the one thing they share.
  *
  * @code{.c}
  * QAL_UINT32 addr;

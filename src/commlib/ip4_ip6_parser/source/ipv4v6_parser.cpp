@@ -19,9 +19,13 @@ constexpr QAL_INT32 kDec = 10;
 constexpr QAL_INT32 kHex = 16;
 constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() asks for 16
 
-Parse_Ipv4v6_S_BUF StartOf(QAL_CHAR *pszText)
+/// Starts at a text; false if its length does not fit in 32 bits. The adapter's count has wrapped
+/// then, and leads to a character before the terminator.
+bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
 {
-    return {pszText, static_cast<QAL_INT>(XELP_StrLen(pszText))};
+    const QAL_UINT32 ulLen = XELP_StrLen(pszText);
+    struBuf = {pszText, static_cast<QAL_INT>(ulLen)};
+    return pszText[ulLen] == '\0';
 }
 
 /// Steps over a character if it is the one at the cursor.
@@ -233,7 +237,10 @@ QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT1
     }
     *pulAddr = 0;
     *puwPort = 0;
-    const Parse_Ipv4v6_S_BUF struBuf = StartOf(pszIPV4Addr);
+    Parse_Ipv4v6_S_BUF struBuf;
+    if (!StartAt(pszIPV4Addr, struBuf)) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
     const QAL_UINT32 ulStatus = ReadUsualIpv4(
         struBuf.cur_bp, static_cast<QAL_UINT32>(struBuf.cur_bp_rem_len), *pulAddr, *puwPort);
     return ulStatus != kNotUsual ? ulStatus : ScanIpv4(struBuf, *pulAddr, *puwPort);
@@ -247,7 +254,9 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
     }
     Ipv6Work work = {};
     Parse_Ipv4v6_S_BUF &struBuf = work.struBuf;
-    struBuf = StartOf(pszIPV6Addr);
+    if (!StartAt(pszIPV6Addr, struBuf)) {
+        return XELP_ERR_PARSE_IPV4V6_INVALID;
+    }
     StepOver(struBuf, '[');
 
     if (IsOf(kHexDigit, *struBuf.cur_bp)) {
