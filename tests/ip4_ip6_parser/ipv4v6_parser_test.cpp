@@ -220,6 +220,34 @@ TEST(ParseIpv4, AddressIsInReverseOrderInMemory)
     EXPECT_EQ(aucAddr[3], 1);
 }
 
+/// The port is written after the address, also without one: it may be a part of the address.
+TEST(ParseIpv4, PortIsWrittenLast)
+{
+    const struct {
+        const char *pszText;
+        QAL_UINT32 ulStatus;
+        QAL_UINT32 ulPort;
+    } aCase[] = {
+        {"1.2.3.4", 0, 0},           {"0x1.2.3.4", 0, 0},          {"0001.2.3.4", 0, 0},
+        {"1.2.3.4:0", 1, 0},         {"1.2.3.4:8080", 1, 8080},    {"0x1.2.3.4:8080", 1, 8080},
+        {"1.2.3.4:0x1F90", 1, 8080}, {"0001.2.3.4:0000000", 1, 0},
+    };
+    for (const auto &c : aCase) {
+        SCOPED_TRACE(c.pszText);
+        std::string text = c.pszText;
+        for (const QAL_UINT32 ulHalf : {0U, 1U}) {
+            union {
+                QAL_UINT32 ulAddr;
+                QAL_UINT16 auwPort[2];
+            } result = {0xA5A5A5A5};
+            EXPECT_EQ(XELP_Parse_IPV4(text.data(), &result.ulAddr, &result.auwPort[ulHalf]),
+                      c.ulStatus);
+            const QAL_UINT32 ulOther = ulHalf == 0 ? 0xFFFF0000 : 0x0000FFFF;
+            EXPECT_EQ(result.ulAddr, (0x01020304 & ulOther) | c.ulPort << 16 * ulHalf);
+        }
+    }
+}
+
 /// Our result is the model's; where the system's parser accepts the text, it is the same address.
 bool AgreesOnIpv4(GuardedText &memory, std::string_view text)
 {

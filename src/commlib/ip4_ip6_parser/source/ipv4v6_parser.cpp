@@ -109,11 +109,8 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     std::swap(address.value[0], address.value[3]);
     std::swap(address.value[1], address.value[2]);
     wyx_memcpy_s(&ulAddr, kIp4Len, address.value, address.length);
-    if (struIp4.bit_mask == 0) {
-        return 0;
-    }
-    uwPort = struIp4.portNumber;
-    return XELP_OK_HAVE_PORT;
+    uwPort = struIp4.portNumber; // last, also where it is 0 (ParseIpv4.PortIsWrittenLast)
+    return struIp4.bit_mask != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
 /// One IPv6 text under way.
