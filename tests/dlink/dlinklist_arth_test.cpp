@@ -4,6 +4,7 @@
 #include <set>
 
 #include "dlink_list.h"
+#include "os_adapter.h"
 
 namespace wyx::test {
 namespace {
@@ -67,6 +68,45 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
     }
     Head().pstruLastNode = pLast;
     EXPECT_EQ(Text(), "a[b]c");
+}
+
+// ---- the ends ----
+
+using DLinkListEnds = DLinkListTest;
+
+/// What an end's link out of the list holds is not followed.
+TEST_F(DLinkListEnds, AreRemovedWithoutTheLinkThatLeadsOut)
+{
+    for (const bool isDelete : {false, true}) {
+        SCOPED_TRACE(isDelete);
+        Build("abc[d]");
+        DLinkList_S_Node *const pA = Head().pstruFirstNode;
+        DLinkList_S_Node *const pB = pA->pstruNNode;
+        DLinkList_S_Node *const pC = pB->pstruNNode;
+        DLinkList_S_Node *const pD = pC->pstruNNode;
+        Head().pstruFirstNode = pB; // and b still leads to a
+        Head().ulTotalNum = 3;
+        void *pResult = nullptr;
+        EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_HeadNode(list)
+                           : XELP_DLinkList_Remove_HeadNode(list, &pResult),
+                  0U);
+        EXPECT_EQ(Head().pstruFirstNode, pC);
+        EXPECT_EQ(Head().pstruNow, pC);
+        EXPECT_EQ(pA->pstruNNode, pB); // untouched
+        EXPECT_EQ(Text(), "[c]d");
+
+        Head().pstruLastNode = pC; // and c still leads to d
+        Head().ulTotalNum = 1;
+        EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_TailNode(list)
+                           : XELP_DLinkList_Remove_TailNode(list, &pResult),
+                  0U);
+        EXPECT_EQ(Text(), "");
+        EXPECT_EQ(pD->pstruPNode, pC); // untouched
+        for (void *pNode : {pA, pD}) {
+            XELP_MemFreeD(pNode, __LINE__, "a test");
+        }
+        Drop();
+    }
 }
 
 // ---- memory ----

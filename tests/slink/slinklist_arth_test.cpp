@@ -305,6 +305,42 @@ TEST_F(SLinkListSlots, ReturnedTooOftenTheListIsEmpty)
     EXPECT_EQ(g_released, "");
 }
 
+/// A slot that is returned while its element is in the list leads on to the free slots. What an
+/// end's link out of the list holds is not followed.
+TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
+{
+    for (const bool isDelete : {false, true}) {
+        SCOPED_TRACE(isDelete);
+        void *pResult = nullptr;
+        ASSERT_EQ(XELP_SLinkList_Init(3, IsLetter, Release, &list), 0U);
+        ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
+        EXPECT_EQ(SLinkList_Insert_FreeNode(list, 0), 0U);
+        EXPECT_EQ(isDelete ? XELP_SLinkList_Delete_HeadNode(list)
+                           : XELP_SLinkList_Remove_HeadNode(list, &pResult),
+                  0U);
+        EXPECT_EQ(Head().ulFirstNode, 1U);
+        EXPECT_EQ(Head().ulNow, 1U);
+        EXPECT_EQ(Head().pstruBase[1].ulPNode, kNone);
+        EXPECT_EQ(Head().ulLastNode, 0U);
+        Drop();
+
+        // The slot of the last of two elements leads on to a free one, and back to the first.
+        ASSERT_EQ(XELP_SLinkList_Init(3, IsLetter, Release, &list), 0U);
+        ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
+        ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
+        EXPECT_EQ(SLinkList_Insert_FreeNode(list, 1), 0U);
+        Head().pstruBase[2].ulPNode = 7; // whoever follows the link out of the list writes here
+        EXPECT_EQ(isDelete ? XELP_SLinkList_Delete_TailNode(list)
+                           : XELP_SLinkList_Remove_TailNode(list, &pResult),
+                  0U);
+        EXPECT_EQ(Head().ulLastNode, 0U);
+        EXPECT_EQ(Head().ulNow, 0U);
+        EXPECT_EQ(Head().pstruBase[0].ulNNode, kNone);
+        EXPECT_EQ(Head().pstruBase[2].ulPNode, 7U);
+        Drop();
+    }
+}
+
 /// Whatever is taken and returned by hand, no call leaves the block or follows a missing link.
 TEST_F(SLinkListSlots, ByHandAtRandomNothingLeavesTheBlock)
 {

@@ -74,10 +74,27 @@ void Release(void *pBlock, QAL_UINT32 ulLine = __builtin_LINE())
     XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
 }
 
-/// Takes an element out of the list, leaves the cursor beside it and gives its user node.
-void *Unlink(Head &head, Node *pNode)
+// The gap that an element leaves. At an end of the list, the link that leads out of it is not read:
+// whatever it holds, the new end has no neighbour there.
+
+Gap GapOf(const Node &node)
 {
-    const Gap gap = {pNode->pstruPNode, pNode->pstruNNode};
+    return {node.pstruPNode, node.pstruNNode};
+}
+
+Gap GapOfFirst(const Node &node)
+{
+    return {nullptr, node.pstruNNode};
+}
+
+Gap GapOfLast(const Node &node)
+{
+    return {node.pstruPNode, nullptr};
+}
+
+/// Takes an element out of the list, leaves the cursor beside the gap and returns its user node.
+void *Unlink(Head &head, Node *pNode, Gap gap)
+{
     Join(head, gap, gap.pNext, gap.pPrev);
     // Kept: the cursor moves here wherever it was, also when the head or the tail goes
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
@@ -137,16 +154,18 @@ QAL_UINT32 StepAndShow(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd, 
 }
 
 /// Removes the element that a field of the head points at.
-QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, void **ppUserNode)
+QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const Node &),
+                    void **ppUserNode)
 {
     Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
     if (pHead == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
-    if (pHead->*pField == nullptr) {
+    Node *const pNode = pHead->*pField;
+    if (pNode == nullptr) {
         return XELP_ERR_DLL_NULL;
     }
-    *ppUserNode = Unlink(*pHead, pHead->*pField);
+    *ppUserNode = Unlink(*pHead, pNode, pfunGap(*pNode));
     return 0;
 }
 
@@ -259,7 +278,7 @@ QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondition,
     Node *pMatch = nullptr;
     const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, pMatch);
     if (ulStatus == 0) {
-        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), pMatch);
+        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), pMatch, GapOf(*pMatch));
     }
     return ulStatus;
 }
@@ -347,7 +366,7 @@ QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 {
-    return RemoveAt(pstruHead, &Head::pstruNow, pstruNode);
+    return RemoveAt(pstruHead, &Head::pstruNow, GapOf, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
@@ -357,12 +376,12 @@ QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
 
 QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
 {
-    return RemoveAt(pstruHead, &Head::pstruFirstNode, pstruNode);
+    return RemoveAt(pstruHead, &Head::pstruFirstNode, GapOfFirst, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 {
-    return RemoveAt(pstruHead, &Head::pstruLastNode, pstruNode);
+    return RemoveAt(pstruHead, &Head::pstruLastNode, GapOfLast, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead)

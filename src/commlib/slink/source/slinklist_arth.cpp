@@ -107,16 +107,32 @@ void ReturnSlot(Head &head, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-/// Takes an element out of the list, leaves the cursor beside it and gives its user node.
-void *Unlink(Head &head, QAL_UINT32 ulNode)
+// The gap that an element leaves. At an end of the list, the link that leads out of it is not read:
+// whatever it holds, the new end has no neighbour there.
+
+Gap GapOf(const Node &node)
 {
-    const Node &node = head.pstruBase[ulNode];
-    const Gap gap = {node.ulPNode, node.ulNNode};
+    return {node.ulPNode, node.ulNNode};
+}
+
+Gap GapOfFirst(const Node &node)
+{
+    return {kNone, node.ulNNode};
+}
+
+Gap GapOfLast(const Node &node)
+{
+    return {node.ulPNode, kNone};
+}
+
+/// Takes an element out of the list, leaves the cursor beside the gap and returns its user node.
+void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
+{
     Join(head, gap, gap.ulNext, gap.ulPrev);
     // Kept: the cursor moves here wherever it was, also when the head or the tail goes
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
-    void *const pUserNode = node.pstruUserNode;
+    void *const pUserNode = head.pstruBase[ulNode].pstruUserNode;
     ReturnSlot(head, ulNode);
     return pUserNode;
 }
@@ -182,16 +198,18 @@ QAL_UINT32 StepAndShow(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, 
 }
 
 /// Removes the first or the last element.
-QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, void **ppUserNode)
+QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(const Node &),
+                     void **ppUserNode)
 {
     Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
     if (pHead == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    if (pHead->*pField == kNone) {
+    const QAL_UINT32 ulNode = pHead->*pField;
+    if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
     }
-    *ppUserNode = Unlink(*pHead, pHead->*pField);
+    *ppUserNode = Unlink(*pHead, ulNode, pfunGap(pHead->pstruBase[ulNode]));
     return 0;
 }
 
@@ -322,7 +340,8 @@ QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
     QAL_UINT32 ulMatch = kNone;
     const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, ulMatch);
     if (ulStatus == 0) {
-        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), ulMatch);
+        Head &head = *static_cast<Head *>(pstruHead);
+        *pstruNode = Unlink(head, ulMatch, GapOf(head.pstruBase[ulMatch]));
     }
     return ulStatus;
 }
@@ -442,18 +461,18 @@ QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
     if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
     }
-    *pstruNode = Unlink(head, ulNode);
+    *pstruNode = Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]));
     return 0;
 }
 
 QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
 {
-    return RemoveEnd(pstruHead, &Head::ulFirstNode, pstruNode);
+    return RemoveEnd(pstruHead, &Head::ulFirstNode, GapOfFirst, pstruNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 {
-    return RemoveEnd(pstruHead, &Head::ulLastNode, pstruNode);
+    return RemoveEnd(pstruHead, &Head::ulLastNode, GapOfLast, pstruNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead)
