@@ -1,10 +1,45 @@
+// Not thread_local: Android emulates it, allocates at each thread's first use and aborts if there
+// is no memory. A key is the thread's own just as well, ends with the thread, and can fail with a
+// status. A process in which nothing fails has no key and asks no thread for a value.
 #include "file_failure.h"
 
-#include <utility>
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
 
 namespace {
 
-constinit thread_local int iKept = 0;
+constinit pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+constinit std::atomic<bool> hasKey = false;
+constinit pthread_key_t key = {}; // never deleted, as nothing runs when the library is unloaded
+
+/// How many failures are kept. Those of threads that have ended still count.
+constinit std::atomic<int> iKept = 0;
+
+/// A failure that its thread had no room for: it is for the first thread that asks.
+constinit std::atomic<int> iForAnyThread = 0;
+
+/// Creates the key at the first failure.
+bool HasKey()
+{
+    pthread_mutex_lock(&mutex);
+    if (!hasKey && pthread_key_create(&key, nullptr) == 0) {
+        hasKey = true;
+    }
+    pthread_mutex_unlock(&mutex);
+    return hasKey;
+}
+
+bool SetOwn(int iError)
+{
+    return pthread_setspecific(key, reinterpret_cast<void *>(std::intptr_t{iError})) == 0;
+}
+
+int Own()
+{
+    return hasKey ? static_cast<int>(reinterpret_cast<std::intptr_t>(pthread_getspecific(key))) : 0;
+}
 
 } // namespace
 
@@ -12,12 +47,27 @@ namespace wyx::os {
 
 void KeepFailure(int iError)
 {
-    iKept = iError;
+    const bool isFirst = Own() == 0;
+    if (HasKey() && SetOwn(iError)) {
+        iKept += isFirst ? 1 : 0;
+    } else if (iForAnyThread.exchange(iError) == 0) {
+        ++iKept;
+    }
 }
 
 int TakeFailure()
 {
-    return std::exchange(iKept, 0);
+    if (iKept == 0) {
+        return 0;
+    }
+    int iError = Own();
+    if (iError != 0) {
+        SetOwn(0);
+    } else {
+        iError = iForAnyThread.exchange(0);
+    }
+    iKept -= iError != 0 ? 1 : 0;
+    return iError;
 }
 
 } // namespace wyx::os

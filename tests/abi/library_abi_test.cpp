@@ -271,6 +271,25 @@ TEST_P(LibraryAbi, RunsNothingAtLoadOrUnload)
     }
 }
 
+// Android emulates it with memory that is allocated at first use, and aborts if there is none.
+TEST_P(LibraryAbi, HoldsNoThreadLocalStorage)
+{
+    if (kInstrumented) {
+        GTEST_SKIP() << "instrumented build";
+    }
+    for (const Elf64_Phdr &segment : elf.Segments()) {
+        EXPECT_NE(segment.p_type, Elf64_Word{PT_TLS});
+    }
+    for (const std::string &name : elf.Imports()) {
+        EXPECT_NE(name.rfind("__tls_", 0), 0U) << name;
+        EXPECT_NE(name.rfind("__emutls", 0), 0U) << name;
+    }
+    for (const Symbol &symbol : elf.AllSymbols()) {
+        EXPECT_NE(symbol.type, STT_TLS) << symbol.name;
+        EXPECT_NE(symbol.name.rfind("__emutls", 0), 0U) << symbol.name;
+    }
+}
+
 TEST_P(LibraryAbi, IsRelocatedAtLoadAndThenReadOnly)
 {
     EXPECT_FALSE(elf.DynamicValue(DT_TEXTREL));

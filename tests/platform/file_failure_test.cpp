@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -782,6 +783,111 @@ TEST_F(FileFailure, FailureAtCloseConcernsItsThreadOnly)
     EXPECT_NE(XELP_Fclose(pstruFile), 0);
     std::thread([&] { ExpectNothingPending(); }).join();
     ExpectPending(EIO);
+}
+
+TEST_F(FileFailure, FailureAtCloseEndsWithItsThread)
+{
+    for (int i = 0; i < 20; ++i) { // the system gives the same identity to one after the other
+        std::thread([&] {
+            ExpectNothingPending();
+            XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+            system.Fail("fsync", 1, EIO);
+            EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        }).join();
+    }
+    ExpectNothingPending();
+}
+
+TEST_F(FileFailure, LastFailureOfAThreadIsTold)
+{
+    for (const int iError : {EIO, EDQUOT}) {
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        system.Fail("fsync", 1, iError);
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    }
+    ExpectPending(EDQUOT);
+}
+
+/// A thread without room for its failure must not remove what is still needed, so another one may
+/// be told.
+TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
+{
+    for (const bool isOther : {false, true}) {
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        system.Fail("fsync", 1, EIO);
+        system.Fail("pthread_setspecific", 1, ENOMEM);
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(errno, EIO);
+        if (isOther) {
+            std::thread([&] { ExpectPending(EIO); }).join();
+            ExpectNothingPending();
+        } else {
+            ExpectPending(EIO);
+        }
+    }
+}
+
+/// One's own failure comes first.
+TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
+{
+    XELP_S_File *pstruFile = Open(folder.File("text"), "w");
+    system.Fail("fsync", 1, EIO);
+    system.Fail("pthread_setspecific", 1, ENOMEM);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    pstruFile = Open(folder.File("text"), "w");
+    system.Fail("fsync", 1, EDQUOT);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    errno = 0;
+    EXPECT_NE(XELP_Remove(folder.File("text").c_str()), 0);
+    EXPECT_EQ(errno, EDQUOT);
+    ExpectPending(EIO);
+}
+
+using FileFailureDeathTest = FileFailure;
+
+/// In a process of its own, in which nothing has failed yet.
+TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
+{
+    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            XELP_S_File *pstruFile = Open(folder.File("text"), "w");
+            system.Fail("fsync", 1, EIO);
+            system.Fail("pthread_key_create", 1, EAGAIN);
+            XELP_Fclose(pstruFile);
+            ExpectPending(EIO);
+            pstruFile = Open(folder.File("text"), "w"); // the next failure gets its key
+            system.Fail("fsync", 1, EIO);
+            XELP_Fclose(pstruFile);
+            std::thread([&] { ExpectNothingPending(); }).join();
+            ExpectPending(EIO);
+            std::exit(HasFailure() ? 1 : 0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ::testing::GTEST_FLAG(death_test_style) = "fast";
+}
+
+/// On Android the state of a thread is memory that can be missing.
+TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
+{
+    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            const std::string text = folder.File("text");
+            const std::string other = folder.File("new");
+            system.Reset();
+            XELP_S_File *const pstruFile = XELP_Fopen(text.c_str(), "w");
+            XELP_Fwrite("abc", 1, 3, pstruFile);
+            const bool isDone = XELP_Fclose(pstruFile) == 0 &&
+                                XELP_Rename(text.c_str(), other.c_str()) == 0 &&
+                                XELP_Remove(other.c_str()) == 0;
+            std::exit(isDone ? system.Calls("pthread_key_create") +
+                                   system.Calls("pthread_getspecific") +
+                                   system.Calls("pthread_setspecific")
+                             : 100);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ::testing::GTEST_FLAG(death_test_style) = "fast";
 }
 
 TEST_F(FileFailure, WhatDoesNoHarmAtCloseIsNoFailure)

@@ -1,6 +1,7 @@
 #include "system_double.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -197,6 +198,9 @@ off_t __real_lseek(int iFd, off_t offset, int iWhence);
 int __real_unlink(const char *pszName);
 int __real_rename(const char *pszOld, const char *pszNew);
 int __real_getrlimit(int iResource, rlimit *pstru);
+int __real_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *));
+void *__real_pthread_getspecific(pthread_key_t key);
+int __real_pthread_setspecific(pthread_key_t key, const void *pValue);
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
 void *__real_realloc(void *pBlock, size_t size);
@@ -215,6 +219,9 @@ off_t __wrap_lseek(int iFd, off_t offset, int iWhence);
 int __wrap_unlink(const char *pszName);
 int __wrap_rename(const char *pszOld, const char *pszNew);
 int __wrap_getrlimit(int iResource, rlimit *pstru);
+int __wrap_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *));
+void *__wrap_pthread_getspecific(pthread_key_t key);
+int __wrap_pthread_setspecific(pthread_key_t key, const void *pValue);
 void *__wrap_malloc(size_t size);
 void *__wrap_calloc(size_t count, size_t size);
 void *__wrap_realloc(void *pBlock, size_t size);
@@ -340,6 +347,31 @@ int __wrap_getrlimit(int iResource, rlimit *pstru)
     const int iResult = __real_getrlimit(iResource, pstru);
     pstru->rlim_cur = system.ToldSizeLimit().value_or(pstru->rlim_cur);
     return iResult;
+}
+
+// These return what failed, and leave errno alone. GoogleTest uses them, too.
+int __wrap_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *))
+{
+    const int iBefore = errno;
+    const bool fails = SystemDouble::Instance().Strike("pthread_key_create");
+    const int iError = errno;
+    errno = iBefore;
+    return fails ? iError : __real_pthread_key_create(pKey, pfunEnd);
+}
+
+void *__wrap_pthread_getspecific(pthread_key_t key)
+{
+    SystemDouble::Instance().Strike("pthread_getspecific");
+    return __real_pthread_getspecific(key);
+}
+
+int __wrap_pthread_setspecific(pthread_key_t key, const void *pValue)
+{
+    const int iBefore = errno;
+    const bool fails = SystemDouble::Instance().Strike("pthread_setspecific");
+    const int iError = errno;
+    errno = iBefore;
+    return fails ? iError : __real_pthread_setspecific(key, pValue);
 }
 
 void *__wrap_malloc(size_t size)
