@@ -177,7 +177,12 @@ WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNew
 /**
  * @brief The current time.
  *
- * @return a count of milliseconds; of the default adapter, since 1970-01-01 00:00 UTC.
+ * *Default adapter*: milliseconds since 1970-01-01 00:00 UTC. A process never gets a value twice:
+ * if it asks more than once a millisecond, or if the clock is set back, each call returns one more
+ * than the last until the clock has caught up. So two saves in one process never choose the same
+ * name for their new files.
+ *
+ * @return a count of milliseconds.
  */
 WYX_API QAL_UINT64 XELP_GetSystemTime(void);
 

@@ -1,12 +1,28 @@
-// The clock: milliseconds since 1970-01-01 00:00 UTC.
+// The clock: milliseconds since 1970-01-01 00:00 UTC, no value twice.
 #include "os_adapter.h"
 
 #include <time.h>
+
+#include <atomic>
 
 namespace {
 
 constexpr QAL_UINT64 kMsPerSecond = 1000;
 constexpr QAL_UINT64 kNsPerMs = 1000000;
+
+/// The last value that was returned. A save puts the time into the name of its temporary file, so
+/// two saves of one target at the same moment must not get the same value, also if the clock is set
+/// back meanwhile.
+constinit std::atomic<QAL_UINT64> ullLast = 0;
+static_assert(std::atomic<QAL_UINT64>::is_always_lock_free);
+
+QAL_UINT64 Now()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now); // cannot fail: the clock exists and `now` is writable
+    return static_cast<QAL_UINT64>(now.tv_sec) * kMsPerSecond +
+           static_cast<QAL_UINT64>(now.tv_nsec) / kNsPerMs;
+}
 
 } // namespace
 
@@ -14,10 +30,13 @@ extern "C" {
 
 QAL_UINT64 XELP_GetSystemTime(void)
 {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now); // cannot fail: the clock exists and `now` is writable
-    return static_cast<QAL_UINT64>(now.tv_sec) * kMsPerSecond +
-           static_cast<QAL_UINT64>(now.tv_nsec) / kNsPerMs;
+    const QAL_UINT64 ullNow = Now();
+    QAL_UINT64 ullBefore = ullLast;
+    QAL_UINT64 ullTime = 0;
+    do {
+        ullTime = ullNow > ullBefore ? ullNow : ullBefore + 1;
+    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime));
+    return ullTime;
 }
 
 } // extern "C"

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <thread>
+#include <vector>
 
 #include "os_adapter.h"
 
@@ -14,9 +17,19 @@ QAL_UINT64 Now()
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
 }
 
+/// Waits until the clock is no longer ahead: each call moved it on by at least a millisecond.
+void CatchUp()
+{
+    for (QAL_UINT64 ullTime; (ullTime = XELP_GetSystemTime()) > Now();) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(ullTime - Now() + 1));
+    }
+}
+
 TEST(Clock, CountsMillisecondsSince1970)
 {
-    for (int i = 0; i < 1000; ++i) {
+    CatchUp();
+    for (int i = 0; i < 100; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // less than one call each
         const QAL_UINT64 ullBefore = Now();
         const QAL_UINT64 ullTime = XELP_GetSystemTime();
         const QAL_UINT64 ullAfter = Now();
@@ -27,14 +40,39 @@ TEST(Clock, CountsMillisecondsSince1970)
     }
 }
 
-TEST(Clock, HasMillisecondsAndNotOnlySeconds)
+TEST(Clock, RunsAheadByAMillisecondForEachCallThatComesTooEarly)
 {
-    const QAL_UINT64 ullStart = XELP_GetSystemTime();
-    QAL_UINT64 ullNext = ullStart;
-    while (ullNext == ullStart) {
-        ullNext = XELP_GetSystemTime();
+    CatchUp();
+    const QAL_UINT64 ullStart = Now();
+    QAL_UINT64 ullTime = 0;
+    for (int i = 0; i < 1000; ++i) {
+        ullTime = XELP_GetSystemTime();
     }
-    EXPECT_LT(ullNext - ullStart, 1000U);
+    EXPECT_GE(ullTime, ullStart + 999);
+    EXPECT_LE(ullTime, std::max(Now(), ullStart + 1001));
+}
+
+TEST(Clock, HandsOutEachValueOnce)
+{
+    constexpr std::size_t kCalls = 2000;
+    std::vector<QAL_UINT64> times(4 * kCalls);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            for (std::size_t at = i * kCalls; at < (i + 1) * kCalls; ++at) {
+                times[at] = XELP_GetSystemTime();
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < 4; ++i) { // each thread's time goes forward
+        const auto from = times.begin() + static_cast<std::ptrdiff_t>(i * kCalls);
+        EXPECT_TRUE(std::is_sorted(from, from + kCalls));
+    }
+    std::sort(times.begin(), times.end());
+    EXPECT_EQ(std::adjacent_find(times.begin(), times.end()), times.end());
 }
 
 } // namespace

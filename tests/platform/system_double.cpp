@@ -36,6 +36,7 @@ void SystemDouble::Reset()
     size_.reset();
     blockSize_.reset();
     sizeLimit_.reset();
+    time_.reset();
     written_ = 0;
     reserved_ = 0;
 }
@@ -198,6 +199,7 @@ off_t __real_lseek(int iFd, off_t offset, int iWhence);
 int __real_unlink(const char *pszName);
 int __real_rename(const char *pszOld, const char *pszNew);
 int __real_getrlimit(int iResource, rlimit *pstru);
+int __real_clock_gettime(clockid_t clock, timespec *pstru);
 int __real_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *));
 void *__real_pthread_getspecific(pthread_key_t key);
 int __real_pthread_setspecific(pthread_key_t key, const void *pValue);
@@ -219,6 +221,7 @@ off_t __wrap_lseek(int iFd, off_t offset, int iWhence);
 int __wrap_unlink(const char *pszName);
 int __wrap_rename(const char *pszOld, const char *pszNew);
 int __wrap_getrlimit(int iResource, rlimit *pstru);
+int __wrap_clock_gettime(clockid_t clock, timespec *pstru);
 int __wrap_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *));
 void *__wrap_pthread_getspecific(pthread_key_t key);
 int __wrap_pthread_setspecific(pthread_key_t key, const void *pValue);
@@ -346,6 +349,13 @@ int __wrap_getrlimit(int iResource, rlimit *pstru)
     SystemDouble &system = SystemDouble::Instance();
     const int iResult = __real_getrlimit(iResource, pstru);
     pstru->rlim_cur = system.ToldSizeLimit().value_or(pstru->rlim_cur);
+    return iResult;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec *pstru)
+{
+    const int iResult = __real_clock_gettime(clock, pstru);
+    *pstru = SystemDouble::Instance().ToldTime().value_or(*pstru);
     return iResult;
 }
 

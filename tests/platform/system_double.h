@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/types.h>
+#include <time.h>
 
 #include <cstddef>
 #include <functional>
@@ -42,6 +43,8 @@ class SystemDouble {
     void TellBlockSize(int iSize) { blockSize_ = iSize; }
     /// The process's limit of a file's size, as it is told.
     void TellSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
+    /// The time that every clock shows.
+    void TellTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
     /// Runs after the @p n-th call (from 1) of @p call since now.
     void After(const std::string &call, int n, std::function<void()> action);
 
@@ -74,6 +77,7 @@ class SystemDouble {
     std::optional<off_t> ToldSize() const { return size_; }
     std::optional<int> ToldBlockSize() const { return blockSize_; }
     std::optional<unsigned long> ToldSizeLimit() const { return sizeLimit_; }
+    std::optional<timespec> ToldTime() const { return time_; }
 
   private:
     struct Plan {
@@ -101,6 +105,7 @@ class SystemDouble {
     std::optional<off_t> size_;
     std::optional<int> blockSize_;
     std::optional<unsigned long> sizeLimit_;
+    std::optional<timespec> time_;
     std::size_t written_ = 0;
     off_t reserved_ = 0;
 };
