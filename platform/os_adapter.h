@@ -80,7 +80,11 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * file is read whole at once, into as much memory as it has bytes, and its descriptor is closed; a
  * read error makes this call fail. Pipes and devices are read as they are consumed, and a read
  * error ends them. Opening a FIFO waits until another process opens its other end. For writing, a
- * symbolic link is not followed.
+ * symbolic link is not followed. A failed call leaves no new file, and an old one as it was.
+ *
+ * *Default adapter*: if this process could not open a name for reading, its next "w" of that name
+ * within ten seconds only creates a file, and fails if one exists. So two processes cannot both
+ * take a name that both found free. The last 64 such names are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -118,8 +122,10 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
  * @brief Writes items.
  *
  * *Default adapter*: a full disk can no longer take away what was reported as written: the kernel
- * has it, or blocks are reserved for it. After an error the file accepts nothing more; it may end
- * in a part of the item that failed.
+ * has it, or blocks are reserved for it. A full disk shows in the count, and so does the process's
+ * limit of a file's size, which raises no SIGXFSZ here. (A FIFO without a reader does raise
+ * SIGPIPE.) After an error the file accepts nothing more; it may end in a part of the item that
+ * failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -136,7 +142,8 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  *
  * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
  * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
- * XELP_Rename() also fails, once, without acting, so that the old file survives. If XELP_Fwrite()
+ * XELP_Rename() also fails, once, without acting, so that the old file survives. (If there is no
+ * memory to note that for the thread, it is the next such call of any thread.) If XELP_Fwrite()
  * already reported a failure, the file is not flushed, and only this call fails. With the build
  * option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here and in XELP_Rename(), and a power cut
  * can destroy the files written last.
@@ -150,7 +157,9 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * @brief Removes a file.
  *
  * *Default adapter*: never removes a directory. It also reports an earlier failure: see
- * XELP_Fclose().
+ * XELP_Fclose(). If XELP_Rename() of this process took the file away from this name within the last
+ * ten seconds, and no call of this process gave the name to a file since, the first call fails:
+ * a file that has the name now is another process's.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.

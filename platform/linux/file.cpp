@@ -4,6 +4,7 @@
 #include "file_calls.h"
 #include "file_directory.h"
 #include "file_failure.h"
+#include "file_names.h"
 #include "file_reader.h"
 #include "file_writer.h"
 
@@ -15,6 +16,7 @@ namespace {
 
 using wyx::os::DirName;
 using wyx::os::Reader;
+using wyx::os::Seen;
 using wyx::os::Writer;
 
 constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
@@ -48,7 +50,11 @@ extern "C" {
 XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 {
     if (std::strcmp(pszMode, "r") == 0) {
-        return wyx::os::OpenReader(pszName);
+        Reader *const pstruReader = wyx::os::OpenReader(pszName);
+        if (pstruReader == nullptr) {
+            wyx::os::NoteName(Seen::kUnreadable, pszName);
+        }
+        return pstruReader;
     }
     if (std::strcmp(pszMode, "w") == 0) {
         return wyx::os::OpenWriter(pszName);
@@ -115,7 +121,14 @@ QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 {
-    return HasKeptFailure() ? -1 : wyx::os::Unlink(pszName);
+    if (HasKeptFailure()) {
+        return -1;
+    }
+    if (wyx::os::TakeName(Seen::kRenamedAway, pszName)) {
+        errno = ENOENT; // the caller's file has another name by now
+        return -1;
+    }
+    return wyx::os::Unlink(pszName);
 }
 
 QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
@@ -123,6 +136,8 @@ QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
     if (HasKeptFailure() || wyx::os::Rename(pszOldName, pszNewName) != 0) {
         return -1;
     }
+    wyx::os::NoteName(Seen::kRenamedAway, pszOldName);
+    wyx::os::TakeName(Seen::kRenamedAway, pszNewName); // this name leads to the caller's file
     if (kFlush) {
         const DirName oldDir = wyx::os::DirectoryOf(pszOldName);
         const DirName newDir = wyx::os::DirectoryOf(pszNewName);

@@ -3,11 +3,13 @@
 #include "file_calls.h"
 #include "file_directory.h"
 #include "file_failure.h"
+#include "file_names.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -32,12 +34,28 @@ bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
         // Now: by the time the file is closed, a relative name may lead elsewhere.
         writer.iDirFd = wyx::os::OpenDirectory(wyx::os::DirectoryOf(pszName));
     }
+    const bool mustBeNew = wyx::os::TakeName(wyx::os::Seen::kUnreadable, pszName);
+    writer.iFd = wyx::os::Open(pszName, O_WRONLY | O_CREAT | O_EXCL);
+    const bool isNew = writer.iFd != -1;
+    if (!isNew && errno == EEXIST && !mustBeNew) {
+        writer.iFd = wyx::os::Open(pszName, O_WRONLY | O_CREAT | O_NOFOLLOW);
+    }
+    if (writer.iFd == -1) {
+        return false;
+    }
     struct stat status;
-    writer.iFd = wyx::os::Open(pszName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW);
-    if (writer.iFd == -1 || fstat(writer.iFd, &status) != 0) {
+    if (fstat(writer.iFd, &status) != 0) {
+        if (isNew) {
+            const KeepErrno keep;
+            wyx::os::Unlink(pszName); // nobody wants the empty file of an opening that failed
+        }
         return false;
     }
     writer.isRegular = S_ISREG(status.st_mode);
+    if (writer.isRegular && status.st_size != 0 && !wyx::os::Truncate(writer.iFd, 0)) {
+        return false;
+    }
+    wyx::os::TakeName(wyx::os::Seen::kRenamedAway, pszName); // now the name leads to a file of ours
     writer.isBuffered = writer.isRegular;
     const bool isSmall = status.st_blksize > 0 && status.st_blksize < kBlockMax;
     writer.lBlock = isSmall ? status.st_blksize : kBlockMax;
@@ -51,13 +69,26 @@ void Release(Writer &writer)
     std::free(&writer);
 }
 
+/// How many of the next bytes the process's limit of a file's size allows.
+QAL_ULONG Allowed(const Writer &writer, QAL_ULONG ulCount)
+{
+    if (!writer.isRegular) {
+        return ulCount; // the limit is not for pipes and devices
+    }
+    const rlim_t limit = wyx::os::SizeLimit();
+    const auto written = static_cast<rlim_t>(writer.lWritten);
+    return limit > written ? std::min<QAL_ULONG>(ulCount, limit - written) : 0;
+}
+
 /// Hands bytes over after those that were; fewer than asked for if the file fails.
 QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
 {
-    const QAL_ULONG ulDone = wyx::os::Write(writer.iFd, pucFrom, ulCount);
+    // A write at the limit would not only fail, but also raise SIGXFSZ, which ends the process.
+    const QAL_ULONG ulAllowed = Allowed(writer, ulCount);
+    const QAL_ULONG ulDone = wyx::os::Write(writer.iFd, pucFrom, ulAllowed);
     writer.lWritten += static_cast<off_t>(ulDone);
     if (ulDone < ulCount) {
-        writer.iError = errno;
+        writer.iError = ulDone < ulAllowed ? errno : EFBIG;
     }
     return ulDone;
 }

@@ -1,6 +1,7 @@
 // The file services over a system that fails, is interrupted, or does only a part.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -312,10 +313,10 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
         int iError;
         bool isStillWhole; // what the file held before
     } cases[] = {
-        {"calloc", 1, ENOMEM, true},
-        {"malloc", 1, ENOMEM, true},
+        {"calloc", 1, ENOMEM, true}, {"malloc", 1, ENOMEM, true},
         {"open", 2, EMFILE, true}, // the first one is that of the directory
-        {"fstat", 1, EIO, false},
+        {"open", 3, EMFILE, true}, // and the second one would create the file
+        {"fstat", 1, EIO, true},     {"ftruncate", 1, EIO, true},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
@@ -331,6 +332,126 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
         EXPECT_EQ(system.LiveBlocks(), 0U);
     }
     ExpectNothingPending();
+}
+
+TEST_F(FileFailure, OpeningForWritingThatFailsLeavesNoNewFile)
+{
+    const struct {
+        const char *pszCall;
+        int n;
+    } cases[] = {{"calloc", 1}, {"malloc", 1}, {"open", 2}, {"fstat", 1}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
+        system.Reset();
+        system.Fail(c.pszCall, c.n, EIO);
+        system.Fail("close", 1, EBADF, kNever);
+        errno = 0;
+        EXPECT_EQ(Open(folder.File("text"), "w"), nullptr);
+        EXPECT_EQ(errno, EIO);
+        EXPECT_FALSE(folder.Has("text"));
+    }
+    ExpectNothingPending();
+}
+
+// ---- Names that other processes use -------------------------------------------------------------
+
+TEST_F(FileFailure, FileThatAppearsAfterItWasLookedForIsNotEmptied)
+{
+    const std::string name = folder.File("text");
+    EXPECT_EQ(Open(name, "r"), nullptr);
+    folder.Make("text", "another's");
+    errno = 0;
+    EXPECT_EQ(Open(name, "w"), nullptr);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(folder.Content("text"), "another's");
+    XELP_S_File *const pstruFile = Open(name, "w"); // refused once
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "");
+}
+
+TEST_F(FileFailure, OtherNamesAreEmptiedAllTheSame)
+{
+    EXPECT_EQ(Open(folder.File("text1"), "r"), nullptr);
+    folder.Make("text", "old");
+    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "");
+}
+
+TEST_F(FileFailure, WhatWasSeenIsForgottenAfterTenSeconds)
+{
+    const std::string name = folder.File("text");
+    for (const long seconds : {0L, 10L, 11L, 100000L, (1L << 24) - 1}) {
+        SCOPED_TRACE(seconds);
+        folder.Make("old", "old");
+        system.TellTime((1L << 24) - 5, 0);
+        EXPECT_EQ(Open(name, "r"), nullptr);
+        EXPECT_EQ(XELP_Rename(folder.File("old").c_str(), folder.File("new").c_str()), 0);
+        system.TellTime((1L << 24) - 5 + seconds, 999999999);
+        folder.Make("text", "another's");
+        folder.Make("old", "another's");
+        const bool isForgotten = seconds > 10;
+        XELP_S_File *const pstruFile = Open(name, "w");
+        EXPECT_EQ(pstruFile != nullptr, isForgotten);
+        if (pstruFile != nullptr) {
+            EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        }
+        EXPECT_EQ(XELP_Remove(folder.File("old").c_str()) == 0, isForgotten);
+        std::filesystem::remove(name);
+        std::filesystem::remove(folder.File("old"));
+    }
+}
+
+TEST_F(FileFailure, SixtyFourNamesAreRemembered)
+{
+    const auto name = [&](int i) { return folder.File("text" + std::to_string(i)); };
+    for (int i = 0; i < 65; ++i) {
+        EXPECT_EQ(Open(name(i), "r"), nullptr);
+    }
+    for (int i = 0; i < 65; ++i) {
+        folder.Make("text" + std::to_string(i), "another's");
+        XELP_S_File *const pstruFile = Open(name(i), "w");
+        EXPECT_EQ(pstruFile != nullptr, i == 0) << i; // the oldest one gave up its place
+        if (pstruFile != nullptr) {
+            EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+        }
+    }
+}
+
+TEST_F(FileFailure, FileThatAppearsUnderANameRenamedAwayIsNotRemoved)
+{
+    const std::string name = folder.Make("text", "ours");
+    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
+    system.Reset();
+    errno = 0;
+    EXPECT_NE(XELP_Remove(name.c_str()), 0);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(system.Calls("unlink"), 0);
+    EXPECT_EQ(XELP_Rename(folder.File("new").c_str(), name.c_str()), 0);
+    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
+    folder.Make("text", "another's");
+    EXPECT_NE(XELP_Remove(name.c_str()), 0);
+    EXPECT_EQ(folder.Content("text"), "another's");
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0) << "refused once";
+}
+
+TEST_F(FileFailure, NameRenamedAwayAndMadeAgainIsRemoved)
+{
+    const std::string name = folder.Make("text", "ours");
+    const std::string other = folder.File("new");
+    EXPECT_EQ(XELP_Rename(name.c_str(), other.c_str()), 0);
+    EXPECT_EQ(XELP_Fclose(Open(name, "w")), 0); // by opening it
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0);
+
+    EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0);
+    EXPECT_EQ(XELP_Rename(name.c_str(), other.c_str()), 0);
+    EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0); // by renaming it back
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0);
+
+    folder.Make("text", "ours");
+    EXPECT_EQ(XELP_Rename(name.c_str(), name.c_str()), 0); // by doing nothing
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0);
+    EXPECT_FALSE(folder.Has("text"));
 }
 
 TEST_F(FileFailure, DescriptorsAreClosedOnExec)
@@ -375,6 +496,7 @@ TEST_F(FileFailure, SmallOnesTakeBlocksOneByOneAndHaveNoneToGiveBack)
 {
     for (const int iBlockSize : {0, 512, 1024, 4096, 2097152}) {
         SCOPED_TRACE(iBlockSize);
+        std::filesystem::remove(folder.File("text"));
         system.Reset();
         system.TellBlockSize(iBlockSize);
         const int iBlock = iBlockSize != 0 ? std::min(iBlockSize, 4096) : 4096;
@@ -471,21 +593,24 @@ TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
         ASSERT_EQ(Write(pstruFile, std::string(100, 'x')), 100U);
         ASSERT_LE(system.ReservedUpTo(), 20000);
     }
-    text += std::string(200, 'y'); // beyond it; only the real limit could refuse that
-    ASSERT_EQ(Write(pstruFile, std::string(200, 'y')), 200U);
+    text += std::string(100, 'y'); // up to it, and no more
+    EXPECT_EQ(Write(pstruFile, std::string(200, 'y')), 100U);
+    EXPECT_EQ(errno, EFBIG);
     EXPECT_LE(system.ReservedUpTo(), 20000);
     EXPECT_EQ(folder.Content("text"), text);
-    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    ExpectNothingPending();
 }
 
 TEST_F(FileFailure, PieceAcrossTheLimitOfTheProcessDoesNotWait)
 {
     XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
-    system.TellSizeLimit(20000);
+    system.TellSizeLimit(kAtOnce + 10000);
     const std::string piece = SomeText(15000);
-    EXPECT_EQ(Write(pstruFile, piece), piece.size());
-    EXPECT_EQ(folder.Content("text"), start + piece);
-    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(Write(pstruFile, piece), 10000U);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(folder.Content("text"), start + piece.substr(0, 10000));
+    EXPECT_NE(XELP_Fclose(pstruFile), 0);
 }
 
 TEST_F(FileFailure, LargePiecesAreHandedOverAtOnce)
@@ -933,8 +1058,9 @@ TEST_F(FileFailure, PipeIsWrittenAtOnceAndHasNothingToFlush)
     EXPECT_NE(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
     EXPECT_EQ(errno, ESPIPE);
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(Trace(),
-              "open ., open pipe, write pipe, lseek pipe, fsync pipe, close pipe, close .");
+    EXPECT_EQ(
+        Trace(),
+        "open ., open pipe, open pipe, write pipe, lseek pipe, fsync pipe, close pipe, close .");
     char szText[4] = "";
     EXPECT_EQ(read(iReader, szText, 3), 3);
     EXPECT_STREQ(szText, "abc");
@@ -984,9 +1110,10 @@ TEST_F(FileFailure, RenameInTheRootOrTheWorkingFolderFlushesThat)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     system.Fail("open", 2, EROFS); // of the file, after its directory
     EXPECT_EQ(Open("/wyx_no_such_file", "w"), nullptr);
-    EXPECT_EQ(Trace(),
-              "open /dev, open /dev/null, fsync /dev/null, close /dev/null, close /dev, "
-              "open /, open /wyx_no_such_file, close /");
+    EXPECT_EQ(
+        Trace(),
+        "open /dev, open /dev/null, open /dev/null, fsync /dev/null, close /dev/null, close /dev, "
+        "open /, open /wyx_no_such_file, close /");
 }
 
 TEST_F(FileFailure, RenameThatCannotBeFlushedFails)
@@ -1003,6 +1130,26 @@ TEST_F(FileFailure, RenameThatCannotBeFlushedFails)
         EXPECT_EQ(folder.Content("sub/text"), "abc");
         EXPECT_EQ(system.OpenDescriptors(), std::vector<int>{});
         ExpectNothingPending();
+    }
+}
+
+TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
+{
+    for (const std::size_t length : {PATH_MAX - 1U, PATH_MAX + 0U, PATH_MAX + 1U}) {
+        SCOPED_TRACE(length);
+        const std::string name = std::string(length, '/') + "/text"; // the first part is the root
+        const std::string target = folder.Make("text", "abc");
+        const int iFits = length < PATH_MAX ? 1 : 0;
+        system.Reset();
+        EXPECT_EQ(Open(name, "w"), nullptr);
+        EXPECT_EQ(errno, ENAMETOOLONG);
+        EXPECT_EQ(system.Calls("open"), iFits + 1);
+        system.Reset();
+        system.Fail("rename", 1, 0); // succeeds, as the system would not let it
+        EXPECT_EQ(XELP_Rename(target.c_str(), name.c_str()), 0);
+        EXPECT_EQ(system.Calls("open"), iFits + 1); // that of the old entry
+        EXPECT_EQ(system.Calls("sync"), 1 - iFits);
+        system.Reset();
     }
 }
 

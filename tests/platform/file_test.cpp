@@ -127,8 +127,8 @@ TEST_F(File, DirectoriesAreRefused)
 {
     std::filesystem::create_directory(folder.File("sub"));
     for (const char *const pszName : {"sub", "sub/", "sub/.", "."}) {
-        ExpectRefused(folder.File(pszName), "r", EISDIR);
         ExpectRefused(folder.File(pszName), "w", EISDIR);
+        ExpectRefused(folder.File(pszName), "r", EISDIR);
     }
     ExpectRefused(folder.Make("text", "") + "/", "r", ENOTDIR);
 }
@@ -147,7 +147,7 @@ TEST_F(File, UnreadableOnesAreRefused)
         if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
             return 1;
         }
-        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EACCES ? 2 : 0;
+        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EEXIST ? 2 : 0;
     });
     if (iResult == kNotHere) {
         GTEST_SKIP() << "cannot give up the superuser's rights";
@@ -210,6 +210,33 @@ TEST_F(File, SymbolicLinksAreFollowedForReadingOnly)
     ExpectRefused(folder.File("dangling"), "r", ENOENT);
     EXPECT_EQ(folder.Content("text"), "old");
     EXPECT_FALSE(folder.Has("none"));
+}
+
+/// One may write to it, but not read it.
+TEST_F(File, UnreadableOneIsEmptiedOnlyIfNobodyLookedForIt)
+{
+    const std::string name = folder.Make("text", "somebody else's");
+    ASSERT_EQ(chmod(name.c_str(), 0222), 0);
+    ASSERT_EQ(chmod(folder.Path().c_str(), 0777), 0);
+    const int iResult = InChild([&] {
+        if (geteuid() == 0 &&
+            (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) {
+            return kNotHere;
+        }
+        if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
+            return 1;
+        }
+        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EEXIST ? 2 : 0;
+    });
+    if (iResult == kNotHere) {
+        GTEST_SKIP() << "cannot give up the superuser's rights";
+    }
+    EXPECT_EQ(iResult, 0);
+    EXPECT_EQ(chmod(name.c_str(), 0600), 0);
+    EXPECT_EQ(folder.Content("text"), "somebody else's");
+    XELP_S_File *const pstruFile = Open("text", "w"); // this process has not looked
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), "");
 }
 
 TEST_F(File, NewOnesGetTheUsualRightsAndOldOnesKeepTheirs)
@@ -473,7 +500,7 @@ TEST_F(File, LimitOfTheProcessShowsInTheCount)
         SCOPED_TRACE(limit);
         const int iResult = InChild([&] {
             const rlimit limits = {limit, limit};
-            if (signal(SIGXFSZ, SIG_IGN) == SIG_ERR || setrlimit(RLIMIT_FSIZE, &limits) != 0) {
+            if (setrlimit(RLIMIT_FSIZE, &limits) != 0) { // SIGXFSZ would end this process
                 return kNotHere;
             }
             XELP_S_File *const pstruFile = Open("text", "w");
@@ -486,6 +513,9 @@ TEST_F(File, LimitOfTheProcessShowsInTheCount)
             if (Write(pstruFile, line) != limit % 100 || errno != EFBIG) {
                 return 2;
             }
+            if (Write(pstruFile, line) != 0 || errno != EFBIG) {
+                return 5;
+            }
             if (XELP_Fclose(pstruFile) == 0) {
                 return 3;
             }
@@ -493,6 +523,40 @@ TEST_F(File, LimitOfTheProcessShowsInTheCount)
                            XELP_Remove(folder.File("text").c_str()) == 0
                        ? 0
                        : 4;
+        });
+        if (iResult == kNotHere) {
+            GTEST_SKIP() << "no limits here";
+        }
+        EXPECT_EQ(iResult, 0);
+    }
+}
+
+/// At the limit a single write would raise a signal that ends the process.
+TEST_F(File, LargeWriteEndsAtTheLimitOfTheProcess)
+{
+    for (const rlim_t limit : {rlim_t{0}, rlim_t{70000}, rlim_t{200000}}) {
+        SCOPED_TRACE(limit);
+        const int iResult = InChild([&] {
+            const rlimit limits = {limit, limit};
+            if (setrlimit(RLIMIT_FSIZE, &limits) != 0) {
+                return kNotHere;
+            }
+            XELP_S_File *const pstruFile = Open("text", "w");
+            const std::string text(200001, 'x');
+            if (Write(pstruFile, text) != limit || errno != EFBIG) {
+                return 1;
+            }
+            XELP_S_File *const pstruMoved = Open("moved", "w");
+            if (XELP_Fseek(pstruMoved, static_cast<QAL_LONG>(limit) + 1, SEEK_SET) != 0 ||
+                Write(pstruMoved, "x") != 0 || errno != EFBIG) {
+                return 2; // also after the limit
+            }
+            XELP_Fclose(pstruMoved);
+            XELP_S_File *const pstruDevice = XELP_Fopen("/dev/null", "w");
+            if (Write(pstruDevice, text) != text.size() || XELP_Fclose(pstruDevice) != 0) {
+                return 3; // it has no size
+            }
+            return XELP_Fclose(pstruFile) != 0 ? 0 : 4;
         });
         if (iResult == kNotHere) {
             GTEST_SKIP() << "no limits here";

@@ -341,7 +341,10 @@ int __wrap_unlink(const char *pszName)
 int __wrap_rename(const char *pszOld, const char *pszNew)
 {
     const std::string names = std::string(pszOld) + " " + pszNew;
-    return SystemDouble::Instance().Strike("rename", names) ? -1 : __real_rename(pszOld, pszNew);
+    if (SystemDouble::Instance().Strike("rename", names)) {
+        return errno == 0 ? 0 : -1;
+    }
+    return __real_rename(pszOld, pszNew);
 }
 
 int __wrap_getrlimit(int iResource, rlimit *pstru)

@@ -30,7 +30,7 @@ class SystemDouble {
     void Reset();
 
     /// Lets the @p n-th call (from 1) of @p call since now fail with @p iError, and as many more as
-    /// @p times says, without doing anything.
+    /// @p times says, without doing anything. With 0 a write or renaming reports success.
     void Fail(const std::string &call, int n, int iError, int times = 1);
     /// Lets every call that may be interrupted fail with EINTR @p times before it is carried out.
     void InterruptEach(int times);

@@ -1,0 +1,64 @@
+#include "file_names.h"
+
+#include <time.h>
+
+#include <atomic>
+
+namespace {
+
+using wyx::os::Seen;
+
+constexpr QAL_UINT32 kNotes = 64;
+constexpr QAL_UINT64 kSeconds = 10;
+
+// A note is one word, so that no lock is needed: 40 bits of the name's hash and 24 of the time, in
+// seconds. Two names share a hash in one of 2^40 cases; then a file may be spared that need not be.
+constexpr int kTimeBits = 24;
+constexpr QAL_UINT64 kTimeMask = (QAL_UINT64{1} << kTimeBits) - 1;
+
+constinit std::atomic<QAL_UINT64> aullNotes[kNotes] = {}; // 0: free
+constinit std::atomic<QAL_UINT32> ulNext = 0;             // where the next note goes
+
+/// The name's part of a note: FNV-1a, begun with what was seen.
+QAL_UINT64 HashOf(Seen enSeen, const QAL_CHAR *pszName)
+{
+    constexpr QAL_UINT64 kOffset = 0xCBF29CE484222325U;
+    constexpr QAL_UINT64 kPrime = 0x100000001B3U;
+    QAL_UINT64 ullHash = (kOffset ^ static_cast<QAL_UINT64>(enSeen)) * kPrime;
+    for (; *pszName != '\0'; ++pszName) {
+        ullHash = (ullHash ^ static_cast<QAL_UINT8>(*pszName)) * kPrime;
+    }
+    return ullHash & ~kTimeMask;
+}
+
+QAL_UINT64 Now()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now); // cannot fail: the clock exists and `now` is writable
+    return static_cast<QAL_UINT64>(now.tv_sec) & kTimeMask;
+}
+
+} // namespace
+
+namespace wyx::os {
+
+void NoteName(Seen enSeen, const QAL_CHAR *pszName)
+{
+    aullNotes[ulNext++ % kNotes] = HashOf(enSeen, pszName) | Now();
+}
+
+bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
+{
+    const QAL_UINT64 ullHash = HashOf(enSeen, pszName);
+    bool isFound = false;
+    for (std::atomic<QAL_UINT64> &note : aullNotes) {
+        QAL_UINT64 ullNote = note;
+        if (ullNote != 0 && (ullNote & ~kTimeMask) == ullHash &&
+            note.compare_exchange_strong(ullNote, 0)) {
+            isFound = isFound || ((Now() - ullNote) & kTimeMask) <= kSeconds;
+        }
+    }
+    return isFound;
+}
+
+} // namespace wyx::os

@@ -1,0 +1,28 @@
+// Names under which this process has just seen no file of its own. What appears there belongs to
+// another process, and must not be emptied or removed.
+//
+// A save looks for a file under its new file's name, creates it, renames it, and removes the name
+// once more. Two processes that save one target in the same millisecond choose the same name. Without
+// this memory the later one could empty the file that the earlier one has just completed, or the
+// earlier one could remove what the later one has just created, and no content would be left.
+#ifndef WYX_PLATFORM_LINUX_FILE_NAMES_H
+#define WYX_PLATFORM_LINUX_FILE_NAMES_H
+
+#include "wyx_commlib/types.h"
+
+namespace wyx::os {
+
+enum class Seen {
+    kUnreadable, ///< there was no file, or none that could be opened for reading
+    kRenamedAway ///< the file was given another name
+};
+
+/// Notes what was seen of a name. The note lasts for ten seconds; of 64 notes the oldest one goes.
+void NoteName(Seen enSeen, const QAL_CHAR *pszName);
+
+/// Whether there is such a note of a name, which is then forgotten.
+bool TakeName(Seen enSeen, const QAL_CHAR *pszName);
+
+} // namespace wyx::os
+
+#endif
