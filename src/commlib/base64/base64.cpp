@@ -2,7 +2,6 @@
 #include "wyx_commlib/base64.h"
 
 #include <array>
-#include <cstddef>
 #include <limits>
 
 #include "base64_kernel.h"
@@ -14,51 +13,14 @@ using wyx::base64::cb64;
 using wyx::base64::kSextets;
 namespace kernel = wyx::base64::kernel;
 
-static_assert(sizeof cb64 == kSextets + 1);
+constexpr QAL_UINT8 kRefused = wyx::base64::kNoSextet;
+constexpr QAL_UINT8 kSkipped = 0x80; // above the sextets
 
-/// What a text may consist of, its terminating NUL included.
-constexpr QAL_CHAR acBase64Char[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\r\n";
-
-constexpr QAL_UINT8 kFirst = '+'; // the lowest and the highest character of the alphabet
-constexpr QAL_UINT8 kLast = 'z';
-constexpr QAL_UINT8 kBias = 62; // makes every entry of cd64 a printable character
-constexpr QAL_UINT8 kNoValue = '$';
-
-/// The entry of a character between kFirst and kLast is its index in cb64 plus kBias, or kNoValue.
-consteval std::array<QAL_UINT8, kLast - kFirst + 2> MakeDecodeTable()
-{
-    std::array<QAL_UINT8, kLast - kFirst + 2> aTab{};
-    for (std::size_t i = 0; i + 1 < aTab.size(); ++i) { // the last entry stays a NUL
-        aTab[i] = kNoValue;
-    }
-    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
-        aTab[static_cast<QAL_UINT8>(cb64[i]) - kFirst] = static_cast<QAL_UINT8>(i + kBias);
-    }
-    return aTab;
-}
-
-constexpr auto cd64 = MakeDecodeTable();
-static_assert(cd64.size() == 81 && cd64['A' - kFirst] == '>' && cd64['/' - kFirst] == '}' &&
-                  cd64['=' - kFirst] == '$' && cd64.back() == 0,
-              "alphabet or bias is wrong");
-
-constexpr QAL_UINT8 kSkipped = 0x80; // behind the values of the alphabet
-constexpr QAL_UINT8 kRefused = 0x81;
-
-/// What the decoder makes of a byte: its value, or one of the two above.
+/// What the decoder makes of a byte: its sextet, or one of the two above.
 consteval std::array<QAL_UINT8, 256> MakeMeanings()
 {
-    std::array<QAL_UINT8, 256> aTab{};
-    aTab.fill(kRefused);
-    for (const QAL_CHAR chAccepted : acBase64Char) {
-        const auto ucChar = static_cast<QAL_UINT8>(chAccepted);
-        const bool hasValue =
-            ucChar >= kFirst && ucChar <= kLast && cd64[ucChar - kFirst] != kNoValue;
-        aTab[ucChar] = hasValue ? static_cast<QAL_UINT8>(cd64[ucChar - kFirst] - kBias) : kSkipped;
-    }
-    aTab['-'] = aTab['+']; // the URL-safe alphabet
-    aTab['_'] = aTab['/'];
+    std::array<QAL_UINT8, 256> aTab = wyx::base64::MakeSextets();
+    aTab['='] = aTab['\r'] = aTab['\n'] = aTab['\0'] = kSkipped;
     return aTab;
 }
 
