@@ -479,7 +479,8 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// The size of such a block is what the formula gives, down to 0, which is one byte.
+// The size of such a block is what the formula comes to, if that is from 0, which is one byte,
+// to 5.
 TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 {
     constexpr Length kLengths[] = {
@@ -491,10 +492,15 @@ TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
         {-6, 1},
         {-1000, 1},
         {-0x20000000, 1},
-        {-0x40000000, 5}, // four times this
-                          // is 0 in 32 bits
+        {-0x20000001, 1}, // four times this is 2^31 - 4 in 32 bits
+        {-715827882, 1},
+        {-1000000000, 1},
+        {-0x40000000 + 2, 1},
+        {-0x40000000 + 1, 1}, // four times this is 4
+        {-0x40000000, 5},     // and this, 0
         {-0x40000001, 4},
-        {INT_MIN + 1, 6},
+        {-0x60000001, 1},
+        {INT_MIN + 1, 1},
         {INT_MIN, 5},
     };
     for (const Length &length : kLengths) {
@@ -504,10 +510,16 @@ TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 
 TEST_F(Base64Decode, NegativeLengthGivesAnEmptyResult)
 {
-    constexpr Length kLengths[] = {
-        {-1, 4}, {-2, 3},    {-3, 2},         {-4, 1},          {-5, 1}, {-6, 0},
-        {-7, 1}, {-1000, 1}, {-715827882, 1}, {-1431655765, 4}, // three times this is 1 in 32 bits
-    };
+    constexpr Length
+        kLengths[] =
+            {
+                {-1, 4},          {-2, 3},          {-3, 2},          {-4, 1},
+                {-5, 1},          {-6, 0},          {-7, 1},          {-1000, 1},
+                {-715827882, 1},  {-715827883, 1}, // three times this is 2^31 - 1 in 32 bits
+                {-1000000000, 1}, {-1073741824, 1}, {-1431655763, 5}, // three times this is 7
+                {-1431655765, 4},                                     // and this, 1
+                {-1431655766, 4}, {INT_MIN, 1},
+            };
     for (const Length &length : kLengths) {
         ExpectEmptyResult(platform, MOX_BASE64Decode, length);
     }
@@ -523,39 +535,57 @@ void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lL
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-TEST_F(Base64Encode, LengthWhoseSizeWrapsFails)
+TEST_F(Base64Encode, LengthWhoseWrappedSizeIsTooSmallFails)
 {
-    for (const QAL_INT32 lLen : {0x20000000, 0x20000001, 0x3FFFFFFF, 0x40000000, 0x40000001,
+    for (const QAL_INT32 lLen : {0x3FFFFFFC, 0x3FFFFFFD, 0x3FFFFFFF, 0x40000000, 0x40000001,
                                  0x5FFFFFFF, 0x60000000, INT_MAX}) {
         ExpectTooLong(platform, MOX_BASE64Encode, lLen);
     }
 }
 
-TEST_F(Base64Decode, LengthWhoseSizeWrapsFails)
+TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
 {
-    for (const QAL_INT32 lLen : {715827883, 715827884, 1431655765, 1431655766, INT_MAX}) {
+    for (const QAL_INT32 lLen : {1431655759, 1431655760, 1431655765, 1431655766, INT_MAX}) {
         ExpectTooLong(platform, MOX_BASE64Decode, lLen);
     }
 }
 
-TEST_F(Base64Encode, TheLongestInputIsAskedFor)
+/// Asks for a block of that size, which the machine does not have, whatever the input.
+void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
-    QAL_UINT8 *pucOutput = nullptr;
+    SCOPED_TRACE(length.lLen);
     const GuardedMemory memory(1);
+    QAL_UINT8 ucJunk = 0;
+    QAL_UINT8 *pucOutput = &ucJunk;
     platform.StartRecording();
     platform.Fail(Service::kAllocate, 1);
-    EXPECT_EQ(MOX_BASE64Encode(memory.End(), 0x1FFFFFFF, &pucOutput), 0);
-    EXPECT_EQ(platform.MemoryTrace(), "D 715827886");
+    EXPECT_EQ(pfunConvert(memory.End(), length.lLen, &pucOutput), 0);
+    EXPECT_EQ(pucOutput, nullptr);
+    EXPECT_EQ(platform.MemoryTrace(), "D " + std::to_string(length.ulSize));
 }
 
-TEST_F(Base64Decode, TheLongestInputIsAskedFor)
+// From 2^29 bytes on, four times the length is a negative number in 32 bits.
+TEST_F(Base64Encode, WrappedSizeIsAskedFor)
 {
-    QAL_UINT8 *pucOutput = nullptr;
-    const GuardedMemory memory(1);
-    platform.StartRecording();
-    platform.Fail(Service::kAllocate, 1);
-    EXPECT_EQ(MOX_BASE64Decode(memory.End(), 715827882, &pucOutput), 0);
-    EXPECT_EQ(platform.MemoryTrace(), "D 536870915");
+    constexpr Length kLengths[] = {
+        {0x1FFFFFFF, 715827886},  {0x20000000, 3579139419}, {0x20000001, 3579139420},
+        {0x3FFFFFFA, 4294967293}, {0x3FFFFFFB, 4294967295},
+    };
+    for (const Length &length : kLengths) {
+        ExpectAsked(platform, MOX_BASE64Encode, length);
+    }
+}
+
+// From 715,827,883 characters on, so is three times the length.
+TEST_F(Base64Decode, WrappedSizeIsAskedFor)
+{
+    constexpr Length kLengths[] = {
+        {715827882, 536870915},   {715827883, 3758096389},  {715827884, 3758096389},
+        {1431655757, 4294967294}, {1431655758, 4294967295},
+    };
+    for (const Length &length : kLengths) {
+        ExpectAsked(platform, MOX_BASE64Decode, length);
+    }
 }
 
 TEST_F(Base64Free, ReleasesAndSetsNull)

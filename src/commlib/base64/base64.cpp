@@ -133,25 +133,41 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
     return ulOut;
 }
 
-// The sizes are computed in 32 bits. Up to these lengths the products fit; beyond them they wrap,
-// and the block would be smaller than its content.
-constexpr QAL_INT32 kMostEncoded = std::numeric_limits<QAL_INT32>::max() / 4;
-constexpr QAL_INT32 kMostDecoded = std::numeric_limits<QAL_INT32>::max() / 3;
-
 /// A product in 32 bits, which wraps.
 constexpr QAL_INT32 Product(QAL_UINT32 ulFactor, QAL_INT32 lLen)
 {
     return static_cast<QAL_INT32>(ulFactor * static_cast<QAL_UINT32>(lLen));
 }
 
-/// Allocates the block of an output, @p lSize bytes as the formula gives it.
+constexpr QAL_INT32 EncodedSize(QAL_INT32 lLen)
+{
+    return Product(4, lLen) / 3 + 5;
+}
+
+constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
+{
+    return Product(3, lLen) / 4 + 4;
+}
+
+// The longest inputs whose output fits the block that is asked for. Kept: a size that has become
+// negative is asked for as the unsigned number it is then, which is more than the output needs
+// (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). One byte more, and it
+// is 0.
+constexpr QAL_INT32 kMostEncoded = 1073741819;
+constexpr QAL_INT32 kMostDecoded = 1431655758;
+static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
+static_assert(DecodedSize(kMostDecoded) == -1 && DecodedSize(kMostDecoded + 1) == 0);
+
+/// Allocates the block of an output, @p lSize bytes by the formula.
 QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize, QAL_UINT32 ulLine)
 {
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // The empty output of a negative length is one byte, its NUL; a size of 0 is one byte, too.
-    const QAL_UINT32 ulSize = lSize < 0 ? 1 : static_cast<QAL_UINT32>(lSize);
+    // The empty output of a negative length is one byte, its NUL, where the formula has no use:
+    // below 0, or above what it has for a length of 0.
+    const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
+    const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
@@ -170,7 +186,7 @@ extern "C" {
 // (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
-    *ppucOutput = AllocateOutput(lInputlen, kMostEncoded, Product(4, lInputlen) / 3 + 5, __LINE__);
+    *ppucOutput = AllocateOutput(lInputlen, kMostEncoded, EncodedSize(lInputlen), __LINE__);
     if (*ppucOutput == nullptr) {
         return 0;
     }
@@ -191,7 +207,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (pucInput == nullptr || lInputlen == 0) {
         return 0;
     }
-    *ppucOutput = AllocateOutput(lInputlen, kMostDecoded, Product(3, lInputlen) / 4 + 4, __LINE__);
+    *ppucOutput = AllocateOutput(lInputlen, kMostDecoded, DecodedSize(lInputlen), __LINE__);
     if (*ppucOutput == nullptr) {
         return 0;
     }
