@@ -2,7 +2,7 @@
 // characters and back by adding, to each range of the alphabet, the distance of its characters.
 #include "base64_kernel.h"
 
-#if defined(__AVX2__)
+#if defined(WYX_BASE64_HAS_AVX2)
 
 #include <immintrin.h>
 

@@ -2,7 +2,7 @@
 // in as a whole, and so do the sextets of all characters in two.
 #include "base64_kernel.h"
 
-#if defined(__AVX512VBMI__) && defined(__AVX512BW__)
+#if defined(WYX_BASE64_HAS_AVX512)
 
 #include <algorithm>
 #include <bit>

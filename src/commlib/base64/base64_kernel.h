@@ -1,19 +1,38 @@
-// The inner loops of Base64, in several forms; all give the same bytes as the loops of base64.cpp
-// that go character by character, which do whatever these leave over.
+// The forms of Base64's inner loops, and the one that the library uses.
 //
-// EncodeGroups() encodes groups of three bytes from the start of the input and gives the number of
-// bytes that it has encoded. DecodeQuads() decodes quads of four characters, and stops before the
-// first that holds anything but characters with a value; it gives the number of characters that it
-// has decoded. Where these are 16 or more, it leaves no quad before that one over. None of them
-// reads beyond the input. Behind the bytes that it decodes, DecodeQuads() may overwrite others as
-// long as they are fewer than the characters it leaves over call for, and one byte more: so many
-// the buffer of a decoder always has.
+// EncodeGroups() encodes groups of three bytes from the start of the input and returns the number
+// of bytes encoded. DecodeQuads() decodes quads of four characters and stops before the first one
+// that holds a character without a value; it returns the number of characters decoded. Given 16 or
+// more characters before that quad, it decodes all of them; given fewer, it may leave some. The
+// loops of base64.cpp, character by character, do whatever is left over.
+//
+// All forms produce the same bytes. None reads outside the input. DecodeQuads() may overwrite bytes
+// after those it decodes: at most as many as the remaining characters decode to, plus one. A
+// decoder's buffer always has that room.
+//
+// A form exists only where the compiler may assume the CPU features it needs, and is chosen when
+// the library is compiled: nothing is detected at run time.
 #ifndef WYX_COMMLIB_BASE64_KERNEL_H
 #define WYX_COMMLIB_BASE64_KERNEL_H
 
 #include "wyx_commlib/types.h"
 
 #include <array>
+
+#if defined(__SSE2__)
+#define WYX_BASE64_HAS_SSE2 1
+#endif
+#if defined(__AVX2__)
+#define WYX_BASE64_HAS_AVX2 1
+#endif
+#if defined(__AVX512VBMI__) && defined(__AVX512BW__)
+#define WYX_BASE64_HAS_AVX512 1
+#endif
+#if defined(__ARM_NEON)
+#define WYX_BASE64_HAS_NEON 1
+#else
+#define WYX_BASE64_HAS_TABLE 1 // NEON does without tables of this size
+#endif
 
 namespace wyx::base64 {
 
@@ -24,8 +43,8 @@ inline constexpr QAL_UINT8 kSextets = 64;
 
 inline constexpr QAL_UINT8 kNoSextet = 0xFF;
 
-/// The sextets of all characters, those of the URL-safe alphabet included; kNoSextet for others.
-/// Each form makes a table of its own of it.
+/// The sextets of all characters, including those of the URL-safe alphabet; kNoSextet for all
+/// others. Each form makes its own table from it.
 consteval std::array<QAL_UINT8, 256> MakeSextets()
 {
     std::array<QAL_UINT8, 256> aTab{};
@@ -38,43 +57,43 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
     return aTab;
 }
 
-/// Looks several characters up at once in tables of 8 and 4 KiB.
+/// Any CPU: looks several characters up at once in tables of 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace table
 
-/// 12 bytes at once, with SSE2; decodes in the table's form.
+/// SSE2: 12 bytes at once. Decodes like table.
 namespace sse2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 using table::DecodeQuads;
 } // namespace sse2
 
-/// 24 bytes or 32 characters at once, with AVX2; the table's form for the rest.
+/// AVX2: 24 bytes or 32 characters at once; the rest like table.
 namespace avx2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace avx2
 
-/// 48 bytes or 64 characters at once, down to the last group, with AVX-512's byte permutations.
+/// AVX-512 with byte permutations: 48 bytes or 64 characters at once, down to the last group.
 namespace avx512 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace avx512
 
-/// 48 bytes or 64 characters at once, with NEON; then 12 or 16.
+/// NEON: 48 bytes or 64 characters at once, then 12 or 16.
 namespace neon {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace neon
 
-#if defined(__AVX512VBMI__) && defined(__AVX512BW__)
+#if defined(WYX_BASE64_HAS_AVX512)
 namespace kernel = avx512;
-#elif defined(__AVX2__)
+#elif defined(WYX_BASE64_HAS_AVX2)
 namespace kernel = avx2;
-#elif defined(__SSE2__)
+#elif defined(WYX_BASE64_HAS_SSE2)
 namespace kernel = sse2;
-#elif defined(__ARM_NEON)
+#elif defined(WYX_BASE64_HAS_NEON)
 namespace kernel = neon;
 #else
 namespace kernel = table;

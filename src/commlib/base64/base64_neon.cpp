@@ -4,7 +4,7 @@
 // does a second time it does to the same effect.
 #include "base64_kernel.h"
 
-#if defined(__ARM_NEON)
+#if defined(WYX_BASE64_HAS_NEON)
 
 #include <algorithm>
 #include <bit>

@@ -2,7 +2,7 @@
 // insertion takes its pair from memory, and one store takes the place of eight.
 #include "base64_kernel.h"
 
-#if defined(__SSE2__)
+#if defined(WYX_BASE64_HAS_SSE2)
 
 #include <emmintrin.h>
 

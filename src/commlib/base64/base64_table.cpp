@@ -6,7 +6,7 @@
 
 static_assert(std::endian::native == std::endian::little);
 
-#if !defined(__ARM_NEON) // which does without tables of this size
+#if defined(WYX_BASE64_HAS_TABLE)
 
 #include "base64_pairs.h"
 

@@ -1,7 +1,7 @@
-// The calls of CRC-16; crc16_arth_internal.h has the table and names the ways to compute it.
+// The calls of CRC-16; crc_kernel.h names the forms that compute it.
 #include "wyx_commlib/crc.h"
 
-#include "crc16_arth_internal.h"
+#include "crc_kernel.h"
 
 extern "C" {
 
@@ -13,7 +13,7 @@ QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QA
     if (pucData == nullptr || puwResult == nullptr) {
         return XELP_ERR_CRC16_INVALID_PARA;
     }
-    *puwResult = wyx::crc::Crc16(uwCrc, pucData, ulLen);
+    *puwResult = wyx::crc::kernel::Crc16(uwCrc, pucData, ulLen);
     return 0;
 }
 

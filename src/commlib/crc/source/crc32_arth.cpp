@@ -1,7 +1,7 @@
-// The calls of CRC-32; crc32_arth_internal.h has the table and names the ways to compute it.
+// The calls of CRC-32; crc_kernel.h names the forms that compute it.
 #include "wyx_commlib/crc.h"
 
-#include "crc32_arth_internal.h"
+#include "crc_kernel.h"
 
 extern "C" {
 
@@ -14,7 +14,7 @@ QAL_UINT32 XELP_CRC_Accumulate_32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QA
     if (pucData == nullptr || pulResult == nullptr) {
         return XELP_ERR_CRC_INVALID_PARA;
     }
-    *pulResult = wyx::crc::Crc32(ulCrc, pucData, ulLen);
+    *pulResult = wyx::crc::kernel::Crc32(ulCrc, pucData, ulLen);
     return 0;
 }
 

@@ -1,4 +1,4 @@
-// What folding by carry-less multiplication needs of x86: PCLMULQDQ and the byte shuffles of SSSE3.
+// The x86-64 instructions that crc_clmul.h uses: PCLMULQDQ, and the byte shuffles of SSSE3.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_X86_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_X86_H
 
@@ -8,7 +8,10 @@
 
 namespace wyx::crc {
 
-/// The product of the low words, and that of the high ones.
+/// Products beat the XORs of the sparse form at every length.
+constexpr QAL_UINT32 kMaxCrc16ByClmul = ~QAL_UINT32{0};
+
+/// The product of the low words, and the product of the high ones.
 inline Vector MultiplyLow(Vector a, Vector b)
 {
     return reinterpret_cast<Vector>(
@@ -21,7 +24,7 @@ inline Vector MultiplyHigh(Vector a, Vector b)
         _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x11));
 }
 
-/// Moves the bytes to higher or lower places; zeros take theirs.
+/// Moves the bytes to higher or lower places and fills up with zeros.
 template <int kBytes>
 inline Vector ShiftUp(Vector vector)
 {
@@ -34,7 +37,8 @@ inline Vector ShiftDown(Vector vector)
     return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
 }
 
-/// Byte i of the result is the byte that @p places gives in its byte i, and 0 for places from 128.
+/// Byte i of the result is the byte at the place that byte i of @p places names; 0 for places from
+/// 128.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

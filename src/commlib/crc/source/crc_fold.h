@@ -1,15 +1,18 @@
 // Dividing a message by a sparse multiple of its CRC's polynomial, a word or a vector at a time.
 //
-// A message is a polynomial M over GF(2), its first bit the highest coefficient, and its CRC is the
-// remainder of M * x^width by P. That remainder stays the same when any multiple of P is added to
-// M. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms: adding S, shifted so that x^d
-// meets a bit that is set, clears this bit and flips those that lie d - a, ..., d places behind it.
-// From the first bit to the last but d, that clears the message and gathers all of it in its last d
-// bits.
-//
-// Bits that are closer together than the smallest of these distances do not touch each other: they
-// are cleared all at once, by XORing the word they form into the message behind it, once for each
-// of the distances. This is folding; it takes no table and no multiplication.
+// A message is a polynomial M over GF(2); its first bit is the highest coefficient. Its CRC is the
+// remainder of M * x^width by P.
+// 1. Adding a multiple of P to M does not change that remainder.
+// 2. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms. Shift S so that its x^d meets a
+//    bit of M that is set, and add it. This clears the bit and flips the bits d - a, ..., d places
+//    after it.
+// 3. Do so for one bit after the other, from the first on. All but the last d bits are then zero,
+// and
+//    the last d bits are a message with the same remainder.
+// 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
+//    each other. All bits of a word can be cleared at once: XOR the word into the message at each
+//    of the distances.
+// This is folding. It takes no table and no multiplication.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 
@@ -25,7 +28,7 @@ using Word = QAL_UINT64;
 constexpr unsigned kWordBits = 64;
 constexpr unsigned kWordBytes = 8;
 
-/// x^uWidth and the coefficients below it, that of x^0 in the lowest bit.
+/// x^uWidth plus the coefficients below it, x^0 in the lowest bit.
 struct Polynomial {
     unsigned uWidth;
     QAL_UINT32 ulLower;
@@ -53,16 +56,17 @@ struct Sparse {
     }
 };
 
-/// Bytes whose first bit is the lowest: a little-endian word has its first bit there, too.
+/// The first bit of a byte is its lowest, so the first bit of a little-endian word is its lowest,
+/// too.
 struct LowestBitFirst {
-    /// Between a word and what a little-endian machine makes of its bytes in memory.
+    /// Between a word and its bytes in memory as a little-endian machine loads them.
     static Word InMemory(Word ullWord) { return ullWord; }
     /// Moves bits so many places towards the end of the message; those beyond the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
 };
 
-/// Bytes whose first bit is the highest, and so is that of words with their first byte on top.
+/// The first bit of a byte is its highest, as is that of a word with its first byte on top.
 struct HighestBitFirst {
     static Word InMemory(Word ullWord) { return __builtin_bswap64(ullWord); }
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
@@ -77,23 +81,23 @@ inline Word LoadWord(const QAL_UINT8 *puc)
     return Order::InMemory(ullWord);
 }
 
-/// Folds a message word by word: what its first words add to those not read yet is kept here.
+/// Folds a message word by word. Holds what the words cleared so far add to those not yet taken.
 template <typename Order, typename Multiple>
 class WordFold;
 
 template <typename Order, unsigned kDegree, unsigned... kLower>
 class WordFold<Order, Sparse<kDegree, kLower...>> {
     static constexpr unsigned kNearest = std::min({(kDegree - kLower)...});
-    static_assert(2 * kNearest >= kWordBits, "what a word adds to itself would have to be folded");
+    static_assert(2 * kNearest >= kWordBits, "bits that a word adds to itself would need clearing");
 
   public:
-    /// The words behind a folded one that it reaches: its last bit lies kWordBits - 1 into it.
+    /// How many of the following words a cleared word adds to.
     static constexpr unsigned kReach = (kDegree + kWordBits - 1) / kWordBits;
 
     /// Adds to the word that is taken next.
     void Add(Word ullWord) { aullAdded_[0] ^= ullWord; }
 
-    /// Takes the next word of the message and gives it as the folded ones have left it.
+    /// Takes the next word of the message and returns it with what the cleared ones added to it.
     Word Take(Word ullMessage)
     {
         const Word ullWord = ullMessage ^ aullAdded_[0];
@@ -102,11 +106,11 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
         return ullWord;
     }
 
-    /// Clears the word taken last. Distances shorter than a word end within it first.
-    void Fold(Word ullWord)
+    /// Clears the word taken last. Distances shorter than a word add to the word itself first.
+    void Clear(Word ullWord)
     {
         ullWord ^= (Within<kDegree - kLower>(ullWord) ^ ...);
-        (AddBehind<kDegree - kLower>(ullWord), ...);
+        (AddAfter<kDegree - kLower>(ullWord), ...);
     }
 
   private:
@@ -126,7 +130,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     }
 
     template <unsigned kDistance>
-    void AddBehind(Word ullWord)
+    void AddAfter(Word ullWord)
     {
         constexpr unsigned kWords = kDistance / kWordBits;
         constexpr unsigned kPlaces = kDistance % kWordBits;
@@ -141,16 +145,15 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     Word aullAdded_[kReach] = {};
 };
 
-/// The first word of a message whose other words are whole ones: where its length is no multiple of
-/// a word's, zeros stand in front of it. They change no remainder, as leading zeros of any
-/// dividend.
+/// The first word of a message, padded with zeros in front so that whole words remain. Leading
+/// zeros of a dividend change no remainder.
 template <typename Order>
 struct FirstWord {
     QAL_UINT32 ulBytes; ///< of the message, 1 to 8
     Word ullWord;
-    Word ullNext; ///< what of the start value falls upon the second word
+    Word ullNext; ///< the part of the start value that reaches into the second word
 
-    /// @p ullStart is the running value, as the first bits of a word; @p ulLen is at least 8.
+    /// @p ullStart is the running value in the first bits of a word; @p ulLen is at least 8.
     FirstWord(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
         : ulBytes((ulLen - 1) % kWordBytes + 1),
           ullWord(Order::Later(LoadWord<Order>(pucData) ^ ullStart, kWordBits - 8 * ulBytes)),
@@ -158,13 +161,13 @@ struct FirstWord {
     {}
 };
 
-/// A message that is folded into a single word, and the bits added behind its end.
+/// What a folded message consists of: its last word, and the bits added after its end.
 struct LastWord {
     Word ullWord;
     Word ullPastEnd;
 };
 
-/// Folds by Long as far as it reaches, which is fast, and what it leaves over by Short.
+/// Folds by the multiple Long as far as that reaches, which is fast, and the rest by Short.
 template <typename Order, typename Long, typename Short>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
@@ -174,27 +177,27 @@ inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ul
     Word ullWord = first.ullWord;
     QAL_UINT32 i = first.ulBytes;
     for (; ulLen - i >= longFold.kReach * kWordBytes; i += kWordBytes) {
-        longFold.Fold(ullWord);
+        longFold.Clear(ullWord);
         ullWord = longFold.Take(LoadWord<Order>(pucData + i));
     }
     WordFold<Order, Short> shortFold;
     for (; i < ulLen; i += kWordBytes) {
-        shortFold.Fold(ullWord);
+        shortFold.Clear(ullWord);
         ullWord = shortFold.Take(longFold.Take(LoadWord<Order>(pucData + i)));
     }
     return {ullWord, shortFold.Take(0)};
 }
 
-/// The same by Short alone, for messages that Long does not reach into.
-template <typename Order, typename Short>
+/// Folds by one multiple alone, for messages that are too short for another.
+template <typename Order, typename Multiple>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     const FirstWord<Order> first(ullStart, pucData, ulLen);
-    WordFold<Order, Short> fold;
+    WordFold<Order, Multiple> fold;
     fold.Add(first.ullNext);
     Word ullWord = first.ullWord;
     for (QAL_UINT32 i = first.ulBytes; i < ulLen; i += kWordBytes) {
-        fold.Fold(ullWord);
+        fold.Clear(ullWord);
         ullWord = fold.Take(LoadWord<Order>(pucData + i));
     }
     return {ullWord, fold.Take(0)};

@@ -1,9 +1,9 @@
 // Folding a long message by whole vectors.
 //
-// Squaring over GF(2) doubles the exponents and adds no term: (a + b)^2 = a^2 + b^2. So the eighth
-// power of a sparse multiple S has the exponents of S times eight. Its distances are those of S,
-// counted in bytes instead of bits, and a vector is folded by XORing it into the message at these
-// distances, with no shift and in whichever order the bits of a byte come.
+// Squaring over GF(2) doubles the exponents and adds no term: (a + b)^2 = a^2 + b^2. The eighth
+// power of a sparse multiple S therefore has the terms of S with their exponents times eight. Its
+// distances are those of S in bytes instead of bits. A vector is folded by XORing it into the
+// message at these distances, without a shift, and whatever the order of the bits in a byte is.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 
@@ -33,7 +33,8 @@ class VectorFold;
 template <unsigned kDegree, unsigned... kLower>
 class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr unsigned kNearest = std::min({(kDegree - kLower)...});
-    static_assert(kNearest >= kVectorBytes, "a vector would add to itself");
+    static constexpr unsigned kStep = 4 * kVectorBytes;
+    static_assert(kNearest >= kStep, "a vector would add to its own step");
 
     static constexpr unsigned kPast = (kDegree + kVectorBytes - 1) / kVectorBytes * kVectorBytes;
     static constexpr unsigned kChunk = 4096;
@@ -42,13 +43,14 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr QAL_UINT32 kMinBytes = kPast + kVectorBytes;
     static constexpr QAL_UINT32 kMaxRest = kPast + kVectorBytes - 1;
 
-    /// Writes a message of at most kMaxRest bytes with the remainder of the given one, which has
-    /// kMinBytes or more, and returns its length. @p start is added to the first 16 bytes.
-    static QAL_UINT32 Fold(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
-                           QAL_UINT8 *pucRest)
+    /// Writes a message of at most kMaxRest bytes with the same remainder as the given one, which
+    /// has at least kMinBytes, and returns its length. @p start is added to the first 16 bytes.
+    static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
+                             QAL_UINT8 *pucRest)
     {
-        // The words cleared so far, as they were when their turn came: the message's next vector is
-        // changed by those that lie the distances before it. Before the message they are zeros.
+        // The vectors cleared so far, as they were just before. The next vector of the message is
+        // XORed with those at the multiple's distances before it; before the message there are
+        // zeros.
         alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
         QAL_UINT8 *const pucCleared = aucBuffer + kPast;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
@@ -58,11 +60,9 @@ class VectorFold<Sparse<kDegree, kLower...>> {
         QAL_UINT32 ulCleared = 0;
         for (;;) {
             ulCleared = std::min(ulLeft - kPast, kChunk) / kVectorBytes * kVectorBytes;
-            StoreVector(pucCleared, Next(pucData, pucCleared) ^ start);
+            StoreVector(pucCleared, Folded(pucData, pucCleared) ^ start);
             start = Vector{};
-            for (QAL_UINT32 i = kVectorBytes; i < ulCleared; i += kVectorBytes) {
-                StoreVector(pucCleared + i, Next(pucData + i, pucCleared + i));
-            }
+            ClearFrom(kVectorBytes, ulCleared, pucData, pucCleared);
             pucData += ulCleared;
             ulLeft -= ulCleared;
             if (ulLeft <= kMaxRest) {
@@ -72,21 +72,40 @@ class VectorFold<Sparse<kDegree, kLower...>> {
                 StoreVector(aucBuffer + i, LoadVector(pucCleared + ulCleared - kPast + i));
             }
         }
-        // The rest is not cleared itself, so that from here on there are zeros again.
+        // The rest stays as it is, so zeros follow the cleared vectors.
         QAL_UINT8 *const pucEnd = pucCleared + ulCleared;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});
         }
         for (QAL_UINT32 i = 0; i + kVectorBytes <= ulLeft; i += kVectorBytes) {
-            StoreVector(pucRest + i, Next(pucData + i, pucEnd + i));
+            StoreVector(pucRest + i, Folded(pucData + i, pucEnd + i));
         }
-        const QAL_UINT32 ulLast = ulLeft - kVectorBytes; // overlaps the one before it
-        StoreVector(pucRest + ulLast, Next(pucData + ulLast, pucEnd + ulLast));
+        const QAL_UINT32 ulLast = ulLeft - kVectorBytes; // overlaps the vector before it
+        StoreVector(pucRest + ulLast, Folded(pucData + ulLast, pucEnd + ulLast));
         return ulLeft;
     }
 
   private:
-    static Vector Next(const QAL_UINT8 *pucMessage, const QAL_UINT8 *pucCleared)
+    /// The vectors of a step do not depend on each other, which keeps in-order CPUs busy.
+    static void ClearFrom(QAL_UINT32 i, QAL_UINT32 ulEnd, const QAL_UINT8 *pucData,
+                          QAL_UINT8 *pucCleared)
+    {
+        for (; i + kStep <= ulEnd; i += kStep) {
+            const Vector first = Folded(pucData + i, pucCleared + i);
+            const Vector second = Folded(pucData + i + 16, pucCleared + i + 16);
+            const Vector third = Folded(pucData + i + 32, pucCleared + i + 32);
+            const Vector fourth = Folded(pucData + i + 48, pucCleared + i + 48);
+            StoreVector(pucCleared + i, first);
+            StoreVector(pucCleared + i + 16, second);
+            StoreVector(pucCleared + i + 32, third);
+            StoreVector(pucCleared + i + 48, fourth);
+        }
+        for (; i < ulEnd; i += kVectorBytes) {
+            StoreVector(pucCleared + i, Folded(pucData + i, pucCleared + i));
+        }
+    }
+
+    static Vector Folded(const QAL_UINT8 *pucMessage, const QAL_UINT8 *pucCleared)
     {
         return (LoadVector(pucMessage) ^ ... ^ LoadVector(pucCleared - (kDegree - kLower)));
     }

@@ -1,5 +1,5 @@
-// Every way to compute the checksums gives, bit for bit, what one look-up per byte gives: at the
-// lengths where a method begins, ends or changes, at every alignment, and for any split.
+// Every form of the checksums computes what one look-up per byte computes: at the lengths where a
+// method starts, ends or changes, at every alignment, and for any split.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,19 +7,19 @@
 #include <numeric>
 #include <vector>
 
-#include "crc16_arth_internal.h"
-#include "crc32_arth_internal.h"
 #include "crc_checks.h"
+#include "crc_kernel.h"
+#include "crc_plain.h"
 
 namespace wyx::test {
 namespace {
 
-/// A variant in the shape of the public calls, for the checks that are made for those.
-template <typename Word, Word (*pfunVariant)(Word, const QAL_UINT8 *, QAL_UINT32)>
+/// A form with the signatures of the public calls, for the checks written for those.
+template <typename Word, Word (*pfunForm)(Word, const QAL_UINT8 *, QAL_UINT32)>
 struct AsCalls {
     static QAL_UINT32 Piece(Word start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen, Word *pResult)
     {
-        *pResult = pfunVariant(start, pucData, ulLen);
+        *pResult = pfunForm(start, pucData, ulLen);
         return 0;
     }
     static QAL_UINT32 Whole(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, Word *pResult)
@@ -28,27 +28,27 @@ struct AsCalls {
     }
 };
 
-template <QAL_UINT16 (*pfunVariant)(QAL_UINT16, const QAL_UINT8 *, QAL_UINT32)>
-struct Variant16 {
+template <QAL_UINT16 (*pfunForm)(QAL_UINT16, const QAL_UINT8 *, QAL_UINT32)>
+struct Form16 {
     using Value = QAL_UINT16;
     static constexpr auto pfunPlain = crc::Crc16Plain;
-    static constexpr auto pfunFast = pfunVariant;
-    using Calls = AsCalls<QAL_UINT16, pfunVariant>;
+    static constexpr auto pfunFast = pfunForm;
+    using Calls = AsCalls<QAL_UINT16, pfunForm>;
     static constexpr Crc<QAL_UINT16> kCrc = {Calls::Whole, Calls::Piece, 0x1021, false, 0};
 };
 
-template <QAL_UINT32 (*pfunVariant)(QAL_UINT32, const QAL_UINT8 *, QAL_UINT32)>
-struct Variant32 {
+template <QAL_UINT32 (*pfunForm)(QAL_UINT32, const QAL_UINT8 *, QAL_UINT32)>
+struct Form32 {
     using Value = QAL_UINT32;
     static constexpr auto pfunPlain = crc::Crc32Plain;
-    static constexpr auto pfunFast = pfunVariant;
-    using Calls = AsCalls<QAL_UINT32, pfunVariant>;
+    static constexpr auto pfunFast = pfunForm;
+    using Calls = AsCalls<QAL_UINT32, pfunForm>;
     static constexpr Crc<QAL_UINT32> kCrc = {Calls::Whole, Calls::Piece, 0x04C11DB7, true, 0};
 };
 
-template <typename Variant>
-class CrcVariants : public testing::Test {};
-TYPED_TEST_SUITE_P(CrcVariants);
+template <typename Form>
+class CrcForms : public testing::Test {};
+TYPED_TEST_SUITE_P(CrcForms);
 
 /// Lengths in which methods and loops begin and end: all the small ones, and those around the sizes
 /// of chunks and buffers.
@@ -64,19 +64,19 @@ std::vector<std::size_t> Lengths()
     return lengths;
 }
 
-TYPED_TEST_P(CrcVariants, AgreesWithLongDivision)
+TYPED_TEST_P(CrcForms, AgreesWithLongDivision)
 {
     ExpectEveryByte(TypeParam::kCrc);
     ExpectRemainders(TypeParam::kCrc);
 }
 
-TYPED_TEST_P(CrcVariants, PiecesJoinToTheWhole)
+TYPED_TEST_P(CrcForms, PiecesJoinToTheWhole)
 {
     ExpectSplitsToJoin(TypeParam::kCrc);
     ExpectLongMessage(TypeParam::kCrc);
 }
 
-TYPED_TEST_P(CrcVariants, EveryLengthFromEveryStart)
+TYPED_TEST_P(CrcForms, EveryLengthFromEveryStart)
 {
     using Value = typename TypeParam::Value;
     Random random;
@@ -94,7 +94,7 @@ TYPED_TEST_P(CrcVariants, EveryLengthFromEveryStart)
     }
 }
 
-TYPED_TEST_P(CrcVariants, EveryAlignment)
+TYPED_TEST_P(CrcForms, EveryAlignment)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -114,7 +114,7 @@ TYPED_TEST_P(CrcVariants, EveryAlignment)
 }
 
 /// Each bit of a message counts where it stands: all zeros but for one bit.
-TYPED_TEST_P(CrcVariants, EveryBitOfAMessage)
+TYPED_TEST_P(CrcForms, EveryBitOfAMessage)
 {
     for (const std::size_t len : {20U, 100U, 700U}) {
         std::vector<QAL_UINT8> message(len);
@@ -129,7 +129,7 @@ TYPED_TEST_P(CrcVariants, EveryBitOfAMessage)
     }
 }
 
-TYPED_TEST_P(CrcVariants, ReadsNothingOutsideTheMessage)
+TYPED_TEST_P(CrcForms, ReadsNothingOutsideTheMessage)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -145,24 +145,24 @@ TYPED_TEST_P(CrcVariants, ReadsNothingOutsideTheMessage)
     }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(CrcVariants, AgreesWithLongDivision, PiecesJoinToTheWhole,
+REGISTER_TYPED_TEST_SUITE_P(CrcForms, AgreesWithLongDivision, PiecesJoinToTheWhole,
                             EveryLengthFromEveryStart, EveryAlignment, EveryBitOfAMessage,
                             ReadsNothingOutsideTheMessage);
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Plain16, CrcVariants, Variant16<crc::Crc16Plain>);
-INSTANTIATE_TYPED_TEST_SUITE_P(Plain32, CrcVariants, Variant32<crc::Crc32Plain>);
-INSTANTIATE_TYPED_TEST_SUITE_P(Sparse16, CrcVariants, Variant16<crc::Crc16Sparse>);
-INSTANTIATE_TYPED_TEST_SUITE_P(Sparse32, CrcVariants, Variant32<crc::Crc32Sparse>);
-#if defined(WYX_CRC_HAS_CRC32_INSTRUCTIONS)
-INSTANTIATE_TYPED_TEST_SUITE_P(Aarch64, CrcVariants, Variant32<crc::Crc32Aarch64>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Plain16, CrcForms, Form16<crc::Crc16Plain>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Plain32, CrcForms, Form32<crc::Crc32Plain>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Sparse16, CrcForms, Form16<crc::sparse::Crc16>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Sparse32, CrcForms, Form32<crc::sparse::Crc32>);
+#if defined(WYX_CRC_HAS_AARCH64)
+INSTANTIATE_TYPED_TEST_SUITE_P(Aarch64, CrcForms, Form32<crc::aarch64::Crc32>);
 #endif
 #if defined(WYX_CRC_HAS_CLMUL)
-INSTANTIATE_TYPED_TEST_SUITE_P(Clmul16, CrcVariants, Variant16<crc::Crc16Clmul>);
-INSTANTIATE_TYPED_TEST_SUITE_P(Clmul32, CrcVariants, Variant32<crc::Crc32Clmul>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Clmul16, CrcForms, Form16<crc::clmul::Crc16>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Clmul32, CrcForms, Form32<crc::clmul::Crc32>);
 #endif
 #if defined(WYX_CRC_HAS_CLMUL512)
-INSTANTIATE_TYPED_TEST_SUITE_P(Clmul512Of16, CrcVariants, Variant16<crc::Crc16Clmul512>);
-INSTANTIATE_TYPED_TEST_SUITE_P(Clmul512Of32, CrcVariants, Variant32<crc::Crc32Clmul512>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Clmul512Of16, CrcForms, Form16<crc::clmul512::Crc16>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Clmul512Of32, CrcForms, Form32<crc::clmul512::Crc32>);
 #endif
 
 } // namespace

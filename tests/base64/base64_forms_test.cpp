@@ -26,18 +26,19 @@ struct Form {
 std::vector<Form> Forms()
 {
     std::vector<Form> forms;
-#if defined(__ARM_NEON)
-    forms.push_back({"neon", base64::neon::EncodeGroups, base64::neon::DecodeQuads});
-#else
+#if defined(WYX_BASE64_HAS_TABLE)
     forms.push_back({"table", base64::table::EncodeGroups, base64::table::DecodeQuads});
 #endif
-#if defined(__SSE2__)
+#if defined(WYX_BASE64_HAS_NEON)
+    forms.push_back({"neon", base64::neon::EncodeGroups, base64::neon::DecodeQuads});
+#endif
+#if defined(WYX_BASE64_HAS_SSE2)
     forms.push_back({"sse2", base64::sse2::EncodeGroups, base64::sse2::DecodeQuads});
 #endif
-#if defined(WYX_HAVE_AVX2_FORM)
+#if defined(WYX_BASE64_HAS_AVX2)
     forms.push_back({"avx2", base64::avx2::EncodeGroups, base64::avx2::DecodeQuads});
 #endif
-#if defined(WYX_HAVE_AVX512_FORM)
+#if defined(WYX_BASE64_HAS_AVX512)
     forms.push_back({"avx512", base64::avx512::EncodeGroups, base64::avx512::DecodeQuads});
 #endif
     return forms;

@@ -1,0 +1,96 @@
+// The form for AArch64 CPUs with the CRC-32 instructions, whose polynomial and bit order are ours.
+#include "crc_kernel.h"
+
+#if defined(WYX_CRC_HAS_AARCH64)
+#include <arm_acle.h>
+
+#include "crc_plain.h"
+
+namespace wyx::crc {
+namespace {
+
+// An instruction takes eight bytes and can start each cycle, but its result arrives two or three
+// cycles later, so a single stream leaves the unit idle. Three parts of equal length are therefore
+// processed side by side. The value v at the end of a part, kPart bytes before the end of the next
+// one, amounts to v * x^(8 * kPart - 32) there. The sparse multiple below replaces that power of x
+// by five lower ones, all within the last 16 bytes of the next part.
+constexpr unsigned kPart = 640;
+template <unsigned... kExponents>
+struct JoinOf {
+    static_assert(Sparse<8 * kPart - 32, kExponents...>::IsMultipleOf(kCrc32));
+    static_assert(((kExponents < 96) && ...), "the sum would not end within two words");
+
+    Word ullFirst;
+    Word ullSecond;
+
+    explicit JoinOf(Word ullValue)
+        : ullFirst((High(ullValue, kExponents) ^ ...)), ullSecond((Low(ullValue, kExponents) ^ ...))
+    {}
+
+  private:
+    // The value's lowest coefficient, x^0, is its bit 31, and bit 63 of a word.
+    static Word Low(Word ullValue, unsigned uExponent)
+    {
+        return uExponent <= 32 ? ullValue << (32 - uExponent) : ullValue >> (uExponent - 32);
+    }
+    static Word High(Word ullValue, unsigned uExponent)
+    {
+        return uExponent <= 32 ? 0 : ullValue << (96 - uExponent);
+    }
+};
+using Join = JoinOf<26, 43, 62, 78, 95>;
+
+QAL_UINT32 AfterWord(QAL_UINT32 ulCrc, const QAL_UINT8 *puc, Word ullAdded = 0)
+{
+    return __crc32d(ulCrc, LoadWord<LowestBitFirst>(puc) ^ ullAdded);
+}
+
+QAL_UINT32 AfterTwoWords(QAL_UINT32 ulCrc, const QAL_UINT8 *puc)
+{
+    return AfterWord(AfterWord(ulCrc, puc), puc + kWordBytes);
+}
+
+/// The last two words of a part, with the value of the part before it joined in.
+QAL_UINT32 AfterJoin(QAL_UINT32 ulCrc, const QAL_UINT8 *puc, QAL_UINT32 ulBefore)
+{
+    const Join join(ulBefore);
+    return AfterWord(AfterWord(ulCrc, puc, join.ullFirst), puc + kWordBytes, join.ullSecond);
+}
+
+} // namespace
+
+QAL_UINT32 aarch64::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+{
+    constexpr unsigned kJoin = kPart - 2 * kWordBytes;
+    constexpr unsigned kPair = 2 * kWordBytes; // loaded by one instruction
+    constexpr unsigned kStep = 3 * kPair;
+    static_assert(kJoin % kStep == 0);
+    for (; ulLen >= 3 * kPart; ulLen -= 3 * kPart) {
+        const QAL_UINT8 *const pucSecond = pucData + kPart;
+        const QAL_UINT8 *const pucThird = pucSecond + kPart;
+        QAL_UINT32 ulSecond = 0;
+        QAL_UINT32 ulThird = 0;
+        for (unsigned i = 0; i < kJoin; i += kStep) {
+            for (unsigned j = i; j < i + kStep; j += kPair) {
+                ulCrc = AfterTwoWords(ulCrc, pucData + j);
+                ulSecond = AfterTwoWords(ulSecond, pucSecond + j);
+                ulThird = AfterTwoWords(ulThird, pucThird + j);
+            }
+        }
+        ulCrc = AfterTwoWords(ulCrc, pucData + kJoin);
+        ulCrc = AfterJoin(ulSecond, pucSecond + kJoin, ulCrc);
+        ulCrc = AfterJoin(ulThird, pucThird + kJoin, ulCrc);
+        pucData += 3 * kPart;
+    }
+    for (; ulLen >= kWordBytes; ulLen -= kWordBytes, pucData += kWordBytes) {
+        ulCrc = AfterWord(ulCrc, pucData);
+    }
+    for (; ulLen > 0; --ulLen, ++pucData) {
+        ulCrc = __crc32b(ulCrc, *pucData);
+    }
+    return ulCrc;
+}
+
+} // namespace wyx::crc
+
+#endif

@@ -1,0 +1,42 @@
+// The form for CPUs with carry-less multiplication of words.
+#include "crc_kernel.h"
+
+#if defined(WYX_CRC_HAS_CLMUL)
+#include "crc_clmul.h"
+
+namespace wyx::crc {
+namespace {
+
+// Multiplications take several cycles each, and a short message leaves nothing to do meanwhile.
+// Below these lengths another form is faster.
+constexpr QAL_UINT32 kMin16 = kVectorBytes;
+#if defined(WYX_CRC_HAS_AARCH64)
+namespace shorter = aarch64;
+constexpr QAL_UINT32 kMin32 = 384;
+#else
+namespace shorter = sparse;
+constexpr QAL_UINT32 kMin32 = kVectorBytes;
+#endif
+static_assert(kMin16 >= kVectorBytes && kMin32 >= kVectorBytes, "the first vector is read whole");
+
+} // namespace
+
+QAL_UINT16 clmul::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+{
+    if (ulLen < kMin16 || ulLen > kMaxCrc16ByClmul) {
+        return shorter::Crc16(uwCrc, pucData, ulLen);
+    }
+    return Crc16OfLanes<Lanes1>(uwCrc, pucData, ulLen);
+}
+
+QAL_UINT32 clmul::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+{
+    if (ulLen < kMin32) {
+        return shorter::Crc32(ulCrc, pucData, ulLen);
+    }
+    return Crc32OfLanes<Lanes1>(ulCrc, pucData, ulLen);
+}
+
+} // namespace wyx::crc
+
+#endif
