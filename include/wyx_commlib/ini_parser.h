@@ -177,8 +177,8 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *
  * Lookups and edits are more lenient on purpose: a document that fails this check can still be
  * used. The check fails for a key line before the first header, for a line of no known kind, and
- * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. Unlike a lookup, it reads every
- * line.
+ * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. It reads all lines, from the first
+ * on, up to the first that fails.
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line on
@@ -336,12 +336,16 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * Names and values are written as given, neither checked nor escaped. These do not read back, and
  * some of them change other lines at the next load:
  * - a line end in any of them: it makes several lines out of one
- * - a value that is empty (it reads back as the line end), begins with a blank or ends in a white
- *   byte (these are lost), holds " ;" (a comment may begin there), or ends in an odd number of
- *   backslashes (the last one joins the next line to this one)
+ * - a value that is empty (it reads back as the line end, or as none if the line has a comment),
+ *   begins with a blank or ends in a white byte (these are lost), holds " ;" (a comment may begin
+ *   there), holds `;` where the line has a comment (which becomes part of the value), or ends in
+ *   an odd number of backslashes where the line has none (the last one joins the next line to this
+ *   one)
  * - a key that is empty, begins or ends with a white byte, begins with `[`, `#`, `;` or a
  *   backslash, or holds `=`
  * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
+ *
+ * docs/round-trips.md has further cases for lines of 80 bytes or more.
  *
  * If an existing line cannot be rewritten, it is gone nevertheless, but ulLabel stays as it was:
  * unless something else was edited, a save then writes nothing and the file keeps the key. If a
