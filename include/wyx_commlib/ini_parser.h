@@ -70,8 +70,8 @@
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
  * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
- * No text is cut at 4 GiB: one that does not fit in 32 bits with its terminator cannot be copied, and
- * fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
+ * No text is cut at 4 GiB: one that does not fit in 32 bits with its terminator cannot be copied,
+ * and fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
