@@ -77,8 +77,10 @@ if(TARGET wyx)
     file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(wyx PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
     install(TARGETS wyx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
-    install(FILES "${WYX_MAN_FOLDER}/man1/wyx.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
-        COMPONENT tool)
+    if(TARGET wyx_manuals)
+        install(FILES "${WYX_MAN_FOLDER}/man1/wyx.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+            COMPONENT tool)
+    endif()
     set(completions "${PROJECT_SOURCE_DIR}/tools/wyx/completions")
     install(FILES "${completions}/wyx.bash" RENAME wyx
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)

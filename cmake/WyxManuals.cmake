@@ -1,19 +1,31 @@
-# Manual pages: wyx(1), and those of section 3, which are made from the comments of the headers.
+# Manual pages: wyx(1), made from the tool's grammar, and those of section 3, made from the comments
+# of the headers.
 include_guard(GLOBAL)
 
 set(WYX_MAN_DATE "November 21, 2026") # of the last change that readers of the pages would notice
 set(WYX_MAN_FOLDER "${PROJECT_BINARY_DIR}/man")
-configure_file("${PROJECT_SOURCE_DIR}/docs/man/wyx.1.in" "${WYX_MAN_FOLDER}/man1/wyx.1" @ONLY)
 
 find_package(Python3 COMPONENTS Interpreter QUIET)
 if(NOT Python3_Interpreter_FOUND)
-    message(STATUS "The manual pages of the headers are left out: they need Python 3")
+    message(STATUS "The manual pages are left out: they need Python 3")
     return()
 endif()
 
 set(modules crc md5 dlink slink hash ini_parser ip4_ip6_parser base64)
 set(services os_adapter bounded)
 set(stamps "")
+if(TARGET wyx)
+    set(page "${WYX_MAN_FOLDER}/man1/wyx.1")
+    set(grammar "${PROJECT_SOURCE_DIR}/tools/wyx/verbs/commands.cpp")
+    set(frame "${PROJECT_SOURCE_DIR}/docs/man/wyx.1.in")
+    add_custom_command(OUTPUT "${page}"
+        COMMAND "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/scripts/make_tool_man.py"
+            "${grammar}" "${frame}" --version ${PROJECT_VERSION} --date "${WYX_MAN_DATE}"
+            --output "${page}"
+        DEPENDS "${grammar}" "${frame}" "${PROJECT_SOURCE_DIR}/scripts/make_tool_man.py"
+        VERBATIM)
+    list(APPEND stamps "${page}")
+endif()
 foreach(name IN ITEMS types ${modules} ${services})
     set(page wyx_${name})
     set(library wyx_commlib)

@@ -11,9 +11,6 @@ cd "$(dirname "$0")/.."
 folder=${1:-build/packages}
 tool=${WYX_BUILD_TOOL:-ON}
 packages=(g++ cmake ninja-build dpkg-dev file gzip python3 xz-utils)
-if [[ $tool == ON ]]; then
-    packages+=(libcli11-dev nlohmann-json3-dev)
-fi
 scripts/install_packages.sh "${packages[@]}"
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     if [[ -e .git ]]; then

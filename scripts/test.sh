@@ -10,7 +10,7 @@ if (($# == 0)); then
     set -- dev release
 fi
 
-packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev pkg-config)
+packages=(g++ cmake ninja-build libgtest-dev nlohmann-json3-dev pkg-config)
 for preset in "$@"; do
     case $preset in
     clang) packages+=(clang) ;;

@@ -46,7 +46,6 @@ struct Case {
 TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
 {
     const Case cases[] = {
-        {"Empty", "", "1 130\n"},
         {"KeyBeforeHeader", "k=1\n[a]\n", "1 60\n"},
         {"Garbage", "[a]\ngarbage\n", "2 160\n"},
         {"IndentedHeader", " [a]\nk=1\n", "1 110\n"},
@@ -201,11 +200,10 @@ TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
         const auto [status, slot] = LibraryCheck(name);
         const json findings =
             json::parse(Wyx({"ini", "check", "-e", "--json", name}).out).at(0).at("findings");
-        ASSERT_EQ(findings.empty(), status == XELP_ERR_INI_OK);
+        // The library's check refuses a document without lines, which as a file is ordinary.
+        ASSERT_EQ(findings.empty(), status == XELP_ERR_INI_OK || status == XELP_ERR_INI_FILE_EMPTY);
         if (!findings.empty()) {
             EXPECT_EQ(findings[0]["code"], status);
-        }
-        if (status != XELP_ERR_INI_OK && status != XELP_ERR_INI_FILE_EMPTY) {
             const json list = json::parse(Wyx({"ini", "list", "--json", name}).out);
             EXPECT_EQ(findings[0]["line"], list["lines"][slot - 1]["line"]);
         }

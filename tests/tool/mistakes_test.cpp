@@ -1,4 +1,6 @@
 // The tool as a new user tries it: what it says to the commonest mistakes, and its help.
+#include <nlohmann/json.hpp>
+
 #include "tool_runner.h"
 
 namespace wyx::test {
@@ -29,7 +31,22 @@ const Mistake kMistakes[] = {
     {"MisspeltVerb", {"smu", "net.ini"}, kUsage, {"'smu' is no verb", "did you mean 'sum'?"}},
     {"MisspeltVerbOfIni", {"ini", "gte", "net.ini"}, kUsage, {"'gte'", "did you mean 'get'?"}},
     {"UnknownVerb", {"frobnicate"}, kUsage, {"the verbs are: sum, base64, addr, ini"}},
-    {"HelpAsAVerb", {"help"}, kUsage, {"wyx --help"}},
+    {"VerbWithoutItsFamily", {"get", "net.ini"}, kUsage, {"'get'", "did you mean 'wyx ini get'?"}},
+    {"OptionAsAVerb", {"md5", "net.ini"}, kUsage, {"'md5'", "did you mean 'wyx sum --md5'?"}},
+    {"HelpOfNoVerb", {"help", "gte"}, kUsage, {"'gte' is no verb of 'wyx'"}},
+    {"HelpOfNoVerbOfIni", {"ini", "help", "gte"}, kUsage, {"did you mean 'get'?"}},
+    {"OptionOfNoVerb", {"--md5", "net.ini"}, kUsage, {"no option '--md5'", "wyx --help"}},
+    {"MisspeltOption", {"sum", "--md6", "net.ini"}, kUsage, {"did you mean '--md5'?"}},
+    {"UnknownLetter", {"ini", "get", "-x.ini", "net"}, kUsage, {"no option '-x'", "after '--'"}},
+    {"ValueForAFlag", {"sum", "--md5=1", "net.ini"}, kUsage, {"--md5 takes no value"}},
+    {"NoValueForAnOption", {"base64", "--wrap"}, kUsage, {"--wrap needs a value: N"}},
+    {"NegativeNumber", {"base64", "-w", "-1"}, kUsage, {"--wrap '-1' is no number from 0 on\n"}},
+    {"NoNumber", {"base64", "-w7x"}, kUsage, {"--wrap '7x' is no number"}},
+    {"HugeNumber", {"base64", "-w99999999999999999999"}, kUsage, {"is no number"}},
+    {"ExcludingOptions",
+     {"ini", "check", "-e", "--strict", "net.ini"},
+     kUsage,
+     {"--errors and --strict exclude one another"}},
     {"UnknownOption", {"sum", "--sha1", "net.ini"}, kUsage, {"--sha1", "wyx sum --help"}},
     {"NoAlgorithm", {"sum", "net.ini"}, kUsage, {"--crc16, --crc32 or --md5", "for example"}},
     {"TwoAlgorithms", {"sum", "--crc16", "--md5", "net.ini"}, kUsage, {"more than one"}},
@@ -81,7 +98,7 @@ TEST_F(MistakesTest, FileThatTheTerminalWaitsFor)
 {
     const Outcome outcome = Wyx({"sum", "--crc32"}, {.isInTerminal = true});
     EXPECT_EQ(outcome.code, kUsage);
-    EXPECT_TRUE(Mentions(outcome.err, {"no file given", "'-' reads standard input"}));
+    EXPECT_TRUE(Mentions(outcome.err, {"no FILE given", "'-' reads standard input"}));
 }
 
 TEST_F(MistakesTest, HelpOfEveryVerbHasAnExample)
@@ -98,7 +115,6 @@ TEST_F(MistakesTest, HelpOfEveryVerbHasAnExample)
         {"ini", "keys"},
         {"ini", "list"},
         {"ini", "recover"},
-        {"ini", "roundtrip"},
         {"ini", "sections"},
         {"ini", "set"},
     };
@@ -108,15 +124,71 @@ TEST_F(MistakesTest, HelpOfEveryVerbHasAnExample)
             name += " " + word;
         }
         SCOPED_TRACE(name);
-        for (const char *const option : {"--help", "-h"}) {
-            std::vector<std::string> arguments = verb;
-            arguments.emplace_back(option);
-            const Outcome outcome = Wyx(arguments);
+        std::vector<std::vector<std::string>> ways(3, verb);
+        ways[0].emplace_back("--help");
+        ways[1].emplace_back("-h");
+        ways[2].insert(ways[2].begin(), "help");
+        if (verb.size() == 2) {
+            ways.push_back({verb[0], "help", verb[1]});
+        }
+        for (const std::vector<std::string> &way : ways) {
+            const Outcome outcome = Wyx(way);
             EXPECT_EQ(outcome.code, kOk);
             EXPECT_EQ(outcome.err, "");
             EXPECT_TRUE(Mentions(outcome.out, {"Usage: " + name, "Example", "  " + name}));
+            for (std::size_t begin = 0; begin < outcome.out.size();) {
+                const std::size_t end = outcome.out.find('\n', begin);
+                EXPECT_LE(end - begin, 80U) << outcome.out.substr(begin, end - begin);
+                begin = end + 1;
+            }
         }
     }
+}
+
+TEST_F(MistakesTest, FailureAsJson)
+{
+    const Surroundings here = {.directory = Directory()};
+    const Outcome missing = Wyx({"ini", "get", "net.ini", "net", "prot", "--json"}, here);
+    EXPECT_EQ(missing.code, kNo);
+    EXPECT_EQ(nlohmann::json::parse(missing.out),
+              nlohmann::json({{"error", "net.ini: no key 'prot' in section 'net'"},
+                              {"hint", "did you mean 'port'?"},
+                              {"exit_code", kNo}}));
+    EXPECT_TRUE(Mentions(missing.err, {"no key 'prot'"}));
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"ini", "sections", "none.ini", "--json"},
+          std::vector<std::string>{"sum", "--json", "--md6"},
+          std::vector<std::string>{"ini", "--json"}}) {
+        const Outcome outcome = Wyx(arguments, here);
+        const nlohmann::json json = nlohmann::json::parse(outcome.out);
+        EXPECT_EQ(json["exit_code"], outcome.code);
+        EXPECT_TRUE(Mentions(outcome.err, {json["error"]}));
+    }
+    const Outcome file = Wyx({"ini", "get", "--", "--json", "net", "port"}, here);
+    EXPECT_EQ(file.out, "") << "a file's name, no option";
+    // A verb with several files has an item for each.
+    const nlohmann::json sums =
+        nlohmann::json::parse(Wyx({"sum", "--crc16", "--json", "none", "net.ini"}, here).out);
+    EXPECT_TRUE(Mentions(sums.at(0)["error"], {"No such file"}));
+    EXPECT_EQ(sums.at(1)["file"], "net.ini");
+    const nlohmann::json checks =
+        nlohmann::json::parse(Wyx({"ini", "check", "--json", "none", "net.ini"}, here).out);
+    EXPECT_TRUE(Mentions(checks.at(0)["error"], {"No such file"}));
+    EXPECT_EQ(checks.at(0)["ok"], false);
+    EXPECT_EQ(checks.at(1)["ok"], true);
+}
+
+TEST_F(MistakesTest, OptionsMayBeAnywhere)
+{
+    const Surroundings here = {.directory = Directory()};
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"base64", "-dw5", "-"},
+          std::vector<std::string>{"base64", "-", "--wrap=5", "-d"},
+          std::vector<std::string>{"base64", "-w", "5", "-d"},
+          std::vector<std::string>{"base64", "--wrap", "7", "-w5", "--decode"}}) {
+        EXPECT_EQ(Wyx(arguments, {.in = "TWFu"}).out, "Man");
+    }
+    EXPECT_EQ(Wyx({"ini", "get", "net.ini", "--", "net", "port"}, here).out, "5060\n");
 }
 
 TEST_F(MistakesTest, Version)

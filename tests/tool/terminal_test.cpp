@@ -73,9 +73,47 @@ TEST_F(TerminalTest, OutputThatCannotBeWritten)
         EXPECT_EQ(closed.code, kIo);
         EXPECT_TRUE(Mentions(closed.err, {"cannot write standard output"}));
         const Outcome broken = Wyx(arguments, {.out = Channel::kBrokenPipe});
-        EXPECT_EQ(broken.code, kIo);
+        EXPECT_EQ(broken.code, kPipeSignal);
         EXPECT_EQ(broken.err, "");
     }
+}
+
+TEST_F(TerminalTest, ManyFilesEndWithTheOutput)
+{
+    // Each of a verb's files could fail on its own; lost output ends them all.
+    const std::string files =
+        "for i in 1 2 3 4 5 6 7 8 9; do set -- \"$@\" \"$@\" fine.ini; done; ";
+    const Outcome sums = Shell(files + "timeout 30 $WYX sum --crc16 \"$@\" /dev/zero > /dev/full",
+                               {.directory = Directory()});
+    EXPECT_EQ(sums.code, kIo);
+    EXPECT_EQ(sums.err, "wyx: error: cannot write standard output: No space left on device\n");
+    const Outcome addresses = Shell("yes ::1 | timeout 30 $WYX addr > /dev/full");
+    EXPECT_EQ(addresses.code, kIo);
+    EXPECT_TRUE(Mentions(addresses.err, {"No space left"}));
+}
+
+TEST_F(TerminalTest, MessagesThatCannotBeWrittenDoNoHarm)
+{
+    const Outcome outcome = Wyx({"sum", "--crc16", Path("none"), fine}, {.err = Channel::kFull});
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_TRUE(Mentions(outcome.out, {"  " + fine + "\n"}));
+    // Output is flushed before a message: its loss is not forgotten after it.
+    const Outcome lost = Wyx({"sum", "--crc16", fine, Path("none"), fine}, {.out = Channel::kFull});
+    EXPECT_TRUE(Mentions(lost.err, {"No such file", "cannot write standard output: No space"}));
+}
+
+TEST_F(TerminalTest, OutOfMemory)
+{
+    if (Shell("ulimit -v 50000; $WYX --version").code != kOk) {
+        GTEST_SKIP() << "the tool does not start with so little memory";
+    }
+    std::string texts;
+    for (int i = 0; i < 400000; ++i) {
+        texts += "::1\n";
+    }
+    const Outcome outcome = Shell("ulimit -v 50000; $WYX addr --json", {.in = texts});
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_TRUE(Mentions(outcome.err, {"wyx: error: out of memory\n"}));
 }
 
 TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)

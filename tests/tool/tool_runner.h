@@ -21,6 +21,8 @@ constexpr int kNo = 1;
 constexpr int kUsage = 2;
 constexpr int kIo = 3;
 constexpr int kMalformed = 4;
+/// Ended by SIGPIPE, as a filter whose reader has gone.
+constexpr int kPipeSignal = 128 + 13;
 
 struct Outcome {
     int code = -1; ///< the exit code; 128 and the signal for one that killed the tool

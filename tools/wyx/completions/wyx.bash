@@ -1,16 +1,4 @@
-# Completion of wyx for bash. Sections and keys are those of the file on the command line.
-
-# _wyx_names CURRENT COMMAND...: completes to the lines that a command writes
-_wyx_names() {
-    local current=$1 name
-    shift
-    COMPREPLY=()
-    while IFS= read -r name; do
-        if [[ $name == "$current"* ]]; then
-            COMPREPLY+=("$(printf %q "$name")")
-        fi
-    done < <("$@" 2>/dev/null)
-}
+# Completion of wyx for bash: the tool itself says what a word could become.
 
 # _wyx_plain WORD: a word of the command line without its quotes. Nothing in it is expanded but a
 # tilde: completing must not run what somebody is typing.
@@ -20,72 +8,26 @@ _wyx_plain() {
 }
 
 _wyx() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local verb="" ini="" word skip="" operands=()
-    local at
-    for ((at = 1; at < COMP_CWORD; ++at)); do
-        word=${COMP_WORDS[at]}
-        if [[ -n $skip ]]; then
-            skip=""
-        elif [[ $word == -* && $word != - ]]; then
-            case $word in
-            -w | --wrap | --show | --restore | --files0-from | --shown) skip=yes ;;
-            esac
-        elif [[ -z $verb ]]; then
-            verb=$word
-        elif [[ $verb == ini && -z $ini ]]; then
-            ini=$word
+    local words=() at line
+    for ((at = 1; at <= COMP_CWORD; ++at)); do
+        # The shell takes KEY=VALUE and --option=VALUE apart.
+        if ((at > 1)) && [[ ${COMP_WORDS[at]} == "=" || ${COMP_WORDS[at - 1]} == "=" ]]; then
+            words[-1]+=$(_wyx_plain "${COMP_WORDS[at]}")
         else
-            operands+=("$word")
+            words+=("$(_wyx_plain "${COMP_WORDS[at]}")")
         fi
     done
-
-    case $previous in
-    --show | --restore)
-        mapfile -t COMPREPLY < <(compgen -W "newest" -- "$current")
-        return
-        ;;
-    -w | --wrap | --shown)
-        COMPREPLY=()
-        return
-        ;;
-    esac
-
-    local options="-h --help" verbs=""
-    case $verb:$ini in
-    :)
-        options+=" -V --version"
-        verbs="sum base64 addr ini"
-        ;;
-    sum:) options+=" --crc16 --crc32 --md5 -c --check -q --quiet -s --status --json" ;;
-    base64:) options+=" -d --decode -w --wrap" ;;
-    addr:) options+=" --json" ;;
-    ini:) verbs="get set del sections keys list check recover roundtrip" ;;
-    ini:set) options+=" --create --json" ;;
-    ini:check) options+=" -e --errors --strict --json" ;;
-    ini:recover) options+=" --show --restore --json" ;;
-    ini:roundtrip) options+=" --files0-from --shown --json" ;;
-    ini:*) options+=" --json" ;;
-    esac
-
-    if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
-    elif [[ -n $verbs ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$verbs" -- "$current")
-    elif [[ $verb == addr ]]; then
-        COMPREPLY=()
-    elif [[ $ini =~ ^(get|set|del|keys)$ ]] && ((${#operands[@]} > 0)); then
-        local file
-        file=$(_wyx_plain "${operands[0]}")
-        if ((${#operands[@]} == 1)); then
-            _wyx_names "$current" "${COMP_WORDS[0]}" ini sections -- "$file"
-        elif [[ $ini != keys ]] && ((${#operands[@]} == 2)); then
-            _wyx_names "$current" "${COMP_WORDS[0]}" ini keys -- "$file" \
-                "$(_wyx_plain "${operands[1]}")"
+    COMPREPLY=()
+    while IFS= read -r line; do
+        if [[ $line == files ]]; then
+            compopt -o filenames 2>/dev/null
+            mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
+            return
         fi
-    else
-        compopt -o filenames 2>/dev/null
-        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        COMPREPLY+=("$(printf %q "${line%%$'\t'*}")")
+    done < <("${COMP_WORDS[0]}" __complete "${words[@]}" 2>/dev/null)
+    if [[ ${#COMPREPLY[@]} == 1 && ${COMPREPLY[0]} == *= ]]; then
+        compopt -o nospace 2>/dev/null
     fi
 }
 

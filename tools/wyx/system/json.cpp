@@ -1,6 +1,7 @@
 #include "system/json.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "system/terminal.h"
 
@@ -8,17 +9,119 @@ namespace wyx::tool {
 
 namespace {
 
+constexpr std::size_t kIndent = 2;
+
+/// Length of the character of UTF-8 that a text begins with; 0 if it begins with none.
+std::size_t CharacterLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const unsigned lead = byte(0);
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xC0 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF8 ? 4
+                                             : 0;
+    if (length < 2 || length > text.size()) {
+        return length == 1 ? 1 : 0;
+    }
+    unsigned long code = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80U) {
+            return 0;
+        }
+        code = code << 6 | (byte(i) & 0x3FU);
+    }
+    static constexpr unsigned long kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < kSmallest[length] || code > 0x10FFFF || isSurrogate ? 0 : length;
+}
+
 bool IsUtf8(std::string_view text)
 {
-    try {
-        static_cast<void>(Json(text).dump());
-    } catch (const Json::type_error &) {
-        return false;
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
     }
     return true;
 }
 
+/// A text as JSON has it. A byte that belongs to no character becomes a replacement character.
+std::string Literal(std::string_view text)
+{
+    std::string literal = "\"";
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        const char ch = text.front();
+        if (length == 0) {
+            literal += "\xEF\xBF\xBD";
+        } else if (ch == '"' || ch == '\\') {
+            literal += {'\\', ch};
+        } else if (ch == '\n') {
+            literal += "\\n";
+        } else if (length == 1 && ch < ' ') {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(ch));
+            literal += escape;
+        } else {
+            literal += text.substr(0, length);
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return literal + "\"";
+}
+
 } // namespace
+
+Json::Json(std::string_view text) : scalar_(Literal(text)) {}
+
+Json::Json(const std::vector<std::string> &texts) : Json(array())
+{
+    values_.assign(texts.begin(), texts.end());
+}
+
+Json Json::array()
+{
+    Json empty;
+    empty.scalar_.clear();
+    empty.isArray_ = true;
+    return empty;
+}
+
+Json &Json::operator[](std::string_view member)
+{
+    scalar_.clear();
+    const auto known = std::ranges::find(names_, member);
+    if (known != names_.end()) {
+        return values_[static_cast<std::size_t>(known - names_.begin())];
+    }
+    names_.emplace_back(member);
+    return values_.emplace_back();
+}
+
+void Json::push_back(Json item)
+{
+    values_.push_back(std::move(item));
+}
+
+std::string Json::Text(std::size_t indent) const
+{
+    if (!scalar_.empty()) {
+        return scalar_;
+    }
+    std::string text = isArray_ ? "[" : "{";
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+        text += (i == 0 ? "\n" : ",\n") + std::string(indent + kIndent, ' ') +
+                (isArray_ ? "" : Literal(names_[i]) + ": ") + values_[i].Text(indent + kIndent);
+    }
+    if (!values_.empty()) {
+        text += "\n" + std::string(indent, ' ');
+    }
+    return text + (isArray_ ? "]" : "}");
+}
 
 void SetText(Json &object, const std::string &member, std::string_view text)
 {
@@ -40,7 +143,7 @@ void SetTexts(Json &object, const std::string &member, const std::vector<std::st
 
 void PutJson(const Json &document)
 {
-    Put(document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    Put(document.Text() + "\n");
 }
 
 std::string Hex(std::string_view bytes)

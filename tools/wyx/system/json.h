@@ -4,14 +4,44 @@
 #ifndef WYX_TOOL_JSON_H
 #define WYX_TOOL_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <concepts>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace wyx::tool {
 
-using Json = nlohmann::ordered_json;
+/// A document that is only written: a scalar, an array, or an object that keeps the order in which
+/// its members were set.
+class Json {
+  public:
+    Json() = default;
+    Json(std::nullptr_t) {}
+    Json(std::same_as<bool> auto isTrue) : scalar_(isTrue ? "true" : "false") {}
+    template <std::integral Number>
+    requires(!std::same_as<Number, bool>) Json(Number number) : scalar_(std::to_string(number)) {}
+    Json(std::string_view text);
+    Json(const std::string &text) : Json(std::string_view(text)) {}
+    Json(const char *text) : Json(std::string_view(text)) {}
+    Json(const std::vector<std::string> &texts);
+
+    static Json array();
+
+    /// A member of an object; null if it was not set before. Makes an object of null.
+    Json &operator[](std::string_view member);
+    /// Adds an item to an array.
+    void push_back(Json item);
+
+    /// The document in lines, from a column on.
+    std::string Text(std::size_t indent = 0) const;
+
+  private:
+    std::string scalar_ = "null"; // empty for an array or object
+    bool isArray_ = false;
+    std::vector<std::string> names_; // of an object's members
+    std::vector<Json> values_;
+};
 
 /// Sets a member to a text.
 void SetText(Json &object, const std::string &member, std::string_view text);

@@ -1,4 +1,5 @@
-// Standard output goes through stdio and is checked once, at the end; standard error is unbuffered.
+// Standard output goes through stdio, so that a failed write shows up with the next full buffer, or
+// at the end; standard error is unbuffered.
 #include "system/terminal.h"
 
 #include <fcntl.h>
@@ -17,7 +18,8 @@ namespace {
 constexpr auto kFirstProgress = std::chrono::milliseconds(500);
 constexpr auto kNextProgress = std::chrono::milliseconds(100);
 
-int outputError = 0; // of the first write to standard output that failed
+int outputError = 0;                        // of the first write to standard output that failed
+void (*inheritedPipeSignal)(int) = SIG_DFL; // what SIGPIPE did when the tool began
 
 bool IsTerminal(Stream stream)
 {
@@ -54,7 +56,9 @@ void PutMessage(Colour colour, std::string_view kind, std::string_view message)
 {
     const std::string line =
         "wyx: " + Painted(Stream::kErr, colour, kind) + " " + std::string(message) + "\n";
-    std::fflush(stdout); // in the order in which it happened, where both go to the same place
+    if (std::fflush(stdout) != 0 && outputError == 0) { // messages and output in their order
+        outputError = errno;                            // for the next Put()
+    }
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -84,29 +88,38 @@ void PrepareStreams()
             static_cast<void>(open("/dev/null", flags));
         }
     }
-    std::signal(SIGPIPE, SIG_IGN);
+    inheritedPipeSignal = std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void Put(std::string_view text)
 {
-    if (outputError == 0 && !text.empty() &&
-        std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    if (outputError == 0 && std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
         outputError = errno;
+    }
+    if (outputError != 0) {
+        throw OutputFailure{outputError};
     }
 }
 
-void FinishOutput()
+void FlushOutput()
 {
-    if (std::fflush(stdout) != 0 && outputError == 0) {
+    if (outputError == 0 && std::fflush(stdout) != 0) {
         outputError = errno;
     }
-    if (outputError == EPIPE) {
-        throw Failure(ExitCode::kIo, ""); // the reader has gone, and knows
-    }
     if (outputError != 0) {
-        throw SystemFailure("cannot write standard output", outputError);
+        throw OutputFailure{outputError};
     }
+}
+
+ExitCode EndWithoutOutput(const OutputFailure &failure)
+{
+    if (failure.error == EPIPE) {
+        std::signal(SIGPIPE, inheritedPipeSignal);
+        std::raise(SIGPIPE);
+    }
+    PutError(std::string("cannot write standard output: ") + std::strerror(failure.error));
+    return ExitCode::kIo;
 }
 
 std::string Shown(std::string_view text)

@@ -15,12 +15,23 @@ namespace wyx::tool {
 /// and signals of a full disk or a closed pipe from ending the tool before it can say so.
 void PrepareStreams();
 
-/// Writes to standard output. An error is kept for FinishOutput().
+/// Standard output is lost: nothing that is left to do can matter. Not a Failure, so that no verb
+/// takes it for one of the file it works on.
+struct OutputFailure {
+    int error;
+};
+
+/// Writes to standard output.
+/// @throws OutputFailure
 void Put(std::string_view text);
 
 /// Brings all output to its place.
-/// @throws Failure if any of it could not be written.
-void FinishOutput();
+/// @throws OutputFailure if any of it could not be written
+void FlushOutput();
+
+/// Reports lost output. If the reader has gone, ends the process by the signal that ends any filter
+/// then, unless who started the tool ignores it.
+ExitCode EndWithoutOutput(const OutputFailure &failure);
 
 /// A text with its control bytes escaped, fit for a message: "a\nb" as `a\x0ab`.
 std::string Shown(std::string_view text);

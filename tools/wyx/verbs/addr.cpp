@@ -1,24 +1,21 @@
 // wyx addr: what an address text means to the library, or what is wrong with it.
 //
-// What counts is what the library's parsers say. Only where they refuse a text is it walked once
-// more, with their building blocks, to tell where.
+// What counts is what the library's parsers say. Only a text that they refuse is walked once more,
+// to explain where.
 #include <arpa/inet.h>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "system/json.h"
+#include "system/line_input.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
 
@@ -27,17 +24,13 @@ namespace wyx::tool {
 namespace {
 
 constexpr std::size_t kGroups = 8;
-constexpr QAL_UINT32 kDigit = 0x04;    // of QAL_CHARset
-constexpr QAL_UINT32 kHexDigit = 0x80; // of QAL_CHARset
+constexpr std::size_t kMostGroupDigits = 4;
 constexpr unsigned long kLargestOctet = 255;
 constexpr unsigned long kLargestPort = 65535;
+constexpr const char *kDigits = "0123456789";
+constexpr const char *kHexDigits = "0123456789abcdefABCDEF";
 
-struct Options {
-    std::vector<Operand> texts;
-    bool isJson = false;
-};
-
-/// An address, as far as the library tells.
+/// An address, as far as the library reports it.
 struct Address {
     int family = 0; // 4 or 6
     std::string text;
@@ -105,152 +98,115 @@ std::optional<Address> Parse(std::string text)
     }
     std::array<QAL_UINT8, 2 *kGroups> bytes = {};
     if (XELP_Parse_IPV6(text.data(), bytes.data(), &uwPort) == 0) {
-        // This parser does not tell port 0 from none.
+        // This parser reports port 0 like none.
         return Address{6, Ipv6Text(bytes), uwPort != 0 ? std::optional(uwPort) : std::nullopt};
     }
     return std::nullopt;
 }
 
-/// A reader of the library over a text.
-class Cursor {
-  public:
-    explicit Cursor(std::string text) : text_(std::move(text))
-    {
-        buffer_.cur_bp = text_.data();
-        buffer_.cur_bp_rem_len = static_cast<QAL_INT>(text_.size());
-    }
-
-    /// The character so many behind the cursor; NUL behind the end.
-    char At(std::size_t ahead = 0) const
-    {
-        return Offset() + ahead < text_.size() ? text_[Offset() + ahead] : '\0';
-    }
-    bool IsAtEnd() const { return buffer_.cur_bp_rem_len == 0; }
-    bool Is(QAL_UINT32 ulClass, std::size_t ahead = 0) const
-    {
-        return (QAL_CHARset[static_cast<unsigned char>(At(ahead))] & ulClass) != 0;
-    }
-    std::size_t Offset() const { return static_cast<std::size_t>(buffer_.cur_bp - text_.data()); }
-    void Skip(std::size_t count)
-    {
-        buffer_.cur_bp += count;
-        buffer_.cur_bp_rem_len -= static_cast<QAL_INT>(count);
-    }
-    Parse_Ipv4v6_S_BUF_PTR Get() { return &buffer_; }
-
-    Fault Here(const std::string &what) const { return {Offset(), what}; }
-    /// A fault of the character at the cursor.
-    Fault Instead(const std::string &expected) const
-    {
-        return Here(
-            expected + " is expected" +
-            (IsAtEnd() ? ", but the text ends" : ", not " + Quoted(text_.substr(Offset(), 1))));
-    }
-
-  private:
-    std::string text_;
-    Parse_Ipv4v6_S_BUF buffer_ = {};
-};
-
-bool IsHexPrefix(const Cursor &cursor)
+Fault Instead(const std::string &text, std::size_t at, const std::string &expected)
 {
-    return cursor.At() == '0' && (cursor.At(1) == 'x' || cursor.At(1) == 'X');
+    if (at >= text.size()) {
+        return {at, expected + " is expected, but the text ends"};
+    }
+    const std::string found = text.substr(at, 1);
+    return {at, found == "%"   ? "a zone is not accepted"
+                : found == "/" ? "a prefix length is not accepted"
+                               : expected + " is expected, not " + Quoted(found)};
 }
 
-/// Skips a run of digits, of base 16 behind "0x", and gives its text.
-std::string TakeNumber(Cursor &cursor)
+std::size_t EndOfRun(const std::string &text, std::size_t at, const char *characters)
 {
-    const bool isHex = IsHexPrefix(cursor);
-    std::string digits = isHex ? "0x" : "";
-    cursor.Skip(digits.size());
-    while (cursor.Is(isHex ? kHexDigit : kDigit)) {
-        digits += cursor.At();
-        cursor.Skip(1);
+    return std::min(text.find_first_not_of(characters, at), text.size());
+}
+
+bool IsHexPrefix(const std::string &text, std::size_t at)
+{
+    return text.substr(at, 2) == "0x" || text.substr(at, 2) == "0X";
+}
+
+/// The end of a number, of base 16 after "0x"; its beginning if it has no digits.
+std::size_t EndOfNumber(const std::string &text, std::size_t at)
+{
+    if (!IsHexPrefix(text, at)) {
+        return EndOfRun(text, at, kDigits);
     }
-    return digits;
+    const std::size_t end = EndOfRun(text, at + 2, kHexDigits);
+    return end == at + 2 ? at : end;
 }
 
 unsigned long ValueOf(const std::string &number)
 {
-    return std::strtoul(number.c_str(), nullptr, number.starts_with("0x") ? 16 : 10);
+    return std::strtoul(number.c_str(), nullptr, IsHexPrefix(number, 0) ? 16 : 10);
 }
 
 /// Why a text is no IPv4 address with or without a port.
 Fault Ipv4Fault(const std::string &text)
 {
-    Cursor cursor(text);
+    std::size_t at = 0;
     for (int octet = 1; octet <= 4; ++octet) {
-        if (octet > 1) {
-            if (cursor.At() != '.') {
-                return cursor.Instead("'.'");
-            }
-            cursor.Skip(1);
+        if (octet > 1 && text[at++] != '.') {
+            return Instead(text, at - 1, "'.'");
         }
-        const bool isHex = IsHexPrefix(cursor);
-        if (!cursor.Is(isHex ? kHexDigit : kDigit, isHex ? 2 : 0)) {
-            cursor.Skip(isHex ? 2 : 0);
-            return cursor.Instead(isHex ? "a hexadecimal digit" : "a digit");
+        const std::size_t end = EndOfNumber(text, at);
+        if (end == at) {
+            return IsHexPrefix(text, at) ? Instead(text, at + 2, "a hexadecimal digit")
+                                         : Instead(text, at, "a digit");
         }
-        const Fault start = cursor.Here("this octet is more than 255");
-        if ((ValueOf(TakeNumber(cursor)) & 0xFFFFFFFFUL) > kLargestOctet) {
-            return start;
+        if ((ValueOf(text.substr(at, end - at)) & 0xFFFFFFFFUL) > kLargestOctet) {
+            return {at, "this octet is more than 255"};
         }
+        at = end;
     }
-    if (cursor.At() != ':') {
-        return cursor.Instead("the end, or ':' and a port,");
+    if (text[at] != ':') {
+        return Instead(text, at, "the end, or ':' and a port,");
     }
-    cursor.Skip(1);
-    const bool isHex = IsHexPrefix(cursor);
-    cursor.Skip(isHex ? 2 : 0);
-    QAL_UINT16 uwPort = 0;
-    if (core_td_u16(&uwPort, isHex ? 16 : 10, cursor.Get()) != 0) {
-        return cursor.Instead("a port");
-    }
-    return cursor.Instead("the end");
+    const std::size_t end = EndOfNumber(text, at + 1);
+    return end == at + 1 ? Instead(text, end, "a port") : Instead(text, end, "the end");
 }
 
 /// Why a text is no IPv6 address with or without a port.
 Fault Ipv6Fault(const std::string &text)
 {
-    Cursor cursor(text);
-    cursor.Skip(cursor.At() == '[' ? 1 : 0);
-    QAL_UINT8 aucGroups[20];
-    QAL_UINT32 ulHead = 0;
-    if (core_td_hexseq(aucGroups, &ulHead, cursor.Get()) != 0) {
-        return cursor.Instead("a hexadecimal digit, ':' or the end of a group of at most 4 digits");
-    }
-    const bool isCompressed = cursor.At() == ':' && cursor.At(1) == ':';
-    if (ulHead < 2 * kGroups && cursor.At() == '.') {
-        return cursor.Here("a dotted quad is accepted only if nothing follows it");
-    }
-    if (ulHead < 2 * kGroups && !isCompressed) {
-        return cursor.IsAtEnd() || cursor.At() == ']'
-                   ? cursor.Here("only " + std::to_string(ulHead / 2) +
-                                 " groups: 8, or '::', are needed")
-                   : cursor.Instead("':' and a group, or '::',");
-    }
-    if (isCompressed && ulHead < 2 * kGroups) {
-        cursor.Skip(2);
-        QAL_UINT32 ulTail = 0;
-        if (core_td_hexseq(aucGroups, &ulTail, cursor.Get()) != 0) {
-            return cursor.Instead(
-                "a hexadecimal digit, ':' or the end of a group of at most 4 digits");
+    std::size_t at = text.starts_with('[') ? 1 : 0;
+    std::size_t groups = 0;
+    bool isCompressed = false;
+    for (bool isGroupDue = true; isGroupDue && groups < kGroups;) {
+        if (!isCompressed && text.substr(at, 2) == "::") {
+            isCompressed = true;
+            at += 2;
+            isGroupDue = EndOfRun(text, at, kHexDigits) > at;
+            continue;
         }
-        if (cursor.At() == '.') {
-            return cursor.Here("a dotted quad behind '::' is not accepted");
+        const std::size_t end = EndOfRun(text, at, kHexDigits);
+        if (end == at) {
+            return Instead(text, at, "a hexadecimal digit or '::'");
         }
-        const bool isEnd = cursor.IsAtEnd() || cursor.At() == ']' || cursor.At() == ':';
-        if (!isEnd) {
-            return cursor.Instead("':' and a group, ']' or the end");
+        if (end - at > kMostGroupDigits) {
+            return {at + kMostGroupDigits, "a group has at most 4 digits"};
         }
-        if (cursor.At() == ':') {
-            const bool isQuad = text.find('.', cursor.Offset()) != std::string::npos;
-            return cursor.Here(isQuad ? "a dotted quad behind '::' is not accepted"
-                                      : "a second '::', or a port without digits");
+        if (text[end] == '.') {
+            return {at, "a dotted quad is not accepted here"};
         }
+        at = end;
+        ++groups;
+        const bool isColons = text.substr(at, 2) == "::";
+        isGroupDue = text[at] == ':' && !(isColons && isCompressed);
+        at += isGroupDue && !isColons && groups < kGroups ? 1 : 0;
     }
-    const std::size_t colon = text.find(':', cursor.Offset());
-    return {colon == std::string::npos ? cursor.Offset() : colon + 1, "a port is expected"};
+    const bool isEnd = at >= text.size() || text[at] == ']';
+    if (!isCompressed && groups < kGroups) {
+        return isEnd
+                   ? Fault{at, "only " + std::to_string(groups) + " groups: 8, or '::', are needed"}
+                   : Instead(text, at, "':' and a group, or '::',");
+    }
+    if (groups < kGroups && text.substr(at, 2) == "::") {
+        return {at, "a second '::'"};
+    }
+    if (!isEnd && text[at] != ':') {
+        return Instead(text, at, "':' and a group, ']' or the end");
+    }
+    return Instead(text, EndOfRun(text, at, "]:"), "a port");
 }
 
 Fault FaultOf(const std::string &text)
@@ -262,30 +218,18 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// How much of an accepted text matters: the characters behind are never looked at.
+/// How much of an accepted text matters. The rest is ignored: whatever follows its first character
+/// makes no difference.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
-    std::string changed = text;
-    for (std::size_t length = text.size(); length > 0; --length) {
-        // A digit could be followed by another one without a difference, were it a leading zero.
-        const char other = changed[length - 1] == '9' ? '8' : '9';
-        const bool isDigit =
-            (QAL_CHARset[static_cast<unsigned char>(changed[length - 1])] & kDigit) != 0;
-        changed[length - 1] = '\x01';
-        bool isIgnored = Parse(changed) == address;
-        if (isDigit) {
-            changed[length - 1] = other;
-            isIgnored = isIgnored && Parse(changed) == address;
-        }
-        if (!isIgnored) {
-            return length;
-        }
-        changed.resize(length - 1);
-        if (Parse(changed) != address) {
-            return length;
-        }
+    std::size_t length = 0;
+    while (length < text.size() &&
+           !std::ranges::all_of(std::array{"?", "1", ":1"}, [&](const char *other) {
+               return Parse(text.substr(0, length + 1) + other) == address;
+           })) {
+        ++length;
     }
-    return text.size();
+    return length;
 }
 
 void NoteOctets(const std::string &text, std::vector<std::string> &notes)
@@ -293,18 +237,19 @@ void NoteOctets(const std::string &text, std::vector<std::string> &notes)
     bool hasZero = false;
     bool hasHex = false;
     bool isReduced = false;
-    Cursor cursor(text);
+    std::size_t at = 0;
     for (int octet = 0; octet < 4; ++octet) {
-        const std::string number = TakeNumber(cursor);
-        hasHex = hasHex || number.starts_with("0x");
-        hasZero = hasZero || (number.size() > 1 && number[0] == '0' && number[1] != 'x');
+        const std::size_t end = EndOfNumber(text, at);
+        const std::string number = text.substr(at, end - at);
+        at = end + 1;
+        hasHex = hasHex || IsHexPrefix(number, 0);
+        hasZero = hasZero || (number.size() > 1 && number[0] == '0' && !IsHexPrefix(number, 0));
         isReduced = isReduced || ValueOf(number) > kLargestOctet;
-        cursor.Skip(octet < 3 ? 1 : 0);
     }
     if (hasZero) {
         notes.emplace_back(
-            "leading zeros are decimal here, but octal elsewhere: another parser may "
-            "read another address");
+            "leading zeros are decimal here, but octal elsewhere: another parser "
+            "may read another address");
     }
     if (hasHex) {
         notes.emplace_back("hexadecimal octets are refused elsewhere");
@@ -314,54 +259,50 @@ void NoteOctets(const std::string &text, std::vector<std::string> &notes)
     }
 }
 
-/// Does the standard reader of IPv6 addresses read a text as this address?
+/// The port's text, from after its colon; empty for none.
+std::string PortText(const std::string &text, const Address &address)
+{
+    const std::size_t bracket = text.find("]:");
+    const std::size_t colon = bracket != std::string::npos ? bracket + 1
+                              : address.port               ? text.rfind(':')
+                                                           : text.size() - 1;
+    return text.substr(colon + 1);
+}
+
+/// Is this "ADDRESS", "[ADDRESS]" or "[ADDRESS]:PORT", and does everybody read that address?
 bool IsStandardIpv6(const std::string &text, const Address &address)
 {
-    std::array<QAL_UINT8, 2 *kGroups> bytes = {};
-    return inet_pton(AF_INET6, text.c_str(), bytes.data()) == 1 && Ipv6Text(bytes) == address.text;
-}
-
-/// The address in a text that holds brackets or a port beside it.
-std::string BareIpv6(std::string text, bool hasPort)
-{
-    const std::size_t bracket = text.find(']');
-    if (bracket != std::string::npos) {
-        text.resize(bracket);
-    } else if (hasPort) {
-        text.resize(text.rfind(':'));
+    const std::string port = PortText(text, address);
+    std::string bare = port.empty() ? text : text.substr(0, text.size() - port.size() - 1);
+    if (bare.starts_with('[') && bare.ends_with(']')) {
+        bare = bare.substr(1, bare.size() - 2);
+    } else if (!port.empty()) {
+        return false;
     }
-    return text.starts_with('[') ? text.substr(1) : text;
+    std::array<QAL_UINT8, 2 *kGroups> bytes = {};
+    return inet_pton(AF_INET6, bare.c_str(), bytes.data()) == 1 && Ipv6Text(bytes) == address.text;
 }
 
-std::vector<std::string> NotesOf(const std::string &text, const Address &address)
+std::vector<std::string> NotesOf(const std::string &whole, const Address &address)
 {
     std::vector<std::string> notes;
+    const std::string text = whole.substr(0, LengthThatMatters(whole, address));
     if (address.family == 4) {
         NoteOctets(text, notes);
     }
-    const std::size_t length = LengthThatMatters(text, address);
-    if (length < text.size()) {
-        notes.push_back("the text from offset " + std::to_string(length) +
-                        " on is ignored: " + Quoted(text.substr(length)));
+    if (text.size() < whole.size()) {
+        notes.push_back("the text from offset " + std::to_string(text.size()) +
+                        " on is ignored: " + Quoted(whole.substr(text.size())));
     }
-    const bool isUnpaired =
-        (text.find('[') == std::string::npos) != (text.find(']') == std::string::npos);
-    if (address.family == 6 &&
-        (isUnpaired ||
-         !IsStandardIpv6(BareIpv6(text.substr(0, length), address.port.has_value()), address))) {
+    if (address.family == 6 && !IsStandardIpv6(text, address)) {
         notes.emplace_back(
             "not a standard form: another parser may refuse it or read another address");
     }
-    const std::size_t colon = text.rfind(':', length);
-    if (address.port && colon != std::string::npos) {
-        const std::string port = text.substr(colon + 1, length - colon - 1);
-        const bool isPlain = !port.empty() && std::ranges::all_of(port, [](char ch) {
-            return (QAL_CHARset[static_cast<unsigned char>(ch)] & kDigit) != 0;
-        });
-        if (!isPlain || ValueOf(port) > kLargestPort) {
-            notes.push_back("the port " + Quoted(port) + " is read as " +
-                            std::to_string(*address.port) + ", and refused elsewhere");
-        }
+    const std::string port = PortText(text, address);
+    const bool isPlain = port.find_first_not_of(kDigits) == std::string::npos;
+    if (!isPlain || ValueOf(port) > kLargestPort) {
+        notes.push_back("the port " + Quoted(port) + " is read as " +
+                        std::to_string(address.port.value_or(0)) + ", and refused elsewhere");
     }
     return notes;
 }
@@ -388,69 +329,74 @@ Json ToJson(const std::string &text, const Address &address, const std::vector<s
     item["ok"] = true;
     item["family"] = "IPv" + std::to_string(address.family);
     item["address"] = address.text;
-    item["port"] = nullptr;
-    if (address.port) {
-        item["port"] = *address.port;
-    }
+    item["port"] = address.port ? Json(*address.port) : Json();
     item["notes"] = notes;
     return item;
 }
 
-ExitCode Run(const Options &options)
+Json ToJson(const std::string &text, const Fault &fault)
 {
-    ExitCode worst = ExitCode::kOk;
-    Json document = Json::array();
-    for (const std::string &text : Texts(options.texts)) {
+    Json item;
+    SetText(item, "text", text);
+    item["ok"] = false;
+    item["offset"] = fault.offset;
+    SetText(item, "error", fault.what);
+    return item;
+}
+
+/// Explains texts, one after the other.
+class Explainer {
+  public:
+    explicit Explainer(bool isJson) : isJson_(isJson) {}
+
+    void Explain(const std::string &text)
+    {
         const std::optional<Address> address = Parse(text);
         if (address) {
             const std::vector<std::string> notes = NotesOf(text, *address);
-            if (options.isJson) {
-                document.push_back(ToJson(text, *address, notes));
-            } else {
-                PutAddress(text, *address, notes);
-            }
-            continue;
+            isJson_ ? document_.push_back(ToJson(text, *address, notes))
+                    : PutAddress(text, *address, notes);
+            return;
         }
-        worst = ExitCode::kMalformed;
+        worst_ = ExitCode::kMalformed;
         const Fault fault = FaultOf(text);
-        if (options.isJson) {
-            Json item;
-            SetText(item, "text", text);
-            item["ok"] = false;
-            item["offset"] = fault.offset;
-            item["error"] = fault.what;
-            document.push_back(std::move(item));
-        } else {
-            PutError(Quoted(text) + " is no address: at offset " + std::to_string(fault.offset) +
-                     ", " + fault.what);
+        isJson_ ? document_.push_back(ToJson(text, fault))
+                : PutError(Quoted(text) + " is no address: at offset " +
+                           std::to_string(fault.offset) + ", " + fault.what);
+    }
+
+    ExitCode Finish() const
+    {
+        if (isJson_) {
+            PutJson(document_);
         }
+        return worst_;
     }
-    if (options.isJson) {
-        PutJson(document);
-    }
-    return worst;
-}
+
+  private:
+    bool isJson_;
+    Json document_ = Json::array();
+    ExitCode worst_ = ExitCode::kOk;
+};
 
 } // namespace
 
-void AddAddr(CLI::App &app, Action &chosen)
+ExitCode RunAddr(const Arguments &arguments)
 {
-    CLI::App *const verb =
-        app.add_subcommand("addr", "What IPv4 and IPv6 addresses mean to the library");
-    const auto options = std::make_shared<Options>();
-    verb->add_option("TEXT", options->texts, "addresses, with or without a port")
-        ->required()
-        ->type_name("");
-    verb->add_flag("--json", options->isJson, "write JSON");
-    verb->footer(
-        "Tells family, address in canonical form and port, or what is wrong and at which offset\n"
-        "(exit code 4). Notes warn of texts that other parsers read otherwise. An IPv6 address\n"
-        "with port 0 is shown like one without a port.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
-        "  wyx addr --json 010.0.0.1");
-    verb->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
+    Explainer explainer(arguments.Has("json"));
+    for (const std::string &text : arguments.Inputs()) {
+        if (text != "-") {
+            explainer.Explain(text);
+            continue;
+        }
+        LineInput lines(text);
+        for (std::string line; lines.Next(line);) {
+            if (!line.empty()) {
+                explainer.Explain(line);
+            }
+        }
+    }
+    return explainer.Finish();
 }
 
 } // namespace wyx::tool

@@ -2,12 +2,9 @@
 //
 // The library works on whole buffers. Encoding cuts the input where three bytes end, decoding where
 // four characters with a value end, so that the pieces fit together without a seam. Which
-// characters the decoder accepts, and which of them have a value, is asked of the decoder itself.
+// characters the decoder accepts, and which of them have a value, the decoder itself is asked.
 #include "wyx_commlib/base64.h"
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -17,7 +14,7 @@
 
 #include "system/file_input.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 
 namespace wyx::tool {
@@ -27,12 +24,6 @@ namespace {
 constexpr std::size_t kPiece = 3 * 65536; // of three bytes each
 constexpr std::size_t kQuad = 4;
 constexpr std::size_t kUsualWidth = 76;
-
-struct Options {
-    Operand file{"-"};
-    bool isDecode = false;
-    std::size_t width = kUsualWidth;
-};
 
 /// A buffer of the codec.
 struct Release {
@@ -74,10 +65,10 @@ class LineWriter {
     std::size_t column_ = 0;
 };
 
-ExitCode Encode(const Options &options)
+ExitCode Encode(const std::string &file, std::size_t width)
 {
-    FileInput input(options.file.text);
-    LineWriter lines(options.width);
+    FileInput input(file);
+    LineWriter lines(width);
     std::vector<unsigned char> piece(kPiece);
     for (;;) {
         const std::size_t held = input.Read(piece);
@@ -121,7 +112,7 @@ void DecodeFront(std::vector<unsigned char> &text, std::size_t count)
     if (count == 0) {
         return;
     }
-    // The decoder looks at the character behind those it decodes; there is one, a NUL at the least.
+    // The decoder looks at the character after those it decodes; there is one, a NUL at the least.
     text.push_back(0);
     QAL_UINT8 *pucBytes = nullptr;
     const QAL_INT32 lLen = MOX_BASE64Decode(text.data(), static_cast<QAL_INT32>(count), &pucBytes);
@@ -142,9 +133,10 @@ std::string ShownCharacter(unsigned char character)
     return character == ' ' ? "a blank" : text;
 }
 
-ExitCode Decode(const Options &options)
+/// @param isLenient  skip characters that are not Base64
+ExitCode Decode(const std::string &file, bool isLenient)
 {
-    FileInput input(options.file.text);
+    FileInput input(file);
     const std::array<Character, 256> characters = AskDecoder();
     std::vector<unsigned char> piece(kPiece);
     std::vector<unsigned char> text; // characters with a value that have not been decoded yet
@@ -156,7 +148,7 @@ ExitCode Decode(const Options &options)
         }
         for (std::size_t i = 0; i < held; ++i) {
             const unsigned char character = piece[i];
-            if (characters[character] == Character::kRefused) {
+            if (characters[character] == Character::kRefused && !isLenient) {
                 DecodeFront(text, text.size() / kQuad * kQuad);
                 throw Failure(ExitCode::kMalformed,
                               input.ShownName() + ": " + ShownCharacter(character) + " at offset " +
@@ -180,29 +172,12 @@ ExitCode Decode(const Options &options)
 
 } // namespace
 
-void AddBase64(CLI::App &app, Action &chosen)
+ExitCode RunBase64(const Arguments &arguments)
 {
-    CLI::App *const verb = app.add_subcommand("base64", "Base64 of a file, and back");
-    const auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->file, "the file; '-', or none, is standard input")
-        ->type_name("");
-    CLI::Option *const decode =
-        verb->add_flag("-d,--decode", options->isDecode, "decode instead of encoding");
-    verb->add_option("-w,--wrap", options->width, "length of a line (76); 0 writes a single one")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber)
-        ->excludes(decode);
-    verb->footer(
-        "Decoding takes the URL-safe '-' and '_', too, and skips padding and line ends wherever\n"
-        "they stand; any other character ends it with an error that tells its offset.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx base64 picture.png > picture.txt\n"
-        "  wyx base64 -d picture.txt | cmp - picture.png\n"
-        "  printf secret | wyx base64 -w 0");
-    verb->callback([options, &chosen] {
-        chosen = [options] { return options->isDecode ? Decode(*options) : Encode(*options); };
-    });
+    const std::string file = arguments.Inputs().front();
+    const std::size_t width = arguments.Number("wrap").value_or(kUsualWidth);
+    return arguments.Has("decode") ? Decode(file, arguments.Has("ignore-garbage"))
+                                   : Encode(file, width);
 }
 
 } // namespace wyx::tool

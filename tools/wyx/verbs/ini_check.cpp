@@ -2,9 +2,6 @@
 //
 // The library's own check stops at the first line at fault and counts stored lines. Here each line
 // is judged by the same calls, all of them are, and they bear the numbers an editor shows.
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -17,19 +14,12 @@
 #include "os_adapter.h"
 #include "system/json.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 
 namespace wyx::tool {
 
 namespace {
-
-struct Options {
-    std::vector<Operand> files;
-    bool isStrict = false;
-    bool isErrorsOnly = false;
-    bool isJson = false;
-};
 
 /// Something to say about a line: an error with a code of the library, or a warning with a word.
 struct Finding {
@@ -268,7 +258,7 @@ void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &fi
     }
 }
 
-Findings CheckFile(const IniSource &source, const Options &options)
+Findings CheckFile(const IniSource &source, bool isErrorsOnly)
 {
     Findings findings;
     if (source.IsUtf16()) {
@@ -277,11 +267,8 @@ Findings CheckFile(const IniSource &source, const Options &options)
         return findings;
     }
     const StoredLines stored = ReadStoredLines(source);
-    if (stored.lines.empty()) {
-        findings.Error(1, XELP_ERR_INI_FILE_EMPTY);
-    }
     CheckGrammar(stored, findings);
-    if (!options.isErrorsOnly) {
+    if (!isErrorsOnly) {
         WarnOfBytes(source, stored, findings);
         WarnOfSurprises(stored, findings);
         WarnOfSave(source, stored, findings);
@@ -315,17 +302,17 @@ Json ToJson(const Finding &finding)
 }
 
 /// Checks one file.
-ExitCode Check(const std::string &name, const Options &options, Json &document)
+ExitCode Check(const std::string &name, const Arguments &arguments, Json &document)
 {
     const IniSource source(name);
-    Findings findings = CheckFile(source, options);
+    Findings findings = CheckFile(source, arguments.Has("errors"));
     Json json;
     SetText(json, "file", name);
     json["findings"] = Json::array();
     bool isMalformed = false;
     for (const Finding &finding : findings.Sorted()) {
-        isMalformed = isMalformed || finding.IsError() || options.isStrict;
-        if (options.isJson) {
+        isMalformed = isMalformed || finding.IsError() || arguments.Has("strict");
+        if (arguments.Has("json")) {
             json["findings"].push_back(ToJson(finding));
         } else {
             PutFinding(source, finding);
@@ -336,49 +323,30 @@ ExitCode Check(const std::string &name, const Options &options, Json &document)
     return isMalformed ? ExitCode::kMalformed : ExitCode::kOk;
 }
 
-ExitCode Run(const Options &options)
+} // namespace
+
+ExitCode RunIniCheck(const Arguments &arguments)
 {
+    arguments.RequireOneOf({"errors", "strict"});
     ExitCode worst = ExitCode::kOk;
     Json document = Json::array();
-    for (const std::string &name : Texts(options.files)) {
+    for (const std::string &name : arguments.From(0)) {
         try {
-            worst = Graver(worst, Check(name, options, document));
+            worst = Graver(worst, Check(name, arguments, document));
         } catch (const Failure &failure) {
             Report(failure);
+            Json item;
+            SetText(item, "file", name);
+            item["ok"] = false;
+            SetText(item, "error", failure.what());
+            document.push_back(std::move(item));
             worst = Graver(worst, failure.Code());
         }
     }
-    if (options.isJson) {
+    if (arguments.Has("json")) {
         PutJson(document);
     }
     return worst;
-}
-
-} // namespace
-
-void AddIniCheck(CLI::App &ini, Action &chosen)
-{
-    CLI::App *const verb =
-        ini.add_subcommand("check", "All that is wrong with files, and what a save would change");
-    const auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->files, "files to check; '-' is standard input")
-        ->required()
-        ->type_name("");
-    CLI::Option *const errors =
-        verb->add_flag("-e,--errors", options->isErrorsOnly, "report errors only, no warnings");
-    verb->add_flag("--strict", options->isStrict, "let warnings count as errors")->excludes(errors);
-    verb->add_flag("--json", options->isJson, "write JSON");
-    verb->footer(
-        "Findings have the form 'FILE:LINE: MESSAGE (CODE)'; the code is the library's status.\n"
-        "Errors make the exit code 4; lookups and edits are more lenient, and may still work.\n"
-        "Warnings tell what lookups see otherwise than it looks, and what a save of the library\n"
-        "would not leave as it is. They have a word for a code.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx ini check net.ini\n"
-        "  wyx ini check --errors *.ini && echo fine\n"
-        "  wyx ini check --json - < net.ini");
-    verb->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
 }
 
 } // namespace wyx::tool

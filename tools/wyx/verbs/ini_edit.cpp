@@ -5,9 +5,6 @@
 // is loaded again from there, and compared: with what was asked for, and with every other line as
 // it was. Only then does the copy take the file's place, in one step. Whatever goes wrong before
 // leaves the file alone.
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -23,7 +20,7 @@
 #include "system/file_replace.h"
 #include "system/json.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 
 namespace wyx::tool {
@@ -33,16 +30,6 @@ namespace {
 constexpr const char *kNothingChanged = "; nothing was changed";
 constexpr std::size_t kLongestSection = 507; // in "[section]" and LF
 constexpr std::size_t kLongestLine = 511;    // with its line end
-
-struct Options {
-    Operand file;
-    Operand section;
-    Operand key;
-    std::vector<Operand> settings;
-    bool hasKey = false;
-    bool isCreate = false;
-    bool isJson = false;
-};
 
 struct Setting {
     std::string key;
@@ -134,7 +121,7 @@ void RequireValue(const Setting &setting)
     }
 }
 
-std::vector<Setting> ParseSettings(const std::vector<std::string> &words)
+std::vector<Setting> ParseSettings(Words words)
 {
     std::vector<Setting> settings;
     for (const std::string &word : words) {
@@ -426,25 +413,23 @@ class Edit {
     std::string lineEnd_;
 };
 
-void PutResult(const Options &options, Json json, bool isChanged)
+Json ResultOf(const Arguments &arguments, bool isChanged)
 {
-    if (!options.isJson) {
-        return;
-    }
     Json document;
-    SetText(document, "file", options.file.text);
-    SetText(document, "section", options.section.text);
+    SetText(document, "file", arguments[0]);
+    SetText(document, "section", arguments[1]);
     document["changed"] = isChanged;
-    document.update(json);
-    PutJson(document);
+    return document;
 }
 
-ExitCode RunSet(const Options &options)
+} // namespace
+
+ExitCode RunIniSet(const Arguments &arguments)
 {
-    const std::string &section = options.section.text;
+    const std::string &section = arguments[1];
     RequireSection(section);
-    const std::vector<Setting> settings = ParseSettings(Texts(options.settings));
-    Edit edit(options.file.text, options.isCreate, "--create makes a new file");
+    const std::vector<Setting> settings = ParseSettings(arguments.From(2));
+    Edit edit(arguments[0], arguments.Has("create"), "--create makes a new file");
     bool isChanged = false;
     Json list = Json::array();
     for (const Setting &setting : settings) {
@@ -459,76 +444,28 @@ ExitCode RunSet(const Options &options)
     if (isChanged) {
         edit.Finish(section, settings);
     }
-    PutResult(options, {{"settings", list}}, isChanged);
+    if (arguments.Has("json")) {
+        Json document = ResultOf(arguments, isChanged);
+        document["settings"] = list;
+        PutJson(document);
+    }
     return ExitCode::kOk;
 }
 
-ExitCode RunDel(const Options &options)
+ExitCode RunIniDel(const Arguments &arguments)
 {
-    if (options.hasKey && options.key.text.empty()) {
+    if (arguments.Count() > 2 && arguments[2].empty()) {
         throw Refusal("the key's name is empty");
     }
-    Edit edit(options.file.text, false, "");
-    const std::size_t deleted = edit.Delete(options.section.text, options.key.text);
-    edit.Finish(options.section.text, {});
-    PutResult(options, {{"deleted_lines", deleted}}, true);
+    Edit edit(arguments[0], false, "");
+    const std::size_t deleted = edit.Delete(arguments[1], arguments[2]);
+    edit.Finish(arguments[1], {});
+    if (arguments.Has("json")) {
+        Json document = ResultOf(arguments, true);
+        document["deleted_lines"] = deleted;
+        PutJson(document);
+    }
     return ExitCode::kOk;
-}
-
-std::shared_ptr<Options> AddFileAndSection(CLI::App &verb)
-{
-    auto options = std::make_shared<Options>();
-    verb.add_option("FILE", options->file, "the file")->required()->type_name("");
-    verb.add_option("SECTION", options->section, "the section's name, without brackets")
-        ->required()
-        ->type_name("");
-    verb.add_flag("--json", options->isJson, "write JSON");
-    return options;
-}
-
-} // namespace
-
-void AddIniSet(CLI::App &ini, Action &chosen)
-{
-    CLI::App *const verb = ini.add_subcommand("set", "Set keys, all of them in one save");
-    const auto options = AddFileAndSection(*verb);
-    verb->add_option("KEY=VALUE", options->settings, "what to set; 'KEY=' leaves it empty")
-        ->required()
-        ->type_name("");
-    verb->add_flag("--create", options->isCreate, "make the file if it does not exist");
-    verb->footer(
-        "A key that exists keeps its place and comment, a new one goes to the end of its section,\n"
-        "a new section to the end of the file. The file keeps its mode, owner and line ends; a\n"
-        "symbolic link is followed.\n"
-        "\n"
-        "What is written is read back and compared before it takes the file's place. A name or\n"
-        "value that would not read back the same is refused, and the file left as it was.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx ini set net.ini net port=5061\n"
-        "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
-        "  wyx ini set --create new.ini net -- -key=value");
-    verb->callback([options, &chosen] { chosen = [options] { return RunSet(*options); }; });
-}
-
-void AddIniDel(CLI::App &ini, Action &chosen)
-{
-    CLI::App *const verb = ini.add_subcommand("del", "Delete a key, or a whole section");
-    const auto options = AddFileAndSection(*verb);
-    const CLI::Option *const key =
-        verb->add_option("KEY", options->key, "the key; without it, the section goes")
-            ->type_name("");
-    verb->footer(
-        "Deletes every line of the key in every block of the section, or every block of the\n"
-        "section with its comments. The rest of the file stays as it is.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx ini del net.ini net port\n"
-        "  wyx ini del net.ini net");
-    verb->callback([options, key, &chosen] {
-        options->hasKey = key->count() > 0;
-        chosen = [options] { return RunDel(*options); };
-    });
 }
 
 } // namespace wyx::tool

@@ -3,9 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -20,7 +17,7 @@
 #include "system/file_replace.h"
 #include "system/json.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 
 namespace wyx::tool {
@@ -29,13 +26,6 @@ namespace {
 
 constexpr const char *kNewest = "newest";
 constexpr int kMostBackups = 1000;
-
-struct Options {
-    Operand file;
-    Operand show;
-    Operand restore;
-    bool isJson = false;
-};
 
 /// What is known of a leftover.
 struct Candidate {
@@ -180,9 +170,9 @@ std::string KeepOld(const std::string &path)
     throw Failure(ExitCode::kIo, "too many files " + Quoted(path + ".old*"));
 }
 
-ExitCode Restore(const Options &options, const Leftover &leftover)
+ExitCode Restore(const Arguments &arguments, const Leftover &leftover)
 {
-    const std::string &name = options.file.text;
+    const std::string &name = arguments[0];
     const Target target(name, true, "");
     const IniSource source(leftover.path);
     RequireText(source);
@@ -200,7 +190,7 @@ ExitCode Restore(const Options &options, const Leftover &leftover)
         throw SystemFailure("cannot restore " + Quoted(name), errno);
     }
     FlushDirectoryOf(target.Path());
-    if (options.isJson) {
+    if (arguments.Has("json")) {
         Json json;
         SetText(json, "file", name);
         SetText(json, "restored", leftover.path);
@@ -216,54 +206,26 @@ ExitCode Restore(const Options &options, const Leftover &leftover)
     return ExitCode::kOk;
 }
 
-ExitCode Run(const Options &options)
-{
-    const std::string &target = options.file.text;
-    const std::vector<Leftover> leftovers = FindLeftovers(target);
-    const bool isChoice = !options.show.text.empty() || !options.restore.text.empty();
-    if (leftovers.empty() && (isChoice || !options.isJson)) {
-        throw Failure(ExitCode::kNo, "no interrupted save left a file beside " + Quoted(target));
-    }
-    if (!options.restore.text.empty()) {
-        return Restore(options, Choose(leftovers, options.restore.text));
-    }
-    if (!options.show.text.empty()) {
-        const IniSource source(Choose(leftovers, options.show.text).path);
-        Put(source.Bytes());
-        return ExitCode::kOk;
-    }
-    return List(target, leftovers, options.isJson);
-}
-
 } // namespace
 
-void AddIniRecover(CLI::App &ini, Action &chosen)
+ExitCode RunIniRecover(const Arguments &arguments)
 {
-    CLI::App *const verb =
-        ini.add_subcommand("recover", "What an interrupted save left beside a file");
-    const auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->file, "the file whose save was interrupted")
-        ->required()
-        ->type_name("");
-    CLI::Option *const show = verb->add_option("--show", options->show,
-                                               "write the content of number N to standard output")
-                                  ->type_name("N|newest");
-    verb->add_option("--restore", options->restore, "put number N in the file's place")
-        ->type_name("N|newest")
-        ->excludes(show);
-    verb->add_flag("--json", options->isJson, "write JSON");
-    verb->footer(
-        "A save of the library writes the new content to a file '<FILE up to its dot><time>.ibk',\n"
-        "removes FILE, and renames. After a crash the '.ibk' file is left; where FILE is missing,\n"
-        "it is whole. Without an option they are listed, the newest first.\n"
-        "\n"
-        "--restore keeps what FILE holds as 'FILE.old', and refuses content that does not load.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx ini recover net.ini\n"
-        "  wyx ini recover net.ini --show newest | diff net.ini -\n"
-        "  wyx ini recover net.ini --restore newest");
-    verb->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
+    arguments.RequireOneOf({"show", "restore"});
+    const std::string &target = arguments[0];
+    const std::vector<Leftover> leftovers = FindLeftovers(target);
+    const std::optional<std::string> show = arguments.Value("show");
+    const std::optional<std::string> restore = arguments.Value("restore");
+    if (leftovers.empty()) {
+        throw Failure(ExitCode::kNo, "no interrupted save left a file beside " + Quoted(target));
+    }
+    if (restore) {
+        return Restore(arguments, Choose(leftovers, *restore));
+    }
+    if (show) {
+        Put(IniSource(Choose(leftovers, *show).path).Bytes());
+        return ExitCode::kOk;
+    }
+    return List(target, leftovers, arguments.Has("json"));
 }
 
 } // namespace wyx::tool

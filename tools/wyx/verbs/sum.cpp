@@ -1,28 +1,25 @@
-// wyx sum: checksums of files, and the verification of a list of them.
+// wyx sum: checksums of files, and the verification of lists of them.
 //
-// A line of a list is the sum in lower-case hexadecimal digits, two spaces (or a space and a "*")
-// and the file's name: the format of the common sum programs. Where the name holds a line feed, a
-// carriage return or a backslash, the line begins with a backslash and the name has \n, \r and
-// \\ in their place. The number of digits tells the algorithm. Lines such as "CRC32 (NAME) = HEX"
-// are read, too.
+// A line of a list is the sum in lower-case hexadecimal digits, two blanks (or a blank and a "*")
+// and the file's name, or "CRC32 (NAME) = HEX". If the name holds a line feed, a carriage return or
+// a backslash, the line begins with a backslash and the name has \n, \r and \\ in their place.
+// The number of digits selects the algorithm. Options and lists are those of md5sum.
 #include <unistd.h>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "system/file_input.h"
 #include "system/json.h"
+#include "system/line_input.h"
 #include "system/terminal.h"
-#include "verbs/operand.h"
+#include "verbs/arguments.h"
 #include "verbs/verbs.h"
 #include "wyx_commlib/crc.h"
 #include "wyx_commlib/md5.h"
@@ -33,7 +30,6 @@ namespace {
 
 constexpr std::size_t kPiece = 262144;
 constexpr std::size_t kMd5Length = 16;
-constexpr std::size_t kLargestList = std::size_t{1} << 30;
 
 enum class Algorithm { kCrc16, kCrc32, kMd5 };
 
@@ -42,15 +38,12 @@ struct AlgorithmName {
     std::string_view name;
     std::string_view tag; // in lines of the form "TAG (NAME) = HEX"
     std::size_t digits;
-    std::string_view text; // for the help
 };
 
 constexpr std::array kAlgorithms = {
-    AlgorithmName{Algorithm::kCrc16, "crc16", "CRC16", 4,
-                  "CRC-16: polynomial 0x1021, initial value 0"},
-    AlgorithmName{Algorithm::kCrc32, "crc32", "CRC32", 8,
-                  "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted; not that of zlib"},
-    AlgorithmName{Algorithm::kMd5, "md5", "MD5", 32, "MD5; lists are those of md5sum"},
+    AlgorithmName{Algorithm::kCrc16, "crc16", "CRC16", 4},
+    AlgorithmName{Algorithm::kCrc32, "crc32", "CRC32", 8},
+    AlgorithmName{Algorithm::kMd5, "md5", "MD5", 32},
 };
 
 const AlgorithmName &NameOf(Algorithm algorithm)
@@ -183,9 +176,27 @@ std::optional<std::string> Unescaped(std::string_view name)
     return plain;
 }
 
-std::string ListLine(const std::string &digits, const std::string &name)
+/// How the lines of a list look.
+enum class Form { kPlain, kStarred, kTagged };
+
+std::string ListLine(const AlgorithmName &algorithm, const std::string &digits,
+                     const std::string &name, Form form, bool isZero)
 {
-    return NeedsEscape(name) ? "\\" + digits + "  " + Escaped(name) : digits + "  " + name;
+    const bool isEscaped = !isZero && NeedsEscape(name);
+    const std::string shown = isEscaped ? Escaped(name) : name;
+    std::string line = isEscaped ? "\\" : "";
+    switch (form) {
+        case Form::kPlain:
+            line += digits + "  " + shown;
+            break;
+        case Form::kStarred:
+            line += digits + " *" + shown;
+            break;
+        case Form::kTagged:
+            line += std::string(algorithm.tag) + " (" + shown + ") = " + digits;
+            break;
+    }
+    return line + (isZero ? '\0' : '\n');
 }
 
 std::size_t LeadingDigits(std::string_view text)
@@ -205,35 +216,44 @@ std::string Lower(std::string_view text)
     return lower;
 }
 
-/// "HEX  NAME" or "HEX *NAME"
+std::string_view WithoutBlanks(std::string_view text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return text;
+}
+
+/// "HEX  NAME", "HEX *NAME" or "HEX NAME"
 std::optional<Entry> ParsePlain(std::string_view line)
 {
     const std::size_t digits = LeadingDigits(line);
     const auto algorithm = std::ranges::find(kAlgorithms, digits, &AlgorithmName::digits);
-    const std::string_view rest = line.substr(digits);
-    if (algorithm == kAlgorithms.end() || rest.size() < 3 || rest[0] != ' ' ||
-        (rest[1] != ' ' && rest[1] != '*')) {
+    std::string_view rest = line.substr(digits);
+    if (algorithm == kAlgorithms.end() || WithoutBlanks(rest).size() == rest.size()) {
         return std::nullopt;
     }
-    return Entry{algorithm->algorithm, Lower(line.substr(0, digits)), std::string(rest.substr(2))};
+    rest.remove_prefix(1);
+    rest.remove_prefix(rest.starts_with(' ') || rest.starts_with('*') ? 1 : 0);
+    if (rest.empty()) {
+        return std::nullopt;
+    }
+    return Entry{algorithm->algorithm, Lower(line.substr(0, digits)), std::string(rest)};
 }
 
-/// "CRC32 (NAME) = HEX"
+/// "CRC32 (NAME) = HEX", whose blanks may be missing
 std::optional<Entry> ParseTagged(std::string_view line)
 {
-    static constexpr std::string_view kOpen = " (";
-    static constexpr std::string_view kClose = ") = ";
     for (const AlgorithmName &algorithm : kAlgorithms) {
-        const std::size_t close = line.rfind(kClose);
-        const std::size_t name = algorithm.tag.size() + kOpen.size();
-        if (!line.starts_with(algorithm.tag) || close == std::string_view::npos || close <= name ||
-            line.substr(algorithm.tag.size(), kOpen.size()) != kOpen) {
+        const std::size_t close = line.rfind(')');
+        if (!line.starts_with(algorithm.tag) || close == std::string_view::npos) {
             continue;
         }
-        const std::string_view digits = line.substr(close + kClose.size());
-        if (digits.size() == algorithm.digits && LeadingDigits(digits) == digits.size()) {
-            return Entry{algorithm.algorithm, Lower(digits),
-                         std::string(line.substr(name, close - name))};
+        std::string_view name = line.substr(0, close).substr(algorithm.tag.size());
+        name.remove_prefix(name.starts_with(' ') ? 1 : 0);
+        const std::string_view equals = WithoutBlanks(line.substr(close + 1));
+        const std::string_view digits = WithoutBlanks(equals.substr(equals.empty() ? 0 : 1));
+        if (name.size() > 1 && name.front() == '(' && equals.starts_with('=') &&
+            digits.size() == algorithm.digits && LeadingDigits(digits) == digits.size()) {
+            return Entry{algorithm.algorithm, Lower(digits), std::string(name.substr(1))};
         }
     }
     return std::nullopt;
@@ -241,6 +261,7 @@ std::optional<Entry> ParseTagged(std::string_view line)
 
 std::optional<Entry> ParseLine(std::string_view line)
 {
+    line = WithoutBlanks(line);
     if (line.ends_with('\r')) {
         line.remove_suffix(1); // a list that went through an editor; in a name it would be escaped
     }
@@ -263,42 +284,53 @@ std::optional<Entry> ParseLine(std::string_view line)
 }
 
 struct Options {
-    std::vector<Algorithm> algorithms; // those that were named
-    bool isCheck = false;
-    bool isQuiet = false;
-    bool isStatus = false;
+    std::optional<Algorithm> only;
+    Form form = Form::kPlain;
+    bool isZero = false;
+    std::string_view report; // of "quiet", "status" and "warn" the one given last
+    bool isMissingIgnored = false;
+    bool isStrict = false;
     bool isJson = false;
-    std::vector<Operand> files;
-
-    std::optional<Algorithm> Chosen() const
-    {
-        return algorithms.empty() ? std::nullopt : std::optional(algorithms.front());
-    }
 };
 
-ExitCode MakeSums(const std::vector<std::string> &names, Algorithm algorithm, bool isJson)
+/// An item of a JSON document for a file, and the reason if it could not be read.
+Json ItemOf(const std::string &name, Algorithm algorithm)
+{
+    Json item;
+    SetText(item, "file", name);
+    item["algorithm"] = NameOf(algorithm).name;
+    return item;
+}
+
+void SetError(Json &item, const Failure &failure)
+{
+    item["ok"] = false;
+    SetText(item, "error", failure.what());
+}
+
+ExitCode MakeSums(Words names, Algorithm algorithm, const Options &options)
 {
     ExitCode worst = ExitCode::kOk;
     Json document = Json::array();
     for (const std::string &name : names) {
+        Json item = ItemOf(name, algorithm);
         try {
             const FileSum sum = SumOf(name, algorithm);
-            if (isJson) {
-                Json item;
-                SetText(item, "file", name);
-                item["algorithm"] = NameOf(algorithm).name;
-                item["sum"] = sum.digits;
-                item["bytes"] = sum.bytes;
-                document.push_back(std::move(item));
-            } else {
-                Put(ListLine(sum.digits, name) + "\n");
+            item["sum"] = sum.digits;
+            item["bytes"] = sum.bytes;
+            if (!options.isJson) {
+                Put(ListLine(NameOf(algorithm), sum.digits, name, options.form, options.isZero));
             }
         } catch (const Failure &failure) {
             Report(failure);
+            SetError(item, failure);
             worst = Graver(worst, failure.Code());
         }
+        if (options.isJson) {
+            document.push_back(std::move(item));
+        }
     }
-    if (isJson) {
+    if (options.isJson) {
         PutJson(document);
     }
     return worst;
@@ -307,170 +339,178 @@ ExitCode MakeSums(const std::vector<std::string> &names, Algorithm algorithm, bo
 /// Verifies the sums of lists.
 class Checker {
   public:
-    explicit Checker(const Options &options) : options_(options), only_(options.Chosen()) {}
+    explicit Checker(const Options &options) : options_(options) {}
 
-    void CheckList(const std::string &list)
+    ExitCode CheckList(const std::string &list)
     {
-        const std::string text = ReadWhole(list, kLargestList);
-        std::size_t entries = 0;
-        std::size_t number = 0;
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t end = std::min(text.find('\n', begin), text.size());
-            const std::string_view line(text.data() + begin, end - begin);
-            begin = end + 1;
-            ++number;
+        count_ = {};
+        LineInput lines(list);
+        std::string line;
+        for (std::size_t number = 1; lines.Next(line); ++number) {
+            if (line.empty() || line.starts_with('#')) {
+                continue;
+            }
             const std::optional<Entry> entry = ParseLine(line);
-            if (entry && (!only_ || entry->algorithm == *only_)) {
-                ++entries;
+            if (entry && (!options_.only || entry->algorithm == *options_.only)) {
+                ++count_.entries;
                 CheckEntry(*entry);
-            } else if (!line.empty()) {
-                ++malformed_;
-                PutWarning(Where(list, number) + "not a line of a list of sums");
+                continue;
+            }
+            ++count_.malformed;
+            if (options_.report == "warn") {
+                PutWarning((list == "-" ? "standard input" : Shown(list)) + ":" +
+                           std::to_string(number) + ": improperly formatted checksum line");
             }
         }
-        if (entries == 0) {
-            throw Failure(ExitCode::kMalformed, ShownInput(list) + " holds no line 'HEX  NAME'",
+        if (count_.entries == 0) {
+            throw Failure(ExitCode::kMalformed,
+                          ShownInput(list) + ": no properly formatted checksum lines found",
                           "make a list with: wyx sum --crc32 FILE... > LIST");
         }
+        return SumUp(list);
     }
 
-    /// Sums up after the last list.
-    ExitCode Finish()
+    void Finish() const
     {
         if (options_.isJson) {
             PutJson(document_);
         }
-        if (!options_.isStatus) {
-            Warn(malformed_, "line is malformed", "lines are malformed");
-            Warn(unreadable_, "listed file could not be read", "listed files could not be read");
-            Warn(mismatches_, "sum does NOT match", "sums do NOT match");
-        }
-        ExitCode worst = mismatches_ > 0 ? ExitCode::kNo : ExitCode::kOk;
-        worst = Graver(worst, malformed_ > 0 ? ExitCode::kMalformed : ExitCode::kOk);
-        return Graver(worst, unreadable_ > 0 ? ExitCode::kIo : ExitCode::kOk);
     }
 
   private:
-    static std::string Where(const std::string &list, std::size_t number)
-    {
-        return (list == "-" ? "standard input" : Shown(list)) + ":" + std::to_string(number) + ": ";
-    }
+    /// What a list has brought.
+    struct Count {
+        std::size_t entries = 0;
+        std::size_t malformed = 0;
+        std::size_t unreadable = 0;
+        std::size_t matches = 0;
+        std::size_t mismatches = 0;
+    };
 
-    static void Warn(std::size_t count, const char *one, const char *many)
+    bool IsSilent() const { return options_.report == "status"; }
+
+    void Warn(std::size_t count, const char *one, const char *many) const
     {
-        if (count > 0) {
+        if (count > 0 && !IsSilent()) {
             PutWarning(std::to_string(count) + " " + (count == 1 ? one : many));
         }
     }
 
+    ExitCode SumUp(const std::string &list) const
+    {
+        Warn(count_.malformed, "line is improperly formatted", "lines are improperly formatted");
+        Warn(count_.unreadable, "listed file could not be read", "listed files could not be read");
+        Warn(count_.mismatches, "computed checksum did NOT match",
+             "computed checksums did NOT match");
+        const bool isNothing = options_.isMissingIgnored && count_.matches == 0;
+        if (isNothing && !IsSilent()) {
+            PutError(ShownInput(list) + ": no file was verified");
+        }
+        ExitCode worst = count_.mismatches > 0 || isNothing ? ExitCode::kNo : ExitCode::kOk;
+        if (count_.malformed > 0 && options_.isStrict) {
+            worst = Graver(worst, ExitCode::kMalformed);
+        }
+        return Graver(worst, count_.unreadable > 0 ? ExitCode::kIo : ExitCode::kOk);
+    }
+
     void CheckEntry(const Entry &entry)
     {
-        Json item;
-        SetText(item, "file", entry.name);
-        item["algorithm"] = NameOf(entry.algorithm).name;
+        if (options_.isMissingIgnored && access(entry.name.c_str(), F_OK) != 0 && errno == ENOENT) {
+            return;
+        }
+        Json item = ItemOf(entry.name, entry.algorithm);
         item["expected"] = entry.digits;
-        std::string verdict;
         try {
             const std::string digits = SumOf(entry.name, entry.algorithm).digits;
             const bool isSame = digits == entry.digits;
-            verdict = isSame ? "OK" : "FAILED";
             item["actual"] = digits;
             item["ok"] = isSame;
-            mismatches_ += isSame ? 0 : 1;
+            ++(isSame ? count_.matches : count_.mismatches);
+            PutVerdict(entry.name, isSame ? "" : "FAILED");
         } catch (const Failure &failure) {
             Report(failure);
-            verdict = "FAILED to read";
-            item["ok"] = false;
-            item["error"] = failure.what();
-            ++unreadable_;
+            SetError(item, failure);
+            ++count_.unreadable;
+            PutVerdict(entry.name, "FAILED open or read");
         }
-        const bool isWanted = !options_.isStatus && (verdict != "OK" || !options_.isQuiet);
         if (options_.isJson) {
             document_.push_back(std::move(item));
-        } else if (isWanted) {
-            const bool isEscaped = NeedsEscape(entry.name);
-            Put((isEscaped ? "\\" + Escaped(entry.name) : entry.name) + ": " +
-                (verdict == "OK" ? verdict : Painted(Stream::kOut, Colour::kError, verdict)) +
-                "\n");
         }
     }
 
+    /// @param fault  empty for a sum that matches
+    void PutVerdict(const std::string &name, const std::string &fault) const
+    {
+        if (options_.isJson || IsSilent() || (fault.empty() && options_.report == "quiet")) {
+            return;
+        }
+        Put((NeedsEscape(name) ? "\\" + Escaped(name) : name) + ": " +
+            (fault.empty() ? "OK" : Painted(Stream::kOut, Colour::kError, fault)) + "\n");
+    }
+
     const Options &options_;
-    std::optional<Algorithm> only_;
     Json document_ = Json::array();
-    std::size_t malformed_ = 0;
-    std::size_t unreadable_ = 0;
-    std::size_t mismatches_ = 0;
+    Count count_;
 };
 
-ExitCode CheckLists(const std::vector<std::string> &lists, const Options &options)
+ExitCode CheckLists(Words lists, const Options &options)
 {
     Checker checker(options);
     ExitCode worst = ExitCode::kOk;
     for (const std::string &list : lists) {
         try {
-            checker.CheckList(list);
+            worst = Graver(worst, checker.CheckList(list));
         } catch (const Failure &failure) {
             Report(failure);
             worst = Graver(worst, failure.Code());
         }
     }
-    return Graver(worst, checker.Finish());
+    checker.Finish();
+    return worst;
 }
 
-ExitCode Run(const Options &options)
+Options OptionsOf(const Arguments &arguments)
 {
-    if (options.algorithms.size() > 1) {
-        throw Failure(ExitCode::kUsage, "more than one algorithm chosen");
-    }
-    std::vector<std::string> names = Texts(options.files);
-    if (names.empty()) {
-        if (isatty(STDIN_FILENO) != 0) {
-            throw Failure(ExitCode::kUsage, "no file given", "'-' reads standard input");
+    Options options;
+    for (const AlgorithmName &algorithm : kAlgorithms) {
+        if (arguments.Has(algorithm.name)) {
+            if (options.only) {
+                throw arguments.Misuse("more than one algorithm chosen");
+            }
+            options.only = algorithm.algorithm;
         }
-        names.emplace_back("-");
     }
-    if (options.isCheck) {
-        return CheckLists(names, options);
+    const std::string_view form = arguments.Last({"binary", "text", "tag"});
+    if (arguments.Has("tag") && form == "text") {
+        throw arguments.Misuse("--tag does not support --text");
     }
-    const std::optional<Algorithm> algorithm = options.Chosen();
-    if (!algorithm) {
-        throw Failure(ExitCode::kUsage, "no algorithm chosen: --crc16, --crc32 or --md5",
-                      "for example: wyx sum --crc32 " + Shown(names.front()));
-    }
-    return MakeSums(names, *algorithm, options.isJson);
+    options.form = arguments.Has("tag") ? Form::kTagged
+                   : form == "binary"   ? Form::kStarred
+                                        : Form::kPlain;
+    options.isZero = arguments.Has("zero");
+    options.report = arguments.Last({"quiet", "status", "warn"});
+    options.isMissingIgnored = arguments.Has("ignore-missing");
+    options.isStrict = arguments.Has("strict");
+    options.isJson = arguments.Has("json");
+    return options;
 }
 
 } // namespace
 
-void AddSum(CLI::App &app, Action &chosen)
+ExitCode RunSum(const Arguments &arguments)
 {
-    CLI::App *const sum = app.add_subcommand("sum", "Checksums of files, and their verification");
-    const auto options = std::make_shared<Options>();
-    for (const AlgorithmName &algorithm : kAlgorithms) {
-        sum->add_flag_callback(
-            "--" + std::string(algorithm.name),
-            [options, &algorithm] { options->algorithms.push_back(algorithm.algorithm); },
-            std::string(algorithm.text));
+    const Options options = OptionsOf(arguments);
+    const std::vector<std::string> names = arguments.Inputs();
+    if (arguments.Has("check")) {
+        arguments.RequireWithout("check", {"binary", "text", "tag", "zero"});
+        return CheckLists(names, options);
     }
-    CLI::Option *const check = sum->add_flag("-c,--check", options->isCheck,
-                                             "read lists of sums from the FILEs and verify them");
-    sum->add_flag("-q,--quiet", options->isQuiet, "with -c: do not report files that match")
-        ->needs(check);
-    sum->add_flag("-s,--status", options->isStatus, "with -c: report by the exit code only")
-        ->needs(check);
-    sum->add_flag("--json", options->isJson, "write JSON");
-    sum->add_option("FILE", options->files, "files to sum; '-' is standard input")->type_name("");
-    sum->footer(
-        "A list has a line 'HEX  NAME' a file, as the common sum programs write it; a name with\n"
-        "line ends or backslashes is escaped, and its line begins with a backslash.\n"
-        "\n"
-        "Examples:\n"
-        "  wyx sum --crc32 *.ini > LIST    make a list\n"
-        "  wyx sum -c LIST                 verify it: exit code 1 if a file has changed\n"
-        "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
-        "  tar c dir | wyx sum --crc16 -   sum what a pipe brings");
-    sum->callback([options, &chosen] { chosen = [options] { return Run(*options); }; });
+    arguments.RequireWith("check", {"ignore-missing", "quiet", "status", "strict", "warn"});
+    if (!options.only) {
+        throw Failure(ExitCode::kUsage, "no algorithm chosen: --crc16, --crc32 or --md5",
+                      "for example: wyx sum --crc32 " + Shown(names.front()));
+    }
+    return MakeSums(names, *options.only, options);
 }
 
 } // namespace wyx::tool

@@ -1,0 +1,271 @@
+#include "verbs/arguments.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "system/nearest.h"
+#include "system/terminal.h"
+
+namespace wyx::tool {
+
+namespace {
+
+std::string TryHelp(const Command &command)
+{
+    return "try '" + FullName(command) + " --help'";
+}
+
+std::string Dashed(std::string_view option)
+{
+    return "--" + std::string(option);
+}
+
+/// What a word was probably meant to be, when it stands where a verb of a family is due.
+std::string MeantVerb(const Command &family, const std::string &word)
+{
+    std::vector<std::string> below;
+    for (const Command &command : Commands()) {
+        if (command.IsBelow(family)) {
+            below.emplace_back(command.LastWord());
+        } else if (command.LastWord() == word) {
+            return FullName(command);
+        }
+    }
+    for (const Command &command : Commands()) {
+        const auto options = command.Options();
+        if (std::ranges::find(options, word, &Option::name) != options.end()) {
+            return FullName(command) + " " + Dashed(word);
+        }
+    }
+    return Nearest(word, below);
+}
+
+} // namespace
+
+const Command &TakeCommand(Words &words, const Command &family)
+{
+    for (const Command &command : Commands()) {
+        if (!words.empty() && command.IsBelow(family) && command.LastWord() == words.front()) {
+            words = words.subspan(1);
+            return TakeCommand(words, command);
+        }
+    }
+    return family;
+}
+
+Failure NoVerb(const Command &family, Words words)
+{
+    const std::string name = "'" + FullName(family) + "'";
+    std::string verbs;
+    for (const Command &command : Commands()) {
+        if (command.IsBelow(family)) {
+            verbs += (verbs.empty() ? "" : ", ") + std::string(command.LastWord());
+        }
+    }
+    if (words.empty()) {
+        return {ExitCode::kUsage, name + " needs a verb: " + verbs, TryHelp(family)};
+    }
+    const std::string &word = words.front();
+    if (word.starts_with('-')) {
+        return {ExitCode::kUsage, name + " has no option " + Quoted(word), TryHelp(family)};
+    }
+    const std::string meant = MeantVerb(family, word);
+    return {ExitCode::kUsage, Quoted(word) + " is no verb of " + name,
+            meant.empty() ? "the verbs are: " + verbs : "did you mean '" + meant + "'?"};
+}
+
+std::vector<Operand> OperandsOf(const Command &command)
+{
+    std::vector<Operand> operands;
+    std::string_view rest = command.operands;
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find(' '), rest.size());
+        Operand operand{rest.substr(0, end)};
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        operand.isOptional = operand.name.starts_with('[');
+        if (operand.isOptional) {
+            operand.name = operand.name.substr(1, operand.name.size() - 2);
+        }
+        operand.isRepeated = operand.name.ends_with("...");
+        if (operand.isRepeated) {
+            operand.name.remove_suffix(3);
+        }
+        operands.push_back(operand);
+    }
+    return operands;
+}
+
+Arguments::Arguments(const Command &command, Words words) : command_(command)
+{
+    bool isPlain = false; // after "--"
+    while (!words.empty()) {
+        const std::string &word = words.front();
+        words = words.subspan(1);
+        if (isPlain || word == "-" || !word.starts_with('-')) {
+            operands_.push_back(word);
+        } else if (word == "--") {
+            isPlain = true;
+        } else if (word.starts_with("--")) {
+            TakeLong(std::string_view(word).substr(2), words);
+        } else {
+            TakeShort(std::string_view(word).substr(1), words);
+        }
+    }
+    if (Has("help") || command.run == nullptr) {
+        return; // whatever else is missing
+    }
+    const std::vector<Operand> operands = OperandsOf(command);
+    for (std::size_t i = operands_.size(); i < operands.size(); ++i) {
+        if (!operands[i].isOptional) {
+            throw Misuse(std::string(operands[i].name) + " is required");
+        }
+    }
+    const bool isOpen = !operands.empty() && operands.back().isRepeated;
+    if (!isOpen && operands_.size() > operands.size()) {
+        throw Misuse("not expected: " + Shown(operands_[operands.size()]));
+    }
+}
+
+void Arguments::TakeLong(std::string_view word, Words &rest)
+{
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const auto options = command_.Options();
+    const auto option = std::ranges::find(options, name, &Option::name);
+    if (option == options.end()) {
+        std::vector<std::string> names;
+        for (const Option &known : options) {
+            names.emplace_back(known.name);
+        }
+        const std::string near = Nearest(name, names);
+        const std::string shown = Quoted(Dashed(name));
+        throw near.empty() ? Misuse("no option " + shown)
+                           : Misuse("no option " + shown, "did you mean '--" + near + "'?");
+    }
+    if (equals == std::string_view::npos) {
+        given_.push_back({&*option, TakeValue(*option, rest)});
+    } else if (option->value.empty()) {
+        throw Misuse(Dashed(name) + " takes no value");
+    } else {
+        given_.push_back({&*option, std::string(word.substr(equals + 1))});
+    }
+}
+
+void Arguments::TakeShort(std::string_view letters, Words &rest)
+{
+    const auto options = command_.Options();
+    while (!letters.empty()) {
+        const auto option = std::ranges::find(options, letters.front(), &Option::letter);
+        if (option == options.end()) {
+            throw Misuse("no option " + Quoted("-" + std::string(letters.substr(0, 1))),
+                         "after '--', a word that begins with '-' is no option");
+        }
+        letters.remove_prefix(1);
+        if (!option->value.empty() && !letters.empty()) {
+            given_.push_back({&*option, std::string(letters)});
+            return;
+        }
+        given_.push_back({&*option, TakeValue(*option, rest)});
+    }
+}
+
+std::string Arguments::TakeValue(const Option &option, Words &rest) const
+{
+    if (option.value.empty()) {
+        return {};
+    }
+    if (rest.empty()) {
+        throw Misuse(Dashed(option.name) + " needs a value: " + std::string(option.value));
+    }
+    const std::string value = rest.front();
+    rest = rest.subspan(1);
+    return value;
+}
+
+std::optional<std::string> Arguments::Value(std::string_view option) const
+{
+    for (auto given = given_.rbegin(); given != given_.rend(); ++given) {
+        if (given->option->name == option) {
+            return given->value;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string_view Arguments::Last(std::initializer_list<std::string_view> options) const
+{
+    std::string_view last;
+    for (const Given &given : given_) {
+        last = std::ranges::find(options, given.option->name) != options.end() ? given.option->name
+                                                                               : last;
+    }
+    return last;
+}
+
+std::optional<std::size_t> Arguments::Number(std::string_view option) const
+{
+    const std::optional<std::string> value = Value(option);
+    if (!value) {
+        return std::nullopt;
+    }
+    std::size_t number = 0;
+    const char *const end = value->data() + value->size();
+    const auto [stop, error] = std::from_chars(value->data(), end, number);
+    if (error != std::errc() || stop != end) {
+        throw Misuse(Dashed(option) + " " + Quoted(*value) + " is no number from 0 on");
+    }
+    return number;
+}
+
+const std::string &Arguments::operator[](std::size_t at) const
+{
+    static const std::string kNone;
+    return at < operands_.size() ? operands_[at] : kNone;
+}
+
+std::vector<std::string> Arguments::Inputs() const
+{
+    if (operands_.empty() && isatty(STDIN_FILENO) != 0) {
+        throw Misuse("no " + std::string(OperandsOf(command_).front().name) + " given",
+                     "'-' reads standard input");
+    }
+    return operands_.empty() ? std::vector<std::string>{"-"} : operands_;
+}
+
+void Arguments::RequireOneOf(std::initializer_list<std::string_view> options) const
+{
+    std::string_view first;
+    for (const std::string_view option : options) {
+        if (Has(option) && !first.empty()) {
+            throw Misuse(Dashed(first) + " and " + Dashed(option) + " exclude one another");
+        }
+        first = Has(option) ? option : first;
+    }
+}
+
+void Arguments::RequireWith(std::string_view needed,
+                            std::initializer_list<std::string_view> options) const
+{
+    for (const std::string_view option : options) {
+        if (Has(option) && !Has(needed)) {
+            throw Misuse(Dashed(option) + " makes sense with " + Dashed(needed) + " only");
+        }
+    }
+}
+
+void Arguments::RequireWithout(std::string_view other,
+                               std::initializer_list<std::string_view> options) const
+{
+    for (const std::string_view option : options) {
+        RequireOneOf({other, option});
+    }
+}
+
+Failure Arguments::Misuse(const std::string &message, const std::string &hint) const
+{
+    return {ExitCode::kUsage, message, hint.empty() ? TryHelp(command_) : hint};
+}
+
+} // namespace wyx::tool

@@ -1,0 +1,89 @@
+// The words of the command line, taken apart as the grammar has them.
+#ifndef WYX_TOOL_ARGUMENTS_H
+#define WYX_TOOL_ARGUMENTS_H
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "verbs/commands.h"
+
+namespace wyx::tool {
+
+using Words = std::span<const std::string>;
+
+/// The deepest command that the words begin with. They are left without its name.
+const Command &TakeCommand(Words &words, const Command &family = Commands().front());
+
+/// Ends a command line that names no verb where one is due: says which were possible.
+Failure NoVerb(const Command &family, Words words);
+
+/// What an operand of the grammar means: "[KEY=VALUE...]" has the name "KEY=VALUE".
+struct Operand {
+    std::string_view name;
+    bool isOptional = false;
+    bool isRepeated = false;
+};
+std::vector<Operand> OperandsOf(const Command &command);
+
+/// Options and operands of a command. Options may stand anywhere before a "--".
+class Arguments {
+  public:
+    /// @throws Failure for words that the command does not take
+    Arguments(const Command &command, Words words);
+
+    /// Was the option with this long name given?
+    bool Has(std::string_view option) const { return Value(option).has_value(); }
+    /// The value of an option, that given last; empty for a flag, none if it was not given.
+    std::optional<std::string> Value(std::string_view option) const;
+    /// Of some options the one given last; empty if none was given.
+    std::string_view Last(std::initializer_list<std::string_view> options) const;
+    /// An option's value as a number from 0 on.
+    /// @throws Failure
+    std::optional<std::size_t> Number(std::string_view option) const;
+
+    /// The operands; the optional ones that were left out are empty.
+    const std::string &operator[](std::size_t at) const;
+    std::size_t Count() const { return operands_.size(); }
+    /// The operands from one on.
+    Words From(std::size_t at) const { return Words(operands_).subspan(at); }
+
+    /// All operands of a verb that reads what they name: standard input if there are none.
+    /// @throws Failure instead of waiting for a terminal
+    std::vector<std::string> Inputs() const;
+
+    /// Refuses options that make no sense together.
+    /// @throws Failure
+    void RequireOneOf(std::initializer_list<std::string_view> options) const;
+    /// Refuses options that make sense with another one only.
+    /// @throws Failure
+    void RequireWith(std::string_view needed,
+                     std::initializer_list<std::string_view> options) const;
+    /// Refuses options that make no sense with another one.
+    /// @throws Failure
+    void RequireWithout(std::string_view other,
+                        std::initializer_list<std::string_view> options) const;
+
+    Failure Misuse(const std::string &message, const std::string &hint = {}) const;
+
+  private:
+    struct Given {
+        const Option *option;
+        std::string value;
+    };
+
+    void TakeLong(std::string_view word, Words &rest);
+    void TakeShort(std::string_view letters, Words &rest);
+    std::string TakeValue(const Option &option, Words &rest) const;
+
+    const Command &command_;
+    std::vector<Given> given_;
+    std::vector<std::string> operands_;
+};
+
+} // namespace wyx::tool
+
+#endif

@@ -1,0 +1,254 @@
+// The grammar of the command line. scripts/make_tool_man.py reads this file, too, and knows only
+// what stands in it now: string literals, character literals, braces, and the constants below.
+#include "verbs/commands.h"
+
+#include <algorithm>
+
+#include "verbs/verbs.h"
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr Option kHelp = {'h', "help", "", "explain the verb, with examples, and exit"};
+constexpr Option kJson = {'\0', "json", "", "write JSON"};
+
+constexpr Command kCommands[] = {
+    {
+        .name = "",
+        .summary = "Checksums, INI files, addresses and Base64 from the command line",
+        .operands = "VERB [ARGUMENT...]",
+        .text = "Exit codes:\n"
+                "  0  ok\n"
+                "  1  not found, or a sum that does not match\n"
+                "  2  a command line that makes no sense, or a change that is refused\n"
+                "  3  something cannot be read or written\n"
+                "  4  a malformed file or address\n"
+                "\n"
+                "'wyx help VERB' explains a verb and shows examples.",
+        .examples = "  wyx sum --crc32 FILE               a checksum\n"
+                    "  wyx ini get net.ini net port       a value\n"
+                    "  wyx ini set net.ini net port=5061  change it\n"
+                    "  wyx addr '[::1]:443'               what an address means\n",
+        .options = {kHelp, {'V', "version", "", "print the version and exit"}},
+        .run = nullptr,
+    },
+    {
+        .name = "sum",
+        .summary = "Checksums of files, and their verification",
+        .operands = "[FILE...]",
+        .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two blanks "
+                "and the name; '-' or no FILE is standard input. If a name holds a line end or a "
+                "backslash, its line begins with a backslash, and the name has \\n, \\r and \\\\ "
+                "in their place. Lists of MD5 sums are those of md5sum, both ways.",
+        .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
+                    "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
+                    "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
+                    "  tar c dir | wyx sum --crc16 -   sum what a pipe brings\n",
+        .options =
+            {
+                {'\0', "crc16", "", "CRC-16: polynomial 0x1021, initial value 0"},
+                {'\0', "crc32", "",
+                 "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted: not that of zlib"},
+                {'\0', "md5", "", "MD5, which finds accidents, not forgeries"},
+                {'c', "check", "",
+                 "read lists of sums from the FILEs and verify them; the number of digits selects "
+                 "the algorithm"},
+                {'b', "binary", "", "write '*' before each name"},
+                {'t', "text", "", "write a blank there (the default)"},
+                {'\0', "tag", "", "write lines 'MD5 (NAME) = SUM'"},
+                {'z', "zero", "", "end each line with a NUL byte, and escape no name"},
+                {'\0', "ignore-missing", "",
+                 "with -c: do not report files that are missing; fail if no file was verified"},
+                {'q', "quiet", "", "with -c: do not report files that match"},
+                {'s', "status", "", "with -c: report by the exit code only"},
+                {'\0', "strict", "", "with -c: let lines that are no entries make the exit code 4"},
+                {'w', "warn", "", "with -c: warn of each line that is no entry"},
+                kJson,
+                kHelp,
+            },
+        .run = RunSum,
+    },
+    {
+        .name = "base64",
+        .summary = "Base64 of a file, and back",
+        .operands = "[FILE]",
+        .text = "Works on streams of any size; '-' or no FILE is standard input. Decoding also "
+                "takes the URL-safe '-' and '_', and skips padding, line ends and NUL bytes "
+                "wherever they are. Any other character ends it with an error that names its "
+                "offset.",
+        .examples = "  wyx base64 picture.png > picture.txt\n"
+                    "  wyx base64 -d picture.txt | cmp - picture.png\n"
+                    "  printf secret | wyx base64 -w 0\n",
+        .options = {{'d', "decode", "", "decode instead of encoding"},
+                    {'i', "ignore-garbage", "", "with -d: skip characters that are not Base64"},
+                    {'w', "wrap", "N",
+                     "length of an output line, 76 by default; 0 writes one line"},
+                    kHelp},
+        .run = RunBase64,
+    },
+    {
+        .name = "addr",
+        .summary = "What IPv4 and IPv6 addresses mean to the library",
+        .operands = "[TEXT...]",
+        .text = "For each TEXT, writes family, address in canonical form and port, or what is "
+                "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
+                "input, one address a line. Notes warn of texts that other parsers read "
+                "otherwise, such as a leading zero. An IPv6 address with port 0 is shown like one "
+                "without a port.",
+        .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
+                    "  wyx addr --json 010.0.0.1\n"
+                    "  wyx addr < LIST\n",
+        .options = {kJson, kHelp},
+        .run = RunAddr,
+    },
+    {
+        .name = "ini",
+        .summary = "Look into INI files, check and change them",
+        .operands = "VERB [ARGUMENT...]",
+        .text = "The case of ASCII letters in names does not matter. If a section is in a file "
+                "more than once, its last block counts; of a key in a block, the lowest line.",
+        .examples = "  wyx ini sections net.ini           what sections there are\n"
+                    "  wyx ini get net.ini net port       a value\n"
+                    "  wyx ini set net.ini net port=5061  change it\n"
+                    "  wyx ini check *.ini                all that is wrong with files\n",
+        .options = {kHelp},
+        .run = nullptr,
+    },
+    {
+        .name = "ini get",
+        .summary = "The value of a key",
+        .operands = "FILE SECTION KEY",
+        .text = "Writes the value as it is in the file, quotation marks included, and an empty "
+                "line for a key without a value (null in JSON).",
+        .examples = "  wyx ini get net.ini net port\n"
+                    "  port=$(wyx ini get net.ini net port) || port=5060\n",
+        .options = {kJson, kHelp},
+        .run = RunIniGet,
+    },
+    {
+        .name = "ini set",
+        .summary = "Set keys, all of them in one save",
+        .operands = "FILE SECTION KEY=VALUE...",
+        .text = "A key that exists keeps its place and comment, a new one goes to the end of its "
+                "section, a new section to the end of the file; 'KEY=' sets an empty value. The "
+                "file keeps its mode and owner; a symbolic link is followed.\n"
+                "\n"
+                "What is written is read back and compared before it takes the file's place. A "
+                "name or value that would not read back the same is refused, and the file left as "
+                "it was.",
+        .examples = "  wyx ini set net.ini net port=5061\n"
+                    "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
+                    "  wyx ini set --create new.ini net -- -key=value\n",
+        .options = {{'\0', "create", "", "make the file if it does not exist"}, kJson, kHelp},
+        .run = RunIniSet,
+    },
+    {
+        .name = "ini del",
+        .summary = "Delete a key, or a whole section",
+        .operands = "FILE SECTION [KEY]",
+        .text = "Deletes every line of the key in every block of the section; without a KEY, every "
+                "block of the section with its comments.",
+        .examples = "  wyx ini del net.ini net port\n"
+                    "  wyx ini del net.ini net\n",
+        .options = {kJson, kHelp},
+        .run = RunIniDel,
+    },
+    {
+        .name = "ini sections",
+        .summary = "The names of all sections",
+        .operands = "FILE",
+        .text = "A section that is in the file more than once is named as often.",
+        .examples = "  wyx ini sections net.ini\n"
+                    "  wyx ini sections net.ini | sort -f | uniq -di    more than one block\n",
+        .options = {kJson, kHelp},
+        .run = RunIniSections,
+    },
+    {
+        .name = "ini keys",
+        .summary = "The names of the keys in a section's last block",
+        .operands = "FILE SECTION",
+        .text = "",
+        .examples = "  wyx ini keys net.ini net\n",
+        .options = {kJson, kHelp},
+        .run = RunIniKeys,
+    },
+    {
+        .name = "ini list",
+        .summary = "Every stored line with its kind",
+        .operands = "FILE",
+        .text = "A stored line is one or more lines of the file, joined where a line ends in a "
+                "backslash; its number is that of the first. The kinds are section, key, comment, "
+                "blank and error.",
+        .examples = "  wyx ini list net.ini\n"
+                    "  wyx ini list --json net.ini | jq '.lines[] | select(.kind == \"error\")'\n",
+        .options = {kJson, kHelp},
+        .run = RunIniList,
+    },
+    {
+        .name = "ini check",
+        .summary = "All that is wrong with files, and what a save would change",
+        .operands = "FILE...",
+        .text = "Findings have the form 'FILE:LINE: MESSAGE (CODE)'. The code of an error is the "
+                "library's status, and errors make the exit code 4; lookups and edits are more "
+                "lenient, and may still work. Warnings have a word for a code: they say what "
+                "lookups see otherwise than it looks, and what a save of the library would not "
+                "leave as it is.",
+        .examples = "  wyx ini check net.ini\n"
+                    "  wyx ini check --errors *.ini && echo fine\n"
+                    "  wyx ini check --json - < net.ini\n",
+        .options = {{'e', "errors", "", "report errors only, no warnings"},
+                    {'\0', "strict", "", "let warnings count as errors"},
+                    kJson,
+                    kHelp},
+        .run = RunIniCheck,
+    },
+    {
+        .name = "ini recover",
+        .summary = "What an interrupted save left beside a file",
+        .operands = "FILE",
+        .text = "A save of the library writes the new content to a file '<FILE up to its "
+                "dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
+                "left; if FILE is missing, it is whole. Without an option they are listed, the "
+                "newest first.\n"
+                "\n"
+                "--restore keeps what FILE holds as FILE.old, or as the first free one of "
+                "FILE.old1, FILE.old2, ..., and refuses content that does not load.",
+        .examples = "  wyx ini recover net.ini\n"
+                    "  wyx ini recover net.ini --show newest | diff net.ini -\n"
+                    "  wyx ini recover net.ini --restore newest\n",
+        .options = {{'\0', "show", "N|newest", "write the content of number N to standard output"},
+                    {'\0', "restore", "N|newest", "put number N in the file's place"},
+                    kJson,
+                    kHelp},
+        .run = RunIniRecover,
+    },
+};
+
+} // namespace
+
+std::span<const Option> Command::Options() const
+{
+    const auto *const end =
+        std::ranges::find_if(options, [](const Option &option) { return option.text.empty(); });
+    return {options, end};
+}
+
+bool Command::IsBelow(const Command &family) const
+{
+    const std::size_t end = family.name.size();
+    return name != family.name && name.starts_with(family.name) &&
+           name.find(' ', end == 0 ? 0 : end + 1) == std::string_view::npos;
+}
+
+std::span<const Command> Commands()
+{
+    return kCommands;
+}
+
+std::string FullName(const Command &command)
+{
+    return "wyx" + std::string(command.name.empty() ? "" : " ") + std::string(command.name);
+}
+
+} // namespace wyx::tool
