@@ -34,7 +34,15 @@ constexpr Good kGood[] = {
     {"1:0:0:2:0:0:0:3", "IPv6 1:0:0:2::3", nullptr},
     {"1:2:3:4:5:6:0:8", "IPv6 1:2:3:4:5:6:0:8", nullptr},
     {"[2001:db8::1]:443", "IPv6 2001:db8::1 port 443", nullptr},
-    {"1:2:3:4:5:6:7:8:80", "IPv6 1:2:3:4:5:6:7:8 port 80", nullptr},
+    {"1:2:3:4:5:6:7:8:80", "IPv6 1:2:3:4:5:6:7:8 port 80", "not a standard form"},
+    {"[1:2:3:4:5:6:7:8]:80", "IPv6 1:2:3:4:5:6:7:8 port 80", nullptr},
+    {"[::1]:65536", "IPv6 ::1", "the port '65536' is read as 0"},
+    {"[::1]:131072", "IPv6 ::1", "the port '131072' is read as 0"},
+    {"[::1]:70000", "IPv6 ::1 port 4464", "the port '70000' is read as 4464"},
+    {"[::1]:-1", "IPv6 ::1 port 65535", "the port '-1' is read as 65535"},
+    {"[::1]:80:99", "IPv6 ::1 port 80", "from offset 8 on is ignored: ':99'"},
+    {"::1]", "IPv6 ::1", "not a standard form"},
+    {"[::1", "IPv6 ::1", "not a standard form"},
     {"[::1]:00", "IPv6 ::1", nullptr},
     {"[::1]xyz", "IPv6 ::1", "from offset 5 on is ignored: 'xyz'"},
     {"[::1]:80abc", "IPv6 ::1 port 80", "from offset 8 on is ignored: 'abc'"},
@@ -84,17 +92,24 @@ constexpr Bad kBad[] = {
     {"1.2.3.4 ", 7, "':' and a port, is expected, not ' '"},
     {"1:2:3", 5, "only 3 groups"},
     {"[1:2:3:4:5:6:7]", 14, "only 7 groups"},
-    {"[", 1, "only 0 groups"},
+    {"[", 1, "a hexadecimal digit or '::' is expected, but the text ends"},
+    {":1:2", 0, "a hexadecimal digit or '::' is expected, not ':'"},
+    {"1:2:3:x", 6, "not 'x'"},
+    {"1:2:3x", 5, "':' and a group, or '::', is expected, not 'x'"},
+    {"0X1.2", 5, "'.' is expected, but the text ends"},
     {"g::1", 0, "not 'g'"},
-    {"12345::", 4, "at most 4 digits is expected, not '5'"},
+    {"12345::", 4, "a group has at most 4 digits"},
     {"1::2g", 4, "not 'g'"},
     {"::g", 2, "not 'g'"},
     {"[::1]:", 6, "a port is expected"},
     {"1:2:3:4:5:6:7:8:x", 16, "a port is expected"},
-    {"::ffff:1.2.3.4", 8, "a dotted quad behind '::' is not accepted"},
-    {"::ffff:192.168.1.1", 6, "a dotted quad behind '::' is not accepted"},
+    {"::ffff:1.2.3.4", 7, "a dotted quad is not accepted here"},
+    {"::ffff:192.168.1.1", 7, "a dotted quad is not accepted here"},
     {"1::2::", 4, "a second '::'"},
-    {"1:2.1.2.3.4:5", 3, "a dotted quad is accepted only if"},
+    {"1:2.1.2.3.4:5", 2, "a dotted quad is not accepted here"},
+    {"fe80::1%eth0", 7, "a zone is not accepted"},
+    {"10.0.0.0/8", 8, "a prefix length is not accepted"},
+    {"2001:db8::/32", 10, "a prefix length is not accepted"},
 };
 
 TEST(AddrToolTest, FaultsAreFound)
@@ -113,11 +128,32 @@ TEST(AddrToolTest, FaultsAreFound)
     }
 }
 
-TEST(AddrToolTest, GoesOnBehindABadText)
+TEST(AddrToolTest, GoesOnAfterABadText)
 {
     const Outcome outcome = Wyx({"addr", "1.2.3", "1.2.3.4", "--", "-1", "::1"});
     EXPECT_EQ(outcome.code, kMalformed);
     EXPECT_EQ(outcome.out, "1.2.3.4: IPv4 1.2.3.4\n::1: IPv6 ::1\n");
+}
+
+TEST(AddrToolTest, ListFromStandardInput)
+{
+    const Surroundings list = {.in = "1.2.3.4:5\n\n::1\nx\n[::1]"};
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"addr"}, std::vector<std::string>{"addr", "-"}}) {
+        const Outcome outcome = Wyx(arguments, list);
+        EXPECT_EQ(outcome.code, kMalformed);
+        EXPECT_EQ(outcome.out, "1.2.3.4:5: IPv4 1.2.3.4 port 5\n::1: IPv6 ::1\n[::1]: IPv6 ::1\n");
+        EXPECT_TRUE(Mentions(outcome.err, {"'x' is no address"}));
+    }
+    EXPECT_EQ(Wyx({"addr", "10.0.0.1", "-"}, {.in = "::2\n"}).out,
+              "10.0.0.1: IPv4 10.0.0.1\n::2: IPv6 ::2\n");
+    EXPECT_EQ(nlohmann::json::parse(Wyx({"addr", "--json"}, list).out).size(), 4U);
+    EXPECT_EQ(Wyx({"addr"}, {.in = ""}).code, kOk);
+    EXPECT_EQ(Wyx({"addr"}, {.isInTerminal = true}).code, kUsage);
+    EXPECT_EQ(Wyx({"addr"}, {.isInClosed = true}).code, kIo);
+    const Outcome binary = Wyx({"addr"}, {.in = std::string(2000000, 'x')});
+    EXPECT_EQ(binary.code, kMalformed);
+    EXPECT_TRUE(Mentions(binary.err, {"standard input has a line of more than 1 MiB"}));
 }
 
 TEST(AddrToolTest, Json)

@@ -112,13 +112,56 @@ TEST_F(Base64ToolTest, OneCharacterTooManyIsACutText)
     EXPECT_TRUE(Mentions(outcome.err, {"cut off"}));
 }
 
+TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
+{
+    const std::vector<std::string> decode = {"base64", "-d", "-i"};
+    EXPECT_EQ(Wyx(decode, {.in = "T*W F\x80u\t"}).out, "Man");
+    EXPECT_EQ(Wyx({"base64", "-di"}, {.in = "T*WFu"}).code, kOk);
+    EXPECT_EQ(Wyx({"base64", "--decode", "--ignore-garbage"}, {.in = "!"}).out, "");
+    EXPECT_EQ(Wyx(decode, {.in = "TWFu!T"}).code, kMalformed) << "cut off all the same";
+    if (Shell("command -v base64 >/dev/null").code != 0) {
+        GTEST_SKIP() << "base64 is not here";
+    }
+    Random random;
+    SCOPED_TRACE(random.Trace());
+    const std::vector<QAL_UINT8> raw = random.Bytes(100000);
+    std::string text;
+    for (const char ch : Wyx({"base64"}, {.in = std::string(raw.begin(), raw.end())}).out) {
+        text += ch;
+        text += std::string(random.UpTo(2), "!*\t \x81"[random.UpTo(4)]);
+    }
+    Write("text", text);
+    const Outcome theirs = Shell("base64 -di text", {.directory = Directory()});
+    const Outcome ours = Shell("$WYX base64 -di text", {.directory = Directory()});
+    EXPECT_EQ(ours.code, theirs.code);
+    EXPECT_TRUE(ours.out == theirs.out);
+}
+
+// "timeout" ends with 124 if the tool is still there.
+TEST_F(Base64ToolTest, EndsWithItsOutput)
+{
+    const Outcome full = Shell("timeout 30 $WYX base64 /dev/zero > /dev/full");
+    EXPECT_EQ(full.code, kIo);
+    EXPECT_TRUE(Mentions(full.err, {"cannot write standard output: No space left"}));
+    const Outcome gone = Shell("{ timeout 30 $WYX base64 /dev/zero; echo $? >&2; } | head -c 10");
+    EXPECT_EQ(gone.out, "AAAAAAAAAA");
+    EXPECT_EQ(gone.err, "141\n") << "SIGPIPE, and no message";
+    const Outcome ignored =
+        Shell("trap '' PIPE; { timeout 30 $WYX base64 /dev/zero; echo $? >&2; } | head -c 10");
+    EXPECT_TRUE(Mentions(ignored.err, {"cannot write standard output: Broken pipe", "\n3\n"}));
+    const Outcome decoded =
+        Shell("{ yes TWFu | timeout 30 $WYX base64 -d; echo $? >&2; } | head -c 10");
+    EXPECT_EQ(decoded.out, "ManManManM");
+    EXPECT_EQ(decoded.err, "141\n");
+}
+
 TEST_F(Base64ToolTest, Failures)
 {
     EXPECT_EQ(Wyx({"base64", Path("none")}).code, kIo);
     EXPECT_EQ(Wyx({"base64", Directory()}).code, kIo);
     EXPECT_EQ(Wyx({"base64", "-w", "x"}).code, kUsage);
     EXPECT_EQ(Wyx({"base64", "-w", "-1"}).code, kUsage);
-    EXPECT_EQ(Wyx({"base64", "-d", "-w", "1"}).code, kUsage);
+    EXPECT_EQ(Wyx({"base64", "one", "two"}).code, kUsage);
     Surroundings setup;
     setup.in = std::string(1000000, 'x');
     setup.out = Channel::kFull;
