@@ -1,23 +1,37 @@
-// A library to preload: it counts the system calls for files that a program makes, writes each into
-// a log, and lets one of them fail, or the process die before it or in its middle.
+// A library to preload: it counts the system calls for files that a program makes, writes the name
+// of each into a log, and lets something happen at one of them.
 //
 //   WYX_FAULT_LOG   the log, one name of a call a line
 //   WYX_FAULT_AT    which call, from 1; none without it
-//   WYX_FAULT_DO    "fail <errno>", "die before", "die amid" (a write that did half)
+//   WYX_FAULT_DO    "fail <errno>"
+//                   "short"       a read or write moves only half
+//                   "die before"  the process is killed before the call
+//                   "die amid"    the process is killed after half of a write, or before the call
+//                   "stop"        the process stops before the call, until it is continued
+//   WYX_FAULT_TIME  the time that the clock shows, in seconds since 1970
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdio.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
+#include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
-enum class Fate { kNone, kFail, kDieBefore, kDieAmid };
+enum class Fate { kNone, kFail, kShort, kDieBefore, kDieAmid, kStop };
 
 struct Plan {
     Plan()
@@ -29,14 +43,23 @@ struct Plan {
             log = static_cast<int>(syscall(SYS_openat, AT_FDCWD, pszLog,
                                            O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
         }
-        if (pszAt != nullptr && pszDo != nullptr) {
-            at = std::atol(pszAt);
-            if (std::strncmp(pszDo, "fail ", 5) == 0) {
-                fate = Fate::kFail;
-                error = std::atoi(pszDo + 5);
-            } else {
-                fate = std::strcmp(pszDo, "die before") == 0 ? Fate::kDieBefore : Fate::kDieAmid;
-            }
+        if (pszAt == nullptr || pszDo == nullptr) {
+            return;
+        }
+        at = std::atol(pszAt);
+        const struct {
+            const char *pszDo;
+            Fate fate;
+        } fates[] = {{"short", Fate::kShort},
+                     {"die before", Fate::kDieBefore},
+                     {"die amid", Fate::kDieAmid},
+                     {"stop", Fate::kStop}};
+        for (const auto &known : fates) {
+            fate = std::strcmp(pszDo, known.pszDo) == 0 ? known.fate : fate;
+        }
+        if (std::strncmp(pszDo, "fail ", 5) == 0) {
+            fate = Fate::kFail;
+            error = std::atoi(pszDo + 5);
         }
     }
 
@@ -47,8 +70,15 @@ struct Plan {
     long calls = 0;
 };
 
+[[noreturn]] void Die()
+{
+    for (;;) {
+        kill(getpid(), SIGKILL);
+    }
+}
+
 /// Counts a call; what is to become of it.
-Fate Strike(const char *pszCall, int *piError)
+Fate Strike(const char *pszCall)
 {
     static Plan plan;
     if (plan.log != -1) {
@@ -57,41 +87,73 @@ Fate Strike(const char *pszCall, int *piError)
         szLine[std::strlen(szLine)] = '\n';
         static_cast<void>(syscall(SYS_write, plan.log, szLine, std::strlen(szLine)));
     }
-    *piError = plan.error;
-    return ++plan.calls == plan.at ? plan.fate : Fate::kNone;
+    if (++plan.calls != plan.at) {
+        return Fate::kNone;
+    }
+    if (plan.fate == Fate::kDieBefore) {
+        Die();
+    }
+    if (plan.fate == Fate::kStop) {
+        raise(SIGSTOP);
+        return Fate::kNone;
+    }
+    errno = plan.error;
+    return plan.fate;
 }
 
-[[noreturn]] void Die()
+/// The C library's own function.
+template <typename Function>
+Function *Next(const char *pszName)
 {
-    for (;;) {
-        kill(getpid(), SIGKILL);
-    }
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, pszName));
 }
 
 /// Makes a call, or what the plan makes of it.
-template <typename Call>
-auto Make(const char *pszCall, Call call)
+template <typename Result, typename Call>
+Result Make(const char *pszCall, Result failure, Call call)
 {
-    int iError = 0;
-    switch (Strike(pszCall, &iError)) {
-        case Fate::kFail:
-            errno = iError;
-            return decltype(call())(-1);
-        case Fate::kDieBefore:
-        case Fate::kDieAmid:
-            Die();
-        case Fate::kNone:
-            break;
+    const Fate fate = Strike(pszCall);
+    if (fate == Fate::kDieAmid) {
+        Die();
     }
-    return call();
+    return fate == Fate::kFail ? failure : call();
+}
+
+template <typename Call>
+auto Make(const char *pszCall, Call call) -> decltype(call())
+{
+    return Make(pszCall, decltype(call())(-1), call);
+}
+
+/// Makes a call that moves bytes, or half of it.
+template <typename Call>
+ssize_t Move(const char *pszCall, size_t size, Call call)
+{
+    const Fate fate = Strike(pszCall);
+    if (fate == Fate::kFail) {
+        return -1;
+    }
+    const bool isHalf = fate == Fate::kShort || fate == Fate::kDieAmid;
+    const ssize_t moved = call(isHalf && size > 1 ? size / 2 : size);
+    if (fate == Fate::kDieAmid) {
+        Die();
+    }
+    return moved;
 }
 
 mode_t ModeOf(int iFlags, va_list arguments)
 {
-    return (iFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    return (iFlags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
 } // namespace
+
+// A call of the C library with the same arguments.
+#define WYX_CALL(result, name, parameters, arguments)                                 \
+    result name parameters                                                            \
+    {                                                                                 \
+        return Make(#name, [&] { return Next<result parameters>(#name) arguments; }); \
+    }
 
 extern "C" {
 
@@ -117,66 +179,99 @@ int open64(const char *pszName, int iFlags, ...)
     });
 }
 
+int openat(int iDirFd, const char *pszName, int iFlags, ...)
+{
+    va_list arguments;
+    va_start(arguments, iFlags);
+    const mode_t mode = ModeOf(iFlags, arguments);
+    va_end(arguments);
+    return Make("openat", [&] {
+        return static_cast<int>(syscall(SYS_openat, iDirFd, pszName, iFlags, mode));
+    });
+}
+
 ssize_t read(int iFd, void *pTo, size_t size)
 {
-    return Make("read", [&] { return static_cast<ssize_t>(syscall(SYS_read, iFd, pTo, size)); });
+    return Move("read", size, [&](size_t count) { return syscall(SYS_read, iFd, pTo, count); });
 }
 
 ssize_t write(int iFd, const void *pFrom, size_t size)
 {
-    int iError = 0;
-    const auto writeOut = [&](size_t count) {
-        return static_cast<ssize_t>(syscall(SYS_write, iFd, pFrom, count));
-    };
-    switch (Strike("write", &iError)) {
-        case Fate::kFail:
-            errno = iError;
-            return -1;
-        case Fate::kDieBefore:
-            Die();
-        case Fate::kDieAmid:
-            writeOut(size / 2);
-            Die();
-        case Fate::kNone:
-            break;
+    return Move("write", size, [&](size_t count) { return syscall(SYS_write, iFd, pFrom, count); });
+}
+
+int clock_gettime(clockid_t clock, timespec *pstru)
+{
+    const char *const pszTime = std::getenv("WYX_FAULT_TIME");
+    const auto iResult = static_cast<int>(syscall(SYS_clock_gettime, clock, pstru));
+    if (pszTime != nullptr && clock == CLOCK_REALTIME) {
+        *pstru = {std::atol(pszTime), 0};
     }
-    return writeOut(size);
+    return iResult;
 }
 
-int fsync(int iFd)
+void sync(void)
 {
-    return Make("fsync", [&] { return static_cast<int>(syscall(SYS_fsync, iFd)); });
-}
-
-int close(int iFd)
-{
-    return Make("close", [&] { return static_cast<int>(syscall(SYS_close, iFd)); });
-}
-
-int unlink(const char *pszName)
-{
-    return Make("unlink",
-                [&] { return static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, pszName, 0)); });
-}
-
-int rename(const char *pszOld, const char *pszNew)
-{
-    return Make("rename", [&] {
-        return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, pszOld, AT_FDCWD, pszNew, 0U));
+    Make("sync", [] {
+        syscall(SYS_sync);
+        return 0;
     });
 }
 
-int fallocate(int iFd, int iMode, off_t lOffset, off_t lLength)
+char *realpath(const char *pszName, char *pszResolved)
 {
-    return Make("fallocate", [&] {
-        return static_cast<int>(syscall(SYS_fallocate, iFd, iMode, lOffset, lLength));
+    return Make("realpath", static_cast<char *>(nullptr), [&] {
+        return Next<char *(const char *, char *)>("realpath")(pszName, pszResolved);
     });
 }
 
-int ftruncate(int iFd, off_t lLength)
-{
-    return Make("ftruncate",
-                [&] { return static_cast<int>(syscall(SYS_ftruncate, iFd, lLength)); });
-}
+// clang-format off
+WYX_CALL(int, close, (int iFd), (iFd))
+WYX_CALL(int, fstat, (int iFd, struct stat *pstru), (iFd, pstru))
+WYX_CALL(int, fsync, (int iFd), (iFd))
+WYX_CALL(int, unlink, (const char *pszName), (pszName))
+WYX_CALL(int, rename, (const char *pszOld, const char *pszNew), (pszOld, pszNew))
+WYX_CALL(int, fallocate, (int iFd, int iMode, off_t from, off_t count), (iFd, iMode, from, count))
+WYX_CALL(int, ftruncate, (int iFd, off_t length), (iFd, length))
+WYX_CALL(off_t, lseek, (int iFd, off_t offset, int iWhence), (iFd, offset, iWhence))
+WYX_CALL(int, getrlimit, (__rlimit_resource_t resource, rlimit *pstru), (resource, pstru))
+
+// What the tool calls besides.
+WYX_CALL(int, stat, (const char *pszName, struct stat *pstru), (pszName, pstru))
+WYX_CALL(int, lstat, (const char *pszName, struct stat *pstru), (pszName, pstru))
+WYX_CALL(int, fstatat, (int iDir, const char *pszName, struct stat *pstru, int iFlags),
+         (iDir, pszName, pstru, iFlags))
+WYX_CALL(int, access, (const char *pszName, int iMode), (pszName, iMode))
+WYX_CALL(int, faccessat, (int iDir, const char *pszName, int iMode, int iFlags),
+         (iDir, pszName, iMode, iFlags))
+WYX_CALL(ssize_t, readlink, (const char *pszName, char *pszTo, size_t size), (pszName, pszTo, size))
+WYX_CALL(int, flock, (int iFd, int iHow), (iFd, iHow))
+WYX_CALL(int, fchmod, (int iFd, mode_t mode), (iFd, mode))
+WYX_CALL(int, chmod, (const char *pszName, mode_t mode), (pszName, mode))
+WYX_CALL(int, fchown, (int iFd, uid_t user, gid_t group), (iFd, user, group))
+WYX_CALL(int, chown, (const char *pszName, uid_t user, gid_t group), (pszName, user, group))
+WYX_CALL(int, link, (const char *pszOld, const char *pszNew), (pszOld, pszNew))
+WYX_CALL(int, linkat, (int iOld, const char *pszOld, int iNew, const char *pszNew, int iFlags),
+         (iOld, pszOld, iNew, pszNew, iFlags))
+WYX_CALL(int, unlinkat, (int iDir, const char *pszName, int iFlags), (iDir, pszName, iFlags))
+WYX_CALL(int, renameat, (int iOld, const char *pszOld, int iNew, const char *pszNew),
+         (iOld, pszOld, iNew, pszNew))
+WYX_CALL(int, renameat2, (int iOld, const char *pszOld, int iNew, const char *pszNew,
+         unsigned int uFlags), (iOld, pszOld, iNew, pszNew, uFlags))
+WYX_CALL(int, mkostemp, (char *pszName, int iFlags), (pszName, iFlags))
+WYX_CALL(int, mkostemps, (char *pszName, int iSuffix, int iFlags), (pszName, iSuffix, iFlags))
+WYX_CALL(int, rmdir, (const char *pszName), (pszName))
+WYX_CALL(int, mkdir, (const char *pszName, mode_t mode), (pszName, mode))
+WYX_CALL(ssize_t, listxattr, (const char *pszName, char *pszNames, size_t size),
+         (pszName, pszNames, size))
+WYX_CALL(ssize_t, getxattr, (const char *pszFile, const char *pszName, void *pTo, size_t size),
+         (pszFile, pszName, pTo, size))
+WYX_CALL(ssize_t, flistxattr, (int iFd, char *pszNames, size_t size), (iFd, pszNames, size))
+WYX_CALL(ssize_t, fgetxattr, (int iFd, const char *pszName, void *pTo, size_t size),
+         (iFd, pszName, pTo, size))
+WYX_CALL(int, fsetxattr, (int iFd, const char *pszName, const void *pFrom, size_t size, int iFlags),
+         (iFd, pszName, pFrom, size, iFlags))
+WYX_CALL(int, fremovexattr, (int iFd, const char *pszName), (iFd, pszName))
+// clang-format on
 
 } // extern "C"

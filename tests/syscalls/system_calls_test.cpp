@@ -1,64 +1,27 @@
 // Saving a file while its system calls fail and the process dies at each of them: at every point
 // the old content or the whole new content is there, and the tool finds it.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <map>
 #include <optional>
+#include <regex>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include "program.h"
 
 namespace wyx::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-using Words = std::vector<std::string>;
-
-std::optional<std::string> Content(const fs::path &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    if (!in.is_open()) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-/// Runs a program to its end, with nothing to read and its output thrown away; its status as
-/// waitpid() gives it.
-int Execute(const Words &command, const Words &environment)
-{
-    std::vector<char *> words;
-    for (const std::string &word : command) {
-        words.push_back(const_cast<char *>(word.c_str()));
-    }
-    words.push_back(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        for (const std::string &setting : environment) {
-            putenv(const_cast<char *>(setting.c_str()));
-        }
-        const int null = open("/dev/null", O_RDWR);
-        dup2(null, 0);
-        dup2(null, 1);
-        dup2(null, 2);
-        execv(words[0], words.data());
-        _exit(127);
-    }
-    int status = 0;
-    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
-    }
-    return status;
-}
 
 /// What is done to one system call.
 struct Fault {
@@ -71,6 +34,7 @@ const Fault kFaults[] = {
     {"fail " + std::to_string(EIO), false},
     {"fail " + std::to_string(ENOSPC), false},
     {"fail " + std::to_string(EINTR), false},
+    {"short", false},
     {"die before", true},
     {"die amid", true},
 };
@@ -80,40 +44,13 @@ const std::string kNew = "; about\n[a]\nk=new ;note\n[b]\nx=" + std::string(70, 
 
 class SystemCalls : public ::testing::Test {
   protected:
-    void SetUp() override
-    {
-        std::string name = (fs::temp_directory_path() / "wyx_calls_XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder_ = name;
-        target_ = folder_ / "conf.d" / "net.ini";
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    /// Begins anew: the old file, and nothing else.
-    void Reset()
-    {
-        fs::remove_all(target_.parent_path());
-        fs::create_directory(target_.parent_path());
-        std::ofstream(target_, std::ios::binary) << kOld;
-    }
-
-    /// The files beside the target, by their content.
-    std::vector<std::string> Beside() const
-    {
-        std::vector<std::string> contents;
-        for (const auto &entry : fs::directory_iterator(target_.parent_path())) {
-            if (entry.path() != target_) {
-                contents.push_back(Content(entry.path()).value_or(""));
-            }
-        }
-        return contents;
-    }
+    void Reset() const { folder_.Reset(kOld); }
+    std::vector<std::string> Beside() const { return folder_.Beside(); }
 
     /// Runs a command with a fault at its @p at-th call; none if it did not get that far.
     std::optional<int> RunWith(const Words &command, const Fault &fault, int at)
     {
-        const fs::path log = folder_ / "log";
-        fs::remove(log);
+        const fs::path log = folder_.Log();
         Reset();
         const int status =
             Execute(command, {"LD_PRELOAD=" WYX_FAULT_LIBRARY, "WYX_FAULT_LOG=" + log.string(),
@@ -134,8 +71,8 @@ class SystemCalls : public ::testing::Test {
         return status;
     }
 
-    fs::path folder_;
-    fs::path target_;
+    const TargetFolder folder_;
+    const fs::path target_ = folder_.Target();
     std::string call_; ///< the name of the call that met the fault
 };
 
@@ -183,7 +120,116 @@ TEST_F(SystemCalls, SaveOfTheLibrary)
               << std::endl;
 }
 
+// ---- The list of calls --------------------------------------------------------------------------
+
+/// One name for the calls that do the same: functions of the C library by the system call that they
+/// make, and system calls by the one that newer processors have in their place.
+std::string OneName(const std::string &call)
+{
+    static const std::map<std::string, std::string> names = {
+        {"open", "openat"},          {"mkostemp", "openat"},     {"mkostemps", "openat"},
+        {"fstat", "newfstatat"},     {"stat", "newfstatat"},     {"lstat", "newfstatat"},
+        {"fstatat", "newfstatat"},   {"statx", "newfstatat"},    {"access", "faccessat"},
+        {"faccessat2", "faccessat"}, {"getrlimit", "prlimit64"}, {"rename", "renameat"},
+        {"renameat2", "renameat"},   {"unlink", "unlinkat"},     {"rmdir", "unlinkat"},
+        {"readlink", "readlinkat"},  {"link", "linkat"},         {"chmod", "fchmodat"},
+        {"chown", "fchownat"},       {"mkdir", "mkdirat"}};
+    const auto found = names.find(call);
+    return found != names.end() ? found->second : call;
+}
+
+/// Calls that have nothing to do with files: memory, clocks, signals, and the end of the process.
+const std::set<std::string> kNoFiles = {
+    "brk",      "clock_gettime", "mmap",   "munmap",    "mremap",         "madvise",
+    "mprotect", "futex",         "getpid", "getrandom", "rt_sigprocmask", "exit_group",
+    "geteuid",  "rt_sigaction",  "umask",  "getuid",    "getgid"};
+
+/// The calls that a program makes after its first one for files that can be made to fail, as strace
+/// sees them; nothing if it cannot look.
+std::vector<std::string> CallsSeenByStrace(const Words &command, const TargetFolder &folder)
+{
+    const fs::path trace = folder.Target().parent_path() / "trace";
+    Words words = {"strace", "-f",
+                   "-o",     trace,
+                   "-E",     "LD_PRELOAD=" WYX_FAULT_LIBRARY,
+                   "-E",     "WYX_FAULT_LOG=" + folder.Log().string()};
+    words.insert(words.end(), command.begin(), command.end());
+    if (Execute(words, {}) != 0) {
+        return {};
+    }
+    std::vector<std::string> calls;
+    std::string logFd; // what is written there is the library's own
+    std::istringstream lines(Content(trace).value_or(""));
+    static const std::regex call(R"(^\d+ +(\w+)\((\w*))");
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch match;
+        if (!std::regex_search(line, match, call)) {
+            continue; // a signal, or the end
+        }
+        if (logFd.empty()) {
+            if (line.find(folder.Log().string()) != std::string::npos && match[1] == "openat") {
+                logFd = line.substr(line.rfind(' ') + 1);
+            }
+        } else if (!(match[1] == "write" && match[2] == logFd) && kNoFiles.count(match[1]) == 0) {
+            calls.push_back(OneName(match[1]));
+        }
+    }
+    return calls;
+}
+
+/// The same calls as the preloaded library sees them.
+std::vector<std::string> CallsThatCanFail(const TargetFolder &folder)
+{
+    std::vector<std::string> calls;
+    std::istringstream lines(Content(folder.Log()).value_or(""));
+    for (std::string name; std::getline(lines, name);) {
+        calls.push_back(OneName(name));
+    }
+    return calls;
+}
+
+bool CanTrace()
+{
+    return std::system("strace -o /dev/null true >/dev/null 2>&1") == 0;
+}
+
+// The tests here can make every call of a save fail: strace sees no other one.
+TEST_F(SystemCalls, EveryOneOfASaveIsKnown)
+{
+    if (!CanTrace()) {
+        GTEST_SKIP() << "no strace, or not allowed to use it";
+    }
+    Reset();
+    const std::vector<std::string> seen =
+        CallsSeenByStrace({WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"}, folder_);
+    EXPECT_FALSE(seen.empty());
+    EXPECT_EQ(seen, CallsThatCanFail(folder_));
+    std::cout << seen.size() << " calls\n";
+}
+
 #ifdef WYX_TOOL
+// Calls that no test makes fail: they ask whether a file is a terminal, and follow the links of a
+// name inside realpath(), which can fail as a whole.
+const std::set<std::string> kNeverFail = {"ioctl", "readlinkat"};
+
+TEST_F(SystemCalls, EveryOneOfTheToolIsKnown)
+{
+    if (!CanTrace()) {
+        GTEST_SKIP() << "no strace, or not allowed to use it";
+    }
+    for (const Words &command : {Words{WYX_TOOL, "ini", "set", target_.string(), "a", "k=new"},
+                                 Words{WYX_TOOL, "ini", "del", target_.string(), "a", "k"}}) {
+        Reset();
+        const std::vector<std::string> seen = CallsSeenByStrace(command, folder_);
+        EXPECT_FALSE(seen.empty());
+        const std::vector<std::string> list = CallsThatCanFail(folder_);
+        const std::set<std::string> known(list.begin(), list.end());
+        for (const std::string &call : seen) {
+            EXPECT_TRUE(known.count(call) + kNeverFail.count(call) != 0) << call;
+        }
+    }
+}
+
 // The tool puts the new file in the old one's place in one step: the target is always there.
 TEST_F(SystemCalls, SetByTheTool)
 {
@@ -218,8 +264,7 @@ TEST_F(SystemCalls, RecoveryByTheTool)
     int faults = 0;
     for (const Fault &fault : kFaults) {
         for (int at = 1;; ++at, ++faults) {
-            const fs::path log = folder_ / "log";
-            fs::remove(log);
+            const fs::path log = folder_.Log();
             Reset();
             fs::remove(target_);
             std::ofstream(leftover, std::ios::binary) << kNew;

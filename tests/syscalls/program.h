@@ -1,0 +1,113 @@
+// Programs that a test starts, and the files that they leave.
+#ifndef WYX_TESTS_SYSCALLS_PROGRAM_H
+#define WYX_TESTS_SYSCALLS_PROGRAM_H
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace wyx::test {
+
+using Words = std::vector<std::string>;
+
+inline std::optional<std::string> Content(const std::filesystem::path &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in.is_open()) {
+        return std::nullopt;
+    }
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+/// Starts a program with nothing to read and its output thrown away.
+inline pid_t Start(const Words &command, const Words &environment)
+{
+    std::vector<char *> words;
+    for (const std::string &word : command) {
+        words.push_back(const_cast<char *>(word.c_str()));
+    }
+    words.push_back(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const std::string &setting : environment) {
+            putenv(const_cast<char *>(setting.c_str()));
+        }
+        const int null = open("/dev/null", O_RDWR);
+        dup2(null, 0);
+        dup2(null, 1);
+        dup2(null, 2);
+        execvp(words[0], words.data());
+        _exit(127);
+    }
+    return child;
+}
+
+/// Waits until a program ends or stops; its status as waitpid() returns it.
+inline int WaitFor(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, WUNTRACED) == -1 && errno == EINTR) {
+    }
+    return status;
+}
+
+inline int Execute(const Words &command, const Words &environment)
+{
+    return WaitFor(Start(command, environment));
+}
+
+/// A folder with a target in it, which a test begins anew for each of its runs.
+class TargetFolder {
+  public:
+    TargetFolder()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "wyx_calls_XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            std::abort();
+        }
+        folder_ = name;
+    }
+    ~TargetFolder() { std::filesystem::remove_all(folder_); }
+    TargetFolder(const TargetFolder &) = delete;
+    TargetFolder &operator=(const TargetFolder &) = delete;
+
+    std::filesystem::path Target() const { return folder_ / "conf.d" / "net.ini"; }
+    std::filesystem::path Log() const { return folder_ / "log"; }
+
+    /// The target with this content, and nothing else.
+    void Reset(const std::string &content) const
+    {
+        std::filesystem::remove(Log());
+        std::filesystem::remove_all(Target().parent_path());
+        std::filesystem::create_directory(Target().parent_path());
+        std::ofstream(Target(), std::ios::binary) << content;
+    }
+
+    /// The files beside the target, by their content.
+    std::vector<std::string> Beside() const
+    {
+        std::vector<std::string> contents;
+        for (const auto &entry : std::filesystem::directory_iterator(Target().parent_path())) {
+            if (entry.path() != Target()) {
+                contents.push_back(Content(entry.path()).value_or(""));
+            }
+        }
+        return contents;
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+} // namespace wyx::test
+
+#endif
