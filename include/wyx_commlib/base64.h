@@ -43,8 +43,8 @@ WYX_C_BEGIN
  *                         MOX_BASE64Free(); null on failure
  * @return the length of the text without its NUL: 4 characters for every 3 bytes or part of them.
  *         0 with a null @p ppucOutput for a null input, a length of 0, more than 1,073,741,819
- *         bytes, or a failed allocation. From 536,870,912 bytes on, the call asks for a block of 3.5
- *         to 4.3 GB, which is more than the text needs.
+ *         bytes, or a failed allocation. From 536,870,912 bytes on, the call asks for a block of
+ *         3.5 to 4.3 GB, which is more than the text needs.
  */
 WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
