@@ -70,8 +70,8 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} ${same_version}")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION
     "checksums, INI files, addresses and Base64 from the command line\n\
-Sums of files and their verification, looking into INI files and changing\n\
-them without losing a byte of the rest, and what addresses mean.")
+Computes and verifies checksums of files, reads and edits INI files, converts\n\
+Base64, and explains addresses.")
 
 install(DIRECTORY DESTINATION "lib/debug/.build-id" COMPONENT tool_debug EXCLUDE_FROM_ALL)
 set(CPACK_DEBIAN_TOOL_DEBUG_PACKAGE_NAME wyx-dbgsym)

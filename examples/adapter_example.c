@@ -1,6 +1,6 @@
-/* Takes the place of the memory services: every block of the library comes from one array, and the
- * most that was ever in use is known. An executable's own functions stand before those of the
- * adapter library, which still serves the rest. */
+/* Replaces the memory services: every block of the library comes from one array, and the most that
+ * was ever in use is known. An executable's own functions take precedence over those of the adapter
+ * library, which still provides the rest. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -8,7 +8,7 @@
 #include "os_adapter.h"
 #include "wyx_commlib/base64.h"
 
-/* Blocks are cut from the array one behind the other; it begins anew once all are released. */
+/* Blocks are cut from the array one after another; it starts over once all are released. */
 static union {
     unsigned char bytes[4096];
     long double aligned;
@@ -19,10 +19,10 @@ void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszF
 {
     const size_t size = ((ulSize == 0 ? 1 : (size_t)ulSize) + 15) / 16 * 16;
     void *block;
-    (void)ulLine; /* who asks: an adapter that keeps books would note it */
+    (void)ulLine; /* the caller: an accounting adapter would record it */
     (void)pszFile;
     if (size > sizeof pool.bytes - used) {
-        return NULL; /* the library passes it on as a status of its own, and leaks nothing */
+        return NULL; /* the library reports it with a status of its own, and leaks nothing */
     }
     block = pool.bytes + used;
     used += size;
@@ -63,7 +63,7 @@ int main(void)
 
     printf("%d characters, %s\n", textLen, isInPool ? "in the pool" : "elsewhere");
     MOX_BASE64Free(&text);
-    MOX_BASE64Encode(data, sizeof data, &text); /* takes more than the pool has */
+    MOX_BASE64Encode(data, sizeof data, &text); /* needs more than the pool has */
     printf("too much: %s, %lu blocks left\n", text == NULL ? "refused" : "taken",
            (unsigned long)liveBlocks);
     MOX_BASE64Free(&text);

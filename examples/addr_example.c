@@ -1,4 +1,4 @@
-/* Reads "address" or "address:port" of either family, as a configuration might name a server. */
+/* Reads "address" or "address:port" of either family, as a configuration might have it. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -13,7 +13,7 @@ static int describe(char *text)
     QAL_UINT16 port;
     int i;
 
-    /* From here on only the number counts: others may understand the text differently. */
+    /* From here on only the number counts: other programs may read the text differently. */
     switch (XELP_Parse_IPV4(text, &addr, &port)) {
         case 0:
             port = DEFAULT_PORT;
@@ -26,7 +26,7 @@ static int describe(char *text)
             break;
     }
     if (XELP_Parse_IPV6(text, addr6, &port) == 0) {
-        if (port == 0) { /* the status does not tell whether there was one */
+        if (port == 0) { /* the status does not say whether there was one */
             port = DEFAULT_PORT;
         }
         printf("%s: IPv6 ", text);

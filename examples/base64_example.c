@@ -11,14 +11,14 @@ int main(void)
     QAL_UINT8 *bytes = NULL;
     QAL_INT32 textLen, bytesLen, i;
 
-    /* A failure shows in the pointer: an empty result has the length 0, too. */
+    /* The pointer shows a failure: an empty result has the length 0 too. */
     textLen = MOX_BASE64Encode(key, sizeof key, &text);
     if (text == NULL) {
         return EXIT_FAILURE;
     }
     printf("%s (%d characters)\n", (const char *)text, textLen);
 
-    /* The decoder reads one byte more than it is told to: the NUL that the encoder wrote. */
+    /* The decoder reads one byte past the length: the NUL that the encoder wrote. */
     bytesLen = MOX_BASE64Decode(text, textLen, &bytes);
     MOX_BASE64Free(&text);
     if (bytes == NULL) {

@@ -39,8 +39,8 @@ static int AddJob(void *list, const char *name, int isDone, XELP_E_DLL_Insert_Po
     return 0;
 }
 
-/* Deleting the job it is called for is what a walk expects: it goes on with the one behind it. Were
- * it the last, the one before it would be visited again, which does no harm here. */
+/* May delete the job it is called for: the walk continues with the next one. If it was the last,
+ * the one before it is visited again, which does no harm here. */
 static QAL_UINT32 DeleteIfDone(void *list, void *userNode, void **other)
 {
     const struct job *job = userNode;
@@ -48,7 +48,7 @@ static QAL_UINT32 DeleteIfDone(void *list, void *userNode, void **other)
     if (job->isDone) {
         XELP_DLinkList_Delete_CurNode(list);
     }
-    return 0; /* go on */
+    return 0; /* continue */
 }
 
 static QAL_UINT32 Print(void *condition, void *userNode, void **other)
@@ -74,9 +74,9 @@ int main(void)
              AddJob(list, "tidy up", 0, XELP_DLL_Insert_After_LastNode) == 0 &&
              AddJob(list, "put out fire", 0, XELP_DLL_Insert_Front_FirstNode) == 0;
 
-    /* Removed, it is ours again. */
+    /* Once removed, the job is ours again. */
     isGood = isGood && XELP_DLinkList_Remove(list, "tidy up", NULL, &found) == 0;
-    ReleaseJob(found); /* null where nothing was found */
+    ReleaseJob(found); /* null if nothing was found */
     isGood = isGood && XELP_DLinkList_Process_List(list, DeleteIfDone, list, NULL) == 0 &&
              XELP_DLinkList_Process_List(list, Print, NULL, NULL) == 0;
 

@@ -8,7 +8,7 @@
 
 #define BUCKETS 1021 /* prime, and about as many as there may be words */
 
-/* FNV-1a, 32 bits. A key is a string; the table never asks for its length. */
+/* FNV-1a, 32 bits. A key is a string; the table does not pass its length. */
 static QAL_UINT32 HashWord(void *key, QAL_UINT32 *value)
 {
     const unsigned char *byte;
@@ -25,7 +25,7 @@ static QAL_UINT32 CompareWords(void *key, void *storedKey)
     return strcmp(key, storedKey) != 0;
 }
 
-/* The table allocated the copy, so it goes back the way it came. */
+/* The table allocated the copy, so XELP_MemFreeD() releases it. */
 static void ReleaseWord(void *storedKey)
 {
     XELP_MemFreeD(storedKey, __LINE__, __FILE__);
@@ -51,7 +51,7 @@ static int CountWord(void *table, char *word)
         return -1;
     }
     *counter = 1;
-    /* The table keeps the counter and a copy of the word, terminator and all. */
+    /* The table keeps the counter and a copy of the word with its NUL. */
     if (XELP_Hash_SaveNode(table, word, (QAL_UINT32)strlen(word) + 1, counter) != 0) {
         ReleaseCounter(counter);
         return -1;
@@ -64,7 +64,7 @@ int main(void)
     void *table = NULL;
     void *found = NULL;
     QAL_UINT32 words = 0;
-    char the[] = "the"; /* keys are not constant, as the callbacks may keep notes in them */
+    char the[] = "the"; /* keys are not const, since the callbacks may write to them */
     char word[64];
     int isGood = 1;
 
@@ -79,7 +79,7 @@ int main(void)
     printf("%u different words\n", words);
     if (XELP_Hash_QueryNode(table, the, &found) == 0) {
         printf("\"the\": %lu\n", *(unsigned long *)found);
-        XELP_Hash_DeleteCurNode(table); /* the query has put the cursor on it */
+        XELP_Hash_DeleteCurNode(table); /* the query moved the cursor to it */
     }
 
     XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); /* releases every word and counter */

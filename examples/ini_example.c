@@ -12,7 +12,7 @@ static void ShowSection(const XELP_IN_S_INI_FILE_STRUCT *doc, const char *sectio
     QAL_UINT32 count = 0, i;
 
     if (XELP_IniGetKeyList(doc, section, &count, &keys) != XELP_ERR_INI_OK) {
-        return; /* a section without keys is no error of ours; the list is not to be touched */
+        return; /* a section without keys is no error here; the list must not be touched */
     }
     for (i = 0; i < count; ++i) {
         if (XELP_IniGetKeyValue(doc, section, keys[i], &value) == XELP_ERR_INI_OK) {
@@ -25,7 +25,7 @@ static void ShowSection(const XELP_IN_S_INI_FILE_STRUCT *doc, const char *sectio
 
 int main(int argc, char **argv)
 {
-    /* Arguments of the edits are not constant, but are only read. */
+    /* Arguments of the edits are not const, but are only read. */
     char section[] = "net", key[] = "port", newValue[] = "5061";
     XELP_IN_S_INI_FILE_STRUCT doc;
     char **sections = NULL;
@@ -35,8 +35,7 @@ int main(int argc, char **argv)
         fprintf(stderr, "usage: ini_example FILE, an INI file that can be read\n");
         return EXIT_FAILURE;
     }
-    /* From here on, every way out releases the document. Lookups are more lenient than the check.
-     */
+    /* From here on, every return releases the document. Lookups are more lenient than the check. */
     status = XELP_IniCheckFile(&doc, &line);
     if (status != XELP_ERR_INI_OK) {
         printf("line %u: status %u\n", line, status);
@@ -51,7 +50,7 @@ int main(int argc, char **argv)
         XELP_IniFreeIniStruct(&doc);
         return EXIT_FAILURE;
     }
-    status = XELP_IniSaveFileContent(argv[1], &doc); /* releases the document, whatever happens */
+    status = XELP_IniSaveFileContent(argv[1], &doc); /* releases the document, even if it fails */
     if (status != XELP_ERR_INI_OK) {
         fprintf(stderr, "not saved: status %u\n", status);
         return EXIT_FAILURE;

@@ -1,5 +1,5 @@
-/* The last few log messages, in a list of a fixed capacity: once it is made, logging allocates
- * nothing, and the oldest message makes room for the newest. */
+/* Keeps the last few log messages in a list of a fixed capacity: once it exists, logging allocates
+ * nothing, and the newest message replaces the oldest. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -7,14 +7,13 @@
 
 #define KEPT_MESSAGES 3
 
-/* The messages are literals: there is nothing to release, but a list must be given a callback. */
+/* The messages are literals: there is nothing to release, but a list needs a callback. */
 static void ReleaseNothing(void *userNode)
 {
     (void)userNode;
 }
 
-/* User nodes are not constant, as a release callback may free them; the list never writes to one.
- */
+/* User nodes are not const, since a release callback may free them; the list never writes to one. */
 static int Log(void *log, char *message)
 {
     QAL_UINT32 status = XELP_SLinkList_Insert(log, message, XELP_SLL_Insert_After_LastNode);

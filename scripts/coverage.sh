@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Coverage of src/ and platform/linux/ by all tests: scripts/coverage.sh [LINES [BRANCHES]]
+# Coverage of src/ and platform/linux/ by all quick tests: scripts/coverage.sh [LINES [BRANCHES]]
 #
-# Fails where less than LINES per cent of the lines or BRANCHES per cent of the branches are covered;
+# Fails if less than LINES per cent of the lines or BRANCHES per cent of the branches are covered;
 # both are 0 if not given. Prints the totals and what is not covered; build/coverage/report/ has
 # every line.
 set -euo pipefail

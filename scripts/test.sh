@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds everything and passes all tests: scripts/test.sh [PRESET...]
+# Builds presets and runs their tests: scripts/test.sh [PRESET...]
 #
-# Without a preset: dev and release; `cmake --list-presets` names the others. Installs what is missing
-# (Debian), builds under build/.
+# Without a preset: dev and release; `cmake --workflow --list-presets` names the others. Installs what is
+# missing (Debian), builds under build/. Tests of the configuration "slow" are not run.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

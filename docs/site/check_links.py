@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks that every link within a folder of HTML pages leads somewhere: check_links.py FOLDER
+"""Checks that every link in a folder of HTML pages leads somewhere: check_links.py FOLDER
 
-Counts a link to a missing file, and one to a missing place of a page, and a link, drawing, table or
-code that was not made one. Links to other hosts are not followed; what would be loaded from one is an
+Reports links to a missing file or to a missing place in a page, and links, drawings, tables and code
+that Doxygen left as text. Links to other hosts are not followed; loading something from one is an
 error.
 """
 import re

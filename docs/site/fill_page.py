@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 """Prepares a file for Doxygen, which runs this as its filter: fill_page.py FILE
 
-Gives a page and its headings their names, turns links between files into links between pages, and
-puts in what the page asks for in a comment of its own line:
+Names a page and its headings, turns links between files into links between pages, and replaces a
+comment on a line of its own by what it asks for:
 
     <!-- calls: crc.h -->                         a table of the header's calls
     <!-- statuses: crc.h -->                      a table of its statuses
     <!-- failures: crc.h -->                      what its calls leave where they fail
     <!-- example: examples/crc_example.c -->      the program, with its calls linked
 
-A header passes as it is, but for spans of code that Doxygen would take for something else.
+A header passes unchanged, except spans of code that Doxygen would misread.
 """
 import re
 import sys
@@ -25,14 +25,14 @@ def _code(name):
 
 
 def _cell(text):
-    """Text of a header within a table: of the same meaning in HTML."""
+    """Text of a header as HTML, for use in a table."""
     text = re.sub(r"@p (\w+)|`([^`]*)`", lambda match: f"<code>{match[1] or match[2]}</code>", text)
     text = re.sub(r"#(\w+)", lambda match: _code(match[1]), text)
     return re.sub(r"\*(\w[^*]*)\*", r"<em>\1</em>", text)
 
 
 def _table(kind, head, rows):
-    """A table of HTML, whose class tells the style sheet how to lay it out on a narrow screen."""
+    """An HTML table; the style sheet uses its class to lay it out on a narrow screen."""
     def row(cells, tag):
         return "<tr>" + "".join(f"<{tag}>{cell}</{tag}>" for cell in cells) + "</tr>"
     return [f'<table class="doxtable {kind}">', row(head, "th"), *(row(cells, "td") for cells in rows),
@@ -51,7 +51,7 @@ def calls(header):
 
 
 def _returned_by(status, header):
-    """The calls in words, where they are nearly all of those that return a status."""
+    """The calls; in words if they are nearly all of those that return a status."""
     able = {name for other in header.statuses for name in other.calls}
     others = [call.name for call in header.calls if call.name in able - set(status.calls)]
     if len(status.calls) > 2 and not others:
@@ -70,7 +70,7 @@ def statuses(header):
 
 
 def failures(header):
-    """Calls that say the same of their results stand together."""
+    """Calls that say the same about their results share a row."""
     said = {}
     for call in header.calls:
         if not call.returns or not headers.can_fail(call):
@@ -91,14 +91,14 @@ def example(file):
 
 
 def drawing(alternative, file):
-    """A link besides, since a phone shows drawings small."""
+    """A link as well, since a phone shows drawings small."""
     if not file.is_file():
         sys.exit(f"{file}: there is no such drawing")
     return (f'@htmlonly<a class="drawing" href="{file.name}"><img src="{file.name}" '
             f'alt="{escape(alternative)}"/></a>@endhtmlonly')
 
 
-# A link within a paragraph, or what might look like the start of one: code, and a drawing.
+# A link in a paragraph, or what might look like the start of one: code, and a drawing.
 LINK = re.compile(r"`[^`\n]*`|!\[[^\]\n]*\]\([^)\s]+\)|\[((?:[^\]\n]|\n(?!\n))*)\]\(([^)\s]+)\)")
 COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
 
@@ -113,13 +113,13 @@ def _link(match, file):
     if not other.exists():
         sys.exit(f"{file}: links to {target}, which does not exist")
     if other not in pages.every():
-        return text  # a file or folder of the source, which the site does not hold
+        return text  # a file or folder of the source, which is not on the site
     anchor = f"{pages.page_of(other)}-{fragment}" if fragment else pages.page_of(other)
     return f"[{text}](@ref {anchor})"
 
 
 def _line(line, file, declared):
-    """The lines that take the place of one outside of code."""
+    """The lines that replace one line outside of code."""
     page = pages.page_of(file)
     if command := re.fullmatch(r"<!-- (\w+): (\S+) -->", line):
         wanted = command[2]
@@ -129,7 +129,7 @@ def _line(line, file, declared):
         if len(heading[1]) == 1:
             return [line if page == "index" else f"{line} {{#{page}}}"]
         if page == "index":
-            # No section of Doxygen's, which would stand in the navigation beside the groups.
+            # Not a Doxygen section, which would appear in the navigation beside the groups.
             return [f"@anchor {anchor}", f"<h1>{heading[2]}</h1>"]
         return [f"{line} {{#{anchor}}}"]
     if image := re.fullmatch(r"!\[([^\]]*)\]\(([^)\s]+)\)", line):
@@ -138,7 +138,7 @@ def _line(line, file, declared):
 
 
 def _linked(line, declared):
-    """Names of calls and statuses lead to their documentation."""
+    """Names of calls and statuses become links to their documentation."""
     def link(match):
         known = any(match[1] in (thing.name for thing in (*header.calls, *header.statuses))
                     for header in declared.values())
@@ -157,8 +157,8 @@ def fill(file):
 
 
 def _spans(text):
-    """What Doxygen would not show as it is meant: a leading `::` in code is no name of a global scope,
-    a bar in code within a table no border, and strong text may begin with code."""
+    """What Doxygen would misread: a leading `::` in code is no global scope, a bar in code within a
+    table is no border, and strong text may begin with code."""
     def code(match):
         shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
         shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)

@@ -1,4 +1,4 @@
-"""What the public headers declare, read out of them: calls, their documentation, and statuses."""
+"""What the public headers declare: calls, their documentation, and statuses."""
 import functools
 import re
 import sys
@@ -78,13 +78,13 @@ def _codes_of(call, calls, seen=()):
 
 
 def can_fail(call):
-    """Does it return a status, or tell of a failure in another way?"""
+    """Does it return a status, or report a failure in another way?"""
     said = call.returns + " ".join(text for _, _, text in call.params)
     return bool(STATUS.search(said) or re.search(r"\bas \w+\(\)|fail|null if", said))
 
 
 def left_by_failure(call):
-    """What a call says of its failures beside the results: sentences and points of its lists."""
+    """What a call says about its failures apart from its results: sentences and list items."""
     points = re.split(r"(?:^| )- (?=#|a status)", call.returns)
     if len(points) == 1:
         points = re.split(r"(?<=\.) ", call.returns)
@@ -95,7 +95,7 @@ def left_by_failure(call):
 
 
 def read(path):
-    """The calls and statuses of one header, both in its own order."""
+    """The calls and statuses of one header, in its order."""
     calls, statuses = {}, []
     for title, text, declarations in parse(path.read_text(encoding="utf-8"))[1]:
         for declaration in declarations:

@@ -4,7 +4,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
-# A page named in no group, such as one that is new, stands in the last one.
+# A page that no group names, such as a new one, goes into the last group.
 GROUPS = {
     "Start": ["README.md", "docs/which-module.md", "docs/architecture.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
@@ -18,7 +18,7 @@ GROUPS = {
 
 
 def grouped():
-    """The files of every group, those that no group names included."""
+    """The files of every group, including those that no group names."""
     groups = {name: [ROOT / file for file in files] for name, files in GROUPS.items()}
     named = {file for files in groups.values() for file in files}
     found = [*sorted((ROOT / "docs").glob("*.md")), *sorted((ROOT / "docs/modules").glob("*.md"))]
@@ -31,7 +31,7 @@ def every():
 
 
 def anchor_of(heading):
-    """What a heading is called in a link, as the usual viewers of repositories have it."""
+    """The anchor of a heading, as the usual viewers of repositories make it."""
     text = re.sub(r"[^\w\- ]", "", heading.lower().replace("`", ""))
     return text.strip().replace(" ", "-")
 
