@@ -4,10 +4,10 @@
  *
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
  * reads the lines it needs. A save writes the lines that no edit touched as they were loaded, but
- * not always byte for byte: it folds lines of 80 bytes or more, so the CR LF of some of them
- * becomes LF; it joins lines that a backslash continued; it ends the last line with a CR if the
- * file did not; and what followed a NUL in a line is gone. docs/round-trips.md lists every case,
- * and `wyx ini check` reports them for a file.
+ * not always byte for byte. It folds lines of 80 bytes or more, some of which come back changed,
+ * such as CR LF as LF. It joins lines that a backslash continued, ends the last line with a CR if
+ * the file did not end it, and loses what followed a NUL in a line. docs/round-trips.md has the
+ * details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -29,8 +29,8 @@
  * - A backslash directly before a line end joins the next line to this one; the backslash and the
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
  *   before any other byte is kept, one at the end of the file is dropped. Oddity: after a lone LF
- *   or CR, a line that *begins* with a backslash is joined to the line before it, and both the
- *   line end and the backslash stay in the text.
+ *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
+ *   stays in the text.
  * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
  *   load.
  * - A NUL ends the text of its line, which then gets a CR. As the first byte of a line, it ends
@@ -70,8 +70,8 @@
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
  * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
- * No text is cut at 4 GiB: one that does not fit in 32 bits with its terminator cannot be copied,
- * and fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
+ * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits cannot
+ * be copied and fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
@@ -203,10 +203,10 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * replacement is not atomic: after a crash between these two steps, only the new file has the
  * content. docs/durability.md says what is on disk at each point, and how to recover.
  *
- * **One target has one saver at a time, in all processes.** Two savers of one target at the same
- * time can lose it. To save from several threads or processes, take a lock before loading and keep
- * it until the save returns: for processes, for example flock() on another file beside the target,
- * which must not be the target itself, since a save replaces it.
+ * **One target has one saver at a time, in all processes.** Of two savers at the same time, one
+ * loses its edits; with an adapter of your own, both contents can be lost. Take a lock before you
+ * load and keep it until the save returns. Do not lock the target itself, which a save replaces:
+ * docs/durability.md shows how.
  *
  * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
  * and ".ibk". From this follows, with the 13 digits of today's time:
@@ -245,10 +245,10 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 /** @} */
 /** @name Lookups
  * They never change the document. Each reads its lines in one or two passes. A line that is an
- * empty string ends the call with #XELP_ERR_INI_INPUT_PARA_ERR, one of no known kind with
- * #XELP_ERR_INI_LINE_UNKNOWN, and a malformed header or key line with a status of
- * IniParseSectionLine() or IniParseKeyLine(). A line that the call does not reach does no harm. @{
- */
+ * empty string ends the call with #XELP_ERR_INI_INPUT_PARA_ERR, and one of no known kind with
+ * #XELP_ERR_INI_LINE_UNKNOWN. A malformed header, or a malformed key line in the section's block,
+ * ends it with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that the call does
+ * not reach do no harm. @{ */
 
 /**
  * @brief The value of a key.
