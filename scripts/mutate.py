@@ -1,31 +1,33 @@
 #!/usr/bin/env python3
-"""Plants small mistakes in src/ and sees whether the tests notice.
+"""Plants small mistakes in the sources and sees whether the tests notice.
 
-    scripts/mutate.py                       every mistake, in a build of its own (hours)
-    scripts/mutate.py --module crc          those of one module
+    scripts/mutate.py                       every mistake in src/ and platform/ (hours)
+    scripts/mutate.py --module crc          those of one module; also: platform, tool
     scripts/mutate.py --sample 60 --seed 1  some of them, the same ones for the same seed
 
-A mistake is a changed operator, constant, condition or result, or a statement left out. Each is
-planted in a copy of its unit outside the tree; only that unit is compiled again, and the library is
-linked from it and the other units' objects. So is every test that has the unit compiled into it, as
-those of code for another CPU than the library's have, or that includes a header of src/. The mistake
-is
+A mistake is a changed operator, constant, condition or result, or a statement left out
+(scripts/mutants.py). Each is planted in a copy of its unit outside the tree; only that unit is
+compiled again, and the library, adapter or tool is linked from it and the other units' objects. So is
+every test that has the unit compiled into it, as those of code for another CPU than the library's
+have, or that includes a header of src/. The mistake is
 
     killed      if a test of its module fails or hangs, or a static assertion does
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
-    elsewhere   if this machine compiles the line nowhere
+    elsewhere   if no build compiles the line
     invalid     if it does not compile or link
-    untried     if --seconds were over
+    untried     if --seconds were over and --least mistakes had been tried
     surviving   otherwise. What survives the release build is tried again under the sanitizers.
 
-Tests of a module are those in tests/<module>/, and those of tests/fuzz/ and tests/failures/, those
-first that killed much in little time. A survivor must be listed in tests/mutation/survivors.txt
-with the reason why no test can see it. The run fails for one that is not, for a listed one that a
-test sees after all, and, unless it is a sample, where fewer than 97 of 100 mistakes that can be seen
-were killed.
+Lines marked "speed only" are left out. Tests of a module are those in tests/<module>/ and those of
+tests/fuzz/ and tests/failures/; of the adapter those of tests/platform/, tests/threads/ and
+tests/syscalls/; of the tool those of tests/tool/; the most effective first. A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it. The
+run fails for one that is not, for a listed one that a test sees after all, if nothing was killed, if
+fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of 100 mistakes
+that can be seen were killed.
 
-Give --build and --asan-build to use the folders of the presets "release" and "asan" that are built
-already, from this tree.
+Give --build and --asan-build to use folders of the presets "release" and "asan" that are built
+already, from this tree. A --cross-build of the preset "aarch64" is where mistakes are planted that
+the others do not compile; its tests run under emulation.
 """
 
 import argparse
@@ -45,185 +47,47 @@ import tempfile
 import threading
 import time
 
+sys.dont_write_bytecode = True
+import mutants  # noqa: E402
+
 TREE = pathlib.Path(__file__).resolve().parent.parent
-SOURCES = pathlib.Path("src/commlib")
 SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
-SHARED_TESTS = ("fuzz", "failures")
-NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$")
+NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$|^wipe_test$")
 LEAST_KILLED = 0.97
 COMPILE_LIMIT = 60  # seconds
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
-TOKEN = re.compile(
-    r"""(?P<space>\s+)
-      | (?P<comment>//[^\n]*|/\*.*?\*/)
-      | (?P<directive>^[ \t]*\#(?:[^\n\\]|\\.|\\\n)*)
-      | (?P<string>"(?:[^"\\\n]|\\.)*")
-      | (?P<char>'(?:[^'\\\n]|\\.)+')
-      | (?P<number>0[xX][0-9A-Fa-f']+[uUlL]*|[0-9][0-9']*[uUlL]*)
-      | (?P<word>[A-Za-z_]\w*)
-      | (?P<operator><<=|>>=|<=>|->|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|::|.)
-    """,
-    re.VERBOSE | re.DOTALL | re.MULTILINE,
-)
-
-BINARY = {
-    "<": ("<=", ">="), "<=": ("<", ">"), ">": (">=", "<="), ">=": (">", "<"),
-    "==": ("!=",), "!=": ("==",), "&&": ("||",), "||": ("&&",),
-    "+": ("-",), "-": ("+",), "*": ("+",), "/": ("*",), "%": ("/",),
-    "&": ("|",), "|": ("&",), "^": ("|",), "<<": (">>",), ">>": ("<<",),
-    "+=": ("-=",), "-=": ("+=",), "|=": ("&=",), "&=": ("|=",), "^=": ("|=",),
-    "<<=": (">>=",), ">>=": ("<<=",),
-}
-CHARS = {"\\n": "\\r", "\\r": "\\n", "\\t": " ", "\\0": "\\1", "\\\\": "/", "\\'": "\\\""}
-NO_STATEMENT = {
-    "return", "using", "namespace", "static", "const", "constexpr", "consteval", "template",
-    "static_assert", "case", "default", "public", "private", "struct", "class", "enum", "typedef",
-    "extern", "else", "do", "for", "while", "if", "switch", "friend", "inline", "union",
+# The parts of the tree: where their sources are, what is linked from them, and the folders in tests/
+# besides the module's own that test them.
+Part = collections.namedtuple("Part", "sources product tests")
+PARTS = {
+    "library": Part(pathlib.Path("src/commlib"), r"lib/libwyx_commlib\.so[.\d]*", ("fuzz", "failures")),
+    "platform": Part(pathlib.Path("platform"), r"lib/libwyx_os_adapter\.so[.\d]*",
+                     ("threads", "syscalls")),
+    "tool": Part(pathlib.Path("tools/wyx"), r"(?:.*/)?wyx", ()),
 }
 
-Token = collections.namedtuple("Token", "kind text start")
-Mutant = collections.namedtuple("Mutant", "file start end new what")
+
+def part_of(file):
+    return next(name for name, part in PARTS.items()
+                if pathlib.Path(file).is_relative_to(part.sources))
 
 
-def tokens_of(text):
-    """All tokens but spaces and comments; a static assertion is left out whole."""
-    tokens = [Token(m.lastgroup, m.group(), m.start()) for m in TOKEN.finditer(text)]
-    kept = []
-    depth = 0
-    skipping = False
-    for token in tokens:
-        if skipping:
-            depth += (token.text == "(") - (token.text == ")")
-            skipping = not (token.text == ";" and depth == 0)
-        elif token.text == "static_assert":
-            skipping, depth = True, 0
-        elif token.kind not in ("space", "comment", "directive"):
-            kept.append(token)
-    return kept
+def module_of(file):
+    """The module of a source file, after which the folder of its tests is named."""
+    part = part_of(file)
+    if part != "library":
+        return part
+    return pathlib.Path(file).relative_to(PARTS[part].sources).parts[0]
 
 
-def closing(tokens, i):
-    """Index of the bracket that closes the one at i."""
-    depth = 0
-    for j in range(i, len(tokens)):
-        depth += (tokens[j].text in "([{") - (tokens[j].text in ")]}")
-        if depth == 0:
-            return j
-    return i
-
-
-def plus_one(number):
-    match = re.fullmatch(r"(0[xX])?([0-9A-Fa-f']+?)([uUlL]*)", number)
-    prefix, digits, suffix = match.group(1) or "", match.group(2).replace("'", ""), match.group(3)
-    value = int(digits, 16 if prefix else 10) + 1
-    return f"{prefix}{value:X}{suffix}" if prefix else f"{value}{suffix}"
-
-
-def next_char(literal):
-    body = literal[1:-1]
-    if body in CHARS:
-        return f"'{CHARS[body]}'"
-    if body.startswith("\\"):
-        return None
-    following = chr(ord(body) + 1)
-    return f"'{following}'" if following not in "'\\\x7f" else None
-
-
-def other_text(literal):
-    body = literal[1:-1]
-    if not body or body[0] in "\\%":
-        return f'"?{body}"' if body else None
-    return f'"{chr(ord(body[0]) ^ 1)}{body[1:]}"' if body[0] not in '#!Z[]' else f'"?{body[1:]}"'
-
-
-def mutants_of(name, text):
-    tokens = tokens_of(text)
-    found = []
-
-    def plant(start, end, new, what):
-        found.append(Mutant(name, start, end, new, what))
-
-    for i, token in enumerate(tokens):
-        start, end = token.start, token.start + len(token.text)
-        before, behind = text[start - 1 : start], text[end : end + 1]
-        after = tokens[i + 1] if i + 1 < len(tokens) else None
-        previous = tokens[i - 1] if i > 0 else None
-        if token.kind == "operator":
-            if token.text in BINARY and before.isspace() and behind.isspace():
-                for new in BINARY[token.text]:
-                    plant(start, end, new, f"{token.text} becomes {new}")
-            elif token.text in ("++", "--"):
-                new = "--" if token.text == "++" else "++"
-                plant(start, end, new, f"{token.text} becomes {new}")
-            elif token.text == "!":
-                plant(start, end, "", "! left out")
-            elif token.text == "~":
-                plant(start, end, "", "~ left out")
-        elif token.kind == "number":
-            new = plus_one(token.text)
-            plant(start, end, new, f"{token.text} becomes {new}")
-        elif token.kind == "char":
-            new = next_char(token.text)
-            if new:
-                plant(start, end, new, f"{token.text} becomes {new}")
-        elif token.kind == "string":
-            new = other_text(token.text)
-            if new and (previous is None or previous.text != "extern"):
-                plant(start, end, new, f"{token.text} becomes {new}")
-        elif token.text in ("true", "false"):
-            new = "false" if token.text == "true" else "true"
-            plant(start, end, new, f"{token.text} becomes {new}")
-        elif token.text in ("if", "while") and after is not None and after.text == "(":
-            close = tokens[closing(tokens, i + 1)].start
-            inner = after.start + 1
-            if token.text == "if":
-                plant(inner, close, f"!({text[inner:close]})", "if negated")
-            else:
-                plant(inner, close, f"false && ({text[inner:close]})", "while never")
-        elif token.text == "return" and after is not None and after.text != ";":
-            j = i
-            while tokens[j].text != ";":
-                j = closing(tokens, j) + 1 if tokens[j].text in "([{" else j + 1
-            if text[after.start : tokens[j].start] not in ("0", "nullptr", "false", "{}"):
-                plant(after.start, tokens[j].start, "{}", "nothing returned")
-
-        # A statement that stands alone: a call, an assignment, a jump.
-        begins = previous is not None and previous.text in (";", "{", "}", ")", "else", ":")
-        if not begins or token.text in NO_STATEMENT or token.kind not in ("word", "operator"):
-            continue
-        if token.kind == "operator" and token.text not in ("*", "++", "--", "("):
-            continue
-        j = i
-        while j < len(tokens) and tokens[j].text not in (";", "{", "}", ")", "]"):
-            j = closing(tokens, j) + 1 if tokens[j].text in "([" else j + 1
-        if j >= len(tokens) or tokens[j].text != ";":
-            continue
-        statement = tokens[i:j]
-        texts = [t.text for t in statement]
-        if previous.text == ")" and texts[0] in ("*", "("):
-            continue
-        is_jump = texts in (["break"], ["continue"], ["return"])
-        declares = len(statement) > 1 and statement[0].kind == "word" and (
-            statement[1].kind == "word" or (texts[1] in "*&" and len(texts) > 2 and
-                                             text[statement[1].start + 1] != " "))
-        acts = any(t in texts for t in ("(", "=", "++", "--", "+=", "-=", "|=", "&=", "^=", "<<="))
-        if is_jump or (acts and not declares):
-            plant(token.start, tokens[j].start, "", "left out")
-    return found
-
-
-class Place:
-    """The line of a mutant, its text, and which of its kind it is on that line."""
-
-    def __init__(self, mutant, text, ordinal):
-        begin = text.rfind("\n", 0, mutant.start) + 1
-        end = text.find("\n", mutant.start)
-        self.number = text.count("\n", 0, mutant.start) + 1
-        self.text = " ".join(text[begin:end].split())
-        suffix = f" (#{ordinal})" if ordinal > 1 else ""
-        self.key = (mutant.file, self.text, mutant.what + suffix)
+def folders_of(file):
+    """What is copied for a worker that changes a file: the sources and the tests of its module."""
+    part = part_of(file)
+    sources = PARTS[part].sources
+    return (sources / module_of(file) if part == "library" else sources,
+            pathlib.Path("tests") / module_of(file))
 
 
 def run(command, **options):
@@ -247,36 +111,38 @@ def finish(process, limit):
 
 
 class Image:
-    """What is linked from units of the library: the library itself, or a test that has its own."""
+    """What is linked from units of the product: a library, the tool, or a test that has its own."""
 
-    def __init__(self, build, target, compiles):
+    def __init__(self, build, target, link, compiles):
         self.build = build
         self.target = target
+        self.link = link
         self.compiles = compiles  # by unit: the command, and the object as the linker takes it
-        self.plain = {}  # objects of the unchanged units, compiled by the same road
-        lines = run(["ninja", "-C", str(build.folder), "-t", "commands", target]).splitlines()
-        link = [line for line in lines if re.search(rf" -o {re.escape(target)}\S* ", line)][-1]
-        link = re.sub(r"^: && ", "", re.sub(r" && :.*$", "", link))
-        self.link = shlex.split(link)
+        self.plain = {}  # objects of the unchanged units, compiled in the same way
 
     def parts_of(self, unit):
-        """The files that the compiler reads for a unit, those of the system left out."""
+        """The files that the compiler reads for a unit, without those of the system."""
         command = [w for w in without(self.compiles[unit][0], "-o", "-MF", "-MT")
                    if w not in ("-MD", "-c")]
         rule = run([*command, "-MM"], cwd=self.build.folder).replace("\\\n", " ")
         return {os.path.relpath(self.build.folder / name, self.build.tree)
                 for name in rule.split(":", 1)[1].split()}
 
-    def compile(self, unit, root, output):
-        """Compiles a unit of a copy of the tree: None, or why that failed."""
-        sources = f"{self.build.tree / SOURCES}/"
-        command = [w.replace(f"-I{sources}", f"-I{root / SOURCES}/")
-                   for w in self.compiles[unit][0]]
+    def compile(self, unit, root, folders, output):
+        """Compiles a unit of a copy of some folders: None, or why that failed."""
+        def moved(word):
+            if not word.startswith("-I"):
+                return word
+            folder = os.path.relpath(word[2:], self.build.tree)
+            is_copied = any(pathlib.Path(folder).is_relative_to(f) for f in folders)
+            return f"-I{root / folder}" if is_copied else word
+
+        command = [moved(w) for w in self.compiles[unit][0]]
         command[command.index("-o") + 1] = str(output)
         command[command.index("-c") + 1] = str(root / unit)
         command = [w for w in without(command, "-MF", "-MT")
                    if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
-        # The copy is to name itself as the original does, and equal code to give an equal object.
+        # The copy names itself as the original does, and equal code makes an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
@@ -292,25 +158,47 @@ class Image:
                               capture_output=True).returncode == 0
 
 
+class Test(collections.namedtuple("Test", "folder program emulator")):
+    """A test program of the build, the folder of tests/ it is in, and what runs it."""
+
+
 class Build:
-    """A built folder: what is linked from the library's units, and the tests."""
+    """A built folder: what is linked from the product's units, and the tests."""
 
     def __init__(self, folder, tree):
         self.folder = folder
         self.tree = tree
-        headers = {h.name for h in (tree / SOURCES).rglob("*.h")}
-        images = collections.defaultdict(dict)
+        roots = [tree / part.sources for part in PARTS.values()]
+        headers = {h.name for h in (tree / PARTS["library"].sources).rglob("*.h")}
+        objects = {}  # by name: unit and command
         for entry in json.loads((folder / "compile_commands.json").read_text()):
             source = pathlib.Path(entry["file"])
+            if not source.is_relative_to(tree):
+                continue
+            is_product = any(source.is_relative_to(root) for root in roots)
             included = {pathlib.Path(name).name for name in INCLUDE.findall(source.read_text())}
-            is_test = source.is_relative_to(tree / "tests") and included & headers
-            if source.is_relative_to(tree / SOURCES) or is_test:
+            if is_product or (source.is_relative_to(tree / "tests") and included & headers):
                 command = shlex.split(entry["command"])
-                output = command[command.index("-o") + 1]
-                target = re.search(r"(.*)/CMakeFiles/([^/]+)\.dir/", output).groups()
-                images[target][str(source.relative_to(tree))] = (command, output)
-        self.library = Image(self, "lib/libwyx_commlib.so",
-                             images.pop((str(SOURCES), "wyx_commlib")))
+                if pathlib.Path(command[0]).name == "ccache":
+                    command.pop(0)
+                objects[command[command.index("-o") + 1]] = (str(source.relative_to(tree)), command)
+        links = {}
+        for line in run(["ninja", "-C", str(folder), "-t", "commands"]).splitlines():
+            line = re.sub(r"^: && ", "", re.sub(r" && .*$", "", line.removeprefix(": && ")))
+            if " -o " in line and " -c " not in line:
+                command = shlex.split(line)
+                links[command[command.index("-o") + 1]] = command
+
+        def image(target):
+            compiles = {objects[word][0]: (objects[word][1], word)
+                        for word in links[target] if word in objects}
+            return Image(self, target, links[target], compiles) if compiles else None
+
+        self.products = {}
+        for name, part in PARTS.items():
+            target = next((t for t in links if re.fullmatch(part.product, t)), None)
+            if target is not None:
+                self.products[name] = image(target)
         self.tests = collections.defaultdict(list)
         self.with_units = collections.defaultdict(list)
         listing = json.loads(run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"]))
@@ -321,31 +209,34 @@ class Build:
             properties = {p["name"]: p["value"] for p in test.get("properties", [])}
             if "slow" in properties.get("LABELS", []) or NO_TESTS_OF_CODE.search(test["name"]):
                 continue
-            program = pathlib.Path(command[0])
-            if len(command) != 1 or not program.is_relative_to(folder / "tests"):
+            program = pathlib.Path(command[-1])
+            is_emulated = len(command) > 1 and "qemu" in pathlib.Path(command[0]).name
+            if not program.is_relative_to(folder / "tests") or not (len(command) == 1 or is_emulated):
                 continue
-            target = (str(program.parent.relative_to(folder)), program.name)
-            if target in images:
-                image = Image(self, "/".join(target), images[target])
-                self.with_units[program.parent.name].append(image)
+            target = str(program.relative_to(folder))
+            own = image(target) if target in links else None
+            entry = Test(program.parent.name, program, tuple(command[:-1]))
+            if own is not None:
+                self.with_units[entry.folder].append((entry, own))
             else:
-                self.tests[program.parent.name].append(program)
+                self.tests[entry.folder].append(entry)
 
     def images(self, file):
-        """What the file's module is linked into, the library first."""
-        return [self.library] + self.with_units[module_of(file)]
-
-
-def module_of(file):
-    return pathlib.Path(file).relative_to(SOURCES).parts[0]
+        """What the file's module is linked into, the product first."""
+        own = [image for _, image in self.with_units[module_of(file)]]
+        product = self.products.get(part_of(file))
+        return ([product] if product is not None else []) + own
 
 
 class Runner:
-    def __init__(self, builds, tree, work, deadline):
+    def __init__(self, builds, cross, tree, work, deadline=None, least=0):
         self.builds = builds
+        self.cross = cross
         self.tree = tree
         self.work = work
         self.deadline = deadline
+        self.least = least
+        self.tried = 0
         self.local = threading.local()
         self.number = 0
         self.lock = threading.Lock()
@@ -366,10 +257,15 @@ class Runner:
         """The units of an image that a file is part of."""
         with_it = []
         for unit in sorted(image.compiles):
-            if module_of(file) in pathlib.Path(unit).parts:
-                if (image, unit) not in self.parts:
-                    self.parts[image, unit] = image.parts_of(unit)
-                if file in self.parts[image, unit]:
+            in_module = any(pathlib.Path(unit).is_relative_to(f) for f in folders_of(file))
+            if in_module:
+                with self.lock:
+                    known = self.parts.get((image, unit))
+                if known is None:
+                    known = image.parts_of(unit)
+                    with self.lock:
+                        self.parts[image, unit] = known
+                if file in known:
                     with_it.append(unit)
         return with_it
 
@@ -377,84 +273,104 @@ class Runner:
         """A fresh copy of a file's module and its tests, for the calling worker."""
         root = self.folder() / "tree"
         shutil.rmtree(root, ignore_errors=True)
-        module = module_of(file)
-        for folder in (SOURCES / module, pathlib.Path("tests") / module):
-            shutil.copytree(self.tree / folder, root / folder)
+        for folder in folders_of(file):
+            if (self.tree / folder).is_dir():
+                shutil.copytree(self.tree / folder, root / folder)
         return root
 
     def tests_of(self, build, file):
-        programs = [p for folder in (module_of(file), *SHARED_TESTS) for p in build.tests[folder]]
-        return sorted(programs, key=lambda p: -(self.kills[file, p] + 0.1) /
-                      (self.durations.get(p, 0) + 0.02))
+        folders = (module_of(file), *PARTS[part_of(file)].tests)
+        tests = [test for folder in folders for test in build.tests[folder]]
+        return sorted(tests, key=lambda t: -(self.kills[file, t] + 0.1) /
+                      (self.durations.get((build, t), 0) + 0.02))
 
-    def path(self, build, is_changed=True):
-        """Where a test finds the worker's library, if that is changed, and the build's own ones."""
-        changed = f"{self.library().parent}:" if is_changed else ""
-        return f"{changed}{build.folder / 'lib'}"
+    def product(self, name):
+        """Where the worker's own library or tool is linked to."""
+        folder = self.folder() / name
+        folder.mkdir(exist_ok=True)
+        return folder / {"library": "libwyx_commlib.so.1", "platform": "libwyx_os_adapter.so.1",
+                         "tool": "wyx"}[name]
 
-    def run_test(self, build, program, limit, is_changed):
-        environment = dict(os.environ, LD_LIBRARY_PATH=self.path(build, is_changed),
-                           WYX_TEST_SEED="1",
-                           UBSAN_OPTIONS="halt_on_error=1", TMPDIR=str(self.folder()))
+    def environment(self, build, changed):
+        """How a test finds the worker's product, if that is changed, and the build's own."""
+        libraries = [str(build.folder / "lib")]
+        environment = dict(os.environ, WYX_TEST_SEED="1", UBSAN_OPTIONS="halt_on_error=1",
+                           TMPDIR=str(self.folder()))
+        if changed in ("library", "platform"):
+            libraries.insert(0, str(self.product(changed).parent))
+        elif changed == "tool":
+            environment["WYX_TEST_TOOL"] = str(self.product("tool"))
+        return dict(environment, LD_LIBRARY_PATH=":".join(libraries))
+
+    def run_test(self, build, test, limit, changed):
+        command = [*test.emulator, test.program, "--gtest_fail_fast", "--gtest_brief=1"]
         process = subprocess.Popen(
-            [program, "--gtest_fail_fast", "--gtest_brief=1"], env=environment,
+            command, env=self.environment(build, changed),
             cwd=self.folder(), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL, start_new_session=True)
         return finish(process, limit) is not None and process.returncode == 0
 
-    def library(self):
-        folder = self.folder() / "lib"
-        folder.mkdir(exist_ok=True)
-        return folder / "libwyx_commlib.so.1"
+    def own_test(self, test):
+        """The test as the worker links it."""
+        return test._replace(program=self.folder() / "test_with_units")
 
-    def test_with_units(self):
-        return self.folder() / "test_with_units"
-
-    def expect_pass(self, build, program, key):
+    def expect_pass(self, build, test, key, changed):
         begin = time.monotonic()
-        if not self.run_test(build, program, 600, True):
-            sys.exit(f"{key} fails without a mistake planted")
-        self.durations[key] = time.monotonic() - begin
+        if not self.run_test(build, test, 600, changed):
+            sys.exit(f"{key.program} fails without a mistake planted")
+        self.durations[build, key] = time.monotonic() - begin
 
     def compile_plain(self, image, unit, file):
         with self.lock:
             self.plain_objects += 1
             output = self.work / f"{self.plain_objects}.o"
-        errors = image.compile(unit, self.copy_of_module(file), output)
+        errors = image.compile(unit, self.copy_of_module(file), folders_of(file), output)
         if errors is not None:
             sys.exit(f"{unit} does not compile:\n{errors}")
         image.plain[unit] = output
 
     def prepare(self, files, pool):
-        """Compiles what is not changed by the same road, and sees that all tests pass with it."""
-        for build in self.builds:
+        """Compiles what is not changed in the same way, and sees that all tests pass with it."""
+        for build in [*self.builds, *([self.cross] if self.cross else [])]:
             images = dict.fromkeys(i for file in files for i in build.images(file))
             units = {(image, unit): file for image in images for file in files
-                     for unit in self.units_with(image, file)}
+                     if image in build.images(file) for unit in self.units_with(image, file)}
             for end in [pool.submit(self.compile_plain, *unit, file)
                         for unit, file in units.items()]:
                 end.result()
-            for image in images:
-                output = self.library() if image is build.library else self.test_with_units()
-                if not image.link_with(image.plain, output):
+            for name, product in build.products.items():
+                if product not in images:
+                    continue
+                if not product.link_with(product.plain, self.product(name)):
+                    sys.exit(f"{product.target} cannot be linked")
+                tests = {t for file in files if part_of(file) == name
+                         for t in self.tests_of(build, file)}
+                for test in sorted(tests):
+                    self.expect_product(build, name, test)
+                    self.expect_pass(build, test, test, name)
+            for test, image in {pair for file in files for pair in build.with_units[module_of(file)]
+                                if pair[1] in images}:
+                if not image.link_with(image.plain, self.own_test(test).program):
                     sys.exit(f"{image.target} cannot be linked")
-                if image is not build.library:
-                    self.expect_pass(build, output, image)
-            library = self.library()
-            for program in sorted({p for file in files for p in self.tests_of(build, file)}):
-                loaded = run(["ldd", str(program)],
-                             env=dict(os.environ, LD_LIBRARY_PATH=self.path(build)))
-                if str(library) not in loaded:
-                    sys.exit(f"{program} does not take the library from {library}")
-                self.expect_pass(build, program, program)
+                self.expect_pass(build, self.own_test(test), test, None)
+
+    def expect_product(self, build, name, test):
+        """A library that a test does not load would let every mistake survive."""
+        if name == "tool" or test.folder == "syscalls":  # these start programs of their own
+            return
+        environment = dict(self.environment(build, name), LD_TRACE_LOADED_OBJECTS="1")
+        if test.emulator:  # which would trace itself
+            return
+        if str(self.product(name)) not in run([test.program], env=environment):
+            sys.exit(f"{test.program} does not load {self.product(name)}")
 
     def compile_all(self, image, file, root):
-        """The objects of an image with a changed file, by unit, those that are the same left out;
+        """The objects of an image with a changed file, by unit, without those that are the same;
         or how the compiler ended."""
         objects = {}
         for number, unit in enumerate(self.units_with(image, file)):
             output = self.folder() / f"{number}.o"
-            errors = image.compile(unit, root, output)
+            errors = image.compile(unit, root, folders_of(file), output)
             if errors is not None:
                 # GCC says the first, Clang the second.
                 failed = "static assertion failed" in errors or "static_assert failed" in errors
@@ -463,139 +379,187 @@ class Runner:
                 objects[unit] = output
         return objects, None
 
-    def is_compiled(self, mutant, text, root):
-        """Does any image of the first build compile the line of a mistake?"""
+    def is_compiled(self, build, mutant, text, root):
+        """Does any image of a build compile the line of a mistake?"""
         begin = text.rfind("\n", 0, mutant.start) + 1
         marked = text[:begin] + "#error compiled\n" + text[begin:]
         (root / mutant.file).write_text(marked)
         return any(self.compile_all(image, mutant.file, root)[1] is not None
-                   for image in self.builds[0].images(mutant.file))
+                   for image in build.images(mutant.file))
 
-    def fails(self, build, program, key, file, is_changed):
-        if self.run_test(build, program, 5 + 5 * self.durations[key], is_changed):
+    def fails(self, build, test, key, file, changed):
+        if self.run_test(build, test, 5 + 5 * self.durations[build, key], changed):
             return False
         with self.lock:
             self.kills[file, key] += 1
         return True
 
+    def end_in(self, build, mutant, root):
+        """How a mistake ends in one build: killed, invalid, same or surviving."""
+        own = dict((image, test) for test, image in build.with_units[module_of(mutant.file)])
+        part = part_of(mutant.file)
+        changed = None
+        is_same = True
+        for image in build.images(mutant.file):
+            objects, end = self.compile_all(image, mutant.file, root)
+            if end is not None:
+                return end
+            is_same = is_same and not objects
+            is_product = image not in own
+            output = self.product(part) if is_product else self.folder() / "test_with_units"
+            if objects and not image.link_with(image.plain | objects, output):
+                return "invalid"
+            if is_product:
+                changed = part if objects else None
+                tests = self.tests_of(build, mutant.file) if objects else []
+                runs = [(test, test) for test in tests]
+            else:
+                # Its own code has changed, or that of the product which it calls.
+                test = own[image]
+                runs = [(self.own_test(test) if objects else test, test)]
+                if not objects and changed is None:
+                    runs = []
+            for test, key in runs:
+                if self.fails(build, test, key, mutant.file, changed):
+                    return "killed"
+        return "same" if is_same else "surviving"
+
     def judge(self, mutant):
-        if self.deadline is not None and time.monotonic() > self.deadline:
-            return "untried"
+        with self.lock:
+            if self.deadline is not None and time.monotonic() > self.deadline and \
+                    self.tried >= self.least:
+                return "untried"
+            self.tried += 1
         text = (self.tree / mutant.file).read_text()
         mutated = text[: mutant.start] + mutant.new + text[mutant.end :]
         root = self.copy_of_module(mutant.file)
         (root / mutant.file).write_text(mutated)
-        for build in self.builds:
-            is_changed = False  # the library
-            same = True
-            for image in build.images(mutant.file):
-                objects, end = self.compile_all(image, mutant.file, root)
-                if end is not None:
-                    return end
-                same = same and not objects
-                is_library = image is build.library
-                output = self.library() if is_library else self.test_with_units()
-                if objects and not image.link_with(image.plain | objects, output):
-                    return "invalid"
-                if is_library:
-                    is_changed = bool(objects)
-                    programs = self.tests_of(build, mutant.file) if is_changed else []
-                    tests = [(program, program) for program in programs]
-                else:
-                    # Its own code has changed, or that of the library which it calls.
-                    program = output if objects else build.folder / image.target
-                    tests = [(program, image)] if objects or is_changed else []
-                for program, key in tests:
-                    if self.fails(build, program, key, mutant.file, is_changed):
-                        return "killed"
-            if same and build is self.builds[0]:
-                return "equivalent" if self.is_compiled(mutant, text, root) else "elsewhere"
-        return "surviving"
+        end = self.end_in(self.builds[0], mutant, root)
+        if end == "same":
+            if self.is_compiled(self.builds[0], mutant, text, root):
+                return "equivalent"
+            if self.cross is None or not self.is_compiled(self.cross, mutant, text, root):
+                return "elsewhere"
+            (root / mutant.file).write_text(mutated)
+            return self.end_in(self.cross, mutant, root).replace("same", "equivalent")
+        for build in self.builds[1:]:
+            if end == "surviving":
+                end = self.end_in(build, mutant, root).replace("same", "surviving")
+        return end
 
 
-def listed_survivors(path, places):
-    """Reasons by place: blocks of file, line, mistake and reason, apart by an empty line."""
-    listed = {}
-    if not path.exists():
-        return listed
-    for block in re.split(r"\n\s*\n", path.read_text()):
-        lines = [line for line in block.splitlines() if line and not line.startswith("#")]
-        if lines:
-            fields = dict(line.split(": ", 1) for line in lines)
-            for what in fields["mistake"].split(" | "):
-                keys = [(fields["file"], fields["line"], what)]
-                if what.startswith("each "):
-                    keys = [p.key for p in places if p.key[:2] == keys[0][:2] and
-                            re.sub(r" \(#\d+\)$", "", p.key[2]) == what[5:]] or keys
-                listed.update(dict.fromkeys(keys, fields["reason"]))
-    return listed
-
-
-def built(name, folder):
+def built(name, folder, with_tool):
     """Configures and builds a preset, unless its folder is given."""
     if folder is not None:
         return folder.resolve()
     folder = TREE / "build" / f"mutate-{name}"
-    run(["cmake", "--preset", name, "-B", str(folder), "-DWYX_BUILD_TOOL=OFF",
-         "-DWYX_BUILD_EXAMPLES=OFF"], cwd=TREE)
+    run(["cmake", "--preset", name, "-B", str(folder),
+         f"-DWYX_BUILD_TOOL={'ON' if with_tool else 'OFF'}", "-DWYX_BUILD_EXAMPLES=OFF"], cwd=TREE)
     subprocess.run(["cmake", "--build", str(folder)], check=True)
     return folder
+
+
+def faults_of(ends, places, listed, files, least, is_sample):
+    """Why a run fails, from the end of each mistake that was to be tried; none: it passes."""
+    faults = []
+    reached = collections.defaultdict(set)  # a line may stand in a file more than once
+    for mutant, place in places.items():
+        reached[place.key].add(ends.get(mutant, "untried"))
+    for mutant, end in ends.items():
+        if end == "surviving" and places[mutant].key not in listed:
+            faults.append(f"survives without a reason: {places[mutant].key}")
+    unseen = {"surviving", "equivalent", "elsewhere", "untried"}  # another compiler may differ
+    for key in sorted(listed):
+        if key in reached and not reached[key] & unseen:
+            faults.append(f"listed as surviving, but {' and '.join(sorted(reached[key]))}: {key}")
+        elif key not in reached and key[0] in files and not is_sample:
+            faults.append(f"listed, but there is no such mistake any more: {key}")
+    counts = collections.Counter(ends.values())
+    tried = len(ends) - counts["untried"]
+    if tried < least:
+        faults.append(f"only {tried} mistakes were tried, not {least}")
+    if counts["killed"] == 0:
+        faults.append("no mistake was killed")
+    if not is_sample and share_killed(ends, places, listed) < LEAST_KILLED:
+        faults.append(f"less than {LEAST_KILLED:.0%} were killed")
+    return faults
+
+
+def hidden_of(ends, places, listed):
+    """Listed survivors that no test can see since nothing changes: these are no mistakes either."""
+    return [m for m, end in ends.items() if end == "surviving" and
+            listed.get(places[m].key, "").startswith("equivalent")]
+
+
+def share_killed(ends, places, listed):
+    """How many of the mistakes that can be seen were killed."""
+    counts = collections.Counter(ends.values())
+    visible = counts["killed"] + counts["surviving"] - len(hidden_of(ends, places, listed))
+    return counts["killed"] / visible if visible else 0.0
+
+
+def chosen_files(modules, names):
+    """The source files of some modules (the tool's only if it is named), or of some names."""
+    files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
+                   for p in (TREE / part.sources).rglob("*") if p.suffix in (".cpp", ".h"))
+    if names:
+        return [f for f in files if pathlib.Path(f).name in names]
+    if modules:
+        return [f for f in files if module_of(f) in modules]
+    return [f for f in files if part_of(f) != "tool"]
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--module", action="append", help="a folder of src/commlib")
-    parser.add_argument("--file", action="append", help="a file there, by its name alone")
+    parser.add_argument("--module", action="append", help="a folder of src/commlib, platform, tool")
+    parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
     parser.add_argument("--seed", type=int, default=0, help="which ones")
     parser.add_argument("--seconds", type=float, help="try no further mistake after that time")
+    parser.add_argument("--least", type=int, default=40,
+                        help="mistakes to try whatever the time; the run fails with fewer")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--build", type=pathlib.Path, help="a built folder of the preset release")
     parser.add_argument("--asan-build", type=pathlib.Path, help="a built folder of the preset asan")
+    parser.add_argument("--cross-build", type=pathlib.Path, help="one of the preset aarch64")
     parser.add_argument("--no-asan", action="store_true", help="do not try again under sanitizers")
     parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its end here")
     parser.add_argument("--list", action="store_true", help="only list the mistakes")
     arguments = parser.parse_args()
 
-    files = sorted(str(p.relative_to(TREE)) for p in (TREE / SOURCES).rglob("*")
-                   if p.suffix in (".cpp", ".h"))
-    if arguments.module:
-        files = [f for f in files if module_of(f) in arguments.module]
-    if arguments.file:
-        files = [f for f in files if pathlib.Path(f).name in arguments.file]
-    mutants = []
+    files = chosen_files(arguments.module, arguments.file)
     places = {}
     for file in files:
-        text = (TREE / file).read_text()
-        ordinals = collections.Counter()
-        for mutant in mutants_of(file, text):
-            line = (text.count("\n", 0, mutant.start), mutant.what)
-            ordinals[line] += 1
-            places[mutant] = Place(mutant, text, ordinals[line])
-            mutants.append(mutant)
-    if arguments.sample is not None and arguments.sample < len(mutants):
-        mutants = random.Random(arguments.seed).sample(mutants, arguments.sample)
-        files = sorted({m.file for m in mutants})
+        places |= mutants.places_of(file, (TREE / file).read_text())
+    planted = [m for m, place in places.items() if not place.is_marked]
+    marked = len(places) - len(planted)
+    if arguments.sample is not None and arguments.sample < len(planted):
+        planted = random.Random(arguments.seed).sample(planted, arguments.sample)
+        files = sorted({m.file for m in planted})
     if arguments.list:
-        for mutant in mutants:
+        for mutant in planted:
             print(f"{mutant.file}:{places[mutant].number}: {places[mutant].key[2]}: "
                   f"{places[mutant].text}")
-        print(f"{len(mutants)} mistakes")
+        print(f"{len(planted)} mistakes; {marked} on lines marked as speed only")
         return 0
 
-    folders = [built("release", arguments.build)]
+    with_tool = any(part_of(f) == "tool" for f in files)
+    folders = [built("release", arguments.build, with_tool)]
     if not arguments.no_asan:
-        folders.append(built("asan", arguments.asan_build))
-    listed = listed_survivors(TREE / SURVIVORS, places.values())
+        folders.append(built("asan", arguments.asan_build, with_tool))
+    listed = mutants.listed_survivors(TREE / SURVIVORS, places.values())
+    least = min(arguments.least, len(planted))
     ends = {}
     with tempfile.TemporaryDirectory(prefix="wyx_mutate_") as work:
-        begin = time.monotonic()
-        deadline = begin + arguments.seconds if arguments.seconds is not None else None
-        runner = Runner([Build(f, TREE) for f in folders], TREE, pathlib.Path(work), deadline)
+        cross = Build(arguments.cross_build.resolve(), TREE) if arguments.cross_build else None
+        runner = Runner([Build(f, TREE) for f in folders], cross, TREE, pathlib.Path(work))
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
             runner.prepare(files, pool)
-            for mutant, end in zip(mutants, pool.map(runner.judge, mutants)):
+            if arguments.seconds is not None:
+                runner.deadline = time.monotonic() + arguments.seconds
+            runner.least = least
+            for mutant, end in zip(planted, pool.map(runner.judge, planted)):
                 ends[mutant] = end
                 place = places[mutant]
                 if end == "surviving":
@@ -603,39 +567,23 @@ def main():
                     print(f"survives ({known}): {mutant.file}:{place.number}: {place.key[2]}\n"
                           f"    {place.text}", flush=True)
                 if len(ends) % 100 == 0:
-                    print(f"{len(ends)} of {len(mutants)} done", flush=True)
+                    print(f"{len(ends)} of {len(planted)} done", flush=True)
 
-    counts = collections.Counter(ends.values())
-    surviving = [places[m].key for m in mutants if ends[m] == "surviving"]
-    unlisted = [key for key in surviving if key not in listed]
-    reached = collections.defaultdict(set)  # a line may stand in a file more than once
-    for mutant, place in places.items():
-        reached[place.key].add(ends.get(mutant, "untried"))
-    unseen = {"surviving", "equivalent", "elsewhere", "untried"}  # another compiler may differ
-    wrong = sorted(k for k in listed if k in reached and not reached[k] & unseen)
-    gone = []
-    if arguments.sample is None:
-        gone = sorted(k for k in listed if k not in reached and k[0] in files)
     if arguments.report:
         arguments.report.write_text("".join(
             f"{ends[m]}\t{m.file}:{places[m].number}\t{places[m].key[2]}\t{places[m].text}\n"
-            for m in mutants))
-    for key in wrong:
-        print(f"listed as surviving, but {' and '.join(sorted(reached[key]))}: {key}")
-    for key in gone:
-        print(f"listed, but there is no such mistake any more: {key}")
-
-    # A listed survivor that no test can see, since nothing changes, is no mistake either.
-    hidden = sum(1 for k in surviving if listed.get(k, "").startswith("equivalent"))
-    visible = counts["killed"] + counts["surviving"] - hidden
-    share = counts["killed"] / visible if visible else 1.0
-    print(f"{len(mutants)} mistakes: {counts['killed']} killed, {counts['surviving']} surviving "
-          f"({hidden} of them equivalent by reasoning), {counts['equivalent']} with the same "
-          f"object, {counts['elsewhere']} compiled elsewhere only, {counts['invalid']} not "
-          f"compiling, {counts['untried']} untried; "
-          f"{100 * share:.1f} % of those that can be seen were killed")
-    is_low = arguments.sample is None and share < LEAST_KILLED
-    return 1 if unlisted or wrong or gone or is_low else 0
+            for m in planted))
+    counts = collections.Counter(ends.values())
+    print(f"{len(planted)} mistakes: {counts['killed']} killed, {counts['surviving']} surviving "
+          f"({len(hidden_of(ends, places, listed))} of them equivalent by reasoning), "
+          f"{counts['equivalent']} with the same object, {counts['elsewhere']} compiled elsewhere "
+          f"only, {counts['invalid']} not compiling, {counts['untried']} untried; "
+          f"{100 * share_killed(ends, places, listed):.1f} % of those that can be seen were killed; "
+          f"{marked} on lines marked as speed only were left out")
+    faults = faults_of(ends, places, listed, set(files), least, arguments.sample is not None)
+    for fault in faults:
+        print(fault)
+    return 1 if faults else 0
 
 
 if __name__ == "__main__":

@@ -195,7 +195,8 @@ Outcome Run(const std::vector<std::string> &command, const Surroundings &setup)
     return outcome;
 }
 
-/// The command that runs the tool: itself, in a cross build behind an emulator.
+/// The command that runs the tool, by an emulator in a cross build. WYX_TEST_TOOL in the environment
+/// names another tool than the build's.
 std::vector<std::string> ToolCommand()
 {
     std::vector<std::string> command;
@@ -203,7 +204,8 @@ std::vector<std::string> ToolCommand()
     for (std::string word; std::getline(emulator, word, '|');) {
         command.push_back(word);
     }
-    command.emplace_back(WYX_TOOL_PATH);
+    const char *const pszOther = std::getenv("WYX_TEST_TOOL");
+    command.emplace_back(pszOther != nullptr ? pszOther : WYX_TOOL_PATH);
     return command;
 }
 
