@@ -1,14 +1,15 @@
 """What mistakes can be planted in a source file, and which of them are listed as survivors.
 
-A mistake is a changed operator, constant, condition or result, or a statement left out. A line whose
-comment says "speed only" is left alone: it chooses between two paths with the same result, so that no
-test can see a mistake in it. scripts/mutate.py plants the others.
+A mistake is a changed operator, constant, condition or result, or a statement left out. A bound on a
+line whose comment says "speed only" is left alone: it chooses between two paths with the same result,
+so that no test can see whether it is one higher. scripts/mutate.py plants the others.
 """
 
 import collections
 import re
 
 SPEED_ONLY = re.compile(r"//.*\bspeed only\b")
+BOUND_MOVED = {"< becomes <=", "<= becomes <", "> becomes >=", ">= becomes >"}
 
 TOKEN = re.compile(
     r"""(?P<space>\s+)
@@ -170,6 +171,15 @@ def mutants_of(name, text):
     return found
 
 
+def moves_bound(mutant, text):
+    """Does a mistake move a bound by one: the comparison, or a number that is compared or defined?"""
+    if mutant.what in BOUND_MOVED:
+        return True
+    line = text[text.rfind("\n", 0, mutant.start) + 1 : mutant.start].rstrip()
+    is_bound = re.search(r"\s[<>]=?$|constexpr.*\s=$", line) is not None
+    return is_bound and text[mutant.start].isdigit()
+
+
 class Place:
     """The line of a mutant, its text and which of its kind it is on that line."""
 
@@ -179,7 +189,7 @@ class Place:
         line = text[begin : end if end >= 0 else len(text)]
         self.number = text.count("\n", 0, mutant.start) + 1
         self.text = " ".join(line.split())
-        self.is_marked = SPEED_ONLY.search(line) is not None
+        self.is_marked = SPEED_ONLY.search(line) is not None and moves_bound(mutant, text)
         suffix = f" (#{ordinal})" if ordinal > 1 else ""
         self.key = (mutant.file, self.text, mutant.what + suffix)
 

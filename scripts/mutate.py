@@ -18,7 +18,7 @@ have, or that includes a header of src/. The mistake is
     untried     if --seconds were over and --least mistakes had been tried
     surviving   otherwise. What survives the release build is tried again under the sanitizers.
 
-Lines marked "speed only" are left out. Tests of a module are those in tests/<module>/ and those of
+Bounds on lines marked "speed only" are left out. Tests of a module are those in tests/<module>/ and those of
 tests/fuzz/ and tests/failures/; of the adapter those of tests/platform/, tests/threads/ and
 tests/syscalls/; of the tool those of tests/tool/; the most effective first. A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it. The
 run fails for one that is not, for a listed one that a test sees after all, if nothing was killed, if
@@ -541,7 +541,7 @@ def main():
         for mutant in planted:
             print(f"{mutant.file}:{places[mutant].number}: {places[mutant].key[2]}: "
                   f"{places[mutant].text}")
-        print(f"{len(planted)} mistakes; {marked} on lines marked as speed only")
+        print(f"{len(planted)} mistakes; {marked} bounds marked as speed only")
         return 0
 
     with_tool = any(part_of(f) == "tool" for f in files)
@@ -579,7 +579,7 @@ def main():
           f"{counts['equivalent']} with the same object, {counts['elsewhere']} compiled elsewhere "
           f"only, {counts['invalid']} not compiling, {counts['untried']} untried; "
           f"{100 * share_killed(ends, places, listed):.1f} % of those that can be seen were killed; "
-          f"{marked} on lines marked as speed only were left out")
+          f"{marked} bounds marked as speed only were left out")
     faults = faults_of(ends, places, listed, set(files), least, arguments.sample is not None)
     for fault in faults:
         print(fault)

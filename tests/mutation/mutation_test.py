@@ -65,14 +65,23 @@ class Planting(unittest.TestCase):
             19: {"return {};", "return isFound ? iSum : -2;"},
         }, dict(planted()))
 
-    def test_only_the_marked_line_is_marked(self):
+    def test_only_the_bound_on_the_marked_line_is_marked(self):
         places = mutants.places_of("sample.cpp", SAMPLE).values()
-        self.assertEqual({16}, {p.number for p in places if p.is_marked})
-        self.assertEqual(4, sum(p.is_marked for p in places))
+        self.assertEqual([(16, "64 becomes 65"), (16, "> becomes >=")],
+                         sorted((p.number, p.key[2]) for p in places if p.is_marked))
+
+    def test_a_marked_constant_is_a_bound(self):
+        place, = mutants.places_of("a.cpp", "constexpr int kMin = 5; // speed only").values()
+        self.assertTrue(place.is_marked)
+
+    def test_other_numbers_of_a_marked_line_are_no_bounds(self):
+        text = "for (; left >= 28; left -= 24) { // speed only"
+        marked = [p.key[2] for p in mutants.places_of("a.cpp", text).values() if p.is_marked]
+        self.assertEqual([">= becomes >", "28 becomes 29"], marked)
 
     def test_a_marker_is_a_comment(self):
-        place, = mutants.places_of("a.cpp", 'auto psz = "speed only";').values()
-        self.assertFalse(place.is_marked)
+        places = mutants.places_of("a.cpp", 'f("speed only", 1 < 2);').values()
+        self.assertFalse(any(p.is_marked for p in places))
 
     def test_the_second_of_a_kind_on_a_line_has_a_number(self):
         keys = [p.key for p in mutants.places_of("a.cpp", "int a = 1 + b + 1;").values()]

@@ -78,7 +78,7 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     ulOut += ulLine / 4 * 3;
     // A line of known length is not waited for: the CPU begins the next before it knows that this
     // one holds nothing unusual.
-    while (ulLen - ulDone > 2 + ulLine) {
+    while (ulLen - ulDone > 2 + ulLine) { // speed only
         const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
         if (ulBreak == 0 ||
             kernel::DecodeQuads(pucIn + ulDone + ulBreak, ulLine, pucOut + ulOut) != ulLine) {

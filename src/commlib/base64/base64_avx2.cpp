@@ -38,8 +38,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
     // one of its 16-bit halves.
     const __m256i spread = Twice({1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10});
     QAL_UINT32 ulDone = 0;
-    for (; ulLen - ulDone >= 28;
-         ulDone += 24) { // the second half is read 4 bytes further than taken
+    for (; ulLen - ulDone >= 28; // speed only
+         ulDone += 24) {         // the second half is read 4 bytes further than taken
         const QAL_UINT8 *const pucGroups = pucIn + ulDone;
         const __m256i in = _mm256_inserti128_si256(
             _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups))),
@@ -74,7 +74,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    for (; ulLen - ulDone >= 48; ulDone += 32) { // 32 bytes are written for 24: room for 8 more
+    // 32 bytes are written for 24: room for 8 more.
+    for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);
         const __m256i low = _mm256_and_si256(in, lowHalf);

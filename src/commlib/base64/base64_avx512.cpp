@@ -104,12 +104,12 @@ __m512i BytesOf(__m512i sextets)
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     QAL_UINT32 ulDone = 0;
-    for (; ulLen - ulDone >= kChars; ulDone += kBytes) { // 64 bytes are read
+    for (; ulLen - ulDone >= kChars; ulDone += kBytes) { // speed only: 64 bytes are read
         _mm512_storeu_si512(pucOut, CharactersOf(_mm512_loadu_si512(pucIn + ulDone)));
         pucOut += kChars;
     }
     // Two rounds at most are left, of up to 16 groups.
-    while (ulLen - ulDone >= 3) {
+    while (ulLen - ulDone >= 3) { // speed only
         const QAL_UINT32 ulGroups = std::min((ulLen - ulDone) / 3, kBytes / 3);
         const __m512i bytes = _mm512_maskz_loadu_epi8(First(3 * ulGroups), pucIn + ulDone);
         _mm512_mask_storeu_epi8(pucOut, First(4 * ulGroups), CharactersOf(bytes));
@@ -122,7 +122,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     QAL_UINT32 ulDone = 0;
-    for (; ulLen - ulDone >= kChars; ulDone += kChars) {
+    for (; ulLen - ulDone >= kChars; ulDone += kChars) { // speed only
         const __m512i sextets = SextetsOf(_mm512_loadu_si512(pucIn + ulDone));
         if (_mm512_movepi8_mask(sextets) != 0) {
             break;

@@ -83,7 +83,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     QAL_UINT32 ulDone = 0;
-    for (; ulLen - ulDone >= 16; ulDone += 16) {
+    for (; ulLen - ulDone >= 16; ulDone += 16) { // speed only
         const QAL_UINT8 *const pucQuads = pucIn + ulDone;
         // Half of them each way: the CPU loads and shifts at the same time.
         const QAL_UINT32 ulFirst = WordByShifts(pucQuads);

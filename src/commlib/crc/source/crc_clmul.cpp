@@ -12,7 +12,7 @@ namespace {
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
 namespace shorter = aarch64;
-constexpr QAL_UINT32 kMin32 = 384;
+constexpr QAL_UINT32 kMin32 = 384; // speed only
 #else
 namespace shorter = sparse;
 constexpr QAL_UINT32 kMin32 = kVectorBytes;
@@ -23,7 +23,7 @@ static_assert(kMin16 >= kVectorBytes && kMin32 >= kVectorBytes, "the first vecto
 
 QAL_UINT16 clmul::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMin16 || ulLen > kMaxCrc16ByClmul) {
+    if (ulLen < kMin16 || ulLen > kMaxCrc16ByClmul) { // speed only
         return shorter::Crc16(uwCrc, pucData, ulLen);
     }
     return Crc16OfLanes<Lanes1>(uwCrc, pucData, ulLen);
@@ -31,7 +31,7 @@ QAL_UINT16 clmul::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 u
 
 QAL_UINT32 clmul::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMin32) {
+    if (ulLen < kMin32) { // speed only
         return shorter::Crc32(ulCrc, pucData, ulLen);
     }
     return Crc32OfLanes<Lanes1>(ulCrc, pucData, ulLen);

@@ -189,12 +189,12 @@ inline QAL_UINT32 FoldBlocks(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32
         pucData += kBytes;
         return taken;
     };
-    if (pucEnd - pucData >= 4 * kBytes) { // four chains, as a product takes several cycles
+    if (pucEnd - pucData >= 4 * kBytes) { // speed only: a product takes several cycles
         auto a = Lanes::Multiply(block, byOne) ^ take();
         auto b = take();
         auto c = take();
         auto d = take();
-        while (pucEnd - pucData >= 4 * kBytes) {
+        while (pucEnd - pucData >= 4 * kBytes) { // speed only
             a = Lanes::Multiply(a, byFour) ^ take();
             b = Lanes::Multiply(b, byFour) ^ take();
             c = Lanes::Multiply(c, byFour) ^ take();

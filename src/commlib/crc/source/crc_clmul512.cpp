@@ -7,7 +7,8 @@
 namespace wyx::crc {
 namespace {
 
-constexpr QAL_UINT32 kMinBytes = 33; // below, spreading a message over wide blocks costs more
+// Below, spreading a message over wide blocks costs more.
+constexpr QAL_UINT32 kMinBytes = 33; // speed only
 
 /// Four consecutive vectors; the interface is that of Lanes1.
 struct Lanes4 {
@@ -82,7 +83,7 @@ struct Lanes4 {
 
 QAL_UINT16 clmul512::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMinBytes) {
+    if (ulLen < kMinBytes) { // speed only
         return clmul::Crc16(uwCrc, pucData, ulLen);
     }
     return Crc16OfLanes<Lanes4>(uwCrc, pucData, ulLen);
@@ -90,7 +91,7 @@ QAL_UINT16 clmul512::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT3
 
 QAL_UINT32 clmul512::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMinBytes) {
+    if (ulLen < kMinBytes) { // speed only
         return clmul::Crc32(ulCrc, pucData, ulLen);
     }
     return Crc32OfLanes<Lanes4>(ulCrc, pucData, ulLen);

@@ -10,7 +10,7 @@ namespace wyx::crc {
 
 /// From 384 bytes on, the sparse form takes fewer cycles on most cores: it needs four XORs for a
 /// vector, while products also need the bytes in the opposite order.
-constexpr QAL_UINT32 kMaxCrc16ByClmul = 383;
+constexpr QAL_UINT32 kMaxCrc16ByClmul = 383; // speed only
 
 /// The product of the low words, and the product of the high ones.
 inline Vector MultiplyLow(Vector a, Vector b)

@@ -176,7 +176,7 @@ inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ul
     longFold.Add(first.ullNext);
     Word ullWord = first.ullWord;
     QAL_UINT32 i = first.ulBytes;
-    for (; ulLen - i >= longFold.kReach * kWordBytes; i += kWordBytes) {
+    for (; ulLen - i >= longFold.kReach * kWordBytes; i += kWordBytes) { // speed only
         longFold.Clear(ullWord);
         ullWord = longFold.Take(LoadWord<Order>(pucData + i));
     }

@@ -90,7 +90,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static void ClearFrom(QAL_UINT32 i, QAL_UINT32 ulEnd, const QAL_UINT8 *pucData,
                           QAL_UINT8 *pucCleared)
     {
-        for (; i + kStep <= ulEnd; i += kStep) {
+        for (; i + kStep <= ulEnd; i += kStep) { // speed only
             const Vector first = Folded(pucData + i, pucCleared + i);
             const Vector second = Folded(pucData + i + 16, pucCleared + i + 16);
             const Vector third = Folded(pucData + i + 32, pucCleared + i + 32);

@@ -168,22 +168,22 @@ QAL_UINT32 Finish(LastWord last)
 
 QAL_UINT16 sparse::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMinByWords) {
+    if (ulLen < kMinByWords) { // speed only
         return Crc16Plain(uwCrc, pucData, ulLen);
     }
-    return ulLen < crc16::kMinByRegisters ? crc16::ByWords(uwCrc, pucData, ulLen)
+    return ulLen < crc16::kMinByRegisters ? crc16::ByWords(uwCrc, pucData, ulLen) // speed only
                                           : crc16::ByRegisters(uwCrc, pucData, ulLen);
 }
 
 QAL_UINT32 sparse::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
-    if (ulLen < kMinByWords) {
+    if (ulLen < kMinByWords) { // speed only
         return Crc32Plain(ulCrc, pucData, ulLen);
     }
     if (ulLen < crc32::kMinByLong) { // speed only
         return crc32::Finish(FoldWords<LowestBitFirst, crc32::Short>(ulCrc, pucData, ulLen));
     }
-    return ulLen < crc32::kMinByVectors ? crc32::ByLong(ulCrc, pucData, ulLen)
+    return ulLen < crc32::kMinByVectors ? crc32::ByLong(ulCrc, pucData, ulLen) // speed only
                                         : crc32::ByVectors(ulCrc, pucData, ulLen);
 }
 

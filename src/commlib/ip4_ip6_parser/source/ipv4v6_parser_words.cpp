@@ -53,7 +53,7 @@ bool AreDigitsAsUsual()
 }
 
 constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
-constexpr QAL_UINT32 kLongestUsual = 22; // 255.255.255.255:065535
+constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
 /// Reads the decimal port behind the colon, which is the character @p ulColon of the last eight of
 /// a text, its terminator included. False where there is no digit, or anything but digits.
