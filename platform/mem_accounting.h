@@ -7,9 +7,10 @@
  * message on the standard error output.
  *
  * A second release of a block is recognised, and the message names both lines, as long as the
- * block is among the last 1,024 released and the last 1 MiB of them; until then its memory is not
- * reused. After that the message may name no lines, or those of a later block at the same address.
- * If that later block is live, there is no message: the second release takes it from its owner.
+ * block is among the last 1,024 released and the last 1 MiB of them; during that time its memory
+ * is not reused. After that the message may name no lines, or those of a later block at the same
+ * address. If that later block is live, there is no message: the second release takes it from its
+ * owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
  * so a write past the end of a block or after its release is not noticed.

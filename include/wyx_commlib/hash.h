@@ -46,7 +46,7 @@
  * - every Remove and every Delete puts it on the next entry of the same bucket, or nowhere if
  *   there is none: it never moves to another bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
- * - the Get calls leave it alone, and no call only moves it.
+ * - the Get calls leave it alone, and there is no call that only moves it.
  *
  * **Results.** XELP_Hash_RemoveCurNode() sets its result to null once its arguments are accepted.
  * XELP_Hash_RemoveNode() and XELP_Hash_QueryNode() leave it untouched on every failure.

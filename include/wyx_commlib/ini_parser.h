@@ -212,10 +212,10 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * and ".ibk". From this follows, with the 13 digits of today's time:
  * - A path without any dot fails, and so does one with fewer than two bytes after its last dot.
  *   `./cfg` works where `cfg` does not.
- * - If the last dot is in the name of a directory, the new file is outside the target's directory:
- *   for `my.dir/cfg` beside `my.dir`, for `../cfg` in the working directory. If that is another
- *   file system, the target is removed and the renaming then fails: only the new file has the
- *   content.
+ * - If the last dot is in the name of a directory other than `.`, the new file is outside the
+ *   target's directory: for `my.dir/cfg` beside `my.dir`, for `../cfg` in the working directory.
+ *   If that is another file system, the target is removed and the renaming then fails: only the
+ *   new file has the content.
  * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
  *   target `NAME.ini` can be saved if `NAME` has at most 238.
  *
@@ -489,8 +489,8 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * @param[out] commentLine  the comment, null if there is none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, no `[` followed by a `]`, or nothing but
- *   blanks between them
+ * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, without a `[` or `]`, a `]` before the
+ *   first `[`, or nothing but blanks between them
  * - #XELP_ERR_INI_LINE_UNKNOWN: text after the `]` but no " ;" in it
  * - #XELP_ERR_INI_INTERNAL: no memory
  */

@@ -54,7 +54,7 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  *
  * An octet is decimal with any number of leading zeros, or hexadecimal after `0x` or `0X`. A
  * number from 2^64 on is refused. A smaller one is reduced modulo 2^32, and must then be at most
- * 255. Nothing may come before the first octet, or between an octet and a dot.
+ * 255. Nothing may come before the first octet, or between octets and dots.
  *
  * The port is decimal, or hexadecimal after `0x` or `0X`, and is read as core_td_u16() reads:
  * white space and a sign may come before it, and its low 16 bits count; from 2^64 on it counts as
@@ -153,12 +153,12 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * The space is no control character, and the double quote is neither token nor delimiter. Bytes
  * from 0x80 on have no class.
  *
- * The table is a variable that the library reads but never writes. Who changes bits 0x04 or 0x80
- * changes the parsers for every thread, and must not do so while a parser runs. Bit 0x04 decides
- * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and
- * which form the groups of an IPv6 address. What a digit is worth is not in the table: strtoul()
- * stops at a character it does not know, and core_td_hex4() counts it as 0. Ports are read by
- * strtoul() alone.
+ * The table is a variable that the library reads but never writes. Whoever changes bits 0x04 or
+ * 0x80 changes the parsers for every thread, and must not do so while a parser runs. Bit 0x04
+ * decides which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet
+ * and which form the groups of an IPv6 address. What a digit is worth is not in the table:
+ * strtoul() stops at a character it does not know, and core_td_hex4() counts it as 0. Ports are
+ * read by strtoul() alone.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
