@@ -120,8 +120,6 @@ TEST_F(SystemCalls, SaveOfTheLibrary)
               << std::endl;
 }
 
-// ---- The list of calls --------------------------------------------------------------------------
-
 /// One name for the calls that do the same: functions of the C library by the system call that they
 /// make, and system calls by the one that newer processors have in their place.
 std::string OneName(const std::string &call)
@@ -187,6 +185,69 @@ std::vector<std::string> CallsThatCanFail(const TargetFolder &folder)
     }
     return calls;
 }
+
+// ---- What durability.md says --------------------------------------------------------------------
+
+/// The place of the @p n-th call of a name in a log; 0 if there is none.
+int PlaceOf(const std::string &log, const std::string &call, int n)
+{
+    std::istringstream lines(log);
+    int at = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++at;
+        if (line == call && --n == 0) {
+            return at;
+        }
+    }
+    return 0;
+}
+
+TEST_F(SystemCalls, SaveThatFailsLeavesWhatThePageSays)
+{
+    const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
+    const std::vector<std::string> nothing;
+    const std::vector<std::string> whole = {kNew};
+    const struct {
+        const char *pszCall;
+        int n;
+        int status;
+        std::optional<std::string> target;
+        std::vector<std::string> beside;
+    } cases[] = {
+        // The first open, fstat and close are those of the loading.
+        {"open", 3, 0, kNew, nothing},  // of the directory: everything is flushed instead
+        {"open", 4, 50, kOld, nothing}, // the new file cannot be created
+        {"fstat", 2, 50, kOld, nothing},
+        {"getrlimit", 2, 50, kOld, {""}},   // as if the limit were 0
+        {"fallocate", 1, 0, kNew, nothing}, // nothing waits then
+        {"write", 1, 50, kOld, {""}},
+        {"fsync", 1, 50, kOld, whole},
+        {"close", 2, 50, kOld, whole},
+        {"fsync", 2, 50, kOld, whole},
+        {"unlink", 1, 50, kOld, whole},
+        {"rename", 1, 50, std::nullopt, whole},
+        {"open", 5, 0, kNew, nothing},
+        {"fsync", 3, 50, kNew, nothing},
+    };
+    Reset();
+    ASSERT_EQ(Execute(command,
+                      {"LD_PRELOAD=" WYX_FAULT_LIBRARY, "WYX_FAULT_LOG=" + folder_.Log().string()}),
+              0);
+    const std::string log = Content(folder_.Log()).value_or("");
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
+        const int at = PlaceOf(log, c.pszCall, c.n);
+        ASSERT_NE(at, 0);
+        const std::optional<int> status =
+            RunWith(command, {"fail " + std::to_string(EIO), false}, at);
+        ASSERT_TRUE(status.has_value() && WIFEXITED(*status));
+        EXPECT_EQ(WEXITSTATUS(*status) * 10, c.status);
+        EXPECT_EQ(Content(target_), c.target);
+        EXPECT_EQ(Beside(), c.beside);
+    }
+}
+
+// ---- The list of calls --------------------------------------------------------------------------
 
 bool CanTrace()
 {
