@@ -401,6 +401,8 @@ const NameCase kNames[] = {
     {"CutAtTheLastDot", "a.b.conf", "a.b1700000000123.ibk"},
     {"NothingBeforeTheDot", ".config", "1700000000123.ibk"},
     {"NothingBeforeTheDotInDirectory", "/d/.config", "/d/1700000000123.ibk"},
+    {"ThisDirectory", "./cfg", "1700000000123.ibk"},
+    {"ParentDirectory", "../cfg", ".1700000000123.ibk"},
     {"DotInDirectoryAndName", "my.dir/f.ini", "my.dir/f1700000000123.ibk"},
     {"LongEnding", "f.configuration", "f1700000000123.ibk"},
     {"ShortestEndingThatFits", "f.in", "f1700000000123.ibk"},
@@ -512,6 +514,24 @@ TEST_F(IniSaveFileContent, RealFiles)
     }
     EXPECT_EQ(dir.Files(), (std::vector<std::string>{"d.ini", "d1700000000123.ibk", "f.ini",
                                                      "new1700000000123.ibk"}));
+}
+
+TEST_F(IniSaveFileContent, NewFileNameMustNotBeTooLong)
+{
+    platform.Reset();
+    const TempDir dir;
+    for (const std::size_t length : {238U, 239U}) { // with 13 digits and ".ibk": 255 bytes and 256
+        SCOPED_TRACE(length);
+        platform.SetTime(kTime);
+        const std::string name = dir.Name(std::string(length, 'n') + ".ini");
+        WriteFile(name, "old");
+        Document doc({"[a]\n"});
+        doc.ulLabel = 1;
+        const bool fits = length == 238;
+        EXPECT_EQ(XELP_IniSaveFileContent(name.c_str(), &doc), fits ? kOk : kCreateFile);
+        EXPECT_EQ(ReadFile(name), fits ? "[a]\n" : "old");
+    }
+    EXPECT_EQ(dir.Files().size(), 2U);
 }
 
 TEST_F(IniSaveFileContent, MissingDirectoryIs50)
@@ -627,6 +647,60 @@ TEST_F(IniRoundTrip, EditedFileOfAnotherLineEndComesBackMixed)
     // The blank line's CR is now read with the LF before it, and its LF is a line of its own.
     ASSERT_EQ(XELP_IniGetFileContent("f.ini", &doc), kOk);
     EXPECT_EQ(Look(doc), Loaded({"[a]\r\n", "k=2 ;c\n\r", "\n", "[b]\r\n", "l=3\n"}));
+}
+
+TEST_F(IniRoundTrip, TextThatDoesNotReadBack)
+{
+    const Line kNone;
+    struct {
+        const char *pszLoaded; // what the file holds before k, or what takes its place, is set
+        const char *pszSection;
+        const char *pszKey;
+        const char *pszValue;
+        QAL_UINT32 ulStatus; // of the look-up after saving and loading
+        Line value;
+    } const cases[] = {
+        {"[s]\n", "s", "k", "a;b", kOk, "a;b"}, // reads back
+        {"[s]\n", "s", "k", "a\\\\", kOk, "a\\\\"},
+        {"[s]\nk=1 ;c\n", "s", "k", "a\\", kOk, "a\\"},
+        {"[[s]\n", "[s", "k", "v", kOk, "v"},
+        {"[s]\n", "s", "k", "a\nb=1", kOk, "a"},
+        {"[s]\n", "s", "k", "", kOk, "\n"},
+        {"[s]\n", "s", "k", nullptr, kOk, "\n"},
+        {"[s]\nk=1 ;c\n", "s", "k", "", kOk, kNone},
+        {"[s]\n", "s", "k", " x\t", kOk, "x"},
+        {"[s]\n", "s", "k", "a ;b", kOk, "a"},
+        {"[s]\nk=1 ;c\n", "s", "k", "a;b", kOk, "a;b ;c"},
+        {"[s]\n", "s", "k", "a\\", kOk, "az=1"}, // the next line is joined
+        {"[s]\n", "s", "", "v", kKeyName, kNone},
+        {"[s]\n", "s", " k", "v", kKeyNotFound, kNone},
+        {"[s]\n", "s", "k ", "v", kKeyNotFound, kNone},
+        {"[s]\n", "s", "[k", "v", kSection, kNone},
+        {"[s]\n", "s", "#k", "v", kKeyNotFound, kNone},
+        {"[s]\n", "s", ";k", "v", kKeyNotFound, kNone},
+        {"[s]\n", "s", "\\k", "v", kLineUnknown, kNone},
+        {"[s]\n", "s", "a=b", "v", kKeyNotFound, kNone},
+        {"[s]\n", "", "k", "v", kSection, kNone},
+        {"[s]\n", " t", "k", "v", kSectionNotFound, kNone},
+        {"[s]\n", "t ", "k", "v", kSectionNotFound, kNone},
+        {"[s]\n", "t]", "k", "v", kLineUnknown, kNone},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::string(c.pszLoaded) + c.pszSection + "/" + c.pszKey);
+        TheDisk() = {{"f.ini", c.pszLoaded}};
+        Document doc;
+        ASSERT_EQ(XELP_IniGetFileContent("f.ini", &doc), kOk);
+        EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg(c.pszSection), Arg(c.pszKey), Arg(c.pszValue)),
+                  kOk);
+        if (c.value == "az=1") {
+            EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg("s"), Arg("z"), Arg("1")), kOk);
+        }
+        ASSERT_EQ(XELP_IniSaveFileContent("f.ini", &doc), kOk);
+        ASSERT_EQ(XELP_IniGetFileContent("f.ini", &doc), kOk);
+        QAL_INT8 *pszValue = nullptr;
+        EXPECT_EQ(XELP_IniGetKeyValue(&doc, c.pszSection, c.pszKey, &pszValue), c.ulStatus);
+        EXPECT_EQ(TakeText(pszValue), c.value);
+    }
 }
 
 TEST_F(IniRoundTrip, RandomProgramsBesideTheModel)
