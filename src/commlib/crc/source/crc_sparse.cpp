@@ -131,7 +131,8 @@ namespace crc32 {
 
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
-// For what Long leaves over: nine terms, the first two at least half a word apart.
+// For what Long leaves over: the lowest multiple of nine terms whose first two are at least half a
+// word apart. None of a usable degree has fewer terms (SparseMultiples.Crc32Short).
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
