@@ -236,8 +236,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   already and is left alone, or not all could be written and the new file was removed
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. If writing failed only when the new file was closed, the default adapter makes
- *   the removal fail: the target is as it was, and the new file may be incomplete
+ *   whole content. In the default adapter a flush that fails also has this status:
+ *   docs/durability.md says what each of them leaves
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
