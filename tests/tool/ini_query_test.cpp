@@ -270,12 +270,8 @@ struct BadFile {
 TEST_F(IniQueryTest, MalformedFiles)
 {
     const BadFile files[] = {
-        {"long.ini", "[a]\n\nk=" + std::string(510, 'x') + "\n", {"long.ini:3: ", "511", "(140)"}},
         {"nul.ini", std::string("[a]\nk=\0v\n", 9), {"nul.ini:2: ", "NUL byte", "binary"}},
         {"utf16.ini", std::string("\xFF\xFE[\0a\0]\0", 8), {"UTF-16", "iconv"}},
-        {"unknown.ini", "[b]\ngarbage\n[a]\nx\n[c]\n", {"unknown.ini:4: ", "(160)", "ini check"}},
-        {"mark.ini", "\xEF\xBB\xBF[b]\n", {"mark.ini:1: ", "(160)", "byte-order mark"}},
-        {"header.ini", "[b]\n[]\n", {"header.ini:2: ", "malformed section header", "(110)"}},
     };
     for (const BadFile &bad : files) {
         SCOPED_TRACE(bad.name);
@@ -295,12 +291,40 @@ TEST_F(IniQueryTest, MalformedFiles)
     }
 }
 
-TEST_F(IniQueryTest, GarbageBehindTheSearchedBlockOnly)
+// Lines that the library cannot read do not stand in the way; --strict has the first of them.
+TEST_F(IniQueryTest, LinesThatCannotBeRead)
 {
-    // Lookups walk up from the end, so that what stands before the section does not matter to them.
-    const std::string name = Write("before.ini", "garbage\n[a]\nk=1\n");
-    EXPECT_EQ(Wyx({"ini", "get", name, "a", "k"}).out, "1\n");
-    EXPECT_EQ(Wyx({"ini", "sections", name}).code, kMalformed);
+    const BadFile files[] = {
+        {"long.ini", "[a]\nk=1\nl=" + std::string(510, 'x') + "\n[b]\n", {":3: ", "511", "(140)"}},
+        {"unknown.ini", "[a]\nk=1\nx\n[b]\ny\n", {":3: ", "(160)", "ini check"}},
+        {"colon.ini", "[a]\nk=1\nl : 2\n[b]\n", {":3: ", "(160)"}},
+        {"first.ini", "garbage\n[a]\nk=1\n[b]\n", {":1: ", "(160)"}},
+        {"mark.ini", "\xEF\xBB\xBF[a]\nk=1\n[b]\n", {":1: ", "byte-order mark"}},
+        {"header.ini", "[]\nk=2\n[a]\nk=1\n[b]\n", {":1: ", "malformed section header", "(110)"}},
+        {"text.ini", "[a]\nk=1\n[b]\n[c] # d\nk=2\n", {":4: ", "(160)"}},
+    };
+    for (const BadFile &bad : files) {
+        SCOPED_TRACE(bad.name);
+        const std::string name = Write(bad.name, bad.content);
+        EXPECT_EQ(Wyx({"ini", "get", name, "a", "k"}).out, "1\n");
+        EXPECT_EQ(Wyx({"ini", "sections", name}).out, "a\nb\n");
+        EXPECT_EQ(Wyx({"ini", "keys", name, "a"}).out, "k\n");
+        EXPECT_EQ(Wyx({"ini", "keys", name, "b"}).code, kNo);
+        for (const std::vector<std::string> &arguments :
+             {std::vector<std::string>{"ini", "get", "--strict", name, "a", "k"},
+              std::vector<std::string>{"ini", "sections", "--strict", name},
+              std::vector<std::string>{"ini", "keys", "--strict", name, "a"}}) {
+            const Outcome outcome = Wyx(arguments);
+            EXPECT_EQ(outcome.code, kMalformed) << arguments[1];
+            EXPECT_EQ(outcome.out, "");
+            EXPECT_TRUE(Mentions(outcome.err, bad.messages));
+        }
+        EXPECT_EQ(Wyx({"ini", "check", "-e", name}).code, kMalformed);
+    }
+    EXPECT_TRUE(Mentions(Wyx({"ini", "get", Path("colon.ini"), "a", "l"}).err,
+                         {"no key 'l'", "line 3 looks like it"}));
+    EXPECT_TRUE(Mentions(Wyx({"ini", "get", Path("text.ini"), "c", "k"}).err,
+                         {"no section 'c'", "line 4 looks like it"}));
 }
 
 TEST_F(IniQueryTest, WhatIsNoFile)

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ini/library_text.h"
+#include "ini/other_readers.h"
 #include "system/nearest.h"
 #include "system/terminal.h"
 
@@ -26,19 +27,72 @@ std::vector<std::string> NamesOf(QAL_INT8 *const *ppszList, QAL_UINT32 ulCount)
 }
 
 /// Is there a key in a block of the section, but not in its last one?
-std::optional<std::size_t> LineOfHiddenKey(const IniSource &source, const std::string &section,
+std::optional<std::size_t> LineOfHiddenKey(const IniText &text, const std::string &section,
                                            const std::string &key)
 {
     bool isInside = false;
-    for (const StoredLine &line : ReadStoredLines(source).lines) {
-        const LineParts parts = ParseLine(line.text);
+    for (std::size_t i = 0; i < text.Lines().size(); ++i) {
+        const LineParts &parts = text.Parts()[i];
         if (parts.kind == INI_SECTION_LINE) {
             isInside = IsSameName(parts.name, section);
         } else if (isInside && parts.kind == INI_KEYVALUE_LINE && IsSameName(parts.name, key)) {
-            return line.first;
+            return text.Lines()[i].first;
         }
     }
     return std::nullopt;
+}
+
+constexpr const char *kNobodysName = "\n";
+
+/// What a header is, though it cannot be read; in an indented line it may be anything.
+bool IsBadHeader(const LineParts &parts, const std::string &text)
+{
+    return parts.kind == INI_SECTION_LINE && parts.IsUnreadable() && text.front() == '[';
+}
+
+std::vector<LineParts> PartsOf(const StoredLines &stored)
+{
+    std::vector<LineParts> all;
+    for (const StoredLine &line : stored.lines) {
+        LineParts parts = ParseLine(line);
+        if (parts.IsUnreadable() && !IsBadHeader(parts, line.text)) {
+            parts.kind = INI_ERROR_LINE;
+        }
+        all.push_back(std::move(parts));
+    }
+    return all;
+}
+
+/// Does a file use LF CR as a line end? In others, LF and CR LF may follow each other, and the CR
+/// then belongs to the second.
+bool HasLfCr(std::string_view bytes)
+{
+    for (std::size_t at = bytes.find("\n\r"); at != std::string_view::npos;
+         at = bytes.find("\n\r", at + 1)) {
+        if (bytes.substr(at + 2, 1) != "\n") {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Where the stored lines are in the bytes.
+std::vector<Range> RangesOf(const IniSource &source, const StoredLines &stored)
+{
+    const std::string_view bytes = source.Bytes();
+    const std::vector<RawLine> raw = SplitLines(bytes);
+    const bool hasLfCr = HasLfCr(bytes);
+    std::vector<Range> ranges;
+    std::size_t begin = source.HasByteOrderMark() ? kByteOrderMark.size() : 0;
+    for (const StoredLine &line : stored.lines) {
+        std::size_t end = raw[std::min(line.first + line.count - 1, raw.size()) - 1].end;
+        if (!hasLfCr && bytes.substr(0, end).ends_with("\n\r") && end < bytes.size()) {
+            --end;
+        }
+        ranges.push_back({begin, end});
+        begin = end;
+    }
+    return ranges;
 }
 
 } // namespace
@@ -51,6 +105,28 @@ IniDocument::IniDocument(const IniSource &source)
     }
     if (ulStatus != XELP_ERR_INI_OK) {
         throw LineFailure(source, ulStatus);
+    }
+}
+
+IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts)
+{
+    // A document without lines, to fill by hand.
+    QAL_UINT32 ulStatus = XELP_IniGetFileContent("/dev/null", &record_);
+    for (std::size_t i = 0; ulStatus == XELP_ERR_INI_OK && i < stored.lines.size(); ++i) {
+        if (record_.ulLineNum + 1 >= record_.ulTotalLine) {
+            ulStatus = IniRemallocIniLine(&record_);
+        }
+        const std::string &text = stored.lines[i].text;
+        const bool isNobodys = IsBadHeader(parts[i], text);
+        if (ulStatus == XELP_ERR_INI_OK && (isNobodys || !parts[i].IsUnreadable())) {
+            ulStatus = IniSaveStringToIniStruct(&record_, record_.ulLineNum,
+                                                isNobodys ? kNobodysHeader : text.c_str());
+        }
+        ++record_.ulLineNum;
+    }
+    if (ulStatus != XELP_ERR_INI_OK) {
+        XELP_IniFreeIniStruct(&record_);
+        throw std::bad_alloc();
     }
 }
 
@@ -91,7 +167,9 @@ std::vector<std::string> IniDocument::Sections(const IniSource &source) const
         throw LineFailure(source, ulStatus);
     }
     const LibraryList owned(ppszList);
-    return NamesOf(ppszList, ulCount);
+    std::vector<std::string> names = NamesOf(ppszList, ulCount);
+    std::erase(names, kNobodysName);
+    return names;
 }
 
 std::vector<std::string> IniDocument::Keys(const IniSource &source,
@@ -100,10 +178,8 @@ std::vector<std::string> IniDocument::Keys(const IniSource &source,
     QAL_UINT32 ulCount = 0;
     QAL_INT8 **ppszList = nullptr;
     const QAL_UINT32 ulStatus = XELP_IniGetKeyList(&record_, section.c_str(), &ulCount, &ppszList);
-    if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
-        throw NotFound(*this, source, XELP_ERR_INI_SECTION_NOT_FOUND, section, {});
-    }
-    if (ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
+    if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND ||
+        ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
         return {};
     }
     if (ulStatus != XELP_ERR_INI_OK) {
@@ -169,28 +245,103 @@ Failure LineFailure(const IniSource &source, QAL_UINT32 status)
     return {ExitCode::kMalformed, where + WithCode(LineStatusText(status), status), hint};
 }
 
-Failure NotFound(const IniDocument &document, const IniSource &source, QAL_UINT32 status,
-                 const std::string &section, const std::string &key)
+IniText::IniText(IniSource source)
+    : source_((RequireText(source), std::move(source))),
+      stored_(ReadStoredLines(source_, ByteOrderMark::kSkipped)),
+      parts_(PartsOf(stored_)),
+      ranges_(RangesOf(source_, stored_)),
+      document_(stored_, parts_)
+{}
+
+std::string_view IniText::BytesOf(std::size_t line) const
 {
+    const Range range = ranges_[line];
+    return std::string_view(Bytes()).substr(range.begin, range.end - range.begin);
+}
+
+std::vector<std::string_view> IniText::LinesOf(std::size_t line) const
+{
+    const std::string_view bytes = BytesOf(line);
+    std::vector<std::string_view> lines;
+    for (const RawLine &raw : SplitLines(bytes)) {
+        lines.push_back(bytes.substr(raw.begin, raw.end - raw.begin));
+    }
+    return lines;
+}
+
+std::vector<std::string> IniText::Keys(const std::string &section) const
+{
+    const QAL_UINT32 ulStatus = document_.Find(section, "").status;
+    if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
+        throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, {});
+    }
+    return document_.Keys(source_, section);
+}
+
+std::optional<std::string> IniText::Value(const std::string &section, const std::string &key) const
+{
+    const Lookup found = document_.Find(section, key);
+    switch (found.status) {
+        case XELP_ERR_INI_OK:
+            return found.value;
+        case XELP_ERR_INI_FILE_EMPTY:
+        case XELP_ERR_INI_SECTION_NOT_FOUND:
+            throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
+        case XELP_ERR_INI_KEY_NOT_FOUND:
+            throw NotFound(found.status, section, key);
+        default:
+            throw LineFailure(source_, found.status);
+    }
+}
+
+void IniText::RequireReadable() const
+{
+    if (source_.HasByteOrderMark()) {
+        throw Failure(ExitCode::kMalformed, Where(source_, 1) + "byte-order mark",
+                      "without --strict it is skipped, and kept by an edit");
+    }
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        if (parts_[i].IsUnreadable()) {
+            throw Failure(ExitCode::kMalformed,
+                          Where(source_, Lines()[i].first) +
+                              WithCode(LineStatusText(parts_[i].status), parts_[i].status),
+                          "'wyx ini check' lists all that is wrong with a file");
+        }
+    }
+}
+
+Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
+                          const std::string &key) const
+{
+    const std::string &file = source_.Name();
+    const auto unread = [](std::size_t line) {
+        return "line " + std::to_string(line) +
+               " looks like it, but cannot be read; see: wyx ini check";
+    };
     if (status == XELP_ERR_INI_KEY_NOT_FOUND) {
         const std::string message =
-            source.Name() + ": no key " + Quoted(key) + " in section " + Quoted(section);
-        const std::optional<std::size_t> hidden = LineOfHiddenKey(source, section, key);
-        if (hidden) {
+            file + ": no key " + Quoted(key) + " in section " + Quoted(section);
+        if (const auto hidden = LineOfHiddenKey(*this, section, key)) {
             return {ExitCode::kNo, message,
                     "line " + std::to_string(*hidden) +
                         " has it, but in an earlier block of the section: the last one counts"};
         }
-        const std::string near = Nearest(key, document.Keys(source, section));
+        if (const auto line = LineOfOthersKey(*this, BlockOf(*this, section), key)) {
+            return {ExitCode::kNo, message, unread(*line)};
+        }
+        const std::string near = Nearest(key, document_.Keys(source_, section));
         return {ExitCode::kNo, message, near.empty() ? "" : "did you mean " + Quoted(near) + "?"};
     }
-    const std::string message = source.Name() + ": no section " + Quoted(section);
+    const std::string message = file + ": no section " + Quoted(section);
     if (section.size() > 2 && section.front() == '[' && section.back() == ']') {
         return {ExitCode::kNo, message,
                 "write the name without its brackets: " +
                     Quoted(section.substr(1, section.size() - 2))};
     }
-    const std::string near = Nearest(section, document.Sections(source));
+    if (const auto line = LineOfOthersSection(*this, section)) {
+        return {ExitCode::kNo, message, unread(*line)};
+    }
+    const std::string near = Nearest(section, Sections());
     return {ExitCode::kNo, message, near.empty() ? "" : "did you mean " + Quoted(near) + "?"};
 }
 

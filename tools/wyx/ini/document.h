@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ini/text.h"
@@ -19,14 +20,22 @@ struct Lookup {
     bool operator==(const Lookup &) const = default;
 };
 
-/// A loaded document, released in the end.
+/// In the place of a header that cannot be read: one whose name nobody can ask for, a line end.
+constexpr const char *kNobodysHeader = "[\n]\n";
+
+/// A document of the library.
 class IniDocument {
   public:
+    /// Loads all lines of a file.
     /// @throws Failure that names the line at which the file does not load
     explicit IniDocument(const IniSource &source);
+    /// Holds the lines that the library can read: slot i is line i. The slots of the others are
+    /// empty, as if those lines had been removed, and every call walks over them. A header that
+    /// cannot be read is nobody's, so that the keys after it do not fall to the section before it.
+    IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts);
     ~IniDocument();
-    IniDocument(const IniDocument &) = delete;
-    IniDocument &operator=(const IniDocument &) = delete;
+    IniDocument(IniDocument &&other) noexcept : record_(std::exchange(other.record_, {})) {}
+    IniDocument &operator=(IniDocument &&) = delete;
 
     XELP_IN_S_INI_FILE_STRUCT *Record() { return &record_; }
     const XELP_IN_S_INI_FILE_STRUCT *Record() const { return &record_; }
@@ -54,16 +63,59 @@ class IniDocument {
     XELP_IN_S_INI_FILE_STRUCT record_ = {};
 };
 
+/// A stretch of a file.
+struct Range {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+/// A file as lookups and edits see it: its bytes, its lines, and a document of those that can be
+/// read. The others are on disk and in Lines(), but no lookup meets them.
+class IniText {
+  public:
+    /// @throws Failure for what is no text, see RequireText()
+    explicit IniText(IniSource source);
+
+    const IniSource &Source() const { return source_; }
+    const std::string &Bytes() const { return source_.Bytes(); }
+    const StoredLines &Stored() const { return stored_; }
+    const std::vector<StoredLine> &Lines() const { return stored_.lines; }
+    /// The parts of each line.
+    const std::vector<LineParts> &Parts() const { return parts_; }
+    /// Where each line is in the bytes.
+    const std::vector<Range> &Ranges() const { return ranges_; }
+    std::string_view BytesOf(std::size_t line) const;
+    /// The lines of the file that a stored line consists of, without a byte-order mark.
+    std::vector<std::string_view> LinesOf(std::size_t line) const;
+    const IniDocument &Document() const { return document_; }
+
+    std::vector<std::string> Sections() const { return document_.Sections(source_); }
+    /// @throws Failure for a section that is not there
+    std::vector<std::string> Keys(const std::string &section) const;
+    /// @throws Failure for a section or key that is not there
+    std::optional<std::string> Value(const std::string &section, const std::string &key) const;
+
+    /// Refuses a file with a line that cannot be read, or a byte-order mark.
+    /// @throws Failure that names the first such line
+    void RequireReadable() const;
+
+    /// For a section or key that is not there: says so, and what might have been meant.
+    Failure NotFound(QAL_UINT32 status, const std::string &section, const std::string &key) const;
+
+  private:
+    IniSource source_;
+    StoredLines stored_;
+    std::vector<LineParts> parts_;
+    std::vector<Range> ranges_;
+    IniDocument document_;
+};
+
 /// Refuses what is no configuration at all: binary files, and text the library would cut at a NUL.
 /// @throws Failure
 void RequireText(const IniSource &source);
 
 /// For a call on a document that failed at one of its lines: says which and why.
 Failure LineFailure(const IniSource &source, QAL_UINT32 status);
-
-/// For a section or key that is not there: says so, and what might have been meant.
-Failure NotFound(const IniDocument &document, const IniSource &source, QAL_UINT32 status,
-                 const std::string &section, const std::string &key);
 
 } // namespace wyx::tool
 

@@ -1,7 +1,6 @@
 #include "ini/text.h"
 
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,18 +14,9 @@ namespace wyx::tool {
 
 namespace {
 
-// Far beyond any configuration, and a bound for what never ends, such as /dev/zero.
-constexpr std::size_t kLargest = std::size_t{16} << 20;
-
 bool IsLineEnd(char ch)
 {
     return ch == '\n' || ch == '\r';
-}
-
-bool IsRegularFile(const std::string &name)
-{
-    struct stat status = {};
-    return stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// Keeps bytes in memory where they can be opened by a name.
@@ -72,15 +62,21 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
 } // namespace
 
 IniSource::IniSource(const std::string &path, const std::string &name)
-    : name_(name == "-" ? "(standard input)" : Shown(name)), bytes_(ReadWhole(path, kLargest))
+    : IniSource(name == "-" ? "(standard input)" : Shown(name),
+                Content{ReadWhole(path, kLargestFile)})
+{}
+
+IniSource IniSource::OfBytes(const std::string &name, std::string bytes)
 {
-    if (path != "-" && IsRegularFile(path)) {
-        loadName_ = path;
-    } else {
-        copy_ = CopyInMemory(bytes_);
-        loadName_ = "/proc/self/fd/" + std::to_string(copy_.Get());
-    }
+    return {Shown(name), Content{std::move(bytes)}};
 }
+
+IniSource::IniSource(std::string name, Content content)
+    : name_(std::move(name)),
+      bytes_(std::move(content.bytes)),
+      copy_(CopyInMemory(bytes_)),
+      loadName_("/proc/self/fd/" + std::to_string(copy_.Get()))
+{}
 
 bool IniSource::IsUtf16() const
 {
@@ -123,9 +119,12 @@ std::vector<std::string> StoredLines::Texts() const
     return texts;
 }
 
-StoredLines ReadStoredLines(const IniSource &source)
+StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
 {
     const LibraryFile file(source);
+    if (mark == ByteOrderMark::kSkipped && source.HasByteOrderMark()) {
+        static_cast<void>(XELP_Fseek(file.Get(), kByteOrderMark.size(), 0));
+    }
     const std::vector<RawLine> raw = SplitLines(source.Bytes());
     StoredLines stored;
     std::size_t next = 1;
@@ -165,6 +164,16 @@ StoredLines ReadStoredLines(const IniSource &source)
         next += line.count;
         stored.lines.push_back(std::move(line));
     }
+}
+
+LineParts ParseLine(const StoredLine &line)
+{
+    if (line.isTooLong) {
+        LineParts parts;
+        parts.status = XELP_ERR_INI_LINE_TOO_LONG;
+        return parts;
+    }
+    return ParseLine(line.text);
 }
 
 LineParts ParseLine(const std::string &text)

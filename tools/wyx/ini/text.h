@@ -13,6 +13,14 @@
 
 namespace wyx::tool {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// More bytes than any configuration has: a bound for what never ends, such as /dev/zero.
+constexpr std::size_t kLargestFile = std::size_t{16} << 20;
+
+/// The most bytes that the library stores of a line, its line end included.
+constexpr std::size_t kLongestLine = 511;
+
 /// The bytes of a file, and a name under which the library loads just these.
 class IniSource {
   public:
@@ -21,28 +29,34 @@ class IniSource {
     explicit IniSource(const std::string &name) : IniSource(name, name) {}
     /// Reads a file that messages call by another name.
     IniSource(const std::string &path, const std::string &name);
+    /// Takes bytes that are in memory already; messages call them by the name of a file.
+    static IniSource OfBytes(const std::string &name, std::string bytes);
 
     /// For messages of the form "file:line: ...".
     const std::string &Name() const { return name_; }
     const std::string &Bytes() const { return bytes_; }
     bool IsUtf16() const;
     /// Does it begin with the mark of UTF-8, which the library takes for text?
-    bool HasByteOrderMark() const { return bytes_.starts_with("\xEF\xBB\xBF"); }
-    /// What the library opens. For anything but a regular file, which could be read only once, that
-    /// is a copy in memory.
+    bool HasByteOrderMark() const { return bytes_.starts_with(kByteOrderMark); }
+    /// What the library opens: a copy in memory, since the file itself may change meanwhile.
     const std::string &LoadName() const { return loadName_; }
 
   private:
+    struct Content {
+        std::string bytes;
+    };
+    IniSource(std::string name, Content content);
+
     std::string name_;
     std::string bytes_;
-    std::string loadName_;
     Descriptor copy_;
+    std::string loadName_;
 };
 
 /// A physical line of a file: it ends at CR LF, LF CR, or a lone LF or CR.
 struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
-    std::size_t end = 0;    // offset behind its line end
+    std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
 };
 
@@ -65,7 +79,7 @@ struct StoredLine {
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 
-/// All that the library stores of a file, and beyond: it goes on behind a line that is too long.
+/// All that the library stores of a file, and beyond: it goes on after a line that is too long.
 struct StoredLines {
     std::vector<StoredLine> lines;
     std::size_t rest = 0; // number of the first physical line that is not read; 0 if all are
@@ -74,7 +88,10 @@ struct StoredLines {
     std::vector<std::string> Texts() const;
 };
 
-StoredLines ReadStoredLines(const IniSource &source);
+/// What becomes of a byte-order mark: a part of the first line, as the library has it, or nothing.
+enum class ByteOrderMark { kText, kSkipped };
+
+StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);
 
 /// What is in a stored line.
 struct LineParts {
@@ -82,10 +99,16 @@ struct LineParts {
     QAL_UINT32 status = XELP_ERR_INI_OK; // why the parts could not be read, if they could not
     std::string name;                    // of the section or key
     std::optional<std::string> value;    // of a key that has one
-    std::optional<std::string> comment;  // behind a header or value
+    std::optional<std::string> comment;  // after a header or value
+
+    /// A line with which the library can do nothing.
+    bool IsUnreadable() const { return status != XELP_ERR_INI_OK; }
 };
 
 LineParts ParseLine(const std::string &text);
+
+/// The parts of a stored line; of one that is too long, only the status.
+LineParts ParseLine(const StoredLine &line);
 
 /// A value of the library: none if it consists of the line end alone, as that of "key=" does.
 std::optional<std::string> ValueOf(const QAL_INT8 *strValue);

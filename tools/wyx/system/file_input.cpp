@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 #include <vector>
@@ -62,6 +63,10 @@ FileInput::FileInput(const std::string &name)
       progress_(shown_, SizeOf(fd_, shown_))
 {}
 
+FileInput::FileInput(const Descriptor &file, const std::string &name)
+    : shown_(Quoted(name)), fd_(file.Get()), progress_(shown_, SizeOf(fd_, shown_))
+{}
+
 std::size_t FileInput::Read(std::span<unsigned char> room)
 {
     std::size_t held = 0;
@@ -83,9 +88,10 @@ std::size_t FileInput::Read(std::span<unsigned char> room)
     return held;
 }
 
-std::string ReadWhole(const std::string &name, std::size_t limit)
+namespace {
+
+std::string ReadToEnd(FileInput &input, std::size_t limit)
 {
-    FileInput input(name);
     std::string text;
     std::vector<unsigned char> piece(kPiece);
     for (;;) {
@@ -98,6 +104,41 @@ std::string ReadWhole(const std::string &name, std::size_t limit)
                                                     std::to_string(limit >> 20) + " MiB");
         }
         text.append(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(held));
+    }
+}
+
+} // namespace
+
+std::string ReadWhole(const std::string &name, std::size_t limit)
+{
+    FileInput input(name);
+    return ReadToEnd(input, limit);
+}
+
+std::string ReadWhole(const Descriptor &file, const std::string &name, std::size_t limit)
+{
+    FileInput input(file, name);
+    return ReadToEnd(input, limit);
+}
+
+bool HoldsJust(int fd, std::string_view bytes)
+{
+    std::vector<char> piece(kPiece);
+    std::size_t at = 0;
+    for (;;) {
+        const ssize_t now = pread(fd, piece.data(), piece.size(), static_cast<off_t>(at));
+        if (now == -1 && errno == EINTR) {
+            continue;
+        }
+        if (now <= 0) {
+            return now == 0 && at == bytes.size();
+        }
+        const auto held = static_cast<std::size_t>(now);
+        if (bytes.substr(std::min(at, bytes.size()), held) !=
+            std::string_view(piece.data(), held)) {
+            return false;
+        }
+        at += held;
     }
 }
 

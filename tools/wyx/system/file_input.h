@@ -32,6 +32,8 @@ class FileInput {
   public:
     /// @throws Failure with a message that says what is wrong with the file.
     explicit FileInput(const std::string &name);
+    /// Reads an open file, which must outlive the object.
+    FileInput(const Descriptor &file, const std::string &name);
 
     /// Reads the next piece, as long as the room unless the file ends.
     /// @return its length, 0 at the end
@@ -52,6 +54,10 @@ class FileInput {
 /// Reads a file to its end.
 /// @throws Failure, also for a file of more than @p limit bytes
 std::string ReadWhole(const std::string &name, std::size_t limit);
+std::string ReadWhole(const Descriptor &file, const std::string &name, std::size_t limit);
+
+/// Does a regular file hold these bytes and no others?
+bool HoldsJust(int fd, std::string_view bytes);
 
 /// Writes all of a text; false, with errno, if it cannot.
 bool WriteWhole(int fd, std::string_view text);

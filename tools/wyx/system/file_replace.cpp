@@ -1,17 +1,26 @@
+// The new content goes to a file without a name (O_TMPFILE), which is gone with the process. Once
+// it is complete it gets a name beside the target's, and at once the target's own. Where a file
+// cannot be without a name, it has that name from the start. Whoever finds such a name and can lock
+// the file knows that its process is gone, and removes it.
 #include "system/file_replace.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <thread>
 #include <vector>
 
-#include "ini/recovery.h"
 #include "system/terminal.h"
 
 namespace wyx::tool {
@@ -19,15 +28,31 @@ namespace wyx::tool {
 namespace {
 
 constexpr int kMostLinks = 40; // as many as the system follows
+constexpr int kMostNames = 100;
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kNewFile = 0666;
-constexpr const char *kWorkingName = ".wyx-XXXXXX.ini";
-constexpr int kWorkingEnding = 4;
+constexpr mode_t kNobodyElse = 0600;
+constexpr std::string_view kMark = ".wyx-";
+constexpr std::size_t kRandomLetters = 6;
+constexpr std::string_view kEnding = "~";
+constexpr auto kAnnounce = std::chrono::milliseconds(500);
+constexpr auto kRetry = std::chrono::milliseconds(10);
+constexpr const char *kInPlaceHint = "--in-place writes into the file itself";
 
 std::string DirectoryOf(const std::string &path)
 {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string LastPartOf(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string InDirectory(const std::string &directory, const std::string &name)
+{
+    return (directory == "/" ? "" : directory) + "/" + name;
 }
 
 std::string RealPath(const std::string &path)
@@ -61,75 +86,295 @@ std::string NewPath(const std::string &name)
     if (directory.empty()) {
         throw SystemFailure("cannot make " + Quoted(name), errno);
     }
-    const std::size_t slash = path.rfind('/');
-    const std::string last = slash == std::string::npos ? path : path.substr(slash + 1);
-    if (last.empty()) {
+    if (LastPartOf(path).empty()) {
         throw SystemFailure("cannot make " + Quoted(name), EISDIR);
     }
-    return (directory == "/" ? "" : directory) + "/" + last;
+    return InDirectory(directory, LastPartOf(path));
 }
 
-bool IsSame(const struct stat &left, const struct stat &right)
+/// How the names begin that new files for a target have. A file name has at most 255 bytes.
+std::string BeginningOfNewNames(const std::string &path)
 {
-    const auto isSameTime = [](const timespec &one, const timespec &other) {
-        return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-    };
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
-           left.st_size == right.st_size && isSameTime(left.st_mtim, right.st_mtim);
+    constexpr std::size_t kRest = 1 + kMark.size() + kRandomLetters + kEnding.size();
+    return "." + LastPartOf(path).substr(0, NAME_MAX - kRest) + std::string(kMark);
 }
 
-void CopyExtendedAttributes(int fd, const std::string &path)
+std::string NewName(const std::string &path)
 {
-    const ssize_t size = listxattr(path.c_str(), nullptr, 0);
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz012345";
+    unsigned char random[kRandomLetters] = {};
+    static_cast<void>(getrandom(random, sizeof random, 0));
+    std::string name = InDirectory(DirectoryOf(path), BeginningOfNewNames(path));
+    for (const unsigned char byte : random) {
+        name += kLetters[byte % kLetters.size()];
+    }
+    return name + std::string(kEnding);
+}
+
+bool IsFree(int fd)
+{
+    return flock(fd, LOCK_EX | LOCK_NB) == 0;
+}
+
+/// Removes what killed instances left for a target.
+void RemoveLeftovers(const std::string &path)
+{
+    const std::string directory = DirectoryOf(path);
+    const std::string beginning = BeginningOfNewNames(path);
+    const std::unique_ptr<DIR, int (*)(DIR *)> entries(opendir(directory.c_str()), &closedir);
+    if (!entries) {
+        return; // who cannot look there has left nothing
+    }
+    while (const dirent *const entry = readdir(entries.get())) {
+        const std::string name = entry->d_name;
+        if (name.size() != beginning.size() + kRandomLetters + kEnding.size() ||
+            !name.starts_with(beginning) || !name.ends_with(kEnding)) {
+            continue;
+        }
+        const std::string leftover = InDirectory(directory, name);
+        const Descriptor file(
+            open(leftover.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+        struct stat status = {};
+        if (file.IsOpen() && fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
+            IsFree(file.Get())) {
+            unlink(leftover.c_str());
+        }
+    }
+}
+
+/// Locks a file against other instances. Where the file system has no locks, it goes on without.
+void Lock(int fd, const std::string &name, std::chrono::milliseconds wait)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point begin = Clock::now();
+    bool isAnnounced = false;
+    while (!IsFree(fd) && (errno == EWOULDBLOCK || errno == EINTR)) {
+        const auto waited = Clock::now() - begin;
+        if (waited >= wait) {
+            throw Failure(ExitCode::kIo,
+                          Quoted(name) + " is locked by another program; nothing was changed",
+                          "--wait SECONDS waits longer");
+        }
+        if (!isAnnounced && waited >= kAnnounce) {
+            isAnnounced = true;
+            PutWarning(Quoted(name) + " is locked by another program; waiting up to " +
+                       std::to_string(std::chrono::ceil<std::chrono::seconds>(wait).count()) +
+                       " s for it");
+        }
+        std::this_thread::sleep_for(kRetry);
+    }
+}
+
+bool IsSameFile(const struct stat &left, const struct stat &right)
+{
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
+}
+
+/// Keeps signals waiting that would end the process and leave something behind.
+class SignalBlock {
+  public:
+    SignalBlock()
+    {
+        sigset_t signals = {};
+        sigemptyset(&signals);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+            sigaddset(&signals, signal);
+        }
+        sigprocmask(SIG_BLOCK, &signals, &before_);
+    }
+    ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalBlock(const SignalBlock &) = delete;
+    SignalBlock &operator=(const SignalBlock &) = delete;
+
+  private:
+    sigset_t before_ = {};
+};
+
+/// A new file beside a target. It is gone with the object, unless it was installed.
+class NewFile {
+  public:
+    /// @throws Failure
+    explicit NewFile(const Target &target) : target_(target)
+    {
+        // A file that will belong to somebody else is nobody else's to read until then.
+        const mode_t mode = target.Exists() ? kNobodyElse : kNewFile;
+        const std::string directory = DirectoryOf(target.Path());
+        file_ = Descriptor(open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
+        for (int i = 0; !file_.IsOpen() && i < kMostNames; ++i) {
+            path_ = NewName(target.Path());
+            file_ = Descriptor(
+                open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+            if (!file_.IsOpen() && errno != EEXIST) {
+                break;
+            }
+        }
+        if (!file_.IsOpen()) {
+            const int error = errno;
+            path_.clear();
+            throw Failure(
+                ExitCode::kIo,
+                SystemFailure("cannot write to the directory " + Quoted(directory), error).what(),
+                error == EACCES || error == EPERM
+                    ? std::string("a change replaces the file; ") + kInPlaceHint
+                    : "");
+        }
+        static_cast<void>(IsFree(file_.Get())); // locked as long as this process lives
+    }
+    ~NewFile()
+    {
+        if (!path_.empty()) {
+            unlink(path_.c_str());
+        }
+    }
+    NewFile(const NewFile &) = delete;
+    NewFile &operator=(const NewFile &) = delete;
+
+    int Get() const { return file_.Get(); }
+
+    /// Gives it the target's name.
+    /// @return false, with errno, if it cannot
+    bool Install()
+    {
+        if (!target_.Exists()) {
+            if (path_.empty()) {
+                return Link(target_.Path());
+            }
+            return InstallNamed();
+        }
+        for (int i = 0; path_.empty() && i < kMostNames; ++i) {
+            const std::string path = NewName(target_.Path());
+            if (Link(path)) {
+                path_ = path;
+            } else if (errno != EEXIST) {
+                return false;
+            }
+        }
+        return TakeName(rename(path_.c_str(), target_.Path().c_str()) == 0);
+    }
+
+  private:
+    bool Link(const std::string &path) const
+    {
+        const std::string file = "/proc/self/fd/" + std::to_string(file_.Get());
+        return linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    }
+
+    /// Takes a name that nobody has, even if somebody makes a file of that name just now.
+    bool InstallNamed()
+    {
+        if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.Path().c_str(),
+                      RENAME_NOREPLACE) == 0) {
+            return TakeName(true);
+        }
+        const bool isUnknown = errno == EINVAL || errno == ENOSYS;
+        return isUnknown && link(path_.c_str(), target_.Path().c_str()) == 0;
+    }
+
+    bool TakeName(bool isInstalled)
+    {
+        if (isInstalled) {
+            path_.clear();
+        }
+        return isInstalled;
+    }
+
+    const Target &target_;
+    Descriptor file_;
+    std::string path_; // empty: it has no name
+};
+
+/// Copies extended attributes as far as it goes: some belong to the system, and others not every
+/// file system has. But an access list that gets lost would open or close the file to somebody.
+void CopyExtendedAttributes(int from, int to, const std::string &path)
+{
+    const ssize_t size = flistxattr(from, nullptr, 0);
     std::vector<char> names(size > 0 ? static_cast<std::size_t>(size) : 0);
-    const ssize_t held = listxattr(path.c_str(), names.data(), names.size());
+    const ssize_t held = flistxattr(from, names.data(), names.size());
     for (ssize_t at = 0; at < held;) {
         const std::string name(&names[static_cast<std::size_t>(at)]);
         at += static_cast<ssize_t>(name.size()) + 1;
-        const ssize_t length = getxattr(path.c_str(), name.c_str(), nullptr, 0);
+        const ssize_t length = fgetxattr(from, name.c_str(), nullptr, 0);
         std::vector<char> value(length > 0 ? static_cast<std::size_t>(length) : 0);
-        const ssize_t got = getxattr(path.c_str(), name.c_str(), value.data(), value.size());
-        if (got >= 0) {
-            // As far as it goes: some belong to the system, and others not every file system has.
-            static_cast<void>(
-                fsetxattr(fd, name.c_str(), value.data(), static_cast<std::size_t>(got), 0));
+        const ssize_t got = fgetxattr(from, name.c_str(), value.data(), value.size());
+        if (got >= 0 &&
+            fsetxattr(to, name.c_str(), value.data(), static_cast<std::size_t>(got), 0) != 0 &&
+            name == "system.posix_acl_access") {
+            const Failure failure =
+                SystemFailure("cannot keep the access list of " + Quoted(path), errno);
+            throw Failure(failure.Code(), failure.what(), kInPlaceHint);
         }
     }
 }
 
-/// Gives a file another name; in place of another file only where that is expected.
-bool Rename(const std::string &from, const std::string &to, bool mayReplace)
+/// Gives a new file the owner, mode and extended attributes of another one.
+void AdoptAttributes(int from, int to, const std::string &path)
 {
-    if (!mayReplace) {
-        if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-            return true;
-        }
-        if (errno != EINVAL && errno != ENOSYS) {
-            return false;
-        }
+    struct stat status = {};
+    struct stat own = {};
+    if (fstat(from, &status) != 0 || fstat(to, &own) != 0) {
+        throw SystemFailure("cannot look at " + Quoted(path), errno);
     }
-    return rename(from.c_str(), to.c_str()) == 0;
+    const bool isOwners = own.st_uid == status.st_uid && own.st_gid == status.st_gid;
+    if (!isOwners && fchown(to, status.st_uid, status.st_gid) != 0) {
+        const Failure failure = SystemFailure("cannot keep the owner of " + Quoted(path), errno);
+        throw Failure(failure.Code(), failure.what(), kInPlaceHint);
+    }
+    CopyExtendedAttributes(from, to, path);
+    // Last: a change of the owner clears bits, and an access list sets some.
+    if (fchmod(to, status.st_mode & kModeBits) != 0) {
+        throw SystemFailure("cannot keep the mode of " + Quoted(path), errno);
+    }
+}
+
+/// Brings the entries of the directory that holds a file to the disk.
+void FlushDirectoryOf(const std::string &path)
+{
+    const Descriptor directory(open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // What cannot be flushed will be, by and by: the change has been made, and is whole either way.
+    if (directory.IsOpen()) {
+        static_cast<void>(fsync(directory.Get()));
+    }
+}
+
+Failure ChangedMeanwhile(const std::string &path)
+{
+    return {ExitCode::kIo, Quoted(path) + " was changed by somebody else; nothing was written",
+            "try again"};
+}
+
+/// Refuses a file that does not hold what was written to it.
+void RequireContent(int fd, const std::string &bytes, const std::string &path)
+{
+    if (!HoldsJust(fd, bytes)) {
+        throw Failure(ExitCode::kIo, "cannot write " + Quoted(path) +
+                                         ": what was written does not read back the same");
+    }
+}
+
+bool WriteAt(int fd, std::string_view bytes, std::size_t at)
+{
+    return lseek(fd, static_cast<off_t>(at), SEEK_SET) != -1 && WriteWhole(fd, bytes);
 }
 
 } // namespace
 
-Target::Target(const std::string &name, bool mayBeMissing, const std::string &missingHint)
+Target::Target(const std::string &name, const TargetOptions &options) : limit_(options.limit)
 {
     if (name.empty()) {
         throw Failure(ExitCode::kUsage, "the file's name is empty");
     }
     if (stat(name.c_str(), &status_) != 0) {
         const int error = errno;
-        if (error == ENOENT && mayBeMissing) {
+        if (error == ENOENT && options.mayBeMissing) {
             path_ = NewPath(name);
+            RemoveLeftovers(path_);
             return;
         }
         const Failure failure = SystemFailure("cannot open " + Quoted(name), error);
-        if (error != ENOENT) {
+        if (error != ENOENT || !options.missingHint) {
             throw failure;
         }
-        const std::string recovery = RecoveryHint(name);
-        throw Failure(failure.Code(), failure.what(), recovery.empty() ? missingHint : recovery);
+        throw Failure(failure.Code(), failure.what(), options.missingHint());
     }
     if (S_ISDIR(status_.st_mode)) {
         throw SystemFailure("cannot change " + Quoted(name), EISDIR);
@@ -140,134 +385,113 @@ Target::Target(const std::string &name, bool mayBeMissing, const std::string &mi
     if (faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0) {
         throw SystemFailure("cannot change " + Quoted(name), errno);
     }
-    exists_ = true;
     path_ = RealPath(name);
     // The lock is that of the file which has the name once the lock is held: another instance may
     // just have replaced it.
-    for (;;) {
-        lock_ = Descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-        if (!lock_.IsOpen()) {
+    for (bool isCurrent = false; !isCurrent;) {
+        file_ = Descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+        if (!file_.IsOpen()) {
             throw SystemFailure("cannot open " + Quoted(name), errno);
         }
-        const bool isLocked = flock(lock_.Get(), LOCK_EX) == 0 || errno != EINTR;
-        struct stat held = {};
-        if (isLocked && fstat(lock_.Get(), &held) == 0 && stat(path_.c_str(), &status_) == 0 &&
-            held.st_ino == status_.st_ino && held.st_dev == status_.st_dev) {
-            return;
-        }
+        Lock(file_.Get(), name, options.wait);
+        struct stat now = {};
+        isCurrent = fstat(file_.Get(), &status_) == 0 && stat(path_.c_str(), &now) == 0 &&
+                    IsSameFile(status_, now);
     }
+    RemoveLeftovers(path_);
+    bytes_ = ReadWhole(file_, name, limit_);
 }
 
 bool Target::HasChanged() const
 {
     struct stat now = {};
     const bool exists = lstat(path_.c_str(), &now) == 0;
-    return exists != exists_ || (exists && !IsSame(now, status_));
+    return exists != Exists() ||
+           (exists && (!IsSameFile(now, status_) || !HoldsJust(file_.Get(), bytes_)));
 }
 
-WorkingCopy::WorkingCopy(const Target &target)
-    : target_(target),
-      path_((DirectoryOf(target.Path()) == "/" ? "" : DirectoryOf(target.Path())) + "/" +
-            kWorkingName),
-      umask_(umask(077))
+void Replace(const Target &target, const std::string &bytes, const Descriptor *model)
 {
-    // A signal would leave the working copy behind; the work on it is short.
-    sigset_t signals = {};
-    sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        sigaddset(&signals, signal);
+    const SignalBlock block;
+    NewFile file(target);
+    const std::string &path = target.Path();
+    if (!WriteWhole(file.Get(), bytes)) {
+        throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    sigprocmask(SIG_BLOCK, &signals, &signals_);
-    const Descriptor file(mkostemps(path_.data(), kWorkingEnding, O_CLOEXEC));
-    if (!file.IsOpen()) {
-        const int error = errno;
-        umask(umask_);
-        sigprocmask(SIG_SETMASK, &signals_, nullptr);
-        throw Failure(
-            ExitCode::kIo,
-            SystemFailure("cannot write to the directory " + Quoted(DirectoryOf(target.Path())),
-                          error)
-                .what(),
-            "a change replaces the file, so its directory must take a new one");
-    }
-}
-
-WorkingCopy::~WorkingCopy()
-{
-    if (!isInstalled_) {
-        unlink(path_.c_str());
-        try {
-            for (const Leftover &leftover : FindLeftovers(path_)) {
-                unlink(leftover.path.c_str());
-            }
-        } catch (const Failure &) {
-            // The directory went away, and they with it.
-        }
-    }
-    umask(umask_);
-    sigprocmask(SIG_SETMASK, &signals_, nullptr);
-}
-
-void WorkingCopy::Write(const std::string &bytes)
-{
-    const Descriptor file(open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOFOLLOW));
-    if (!file.IsOpen() || !WriteWhole(file.Get(), bytes)) {
-        throw SystemFailure("cannot write to the directory " + Quoted(DirectoryOf(path_)), errno);
-    }
-}
-
-void WorkingCopy::Install()
-{
-    const Descriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!file.IsOpen()) {
-        throw SystemFailure("cannot open " + Quoted(path_), errno);
-    }
-    if (target_.Exists()) {
-        AdoptAttributes(file.Get(), target_.Path(), target_.Status());
-    } else if (fchmod(file.Get(), kNewFile & ~umask_) != 0) {
-        throw SystemFailure("cannot set the mode of " + Quoted(target_.Path()), errno);
+    if (target.Exists()) {
+        AdoptAttributes(target.File().Get(), file.Get(), path);
+    } else if (model != nullptr) {
+        AdoptAttributes(model->Get(), file.Get(), path);
     }
     if (fsync(file.Get()) != 0) {
-        throw SystemFailure("cannot write " + Quoted(target_.Path()), errno);
+        throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    if (target_.HasChanged()) {
-        throw Failure(ExitCode::kIo,
-                      Quoted(target_.Path()) +
-                          " was changed by somebody else; "
-                          "nothing was written",
-                      "try again");
+    RequireContent(file.Get(), bytes, path);
+    if (target.HasChanged()) {
+        throw ChangedMeanwhile(path);
     }
-    if (!Rename(path_, target_.Path(), target_.Exists())) {
-        throw SystemFailure("cannot replace " + Quoted(target_.Path()), errno);
+    if (!file.Install()) {
+        const int error = errno;
+        if (error == EEXIST) {
+            throw ChangedMeanwhile(path);
+        }
+        const bool isTaken = error == EBUSY || error == EPERM || error == EACCES;
+        throw Failure(ExitCode::kIo, SystemFailure("cannot replace " + Quoted(path), error).what(),
+                      isTaken ? kInPlaceHint : "");
     }
-    isInstalled_ = true;
-    FlushDirectoryOf(path_);
+    FlushDirectoryOf(path);
 }
 
-void AdoptAttributes(int fd, const std::string &path, const struct stat &status)
+void WriteInPlace(const Target &target, const std::string &bytes)
 {
-    struct stat own = {};
-    if (fstat(fd, &own) != 0) {
-        throw SystemFailure("cannot look at the new content of " + Quoted(path), errno);
+    const std::string &path = target.Path();
+    const std::string &old = target.Bytes();
+    const SignalBlock block;
+    const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY));
+    if (!file.IsOpen()) {
+        throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    const bool isOwners = own.st_uid == status.st_uid && own.st_gid == status.st_gid;
-    if (!isOwners && fchown(fd, status.st_uid, status.st_gid) != 0) {
-        throw SystemFailure("cannot keep the owner of " + Quoted(path), errno);
+    // Room first: a disk that is full shows here, before anything is changed.
+    if (bytes.size() > old.size() &&
+        fallocate(file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes.size())) != 0 &&
+        errno != EOPNOTSUPP) {
+        throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    CopyExtendedAttributes(fd, path);
-    // Last: a change of the owner clears bits, and an access list sets some.
-    if (fchmod(fd, status.st_mode & kModeBits) != 0) {
-        throw SystemFailure("cannot keep the mode of " + Quoted(path), errno);
+    if (target.HasChanged()) {
+        throw ChangedMeanwhile(path);
     }
+    const auto same = static_cast<std::size_t>(std::ranges::mismatch(old, bytes).in1 - old.begin());
+    const bool isWritten = WriteAt(file.Get(), std::string_view(bytes).substr(same), same) &&
+                           ftruncate(file.Get(), static_cast<off_t>(bytes.size())) == 0 &&
+                           fsync(file.Get()) == 0;
+    if (!isWritten) {
+        const int error = errno;
+        const bool isBack = WriteAt(file.Get(), std::string_view(old).substr(same), same) &&
+                            ftruncate(file.Get(), static_cast<off_t>(old.size())) == 0;
+        throw Failure(ExitCode::kIo, SystemFailure("cannot write " + Quoted(path), error).what(),
+                      isBack ? "its old content was written back"
+                             : "its content is damaged from byte " + std::to_string(same) + " on");
+    }
+    RequireContent(file.Get(), bytes, path);
 }
 
-void FlushDirectoryOf(const std::string &path)
+bool KeepAs(const Target &target, const std::string &path)
 {
-    const Descriptor directory(open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // What cannot be flushed will be, by and by: the change has been made, and is whole either way.
-    if (directory.IsOpen()) {
-        static_cast<void>(fsync(directory.Get()));
+    const std::string file = "/proc/self/fd/" + std::to_string(target.File().Get());
+    if (linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        return true;
     }
+    if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) {
+        return false;
+    }
+    // No hard links here: a copy.
+    const Descriptor copy(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kNobodyElse));
+    if (!copy.IsOpen()) {
+        return false;
+    }
+    AdoptAttributes(target.File().Get(), copy.Get(), path);
+    return WriteWhole(copy.Get(), target.Bytes()) && fsync(copy.Get()) == 0;
 }
 
 } // namespace wyx::tool

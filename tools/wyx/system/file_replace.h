@@ -1,69 +1,69 @@
-// Changing a file without ever losing it: a working copy beside it that takes its name in the end.
+// Changing a file without ever losing it: the new content is complete before it takes the old one's
+// place, in one step.
 #ifndef WYX_TOOL_FILE_REPLACE_H
 #define WYX_TOOL_FILE_REPLACE_H
 
-#include <signal.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <functional>
 #include <string>
 
 #include "system/file_input.h"
 
 namespace wyx::tool {
 
-/// The file to change: where its name leads, with symbolic links resolved.
+constexpr std::chrono::milliseconds kUsualWait = std::chrono::seconds(10);
+
+struct TargetOptions {
+    std::size_t limit = 0;                       ///< the most bytes of a file that is accepted
+    bool mayBeMissing = false;                   ///< accept a name that leads nowhere yet
+    std::function<std::string()> missingHint{};  ///< what to do about a file that is missing
+    std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
+};
+
+/// The file to change: where its name leads, with symbolic links resolved. It is locked (flock)
+/// against other instances of this tool, and what killed ones left beside it is removed.
 class Target {
   public:
-    /// @param mayBeMissing  accept a name that leads nowhere yet
-    /// @param missingHint   what to do about a file that is missing
-    /// @throws Failure for a missing file, a directory, a device, a file that must not be written
-    Target(const std::string &name, bool mayBeMissing, const std::string &missingHint);
+    /// @throws Failure for a missing file, a directory, a device, a file that must not be written,
+    ///         and one that somebody else keeps locked
+    Target(const std::string &name, const TargetOptions &options);
 
     const std::string &Path() const { return path_; }
-    bool Exists() const { return exists_; }
+    bool Exists() const { return file_.IsOpen(); }
     const struct stat &Status() const { return status_; }
-    /// Has it been changed, replaced, removed or made by somebody else since it was looked at?
+    /// The content, empty for a file that does not exist.
+    const std::string &Bytes() const { return bytes_; }
+    /// The open and locked file.
+    const Descriptor &File() const { return file_; }
+    /// Has it been changed, replaced, removed or made by somebody else since it was read?
     bool HasChanged() const;
 
   private:
     std::string path_;
-    bool exists_ = false;
+    Descriptor file_;
     struct stat status_ = {};
-    Descriptor lock_; // keeps other instances of this tool waiting
+    std::string bytes_;
+    std::size_t limit_;
 };
 
-/// A file beside a target that only its owner can read, gone with the object unless it was
-/// installed.
-class WorkingCopy {
-  public:
-    /// Makes it, empty. Its name ends in a dot and letters and has no other dot behind the last
-    /// "/", so that a save of the library stays within the directory.
-    /// @throws Failure
-    explicit WorkingCopy(const Target &target);
-    ~WorkingCopy();
-    WorkingCopy(const WorkingCopy &) = delete;
-    WorkingCopy &operator=(const WorkingCopy &) = delete;
+/// Puts a new file in the target's place, with the target's mode, owner and extended attributes.
+/// Killed at any moment, it leaves the old content or the new one, and beside it at most a file
+/// that no other program takes for configuration: ".NAME.wyx-XXXXXX~".
+/// @param model  for a target that does not exist: the file whose attributes the new one gets;
+///               null for those of any new file
+/// @throws Failure, and then the target is as it was
+void Replace(const Target &target, const std::string &bytes, const Descriptor *model = nullptr);
 
-    const std::string &Path() const { return path_; }
-    void Write(const std::string &bytes);
-    /// Puts it in the target's place, with the target's owner, mode and extended attributes.
-    /// @throws Failure, and then the target is as it was
-    void Install();
+/// Writes into the target itself. It keeps its place, owner and further names, but whoever reads it
+/// meanwhile, or after a crash, may find half of the change.
+/// @throws Failure, and then the old content has been written back if that was possible
+void WriteInPlace(const Target &target, const std::string &bytes);
 
-  private:
-    const Target &target_;
-    std::string path_;
-    bool isInstalled_ = false;
-    mode_t umask_;
-    sigset_t signals_ = {};
-};
-
-/// Gives an open file the owner, mode and extended attributes of another file.
-/// @throws Failure if the owner or mode cannot be given
-void AdoptAttributes(int fd, const std::string &path, const struct stat &status);
-
-/// Brings the entries of the directory that holds a file to the disk.
-void FlushDirectoryOf(const std::string &path);
+/// Gives the target's content a further name, which must be free.
+/// @return false, with errno, if it cannot
+bool KeepAs(const Target &target, const std::string &path);
 
 } // namespace wyx::tool
 

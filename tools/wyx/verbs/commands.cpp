@@ -12,6 +12,16 @@ namespace {
 
 constexpr Option kHelp = {'h', "help", "", "explain the verb, with examples, and exit"};
 constexpr Option kJson = {'\0', "json", "", "write JSON"};
+constexpr Option kStrict = {'\0', "strict", "",
+                            "refuse a file with a byte-order mark, or with lines that cannot be "
+                            "read; without it they are worked around, and kept"};
+constexpr Option kInPlace = {'\0', "in-place", "",
+                             "write into the file itself: for one that is not yours, or is a mount "
+                             "point. A crash may leave half of the change, and programs that read "
+                             "the file meanwhile may see it"};
+constexpr Option kWait = {'\0', "wait", "SECONDS",
+                          "how long to wait for a file that another program has locked, 10 by "
+                          "default"};
 
 constexpr Command kCommands[] = {
     {
@@ -123,24 +133,32 @@ constexpr Command kCommands[] = {
                 "line for a key without a value (null in JSON).",
         .examples = "  wyx ini get net.ini net port\n"
                     "  port=$(wyx ini get net.ini net port) || port=5060\n",
-        .options = {kJson, kHelp},
+        .options = {kStrict, kJson, kHelp},
         .run = RunIniGet,
     },
     {
         .name = "ini set",
-        .summary = "Set keys, all of them in one save",
+        .summary = "Set keys, all of them in one step",
         .operands = "FILE SECTION KEY=VALUE...",
-        .text = "A key that exists keeps its place and comment, a new one goes to the end of its "
-                "section, a new section to the end of the file; 'KEY=' sets an empty value. The "
-                "file keeps its mode and owner; a symbolic link is followed.\n"
+        .text = "Only the value changes, or a line is added: no other byte of the file does. A key "
+                "that exists keeps its place, layout and comment; a new one goes after the last "
+                "key of its section and is laid out like it; a new section goes to the end of the "
+                "file. 'KEY=' sets an empty value. The file keeps its mode and owner; a symbolic "
+                "link is followed.\n"
                 "\n"
                 "What is written is read back and compared before it takes the file's place. A "
                 "name or value that would not read back the same is refused, and the file left as "
-                "it was.",
+                "it was. So is a change that would be right for one program and damage for "
+                "another.",
         .examples = "  wyx ini set net.ini net port=5061\n"
                     "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
                     "  wyx ini set --create new.ini net -- -key=value\n",
-        .options = {{'\0', "create", "", "make the file if it does not exist"}, kJson, kHelp},
+        .options = {{'\0', "create", "", "make the file if it does not exist"},
+                    kInPlace,
+                    kWait,
+                    kStrict,
+                    kJson,
+                    kHelp},
         .run = RunIniSet,
     },
     {
@@ -148,10 +166,11 @@ constexpr Command kCommands[] = {
         .summary = "Delete a key, or a whole section",
         .operands = "FILE SECTION [KEY]",
         .text = "Deletes every line of the key in every block of the section; without a KEY, every "
-                "block of the section with its comments.",
+                "block of the section, with all lines up to the next header. No other byte of the "
+                "file changes.",
         .examples = "  wyx ini del net.ini net port\n"
                     "  wyx ini del net.ini net\n",
-        .options = {kJson, kHelp},
+        .options = {kInPlace, kWait, kStrict, kJson, kHelp},
         .run = RunIniDel,
     },
     {
@@ -161,7 +180,7 @@ constexpr Command kCommands[] = {
         .text = "A section that is in the file more than once is named as often.",
         .examples = "  wyx ini sections net.ini\n"
                     "  wyx ini sections net.ini | sort -f | uniq -di    more than one block\n",
-        .options = {kJson, kHelp},
+        .options = {kStrict, kJson, kHelp},
         .run = RunIniSections,
     },
     {
@@ -170,7 +189,7 @@ constexpr Command kCommands[] = {
         .operands = "FILE SECTION",
         .text = "",
         .examples = "  wyx ini keys net.ini net\n",
-        .options = {kJson, kHelp},
+        .options = {kStrict, kJson, kHelp},
         .run = RunIniKeys,
     },
     {

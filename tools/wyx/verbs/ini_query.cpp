@@ -43,6 +43,16 @@ IniSource ReadSource(const Arguments &arguments)
     }
 }
 
+/// Reads the file for a lookup.
+IniText ReadText(const Arguments &arguments)
+{
+    IniText text(ReadSource(arguments));
+    if (arguments.Has("strict")) {
+        text.RequireReadable();
+    }
+    return text;
+}
+
 ExitCode PutNames(const std::vector<std::string> &names, const char *member, Json json, bool isJson)
 {
     if (isJson) {
@@ -114,57 +124,39 @@ std::string ListRow(const StoredLine &line, int numberWidth)
 
 ExitCode RunIniSections(const Arguments &arguments)
 {
-    const IniSource source = ReadSource(arguments);
-    RequireText(source);
-    const IniDocument document(source);
+    const IniText text = ReadText(arguments);
     Json json;
     SetText(json, "file", arguments[0]);
-    return PutNames(document.Sections(source), "sections", std::move(json), arguments.Has("json"));
+    return PutNames(text.Sections(), "sections", std::move(json), arguments.Has("json"));
 }
 
 ExitCode RunIniKeys(const Arguments &arguments)
 {
-    const IniSource source = ReadSource(arguments);
-    RequireText(source);
-    const IniDocument document(source);
+    const IniText text = ReadText(arguments);
     Json json;
     SetText(json, "file", arguments[0]);
     SetText(json, "section", arguments[1]);
-    return PutNames(document.Keys(source, arguments[1]), "keys", std::move(json),
-                    arguments.Has("json"));
+    return PutNames(text.Keys(arguments[1]), "keys", std::move(json), arguments.Has("json"));
 }
 
 ExitCode RunIniGet(const Arguments &arguments)
 {
-    const IniSource source = ReadSource(arguments);
-    RequireText(source);
-    const IniDocument document(source);
+    const IniText text = ReadText(arguments);
     const std::string &section = arguments[1];
     const std::string &key = arguments[2];
-    const Lookup found = document.Find(section, key);
-    switch (found.status) {
-        case XELP_ERR_INI_OK:
-            break;
-        case XELP_ERR_INI_FILE_EMPTY:
-            throw NotFound(document, source, XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
-        case XELP_ERR_INI_SECTION_NOT_FOUND:
-        case XELP_ERR_INI_KEY_NOT_FOUND:
-            throw NotFound(document, source, found.status, section, key);
-        default:
-            throw LineFailure(source, found.status);
-    }
+    const std::optional<std::string> value = text.Value(section, key);
     if (arguments.Has("json")) {
         Json json;
         SetText(json, "file", arguments[0]);
         SetText(json, "section", section);
         SetText(json, "key", key);
         json["value"] = nullptr;
-        if (found.value) {
-            SetText(json, "value", *found.value);
+        if (value) {
+            SetText(json, "value", *value);
         }
         PutJson(json);
     } else {
-        Put(found.value.value_or("") + "\n");
+        Put(value.value_or("") + "\n");
     }
     return ExitCode::kOk;
 }

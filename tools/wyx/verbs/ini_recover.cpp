@@ -149,31 +149,24 @@ const Leftover &Choose(const std::vector<Leftover> &leftovers, const std::string
 }
 
 /// Gives the present content of a file a name that is free.
-std::string KeepOld(const std::string &path)
+std::string KeepOld(const Target &target)
 {
     for (int i = 0; i < kMostBackups; ++i) {
-        const std::string backup = path + ".old" + (i == 0 ? "" : std::to_string(i));
-        if (link(path.c_str(), backup.c_str()) == 0) {
+        const std::string backup = target.Path() + ".old" + (i == 0 ? "" : std::to_string(i));
+        if (KeepAs(target, backup)) {
             return backup;
-        }
-        if (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) {
-            // No hard links here. For a moment the name is free, as it is in every save.
-            if (renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, backup.c_str(), RENAME_NOREPLACE) ==
-                0) {
-                return backup;
-            }
         }
         if (errno != EEXIST) {
             throw SystemFailure("cannot keep the present content as " + Quoted(backup), errno);
         }
     }
-    throw Failure(ExitCode::kIo, "too many files " + Quoted(path + ".old*"));
+    throw Failure(ExitCode::kIo, "too many files " + Quoted(target.Path() + ".old*"));
 }
 
 ExitCode Restore(const Arguments &arguments, const Leftover &leftover)
 {
     const std::string &name = arguments[0];
-    const Target target(name, true, "");
+    const Target target(name, {.limit = kLargestFile, .mayBeMissing = true});
     const IniSource source(leftover.path);
     RequireText(source);
     const IniDocument document(source); // refuses what does not load
@@ -181,15 +174,9 @@ ExitCode Restore(const Arguments &arguments, const Leftover &leftover)
     if (!file.IsOpen()) {
         throw SystemFailure("cannot open " + Quoted(leftover.path), errno);
     }
-    std::string backup;
-    if (target.Exists()) {
-        AdoptAttributes(file.Get(), target.Path(), target.Status());
-        backup = KeepOld(target.Path());
-    }
-    if (fsync(file.Get()) != 0 || rename(leftover.path.c_str(), target.Path().c_str()) != 0) {
-        throw SystemFailure("cannot restore " + Quoted(name), errno);
-    }
-    FlushDirectoryOf(target.Path());
+    const std::string backup = target.Exists() ? KeepOld(target) : "";
+    Replace(target, source.Bytes(), &file);
+    unlink(leftover.path.c_str());
     if (arguments.Has("json")) {
         Json json;
         SetText(json, "file", name);

@@ -1,0 +1,670 @@
+#include "ini/edit.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include "ini/document.h"
+#include "ini/other_readers.h"
+#include "ini/text.h"
+#include "system/terminal.h"
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+constexpr const char *kEndsInBackslash =
+    " ends in a backslash, which would join the next line to it";
+constexpr std::size_t kLongestSection = kLongestLine - 4; // in brackets, before CR LF
+
+Failure Refusal(const std::string &what, const std::string &hint = {})
+{
+    return {ExitCode::kUsage, what + "; nothing was changed", hint};
+}
+
+bool IsBlank(char ch)
+{
+    return kBlanks.find(ch) != std::string_view::npos;
+}
+
+bool HasBlankEnd(std::string_view text)
+{
+    return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
+}
+
+bool HasLineEnd(std::string_view text)
+{
+    return text.find_first_of("\r\n") != std::string_view::npos;
+}
+
+/// Does a text end in a backslash that joins what follows? Those in pairs are text.
+bool EndsInBackslash(std::string_view text)
+{
+    const std::size_t last = text.find_last_not_of('\\');
+    return (text.size() - (last == std::string_view::npos ? 0 : last + 1)) % 2 == 1;
+}
+
+void RequireSection(const std::string &section)
+{
+    const std::string shown = "section " + Quoted(section);
+    if (section.empty()) {
+        throw Refusal("the section's name is empty");
+    }
+    if (HasLineEnd(section)) {
+        throw Refusal(shown + " holds a line end");
+    }
+    if (section.find(']') != std::string::npos) {
+        throw Refusal(shown + " holds a ']', which ends the name",
+                      section.front() == '[' && section.back() == ']'
+                          ? "write the name without its brackets"
+                          : "");
+    }
+    if (HasBlankEnd(section)) {
+        throw Refusal(shown + " begins or ends with a blank, which would be lost");
+    }
+    if (section.size() > kLongestSection) {
+        throw Refusal("the section's name is too long: " + std::to_string(section.size()) +
+                      " bytes, at most " + std::to_string(kLongestSection));
+    }
+}
+
+void RequireKey(const std::string &key)
+{
+    const std::string shown = "key " + Quoted(key);
+    if (key.empty()) {
+        throw Refusal("the key's name is empty");
+    }
+    if (HasLineEnd(key)) {
+        throw Refusal(shown + " holds a line end");
+    }
+    if (key.find('=') != std::string::npos) {
+        throw Refusal(shown + " holds a '=', which ends the name");
+    }
+    if (HasBlankEnd(key)) {
+        throw Refusal(shown + " begins or ends with a blank, which would be lost",
+                      "write KEY=VALUE without blanks beside the '='");
+    }
+    switch (key.front()) {
+        case '[':
+            throw Refusal(shown + " begins with '[', as a section does");
+        case '#':
+        case ';':
+            throw Refusal(shown + " begins like a comment");
+        case '\\':
+            throw Refusal(shown +
+                          " begins with a backslash, which joins its line to the one before");
+        default:
+            break;
+    }
+}
+
+void RequireValue(const std::string &key, const std::string &value)
+{
+    const std::string shown = "the value of " + Quoted(key);
+    if (HasLineEnd(value)) {
+        throw Refusal(shown + " holds a line end");
+    }
+    if (value.find('\0') != std::string::npos) {
+        throw Refusal(shown + " holds a NUL byte");
+    }
+    if (HasBlankEnd(value)) {
+        throw Refusal(shown + " begins or ends with a blank, which would be lost",
+                      "quotation marks are kept as a part of a value, and keep blanks inside them");
+    }
+}
+
+/// Bytes of the old text, and what takes their place.
+struct Splice {
+    Range old;
+    std::string bytes;
+};
+
+/// The text with its splices made. They are in order and do not overlap.
+std::string Apply(const std::string &bytes, const std::vector<Splice> &splices)
+{
+    std::string result;
+    std::size_t at = 0;
+    for (const Splice &splice : splices) {
+        result.append(bytes, at, splice.old.begin - at).append(splice.bytes);
+        at = splice.old.end;
+    }
+    return result.append(bytes, at);
+}
+
+/// How a key line is laid out, up to its value.
+struct Style {
+    std::string indent;
+    std::size_t nameWidth = 0; // of the key with the blanks after it
+    std::string beforeEquals;
+    std::string afterEquals;
+};
+
+Style StyleOfLine(std::string_view line, bool hasValue)
+{
+    const std::size_t name = std::min(line.find_first_not_of(kBlanks), line.size());
+    const std::size_t equals = line.find('=');
+    const std::size_t nameEnd = line.find_last_not_of(kBlanks, equals - 1) + 1;
+    const std::size_t value = std::min(line.find_first_not_of(kBlanks, equals + 1), line.size());
+    Style style;
+    style.indent = line.substr(0, name);
+    style.nameWidth = equals - name;
+    style.beforeEquals = line.substr(nameEnd, equals - nameEnd);
+    style.afterEquals = hasValue ? line.substr(equals + 1, value - equals - 1) : style.beforeEquals;
+    return style;
+}
+
+/// A key line in a style. Equals signs in a column stay in it.
+std::string KeyLine(const Style &style, const Edit &edit)
+{
+    std::string before = style.beforeEquals;
+    if (before.size() > 1 && before.find('\t') == std::string::npos) {
+        before = std::string(
+            style.nameWidth > edit.key.size() ? style.nameWidth - edit.key.size() : 1, ' ');
+    }
+    return style.indent + edit.key + before + "=" +
+           (edit.value.empty() ? "" : style.afterEquals + edit.value);
+}
+
+/// The line that the library means, found out by a change in a document of its own.
+struct Meant {
+    std::size_t line = 0; // the line of the key; for a new key, one of those after its place
+    bool isKey = false;   // the key is there
+    bool isNewSection = false;
+};
+
+/// Does a slot of a document hold what it held when it was made of the text?
+bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, std::size_t slot)
+{
+    const bool isEmpty = record.pStrLine[slot] == nullptr;
+    const LineParts &parts = text.Parts()[slot];
+    if (parts.IsUnreadable() && parts.kind != INI_SECTION_LINE) {
+        return isEmpty;
+    }
+    if (parts.IsUnreadable()) {
+        return !isEmpty && std::string_view(record.pStrLine[slot]) == kNobodysHeader;
+    }
+    return !isEmpty && text.Lines()[slot].text == record.pStrLine[slot];
+}
+
+Meant FindMeant(const IniText &text, const Edit &edit)
+{
+    const Lookup old = text.Document().Find(edit.section, edit.key);
+    IniDocument trial(text.Stored(), text.Parts());
+    XELP_IN_S_INI_FILE_STRUCT &record = *trial.Record();
+    std::string section = edit.section;
+    std::string key = edit.key;
+    std::string other = old.value == "1" ? "2" : "1"; // so that its line changes
+    // A key that is too long for a line is still put in, or taken out, where it belongs.
+    if (XELP_IniSetKeyValue(&record, section.data(), key.data(), other.data()) ==
+        XELP_ERR_INI_INTERNAL) {
+        throw std::bad_alloc();
+    }
+    const std::size_t count = text.Lines().size();
+    Meant meant;
+    meant.isNewSection = record.ulLineNum == count + 2;
+    meant.isKey = old.status == XELP_ERR_INI_OK;
+    while (meant.line < count && IsAsBefore(text, record, meant.line)) {
+        ++meant.line;
+    }
+    return meant;
+}
+
+/// The lines that the library deletes, found out in the same way.
+std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
+{
+    IniDocument trial(text.Stored(), text.Parts());
+    const QAL_UINT32 ulStatus =
+        edit.kind == Edit::Kind::kDeleteKey
+            ? XELP_IniDelKey(trial.Record(), edit.section.c_str(), edit.key.c_str())
+            : XELP_IniDelSection(trial.Record(), edit.section.c_str());
+    switch (ulStatus) {
+        case XELP_ERR_INI_OK:
+            break;
+        case XELP_ERR_INI_KEY_NOT_FOUND:
+            throw text.NotFound(ulStatus, edit.section, edit.key);
+        case XELP_ERR_INI_FILE_EMPTY:
+        case XELP_ERR_INI_SECTION_NOT_FOUND:
+            throw text.NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, edit.section, edit.key);
+        default:
+            throw LineFailure(text.Source(), ulStatus);
+    }
+    std::vector<std::size_t> lines;
+    for (std::size_t i = 0; i < text.Lines().size(); ++i) {
+        if (!IsAsBefore(text, *trial.Record(), i)) {
+            lines.push_back(i);
+        }
+    }
+    return lines;
+}
+
+/// One edit of one text.
+class Editor {
+  public:
+    Editor(const IniText &text, const Edit &edit)
+        : text_(text), edit_(edit), owners_(OwnersOf(text))
+    {}
+
+    /// The new text; nothing if it is the old one.
+    std::unique_ptr<IniText> Set(std::vector<std::string> &warnings);
+    std::unique_ptr<IniText> Delete(std::size_t &deletedLines, std::vector<std::string> &warnings);
+
+  private:
+    std::size_t Count() const { return text_.Lines().size(); }
+    std::string LineName(std::size_t line) const
+    {
+        return "line " + std::to_string(text_.Lines()[line].first);
+    }
+    std::string LineEndAfter(std::size_t line) const;
+    std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
+    std::size_t LastLineOf(std::size_t key) const;
+    Style StyleOf(std::size_t key) const;
+    void RequireSameForOthers(std::size_t line) const;
+    void RequireJoinable(std::size_t line) const;
+    void Replace(std::size_t line);
+    void Insert(std::size_t before);
+    void Append();
+    void InsertAfter(std::optional<std::size_t> line, const std::string &textLine);
+    void Remove(std::size_t line);
+    void RemoveBlock(std::size_t header, std::vector<std::string> &warnings);
+    std::unique_ptr<IniText> Finish() const;
+    void RequireSet(const IniText &after, std::size_t line) const;
+    std::string ShownValue() const { return "the value of " + Quoted(edit_.key); }
+
+    const IniText &text_;
+    const Edit &edit_;
+    const Owners owners_;
+    std::vector<Splice> splices_;
+    std::set<std::size_t> removed_;      // lines that go
+    std::optional<std::size_t> changed_; // the line that changes
+    std::size_t added_ = 0;              // how many are new ...
+    std::size_t addedAt_ = 0;            // ... before this line
+};
+
+/// The line end of a line, or of the file's first one if the line has none.
+std::string Editor::LineEndAfter(std::size_t line) const
+{
+    for (const std::size_t i : {line, std::size_t{0}}) {
+        const std::string_view bytes = text_.BytesOf(i);
+        if (const std::size_t length = LineEndLength(bytes); length > 0) {
+            return std::string(bytes.substr(bytes.size() - length));
+        }
+    }
+    return "\n";
+}
+
+/// The lines that go with a key line because they are indented below it.
+std::vector<std::size_t> Editor::ContinuationsOf(std::size_t line) const
+{
+    std::vector<std::size_t> lines;
+    for (std::size_t i = line + 1; i < Count(); ++i) {
+        if (owners_[i] == line) {
+            lines.push_back(i);
+        }
+    }
+    return lines;
+}
+
+std::size_t Editor::LastLineOf(std::size_t key) const
+{
+    const std::vector<std::size_t> continuations = ContinuationsOf(key);
+    return continuations.empty() ? key : continuations.back();
+}
+
+Style Editor::StyleOf(std::size_t key) const
+{
+    const std::string_view first = text_.LinesOf(key).front();
+    return first.find('=') != std::string_view::npos
+               ? StyleOfLine(first, text_.Parts()[key].value.has_value())
+               : Style();
+}
+
+/// Refuses to touch a line that is one thing to the library and another to other readers.
+void Editor::RequireSameForOthers(std::size_t line) const
+{
+    const std::string shown = "key " + Quoted(edit_.key);
+    if (owners_[line]) {
+        throw Refusal(shown + " is in " + LineName(line) + ", which is indented below " +
+                      LineName(*owners_[line]) +
+                      ": other programs read it as a part of the value there");
+    }
+    for (const std::size_t i : ContinuationsOf(line)) {
+        const LineParts &parts = text_.Parts()[i];
+        if (parts.kind == INI_SECTION_LINE || LooksLikeKey(text_.BytesOf(i))) {
+            throw Refusal(LineName(i) + " is indented below " + shown + " in " + LineName(line) +
+                          ": it is a part of that value or a line of its own, and programs differ");
+        }
+    }
+    RequireJoinable(line);
+}
+
+/// Refuses to touch joined lines if they may be lines of their own.
+void Editor::RequireJoinable(std::size_t line) const
+{
+    const std::vector<std::string_view> lines = text_.LinesOf(line);
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::string_view joined = lines[i];
+        const std::string number = std::to_string(text_.Lines()[line].first + i);
+        if (joined.starts_with('\\')) {
+            throw Refusal("line " + number +
+                          " begins with a backslash, which joins it to the line before");
+        }
+        if (!joined.empty() && !IsBlank(joined.front()) &&
+            (LooksLikeKey(joined) || LooksLikeHeader(joined))) {
+            throw Refusal("the backslash before line " + number +
+                          " joins it to the line before, but it looks like a line of its own, and "
+                          "programs differ");
+        }
+    }
+}
+
+/// Puts the new value in the place of the old one.
+void Editor::Replace(std::size_t line)
+{
+    RequireSameForOthers(line);
+    const std::string &stored = text_.Lines()[line].text;
+    const std::string value = text_.Parts()[line].value.value_or("");
+    // Where the value is in the stored line.
+    const std::size_t afterEquals = stored.find('=') + 1;
+    std::size_t begin = std::min(stored.find_first_not_of(kBlanks, afterEquals), stored.size());
+    std::size_t end = begin + value.size();
+    if (value.empty() && begin > afterEquals && stored.substr(begin, 1) == ";") {
+        end = --begin; // a comment keeps the blank before it
+    }
+    // The bytes are those of the stored line up to where a backslash joins two lines, and again
+    // after the last such place.
+    const std::string_view bytes = WithoutLineEnd(text_.BytesOf(line));
+    const std::string_view head = std::string_view(stored).substr(0, begin);
+    const std::string_view tail = WithoutLineEnd(stored).substr(end);
+    const auto headSize =
+        static_cast<std::size_t>(std::ranges::mismatch(head, bytes).in1 - head.begin());
+    if (headSize < afterEquals || !bytes.ends_with(tail) || headSize + tail.size() > bytes.size()) {
+        throw Refusal("the line of " + Quoted(edit_.key) +
+                      " is joined by a backslash inside its name or comment");
+    }
+    const std::size_t at = text_.Ranges()[line].begin;
+    splices_.push_back({{at + headSize, at + bytes.size() - tail.size()}, edit_.value});
+    changed_ = line;
+    for (const std::size_t i : ContinuationsOf(line)) {
+        Remove(i);
+    }
+}
+
+/// Puts a new key after the last one of its section, or after the header.
+void Editor::Insert(std::size_t before)
+{
+    std::size_t begin = before; // the first line after the header
+    while (text_.Parts()[begin - 1].kind != INI_SECTION_LINE) {
+        --begin;
+    }
+    std::size_t end = begin;
+    while (end < Count() && text_.Parts()[end].kind != INI_SECTION_LINE) {
+        ++end;
+    }
+    if (const auto line = LineOfOthersKey(text_, {begin, end}, edit_.key)) {
+        throw Refusal("line " + std::to_string(*line) + " looks like key " + Quoted(edit_.key) +
+                          ", but cannot be read: a second one would make the file ambiguous",
+                      "change that line by hand");
+    }
+    if (end < Count() && owners_[end]) {
+        throw Refusal(LineName(end) + ", the next header, is indented below " +
+                      LineName(*owners_[end]) +
+                      ": other programs read it as a part of the value "
+                      "there");
+    }
+    std::size_t last = begin - 1;
+    std::optional<Style> style;
+    for (std::size_t i = begin; i < end; ++i) {
+        const LineParts &parts = text_.Parts()[i];
+        if (parts.kind == INI_KEYVALUE_LINE && !owners_[i]) {
+            style = StyleOf(i);
+            last = LastLineOf(i);
+        } else if (!style && parts.IsUnreadable()) {
+            last = i; // whatever it is, the new line does not come between it and its header
+        }
+    }
+    if (!style) {
+        style = Style();
+        if (end < Count()) {
+            // Below a line without an indent, an indented header would be a part of its value.
+            const std::string_view next = text_.BytesOf(end);
+            style->indent = next.substr(0, next.find('['));
+        }
+    }
+    InsertAfter(last, KeyLine(*style, edit_));
+    added_ = 1;
+    addedAt_ = last + 1;
+}
+
+/// Puts a new section at the end.
+void Editor::Append()
+{
+    if (const auto line = LineOfOthersSection(text_, edit_.section)) {
+        throw Refusal("line " + std::to_string(*line) + " looks like section " +
+                          Quoted(edit_.section) +
+                          ", but cannot be read: a second one would make the file ambiguous",
+                      "change that line by hand");
+    }
+    Style style;
+    for (std::size_t i = 0; i < Count(); ++i) {
+        if (text_.Parts()[i].kind == INI_KEYVALUE_LINE && !owners_[i]) {
+            style = StyleOf(i);
+        }
+    }
+    const std::optional<std::size_t> last = Count() > 0 ? std::optional(Count() - 1) : std::nullopt;
+    const std::string lineEnd = last ? LineEndAfter(*last) : "\n";
+    InsertAfter(last, "[" + edit_.section + "]" + lineEnd + KeyLine(style, edit_));
+    added_ = 2;
+    addedAt_ = Count();
+}
+
+void Editor::InsertAfter(std::optional<std::size_t> line, const std::string &textLine)
+{
+    const std::string lineEnd = line ? LineEndAfter(*line) : "\n";
+    std::size_t at = text_.Bytes().size();
+    bool isEnded = true;
+    if (line) {
+        const std::string_view bytes = text_.BytesOf(*line);
+        at = *line + 1 < Count() ? text_.Ranges()[*line].end : at;
+        isEnded = LineEndLength(bytes) > 0;
+        if (EndsInBackslash(bytes.substr(0, bytes.size() - LineEndLength(bytes)))) {
+            throw Refusal(LineName(*line) +
+                          " ends in a backslash, which would join the new line to it");
+        }
+    }
+    splices_.push_back({{at, at}, (isEnded ? "" : lineEnd) + textLine + lineEnd});
+}
+
+void Editor::Remove(std::size_t line)
+{
+    if (removed_.insert(line).second) {
+        splices_.push_back({text_.Ranges()[line], {}});
+    }
+}
+
+/// Makes the new text, and proves that every other line in it is as it was.
+std::unique_ptr<IniText> Editor::Finish() const
+{
+    std::vector<Splice> splices = splices_;
+    std::ranges::sort(splices, {}, [](const Splice &splice) { return splice.old.begin; });
+    auto after = std::make_unique<IniText>(
+        IniSource::OfBytes(text_.Source().Name(), Apply(text_.Bytes(), splices)));
+    std::vector<std::optional<std::size_t>> expected; // the old lines; nothing for a new one
+    for (std::size_t i = 0; i <= Count(); ++i) {
+        if (i == addedAt_) {
+            expected.resize(expected.size() + added_);
+        }
+        if (i < Count() && removed_.count(i) == 0) {
+            expected.push_back(changed_ == i ? std::nullopt : std::optional(i));
+        }
+    }
+    const bool isEndAdded = Count() > 0 && text_.Lines().back().isEnded && added_ > 0;
+    std::size_t at = 0;
+    const auto isSame = [&](std::size_t old) {
+        const std::string_view text = text_.Lines()[old].text;
+        return WithoutLineEnd(text) == WithoutLineEnd(after->Lines()[at].text) &&
+               (text_.BytesOf(old) == after->BytesOf(at) || (isEndAdded && old + 1 == Count()));
+    };
+    while (at < expected.size() && at < after->Lines().size() &&
+           (!expected[at] || isSame(*expected[at]))) {
+        ++at;
+    }
+    if (at < std::max(expected.size(), after->Lines().size())) {
+        if (EndsInBackslash(edit_.value)) {
+            throw Refusal(ShownValue() + kEndsInBackslash);
+        }
+        const std::string where = at < expected.size() && expected[at]
+                                      ? LineName(*expected[at])
+                                      : "the line of " + Quoted(edit_.key);
+        throw Refusal(where + " would run together with the line after it");
+    }
+    return after;
+}
+
+/// Refuses a new line that does not read back as it was asked for.
+void Editor::RequireSet(const IniText &after, std::size_t line) const
+{
+    const std::string shown = ShownValue();
+    const std::optional<std::string> value =
+        edit_.value.empty() ? std::nullopt : std::optional(edit_.value);
+    if (after.Lines()[line].isTooLong) {
+        throw Refusal("the line of " + Quoted(edit_.key) + " would be too long: at most " +
+                      std::to_string(kLongestLine) + " bytes with its comment and line end");
+    }
+    const LineParts &parts = after.Parts()[line];
+    const bool isKey = parts.kind == INI_KEYVALUE_LINE &&
+                       parts.name == (changed_ ? text_.Parts()[*changed_].name : edit_.key);
+    if (!isKey || (added_ == 2 && after.Parts()[line - 1].name != edit_.section)) {
+        throw Refusal("key " + Quoted(edit_.key) + " of section " + Quoted(edit_.section) +
+                      " would not read back the same");
+    }
+    if (parts.value != value) {
+        const std::string read = parts.value.value_or("");
+        if (EndsInBackslash(edit_.value) && edit_.value == read + "\\") {
+            throw Refusal(shown + kEndsInBackslash);
+        }
+        const bool isCut =
+            edit_.value.starts_with(read) && edit_.value.find_first_not_of(kBlanks, read.size()) ==
+                                                 edit_.value.find(';', read.size());
+        throw Refusal(shown + " would read back as " + Quoted(read) +
+                      (isCut ? ": ' ;' in it begins a comment" : ""));
+    }
+    const std::optional<std::string> comment =
+        changed_ ? text_.Parts()[*changed_].comment : std::nullopt;
+    if (parts.comment != comment) {
+        throw Refusal(shown + " would change the comment after it to " +
+                      Quoted(parts.comment.value_or("")));
+    }
+    if (after.Document().Find(edit_.section, edit_.key) != Lookup{XELP_ERR_INI_OK, value}) {
+        throw Refusal(shown + " would not be the one that lookups find");
+    }
+}
+
+std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
+{
+    const Meant meant = FindMeant(text_, edit_);
+    if (meant.isKey) {
+        const std::string old = text_.Parts()[meant.line].value.value_or("");
+        if (old == edit_.value && ContinuationsOf(meant.line).empty()) {
+            return nullptr;
+        }
+        Replace(meant.line);
+    } else if (meant.isNewSection) {
+        Append();
+    } else {
+        Insert(meant.line);
+    }
+    std::unique_ptr<IniText> after = Finish();
+    const std::size_t line = changed_ ? *changed_ : addedAt_ + added_ - 1;
+    RequireSet(*after, line);
+    std::string stored = after->Lines()[line].text;
+    const QAL_UINT32 ulStatus = IniCheckKeyLine(stored.data());
+    if (ulStatus != XELP_ERR_INI_OK) {
+        warnings.push_back(Quoted(edit_.key) +
+                           " reads back as it was set, but 'wyx ini check' will refuse its line: " +
+                           LineStatusText(ulStatus) + " (" + std::to_string(ulStatus) + ")");
+    }
+    return after;
+}
+
+/// Removes a header and all lines up to the next one. Those that the library does not see go with
+/// them: else they fell to the section before. Directives such as "!include" belong to no section.
+void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
+{
+    if (owners_[header]) {
+        throw Refusal(LineName(header) + ", a header, is indented below " +
+                      LineName(*owners_[header]) +
+                      ": other programs read it as a part of the value there");
+    }
+    RequireJoinable(header);
+    Remove(header);
+    for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
+         ++i) {
+        RequireJoinable(i);
+        if (text_.Parts()[i].IsUnreadable() && text_.BytesOf(i).starts_with('!')) {
+            warnings.push_back(LineName(i) + " is kept: a directive belongs to no section");
+        } else {
+            Remove(i);
+        }
+    }
+}
+
+std::unique_ptr<IniText> Editor::Delete(std::size_t &deletedLines,
+                                        std::vector<std::string> &warnings)
+{
+    for (const std::size_t line : FindDeleted(text_, edit_)) {
+        if (edit_.kind == Edit::Kind::kDeleteKey) {
+            RequireSameForOthers(line);
+            for (const std::size_t i : ContinuationsOf(line)) {
+                Remove(i);
+            }
+            Remove(line);
+        } else if (text_.Parts()[line].kind == INI_SECTION_LINE) {
+            RemoveBlock(line, warnings);
+        }
+    }
+    for (const std::size_t i : removed_) {
+        deletedLines += text_.Lines()[i].count;
+    }
+    return Finish();
+}
+
+} // namespace
+
+void RequireWritable(const Edit &edit)
+{
+    if (edit.kind == Edit::Kind::kDeleteKey && edit.key.empty()) {
+        throw Refusal("the key's name is empty");
+    }
+    if (edit.kind == Edit::Kind::kSet) {
+        RequireSection(edit.section);
+        RequireKey(edit.key);
+        RequireValue(edit.key, edit.value);
+    }
+}
+
+EditResult ApplyEdits(const std::string &name, const std::string &bytes,
+                      const std::vector<Edit> &edits)
+{
+    auto text = std::make_unique<IniText>(IniSource::OfBytes(name, bytes));
+    EditResult result;
+    for (const Edit &edit : edits) {
+        RequireWritable(edit);
+        EditEffect effect;
+        Editor editor(*text, edit);
+        std::unique_ptr<IniText> after = edit.kind == Edit::Kind::kSet
+                                             ? editor.Set(result.warnings)
+                                             : editor.Delete(effect.deletedLines, result.warnings);
+        if (after) {
+            effect.isChanged = true;
+            text = std::move(after);
+        }
+        result.effects.push_back(effect);
+    }
+    result.bytes = text->Bytes();
+    return result;
+}
+
+} // namespace wyx::tool

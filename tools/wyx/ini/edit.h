@@ -1,0 +1,50 @@
+// Changing the text of a file, in memory: bytes in, bytes out.
+//
+// The library decides which line is meant: the change is first made in a document of its own, and
+// what became of that document's lines says where to cut. The new text is the old one with these
+// bytes replaced, and no others. It is read again before it is returned: the key has the value that
+// was asked for, and every other line is as it was.
+#ifndef WYX_TOOL_INI_EDIT_H
+#define WYX_TOOL_INI_EDIT_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace wyx::tool {
+
+/// One change.
+struct Edit {
+    enum class Kind { kSet, kDeleteKey, kDeleteSection };
+
+    Kind kind = Kind::kSet;
+    std::string section{};
+    std::string key{};   // not for kDeleteSection
+    std::string value{}; // for kSet; empty: the key stays without one
+};
+
+/// What an edit did.
+struct EditEffect {
+    bool isChanged = false;
+    std::size_t deletedLines = 0; // lines of the file
+};
+
+struct EditResult {
+    std::string bytes;               // the whole new text; the old one if nothing changed
+    std::vector<EditEffect> effects; // one for each edit
+    std::vector<std::string> warnings;
+};
+
+/// Refuses names and values that no file can hold, whatever else is in it.
+/// @throws Failure
+void RequireWritable(const Edit &edit);
+
+/// Applies edits to the text of a file, one after the other.
+/// @param name  what messages call the file
+/// @throws Failure for what cannot be done, or would not read back as it was asked for
+EditResult ApplyEdits(const std::string &name, const std::string &bytes,
+                      const std::vector<Edit> &edits);
+
+} // namespace wyx::tool
+
+#endif

@@ -1,0 +1,149 @@
+#include "ini/other_readers.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace wyx::tool {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+
+std::size_t IndentOf(std::string_view line)
+{
+    return std::min(line.find_first_not_of(kBlanks), line.size());
+}
+
+std::string_view Trimmed(std::string_view text)
+{
+    const std::size_t begin = text.find_first_not_of(" \t\r\n");
+    if (begin == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
+}
+
+bool IsComment(std::string_view line)
+{
+    const std::string_view text = Trimmed(line);
+    return text.empty() || text.front() == ';' || text.front() == '#';
+}
+
+/// What a reader that knows ":" and bare keys takes for the key of a line.
+std::string KeyOf(std::string_view line)
+{
+    return std::string(Trimmed(line.substr(0, line.find_first_of("=:"))));
+}
+
+std::string SectionOf(std::string_view line)
+{
+    const std::string_view text = Trimmed(line);
+    return std::string(Trimmed(text.substr(1, text.find(']') - 1)));
+}
+
+/// Calls @p found with each line of the file of which other readers may have another opinion, until
+/// it returns true. Lines that continue a key are no lines of their own for them, either.
+template <typename Found>
+std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
+{
+    const Owners owners = OwnersOf(text);
+    for (std::size_t i = lines.begin; i < lines.end; ++i) {
+        if (owners[i]) {
+            continue;
+        }
+        std::size_t number = text.Lines()[i].first;
+        bool isFirst = true;
+        for (const std::string_view line : text.LinesOf(i)) {
+            const bool isOwn = isFirst || IndentOf(line) == 0;
+            if (isOwn && !IsComment(line) && found(line, i, isFirst)) {
+                return number;
+            }
+            isFirst = false;
+            ++number;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Owners OwnersOf(const IniText &text)
+{
+    Owners owners(text.Lines().size());
+    std::optional<std::size_t> key;
+    std::size_t keyIndent = 0;
+    for (std::size_t i = 0; i < owners.size(); ++i) {
+        const LineParts &parts = text.Parts()[i];
+        const bool isSection = parts.kind == INI_SECTION_LINE;
+        if (!isSection && parts.kind != INI_KEYVALUE_LINE && !parts.IsUnreadable()) {
+            continue; // a comment or nothing, in which a value may pause
+        }
+        const std::size_t indent = IndentOf(text.BytesOf(i));
+        if (key && indent > keyIndent) {
+            owners[i] = key;
+        } else {
+            key = i;
+            keyIndent = indent;
+        }
+        if (isSection) {
+            key = std::nullopt;
+        }
+    }
+    return owners;
+}
+
+bool LooksLikeKey(std::string_view line)
+{
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos || line.substr(equals + 1).starts_with('=')) {
+        return false;
+    }
+    const std::string_view name = Trimmed(line.substr(0, equals));
+    const auto isLetter = [](char ch) {
+        const auto byte = static_cast<unsigned char>(ch);
+        return std::isalnum(byte) != 0 || byte >= 0x80 || ch == '_';
+    };
+    return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, [&](char ch) {
+        return isLetter(ch) || std::string_view(" -./").find(ch) != std::string_view::npos;
+    });
+}
+
+bool LooksLikeHeader(std::string_view line)
+{
+    const std::string_view text = Trimmed(line);
+    return text.starts_with('[') && text.find(']') != std::string_view::npos;
+}
+
+Range BlockOf(const IniText &text, const std::string &section)
+{
+    Range block;
+    bool isInside = false;
+    for (std::size_t i = 0; i < text.Lines().size(); ++i) {
+        if (text.Parts()[i].kind == INI_SECTION_LINE) {
+            isInside = IsSameName(text.Parts()[i].name, section);
+            block.begin = isInside ? i + 1 : block.begin;
+        }
+        block.end = isInside ? i + 1 : block.end;
+    }
+    return block;
+}
+
+std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines, const std::string &key)
+{
+    return FindLine(text, lines, [&](std::string_view line, std::size_t i, bool isFirst) {
+        const LineParts &parts = text.Parts()[i];
+        const bool isKnown = isFirst && !parts.IsUnreadable() && IsSameName(parts.name, key);
+        return !isKnown && IsSameName(KeyOf(line), key);
+    });
+}
+
+std::optional<std::size_t> LineOfOthersSection(const IniText &text, const std::string &section)
+{
+    return FindLine(
+        text, {0, text.Lines().size()}, [&](std::string_view line, std::size_t i, bool isFirst) {
+            const bool isKnown = isFirst && !text.Parts()[i].IsUnreadable();
+            return !isKnown && LooksLikeHeader(line) && IsSameName(SectionOf(line), section);
+        });
+}
+
+} // namespace wyx::tool

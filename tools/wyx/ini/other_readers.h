@@ -1,0 +1,43 @@
+// What programs with a grammar of their own see in a file.
+//
+// A file is written for the program that reads it, and that may take lines for more, or for less,
+// than the library does: a value goes on in the indented lines below it; "key : value" and a bare
+// "key" are keys; a backslash at the end of a line means nothing. Nobody can tell the dialect from
+// the file. So an edit is refused where it would be right for one reader and damage for another.
+#ifndef WYX_TOOL_INI_OTHER_READERS_H
+#define WYX_TOOL_INI_OTHER_READERS_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ini/document.h"
+
+namespace wyx::tool {
+
+/// The key line that each line belongs to, being indented deeper; nothing for most.
+using Owners = std::vector<std::optional<std::size_t>>;
+
+Owners OwnersOf(const IniText &text);
+
+/// Does a line look like one that sets a key, whoever reads it?
+bool LooksLikeKey(std::string_view line);
+
+bool LooksLikeHeader(std::string_view line);
+
+/// The stored lines of a section's last block, without its header; none if it has none.
+Range BlockOf(const IniText &text, const std::string &section);
+
+/// The line of the file in which other readers find a key, among the stored lines from @p begin to
+/// @p end, in which the library does not find it.
+std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines,
+                                           const std::string &key);
+
+/// The line of the file in which other readers find a section that the library does not find.
+std::optional<std::size_t> LineOfOthersSection(const IniText &text, const std::string &section);
+
+} // namespace wyx::tool
+
+#endif
