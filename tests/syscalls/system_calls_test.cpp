@@ -317,7 +317,7 @@ TEST_F(SystemCalls, SetByTheTool)
     std::cout << faults << " faults" << std::endl;
 }
 
-// A restoring that fails or dies can be repeated: the content to restore is under either name.
+// A restoring that fails or dies can be repeated: the content is under one of the names, or both.
 TEST_F(SystemCalls, RecoveryByTheTool)
 {
     const Words command = {WYX_TOOL, "ini", "recover", target_.string(), "--restore", "newest"};
@@ -338,7 +338,7 @@ TEST_F(SystemCalls, RecoveryByTheTool)
                 break;
             }
             SCOPED_TRACE("call " + std::to_string(at) + ": " + fault.what);
-            ASSERT_NE(Content(target_) == kNew, Content(leftover) == kNew);
+            ASSERT_TRUE(Content(target_) == kNew || Content(leftover) == kNew);
             if (fs::exists(leftover)) {
                 ASSERT_EQ(Execute(command, {}), 0);
                 ASSERT_EQ(Content(target_), kNew);
