@@ -195,6 +195,12 @@ ssize_t read(int iFd, void *pTo, size_t size)
     return Move("read", size, [&](size_t count) { return syscall(SYS_read, iFd, pTo, count); });
 }
 
+ssize_t pread(int iFd, void *pTo, size_t size, off_t offset)
+{
+    return Move("pread64", size,
+                [&](size_t count) { return syscall(SYS_pread64, iFd, pTo, count, offset); });
+}
+
 ssize_t write(int iFd, const void *pFrom, size_t size)
 {
     return Move("write", size, [&](size_t count) { return syscall(SYS_write, iFd, pFrom, count); });
@@ -250,6 +256,7 @@ WYX_CALL(int, fchmod, (int iFd, mode_t mode), (iFd, mode))
 WYX_CALL(int, chmod, (const char *pszName, mode_t mode), (pszName, mode))
 WYX_CALL(int, fchown, (int iFd, uid_t user, gid_t group), (iFd, user, group))
 WYX_CALL(int, chown, (const char *pszName, uid_t user, gid_t group), (pszName, user, group))
+WYX_CALL(int, memfd_create, (const char *pszName, unsigned uiFlags), (pszName, uiFlags))
 WYX_CALL(int, link, (const char *pszOld, const char *pszNew), (pszOld, pszNew))
 WYX_CALL(int, linkat, (int iOld, const char *pszOld, int iNew, const char *pszNew, int iFlags),
          (iOld, pszOld, iNew, pszNew, iFlags))
