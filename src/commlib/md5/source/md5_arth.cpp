@@ -29,12 +29,10 @@ constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
            QAL_UINT32{pucBytes[3]} << 24;
 }
 
-constexpr void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
+/// The same in the other direction, in one store: every target is little-endian.
+inline void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
 {
-    pucBytes[0] = static_cast<QAL_UINT8>(ulWord);
-    pucBytes[1] = static_cast<QAL_UINT8>(ulWord >> 8);
-    pucBytes[2] = static_cast<QAL_UINT8>(ulWord >> 16);
-    pucBytes[3] = static_cast<QAL_UINT8>(ulWord >> 24);
+    __builtin_memcpy(pucBytes, &ulWord, sizeof ulWord);
 }
 
 /// Not std::rotl(): the type of its count differs between C++ libraries.
@@ -43,11 +41,10 @@ constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
     return ulWord << iCount | ulWord >> (32 - iCount);
 }
 
-// A block is one chain of 64 steps, each of which needs the word that the one before it made: b
-// here. So what a step can do without b comes first, and only the rest is on the chain.
+// Every step needs the word that the step before it made, b here. Whatever does not depend on b is
+// computed first, so that only the rest is on the critical path.
 
-/// Ends a sum: optimisers put additions in another order, which need not be one that is off the
-/// chain.
+/// Stops the compiler from reassociating a sum in a way that puts work back on the critical path.
 inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
 {
     __asm__("" : "+r"(ulSum));
@@ -61,8 +58,8 @@ inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-/// Bit by bit, d chooses between b and c. No bit comes from both halves, so they can be added
-/// apart.
+/// Bit by bit, d chooses between b and c. The two halves share no bit, so they can be added one
+/// after the other.
 inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -90,6 +87,100 @@ QAL_UINT PendingLen(const MD5_S_CTX &context)
     return (context.count[0] >> 3) % kBlockLen;
 }
 
+/// Takes in any number of whole blocks. The chain stays in registers from block to block.
+void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ulBlocks)
+{
+    const auto x = [&pucBlock](QAL_UINT i) { return LoadWord(pucBlock + 4 * i); };
+    QAL_UINT32 a = state[0];
+    QAL_UINT32 b = state[1];
+    QAL_UINT32 c = state[2];
+    QAL_UINT32 d = state[3];
+    for (; ulBlocks != 0; --ulBlocks, pucBlock += kBlockLen) {
+        const QAL_UINT32 ulOldA = a;
+        const QAL_UINT32 ulOldB = b;
+        const QAL_UINT32 ulOldC = c;
+        const QAL_UINT32 ulOldD = d;
+
+        // Round 1: the words in order
+        StepF(a, b, c, d, x(0), 7, 0xD76AA478U);
+        StepF(d, a, b, c, x(1), 12, 0xE8C7B756U);
+        StepF(c, d, a, b, x(2), 17, 0x242070DBU);
+        StepF(b, c, d, a, x(3), 22, 0xC1BDCEEEU);
+        StepF(a, b, c, d, x(4), 7, 0xF57C0FAFU);
+        StepF(d, a, b, c, x(5), 12, 0x4787C62AU);
+        StepF(c, d, a, b, x(6), 17, 0xA8304613U);
+        StepF(b, c, d, a, x(7), 22, 0xFD469501U);
+        StepF(a, b, c, d, x(8), 7, 0x698098D8U);
+        StepF(d, a, b, c, x(9), 12, 0x8B44F7AFU);
+        StepF(c, d, a, b, x(10), 17, 0xFFFF5BB1U);
+        StepF(b, c, d, a, x(11), 22, 0x895CD7BEU);
+        StepF(a, b, c, d, x(12), 7, 0x6B901122U);
+        StepF(d, a, b, c, x(13), 12, 0xFD987193U);
+        StepF(c, d, a, b, x(14), 17, 0xA679438EU);
+        StepF(b, c, d, a, x(15), 22, 0x49B40821U);
+        // Round 2: every fifth word from 1 on
+        StepG(a, b, c, d, x(1), 5, 0xF61E2562U);
+        StepG(d, a, b, c, x(6), 9, 0xC040B340U);
+        StepG(c, d, a, b, x(11), 14, 0x265E5A51U);
+        StepG(b, c, d, a, x(0), 20, 0xE9B6C7AAU);
+        StepG(a, b, c, d, x(5), 5, 0xD62F105DU);
+        StepG(d, a, b, c, x(10), 9, 0x02441453U);
+        StepG(c, d, a, b, x(15), 14, 0xD8A1E681U);
+        StepG(b, c, d, a, x(4), 20, 0xE7D3FBC8U);
+        StepG(a, b, c, d, x(9), 5, 0x21E1CDE6U);
+        StepG(d, a, b, c, x(14), 9, 0xC33707D6U);
+        StepG(c, d, a, b, x(3), 14, 0xF4D50D87U);
+        StepG(b, c, d, a, x(8), 20, 0x455A14EDU);
+        StepG(a, b, c, d, x(13), 5, 0xA9E3E905U);
+        StepG(d, a, b, c, x(2), 9, 0xFCEFA3F8U);
+        StepG(c, d, a, b, x(7), 14, 0x676F02D9U);
+        StepG(b, c, d, a, x(12), 20, 0x8D2A4C8AU);
+        // Round 3: every third word from 5 on
+        StepH(a, b, c, d, x(5), 4, 0xFFFA3942U);
+        StepH(d, a, b, c, x(8), 11, 0x8771F681U);
+        StepH(c, d, a, b, x(11), 16, 0x6D9D6122U);
+        StepH(b, c, d, a, x(14), 23, 0xFDE5380CU);
+        StepH(a, b, c, d, x(1), 4, 0xA4BEEA44U);
+        StepH(d, a, b, c, x(4), 11, 0x4BDECFA9U);
+        StepH(c, d, a, b, x(7), 16, 0xF6BB4B60U);
+        StepH(b, c, d, a, x(10), 23, 0xBEBFBC70U);
+        StepH(a, b, c, d, x(13), 4, 0x289B7EC6U);
+        StepH(d, a, b, c, x(0), 11, 0xEAA127FAU);
+        StepH(c, d, a, b, x(3), 16, 0xD4EF3085U);
+        StepH(b, c, d, a, x(6), 23, 0x04881D05U);
+        StepH(a, b, c, d, x(9), 4, 0xD9D4D039U);
+        StepH(d, a, b, c, x(12), 11, 0xE6DB99E5U);
+        StepH(c, d, a, b, x(15), 16, 0x1FA27CF8U);
+        StepH(b, c, d, a, x(2), 23, 0xC4AC5665U);
+        // Round 4: every seventh word from 0 on
+        StepI(a, b, c, d, x(0), 6, 0xF4292244U);
+        StepI(d, a, b, c, x(7), 10, 0x432AFF97U);
+        StepI(c, d, a, b, x(14), 15, 0xAB9423A7U);
+        StepI(b, c, d, a, x(5), 21, 0xFC93A039U);
+        StepI(a, b, c, d, x(12), 6, 0x655B59C3U);
+        StepI(d, a, b, c, x(3), 10, 0x8F0CCC92U);
+        StepI(c, d, a, b, x(10), 15, 0xFFEFF47DU);
+        StepI(b, c, d, a, x(1), 21, 0x85845DD1U);
+        StepI(a, b, c, d, x(8), 6, 0x6FA87E4FU);
+        StepI(d, a, b, c, x(15), 10, 0xFE2CE6E0U);
+        StepI(c, d, a, b, x(6), 15, 0xA3014314U);
+        StepI(b, c, d, a, x(13), 21, 0x4E0811A1U);
+        StepI(a, b, c, d, x(4), 6, 0xF7537E82U);
+        StepI(d, a, b, c, x(11), 10, 0xBD3AF235U);
+        StepI(c, d, a, b, x(2), 15, 0x2AD7D2BBU);
+        StepI(b, c, d, a, x(9), 21, 0xEB86D391U);
+
+        a += ulOldA;
+        b += ulOldB;
+        c += ulOldC;
+        d += ulOldD;
+    }
+    state[0] = a;
+    state[1] = b;
+    state[2] = c;
+    state[3] = d;
+}
+
 } // namespace
 
 extern "C" {
@@ -110,85 +201,7 @@ void Decode(QAL_UINT32 *output, const QAL_UINT8 *input, QAL_UINT len)
 
 void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64])
 {
-    const auto x = [block](QAL_UINT i) { return LoadWord(block + 4 * i); };
-    QAL_UINT32 a = state[0];
-    QAL_UINT32 b = state[1];
-    QAL_UINT32 c = state[2];
-    QAL_UINT32 d = state[3];
-
-    // Round 1: the words in order
-    StepF(a, b, c, d, x(0), 7, 0xD76AA478U);
-    StepF(d, a, b, c, x(1), 12, 0xE8C7B756U);
-    StepF(c, d, a, b, x(2), 17, 0x242070DBU);
-    StepF(b, c, d, a, x(3), 22, 0xC1BDCEEEU);
-    StepF(a, b, c, d, x(4), 7, 0xF57C0FAFU);
-    StepF(d, a, b, c, x(5), 12, 0x4787C62AU);
-    StepF(c, d, a, b, x(6), 17, 0xA8304613U);
-    StepF(b, c, d, a, x(7), 22, 0xFD469501U);
-    StepF(a, b, c, d, x(8), 7, 0x698098D8U);
-    StepF(d, a, b, c, x(9), 12, 0x8B44F7AFU);
-    StepF(c, d, a, b, x(10), 17, 0xFFFF5BB1U);
-    StepF(b, c, d, a, x(11), 22, 0x895CD7BEU);
-    StepF(a, b, c, d, x(12), 7, 0x6B901122U);
-    StepF(d, a, b, c, x(13), 12, 0xFD987193U);
-    StepF(c, d, a, b, x(14), 17, 0xA679438EU);
-    StepF(b, c, d, a, x(15), 22, 0x49B40821U);
-    // Round 2: every fifth word from 1 on
-    StepG(a, b, c, d, x(1), 5, 0xF61E2562U);
-    StepG(d, a, b, c, x(6), 9, 0xC040B340U);
-    StepG(c, d, a, b, x(11), 14, 0x265E5A51U);
-    StepG(b, c, d, a, x(0), 20, 0xE9B6C7AAU);
-    StepG(a, b, c, d, x(5), 5, 0xD62F105DU);
-    StepG(d, a, b, c, x(10), 9, 0x02441453U);
-    StepG(c, d, a, b, x(15), 14, 0xD8A1E681U);
-    StepG(b, c, d, a, x(4), 20, 0xE7D3FBC8U);
-    StepG(a, b, c, d, x(9), 5, 0x21E1CDE6U);
-    StepG(d, a, b, c, x(14), 9, 0xC33707D6U);
-    StepG(c, d, a, b, x(3), 14, 0xF4D50D87U);
-    StepG(b, c, d, a, x(8), 20, 0x455A14EDU);
-    StepG(a, b, c, d, x(13), 5, 0xA9E3E905U);
-    StepG(d, a, b, c, x(2), 9, 0xFCEFA3F8U);
-    StepG(c, d, a, b, x(7), 14, 0x676F02D9U);
-    StepG(b, c, d, a, x(12), 20, 0x8D2A4C8AU);
-    // Round 3: every third word from 5 on
-    StepH(a, b, c, d, x(5), 4, 0xFFFA3942U);
-    StepH(d, a, b, c, x(8), 11, 0x8771F681U);
-    StepH(c, d, a, b, x(11), 16, 0x6D9D6122U);
-    StepH(b, c, d, a, x(14), 23, 0xFDE5380CU);
-    StepH(a, b, c, d, x(1), 4, 0xA4BEEA44U);
-    StepH(d, a, b, c, x(4), 11, 0x4BDECFA9U);
-    StepH(c, d, a, b, x(7), 16, 0xF6BB4B60U);
-    StepH(b, c, d, a, x(10), 23, 0xBEBFBC70U);
-    StepH(a, b, c, d, x(13), 4, 0x289B7EC6U);
-    StepH(d, a, b, c, x(0), 11, 0xEAA127FAU);
-    StepH(c, d, a, b, x(3), 16, 0xD4EF3085U);
-    StepH(b, c, d, a, x(6), 23, 0x04881D05U);
-    StepH(a, b, c, d, x(9), 4, 0xD9D4D039U);
-    StepH(d, a, b, c, x(12), 11, 0xE6DB99E5U);
-    StepH(c, d, a, b, x(15), 16, 0x1FA27CF8U);
-    StepH(b, c, d, a, x(2), 23, 0xC4AC5665U);
-    // Round 4: every seventh word from 0 on
-    StepI(a, b, c, d, x(0), 6, 0xF4292244U);
-    StepI(d, a, b, c, x(7), 10, 0x432AFF97U);
-    StepI(c, d, a, b, x(14), 15, 0xAB9423A7U);
-    StepI(b, c, d, a, x(5), 21, 0xFC93A039U);
-    StepI(a, b, c, d, x(12), 6, 0x655B59C3U);
-    StepI(d, a, b, c, x(3), 10, 0x8F0CCC92U);
-    StepI(c, d, a, b, x(10), 15, 0xFFEFF47DU);
-    StepI(b, c, d, a, x(1), 21, 0x85845DD1U);
-    StepI(a, b, c, d, x(8), 6, 0x6FA87E4FU);
-    StepI(d, a, b, c, x(15), 10, 0xFE2CE6E0U);
-    StepI(c, d, a, b, x(6), 15, 0xA3014314U);
-    StepI(b, c, d, a, x(13), 21, 0x4E0811A1U);
-    StepI(a, b, c, d, x(4), 6, 0xF7537E82U);
-    StepI(d, a, b, c, x(11), 10, 0xBD3AF235U);
-    StepI(c, d, a, b, x(2), 15, 0x2AD7D2BBU);
-    StepI(b, c, d, a, x(9), 21, 0xEB86D391U);
-
-    state[0] += a;
-    state[1] += b;
-    state[2] += c;
-    state[3] += d;
+    TransformBlocks(state, block, 1);
 }
 
 void XELP_MD5_Init(MD5_S_CTX *context)
@@ -214,10 +227,10 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
     QAL_UINT i = 0;
     if (inputLen >= partLen) {
         wyx_memcpy_s(&context->buffer[index], partLen, input, partLen);
-        MD5Transform(context->state, context->buffer);
-        for (i = partLen; inputLen - i >= kBlockLen; i += kBlockLen) {
-            MD5Transform(context->state, &input[i]);
-        }
+        TransformBlocks(context->state, context->buffer, 1);
+        const QAL_UINT blocks = (inputLen - partLen) / kBlockLen;
+        TransformBlocks(context->state, &input[partLen], blocks);
+        i = partLen + blocks * kBlockLen;
         index = 0;
     }
     wyx_memcpy_s(&context->buffer[index], inputLen - i, &input[i], inputLen - i);
