@@ -1,7 +1,7 @@
-// Base64 with NEON: loads and stores that take every third or fourth byte apart, and look-ups in
-// tables of 64 entries that stand in registers. What is left then goes 12 bytes or 16 characters at
-// a time; the last such step begins so far back that it ends with the last whole group, and what it
-// does a second time it does to the same effect.
+// Base64 with NEON: loads and stores that split every third or fourth byte into a vector of its
+// own, and look-ups in tables of 64 entries held in registers. The rest is done 12 bytes or 16
+// characters at a time. The last such step is moved back to end at the last whole group; the
+// overlap is computed twice, with the same result.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_NEON)
@@ -16,7 +16,7 @@ namespace {
 
 constexpr QAL_UINT8 kHasValue = 0x80; // marks the sextet of a character that has one
 
-/// The sextets of the characters from 0 to 127, marked; 0 for those without.
+/// The sextets of the characters 0 to 127, marked; 0 for characters without a value.
 consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
 {
     const auto aSextets = MakeSextets();
@@ -58,12 +58,12 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
 /// The marked sextets of characters; 0 for those without a value.
 uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
 {
-    // An index of 64 or more looks up 0: of the two halves, one gives 0, or both.
+    // An index of 64 or more looks up 0, so at least one of the two halves is 0.
     return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
 }
 
-/// Decodes 16 characters to 12 bytes. Where one of them has no value, it writes nothing. Gives the
-/// number of characters before that one.
+/// Decodes 16 characters to 12 bytes. If one of them has no value, writes nothing and returns the
+/// number of characters before it.
 QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucIn,
                       QAL_UINT8 *pucOut)
 {
@@ -74,7 +74,7 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
     if (ullNone != 0) { // four bits a character
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4;
     }
-    // Pairs of sextets to 12 bits, pairs of those to 24; what is above them is not packed.
+    // Two sextets make 12 bits, and two of those 24. The bits above are not packed.
     const uint16x8_t sextets = vreinterpretq_u16_u8(vandq_u8(marked, vdupq_n_u8(0x3F)));
     const uint32x4_t pairs =
         vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));
@@ -96,8 +96,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
     QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 48; ulDone += 48) {
         const uint8x16x3_t in = vld3q_u8(pucIn + ulDone);
-        const uint8x16_t second = vorrq_u8(vshlq_n_u8(in.val[0], 4), vshrq_n_u8(in.val[1], 4));
-        const uint8x16_t third = vorrq_u8(vshlq_n_u8(in.val[1], 2), vshrq_n_u8(in.val[2], 6));
+        const uint8x16_t second = vsliq_n_u8(vshrq_n_u8(in.val[1], 4), in.val[0], 4);
+        const uint8x16_t third = vsliq_n_u8(vshrq_n_u8(in.val[2], 6), in.val[1], 2);
         const uint8x16x4_t out = {{
             vqtbl4q_u8(alphabet, vshrq_n_u8(in.val[0], 2)),
             vqtbl4q_u8(alphabet, vandq_u8(second, sextet)),
@@ -131,15 +131,11 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         if (vminvq_u8(vandq_u8(vandq_u8(a, b), vandq_u8(c, d))) < kHasValue) {
             break;
         }
-        // The mark of the second to the fourth character falls into bit 7 or 6 of a shifted value.
-        const uint8x16_t mark = vdupq_n_u8(static_cast<QAL_UINT8>(~kHasValue));
-        const uint8x16_t second = vandq_u8(b, mark);
-        const uint8x16_t third = vandq_u8(c, mark);
-        const uint8x16_t fourth = vandq_u8(d, mark);
+        // Inserting a shifted value overwrites the bits above, and with them the marks.
         const uint8x16x3_t out = {{
-            vorrq_u8(vshlq_n_u8(a, 2), vshrq_n_u8(second, 4)),
-            vorrq_u8(vshlq_n_u8(second, 4), vshrq_n_u8(third, 2)),
-            vorrq_u8(vshlq_n_u8(third, 6), fourth),
+            vsliq_n_u8(vshrq_n_u8(b, 4), a, 2),
+            vsliq_n_u8(vshrq_n_u8(c, 2), b, 4),
+            vsliq_n_u8(d, c, 6),
         }};
         vst3q_u8(pucNext, out);
         pucNext += 48;
