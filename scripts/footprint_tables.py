@@ -96,7 +96,7 @@ def main():
                 cells = [rows[row][item] for item in COLUMNS]
                 print(f"| {row} | " + " | ".join(f"{cell:,}" for cell in cells) +
                       f" | {sum(cells):,} |")
-            print("| symbols, relocations, start files |" + " |" * len(COLUMNS) + f" {rest:,} |")
+            print("| symbols, relocations, stubs |" + " |" * len(COLUMNS) + f" {rest:,} |")
             print(f"| **{library}** |" + " |" * len(COLUMNS) + f" **{total:,}** |")
         page_sizes = PAGES[name]
         print("\n| Library | own addresses | names | " +
