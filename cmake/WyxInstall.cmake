@@ -72,6 +72,10 @@ if(TARGET wyx_manuals)
         COMPONENT development)
 endif()
 
+if(TARGET wyx_adapter_suite)
+    install(TARGETS wyx_adapter_suite RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+        COMPONENT development)
+endif()
 if(TARGET wyx)
     # The tool finds the libraries by its own place, too.
     file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")

@@ -54,7 +54,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} ${same_version}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "checksums, containers, INI files, addresses and Base64 for C (headers)\n\
 What is needed for building programs with libwyx_commlib: headers, files for\n\
-CMake and pkg-config, and the manual pages of the calls.")
+CMake and pkg-config, the manual pages of the calls, and a program that tries\n\
+adapters.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)
 
 set(CPACK_DEBIAN_STATIC_PACKAGE_NAME libwyx-commlib-static)
 set(CPACK_DEBIAN_STATIC_PACKAGE_SECTION libdevel)

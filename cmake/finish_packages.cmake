@@ -37,6 +37,10 @@ file(GLOB archives "${CPACK_TEMPORARY_DIRECTORY}/static/usr/lib*/*.a"
 foreach(archive IN LISTS archives)
     run(strip --strip-debug --enable-deterministic-archives "${archive}")
 endforeach()
+if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/development/usr/bin/wyx-adapter-suite")
+    run(strip --strip-unneeded --remove-section=.comment
+        "${CPACK_TEMPORARY_DIRECTORY}/development/usr/bin/wyx-adapter-suite")
+endif()
 if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx")
     split("${CPACK_TEMPORARY_DIRECTORY}/tool/usr/bin/wyx" tool_debug)
 endif()

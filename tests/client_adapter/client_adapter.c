@@ -2,16 +2,18 @@
  * A client's own adapter, as small as one can be: files live in memory, and every block and every
  * caller is looked at. What goes wrong ends the process with a message.
  */
-#include <ctype.h>
+#define _GNU_SOURCE
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
 #include "bounded.h"
 #include "os_adapter.h"
 
-enum { MAX_FILES = 4, MAX_NAME = 64, MAX_SIZE = 4096 };
+enum { MAX_FILES = 16, MAX_NAME = 256, MAX_SIZE = 100000 };
 
 typedef struct {
     char name[MAX_NAME]; /* empty: no file */
@@ -25,8 +27,8 @@ struct xelpFile {
 };
 
 static Stored files[MAX_FILES];
+static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; /* of the names of all files */
 static long liveBlocks;
-static QAL_UINT64 now = 1700000000000;
 
 static void Fail(const char *what, const char *detail)
 {
@@ -34,11 +36,12 @@ static void Fail(const char *what, const char *detail)
     abort();
 }
 
-/* A caller of the memory services is a unit of the library, wherever that was built, or the client.
- */
+/* A caller of the memory services is a unit of the library, wherever that was built, the client, or
+ * the suite of the contract. */
 static void CheckCaller(QAL_UINT32 line, const char *file)
 {
-    if (line == 0 || (strncmp(file, "src/commlib/", 12) != 0 && strcmp(file, "client") != 0)) {
+    if (line == 0 || (strncmp(file, "src/commlib/", 12) != 0 && strcmp(file, "client") != 0 &&
+                      strcmp(file, "adapter_suite.c") != 0)) {
         Fail("unexpected caller", file);
     }
 }
@@ -75,7 +78,7 @@ void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszF
 {
     void *const block = malloc(ulSize != 0 ? ulSize : 1);
     CheckCaller(ulLine, pszFile);
-    liveBlocks += block != NULL;
+    __atomic_add_fetch(&liveBlocks, block != NULL, __ATOMIC_RELAXED);
     return block;
 }
 
@@ -87,14 +90,14 @@ void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLin
     if (ulReserved != 0) {
         Fail("reserved argument is not 0", pszFile);
     }
-    liveBlocks += block != NULL;
+    __atomic_add_fetch(&liveBlocks, block != NULL, __ATOMIC_RELAXED);
     return block;
 }
 
 void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 {
     CheckCaller(ulLine, pszFile);
-    liveBlocks -= pBlock != NULL;
+    __atomic_sub_fetch(&liveBlocks, pBlock != NULL, __ATOMIC_RELAXED);
     free(pBlock);
 }
 
@@ -106,12 +109,18 @@ void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_CHAR *psz
 
 XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 {
-    Stored *const stored = strcmp(pszMode, "w") == 0 ? Create(pszName) : Find(pszName);
-    XELP_S_File *const file = stored != NULL ? (XELP_S_File *)malloc(sizeof *file) : NULL;
+    XELP_S_File *file = NULL;
+    Stored *stored;
+    pthread_mutex_lock(&lock);
+    stored = strcmp(pszMode, "w") == 0 ? Create(pszName) : Find(pszName);
+    if (stored != NULL) {
+        file = (XELP_S_File *)malloc(sizeof *file);
+    }
     if (file != NULL) {
         file->stored = stored;
         file->at = 0;
     }
+    pthread_mutex_unlock(&lock);
     return file;
 }
 
@@ -122,10 +131,12 @@ QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    if (lWhence != 1 || lOffset != -1 || pstruFile->at == 0) {
+    const QAL_LONG size = (QAL_LONG)pstruFile->stored->size;
+    const QAL_LONG base = lWhence == 0 ? 0 : lWhence == 1 ? (QAL_LONG)pstruFile->at : size;
+    if (lWhence < 0 || lWhence > 2 || lOffset < -base || lOffset > size - base) {
         return -1;
     }
-    --pstruFile->at;
+    pstruFile->at = (QAL_UINT32)(base + lOffset);
     return 0;
 }
 
@@ -133,11 +144,11 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
                        XELP_S_File *pstruFile)
 {
     Stored *const stored = pstruFile->stored;
-    if (ulSize != 1 || ulCount > MAX_SIZE - stored->size) {
+    if (ulSize == 0 || ulCount > (MAX_SIZE - stored->size) / ulSize) {
         return 0;
     }
-    memcpy(stored->data + stored->size, pData, ulCount);
-    stored->size += ulCount;
+    memcpy(stored->data + stored->size, pData, ulSize * ulCount);
+    stored->size += ulSize * ulCount;
     return ulCount;
 }
 
@@ -149,27 +160,40 @@ QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 {
-    Stored *const stored = Find(pszName);
-    if (stored == NULL) {
-        return -1;
+    Stored *stored;
+    pthread_mutex_lock(&lock);
+    stored = Find(pszName);
+    if (stored != NULL) {
+        stored->name[0] = '\0';
     }
-    stored->name[0] = '\0';
-    return 0;
+    pthread_mutex_unlock(&lock);
+    return stored != NULL ? 0 : -1;
 }
 
 QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
 {
-    Stored *const stored = Find(pszOldName);
-    if (stored == NULL || Find(pszNewName) != NULL || strlen(pszNewName) >= MAX_NAME) {
-        return -1;
+    Stored *stored = NULL;
+    Stored *replaced;
+    pthread_mutex_lock(&lock);
+    if (pszNewName[0] != '\0' && strlen(pszNewName) < MAX_NAME) {
+        stored = Find(pszOldName);
     }
-    strcpy(stored->name, pszNewName);
-    return 0;
+    if (stored != NULL) {
+        replaced = Find(pszNewName);
+        if (replaced != NULL) {
+            replaced->name[0] = '\0';
+        }
+        strcpy(stored->name, pszNewName);
+    }
+    pthread_mutex_unlock(&lock);
+    return stored != NULL ? 0 : -1;
 }
 
 QAL_UINT64 XELP_GetSystemTime(void)
 {
-    return ++now;
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return (QAL_UINT64)now.tv_sec * 1000 + (QAL_UINT64)now.tv_nsec / 1000000;
 }
 
 QAL_UINT32 XELP_StrLen(const QAL_CHAR *pszStr)
@@ -192,19 +216,25 @@ QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub)
     return strstr(pszStr, pszSub);
 }
 
+/* ASCII only, whatever the locale. */
+static int Small(int byte)
+{
+    return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
+
 QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight)
 {
     int left, right;
     do {
-        left = tolower((unsigned char)*pszLeft++);
-        right = tolower((unsigned char)*pszRight++);
+        left = Small((unsigned char)*pszLeft++);
+        right = Small((unsigned char)*pszRight++);
     } while (left == right && left != 0);
     return left - right;
 }
 
 QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc, QAL_ULONG ulCount)
 {
-    if (ulCount > ulDestMax) {
+    if (pDest == NULL || pSrc == NULL || ulCount > ulDestMax) {
         return 1;
     }
     memcpy(pDest, pSrc, ulCount);
@@ -213,29 +243,39 @@ QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc, QAL_U
 
 QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_ULONG ulCount)
 {
-    if (ulCount > ulDestMax) {
+    if (pDest == NULL || ulCount > ulDestMax) {
         return 1;
     }
     memset(pDest, lByte, ulCount);
     return 0;
 }
 
+/* Empties the destination of a string that is refused. */
+static QAL_INT32 Refuse(QAL_CHAR *pszDest, QAL_INT32 lResult)
+{
+    if (pszDest != NULL) {
+        pszDest[0] = '\0';
+    }
+    return lResult;
+}
+
 QAL_INT32 wyx_strcpy_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszSrc)
 {
-    const size_t length = strlen(pszSrc);
-    pszDest[0] = '\0';
-    if (length > ulDestMax) {
-        return 1;
+    if (pszDest == NULL || pszSrc == NULL || strlen(pszSrc) > ulDestMax) {
+        return Refuse(pszDest, 1);
     }
-    memcpy(pszDest, pszSrc, length + 1);
+    strcpy(pszDest, pszSrc);
     return 0;
 }
 
 QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszSrc)
 {
-    if (strlen(pszDest) + strlen(pszSrc) >= ulDestMax) {
-        pszDest[0] = '\0';
+    if (ulDestMax == 0) {
         return 1;
+    }
+    if (pszDest == NULL || pszSrc == NULL || strnlen(pszDest, ulDestMax) == ulDestMax ||
+        strlen(pszSrc) >= ulDestMax - strlen(pszDest)) {
+        return Refuse(pszDest, 1);
     }
     strcat(pszDest, pszSrc);
     return 0;
@@ -245,14 +285,18 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
 {
     int length;
     va_list arguments;
-    va_start(arguments, pszFormat);
-    length = vsnprintf(pszDest, ulDestMax, pszFormat, arguments);
-    va_end(arguments);
-    if (length < 0 || (QAL_ULONG)length >= ulDestMax) {
-        pszDest[0] = '\0';
+    if (ulDestMax == 0) {
         return -1;
     }
-    return length;
+    if (pszDest == NULL || pszFormat == NULL) {
+        return Refuse(pszDest, -1);
+    }
+    va_start(arguments, pszFormat);
+    /* The C library's routine refuses a bound that does not fit in an int. */
+    length =
+        vsnprintf(pszDest, ulDestMax < 0x7FFFFFFF ? ulDestMax : 0x7FFFFFFF, pszFormat, arguments);
+    va_end(arguments);
+    return length < 0 || (QAL_ULONG)length >= ulDestMax ? Refuse(pszDest, -1) : length;
 }
 
 __attribute__((destructor)) static void Report(void)

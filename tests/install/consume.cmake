@@ -54,6 +54,12 @@ function(check_static program)
     endif()
 endfunction()
 
+if(WAY STREQUAL find_package)
+    # It finds the adapter by its own place.
+    execute_process(COMMAND "${WORK_DIR}/moved/${BINDIR}/wyx-adapter-suite" OUTPUT_QUIET
+        COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
 if(WAY STREQUAL tool)
     unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries by its own place
     run("${WORK_DIR}/moved/${BINDIR}/wyx" --version)

@@ -106,6 +106,7 @@ cmake -S "$source_folder/tests/install/consumer" -B "$work/consumer" -G Ninja \
     cmake --build "$work/consumer" >>"$work/log" 2>&1 &&
     ctest --test-dir "$work/consumer" --no-tests=error >>"$work/log" 2>&1 ||
     { cat "$work/log"; fail "programs by find_package"; }
+"$root/usr/bin/wyx-adapter-suite" >/dev/null || fail "the suite of the contract"
 [[ $("$root/usr/bin/wyx" --version) == *"$version"* ]] || fail "wyx --version"
 for file in man/man1/wyx.1.gz man/man3/wyx_crc.3.gz man/man3/XELP_CRC_32.3.gz \
     bash-completion/completions/wyx zsh/vendor-completions/_wyx fish/vendor_completions.d/wyx.fish; do

@@ -72,6 +72,24 @@ std::string Report()
     return text;
 }
 
+TEST(MemoryAccounting, ReleaseOfNullIsNoRelease)
+{
+    const std::string before = Report();
+    void *pBlock = nullptr;
+    XELP_MemFreeD(nullptr, 5, "null.c");
+    XELP_MemFreeSetNullD(&pBlock, 6, "null.c");
+    EXPECT_EQ(Report(), before);
+}
+
+TEST(MemoryAccounting, BlockOfZeroBytesHasOne)
+{
+    auto *pcBlock = static_cast<QAL_CHAR *>(XELP_MemMallocS(0, 0, 5, "zero.c"));
+    EXPECT_EQ(*pcBlock, 0);
+    *pcBlock = 1;
+    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // as it was asked for
+    XELP_MemFreeD(pcBlock, 6, "zero.c");
+}
+
 TEST(MemoryAccounting, CountsEachCallSiteApart)
 {
     const wyxMem_S_Use before = Use();
