@@ -1,0 +1,43 @@
+# The ctest commands that the documents have for this build's preset find tests, and every preset that
+# they name exists: a command that finds no tests ends with 0 and looks like a pass.
+# -D BUILD_FOLDER=... -D CTEST=... -D SOURCE_FOLDER=...
+cmake_minimum_required(VERSION 3.25)
+
+file(GLOB_RECURSE pages "${SOURCE_FOLDER}/docs/*.md")
+list(APPEND pages "${SOURCE_FOLDER}/README.md" "${SOURCE_FOLDER}/SECURITY.md"
+    "${SOURCE_FOLDER}/CONTRIBUTING.md")
+file(READ "${SOURCE_FOLDER}/CMakePresets.json" presets)
+
+cmake_path(GET BUILD_FOLDER FILENAME preset_here)
+set(wrong "")
+set(checked 0)
+foreach(page IN LISTS pages)
+    cmake_path(GET page FILENAME name)
+    file(READ "${page}" text)
+    string(REGEX MATCHALL "--preset[ =][a-z0-9_-]+" named "${text}")
+    foreach(option IN LISTS named)
+        string(REGEX REPLACE "--preset[ =]" "" preset "${option}")
+        string(FIND "${presets}" "\"name\": \"${preset}\"" found)
+        if(found EQUAL -1)
+            string(APPEND wrong "\n  ${name}: there is no preset ${preset}")
+        endif()
+    endforeach()
+    string(REGEX MATCHALL "ctest --preset ${preset_here} [^`\n#]*-[LR] [a-z0-9_]+" commands "${text}")
+    foreach(command IN LISTS commands)
+        string(REGEX MATCH "-[LR] [a-z0-9_]+$" filter "${command}")
+        separate_arguments(filter)
+        execute_process(COMMAND "${CTEST}" --test-dir "${BUILD_FOLDER}" -C slow ${filter} -N
+            OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+        if(NOT listing MATCHES "Total Tests: [1-9]")
+            string(APPEND wrong "\n  ${name}: ${command}: finds no tests")
+        endif()
+        math(EXPR checked "${checked} + 1")
+    endforeach()
+endforeach()
+if(checked EQUAL 0)
+    message(FATAL_ERROR "the documents have no ctest commands for the preset ${preset_here}")
+endif()
+if(wrong)
+    message(FATAL_ERROR "commands in the documents:${wrong}")
+endif()
+message(STATUS "${checked} ctest commands find tests")
