@@ -759,12 +759,18 @@ static void MemsetRefuses(void)
     CHECK(p_wyx_memset_s(NULL, 4, 0, 1) != 0);
 }
 
+/* A text of up to eight bytes. */
+static const char *Text(size_t length)
+{
+    return &"tttttttt"[8 - length];
+}
+
 static void StrcpyCopies(void)
 {
     QAL_ULONG max, length;
     for (max = 0; max <= 8; ++max) {
         for (length = 0; length <= max; ++length) {
-            const char *const text = "tttttttt" + 8 - length;
+            const char *const text = Text(length);
             char *const block = Block(max + 1);
             CHECK(p_wyx_strcpy_s(block, max, text) == 0);
             CHECK(strcmp(block, text) == 0 && IsOld(block, length + 1, max + 1));
@@ -796,7 +802,7 @@ static void StrcatAppends(void)
                 char *const block = Block(max);
                 memset(block, 'b', held);
                 block[held] = '\0';
-                CHECK(p_wyx_strcat_s(block, max, "tttttttt" + 8 - length) == 0);
+                CHECK(p_wyx_strcat_s(block, max, Text(length)) == 0);
                 CHECK(strlen(block) == held + length && memcmp(block, "bbbbbbbb", held) == 0);
                 CHECK(memcmp(block + held, "tttttttt", length) == 0);
                 CHECK(IsOld(block, held + length + 1, max));
@@ -843,7 +849,7 @@ static void SprintfFits(void)
     QAL_ULONG max, length;
     for (max = 1; max <= 8; ++max) {
         for (length = 0; length < max; ++length) {
-            const char *const text = "tttttttt" + 8 - length;
+            const char *const text = Text(length);
             char *const block = Block(max);
             CHECK(p_wyx_sprintf_s(block, max, "%s", text) == (QAL_INT32)length);
             CHECK(strcmp(block, text) == 0 && IsOld(block, 0, 0));
@@ -858,7 +864,7 @@ static void SprintfRefuses(void)
     QAL_ULONG max;
     for (max = 1; max <= 8; ++max) {
         char *const block = Block(max);
-        CHECK(p_wyx_sprintf_s(block, max, "%s", "tttttttt" + 8 - max) == -1);
+        CHECK(p_wyx_sprintf_s(block, max, "%s", Text(max)) == -1);
         CHECK(*block == '\0' && IsOld(block, 0, 0));
     }
     CHECK(p_wyx_sprintf_s(MemoryEnd(), 0, "%s", "") == -1); /* no byte may be written */
