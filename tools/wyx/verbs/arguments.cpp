@@ -1,5 +1,6 @@
 #include "verbs/arguments.h"
 
+#include <getopt.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +12,8 @@
 namespace wyx::tool {
 
 namespace {
+
+constexpr int kFirstLong = 256; // numbers for long options, above those of letters
 
 std::string TryHelp(const Command &command)
 {
@@ -99,20 +102,7 @@ std::vector<Operand> OperandsOf(const Command &command)
 
 Arguments::Arguments(const Command &command, Words words) : command_(command)
 {
-    bool isPlain = false; // after "--"
-    while (!words.empty()) {
-        const std::string &word = words.front();
-        words = words.subspan(1);
-        if (isPlain || word == "-" || !word.starts_with('-')) {
-            operands_.push_back(word);
-        } else if (word == "--") {
-            isPlain = true;
-        } else if (word.starts_with("--")) {
-            TakeLong(std::string_view(word).substr(2), words);
-        } else {
-            TakeShort(std::string_view(word).substr(1), words);
-        }
-    }
+    Take(words);
     if (Has("help") || command.run == nullptr) {
         return; // whatever else is missing
     }
@@ -128,60 +118,77 @@ Arguments::Arguments(const Command &command, Words words) : command_(command)
     }
 }
 
-void Arguments::TakeLong(std::string_view word, Words &rest)
+void Arguments::Take(Words words)
 {
-    const std::size_t equals = word.find('=');
-    const std::string_view name = word.substr(0, equals);
+    // What getopt_long() returns: 1 for an operand, a letter for a short option, kFirstLong and
+    // more for long ones, '?' for an unknown one, ':' for a missing value.
     const auto options = command_.Options();
-    const auto option = std::ranges::find(options, name, &Option::name);
-    if (option == options.end()) {
-        std::vector<std::string> names;
-        for (const Option &known : options) {
-            names.emplace_back(known.name);
+    std::string letters = "-:"; // operands where they are, and ':' apart from '?'
+    std::vector<option> names;
+    for (const Option &known : options) {
+        const bool hasValue = !known.value.empty();
+        if (known.letter != '\0') {
+            letters += known.letter;
+            letters += hasValue ? ":" : "";
         }
-        const std::string near = Nearest(name, names);
-        const std::string shown = Quoted(Dashed(name));
-        throw near.empty() ? Misuse("no option " + shown)
-                           : Misuse("no option " + shown, "did you mean '--" + near + "'?");
+        if (!known.name.empty()) { // a literal, so a NUL follows it
+            names.push_back({known.name.data(), hasValue ? required_argument : no_argument, nullptr,
+                             kFirstLong + static_cast<int>(&known - options.data())});
+        }
     }
-    if (equals == std::string_view::npos) {
-        given_.push_back({&*option, TakeValue(*option, rest)});
-    } else if (option->value.empty()) {
-        throw Misuse(Dashed(name) + " takes no value");
-    } else {
-        given_.push_back({&*option, std::string(word.substr(equals + 1))});
+    names.push_back({});
+
+    std::string program = FullName(command_);
+    std::vector<char *> argv = {program.data()};
+    for (const std::string &word : words) {
+        argv.push_back(const_cast<char *>(word.c_str())); // which are only read
     }
+    const int argc = static_cast<int>(argv.size());
+    argv.push_back(nullptr);
+    optind = 0; // from the start, also the second time
+    opterr = 0;
+    for (int found;
+         (found = getopt_long(argc, argv.data(), letters.c_str(), names.data(), nullptr)) != -1;) {
+        if (found == 1) {
+            operands_.emplace_back(optarg);
+        } else if (found == '?' || found == ':') {
+            throw Wrong(*(argv.begin() + optind - 1), found == ':');
+        } else {
+            given_.push_back({&OptionOf(found), optarg != nullptr ? optarg : ""});
+        }
+    }
+    operands_.insert(operands_.end(), argv.begin() + optind, argv.end() - 1); // after "--"
 }
 
-void Arguments::TakeShort(std::string_view letters, Words &rest)
+const Option &Arguments::OptionOf(int found) const
 {
     const auto options = command_.Options();
-    while (!letters.empty()) {
-        const auto option = std::ranges::find(options, letters.front(), &Option::letter);
-        if (option == options.end()) {
-            throw Misuse("no option " + Quoted("-" + std::string(letters.substr(0, 1))),
-                         "after '--', a word that begins with '-' is no option");
-        }
-        letters.remove_prefix(1);
-        if (!option->value.empty() && !letters.empty()) {
-            given_.push_back({&*option, std::string(letters)});
-            return;
-        }
-        given_.push_back({&*option, TakeValue(*option, rest)});
-    }
+    return found >= kFirstLong ? options[static_cast<std::size_t>(found - kFirstLong)]
+                               : *std::ranges::find(options, found, &Option::letter);
 }
 
-std::string Arguments::TakeValue(const Option &option, Words &rest) const
+Failure Arguments::Wrong(std::string_view word, bool lacksValue) const
 {
-    if (option.value.empty()) {
-        return {};
+    if (lacksValue) {
+        const Option &option = OptionOf(optopt);
+        return Misuse(Dashed(option.name) + " needs a value: " + std::string(option.value));
     }
-    if (rest.empty()) {
-        throw Misuse(Dashed(option.name) + " needs a value: " + std::string(option.value));
+    if (optopt >= kFirstLong) {
+        return Misuse(Dashed(OptionOf(optopt).name) + " takes no value");
     }
-    const std::string value = rest.front();
-    rest = rest.subspan(1);
-    return value;
+    if (optopt != 0) {
+        return Misuse("no option " + Quoted(std::string{'-', static_cast<char>(optopt)}),
+                      "after '--', a word that begins with '-' is no option");
+    }
+    const std::string_view name = word.substr(2, word.find('=') - 2);
+    std::vector<std::string> names;
+    for (const Option &known : command_.Options()) {
+        names.emplace_back(known.name);
+    }
+    const std::string near = Nearest(name, names);
+    const std::string shown = Quoted(Dashed(name));
+    return near.empty() ? Misuse("no option " + shown)
+                        : Misuse("no option " + shown, "did you mean '--" + near + "'?");
 }
 
 std::optional<std::string> Arguments::Value(std::string_view option) const

@@ -29,7 +29,8 @@ struct Operand {
 };
 std::vector<Operand> OperandsOf(const Command &command);
 
-/// Options and operands of a command. Options may stand anywhere before a "--".
+/// Options and operands of a command, as getopt_long() takes them apart: options may be anywhere
+/// before a "--", and long ones may be abbreviated.
 class Arguments {
   public:
     /// @throws Failure for words that the command does not take
@@ -75,9 +76,11 @@ class Arguments {
         std::string value;
     };
 
-    void TakeLong(std::string_view word, Words &rest);
-    void TakeShort(std::string_view letters, Words &rest);
-    std::string TakeValue(const Option &option, Words &rest) const;
+    void Take(Words words);
+    /// The option that getopt_long() found.
+    const Option &OptionOf(int found) const;
+    /// What getopt_long() did not like about a word.
+    Failure Wrong(std::string_view word, bool lacksValue) const;
 
     const Command &command_;
     std::vector<Given> given_;
