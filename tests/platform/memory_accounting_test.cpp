@@ -370,6 +370,41 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
     XELP_MemFreeD(pucBlock, 93, "own.c");
 }
 
+/// The search for the block around a pointer goes through all chains of the books, the first one
+/// included.
+TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
+{
+    ::testing::GTEST_FLAG(death_test_style) = "threadsafe"; // a process whose books are short
+    const auto releaseInsideOfOneThere = [] {
+        for (QAL_UINT32 i = 0; i < 200000; ++i) {
+            auto *const pucBlock =
+                static_cast<QAL_UINT8 *>(XELP_MemMallocD(24 + i % 5000, 81, "alloc.c"));
+            const auto ulAddress = reinterpret_cast<QAL_ULONG>(pucBlock);
+            if ((((ulAddress >> 4) ^ (ulAddress >> 14)) & 4095U) == 0) {
+                XELP_MemFreeD(pucBlock + 8, 92, "foreign.c");
+            }
+            XELP_MemFreeD(pucBlock, 93, "own.c");
+        }
+    };
+    EXPECT_DEATH(releaseInsideOfOneThere(), "foreign.c:92 releases .*, which lies inside a block");
+    ::testing::GTEST_FLAG(death_test_style) = "fast";
+}
+
+/// Whoever handles the signal, to write a report for example, can still allocate.
+TEST_F(MemoryAccountingDeathTest, HandlerOfTheAbortCanAllocate)
+{
+    const auto releaseForeign = [] {
+        std::signal(SIGABRT, [](int) {
+            XELP_MemFreeD(XELP_MemMallocD(8, 1, "handler.c"), 2, "handler.c");
+            _exit(7);
+        });
+        alarm(60); // if it waits for the lock
+        int iForeign = 0;
+        XELP_MemFreeD(&iForeign, 91, "foreign.c");
+    };
+    EXPECT_EXIT(releaseForeign(), ::testing::ExitedWithCode(7), "foreign.c:91 releases");
+}
+
 TEST_F(MemoryAccountingDeathTest, ReleaseWithoutMemoryForItsLineIsPutDownToTheAllocatingOne)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
