@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Cuts the power in the middle of saves, on an ext4 file system in a file: scripts/power_cut.sh [CUTS]
 #
-# A client of the library saves a file on the mounted image and is killed at each of its system
-# calls in turn. At that moment the image is copied as the device holds it, without what waits in the
-# page cache: that is what a power cut leaves. The copy is mounted, which replays its journal, and the
-# old content or the whole new content must be there, under the target's name or the new file's.
+# A client of the library saves a file on the mounted image and is killed before each of its system
+# calls in turn. At that moment the image is copied twice: as the device holds it, without what waits
+# in the page cache, and after everything was flushed. A power cut leaves the one, the other, or
+# something between. The copies are mounted, which replays their journal, and the old content or the
+# whole new content must be there, under the target's name or the new file's.
 #
-# Needs root and loop devices; where it cannot mount it says so and ends with 77. BUILD names a build
+# ext4 flushes more than it is asked to: the entry of a new file with the file. So that a missing flush
+# shows, power_cut_test then looks at every combination of what a device may lose.
+#
+# Needs root and loop devices; if it cannot mount it says so and ends with 77. BUILD names a build
 # folder of any preset without sanitizers (build/release).
 set -euo pipefail
 
@@ -15,7 +19,8 @@ source_folder=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD:-$source_folder/build/release}
 client=$build/tests/syscalls/save_client
 fault=$build/tests/syscalls/libwyx_fault.so
-for file in "$client" "$fault"; do
+model=$build/tests/syscalls/power_cut_test
+for file in "$client" "$fault" "$model"; do
     [[ -e $file ]] || { echo "$file is not built" >&2; exit 1; }
 done
 if ((EUID != 0)) || ! command -v mkfs.ext4 >/dev/null; then
@@ -43,7 +48,34 @@ old=$'[a]\nk=old\n'
 new=$'[a]\nk=new\n'
 target=$work/disk/net.ini
 missing=0
-exec 3>&2 2>/dev/null # the shell tells of every killed client
+
+# Mounts a copy of the image, and fails if neither content is there.
+look_at() {
+    local content beside whole=0 exists=0
+    mount -o loop "$1" "$work/copy"
+    content=$(cat "$work/copy/net.ini" 2>/dev/null; printf .) || true
+    for beside in "$work"/copy/net*.ibk; do
+        [[ -e $beside && $(cat "$beside"; printf .) == "$new." ]] && whole=1
+    done
+    [[ -e $work/copy/net.ini ]] && exists=1
+    umount "$work/copy"
+    if ((status == 0)); then
+        [[ $content == "$new." ]] || fail "cut after a save that succeeded: $content"
+    elif ((exists)); then
+        [[ $content == "$old." || $content == "$new." ]] ||
+            fail "cut at call $at: neither old nor new: $content"
+    else
+        ((whole)) || fail "cut at call $at: the content is lost"
+        missing=$((missing + 1))
+    fi
+}
+
+fail() {
+    echo "$*" >&3
+    exit 1
+}
+
+exec 3>&2 2>/dev/null # the shell reports every killed client
 for ((at = 1; at <= most; ++at)); do
     rm -f "$work"/disk/net* "$work/log"
     printf '%s' "$old" >"$target"
@@ -52,28 +84,15 @@ for ((at = 1; at <= most; ++at)); do
     LD_PRELOAD=$fault WYX_FAULT_LOG=$work/log WYX_FAULT_AT=$at WYX_FAULT_DO="die before" \
         "$client" "$target" a k new || status=$?
 
-    # The image holds what the file system wrote to its device; what waits in its cache is not there.
-    cp --sparse=always "$work/image" "$work/cut"
-    mount -o loop "$work/cut" "$work/copy"
-    content=$(cat "$work/copy/net.ini" 2>/dev/null; printf .) || true
-    whole=0
-    for beside in "$work"/copy/net*.ibk; do
-        [[ -e $beside && $(cat "$beside"; printf .) == "$new." ]] && whole=1
+    cp --sparse=always "$work/image" "$work/lost"
+    sync -f "$work/disk"
+    cp --sparse=always "$work/image" "$work/kept"
+    for cut in lost kept; do
+        look_at "$work/$cut"
     done
-    exists=0
-    [[ -e $work/copy/net.ini ]] && exists=1
-    umount "$work/copy"
-
-    if ((status == 0)); then
-        [[ $content == "$new." ]] || { echo "cut after a save that succeeded: $content" >&3; exit 1; }
-        break # it was not killed any more: that was the last call
-    fi
-    if ((exists)); then
-        [[ $content == "$old." || $content == "$new." ]] ||
-            { echo "cut at call $at: neither old nor new: $content" >&3; exit 1; }
-    else
-        ((whole)) || { echo "cut at call $at: the content is lost" >&3; exit 1; }
-        missing=$((missing + 1))
-    fi
+    ((status != 0)) || break # it was not killed any more: that was the last call
 done
-echo "$((at - 1)) cuts, after $missing of them the target was missing and the new file whole"
+((missing > 0)) || fail "the target was never missing"
+"$model" >&3
+exec 2>&3
+echo "$((2 * at)) cuts, after $missing of them the target was missing and the new file whole"

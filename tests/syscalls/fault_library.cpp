@@ -8,6 +8,8 @@
 //                   "die before"  the process is killed before the call
 //                   "die amid"    the process is killed after half of a write, or before the call
 //                   "stop"        the process stops before the call, until it is continued
+//   WYX_FAULT_CHANGES  another log, of what changes or flushes files: a word, the file, and, for a
+//                      write, the number of bytes, for a renaming, the new name
 //   WYX_FAULT_TIME  the time that the clock shows, in seconds since 1970
 #include <dirent.h>
 #include <dlfcn.h>
@@ -15,9 +17,9 @@
 #include <signal.h>
 #include <stdio.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <time.h>
@@ -29,6 +31,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string>
 
 namespace {
 
@@ -142,6 +145,49 @@ ssize_t Move(const char *pszCall, size_t size, Call call)
     return moved;
 }
 
+const char *ChangesLog()
+{
+    static const char *const pszLog = std::getenv("WYX_FAULT_CHANGES");
+    return pszLog;
+}
+
+/// Notes a change in its log, if it came about.
+template <typename Result>
+Result Note(Result result, const char *pszChange, const std::string &file,
+            const std::string &detail = {})
+{
+    if (ChangesLog() != nullptr && result >= 0) {
+        const int iError = errno;
+        const std::string line = std::string(pszChange) + " " + file + " " + detail + "\n";
+        const auto iLog = static_cast<int>(
+            syscall(SYS_openat, AT_FDCWD, pszLog, O_WRONLY | O_CREAT | O_APPEND, 0600));
+        static_cast<void>(syscall(SYS_write, iLog, line.data(), line.size()));
+        syscall(SYS_close, iLog);
+        errno = iError;
+    }
+    return result;
+}
+
+/// The file of a descriptor, for that log.
+std::string NameOf(int iFd)
+{
+    if (ChangesLog() == nullptr) {
+        return {}; // no calls of one's own, then
+    }
+    char szName[4096] = {};
+    const std::string link = "/proc/self/fd/" + std::to_string(iFd);
+    syscall(SYS_readlinkat, AT_FDCWD, link.c_str(), szName, sizeof szName - 1);
+    return szName;
+}
+
+int Open(const char *pszName, int iFlags, mode_t mode)
+{
+    const int iFd = Make("open", [&] {
+        return static_cast<int>(syscall(SYS_openat, AT_FDCWD, pszName, iFlags, mode));
+    });
+    return (iFlags & O_CREAT) != 0 ? Note(iFd, "create", pszName) : iFd;
+}
+
 mode_t ModeOf(int iFlags, va_list arguments)
 {
     return (iFlags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
@@ -164,9 +210,7 @@ int open(const char *pszName, int iFlags, ...)
     va_start(arguments, iFlags);
     const mode_t mode = ModeOf(iFlags, arguments);
     va_end(arguments);
-    return Make("open", [&] {
-        return static_cast<int>(syscall(SYS_openat, AT_FDCWD, pszName, iFlags, mode));
-    });
+    return Open(pszName, iFlags, mode);
 }
 
 int open64(const char *pszName, int iFlags, ...)
@@ -175,9 +219,7 @@ int open64(const char *pszName, int iFlags, ...)
     va_start(arguments, iFlags);
     const mode_t mode = ModeOf(iFlags, arguments);
     va_end(arguments);
-    return Make("open", [&] {
-        return static_cast<int>(syscall(SYS_openat, AT_FDCWD, pszName, iFlags, mode));
-    });
+    return Open(pszName, iFlags, mode);
 }
 
 int openat(int iDirFd, const char *pszName, int iFlags, ...)
@@ -204,7 +246,29 @@ ssize_t pread(int iFd, void *pTo, size_t size, off_t offset)
 
 ssize_t write(int iFd, const void *pFrom, size_t size)
 {
-    return Move("write", size, [&](size_t count) { return syscall(SYS_write, iFd, pFrom, count); });
+    const ssize_t written =
+        Move("write", size, [&](size_t count) { return syscall(SYS_write, iFd, pFrom, count); });
+    return Note(written, "write", NameOf(iFd), std::to_string(written));
+}
+
+int fsync(int iFd)
+{
+    return Note(Make("fsync", [&] { return static_cast<int>(syscall(SYS_fsync, iFd)); }), "flush",
+                NameOf(iFd));
+}
+
+int unlink(const char *pszName)
+{
+    return Note(Make("unlink", [&] { return Next<int(const char *)>("unlink")(pszName); }),
+                "remove", pszName);
+}
+
+int rename(const char *pszOld, const char *pszNew)
+{
+    return Note(
+        Make("rename",
+             [&] { return Next<int(const char *, const char *)>("rename")(pszOld, pszNew); }),
+        "rename", pszOld, pszNew);
 }
 
 int clock_gettime(clockid_t clock, timespec *pstru)
@@ -235,9 +299,6 @@ char *realpath(const char *pszName, char *pszResolved)
 // clang-format off
 WYX_CALL(int, close, (int iFd), (iFd))
 WYX_CALL(int, fstat, (int iFd, struct stat *pstru), (iFd, pstru))
-WYX_CALL(int, fsync, (int iFd), (iFd))
-WYX_CALL(int, unlink, (const char *pszName), (pszName))
-WYX_CALL(int, rename, (const char *pszOld, const char *pszNew), (pszOld, pszNew))
 WYX_CALL(int, fallocate, (int iFd, int iMode, off_t from, off_t count), (iFd, iMode, from, count))
 WYX_CALL(int, ftruncate, (int iFd, off_t length), (iFd, length))
 WYX_CALL(off_t, lseek, (int iFd, off_t offset, int iWhence), (iFd, offset, iWhence))

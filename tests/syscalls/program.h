@@ -74,7 +74,7 @@ class TargetFolder {
         if (mkdtemp(name.data()) == nullptr) {
             std::abort();
         }
-        folder_ = name;
+        folder_ = std::filesystem::canonical(name);
     }
     ~TargetFolder() { std::filesystem::remove_all(folder_); }
     TargetFolder(const TargetFolder &) = delete;
