@@ -54,7 +54,7 @@ expect() {
 }
 
 expect "addr" a
-expect "check|del|get|help|keys|list|recover|sections|set" ini ""
+expect "check|del|get|help|keys|list|merge|recover|sections|set" ini ""
 expect "--ignore-missing" sum --i
 expect "f.ini" ini get f
 expect "net" ini get f.ini n

@@ -536,9 +536,9 @@ TEST_F(IniEditToolTest, SetJson)
     const std::string name = Write("f.ini", "[a]\nk=1\n");
     const Outcome outcome = Wyx({"ini", "set", "--json", name, "a", "k=1", "l=2"});
     EXPECT_EQ(json::parse(outcome.out),
-              json::parse(R"({"file": ")" + name + R"(", "section": "a", "changed": true,
-                   "settings": [{"key": "k", "value": "1", "changed": false},
-                                {"key": "l", "value": "2", "changed": true}]})"));
+              json::parse(R"({"file": ")" + name + R"(", "changed": true, "settings": [
+                   {"section": "a", "key": "k", "value": "1", "changed": false},
+                   {"section": "a", "key": "l", "value": "2", "changed": true}]})"));
     EXPECT_EQ(json::parse(Wyx({"ini", "set", "--json", name, "a", "k=1"}).out)["changed"], false);
 }
 

@@ -91,6 +91,13 @@ Json Json::array()
     return empty;
 }
 
+Json Json::object()
+{
+    Json empty;
+    empty.scalar_.clear();
+    return empty;
+}
+
 Json &Json::operator[](std::string_view member)
 {
     scalar_.clear();

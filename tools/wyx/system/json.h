@@ -27,6 +27,7 @@ class Json {
     Json(const std::vector<std::string> &texts);
 
     static Json array();
+    static Json object();
 
     /// A member of an object; null if it was not set before. Makes an object of null.
     Json &operator[](std::string_view member);

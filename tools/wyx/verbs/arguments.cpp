@@ -87,7 +87,7 @@ std::vector<Operand> OperandsOf(const Command &command)
         const std::size_t end = std::min(rest.find(' '), rest.size());
         Operand operand{rest.substr(0, end)};
         rest.remove_prefix(std::min(end + 1, rest.size()));
-        operand.isOptional = operand.name.starts_with('[');
+        operand.isOptional = operand.name.starts_with('[') && operand.name.ends_with(']');
         if (operand.isOptional) {
             operand.name = operand.name.substr(1, operand.name.size() - 2);
         }
@@ -107,9 +107,11 @@ Arguments::Arguments(const Command &command, Words words) : command_(command)
         return; // whatever else is missing
     }
     const std::vector<Operand> operands = OperandsOf(command);
-    for (std::size_t i = operands_.size(); i < operands.size(); ++i) {
-        if (!operands[i].isOptional) {
-            throw Misuse(std::string(operands[i].name) + " is required");
+    std::size_t required = 0;
+    for (const Operand &operand : operands) {
+        required += operand.isOptional ? 0 : 1;
+        if (required > operands_.size()) {
+            throw Misuse(std::string(operand.name) + " is required");
         }
     }
     const bool isOpen = !operands.empty() && operands.back().isRepeated;

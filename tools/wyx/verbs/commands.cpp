@@ -19,6 +19,11 @@ constexpr Option kInPlace = {'\0', "in-place", "",
                              "write into the file itself: for one that is not yours, or is a mount "
                              "point. A crash may leave half of the change, and programs that read "
                              "the file meanwhile may see it"};
+constexpr Option kCreate = {'\0', "create", "", "make the file if it does not exist"};
+constexpr Option kDryRun = {'n', "dry-run", "", "change nothing, and write the change as a diff"};
+constexpr Option kExisting = {'\0', "existing", "",
+                              "fail if a key is missing; change nothing then"};
+constexpr Option kIfMissing = {'\0', "if-missing", "", "leave keys that exist as they are"};
 constexpr Option kWait = {'\0', "wait", "SECONDS",
                           "how long to wait for a file that another program has locked, 10 by "
                           "default"};
@@ -127,24 +132,37 @@ constexpr Command kCommands[] = {
     },
     {
         .name = "ini get",
-        .summary = "The value of a key",
-        .operands = "FILE SECTION KEY",
+        .summary = "The value of a key, or a whole section",
+        .operands = "FILE SECTION [KEY]",
         .text = "Writes the value as it is in the file, quotation marks included, and an empty "
-                "line for a key without a value (null in JSON).",
+                "line for a key without a value (null in JSON).\n"
+                "\n"
+                "With --format, writes KEY, or all keys of the section as lookups see them: 'sh' "
+                "as assignments that a shell can read, 'lines' as '[ SECTION ] KEY = VALUE', "
+                "'json' as one object.",
         .examples = "  wyx ini get net.ini net port\n"
-                    "  port=$(wyx ini get net.ini net port) || port=5060\n",
-        .options = {kStrict, kJson, kHelp},
+                    "  port=$(wyx ini get --default 5060 net.ini net port)\n"
+                    "  eval \"$(wyx ini get --format=sh net.ini net)\"\n",
+        .options = {{'\0', "default", "VALUE", "write VALUE if the key or its section is missing"},
+                    {'\0', "format", "sh|lines|json", "how to write keys and values"},
+                    kStrict,
+                    kJson,
+                    kHelp},
         .run = RunIniGet,
     },
     {
         .name = "ini set",
         .summary = "Set keys, all of them in one step",
-        .operands = "FILE SECTION KEY=VALUE...",
+        .operands = "FILE [SECTION] [SECTION.]KEY=VALUE...",
         .text = "Only the value changes, or a line is added: no other byte of the file does. A key "
                 "that exists keeps its place, layout and comment; a new one goes after the last "
                 "key of its section and is laid out like it; a new section goes to the end of the "
                 "file. 'KEY=' sets an empty value. The file keeps its mode and owner; a symbolic "
-                "link is followed.\n"
+                "link is followed. With '-' for FILE, standard input is changed, and written to "
+                "standard output.\n"
+                "\n"
+                "Without a SECTION of their own, settings name it: SECTION.KEY=VALUE, up to the "
+                "last dot before the '='.\n"
                 "\n"
                 "What is written is read back and compared before it takes the file's place. A "
                 "name or value that would not read back the same is refused, and the file left as "
@@ -152,12 +170,10 @@ constexpr Command kCommands[] = {
                 "another.",
         .examples = "  wyx ini set net.ini net port=5061\n"
                     "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
+                    "  wyx ini set net.ini net.port=5061 sip.user=alice\n"
+                    "  wyx ini set -n net.ini net port=5061    what it would change\n"
                     "  wyx ini set --create new.ini net -- -key=value\n",
-        .options = {{'\0', "create", "", "make the file if it does not exist"},
-                    kInPlace,
-                    kWait,
-                    kStrict,
-                    kJson,
+        .options = {kCreate, kIfMissing, kExisting, kDryRun, kInPlace, kWait, kStrict, kJson,
                     kHelp},
         .run = RunIniSet,
     },
@@ -169,9 +185,25 @@ constexpr Command kCommands[] = {
                 "block of the section, with all lines up to the next header. No other byte of the "
                 "file changes.",
         .examples = "  wyx ini del net.ini net port\n"
-                    "  wyx ini del net.ini net\n",
-        .options = {kInPlace, kWait, kStrict, kJson, kHelp},
+                    "  wyx ini del net.ini net\n"
+                    "  wyx ini del - net < net.ini > less.ini\n",
+        .options = {kDryRun, kInPlace, kWait, kStrict, kJson, kHelp},
         .run = RunIniDel,
+    },
+    {
+        .name = "ini merge",
+        .summary = "Set the keys that standard input has",
+        .operands = "FILE",
+        .text = "Reads an INI file from standard input and sets each of its keys in FILE, as 'wyx "
+                "ini set' does: no other byte changes, and comments and sections without keys are "
+                "not carried over. Of a key that is there more than once, the lowest line counts. "
+                "Input with a line that cannot be read is refused.",
+        .examples = "  wyx ini merge net.ini < changes.ini\n"
+                    "  wyx ini merge --if-missing net.ini < defaults.ini\n"
+                    "  wyx ini merge -n net.ini < changes.ini    what it would change\n",
+        .options = {kCreate, kIfMissing, kExisting, kDryRun, kInPlace, kWait, kStrict, kJson,
+                    kHelp},
+        .run = RunIniMerge,
     },
     {
         .name = "ini sections",

@@ -107,11 +107,9 @@ void OfferOperand(std::string_view name, const std::vector<std::string> &typed,
     }
     try {
         if (name == "SECTION") {
-            const IniSource source(typed.at(0));
-            OfferNames(IniDocument(source).Sections(source), current);
-        } else if (name.starts_with("KEY")) {
-            const IniSource source(typed.at(0));
-            OfferNames(IniDocument(source).Keys(source, typed.at(1)), current,
+            OfferNames(IniText(IniSource(typed.at(0))).Sections(), current);
+        } else if (name == "KEY" || name.ends_with("KEY=VALUE")) {
+            OfferNames(IniText(IniSource(typed.at(0))).Keys(typed.at(1)), current,
                        name == "KEY" ? "" : "=");
         }
     } catch (const Failure &) {

@@ -1,6 +1,7 @@
-// wyx ini set, del: changing a file.
+// wyx ini set, del, merge: changing a file.
+#include <unistd.h>
+
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "system/file_replace.h"
 #include "system/json.h"
 #include "system/terminal.h"
+#include "system/unified_diff.h"
 #include "verbs/arguments.h"
 #include "verbs/verbs.h"
 
@@ -24,6 +26,42 @@ constexpr std::size_t kLongestWait = 86400; // a day
 Failure Refusal(const std::string &what, const std::string &hint = {})
 {
     return {ExitCode::kUsage, what + "; nothing was changed", hint};
+}
+
+bool IsSameKey(const Edit &left, const Edit &right)
+{
+    return IsSameName(left.section, right.section) && IsSameName(left.key, right.key);
+}
+
+/// The edit for a key, which must not be set twice.
+void AddSetting(std::vector<Edit> &edits, Edit edit)
+{
+    RequireWritable(edit);
+    if (std::ranges::any_of(edits, [&](const Edit &other) { return IsSameKey(other, edit); })) {
+        throw Refusal("key " + Quoted(edit.key) + " is set more than once");
+    }
+    edits.push_back(std::move(edit));
+}
+
+/// "SECTION.KEY=VALUE", as opposed to a section's name
+bool IsDotted(const std::string &word)
+{
+    return word.find('.') < word.find('=') && word.find('=') != std::string::npos;
+}
+
+std::vector<Edit> ParseDotted(Words words)
+{
+    std::vector<Edit> edits;
+    for (const std::string &word : words) {
+        const std::size_t equals = word.find('=');
+        const std::size_t dot = word.rfind('.', equals);
+        if (equals == std::string::npos || dot == std::string::npos) {
+            throw Refusal(Quoted(word) + " is not SECTION.KEY=VALUE");
+        }
+        AddSetting(edits, {Edit::Kind::kSet, word.substr(0, dot),
+                           word.substr(dot + 1, equals - dot - 1), word.substr(equals + 1)});
+    }
+    return edits;
 }
 
 std::vector<Edit> ParseSettings(const std::string &section, Words words)
@@ -42,13 +80,26 @@ std::vector<Edit> ParseSettings(const std::string &section, Words words)
                     : "a value with blanks goes in quotation marks of the shell: " +
                           Quoted(edits.back().key + "=" + edits.back().value + " " + word));
         }
-        Edit edit{Edit::Kind::kSet, section, word.substr(0, equals), word.substr(equals + 1)};
-        RequireWritable(edit);
-        if (std::ranges::any_of(
-                edits, [&](const Edit &other) { return IsSameName(other.key, edit.key); })) {
-            throw Refusal("key " + Quoted(edit.key) + " is set more than once");
+        AddSetting(edits,
+                   {Edit::Kind::kSet, section, word.substr(0, equals), word.substr(equals + 1)});
+    }
+    return edits;
+}
+
+/// An edit for each key of a file; of a key that is there more than once, for the lowest line.
+std::vector<Edit> EditsOf(const IniText &other)
+{
+    other.RequireReadable();
+    std::vector<Edit> edits;
+    std::string section;
+    for (const LineParts &parts : other.Parts()) {
+        if (parts.kind == INI_SECTION_LINE) {
+            section = parts.name;
+        } else if (parts.kind == INI_KEYVALUE_LINE) {
+            const Edit edit{Edit::Kind::kSet, section, parts.name, parts.value.value_or("")};
+            std::erase_if(edits, [&](const Edit &known) { return IsSameKey(known, edit); });
+            AddSetting(edits, edit);
         }
-        edits.push_back(std::move(edit));
     }
     return edits;
 }
@@ -59,8 +110,70 @@ std::chrono::milliseconds WaitOf(const Arguments &arguments)
     return seconds ? std::chrono::seconds(std::min(*seconds, kLongestWait)) : kUsualWait;
 }
 
-/// Edits a file, and says what became of each edit.
-std::vector<EditEffect> EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
+/// Applies edits as the options have it. What is left out has an effect that changed nothing.
+EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
+                     const std::vector<Edit> &edits)
+{
+    const std::string name = arguments[0] == "-" ? "(standard input)" : arguments[0];
+    const IniText text(IniSource::OfBytes(name, bytes));
+    if (arguments.Has("strict")) {
+        text.RequireReadable();
+    }
+    std::vector<Edit> wanted;
+    std::vector<bool> isWanted;
+    for (const Edit &edit : edits) {
+        if (arguments.Has("existing")) {
+            text.Value(edit.section, edit.key); // which fails if there is none
+        }
+        isWanted.push_back(!arguments.Has("if-missing") ||
+                           text.Document().Find(edit.section, edit.key).status != XELP_ERR_INI_OK);
+        if (isWanted.back()) {
+            wanted.push_back(edit);
+        }
+    }
+    EditResult result = ApplyEdits(name, bytes, wanted);
+    for (std::size_t i = 0; i < edits.size(); ++i) {
+        if (!isWanted[i]) {
+            result.effects.insert(result.effects.begin() + static_cast<std::ptrdiff_t>(i),
+                                  EditEffect{});
+        }
+    }
+    for (const std::string &warning : result.warnings) {
+        PutWarning(warning);
+    }
+    return result;
+}
+
+/// What became of the edits.
+struct Outcome {
+    std::vector<EditEffect> effects;
+    std::string diff; // of a dry run
+};
+
+/// Edits what standard input brings.
+Outcome Filter(const Arguments &arguments, const std::vector<Edit> &edits)
+{
+    if (arguments.Has("json") && !arguments.Has("dry-run")) {
+        throw arguments.Misuse("--json and '-' both write to standard output");
+    }
+    const std::string bytes = ReadWhole("-", kLargestFile);
+    EditResult result = EditBytes(arguments, bytes, edits);
+    if (arguments.Has("dry-run")) {
+        return {std::move(result.effects), UnifiedDiff("-", bytes, result.bytes)};
+    }
+    Put(result.bytes);
+    return {std::move(result.effects), {}};
+}
+
+Outcome DryRun(const Arguments &arguments, const std::vector<Edit> &edits)
+{
+    const bool isNew = arguments.Has("create") && access(arguments[0].c_str(), F_OK) != 0;
+    const std::string bytes = isNew ? "" : ReadWhole(arguments[0], kLargestFile);
+    EditResult result = EditBytes(arguments, bytes, edits);
+    return {std::move(result.effects), UnifiedDiff(arguments[0], bytes, result.bytes)};
+}
+
+Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
 {
     const std::string &name = arguments[0];
     const Target target(name, {.limit = kLargestFile,
@@ -73,20 +186,14 @@ std::vector<EditEffect> EditFile(const Arguments &arguments, const std::vector<E
                                                   : recovery;
                                    },
                                .wait = WaitOf(arguments)});
-    if (arguments.Has("strict")) {
-        IniText(IniSource::OfBytes(name, target.Bytes())).RequireReadable();
-    }
-    const EditResult result = ApplyEdits(name, target.Bytes(), edits);
-    for (const std::string &warning : result.warnings) {
-        PutWarning(warning);
-    }
+    EditResult result = EditBytes(arguments, target.Bytes(), edits);
     const bool isNew = !target.Exists();
     if (!isNew && result.bytes == target.Bytes()) {
-        return result.effects;
+        return {std::move(result.effects), {}};
     }
     if (arguments.Has("in-place") && !isNew) {
         WriteInPlace(target, result.bytes);
-        return result.effects;
+        return {std::move(result.effects), {}};
     }
     if (!isNew && target.Status().st_nlink > 1) {
         PutWarning(Shown(name) +
@@ -94,38 +201,74 @@ std::vector<EditEffect> EditFile(const Arguments &arguments, const std::vector<E
                    "all of them");
     }
     Replace(target, result.bytes);
-    return result.effects;
+    return {std::move(result.effects), {}};
 }
 
-Json ResultOf(const Arguments &arguments, bool isChanged)
+/// Edits what FILE says, in the way that the options say, and shows what a dry run found.
+Outcome Run(const Arguments &arguments, const std::vector<Edit> &edits)
+{
+    Outcome outcome = arguments[0] == "-"        ? Filter(arguments, edits)
+                      : arguments.Has("dry-run") ? DryRun(arguments, edits)
+                                                 : EditFile(arguments, edits);
+    if (!arguments.Has("json")) {
+        Put(outcome.diff);
+    }
+    return outcome;
+}
+
+Json ResultOf(const Arguments &arguments, const Outcome &outcome)
 {
     Json document;
     SetText(document, "file", arguments[0]);
-    SetText(document, "section", arguments[1]);
-    document["changed"] = isChanged;
+    document["changed"] = std::ranges::any_of(outcome.effects, &EditEffect::isChanged);
+    if (arguments.Has("dry-run")) {
+        SetText(document, "diff", outcome.diff);
+    }
     return document;
+}
+
+/// Sets keys, for set and merge.
+ExitCode RunSettings(const Arguments &arguments, const std::vector<Edit> &edits)
+{
+    const Outcome outcome = Run(arguments, edits);
+    if (arguments.Has("json")) {
+        Json list = Json::array();
+        for (std::size_t i = 0; i < edits.size(); ++i) {
+            Json item;
+            SetText(item, "section", edits[i].section);
+            SetText(item, "key", edits[i].key);
+            SetText(item, "value", edits[i].value);
+            item["changed"] = outcome.effects[i].isChanged;
+            list.push_back(std::move(item));
+        }
+        Json document = ResultOf(arguments, outcome);
+        document["settings"] = list;
+        PutJson(document);
+    }
+    return ExitCode::kOk;
 }
 
 } // namespace
 
 ExitCode RunIniSet(const Arguments &arguments)
 {
-    const std::vector<Edit> edits = ParseSettings(arguments[1], arguments.From(2));
-    const std::vector<EditEffect> effects = EditFile(arguments, edits);
-    if (arguments.Has("json")) {
-        Json list = Json::array();
-        for (std::size_t i = 0; i < edits.size(); ++i) {
-            Json item;
-            SetText(item, "key", edits[i].key);
-            SetText(item, "value", edits[i].value);
-            item["changed"] = effects[i].isChanged;
-            list.push_back(std::move(item));
-        }
-        Json document = ResultOf(arguments, std::ranges::any_of(effects, &EditEffect::isChanged));
-        document["settings"] = list;
-        PutJson(document);
+    arguments.RequireOneOf({"existing", "if-missing"});
+    if (IsDotted(arguments[1])) {
+        return RunSettings(arguments, ParseDotted(arguments.From(1)));
     }
-    return ExitCode::kOk;
+    if (arguments.Count() < 3) {
+        throw arguments.Misuse("KEY=VALUE is required");
+    }
+    return RunSettings(arguments, ParseSettings(arguments[1], arguments.From(2)));
+}
+
+ExitCode RunIniMerge(const Arguments &arguments)
+{
+    arguments.RequireOneOf({"existing", "if-missing"});
+    if (arguments[0] == "-") {
+        throw arguments.Misuse("FILE cannot be '-': standard input is what is merged into it");
+    }
+    return RunSettings(arguments, EditsOf(IniText(IniSource("-"))));
 }
 
 ExitCode RunIniDel(const Arguments &arguments)
@@ -133,10 +276,11 @@ ExitCode RunIniDel(const Arguments &arguments)
     const Edit edit{arguments.Count() > 2 ? Edit::Kind::kDeleteKey : Edit::Kind::kDeleteSection,
                     arguments[1], arguments[2]};
     RequireWritable(edit);
-    const std::vector<EditEffect> effects = EditFile(arguments, {edit});
+    const Outcome outcome = Run(arguments, {edit});
     if (arguments.Has("json")) {
-        Json document = ResultOf(arguments, true);
-        document["deleted_lines"] = effects.front().deletedLines;
+        Json document = ResultOf(arguments, outcome);
+        SetText(document, "section", edit.section);
+        document["deleted_lines"] = outcome.effects.front().deletedLines;
         PutJson(document);
     }
     return ExitCode::kOk;

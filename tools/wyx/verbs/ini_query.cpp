@@ -53,6 +53,74 @@ IniText ReadText(const Arguments &arguments)
     return text;
 }
 
+/// A section's keys as lookups see them: each once, in the order in which they begin.
+struct KeyValue {
+    std::string key;
+    std::optional<std::string> value;
+};
+
+std::vector<KeyValue> SectionOf(const IniText &text, const std::string &section)
+{
+    std::vector<KeyValue> all;
+    for (const std::string &key : text.Keys(section)) {
+        if (std::ranges::none_of(
+                all, [&](const KeyValue &known) { return IsSameName(known.key, key); })) {
+            all.push_back({key, text.Value(section, key)});
+        }
+    }
+    return all;
+}
+
+/// "port=5060", for a shell to read. Quotation marks only where it needs them.
+std::string ShellLine(const KeyValue &pair)
+{
+    static constexpr std::string_view kLetters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
+    static constexpr std::string_view kDigits = "0123456789";
+    const auto isOf = [](std::string_view text, std::initializer_list<std::string_view> sets) {
+        return std::ranges::all_of(text, [&](char ch) {
+            return std::ranges::any_of(
+                sets, [&](std::string_view set) { return set.find(ch) != set.npos; });
+        });
+    };
+    if (!isOf(pair.key, {kLetters, kDigits}) || kDigits.find(pair.key.front()) != kDigits.npos) {
+        throw Failure(ExitCode::kMalformed,
+                      "key " + Quoted(pair.key) + " is no name of a shell's variable",
+                      "'--format=lines' and '--format=json' take any name");
+    }
+    const std::string value = pair.value.value_or("");
+    if (!value.empty() && isOf(value, {kLetters, kDigits, "@%+=:,./-"})) {
+        return pair.key + "=" + value + "\n";
+    }
+    std::string quoted;
+    for (const char ch : value) {
+        quoted += ch == '\'' ? "'\"'\"'" : std::string(1, ch);
+    }
+    return pair.key + "='" + quoted + "'\n";
+}
+
+ExitCode PutFormatted(const std::string &format, const std::string &section,
+                      const std::vector<KeyValue> &pairs)
+{
+    Json json = Json::object();
+    std::string text;
+    for (const KeyValue &pair : pairs) {
+        if (format == "json") {
+            json[pair.key] = nullptr;
+            if (pair.value) {
+                SetText(json, pair.key, *pair.value);
+            }
+        } else if (format == "sh") {
+            text += ShellLine(pair);
+        } else {
+            text += "[ " + section + " ] " + pair.key +
+                    (pair.value ? " = " + *pair.value : std::string()) + "\n";
+        }
+    }
+    format == "json" ? PutJson(json) : Put(text);
+    return ExitCode::kOk;
+}
+
 ExitCode PutNames(const std::vector<std::string> &names, const char *member, Json json, bool isJson)
 {
     if (isJson) {
@@ -141,10 +209,28 @@ ExitCode RunIniKeys(const Arguments &arguments)
 
 ExitCode RunIniGet(const Arguments &arguments)
 {
+    static constexpr std::string_view kFormats[] = {"sh", "lines", "json"};
+    const std::optional<std::string> format = arguments.Value("format");
+    if (format && std::ranges::find(kFormats, *format) == std::end(kFormats)) {
+        throw arguments.Misuse("no format " + Quoted(*format), "the formats are: sh, lines, json");
+    }
+    if (!format && arguments.Count() < 3) {
+        throw arguments.Misuse("KEY is required", "'--format=lines' writes a whole section");
+    }
     const IniText text = ReadText(arguments);
     const std::string &section = arguments[1];
     const std::string &key = arguments[2];
-    const std::optional<std::string> value = text.Value(section, key);
+    if (arguments.Count() < 3) {
+        arguments.RequireWithout("format", {"default", "json"});
+        return PutFormatted(*format, section, SectionOf(text, section));
+    }
+    std::optional<std::string> value = arguments.Value("default");
+    if (!value || text.Document().Find(section, key).status == XELP_ERR_INI_OK) {
+        value = text.Value(section, key);
+    }
+    if (format) {
+        return PutFormatted(*format, section, {{key, value}});
+    }
     if (arguments.Has("json")) {
         Json json;
         SetText(json, "file", arguments[0]);

@@ -14,6 +14,7 @@ ExitCode RunAddr(const Arguments &arguments);
 ExitCode RunIniGet(const Arguments &arguments);
 ExitCode RunIniSet(const Arguments &arguments);
 ExitCode RunIniDel(const Arguments &arguments);
+ExitCode RunIniMerge(const Arguments &arguments);
 ExitCode RunIniSections(const Arguments &arguments);
 ExitCode RunIniKeys(const Arguments &arguments);
 ExitCode RunIniList(const Arguments &arguments);
