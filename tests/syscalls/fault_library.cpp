@@ -160,7 +160,7 @@ Result Note(Result result, const char *pszChange, const std::string &file,
         const int iError = errno;
         const std::string line = std::string(pszChange) + " " + file + " " + detail + "\n";
         const auto iLog = static_cast<int>(
-            syscall(SYS_openat, AT_FDCWD, pszLog, O_WRONLY | O_CREAT | O_APPEND, 0600));
+            syscall(SYS_openat, AT_FDCWD, ChangesLog(), O_WRONLY | O_CREAT | O_APPEND, 0600));
         static_cast<void>(syscall(SYS_write, iLog, line.data(), line.size()));
         syscall(SYS_close, iLog);
         errno = iError;
