@@ -3,34 +3,9 @@
 
 #include "os_adapter.h"
 
-#include <cstddef>
 #include <cstdint>
 
 namespace {
-
-static_assert(sizeof(xelpDLLErrCode) == 4 && XELP_ERR_DLL_INVALID_PARA == 10 &&
-                  XELP_ERR_DLL_MEMORY == 20 && XELP_ERR_DLL_FIND == 30 && XELP_ERR_DLL_HEAD == 40 &&
-                  XELP_ERR_DLL_TAIL == 50 && XELP_ERR_DLL_NULL == 60 && XELP_ERR_DLL_BREAK == 70 &&
-                  XELP_ERR_DLL_BUTT == 100,
-              "statuses are ABI");
-static_assert(sizeof(XELP_E_DLL_Insert_Position) == 4 && XELP_DLL_Insert_Front_FirstNode == 0 &&
-                  XELP_DLL_Insert_After_LastNode == 1 && XELP_DLL_Insert_Front_CurNode == 2 &&
-                  XELP_DLL_Insert_After_CurNode == 3 && XELP_DLL_Insert_BUTT == 4,
-              "positions are ABI");
-static_assert(sizeof(XELP_E_DLL_FreeUserNode) == 4 && XELP_DLL_FreeUserNode_Yes == 0 &&
-                  XELP_DLL_FreeUserNode_No == 1 && XELP_DLL_FreeUserNode_BUTT == 2,
-              "flags are ABI");
-static_assert(sizeof(DLinkList_S_Node) == 24 && offsetof(DLinkList_S_Node, pstruPNode) == 0 &&
-                  offsetof(DLinkList_S_Node, pstruNNode) == 8 &&
-                  offsetof(DLinkList_S_Node, pstruUserNode) == 16,
-              "the link node is ABI");
-static_assert(sizeof(DLinkList_S_Head) == 48 && offsetof(DLinkList_S_Head, pstruFirstNode) == 0 &&
-                  offsetof(DLinkList_S_Head, pstruLastNode) == 8 &&
-                  offsetof(DLinkList_S_Head, pstruNow) == 16 &&
-                  offsetof(DLinkList_S_Head, ulTotalNum) == 24 &&
-                  offsetof(DLinkList_S_Head, pfunCmpNode) == 32 &&
-                  offsetof(DLinkList_S_Head, pfunFreeNode) == 40,
-              "the head is ABI");
 
 using Head = DLinkList_S_Head;
 using Node = DLinkList_S_Node;

@@ -5,33 +5,9 @@
 #include "bounded.h"
 #include "os_adapter.h"
 
-#include <cstddef>
 #include <cstdint>
 
 namespace {
-
-static_assert(sizeof(xelpHashErrCode) == 4 && XELP_ERR_HASH_INVALID_PARA == 10 &&
-                  XELP_ERR_HASH_MEMORY == 20 && XELP_ERR_HASH_FIND == 30 &&
-                  XELP_ERR_HASH_HEAD == 40 && XELP_ERR_HASH_TAIL == 50 &&
-                  XELP_ERR_HASH_NULL == 60 && XELP_ERR_HASH_BREAK == 70 &&
-                  XELP_ERR_HASH_HASHVALUE == 80 && XELP_ERR_HASH_RESAVE == 90 &&
-                  XELP_ERR_HASH_NOW_NULL == 100 && XELP_ERR_HASH_BUTT == 110,
-              "statuses are ABI");
-static_assert(sizeof(XELP_E_HASH_FreeUserNode) == 4 && XELP_HASH_FreeUserNode_Yes == 0 &&
-                  XELP_HASH_FreeUserNode_No == 1 && XELP_HASH_FreeUserNode_BUTT == 2,
-              "flags are ABI");
-static_assert(sizeof(Hash_S_Node) == 24 && offsetof(Hash_S_Node, pstruKey) == 0 &&
-                  offsetof(Hash_S_Node, pstruUserNode) == 8 &&
-                  offsetof(Hash_S_Node, pstruNNode) == 16,
-              "the chain node is ABI");
-static_assert(sizeof(Hash_S_Head) == 56 && offsetof(Hash_S_Head, ulHashSize) == 0 &&
-                  offsetof(Hash_S_Head, ulNodeNum) == 4 && offsetof(Hash_S_Head, pstruBase) == 8 &&
-                  offsetof(Hash_S_Head, pfunHashFun) == 16 &&
-                  offsetof(Hash_S_Head, pfunCmpNode) == 24 &&
-                  offsetof(Hash_S_Head, pfunFreeKey) == 32 &&
-                  offsetof(Hash_S_Head, pfunFreeNode) == 40 &&
-                  offsetof(Hash_S_Head, pstruNow) == 48,
-              "the head is ABI");
 
 using Head = Hash_S_Head;
 using Node = Hash_S_Node;

@@ -4,8 +4,6 @@
 // known only from the byte behind it, which is then given back to the file.
 #include "ini_parser_internal.h"
 
-#include <cstddef>
-
 #include "bounded.h"
 #include "os_adapter.h"
 
@@ -47,14 +45,6 @@ void FreeSetNull(QAL_INT8 *&psz, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
 } // namespace wyx::ini
 
 namespace {
-
-static_assert(sizeof(XELP_IN_S_INI_FILE_STRUCT) == 24 &&
-              offsetof(XELP_IN_S_INI_FILE_STRUCT, ulLabel) == 0 &&
-              offsetof(XELP_IN_S_INI_FILE_STRUCT, ulLineNum) == 4 &&
-              offsetof(XELP_IN_S_INI_FILE_STRUCT, ulTotalLine) == 8 &&
-              offsetof(XELP_IN_S_INI_FILE_STRUCT, ulIniFileNum) == 12 &&
-              offsetof(XELP_IN_S_INI_FILE_STRUCT, pStrLine) == 16);
-static_assert(XELP_ERR_INI_WRITE_FILE == 180 && XELP_ERR_INI_KEY_VALUE == 180);
 
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;

@@ -5,36 +5,8 @@
 #include "bounded.h"
 #include "os_adapter.h"
 
-#include <cstddef>
 
 namespace {
-
-static_assert(sizeof(xelpSLLErrCode) == 4 && XELP_ERR_SLL_INVALID_PARA == 10 &&
-                  XELP_ERR_SLL_MEMORY == 20 && XELP_ERR_SLL_FULL == 30 && XELP_ERR_SLL_FIND == 40 &&
-                  XELP_ERR_SLL_HEAD == 50 && XELP_ERR_SLL_TAIL == 60 && XELP_ERR_SLL_NULL == 70 &&
-                  XELP_ERR_SLL_BREAK == 80 && XELP_ERR_SLL_BUTT == 100,
-              "statuses are ABI");
-static_assert(sizeof(XELP_E_SLL_Insert_Position) == 4 && XELP_SLL_Insert_Front_FirstNode == 0 &&
-                  XELP_SLL_Insert_After_LastNode == 1 && XELP_SLL_Insert_Front_CurNode == 2 &&
-                  XELP_SLL_Insert_After_CurNode == 3 && XELP_SLL_Insert_BUTT == 4,
-              "positions are ABI");
-static_assert(sizeof(XELP_E_SLL_FreeUserNode) == 4 && XELP_SLL_FreeUserNode_Yes == 0 &&
-                  XELP_SLL_FreeUserNode_No == 1 && XELP_SLL_FreeUserNode_BUTT == 2,
-              "flags are ABI");
-static_assert(sizeof(SLinkList_S_Node) == 16 && offsetof(SLinkList_S_Node, ulPNode) == 0 &&
-                  offsetof(SLinkList_S_Node, ulNNode) == 4 &&
-                  offsetof(SLinkList_S_Node, pstruUserNode) == 8,
-              "the slot is ABI");
-static_assert(sizeof(SLinkList_S_Head) == 48 && offsetof(SLinkList_S_Head, ulFirstNode) == 0 &&
-                  offsetof(SLinkList_S_Head, ulLastNode) == 4 &&
-                  offsetof(SLinkList_S_Head, ulNow) == 8 &&
-                  offsetof(SLinkList_S_Head, ulTotalNum) == 12 &&
-                  offsetof(SLinkList_S_Head, ulUseNum) == 16 &&
-                  offsetof(SLinkList_S_Head, ulFirstNoUseNode) == 20 &&
-                  offsetof(SLinkList_S_Head, pstruBase) == 24 &&
-                  offsetof(SLinkList_S_Head, pfunCmpNode) == 32 &&
-                  offsetof(SLinkList_S_Head, pfunFreeNode) == 40,
-              "the head is ABI");
 
 using Head = SLinkList_S_Head;
 using Node = SLinkList_S_Node;
