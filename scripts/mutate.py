@@ -501,7 +501,8 @@ def share_killed(ends, places, listed):
 def chosen_files(modules, names):
     """The source files of some modules (the tool's only if it is named), or of some names."""
     files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
-                   for p in (TREE / part.sources).rglob("*") if p.suffix in (".cpp", ".h"))
+                   for p in (TREE / part.sources).rglob("*")
+                   if p.suffix in (".cpp", ".h") and p.parent != TREE / PARTS["library"].sources)
     if names:
         return [f for f in files if pathlib.Path(f).name in names]
     if modules:

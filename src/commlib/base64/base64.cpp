@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "base64_kernel.h"
-#include "os_adapter.h"
+#include "blocks.h"
 
 namespace {
 
@@ -171,13 +171,6 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
-void ReleaseAndSetNull(QAL_UINT8 **ppucBuff, QAL_UINT32 ulLine)
-{
-    void *pBlock = *ppucBuff;
-    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
-    *ppucBuff = static_cast<QAL_UINT8 *>(pBlock);
-}
-
 } // namespace
 
 extern "C" {
@@ -215,7 +208,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
     if (ulOut == kNoText) {
-        ReleaseAndSetNull(ppucOutput, __LINE__);
+        wyx::Release(*ppucOutput);
         return 0;
     }
     (*ppucOutput)[ulOut] = '\0';
@@ -224,7 +217,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
 
 void MOX_BASE64Free(QAL_UINT8 **ppucBuff)
 {
-    ReleaseAndSetNull(ppucBuff, __LINE__);
+    wyx::Release(*ppucBuff);
 }
 
 } // extern "C"

@@ -1,10 +1,11 @@
 // Doubly linked list. Every change of a link goes through Join(), every removal through Unlink().
 #include "wyx_commlib/dlink.h"
 
-#include "os_adapter.h"
-
 #include <cstdint>
 
+#include "blocks.h"
+
+namespace wyx::dlink {
 namespace {
 
 using Head = DLinkList_S_Head;
@@ -16,7 +17,7 @@ struct Gap {
     Node *pNext;
 };
 
-/// Sets what stands on either side of a gap: the neighbour, or the end of the list in its place.
+/// Sets both links across a gap; at an end of the list, the head's link instead.
 void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 {
     (gap.pPrev != nullptr ? gap.pPrev->pstruNNode : head.pstruFirstNode) = pAfterPrev;
@@ -42,11 +43,6 @@ bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
         default:
             return false;
     }
-}
-
-void Release(void *pBlock, QAL_UINT32 ulLine = __builtin_LINE())
-{
-    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
 }
 
 // The gap that an element leaves. At an end of the list, the link that leads out of it is not read:
@@ -80,7 +76,7 @@ void *Unlink(Head &head, Node *pNode, Gap gap)
     return pUserNode;
 }
 
-/// Clears a result and opens the list behind a handle; null if either is null.
+/// Clears a result and returns the list of a handle; null if either is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -90,7 +86,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Gives the user node of an element; null stands for that of an empty list.
+/// Hands out the user node of an element; null is that of an empty list.
 QAL_UINT32 Show(const Node *pNode, void **ppUserNode)
 {
     if (pNode == nullptr) {
@@ -184,6 +180,9 @@ QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_Nod
 }
 
 } // namespace
+} // namespace wyx::dlink
+
+using namespace wyx::dlink;
 
 extern "C" {
 
@@ -214,10 +213,10 @@ QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag
             head.pfunFreeNode(pNode->pstruUserNode);
         }
         Node *const pNext = pNode->pstruNNode;
-        Release(pNode);
+        wyx::Release(pNode);
         pNode = pNext;
     }
-    Release(pstruHead);
+    wyx::Release(pstruHead);
     return 0;
 }
 
@@ -309,12 +308,12 @@ QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead)
 {
-    return Step(static_cast<Head *>(pstruHead), &Node::pstruPNode, XELP_ERR_DLL_HEAD);
+    return Step(pstruHead, &Node::pstruPNode, XELP_ERR_DLL_HEAD);
 }
 
 QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead)
 {
-    return Step(static_cast<Head *>(pstruHead), &Node::pstruNNode, XELP_ERR_DLL_TAIL);
+    return Step(pstruHead, &Node::pstruNNode, XELP_ERR_DLL_TAIL);
 }
 
 QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)

@@ -1,12 +1,13 @@
-// Chained hash table in one block, the head and behind it the buckets, plus a chain node for each
-// entry. Entries are found as the link that leads to them, so that taking one out needs no more.
+// Chained hash table: one block of the head and its buckets, and a chain node for each entry. An
+// entry is found as the link that leads to it, which is all that its removal needs.
 #include "wyx_commlib/hash.h"
-
-#include "bounded.h"
-#include "os_adapter.h"
 
 #include <cstdint>
 
+#include "blocks.h"
+#include "bounded.h"
+
+namespace wyx::hash {
 namespace {
 
 using Head = Hash_S_Head;
@@ -18,7 +19,6 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulHashSize)
     return sizeof(Head) + QAL_UINT64{ulHashSize} * sizeof(Node *);
 }
 
-constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
 static_assert(BlockSize(536870904) <= kMaxBlockSize && BlockSize(536870905) > kMaxBlockSize,
               "the header names the largest number of buckets");
 
@@ -32,8 +32,7 @@ Node **FindBucket(const Head &head, void *pKey)
     return &head.pstruBase[ulValue % head.ulHashSize];
 }
 
-/// The link that leads to the entry of a key, in a chain; at its end, where a link leads nowhere,
-/// if there is none.
+/// The link to the key's entry, or the null link that ends the chain.
 Node **FindKey(const Head &head, Node **ppLink, void *pKey)
 {
     while (*ppLink != nullptr && head.pfunCmpNode(pKey, (*ppLink)->pstruKey) != 0) {
@@ -42,7 +41,7 @@ Node **FindKey(const Head &head, Node **ppLink, void *pKey)
     return ppLink;
 }
 
-/// The link that leads to an entry, in a chain; at its end if the entry is not in it.
+/// The link to an entry, or the null link that ends the chain.
 Node **FindNode(Node **ppLink, const Node *pNode)
 {
     while (*ppLink != nullptr && *ppLink != pNode) {
@@ -69,24 +68,20 @@ QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node 
     return *ppLink != nullptr ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
 }
 
-void Release(void *pBlock, QAL_UINT32 ulLine = __builtin_LINE())
+/// Takes the entry that a link leads to out of its chain and returns its user node.
+void *Unlink(Head &head, Node **ppLink)
 {
-    XELP_MemFreeSetNullD(&pBlock, ulLine, __FILE__);
-}
-
-/// Takes the entry a link leads to out of its chain and gives its user node.
-void Unlink(Head &head, Node **ppLink, void **ppUserNode)
-{
-    Node *const pNode = *ppLink;
+    Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
     // Kept: the cursor ends with the chain and never goes to the next bucket
     // (HashCursor.RemovalStaysInTheBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
     pNode->pstruKey = nullptr; // an adapter may keep released blocks to look at
-    *ppUserNode = pNode->pstruUserNode;
+    void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
+    return pUserNode;
 }
 
 /// A Delete: its Remove, and then the release of what that hands over.
@@ -102,6 +97,9 @@ QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 }
 
 } // namespace
+} // namespace wyx::hash
+
+using namespace wyx::hash;
 
 extern "C" {
 
@@ -113,15 +111,11 @@ QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfunHash,
         pfunNodeCmp == nullptr || pfunFreeKey == nullptr || pfunFreeNode == nullptr) {
         return XELP_ERR_HASH_INVALID_PARA;
     }
-    // Kept: a size that wraps in 32 bits is requested all the same
-    // (HashInit.WrappedSizeIsRequestedAndReportedAsMemory).
-    const QAL_UINT64 ullSize = BlockSize(ulHashSize);
-    void *const pBlock = XELP_MemMallocS(static_cast<QAL_UINT32>(ullSize), 0, __LINE__, __FILE__);
+    void *const pBlock = wyx::AllocateArray(
+        BlockSize(ulHashSize), [](QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile) {
+            return XELP_MemMallocS(ulSize, 0, ulLine, pszFile);
+        });
     if (pBlock == nullptr) {
-        return XELP_ERR_HASH_MEMORY;
-    }
-    if (ullSize > kMaxBlockSize) {
-        XELP_MemFreeD(pBlock, __LINE__, __FILE__);
         return XELP_ERR_HASH_MEMORY;
     }
     auto *const pHead = static_cast<Head *>(pBlock);
@@ -150,11 +144,11 @@ QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag
                 head.pfunFreeNode(pNode->pstruUserNode);
             }
             Node *const pNext = pNode->pstruNNode;
-            Release(pNode);
+            wyx::Release(pNode);
             pNode = pNext;
         }
     }
-    Release(pstruHashHead);
+    wyx::Release(pstruHashHead);
     return 0;
 }
 
@@ -196,7 +190,7 @@ QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pst
     Node **ppLink = nullptr;
     const QAL_UINT32 ulStatus = Search(pstruHashHead, pKeyValue, pstruNode, ppLink);
     if (ulStatus == 0) {
-        Unlink(*static_cast<Head *>(pstruHashHead), ppLink, pstruNode);
+        *pstruNode = Unlink(*static_cast<Head *>(pstruHashHead), ppLink);
     }
     return ulStatus;
 }
@@ -226,7 +220,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
     // Kept: no error where the hash function has changed its mind
     // (HashRemoveCurNode.EntryNotInItsBucketGivesSuccessAndNull).
     if (*ppLink != nullptr) {
-        Unlink(head, ppLink, pstruNode);
+        *pstruNode = Unlink(head, ppLink);
     }
     return 0;
 }

@@ -1,11 +1,11 @@
-// List in one block: the head, and behind it an array of slots, linked by index. Free slots form a
+// List in one block: the head and an array of slots, which are linked by index. Free slots form a
 // chain. Every change of a link goes through Join(), every removal through Unlink().
 #include "wyx_commlib/slink.h"
 
+#include "blocks.h"
 #include "bounded.h"
-#include "os_adapter.h"
 
-
+namespace wyx::slink {
 namespace {
 
 using Head = SLinkList_S_Head;
@@ -19,7 +19,6 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
     return sizeof(Head) + QAL_UINT64{ulNodeNum} * sizeof(Node);
 }
 
-constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
 static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
               "the header names the largest capacity");
 
@@ -29,7 +28,7 @@ struct Gap {
     QAL_UINT32 ulNext;
 };
 
-/// Sets what stands on either side of a gap: the neighbour, or the end of the list in its place.
+/// Sets both links across a gap; at an end of the list, the head's link instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
     (gap.ulPrev != kNone ? head.pstruBase[gap.ulPrev].ulNNode : head.ulFirstNode) = ulAfterPrev;
@@ -109,15 +108,15 @@ void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
     return pUserNode;
 }
 
-/// The cursor; kNone for an empty list. The count decides, and where slots were taken by hand and
-/// it counts more than there is, the missing cursor does
+/// The cursor; kNone for an empty list. The count decides; if slots were taken with
+/// SLinkList_Remove_FreeNode() it may be too high, and then the missing cursor does
 /// (SLinkListSlots.TakenByHandTheListIsEmpty).
 QAL_UINT32 Cursor(const Head &head)
 {
     return head.ulUseNum != 0 ? head.ulNow : kNone;
 }
 
-/// Clears a result and opens the list behind a handle; null if either is null.
+/// Clears a result and returns the list of a handle; null if either is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -127,7 +126,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Gives the user node of an element; kNone stands for that of an empty list.
+/// Hands out the user node of an element; kNone is that of an empty list.
 QAL_UINT32 Show(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     if (ulNode == kNone) {
@@ -225,6 +224,9 @@ QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_Nod
 }
 
 } // namespace
+} // namespace wyx::slink
+
+using namespace wyx::slink;
 
 extern "C" {
 
@@ -234,15 +236,11 @@ QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfun
     if (ulNodeNum == 0 || pstruHead == nullptr || pfunFreeNode == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    // Kept: a size that wraps in 32 bits is requested all the same
-    // (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory).
-    const QAL_UINT64 ullSize = BlockSize(ulNodeNum);
-    void *const pBlock = XELP_MemMallocS(static_cast<QAL_UINT32>(ullSize), 0, __LINE__, __FILE__);
+    void *const pBlock = wyx::AllocateArray(
+        BlockSize(ulNodeNum), [](QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile) {
+            return XELP_MemMallocS(ulSize, 0, ulLine, pszFile);
+        });
     if (pBlock == nullptr) {
-        return XELP_ERR_SLL_MEMORY;
-    }
-    if (ullSize > kMaxBlockSize) {
-        XELP_MemFreeD(pBlock, __LINE__, __FILE__);
         return XELP_ERR_SLL_MEMORY;
     }
     auto *const pHead = static_cast<Head *>(pBlock);
@@ -276,7 +274,7 @@ QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag
             head.pstruBase[i].pstruUserNode = nullptr;
         }
     }
-    XELP_MemFreeSetNullD(&pstruHead, __LINE__, __FILE__);
+    wyx::Release(pstruHead);
     return 0;
 }
 

@@ -1,0 +1,45 @@
+// Blocks of memory, in the same way for every module. Each call accounts to the line it stands on.
+#ifndef WYX_COMMLIB_BLOCKS_H
+#define WYX_COMMLIB_BLOCKS_H
+
+#include "os_adapter.h"
+
+namespace wyx {
+
+constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
+
+/// Releases a block and clears the pointer to it.
+template <typename T>
+void Release(T *&pBlock, QAL_UINT32 ulLine = __builtin_LINE(),
+             const QAL_CHAR *pszFile = __builtin_FILE())
+{
+    void *pReleased = pBlock;
+    XELP_MemFreeSetNullD(&pReleased, ulLine, pszFile);
+    pBlock = static_cast<T *>(pReleased);
+}
+
+/**
+ * Allocates a block that holds an array, with an allocator called with its size in 32 bits.
+ *
+ * Kept: a size that wraps is requested all the same, and the block given back
+ * (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory,
+ * HashInit.WrappedSizeIsRequestedAndReportedAsMemory, IniRemallocIniLine.WrappedSizeIsRequested).
+ *
+ * @return the block; null if there is no memory or the size does not fit in 32 bits.
+ */
+template <typename Allocate>
+void *AllocateArray(QAL_UINT64 ullSize, const Allocate &allocate,
+                    QAL_UINT32 ulLine = __builtin_LINE(),
+                    const QAL_CHAR *pszFile = __builtin_FILE())
+{
+    void *const pBlock = allocate(static_cast<QAL_UINT32>(ullSize), ulLine, pszFile);
+    if (pBlock != nullptr && ullSize > kMaxBlockSize) {
+        XELP_MemFreeD(pBlock, ulLine, pszFile);
+        return nullptr;
+    }
+    return pBlock;
+}
+
+} // namespace wyx
+
+#endif
