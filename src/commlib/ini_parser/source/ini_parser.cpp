@@ -1,65 +1,25 @@
 // Loading and releasing a document.
 //
 // The reader cuts a file into lines one byte at a time. Whether a lone LF or CR ended a line is
-// known only from the byte behind it, which is then given back to the file.
+// known only from the byte after it, which is then given back to the file.
 #include "ini_parser_internal.h"
 
-#include "bounded.h"
-#include "os_adapter.h"
-
 namespace wyx::ini {
-
-constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
-
-QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
-{
-    // Kept: a size that wraps in 32 bits is requested all the same
-    // (IniGetSectionList.TooManyLinesForAListIs80, IniRemallocIniLine.WrappedSizeIsRequested).
-    const QAL_UINT64 ullSize = ullCount * sizeof(QAL_INT8 *);
-    void *const pBlock = XELP_MemMallocD(static_cast<QAL_UINT32>(ullSize), ulLine, pszFile);
-    if (pBlock == nullptr) {
-        return nullptr;
-    }
-    if (ullSize > kMaxBlockSize) {
-        XELP_MemFreeD(pBlock, ulLine, pszFile);
-        return nullptr;
-    }
-    wyx_memset_s(pBlock, ullSize, 0, ullSize);
-    return static_cast<QAL_INT8 **>(pBlock);
-}
-
-QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
-{
-    return ullSize > kMaxBlockSize ? nullptr
-                                   : static_cast<QAL_INT8 *>(XELP_MemMallocD(
-                                         static_cast<QAL_UINT32>(ullSize), ulLine, pszFile));
-}
-
-void FreeSetNull(QAL_INT8 *&psz, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
-{
-    void *pBlock = psz;
-    XELP_MemFreeSetNullD(&pBlock, ulLine, pszFile);
-    psz = static_cast<QAL_INT8 *>(pBlock);
-}
-
-} // namespace wyx::ini
-
 namespace {
 
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
-constexpr QAL_UINT32 kMostBytes = 511; // of a line, its line end included
 // One byte can add two to a full line (a backslash that turns out to be text, and itself), and the
 // text is terminated by the fill.
-constexpr QAL_UINT32 kBufferSize = kMostBytes + 2 + 1;
+constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kBackslash, kLf, kCr, kOther, kEnd };
 
 ByteClass ClassOf(QAL_INT32 lByte)
 {
     switch (lByte) {
-        case '\\':
+        case kEscape:
             return kBackslash;
         case '\n':
             return kLf;
@@ -75,17 +35,17 @@ ByteClass ClassOf(QAL_INT32 lByte)
 /// Bytes of the class kOther, but for some control characters: the test of nearly every byte.
 constexpr bool IsPlain(QAL_INT32 lByte)
 {
-    return lByte > '\r' && lByte != '\\';
+    return lByte > '\r' && lByte != kEscape;
 }
 
 /// What the bytes before leave open.
 enum State : QAL_UINT8 {
-    kText,     // nothing
-    kAfterLf,  // an LF: alone, or the first half of LF CR?
-    kAfterCr,  // a CR: alone, or the first half of CR LF?
-    kEscape,   // a backslash: text, or does a line end follow?
-    kEscapeLf, // a backslash and an LF: is the line end complete?
-    kEscapeCr, // a backslash and a CR: is the line end complete?
+    kText,      // nothing
+    kAfterLf,   // an LF: alone, or the first half of LF CR?
+    kAfterCr,   // a CR: alone, or the first half of CR LF?
+    kEscaped,   // a backslash: text, or does a line end follow?
+    kEscapedLf, // a backslash and an LF: is the line end complete?
+    kEscapedCr, // a backslash and a CR: is the line end complete?
 };
 
 /// What is done with a byte; several may hold.
@@ -103,55 +63,34 @@ struct Cell {
     State next;
 };
 
+constexpr Cell Keep = {kStore, kText};
+constexpr Cell Slash = {kStoreSlash | kStore, kText};
+constexpr Cell Lf = {kStore, kAfterLf};
+constexpr Cell Cr = {kStore, kAfterCr};
+constexpr Cell Pair = {kStore | kDone, kText};
+constexpr Cell Back = {kGiveBack | kDone, kText};
+constexpr Cell Esc = {kDrop, kEscaped};
+constexpr Cell EscLf = {kDrop, kEscapedLf};
+constexpr Cell EscCr = {kDrop, kEscapedCr};
+constexpr Cell Join = {kJoin, kText};
+constexpr Cell JoinEsc = {kJoin, kEscaped};
+constexpr Cell JoinKeep = {kJoin | kStore, kText};
+constexpr Cell JoinEnd = {kJoin | kStore | kDone, kText};
+constexpr Cell End = {kDone, kText};
+
 // A line ends at CR LF, LF CR, or a lone LF or CR; a backslash before any of these joins two lines.
-// Kept: behind a lone LF or CR, a backslash joins the line it begins to the one that had already
-// ended (IniReader.BackslashAfterLoneLineEndJoins).
+// Kept: after a lone LF or CR, a backslash joins the line that it begins to the one that had
+// already ended (IniReader.BackslashAfterLoneLineEndJoins).
+// clang-format off
 constexpr Cell kCells[5][6] = {
-    /* kBackslash */ {
-        /* kText     */ {kDrop, kEscape},
-        /* kAfterLf  */ {kDrop, kEscape},
-        /* kAfterCr  */ {kDrop, kEscape},
-        /* kEscape   */ {kStoreSlash | kStore, kText},
-        /* kEscapeLf */ {kJoin, kEscape},
-        /* kEscapeCr */ {kJoin, kEscape},
-    },
-    /* kLf */
-    {
-        /* kText     */ {kStore, kAfterLf},
-        /* kAfterLf  */ {kGiveBack | kDone, kText},
-        /* kAfterCr  */ {kStore | kDone, kText},
-        /* kEscape   */ {kDrop, kEscapeLf},
-        /* kEscapeLf */ {kJoin | kStore | kDone, kText},
-        /* kEscapeCr */ {kJoin, kText},
-    },
-    /* kCr */
-    {
-        /* kText     */ {kStore, kAfterCr},
-        /* kAfterLf  */ {kStore | kDone, kText},
-        /* kAfterCr  */ {kGiveBack | kDone, kText},
-        /* kEscape   */ {kDrop, kEscapeCr},
-        /* kEscapeLf */ {kJoin, kText},
-        /* kEscapeCr */ {kJoin | kStore | kDone, kText},
-    },
-    /* kOther */
-    {
-        /* kText     */ {kStore, kText},
-        /* kAfterLf  */ {kGiveBack | kDone, kText},
-        /* kAfterCr  */ {kGiveBack | kDone, kText},
-        /* kEscape   */ {kStoreSlash | kStore, kText},
-        /* kEscapeLf */ {kJoin | kStore, kText},
-        /* kEscapeCr */ {kJoin | kStore, kText},
-    },
-    /* kEnd */
-    {
-        /* kText     */ {kDone, kText},
-        /* kAfterLf  */ {kDone, kText},
-        /* kAfterCr  */ {kDone, kText},
-        /* kEscape   */ {kDone, kText},
-        /* kEscapeLf */ {kDone, kText},
-        /* kEscapeCr */ {kDone, kText},
-    },
+    //               kText  kAfterLf  kAfterCr  kEscaped  kEscapedLf  kEscapedCr
+    /* kBackslash */ {Esc,  Esc,      Esc,      Slash,    JoinEsc,    JoinEsc},
+    /* kLf        */ {Lf,   Back,     Pair,     EscLf,    JoinEnd,    Join},
+    /* kCr        */ {Cr,   Pair,     Back,     EscCr,    Join,       JoinEnd},
+    /* kOther     */ {Keep, Back,     Back,     Slash,    JoinKeep,   JoinKeep},
+    /* kEnd       */ {End,  End,      End,      End,      End,        End},
 };
+// clang-format on
 
 /**
  * Reads the bytes of one line.
@@ -167,7 +106,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     for (;;) {
         QAL_INT32 lByte = XELP_Fgetc(pstruFile);
         if (state == kText) { // so it is for nearly every byte
-            while (IsPlain(lByte) && ulUsed < kMostBytes) {
+            while (IsPlain(lByte) && ulUsed < kLongestLine) {
                 pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
                 lByte = XELP_Fgetc(pstruFile);
             }
@@ -175,7 +114,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
         const ByteClass byteClass = ClassOf(lByte);
         const auto [ucActs, next] = kCells[byteClass][state];
         if ((ucActs & kStoreSlash) != 0) {
-            pszText[ulUsed++] = '\\';
+            pszText[ulUsed++] = kEscape;
         }
         if ((ucActs & kStore) != 0) {
             pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
@@ -183,7 +122,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
         if ((ucActs & kJoin) != 0) {
             ++ulLines;
         }
-        if (ulUsed > kMostBytes) {
+        if (ulUsed > kLongestLine) {
             return XELP_ERR_INI_LINE_TOO_LONG;
         }
         if ((ucActs & kGiveBack) != 0 && XELP_Fseek(pstruFile, -1, 1) != 0) {
@@ -196,8 +135,8 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     }
 }
 
-/// Reads all lines of a file behind those of the document.
-QAL_UINT32 ReadLines(XELP_S_File *pstruFile, XELP_IN_S_INI_FILE_STRUCT &doc)
+/// Appends all lines of a file to the document.
+QAL_UINT32 ReadLines(XELP_S_File *pstruFile, Document &doc)
 {
     for (;;) {
         QAL_UINT32 ulBytes = 0;
@@ -219,6 +158,9 @@ QAL_UINT32 ReadLines(XELP_S_File *pstruFile, XELP_IN_S_INI_FILE_STRUCT &doc)
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
@@ -234,7 +176,7 @@ QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
         return XELP_ERR_INI_OPEN_FILE;
     }
     QAL_UINT32 ulStatus = XELP_ERR_INI_INTERNAL;
-    pStructIniLine->pStrLine = wyx::ini::AllocateSlots(kFirstSlots, __LINE__, __FILE__);
+    pStructIniLine->pStrLine = AllocateSlots(kFirstSlots);
     if (pStructIniLine->pStrLine != nullptr) {
         pStructIniLine->ulTotalLine = kFirstSlots;
         ulStatus = ReadLines(pstruFile, *pStructIniLine);
@@ -282,11 +224,11 @@ QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QAL_UINT32
         return XELP_ERR_INI_FILE_EMPTY;
     }
     QAL_UINT32 ulLen = ulRead;
-    if (!wyx::ini::IsLineEnd(strOneLine[ulRead - 1])) {
+    if (!IsLineEnd(strOneLine[ulRead - 1])) {
         strOneLine[ulLen++] = '\r';
-        strOneLine[ulLen] = '\0'; // where a NUL cut the line, text stands behind it
+        strOneLine[ulLen] = '\0'; // where a NUL cut the line, text follows
     }
-    *linePtr = static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, __LINE__, __FILE__));
+    *linePtr = AllocateText(ulLen + 1);
     if (*linePtr == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
@@ -300,7 +242,7 @@ QAL_UINT32 IniRemallocIniLine(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine)
 {
     const QAL_UINT32 ulOldSlots = pStructIniLine->ulTotalLine;
     const QAL_UINT64 ullNewSlots = QAL_UINT64{ulOldSlots} + kMoreSlots;
-    QAL_INT8 **const pStrLine = wyx::ini::AllocateSlots(ullNewSlots, __LINE__, __FILE__);
+    QAL_INT8 **const pStrLine = AllocateSlots(ullNewSlots);
     if (pStrLine == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }

@@ -1,18 +1,8 @@
-// The strict grammar of a line, on which only the check of a whole document stands.
+// The strict grammar of a line, which only the check of a whole document reads by.
 #include "ini_parser_internal.h"
 
-#include "os_adapter.h"
-
+namespace wyx::ini {
 namespace {
-
-using wyx::ini::IsBlank;
-using wyx::ini::IsLineEnd;
-using wyx::ini::IsWhite;
-using wyx::ini::Kind;
-using wyx::ini::LastByte;
-using wyx::ini::Range;
-using wyx::ini::SkipBlanks;
-using wyx::ini::TrimWhite;
 
 bool Contains(Range range, QAL_INT8 ch)
 {
@@ -24,15 +14,15 @@ bool Contains(Range range, QAL_INT8 ch)
     return false;
 }
 
-/// Kept: a tab before the `;` will do here, though to the parsers it begins no comment
-/// (IniCheckKeyLine.TabBeforeCommentPasses).
+// Kept: a tab before the `;` will do here, though to the parsers it begins no comment
+// (IniCheckKeyLine.TabBeforeCommentPasses).
 QAL_UINT32 CheckComment(const QAL_INT8 *pszSemicolon)
 {
     return IsBlank(pszSemicolon[-1]) ? XELP_ERR_INI_OK : XELP_ERR_INI_COMMENT;
 }
 
-/// Where the item behind a separating comma begins; null if the comma may not stand there.
-const QAL_INT8 *ItemBehind(const QAL_INT8 *pszComma)
+/// Where the item after a separating comma begins; null if no comma may be there.
+const QAL_INT8 *ItemAfter(const QAL_INT8 *pszComma)
 {
     const QAL_INT8 *psz = pszComma + 1;
     if (!IsBlank(*psz)) {
@@ -41,16 +31,16 @@ const QAL_INT8 *ItemBehind(const QAL_INT8 *pszComma)
     while (IsBlank(*psz)) {
         ++psz;
     }
-    return *psz == '\0' || *psz == ',' || *psz == ';' ? nullptr : psz;
+    return *psz == '\0' || *psz == kSeparator || *psz == kComment ? nullptr : psz;
 }
 
 /// Checks a value that is not empty, item by item.
 QAL_UINT32 CheckItems(const QAL_INT8 *psz, const QAL_INT8 *pszLineLast)
 {
     while (psz < pszLineLast) {
-        const QAL_INT8 *pszItemEnd; // the first byte behind the item
-        if (*psz == '"') {
-            const QAL_INT8 *const pszQuote = wyx::ini::NextQuote(psz);
+        const QAL_INT8 *pszItemEnd; // the first byte after the item
+        if (*psz == kQuote) {
+            const QAL_INT8 *const pszQuote = NextQuote(psz);
             if (pszQuote == nullptr) {
                 return XELP_ERR_INI_KEY_VALUE;
             }
@@ -58,21 +48,21 @@ QAL_UINT32 CheckItems(const QAL_INT8 *psz, const QAL_INT8 *pszLineLast)
         } else {
             // Kept: the comma is looked for in a comment, too
             // (IniCheckKeyLine.CommaInCommentCounts).
-            pszItemEnd = XELP_StrChr(psz, ',');
+            pszItemEnd = XELP_StrChr(psz, kSeparator);
             if (pszItemEnd == psz) {
                 return XELP_ERR_INI_KEY_VALUE;
             }
             if (pszItemEnd == nullptr) {
-                pszItemEnd = XELP_StrChr(psz, ';');
+                pszItemEnd = XELP_StrChr(psz, kComment);
             }
             if (pszItemEnd == nullptr) {
                 return XELP_ERR_INI_OK;
             }
         }
-        if (*pszItemEnd == ';') {
+        if (*pszItemEnd == kComment) {
             return CheckComment(pszItemEnd);
         }
-        psz = *pszItemEnd == ',' ? ItemBehind(pszItemEnd) : pszItemEnd;
+        psz = *pszItemEnd == kSeparator ? ItemAfter(pszItemEnd) : pszItemEnd;
         if (psz == nullptr) {
             return XELP_ERR_INI_KEY_VALUE;
         }
@@ -81,22 +71,25 @@ QAL_UINT32 CheckItems(const QAL_INT8 *psz, const QAL_INT8 *pszLineLast)
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
 QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
 {
-    if (strSectionLine == nullptr || *strSectionLine != '[') {
+    if (strSectionLine == nullptr || *strSectionLine != kOpen) {
         return XELP_ERR_INI_SECTION;
     }
-    const QAL_INT8 *const pszClose = XELP_StrChr(strSectionLine, ']');
+    const QAL_INT8 *const pszClose = XELP_StrChr(strSectionLine, kClose);
     if (pszClose == nullptr || pszClose - strSectionLine < 2) {
         return XELP_ERR_INI_SECTION;
     }
-    const Range name = wyx::ini::NameBetween(strSectionLine, pszClose);
+    const Range name = NameBetween(strSectionLine, pszClose);
     // Kept: only a space makes an empty name here, so a single tab passes though the parser refuses
     // it (IniCheckSectionLine.SingleTabPasses).
-    if (*name.pszFirst == ' ' || Contains(name, '[')) {
+    if (*name.pszFirst == ' ' || Contains(name, kOpen)) {
         return XELP_ERR_INI_SECTION;
     }
 
@@ -105,23 +98,23 @@ QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
     }
     const QAL_INT8 *const pszLineLast = LastByte(pszClose);
     const QAL_INT8 *const pszRest = SkipBlanks(pszClose + 1, pszLineLast);
-    const bool bOneByte = TrimWhite(pszLineLast, pszRest) == pszRest;
-    if (bOneByte && (*pszRest == ' ' || IsLineEnd(*pszRest))) {
+    const bool isOneByte = TrimWhite(pszLineLast, pszRest) == pszRest;
+    if (isOneByte && (*pszRest == ' ' || IsLineEnd(*pszRest))) {
         return XELP_ERR_INI_OK;
     }
-    return *pszRest == ';' && pszRest[-1] == ' ' ? XELP_ERR_INI_OK : XELP_ERR_INI_SECTION;
+    return *pszRest == kComment && pszRest[-1] == ' ' ? XELP_ERR_INI_OK : XELP_ERR_INI_SECTION;
 }
 
 QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue)
 {
-    const QAL_INT8 *const pszEqual = XELP_StrChr(strKeyValue, '=');
+    const QAL_INT8 *const pszEqual = XELP_StrChr(strKeyValue, kEqual);
     if (pszEqual == nullptr) {
         return XELP_ERR_INI_LINE_UNKNOWN;
     }
     if (pszEqual == strKeyValue) {
         return XELP_ERR_INI_KEY_NAME;
     }
-    const Range key = wyx::ini::KeyBefore(strKeyValue, pszEqual);
+    const Range key = KeyBefore(strKeyValue, pszEqual);
     // Kept: a tab inside a key passes, a space does not (IniCheckKeyLine.TabInKeyPasses).
     if (IsWhite(*key.pszFirst) || Contains(key, ' ')) {
         return XELP_ERR_INI_KEY_NAME;
@@ -135,7 +128,7 @@ QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue)
     if (IsWhite(*pszValue) && TrimWhite(pszLineLast, pszValue) == pszValue) {
         return XELP_ERR_INI_OK;
     }
-    return *pszValue == ';' ? CheckComment(pszValue) : CheckItems(pszValue, pszLineLast);
+    return *pszValue == kComment ? CheckComment(pszValue) : CheckItems(pszValue, pszLineLast);
 }
 
 QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 *pulLineNo)
@@ -143,27 +136,30 @@ QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QA
     if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || pulLineNo == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
-    QAL_UINT32 ulStatus = XELP_ERR_INI_FILE_EMPTY; // unless there is a line
-    bool bMeetSection = false;
-    for (QAL_UINT32 i = 0; i < pStructIniLine->ulLineNum; ++i) {
-        *pulLineNo = i + 1;
-        QAL_INT8 *const pszLine = pStructIniLine->pStrLine[i];
-        if (pszLine == nullptr) {
-            continue;
-        }
-        const Kind kind = wyx::ini::KindOf(pszLine);
-        ulStatus = wyx::ini::StatusOf(kind);
-        if (kind == Kind::kSection) {
-            bMeetSection = true;
-            ulStatus = IniCheckSectionLine(pszLine);
-        } else if (kind == Kind::kKey) {
-            ulStatus = bMeetSection ? IniCheckKeyLine(pszLine) : XELP_ERR_INI_FILE_FORMAT;
-        }
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
-        }
+    const QAL_UINT32 ulLineNum = pStructIniLine->ulLineNum;
+    if (ulLineNum == 0) {
+        return XELP_ERR_INI_FILE_EMPTY;
     }
-    return ulStatus;
+    bool hasLine = false;
+    bool hasSection = false;
+    Walk walk = Down(*pStructIniLine, 0, ulLineNum);
+    const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) -> QAL_UINT32 {
+        hasLine = true;
+        if (kind == Kind::kSection) {
+            hasSection = true;
+            return IniCheckSectionLine(pszLine);
+        }
+        if (kind == Kind::kKey) {
+            return hasSection ? IniCheckKeyLine(pszLine) : XELP_ERR_INI_FILE_FORMAT;
+        }
+        return XELP_ERR_INI_OK;
+    });
+    if (ulStatus != XELP_ERR_INI_OK) {
+        *pulLineNo = walk.ulSlot + 1;
+        return ulStatus;
+    }
+    *pulLineNo = ulLineNum;
+    return hasLine ? XELP_ERR_INI_OK : XELP_ERR_INI_FILE_EMPTY;
 }
 
 } // extern "C"

@@ -7,20 +7,10 @@
 
 #include <cstdint>
 
-#include "bounded.h"
-#include "os_adapter.h"
-
+namespace wyx::ini {
 namespace {
 
-using wyx::ini::Block;
-using wyx::ini::Document;
-using wyx::ini::EndOf;
-using wyx::ini::FreeSetNull;
-using wyx::ini::KeyParts;
-using wyx::ini::Kind;
-using wyx::ini::LengthOf;
-
-constexpr QAL_UINT32 kLineSize = 512;
+constexpr QAL_UINT32 kLineSize = kLongestLine + 1;
 // The room less the fixed characters of the longest form. Kept: this leaves none for the
 // terminator, so a text of exactly this length with a comment does not fit, and the formatter
 // leaves it empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
@@ -39,7 +29,7 @@ QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszComment != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "[%s] ;%s\n", pszName, pszComment);
+        wyx_sprintf_s(line, sizeof line, "[%s] " WYX_INI_COMMENT "%s\n", pszName, pszComment);
     } else {
         wyx_sprintf_s(line, sizeof line, "[%s]\n", pszName);
     }
@@ -56,18 +46,19 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszValue != nullptr && pszComment != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "%s=%s ;%s\n", pszName, pszValue, pszComment);
+        wyx_sprintf_s(line, sizeof line, "%s=%s " WYX_INI_COMMENT "%s\n", pszName, pszValue,
+                      pszComment);
     } else if (pszValue != nullptr) {
         wyx_sprintf_s(line, sizeof line, "%s=%s\n", pszName, pszValue);
     } else if (pszComment != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "%s= ;%s\n", pszName, pszComment);
+        wyx_sprintf_s(line, sizeof line, "%s= " WYX_INI_COMMENT "%s\n", pszName, pszComment);
     } else {
         wyx_sprintf_s(line, sizeof line, "%s=\n", pszName);
     }
     return XELP_ERR_INI_OK;
 }
 
-/// Makes sure that a slot behind the last one is there and another stays free.
+/// Makes sure that a slot after the last one is there and another stays free.
 QAL_UINT32 MakeRoom(Document &doc)
 {
     return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)
@@ -80,7 +71,7 @@ QAL_UINT32 ReplaceValue(Document &doc, QAL_UINT32 ulSlot, const KeyParts &parts,
 {
     LineBuffer line;
     const QAL_UINT32 ulStatus = BuildKey(line, parts.pszName, pszValue, parts.pszComment);
-    FreeSetNull(doc.pStrLine[ulSlot], __LINE__, __FILE__);
+    Release(doc.pStrLine[ulSlot]);
     return ulStatus == XELP_ERR_INI_OK ? IniSaveStringToIniStruct(&doc, ulSlot, line) : ulStatus;
 }
 
@@ -121,7 +112,7 @@ class Remover {
             pszHeld_[iName] = pszLine;
             pszLine = nullptr;
         } else {
-            FreeSetNull(pszLine, __LINE__, __FILE__);
+            Release(pszLine);
         }
         doc_.ulLabel = 1;
         --doc_.ulIniFileNum;
@@ -141,15 +132,15 @@ class Remover {
 };
 
 /// Does a key line name this key?
-QAL_UINT32 IsLineOf(QAL_INT8 *pszLine, const QAL_INT8 *pszKey, bool &bMatches)
+QAL_UINT32 IsLineOf(QAL_INT8 *pszLine, const QAL_INT8 *pszKey, bool &isSame)
 {
     KeyParts parts{};
-    const QAL_UINT32 ulStatus = wyx::ini::ParseKey(pszLine, parts);
+    const QAL_UINT32 ulStatus = ParseKey(pszLine, parts);
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
-    bMatches = XELP_StriCmp(parts.pszName, pszKey) == 0;
-    wyx::ini::Release(parts);
+    isSame = XELP_StriCmp(parts.pszName, pszKey) == 0;
+    ReleaseParts(parts);
     return XELP_ERR_INI_OK;
 }
 
@@ -162,36 +153,32 @@ QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8
 {
     Remover remover(doc, pszSection, pszKey);
     QAL_UINT32 ulResult = XELP_ERR_INI_SECTION_NOT_FOUND;
-    bool bInSection = false;
-    for (QAL_UINT32 i = 0; i < doc.ulLineNum; ++i) {
-        QAL_INT8 *const pszLine = doc.pStrLine[i];
-        if (pszLine == nullptr) {
-            continue;
-        }
-        const Kind kind = wyx::ini::KindOf(pszLine);
-        QAL_UINT32 ulStatus = wyx::ini::StatusOf(kind);
-        bool bDelete = bInSection && pszKey == nullptr;
+    bool isInSection = false;
+    Walk walk = Down(doc, 0, doc.ulLineNum);
+    const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) {
+        QAL_UINT32 ulParsed = XELP_ERR_INI_OK;
+        bool isKey = false;
         if (kind == Kind::kSection) {
-            ulStatus = wyx::ini::IsHeaderOf(pszLine, pszSection, bInSection);
-            bDelete = bInSection && pszKey == nullptr;
-            if (bInSection && ulResult == XELP_ERR_INI_SECTION_NOT_FOUND) {
+            ulParsed = IsHeaderOf(pszLine, pszSection, isInSection);
+            if (isInSection && ulResult == XELP_ERR_INI_SECTION_NOT_FOUND) {
                 ulResult = XELP_ERR_INI_KEY_NOT_FOUND; // so far
             }
-        } else if (kind == Kind::kKey && bInSection && pszKey != nullptr) {
-            ulStatus = IsLineOf(pszLine, pszKey, bDelete);
+        } else if (kind == Kind::kKey && isInSection && pszKey != nullptr) {
+            ulParsed = IsLineOf(pszLine, pszKey, isKey);
         }
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
-        }
-        if (bDelete) {
-            remover.Remove(i);
+        if (ulParsed == XELP_ERR_INI_OK && (pszKey == nullptr ? isInSection : isKey)) {
+            remover.Remove(walk.ulSlot);
             ulResult = XELP_ERR_INI_OK;
         }
-    }
-    return ulResult;
+        return ulParsed;
+    });
+    return ulStatus == XELP_ERR_INI_OK ? ulResult : ulStatus;
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
@@ -202,7 +189,7 @@ QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_IN
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     Block block{};
-    QAL_UINT32 ulStatus = wyx::ini::FindSection(*pStructIniLine, section, block);
+    QAL_UINT32 ulStatus = FindSection(*pStructIniLine, section, block);
     if (ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
         return AddSection(*pStructIniLine, section, key, buf);
     }
@@ -214,7 +201,7 @@ QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_IN
     }
     QAL_UINT32 ulSlot = 0;
     KeyParts parts{};
-    ulStatus = wyx::ini::FindKey(*pStructIniLine, block, key, ulSlot, parts);
+    ulStatus = FindKey(*pStructIniLine, block, key, ulSlot, parts);
     if (ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
         return IniInsertKeyInIniStruct(pStructIniLine, block.ulLast, key, buf, nullptr);
     }
@@ -222,7 +209,7 @@ QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_IN
         return ulStatus;
     }
     ulStatus = ReplaceValue(*pStructIniLine, ulSlot, parts, buf);
-    wyx::ini::Release(parts);
+    ReleaseParts(parts);
     return ulStatus;
 }
 
@@ -258,7 +245,7 @@ QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
         return XELP_ERR_INI_FILE_EMPTY;
     }
     QAL_INT8 *&pszLine = pStructIniLine->pStrLine[ulLocation];
-    pszLine = wyx::ini::AllocateText(ullLen + 1, __LINE__, __FILE__);
+    pszLine = AllocateText(ullLen + 1);
     if (pszLine == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }

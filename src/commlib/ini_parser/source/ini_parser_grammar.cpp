@@ -1,8 +1,5 @@
-// The lenient grammar of a line, on which lookups and edits stand.
+// The lenient grammar of a line, which lookups and edits read by.
 #include "ini_parser_internal.h"
-
-#include "bounded.h"
-#include "os_adapter.h"
 
 namespace wyx::ini {
 
@@ -28,25 +25,35 @@ Range KeyBefore(const QAL_INT8 *pszLine, const QAL_INT8 *pszEqual)
 const QAL_INT8 *NextQuote(const QAL_INT8 *psz)
 {
     do {
-        psz = XELP_StrChr(psz + 1, '"');
-    } while (psz != nullptr && psz[-1] == '\\');
+        psz = XELP_StrChr(psz + 1, kQuote);
+    } while (psz != nullptr && psz[-1] == kEscape);
     return psz;
 }
 
-} // namespace wyx::ini
+void ReleaseParts(KeyParts &parts)
+{
+    Release(parts.pszName);
+    Release(parts.pszValue);
+    Release(parts.pszComment);
+}
+
+QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame)
+{
+    QAL_INT8 *pszName = nullptr;
+    QAL_INT8 *pszComment = nullptr;
+    const QAL_UINT32 ulStatus = IniParseSectionLine(pszLine, &pszName, &pszComment);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return ulStatus;
+    }
+    isSame = XELP_StriCmp(pszName, pszSection) == 0;
+    XELP_MemFreeD(pszName, __LINE__, __FILE__);
+    if (pszComment != nullptr) {
+        XELP_MemFreeD(pszComment, __LINE__, __FILE__);
+    }
+    return XELP_ERR_INI_OK;
+}
 
 namespace {
-
-using wyx::ini::FreeSetNull;
-using wyx::ini::IsBlank;
-using wyx::ini::IsLineEnd;
-using wyx::ini::IsWhite;
-using wyx::ini::LastByte;
-using wyx::ini::Range;
-using wyx::ini::SkipBlanks;
-using wyx::ini::TrimWhite;
-
-constexpr QAL_INT8 kCommentMark[] = " ;";
 
 /// The first occurrence of a byte, or null. Names are short: this beats a call of the adapter.
 const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
@@ -60,10 +67,10 @@ const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
 }
 
 /// Copies a stretch of a line into a string of its own; null if there is no memory for it.
-QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine)
+QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine = __builtin_LINE())
 {
     const auto ullLen = static_cast<QAL_UINT64>(range.pszLast - range.pszFirst + 1);
-    QAL_INT8 *const pszCopy = wyx::ini::AllocateText(ullLen + 1, ulLine, __FILE__);
+    QAL_INT8 *const pszCopy = AllocateText(ullLen + 1, ulLine);
     if (pszCopy != nullptr) {
         wyx_memcpy_s(pszCopy, ullLen, range.pszFirst, ullLen);
         pszCopy[ullLen] = '\0';
@@ -72,19 +79,20 @@ QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine)
 }
 
 /**
- * Where the value that begins at @p pszBegin ends, white bytes behind it included.
+ * The last byte of the value that begins at @p pszBegin, white bytes at its end included.
  *
- * A " ;" ends it unless a quotation mark follows anywhere; then the search goes on behind that one.
- * Quotation marks are not paired. The result is before @p pszBegin if the value is empty.
+ * A " ;" ends it unless a quotation mark follows anywhere; then the search resumes after that mark.
+ * A `;` without a space before it ends the search. Quotation marks are not paired. The result is
+ * before @p pszBegin if the value is empty.
  */
 const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 {
     for (const QAL_INT8 *psz = pszBegin; psz < pszLineLast;) {
-        const QAL_INT8 *const pszSemicolon = XELP_StrChr(psz, ';');
+        const QAL_INT8 *const pszSemicolon = XELP_StrChr(psz, kComment);
         if (pszSemicolon == nullptr || pszSemicolon[-1] != ' ') {
             break;
         }
-        const QAL_INT8 *const pszQuote = wyx::ini::NextQuote(pszSemicolon);
+        const QAL_INT8 *const pszQuote = NextQuote(pszSemicolon);
         if (pszQuote == nullptr) {
             return pszSemicolon - 2;
         }
@@ -94,7 +102,7 @@ const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 }
 
 /// Parses what follows the `=`: value and comment, either of which may be absent.
-QAL_UINT32 ParseBehindEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_INT8 **ppszComment)
+QAL_UINT32 ParseAfterEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_INT8 **ppszComment)
 {
     if (pszEqual[1] == '\0') {
         return XELP_ERR_INI_OK;
@@ -102,10 +110,10 @@ QAL_UINT32 ParseBehindEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_
     const QAL_INT8 *const pszLineLast = LastByte(pszEqual);
     const QAL_INT8 *const pszFirst = SkipBlanks(pszEqual + 1, pszLineLast);
     const QAL_INT8 *const pszLast = TrimWhite(ValueLast(pszFirst, pszLineLast), pszFirst);
-    // Kept: only blanks make an empty value, so behind a bare `=` the line end becomes the value
+    // Kept: only blanks make an empty value, so after a bare `=` the line end becomes the value
     // (IniParseKeyLine.BareEqualYieldsLineEnd).
     if (pszLast >= pszFirst && !IsBlank(*pszFirst)) {
-        *ppszValue = CopyText({pszFirst, pszLast}, __LINE__);
+        *ppszValue = CopyText({pszFirst, pszLast});
         if (*ppszValue == nullptr) {
             return XELP_ERR_INI_INTERNAL;
         }
@@ -115,6 +123,9 @@ QAL_UINT32 ParseBehindEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
@@ -133,7 +144,7 @@ QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineType)
     if (linePtr == nullptr || *linePtr == '\0') {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
-    *lineType = wyx::ini::TypeOf(linePtr);
+    *lineType = TypeOf(linePtr);
     return *lineType == INI_ERROR_LINE ? XELP_ERR_INI_LINE_UNKNOWN : XELP_ERR_INI_OK;
 }
 
@@ -146,7 +157,7 @@ QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **commentLine)
     }
     const QAL_INT8 *const pszSemicolon = pszMark + 1;
     if (pszSemicolon[1] == '\0') {
-        *commentLine = wyx::ini::AllocateText(1, __LINE__, __FILE__);
+        *commentLine = AllocateText(1);
         if (*commentLine == nullptr) {
             return XELP_ERR_INI_INTERNAL;
         }
@@ -155,7 +166,7 @@ QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **commentLine)
     }
     const QAL_INT8 *const pszLineLast = LastByte(pszSemicolon);
     const QAL_INT8 *const pszFirst = SkipBlanks(pszSemicolon + 1, pszLineLast);
-    *commentLine = CopyText({pszFirst, TrimWhite(pszLineLast, pszFirst)}, __LINE__);
+    *commentLine = CopyText({pszFirst, TrimWhite(pszLineLast, pszFirst)});
     if (*commentLine == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
@@ -174,16 +185,16 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
         return XELP_ERR_INI_SECTION;
     }
     // A line shorter than a header has no room between two brackets either.
-    const QAL_INT8 *const pszOpen = FindByte(linePtr, '[');
-    const QAL_INT8 *const pszClose = FindByte(linePtr, ']');
+    const QAL_INT8 *const pszOpen = FindByte(linePtr, kOpen);
+    const QAL_INT8 *const pszClose = FindByte(linePtr, kClose);
     if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {
         return XELP_ERR_INI_SECTION;
     }
-    const Range name = wyx::ini::NameBetween(pszOpen, pszClose);
+    const Range name = NameBetween(pszOpen, pszClose);
     if (IsBlank(*name.pszFirst)) {
         return XELP_ERR_INI_SECTION;
     }
-    *sectionLine = CopyText(name, __LINE__);
+    *sectionLine = CopyText(name);
     if (*sectionLine == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
@@ -197,7 +208,7 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     }
     const QAL_UINT32 ulStatus = IniParseCommentLine(pszRest - 1, commentLine);
     if (ulStatus != XELP_ERR_INI_OK) {
-        FreeSetNull(*sectionLine, __LINE__, __FILE__);
+        wyx::Release(*sectionLine);
     }
     return ulStatus;
 }
@@ -208,32 +219,32 @@ QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **key
     *keyName = nullptr;
     *keyValue = nullptr;
     *commentLine = nullptr;
-    const QAL_INT8 *pszEqual = XELP_StrChr(linePtr, '=');
+    const QAL_INT8 *pszEqual = XELP_StrChr(linePtr, kEqual);
     if (pszEqual == nullptr) {
         return XELP_ERR_INI_LINE_UNKNOWN;
     }
     if (pszEqual == linePtr) {
         return XELP_ERR_INI_KEY_NAME;
     }
-    const Range key = wyx::ini::KeyBefore(linePtr, pszEqual);
+    const Range key = KeyBefore(linePtr, pszEqual);
     if (IsWhite(*key.pszFirst)) {
         return XELP_ERR_INI_KEY_NAME;
     }
-    *keyName = CopyText(key, __LINE__);
+    *keyName = CopyText(key);
     if (*keyName == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
 
     // Kept: the adapter is asked once more, and its second answer counts
     // (IniParseKeyLine.LostEqualGives100).
-    pszEqual = XELP_StrChr(linePtr, '=');
+    pszEqual = XELP_StrChr(linePtr, kEqual);
     const QAL_UINT32 ulStatus = pszEqual == nullptr
                                     ? XELP_ERR_INI_VALUE_NULL
-                                    : ParseBehindEqual(pszEqual, keyValue, commentLine);
+                                    : ParseAfterEqual(pszEqual, keyValue, commentLine);
     if (ulStatus != XELP_ERR_INI_OK) {
-        FreeSetNull(*keyName, __LINE__, __FILE__);
-        FreeSetNull(*keyValue, __LINE__, __FILE__);
-        FreeSetNull(*commentLine, __LINE__, __FILE__);
+        wyx::Release(*keyName);
+        wyx::Release(*keyValue);
+        wyx::Release(*commentLine);
     }
     return ulStatus;
 }

@@ -1,13 +1,33 @@
-// What the units of the INI module share: its byte classes, the kinds of a line, and the walks that
-// lookups and edits have in common.
+// What the units of the INI module share: the syntax of a line, walks over lines, and the searches
+// that lookups and edits have in common.
 #ifndef WYX_COMMLIB_INI_PARSER_INTERNAL_H
 #define WYX_COMMLIB_INI_PARSER_INTERNAL_H
 
+#include "blocks.h"
+#include "bounded.h"
 #include "wyx_commlib/ini_parser.h"
 
 namespace wyx::ini {
 
-using Document = XELP_IN_S_INI_FILE_STRUCT;
+// ---- The syntax ----
+
+/// Begins a comment, after a space or as the first byte of a line. A macro, as formats hold it.
+#define WYX_INI_COMMENT ";"
+constexpr QAL_INT8 kComment = WYX_INI_COMMENT[0];
+constexpr QAL_INT8 kCommentMark[] = " " WYX_INI_COMMENT;
+constexpr QAL_INT8 kCommentLine = '#'; // begins one, too, as the first byte of a line
+constexpr QAL_INT8 kOpen = '[';        // a section's name is between these
+constexpr QAL_INT8 kClose = ']';
+constexpr QAL_INT8 kEqual = '='; // between a key and its value
+constexpr QAL_INT8 kQuote = '"';
+constexpr QAL_INT8 kSeparator = ','; // between the items of a value
+constexpr QAL_INT8 kEscape = '\\';   // before a line end: the next line belongs to this one
+
+constexpr QAL_UINT32 kLongestLine = 511; // its line end included
+// A line of a saved file is at most 80 bytes long: 79 of text and a line end, or a piece of 78 or
+// 79 bytes and the two that continue it.
+constexpr QAL_UINT32 kFoldFrom = 80;
+constexpr QAL_UINT32 kPiece = 78;
 
 constexpr bool IsBlank(QAL_INT8 ch)
 {
@@ -22,6 +42,23 @@ constexpr bool IsLineEnd(QAL_INT8 ch)
 constexpr bool IsWhite(QAL_INT8 ch)
 {
     return IsBlank(ch) || IsLineEnd(ch);
+}
+
+// ---- Parts of a line ----
+
+/// The terminator of a text, however long that is.
+const QAL_INT8 *EndOf(const QAL_INT8 *psz);
+
+/// The length of a text; 0 for null.
+inline QAL_UINT64 LengthOf(const QAL_INT8 *psz)
+{
+    return psz == nullptr ? 0 : static_cast<QAL_UINT64>(EndOf(psz) - psz);
+}
+
+/// The last byte of a text that is not empty.
+inline const QAL_INT8 *LastByte(const QAL_INT8 *psz)
+{
+    return EndOf(psz) - 1;
 }
 
 /// The first byte from @p psz on that is not a blank, @p pszEnd at the latest.
@@ -42,105 +79,20 @@ inline const QAL_INT8 *TrimWhite(const QAL_INT8 *psz, const QAL_INT8 *pszBegin)
     return psz;
 }
 
-/// The terminator of a text, however long that is.
-const QAL_INT8 *EndOf(const QAL_INT8 *psz);
-
-/// The length of a text; 0 for null.
-inline QAL_UINT64 LengthOf(const QAL_INT8 *psz)
-{
-    return psz == nullptr ? 0 : static_cast<QAL_UINT64>(EndOf(psz) - psz);
-}
-
-/// The last byte of a text that is not empty.
-inline const QAL_INT8 *LastByte(const QAL_INT8 *psz)
-{
-    return EndOf(psz) - 1;
-}
-
 /// A stretch of a line, both ends included.
 struct Range {
     const QAL_INT8 *pszFirst;
     const QAL_INT8 *pszLast;
 };
 
-/// The name between two brackets; the caller knows that at least one byte stands between them.
+/// The name between two brackets, which have at least one byte between them.
 Range NameBetween(const QAL_INT8 *pszOpen, const QAL_INT8 *pszClose);
 
-/// The key before an `=`; the caller knows that at least one byte stands there.
+/// The key before an `=`, which has at least one byte before it.
 Range KeyBefore(const QAL_INT8 *pszLine, const QAL_INT8 *pszEqual);
 
-/// The first quotation mark behind @p psz that has no backslash before it, or null.
+/// The first quotation mark after @p psz that has no backslash before it, or null.
 const QAL_INT8 *NextQuote(const QAL_INT8 *psz);
-
-/// The kind of a line that is not empty. An inline loop, since a search for the `=` of a short key by
-/// a call of the adapter costs several times as much.
-inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
-{
-    const QAL_INT8 *psz = pszLine;
-    while (IsBlank(*psz)) {
-        ++psz;
-    }
-    switch (*psz) {
-        case '\0':
-            return INI_INVALID_LINE;
-        case '\n':
-        case '\r':
-            return INI_BLANK_LINE;
-        case '#':
-        case ';':
-            return INI_COMENT_LINE;
-        case '[':
-            return INI_SECTION_LINE;
-        default:
-            break;
-    }
-    while (*psz != '=' && *psz != '\0') {
-        ++psz;
-    }
-    return *psz == '=' ? INI_KEYVALUE_LINE : INI_ERROR_LINE;
-}
-
-/// What a slot means to whoever walks over it.
-enum class Kind {
-    kSkipped,  ///< a removed line, a comment, or nothing but white bytes
-    kSection,  ///< a section header
-    kKey,      ///< a key line
-    kUnknown,  ///< none of these: ends the walk
-    kNoText,   ///< an empty string, which no line is: ends the walk
-};
-
-inline Kind KindOf(const QAL_INT8 *pszLine)
-{
-    if (pszLine == nullptr) {
-        return Kind::kSkipped;
-    }
-    if (*pszLine == '\0') {
-        return Kind::kNoText;
-    }
-    switch (TypeOf(pszLine)) {
-        case INI_SECTION_LINE:
-            return Kind::kSection;
-        case INI_KEYVALUE_LINE:
-            return Kind::kKey;
-        case INI_ERROR_LINE:
-            return Kind::kUnknown;
-        default:
-            return Kind::kSkipped;
-    }
-}
-
-/// The status with which a line of this kind ends a walk; 0 if it does not.
-constexpr QAL_UINT32 StatusOf(Kind kind)
-{
-    switch (kind) {
-        case Kind::kUnknown:
-            return XELP_ERR_INI_LINE_UNKNOWN;
-        case Kind::kNoText:
-            return XELP_ERR_INI_INPUT_PARA_ERR;
-        default:
-            return XELP_ERR_INI_OK;
-    }
-}
 
 /// The parts of a key line, each a block of its own or null.
 struct KeyParts {
@@ -155,12 +107,120 @@ inline QAL_UINT32 ParseKey(QAL_INT8 *pszLine, KeyParts &parts)
     return IniParseKeyLine(pszLine, &parts.pszName, &parts.pszValue, &parts.pszComment);
 }
 
-void Release(KeyParts &parts);
+void ReleaseParts(KeyParts &parts);
+
+// ---- Walks over lines ----
+
+using Document = XELP_IN_S_INI_FILE_STRUCT;
+
+/// The kind of a line that is not empty. An inline loop, because keys are short and a call of the
+/// adapter to find the `=` would cost several times as much.
+inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
+{
+    const QAL_INT8 *psz = pszLine;
+    while (IsBlank(*psz)) {
+        ++psz;
+    }
+    switch (*psz) {
+        case '\0':
+            return INI_INVALID_LINE;
+        case '\n':
+        case '\r':
+            return INI_BLANK_LINE;
+        case kCommentLine:
+        case kComment:
+            return INI_COMENT_LINE;
+        case kOpen:
+            return INI_SECTION_LINE;
+        default:
+            break;
+    }
+    while (*psz != kEqual && *psz != '\0') {
+        ++psz;
+    }
+    return *psz == kEqual ? INI_KEYVALUE_LINE : INI_ERROR_LINE;
+}
+
+/// What a line is to a walk.
+enum class Kind {
+    kSkipped, ///< a comment, or nothing but white bytes
+    kSection, ///< a section header
+    kKey,     ///< a key line
+};
+
+/// Classifies a line; another status than 0 ends the walk.
+inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
+{
+    if (*pszLine == '\0') {
+        return XELP_ERR_INI_INPUT_PARA_ERR;
+    }
+    switch (TypeOf(pszLine)) {
+        case INI_SECTION_LINE:
+            kind = Kind::kSection;
+            return XELP_ERR_INI_OK;
+        case INI_KEYVALUE_LINE:
+            kind = Kind::kKey;
+            return XELP_ERR_INI_OK;
+        case INI_ERROR_LINE:
+            return XELP_ERR_INI_LINE_UNKNOWN;
+        default:
+            kind = Kind::kSkipped;
+            return XELP_ERR_INI_OK;
+    }
+}
+
+/// The slots of a walk: from ulSlot, which is where it has got to, until ulEnd, which it does not
+/// visit. A step of -1 is 2^32 - 1.
+struct Walk {
+    const Document &doc;
+    QAL_UINT32 ulSlot;
+    QAL_UINT32 ulEnd;
+    QAL_UINT32 ulStep;
+};
+
+inline Walk Down(const Document &doc, QAL_UINT32 ulFirst, QAL_UINT32 ulEnd)
+{
+    return {doc, ulFirst, ulEnd, 1};
+}
+
+inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
+{
+    return {doc, ulLast, ulEnd, 0U - 1U};
+}
+
+/// What a visit returns that ends a walk although nothing failed; no status.
+constexpr QAL_UINT32 kFound = 1;
+
+/**
+ * Shows the lines of a walk to @p visit, with their kinds; removed ones are passed over.
+ *
+ * @return 0 at the end of the walk, otherwise what ended it: the status of a line of no known kind,
+ *         or what a visit returned.
+ */
+template <typename Visit>
+QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
+{
+    for (; walk.ulSlot != walk.ulEnd; walk.ulSlot += walk.ulStep) {
+        QAL_INT8 *const pszLine = walk.doc.pStrLine[walk.ulSlot];
+        if (pszLine == nullptr) {
+            continue;
+        }
+        Kind kind = Kind::kSkipped;
+        QAL_UINT32 ulStatus = Classify(pszLine, kind);
+        if (ulStatus == XELP_ERR_INI_OK) {
+            ulStatus = visit(pszLine, kind);
+        }
+        if (ulStatus != XELP_ERR_INI_OK) {
+            return ulStatus;
+        }
+    }
+    return XELP_ERR_INI_OK;
+}
 
 /// Does a header name this section?
-QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &bMatches);
+QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame);
 
-/// A section's lines: the slots behind its header up to and including the last one.
+/// A section's lines: the slots after its header up to and including the last one.
 struct Block {
     QAL_UINT32 ulHeader;
     QAL_UINT32 ulLast;
@@ -179,14 +239,28 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,
                    KeyParts &parts);
 
-/// An array of null pointers, or null if there is no memory or its size wraps in 32 bits.
-QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+// ---- Memory ----
 
 /// A block for a text, or null if there is no memory or its size does not fit in 32 bits.
-QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+inline QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine = __builtin_LINE(),
+                              const QAL_CHAR *pszFile = __builtin_FILE())
+{
+    return ullSize > kMaxBlockSize ? nullptr
+                                   : static_cast<QAL_INT8 *>(XELP_MemMallocD(
+                                         static_cast<QAL_UINT32>(ullSize), ulLine, pszFile));
+}
 
-/// Releases a string and clears the pointer to it.
-void FreeSetNull(QAL_INT8 *&psz, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
+/// An array of null pointers, or null if there is no memory or its size does not fit in 32 bits.
+inline QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine = __builtin_LINE(),
+                                const QAL_CHAR *pszFile = __builtin_FILE())
+{
+    const QAL_UINT64 ullSize = ullCount * sizeof(QAL_INT8 *);
+    void *const pBlock = AllocateArray(ullSize, XELP_MemMallocD, ulLine, pszFile);
+    if (pBlock != nullptr) {
+        wyx_memset_s(pBlock, ullSize, 0, ullSize);
+    }
+    return static_cast<QAL_INT8 **>(pBlock);
+}
 
 } // namespace wyx::ini
 

@@ -5,86 +5,57 @@
 // counts.
 #include "ini_parser_internal.h"
 
-#include "os_adapter.h"
-
 namespace wyx::ini {
-
-void Release(KeyParts &parts)
-{
-    FreeSetNull(parts.pszName, __LINE__, __FILE__);
-    FreeSetNull(parts.pszValue, __LINE__, __FILE__);
-    FreeSetNull(parts.pszComment, __LINE__, __FILE__);
-}
-
-QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &bMatches)
-{
-    QAL_INT8 *pszName = nullptr;
-    QAL_INT8 *pszComment = nullptr;
-    const QAL_UINT32 ulStatus = IniParseSectionLine(pszLine, &pszName, &pszComment);
-    if (ulStatus != XELP_ERR_INI_OK) {
-        return ulStatus;
-    }
-    bMatches = XELP_StriCmp(pszName, pszSection) == 0;
-    XELP_MemFreeD(pszName, __LINE__, __FILE__);
-    if (pszComment != nullptr) {
-        XELP_MemFreeD(pszComment, __LINE__, __FILE__);
-    }
-    return XELP_ERR_INI_OK;
-}
 
 QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &block)
 {
     block.ulLast = doc.ulLineNum - 1;
-    for (QAL_UINT32 i = doc.ulLineNum; i-- > 0;) {
-        const Kind kind = KindOf(doc.pStrLine[i]);
-        QAL_UINT32 ulStatus = StatusOf(kind);
-        bool bMatches = false;
-        if (kind == Kind::kSection) {
-            ulStatus = IsHeaderOf(doc.pStrLine[i], pszSection, bMatches);
-        }
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
-        }
-        if (bMatches) {
-            block.ulHeader = i;
-            return XELP_ERR_INI_OK;
+    Walk walk = Up(doc, doc.ulLineNum - 1, 0U - 1U);
+    const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) {
+        bool isSame = false;
+        const QAL_UINT32 ulParsed =
+            kind == Kind::kSection ? IsHeaderOf(pszLine, pszSection, isSame) : 0;
+        if (isSame) {
+            block.ulHeader = walk.ulSlot;
+            return kFound;
         }
         if (kind == Kind::kSection) {
-            block.ulLast = i - 1; // wraps where no slot is left, and the walk ends
+            block.ulLast = walk.ulSlot - 1; // wraps where no slot is left, and the walk ends
         }
+        return ulParsed;
+    });
+    if (ulStatus == XELP_ERR_INI_OK) {
+        return XELP_ERR_INI_SECTION_NOT_FOUND;
     }
-    return XELP_ERR_INI_SECTION_NOT_FOUND;
+    return ulStatus == kFound ? QAL_UINT32{XELP_ERR_INI_OK} : ulStatus;
 }
 
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,
                    KeyParts &parts)
 {
-    // The search for the section has walked over these lines: none of them ends a walk.
-    for (QAL_UINT32 i = block.ulLast; i > block.ulHeader; --i) {
-        if (KindOf(doc.pStrLine[i]) != Kind::kKey) {
-            continue;
-        }
-        const QAL_UINT32 ulStatus = ParseKey(doc.pStrLine[i], parts);
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
-        }
-        if (XELP_StriCmp(parts.pszName, pszKey) == 0) {
-            ulSlot = i;
+    Walk walk = Up(doc, block.ulLast, block.ulHeader);
+    const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) -> QAL_UINT32 {
+        if (kind != Kind::kKey) {
             return XELP_ERR_INI_OK;
         }
-        Release(parts);
+        const QAL_UINT32 ulParsed = ParseKey(pszLine, parts);
+        if (ulParsed != XELP_ERR_INI_OK) {
+            return ulParsed;
+        }
+        if (XELP_StriCmp(parts.pszName, pszKey) == 0) {
+            return kFound;
+        }
+        ReleaseParts(parts);
+        return XELP_ERR_INI_OK;
+    });
+    ulSlot = walk.ulSlot;
+    if (ulStatus == XELP_ERR_INI_OK) {
+        return XELP_ERR_INI_KEY_NOT_FOUND;
     }
-    return XELP_ERR_INI_KEY_NOT_FOUND;
+    return ulStatus == kFound ? QAL_UINT32{XELP_ERR_INI_OK} : ulStatus;
 }
 
-} // namespace wyx::ini
-
 namespace {
-
-using wyx::ini::Block;
-using wyx::ini::Document;
-using wyx::ini::KeyParts;
-using wyx::ini::Kind;
 
 bool IsReadable(const Document *pDoc)
 {
@@ -94,20 +65,19 @@ bool IsReadable(const Document *pDoc)
 /// Collects the names of all sections in a list with room for one name a line.
 QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **ppszNames)
 {
-    for (QAL_UINT32 i = 0; i < doc.ulLineNum; ++i) {
-        const Kind kind = wyx::ini::KindOf(doc.pStrLine[i]);
-        QAL_UINT32 ulStatus = wyx::ini::StatusOf(kind);
-        if (kind == Kind::kSection) {
-            QAL_INT8 *pszComment = nullptr;
-            ulStatus = IniParseSectionLine(doc.pStrLine[i], &ppszNames[ulNum], &pszComment);
-            XELP_MemFreeD(pszComment, __LINE__, __FILE__);
-            ulNum += ulStatus == XELP_ERR_INI_OK ? 1 : 0;
+    Walk walk = Down(doc, 0, doc.ulLineNum);
+    const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) -> QAL_UINT32 {
+        if (kind != Kind::kSection) {
+            return XELP_ERR_INI_OK;
         }
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
-        }
-    }
-    return ulNum > 0 ? XELP_ERR_INI_OK : XELP_ERR_INI_SECTION_NOT_FOUND;
+        QAL_INT8 *pszComment = nullptr;
+        const QAL_UINT32 ulParsed = IniParseSectionLine(pszLine, &ppszNames[ulNum], &pszComment);
+        XELP_MemFreeD(pszComment, __LINE__, __FILE__);
+        ulNum += ulParsed == XELP_ERR_INI_OK ? 1 : 0;
+        return ulParsed;
+    });
+    return ulStatus == XELP_ERR_INI_OK && ulNum == 0 ? QAL_UINT32{XELP_ERR_INI_SECTION_NOT_FOUND}
+                                                     : ulStatus;
 }
 
 /// Collects the names of all keys of a section's last block in a list with room for one name a
@@ -116,28 +86,32 @@ QAL_UINT32 CollectKeys(const Document &doc, const QAL_INT8 *pszSection, QAL_UINT
                        QAL_INT8 **ppszNames)
 {
     Block block{};
-    QAL_UINT32 ulStatus = wyx::ini::FindSection(doc, pszSection, block);
+    QAL_UINT32 ulStatus = FindSection(doc, pszSection, block);
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
-    for (QAL_UINT32 i = block.ulHeader + 1; i <= block.ulLast; ++i) {
-        if (wyx::ini::KindOf(doc.pStrLine[i]) != Kind::kKey) {
-            continue;
+    Walk walk = Down(doc, block.ulHeader + 1, block.ulLast + 1);
+    ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) -> QAL_UINT32 {
+        if (kind != Kind::kKey) {
+            return XELP_ERR_INI_OK;
         }
         KeyParts parts{};
-        ulStatus =
-            IniParseKeyLine(doc.pStrLine[i], &ppszNames[ulNum], &parts.pszValue, &parts.pszComment);
-        if (ulStatus != XELP_ERR_INI_OK) {
-            return ulStatus;
+        const QAL_UINT32 ulParsed = ParseKey(pszLine, parts);
+        if (ulParsed == XELP_ERR_INI_OK) {
+            ppszNames[ulNum++] = parts.pszName;
+            XELP_MemFreeD(parts.pszValue, __LINE__, __FILE__);
+            XELP_MemFreeD(parts.pszComment, __LINE__, __FILE__);
         }
-        ++ulNum;
-        XELP_MemFreeD(parts.pszValue, __LINE__, __FILE__);
-        XELP_MemFreeD(parts.pszComment, __LINE__, __FILE__);
-    }
-    return ulNum > 0 ? XELP_ERR_INI_OK : XELP_ERR_INI_KEY_NOT_FOUND;
+        return ulParsed;
+    });
+    return ulStatus == XELP_ERR_INI_OK && ulNum == 0 ? QAL_UINT32{XELP_ERR_INI_KEY_NOT_FOUND}
+                                                     : ulStatus;
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
@@ -152,16 +126,16 @@ QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
     }
     *buf = nullptr;
     Block block{};
-    QAL_UINT32 ulStatus = wyx::ini::FindSection(*pStructIniLine, section, block);
+    QAL_UINT32 ulStatus = FindSection(*pStructIniLine, section, block);
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
     QAL_UINT32 ulSlot = 0;
     KeyParts parts{};
-    ulStatus = wyx::ini::FindKey(*pStructIniLine, block, key, ulSlot, parts);
+    ulStatus = FindKey(*pStructIniLine, block, key, ulSlot, parts);
     *buf = parts.pszValue;
     parts.pszValue = nullptr;
-    wyx::ini::Release(parts);
+    ReleaseParts(parts);
     return ulStatus;
 }
 
@@ -175,8 +149,7 @@ QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLin
         return XELP_ERR_INI_FILE_EMPTY;
     }
     *sectionNum = 0;
-    *sectionList =
-        wyx::ini::AllocateSlots(QAL_UINT64{pStructIniLine->ulLineNum} + 1, __LINE__, __FILE__);
+    *sectionList = AllocateSlots(QAL_UINT64{pStructIniLine->ulLineNum} + 1);
     if (*sectionList == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }
@@ -200,8 +173,7 @@ QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
         return XELP_ERR_INI_FILE_EMPTY;
     }
     *keyNum = 0;
-    *keyList =
-        wyx::ini::AllocateSlots(QAL_UINT64{pStructIniLine->ulLineNum} + 1, __LINE__, __FILE__);
+    *keyList = AllocateSlots(QAL_UINT64{pStructIniLine->ulLineNum} + 1);
     if (*keyList == nullptr) {
         return XELP_ERR_INI_INTERNAL;
     }

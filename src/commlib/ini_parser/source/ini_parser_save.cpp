@@ -1,20 +1,11 @@
 // Saving: the lines go to a new file beside the target, which then takes the target's place.
 #include "ini_parser_internal.h"
 
-#include "bounded.h"
-#include "os_adapter.h"
-
+namespace wyx::ini {
 namespace {
 
-using wyx::ini::Document;
-
-// A line of the file is at most 80 bytes long: 79 of text and a line end, or a piece of 78 or 79
-// bytes and the two that continue it.
-constexpr QAL_UINT32 kFoldFrom = 80;
-constexpr QAL_UINT32 kPiece = 78;
-constexpr QAL_UINT64 kLongestLine = 0xFFFFFFFF; // what is longer is refused, not cut
-constexpr QAL_INT8 kContinuation[] = "\\\n";
-constexpr QAL_UINT32 kContinuationLen = 2;
+constexpr QAL_UINT64 kLongestSaved = 0xFFFFFFFF; // a longer line is refused, not cut
+constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
 constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, and one
@@ -25,12 +16,12 @@ constexpr QAL_UINT32 kNameRoom = 15;
 /// 1 if the last of the bytes opens a two-byte character: if it ends an odd run of high-bit bytes.
 QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
 {
-    QAL_UINT32 ulEvenOddUnicode = 0;
+    QAL_UINT32 ulOdd = 0;
     for (QAL_UINT32 i = 0; i < ulLen; ++i) {
-        const bool bHighBit = (static_cast<QAL_UINT8>(psz[i]) & 0x80U) != 0;
-        ulEvenOddUnicode = bHighBit ? ulEvenOddUnicode ^ 1U : 0;
+        const bool isHighBit = (static_cast<QAL_UINT8>(psz[i]) & 0x80U) != 0;
+        ulOdd = isHighBit ? ulOdd ^ 1U : 0;
     }
-    return ulEvenOddUnicode;
+    return ulOdd;
 }
 
 QAL_UINT32 Write(XELP_S_File *pstruFile, const QAL_INT8 *psz, QAL_UINT32 ulLen)
@@ -43,7 +34,7 @@ QAL_UINT32 Write(XELP_S_File *pstruFile, const QAL_INT8 *psz, QAL_UINT32 ulLen)
 QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT64 ullTargetLen)
 {
     const QAL_UINT64 ullSize = ullTargetLen + kNameRoom;
-    QAL_INT8 *const pszName = wyx::ini::AllocateText(ullSize, __LINE__, __FILE__);
+    QAL_INT8 *const pszName = AllocateText(ullSize);
     if (pszName == nullptr) {
         return nullptr;
     }
@@ -54,10 +45,10 @@ QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT64 ullTargetLen)
     if (pszDot != nullptr) {
         *pszDot = '\0';
     }
-    const QAL_UINT64 ulmiSecond = XELP_GetSystemTime();
-    QAL_INT8 strIntStr[kTimeSize];
-    wyx_sprintf_s(strIntStr, sizeof strIntStr, "%llu", ulmiSecond);
-    wyx_strcat_s(pszName, ullSize, strIntStr);
+    const QAL_UINT64 ullTime = XELP_GetSystemTime();
+    QAL_INT8 szTime[kTimeSize];
+    wyx_sprintf_s(szTime, sizeof szTime, "%llu", ullTime);
+    wyx_strcat_s(pszName, ullSize, szTime);
     wyx_strcat_s(pszName, ullSize, kNewFileEnding);
     return pszName;
 }
@@ -107,7 +98,7 @@ QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
 
 QAL_UINT32 Save(const QAL_INT8 *pszTarget, const Document &doc)
 {
-    const QAL_UINT64 ullTargetLen = wyx::ini::LengthOf(pszTarget);
+    const QAL_UINT64 ullTargetLen = LengthOf(pszTarget);
     if (ullTargetLen == 0) {
         return XELP_ERR_INI_FILE_EMPTY;
     }
@@ -124,14 +115,17 @@ QAL_UINT32 Save(const QAL_INT8 *pszTarget, const Document &doc)
 }
 
 } // namespace
+} // namespace wyx::ini
+
+using namespace wyx::ini;
 
 extern "C" {
 
 QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine)
 {
     const QAL_INT8 *psz = strIniLine;
-    const QAL_UINT64 ullLen = wyx::ini::LengthOf(strIniLine);
-    if (ullLen > kLongestLine) {
+    const QAL_UINT64 ullLen = LengthOf(strIniLine);
+    if (ullLen > kLongestSaved) {
         return XELP_ERR_INI_WRITE_FILE;
     }
     auto ulRemainLen = static_cast<QAL_UINT32>(ullLen);
@@ -142,7 +136,7 @@ QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine
         }
         ulRemainLen -= ulPiece;
         psz += ulPiece;
-        if (Write(pTmpFilePtr, kContinuation, kContinuationLen) != XELP_ERR_INI_OK) {
+        if (Write(pTmpFilePtr, kContinuation, sizeof kContinuation) != XELP_ERR_INI_OK) {
             return XELP_ERR_INI_WRITE_FILE;
         }
     }
