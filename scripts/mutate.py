@@ -498,8 +498,8 @@ def share_killed(ends, places, listed):
     return counts["killed"] / visible if visible else 0.0
 
 
-def chosen_files(modules, names):
-    """The source files of some modules (the tool's only if it is named), or of some names."""
+def chosen_files(modules=None, names=None, chosen_part=None):
+    """The source files of some modules, some names or a part; without these, of all but the tool."""
     files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
                    for p in (TREE / part.sources).rglob("*")
                    if p.suffix in (".cpp", ".h") and p.parent != TREE / PARTS["library"].sources)
@@ -507,6 +507,8 @@ def chosen_files(modules, names):
         return [f for f in files if pathlib.Path(f).name in names]
     if modules:
         return [f for f in files if module_of(f) in modules]
+    if chosen_part:
+        return [f for f in files if part_of(f) == chosen_part]
     return [f for f in files if part_of(f) != "tool"]
 
 
@@ -514,6 +516,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--module", action="append", help="a folder of src/commlib, platform, tool")
+    parser.add_argument("--part", choices=PARTS, help="everything of this part")
     parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
     parser.add_argument("--seed", type=int, default=0, help="which ones")
@@ -529,7 +532,7 @@ def main():
     parser.add_argument("--list", action="store_true", help="only list the mistakes")
     arguments = parser.parse_args()
 
-    files = chosen_files(arguments.module, arguments.file)
+    files = chosen_files(arguments.module, arguments.file, arguments.part)
     places = {}
     for file in files:
         places |= mutants.places_of(file, (TREE / file).read_text())
@@ -553,6 +556,7 @@ def main():
     least = min(arguments.least, len(planted))
     ends = {}
     with tempfile.TemporaryDirectory(prefix="wyx_mutate_") as work:
+        os.chmod(work, 0o755)  # some tests give up root's rights
         cross = Build(arguments.cross_build.resolve(), TREE) if arguments.cross_build else None
         runner = Runner([Build(f, TREE) for f in folders], cross, TREE, pathlib.Path(work))
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:

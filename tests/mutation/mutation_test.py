@@ -153,7 +153,7 @@ class Verdict(unittest.TestCase):
 class Survivors(unittest.TestCase):
     def test_each_entry_names_a_mistake_that_can_be_planted(self):
         places = {}
-        for file in mutate.chosen_files(None, None):
+        for file in mutate.chosen_files():
             places |= mutants.places_of(file, (mutate.TREE / file).read_text())
         keys = {p.key for p in places.values()}
         listed = mutants.listed_survivors(mutate.TREE / mutate.SURVIVORS, places.values())
@@ -169,10 +169,12 @@ class Files(unittest.TestCase):
             self.assertEqual(module, mutate.module_of(file))
 
     def test_all_parts_have_sources(self):
-        modules = {mutate.module_of(f) for f in mutate.chosen_files(None, None)}
+        modules = {mutate.module_of(f) for f in mutate.chosen_files()}
         self.assertLessEqual({"crc", "ini_parser", "platform"}, modules)
         self.assertNotIn("tool", modules)
-        self.assertTrue(mutate.chosen_files(["tool"], None))
+        self.assertEqual({"platform"}, {mutate.module_of(f) for f in
+                                        mutate.chosen_files(chosen_part="platform")})
+        self.assertTrue(mutate.chosen_files(["tool"]))
 
 
 if __name__ == "__main__":
