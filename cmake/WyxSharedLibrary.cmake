@@ -45,6 +45,10 @@ function(wyx_shared_library target)
             $<$<CXX_COMPILER_ID:GNU>:-fno-shrink-wrap>
             $<$<AND:$<CXX_COMPILER_ID:Clang>,$<CONFIG:Release>>:-O2>)
     endif()
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+        # The helpers for atomic operations would ask for the kind of CPU when the library is loaded.
+        target_compile_options(${target} PRIVATE -mno-outline-atomics)
+    endif()
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${map}"
         # What went where, for scripts/footprint.sh.

@@ -53,9 +53,9 @@ bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
     bool isFound = false;
     for (std::atomic<QAL_UINT64> &note : aullNotes) {
         QAL_UINT64 ullNote = note;
-        if (ullNote != 0 && (ullNote & ~kTimeMask) == ullHash &&
-            note.compare_exchange_strong(ullNote, 0)) {
-            isFound = isFound || ((Now() - ullNote) & kTimeMask) <= kSeconds;
+        if (ullNote != 0 && (ullNote & ~kTimeMask) == ullHash) {
+            isFound |= ((Now() - ullNote) & kTimeMask) <= kSeconds;
+            note.compare_exchange_strong(ullNote, 0); // unless a new note took its place
         }
     }
     return isFound;

@@ -54,7 +54,7 @@ TEST(Clock, RunsAheadByAMillisecondForEachCallThatComesTooEarly)
 
 TEST(Clock, HandsOutEachValueOnce)
 {
-    constexpr std::size_t kCalls = 2000;
+    constexpr std::size_t kCalls = 20000;
     std::vector<QAL_UINT64> times(4 * kCalls);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < 4; ++i) {

@@ -359,6 +359,7 @@ TEST_F(FileFailure, FileThatAppearsAfterItWasLookedForIsNotEmptied)
 {
     const std::string name = folder.File("text");
     EXPECT_EQ(Open(name, "r"), nullptr);
+    EXPECT_EQ(Open(name, "r"), nullptr); // twice, and yet refused once
     folder.Make("text", "another's");
     errno = 0;
     EXPECT_EQ(Open(name, "w"), nullptr);
@@ -952,6 +953,18 @@ TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
     }
 }
 
+/// Nothing counts them: one failure is enough to keep what is still needed.
+TEST_F(FileFailure, FailuresThatCannotBeKeptAreToldTogether)
+{
+    for (const int iError : {EIO, EDQUOT}) {
+        XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+        system.Fail("fsync", 1, iError);
+        system.Fail("pthread_setspecific", 1, ENOMEM);
+        EXPECT_NE(XELP_Fclose(pstruFile), 0);
+    }
+    ExpectPending(EDQUOT);
+}
+
 /// One's own failure comes first.
 TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
 {
@@ -970,10 +983,9 @@ TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
 
 using FileFailureDeathTest = FileFailure;
 
-/// In a process of its own, in which nothing has failed yet.
+/// Comes first, as those that end a process do: nothing has failed yet.
 TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
 {
-    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
         {
             XELP_S_File *pstruFile = Open(folder.File("text"), "w");
@@ -989,13 +1001,11 @@ TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
             std::exit(HasFailure() ? 1 : 0);
         },
         ::testing::ExitedWithCode(0), "");
-    ::testing::GTEST_FLAG(death_test_style) = "fast";
 }
 
 /// On Android the state of a thread is memory that can be missing.
 TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
 {
-    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
         {
             const std::string text = folder.File("text");
@@ -1012,7 +1022,6 @@ TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
                              : 100);
         },
         ::testing::ExitedWithCode(0), "");
-    ::testing::GTEST_FLAG(death_test_style) = "fast";
 }
 
 TEST_F(FileFailure, WhatDoesNoHarmAtCloseIsNoFailure)

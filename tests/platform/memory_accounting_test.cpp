@@ -374,7 +374,6 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
 /// included.
 TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
 {
-    ::testing::GTEST_FLAG(death_test_style) = "threadsafe"; // a process whose books are short
     const auto releaseInsideOfOneThere = [] {
         for (QAL_UINT32 i = 0; i < 200000; ++i) {
             auto *const pucBlock =
@@ -387,7 +386,6 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
         }
     };
     EXPECT_DEATH(releaseInsideOfOneThere(), "foreign.c:92 releases .*, which lies inside a block");
-    ::testing::GTEST_FLAG(death_test_style) = "fast";
 }
 
 /// Whoever handles the signal, to write a report for example, can still allocate.
