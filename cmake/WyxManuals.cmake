@@ -2,7 +2,7 @@
 # of the headers.
 include_guard(GLOBAL)
 
-set(WYX_MAN_DATE "November 21, 2026") # of the last change that readers of the pages would notice
+set(WYX_MAN_DATE "November 22, 2026") # of the last change that readers of the pages would notice
 set(WYX_MAN_FOLDER "${PROJECT_BINARY_DIR}/man")
 
 find_package(Python3 COMPONENTS Interpreter QUIET)

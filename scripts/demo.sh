@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Shows what the library is for, on real input: bash scripts/demo.sh
 #
-# Installs what is missing (Debian), builds the release, and edits copies of files.
+# Installs what is missing (Debian), builds the release, sets a key in copies of the INI-like files of
+# this machine, and compares every value with what another parser reads. It changes none of them.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -35,3 +36,58 @@ try ini set client.ini account 'DisplayName=Alice ;-)'
 try sum --crc32 client.ini
 echo "\$ diff of the old and the new file"
 diff examples/data/client.ini "$work/client.ini" || true
+
+find /etc /usr/lib /usr/share -type f -readable \
+    \( -name '*.ini' -o -name '*.desktop' -o -name '*.service' -o -name '*.conf' \) -print0 \
+    2>/dev/null >"$work/list" || true
+
+echo
+echo "== A key is set in copies of this machine's $(tr -cd '\0' <"$work/list" | wc -c) INI-like files"
+# Each change is flushed to the device, which a memory disk makes quick.
+memory=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
+trap 'rm -rf "$work" "$memory"' EXIT
+copy=$memory/copy.ini
+one=0 none=0 wrong=0
+declare -A refused=()
+while IFS= read -r -d '' file; do
+    cp -- "$file" "$copy"
+    key=
+    while IFS= read -r section && [[ -z $key ]]; do
+        key=$("$wyx" ini keys -- "$copy" "$section" 2>/dev/null | head -n 1) || true
+        in=$section
+    done < <("$wyx" ini sections -- "$copy" 2>/dev/null)
+    if [[ -z $key ]]; then
+        none=$((none + 1))
+        continue
+    fi
+    if ! why=$("$wyx" ini set -- "$copy" "$in" "$key=set-by-demo" 2>&1); then
+        why=${why%%$'\n'*}
+        why=${why##*copy.ini:}
+        refused[$why]=$((${refused[$why]:-0} + 1))
+        cmp -s -- "$file" "$copy" || { echo "$file: refused, but changed"; wrong=$((wrong + 1)); }
+        continue
+    fi
+    # One line took the place of another, and of the indented ones that continued it.
+    difference=$(diff -a -- "$file" "$copy") || true
+    if [[ $(grep -ac '^>' <<<"$difference") == 1 &&
+        $(grep -ac '^< [^[:blank:]]' <<<"$difference") == [01] &&
+        $("$wyx" ini get -- "$copy" "$in" "$key") == set-by-demo ]]; then
+        one=$((one + 1))
+    else
+        echo "$file: not one line:"$'\n'"$difference"
+        wrong=$((wrong + 1))
+    fi
+done <"$work/list"
+printf '%7d  %s\n' "$one" "changed in one line, and in no other byte" "$none" "without a section and a key"
+for why in "${!refused[@]}"; do
+    printf '%7d  refused: %s\n' "${refused[$why]}" "$why"
+done
+((wrong == 0)) || { echo "$wrong files were changed otherwise"; exit 1; }
+
+echo
+echo "== Every value, compared with Python's configparser"
+if command -v python3 >/dev/null; then
+    scripts/compare_values.py "$wyx" "$work/list"
+else
+    echo "left out: python3 is not installed"
+fi
