@@ -463,27 +463,5 @@ TEST(TdConvertHex, DoesNotAskTheTable)
     EXPECT_EQ(ucHex, 9);
 }
 
-// --- A dotted quad behind a gap: taken if its record were ever filled, which no parser does.
-
-TEST(TakeQuadBehindGap, AsksForSuccessAndFourOctets)
-{
-    for (const QAL_UINT32 ulStatus : {0U, 1U, 30U}) {
-        for (QAL_UINT16 uwLen = 0; uwLen < 6; ++uwLen) {
-            Parse_S_IP4Address struIp4 = {};
-            Parse_S_IP6Address struIp6 = {};
-            struIp4.address.length = uwLen;
-            const QAL_UINT8 aucNone[16] = {};
-            const QAL_UINT8 aucDelivered[4] = {4, 3, 2, 1};
-            QAL_UINT32 ulAddr = 0;
-            std::memcpy(&ulAddr, aucDelivered, sizeof ulAddr);
-            const bool isTaken = ulStatus == 0 && uwLen == 4;
-            EXPECT_EQ(TakeQuadBehindGap(ulStatus, struIp4, ulAddr, struIp6), isTaken ? 0U : 30U);
-            const QAL_UINT8 *const pucValue = struIp6.value;
-            EXPECT_EQ(std::memcmp(pucValue, aucNone, 12), 0);
-            EXPECT_EQ(std::memcmp(pucValue + 12, isTaken ? aucDelivered : aucNone, 4), 0);
-        }
-    }
-}
-
 } // namespace
 } // namespace wyx::test

@@ -134,16 +134,19 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     wyx_memcpy_s(work.struIp6.value + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
-/// A dotted quad behind a gap, which is the rest of the text.
-// Kept: nobody sets the length that TakeQuadBehindGap() asks for, so these forms fail unless a port
-// follows (ParseIpv6.DottedQuadBehindGapFails).
-void TryQuadBehindGap(Ipv6Work &work)
+/// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the length that is
+/// asked for, so these forms fail unless a port follows (ParseIpv6.DottedQuadBehindGapFails).
+void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
     const QAL_UINT32 ulStatus =
         XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber);
-    work.ulResult = TakeQuadBehindGap(ulStatus, work.struIp4, ulAddr, work.struIp6);
-    work.isTailTaken = work.ulResult == 0;
+    work.ulResult = XELP_ERR_PARSE_IPV4V6_INVALID;
+    if (ulStatus == 0 && work.struIp4.address.length == kIp4Len) { // never: the length stays 0
+        wyx_memcpy_s(work.struIp6.value + 12, kIp4Len, &ulAddr, kIp4Len); // never: as above
+        work.ulResult = 0;                                                // never: as above
+        work.isTailTaken = true;                                          // never: as above
+    }
 }
 
 // One function a form. Each gives false to refuse the text at once, with the outputs untouched;
@@ -164,7 +167,7 @@ bool TakeGapAndRun(Ipv6Work &work)
             return true;
         case ':':
             Advance(work.struBuf, 1);
-            TryQuadBehindGap(work);
+            TryQuadAfterGap(work);
             PlaceRun(work, kIp6Len - kIp4Len);
             return true;
         default:
@@ -176,7 +179,7 @@ bool TakeGapAndRun(Ipv6Work &work)
 bool TakeThreeColons(Ipv6Work &work)
 {
     Advance(work.struBuf, 3);
-    TryQuadBehindGap(work);
+    TryQuadAfterGap(work);
     return true;
 }
 

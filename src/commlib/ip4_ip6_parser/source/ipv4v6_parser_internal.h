@@ -58,19 +58,6 @@ struct xelpParse_S_IP6Address {
 };
 using Parse_S_IP6Address = xelpParse_S_IP6Address;
 
-/// Takes a dotted quad behind a gap as the last four bytes, in the order XELP_Parse_IPV4() delivers
-/// them, if that succeeded with @p ulStatus and the record says that all octets are there. Gives
-/// the status of the form.
-inline QAL_UINT32 TakeQuadBehindGap(QAL_UINT32 ulStatus, const Parse_S_IP4Address &struIp4,
-                                    QAL_UINT32 ulAddr, Parse_S_IP6Address &struIp6)
-{
-    if (ulStatus != 0 || struIp4.address.length != kIp4Len) {
-        return XELP_ERR_PARSE_IPV4V6_INVALID;
-    }
-    wyx_memcpy_s(struIp6.value + kIp6Len - kIp4Len, kIp4Len, &ulAddr, kIp4Len);
-    return 0;
-}
-
 } // namespace wyx
 
 #endif
