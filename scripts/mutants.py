@@ -214,6 +214,7 @@ def listed_survivors(path, places):
         lines = [line for line in block.splitlines() if line and not line.startswith("#")]
         if lines:
             fields = dict(line.split(": ", 1) for line in lines)
+            fields["line"] = " ".join(fields["line"].split())
             for what in fields["mistake"].split(" | "):
                 keys = [(fields["file"], fields["line"], what)]
                 if what.startswith("each "):
