@@ -1,5 +1,5 @@
 // The address parsers: recognisers over the scanner's readers, but for the usual form of a dotted
-// address, which is read in words. IPv6 takes one decision, on the characters behind the head run,
+// address, which is read in words. IPv6 takes one decision, on the characters after the head run,
 // in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
@@ -124,9 +124,9 @@ struct Ipv6Work {
     QAL_UINT32 ulResult; // so far; a port that can be read makes it 0
 };
 
-/// Writes the run into the address so that it ends before byte @p ulEnd.
-// Kept: it goes over the head's bytes where they meet, and what would stand before the first byte
-// is dropped (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
+/// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it goes over the
+/// head's bytes where they meet, and what would be before the first byte is dropped
+/// (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
 void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
     const QAL_UINT32 ulDropped = work.ulRunLen > ulEnd ? work.ulRunLen - ulEnd : 0;
@@ -149,10 +149,10 @@ void TryQuadAfterGap(Ipv6Work &work)
     }
 }
 
-// One function a form. Each gives false to refuse the text at once, with the outputs untouched;
-// true lets a port be looked for and the outputs be written, also where ulResult tells a failure.
+// One function per form. Each returns false to refuse the text at once, with the outputs untouched.
+// After true, a port is looked for and the outputs are written, even if ulResult is a failure.
 
-/// `::h`: the run behind the gap takes the place of the head run.
+/// `::h`: the run after the gap takes the place of the head run.
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);
@@ -206,10 +206,10 @@ bool TakeGapAtEnd(Ipv6Work &work)
     return true;
 }
 
-/// What stands behind a head run of fewer than eight groups: the first form that fits.
+/// What follows a head run of fewer than eight groups: the first form that fits.
 bool TakeForm(Ipv6Work &work)
 {
-    const QAL_CHAR *const pszText = work.struBuf.cur_bp; // no place is looked at behind a NUL
+    const QAL_CHAR *const pszText = work.struBuf.cur_bp; // nothing after a NUL is looked at
     const bool hasGap = pszText[0] == ':' && pszText[1] == ':';
     if (hasGap && IsOf(kHexDigit, pszText[2])) {
         return TakeGapAndRun(work);

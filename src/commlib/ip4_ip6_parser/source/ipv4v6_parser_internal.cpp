@@ -79,8 +79,8 @@ constexpr QAL_UINT8 kHexBase = 16;
 constexpr QAL_UINT8 kGroupEnd = 0xFE;
 constexpr QAL_UINT8 kNoHexDigit = 0xFF;
 
-/// The values of the hexadecimal digits; kGroupEnd for what may stand behind a group, kNoHexDigit
-/// for everything else. Looked up, since no branch predictor foretells whether the next digit is a
+/// The values of the hexadecimal digits; kGroupEnd for what may follow a group, kNoHexDigit for
+/// everything else. A table, because the branch predictor cannot guess whether the next digit is a
 /// letter.
 consteval std::array<QAL_UINT8, 256> MakeHexValues()
 {
@@ -101,18 +101,18 @@ QAL_UINT8 HexValue(QAL_CHAR ch)
     return kHexValues[static_cast<QAL_UINT8>(ch)];
 }
 
-/// With the cursor on a colon before a digit: does the run go on behind it, or is a dotted tail
-/// left to the caller?
-// Kept: a tail whose first octet has one digit or begins with 0 is read as a group
-// (TdHexseq.DottedTails).
-bool GoesOnBehindColon(const Parse_Ipv4v6_S_BUF &struBuf)
+/// With the cursor on a colon before a digit: does the run go on after it, or is a dotted tail left
+/// to the caller? Kept: a tail whose first octet has one digit or begins with 0 is read as a group
+/// (TdHexseq.DottedTails).
+bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (struBuf.cur_bp_rem_len < kDottedTailLen) {
         return true;
     }
     const QAL_CHAR *const pszText = struBuf.cur_bp;
-    // A dot in the second place lets the run go on anyway. No character behind the terminator is
-    // looked at, not even if the count promises more.
+    // A dot in the second place lets the run go on anyway. No character after the terminator is
+    // looked at, even if the count promises more, unless a caller's own table calls the terminator
+    // a digit.
     const bool hasDot =
         pszText[2] != '\0' && (pszText[3] == '.' || (pszText[3] != '\0' && pszText[4] == '.'));
     return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
@@ -165,7 +165,7 @@ inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v
 
         const QAL_CHAR *const pszText = struBuf.cur_bp;
         if (pszText[0] != ':' || !IsOf(kHexDigit, pszText[1]) || ulLen == kRunBytes ||
-            !GoesOnBehindColon(struBuf)) {
+            !GoesOnAfterColon(struBuf)) {
             break;
         }
         Advance(struBuf, 1);

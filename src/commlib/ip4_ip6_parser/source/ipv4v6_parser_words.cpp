@@ -1,8 +1,8 @@
 // The usual form of a dotted address, read in words of four and eight characters.
 //
-// What differs from one such text to the next is where the dots stand. A loop over the characters
-// ends at another place each time, which no branch predictor foretells; here, places are computed
-// from words, and each branch asks whether the text is of the usual form at all.
+// Such texts differ in where their dots are. A loop over the characters exits at a different point
+// each time, which branch predictors cannot learn. Here positions are computed from words, and every
+// branch only asks whether the text has the usual form.
 #include "ipv4v6_parser_words.h"
 
 #include <bit>
@@ -41,8 +41,7 @@ constexpr Word AboveNine(Word word)
 static_assert(AboveNine(QAL_UINT32{0x00090509}) == 0 && AboveNine(QAL_UINT32{0x0A}) != 0 &&
               AboveNine(QAL_UINT32{0xFF}) != 0);
 
-/// Does the table call decimal digits what is one, as far as a text of digits, dots and colons can
-/// tell?
+/// Does QAL_CHARset still class '0' to '9', and neither '.' nor ':', as decimal digits?
 bool AreDigitsAsUsual()
 {
     QAL_UINT32 ulOfAll = kDecDigit;
@@ -55,7 +54,7 @@ bool AreDigitsAsUsual()
 constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
 constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
-/// Reads the decimal port behind the colon, which is the character @p ulColon of the last eight of
+/// Reads the decimal port after the colon, which is the character @p ulColon of the last eight of
 /// a text, its terminator included. False where there is no digit, or anything but digits.
 bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
 {
@@ -111,8 +110,8 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
             return kNotUsual; // no room for a digit, a dot and a digit
         }
         const QAL_UINT32 ulChars = FourFrom(pszText + ulAt);
-        // Of the characters of the form, only the dot has no bit 4. It is looked for behind the
-        // first place, which must be a digit, and if need be taken to be in the fourth.
+        // Of the characters of the form, only the dot has no bit 4. The search starts at the second
+        // character, as the first must be a digit, and settles on the fourth if it finds none.
         const int iBit = std::countr_zero((~ulChars & 0x00101000U) | 0x10000000U);
         ulAt += static_cast<QAL_UINT32>(iBit) / 8 + 1;
         if (pszText[ulAt - 1] != '.' || !take((ulChars ^ 0x30303030U) << (36 - iBit))) {
