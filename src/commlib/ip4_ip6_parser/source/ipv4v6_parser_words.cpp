@@ -1,8 +1,8 @@
 // The usual form of a dotted address, read in words of four and eight characters.
 //
 // Such texts differ in where their dots are. A loop over the characters exits at a different point
-// each time, which branch predictors cannot learn. Here positions are computed from words, and every
-// branch only asks whether the text has the usual form.
+// each time, which branch predictors cannot learn. Here positions are computed from words, and
+// every branch only asks whether the text has the usual form.
 #include "ipv4v6_parser_words.h"
 
 #include <bit>
