@@ -73,6 +73,14 @@ QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
+    // The one move that the library makes, after every line that it reads: a byte back.
+    if (lOffset == -1 && lWhence == SEEK_CUR && !pstruFile->isWriter) {
+        auto &reader = static_cast<Reader &>(*pstruFile);
+        if (reader.pucNext != reader.pucFirst) {
+            --reader.pucNext;
+            return 0;
+        }
+    }
     if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {
         errno = EINVAL;
         return -1;

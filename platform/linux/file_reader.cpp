@@ -19,8 +19,8 @@ constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their
 /// Reads a regular file to its end.
 bool ReadWhole(Reader &reader, off_t lSize)
 {
-    // The size is a hint: some files report none, others grow. The extra byte is for the read that
-    // finds the end.
+    // The size is a hint: some files report none, others grow. The extra byte of room shows whether
+    // the first read has found the end.
     QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kSmallestWhole;
     QAL_ULONG ulHeld = 0;
     reader.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(ulRoom));
@@ -36,6 +36,9 @@ bool ReadWhole(Reader &reader, off_t lSize)
             break;
         }
         ulHeld += static_cast<QAL_ULONG>(lNow);
+        if (lNow == lSize && ulHeld == static_cast<QAL_ULONG>(lNow)) {
+            break; // the first read left the extra byte free: the usual case
+        }
         if (ulHeld == ulRoom) {
             ulRoom *= 2;
             void *const pLarger = std::realloc(reader.pucBuffer, ulRoom);
