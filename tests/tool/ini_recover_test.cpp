@@ -46,16 +46,17 @@ TEST_F(IniRecoverTest, ListAndShow)
     EXPECT_EQ(list.out,
               "  N  SAVED                   BYTES   LINES  FILE\n"
               "  1  2023-11-14 22:15:00        12       3  net1700000100456.ibk "
-              "(whole: the file itself is missing)\n"
+              "(complete if the file existed when its save began)\n"
               "  2  2023-11-14 22:13:20         8       2  net1700000000123.ibk "
-              "(whole: the file itself is missing)\n"
+              "(complete if the file existed when its save began)\n"
               "  3  ?                           4       1  net99.ibk "
-              "(whole: the file itself is missing)\n");
+              "(complete if the file existed when its save began)\n");
     const json document = json::parse(Wyx({"ini", "recover", "--json", "net.ini"}, utc).out);
     EXPECT_EQ(document["exists"], false);
     EXPECT_EQ(document["leftovers"][0], json::parse(R"({"number": 1, "file": "net1700000100456.ibk",
                               "saved": "2023-11-14 22:15:00", "bytes": 12, "lines": 3,
-                              "loads": true, "same": false})"));
+                              "loads": true, "truncated": false,
+                              "trusted": true, "same": false})"));
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=2\n; c\n");
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "2"}).out, "[a]\nk=1\n");
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "4"}).code, kNo);
@@ -109,6 +110,59 @@ TEST_F(IniRecoverTest, RestoreRefusesWhatDoesNotLoad)
         EXPECT_EQ(Read(target), "[a]\nk=0\n");
         EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", kNew}));
     }
+}
+
+// Out of three the newest is empty and the next one cut off: neither is restored unasked.
+TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
+{
+    Write(kOld, "[a]\nk=1\n");
+    Write("net1700000050000.ibk", "[a]\nk=1");
+    Write(kNew, "");
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out,
+                         {"0       0  " + Path(kNew) + " (empty)",
+                          "net1700000050000.ibk (looks truncated)", "(complete if the file"}));
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=1\n");
+    for (const char *const number : {"1", "2"}) {
+        const Outcome outcome = Wyx({"ini", "recover", target, "--restore", number});
+        EXPECT_EQ(outcome.code, kUsage);
+        EXPECT_TRUE(Mentions(outcome.err, {"is not restored", "--force"}));
+    }
+    EXPECT_EQ(Names().size(), 3U);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kOk);
+    EXPECT_EQ(Read(target), "[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kNo);
+    EXPECT_EQ(Read(target), "[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "2", "--force"}).code, kOk);
+    EXPECT_EQ(Read(target), "[a]\nk=1");
+    Write(kOld, "[a]\nk=x\\\n"); // up to a fold
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"(looks truncated)"}));
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--force"}).code, kUsage);
+}
+
+TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
+{
+    Write(kNew, "[a]\nk=2\n");
+    ASSERT_EQ(link(Path(kNew).c_str(), Path("other").c_str()), 0);
+    ASSERT_EQ(chmod(Path("other").c_str(), 0600), 0);
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"further hard links"}));
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "1"}).code, kUsage);
+    Write("net.ini", "[a]\n");
+    ASSERT_EQ(chmod(target.c_str(), 0644), 0);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "1", "--force"}).code, kOk);
+    struct stat status = {};
+    ASSERT_EQ(stat(Path("other").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U); // the other name is another file now
+    EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", "net.ini.old", "other"}));
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file away";
+    }
+    Write(kNew, "[a]\nk=3\n");
+    ASSERT_EQ(chown(Path(kNew).c_str(), 1234, 1234), 0);
+    EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"somebody else's"}));
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kNo);
+    ASSERT_EQ(chown(target.c_str(), 1234, 1234), 0); // who may change the file anyway
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kOk);
 }
 
 TEST_F(IniRecoverTest, NamesAreCutAsASaveCutsThem)

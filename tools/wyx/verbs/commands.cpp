@@ -260,16 +260,22 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "A save of the library writes the new content to a file '<FILE up to its "
                 "dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
-                "left; if FILE is missing, it is whole. Without an option they are listed, the "
-                "newest first.\n"
+                "left. It is complete if FILE existed when the save began and is gone now; else it "
+                "may be a part, and nothing in it says so. Without an option such files are "
+                "listed, the newest first, with their size and whether they look truncated.\n"
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
-                "FILE.old1, FILE.old2, ..., and refuses content that does not load.",
+                "FILE.old1, FILE.old2, ... It refuses content that does not load. 'newest' is the "
+                "newest file that is not empty, does not look truncated, and is yours or FILE's "
+                "owner's, without further hard links.",
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",
         .options = {{'\0', "show", "N|newest", "write the content of number N to standard output"},
                     {'\0', "restore", "N|newest", "put number N in the file's place"},
+                    {'\0', "force", "",
+                     "with --restore N: also one that is empty, looks truncated or may be somebody "
+                     "else's"},
                     kJson,
                     kHelp},
         .run = RunIniRecover,

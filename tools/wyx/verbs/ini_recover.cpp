@@ -27,37 +27,56 @@ namespace {
 constexpr const char *kNewest = "newest";
 constexpr int kMostBackups = 1000;
 
-/// What is known of a leftover.
+/// What is known of a leftover. Whether it is complete is not: a save that dies while it writes
+/// leaves a part, and nothing in the file says how much was to come.
 struct Candidate {
     Leftover leftover;
-    std::size_t bytes = 0;
+    Descriptor file;
+    std::string bytes;
     std::size_t lines = 0;
     bool loads = false;
-    bool isSame = false; // as the file itself
+    bool isTruncated = false; // it looks so: a save ends every line, the last one, too
+    bool isTrusted = false;   // no other user can have put it there, or has a hold on it
+    bool isSame = false;      // as the file itself
+
+    bool IsSound() const { return loads && !bytes.empty() && !isTruncated && isTrusted; }
 };
 
-bool Exists(const std::string &path)
-{
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0;
-}
-
-std::string BytesOf(const std::string &path)
-{
-    return Exists(path) ? IniSource(path).Bytes() : std::string();
-}
-
+/// A leftover is examined, shown and restored through one descriptor, so that it is one and the
+/// same file all the time.
 Candidate Examine(const Leftover &leftover, const std::string &target)
 {
-    const IniSource source(leftover.path);
-    const StoredLines stored = ReadStoredLines(source);
     Candidate candidate;
     candidate.leftover = leftover;
-    candidate.bytes = source.Bytes().size();
+    candidate.file = Descriptor(
+        open(leftover.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    struct stat status = {};
+    if (!candidate.file.IsOpen() || fstat(candidate.file.Get(), &status) != 0) {
+        throw SystemFailure("cannot open " + Quoted(leftover.path), errno);
+    }
+    candidate.bytes = ReadWhole(candidate.file, leftover.path, kLargestFile);
+    const std::string &bytes = candidate.bytes;
+    const StoredLines stored = ReadStoredLines(IniSource::OfBytes(leftover.path, bytes));
     candidate.lines = stored.lines.size();
-    candidate.loads = stored.IsLoadable() && source.Bytes().find('\0') == std::string::npos;
-    candidate.isSame = Exists(target) && BytesOf(target) == source.Bytes();
+    candidate.loads = stored.IsLoadable() && bytes.find('\0') == std::string::npos;
+    candidate.isTruncated =
+        !bytes.empty() && (LineEndLength(bytes) == 0 || WithoutLineEnd(bytes).ends_with('\\'));
+    struct stat present = {};
+    const bool isThere = stat(target.c_str(), &present) == 0;
+    candidate.isTrusted =
+        S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+        (status.st_uid == geteuid() || (isThere && status.st_uid == present.st_uid));
+    candidate.isSame = isThere && IniSource(target).Bytes() == bytes;
     return candidate;
+}
+
+std::vector<Candidate> ExamineAll(const std::string &target)
+{
+    std::vector<Candidate> candidates;
+    for (const Leftover &leftover : FindLeftovers(target)) {
+        candidates.push_back(Examine(leftover, target));
+    }
+    return candidates;
 }
 
 /// "2026-11-21 12:31:07" of milliseconds since 1970.
@@ -76,13 +95,23 @@ std::string TimeOf(const std::string &digits)
 
 std::string Remark(const Candidate &candidate, bool isTargetThere)
 {
+    if (!candidate.isTrusted) {
+        return "somebody else's, or has further hard links";
+    }
     if (!candidate.loads) {
         return "does not load";
     }
-    if (!isTargetThere) {
-        return "whole: the file itself is missing";
+    if (candidate.bytes.empty()) {
+        return "empty";
     }
-    return candidate.isSame ? "same as the file" : "differs from the file, may be cut off";
+    if (candidate.isTruncated) {
+        return "looks truncated";
+    }
+    if (candidate.isSame) {
+        return "same as the file";
+    }
+    return isTargetThere ? "differs from the file, may be cut off"
+                         : "complete if the file existed when its save began";
 }
 
 void PutRow(const std::string &number, const std::string &saved, const std::string &bytes,
@@ -94,45 +123,53 @@ void PutRow(const std::string &number, const std::string &saved, const std::stri
     Put(row + rest + "\n");
 }
 
-ExitCode List(const std::string &target, const std::vector<Leftover> &leftovers, bool isJson)
+ExitCode List(const std::string &target, const std::vector<Candidate> &candidates, bool isJson)
 {
-    const bool isThere = Exists(target);
+    const bool isThere = access(target.c_str(), F_OK) == 0;
     Json document;
     SetText(document, "file", target);
     document["exists"] = isThere;
     document["leftovers"] = Json::array();
-    if (!isJson && !leftovers.empty()) {
+    if (!isJson) {
         PutRow("N", "SAVED", "BYTES", "LINES", "FILE");
     }
-    for (std::size_t i = 0; i < leftovers.size(); ++i) {
-        const Candidate candidate = Examine(leftovers[i], target);
+    std::size_t number = 0;
+    for (const Candidate &candidate : candidates) {
         const Leftover &leftover = candidate.leftover;
+        ++number;
         if (isJson) {
             Json item;
-            item["number"] = i + 1;
+            item["number"] = number;
             SetText(item, "file", leftover.path);
             item["saved"] = TimeOf(leftover.digits);
-            item["bytes"] = candidate.bytes;
+            item["bytes"] = candidate.bytes.size();
             item["lines"] = candidate.lines;
             item["loads"] = candidate.loads;
+            item["truncated"] = candidate.isTruncated;
+            item["trusted"] = candidate.isTrusted;
             item["same"] = candidate.isSame;
             document["leftovers"].push_back(std::move(item));
         } else {
-            PutRow(std::to_string(i + 1), TimeOf(leftover.digits), std::to_string(candidate.bytes),
-                   std::to_string(candidate.lines),
+            PutRow(std::to_string(number), TimeOf(leftover.digits),
+                   std::to_string(candidate.bytes.size()), std::to_string(candidate.lines),
                    Shown(leftover.path) + " (" + Remark(candidate, isThere) + ")");
         }
     }
     if (isJson) {
         PutJson(document);
     }
-    return leftovers.empty() ? ExitCode::kNo : ExitCode::kOk;
+    return ExitCode::kOk;
 }
 
-const Leftover &Choose(const std::vector<Leftover> &leftovers, const std::string &word)
+const Candidate &Choose(const std::vector<Candidate> &candidates, const std::string &word)
 {
     if (word == kNewest) {
-        return leftovers.front();
+        const auto sound = std::ranges::find_if(candidates, &Candidate::IsSound);
+        if (sound == candidates.end()) {
+            throw Failure(ExitCode::kNo, "none of the files looks complete",
+                          "name one by its number");
+        }
+        return *sound;
     }
     const bool isNumber = !word.empty() && word.size() < 9 &&
                           word.find_first_not_of("0123456789") == std::string::npos;
@@ -141,11 +178,11 @@ const Leftover &Choose(const std::vector<Leftover> &leftovers, const std::string
         throw Failure(ExitCode::kUsage,
                       Quoted(word) + " is neither a number nor '" + kNewest + "'");
     }
-    if (number == 0 || number > leftovers.size()) {
+    if (number == 0 || number > candidates.size()) {
         throw Failure(ExitCode::kNo, "there is no file number " + word,
-                      "the numbers go from 1 to " + std::to_string(leftovers.size()));
+                      "the numbers go from 1 to " + std::to_string(candidates.size()));
     }
-    return leftovers[number - 1];
+    return candidates[number - 1];
 }
 
 /// Gives the present content of a file a name that is free.
@@ -163,19 +200,22 @@ std::string KeepOld(const Target &target)
     throw Failure(ExitCode::kIo, "too many files " + Quoted(target.Path() + ".old*"));
 }
 
-ExitCode Restore(const Arguments &arguments, const Leftover &leftover)
+ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
 {
     const std::string &name = arguments[0];
-    const Target target(name, {.limit = kLargestFile, .mayBeMissing = true});
-    const IniSource source(leftover.path);
-    RequireText(source);
-    const IniDocument document(source); // refuses what does not load
-    const Descriptor file(open(leftover.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!file.IsOpen()) {
-        throw SystemFailure("cannot open " + Quoted(leftover.path), errno);
+    const Leftover &leftover = candidate.leftover;
+    if (!candidate.loads) {
+        throw Failure(ExitCode::kMalformed, Quoted(leftover.path) + " does not load",
+                      "'wyx ini check' lists what is wrong with it");
     }
+    if (!candidate.IsSound() && !arguments.Has("force")) {
+        throw Failure(ExitCode::kUsage,
+                      Quoted(leftover.path) + " is not restored: " + Remark(candidate, false),
+                      "--force restores it all the same");
+    }
+    const Target target(name, {.limit = kLargestFile, .mayBeMissing = true});
     const std::string backup = target.Exists() ? KeepOld(target) : "";
-    Replace(target, source.Bytes(), &file);
+    Replace(target, candidate.bytes, &candidate.file);
     unlink(leftover.path.c_str());
     if (arguments.Has("json")) {
         Json json;
@@ -198,21 +238,20 @@ ExitCode Restore(const Arguments &arguments, const Leftover &leftover)
 ExitCode RunIniRecover(const Arguments &arguments)
 {
     arguments.RequireOneOf({"show", "restore"});
+    arguments.RequireWith("restore", {"force"});
     const std::string &target = arguments[0];
-    const std::vector<Leftover> leftovers = FindLeftovers(target);
-    const std::optional<std::string> show = arguments.Value("show");
-    const std::optional<std::string> restore = arguments.Value("restore");
-    if (leftovers.empty()) {
+    const std::vector<Candidate> candidates = ExamineAll(target);
+    if (candidates.empty()) {
         throw Failure(ExitCode::kNo, "no interrupted save left a file beside " + Quoted(target));
     }
-    if (restore) {
-        return Restore(arguments, Choose(leftovers, *restore));
+    if (const auto restore = arguments.Value("restore")) {
+        return Restore(arguments, Choose(candidates, *restore));
     }
-    if (show) {
-        Put(IniSource(Choose(leftovers, *show).path).Bytes());
+    if (const auto show = arguments.Value("show")) {
+        Put(Choose(candidates, *show).bytes);
         return ExitCode::kOk;
     }
-    return List(target, leftovers, arguments.Has("json"));
+    return List(target, candidates, arguments.Has("json"));
 }
 
 } // namespace wyx::tool
