@@ -1,4 +1,5 @@
-// Blocks of memory, in the same way for every module. Each call accounts to the line it stands on.
+// Allocates and releases blocks of memory, in the same way for every module. Each call is accounted
+// to the line that makes it.
 #ifndef WYX_COMMLIB_BLOCKS_H
 #define WYX_COMMLIB_BLOCKS_H
 
@@ -6,7 +7,7 @@
 
 namespace wyx {
 
-constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // what can be asked for
+constexpr QAL_UINT64 kMaxBlockSize = 0xFFFFFFFF; // the largest size that can be requested
 
 /// Releases a block and clears the pointer to it.
 template <typename T>

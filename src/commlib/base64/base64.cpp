@@ -33,7 +33,7 @@ QAL_UINT8 Character(QAL_UINT32 ulBits)
     return static_cast<QAL_UINT8>(cb64[ulBits % kSextets]);
 }
 
-/// Writes the text of @p ulLen bytes and gives its length.
+/// Encodes @p ulLen bytes and returns the length of the text.
 QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     QAL_UINT32 ulDone = kernel::EncodeGroups(pucIn, ulLen, pucOut);
@@ -59,7 +59,7 @@ QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return static_cast<QAL_UINT32>(pucEnd - pucOut);
 }
 
-/// The length of a line break, 0 where there is none.
+/// The length of a line break; 0 if there is none.
 QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
 {
     if (pucIn[0] == '\n') {
@@ -68,15 +68,15 @@ QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
     return pucIn[0] == '\r' && pucIn[1] == '\n' ? 2 : 0;
 }
 
-/// Decodes what is usual from the start of a text: quads, and after a line break, lines of as many
-/// quads as the first. Gives the number of characters, and adds that of the bytes to @p ulOut.
+/// Decodes the usual form from the start of a text: quads, and after a line break, lines of as many
+/// quads as the first. Returns the number of characters and adds the number of bytes to @p ulOut.
 QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
                        QAL_UINT32 &ulOut)
 {
     const QAL_UINT32 ulLine = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
     QAL_UINT32 ulDone = ulLine;
     ulOut += ulLine / 4 * 3;
-    // A line of known length is not waited for: the CPU begins the next before it knows that this
+    // The length of a line is assumed, so the CPU starts on the next line before it knows that this
     // one holds nothing unusual.
     while (ulLen - ulDone > 2 + ulLine) { // speed only
         const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
@@ -92,8 +92,8 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
 
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
-/// Writes the bytes of @p ulLen characters and gives their number, or kNoText for a text with a
-/// character that is not accepted. The character after them is tested like the others.
+/// Decodes @p ulLen characters and returns the number of bytes, or kNoText if a character is not
+/// accepted. The character after the text is tested like the others.
 QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     QAL_UINT32 ulOut = 0;
@@ -105,7 +105,7 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
         if (ucMeaning == kSkipped) {
             continue;
         }
-        if (ulFound == 0) { // as far as nothing unusual stands in the way
+        if (ulFound == 0) { // all up to the first unusual character
             i += DecodeLines(pucIn + i, ulLen - i, pucOut, ulOut);
             ucMeaning = kMeanings[pucIn[i]];
         }
@@ -149,10 +149,10 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
     return Product(3, lLen) / 4 + 4;
 }
 
-// The longest inputs whose output fits the block that is asked for. Kept: a size that has become
-// negative is asked for as the unsigned number it is then, which is more than the output needs
-// (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). One byte more, and it
-// is 0.
+// The longest inputs whose output fits the requested block. Kept: a size that has wrapped to a
+// negative number is requested as the unsigned number of the same bits, which is more than the
+// output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). One byte
+// more, and it is 0.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
 constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
@@ -164,8 +164,8 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // The empty output of a negative length is one byte, its NUL, where the formula has no use:
-    // below 0, or above what it has for a length of 0.
+    // A negative length has an empty output, which takes one byte, its NUL. That is requested where
+    // the formula is of no use: where it yields less than 0, or more than for a length of 0.
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
@@ -204,7 +204,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (*ppucOutput == nullptr) {
         return 0;
     }
-    // A negative length ends before the first character: not even the one beyond it is read.
+    // A negative length ends before the first character: not even the one past the end is read.
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
     if (ulOut == kNoText) {

@@ -60,13 +60,13 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    // A character is one of the alphabet if the sets of its two halves have no bit in common. Bits
+    // A character belongs to the alphabet if the sets of its two halves have no bit in common. Bits
     // of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P'
-    // to 'Z' and 'p' to 'z', 16 for characters that are none whatever their low half.
+    // to 'Z' and 'p' to 'z', 16 for high halves that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
-        Twice({// Whom a low half excludes: '@' and '`' end in 0; ':' and what follows it, '{' and
-               // '[' in A, B and up; of the punctuation only '+' and '/' are in.
+        Twice({// What each low half excludes: 0, '@' and '`'; from A up, ':' and what follows it;
+               // from B up, '[', '{' and what follows them. Of the punctuation, '+' and '/' remain.
                16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
                16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});
     const __m256i distances = Twice(
@@ -81,12 +81,12 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         const __m256i low = _mm256_and_si256(in, lowHalf);
         if (_mm256_testz_si256(_mm256_shuffle_epi8(highSets, high),
                                _mm256_shuffle_epi8(lowSets, low)) == 0) {
-            break; // also for the URL-safe characters, which the table's form takes
+            break; // also for the URL-safe characters, which the table form decodes
         }
         const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
         const __m256i sextets =
             _mm256_add_epi8(in, _mm256_shuffle_epi8(distances, _mm256_add_epi8(high, isSlash)));
-        // Pairs of sextets to 12 bits, pairs of those to 24, then the bytes in their order.
+        // Join pairs of sextets to 12 bits and pairs of those to 24, then put the bytes in order.
         const __m256i pairs = _mm256_maddubs_epi16(sextets, _mm256_set1_epi32(0x01400140));
         const __m256i words = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
         const __m256i halves = _mm256_shuffle_epi8(words, pack);

@@ -1,5 +1,5 @@
-// Base64 with the byte permutations of AVX-512: the alphabet stands in one vector and is looked up
-// in as a whole, and so do the sextets of all characters in two.
+// Base64 with the byte permutations of AVX-512: one vector holds the whole alphabet, two hold the
+// sextets of all characters, and one instruction looks up 64 bytes.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX512)
@@ -12,13 +12,13 @@
 namespace wyx::base64::avx512 {
 namespace {
 
-constexpr QAL_UINT32 kChars = 64; // of a vector
-constexpr QAL_UINT32 kBytes = 48; // that they stand for
+constexpr QAL_UINT32 kChars = 64; // in a vector
+constexpr QAL_UINT32 kBytes = 48; // that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
-/// Where the four bytes of a word come from that holds each sextet of a group of three in one
-/// piece.
+/// Spreads each group of three bytes over a word in which no sextet is split: the source of each
+/// byte.
 consteval Bytes MakeSpread()
 {
     Bytes aTab{};
@@ -29,7 +29,7 @@ consteval Bytes MakeSpread()
     return aTab;
 }
 
-/// Where the bytes come from of words that hold three each, the last one lowest.
+/// Packs words that hold three bytes each, the last one lowest: the source of each byte.
 consteval Bytes MakePack()
 {
     Bytes aTab{};
@@ -39,7 +39,7 @@ consteval Bytes MakePack()
     return aTab;
 }
 
-static_assert((kNoSextet & 0x80) != 0, "tells characters without a value");
+static_assert((kNoSextet & 0x80) != 0, "bit 7 marks characters without a value");
 
 /// The sextets of the characters from @p ucFirst on.
 consteval Bytes MakeSextetsFrom(QAL_UINT8 ucFirst)
@@ -57,7 +57,7 @@ constexpr Bytes kPack = MakePack();
 constexpr Bytes kLowSextets = MakeSextetsFrom(0);
 constexpr Bytes kHighSextets = MakeSextetsFrom(kChars);
 
-// Without a mask, GCC 12 warns of its own header.
+// Without a mask, GCC 12 warns about its own header.
 constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};
 
 /// A bit for each of the first @p ulCount bytes of a vector, 1 to 64.
@@ -74,8 +74,8 @@ __m512i Permuted(const void *pPlaces, __m512i bytes)
 __m512i CharactersOf(__m512i bytes)
 {
     const __m512i words = Permuted(kSpread.data(), bytes);
-    // A word is b1 b0 b2 b1, lowest first: the sextets begin at its bits 10, 4, 22 and 16. What
-    // stands above them does not take part in the look-up.
+    // A word is b1 b0 b2 b1, lowest first: the sextets begin at its bits 10, 4, 22 and 16. The bits
+    // above them do not take part in the look-up.
     const __m512i sextets =
         _mm512_maskz_multishift_epi64_epi8(kAll, _mm512_set1_epi64(0x3036242A1016040A), words);
     return _mm512_maskz_permutexvar_epi8(kAll, sextets, _mm512_loadu_si512(cb64));
@@ -93,7 +93,7 @@ __m512i SextetsOf(__m512i chars)
 /// The bytes of sextets, in the lower 48.
 __m512i BytesOf(__m512i sextets)
 {
-    // Pairs of sextets to 12 bits, pairs of those to 24.
+    // Join pairs of sextets to 12 bits, and pairs of those to 24.
     const __m512i pairs = _mm512_maddubs_epi16(sextets, _mm512_set1_epi32(0x01400140));
     const __m512i words = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
     return Permuted(kPack.data(), words);
@@ -108,7 +108,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
         _mm512_storeu_si512(pucOut, CharactersOf(_mm512_loadu_si512(pucIn + ulDone)));
         pucOut += kChars;
     }
-    // Two rounds at most are left, of up to 16 groups.
+    // At most two rounds are left, of up to 16 groups.
     while (ulLen - ulDone >= 3) { // speed only
         const QAL_UINT32 ulGroups = std::min((ulLen - ulDone) / 3, kBytes / 3);
         const __m512i bytes = _mm512_maskz_loadu_epi8(First(3 * ulGroups), pucIn + ulDone);

@@ -1,4 +1,4 @@
-// Two characters of Base64 at once: the table that the forms without wide shuffles look up in.
+// Two characters of Base64 at once: the look-up table of the forms without wide shuffles.
 #ifndef WYX_COMMLIB_BASE64_PAIRS_H
 #define WYX_COMMLIB_BASE64_PAIRS_H
 

@@ -1,5 +1,5 @@
-// Base64 with SSE2: characters are looked up in pairs, as without it, but gathered in vectors. An
-// insertion takes its pair from memory, and one store takes the place of eight.
+// Base64 with SSE2: characters are looked up in pairs, as in the table form, but gathered in
+// vectors. Each pair is inserted straight from memory, and one store replaces eight.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_SSE2)

@@ -1,5 +1,5 @@
-// Base64 by tables: two characters are looked up by 12 bits at once, and four characters give a
-// word of three bytes by four look-ups whose results only have to be joined.
+// Base64 by tables. Encoding looks up two characters at once by 12 bits. Decoding looks up each of
+// four characters in a table for its place and joins the results to a word of three bytes.
 #include "base64_kernel.h"
 
 #include <bit>
@@ -22,8 +22,8 @@ void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
 
 constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
 
-/// What the characters at one place of a quad put into the word of its three bytes, the first byte
-/// lowest.
+/// What the characters at one place of a quad contribute to the word of its three bytes, the first
+/// byte lowest.
 consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
 {
     const auto aSextets = MakeSextets();
@@ -55,7 +55,7 @@ QAL_UINT32 WordByShifts(const QAL_UINT8 *pucQuad)
            kParts[2][ulChars >> 16 & 0xFF] | kParts[3][ulChars >> 24];
 }
 
-/// Writes the three bytes of a word, and a fourth behind them.
+/// Writes the three bytes of a word, and a fourth after them.
 void StoreThree(QAL_UINT8 *pucOut, QAL_UINT32 ulWord)
 {
     __builtin_memcpy(pucOut, &ulWord, sizeof ulWord);
@@ -67,7 +67,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 {
     QAL_UINT32 ulDone = 0;
 #pragma GCC unroll 4
-    for (; ulLen - ulDone >= 8; ulDone += 6) { // of the eight bytes that are read, six are taken
+    for (; ulLen - ulDone >= 8; ulDone += 6) { // reads eight bytes and takes six
         QAL_UINT64 ullBits = 0;
         __builtin_memcpy(&ullBits, pucIn + ulDone, sizeof ullBits);
         ullBits = __builtin_bswap64(ullBits);

@@ -7,7 +7,7 @@
 namespace wyx::crc {
 namespace {
 
-// Below, spreading a message over wide blocks costs more.
+// Below this length, spreading a message over wide blocks costs more than it saves.
 constexpr QAL_UINT32 kMinBytes = 33; // speed only
 
 /// Four consecutive vectors; the interface is that of Lanes1.

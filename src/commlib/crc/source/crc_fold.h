@@ -7,7 +7,7 @@
 //    bit of M that is set, and add it. This clears the bit and flips the bits d - a, ..., d places
 //    after it.
 // 3. Do so for one bit after the other, from the first on. All but the last d bits are then zero,
-// and
+//    and
 //    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. All bits of a word can be cleared at once: XOR the word into the message at each
@@ -167,7 +167,7 @@ struct LastWord {
     Word ullPastEnd;
 };
 
-/// Folds by the multiple Long as far as that reaches, which is fast, and the rest by Short.
+/// Folds by the multiple Long, which is fast, as far as it reaches, and the rest by Short.
 template <typename Order, typename Long, typename Short>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

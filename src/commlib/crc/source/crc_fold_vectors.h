@@ -48,9 +48,9 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
-        // The vectors cleared so far, as they were just before. The next vector of the message is
-        // XORed with those at the multiple's distances before it; before the message there are
-        // zeros.
+        // The vectors cleared so far, as they were just before they were cleared. The next vector
+        // of the message is XORed with those at the multiple's distances before it; before the
+        // message there are zeros.
         alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
         QAL_UINT8 *const pucCleared = aucBuffer + kPast;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {

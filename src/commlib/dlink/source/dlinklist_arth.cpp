@@ -380,13 +380,14 @@ QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFu
     }
     Node *pNode = head.pstruFirstNode;
     while (pNode != nullptr) {
-        // Noted as a number: the callback may release the node, and its address still counts.
+        // A number, not a pointer: the callback may release the node, and only its address is
+        // compared.
         const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
         head.pstruNow = pNode;
         if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {
             return XELP_ERR_DLL_BREAK;
         }
-        // Kept: where the callback removed the last element, this is its predecessor again
+        // Kept: if the callback removed the last element, this is its predecessor, visited again
         // (ListTest.WalkGoesOnWhereTheCursorIs).
         pNode = head.pstruNow;
         if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {

@@ -1,5 +1,5 @@
-// Chained hash table: one block of the head and its buckets, and a chain node for each entry. An
-// entry is found as the link that leads to it, which is all that its removal needs.
+// Chained hash table: one block for the head and its buckets, and a chain node for each entry. An
+// entry is found as the link that leads to it, which is all its removal needs.
 #include "wyx_commlib/hash.h"
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace {
 using Head = Hash_S_Head;
 using Node = Hash_S_Node;
 
-/// What the head and its buckets take, in bytes.
+/// The size of the head and its buckets, in bytes.
 constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulHashSize)
 {
     return sizeof(Head) + QAL_UINT64{ulHashSize} * sizeof(Node *);
@@ -77,7 +77,7 @@ void *Unlink(Head &head, Node **ppLink)
     // (HashCursor.RemovalStaysInTheBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // an adapter may keep released blocks to look at
+    pNode->pstruKey = nullptr; // an adapter may keep released blocks for inspection
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
@@ -217,7 +217,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
         return XELP_ERR_HASH_HASHVALUE;
     }
     Node **const ppLink = FindNode(ppBucket, head.pstruNow);
-    // Kept: no error where the hash function has changed its mind
+    // Kept: no error if the hash function now returns another value for the key
     // (HashRemoveCurNode.EntryNotInItsBucketGivesSuccessAndNull).
     if (*ppLink != nullptr) {
         *pstruNode = Unlink(head, ppLink);
@@ -254,8 +254,8 @@ QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfun
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         Node *pNode = head.pstruBase[i];
         while (pNode != nullptr) {
-            // Noted as a number: the callback may release the node, and only its address counts
-            // then.
+            // A number, not a pointer: the callback may release the node, and only its address is
+            // compared.
             const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
             head.pstruNow = pNode;
             if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {

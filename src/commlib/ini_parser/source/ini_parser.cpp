@@ -11,7 +11,7 @@ constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
 // One byte can add two to a full line (a backslash that turns out to be text, and itself), and the
-// text is terminated by the fill.
+// zero fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kBackslash, kLf, kCr, kOther, kEnd };
@@ -32,13 +32,14 @@ ByteClass ClassOf(QAL_INT32 lByte)
     }
 }
 
-/// Bytes of the class kOther, but for some control characters: the test of nearly every byte.
+/// True only for bytes of the class kOther, but not for all of its control characters. This one
+/// test settles nearly every byte.
 constexpr bool IsPlain(QAL_INT32 lByte)
 {
     return lByte > '\r' && lByte != kEscape;
 }
 
-/// What the bytes before leave open.
+/// What the bytes so far leave open.
 enum State : QAL_UINT8 {
     kText,      // nothing
     kAfterLf,   // an LF: alone, or the first half of LF CR?
@@ -48,7 +49,7 @@ enum State : QAL_UINT8 {
     kEscapedCr, // a backslash and a CR: is the line end complete?
 };
 
-/// What is done with a byte; several may hold.
+/// What is done with a byte; several may apply.
 enum Act : QAL_UINT8 {
     kDrop = 0,       // not part of the text
     kStore = 1,      // the byte is part of the text
@@ -105,7 +106,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     ulLines = 1;
     for (;;) {
         QAL_INT32 lByte = XELP_Fgetc(pstruFile);
-        if (state == kText) { // so it is for nearly every byte
+        if (state == kText) { // true for nearly every byte
             while (IsPlain(lByte) && ulUsed < kLongestLine) {
                 pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
                 lByte = XELP_Fgetc(pstruFile);
@@ -180,7 +181,7 @@ QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
     if (pStructIniLine->pStrLine != nullptr) {
         pStructIniLine->ulTotalLine = kFirstSlots;
         ulStatus = ReadLines(pstruFile, *pStructIniLine);
-        if (ulStatus == XELP_ERR_INI_FILE_EMPTY) { // the file's end is the way out
+        if (ulStatus == XELP_ERR_INI_FILE_EMPTY) { // the end of a complete file
             ulStatus = XELP_ERR_INI_OK;
         } else {
             XELP_IniFreeIniStruct(pStructIniLine);

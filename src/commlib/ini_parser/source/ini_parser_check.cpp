@@ -1,4 +1,4 @@
-// The strict grammar of a line, which only the check of a whole document reads by.
+// The strict grammar of a line, which only the check of a whole document uses.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -14,7 +14,7 @@ bool Contains(Range range, QAL_INT8 ch)
     return false;
 }
 
-// Kept: a tab before the `;` will do here, though to the parsers it begins no comment
+// Kept: a tab before the `;` is enough here, though for the parsers no comment begins there
 // (IniCheckKeyLine.TabBeforeCommentPasses).
 QAL_UINT32 CheckComment(const QAL_INT8 *pszSemicolon)
 {
@@ -46,8 +46,7 @@ QAL_UINT32 CheckItems(const QAL_INT8 *psz, const QAL_INT8 *pszLineLast)
             }
             pszItemEnd = SkipBlanks(pszQuote + 1, pszLineLast);
         } else {
-            // Kept: the comma is looked for in a comment, too
-            // (IniCheckKeyLine.CommaInCommentCounts).
+            // Kept: a comma inside a comment is found, too (IniCheckKeyLine.CommaInCommentCounts).
             pszItemEnd = XELP_StrChr(psz, kSeparator);
             if (pszItemEnd == psz) {
                 return XELP_ERR_INI_KEY_VALUE;

@@ -58,7 +58,7 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
     return XELP_ERR_INI_OK;
 }
 
-/// Makes sure that a slot after the last one is there and another stays free.
+/// Makes sure that there is a slot after the last one and that another stays free.
 QAL_UINT32 MakeRoom(Document &doc)
 {
     return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)

@@ -1,4 +1,4 @@
-// The lenient grammar of a line, which lookups and edits read by.
+// The lenient grammar of a line, which lookups and edits use.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -55,7 +55,7 @@ QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool 
 
 namespace {
 
-/// The first occurrence of a byte, or null. Names are short: this beats a call of the adapter.
+/// The first occurrence of a byte, or null. Names are short: this beats a call to the adapter.
 const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
 {
     while (*psz != ch) {

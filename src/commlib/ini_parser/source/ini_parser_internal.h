@@ -11,7 +11,8 @@ namespace wyx::ini {
 
 // ---- The syntax ----
 
-/// Begins a comment, after a space or as the first byte of a line. A macro, as formats hold it.
+/// Begins a comment, after a space or as the first byte of a line. A macro, because format strings
+/// contain it.
 #define WYX_INI_COMMENT ";"
 constexpr QAL_INT8 kComment = WYX_INI_COMMENT[0];
 constexpr QAL_INT8 kCommentMark[] = " " WYX_INI_COMMENT;
@@ -113,7 +114,7 @@ void ReleaseParts(KeyParts &parts);
 
 using Document = XELP_IN_S_INI_FILE_STRUCT;
 
-/// The kind of a line that is not empty. An inline loop, because keys are short and a call of the
+/// The kind of a line that is not empty. An inline loop, because keys are short and a call to the
 /// adapter to find the `=` would cost several times as much.
 inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
 {
@@ -169,8 +170,8 @@ inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
     }
 }
 
-/// The slots of a walk: from ulSlot, which is where it has got to, until ulEnd, which it does not
-/// visit. A step of -1 is 2^32 - 1.
+/// The slots of a walk: from ulSlot, its position, up to but not including ulEnd. A step of -1 is
+/// 2^32 - 1.
 struct Walk {
     const Document &doc;
     QAL_UINT32 ulSlot;
@@ -188,11 +189,11 @@ inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
     return {doc, ulLast, ulEnd, 0U - 1U};
 }
 
-/// What a visit returns that ends a walk although nothing failed; no status.
+/// Returned by a visit to end a walk although nothing failed; not a status.
 constexpr QAL_UINT32 kFound = 1;
 
 /**
- * Shows the lines of a walk to @p visit, with their kinds; removed ones are passed over.
+ * Passes the lines of a walk to @p visit, with their kinds; removed lines are skipped.
  *
  * @return 0 at the end of the walk, otherwise what ended it: the status of a line of no known kind,
  *         or what a visit returned.

@@ -20,7 +20,7 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
             return kFound;
         }
         if (kind == Kind::kSection) {
-            block.ulLast = walk.ulSlot - 1; // wraps where no slot is left, and the walk ends
+            block.ulLast = walk.ulSlot - 1; // wraps if no slot is left, and the walk ends
         }
         return ulParsed;
     });
@@ -62,7 +62,7 @@ bool IsReadable(const Document *pDoc)
     return pDoc != nullptr && pDoc->pStrLine != nullptr;
 }
 
-/// Collects the names of all sections in a list with room for one name a line.
+/// Collects the names of all sections in a list with room for one name per line.
 QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **ppszNames)
 {
     Walk walk = Down(doc, 0, doc.ulLineNum);
@@ -80,7 +80,7 @@ QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **pp
                                                      : ulStatus;
 }
 
-/// Collects the names of all keys of a section's last block in a list with room for one name a
+/// Collects the names of all keys of a section's last block in a list with room for one name per
 /// line.
 QAL_UINT32 CollectKeys(const Document &doc, const QAL_INT8 *pszSection, QAL_UINT32 &ulNum,
                        QAL_INT8 **ppszNames)

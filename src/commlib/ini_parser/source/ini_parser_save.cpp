@@ -62,7 +62,7 @@ bool Exists(const QAL_INT8 *pszName)
     return pstruFile != nullptr;
 }
 
-/// Writes all lines to a new file; where that fails half way, there is no new file afterwards.
+/// Writes all lines to a new file; if that fails half way, no new file is left.
 QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
 {
     if (Exists(pszName)) {
@@ -85,14 +85,14 @@ QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
     return ulStatus;
 }
 
-/// Puts the new file in the target's place. Where that fails the new file stays: after the first
-/// step it is the only one that holds the content.
+/// Puts the new file in the target's place. If that fails, the new file stays: after the first step
+/// it is the only one that holds the content.
 QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
 {
     if (XELP_Remove(pszTarget) != 0 || XELP_Rename(pszNewFile, pszTarget) != 0) {
         return XELP_ERR_INI_CREATE_FILE;
     }
-    XELP_Remove(pszNewFile); // normally gone; not where an adapter renames by copying
+    XELP_Remove(pszNewFile); // normally gone, unless an adapter renames by copying
     return XELP_ERR_INI_OK;
 }
 

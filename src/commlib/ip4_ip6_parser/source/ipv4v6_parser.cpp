@@ -17,7 +17,7 @@ namespace {
 
 constexpr QAL_INT32 kDec = 10;
 constexpr QAL_INT32 kHex = 16;
-constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() asks for 16
+constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() needs 16
 
 /// Starts at a text; false if its length does not fit in 32 bits. The adapter's count has wrapped
 /// then, and leads to a character before the terminator.
@@ -43,7 +43,8 @@ bool HasHexPrefix(const QAL_CHAR *pszText)
     return pszText[0] == '0' && (pszText[1] | 0x20) == 'x';
 }
 
-/// Is a character of the class left? The terminator is none, whatever the table says of it.
+/// Is a character of the class at the cursor? The terminator never counts, whatever the table says
+/// about it.
 bool IsAt(QAL_UINT32 ulClass, const Parse_Ipv4v6_S_BUF &struBuf)
 {
     return struBuf.cur_bp_rem_len != 0 && IsOf(ulClass, *struBuf.cur_bp);
@@ -70,7 +71,8 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
             Advance(struBuf, 1);
         }
     }
-    // Kept: 32 bits are left before the range is tested (ParseIpv4.OctetIsReducedTo32Bits).
+    // Kept: the value is cut to 32 bits before its range is tested
+    // (ParseIpv4.OctetIsReducedTo32Bits).
     const auto ulReduced = static_cast<QAL_UINT32>(ulValue);
     ucOctet = static_cast<QAL_UINT8>(ulReduced);
     return ulReduced <= 0xFF;
@@ -113,7 +115,7 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     return struIp4.bit_mask != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
-/// One IPv6 text under way.
+/// The state of parsing one IPv6 text.
 struct Ipv6Work {
     Parse_Ipv4v6_S_BUF struBuf;
     Parse_S_IP6Address struIp6;
@@ -135,7 +137,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 }
 
 /// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the length that is
-/// asked for, so these forms fail unless a port follows (ParseIpv6.DottedQuadBehindGapFails).
+/// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadBehindGapFails).
 void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
@@ -183,12 +185,12 @@ bool TakeThreeColons(Ipv6Work &work)
     return true;
 }
 
-/// `.h`: here the quad counts, and goes over any bytes of the head.
+/// `.h`: here the quad counts; it overwrites any bytes of the head.
 bool TakeDottedQuad(Ipv6Work &work)
 {
     Advance(work.struBuf, 1);
     QAL_UINT32 ulAddr = 0;
-    // One with a port has another status than 0 and is refused, too, so the port stays 0.
+    // A quad with a port does not return 0 and is refused, too, so the port stays 0.
     if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber) != 0) {
         return false;
     }

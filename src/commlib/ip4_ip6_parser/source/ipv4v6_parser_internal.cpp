@@ -177,7 +177,7 @@ inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v
 
 extern "C" {
 
-// A C array takes no initialiser but a list.
+// A C array can only be initialised by a list.
 #define ROW_OF_4(n) ClassesOf(n), ClassesOf((n) + 1), ClassesOf((n) + 2), ClassesOf((n) + 3)
 #define ROW_OF_16(n) ROW_OF_4(n), ROW_OF_4((n) + 4), ROW_OF_4((n) + 8), ROW_OF_4((n) + 12)
 #define ROW_OF_64(n) ROW_OF_16(n), ROW_OF_16((n) + 16), ROW_OF_16((n) + 32), ROW_OF_16((n) + 48)
@@ -187,11 +187,11 @@ constinit QAL_UINT32 QAL_CHARset[256] = {ROW_OF_64(0), ROW_OF_64(64), ROW_OF_64(
 #undef ROW_OF_16
 #undef ROW_OF_64
 
-// Kept: no range test, and all that strtoul() takes before a number
+// Kept: no range test, and everything that strtoul() accepts before a number
 // (TdU16.ValueIsReducedTo16Bits, TdU16.ReadsLikeStrtoul).
 QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
 {
-    QAL_CHAR *pszEnd = IN_dec_buf->cur_bp; // stays if the base is none
+    QAL_CHAR *pszEnd = IN_dec_buf->cur_bp; // unchanged if the base is invalid
     const QAL_ULONG ulValue = std::strtoul(IN_dec_buf->cur_bp, &pszEnd, IN_base);
     const auto lConsumed = static_cast<QAL_INT>(pszEnd - IN_dec_buf->cur_bp);
     if (lConsumed < 1) {

@@ -21,7 +21,7 @@ constexpr QAL_UINT32 kHexDigit = 0x80;
 constexpr QAL_UINT32 kToken = 0x1000;
 constexpr QAL_UINT32 kDelimiter = 0x2000;
 
-/// The table is asked at every call: callers may have changed it.
+/// The table is read at every call: callers may have changed it.
 inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
 {
     return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;

@@ -31,8 +31,8 @@ QAL_UINT64 EightFrom(const QAL_CHAR *pszText)
     return ullChars;
 }
 
-/// Leaves a bit in the upper half of each byte that is above 9. A byte from 10 to 15 gets it by the
-/// sum; what carries into the next byte has had one itself.
+/// Leaves a bit in the upper half of each byte that is above 9. For a byte from 10 to 15 the sum
+/// sets it; a byte that carries into the next one already has such a bit itself.
 template <typename Word>
 constexpr Word AboveNine(Word word)
 {
@@ -54,14 +54,14 @@ bool AreDigitsAsUsual()
 constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
 constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
-/// Reads the decimal port after the colon, which is the character @p ulColon of the last eight of
-/// a text, its terminator included. False where there is no digit, or anything but digits.
+/// Reads the decimal port after the colon, which is the character @p ulColon of the last eight of a
+/// text, its terminator included. False if there is no digit, or anything but digits.
 bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
 {
     if (ulColon == 6) {
         return false;
     }
-    // The last digit in the highest byte, and 0 in place of what stands before the first.
+    // The last digit is in the highest byte; whatever precedes the first digit becomes 0.
     const QAL_UINT32 ulBefore = 8 * (ulColon + 2);
     QAL_UINT64 ullDigits = (ullTail << 8 ^ '0' * kEachByte) >> ulBefore << ulBefore;
     if (AboveNine(ullDigits) != 0) {
@@ -81,7 +81,7 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     if (ulLen < kShortestUsual || ulLen > kLongestUsual || !AreDigitsAsUsual()) {
         return kNotUsual;
     }
-    // If there is a colon, it stands among the last eight characters, the terminator included.
+    // If there is a colon, it is among the last eight characters, the terminator included.
     const QAL_UINT64 ullTail = EightFrom(pszText + ulLen - 7);
     const QAL_UINT64 ullColonIs0 = ullTail ^ ':' * kEachByte;
     const QAL_UINT64 ullColons = (ullColonIs0 - kEachByte) & ~ullColonIs0 & 0x80 * kEachByte;
@@ -98,7 +98,7 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     QAL_UINT32 ulSum = 0;
     QAL_UINT32 ulAboveNine = 0;
     // Takes the digits of the next octet: hundreds in byte 1, tens in byte 2, ones in byte 3. False
-    // where they are more than 255.
+    // if they exceed 255.
     const auto take = [&](QAL_UINT32 ulDigits) {
         ulAboveNine |= AboveNine(ulDigits);
         ulSum = ulSum << 8 | (ulDigits * (100U << 16 | 10U << 8 | 1U)) >> 24;

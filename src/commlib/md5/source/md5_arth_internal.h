@@ -1,5 +1,5 @@
 // The building blocks of MD5. Exported, but kept out of the public header: their names are too
-// common to be put before every user of the library.
+// common to expose to every user of the library.
 #ifndef WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 #define WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 
@@ -7,7 +7,7 @@
 
 WYX_C_BEGIN
 
-/// Takes one block into the chaining values. The block may stand at any alignment.
+/// Takes one block into the chaining values. The block may have any alignment.
 WYX_API void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64]);
 
 /// Writes @p len bytes, a multiple of 4, from words: the low byte of each first.

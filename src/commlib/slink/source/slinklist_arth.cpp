@@ -13,7 +13,7 @@ using Node = SLinkList_S_Node;
 
 constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
 
-/// What the head and its slots take, in bytes.
+/// The size of the head and its slots, in bytes.
 constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 {
     return sizeof(Head) + QAL_UINT64{ulNodeNum} * sizeof(Node);
@@ -157,7 +157,7 @@ QAL_UINT32 StepAlone(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEn
                                 : XELP_ERR_SLL_INVALID_PARA;
 }
 
-// Kept: the result is cleared at the end of the list, but not if that is empty
+// Kept: the result is cleared at the end of the list, but not if the list is empty
 // (SLinkListResults.ClearedAsStated).
 QAL_UINT32 StepAndShow(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
@@ -476,8 +476,8 @@ QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFu
         if (pfunProcess(pProcessCondition, head.pstruBase[ulNode].pstruUserNode, pOther) != 0) {
             return XELP_ERR_SLL_BREAK;
         }
-        // Kept: where the callback removed the last element, the cursor is on its predecessor,
-        // which is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
+        // Kept: if the callback removed the last element, the cursor is on its predecessor, which
+        // is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
         ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
     }
     return 0;
