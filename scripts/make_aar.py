@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
-"""Lays out an Android archive (AAR) with Prefab modules from an installed tree.
+"""Lays out an Android archive (AAR) with Prefab modules from installed trees, one for each ABI.
 
-    cmake --install build/android-arm64 --prefix PREFIX --strip
-    scripts/make_aar.py PREFIX --ndk 27 --output wyx_commlib-1.0.0.aar
+    cmake --install build/android-arm64 --prefix PREFIX/arm64-v8a --strip
+    cmake --install build/android-x86_64 --prefix PREFIX/x86_64 --strip
+    scripts/make_aar.py PREFIX/arm64-v8a PREFIX/x86_64 --ndk 27 --output wyx_commlib-1.0.0.aar
 
-The modules are wyx_commlib and wyx_os_adapter. Refuses libraries that an application could not load:
-of another processor, with a version in their SONAME, or not aligned for pages of 16 KiB. The same
-tree gives the same bytes, wherever and whenever it was installed. docs/android.md tells more.
+The modules are wyx_commlib and wyx_os_adapter, and wyx_commlib_static and wyx_os_adapter_static with the
+archives. Refuses libraries that an application could not load: of another processor, with a version in
+their SONAME, or not aligned for pages of 16 KiB; and trees that do not belong together. The same trees
+give the same bytes, wherever and whenever they were installed. docs/android.md has more.
 """
 
 import argparse
@@ -17,7 +19,7 @@ import struct
 import sys
 import zipfile
 
-MACHINES = {"arm64-v8a": 183, "x86_64": 62}  # e_machine of the ABIs that are supported, all 64 bits
+ABIS = {183: "arm64-v8a", 62: "x86_64"}  # by e_machine: those that are supported, all 64 bits
 PAGE = 16384
 PT_LOAD, PT_DYNAMIC = 1, 2
 DT_NULL, DT_STRTAB, DT_SONAME = 0, 5, 14
@@ -57,33 +59,50 @@ class Library:
         return next(address - at + offset for offset, at, length, _ in self.loads
                     if at <= address < at + length)
 
-    def check(self, path, abi):
-        if self.machine != MACHINES[abi]:
-            refuse(f"{path} is not of {abi}")
+    def abi(self, path):
+        """The library's ABI, if an application can load it."""
+        if self.machine not in ABIS:
+            refuse(f"{path} is of no supported processor ({', '.join(ABIS.values())})")
         if self.soname != path.name:
             refuse(f"{path} has the SONAME {self.soname}: Android wants {path.name}")
-        if abi == "arm64-v8a" and any(align < PAGE for *_, align in self.loads):
+        if any(align < PAGE for *_, align in self.loads):
             refuse(f"{path} is not aligned for pages of 16 KiB")
+        return ABIS[self.machine]
 
 
 def text(value):
     return (json.dumps(value, indent=2) + "\n").encode()
 
 
-def contents(options, version):
-    """Name and bytes of each file of the archive."""
-    include = options.prefix / "include"
+def only(prefix, name):
+    found = sorted(prefix.glob(f"lib*/**/{name}"))
+    if len(found) != 1:
+        refuse(f"{prefix} has {len(found)} files {name}")
+    return found[0]
+
+
+def headers_of(prefix):
+    """By module: each header's name in the archive, and its bytes."""
+    include = prefix / "include"
     adapter = include / "wyx_os_adapter"
-    modules = {
+    files = {
         "wyx_commlib": {path.relative_to(include): path
-                        for path in (include / "wyx_commlib").glob("*.h")},
+                        for suffix in ("h", "hpp")
+                        for path in (include / "wyx_commlib").glob(f"*.{suffix}")},
         # The headers of the adapter need those of the types, also without the library.
         "wyx_os_adapter": {path.relative_to(adapter): path for path in adapter.glob("*.h")}
         | {pathlib.PurePath("wyx_commlib/types.h"): include / "wyx_commlib/types.h"},
     }
-    needs = {"wyx_commlib": [":wyx_os_adapter"], "wyx_os_adapter": []}
-    major, minor, patch = map(int, version.split("."))
+    for module, headers in files.items():
+        if not headers:
+            refuse(f"{prefix} has no headers of {module}")
+    return {module: {name.as_posix(): path.read_bytes() for name, path in headers.items()}
+            for module, headers in files.items()}
 
+
+def contents(options, version):
+    """Name and bytes of each file of the archive."""
+    major, minor, patch = map(int, version.split("."))
     files = {
         "AndroidManifest.xml":
             f'<?xml version="1.0" encoding="utf-8"?>\n'
@@ -95,42 +114,53 @@ def contents(options, version):
         "prefab/prefab.json": text({"schema_version": 2, "name": "wyx_commlib",
                                     "version": version, "dependencies": []}),
     }
-    for module, headers in modules.items():
-        if not headers:
-            refuse(f"{options.prefix} has no headers of {module}")
-        folder = f"prefab/modules/{module}"
-        files[f"{folder}/module.json"] = text({"export_libraries": needs[module],
-                                               "library_name": f"lib{module}"})
-        for name, path in headers.items():
-            files[f"{folder}/include/{name.as_posix()}"] = path.read_bytes()
-        libraries = sorted(options.prefix.glob(f"lib*/**/lib{module}.so"))
-        if len(libraries) != 1:
-            refuse(f"{options.prefix} has {len(libraries)} libraries lib{module}.so")
-        library = Library(libraries[0])
-        library.check(libraries[0], options.abi)
-        folder += f"/libs/android.{options.abi}"
-        files[f"{folder}/abi.json"] = text({"abi": options.abi, "api": options.api,
-                                            "ndk": options.ndk, "stl": "none", "static": False})
-        files[f"{folder}/lib{module}.so"] = library.data
+    headers = headers_of(options.prefixes[0])
+    abis = set()
+    for prefix in options.prefixes:
+        if headers_of(prefix) != headers:
+            refuse(f"{prefix} has other headers than {options.prefixes[0]}")
+        path = only(prefix, "libwyx_commlib.so")
+        abi = Library(path).abi(path)
+        if abi in abis:
+            refuse(f"{prefix} is a second tree of {abi}")
+        abis.add(abi)
+        for library in headers:
+            for module, suffix in ((library, "so"), (f"{library}_static", "a")):
+                path = only(prefix, f"lib{library}.{suffix}")
+                if suffix == "so" and Library(path).abi(path) != abi:
+                    refuse(f"{path} is not of {abi}")
+                needed = [f":{module}".replace("commlib", "os_adapter")]
+                folder = f"prefab/modules/{module}"
+                files[f"{folder}/module.json"] = text({
+                    "export_libraries": needed if library == "wyx_commlib" else [],
+                    "library_name": f"lib{library}"})
+                for name, data in headers[library].items():
+                    files[f"{folder}/include/{name}"] = data
+                folder += f"/libs/android.{abi}"
+                files[f"{folder}/abi.json"] = text({
+                    "abi": abi, "api": options.api, "ndk": options.ndk, "stl": "none",
+                    "static": suffix == "a"})
+                files[f"{folder}/lib{library}.{suffix}"] = path.read_bytes()
     return files
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("prefix", type=pathlib.Path, help="where the libraries were installed")
+    parser.add_argument("prefixes", metavar="PREFIX", nargs="+", type=pathlib.Path,
+                        help="where the libraries of an ABI were installed")
     parser.add_argument("--ndk", type=int, required=True, help="major version of the NDK")
-    parser.add_argument("--abi", choices=MACHINES, default="arm64-v8a")
     parser.add_argument("--api", type=int, default=24, help="least API level (24)")
     parser.add_argument("--output", type=pathlib.Path, required=True)
     options = parser.parse_args()
 
-    versions = list(options.prefix.glob("lib*/**/wyx_commlib-config-version.cmake"))
+    versions = {re.search(r'PACKAGE_VERSION "([0-9.]+)"',
+                          only(prefix, "wyx_commlib-config-version.cmake").read_text())[1]
+                for prefix in options.prefixes}
     if len(versions) != 1:
-        refuse(f"{options.prefix} is no tree with wyx_commlib installed")
-    version = re.search(r'PACKAGE_VERSION "([0-9.]+)"', versions[0].read_text())[1]
+        refuse(f"the trees are of several versions: {', '.join(sorted(versions))}")
 
-    files = contents(options, version)
+    files = contents(options, versions.pop())
     with zipfile.ZipFile(options.output, "w", zipfile.ZIP_DEFLATED) as archive:
         for name in sorted(files):
             entry = zipfile.ZipInfo(name, (1980, 1, 1, 0, 0, 0))

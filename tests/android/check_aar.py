@@ -33,10 +33,34 @@ def run(*command, **options):
     subprocess.run(list(map(str, command)), check=True, **options)
 
 
-def make(prefix, output, *options):
-    return subprocess.run([sys.executable, SOURCE / "scripts/make_aar.py", prefix, "--ndk", "27",
-                           "--abi", ABI, "--output", output, *options],
-                          capture_output=True, text=True)
+def make(output, *prefixes):
+    return subprocess.run([sys.executable, SOURCE / "scripts/make_aar.py", *prefixes, "--ndk", "27",
+                           "--output", output], capture_output=True, text=True)
+
+
+def patched(name, library, change):
+    """A copy of the tree in which the bytes of one or all libraries are changed."""
+    shutil.copytree(prefix, WORK / name)
+    for path in (WORK / name).rglob(f"{library}.so"):
+        data = bytearray(path.read_bytes())
+        change(data)
+        path.write_bytes(data)
+    return WORK / name
+
+
+def set_machine(machine):
+    return lambda data: struct.pack_into("<H", data, 18, machine)
+
+
+def set_alignment(data):
+    for start in range(64, 64 + 56 * data[56], 56):  # the program headers, which end in p_align
+        if struct.unpack_from("<I", data, start)[0] == 1:
+            struct.pack_into("<Q", data, start + 48, 0x1000)
+
+
+def set_soname(data):
+    at = data.index(b"libwyx_os_adapter.so\0")
+    data[at:at + 20] = b"libwyx_os_adapter.s1"
 
 
 def install(name, *arguments):
@@ -51,20 +75,25 @@ def install(name, *arguments):
 
 shutil.rmtree(WORK, ignore_errors=True)
 WORK.mkdir(parents=True)
-prefix = install("build", "-DCMAKE_PLATFORM_NO_VERSIONED_SONAME=ON")
+# What the project sets for Android is set here.
+prefix = install("build", "-DCMAKE_PLATFORM_NO_VERSIONED_SONAME=ON",
+                 "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,max-page-size=16384")
+# The libraries of the other ABI: these with the number of its processor.
+OTHER, number = ("x86_64", 62) if ABI == "arm64-v8a" else ("arm64-v8a", 183)
+other = patched("other", "libwyx_*", set_machine(number))
 
-made = make(prefix, WORK / "one.aar")
+made = make(WORK / "one.aar", prefix, other)
 print(made.stdout, made.stderr)
 if made.returncode != 0:
     sys.exit(1)
 
-# The same bytes from another folder, at another time, in another time zone.
+# The same bytes from other folders, in another order, at another time, in another time zone.
 moved = WORK / "moved/to/another/folder"
 shutil.copytree(prefix, moved, symlinks=True)
 for path in moved.rglob("*"):
     os.utime(path, (1, 1), follow_symlinks=False)
 os.environ["TZ"] = "Asia/Tokyo"
-make(moved, WORK / "two.aar")
+make(WORK / "two.aar", other, moved)
 expect((WORK / "one.aar").read_bytes() == (WORK / "two.aar").read_bytes(), "two runs differ")
 
 archive = zipfile.ZipFile(WORK / "one.aar")
@@ -88,60 +117,60 @@ expect(read("prefab/prefab.json") == {"schema_version": 2, "name": "wyx_commlib"
                                       "version": version, "dependencies": []}, "prefab.json")
 headers = {
     "wyx_commlib": {f"wyx_commlib/{path.name}": path
-                    for path in (SOURCE / "include/wyx_commlib").glob("*.h")},
+                    for path in (SOURCE / "include/wyx_commlib").glob("*.h*")},
     "wyx_os_adapter": {"os_adapter.h": SOURCE / "platform/os_adapter.h",
                        "bounded.h": SOURCE / "platform/bounded.h",
                        "wyx_commlib/types.h": SOURCE / "include/wyx_commlib/types.h"},
 }
 expected = {"AndroidManifest.xml", "prefab/prefab.json"}
-for module, exports in (("wyx_commlib", [":wyx_os_adapter"]), ("wyx_os_adapter", [])):
-    folder = f"prefab/modules/{module}"
-    libs = f"{folder}/libs/android.{ABI}"
-    expect(read(f"{folder}/module.json") ==
-           {"export_libraries": exports, "library_name": f"lib{module}"}, f"module.json of {module}")
-    expect(read(f"{libs}/abi.json") == {"abi": ABI, "api": API, "ndk": 27, "stl": "none",
-                                        "static": False}, f"abi.json of {module}")
-    library = next(prefix.rglob(f"lib{module}.so"))
-    expect(not library.is_symlink(), f"{library} has a version")
-    expect(archive.read(f"{libs}/lib{module}.so") == library.read_bytes(), f"lib{module}.so")
-    expected |= {f"{folder}/module.json", f"{libs}/abi.json", f"{libs}/lib{module}.so"}
-    for name, path in headers[module].items():
-        expect(archive.read(f"{folder}/include/{name}") == path.read_bytes(), name)
-        expected.add(f"{folder}/include/{name}")
+for library in ("wyx_commlib", "wyx_os_adapter"):
+    for kind, suffix in (("", "so"), ("_static", "a")):
+        folder = f"prefab/modules/{library}{kind}"
+        exports = [f":wyx_os_adapter{kind}"] if library == "wyx_commlib" else []
+        expect(read(f"{folder}/module.json") ==
+               {"export_libraries": exports, "library_name": f"lib{library}"},
+               f"module.json of {library}{kind}")
+        expected.add(f"{folder}/module.json")
+        for abi, tree in ((ABI, prefix), (OTHER, other)):
+            libs = f"{folder}/libs/android.{abi}"
+            expect(read(f"{libs}/abi.json") == {"abi": abi, "api": API, "ndk": 27, "stl": "none",
+                                                "static": suffix == "a"}, f"abi.json in {libs}")
+            path = next(tree.rglob(f"lib{library}.{suffix}"))
+            expect(not path.is_symlink(), f"{path} has a version")
+            expect(archive.read(f"{libs}/{path.name}") == path.read_bytes(), f"{libs}/{path.name}")
+            expected |= {f"{libs}/abi.json", f"{libs}/{path.name}"}
+        for name, path in headers[library].items():
+            expect(archive.read(f"{folder}/include/{name}") == path.read_bytes(), name)
+            expected.add(f"{folder}/include/{name}")
 expect(set(names) == expected, f"files: {sorted(set(names) ^ expected)}")
 
-# A program is compiled and linked as Prefab tells the build system to.
+# Programs are compiled and linked as Prefab tells the build system to, with either kind of module.
 archive.extractall(WORK / "unpacked")
-modules = WORK / "unpacked/prefab/modules"
-command = [COMPILER, SOURCE / "tests/install/consumer/consumer.c", "-o", WORK / "consumer"]
-for module in headers:
-    command += ["-I", modules / module / "include",
-                "-L", modules / module / "libs" / f"android.{ABI}", f"-l{module}"]
-run(*command)
+for kind in ("", "_static"):
+    command = [COMPILER, SOURCE / "tests/install/consumer/consumer.c", "-o", WORK / f"consumer{kind}"]
+    for module in headers:
+        folder = WORK / f"unpacked/prefab/modules/{module}{kind}"
+        command += ["-I", folder / "include", "-L", folder / f"libs/android.{ABI}", f"-l{module}"]
+    run(*command)
 
 # What an application could not load is refused.
-other = "x86_64" if ABI == "arm64-v8a" else "arm64-v8a"
-refused = make(prefix, WORK / "other.aar", "--abi", other)
-expect(refused.returncode != 0 and f"not of {other}" in refused.stderr, "another processor")
-shutil.copytree(prefix, WORK / "versioned")
-path = next((WORK / "versioned").rglob("libwyx_os_adapter.so"))
-path.write_bytes(path.read_bytes().replace(b"libwyx_os_adapter.so\0", b"libwyx_os_adapter.s1\0"))
-refused = make(WORK / "versioned", WORK / "other.aar")
-expect(refused.returncode != 0 and "SONAME" in refused.stderr, "another SONAME")
-if ABI == "arm64-v8a":
-    shutil.copytree(prefix, WORK / "aligned")
-    path = next((WORK / "aligned").rglob("libwyx_commlib.so"))
-    data = bytearray(path.read_bytes())
-    for start in range(64, 64 + 56 * data[56], 56):  # the program headers, which end in p_align
-        if struct.unpack_from("<I", data, start)[0] == 1:
-            struct.pack_into("<Q", data, start + 48, 0x1000)
-    path.write_bytes(data)
-    refused = make(WORK / "aligned", WORK / "other.aar")
-    expect(refused.returncode != 0 and "16 KiB" in refused.stderr, "pages of 4 KiB")
+for name, library, change, message in (
+        ("mips", "libwyx_*", set_machine(8), "no supported processor"),
+        ("mixed", "libwyx_os_adapter", set_machine(number), f"not of {ABI}"),
+        ("versioned", "libwyx_os_adapter", set_soname, "SONAME"),
+        ("aligned", "libwyx_commlib", set_alignment, "16 KiB")):
+    refused = make(WORK / "none.aar", patched(name, library, change))
+    expect(refused.returncode != 0 and message in refused.stderr, f"{name}: {refused.stderr}")
+refused = make(WORK / "none.aar", prefix, moved)
+expect(refused.returncode != 0 and "second tree" in refused.stderr, "one ABI twice")
+with next(moved.rglob("crc.h")).open("a") as header:
+    header.write("/* changed */\n")
+refused = make(WORK / "none.aar", other, moved)
+expect(refused.returncode != 0 and "other headers" in refused.stderr, "other headers")
 path = next((WORK / "versioned").rglob("libwyx_commlib.so"))
 path.unlink()
-expect(make(WORK / "versioned", WORK / "other.aar").returncode != 0, "no library")
-expect(make(WORK, WORK / "other.aar").returncode != 0, "no tree")
+expect(make(WORK / "none.aar", WORK / "versioned").returncode != 0, "no library")
+expect(make(WORK / "none.aar", WORK / "unpacked").returncode != 0, "no tree")
 
 print("failures:", failures)
 sys.exit(failures != 0)
