@@ -22,7 +22,8 @@ import shutil
 import subprocess
 import sys
 
-import bionic_sysroot
+sys.dont_write_bytecode = True
+import bionic_sysroot  # noqa: E402
 
 SOURCE = pathlib.Path(__file__).resolve().parents[1]
 API = bionic_sysroot.API
