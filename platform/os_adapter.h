@@ -82,9 +82,10 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * error ends them. Opening a FIFO waits until another process opens its other end. For writing, a
  * symbolic link is not followed. A failed call leaves no new file, and an old one as it was.
  *
- * *Default adapter*: if this process could not open a name for reading, its next "w" of that name
- * within ten seconds only creates a file, and fails if one exists. So two processes cannot both
- * take a name that both found free. The last 64 such names are remembered.
+ * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its next
+ * "w" of that name within ten seconds only creates a file, and fails if one exists. So two saves in
+ * different processes cannot both take a name that both found free. The last 64 such names are
+ * remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -157,9 +158,9 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * @brief Removes a file.
  *
  * *Default adapter*: never removes a directory. It also reports an earlier failure: see
- * XELP_Fclose(). If XELP_Rename() of this process took the file away from this name within the last
- * ten seconds, and no call of this process gave the name to a file since, the first call fails:
- * a file that has the name now is another process's.
+ * XELP_Fclose(). If XELP_Rename() of this process took the file away from a name that ends in
+ * ".ibk" within the last ten seconds, and no call of this process gave the name to a file since,
+ * the first call for it fails: a file that has the name now is another process's.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.

@@ -3,6 +3,8 @@
 #include <time.h>
 
 #include <atomic>
+#include <cstddef>
+#include <cstring>
 
 namespace {
 
@@ -31,6 +33,14 @@ QAL_UINT64 HashOf(Seen enSeen, const QAL_CHAR *pszName)
     return ullHash & ~kTimeMask;
 }
 
+bool IsOfASave(const QAL_CHAR *pszName)
+{
+    constexpr QAL_CHAR kSuffix[] = ".ibk";
+    constexpr std::size_t kLen = sizeof kSuffix - 1;
+    const std::size_t ulLen = std::strlen(pszName);
+    return ulLen >= kLen && std::memcmp(pszName + ulLen - kLen, kSuffix, kLen) == 0;
+}
+
 QAL_UINT64 Now()
 {
     timespec now = {};
@@ -44,11 +54,16 @@ namespace wyx::os {
 
 void NoteName(Seen enSeen, const QAL_CHAR *pszName)
 {
-    aullNotes[ulNext++ % kNotes] = HashOf(enSeen, pszName) | Now();
+    if (IsOfASave(pszName)) {
+        aullNotes[ulNext++ % kNotes] = HashOf(enSeen, pszName) | Now();
+    }
 }
 
 bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
 {
+    if (!IsOfASave(pszName)) {
+        return false;
+    }
     const QAL_UINT64 ullHash = HashOf(enSeen, pszName);
     bool isFound = false;
     for (std::atomic<QAL_UINT64> &note : aullNotes) {

@@ -1,5 +1,5 @@
-// Names under which this process has just seen no file of its own. What appears there belongs to
-// another process, and must not be emptied or removed.
+// Names of saves, under which this process has just seen no file of its own. What appears there
+// belongs to another process, and must not be emptied or removed.
 //
 // A save looks for a file under its new file's name, creates it, renames it, and removes the name
 // once more. Two processes that save one target in the same millisecond choose the same name.
@@ -18,7 +18,8 @@ enum class Seen {
     kRenamedAway ///< the file was given another name
 };
 
-/// Notes what was seen of a name. The note lasts for ten seconds; of 64 notes the oldest one goes.
+/// Notes what was seen of a name that ends as those of saves do, in ".ibk"; other names are left
+/// alone. The note lasts for ten seconds; of 64 notes the oldest one goes.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
 /// Whether there is such a note of a name, which is then forgotten.

@@ -366,60 +366,60 @@ TEST_F(FileFailure, OpeningForWritingThatFailsLeavesNoNewFile)
 
 TEST_F(FileFailure, FileThatAppearsAfterItWasLookedForIsNotEmptied)
 {
-    const std::string name = folder.File("text");
+    const std::string name = folder.File("text.ibk");
     EXPECT_EQ(Open(name, "r"), nullptr);
     EXPECT_EQ(Open(name, "r"), nullptr); // twice, and yet refused once
-    folder.Make("text", "another's");
+    folder.Make("text.ibk", "another's");
     errno = 0;
     EXPECT_EQ(Open(name, "w"), nullptr);
     EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(folder.Content("text"), "another's");
+    EXPECT_EQ(folder.Content("text.ibk"), "another's");
     XELP_S_File *const pstruFile = Open(name, "w"); // refused once
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(folder.Content("text"), "");
+    EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
 TEST_F(FileFailure, OtherNamesAreEmptiedAllTheSame)
 {
     EXPECT_EQ(Open(folder.File("text1"), "r"), nullptr);
-    folder.Make("text", "old");
-    XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+    folder.Make("text.ibk", "old");
+    XELP_S_File *const pstruFile = Open(folder.File("text.ibk"), "w");
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(folder.Content("text"), "");
+    EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
 TEST_F(FileFailure, WhatWasSeenIsForgottenAfterTenSeconds)
 {
-    const std::string name = folder.File("text");
+    const std::string name = folder.File("text.ibk");
     for (const long seconds : {0L, 10L, 11L, 100000L, (1L << 24) - 1}) {
         SCOPED_TRACE(seconds);
-        folder.Make("old", "old");
+        folder.Make("old.ibk", "old");
         system.TellTime((1L << 24) - 5, 0);
         EXPECT_EQ(Open(name, "r"), nullptr);
-        EXPECT_EQ(XELP_Rename(folder.File("old").c_str(), folder.File("new").c_str()), 0);
+        EXPECT_EQ(XELP_Rename(folder.File("old.ibk").c_str(), folder.File("new.ibk").c_str()), 0);
         system.TellTime((1L << 24) - 5 + seconds, 999999999);
-        folder.Make("text", "another's");
-        folder.Make("old", "another's");
+        folder.Make("text.ibk", "another's");
+        folder.Make("old.ibk", "another's");
         const bool isForgotten = seconds > 10;
         XELP_S_File *const pstruFile = Open(name, "w");
         EXPECT_EQ(pstruFile != nullptr, isForgotten);
         if (pstruFile != nullptr) {
             EXPECT_EQ(XELP_Fclose(pstruFile), 0);
         }
-        EXPECT_EQ(XELP_Remove(folder.File("old").c_str()) == 0, isForgotten);
+        EXPECT_EQ(XELP_Remove(folder.File("old.ibk").c_str()) == 0, isForgotten);
         std::filesystem::remove(name);
-        std::filesystem::remove(folder.File("old"));
+        std::filesystem::remove(folder.File("old.ibk"));
     }
 }
 
 TEST_F(FileFailure, SixtyFourNamesAreRemembered)
 {
-    const auto name = [&](int i) { return folder.File("text" + std::to_string(i)); };
+    const auto name = [&](int i) { return folder.File("text" + std::to_string(i) + ".ibk"); };
     for (int i = 0; i < 65; ++i) {
         EXPECT_EQ(Open(name(i), "r"), nullptr);
     }
     for (int i = 0; i < 65; ++i) {
-        folder.Make("text" + std::to_string(i), "another's");
+        folder.Make("text" + std::to_string(i) + ".ibk", "another's");
         XELP_S_File *const pstruFile = Open(name(i), "w");
         EXPECT_EQ(pstruFile != nullptr, i == 0) << i; // the oldest one gave up its place
         if (pstruFile != nullptr) {
@@ -430,25 +430,25 @@ TEST_F(FileFailure, SixtyFourNamesAreRemembered)
 
 TEST_F(FileFailure, FileThatAppearsUnderANameRenamedAwayIsNotRemoved)
 {
-    const std::string name = folder.Make("text", "ours");
-    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
+    const std::string name = folder.Make("text.ibk", "ours");
+    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new.ibk").c_str()), 0);
     system.Reset();
     errno = 0;
     EXPECT_NE(XELP_Remove(name.c_str()), 0);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(system.Calls("unlink"), 0);
-    EXPECT_EQ(XELP_Rename(folder.File("new").c_str(), name.c_str()), 0);
-    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
-    folder.Make("text", "another's");
+    EXPECT_EQ(XELP_Rename(folder.File("new.ibk").c_str(), name.c_str()), 0);
+    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new.ibk").c_str()), 0);
+    folder.Make("text.ibk", "another's");
     EXPECT_NE(XELP_Remove(name.c_str()), 0);
-    EXPECT_EQ(folder.Content("text"), "another's");
+    EXPECT_EQ(folder.Content("text.ibk"), "another's");
     EXPECT_EQ(XELP_Remove(name.c_str()), 0) << "refused once";
 }
 
 TEST_F(FileFailure, NameRenamedAwayAndMadeAgainIsRemoved)
 {
-    const std::string name = folder.Make("text", "ours");
-    const std::string other = folder.File("new");
+    const std::string name = folder.Make("text.ibk", "ours");
+    const std::string other = folder.File("new.ibk");
     EXPECT_EQ(XELP_Rename(name.c_str(), other.c_str()), 0);
     EXPECT_EQ(XELP_Fclose(Open(name, "w")), 0); // by opening it
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
@@ -458,10 +458,22 @@ TEST_F(FileFailure, NameRenamedAwayAndMadeAgainIsRemoved)
     EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0); // by renaming it back
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
 
-    folder.Make("text", "ours");
+    folder.Make("text.ibk", "ours");
     EXPECT_EQ(XELP_Rename(name.c_str(), name.c_str()), 0); // by doing nothing
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
-    EXPECT_FALSE(folder.Has("text"));
+    EXPECT_FALSE(folder.Has("text.ibk"));
+}
+
+TEST_F(FileFailure, OtherNamesAreNotRemembered)
+{
+    const std::string name = folder.File("text.ini");
+    EXPECT_EQ(Open(name, "r"), nullptr);
+    folder.Make("text.ini", "made by other means");
+    EXPECT_EQ(XELP_Fclose(Open(name, "w")), 0);
+    EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("other.ini").c_str()), 0);
+    folder.Make("text.ini", "made again");
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0);
+    EXPECT_FALSE(folder.Has("text.ini"));
 }
 
 TEST_F(FileFailure, DescriptorsAreClosedOnExec)

@@ -147,7 +147,7 @@ TEST_F(File, UnreadableOnesAreRefused)
         if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
             return 1;
         }
-        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EEXIST ? 2 : 0;
+        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EACCES ? 2 : 0;
     });
     if (iResult == kNotHere) {
         GTEST_SKIP() << "cannot give up the superuser's rights";
@@ -215,7 +215,7 @@ TEST_F(File, SymbolicLinksAreFollowedForReadingOnly)
 /// One may write to it, but not read it.
 TEST_F(File, UnreadableOneIsEmptiedOnlyIfNobodyLookedForIt)
 {
-    const std::string name = folder.Make("text", "somebody else's");
+    const std::string name = folder.Make("text.ibk", "somebody else's");
     ASSERT_EQ(chmod(name.c_str(), 0222), 0);
     ASSERT_EQ(chmod(folder.Path().c_str(), 0777), 0);
     const int iResult = InChild([&] {
@@ -233,10 +233,10 @@ TEST_F(File, UnreadableOneIsEmptiedOnlyIfNobodyLookedForIt)
     }
     EXPECT_EQ(iResult, 0);
     EXPECT_EQ(chmod(name.c_str(), 0600), 0);
-    EXPECT_EQ(folder.Content("text"), "somebody else's");
-    XELP_S_File *const pstruFile = Open("text", "w"); // this process has not looked
+    EXPECT_EQ(folder.Content("text.ibk"), "somebody else's");
+    XELP_S_File *const pstruFile = Open("text.ibk", "w"); // this process has not looked
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(folder.Content("text"), "");
+    EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
 TEST_F(File, NewOnesGetTheUsualRightsAndOldOnesKeepTheirs)
