@@ -1,8 +1,8 @@
 // How the cost of an operation grows with its size: growth_bench [--only TEXT]
 //
 // Each row measures an operation at sizes that grow by kStep and compares the cost per element at
-// neighbouring sizes. A cost in proportion to the size leaves it equal, apart from caches that stop
-// being large enough; a quadratic one multiplies it by kStep. The program fails if it grows by more
+// neighbouring sizes. A cost in proportion to the size leaves it equal, except where the data
+// outgrows a cache; a quadratic one multiplies it by kStep. The program fails if it grows by more
 // than kBound between two sizes, except for rows whose growth is by design and says so. The last
 // row is quadratic on purpose: the program fails, too, if it does not notice that.
 #include <unistd.h>
@@ -44,7 +44,7 @@ void Check(QAL_UINT32 ulStatus, const char *pszWhat)
     }
 }
 
-/// One operation, made for a size. Destroyed before the next size.
+/// One operation, constructed for a size and destroyed before the next size.
 using Operation = std::function<void()>;
 
 enum class Cost { kPerCall, kPerElement };
@@ -456,7 +456,7 @@ int main(int argc, char **argv)
             std::printf("  by design: %s\n", row.pszByDesign);
             continue;
         }
-        if (growth > kBound) { // once more, as a busy machine may have disturbed it
+        if (growth > kBound) { // again: a busy machine may have disturbed it
             std::printf("  again:\n");
             growth = Measure(row);
         }

@@ -1,5 +1,4 @@
-// Our two lists, whose calls have the same shape under names of their own, as the benchmarks use
-// them.
+// Our two lists for the benchmarks; their calls have the same shape under different names.
 #ifndef WYX_BENCH_OUR_LISTS_H
 #define WYX_BENCH_OUR_LISTS_H
 
@@ -18,7 +17,7 @@ class OurList {
     void Append(void *pElement) { kInsert(pList_, pElement, kAfterLast); }
     void Prepend(void *pElement) { kInsert(pList_, pElement, kFrontFirst); }
 
-    // Null where there is none.
+    // Null if there is none.
     void *TakeFirst()
     {
         void *pElement = nullptr;

@@ -1,5 +1,5 @@
 # Installation: the two libraries for CMake and pkg-config users, headers, tool and documentation.
-# Whatever is installed finds the rest by its own place, so the tree can be moved.
+# Each installed file finds the others relative to itself, so the tree can be moved.
 include_guard(GLOBAL)
 include(CMakePackageConfigHelpers)
 
@@ -34,7 +34,7 @@ install(FILES ${platform_headers}
 
 install(EXPORT wyx_commlib NAMESPACE wyx:: FILE wyx_commlib-targets.cmake
     DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT development)
-# The archives, for who asks for them: find_package(wyx_commlib COMPONENTS static).
+# The archives, for users who ask for them: find_package(wyx_commlib COMPONENTS static).
 set(archives wyx_commlib_static)
 set_target_properties(wyx_commlib_static PROPERTIES EXPORT_NAME commlib_static)
 if(TARGET wyx_os_adapter_static)
@@ -56,7 +56,7 @@ install(FILES
     "${PROJECT_BINARY_DIR}/wyx_commlib-config-version.cmake"
     DESTINATION "${WYX_INSTALL_CMAKEDIR}" COMPONENT development)
 
-# The way from the pkg-config files back to the prefix.
+# The relative path from the pkg-config files to the prefix.
 file(RELATIVE_PATH WYX_PC_TO_PREFIX "/${WYX_INSTALL_PKGCONFIGDIR}" "/")
 string(REGEX REPLACE "/$" "" WYX_PC_TO_PREFIX "${WYX_PC_TO_PREFIX}")
 foreach(library wyx_commlib wyx_os_adapter)
@@ -77,7 +77,7 @@ if(TARGET wyx_adapter_suite)
         COMPONENT development)
 endif()
 if(TARGET wyx)
-    # The tool finds the libraries by its own place, too.
+    # The tool finds the libraries relative to itself, too.
     file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(wyx PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
     install(TARGETS wyx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)

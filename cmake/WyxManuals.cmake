@@ -2,12 +2,12 @@
 # of the headers.
 include_guard(GLOBAL)
 
-set(WYX_MAN_DATE "November 22, 2026") # of the last change that readers of the pages would notice
+set(WYX_MAN_DATE "November 22, 2026") # of the last change that readers would notice
 set(WYX_MAN_FOLDER "${PROJECT_BINARY_DIR}/man")
 
 find_package(Python3 COMPONENTS Interpreter QUIET)
 if(NOT Python3_Interpreter_FOUND)
-    message(STATUS "The manual pages are left out: they need Python 3")
+    message(STATUS "The manual pages are left out: making them needs Python 3")
     return()
 endif()
 

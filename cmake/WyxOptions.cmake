@@ -3,7 +3,7 @@ include_guard(GLOBAL)
 
 option(WYX_WERROR "Treat warnings as errors" OFF)
 option(WYX_COVERAGE "Instrument the libraries for gcov" OFF)
-option(WYX_DEBUG_INFO "Debug information in libraries and tool, whatever the type of build" OFF)
+option(WYX_DEBUG_INFO "Debug information in libraries and tool, whatever the build type" OFF)
 set(WYX_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined")
 set(WYX_CHAR "" CACHE STRING "Signedness of plain char: signed, unsigned, or empty for the target's own")
 set_property(CACHE WYX_CHAR PROPERTY STRINGS "" signed unsigned)
@@ -14,15 +14,15 @@ set(WYX_CPU_LEVEL baseline CACHE STRING
 add_library(wyx_build_options INTERFACE)
 target_compile_features(wyx_build_options INTERFACE cxx_std_20)
 target_compile_options(wyx_build_options INTERFACE
-    # The same bytes from any folder: file names start at the source folder, also in __FILE__, and
-    # the build folder, which debug information names, is always the same.
+    # The build produces the same bytes in any folder: file names start at the source folder, also
+    # in __FILE__, and debug information always names the same build folder.
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
     "-ffile-prefix-map=${CMAKE_BINARY_DIR}=."
     -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Wvla -Wcast-qual -Wcast-align
     -Wpointer-arith -Wformat=2 -Wdouble-promotion -Wmissing-declarations
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op>
-    # GCC 12 sees overlapping copies in the string class of its own library where there are none.
+    # GCC 12 wrongly reports overlapping copies in the string class of its own library.
     $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
     $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
     $<$<BOOL:${WYX_WERROR}>:-Werror>
@@ -33,7 +33,7 @@ if(WYX_SANITIZE)
     target_compile_options(wyx_build_options INTERFACE
         $<${sanitize}:-fsanitize=${WYX_SANITIZE}> $<${sanitize}:-fno-sanitize-recover=all>
         -fno-omit-frame-pointer
-        # GCC cannot tell through the instrumentation what is initialised.
+        # The instrumentation hides from GCC what is initialised.
         $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     target_link_options(wyx_build_options INTERFACE -fsanitize=${WYX_SANITIZE})
 endif()

@@ -1,9 +1,9 @@
-# Packages for Debian: of the libraries, for building with them, of the tool, and of the debug
-# information of libraries and tool. scripts/package.sh makes them, and the archive of the sources.
+# Debian packages: the libraries, what is needed to build with them, the tool, and the debug
+# information of both. scripts/package.sh makes them and the source archive.
 include_guard(GLOBAL)
 
 set(WYX_PACKAGE_CONTACT "libwyx_commlib maintainers <libwyx_commlib@packages.invalid>" CACHE STRING
-    "Who answers for the packages: a name and a mail address")
+    "Maintainer of the packages: a name and a mail address")
 set(CPACK_PACKAGE_NAME "${PROJECT_NAME}")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_VENDOR "libwyx_commlib")
@@ -14,7 +14,7 @@ set(CPACK_COMPONENTS_ALL runtime development static debug)
 if(TARGET wyx)
     list(APPEND CPACK_COMPONENTS_ALL tool tool_debug)
 endif()
-# Folders are the same whatever the umask.
+# Folder permissions do not depend on the umask.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -39,7 +39,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "checksums, containers, INI files, addresses and Base64 for C\n\
 The library with its default platform adapter, for programs that use it.")
 
-# The debug information goes to where debuggers look for it by build-id; the script below moves it.
+# The debug information goes where debuggers look for it by build-id; the script below moves it.
 install(DIRECTORY DESTINATION "lib/debug/.build-id" COMPONENT debug EXCLUDE_FROM_ALL)
 set(CPACK_DEBIAN_DEBUG_PACKAGE_NAME ${library}-dbgsym)
 set(CPACK_DEBIAN_DEBUG_PACKAGE_SECTION debug)
@@ -83,14 +83,14 @@ set(CPACK_COMPONENT_TOOL_DEBUG_DESCRIPTION
     "debug symbols for wyx\n\
 What debuggers and profilers need to tell lines and names.")
 
-# What every package of Debian has besides what is installed.
+# Adds the files that every Debian package has besides the installed ones.
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake")
 set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES
     "runtime=${library};development=libwyx-commlib-dev;static=libwyx-commlib-static;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
 
 set(CPACK_SOURCE_GENERATOR TXZ)
-set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as the script names it
+set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as package.sh expects
 set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/;^${PROJECT_SOURCE_DIR}/build/")
 
 include(CPack)

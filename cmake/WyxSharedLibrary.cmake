@@ -1,8 +1,8 @@
-# A shared library whose exports are exactly a list, and which needs nothing of a C++ runtime.
+# A shared library that exports exactly the symbols of a list and needs no C++ runtime.
 include_guard(GLOBAL)
 
-# wyx_shared_library(<target> EXPORTS <file>...): each <file> names one symbol a line, sorted.
-# The target's property WYX_EXPORTS holds the files' full paths, for the tests.
+# wyx_shared_library(<target> EXPORTS <file>...): each <file> names one symbol per line, sorted. The
+# target's property WYX_EXPORTS holds the files' full paths, for the tests.
 function(wyx_shared_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXPORTS")
     set(globals "")
@@ -24,8 +24,8 @@ function(wyx_shared_library target)
         VISIBILITY_INLINES_HIDDEN ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        # Both libraries lie side by side, in the build tree as wherever they are installed, and find
-        # each other there; no path of the build machine gets into them.
+        # Both libraries are in the same folder, built or installed, and find each other there; no
+        # path of the build machine gets into them.
         LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib"
         BUILD_WITH_INSTALL_RPATH ON
         INSTALL_RPATH "$ORIGIN"
@@ -36,7 +36,7 @@ function(wyx_shared_library target)
         -fno-exceptions -fno-rtti
         -fstack-protector-strong
         -ffunction-sections -fdata-sections
-        # Keeps the optimiser from turning loops into calls of the C library.
+        # Keeps the optimiser from turning loops into calls to the C library.
         -fno-builtin
         $<$<CXX_COMPILER_ID:GNU>:-fno-tree-loop-distribute-patterns>)
     if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
@@ -46,14 +46,15 @@ function(wyx_shared_library target)
             $<$<AND:$<CXX_COMPILER_ID:Clang>,$<CONFIG:Release>>:-O2>)
     endif()
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-        # The helpers for atomic operations would ask for the kind of CPU when the library is loaded.
+        # The helpers for atomic operations would query the CPU's features when the library is
+        # loaded.
         target_compile_options(${target} PRIVATE -mno-outline-atomics)
     endif()
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${map}"
-        # What went where, for scripts/footprint.sh.
+        # The linker's map, for scripts/footprint.sh.
         "LINKER:-Map=${CMAKE_CURRENT_BINARY_DIR}/${target}.link.map"
-        # Calls inside the library stay inside it. Data is left out on purpose: an executable that
+        # Calls inside the library stay inside it. Data is excluded on purpose: an executable that
         # uses an exported object may hold the only copy of it.
         LINKER:-Bsymbolic-functions
         LINKER:--as-needed LINKER:--gc-sections
@@ -62,12 +63,12 @@ function(wyx_shared_library target)
         LINKER:--hash-style=gnu
         LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
     if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-        # Devices with 16 KiB pages load only what is aligned for them, emulated ones as well.
+        # Devices with 16 KiB pages, emulated ones included, only load libraries aligned for them.
         target_link_options(${target} PRIVATE
             LINKER:-z,max-page-size=16384 LINKER:-z,common-page-size=16384)
     endif()
     if(ANDROID AND ANDROID_STL STREQUAL "none")
-        # Only what is in headers is used of the C++ library, which the NDK takes away whole.
+        # Only headers of the C++ library are used, and without an STL the NDK hides these, too.
         target_compile_options(${target} PRIVATE
             "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-isystem ${CMAKE_SYSROOT}/usr/include/c++/v1>")
     endif()
@@ -77,22 +78,23 @@ function(wyx_shared_library target)
     endif()
     if(NOT WYX_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
-        # Without the start files nothing runs at load: there are no constructors for them to call.
-        # Android's hold the note by which its loader knows the API level, gcov's counters need them.
+        # Without the start files nothing runs at load; there are no constructors for them to call.
+        # Android's contain the note that tells its loader the API level, and gcov's counters need
+        # them.
         if(NOT WYX_COVERAGE AND NOT ANDROID)
             target_link_options(${target} PRIVATE -nostartfiles)
         endif()
     endif()
 endfunction()
 
-# wyx_static_library(<target>): the same objects as an archive, <target>_static, for who links all of
-# it into one file. In another project's build it is made only if something links it.
+# wyx_static_library(<target>): the same objects as an archive, <target>_static, for linking
+# everything into one file. In another project's build it is made only if something links it.
 function(wyx_static_library target)
     add_library(${target}_static STATIC $<TARGET_OBJECTS:${target}>)
     set_target_properties(${target}_static PROPERTIES
         OUTPUT_NAME ${target}
         ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib"
-        LINKER_LANGUAGE C) # who links it needs no C++ compiler
+        LINKER_LANGUAGE C) # linking it needs no C++ compiler
     if(NOT WYX_INSTALL)
         set_target_properties(${target}_static PROPERTIES EXCLUDE_FROM_ALL ON)
     endif()

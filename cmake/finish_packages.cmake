@@ -1,6 +1,6 @@
-# What CPack runs on the installed files before it packs them: splits the debug information off, adds
-# copyright and changelog, and compresses the manual pages. What has a time in it is given
-# SOURCE_DATE_EPOCH, where that is set; CPack gives it to the files.
+# CPack runs this on the installed files before it packs them. It splits off the debug information,
+# adds copyright and changelog, and compresses the manual pages. Timestamps inside files are
+# SOURCE_DATE_EPOCH if that is set; CPack sets those of the files themselves.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
     return()
 endif()

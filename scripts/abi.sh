@@ -61,7 +61,7 @@ describe() {
     headers=("$source_folder"/include/wyx_commlib/*.h "$source_folder"/platform/*.h)
     {
         printf '#include "%s"\n' "${headers[@]}"
-        echo "extern int wyx_public_types; int wyx_public_types;" # abidw wants a symbol
+        echo "extern int wyx_public_types; int wyx_public_types;" # abidw needs a symbol
     } >"$work/types.c"
     "$cc" -g -ffile-prefix-map="$work/=" -fno-eliminate-unused-debug-types -shared -nostdlib \
         -I "$source_folder/include" -I "$source_folder/platform" "$work/types.c" \
@@ -74,7 +74,7 @@ describe() {
     [[ -s $work/services.txt ]] || { echo "$1: the library asks for no service" >&2; exit 1; }
 }
 
-# names FILE.abi: the name of each symbol, type, typedef, member and enumerator that it describes
+# names FILE.abi: prints the name of each symbol, type, typedef, member and enumerator in it
 names() {
     awk -F"'" '
         /<elf-symbol /    { print "symbol " $2 }
@@ -110,7 +110,7 @@ compare() {
     if [[ -s $work/$1.report ]]; then
         verdict=compatible
     fi
-    # Again, without what is known to do no harm, such as a further status.
+    # Again, without what is known to be harmless, such as an additional status.
     status=0
     abidiff "${options[@]}" --no-added-syms "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.harm" ||
         status=$?
@@ -132,7 +132,7 @@ compare() {
     cat "$work/$1.names" >>"$work/$1.report"
 }
 
-# compare_services: as compare; an adapter of a client's lacks what is new
+# compare_services: like compare; a client's adapter lacks what is new
 compare_services() {
     compare_names "$baseline/services.txt" "$work/services.txt" >"$work/services.report"
     verdict=same

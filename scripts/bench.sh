@@ -2,10 +2,10 @@
 # Compares the library with others that do the same work, in the build that runs everywhere and in the
 # best one for this machine: scripts/bench.sh [DIR [ARGUMENT...]]
 #
-# DIR (default: build/bench) takes the two build trees and the results: bench.json, and bench.html, a
-# page with charts of them, which docs/benchmarks.md explains. Arguments go to every program, such as
-# --only CRC or --rounds 51; --rounds 1 sees only whether everything works and all contenders agree.
-# WYX_BENCH_PROGRAMS="crc md5" runs just those, WYX_BENCH_LEVELS=baseline one of the builds.
+# DIR (default: build/bench) receives the two build trees and the results: bench.json, and
+# bench.html, a page of charts that docs/benchmarks.md explains. Arguments go to every program, such
+# as --only CRC or --rounds 51; --rounds 1 only checks that everything works and all contenders
+# agree. WYX_BENCH_PROGRAMS="crc md5" runs just those, WYX_BENCH_LEVELS=baseline one of the builds.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

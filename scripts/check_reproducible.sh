@@ -12,13 +12,14 @@ else
 fi
 trap 'rm -rf "$scratch"' EXIT
 
-# copy_source FOLDER: what belongs to the project, as it is in the working tree
+# copy_source FOLDER: copies the project's files as they are in the working tree
 copy_source() {
     mkdir -p "$1"
     tar -C "$source_folder" -c --exclude=./build --exclude=./.git . | tar -C "$1" -x
 }
 
-# build SOURCE BUILD TYPE, with nothing from the environment that would be the same in both by chance
+# build SOURCE BUILD TYPE, without anything from the environment that both builds would share by
+# chance
 build() {
     env -u SOURCE_DATE_EPOCH cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE="$3" \
         -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >/dev/null

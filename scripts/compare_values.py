@@ -4,7 +4,7 @@
     scripts/compare_values.py WYX LIST
 
 LIST holds the files' names, each ended by a NUL byte. Where the two read a dialect differently, the
-reason is counted; values that differ without one are shown, and make the exit code 1.
+reason is counted. Values that differ for no known reason are shown and make the exit code 1.
 """
 
 import collections
@@ -30,7 +30,7 @@ def sections_of(path):
 
 
 def values_of(wyx, path, section):
-    """What wyx reads, with the names of keys in small letters; None for no such section."""
+    """What wyx reads, with the names of keys in lower case; None if there is no such section."""
     run = subprocess.run([wyx, "ini", "get", "--format=json", "--", path, section.strip(" \t")],
                          capture_output=True, check=False)
     return {key.lower(): value for key, value in json.loads(run.stdout).items()} \
@@ -50,9 +50,9 @@ def verdict(value, mine, keys):
     if "\n" in plain:
         return "continued on indented lines"
     if re.fullmatch(re.escape(mine or "") + r"[ \t]*;.*", plain):
-        return "followed by a ';' comment, which configparser takes for value"
+        return "followed by a ';' comment, which configparser reads as part of it"
     if plain.endswith("\\"):
-        return "continued by a backslash, which configparser takes for value"
+        return "continued by a backslash, which configparser reads as part of it"
     return None
 
 

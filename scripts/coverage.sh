@@ -2,10 +2,10 @@
 # Coverage by all quick tests: scripts/coverage.sh [LINES [BRANCHES [ARM_LINES [ARM_BRANCHES]]]]
 #
 # Fails if less than LINES per cent of the lines or BRANCHES per cent of the branches of src/ and
-# platform/linux/ are covered, or less than ARM_LINES and ARM_BRANCHES of the forms that only AArch64
-# compiles, whose tests run under emulation; all are 0 if not given. Prints the totals and what is not
-# covered; report/ in build/coverage and build/coverage-aarch64 has every line. Left out is a line that
-# ends in "// never: REASON", for what no input can reach.
+# platform/linux/ are covered, or less than ARM_LINES and ARM_BRANCHES of the forms that only
+# AArch64 compiles, whose tests run under emulation; all are 0 if not given. Prints the totals and
+# what is not covered; report/ in build/coverage and build/coverage-aarch64 has every line. A line
+# that ends in "// never: REASON" is left out: no input can reach it.
 set -euo pipefail
 
 min_lines=${1:-0}

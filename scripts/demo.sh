@@ -11,7 +11,7 @@ scripts/install_packages.sh g++ cmake ninja-build
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# A folder of its own, so that that of the release keeps its tests.
+# A separate folder, so that the release's own keeps its tests.
 build=build/demo
 echo "Building the release in $build ..."
 if ! { cmake --preset release -B "$build" -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF &&
@@ -21,7 +21,7 @@ if ! { cmake --preset release -B "$build" -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAM
 fi
 wyx=$PWD/$(find "$build" -type f -name wyx -perm -u+x | head -n 1)
 
-# What a user would type; some of it is refused, which is a part of the show.
+# Runs what a user would type; some of it is refused, which is part of the show.
 try() {
     echo "\$ wyx ${*@Q}" | sed "s/'\([A-Za-z0-9._=-]*\)'/\1/g"
     (cd "$work" && "$wyx" "$@" 2>&1) || echo "(exit code $?)"
@@ -43,7 +43,7 @@ find /etc /usr/lib /usr/share -type f -readable \
 
 echo
 echo "== A key is set in copies of this machine's $(tr -cd '\0' <"$work/list" | wc -c) INI-like files"
-# Each change is flushed to the device, which a memory disk makes quick.
+# Each change is flushed to the device, which is quick on a memory disk.
 memory=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
 trap 'rm -rf "$work" "$memory"' EXIT
 copy=$memory/copy.ini
@@ -67,7 +67,7 @@ while IFS= read -r -d '' file; do
         cmp -s -- "$file" "$copy" || { echo "$file: refused, but changed"; wrong=$((wrong + 1)); }
         continue
     fi
-    # One line took the place of another, and of the indented ones that continued it.
+    # One line replaced another and the indented ones that continued it.
     difference=$(diff -a -- "$file" "$copy") || true
     if [[ $(grep -ac '^>' <<<"$difference") == 1 &&
         $(grep -ac '^< [^[:blank:]]' <<<"$difference") == [01] &&
@@ -82,7 +82,7 @@ printf '%7d  %s\n' "$one" "changed in one line, and in no other byte" "$none" "w
 for why in "${!refused[@]}"; do
     printf '%7d  refused: %s\n' "${refused[$why]}" "$why"
 done
-((wrong == 0)) || { echo "$wrong files were changed otherwise"; exit 1; }
+((wrong == 0)) || { echo "$wrong files were changed in another way"; exit 1; }
 
 echo
 echo "== Every value, compared with Python's configparser"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
 #
-# Installs Doxygen and its theme where they are missing (Debian). Fails on any warning and on any link
-# that leads nowhere. FOLDER takes the place of build/docs.
+# Installs Doxygen and its theme if they are missing (Debian). Fails on any warning and on any
+# broken link. FOLDER replaces build/docs.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

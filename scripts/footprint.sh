@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # What the library costs in an application: scripts/footprint.sh
 #
-# Builds the release for x86-64 and, where the cross compiler is there, for AArch64 in
-# build/footprint-*, and prints what each module takes, the relocations and the pages that are written
-# at load. docs/footprint.md explains the tables.
+# Builds the release for x86-64 and, if the cross compiler is installed, for AArch64 in
+# build/footprint-*, and prints the size of each module, the relocations and the pages that are
+# written at load. docs/footprint.md explains the tables.
 #
 #     scripts/footprint.sh --check LIBRARY BYTES
 #

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Tables, in Markdown, of what the built libraries take: footprint_tables.py NAME=BUILD_FOLDER...
+"""Prints library sizes as Markdown tables: footprint_tables.py NAME=BUILD_FOLDER...
 
-Reads the maps that the linker wrote, which tell the object that each piece of a section came from,
-and the libraries themselves. The rows of a library add up to what size(1) counts, which is checked.
+Reads the libraries and the maps that the linker wrote, which name the object that each piece of a
+section came from. The rows of a library must add up to what size(1) counts.
 """
 
 import collections
@@ -23,7 +23,7 @@ def output(*command):
 
 
 def column(section):
-    """The column of an output section; none for what is there for linking only."""
+    """The column of an output section; None if it only serves linking."""
     if section in (".text", ".init", ".fini"):
         return "code"
     if section == ".rodata":
@@ -45,7 +45,7 @@ def pieces(text):
     """(output section, size, object) of each piece that was linked."""
     text = text[text.index("Linker script and memory map"):]
     section = None
-    # A long name stands on a line of its own.
+    # A long name is on a line of its own.
     for line in re.sub(r"^( ?[.\w]\S*)\n +(0x)", r"\1 \2", text, flags=re.M).splitlines():
         head = re.match(r"(\.\S+)", line)
         if head:
@@ -56,7 +56,7 @@ def pieces(text):
 
 
 def sizes(folder, library):
-    """What each module takes, the rest, and the total of size(1)."""
+    """The size of each module, the rest, and the total of size(1)."""
     rows = collections.defaultdict(collections.Counter)
     for section, size, path in pieces((folder / LIBRARIES[library]).read_text()):
         if column(section) and module(path):
@@ -65,7 +65,7 @@ def sizes(folder, library):
     total = int(output("size", file).splitlines()[1].split()[3])
     counted = sum(sum(row.values()) for row in rows.values())
     if not 0 < counted < total:
-        sys.exit(f"{library}: the map tells of {counted} bytes, size(1) of {total}")
+        sys.exit(f"{library}: the map accounts for {counted} bytes, size(1) for {total}")
     return rows, total - counted, total
 
 

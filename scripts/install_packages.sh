@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs those of the given Debian packages that are missing: scripts/install_packages.sh PACKAGE...
 #
-# Does nothing, and needs no rights, where all of them are there. On a system without apt-get it only
-# names what is wanted: the configure step then tells what is really missing.
+# Does nothing, and needs no rights, if all of them are installed. On a system without apt-get it
+# only names what is wanted; the configure step then reports what is really missing.
 set -euo pipefail
 
 missing=()
@@ -38,7 +38,7 @@ install() {
 }
 
 echo "installing: ${missing[*]}"
-# The package lists are fetched only if those at hand (none on a fresh machine) do not serve.
+# The package lists are fetched only if those at hand (none on a fresh machine) are not enough.
 if ! install >/dev/null 2>&1; then
     "${as_root[@]}" apt-get -qq -o DPkg::Lock::Timeout=300 update </dev/null
     install >/dev/null

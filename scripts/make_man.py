@@ -22,7 +22,7 @@ class Declaration:
 
     def __init__(self, doc, code):
         self.doc = doc
-        self.code = code  # as it stands in the header, comments of fields included
+        self.code = code  # as written in the header, comments of fields included
         plain = re.sub(r"/\*.*?\*/", "", code, flags=re.S)
         plain = re.sub(r"^#.*$|__attribute__\(\(.*\)\)", "", plain, flags=re.M)
         self.flat = " ".join(plain.split()).rstrip("; ")
@@ -85,7 +85,7 @@ def parse(text):
             groups.append((title.strip(), rest.strip(), []))
             continue
         if text[block.end():].lstrip().startswith("#"):
-            continue  # a macro, which is for the headers themselves
+            continue  # a macro, which only the headers use
         rest = re.sub(r"/\*.*?\*/", lambda match: " " * len(match[0]), text[block.end():],
                       flags=re.S)
         depth = 0
@@ -109,7 +109,7 @@ def escape(text, code=False):
 
 
 def inline(text):
-    """Marks of a text: code, emphasis, parameters, names of calls and of constants."""
+    """Translates the marks of code, emphasis, parameters, and names of calls and constants."""
     parts = re.split(r"(`[^`]+`|@p \w+|\*\*.+?\*\*|\*[^*\s][^*]*\*|#\w+|\b\w+\(\)"
                      r"|(?<![\w/])[a-z0-9_]+\.h\b)", text)
     out = []
@@ -134,7 +134,7 @@ def inline(text):
 
 
 def sentences(text):
-    """Text lines: one for each sentence, none that the formatter takes for a request."""
+    """Text lines: one for each sentence, none of which the formatter takes for a request."""
     text = " ".join(text.split())
     # Marked as a whole, since a mark may span several sentences.
     marked = inline(re.sub(r"(?<=[A-Za-z0-9)`\"*][.!?]) +(?=[A-Z`\"#*@(])", "\0", text)).split("\0")
@@ -152,10 +152,10 @@ def listing(code):
 
 
 def table(rows):
-    # A bar inside of code is no edge of a cell.
+    # A bar inside code does not end a cell.
     cells = [[cell.strip() for cell in re.split(r"\|(?=(?:[^`]*`[^`]*`)*[^`]*$)", row[1:-1])]
              for row in rows]
-    del cells[1]  # the rule below the head
+    del cells[1]  # the rule below the heading
     out = [".TS", "lB " * (len(cells[0]) - 1) + "lB", "l " * (len(cells[0]) - 1) + "lx."]
     for row in cells:
         out.append("\t".join([inline(cell) for cell in row[:-1]] + ["T{"]))
@@ -304,7 +304,7 @@ def page(options, text):
     about = re.sub(r"^@file .*\n", "", about)
     brief, _, about = about.removeprefix("@brief ").partition("\n\n")
     example = re.search(r"@code\{\.c\}\n.*?@endcode\n?", about, flags=re.S)
-    if example:  # where the text leads up to it, it stays
+    if example:  # stays if the text leads up to it
         before = about[:example.start()].rstrip()
         if before.endswith(":"):
             example = None

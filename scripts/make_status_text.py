@@ -3,7 +3,7 @@
 
 The texts are the comments of the enumerators in the public headers, up to their first semicolon, so
 that a log, the manual and the site say the same. With --check it writes nothing and fails if the
-header in the tree is not what it would write.
+header in the tree differs from what it would write.
 """
 import re
 import sys

@@ -74,7 +74,7 @@ def roff(text):
 
 
 def sentences(text):
-    """Each sentence on lines of its own, as mdoc wants them."""
+    """Each sentence on lines of its own, as mdoc expects."""
     lines = []
     for sentence in re.split(r"(?<=[\w)']\.) +", text):
         lines += textwrap.wrap(sentence, 66, break_on_hyphens=False)
@@ -100,7 +100,7 @@ def verb(command):
     lines.append(".Bl -tag -width Ds")
     for letter, name, value, text in command["options"]:
         if name == "help":
-            continue  # said once for all verbs
+            continue  # described once for all verbs
         names = (f"Fl {letter} , " if letter else "") + f"Fl -{name}"
         lines += [f".It {names}" + (f" Ar {value}" if value else ""),
                   sentences(text[0].upper() + text[1:] + ".")]

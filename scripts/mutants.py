@@ -1,8 +1,8 @@
 """What mistakes can be planted in a source file, and which of them are listed as survivors.
 
-A mistake is a changed operator, constant, condition or result, or a statement left out. A bound on a
-line whose comment says "speed only" is left alone: it chooses between two paths with the same result,
-so that no test can see whether it is one higher. scripts/mutate.py plants the others.
+A mistake is a changed operator, constant, condition or result, or a statement left out. A bound on
+a line whose comment says "speed only" is left alone: it chooses between two paths with the same
+result, so no test can see whether it is off by one. scripts/mutate.py plants the others.
 """
 
 import collections
@@ -95,7 +95,7 @@ def other_text(literal):
 
 
 def mutants_of(name, text):
-    """All mistakes that can be planted in a text, those of lines marked as "speed only" included."""
+    """All mistakes that can be planted in a text, those on lines marked "speed only" included."""
     tokens = tokens_of(text)
     found = []
 
@@ -146,7 +146,7 @@ def mutants_of(name, text):
             if text[after.start : tokens[j].start] not in ("0", "nullptr", "false", "{}"):
                 plant(after.start, tokens[j].start, "{}", "nothing returned")
 
-        # A statement that stands alone: a call, an assignment, a jump.
+        # A statement of its own: a call, an assignment, a jump.
         begins = previous is not None and previous.text in (";", "{", "}", ")", "else", ":")
         if not begins or token.text in NO_STATEMENT or token.kind not in ("word", "operator"):
             continue
@@ -181,7 +181,7 @@ def moves_bound(mutant, text):
 
 
 class Place:
-    """The line of a mutant, its text and which of its kind it is on that line."""
+    """The line of a mutant, its text, and its number among those of its kind on that line."""
 
     def __init__(self, mutant, text, ordinal):
         begin = text.rfind("\n", 0, mutant.start) + 1

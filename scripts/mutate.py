@@ -1,22 +1,22 @@
 #!/usr/bin/env python3
-"""Plants small mistakes in the sources and sees whether the tests notice.
+"""Plants small mistakes in the sources and checks whether the tests notice.
 
     scripts/mutate.py                       every mistake in src/ and platform/ (hours)
     scripts/mutate.py --module crc          those of one module; also: platform, tool
-    scripts/mutate.py --sample 60 --seed 1  some of them, the same ones for the same seed
+    scripts/mutate.py --sample 60 --seed 1  some of them, chosen by the seed
 
 A mistake is a changed operator, constant, condition or result, or a statement left out
 (scripts/mutants.py). Each is planted in a copy of its unit outside the tree; only that unit is
-compiled again, and the library, adapter or tool is linked from it and the other units' objects. So is
-every test that has the unit compiled into it, as those of code for another CPU than the library's
-have, or that includes a header of src/. The mistake is
+compiled again, and the library, adapter or tool is linked from it and the other units' objects. So
+is every test that includes a header of src/ or has the unit compiled into it, such as those of code
+for another CPU than the library's. The mistake is
 
-    killed      if a test of its module fails or hangs, or a static assertion does
+    killed      if a test of its module fails or hangs, or a static assertion fails
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
     elsewhere   if no build compiles the line
     invalid     if it does not compile or link
-    untried     if --seconds were over and --least mistakes had been tried
-    surviving   otherwise. What survives the release build is tried again under the sanitizers.
+    untried     if --seconds had passed and --least mistakes had been tried
+    surviving   otherwise. Survivors of the release build are tried again under the sanitizers.
 
 Bounds on lines marked "speed only" are left out. Tests of a module are those in tests/<module>/ and those of
 tests/fuzz/ and tests/failures/; of the adapter those of tests/platform/, tests/threads/ and
@@ -25,9 +25,9 @@ run fails for one that is not, for a listed one that a test sees after all, if n
 fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of 100 mistakes
 that can be seen were killed.
 
-Give --build and --asan-build to use folders of the presets "release" and "asan" that are built
-already, from this tree. A --cross-build of the preset "aarch64" is where mistakes are planted that
-the others do not compile; its tests run under emulation.
+With --build and --asan-build, folders of the presets "release" and "asan" are used that were built
+from this tree. Mistakes that these do not compile are planted in the --cross-build of the preset
+"aarch64", whose tests run under emulation.
 """
 
 import argparse
@@ -58,8 +58,8 @@ COMPILE_LIMIT = 60  # seconds
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
-# The parts of the tree: where their sources are, what is linked from them, and the folders in tests/
-# besides the module's own that test them.
+# The parts of the tree: where their sources are, what is linked from them, and the folders in
+# tests/ that test them besides the module's own.
 Part = collections.namedtuple("Part", "sources product tests")
 PARTS = {
     "library": Part(pathlib.Path("src/commlib"), r"lib/libwyx_commlib\.so[.\d]*", ("fuzz", "failures")),
@@ -75,7 +75,7 @@ def part_of(file):
 
 
 def module_of(file):
-    """The module of a source file, after which the folder of its tests is named."""
+    """The module of a source file; the folder of its tests has the same name."""
     part = part_of(file)
     if part != "library":
         return part
@@ -83,7 +83,7 @@ def module_of(file):
 
 
 def folders_of(file):
-    """What is copied for a worker that changes a file: the sources and the tests of its module."""
+    """The folders that a worker needs to change a file: the sources and tests of its module."""
     part = part_of(file)
     sources = PARTS[part].sources
     return (sources / module_of(file) if part == "library" else sources,
@@ -101,7 +101,7 @@ def without(command, *options):
 
 
 def finish(process, limit):
-    """What a process of its own session writes to stderr; None if it had to be ended."""
+    """What a process in a session of its own writes to stderr; None if it had to be killed."""
     try:
         return process.communicate(timeout=limit)[1] or ""
     except subprocess.TimeoutExpired:
@@ -111,7 +111,7 @@ def finish(process, limit):
 
 
 class Image:
-    """What is linked from units of the product: a library, the tool, or a test that has its own."""
+    """What is linked from units of the product: a library, the tool, or a test with own units."""
 
     def __init__(self, build, target, link, compiles):
         self.build = build
@@ -121,7 +121,7 @@ class Image:
         self.plain = {}  # objects of the unchanged units, compiled in the same way
 
     def parts_of(self, unit):
-        """The files that the compiler reads for a unit, without those of the system."""
+        """The files that the compiler reads for a unit, except the system's."""
         command = [w for w in without(self.compiles[unit][0], "-o", "-MF", "-MT")
                    if w not in ("-MD", "-c")]
         rule = run([*command, "-MM"], cwd=self.build.folder).replace("\\\n", " ")
@@ -142,15 +142,15 @@ class Image:
         command[command.index("-c") + 1] = str(root / unit)
         command = [w for w in without(command, "-MF", "-MT")
                    if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
-        # The copy names itself as the original does, and equal code makes an equal object.
+        # The copy has the original's file names in it, so that equal code makes an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        errors = finish(process, COMPILE_LIMIT)  # what runs at compile time may run for ever
+        errors = finish(process, COMPILE_LIMIT)  # compile-time evaluation may run for ever
         return None if process.returncode == 0 else errors or "no end"
 
     def link_with(self, objects, output):
-        """Links with other objects, by unit, in place of the unchanged ones. Does that work?"""
+        """Links with other objects, by unit, in place of the unchanged ones; did that succeed?"""
         other = {self.compiles[unit][1]: str(path) for unit, path in objects.items()}
         command = [other.get(word, word) for word in self.link]
         command[command.index("-o") + 1] = str(output)
@@ -159,11 +159,11 @@ class Image:
 
 
 class Test(collections.namedtuple("Test", "folder program emulator")):
-    """A test program of the build, the folder of tests/ it is in, and what runs it."""
+    """A test program of the build, its folder in tests/, and the emulator that runs it."""
 
 
 class Build:
-    """A built folder: what is linked from the product's units, and the tests."""
+    """A build folder: what is linked from the product's units, and the tests."""
 
     def __init__(self, folder, tree):
         self.folder = folder
@@ -285,14 +285,14 @@ class Runner:
                       (self.durations.get((build, t), 0) + 0.02))
 
     def product(self, name):
-        """Where the worker's own library or tool is linked to."""
+        """Where the worker links its own library or tool."""
         folder = self.folder() / name
         folder.mkdir(exist_ok=True)
         return folder / {"library": "libwyx_commlib.so.1", "platform": "libwyx_os_adapter.so.1",
                          "tool": "wyx"}[name]
 
     def environment(self, build, changed):
-        """How a test finds the worker's product, if that is changed, and the build's own."""
+        """Lets a test find the worker's product, if that is changed, and the build's own."""
         libraries = [str(build.folder / "lib")]
         environment = dict(os.environ, WYX_TEST_SEED="1", UBSAN_OPTIONS="halt_on_error=1",
                            TMPDIR=str(self.folder()))
@@ -330,7 +330,7 @@ class Runner:
         image.plain[unit] = output
 
     def prepare(self, files, pool):
-        """Compiles what is not changed in the same way, and sees that all tests pass with it."""
+        """Compiles the unchanged units in the same way and checks that all tests pass."""
         for build in [*self.builds, *([self.cross] if self.cross else [])]:
             images = dict.fromkeys(i for file in files for i in build.images(file))
             units = {(image, unit): file for image in images for file in files
@@ -356,23 +356,23 @@ class Runner:
 
     def expect_product(self, build, name, test):
         """A library that a test does not load would let every mistake survive."""
-        if name == "tool" or test.folder == "syscalls":  # these start programs of their own
+        if name == "tool" or test.folder == "syscalls":  # these start other programs
             return
         environment = dict(self.environment(build, name), LD_TRACE_LOADED_OBJECTS="1")
-        if test.emulator:  # which would trace itself
+        if test.emulator:  # the emulator would trace itself
             return
         if str(self.product(name)) not in run([test.program], env=environment):
             sys.exit(f"{test.program} does not load {self.product(name)}")
 
     def compile_all(self, image, file, root):
-        """The objects of an image with a changed file, by unit, without those that are the same;
-        or how the compiler ended."""
+        """The objects of an image with a changed file, by unit, without the unchanged ones; or the
+        compiler's verdict."""
         objects = {}
         for number, unit in enumerate(self.units_with(image, file)):
             output = self.folder() / f"{number}.o"
             errors = image.compile(unit, root, folders_of(file), output)
             if errors is not None:
-                # GCC says the first, Clang the second.
+                # GCC prints the first, Clang the second.
                 failed = "static assertion failed" in errors or "static_assert failed" in errors
                 return objects, "killed" if failed else "invalid"
             if output.read_bytes() != image.plain[unit].read_bytes():
@@ -414,7 +414,7 @@ class Runner:
                 tests = self.tests_of(build, mutant.file) if objects else []
                 runs = [(test, test) for test in tests]
             else:
-                # Its own code has changed, or that of the product which it calls.
+                # Its own code has changed, or the code of the product that it calls.
                 test = own[image]
                 runs = [(self.own_test(test) if objects else test, test)]
                 if not objects and changed is None:
@@ -460,9 +460,9 @@ def built(name, folder, with_tool):
 
 
 def faults_of(ends, places, listed, files, least, is_sample):
-    """Why a run fails, from the end of each mistake that was to be tried; none: it passes."""
+    """The reasons why a run fails, from the outcome of each mistake; none if it passes."""
     faults = []
-    reached = collections.defaultdict(set)  # a line may stand in a file more than once
+    reached = collections.defaultdict(set)  # a file may contain a line more than once
     for mutant, place in places.items():
         reached[place.key].add(ends.get(mutant, "untried"))
     for mutant, end in ends.items():
@@ -486,7 +486,7 @@ def faults_of(ends, places, listed, files, least, is_sample):
 
 
 def hidden_of(ends, places, listed):
-    """Listed survivors that no test can see since nothing changes: these are no mistakes either."""
+    """Listed survivors that change nothing a test could see: these are no mistakes either."""
     return [m for m, end in ends.items() if end == "surviving" and
             listed.get(places[m].key, "").startswith("equivalent")]
 
@@ -499,7 +499,7 @@ def share_killed(ends, places, listed):
 
 
 def chosen_files(modules=None, names=None, chosen_part=None):
-    """The source files of some modules, some names or a part; without these, of all but the tool."""
+    """The source files of some modules, names or a part; by default all but the tool's."""
     files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
                    for p in (TREE / part.sources).rglob("*")
                    if p.suffix in (".cpp", ".h") and p.parent != TREE / PARTS["library"].sources)
@@ -520,12 +520,12 @@ def main():
     parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
     parser.add_argument("--seed", type=int, default=0, help="which ones")
-    parser.add_argument("--seconds", type=float, help="try no further mistake after that time")
+    parser.add_argument("--seconds", type=float, help="try no more mistakes after that time")
     parser.add_argument("--least", type=int, default=40,
-                        help="mistakes to try whatever the time; the run fails with fewer")
+                        help="mistakes to try however long it takes; the run fails with fewer")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
-    parser.add_argument("--build", type=pathlib.Path, help="a built folder of the preset release")
-    parser.add_argument("--asan-build", type=pathlib.Path, help="a built folder of the preset asan")
+    parser.add_argument("--build", type=pathlib.Path, help="a build folder of the preset release")
+    parser.add_argument("--asan-build", type=pathlib.Path, help="a build folder of the preset asan")
     parser.add_argument("--cross-build", type=pathlib.Path, help="one of the preset aarch64")
     parser.add_argument("--no-asan", action="store_true", help="do not try again under sanitizers")
     parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its end here")
@@ -556,7 +556,7 @@ def main():
     least = min(arguments.least, len(planted))
     ends = {}
     with tempfile.TemporaryDirectory(prefix="wyx_mutate_") as work:
-        os.chmod(work, 0o755)  # some tests give up root's rights
+        os.chmod(work, 0o755)  # some tests drop root's rights
         cross = Build(arguments.cross_build.resolve(), TREE) if arguments.cross_build else None
         runner = Runner([Build(f, TREE) for f in folders], cross, TREE, pathlib.Path(work))
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:

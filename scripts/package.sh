@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
 #
-# Debian packages of the libraries, for building with them, of the tool (not with WYX_BUILD_TOOL=OFF)
-# and of the debug information of both, and libwyx_commlib-VERSION.tar.xz. FOLDER takes the place of
-# build/packages. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH, by default
-# the time of the last commit. Installs what is missing (Debian).
+# Makes Debian packages of the libraries, of what is needed to build with them, of the tool (not
+# with WYX_BUILD_TOOL=OFF) and of the debug information of both, and libwyx_commlib-VERSION.tar.xz.
+# FOLDER replaces build/packages. The same sources produce the same bytes: all times are
+# SOURCE_DATE_EPOCH, by default the time of the last commit. Installs what is missing (Debian).
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -26,7 +26,7 @@ folder=$(cd "$folder" && pwd)
 rm -f "$folder"/*.deb "$folder"/*.tar.xz
 
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
-list_sources() { # what belongs to the project: what git knows, or everything in an unpacked archive
+list_sources() { # the project's files: those git knows, or all of an unpacked archive
     if [[ -e .git ]]; then
         git ls-files -z
     else
@@ -38,7 +38,7 @@ list_sources | LC_ALL=C sort -z | tar --create --no-recursion --format=gnu \
     --transform="flags=r;s,^\(\./\)\?,libwyx_commlib-$version/," --null --files-from=- |
     xz -T1 >"$folder/libwyx_commlib-$version.tar.xz"
 
-# Without a path to libraries: those of packages are where the system looks.
+# No path to libraries is stored: packages put them where the system looks.
 cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="$tool" -DWYX_BUILD_TESTS=OFF \
     -DWYX_BUILD_EXAMPLES=OFF >/dev/null

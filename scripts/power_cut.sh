@@ -2,13 +2,13 @@
 # Cuts the power in the middle of saves, on an ext4 file system in a file: scripts/power_cut.sh [CUTS]
 #
 # A client of the library saves a file on the mounted image and is killed before each of its system
-# calls in turn. At that moment the image is copied twice: as the device holds it, without what waits
-# in the page cache, and after everything was flushed. A power cut leaves the one, the other, or
-# something between. The copies are mounted, which replays their journal, and the old content or the
-# whole new content must be there, under the target's name or the new file's.
+# calls in turn. At that moment the image is copied twice: as the device holds it, without what is
+# still in the page cache, and after everything was flushed. A power cut leaves one of the two, or
+# something in between. The copies are mounted, which replays their journal, and the old content or
+# the whole new content must be there, under the target's name or the new file's.
 #
-# ext4 flushes more than it is asked to: the entry of a new file with the file. So that a missing flush
-# shows, power_cut_test then looks at every combination of what a device may lose.
+# ext4 flushes more than it is asked to: with a new file, its directory entry. So that a missing
+# flush shows, power_cut_test then looks at every combination of what a device may lose.
 #
 # Needs root and loop devices; if it cannot mount it says so and ends with 77. BUILD names a build
 # folder of any preset without sanitizers (build/release).
@@ -90,7 +90,7 @@ for ((at = 1; at <= most; ++at)); do
     for cut in lost kept; do
         look_at "$work/$cut"
     done
-    ((status != 0)) || break # it was not killed any more: that was the last call
+    ((status != 0)) || break # it was not killed: that was the last call
 done
 ((missing > 0)) || fail "the target was never missing"
 "$model" >&3

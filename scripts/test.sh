@@ -20,7 +20,7 @@ for preset in "$@"; do
     esac
 done
 scripts/install_packages.sh "${packages[@]}"
-# Libraries to compare results with: the tests that use them are left out where they are missing.
+# Libraries to compare results with; tests that use them are left out if they are missing.
 scripts/install_packages.sh zlib1g-dev libssl-dev || true
 
 for preset in "$@"; do

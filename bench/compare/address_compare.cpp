@@ -1,5 +1,5 @@
 // Addresses beside inet_pton(). One repetition parses a whole set: of 4,096 addresses, which a
-// branch predictor learns by heart, or of 32,768, which it does not.
+// branch predictor can memorise, or of 32,768, which it cannot.
 #include <arpa/inet.h>
 
 #include <array>
@@ -22,7 +22,7 @@ std::string RandomIpv4(std::mt19937 &random)
     const unsigned long value = random();
     std::string text;
     for (int iShift = 24; iShift >= 0; iShift -= 8) {
-        // Octets of one, two and three digits alike, unlike those of random bytes.
+        // Octets of one, two and three digits are equally frequent, unlike those of random bytes.
         const unsigned long octet = value >> iShift & 0xFF;
         const unsigned long few[] = {octet % 10, octet % 100, octet};
         text += std::to_string(few[random() % 3]) + (iShift > 0 ? "." : "");
@@ -146,8 +146,8 @@ void AddSets(Report &report, std::size_t count, Target ipv4, Target withPort, Ta
 int main(int argc, char **argv)
 {
     wyx::bench::Report report(argc, argv);
-    // inet_pton() takes 13 or 26 ns for one of the 4,096, as the branch predictor has or has not
-    // learnt the set in this process.
+    // inet_pton() takes 13 or 26 ns for one of the 4,096, depending on whether the branch predictor
+    // has learnt the set in this process.
     wyx::bench::AddSets(report, 4096, {{}, {}, false}, {}, {});
     wyx::bench::AddSets(report, 32768, {1.8, {}}, {1.6, {}}, {2.8, {}});
     return report.Run();

@@ -52,7 +52,7 @@ std::string InLines(const std::string &text)
     return lines;
 }
 
-/// Takes a result of so many bytes.
+/// Takes a result of this many bytes.
 template <typename Keeper, typename Size>
 void KeepBytes(const Keeper &keep, const void *pBytes, Size size)
 {
@@ -127,7 +127,7 @@ void AddSizes(Report &report)
                 "OpenSSL",
                 [=](auto keep) {
                     auto *const pucBytes = static_cast<unsigned char *>(std::malloc(text.size()));
-                    // It counts the bytes that padding stands for, too.
+                    // It also counts the bytes that padding replaces.
                     const int iSize = EVP_DecodeBlock(pucBytes, AsBytes(text), lText);
                     KeepBytes(keep, pucBytes, std::min(iSize, lBytes));
                     std::free(pucBytes);

@@ -1,8 +1,8 @@
 // The containers beside GLib's, the standard library's and the system's tail queue.
 //
 // Every contender stores pointers to records of the caller's, in order of ascending numbers, and
-// calls back through a pointer to a function to visit or compare them, as ours must; what could be
-// inlined in a program of one's own is not what callers of a library replace.
+// calls back through a pointer to a function to visit or compare them, as ours must; callers of a
+// library are not replacing code that could be inlined in a program of their own.
 #include <glib.h>
 #include <malloc.h>
 #include <sys/queue.h>
@@ -83,7 +83,7 @@ struct OurRecords {
     List list;
 };
 
-/// A tail queue with one zeroed allocation a node, as whoever does without a library writes it.
+/// A tail queue with one zeroed allocation per node, as one would write it without a library.
 struct TailQueue {
     struct Node {
         TAILQ_ENTRY(Node) links;
@@ -201,7 +201,7 @@ struct Pool {
     std::pmr::unsynchronized_pool_resource nodes;
 };
 
-/// Nodes from a pool over one block, which holds them all: the next thing to slots in an array.
+/// Nodes from a pool over one block, which holds them all: the closest thing to slots in an array.
 struct PooledList : Pool, StdList<std::pmr::list<void *>> {
     explicit PooledList(std::size_t count)
         : Pool(count * 64 + 65536), StdList<std::pmr::list<void *>>(&nodes)
@@ -408,7 +408,7 @@ QAL_UINT32 Fnv1a(const char *psz)
     return ulHash;
 }
 
-/// As many buckets as there are to be entries: a load factor of 1.
+/// As many buckets as there will be entries: a load factor of 1.
 struct OurHash {
     explicit OurHash(std::size_t count)
     {
@@ -467,7 +467,7 @@ struct GlibHash {
     GlibHash(const GlibHash &) = delete;
     ~GlibHash() { g_hash_table_destroy(pTable); }
     void Save(Record &record) { g_hash_table_insert(pTable, g_strdup(record.szKey), &record); }
-    /// The value is a result, as ours: with one look-up, after which the key is the caller's.
+    /// The value is returned, like ours: one look-up, after which the key belongs to the caller.
     void *Remove(char *pszKey)
     {
         gpointer pStolenKey = nullptr;
@@ -574,7 +574,7 @@ void AddTables(Report &report, std::vector<Record> &records, std::vector<Record>
                std::vector<Record> &absent)
 {
     const std::string count = ", " + std::to_string(records.size());
-    // One peer a size has targets: a table of few keys, and one that no cache holds.
+    // One peer per size has targets: a table of few keys, and one that fits in no cache.
     const bool isSmall = records.size() == kFew;
     const auto glib = [&](double target) { return isSmall ? Target{target, {}} : Target{}; };
     const auto standard = [&](double target) { return isSmall ? Target{} : Target{target, {}}; };
@@ -643,7 +643,7 @@ int main(int argc, char **argv)
 {
     using namespace wyx::bench;
     Report report(argc, argv);
-    PrintMemory();                        // before any memory has been used and given back
+    PrintMemory();                        // before any memory has been used and released
     std::deque<std::vector<Record>> held; // outlive the report
     for (const std::size_t count : {kFew, kMany}) {
         std::vector<Record> &records = held.emplace_back(MakeRecords(count));

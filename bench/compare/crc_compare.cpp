@@ -14,7 +14,7 @@
 namespace wyx::bench {
 namespace {
 
-/// CRC-16 as its definition has it, one table look-up after the other.
+/// CRC-16 by its definition, one table look-up after another.
 QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
 {
     static const auto s_aTable = [] {
@@ -33,7 +33,7 @@ QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
     return ulCrc;
 }
 
-/// The others invert the value before and after; begun with this, they compute ours, inverted.
+/// The others invert the value before and after; started with this, they compute ours, inverted.
 constexpr QAL_UINT32 kInverted = 0xFFFFFFFF;
 
 template <typename Keeper>
@@ -142,7 +142,7 @@ int main(int argc, char **argv)
         uc = static_cast<QAL_UINT8>(ulState >> 24);
     }
     wyx::bench::Report report(argc, argv);
-    wyx::bench::AddSizes(report, data.data() + 1); // at no alignment, as most buffers
+    wyx::bench::AddSizes(report, data.data() + 1); // unaligned, like most buffers
     wyx::bench::AddPieces(report, data.data() + 1);
     return report.Run();
 }

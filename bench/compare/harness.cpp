@@ -1,4 +1,4 @@
-// Timing by turns, tables and JSON of the comparisons.
+// Timing in turns, and the tables and JSON of the comparisons.
 #include "harness.h"
 
 #include <unistd.h>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMinRounds = 15;
 // Long enough for the clock; short enough that a busy machine interrupts few batches, which the
-// median then passes over.
+// median then ignores.
 constexpr double kBatchNs = 2e5;
 
 struct Estimate {
@@ -47,7 +47,7 @@ Estimate RatioOf(const Contender &ours, const Contender &other)
 }
 
 /// Peers in hand-written assembly may return with the upper halves of the vector registers in use,
-/// which slows down whatever SSE code comes next.
+/// which slows down the SSE code that runs next.
 #if defined(__x86_64__)
 void ClearUpperVectorHalves()
 {
@@ -67,7 +67,7 @@ double TimeBatch(Contender &contender, std::uint64_t ullRepeats)
     return ns;
 }
 
-/// The number of repetitions that fill a batch; warms up the caches on the way.
+/// The number of repetitions that fill a batch. Finding it warms up the caches.
 std::uint64_t CalibrateRepeats(Contender &contender)
 {
     std::uint64_t ullRepeats = 1;
@@ -121,8 +121,8 @@ std::string Date()
     return acText;
 }
 
-/// Seconds that the machine's processors were at work, all together, since it was started; 0 where
-/// the system does not tell.
+/// Seconds that the machine's processors were at work, all together, since it was started; 0 if the
+/// system does not report it.
 double MachineSeconds()
 {
     std::ifstream info("/proc/stat");
@@ -211,7 +211,7 @@ void Report::Time(Case &c) const
     }
     for (std::size_t round = 0; round < rounds_; ++round) {
         for (std::size_t turn = 0; turn < repeats.size(); ++turn) {
-            const std::size_t i = (round + turn) % repeats.size(); // everyone begins in its turn
+            const std::size_t i = (round + turn) % repeats.size(); // each begins in turn
             Contender &contender = c.contenders_[i];
             contender.nsPerRound[round] =
                 TimeBatch(contender, repeats[i]) / static_cast<double>(repeats[i]);

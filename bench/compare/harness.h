@@ -1,8 +1,8 @@
 // Compares one of our calls with others that do the same work on the same data.
 //
 // All contenders of a case run in one process and take turns: every round times a batch of each,
-// and a ratio is taken within the round, where both met the same machine. The median of the rounds
-// is what is reported, with half the distance between the quartiles as its spread.
+// and a ratio is taken within a round, so that both ran under the same conditions. The median of
+// the rounds is reported, with half the distance between the quartiles as its spread.
 //
 // Before anything is timed, every contender of a case runs once and must have the same result.
 #ifndef WYX_BENCH_COMPARE_HARNESS_H
@@ -73,14 +73,14 @@ class Shown {
     std::string &text_;
 };
 
-/// What the ratio to a peer should reach, in each of the two builds; nothing where none is set.
+/// What the ratio to a peer should reach, in each of the two builds; none if nothing is set.
 struct Target {
     std::optional<double> baseline;
     std::optional<double> best;
     bool isDecidable = true; ///< false: the peer's speed differs from run to run
 };
 
-/// Nanoseconds that so many repetitions of an operation take.
+/// Nanoseconds that this many repetitions of an operation take.
 using Batch = std::function<double(std::uint64_t)>;
 
 struct Contender {
@@ -104,14 +104,14 @@ class Case {
         return Add("ours", "ours", std::move(op), {}, true);
     }
 
-    /// Somebody else's way to do the same work; the ratio says how many times as fast ours is.
+    /// Another implementation of the same work; the ratio says how many times as fast ours is.
     template <typename Op>
     Case &Peer(std::string name, Op op, Target target = {})
     {
         return Add(std::move(name), "peer", std::move(op), target, true);
     }
 
-    /// Other work to compare with, whose result is another.
+    /// Other work to compare with, which has another result.
     template <typename Op>
     Case &Other(std::string name, Op op, Target target = {})
     {
@@ -159,7 +159,7 @@ class Case {
 };
 
 /// The tables of one program. Its arguments: --level baseline|best, --rounds N (at least 15, or 1
-/// to see only whether everything works), --json FILE, --only TEXT (the cases whose task or name
+/// just to check that everything works), --json FILE, --only TEXT (the cases whose task or name
 /// contains it).
 class Report {
   public:
@@ -170,7 +170,7 @@ class Report {
     Case &Add(const std::string &task, std::string name, std::size_t bytes = 0);
 
     /// Compares all results, times everything, prints one table per task and writes the JSON; the
-    /// program's exit status, 1 where contenders disagree.
+    /// program's exit status, 1 if contenders disagree.
     int Run();
 
   private:
@@ -180,7 +180,7 @@ class Report {
     };
 
     bool IsWanted(const Task &task, const Case &c) const;
-    /// Do all contenders of a case have the same result? Says which has not.
+    /// Do all contenders of a case have the same result? Names those that do not.
     bool HasSameResults(const Task &task, const Case &c) const;
     void Time(Case &c) const;
     void Print(const Task &task) const;
@@ -191,7 +191,7 @@ class Report {
     std::string json_;
     std::string only_;
     std::string date_;  ///< when the run began
-    double others_ = 0; ///< how many processors were busy with something else meanwhile
+    double others_ = 0; ///< how many processors were busy with other work during the run
     std::deque<Task> tasks_;
 };
 

@@ -1,8 +1,8 @@
 // INI files beside inih, iniparser and GLib's GKeyFile: files of 40 and of 10,000 lines.
 //
 // The programs do not do the same. inih keeps nothing and calls back for every key; iniparser and
-// GKeyFile build tables that later look-ups use; ours keeps the lines. What is compared before the
-// timing are all sections, keys and values.
+// GKeyFile build tables that later look-ups use; ours keeps the lines. Before the timing, all
+// sections, keys and values are compared.
 #include <glib.h>
 #include <ini.h>
 #include <iniparser/iniparser.h>
@@ -43,7 +43,7 @@ int Ignore(void * /*user*/, const char * /*section*/, const char * /*name*/, con
     return 1;
 }
 
-/// A key that is looked for; its value is copied, as ours hands over a copy.
+/// Looks up a key; its value is copied, because ours hands over a copy.
 struct Wanted {
     const char *pszSection;
     const char *pszKey;
@@ -68,7 +68,7 @@ void Require(bool isTrue, const char *pszWhat)
     }
 }
 
-/// GKeyFile has a file of its own, as only '#' begins a comment there.
+/// GKeyFile has a separate file, because it only accepts '#' comments.
 std::string GlibName(const std::string &name)
 {
     return name + ".glib";
@@ -260,7 +260,7 @@ int main(int argc, char **argv)
 {
     using namespace wyx::bench;
     Report report(argc, argv);
-    // In memory: a disk would be what is measured.
+    // In memory: otherwise the disk would be measured.
     std::string folder = "/dev/shm/ini_compare.XXXXXX";
     Require(mkdtemp(folder.data()) != nullptr, "mkdtemp");
     const std::string few = folder + "/few.ini";

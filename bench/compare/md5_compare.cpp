@@ -1,5 +1,5 @@
 // MD5 beside OpenSSL's and nettle's.
-#define OPENSSL_SUPPRESS_DEPRECATED // the calls that do no more than ours
+#define OPENSSL_SUPPRESS_DEPRECATED // the calls that do the same as ours
 #include <nettle/md5.h>
 #include <openssl/evp.h>
 #include <openssl/md5.h>

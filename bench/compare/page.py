@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
 """Makes a page with charts of one run of scripts/bench.sh: page.py BENCH_JSON >PAGE
 
-The page holds everything it shows: it loads nothing, and needs no script. docs/benchmarks.md says how
-to read it.
+The page holds everything it shows: it loads nothing, and it needs no script. docs/benchmarks.md
+explains how to read it.
 """
 import json
 import math
 import sys
 from html import escape
 
-WIDTH, TOP = 360, 24  # of a chart and of what stands above its rows; a page scales it
+WIDTH, TOP = 360, 24  # of a chart and of what is above its rows; the page scales it
 LEVELS = ("baseline", "best")
-# With a larger share of the processors busy with something else, figures are not to be believed.
+# If other work takes a larger share of the processors, the figures cannot be trusted.
 QUIET = 0.2
 
 STYLE = """
@@ -77,7 +77,7 @@ def size_of(case):
 
 
 def number(value):
-    """Three figures, no more."""
+    """At most three significant digits."""
     if value >= 100:
         return f"{value:.0f}"
     return f"{value:.2f}" if value < 10 else f"{value:.1f}"
@@ -97,7 +97,7 @@ def whisker(case):
 
 
 class Scale:
-    """From ratios to places across: logarithmic, with 1 in it and room for every mark."""
+    """Maps ratios to horizontal positions: logarithmic, with 1 in range and room for every mark."""
 
     def __init__(self, ratios, left):
         self.low = math.log10(min([*ratios, 0.8])) - 0.05
@@ -106,11 +106,11 @@ class Scale:
 
     def x(self, ratio):
         share = (math.log10(ratio) - self.low) / (self.high - self.low)
-        share = min(max(share, 0), 1)  # the whiskers of a run that was disturbed may reach further
+        share = min(max(share, 0), 1)  # the whiskers of a disturbed run may reach further
         return round(self.left + share * (self.right - self.left), 1)
 
     def ticks(self):
-        """1, 2, 5, 10, ... as far as they fit; of a wide range only the powers of ten."""
+        """1, 2, 5, 10, ... as far as they fit; for a wide range only the powers of ten."""
         steps = (1, 2, 5) if self.high - self.low < 2.6 else (1,)
         decades = range(math.floor(self.low), math.ceil(self.high) + 1)
         ticks = [step * 10.0 ** decade for decade in decades for step in steps]
@@ -214,7 +214,7 @@ def section(task, contenders):
 
 
 def facts(runs):
-    """What the figures are those of; where programs of a run differ in it, all of it."""
+    """What produced the figures; if the programs of a run differ in it, all variants."""
     def every(member, words="{}"):
         values = dict.fromkeys(words.format(run[member]) for run in runs if member in run)
         return ", ".join(values) or "unknown"
@@ -239,7 +239,7 @@ def key():
            '<rect width="10" height="10" x="13" y="5"/>')
     dash = '<line class="target" x1="18" x2="18" y1="1" y2="19"/>'
     return ('<p class="key">'
-            f"<span>{sample('baseline', dot)} baseline: runs on every CPU of the kind</span>"
+            f"<span>{sample('baseline', dot)} baseline: runs on every CPU</span>"
             f"<span>{sample('best', box)} best: compiled for this machine</span>"
             f"<span>{sample('baseline', dash)} target</span></p>")
 

@@ -1,4 +1,4 @@
-// What no implementation gets round: the limits that the comparisons are shown beside.
+// The limits that no implementation can beat, shown beside the comparisons.
 #ifndef WYX_BENCH_COMPARE_READ_ALL_H
 #define WYX_BENCH_COMPARE_READ_ALL_H
 
@@ -8,7 +8,7 @@
 
 namespace wyx::bench {
 
-/// Reads every byte once, a large buffer in as many streams as keep the load units busy.
+/// Reads every byte once, a large buffer in enough streams to keep the load units busy.
 inline std::uint64_t ReadAll(const void *pData, std::size_t size)
 {
     constexpr std::size_t kStreams = 32;
