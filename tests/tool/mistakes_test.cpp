@@ -104,8 +104,9 @@ TEST_F(MistakesTest, Messages)
     const std::string before = Read(Path("net.ini"));
     for (const Mistake &mistake : kMistakes) {
         SCOPED_TRACE(mistake.name);
+        const bool isNobody = std::string_view(mistake.name) == "NoPermission";
         const Outcome outcome =
-            Wyx(mistake.arguments, {.isNobody = true, .directory = Directory()});
+            Wyx(mistake.arguments, {.isNobody = isNobody, .directory = Directory()});
         EXPECT_EQ(outcome.code, mistake.code) << outcome.err;
         EXPECT_EQ(outcome.out, "");
         EXPECT_TRUE(outcome.err.starts_with("wyx: error: ")) << outcome.err;

@@ -1,4 +1,6 @@
 // What the tool does with the streams it is given.
+#include <unistd.h>
+
 #include "tool_runner.h"
 
 namespace wyx::test {
@@ -133,6 +135,22 @@ TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
     EXPECT_EQ(Wyx({"ini", "set", name, "a", "=1"}, {.err = Channel::kClosed}).code, kUsage);
 }
 
+// "check" asks the library how it would save a file, which leaves a copy in TMPDIR for a moment.
+TEST_F(TerminalTest, SignalsLeaveNothingBehind)
+{
+    std::string text = "[a]\n";
+    for (int i = 0; i < 20000; ++i) {
+        text += "key" + std::to_string(i) + "=" + std::string(100, 'x') + "\n";
+    }
+    Write("big.ini", text);
+    ASSERT_EQ(mkdir(Path("tmp").c_str(), 0700), 0);
+    const Outcome outcome = Shell(
+        "for delay in 0.02 0.05 0.1 0.15 0.2 0.3; do for signal in INT TERM HUP; do "
+        "timeout -s $signal $delay $WYX ini check big.ini > /dev/null; done; done; ls -A tmp",
+        {.environment = {{"TMPDIR", Path("tmp")}}, .directory = Directory()});
+    EXPECT_EQ(outcome.out, "");
+}
+
 TEST_F(TerminalTest, ProgressOfSlowInput)
 {
     const std::string slow = "(printf 12345; sleep 0.7; printf 6789) | $WYX sum --crc32 -";
@@ -140,6 +158,14 @@ TEST_F(TerminalTest, ProgressOfSlowInput)
     EXPECT_EQ(shown.out, "2dfd2d88  -\n");
     EXPECT_TRUE(Mentions(shown.err, {"standard input: 9 B"}));
     EXPECT_TRUE(shown.err.ends_with("\r\x1B[K")) << "the line is not wiped";
+    const Outcome large = Shell("(head -c 3000 /dev/zero; sleep 0.7; echo) | $WYX sum --crc32 -",
+                                {.err = Channel::kTerminal});
+    EXPECT_TRUE(Mentions(large.err, {"standard input: 2.9 KiB"}));
+    const std::string huge = Write("huge", "");
+    ASSERT_EQ(truncate(huge.c_str(), off_t{1} << 40), 0);
+    const Outcome part = Shell("timeout 2 $WYX sum --md5 huge; true",
+                               {.err = Channel::kTerminal, .directory = Directory()});
+    EXPECT_TRUE(Mentions(part.err, {"'huge': ", " of 1.0 TiB (0%)"}));
     const Outcome hidden = Shell(slow);
     EXPECT_EQ(hidden.out, "2dfd2d88  -\n");
     EXPECT_EQ(hidden.err, "");

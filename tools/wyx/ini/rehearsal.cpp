@@ -61,10 +61,12 @@ bool IsOddBackslashes(std::string_view text)
 
 Rehearsal Rehearse(const std::vector<std::string> &lines)
 {
-    const TempDirectory directory;
-    const std::string path = directory.Path() + "/rehearsal.ini";
-    Save(lines, path);
-    const IniSource source(path);
+    const IniSource source = [&] {
+        const TempDirectory directory;
+        const std::string path = directory.Path() + "/rehearsal.ini";
+        Save(lines, path);
+        return IniSource(path);
+    }();
     Rehearsal rehearsal;
     std::string_view written = source.Bytes();
     for (const std::string &line : lines) {

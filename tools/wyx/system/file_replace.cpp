@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "system/signal_block.h"
 #include "system/terminal.h"
 
 namespace wyx::tool {
@@ -169,26 +170,6 @@ bool IsSameFile(const struct stat &left, const struct stat &right)
 {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
-
-/// Keeps signals waiting that would end the process and leave something behind.
-class SignalBlock {
-  public:
-    SignalBlock()
-    {
-        sigset_t signals = {};
-        sigemptyset(&signals);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-            sigaddset(&signals, signal);
-        }
-        sigprocmask(SIG_BLOCK, &signals, &before_);
-    }
-    ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-    SignalBlock(const SignalBlock &) = delete;
-    SignalBlock &operator=(const SignalBlock &) = delete;
-
-  private:
-    sigset_t before_ = {};
-};
 
 /// A new file beside a target. It is gone with the object, unless it was installed.
 class NewFile {

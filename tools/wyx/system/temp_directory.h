@@ -1,8 +1,10 @@
-// A directory for files that nobody else needs, gone with the object.
+// A directory for files that nobody else needs, gone with the object. A signal waits until then.
 #ifndef WYX_TOOL_TEMP_DIRECTORY_H
 #define WYX_TOOL_TEMP_DIRECTORY_H
 
 #include <string>
+
+#include "system/signal_block.h"
 
 namespace wyx::tool {
 
@@ -18,6 +20,7 @@ class TempDirectory {
     const std::string &Path() const { return path_; }
 
   private:
+    SignalBlock signals_;
     std::string path_;
 };
 

@@ -36,20 +36,8 @@ bool HasColours(Stream stream)
     return (noColour == nullptr || *noColour == '\0') && IsTerminal(stream);
 }
 
-const char *Sequence(Colour colour)
-{
-    switch (colour) {
-        case Colour::kError:
-            return "\x1B[1;31m";
-        case Colour::kWarning:
-            return "\x1B[1;33m";
-        case Colour::kName:
-            return "\x1B[1m";
-        case Colour::kFaint:
-            return "\x1B[2m";
-    }
-    return "";
-}
+/// In the order of the colours.
+constexpr const char *kSequences[] = {"\x1B[1;31m", "\x1B[1;33m", "\x1B[1m", "\x1B[2m"};
 
 /// Nothing can be done about a message that cannot be written.
 void PutMessage(Colour colour, std::string_view kind, std::string_view message)
@@ -145,7 +133,7 @@ std::string Quoted(std::string_view text)
 
 std::string Painted(Stream stream, Colour colour, std::string_view text)
 {
-    return HasColours(stream) ? Sequence(colour) + std::string(text) + "\x1B[0m"
+    return HasColours(stream) ? kSequences[static_cast<int>(colour)] + std::string(text) + "\x1B[0m"
                               : std::string(text);
 }
 

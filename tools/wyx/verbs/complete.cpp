@@ -9,8 +9,6 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::string_view kFiles = "files\n";
-
 /// Names that hold control bytes cannot be offered in lines, and could not be typed either.
 void Offer(std::string_view word, std::string_view current, std::string_view text = {})
 {
@@ -73,12 +71,9 @@ void OfferOptions(const Command &command, std::string_view current)
     }
 }
 
-/// A value is a file, or one of the words in small letters: "newest" of "N|newest".
+/// The words in small letters: "newest" of "N|newest".
 void OfferValues(const Option &option, std::string_view current)
 {
-    if (option.value == "FILE") {
-        Put(kFiles);
-    }
     std::string_view rest = option.value;
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('|'), rest.size());
@@ -102,7 +97,7 @@ void OfferOperand(std::string_view name, const std::vector<std::string> &typed,
                   std::string_view current)
 {
     if (name == "FILE") {
-        Put(kFiles);
+        Put("files\n");
         return;
     }
     try {
