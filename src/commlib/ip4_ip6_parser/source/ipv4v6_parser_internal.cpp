@@ -119,8 +119,10 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
            pszText[3] == ':' || pszText[4] == ':';
 }
 
-/// Reads one group.
-inline QAL_UINT32 ReadGroup(QAL_UINT16 &uwGroup, Parse_Ipv4v6_S_BUF &struBuf)
+/// Reads one group. Always inlined, so that the cursor of ReadGroups() stays in registers: Clang
+/// would otherwise pass it through memory (IPv6 on AArch64: 627 instead of 888 instructions an
+/// address).
+[[gnu::always_inline]] inline QAL_UINT32 ReadGroup(QAL_UINT16 &uwGroup, Parse_Ipv4v6_S_BUF &struBuf)
 {
     uwGroup = 0;
     QAL_UINT32 ulValue = 0;
@@ -146,8 +148,8 @@ inline QAL_UINT32 ReadGroup(QAL_UINT16 &uwGroup, Parse_Ipv4v6_S_BUF &struBuf)
     }
 }
 
-/// Reads a run of groups. The cursor is the caller's own variable and stays in registers: in
-/// memory, each digit would wait for the step over the one before it.
+/// Reads a run of groups. The cursor is a variable of the caller alone and stays in registers; in
+/// memory, each digit would wait for the store of the step before.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
     ulLen = 0;
