@@ -30,12 +30,12 @@ def refuse(message):
 
 
 class Library:
-    """What the archive has to know of a shared library."""
+    """What the archive has to know about a shared library."""
 
     def __init__(self, path):
         self.data = path.read_bytes()
         if self.data[:6] != b"\x7fELF\x02\x01":
-            refuse(f"{path} is no 64-bit little-endian library")
+            refuse(f"{path} is not a 64-bit little-endian library")
         self.machine, = struct.unpack_from("<H", self.data, 18)
         start, = struct.unpack_from("<Q", self.data, 32)
         size, count = struct.unpack_from("<HH", self.data, 54)
@@ -64,7 +64,7 @@ class Library:
         if self.machine not in ABIS:
             refuse(f"{path} is of no supported processor ({', '.join(ABIS.values())})")
         if self.soname != path.name:
-            refuse(f"{path} has the SONAME {self.soname}: Android wants {path.name}")
+            refuse(f"{path} has the SONAME {self.soname}: Android needs {path.name}")
         if any(align < PAGE for *_, align in self.loads):
             refuse(f"{path} is not aligned for pages of 16 KiB")
         return ABIS[self.machine]
@@ -89,7 +89,7 @@ def headers_of(prefix):
         "wyx_commlib": {path.relative_to(include): path
                         for suffix in ("h", "hpp")
                         for path in (include / "wyx_commlib").glob(f"*.{suffix}")},
-        # The headers of the adapter need those of the types, also without the library.
+        # The headers of the adapter need types.h even without the library.
         "wyx_os_adapter": {path.relative_to(adapter): path for path in adapter.glob("*.h")}
         | {pathlib.PurePath("wyx_commlib/types.h"): include / "wyx_commlib/types.h"},
     }

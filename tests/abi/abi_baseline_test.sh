@@ -30,7 +30,7 @@ abi() {
     WYX_ABI_BASELINE=$work "$source_folder/scripts/abi.sh" "$@" >"$work/log" 2>&1 || status=$?
 }
 
-# expect WORDS FILE SED_SCRIPT: with such a baseline, the check fails and says so
+# expect WORDS FILE SED_SCRIPT: with such a baseline, the check fails and prints WORDS
 expect() {
     plant "$2" "$3"
     abi check "$build"
@@ -48,10 +48,10 @@ expect "only additions" libwyx_public_types.abi "/name='XELP_ERR_INI_KEY_NOT_FOU
 expect "new: typedef QAL_LONG" libwyx_public_types.abi "/<typedef-decl name='QAL_LONG'/d"
 expect "only additions" libwyx_public_types.abi "/<typedef-decl name='QAL_LONG'/d"
 expect "only additions" libwyx_public_types.abi "/<enumerator name='INI_KEYVALUE_LINE'/d"
-# A call that is gone, of either library.
+# A removed call, of either library.
 expect "breaks callers" libwyx_commlib.abi "s/XELP_CRC_16'/XELP_CRC_Gone'/g"
 expect "breaks callers" libwyx_os_adapter.abi "s/XELP_Fopen'/XELP_Gone'/g"
-# Names: a type, a record, an enumeration, a member, an enumerator; one of these gone.
+# Names: a type, a record, an enumeration, a member, an enumerator; and one of these removed.
 expect "gone: typedef DLinkList_S_Gone" libwyx_public_types.abi \
     "s/<typedef-decl name='DLinkList_S_Head'/<typedef-decl name='DLinkList_S_Gone'/"
 expect "breaks callers" libwyx_public_types.abi \
@@ -67,7 +67,7 @@ expect "breaks callers" libwyx_public_types.abi \
     "s/<enumerator name='INI_BLANK_LINE'/<enumerator name='INI_GONE_LINE'/"
 expect "breaks callers" libwyx_public_types.abi \
     "s/.*name='XELP_ERR_INI_KEY_NOT_FOUND'.*/&\n<enumerator name='XELP_ERR_INI_GONE' value='22'\/>/"
-# An argument more, an argument's type, a result's, and an argument's of a callback.
+# An additional argument, and the types of an argument, of a result and of a callback's argument.
 expect "breaks callers" libwyx_commlib.abi "/<function-decl name='XELP_CRC_32'/{n;p}"
 expect "breaks callers" libwyx_commlib.abi \
     "/<function-decl name='XELP_CRC_32'/,/<\/function-decl>/s/<parameter type-id='f694c952'/<parameter type-id='7487a4b5'/"
@@ -84,7 +84,7 @@ expect "breaks callers" libwyx_public_types.abi \
     "/<class-decl name='xelpDLinkList_S_Node'/,/<\/class-decl>/s/offset-in-bits='128'/offset-in-bits='192'/"
 expect "breaks callers" libwyx_public_types.abi \
     "s/\(name='XELP_ERR_INI_KEY_NOT_FOUND' value\)='20'/\1='21'/"
-# A service: one more than before, and one less.
+# A service: one added, and one removed.
 expect "breaks callers" services.txt "/^XELP_Rename$/d"
 expect "only additions" services.txt "1i XELP_AGone"
 # The baseline of the version before.

@@ -11,7 +11,7 @@ template <typename Record>
 std::vector<Record> ElfFile::Records(Elf64_Off offset, std::size_t count) const
 {
     if (offset > bytes_.size() || count > (bytes_.size() - offset) / sizeof(Record)) {
-        throw std::runtime_error("a table reaches behind the end of the file");
+        throw std::runtime_error("a table reaches past the end of the file");
     }
     std::vector<Record> records(count);
     if (count != 0) {

@@ -1,5 +1,5 @@
 // This executable defines functions that have the names of exported ones. The dynamic linker would
-// give them to the library, too, if the library's own calls went through it.
+// also bind the library's own calls to them, if those went through it.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -7,7 +7,7 @@
 
 #include "wyx_commlib/commlib.h"
 
-// Defined with arguments of their own: in a client they are somebody else's functions altogether.
+// Defined with other arguments: in a client they are unrelated functions.
 #pragma GCC diagnostic ignored "-Wmissing-declarations"
 extern "C" {
 [[noreturn]] void Encode()

@@ -39,7 +39,7 @@ const Library kCommlib = {"libwyx_commlib",
 const Library kAdapter = {
     "libwyx_os_adapter", WYX_OS_ADAPTER_FILE, WYX_OS_ADAPTER_EXPORTS, WYX_OS_ADAPTER_HEADERS, {}};
 
-// What compiler options put into every library. There are no start files.
+// What compiler options add to every library. There are no start files.
 const Names kToolchainImports = {"__stack_chk_fail", "__stack_chk_guard"};
 
 std::string ReadFile(const std::filesystem::path &path)
@@ -88,7 +88,7 @@ std::string Declarations(const Library &library)
             }
         }
     }
-    std::string code; // no string in a header holds what looks like a comment
+    std::string code; // no string in a header looks like a comment
     for (std::size_t i = 0; i < text.size();) {
         if (text.compare(i, 2, "/*") == 0) {
             i = std::min(text.size(), text.find("*/", i)) + 2;
@@ -124,7 +124,7 @@ Names Minus(const Names &left, const Names &right)
     return difference;
 }
 
-/// The C library is also the dynamic linker, which holds some of its symbols.
+/// The dynamic linker counts, too: it holds some of the C library's symbols.
 bool IsCLibrary(const std::string &soname)
 {
     return soname == "libc.so.6" || soname == "libc.so" || soname.rfind("ld-linux", 0) == 0;
@@ -135,7 +135,7 @@ class LibraryAbi : public ::testing::TestWithParam<Library> {
     const Library &library = GetParam();
     const ElfFile elf = ElfFile(library.pszFile);
 
-    /// A build for measuring links the measuring run-time into everything.
+    /// An instrumented build links the instrumentation's run-time into everything.
     static constexpr bool kInstrumented = WYX_INSTRUMENTED;
 };
 
@@ -328,7 +328,7 @@ TEST_P(LibraryAbi, NamesNoFolderOfTheBuild)
     }
 }
 
-// An executable that happens to define a function of the same name must not get in between.
+// An executable that happens to define a function of the same name must not be called instead.
 TEST_P(LibraryAbi, BindsItsOwnCallsInside)
 {
     Names own;
@@ -356,8 +356,8 @@ TEST(CommlibAbi, HoldsNoWritableDataOfItsOwn)
     }
 }
 
-// The platform's services, two functions of the C library, and what the toolchain puts in: no
-// memset or strlen that an optimiser made of a loop, and no service resolved inside the library.
+// The platform's services, two functions of the C library, and what the toolchain adds: no memset
+// or strlen that an optimiser made from a loop, and no service resolved inside the library.
 TEST(CommlibAbi, ImportsThePlatformAndTwoFunctionsOfTheCLibrary)
 {
     const ElfFile elf(kCommlib.pszFile);

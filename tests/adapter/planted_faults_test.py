@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants faults in copies of the client's adapter: the suite has to find each where it is.
+"""Plants faults in copies of the client's adapter: the suite has to find each one in its place.
 
     planted_faults_test.py SUITE SOURCE_FOLDER WORK_FOLDER C_COMPILER
 """

@@ -3,7 +3,7 @@
 
     check_aar.py SOURCE_FOLDER WORK_FOLDER ABI C_COMPILER [ARGUMENT_OF_CMAKE...]
 
-The compiler is that of Debian: it stands in for the NDK's.
+Debian's compiler takes the place of the NDK's.
 """
 
 import json
@@ -144,7 +144,7 @@ for library in ("wyx_commlib", "wyx_os_adapter"):
             expected.add(f"{folder}/include/{name}")
 expect(set(names) == expected, f"files: {sorted(set(names) ^ expected)}")
 
-# Programs are compiled and linked as Prefab tells the build system to, with either kind of module.
+# Programs are compiled and linked as Prefab instructs the build system, with either kind of module.
 archive.extractall(WORK / "unpacked")
 for kind in ("", "_static"):
     command = [COMPILER, SOURCE / "tests/install/consumer/consumer.c", "-o", WORK / f"consumer{kind}"]

@@ -1,5 +1,5 @@
-// Each form of the inner loops against the model that goes bit by bit: all lengths, alignments and
-// places of an unusual character, on texts flush against an unmapped page.
+// Each form of the inner loops against the bit-by-bit model: all lengths, alignments and places of
+// an unusual character, on texts flush against an unmapped page.
 #include "base64_kernel.h"
 
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ std::vector<Form> Forms()
 }
 
 constexpr QAL_UINT32 kLongest = 300;     // several rounds of the widest form, and all remainders
-constexpr QAL_UINT32 kLeastDecoded = 16; // of so many characters, no form leaves a quad over
+constexpr QAL_UINT32 kLeastDecoded = 16; // given this many characters, every form decodes all quads
 
 std::string RandomBytes(std::size_t size, std::mt19937 &random)
 {
@@ -59,8 +59,8 @@ std::string RandomBytes(std::size_t size, std::mt19937 &random)
 /// The characters that have a value.
 const std::string kValued = std::string(kAlphabet) + "-_";
 
-/// What texts are made of. Without the URL-safe characters, a form that leaves these to another one
-/// goes through the whole text itself.
+/// The alphabets of the texts. A form that leaves URL-safe characters to another one decodes a text
+/// without them alone.
 const std::string kAlphabets[] = {std::string(kAlphabet), kValued};
 
 std::string RandomText(const std::string &alphabet, std::size_t size, std::mt19937 &random)
@@ -85,7 +85,7 @@ class KernelTest : public ::testing::TestWithParam<Form> {
     std::string Encode(const std::string &bytes, QAL_UINT32 &ulDone)
     {
         const auto ulLen = static_cast<QAL_UINT32>(bytes.size());
-        // No character more than the bytes call for.
+        // Not one character more than the bytes require.
         QAL_UINT8 *const pucOut = room_.End() - bytes.size() / 3 * 4;
         ulDone = GetParam().pfunEncode(AtEnd(bytes), ulLen, pucOut);
         return {reinterpret_cast<const char *>(pucOut), ulDone / 3 * 4};
@@ -166,7 +166,7 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
                 QAL_UINT32 ulDone = 0;
                 const std::string bytes = Decode(text, ulDone);
                 ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
-                if (at >= kLeastDecoded) { // lines would not end where they are looked for
+                if (at >= kLeastDecoded) { // otherwise line ends would be missed
                     ASSERT_EQ(ulDone, at / 4 * 4) << value << " at " << at;
                 }
                 ASSERT_EQ(bytes, expected.substr(0, bytes.size()));
@@ -175,8 +175,8 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
     }
 }
 
-/// A form that asks of what kinds the characters are does so for many at once: one that it takes
-/// for another kind is not to hide among others.
+/// A form that classifies characters does so for many at once: one that it misclassifies must not
+/// go unnoticed among others.
 TEST_P(KernelTest, TellsEveryCharacterAmongThoseOfOneKind)
 {
     for (const char kind : std::string("AZabz9+/")) {

@@ -1,4 +1,4 @@
-// Base64 both ways: published vectors, a model that goes bit by bit, and the books of the platform.
+// Base64 both ways: published vectors, a bit-by-bit model, and the record of the platform's calls.
 #include "wyx_commlib/base64.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ QAL_UINT8 *Bytes(char *pch)
 using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
 /// The result of a call whose input is copied flush against an unmapped page: @p beyond is what
-/// stands behind the length, nothing if that must not be read. None if the call failed.
+/// follows the length, nothing if that must not be read. None if the call failed.
 std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
                                    std::string_view beyond)
 {
@@ -57,7 +57,7 @@ std::optional<std::string> Convert(Converter pfunConvert, std::string_view input
         return std::nullopt;
     }
     EXPECT_GE(lLen, 0);
-    EXPECT_EQ(pucOutput[lLen], 0) << "no NUL behind the result";
+    EXPECT_EQ(pucOutput[lLen], 0) << "no NUL after the result";
     const std::string result(reinterpret_cast<const char *>(pucOutput),
                              static_cast<std::size_t>(lLen));
     MOX_BASE64Free(&pucOutput);
@@ -172,12 +172,12 @@ TEST_F(Base64Decode, LenientForms)
     const Case cases[] = {
         {"TWE", "Ma"},
         {"TQ", "M"},
-        {"T", kEmpty}, // six bits hold no byte
+        {"T", kEmpty}, // six bits are less than a byte
         {"TWFuT", "Man"},
         {"TW\r\nFu", "Man"},
         {"T=WFu", "Man"},
         {"\n\r=TWFu", "Man"},
-        {"TQ==TQ==", "M\x04\xD0"}, // padding ends nothing: the quads run on
+        {"TQ==TQ==", "M\x04\xD0"}, // padding ends nothing: the quads continue
         {{"TW\0Fu", 5}, "Man"},
         {{"\0", 1}, kEmpty},
         {"====", kEmpty},
@@ -232,7 +232,7 @@ TEST_F(Base64Decode, EveryShortText)
     constexpr std::string_view kLetters("A/_z=\n\0!\xC1", 9);
     for (std::size_t len = 1; len <= 4; ++len) {
         std::size_t texts = 1;
-        for (std::size_t i = 0; i <= len; ++i) { // the byte beyond is one of them, too
+        for (std::size_t i = 0; i <= len; ++i) { // the byte after the length, too
             texts *= kLetters.size();
         }
         for (std::size_t n = 0; n < texts; ++n) {
@@ -264,7 +264,7 @@ TEST_F(Base64Decode, RandomTexts)
     }
 }
 
-// Lines of one length, as they are usual, and what may go wrong in the middle of them.
+// Lines of equal length, the usual form, and what may go wrong in the middle of them.
 TEST_F(Base64Decode, LinesOfEveryLength)
 {
     Random random;
@@ -293,7 +293,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
     }
 }
 
-/// Where a line break is expected, by the length of the lines before, stands something else.
+/// There is something else where the length of the lines before suggests a line break.
 TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
 {
     for (const std::size_t length : {4U, 16U, 76U}) {
@@ -349,7 +349,7 @@ TEST_F(Base64Encode, AgreesWithAnIndependentLibrary)
 }
 #endif
 
-// --- What is asked of the platform.
+// --- What is requested of the platform.
 
 /// The memory calls of one conversion of @p lLen bytes whose result is kept.
 std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *pucInput,
@@ -465,7 +465,7 @@ struct Length {
     QAL_UINT32 ulSize;
 };
 
-/// Nothing is read: the input is an address that cannot be.
+/// Nothing is read: the input is an address that cannot be read.
 void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);
@@ -479,7 +479,7 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// The size of such a block is what the formula comes to, if that is from 0, which is one byte,
+// The size of such a block is what the formula yields, if that is from 0, which counts as one byte,
 // to 5.
 TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 {
@@ -525,7 +525,7 @@ TEST_F(Base64Decode, NegativeLengthGivesAnEmptyResult)
     }
 }
 
-/// Fails like an allocation, without one: no block of the size that is asked for could hold it.
+/// Fails like an allocation, but without one: no block of the requested size could hold the output.
 void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lLen)
 {
     SCOPED_TRACE(lLen);
@@ -550,7 +550,7 @@ TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
     }
 }
 
-/// Asks for a block of that size, which the machine does not have, whatever the input.
+/// Requests a block of that size, which the machine does not have, whatever the input.
 void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);
@@ -603,7 +603,7 @@ TEST_F(Base64Free, ReleasesAndSetsNull)
     EXPECT_EQ(platform.LiveBlocks(), 0U);
 }
 
-// Each place that allocates or releases is an account of its own to the adapter.
+// The adapter keeps a separate account for each place that allocates or releases.
 TEST_F(Base64Free, EveryMemoryCallNamesItsOwnPlace)
 {
     char achGood[] = "TWFu";

@@ -1,4 +1,4 @@
-"""The page of a run: every figure of it, nothing from elsewhere, and a warning where one is due."""
+"""The page of a run: every figure of it, nothing from elsewhere, and a warning if one is due."""
 import json
 import re
 import sys

@@ -1,5 +1,5 @@
-# Builds the library on a client's own adapter in the two ways there are, and runs the client:
-# cmake -DPROJECT_FOLDER=... -DBUILD_FOLDER=... -DGENERATOR=... -DC_COMPILER=... -DCXX_COMPILER=...
+# Builds the library on a client's own adapter in both possible ways, and runs the client: cmake
+# -DPROJECT_FOLDER=... -DBUILD_FOLDER=... -DGENERATOR=... -DC_COMPILER=... -DCXX_COMPILER=...
 #       -P build_and_run.cmake
 set(configure "${CMAKE_COMMAND}" -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=Release
     "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
@@ -33,13 +33,13 @@ if(rc EQUAL 0 OR NOT message MATCHES "must be a shared library")
     message(FATAL_ERROR "a static adapter was accepted, or refused for another reason: ${message}")
 endif()
 
-# The library as a part of the client's project, the adapter a target of it.
+# The library as part of the client's project; the adapter is a target of it.
 set(part "${BUILD_FOLDER}/part")
 run(${configure} -S "${CMAKE_CURRENT_LIST_DIR}" -B "${part}")
 run("${CMAKE_COMMAND}" --build "${part}")
 run_client("${part}/client")
 
-# The library by itself, the adapter a file. The same client runs on it.
+# The library by itself; the adapter is a file. The same client runs on it.
 set(alone "${BUILD_FOLDER}/alone")
 run(${configure} -S "${PROJECT_FOLDER}" -B "${alone}"
     "-DWYX_OS_ADAPTER=${part}/libclient_adapter.so"

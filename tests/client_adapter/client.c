@@ -1,7 +1,7 @@
 /*
- * A client of the library that takes a document through its whole life. The name of its file is one
- * that only the adapter beside this file can open: it passes only if the library's calls, and its
- * own, all go there.
+ * A client of the library that takes a document through its whole life. Only the adapter beside
+ * this source can open its file: the client succeeds only if the library's calls and its own all go
+ * to that adapter.
  */
 #include <stdio.h>
 #include <string.h>

@@ -1,6 +1,6 @@
 /*
  * A client's own adapter, as small as one can be: files live in memory, and every block and every
- * caller is looked at. What goes wrong ends the process with a message.
+ * caller is checked. A fault ends the process with a message.
  */
 #define _GNU_SOURCE
 #include <pthread.h>

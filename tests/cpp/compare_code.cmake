@@ -1,6 +1,7 @@
-# Disassembles OBJECT by OBJDUMP and compares the functions ...ByLayer with those ...ByCalls. Both must
-# make the same calls, so nothing is allocated or copied. A CRC takes the same number of instructions;
-# a look-up at most half as many again, since compilers write out the branch for a null value twice.
+# Disassembles OBJECT by OBJDUMP and compares the functions ...ByLayer with those ...ByCalls. Both
+# must make the same calls, so nothing is allocated or copied. A CRC must take the same number of
+# instructions; a look-up at most half as many again, since compilers duplicate the branch for a
+# null value.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND "${OBJDUMP}" -dr --no-show-raw-insn "${OBJECT}"
@@ -38,6 +39,6 @@ foreach(work IN ITEMS Crc Get)
         math(EXPR most "${most} * 3 / 2")
     endif()
     if(layer_count GREATER most OR calls_count EQUAL 0)
-        message(FATAL_ERROR "${work}: ${layer_count} instructions, not ${most} at the most")
+        message(FATAL_ERROR "${work}: ${layer_count} instructions, not at most ${most}")
     endif()
 endforeach()

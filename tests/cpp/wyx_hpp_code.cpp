@@ -1,4 +1,5 @@
-// The same work by the C++ layer and by the C calls: compare_code.cmake compares the machine code.
+// The same work done by the C++ layer and by the C calls: compare_code.cmake compares the machine
+// code.
 #include "wyx_commlib/wyx.hpp"
 
 extern "C" {

@@ -1,4 +1,4 @@
-// CRC-32: the published values, and division bit by bit as an independent road to every other one.
+// CRC-32: the published values, and bit-by-bit division as an independent method for all others.
 #include "wyx_commlib/crc.h"
 
 #include "crc_checks.h"
@@ -27,7 +27,7 @@ TEST(Crc32, InvertedByTheCallerIsTheCommonCrc32)
     EXPECT_EQ(~kCrc.Piece(0xFFFFFFFF, Text("123456789")), 0xCBF43926U);
 }
 
-// A single byte from 0 gives its entry of the table.
+// The CRC of a single byte, starting from 0, is its table entry.
 TEST(Crc32, TableEntries)
 {
     EXPECT_EQ(kCrc.Whole(Text("\x01")), 0x77073096U);

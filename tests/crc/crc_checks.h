@@ -1,4 +1,4 @@
-// What holds for a CRC of either width and for every implementation of it.
+// Checks that hold for a CRC of either width and for every implementation of it.
 #ifndef WYX_TESTS_CRC_CRC_CHECKS_H
 #define WYX_TESTS_CRC_CRC_CHECKS_H
 
@@ -57,7 +57,7 @@ inline Bytes Text(std::string_view text)
     return {reinterpret_cast<const QAL_UINT8 *>(text.data()), text.size()};
 }
 
-/// The definition, by schoolbook division of one bit after the other: the remainder of the message,
+/// The definition, by schoolbook division, one bit after the other: the remainder of the message,
 /// followed by as many zero bits as the CRC is wide, with the start value added to its first bits.
 template <typename Word>
 Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
@@ -127,7 +127,7 @@ void ExpectEmptyChangesNothing(const Crc<Word> &crc)
     }
 }
 
-/// A single byte from 0 shows one entry of the table each.
+/// Each single byte, starting from 0, shows one entry of the table.
 template <typename Word>
 void ExpectEveryByte(const Crc<Word> &crc)
 {
@@ -162,12 +162,12 @@ void ExpectSplitsToJoin(const Crc<Word> &crc)
     for (std::size_t at = 0; at <= all.size(); ++at) {
         EXPECT_EQ(crc.Piece(crc.Whole(all.first(at)), all.subspan(at)), expected) << at;
     }
-    for (std::size_t size = 1; size <= 64; ++size) { // pieces of one size and what is left
+    for (std::size_t size = 1; size <= 64; ++size) { // pieces of one size and the rest
         Word value = 0;
         for (std::size_t at = 0; at < all.size(); at += size) {
             const Bytes piece = all.subspan(at, std::min(size, all.size() - at));
             EXPECT_EQ(crc.pfunPiece(value, piece.data(), static_cast<QAL_UINT32>(piece.size()),
-                                    &value), // in place, as a caller's loop does it
+                                    &value), // in place, as in a caller's loop
                       0U);
         }
         EXPECT_EQ(value, expected) << size;
@@ -197,7 +197,7 @@ void ExpectLengthsAndAlignments(const Crc<Word> &crc)
     }
 }
 
-/// No byte before or behind the message is read, not even by a variant that reads many at once.
+/// No byte before or after the message is read, not even by a form that reads many at once.
 template <typename Word>
 void ExpectReadsNothingOutside(const Crc<Word> &crc)
 {

@@ -1,4 +1,4 @@
-// Every form of the checksums computes what one look-up per byte computes: at the lengths where a
+// Every form of the checksums computes the same as one look-up per byte: at the lengths where a
 // method starts, ends or changes, at every alignment, and for any split.
 #include <gtest/gtest.h>
 
@@ -113,7 +113,7 @@ TYPED_TEST_P(CrcForms, EveryAlignment)
     }
 }
 
-/// Each bit of a message counts where it stands: all zeros but for one bit.
+/// Each bit of a message counts at its place: all zeros but for one bit.
 TYPED_TEST_P(CrcForms, EveryBitOfAMessage)
 {
     for (const std::size_t len : {20U, 100U, 700U}) {

@@ -1,5 +1,5 @@
 // A message whose length has the top bit of its 32 bits set: a sum or an index of a signed type, or
-// of fewer bits, would not survive it.
+// of fewer bits, would go wrong.
 #include <sys/mman.h>
 
 #include <array>
@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::size_t kSize = 0x80000000 + 1;
 
-/// What a run of zero bytes does to the running value, which is linear: the image of each bit.
+/// The effect of a run of zero bytes on the running value. It is linear, so the image of each bit
+/// is enough.
 template <typename Word>
 using ZeroRun = std::array<Word, 8 * sizeof(Word)>;
 

@@ -1,6 +1,6 @@
-// How the sparse multiples were found that the form for any CPU folds by: by a search that meets in
-// the middle. A polynomial x^a + x^b + ... is a multiple of P if the remainders of its terms add up
-// to 0. So the remainders of all sums of a few terms are tabulated, and two sums with the same
+// The meet-in-the-middle search that found the sparse multiples by which the form for any CPU
+// folds. A polynomial x^a + x^b + ... is a multiple of P if the remainders of its terms add up to
+// 0. So the remainders of all sums of a few terms are tabulated, and two sums with the same
 // remainder make a multiple.
 #include <gtest/gtest.h>
 

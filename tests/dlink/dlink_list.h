@@ -15,7 +15,7 @@ struct DLink {
 
     static constexpr QAL_UINT32 kInvalid = XELP_ERR_DLL_INVALID_PARA;
     static constexpr QAL_UINT32 kMemory = XELP_ERR_DLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // it has no bound
+    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // it has no limit
     static constexpr QAL_UINT32 kFind = XELP_ERR_DLL_FIND;
     static constexpr QAL_UINT32 kHead = XELP_ERR_DLL_HEAD;
     static constexpr QAL_UINT32 kTail = XELP_ERR_DLL_TAIL;
@@ -57,7 +57,7 @@ struct DLink {
 
     static std::vector<std::uint64_t> UnusedAtFirst() { return {}; }
 
-    /// Reads the list behind a handle and checks every link of it.
+    /// Reads the list of a handle and checks all its links.
     static Observed Observe(const void *pList)
     {
         const auto &head = *static_cast<const Head *>(pList);

@@ -18,7 +18,7 @@ constexpr char kFile[] = "src/commlib/dlink/source/dlinklist_arth.cpp";
 
 INSTANTIATE_TYPED_TEST_SUITE_P(DLink, ListTest, DLink);
 
-// ---- what is taken for empty ----
+// ---- what counts as empty ----
 
 using DLinkListEmptiness = DLinkListTest;
 
@@ -74,7 +74,7 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
 
 using DLinkListEnds = DLinkListTest;
 
-/// What an end's link out of the list holds is not followed.
+/// A link that leads out of the list at an end is not followed.
 TEST_F(DLinkListEnds, AreRemovedWithoutTheLinkThatLeadsOut)
 {
     for (const bool isDelete : {false, true}) {
@@ -182,7 +182,7 @@ TEST_F(DLinkListMemory, EverySiteHasItsLine)
     for (const Event &event : platform.Events()) {
         lines.insert(event.line);
     }
-    // the head taken and released, a node taken, given back, unlinked and torn down
+    // the head allocated and released; a node allocated, returned, unlinked and torn down
     EXPECT_EQ(lines.size(), 6U);
 }
 

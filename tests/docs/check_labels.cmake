@@ -1,5 +1,5 @@
-# Every test has its folder's name as a label, as CONTRIBUTING.md says, so that `ctest -L FOLDER` runs
-# all tests of a module. -D BUILD_FOLDER=... -D CTEST=...
+# Checks that every test has its folder's name as a label, as CONTRIBUTING.md says, so that `ctest
+# -L FOLDER` runs all tests of a module. -D BUILD_FOLDER=... -D CTEST=...
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND "${CTEST}" --test-dir "${BUILD_FOLDER}" --show-only=json-v1

@@ -11,7 +11,7 @@ NAME = re.compile(r"\b([A-Z]\w*)\.([A-Z]\w*)\b")
 
 
 def kept_comments(text):
-    """(line number, comment from *Kept* on) for each; a comment ends where its lines do."""
+    """(line number, comment from *Kept* on) for each; a comment ends with its lines."""
     comment = re.compile(r"//+ ?(.*)|^ *\*(?!/) ?(.*)")
     lines = text.split("\n")
     for at, line in enumerate(lines):

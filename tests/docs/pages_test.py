@@ -1,4 +1,4 @@
-"""What the pages of the site claim about the headers: nothing is left out, and nothing made up."""
+"""The site's pages say everything about the headers, and nothing that is not in them."""
 import re
 import subprocess
 import sys
@@ -24,7 +24,7 @@ class Headers(unittest.TestCase):
         for exports in ("src/commlib/exports.txt", "platform/exports.txt",
                         "platform/exports_accounting.txt"):
             exported |= set((ROOT / exports).read_text().split())
-        undeclared = {"Encode", "Decode", "MD5Transform"}  # steps of calls, for nobody to call
+        undeclared = {"Encode", "Decode", "MD5Transform"}  # steps of calls, not meant to be called
         self.assertEqual(exported - undeclared - {"QAL_CHARset"}, set(found))
         for call in found.values():
             self.assertTrue(call.brief, call.name)

@@ -1,4 +1,4 @@
-# Runs PROGRAM in FOLDER on the file it expects, and looks at what it prints and what it leaves.
+# Runs PROGRAM in FOLDER on the file it expects, and checks what it prints and what it leaves.
 cmake_minimum_required(VERSION 3.25)
 
 file(REMOVE_RECURSE "${FOLDER}")

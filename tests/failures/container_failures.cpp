@@ -1,5 +1,5 @@
-// The containers. Only Init and the operations that store allocate; all others cannot fail for want
-// of anything, which is checked as well: they ask the platform for nothing.
+// The containers. Only Init and the operations that store allocate; all others cannot fail for lack
+// of anything, which is checked as well: they request nothing from the platform.
 #include <string>
 
 #include "os_adapter.h"
@@ -34,7 +34,7 @@ QAL_UINT32 Do(Trial &trial, const Operation<Function> &operation, Arguments... a
     return trial.Do(operation.pszName, [&] { return operation.pfun(arguments...); });
 }
 
-/// The same for one that is not to ask the platform for anything.
+/// The same for an operation that must not request anything from the platform.
 template <typename Function, typename... Arguments>
 QAL_UINT32 DoPure(Trial &trial, const Operation<Function> &operation, Arguments... arguments)
 {
@@ -150,7 +150,7 @@ struct SLink {
     static constexpr Operation ProcessList WYX_OPERATION(XELP_SLinkList_Process_List);
 };
 
-/// A new list, or null where there was no memory, which is then as promised.
+/// A new list, or null if there was no memory; checks that this is reported as promised.
 template <typename List>
 void *NewList(Trial &trial)
 {
@@ -165,7 +165,7 @@ void *NewList(Trial &trial)
     return pList;
 }
 
-/// The list's letters, and behind a bar the one at the cursor.
+/// The list's letters and, after a bar, the one at the cursor.
 template <typename List>
 std::string TextOf(void *pList)
 {
@@ -355,7 +355,7 @@ WYX_SCENARIO(HashSave)
                 expected = pszAfter;
                 EXPECT_EQ(TextOfTable(pTable), expected);
             }
-            // A key that is there is found before anything is allocated.
+            // An existing key is found before anything is allocated.
             EXPECT_EQ(WYX_CALL(XELP_Hash_SaveNode, pTable, User('a'), 1, User('a')),
                       XELP_ERR_HASH_RESAVE);
             EXPECT_EQ(trial.Calls(Service::kAllocate), 0U);

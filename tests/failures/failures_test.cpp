@@ -15,7 +15,7 @@ const char *NameOf(Service service)
     return kNames[static_cast<std::size_t>(service)];
 }
 
-/// Runs a scenario with a fault; false if the fault did not come to pass.
+/// Runs a scenario with a fault; false if the fault did not occur.
 bool RunWith(const std::string &name, const Fault &fault)
 {
     SCOPED_TRACE(name + ": " + NameOf(fault.service) + " " + std::to_string(fault.n) + " fails" +
@@ -31,7 +31,7 @@ bool RunWith(const std::string &name, const Fault &fault)
     return trial.EverStruck();
 }
 
-/// The faults of one kind, one after the other; gives their number.
+/// Runs the faults of one kind, one after the other; returns their number.
 std::size_t RunAll(const std::string &name, Fault fault)
 {
     for (fault.n = 1; !::testing::Test::HasFailure() && RunWith(name, fault); ++fault.n) {

@@ -1,4 +1,4 @@
-// The INI module. What a call without memory leaves behind is told by the models.
+// The INI module. The models compute what a call without memory leaves.
 #include <cstring>
 
 #include "../ini_parser/ini_support.h"
@@ -24,7 +24,7 @@ model::Heap HeapOf(const Trial &trial)
                                                : model::Heap();
 }
 
-/// A document beside its model, through a disturbed call and an undisturbed one.
+/// A document and its model, through a disturbed call and an undisturbed one.
 template <typename Call, typename Model>
 void Compare(Trial &trial, const Lines &lines, QAL_UINT32 ulCapacity, Call call, Model model)
 {
@@ -47,7 +47,7 @@ namespace {
 
 constexpr std::string_view kFile = "[a]\r\nk=1\nx=\\\n2\n\r\n\ny=\\\\z\\";
 
-/// What loading gives where the @p n-th read reports the end of the file, once or for good.
+/// The result of loading if the @p n-th read reports the end of the file, once or for good.
 Snapshot LoadedUpTo(QAL_UINT32 n, Failure failure)
 {
     Snapshot doc;
@@ -59,7 +59,7 @@ Snapshot LoadedUpTo(QAL_UINT32 n, Failure failure)
             const std::size_t end = at + n - ulReads - 1;
             const std::string_view read = kFile.substr(0, end);
             model::Load(read, doc, heap);
-            // A line that was cut off is one more line; where nothing was, the load is over.
+            // A line that was cut off is one more line; if there was nothing, the load ends.
             if (failure == Failure::kOnce && model::Read(read, at).ulStatus == kOk) {
                 Snapshot rest;
                 model::Load(kFile.substr(end), rest, heap);
@@ -115,7 +115,7 @@ WYX_SCENARIO(IniLoadGrowing)
     }
     PlatformDouble::Instance().UseMemoryDisk()[kTarget] = file;
     if (trial.TheFault().service != Service::kAllocate) {
-        trial.Lift(); // as above, and there are a thousand of them
+        trial.Lift(); // as above; there are a thousand of them
     }
     for (int iRound = 0; iRound < 2; ++iRound) {
         XELP_IN_S_INI_FILE_STRUCT doc{};
@@ -249,7 +249,7 @@ WYX_SCENARIO(IniSaveStringToIniFile)
             whole += piece;
         }
         if (trial.Struck()) {
-            EXPECT_TRUE(whole.starts_with(disk[kTarget])); // and nothing behind the short write
+            EXPECT_TRUE(whole.starts_with(disk[kTarget])); // and nothing after the short write
             EXPECT_LT(disk[kTarget].size(), whole.size());
         } else {
             EXPECT_EQ(disk[kTarget], whole);

@@ -1,5 +1,5 @@
-// Operations that call no service which could fail: CRC, MD5, the scanner, the address parsers, and
-// the parts of the INI grammar that only look. A failure of the platform cannot reach them.
+// Operations that call no service that could fail: CRC, MD5, the scanner, the address parsers, and
+// the parts of the INI grammar that only read. A failure of the platform cannot reach them.
 #include <array>
 #include <cstring>
 
@@ -14,7 +14,7 @@ namespace {
 
 const auto *const kDigits = reinterpret_cast<const QAL_UINT8 *>("123456789");
 
-/// Expects that the last call asked the platform for nothing that can fail.
+/// Expects that the last call used no service that can fail.
 void ExpectPure(const wyx::test::Trial &trial)
 {
     for (std::size_t i = 0; i < static_cast<std::size_t>(wyx::test::Service::kCount); ++i) {

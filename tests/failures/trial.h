@@ -2,8 +2,8 @@
 //
 // A scenario is a function that sets something up, calls operations of one module, and checks what
 // they promise. It runs once undisturbed, then with the first, the second, ... call of each service
-// failing, once alone and once with all that follow, until the failure no longer comes to pass.
-// Only calls made by WYX_CALL are disturbed, and each of them is counted as tried.
+// failing, once alone and once with all that follow, until the failure no longer occurs. Only calls
+// made by WYX_CALL are disturbed, and each of them is counted as tried.
 #ifndef WYX_TESTS_FAILURES_TRIAL_H
 #define WYX_TESTS_FAILURES_TRIAL_H
 

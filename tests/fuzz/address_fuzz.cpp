@@ -1,6 +1,6 @@
 // The scanner and both address parsers on one text, against the model of their grammar.
 //
-// The text stands in a block that ends with its terminator: no byte behind that may be read.
+// The text is in a block that ends with its terminator: no byte after that may be read.
 #include "../ip4_ip6_parser/address_model.h"
 #include "fuzz_support.h"
 #include "wyx_commlib/ip4_ip6_parser.h"
@@ -12,7 +12,7 @@ using fuzz::Text;
 
 constexpr QAL_UINT16 kUntouched = 0xA55A;
 
-/// A reader's cursor at the start of a text, and where it stands afterwards.
+/// A reader's cursor at the start of a text, and where it is afterwards.
 class Cursor {
   public:
     explicit Cursor(std::string_view text)

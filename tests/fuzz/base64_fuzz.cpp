@@ -1,5 +1,5 @@
-// Base64 both ways, on blocks of exactly the bytes that may be read, with the allocation failing
-// where the input says so.
+// Base64 both ways, on blocks of exactly the bytes that may be read, with the allocation failing if
+// the input says so.
 #include "../base64/base64_models.h"
 #include "fuzz_support.h"
 #include "platform_double.h"
@@ -41,7 +41,7 @@ Result Encode(std::string_view bytes)
     return Taken(lLen, pucOutput, 4 * bytes.size() / 3 + 5);
 }
 
-/// @p text includes the byte beyond its length.
+/// @p text includes the byte after its length.
 Result Decode(std::string_view text)
 {
     const Block block(text);

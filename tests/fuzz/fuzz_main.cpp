@@ -1,4 +1,4 @@
-// The door of libFuzzer into a program that holds one target.
+// libFuzzer's entry point to a program with one target.
 #include <cstddef>
 #include <cstdlib>
 

@@ -1,8 +1,8 @@
 // What the fuzz targets share: how a target is written, and how its input is read as a program.
 //
 // A target is a function of bytes that compares the library with a model by the checks of
-// GoogleTest. Built with libFuzzer each target is a program of its own (fuzz_main.cpp); built
-// without it they run over their corpora in one ordinary test (fuzz_replay_test.cpp).
+// GoogleTest. With libFuzzer, each target is a program of its own (fuzz_main.cpp); without it, all
+// run over their corpora in one ordinary test (fuzz_replay_test.cpp).
 #ifndef WYX_TESTS_FUZZ_FUZZ_SUPPORT_H
 #define WYX_TESTS_FUZZ_FUZZ_SUPPORT_H
 
@@ -19,7 +19,8 @@
 
 namespace wyx::test::fuzz {
 
-/// The bytes of one input, taken from the front; at its end every answer is the smallest.
+/// The bytes of one input, taken from the front; after its end every answer is the smallest
+/// possible.
 class Input {
   public:
     explicit Input(std::string_view bytes) : bytes_(bytes) {}
@@ -60,7 +61,7 @@ class Input {
     std::string_view bytes_;
 };
 
-/// A block of exactly the size of what it holds, so that a sanitizer sees a step outside.
+/// A block of exactly the size of its content, so that a sanitizer notices an access outside it.
 class Block {
   public:
     explicit Block(std::string_view bytes)
@@ -95,8 +96,8 @@ inline std::map<std::string, Target> &Targets()
     return targets;
 }
 
-/// Runs a target on one input, with a fresh platform double before it and the proof that nothing
-/// is held behind it.
+/// Runs a target on one input, with a fresh platform double before it and the proof that nothing is
+/// held after it.
 void RunTarget(Target target, std::string_view bytes);
 
 } // namespace wyx::test::fuzz

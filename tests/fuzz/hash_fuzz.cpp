@@ -1,7 +1,7 @@
 #include "../hash/hash_calls.h"
 #include "fuzz_support.h"
 
-// The table, and then a program of calls on it, those of callbacks included.
+// The table, and then a program of calls on it, including those made by callbacks.
 WYX_FUZZ_TARGET(hash)
 {
     using namespace wyx::test::hash;

@@ -1,5 +1,5 @@
-// A life of a document as the input tells it: load, look up, edit, save and load again, each step
-// beside the model, with allocations and file calls failing here and there.
+// The life of a document, directed by the input: load, look up, edit, save and load again, each
+// step beside the model, with allocations and file calls failing here and there.
 #include "../ini_parser/ini_support.h"
 #include "../ini_parser/models.h"
 #include "fuzz_support.h"
@@ -14,7 +14,7 @@ constexpr char kTarget[] = "dir.d/conf.ini";
 constexpr char kNewFile[] = "dir.d/conf1700000000123.ibk";
 constexpr QAL_UINT64 kTime = 1700000000123;
 
-/// A name or value: mostly one of a few, so that steps meet each other's lines.
+/// A name or value: mostly one of a few, so that steps find each other's lines.
 Line TextOf(Input &input)
 {
     static constexpr std::string_view kFew[] = {"a", "A", "b",   "k",  "key", " x ",
@@ -54,7 +54,7 @@ class Life {
     }
 
   private:
-    /// Lets an allocation of the step to come fail, in about one step of four.
+    /// Makes an allocation of the next step fail, in about one step of four.
     model::Heap Plan()
     {
         const QAL_UINT32 ulPlan = input_.Below(64);
@@ -68,7 +68,7 @@ class Life {
         return model::Heap(ulFailAt, failure);
     }
 
-    /// The step ended as the model's, with the same document and the same calls for memory.
+    /// The step ended like the model's, with the same document and the same memory calls.
     void Compare(QAL_UINT32 ulStatus, QAL_UINT32 ulExpected, const model::Heap &heap)
     {
         EXPECT_EQ(ulStatus, ulExpected);
@@ -84,7 +84,7 @@ class Life {
         model::Heap heap = Plan();
         const QAL_UINT32 ulStatus = XELP_IniGetFileContent(kTarget, &doc_);
         Compare(ulStatus, model::Load(Disk()[kTarget], expected_, heap), heap);
-        if (doc_.pStrLine == nullptr) { // the steps to come need a document
+        if (doc_.pStrLine == nullptr) { // the next steps need a document
             Disk()[kTarget] = "[a]\r\nk = 1 ;one\r\n; two\r\n\r\n[A]\nk=2\nkey = \\\n3";
             platform_.StartRecording();
             model::Heap enough;
@@ -268,7 +268,7 @@ class Life {
         }
     }
 
-    /// Saves, with one call of the platform failing perhaps, and looks at the disk.
+    /// Saves, perhaps with one call to the platform failing, and checks the disk.
     void Save()
     {
         const std::string old = Disk()[kTarget];
@@ -280,7 +280,7 @@ class Life {
             case 0:
                 platform_.Fail(Service::kAllocate, 1);
                 break;
-            case 1: // the first open only asks whether the new file is there
+            case 1: // the first open only probes for the new file
                 platform_.Fail(Service::kOpen, 2);
                 break;
             case 2:

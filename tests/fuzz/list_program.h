@@ -7,7 +7,7 @@
 
 namespace wyx::test {
 
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ListTest); // only its random calls are of use here
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ListTest); // only its random calls are used here
 
 } // namespace wyx::test
 

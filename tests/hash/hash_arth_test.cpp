@@ -1,4 +1,4 @@
-// The hash table, through its header and behind its handle.
+// The hash table, through its calls and by looking at its record.
 //
 // Keys are strings of one letter, and so are user nodes; hash_calls.h says how tables are written.
 #include "wyx_commlib/hash.h"
@@ -29,7 +29,7 @@ struct Copy {
     const void *pSrc;
     QAL_ULONG ulCount;
 };
-std::vector<Copy> g_copies; // what wyx_memcpy_s() was asked for
+std::vector<Copy> g_copies; // the calls of wyx_memcpy_s()
 
 class HashTest : public PlatformTest {
   protected:
@@ -87,7 +87,7 @@ class HashTest : public PlatformTest {
         return ulStatus;
     }
 
-    /// Makes the table anew and saves the letters in their order; the cursor goes to @p chCursor.
+    /// Creates a new table and saves the letters in order; the cursor goes to @p chCursor.
     void Build(QAL_UINT32 ulHashSize, std::string_view letters, char chCursor = '\0')
     {
         Drop();
@@ -106,7 +106,7 @@ class HashTest : public PlatformTest {
 
     std::string Text() { return TextOf(table); }
 
-    /// The memory calls of the record: those of the table by their kind, those of a callback "key".
+    /// The recorded memory calls: those of the table by their kind, those of a callback as "key".
     std::string MemoryCalls() const
     {
         std::string text;
@@ -121,7 +121,7 @@ class HashTest : public PlatformTest {
     }
 
     void *table = nullptr;
-    char chResult = kUntouched; ///< the letter of the result of the last call that has one
+    char chResult = kUntouched; ///< the letter of the last call's result, if it has one
 };
 
 // ---- Init ----
@@ -399,9 +399,9 @@ TEST_F(HashSearch, DoesWhatTheTableSays)
         QAL_UINT32 ulStatus;
         const char *pszRemoved; // the table after a removal
         const char *pszQueried; // the table after a query
-        const char *pszCalls;   // of either, without the releases
+        const char *pszCalls;   // of both, without the releases
     } aCase[] = {
-        // an empty table is that before the key is hashed
+        // an empty table is recognised before the key is hashed
         {"", '\0', 'a', XELP_ERR_HASH_NULL, "||", "||", ""},
         {"a", 'a', 'b', XELP_ERR_HASH_FIND, "[a]||", "[a]||", "hb "},
         {"adb", 'b', 'g', XELP_ERR_HASH_FIND, "da|[b]|", "da|[b]|", "hg g=d g=a "},
@@ -496,7 +496,7 @@ TEST_F(HashSearch, ReleasesRunInTheStatedOrder)
     EXPECT_FALSE(platform.SizeOf(pRemoved).has_value());
 
     g_onRelease = [&](char chWhat, char) {
-        if (chWhat == 'n') { // all done: it may use the table
+        if (chWhat == 'n') { // the removal is complete: the callback may use the table
             EXPECT_EQ(Text(), "g|b|");
             EXPECT_EQ(Save('h'), 0U);
         }
@@ -657,7 +657,7 @@ TEST_F(HashNumbers, NullIsRefused)
 
 // ---- walks ----
 
-/// A walk whose callback notes the letters it visits and does what a test says.
+/// A walk whose callback records the letters it visits and does what a test requests.
 struct Walker {
     std::function<QAL_UINT32(char)> onVisit = nullptr;
     std::string visited = "";
@@ -741,7 +741,7 @@ TEST_F(HashWalk, StopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
 
 TEST_F(HashWalk, GoesOnWhereTheCursorIs)
 {
-    bool isDone = false; // for what is to happen once
+    bool isDone = false; // for what happens only once
     const auto at = [&](char chAt, std::function<void()> act) {
         return [&isDone, chAt, act](char ch) {
             if (ch == chAt && !isDone) {
@@ -770,8 +770,8 @@ TEST_F(HashWalk, GoesOnWhereTheCursorIs)
         {"deletes a middle one", at('d', deleteCurrent), "gdaebc", "ga|eb|[c]"},
         {"deletes the oldest of a bucket", at('a', deleteCurrent), "gdaebc", "gd|eb|[c]"},
         {"deletes the last entry", at('c', deleteCurrent), "gdaebc", "gda|eb|"},
-        {"removes the next one: goes on with its successor", at('g', [&] { remove('d'); }), "gaebc",
-         "ga|eb|[c]"},
+        {"removes the next one: continues with its successor", at('g', [&] { remove('d'); }),
+         "gaebc", "ga|eb|[c]"},
         {"removes one of another bucket: the rest of that, then the next bucket",
          at('g', [&] { remove('e'); }), "gbbc", "gda|b|[c]"},
         {"removes the oldest of another bucket: this one is done", at('g', [&] { remove('b'); }),
@@ -781,11 +781,11 @@ TEST_F(HashWalk, GoesOnWhereTheCursorIs)
          "gdaebc", "gda|eb|[c]"},
         {"queries one of a later bucket: the rest of that, then the next bucket",
          at('g', [&] { query('b'); }), "gbebc", "gda|eb|[c]"},
-        {"queries one of an earlier bucket: goes on with it", at('e', [&] { query('d'); }),
+        {"queries one of an earlier bucket: continues with it", at('e', [&] { query('d'); }),
          "gdaedac", "gda|eb|[c]"},
-        {"saves to the same bucket: starts that again", at('d', [&] { save('j'); }), "gdjgdaebc",
+        {"saves to the same bucket: starts it again", at('d', [&] { save('j'); }), "gdjgdaebc",
          "jgda|eb|[c]"},
-        {"saves to a later bucket: goes on there", at('d', [&] { save('h'); }), "gdhebhebc",
+        {"saves to a later bucket: continues there", at('d', [&] { save('h'); }), "gdhebhebc",
          "gda|heb|[c]"},
         {"saves and comes back",
          at('d',
@@ -822,7 +822,7 @@ TEST_F(HashWalk, GoesOnWhereTheCursorIs)
     }
 }
 
-/// Whether the new entry lies where the removed one lay decides; both walks are as they must be.
+/// It depends on whether the new entry has the removed one's address; both walks are correct.
 TEST_F(HashWalk, ComparesAddressesWhenTheCurrentEntryIsReplaced)
 {
     Build(3, "ad");
@@ -859,7 +859,7 @@ TEST_F(HashMemory, EverySiteHasItsLine)
             lines.insert(event.line);
         }
     }
-    // the table, key copies and nodes taken; a copy given back; nodes unlinked and torn down; the
+    // the table, key copies and nodes allocated; a copy returned; nodes unlinked and torn down; the
     // table
     EXPECT_EQ(lines.size(), 7U);
 }
@@ -887,7 +887,7 @@ TEST_F(HashRandom, CallsMatchAPlainModel)
 } // namespace
 } // namespace wyx::test::hash
 
-/// Takes the place of the adapter's, to note what it is asked for.
+/// Replaces the adapter's, to record the calls.
 extern "C" QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc,
                                   QAL_ULONG ulCount)
 {

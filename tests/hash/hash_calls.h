@@ -1,9 +1,9 @@
 // Calls on a hash table of letters beside a plain model, and the callbacks of such a table.
 //
-// A key begins with a letter and is the key of that letter, whatever comes behind it; its hash
-// value is the letter's place in the alphabet, 'a' being 0. A table is written bucket by bucket,
-// each from its newest entry to its oldest, with the cursor in brackets: three buckets after saving
-// a, b and d are "[d]a|b|".
+// A key begins with a letter and is the key of that letter, whatever follows it; its hash value is
+// the letter's place in the alphabet, 'a' being 0. A table is written bucket by bucket, each from
+// its newest entry to its oldest, with the cursor in brackets: three buckets after saving a, b and
+// d are "[d]a|b|".
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H
 #define WYX_TESTS_HASH_HASH_CALLS_H
 
@@ -25,9 +25,9 @@ namespace wyx::test::hash {
 
 // ---- callbacks ----
 
-/// What they were called for: "hX" hash, "X=Y" comparison, "kX" and "nX" releases.
+/// The calls of the callbacks: "hX" hash, "X=Y" comparison, "kX" and "nX" releases.
 inline std::string g_calls;
-/// What a release does besides: "k" or "n", the letter.
+/// What a release does in addition; called with "k" or "n" and the letter.
 inline std::function<void(char, char)> g_onRelease;
 inline QAL_UINT32 g_hashStatus = 0; ///< what the hash function returns
 inline QAL_UINT32 g_hashBase = 0;   ///< what it adds to each value
@@ -76,7 +76,7 @@ inline void ReleaseNode(void *pUserNode)
     Release('n', Letter(pUserNode));
 }
 
-/// Forgets what an earlier test has set and seen.
+/// Resets what an earlier test has set and recorded.
 inline void ResetCallbacks()
 {
     g_calls.clear();
@@ -90,7 +90,7 @@ inline QAL_UINT32 InitLetters(QAL_UINT32 ulHashSize, void **ppTable)
     return XELP_Hash_Init(ulHashSize, HashLetter, CompareLetters, ReleaseKey, ReleaseNode, ppTable);
 }
 
-/// A key of one letter. The library takes keys as not constant, and never writes to them.
+/// A key of one letter. The library takes keys as non-const but never writes to them.
 struct Key {
     explicit Key(char ch) : szText{ch, '\0'} {}
     char szText[2];
@@ -115,7 +115,7 @@ inline void ForEachNode(const void *pTable,
     }
 }
 
-/// Reads the table behind a handle and checks all of it that its text does not show.
+/// Reads the table of a handle and checks everything that its text does not show.
 inline std::string TextOf(const void *pTable)
 {
     const Hash_S_Head &head = HeadOf(pTable);
@@ -154,8 +154,8 @@ inline std::vector<void *> KeyCopiesOf(const void *pTable)
 
 // ---- a plain model, and random calls beside it ----
 
-/// Calls on an empty table, chosen at random, each done to plain vectors as well and compared.
-/// Nothing else may hold blocks of the platform double.
+/// Random calls on an empty table, each also made on plain vectors and compared. Nothing else may
+/// hold blocks of the platform double.
 class RandomCalls {
   public:
     RandomCalls(void *pTable, Random &random)
@@ -216,7 +216,7 @@ class RandomCalls {
         Compare();
     }
 
-    /// Tears the table down. Key copies that are left by the flag are released here.
+    /// Tears the table down. Key copies that the flag leaves are released here.
     void DeInit(QAL_UINT32 ulFlag)
     {
         std::string calls;
@@ -239,7 +239,7 @@ class RandomCalls {
   private:
     static constexpr QAL_UINT32 kLetters = 20;
     static constexpr int kMaxDepth = 2;   // of calls in callbacks
-    static constexpr int kMaxVisits = 30; // a callback may move a walk back for ever
+    static constexpr int kMaxVisits = 30; // a callback may move a walk back forever
 
     struct Entry {
         char ch;
@@ -264,7 +264,7 @@ class RandomCalls {
 
     Bucket &BucketOf(char ch) { return buckets_[HashOf(ch) % buckets_.size()]; }
 
-    /// The place of a letter in a bucket; behind its end if there is none.
+    /// The place of a letter in a bucket; its end if there is none.
     static std::size_t PlaceIn(const Bucket &bucket, char ch)
     {
         const auto it = std::find_if(bucket.begin(), bucket.end(),
@@ -272,7 +272,7 @@ class RandomCalls {
         return static_cast<std::size_t>(it - bucket.begin());
     }
 
-    /// What a search among entries has to do and to find.
+    /// What a search among entries must do and find.
     Found Find(char ch)
     {
         Found found = {XELP_ERR_HASH_HASHVALUE, 0, {'h', ch, ' '}};
@@ -321,7 +321,7 @@ class RandomCalls {
                                       : found.ulStatus != XELP_ERR_HASH_FIND ? found.ulStatus
                                       : ulFailAt != 0 ? QAL_UINT32{XELP_ERR_HASH_MEMORY}
                                                       : 0U;
-        std::vector<char> key(1 + random_.UpTo(40)); // not terminated, so that no byte may be added
+        std::vector<char> key(1 + random_.UpTo(40)); // not terminated: no byte may be added
         for (std::size_t i = 0; i < key.size(); ++i) {
             key[i] = static_cast<char>(static_cast<unsigned char>(ch) + 7 * i);
         }
@@ -357,7 +357,7 @@ class RandomCalls {
         cursor_ = found.ulStatus == 0 ? ch : cursor_;
     }
 
-    /// Takes an entry out of the model; the cursor goes to the next of the bucket.
+    /// Removes an entry from the model; the cursor goes to the next one of the bucket.
     void Forget(Bucket &bucket, std::size_t place)
     {
         bucket.erase(bucket.begin() + static_cast<std::ptrdiff_t>(place));
@@ -416,7 +416,7 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// @p isInBucket: is the entry in the bucket that the hash function gives now?
+    /// @p isInBucket: is the entry in the bucket that the hash function now returns?
     void RemoveCurrent(bool isInBucket = true)
     {
         const char ch = cursor_;
@@ -440,7 +440,7 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// The hash function changes its mind about the entry at the cursor.
+    /// The hash function returns another value for the entry at the cursor.
     void RemoveCurrentWithAnotherHash()
     {
         const QAL_UINT32 ulBase = g_hashBase;
@@ -519,16 +519,16 @@ class RandomCalls {
         EXPECT_EQ(ulNumber, buckets_.size());
     }
 
-    /// A walk whose callback does random calls, and stops where it would go on for too long.
+    /// A walk whose callback does random calls, and stops before it would go on for too long.
     struct WalkState {
         RandomCalls &calls;
-        char chNext = '\0';         ///< where the walk goes on in its chain
-        std::size_t nextBucket = 0; ///< and where when that is done
+        char chNext = '\0';         ///< where the walk continues in its chain
+        std::size_t nextBucket = 0; ///< and where after the end of the chain
         int visits = 0;
         bool hasStopped = false;
         void *pOther = nullptr;
 
-        /// The letter that is to be visited now.
+        /// The letter to be visited now.
         char Expected()
         {
             while (chNext == '\0' && nextBucket < calls.buckets_.size()) {
@@ -570,7 +570,7 @@ class RandomCalls {
         const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
         StepInCallback(2);
         g_calls.clear();
-        // The same address means the same entry here, also for one that has just moved in there.
+        // The same address means the same entry here, even if the entry is new at that address.
         walk.chNext = cursor_;
         if (cursor_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
             const Bucket &bucket = BucketOf(cursor_);
@@ -587,7 +587,7 @@ class RandomCalls {
     Random &random_;
     std::vector<Bucket> buckets_;
     char cursor_ = '\0';
-    std::string awaited_; // the calls up to the release of a user node that is to come
+    std::string awaited_; // the calls before the next release of a user node
     bool grows_ = true;
     int depth_ = 0;
 };

@@ -1,5 +1,5 @@
-// What the hash table leaves in the blocks it gives back: this executable stands in front of the
-// adapter's release, as an adapter does that keeps released blocks to look at.
+// What the hash table leaves in the blocks it releases: this executable replaces the adapter's
+// release, as an adapter does that keeps released blocks for inspection.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -4,7 +4,7 @@
 #
 #     check_headers.sh C_COMPILER CXX_COMPILER SOURCE_FOLDER WORK_FOLDER
 #
-# Ends with 77 where a compiler is missing.
+# Exits with 77 if a compiler is missing.
 set -euo pipefail
 
 declare -A compiler=([c]=$1 [c++]=$2)
@@ -34,7 +34,7 @@ checked=0
 for standard in c99 c11 c17 c++11 c++14 c++17 c++20; do
     language=c
     [[ $standard == c++* ]] && language=c++
-    # Without the compiler's own search path: a header may drag in no header but ours.
+    # Without the compiler's own search path: a header must only include ours.
     if "${compiler[$language]}" -x "$language" -std="$standard" -fsyntax-only -nostdinc \
         -Wall -Wextra -Wpedantic -Wconversion -Wundef -Werror \
         -I "$source_folder/include" -I "$source_folder/platform" "${units[@]}"; then

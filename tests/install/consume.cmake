@@ -1,5 +1,5 @@
-# Builds and runs the consumer in one of its ways, or runs the installed tool. Run as a script by
-# CTest.
+# Builds and runs the consumer in one of its ways, or runs the installed tool. CTest runs it as a
+# script.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -17,7 +17,7 @@ file(MAKE_DIRECTORY "${WORK_DIR}/run")
 if(WAY MATCHES "subdirectory$")
     set(arguments -D "WYX_SOURCE_DIR=${SOURCE_DIR}")
 else()
-    # Nothing may depend on where the tree was installed first.
+    # Nothing may depend on where the tree was first installed.
     run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component runtime)
     if(WAY STREQUAL tool)
         set(component tool)
@@ -28,13 +28,13 @@ else()
         --component ${component})
     set(arguments -D "CMAKE_PREFIX_PATH=${WORK_DIR}/moved")
     if(WAY MATCHES "^static")
-        # Who asks for the archives where they are not installed is refused.
+        # A request for the archives is refused if they are not installed.
         execute_process(COMMAND ${CMAKE_COMMAND} -S "${project}" -B "${WORK_DIR}/without"
                 -G "${GENERATOR}" -D "CMAKE_C_COMPILER=${C_COMPILER}"
                 -D "CMAKE_PREFIX_PATH=${WORK_DIR}/first"
             RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE message)
         if(rc EQUAL 0 OR NOT message MATCHES "component static is not installed")
-            message(FATAL_ERROR "the archives are missing, and that is not said: ${message}")
+            message(FATAL_ERROR "the archives are missing, but the message does not say so: ${message}")
         endif()
         run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first"
             --component static)
@@ -55,13 +55,13 @@ function(check_static program)
 endfunction()
 
 if(WAY STREQUAL find_package)
-    # It finds the adapter by its own place.
+    # It finds the adapter relative to itself.
     execute_process(COMMAND "${WORK_DIR}/moved/${BINDIR}/wyx-adapter-suite" OUTPUT_QUIET
         COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 if(WAY STREQUAL tool)
-    unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries by its own place
+    unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries relative to itself
     run("${WORK_DIR}/moved/${BINDIR}/wyx" --version)
     set(files bash-completion/completions/wyx)
     if(HAS_MANUALS)
@@ -107,7 +107,7 @@ else()
             -D "CMAKE_CXX_COMPILER=${CXX_COMPILER}" ${arguments}
         ERROR_VARIABLE messages ECHO_ERROR_VARIABLE COMMAND_ERROR_IS_FATAL ANY)
     if(WAY STREQUAL static_subdirectory AND NOT messages MATCHES "link wyx::commlib_static")
-        message(FATAL_ERROR "BUILD_SHARED_LIBS=OFF was ignored in silence")
+        message(FATAL_ERROR "BUILD_SHARED_LIBS=OFF was silently ignored")
     endif()
     run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
     run(${CMAKE_CTEST_COMMAND} --test-dir "${WORK_DIR}/build" --no-tests=error --output-on-failure)

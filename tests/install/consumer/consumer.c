@@ -1,4 +1,4 @@
-/* Uses something of the library and of the adapter; 0 if both work. */
+/* Uses the library and the adapter; returns 0 if both work. */
 #include <stdio.h>
 #include <string.h>
 

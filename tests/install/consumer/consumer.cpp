@@ -1,4 +1,4 @@
-// Uses something of the library; 0 if it works.
+// Uses the library; returns 0 if it works.
 #include <string>
 
 #include "wyx_commlib/commlib.h"
