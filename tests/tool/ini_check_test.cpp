@@ -56,6 +56,7 @@ TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
         {"CommaWithoutBlank", "[a]\nk=a,b\n", "2 180\n"},
         {"OpenQuote", "[a]\nk=\"x\n", "2 180\n"},
         {"CommentWithoutBlank", "[a]\nk=a;b\n", "2 190\n"},
+        {"SemicolonBeforeComment", "[a]\nu=h;b ;c\n", "2 190\n2 semicolon-before-comment\n"},
         {"AllOfThem", "k=1\n[a\ngarbage\n\n; c\na b=1\nk=a,b\nk=a;b\n",
          "1 60\n2 110\n3 160\n6 120\n7 180\n7 key-again\n8 190\n8 key-again\n"},
         {"BehindContinuations", "[a]\nx=1\\\n2\\\n3\ny\n", "2 continuation\n5 160\n"},
@@ -115,6 +116,10 @@ TEST_F(IniCheckToolTest, WarningsOfWhatWouldNotSurviveASave)
         {"KeyAgain", "[a]\nk=1\nK=2\n", "3 key-again\n"},
         {"TabBeforeComment", "[a]\nk=1\t;c\n", "2 tab-before-comment\n"},
         {"QuoteInComment", "[a]\nk=1 ;\"c\"\n", "2 quoted-comment\n"},
+        {"QuotedSemicolonBeforeComment", "[a]\nk= \"a;b\" ;c\n", "2 semicolon-before-comment\n"},
+        {"QuotedSemicolonAndQuoteInComment", "[a]\nk=\"a\" ;\"c\n", "2 quoted-comment\n"},
+        {"QuotedComment", "[a]\nk=\"a ;b\"\n", ""},
+        {"QuotedTab", "[a]\nk=\"a\t;b\", c\n", ""},
     };
     for (const Case &sample : cases) {
         SCOPED_TRACE(sample.name);

@@ -162,7 +162,7 @@ class Trial:
             def is_value(old, new):
                 lines = value.split('\n')
                 size = sum(map(len, value.encode('utf-8', 'surrogateescape').split(b'\n')))
-                return len(new) <= len(VALUE) and len(old) <= size + 200 * len(lines)
+                return len(new) <= len(VALUE) + 2 and len(old) <= size + 200 * len(lines)
 
             def is_deleted(old, new):
                 return new == b'' and len(old) <= len(value) * 4 + len(key) * 4 + 300

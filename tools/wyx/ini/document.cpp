@@ -97,17 +97,6 @@ std::vector<Range> RangesOf(const IniSource &source, const StoredLines &stored)
 
 } // namespace
 
-IniDocument::IniDocument(const IniSource &source)
-{
-    const QAL_UINT32 ulStatus = XELP_IniGetFileContent(source.LoadName().c_str(), &record_);
-    if (ulStatus == XELP_ERR_INI_OPEN_FILE) {
-        throw Failure(ExitCode::kIo, "cannot read '" + source.Name() + "'");
-    }
-    if (ulStatus != XELP_ERR_INI_OK) {
-        throw LineFailure(source, ulStatus);
-    }
-}
-
 IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts)
 {
     // A document without lines, to fill by hand.
@@ -133,26 +122,6 @@ IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts>
 IniDocument::~IniDocument()
 {
     XELP_IniFreeIniStruct(&record_);
-}
-
-std::vector<std::string> IniDocument::Lines() const
-{
-    std::vector<std::string> lines;
-    for (const QAL_UINT32 ulSlot : Slots()) {
-        lines.emplace_back(record_.pStrLine[ulSlot]);
-    }
-    return lines;
-}
-
-std::vector<QAL_UINT32> IniDocument::Slots() const
-{
-    std::vector<QAL_UINT32> slots;
-    for (QAL_UINT32 i = 0; i < record_.ulLineNum; ++i) {
-        if (record_.pStrLine[i] != nullptr) {
-            slots.push_back(i);
-        }
-    }
-    return slots;
 }
 
 std::vector<std::string> IniDocument::Sections(const IniSource &source) const
@@ -196,11 +165,6 @@ Lookup IniDocument::Find(const std::string &section, const std::string &key) con
         XELP_IniGetKeyValue(&record_, section.c_str(), key.c_str(), &pszValue);
     const LibraryText owned(pszValue);
     return {ulStatus, ValueOf(pszValue)};
-}
-
-QAL_UINT32 IniDocument::Save(const std::string &path)
-{
-    return XELP_IniSaveFileContent(path.c_str(), &record_);
 }
 
 void RequireText(const IniSource &source)

@@ -26,9 +26,6 @@ constexpr const char *kNobodysHeader = "[\n]\n";
 /// A document of the library.
 class IniDocument {
   public:
-    /// Loads all lines of a file.
-    /// @throws Failure that names the line at which the file does not load
-    explicit IniDocument(const IniSource &source);
     /// Holds the lines that the library can read: slot i is line i. The slots of the others are
     /// empty, as if those lines had been removed, and every call walks over them. A header that
     /// cannot be read is nobody's, so that the keys after it do not fall to the section before it.
@@ -38,12 +35,6 @@ class IniDocument {
     IniDocument &operator=(IniDocument &&) = delete;
 
     XELP_IN_S_INI_FILE_STRUCT *Record() { return &record_; }
-    const XELP_IN_S_INI_FILE_STRUCT *Record() const { return &record_; }
-
-    /// The stored lines, without the slots of removed ones.
-    std::vector<std::string> Lines() const;
-    /// The slots of Lines().
-    std::vector<QAL_UINT32> Slots() const;
 
     /// The names of all sections, none if there are none.
     /// @throws Failure
@@ -54,10 +45,6 @@ class IniDocument {
 
     /// Looks up a key.
     Lookup Find(const std::string &section, const std::string &key) const;
-
-    /// Saves and releases the document.
-    /// @return the library's status
-    QAL_UINT32 Save(const std::string &path);
 
   private:
     XELP_IN_S_INI_FILE_STRUCT record_ = {};

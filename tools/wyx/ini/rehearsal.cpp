@@ -1,13 +1,8 @@
 #include "ini/rehearsal.h"
 
 #include <algorithm>
-#include <cerrno>
 
 #include "ini/text.h"
-#include "os_adapter.h"
-#include "system/file_input.h"
-#include "system/temp_directory.h"
-#include "system/terminal.h"
 
 namespace wyx::tool {
 
@@ -16,37 +11,24 @@ namespace {
 constexpr std::size_t kPiece = 78; // what is folded off, or one byte more
 constexpr std::string_view kFold = "\\\n";
 
-void Save(const std::vector<std::string> &lines, const std::string &path)
-{
-    XELP_S_File *const pstruFile = XELP_Fopen(path.c_str(), "w");
-    if (pstruFile == nullptr) {
-        throw SystemFailure("cannot create " + Quoted(path), errno);
-    }
-    QAL_UINT32 ulStatus = XELP_ERR_INI_OK;
-    for (std::string line : lines) {
-        if (ulStatus == XELP_ERR_INI_OK) {
-            ulStatus = IniSaveStringToIniFile(pstruFile, line.data());
-        }
-    }
-    if (XELP_Fclose(pstruFile) != 0 || ulStatus != XELP_ERR_INI_OK) {
-        throw SystemFailure("cannot write " + Quoted(path), errno);
-    }
-}
-
-/// Tells from the written bytes where a line was folded.
-SavedLine Unfold(const std::string &line, std::string_view written)
+/// A line as the library's save lays it out: pieces of 78 bytes, or 79 where the 78th is the first
+/// of a pair of bytes from 0x80 on. IniSaveStringToIniFile() would do it, but in a file on disk.
+SavedLine Fold(std::string_view line)
 {
     SavedLine saved;
-    std::size_t done = 0;
-    std::size_t at = 0;
-    while (line.size() - done >= kFolded) {
-        const std::size_t piece =
-            written.substr(at + kPiece).starts_with(kFold) ? kPiece : kPiece + 1;
-        done += piece;
-        at += piece + kFold.size();
-        saved.folds.push_back(done);
+    std::size_t begin = 0;
+    while (line.size() - begin >= kFolded) {
+        std::size_t high = 0; // bytes from 0x80 on at the end of the piece
+        while (high < kPiece &&
+               static_cast<unsigned char>(line[begin + kPiece - 1 - high]) >= 0x80) {
+            ++high;
+        }
+        const std::size_t piece = kPiece + high % 2;
+        saved.bytes.append(line.substr(begin, piece)).append(kFold);
+        begin += piece;
+        saved.folds.push_back(begin);
     }
-    saved.bytes = written.substr(0, at + line.size() - done);
+    saved.bytes.append(line.substr(begin));
     return saved;
 }
 
@@ -61,19 +43,13 @@ bool IsOddBackslashes(std::string_view text)
 
 Rehearsal Rehearse(const std::vector<std::string> &lines)
 {
-    const IniSource source = [&] {
-        const TempDirectory directory;
-        const std::string path = directory.Path() + "/rehearsal.ini";
-        Save(lines, path);
-        return IniSource(path);
-    }();
     Rehearsal rehearsal;
-    std::string_view written = source.Bytes();
+    std::string bytes;
     for (const std::string &line : lines) {
-        rehearsal.saved.push_back(Unfold(line, written));
-        written.remove_prefix(rehearsal.saved.back().bytes.size());
+        rehearsal.saved.push_back(Fold(line));
+        bytes += rehearsal.saved.back().bytes;
     }
-    rehearsal.reloaded = ReadStoredLines(source).Texts();
+    rehearsal.reloaded = ReadStoredLines(IniSource::OfBytes({}, std::move(bytes))).Texts();
     return rehearsal;
 }
 

@@ -1,4 +1,4 @@
-// What a save would make of lines, found out by saving them to a file of their own.
+// What a save of the library would make of lines.
 #ifndef WYX_TOOL_INI_REHEARSAL_H
 #define WYX_TOOL_INI_REHEARSAL_H
 
@@ -23,8 +23,7 @@ struct Rehearsal {
     std::vector<std::string> reloaded; // the lines that a load makes of it
 };
 
-/// Saves lines and loads them again.
-/// @throws Failure if there is no room for a temporary file
+/// Lays lines out as a save does, and lets the library load the result.
 Rehearsal Rehearse(const std::vector<std::string> &lines);
 
 /// The first line that does not come back, up to its line end, or nothing if all of them do.

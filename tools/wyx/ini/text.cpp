@@ -61,9 +61,9 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
 
 } // namespace
 
-IniSource::IniSource(const std::string &path, const std::string &name)
+IniSource::IniSource(const std::string &name)
     : IniSource(name == "-" ? "(standard input)" : Shown(name),
-                Content{ReadWhole(path, kLargestFile)})
+                Content{ReadWhole(name, kLargestFile)})
 {}
 
 IniSource IniSource::OfBytes(const std::string &name, std::string bytes)

@@ -26,9 +26,7 @@ class IniSource {
   public:
     /// Reads a file, or standard input for the name "-".
     /// @throws Failure
-    explicit IniSource(const std::string &name) : IniSource(name, name) {}
-    /// Reads a file that messages call by another name.
-    IniSource(const std::string &path, const std::string &name);
+    explicit IniSource(const std::string &name);
     /// Takes bytes that are in memory already; messages call them by the name of a file.
     static IniSource OfBytes(const std::string &name, std::string bytes);
 

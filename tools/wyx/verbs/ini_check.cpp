@@ -93,6 +93,35 @@ struct NameLess {
     }
 };
 
+/// Warns of a value that ends in what looks like a comment, outside quotation marks, and says why
+/// it is none.
+void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
+{
+    bool isQuoted = false;
+    bool isEarlier = false; // a ';' without a space before it, which ends the search for a comment
+    for (std::size_t at = 1; at < value.size(); ++at) {
+        const char before = value[at - 1];
+        isQuoted = isQuoted != (before == '"' && !value.substr(0, at - 1).ends_with('\\'));
+        if (value[at] != ';') {
+            continue;
+        }
+        if (!isQuoted && before == '\t') {
+            findings.Warning(line, "tab-before-comment",
+                             "lookups take the ';' after a tab for a part of the value");
+            return;
+        }
+        if (!isQuoted && before == ' ') {
+            findings.Warning(line, isEarlier ? "semicolon-before-comment" : "quoted-comment",
+                             isEarlier ? "lookups take ' ;' for a part of the value, as a ';' "
+                                         "without a space before it comes first"
+                                       : "lookups take ' ;' for a part of the value, as a '\"' "
+                                         "follows it");
+            return;
+        }
+        isEarlier = isEarlier || before != ' ';
+    }
+}
+
 /// What the lookups see otherwise than it looks.
 void WarnOfSurprises(const StoredLines &stored, Findings &findings)
 {
@@ -133,14 +162,8 @@ void WarnOfSurprises(const StoredLines &stored, Findings &findings)
                                  std::to_string(known->second) + ": lookups see the lowest only");
             known->second = line.first;
         }
-        const bool isQuoted = parts.value && parts.value->starts_with('"');
-        if (parts.value && !isQuoted && parts.value->find("\t;") != std::string::npos) {
-            findings.Warning(line.first, "tab-before-comment",
-                             "lookups take the ';' behind a tab for a part of the value");
-        }
-        if (parts.value && !isQuoted && parts.value->find(" ;") != std::string::npos) {
-            findings.Warning(line.first, "quoted-comment",
-                             "lookups take ' ;' for a part of the value, as a '\"' follows it");
+        if (parts.value) {
+            WarnOfComment(line.first, *parts.value, findings);
         }
     }
 }
