@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """Edits copies of real files with wyx, and looks with other programs at what came of them.
 
-  real_files.py WYX FILE_OR_FOLDER...
+  real_files.py [--most N] WYX FILE_OR_FOLDER...
 
 For every file that Python's configparser reads with sections: a new key, a changed key, a deleted
 key and a new section. Each time no other byte may change (one run of bytes is replaced, inserted or
 removed, and it is that of the line), every other value must be the same to configparser, and to git
 where it reads the file as configuration; and values that 'wyx ini get' and configparser both have
 must agree. A change that is refused is counted with its reason, and the file must be as it was.
-Exits with 1 if anything differs, or if more than one file in a hundred is refused.
+Exits with 1 if anything differs, or if more than one file in a hundred is refused; with 77 if there
+is no such file.
 """
 import collections
 import configparser
@@ -53,6 +54,8 @@ def parse(data):
 
 def git(path):
     """All values as git sees them, or None."""
+    if not shutil.which('git'):
+        return None
     run = subprocess.run(['git', 'config', '-z', '--file', str(path), '--list'],
                          capture_output=True)
     return run.stdout.split(b'\0') if run.returncode == 0 else None
@@ -175,12 +178,18 @@ class Trial:
 
 
 def main():
-    if len(sys.argv) < 3:
+    arguments = sys.argv[1:]
+    most = None
+    if arguments[:1] == ['--most']:
+        most = int(arguments[1])
+        arguments = arguments[2:]
+    if len(arguments) < 2:
         sys.exit(__doc__)
-    names = sys.argv[2:]
     with tempfile.TemporaryDirectory() as folder:
-        trial = Trial(os.path.abspath(sys.argv[1]), folder)
-        for path in candidates(names):
+        trial = Trial(os.path.abspath(arguments[0]), folder)
+        for path in candidates(arguments[1:]):
+            if trial.counts['files'] == most:
+                break
             try:
                 trial.file(path)
             except OSError as error:
@@ -195,7 +204,8 @@ def main():
     refused = trial.counts['files with a refusal']
     print(f'{files} files, {refused} of them with a refused edit, {len(trial.errors)} wrong')
     if files == 0:
-        sys.exit('no file was read')
+        print('skipped: no file that configparser reads')
+        sys.exit(77)
     sys.exit(1 if trial.errors or refused > max(1, files * MOST_REFUSED) else 0)
 
 
