@@ -439,9 +439,19 @@ TEST_F(IniEditToolTest, RefusesWhereTheOwnerCannotBeKept)
     ASSERT_EQ(chmod(name.c_str(), 0666), 0);
     const Outcome outcome = Wyx({"ini", "set", name, "a", "k=2"}, {.isNobody = true});
     EXPECT_EQ(outcome.code, kIo);
-    EXPECT_TRUE(Mentions(outcome.err, {"cannot keep the owner"}));
+    EXPECT_TRUE(Mentions(outcome.err, {"cannot keep the owner", "--in-place"}));
     EXPECT_EQ(Read(name), "[a]\nk=1\n");
     EXPECT_EQ(Names(), std::vector<std::string>{"f.ini"});
+    struct stat before = {};
+    ASSERT_EQ(stat(name.c_str(), &before), 0);
+    EXPECT_EQ(Wyx({"ini", "set", "--in-place", name, "a", "k=22"}, {.isNobody = true}).code, kOk);
+    EXPECT_EQ(Read(name), "[a]\nk=22\n");
+    EXPECT_EQ(Wyx({"ini", "del", "--in-place", name, "a", "k"}, {.isNobody = true}).code, kOk);
+    EXPECT_EQ(Read(name), "[a]\n");
+    struct stat after = {};
+    ASSERT_EQ(stat(name.c_str(), &after), 0);
+    EXPECT_EQ(after.st_uid, 1234U);
+    EXPECT_EQ(after.st_ino, before.st_ino);
 }
 
 TEST_F(IniEditToolTest, WhatCannotBeChanged)
@@ -509,6 +519,19 @@ TEST_F(IniEditToolTest, FullAndReadOnlyFileSystems)
               "full 3\n[a]\nk=1\nf.ini\nfiller\n"
               "read-only 3\n[a]\nk=1\nf.ini\n");
     EXPECT_TRUE(Mentions(outcome.err, {"No space left on device", "Read-only file system"}));
+}
+
+TEST_F(IniEditToolTest, SameValueTouchesNothingNotEvenTheTimes)
+{
+    const std::string name = Write("f.ini", "[a]\nk = 1 ;c\n");
+    struct stat before = {};
+    ASSERT_EQ(stat(name.c_str(), &before), 0);
+    EXPECT_EQ(Wyx({"ini", "set", name, "a", "K=1"}).code, kOk);
+    struct stat after = {};
+    ASSERT_EQ(stat(name.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
+    EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
 }
 
 TEST_F(IniEditToolTest, HardLinksAreTold)
