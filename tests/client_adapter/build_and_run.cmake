@@ -1,5 +1,5 @@
-# Builds the library on a client's own adapter in both possible ways, and runs the client: cmake
-# -DPROJECT_FOLDER=... -DBUILD_FOLDER=... -DGENERATOR=... -DC_COMPILER=... -DCXX_COMPILER=...
+# Builds the library on a client's own adapter in both possible ways, and runs the client:
+# cmake -DPROJECT_FOLDER=... -DBUILD_FOLDER=... -DGENERATOR=... -DC_COMPILER=... -DCXX_COMPILER=...
 #       -P build_and_run.cmake
 set(configure "${CMAKE_COMMAND}" -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=Release
     "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")

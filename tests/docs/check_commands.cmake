@@ -1,6 +1,6 @@
 # Checks that the documents' ctest commands for this build's preset find tests, and that every
-# preset they name exists: a command that finds no tests exits with 0 and looks like a pass. -D
-# BUILD_FOLDER=... -D CTEST=... -D SOURCE_FOLDER=...
+# preset they name exists: a command that finds no tests exits with 0 and looks like a pass.
+# -D BUILD_FOLDER=... -D CTEST=... -D SOURCE_FOLDER=...
 cmake_minimum_required(VERSION 3.25)
 
 file(GLOB_RECURSE pages "${SOURCE_FOLDER}/docs/*.md")

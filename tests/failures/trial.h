@@ -22,7 +22,7 @@ struct Fault {
     Service service = Service::kAllocate;
     QAL_UINT32 n = 0; ///< 0: none does
     Failure failure = Failure::kOnce;
-    QAL_UINT32 ulWritten = 0; ///< what a failing write writes all the same
+    QAL_UINT32 ulWritten = 0; ///< what a failing write still writes
 };
 
 /// One run of a scenario.

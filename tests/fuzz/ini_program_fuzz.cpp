@@ -216,14 +216,14 @@ class Life {
         if (doc_.ulLineNum == 0) {
             return;
         }
-        const QAL_UINT32 ulBehind = input_.Word() % doc_.ulLineNum;
+        const QAL_UINT32 ulAfter = input_.Word() % doc_.ulLineNum;
         const Line name = TextOf(input_);
         const Line value = TextOf(input_);
         const Line comment = TextOf(input_);
         model::Heap heap = Plan();
         const QAL_UINT32 ulStatus =
-            IniInsertKeyInIniStruct(&doc_, ulBehind, Arg(name), Arg(value), Arg(comment));
-        Compare(ulStatus, model::InsertKey(expected_, ulBehind, name, value, comment, heap), heap);
+            IniInsertKeyInIniStruct(&doc_, ulAfter, Arg(name), Arg(value), Arg(comment));
+        Compare(ulStatus, model::InsertKey(expected_, ulAfter, name, value, comment, heap), heap);
     }
 
     void InsertSection()

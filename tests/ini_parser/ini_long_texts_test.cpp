@@ -1,5 +1,5 @@
-// Texts whose length does not fit in 32 bits: a length that wraps must not make a short text of
-// them, nor an empty one, nor a block smaller than its content.
+// Texts whose length does not fit in 32 bits: a length that wraps must not turn them into a short
+// or empty text, or a block smaller than its content.
 #include <cstring>
 
 #include "ini_support.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The text of a test. To find its end takes the default adapter half a second each time.
+/// The text of a test. Finding its end takes the default adapter half a second each time.
 const QAL_CHAR *pszLong = nullptr;
 const QAL_CHAR *pszLongEnd = nullptr;
 

@@ -63,7 +63,7 @@ TEST_F(IniCheckSectionLine, AcceptsOrGives110)
         {"[a]\r", kOk},
         {"[a]\n\n\n", kOk},
         {"[a] \n \r\n ", kOk},
-        {"[a]\t", kSection}, // of single bytes left, the tab is not one that may
+        {"[a]\t", kSection}, // a single byte may be left, but not a tab
         {"[a] \t", kSection},
         {"[a]\nx", kSection},
         {"[a]\n;c", kSection},
@@ -116,7 +116,7 @@ TEST_F(IniCheckKeyLine, Keys)
         {"k ;c\n", kLineUnknown}, {"=", kKeyName},
         {"=1\n", kKeyName},       {" =1\n", kKeyName},
         {"\t=1\n", kKeyName},     {" \t =1\n", kKeyName},
-        {"\n=1\n", kKeyName}, // no key to the parser
+        {"\n=1\n", kKeyName}, // to the parser this is no key
         {"\nk=1\n", kKeyName},    {"a b = 1\n", kKeyName},
         {"a  b=", kKeyName},      {"a\t b=1\n", kKeyName},
         {"k=1\n", kOk},           {" \tk\t =1\n", kOk},
@@ -148,7 +148,7 @@ TEST_F(IniCheckKeyLine, CommentInPlaceOfAValue)
     ExpectKeyLines({
         {"k= ;", kOk},
         {"k= ;c\n", kOk},
-        {"k=  \t ;\",;\n", kOk}, // nothing behind the semicolon is looked at
+        {"k=  \t ;\",;\n", kOk}, // nothing after the semicolon is read
         {"k=;", kComment},
         {"k=;c\n", kComment},
     });
@@ -198,7 +198,7 @@ TEST_F(IniCheckKeyLine, Separators)
         {"k=a,b\n", kKeyValue},
         {"k=a,\n", kKeyValue},
         {"k=a,", kKeyValue},
-        {"k=a, ", kKeyValue}, // nothing behind it
+        {"k=a, ", kKeyValue}, // nothing after it
         {"k=a, \t ", kKeyValue},
         {"k=a, \n", kOk}, // the line end counts as an item
         {"k=a, \r\n", kOk},
@@ -212,7 +212,7 @@ TEST_F(IniCheckKeyLine, Separators)
         {"k=,a\n", kKeyValue}, // an empty item
         {"k=, a\n", kKeyValue},
         {"k= , a\n", kKeyValue},
-        {"k=,", kOk},        // a single byte is not looked at
+        {"k=,", kOk},        // a single byte is not checked
         {"k=a;b, c\n", kOk}, // up to its separator an item is any text
         {"k=a ;b, c;d\n", kComment},
     });
@@ -225,7 +225,7 @@ TEST_F(IniCheckKeyLine, CommaInCommentCounts)
         {"k=a ;x, y\n", kOk},
         {"k=a ;,\n", kKeyValue},
         {"k=a, b ;x,y\n", kKeyValue},
-        {"k=\"a\" ;x,y\n", kOk}, // behind a quoted item none is looked for
+        {"k=\"a\" ;x,y\n", kOk}, // after a quoted item none is looked for
         {"k= ;x,y\n", kOk},
     });
 }
@@ -242,8 +242,8 @@ TEST_F(IniCheckKeyLine, QuotedItems)
         {"k=\"a\\\"b\"\n", kOk},
         {"k=\"abc\n", kKeyValue},
         {"k=\"abc\\\"\n", kKeyValue},   // escaped
-        {"k=\"abc\\\\\"\n", kKeyValue}, // escaped, too: only the byte before it is looked at
-        {"k=\"", kOk},                  // a single byte is not looked at
+        {"k=\"abc\\\\\"\n", kKeyValue}, // escaped, too: only the byte before it counts
+        {"k=\"", kOk},                  // a single byte is not checked
         {"k=\"\n", kKeyValue},
         {"k=\"a\", \"b\"\n", kOk},
         {"k=\"a\"  ,  b, \"c\"\n", kOk},
@@ -260,7 +260,7 @@ TEST_F(IniCheckKeyLine, QuotedItems)
         {"k=\"a\"b\n", kOk},
         {"k=\"a\"\"b\"\n", kOk},
         {"k=\"a\"\"b\n", kKeyValue},
-        {"k=\"a\"\"", kOk}, // the last byte is not looked at
+        {"k=\"a\"\"", kOk}, // the last byte is not checked
         {"k=\"a\" ;c\n", kOk},
         {"k=\"a\" ;", kOk},
         {"k=\"a\";c\n", kComment},
@@ -375,7 +375,7 @@ const FileCase kFiles[] = {
     {"HoleFirst", {kHole, "[a]\n"}, kOk, 2},
     {"HoleLast", {"[a]\n", kHole}, kOk, 2},
     {"EmptyText", {"[a]\n", "", "garbage\n"}, kInputPara, 2},
-    {"EmptyTextBehindHole", {kHole, ""}, kInputPara, 2},
+    {"EmptyTextAfterHole", {kHole, ""}, kInputPara, 2},
     {"UnknownLine", {"[a]\n", "k=1\n", "garbage\n", "l=2\n"}, kLineUnknown, 3},
     {"UnknownLineBeforeSection", {"garbage\n"}, kLineUnknown, 1},
     {"KeyBeforeSection", {"; c\n", kHole, "k=1\n", "[a]\n"}, kFileFormat, 3},
@@ -402,7 +402,7 @@ TEST_F(IniCheckFile, RandomDocumentsBesideTheModel)
                          "k=1\n",  "k= ;c\n", "l=a, b\n", "m=\"x\"\n", "bad\n",    "",
                          " [a]\n", "k=a;\n",  "a b=\n",   "k=a,b\n",   "\n[bad\n", "[]\n"};
     for (int i = 0; i < 3000 && !HasFailure(); ++i) {
-        // Lines that end the check are rare, so that it gets somewhere.
+        // Lines that end the check are rare, so that it gets far enough.
         const Lines lines = RandomLines(random, kinds, 10);
         const Document doc(lines);
         QAL_UINT32 ulExpected = 77;

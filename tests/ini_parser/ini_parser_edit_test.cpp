@@ -1,4 +1,4 @@
-// Setting and deleting, and the line store beneath them.
+// Setting and deleting, and the line storage under them.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -15,7 +15,7 @@ namespace {
 constexpr std::nullopt_t kHole = std::nullopt;
 constexpr std::nullopt_t kNull = std::nullopt; // an argument
 
-/// A document of these lines as an edit leaves it.
+/// A document with these lines as an edit leaves it.
 Snapshot Edited(Lines lines, QAL_UINT32 ulIniFileNum, QAL_UINT32 ulCapacity = 200)
 {
     Snapshot snapshot = Loaded(std::move(lines), ulCapacity);
@@ -34,8 +34,8 @@ using ModelEdit = std::function<QAL_UINT32(Snapshot &, model::Heap &)>;
 
 class EditTest : public PlatformTest {
   protected:
-    /// Makes the same edit of a document and of its model, with no allocation failing, and then
-    /// with each failing in turn, alone and with all that follow it.
+    /// Makes the same edit in a document and in its model, with no allocation failing, and then
+    /// with each failing in turn, alone and together with all later ones.
     void Compare(const Snapshot &before, const RealEdit &edit, const ModelEdit &modelEdit)
     {
         for (const Failure failure : {Failure::kOnce, Failure::kFromThere}) {
@@ -70,10 +70,10 @@ TEST_F(IniSaveStringToIniStruct, StoresACopyAndMarksTheDocument)
     ExpectSites();
     EXPECT_EQ(Look(doc), Edited({"[a]\n", "text\xFF", "k=1\n"}, 3));
 
-    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 3, "behind the last\n"), kOk);
+    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 3, "after the last\n"), kOk);
     Snapshot expected = Edited({"[a]\n", "text\xFF", "k=1\n"}, 3);
-    expected.slots[3] = "behind the last\n";
-    EXPECT_EQ(Look(doc), expected); // the number of lines is the caller's to count
+    expected.slots[3] = "after the last\n";
+    EXPECT_EQ(Look(doc), expected); // counting the lines is left to the caller
 }
 
 TEST_F(IniSaveStringToIniStruct, StoresAnyLength)
@@ -110,7 +110,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
     platform.Fail(Service::kAllocate, 1);
     EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, "new\n"), kInternal);
     EXPECT_EQ(FullTrace(), "D 5");
-    EXPECT_EQ(Look(doc), Loaded({kHole})); // nor is it kept where there is no memory
+    EXPECT_EQ(Look(doc), Loaded({kHole})); // nor is it kept without memory
     EXPECT_EQ(TakeText(pszOld), "ld\n");
 }
 
@@ -280,12 +280,12 @@ constexpr QAL_UINT32 kBeforeTheFirst = 0xFFFFFFFF;
 
 class IniInsertKeyInIniStruct : public EditTest {};
 
-TEST_F(IniInsertKeyInIniStruct, GoesBehindASlot)
+TEST_F(IniInsertKeyInIniStruct, GoesAfterASlot)
 {
     struct {
         const char *pszName;
         Lines before;
-        QAL_UINT32 ulBehind;
+        QAL_UINT32 ulAfter;
         Lines after;
     } const cases[] = {
         {"at the end", {"0", "1"}, 1, {"0", "1", "k=v\n"}},
@@ -293,8 +293,8 @@ TEST_F(IniInsertKeyInIniStruct, GoesBehindASlot)
         {"before the last", {"0", "1", "2"}, 1, {"0", "1", "k=v\n", "2"}},
         {"in a hole", {"0", kHole, "2"}, 0, {"0", "k=v\n", "2"}},
         {"in a hole at the end", {"0", kHole}, 0, {"0", "k=v\n"}},
-        {"behind a hole at the end", {"0", kHole}, 1, {"0", kHole, "k=v\n"}},
-        {"behind a hole", {"0", kHole, "2"}, 1, {"0", kHole, "k=v\n", "2"}},
+        {"after a hole at the end", {"0", kHole}, 1, {"0", kHole, "k=v\n"}},
+        {"after a hole", {"0", kHole, "2"}, 1, {"0", kHole, "k=v\n", "2"}},
         {"holes further down move", {"0", "1", kHole, "3"}, 0, {"0", "k=v\n", "1", kHole, "3"}},
         {"in an empty document", {}, kBeforeTheFirst, {"k=v\n"}},
         {"before the first", {"0", "1"}, kBeforeTheFirst, {"k=v\n", "0", "1"}},
@@ -305,28 +305,27 @@ TEST_F(IniInsertKeyInIniStruct, GoesBehindASlot)
         const auto ulPhysical = static_cast<QAL_UINT32>(c.before.size());
         {
             Document doc(c.before);
-            EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, c.ulBehind, Arg("k"), Arg("v"), nullptr),
-                      kOk);
+            EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, c.ulAfter, Arg("k"), Arg("v"), nullptr), kOk);
             EXPECT_EQ(Look(doc), Edited(c.after, ulPhysical));
             EXPECT_EQ(FullTrace(), "D 5");
         }
-        // A line that cannot be built leaves the slot, and the count as it was raised.
+        // A line that cannot be built leaves the slot empty and the count raised.
         Lines after = c.after;
         std::replace(after.begin(), after.end(), Line("k=v\n"), Line());
         Snapshot expected = Loaded(after);
         expected.ulIniFileNum = ulPhysical;
         Document doc(c.before);
-        EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, c.ulBehind, nullptr, nullptr, nullptr),
+        EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, c.ulAfter, nullptr, nullptr, nullptr),
                   kInputPara);
         EXPECT_EQ(Look(doc), expected);
         EXPECT_EQ(FullTrace(), "");
     }
 }
 
-TEST_F(IniInsertKeyInIniStruct, LineBehindTheCountGoesWhenItsSlotIsTaken)
+TEST_F(IniInsertKeyInIniStruct, LineAfterTheCountGoesWhenItsSlotIsTaken)
 {
     Document doc({"[a]\n"});
-    // Whoever stores a line there without raising the count holds it by a pointer of their own.
+    // A caller who stores a line there without raising the count keeps a pointer to it.
     ASSERT_EQ(::IniSaveStringToIniStruct(&doc, 1, "x=1\n"), kOk);
     QAL_INT8 *const pszLine = doc.pStrLine[1];
     EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, 0, nullptr, nullptr, nullptr), kInputPara);
@@ -349,14 +348,14 @@ TEST_F(IniInsertKeyInIniStruct, GrowsBeforeTheLastSlotIsTaken)
     for (const QAL_UINT32 ulCapacity : {3U, 4U, 5U}) {
         SCOPED_TRACE(ulCapacity);
         const Snapshot before = Loaded({"0", "1", "2"}, ulCapacity);
-        for (const QAL_UINT32 ulBehind : {kBeforeTheFirst, 0U, 2U}) {
+        for (const QAL_UINT32 ulAfter : {kBeforeTheFirst, 0U, 2U}) {
             Compare(
                 before,
                 [&](auto *pDoc) {
-                    return ::IniInsertKeyInIniStruct(pDoc, ulBehind, Arg("k"), Arg("v"), Arg("c"));
+                    return ::IniInsertKeyInIniStruct(pDoc, ulAfter, Arg("k"), Arg("v"), Arg("c"));
                 },
                 [&](auto &doc, auto &heap) {
-                    return model::InsertKey(doc, ulBehind, "k", "v", "c", heap);
+                    return model::InsertKey(doc, ulAfter, "k", "v", "c", heap);
                 });
         }
     }
@@ -403,7 +402,7 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
 {
     for (const QAL_UINT32 ulCapacity : {2U, 3U, 4U}) {
         SCOPED_TRACE(ulCapacity);
-        for (const std::size_t size : {1U, 508U}) { // grown also for a name that is refused
+        for (const std::size_t size : {1U, 508U}) { // grows even for a refused name
             Compare(
                 Loaded({"0", "1"}, ulCapacity),
                 [&](auto *pDoc) { return ::IniInsertSectionToIniStruct(pDoc, Arg(Text(size))); },
@@ -412,7 +411,7 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
     }
 }
 
-// A count of 2^32 - 1 lines is the last one: one more is none, for which there would be room.
+// A count of 2^32 - 1 lines is the highest: one more wraps to 0, for which there would be room.
 TEST_F(IniInsertSectionToIniStruct, FullCountGrows)
 {
     Document doc({"0"}, 1);
@@ -431,7 +430,7 @@ TEST_F(IniInsertSectionToIniStruct, EveryAllocationFailing)
     EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 3));
     platform.Fail(Service::kAllocate, 2);
     EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("a")), kInternal);
-    EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 53)); // loaded is what it still looks like
+    EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 53)); // it still looks as it was loaded
 }
 
 class IniSetKeyValue : public EditTest {};
@@ -455,7 +454,7 @@ struct SetCase {
     Line key;
     Line value;
     QAL_UINT32 ulStatus;
-    Lines after; // as before, and not marked, where they are the same
+    Lines after; // if equal to those before, the document is not marked
     std::string section = "a";
 };
 
@@ -485,14 +484,14 @@ const SetCase kSets[] = {
     // New sections.
     {"NoLines", {}, "k", "v", kOk, {"[a]\n", "k=v\n"}},
     {"NewSection", {"[b]\r\n", "k=1\r\n"}, "k", "v", kOk, {"[b]\r\n", "k=1\r\n", "[a]\n", "k=v\n"}},
-    {"NewSectionBehindHole", {"[b]\n", kHole}, "k", "v", kOk, {"[b]\n", kHole, "[a]\n", "k=v\n"}},
+    {"NewSectionAfterHole", {"[b]\n", kHole}, "k", "v", kOk, {"[b]\n", kHole, "[a]\n", "k=v\n"}},
     {"NewSectionAlone", {"k=1\n"}, kNull, "v", kOk, {"k=1\n", "[a]\n"}},
     {"NewSectionAsGiven", {}, "k", kNull, kOk, {"[ b] ;\n]\n", "k=\n"}, " b] ;\n"},
     {"NewSectionOfNoName", {}, "k", "v", kOk, {"[]\n", "k=v\n"}, ""},
     {"SectionOfNoNameAgain", {"[]\n", "k=v\n"}, "k", "w", kSection, {"[]\n", "k=v\n"}, ""},
     {"LongestSection", {}, kNull, kNull, kOk, {"[" + Text(507) + "]\n"}, Text(507)},
     {"TooLongSectionAlone", {"[z]\n"}, kNull, kNull, kInputPara, {"[z]\n"}, Text(508)},
-    // New keys go behind the last line of the section's last block.
+    // New keys go after the last line of the section's last block.
     {"NewKeyInEmptyBlock", {"[a]\n"}, "k", "v", kOk, {"[a]\n", "k=v\n"}},
     {"NewKeyBeforeTheNextSection",
      {"[a]\n", "x=1\n", "; end of a\n", "\n", "[b]\n", "y=2\n"},
@@ -506,13 +505,13 @@ const SetCase kSets[] = {
      "v",
      kOk,
      {"[a]\n", "k=1\n", "[a]\n", "k=v\n", "[b]\n"}},
-    {"NewKeyBehindTrailingHole",
+    {"NewKeyAfterTrailingHole",
      {"[a]\n", "x=1\n", kHole, "[b]\n"},
      "k",
      "v",
      kOk,
      {"[a]\n", "x=1\n", kHole, "k=v\n", "[b]\n"}},
-    {"NewKeyBehindHoleAtTheEnd", {"[a]\n", kHole}, "k", "v", kOk, {"[a]\n", kHole, "k=v\n"}},
+    {"NewKeyAfterHoleAtTheEnd", {"[a]\n", kHole}, "k", "v", kOk, {"[a]\n", kHole, "k=v\n"}},
     {"NewKeyAsGiven", {"[a]\n"}, "k=[;\n", " v ;\n", kOk, {"[a]\n", "k=[;\n= v ;\n\n"}},
     {"NewKeyOfNoName", {"[a]\n"}, "", "v", kOk, {"[a]\n", "=v\n"}},
     {"NewKeyWithoutValue", {"[a]\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
@@ -546,7 +545,7 @@ const SetCase kSets[] = {
      {"[a]\n", "k=1\n", "[a]\n", "k=v\n", "[b]\n", "k=3\n"}},
     // Refused.
     {"NullKeyInExistingSection", {"[a]\n", "k=1\n"}, kNull, "v", kInputPara, {"[a]\n", "k=1\n"}},
-    {"UnknownLineBehind",
+    {"UnknownLineAfterIt",
      {"[a]\n", "k=1\n", "x\n"},
      "k",
      "v",
@@ -555,9 +554,14 @@ const SetCase kSets[] = {
     {"UnknownLineBefore", {"x\n", "[a]\n", "k=1\n"}, "k", "v", kOk, {"x\n", "[a]\n", "k=v\n"}},
     {"UnknownLineAndNoSection", {"x\n"}, "k", "v", kLineUnknown, {"x\n"}},
     {"EmptyText", {"[a]\n", "k=1\n", ""}, "k", "v", kInputPara, {"[a]\n", "k=1\n", ""}},
-    {"BadHeaderBehind", {"[a]\n", "k=1\n", "[]\n"}, "k", "v", kSection, {"[a]\n", "k=1\n", "[]\n"}},
+    {"BadHeaderAfterIt",
+     {"[a]\n", "k=1\n", "[]\n"},
+     "k",
+     "v",
+     kSection,
+     {"[a]\n", "k=1\n", "[]\n"}},
     {"BadHeaderComment", {"[a]\n", "[b]x\n"}, "k", "v", kLineUnknown, {"[a]\n", "[b]x\n"}},
-    {"BadKeyBehind", {"[a]\n", "k=1\n", "=2\n"}, "k", "v", kKeyName, {"[a]\n", "k=1\n", "=2\n"}},
+    {"BadKeyAfterIt", {"[a]\n", "k=1\n", "=2\n"}, "k", "v", kKeyName, {"[a]\n", "k=1\n", "=2\n"}},
     {"BadKeyBefore", {"[a]\n", "=2\n", "k=1\n"}, "k", "v", kOk, {"[a]\n", "=2\n", "k=v\n"}},
     {"NullKeyBeforeBadKey", {"[a]\n", "=2\n"}, kNull, "v", kInputPara, {"[a]\n", "=2\n"}},
 };
@@ -619,11 +623,11 @@ TEST_F(IniSetKeyValue, ReplacedLineTooLongLosesTheOldOne)
 TEST_F(IniSetKeyValue, FailedReplacementLosesTheOldLine)
 {
     Document doc({"[a]\n", "k=1 ;c\n"});
-    platform.Fail(Service::kAllocate, 5); // behind a, k, 1 and c
+    platform.Fail(Service::kAllocate, 5); // after a, k, 1 and c
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg("a"), Arg("k"), Arg("v")), kInternal);
     EXPECT_EQ(FullTrace(), "D 2, free, D 2, D 2, D 2, free, D 8, free, free, free");
     EXPECT_EQ(Look(doc), Loaded({"[a]\n", kHole}));
-    // What was k's line is a hole now, so the key is new.
+    // k's line is now a hole, so the key is new.
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg("a"), Arg("k"), Arg("v")), kOk);
     EXPECT_EQ(Look(doc), Edited({"[a]\n", kHole, "k=v\n"}, 2));
 }
@@ -638,7 +642,7 @@ TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKey)
     EXPECT_EQ(Look(doc), Edited({"[z]\n", "x=1\n", "k=v\n", kHole}, 2));
 
     Document noMemory({"[z]\n"});
-    platform.Fail(Service::kAllocate, 2); // behind z
+    platform.Fail(Service::kAllocate, 2); // after z
     EXPECT_EQ(XELP_IniSetKeyValue(&noMemory, Arg("a"), Arg("k"), Arg("v")), kOk);
     EXPECT_EQ(FullTrace(), "D 2, free, D 5, D 5");
     EXPECT_EQ(Look(noMemory), Edited({"[z]\n", "k=v\n"}, 1));
@@ -723,7 +727,7 @@ struct DeleteCase {
     Lines after;
 };
 
-/// Deletes as a table says, then once more beside the model with allocations failing.
+/// Deletes as a table says, then again alongside the model with allocations failing.
 class DeleteTest : public EditTest {
   protected:
     void Check(const DeleteCase &c, const RealEdit &edit, const ModelEdit &modelEdit)
@@ -776,19 +780,19 @@ TEST_F(IniDelSection, EveryBlockGoesWithAllItsLines)
          kOk,
          {kHole, kHole, "[b]\n", "k=2\n", kHole, kHole, kHole}},
         {"a header alone", {"[a]\n"}, kOk, {kHole}},
-        {"what stands above stays", {"k=0\n", "[a]\n", "k=1\n"}, kOk, {"k=0\n", kHole, kHole}},
+        {"what is above stays", {"k=0\n", "[a]\n", "k=1\n"}, kOk, {"k=0\n", kHole, kHole}},
         {"a later block with a bad key", {"[a]\n", "[b]\n", "=\n"}, kOk, {kHole, "[b]\n", "=\n"}},
         {"not found", {"[b]\n", "a=1\n", ";[a]\n"}, kSectionNotFound, {"[b]\n", "a=1\n", ";[a]\n"}},
         {"holes alone", {kHole, kHole}, kSectionNotFound, {kHole, kHole}},
-        // What stood before a bad line is gone.
+        // What was before a bad line is gone.
         {"unknown line in the block",
          {"[a]\n", "k=1\n", "x\n", "l=2\n"},
          kLineUnknown,
          {kHole, kHole, "x\n", "l=2\n"}},
         {"empty text in the block", {"[a]\n", "k=1\n", ""}, kInputPara, {kHole, kHole, ""}},
-        {"unknown line behind", {"[a]\n", "[b]\n", "x\n"}, kLineUnknown, {kHole, "[b]\n", "x\n"}},
-        {"empty text behind", {"[a]\n", "[b]\n", ""}, kInputPara, {kHole, "[b]\n", ""}},
-        {"bad header behind", {"[a]\n", "k=1\n", "[]\n"}, kSection, {kHole, kHole, "[]\n"}},
+        {"unknown line after it", {"[a]\n", "[b]\n", "x\n"}, kLineUnknown, {kHole, "[b]\n", "x\n"}},
+        {"empty text after it", {"[a]\n", "[b]\n", ""}, kInputPara, {kHole, "[b]\n", ""}},
+        {"bad header after it", {"[a]\n", "k=1\n", "[]\n"}, kSection, {kHole, kHole, "[]\n"}},
         {"bad header comment", {"[a]\n", "[a]x\n"}, kLineUnknown, {kHole, "[a]x\n"}},
         {"unknown line before", {"x\n", "[a]\n"}, kLineUnknown, {"x\n", "[a]\n"}},
     };
@@ -860,7 +864,7 @@ TEST_F(IniDelSection, NameMayPointIntoLinesThatGo)
         EXPECT_EQ(XELP_IniDelSection(&doc, doc.pStrLine[0] + 5), ulStatus);
         EXPECT_EQ(Look(doc), Edited({kHole, kHole, pszBad}, 1));
     }
-    EXPECT_EQ(platform.LiveBlocks(), 0U); // released also where the deletion ends early
+    EXPECT_EQ(platform.LiveBlocks(), 0U); // released even if the deletion ends early
 }
 
 class IniDelKey : public DeleteTest {};
@@ -911,7 +915,7 @@ TEST_F(IniDelKey, EveryLineInEveryBlockGoes)
          {"=\n", "[b]\n", "=\n", "[a]\n", "k=\n", "[c]\n", "=\n"},
          kOk,
          {"=\n", "[b]\n", "=\n", "[a]\n", kHole, "[c]\n", "=\n"}},
-        // What stood before a bad line is gone.
+        // What was before a bad line is gone.
         {"bad key in the block",
          {"[a]\n", "k=1\n", "=\n", "k=2\n"},
          kKeyName,
@@ -921,15 +925,15 @@ TEST_F(IniDelKey, EveryLineInEveryBlockGoes)
          kLineUnknown,
          {"[a]\n", kHole, "x\n", "k=2\n"}},
         {"empty text in the block", {"[a]\n", "k=1\n", ""}, kInputPara, {"[a]\n", kHole, ""}},
-        {"unknown line behind",
+        {"unknown line after it",
          {"[a]\n", "k=1\n", "[b]\n", "x\n"},
          kLineUnknown,
          {"[a]\n", kHole, "[b]\n", "x\n"}},
-        {"empty text behind",
+        {"empty text after it",
          {"[a]\n", "k=1\n", "[b]\n", ""},
          kInputPara,
          {"[a]\n", kHole, "[b]\n", ""}},
-        {"bad header behind", {"[a]\n", "k=1\n", "[]\n"}, kSection, {"[a]\n", kHole, "[]\n"}},
+        {"bad header after it", {"[a]\n", "k=1\n", "[]\n"}, kSection, {"[a]\n", kHole, "[]\n"}},
         {"bad header comment",
          {"[a]\n", "k=1\n", "[a];\n"},
          kLineUnknown,
@@ -997,7 +1001,7 @@ TEST_F(IniDelKey, NamesMayPointIntoLinesThatGo)
 
 class IniEdit : public EditTest {};
 
-TEST_F(IniEdit, DeletedLastKeyComesBackBehindItsHole)
+TEST_F(IniEdit, DeletedLastKeyComesBackAfterItsHole)
 {
     Document doc({"[a]\n", "j=1\n", "k=2\n", "[b]\n"});
     EXPECT_EQ(XELP_IniDelKey(&doc, "a", "k"), kOk);

@@ -9,12 +9,12 @@
 
 namespace {
 
-/// Searches for '=' to go until one finds nothing; 0: none does.
+/// The number of searches for '=' until one finds nothing; 0: none.
 int lEqualsUntilLost = 0;
 
 } // namespace
 
-// In front of the adapter's, to take an '=' away between two searches.
+// Replaces the adapter's, to remove an '=' between two searches.
 extern "C" QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar)
 {
     if (lChar == '=' && lEqualsUntilLost > 0 && --lEqualsUntilLost == 0) {
@@ -28,7 +28,7 @@ namespace {
 
 class IniSkim : public PlatformTest {
   protected:
-    /// Where a pointer at @p from comes to stand.
+    /// Where a pointer at @p from ends up.
     static std::ptrdiff_t Forward(const char *pszText, std::ptrdiff_t from, std::ptrdiff_t end)
     {
         QAL_INT8 *pch = Arg(pszText) + from;
@@ -138,7 +138,7 @@ TEST(IniGetLineType, FirstByteThatIsNoBlankDecides)
     }
 }
 
-/// What a parser gives; the blocks it handed over are released again.
+/// The result of a parser; the blocks it handed over are released again.
 struct Parsed {
     QAL_UINT32 ulStatus = 77;
     Line name;
@@ -156,7 +156,7 @@ void PrintTo(const Parsed &parsed, std::ostream *pOut)
 
 class ParserTest : public PlatformTest {
   protected:
-    /// @p commentBlock: size of the comment's block; 0: what it needs.
+    /// @p commentBlock: size of the comment's block; 0: the size it needs.
     Parsed Comment(const char *pszLine, std::size_t commentBlock = 0)
     {
         QAL_INT8 *pszComment = Sentinel();
@@ -255,7 +255,7 @@ TEST_F(IniParseCommentLine, EmptyCommentIsEmptyText)
         std::size_t block;
     } const cases[] = {
         {" ;", 1},          // nothing follows
-        {" ; ", 2},         // a blank: room for the byte at which the comment would begin
+        {" ; ", 2},         // a blank: room for the first byte of a comment
         {" ;\t\t ", 2},     //
         {" ;\n", 2},        //
         {" ;\r\n", 2},      //
@@ -308,7 +308,7 @@ TEST_F(IniParseSectionLine, TakesNameAndComment)
         {"[a[b]\n", "a[b", nullptr},
         {"[[a]\n", "[a", nullptr},
         {"[a]]\n ;c", "a", "c"},
-        {"junk[a]\n", "a", nullptr}, // the bracket may stand anywhere
+        {"junk[a]\n", "a", nullptr}, // the bracket may be anywhere
         {"[a=b]\n", "a=b", nullptr},
         {"[\xFF]\n", "\xFF", nullptr},
         {"[;]\n", ";", nullptr},
@@ -375,7 +375,7 @@ TEST_F(IniParseSectionLine, MalformedHeaderIs110)
     }
 }
 
-TEST_F(IniParseSectionLine, TextBehindTheHeaderIs160AndReleasesTheName)
+TEST_F(IniParseSectionLine, TextAfterTheHeaderIs160AndReleasesTheName)
 {
     for (const char *pszLine : {"[a]x", "[a] junk\n", "[a];c\n", "[a]\t;c\n", "[a]\t", "[a]\t\n",
                                 "[a]\n;c", "[a]]\n", "[a] \t;c\n"}) {
@@ -414,7 +414,7 @@ TEST_F(IniParseKeyLine, TakesKeyValueAndComment)
         {"port = 5060 ;sip\n", "port", "5060", "sip"},
         {"  \t k \t=\t v w \t ; c d \r\n", "k", "v w", "c d"},
         {"list=\"a ;b\", c ;x\n", "list", "\"a ;b\", c", "x"},
-        // Keys are taken as they stand.
+        // Keys are taken as they are.
         {"a b = 1\n", "a b", "1", nullptr},
         {"a\tb=1\n", "a\tb", "1", nullptr},
         {"x[1]=2\n", "x[1]", "2", nullptr},
@@ -446,7 +446,7 @@ TEST_F(IniParseKeyLine, TakesKeyValueAndComment)
         {"k=a ;\n", "k", "a", "", 2},
         {"k= ;\r\n", "k", nullptr, "", 2},
         {"k=a ; \nb", "k", "a", "", 3},
-        // A semicolon is text unless a space stands before it.
+        // A semicolon is text unless there is a space before it.
         {"k=a;b\n", "k", "a;b", nullptr},
         {"k=a\t;b\n", "k", "a\t;b", nullptr},
         {"k=;c\n", "k", ";c", nullptr},
@@ -456,7 +456,7 @@ TEST_F(IniParseKeyLine, TakesKeyValueAndComment)
         {"k= ;", "k", ";", nullptr}, // a single byte is the value, whatever it is
         {"k=  ;", "k", ";", nullptr},
         {"k=;", "k", ";", nullptr},
-        // Quotation marks: one anywhere behind makes a " ;" text.
+        // Quotation marks: one anywhere after a " ;" makes that text.
         {"k=\"x ;y\"\n", "k", "\"x ;y\"", nullptr},
         {"k=x ;y\"\n", "k", "x ;y\"", nullptr},
         {"k=x ;\"\n", "k", "x ;\"", nullptr},
@@ -468,7 +468,7 @@ TEST_F(IniParseKeyLine, TakesKeyValueAndComment)
         {"k=x ;y\"a;b ;c\n", "k", "x ;y\"a;b ;c", nullptr},
         {"k=x ;y\\\"z\n", "k", "x", "y\\\"z"}, // an escaped one does not count
         {"k=x ;y\\\"z\" ;c\n", "k", "x ;y\\\"z\"", "c"},
-        {"k=x ;y\\\\\"z\n", "k", "x", "y\\\\\"z"}, // nor one behind two backslashes
+        {"k=x ;y\\\\\"z\n", "k", "x", "y\\\\\"z"}, // nor does one after two backslashes
         {"k=x ;y\"", "k", "x ;y\"", nullptr},      // the mark is the last byte
         {"k=x ;y\"z", "k", "x ;y\"z", nullptr},    // the search would begin at the last byte
         {"k=x ;y\";", "k", "x ;y\";", nullptr},
@@ -533,7 +533,7 @@ TEST_F(IniParseKeyLine, LostEqualGives100)
     EXPECT_EQ(Key("k=1 ;c\n"), (Parsed{kLineUnknown, {}, {}, {}}));
     EXPECT_EQ(trace_, "");
 
-    lEqualsUntilLost = 3; // two searches are all there are
+    lEqualsUntilLost = 3; // there are only two searches
     EXPECT_EQ(Key("k=1 ;c\n"), (Parsed{kOk, "k", "1", "c"}));
     lEqualsUntilLost = 0;
 }
@@ -554,7 +554,7 @@ TEST_F(IniParseKeyLine, EveryAllocationFailing)
     }
 }
 
-/// All that can be had of a line, beside the model.
+/// All results for a line, compared with the model.
 class IniGrammarModel : public ParserTest {
   protected:
     void CompareType(const std::string &line)

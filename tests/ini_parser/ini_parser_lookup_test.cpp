@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::nullopt_t kHole = std::nullopt;
 
-/// What a lookup of a value gives.
+/// The result of looking up a value.
 struct ValueResult {
     QAL_UINT32 ulStatus = 77;
     Line value;
@@ -28,7 +28,7 @@ void PrintTo(const ValueResult &result, std::ostream *pOut)
                                : "null");
 }
 
-/// What a list gives.
+/// The result of listing names.
 struct ListResult {
     QAL_UINT32 ulStatus = 77;
     QAL_UINT32 ulCount = 77;
@@ -44,7 +44,7 @@ void PrintTo(const ListResult &result, std::ostream *pOut)
     }
 }
 
-/// An address that no list has, for an out-pointer to hold before a call.
+/// An address that no list has: the value of an out-pointer before a call.
 QAL_INT8 **ListSentinel()
 {
     return reinterpret_cast<QAL_INT8 **>(std::uintptr_t{0x5E});
@@ -89,17 +89,17 @@ class LookupTest : public PlatformTest {
     bool hasFailed_ = false; // did one of them fail?
 
   private:
-    /// Checks all there is to a list, or to its address after a failure, and releases it.
+    /// Checks a list completely, or its address after a failure, and releases it.
     void TakeList(const XELP_IN_S_INI_FILE_STRUCT &doc, QAL_INT8 **list, ListResult &result)
     {
         trace_ = platform.MemoryTrace();
         hasFailed_ = platform.HasFailed();
         ExpectSites();
-        if (platform.Events().empty()) { // nothing was asked for
+        if (platform.Events().empty()) { // nothing was requested
             EXPECT_EQ(list, ListSentinel());
             return;
         }
-        EXPECT_EQ(list, platform.Events()[0].pBlock); // also after the list was released, or null
+        EXPECT_EQ(list, platform.Events()[0].pBlock); // even after the list was released, or null
         if (result.ulStatus != kOk) {
             EXPECT_EQ(platform.SizeOf(list), std::nullopt);
             return;
@@ -132,7 +132,7 @@ TEST_F(IniGetKeyValue, NullArgumentIs170AndLeavesTheValue)
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", "k", nullptr), kInputPara);
-    // All of them before the document is found empty.
+    // All of them come before an empty document.
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", "k", nullptr), kInputPara);
@@ -191,26 +191,27 @@ const ValueCase kValues[] = {
     {"LastBlockWins", {"[a]\n", "k=1\n", "[b]\n", "k=2\n", "[A]\n", "k=3\n"}, kOk, "3"},
     {"EarlierBlocksAreInvisible", {"[a]\n", "k=1\n", "[a]\n", "j=2\n"}, kKeyNotFound, {}},
     {"LowestLineWins", {"[a]\n", "k=1\n", "K=2\n", "j=3\n"}, kOk, "2"},
-    // Values that are none.
+    // Keys without a value.
     {"NoValueBeforeComment", {"[a]\n", "k= ;note\n"}, kOk, {}},
-    {"NothingBehindEqual", {"[a]\n", "k="}, kOk, {}},
+    {"NothingAfterEqual", {"[a]\n", "k="}, kOk, {}},
     {"LineEndAsValueLf", {"[a]\n", "k=\n"}, kOk, "\n"},
     {"LineEndAsValueCr", {"[a]\r\n", "k=\r\n"}, kOk, "\r"},
-    // Lines that are passed over.
+    // Lines that are skipped.
     {"CommentsAndBlanks", {"[a]\n", "k=1\n", ";k=2\n", "#k=3\n", "\n", "  ", "\t\r\n"}, kOk, "1"},
     {"Holes", {kHole, "[a]\n", kHole, "k=1\n", kHole}, kOk, "1"},
     {"HolesAlone", {kHole, kHole}, kSectionNotFound, {}},
-    // Lines that end the walk, which goes from the end up to the header, and then up to the key.
-    {"UnknownLineBehind", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
+    // Lines that end the walk, which goes from the end up to the header, and then from there to the
+    // key.
+    {"UnknownLineAfterIt", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
     {"UnknownLineInTheBlock", {"[a]\n", "garbage\n", "k=1\n"}, kLineUnknown, {}},
     {"UnknownLineBefore", {"garbage\n", "[a]\n", "k=1\n"}, kOk, "1"},
     {"UnknownLineAndNoSection", {"garbage\n", "[b]\n", "k=1\n"}, kLineUnknown, {}},
-    {"EmptyTextBehind", {"[a]\n", "k=1\n", ""}, kInputPara, {}},
+    {"EmptyTextAfterIt", {"[a]\n", "k=1\n", ""}, kInputPara, {}},
     {"EmptyTextBefore", {"", "[a]\n", "k=1\n"}, kOk, "1"},
-    {"BadHeaderBehind", {"[a]\n", "k=1\n", "[ ]\n"}, kSection, {}},
-    {"TextBehindAHeaderBehind", {"[a]\n", "k=1\n", "[b] x\n"}, kLineUnknown, {}},
+    {"BadHeaderAfterIt", {"[a]\n", "k=1\n", "[ ]\n"}, kSection, {}},
+    {"TextAfterALaterHeader", {"[a]\n", "k=1\n", "[b] x\n"}, kLineUnknown, {}},
     {"BadHeaderBefore", {"[]\n", "[a]\n", "k=1\n"}, kOk, "1"},
-    {"BadKeyBehindTheKey", {"[a]\n", "k=1\n", "=2\n"}, kKeyName, {}},
+    {"BadKeyAfterTheKey", {"[a]\n", "k=1\n", "=2\n"}, kKeyName, {}},
     {"BadKeyBeforeTheKey", {"[a]\n", "=2\n", "k=1\n"}, kOk, "1"},
     {"BadKeyInAnotherSection", {"[a]\n", "k=1\n", "[b]\n", "=2\n"}, kOk, "1"},
 };
@@ -311,7 +312,7 @@ TEST_F(IniGetSectionList, HoldsAsManyNamesAsThereAreLines)
 
 TEST_F(IniGetSectionList, TooManyLinesForAListIs80)
 {
-    // No line is read before there is a list, so a count alone will do.
+    // No line is read before there is a list, so a count alone is enough.
     Document doc({"[a]\n"});
     for (const QAL_UINT32 ulLineNum :
          {0x1FFFFFFFU, 0xFFFFFFFFU}) { // 8 more bytes than 32 bits count
@@ -408,7 +409,7 @@ TEST_F(IniGetKeyList, FailureKeepsOut)
          {kLineUnknown, 0, {}},
          "D 32, free"},
         {"empty text", {"[a]\n", "", "k=1\n"}, {kInputPara, 0, {}}, "D 32, free"},
-        {"behind the block",
+        {"after the block",
          {"[a]\n", "k=1\n", "[b]\n", "garbage\n"},
          {kLineUnknown, 0, {}},
          "D 40, free"},
@@ -416,12 +417,12 @@ TEST_F(IniGetKeyList, FailureKeepsOut)
          {"garbage\n", "[a]\n", "k=1\n"},
          {kOk, 1, {"k"}},
          "D 32, D 2, free, D 2, D 2, free"},
-        {"header behind", {"[a]\n", "[]\n", "[b]\n"}, {kSection, 0, {}}, "D 32, D 2, free, free"},
+        {"header after it", {"[a]\n", "[]\n", "[b]\n"}, {kSection, 0, {}}, "D 32, D 2, free, free"},
         {"key in the block",
          {"[a]\n", "k=1\n", "j=\n", "=1\n", "l=1\n"},
          {kKeyName, 2, {}},
          "D 48, D 2, free, D 2, D 2, free, D 2, D 2, free, free, free, free"},
-        {"key behind the block",
+        {"key after the block",
          {"[a]\n", "k=1\n", "[b]\n", "=1\n"},
          {kOk, 1, {"k"}},
          "D 40, D 2, free, D 2, free, D 2, D 2, free"},

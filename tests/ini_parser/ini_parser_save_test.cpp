@@ -1,4 +1,4 @@
-// Folding lines, replacing a file, and what comes back when it is loaded again.
+// Folding lines, replacing a file, and loading it again.
 #include <unistd.h>
 
 #include <map>
@@ -110,7 +110,7 @@ TEST_F(IniSaveStringToIniFile, PairsOfHighBytesAreNotSplit)
     ExpectPieces(pairs(40), {pairs(39), kFold, pair});
     ExpectPieces("b" + pairs(40), {"b" + pairs(39), kFold, pair});
     ExpectPieces("b" + pairs(80), {"b" + pairs(39), kFold, pairs(39), kFold, pairs(2)});
-    // Every byte with the high bit counts as half of a pair, and none without it.
+    // Every byte with the high bit counts as half of a pair, and no other byte does.
     ExpectPieces(Text(77) + "\x80yz", {Text(77) + "\x80y", kFold, "z"});
     ExpectPieces(Text(77) + "\xFFyz", {Text(77) + "\xFFy", kFold, "z"});
     ExpectPieces(Text(77) + "\x7Fyz", {Text(77) + "\x7F", kFold, "yz"});
@@ -132,7 +132,7 @@ TEST_F(IniSaveStringToIniFile, EveryWriteFailing)
             const bool fails = ulFailAt <= pieces.size();
             EXPECT_EQ(Write(line.c_str()), fails ? kWriteFile : kOk);
             EXPECT_EQ(platform.HasFailed(), fails);
-            EXPECT_EQ(platform.Calls(Service::kWrite), fails ? ulFailAt : 5); // none behind it
+            EXPECT_EQ(platform.Calls(Service::kWrite), fails ? ulFailAt : 5); // none after it
         }
     }
     platform.StartRecording();
@@ -172,13 +172,13 @@ class IniSaveFileContent : public PlatformTest {
 
     Disk &TheDisk() { return *platform.MemoryDisk(); }
 
-    /// Saves a document that was changed; whatever happens, it is released.
+    /// Saves a changed document; it is released whatever happens.
     QAL_UINT32 Save(const char *pszName, const Lines &lines, QAL_UINT32 ulLabel = 1)
     {
         return Save(pszName, lines, ulLabel, [] {});
     }
 
-    /// The same, with something planned to fail.
+    /// The same, with a planned failure.
     template <typename Plan>
     QAL_UINT32 Save(const char *pszName, const Lines &lines, QAL_UINT32 ulLabel, Plan plan)
     {
@@ -247,7 +247,7 @@ TEST_F(IniSaveFileContent, NoMemoryIs80)
               kInternal);
     EXPECT_EQ(trace_, "D 20, free, free, free");
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}}));
-    EXPECT_EQ(Save("f.ini", kDocument), kOk); // undisturbed, it works
+    EXPECT_EQ(Save("f.ini", kDocument), kOk); // without a failure, it works
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}}));
 }
 
@@ -288,7 +288,7 @@ TEST_F(IniSaveFileContent, EveryWriteFailingRemovesTheTemporaryFile)
             << trace_;
         EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}}));
     }
-    // It stays where it cannot be removed; the status is the same.
+    // It stays if it cannot be removed; the status is the same.
     EXPECT_EQ(Save("f.ini", lines, 1,
                    [&] {
                        platform.Fail(Service::kWrite, 5, Failure::kOnce, 2);
@@ -408,9 +408,9 @@ const NameCase kNames[] = {
     {"ShortestEndingThatFits", "f.in", "f1700000000123.ibk"},
     {"OneDigit", "f.ini", "f7.ibk", 7},
     {"LongestTime", "f.configuration", "f18446744073709551615.ibk", 18446744073709551615ULL},
-    // Without a dot there is room for ten digits.
+    // Without a dot, there is room for ten digits.
     {"TenDigits", "config", "config1700000000.ibk", 1700000000},
-    // Where the digits alone do not fit, the ending is all that is left.
+    // If the digits alone do not fit, only the ending is left.
     {"FifteenDigits", "config", ".ibk", 170000000012345},
     {"TwentyDigits", "config", ".ibk", 18446744073709551615ULL},
 };
@@ -435,7 +435,7 @@ TEST_F(IniSaveFileContent, NameWithoutDotFails)
         {"config", kTime},
         {"config", 17000000001},    // 11 digits: one too many
         {"config", 17000000001234}, // 14 digits
-        {"f.i", kTime},             // an ending of one letter makes room for too little
+        {"f.i", kTime},             // an ending of one letter makes too little room
         {"f.", kTime},
     };
     for (const auto &c : cases) {
@@ -501,7 +501,7 @@ TEST_F(IniSaveFileContent, RealFiles)
     EXPECT_EQ(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc), kOk);
     EXPECT_EQ(std::filesystem::last_write_time(dir.Name("f.ini")), before);
 
-    // A target that is missing, or a directory: the content stays beside it.
+    // The target is missing or a directory: the content stays beside it.
     std::filesystem::create_directory(dir.Name("d.ini"));
     for (const char *pszTarget : {"new.ini", "d.ini"}) {
         SCOPED_TRACE(pszTarget);
@@ -586,9 +586,9 @@ TEST_F(IniRoundTrip, ComesBackAsItWas)
         {Text(77) + "\r\n"},
         {Text(78) + "   " + Text(80) + "\n", "k=1\n"},
         {Text(77) + "\xE4\xB8" + "b\n"},
-        {Text(77) + "\xE4\xB8\n", "k=1\n"}, // a line end of one byte behind a fold: its LF ends it
+        {Text(77) + "\xE4\xB8\n", "k=1\n"}, // a line end of one byte after a fold: its LF ends it
         {Text(76) + "\\\\b\n"},             // a pair of backslashes before a fold
-        {Text(78) + "\\b\n"},               // one behind a fold
+        {Text(78) + "\\b\n"},               // one after a fold
         {Text(509) + "\r\n", "k=1\n"},
         {"a\n\\b\n", "c\r\n"},
         {"a\\b\\\\c\n"},
@@ -607,11 +607,11 @@ TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashComesBackChanged)
         std::string file;
         Lines loaded;
     } const cases[] = {
-        // A line end of two bytes behind the fold: its first byte is taken for the fold's second.
+        // A line end of two bytes after the fold: its first byte is taken for the fold's second.
         {{Text(78) + "\r\n", "k=1\r\n"},
          Text(78) + "\\\n\r\nk=1\r\n",
          {Text(78) + "\n", "k=1\r\n"}},
-        // The other one ends the line at once, and its CR is a line of its own.
+        // The other order ends the line at once, and its CR is a line of its own.
         {{Text(78) + "\n\r", "k=1\n\r"},
          Text(78) + "\\\n\n\rk=1\n\r",
          {Text(78) + "\n", "\r", "k=1\n\r"}},
@@ -653,7 +653,7 @@ TEST_F(IniRoundTrip, TextThatDoesNotReadBack)
 {
     const Line kNone;
     struct {
-        const char *pszLoaded; // what the file holds before k, or what takes its place, is set
+        const char *pszLoaded; // the file's content before k, or what replaces it, is set
         const char *pszSection;
         const char *pszKey;
         const char *pszValue;
@@ -728,7 +728,7 @@ TEST_F(IniRoundTrip, RandomProgramsBesideTheModel)
             ASSERT_EQ(XELP_IniGetFileContent("f.ini", &doc), ulLoad);
             ASSERT_EQ(Look(doc), expected);
             if (ulLoad != kOk) {
-                break; // a value that folds into a line too long cannot be loaded again
+                break; // a value that is folded into too long a line cannot be loaded again
             }
             for (auto edits = random.UpTo(6); edits > 0; --edits) {
                 const std::string &section = sections[random.UpTo(2)];

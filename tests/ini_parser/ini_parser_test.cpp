@@ -17,10 +17,10 @@ using namespace std::string_literals;
 /// Reads lines of a file in memory, one by one.
 class ReaderTest : public PlatformTest {
   protected:
-    /// What one call gives.
+    /// The result of one call.
     struct Result {
         QAL_UINT32 ulStatus;
-        Line line; // none: the pointer was left as it was, or set to null
+        Line line; // none: the pointer was left unchanged, or set to null
         bool untouched;
         QAL_UINT32 ulBytes;
         QAL_UINT32 ulLines;
@@ -41,7 +41,7 @@ class ReaderTest : public PlatformTest {
     {
         return {kOk, line, false, ulBytes, ulLines};
     }
-    /// A failure that leaves the pointer.
+    /// A failure that leaves the pointer unchanged.
     static Result Failed(QAL_UINT32 ulStatus) { return {ulStatus, {}, true, 0, 0}; }
 
     void TearDown() override
@@ -79,7 +79,7 @@ class ReaderTest : public PlatformTest {
         return result;
     }
 
-    /// What is left in the file.
+    /// The rest of the file.
     std::string Rest()
     {
         std::string rest;
@@ -93,8 +93,8 @@ class ReaderTest : public PlatformTest {
     std::string trace_; // memory calls of the last ReadOne()
 };
 
-/// A cell of the reader's table: what a byte does behind LF, CR or another byte, with and without a
-/// backslash pending.
+/// A cell of the reader's table: what a byte does after LF, CR or another byte, with and without a
+/// pending backslash.
 struct Cell {
     const char *pszName;
     std::string file;
@@ -121,44 +121,44 @@ TEST_P(IniReaderCell, Reads)
 
 const Cell kCells[] = {
     // End of file.
-    {"EndBehindOther", "a", "a\r", 1, 1, 0, ""},
-    {"EndBehindLf", "a\n", "a\n", 2, 1, 0, ""},
-    {"EndBehindCr", "a\r", "a\r", 2, 1, 0, ""},
+    {"EndAfterOther", "a", "a\r", 1, 1, 0, ""},
+    {"EndAfterLf", "a\n", "a\n", 2, 1, 0, ""},
+    {"EndAfterCr", "a\r", "a\r", 2, 1, 0, ""},
     {"EndPending", "a\\", "a\r", 1, 1, 0, ""},
-    {"EndPendingBehindLf", "a\\\n", "a\r", 1, 1, 0, ""},
-    {"EndPendingBehindCr", "a\\\r", "a\r", 1, 1, 0, ""},
+    {"EndPendingAfterLf", "a\\\n", "a\r", 1, 1, 0, ""},
+    {"EndPendingAfterCr", "a\\\r", "a\r", 1, 1, 0, ""},
     // Backslash.
-    {"BackslashBehindOther", "a\\b\n", "a\\b\n", 4, 1, 0, ""},
-    {"BackslashBehindLf", "a\n\\b\n", "a\n\\b\n", 5, 1, 0, ""},
-    {"BackslashBehindCr", "a\r\\b\r", "a\r\\b\r", 5, 1, 0, ""},
+    {"BackslashAfterOther", "a\\b\n", "a\\b\n", 4, 1, 0, ""},
+    {"BackslashAfterLf", "a\n\\b\n", "a\n\\b\n", 5, 1, 0, ""},
+    {"BackslashAfterCr", "a\r\\b\r", "a\r\\b\r", 5, 1, 0, ""},
     {"BackslashPending", "a\\\\\nb", "a\\\\\n", 4, 1, 1, "b"},
-    {"BackslashPendingBehindLf", "a\\\n\\\nb\nc", "ab\n", 3, 3, 1, "c"},
-    {"BackslashPendingBehindLfKept", "a\\\n\\b", "a\\b\r", 3, 2, 0, ""},
-    {"BackslashPendingBehindCr", "a\\\r\\\rb\rc", "ab\r", 3, 3, 1, "c"},
-    {"BackslashPendingBehindCrKept", "a\\\r\\b", "a\\b\r", 3, 2, 0, ""},
+    {"BackslashPendingAfterLf", "a\\\n\\\nb\nc", "ab\n", 3, 3, 1, "c"},
+    {"BackslashPendingAfterLfKept", "a\\\n\\b", "a\\b\r", 3, 2, 0, ""},
+    {"BackslashPendingAfterCr", "a\\\r\\\rb\rc", "ab\r", 3, 3, 1, "c"},
+    {"BackslashPendingAfterCrKept", "a\\\r\\b", "a\\b\r", 3, 2, 0, ""},
     // LF.
-    {"LfBehindOther", "a\nb", "a\n", 2, 1, 1, "b"},
-    {"LfBehindLf", "a\n\nb", "a\n", 2, 1, 1, "\nb"},
-    {"LfBehindCr", "a\r\nb", "a\r\n", 3, 1, 0, "b"},
+    {"LfAfterOther", "a\nb", "a\n", 2, 1, 1, "b"},
+    {"LfAfterLf", "a\n\nb", "a\n", 2, 1, 1, "\nb"},
+    {"LfAfterCr", "a\r\nb", "a\r\n", 3, 1, 0, "b"},
     {"LfPending", "a\\\nb\nc", "ab\n", 3, 2, 1, "c"},
-    {"LfPendingBehindLf", "a\\\n\nb", "a\n", 2, 2, 0, "b"},
-    {"LfPendingBehindCr", "a\\\r\nb\nc", "ab\n", 3, 2, 1, "c"},
-    {"LfPendingBehindCrForgets", "a\\\r\n\nb", "a\n", 2, 2, 1, "b"},
+    {"LfPendingAfterLf", "a\\\n\nb", "a\n", 2, 2, 0, "b"},
+    {"LfPendingAfterCr", "a\\\r\nb\nc", "ab\n", 3, 2, 1, "c"},
+    {"LfPendingAfterCrForgets", "a\\\r\n\nb", "a\n", 2, 2, 1, "b"},
     // CR.
-    {"CrBehindOther", "a\rb", "a\r", 2, 1, 1, "b"},
-    {"CrBehindLf", "a\n\rb", "a\n\r", 3, 1, 0, "b"},
-    {"CrBehindCr", "a\r\rb", "a\r", 2, 1, 1, "\rb"},
+    {"CrAfterOther", "a\rb", "a\r", 2, 1, 1, "b"},
+    {"CrAfterLf", "a\n\rb", "a\n\r", 3, 1, 0, "b"},
+    {"CrAfterCr", "a\r\rb", "a\r", 2, 1, 1, "\rb"},
     {"CrPending", "a\\\rb\rc", "ab\r", 3, 2, 1, "c"},
-    {"CrPendingBehindLf", "a\\\n\rb\rc", "ab\r", 3, 2, 1, "c"},
-    {"CrPendingBehindLfForgets", "a\\\n\r\rb", "a\r", 2, 2, 1, "b"},
-    {"CrPendingBehindCr", "a\\\r\rb", "a\r", 2, 2, 0, "b"},
+    {"CrPendingAfterLf", "a\\\n\rb\rc", "ab\r", 3, 2, 1, "c"},
+    {"CrPendingAfterLfForgets", "a\\\n\r\rb", "a\r", 2, 2, 1, "b"},
+    {"CrPendingAfterCr", "a\\\r\rb", "a\r", 2, 2, 0, "b"},
     // Any other byte.
-    {"OtherBehindOther", "ab\r\nc", "ab\r\n", 4, 1, 0, "c"},
-    {"OtherBehindLf", "\nb", "\n", 1, 1, 1, "b"},
-    {"OtherBehindCr", "\rb", "\r", 1, 1, 1, "b"},
+    {"OtherAfterOther", "ab\r\nc", "ab\r\n", 4, 1, 0, "c"},
+    {"OtherAfterLf", "\nb", "\n", 1, 1, 1, "b"},
+    {"OtherAfterCr", "\rb", "\r", 1, 1, 1, "b"},
     {"OtherPending", "\\b\r\n", "\\b\r\n", 4, 1, 0, ""},
-    {"OtherPendingBehindLf", "\\\nb\\\nc\r\n", "bc\r\n", 4, 3, 0, ""},
-    {"OtherPendingBehindCr", "\\\rb\\\rc\r\n", "bc\r\n", 4, 3, 0, ""},
+    {"OtherPendingAfterLf", "\\\nb\\\nc\r\n", "bc\r\n", 4, 3, 0, ""},
+    {"OtherPendingAfterCr", "\\\rb\\\rc\r\n", "bc\r\n", 4, 3, 0, ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, IniReaderCell, ::testing::ValuesIn(kCells), CaseName());
@@ -171,7 +171,7 @@ TEST_F(IniReader, BackslashAfterLoneLineEndJoins)
     EXPECT_EQ(ReadOne().line, "a\n\\b\n");
     EXPECT_EQ(ReadOne().line, "c\n");
 
-    Open("a\r\\\rb\r"); // and it can be a continuation itself
+    Open("a\r\\\rb\r"); // and that line can be continued itself
     EXPECT_EQ(ReadOne(), Read("a\rb\r", 4, 2));
 
     Open("a\r\n\\b\r\n"); // a line end of two bytes is complete before
@@ -190,7 +190,7 @@ TEST_F(IniReader, NothingLeftIs130AndLeavesThePointer)
         Open(pszFile);
         EXPECT_EQ(ReadOne(), Failed(kFileEmpty));
         EXPECT_EQ(trace_, "");
-        EXPECT_EQ(ReadOne().ulStatus, kFileEmpty); // and so it stays
+        EXPECT_EQ(ReadOne().ulStatus, kFileEmpty); // and it stays that way
     }
 }
 
@@ -208,14 +208,14 @@ TEST_F(IniReader, NulCutsItsLine)
         QAL_UINT32 ulBytes;
         QAL_UINT32 ulLines;
     } const cases[] = {
-        {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end go, CR comes
+        {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end are cut off, CR is added
         {"ab\0\nx"s, "ab\r", 2, 1},        //
         {"ab\0"s, "ab\r", 2, 1},           //
-        {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut behind a joined line end and a kept backslash
-        {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut behind a line end, which needs no other
+        {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut after a joined line end and a kept backslash
+        {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut after a line end, which needs no other
         {"a\\\nb\0c\r\nx"s, "ab\r", 2, 2}, // cut in a continuation, which counts
         {"a\\\0b\nx"s, "a\\\r", 2, 1},     // a backslash before a NUL is kept
-        {"a\\\n\0b\nx"s, "a\r", 1, 2},     // a NUL behind a continuation
+        {"a\\\n\0b\nx"s, "a\r", 1, 2},     // a NUL after a continuation
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(Shown(c.file));
@@ -267,7 +267,7 @@ TEST_F(IniReader, LineOf511BytesIsTheLongest)
         {a(511) + "\\\n", a(511) + "\r", 1, ""},
         {a(509) + "\\\\", a(509) + "\\\\\r", 1, ""},
         {a(509) + "\\b", a(509) + "\\b\r", 1, ""},
-        {a(300) + "\\\n" + a(210) + "\nb", a(510) + "\n", 2, "b"}, // what joins does not count
+        {a(300) + "\\\n" + a(210) + "\nb", a(510) + "\n", 2, "b"}, // joining bytes do not count
         {a(510) + "\\\n\nb", a(510) + "\n", 2, "b"},
     };
     for (const auto &c : fits) {
@@ -473,8 +473,8 @@ const Content kContents[] = {
     {"KeptPair", "a\\\\b\n", {"a\\\\b\n"}, 1},
     {"KeptPairThenEnd", "a\\\\\nb\n", {"a\\\\\n", "b\n"}, 2},
     {"BackslashAtTheEnd", "a\\", {"a\r"}, 1},
-    {"JoinBehindLoneLf", "a\n\\b\n", {"a\n\\b\n"}, 1},
-    {"NoJoinBehindCrLf", "a\r\n\\b\r\n", {"a\r\n", "\\b\r\n"}, 2},
+    {"JoinAfterLoneLf", "a\n\\b\n", {"a\n\\b\n"}, 1},
+    {"NoJoinAfterCrLf", "a\r\n\\b\r\n", {"a\r\n", "\\b\r\n"}, 2},
     {"EmptyContinuation", "a\\\n\nb\n", {"a\n", "b\n"}, 3},
     {"NulCuts", "ab\0cd\nx\n"s, {"ab\r", "x\n"}, 2},
     {"NulAtLineStartEnds", "a\n\0b\nc\n"s, {"a\n"}, 1},
@@ -601,7 +601,7 @@ TEST_F(IniLoad, FileThatEndsEarlyIsLoadedSoFar)
         SCOPED_TRACE(n);
         platform.UseMemoryDisk()["f"] = content.substr(0, n) + std::string(20, 'x');
         platform.StartRecording();
-        // Bytes given back are read twice; the double ends the file behind so many reads.
+        // Bytes given back are read twice; the double ends the file after this many reads.
         Snapshot expected;
         model::Heap heap;
         ASSERT_EQ(model::Load(content.substr(0, n), expected, heap), kOk);
@@ -625,7 +625,7 @@ TEST_F(IniLoad, FailedOpenIs30)
     Document doc;
     EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOpenFile);
     EXPECT_EQ(Look(doc), Snapshot{});
-    EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOk); // undisturbed, it works
+    EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOk); // without a failure, it works
 }
 
 TEST_F(IniLoad, FailedCloseIsIgnored)
@@ -712,7 +712,7 @@ TEST_F(IniRelease, RecordThatHoldsNothingIsFine)
     Document doc;
     platform.StartRecording();
     XELP_IniFreeIniStruct(&doc);
-    EXPECT_EQ(FullTrace(), "free null"); // the array is released also when there is none
+    EXPECT_EQ(FullTrace(), "free null"); // the array is released even if there is none
     EXPECT_EQ(Look(doc), Snapshot{});
     doc.ulLabel = doc.ulTotalLine = doc.ulIniFileNum = 7;
     XELP_IniFreeIniStruct(&doc);

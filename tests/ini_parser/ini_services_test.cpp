@@ -1,4 +1,4 @@
-// How the module calls the bounded routines: an adapter of a client's own may rely on the bounds.
+// How the module calls the bounded routines: a client's own adapter may rely on the bounds.
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -138,7 +138,7 @@ TEST_F(IniServices, Save)
                      "strcat 20 \"1700000000123\"", "strcat 20 \".ibk\"", "memset 24 0 24"}));
 }
 
-/// An adapter whose formatter cuts off instead of emptying stores a line that is cut off.
+/// If an adapter's formatter cuts text off instead of emptying it, the stored line is cut off.
 TEST_F(IniServices, CutOffLineIsStoredAsItIs)
 {
     Document doc({"[a]\n"});

@@ -137,7 +137,7 @@ Document::Document(const Snapshot &snapshot)
                                 snapshot.ulIniFileNum, nullptr}
 {
     PlatformDouble &platform = PlatformDouble::Instance();
-    platform.StartRecording(); // nothing planned before fails here
+    platform.StartRecording(); // no earlier planned failure applies here
     if (ulTotalLine != 0) {
         pStrLine = static_cast<QAL_INT8 **>(
             XELP_MemMallocD(ulTotalLine * QAL_UINT32{sizeof *pStrLine}, 0, kSite));

@@ -1,5 +1,5 @@
 // What the tests of the INI module share: statuses by short names, documents built by hand and
-// looked at as a whole, and temporary files.
+// compared as a whole, and temporary files.
 #ifndef WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 #define WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 
@@ -19,7 +19,7 @@
 
 namespace wyx::test {
 
-// The statuses by their numbers: those are what callers have compiled in.
+// The statuses as numbers, which is what callers have compiled in.
 inline constexpr QAL_UINT32 kOk = 0;
 inline constexpr QAL_UINT32 kSectionNotFound = 10;
 inline constexpr QAL_UINT32 kKeyNotFound = 20;
@@ -38,7 +38,7 @@ inline constexpr QAL_UINT32 kKeyValue = 180;
 inline constexpr QAL_UINT32 kWriteFile = 180;
 inline constexpr QAL_UINT32 kComment = 190;
 
-/// Enumerations run over so many characters less where each step costs more than natively.
+/// Enumerations use this many characters less if each step costs more than natively.
 #if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__aarch64__)
 inline constexpr std::size_t kShorter = 1;
 #elif defined(__has_feature)
@@ -55,10 +55,10 @@ inline constexpr std::size_t kShorter = 0;
 using Line = std::optional<std::string>;
 using Lines = std::vector<Line>;
 
-/// Bytes as they would stand in a source text.
+/// Bytes as they would be written in source code.
 std::string Shown(std::string_view bytes);
 
-/// Everything there is to see of a document.
+/// Everything that is visible of a document.
 struct Snapshot {
     QAL_UINT32 ulLabel = 0;
     QAL_UINT32 ulLineNum = 0;
@@ -69,10 +69,10 @@ struct Snapshot {
 };
 void PrintTo(const Snapshot &snapshot, std::ostream *pOut);
 
-/// A snapshot of a document just loaded from a file of these lines.
+/// A snapshot of a document just loaded from a file with these lines.
 Snapshot Loaded(Lines lines, QAL_UINT32 ulCapacity = 200);
 
-/// Takes a snapshot. Fails the test where a block is not of the size its content needs.
+/// Takes a snapshot. Fails the test if a block does not have the size its content needs.
 Snapshot Look(const XELP_IN_S_INI_FILE_STRUCT &record);
 
 /// A document on the double's memory, released at the end of its scope.
@@ -80,7 +80,7 @@ class Document : public XELP_IN_S_INI_FILE_STRUCT {
   public:
     /// A record that holds nothing.
     Document() : XELP_IN_S_INI_FILE_STRUCT{} {}
-    /// A record of these lines, as if loaded; the double starts recording behind it.
+    /// A record of these lines, as if loaded; the double starts recording after that.
     explicit Document(const Lines &lines, QAL_UINT32 ulCapacity = 200);
     explicit Document(const Snapshot &snapshot);
     ~Document();
@@ -88,8 +88,7 @@ class Document : public XELP_IN_S_INI_FILE_STRUCT {
     Document &operator=(const Document &) = delete;
 };
 
-/// A text for an argument that is not const but must not be written: a write to it would be
-/// noticed.
+/// A text for a non-const argument that must not be written to; a write would be noticed.
 inline QAL_INT8 *Arg(const char *pszText)
 {
     return const_cast<QAL_INT8 *>(pszText);
@@ -103,27 +102,27 @@ inline QAL_INT8 *Arg(const Line &text)
     return text ? Arg(*text) : nullptr;
 }
 
-/// Some address for an out-pointer to hold before a call, which can be neither read nor released.
+/// The value of an out-pointer before a call: an address that can be neither read nor released.
 inline QAL_INT8 *Sentinel()
 {
     return reinterpret_cast<QAL_INT8 *>(std::uintptr_t{0x5E});
 }
 
-/// A block handed over by the module as text; fails the test where its size is not @p blockSize (0:
-/// what the text needs). Releases it.
+/// A block handed over by the module as text; fails the test if its size is not @p blockSize (0:
+/// the size the text needs). Releases it.
 Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
 
-/// The double's record, but for reads, joined by ", ": "D 5", "free", "free null", "open r name",
+/// The double's record without reads, joined by ", ": "D 5", "free", "free null", "open r name",
 /// "seek -1 1", "write 5", "close", "remove name", "rename a -> b".
 std::string FullTrace();
 /// The file calls in it.
 std::string FileTrace();
 
-/// Fails the test where a block of the double's record was asked for or released by something else
-/// than a unit of the module.
+/// Fails the test if a block of the double's record was requested or released by anything but a
+/// unit of the module.
 void ExpectSites();
 
-/// A new directory for a test, removed with what it holds at the end of its scope.
+/// A new directory for a test, removed with its content at the end of its scope.
 class TempDir {
   public:
     TempDir();
@@ -132,7 +131,7 @@ class TempDir {
     TempDir &operator=(const TempDir &) = delete;
 
     std::string Name(std::string_view file) const { return (path_ / file).string(); }
-    /// The names in it, sorted.
+    /// The names of its files, sorted.
     std::vector<std::string> Files() const;
 
   private:
@@ -146,7 +145,7 @@ std::optional<std::string> ReadFile(const std::string &name);
 /// A text of up to @p maxSize of these bytes.
 std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize);
 
-/// Up to twelve lines: of the first @p common kinds, now and then of any.
+/// Up to twelve lines: of the first @p common kinds, and occasionally of any.
 Lines RandomLines(Random &random, const Lines &kinds, std::size_t common);
 
 /// Names the cases of a table by their pszName.

@@ -15,7 +15,7 @@ bool IsOneOf(char c, std::string_view set)
     return set.find(c) != kNone;
 }
 
-/// Text from its first byte that is no blank (or its last byte) to its last that is not white.
+/// The text from its first non-blank byte (or its last byte) to its last non-white byte.
 std::string_view Trimmed(std::string_view text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size() - 1));
@@ -30,7 +30,7 @@ bool SameName(std::string_view left, std::string_view right)
                       [&](char l, char r) { return lower(l) == lower(r); });
 }
 
-/// Position of the first quotation mark from @p from on that no backslash escapes.
+/// Position of the first unescaped quotation mark from @p from on.
 std::size_t QuoteFrom(std::string_view line, std::size_t from)
 {
     std::size_t at = line.find('"', from);
@@ -83,7 +83,7 @@ std::string Heap::Trace() const
 
 ReadLine Read(std::string_view file, std::size_t at)
 {
-    // What stands at a position: a byte, or none behind the end.
+    // What is at a position: a byte, or none after the end.
     const auto byteAt = [&](std::size_t i) { return i < file.size() ? Line{{file[i]}} : Line{}; };
     const auto isEnd = [](const Line &byte) { return byte == "\n" || byte == "\r"; };
 
@@ -110,7 +110,7 @@ ReadLine Read(std::string_view file, std::size_t at)
                 text += *b1;
                 ++i;
                 complete = true;
-            } else if (b1 != "\\") { // a backslash joins what it begins
+            } else if (b1 != "\\") { // a backslash joins the line that it begins
                 read.stepsBack = 1;
                 complete = true;
             }
@@ -225,8 +225,8 @@ Parts ParseComment(std::string_view line, Heap &heap)
         parts.ulStatus = kLineUnknown;
         return parts;
     }
-    const std::string_view behind = line.substr(at + 2);
-    const std::string_view text = behind.empty() ? behind : Trimmed(behind);
+    const std::string_view after = line.substr(at + 2);
+    const std::string_view text = after.empty() ? after : Trimmed(after);
     parts.commentBlock = text.size() + 1;
     if (!heap.Take(parts.commentBlock)) {
         return Failed(kInternal, {}, heap);
@@ -269,7 +269,7 @@ Parts ParseSection(std::string_view line, Heap &heap)
 namespace {
 
 /// Position of the " ;" that ends a value beginning at @p begin, or none.
-std::size_t CommentBehindValue(std::string_view line, std::size_t begin)
+std::size_t CommentAfterValue(std::string_view line, std::size_t begin)
 {
     if (begin == line.size() - 1) {
         return kNone; // a single byte is the value, whatever it is
@@ -282,7 +282,7 @@ std::size_t CommentBehindValue(std::string_view line, std::size_t begin)
     if (quote == kNone) {
         return semicolon - 1;
     }
-    return quote + 1 < line.size() - 1 ? CommentBehindValue(line, quote + 1) : kNone;
+    return quote + 1 < line.size() - 1 ? CommentAfterValue(line, quote + 1) : kNone;
 }
 
 } // namespace
@@ -310,10 +310,10 @@ Parts ParseKey(std::string_view line, Heap &heap)
 
     const std::size_t begin =
         std::min(line.find_first_not_of(kBlanks, equals + 1), line.size() - 1);
-    const std::size_t behind = std::min(CommentBehindValue(line, begin), line.size());
-    std::size_t next = behind; // what follows the value
-    if (behind > begin) {
-        const std::string_view value = Trimmed(line.substr(begin, behind - begin));
+    const std::size_t after = std::min(CommentAfterValue(line, begin), line.size());
+    std::size_t next = after; // what follows the value
+    if (after > begin) {
+        const std::string_view value = Trimmed(line.substr(begin, after - begin));
         next = begin + value.size();
         if (!IsOneOf(value[0], kBlanks)) {
             if (!heap.Take(value.size() + 1)) {
@@ -344,11 +344,11 @@ QAL_UINT32 CheckSection(std::string_view line)
     if (name[0] == ' ' || name.find('[') != kNone) {
         return kSection;
     }
-    const std::string_view behind = line.substr(close + 1);
-    if (behind.empty()) {
+    const std::string_view after = line.substr(close + 1);
+    if (after.empty()) {
         return kOk;
     }
-    const std::string_view rest = Trimmed(behind);
+    const std::string_view rest = Trimmed(after);
     if (rest == " " || rest == "\n" || rest == "\r") {
         return kOk;
     }
@@ -364,8 +364,8 @@ QAL_UINT32 CheckComment(std::string_view line, std::size_t semicolon)
 
 QAL_UINT32 CheckItems(std::string_view line, std::size_t at);
 
-/// What may stand behind an item that no comma ends.
-QAL_UINT32 CheckBehindItem(std::string_view line, std::size_t at)
+/// What may follow an item that no comma ends.
+QAL_UINT32 CheckAfterItem(std::string_view line, std::size_t at)
 {
     at = line.find_first_not_of(kBlanks, at);
     if (at == kNone) {
@@ -374,8 +374,8 @@ QAL_UINT32 CheckBehindItem(std::string_view line, std::size_t at)
     return line[at] == ';' ? CheckComment(line, at) : CheckItems(line, at);
 }
 
-/// What must stand behind a comma: a blank, and an item.
-QAL_UINT32 CheckBehindComma(std::string_view line, std::size_t comma)
+/// What must follow a comma: a blank, and an item.
+QAL_UINT32 CheckAfterComma(std::string_view line, std::size_t comma)
 {
     const std::size_t next = line.find_first_not_of(kBlanks, comma + 1);
     if (next == kNone || next == comma + 1 || IsOneOf(line[next], ",;")) {
@@ -395,14 +395,14 @@ QAL_UINT32 CheckItems(std::string_view line, std::size_t at)
             return kKeyValue;
         }
         const std::size_t next = line.find_first_not_of(kBlanks, close + 1);
-        return next != kNone && line[next] == ',' ? CheckBehindComma(line, next)
-                                                  : CheckBehindItem(line, close + 1);
+        return next != kNone && line[next] == ',' ? CheckAfterComma(line, next)
+                                                  : CheckAfterItem(line, close + 1);
     }
     if (const std::size_t comma = line.find(',', at); comma != kNone) {
-        return comma == at ? kKeyValue : CheckBehindComma(line, comma);
+        return comma == at ? kKeyValue : CheckAfterComma(line, comma);
     }
     const std::size_t semicolon = line.find(';', at);
-    return semicolon == kNone ? kOk : CheckBehindItem(line, semicolon);
+    return semicolon == kNone ? kOk : CheckAfterItem(line, semicolon);
 }
 
 } // namespace
@@ -468,7 +468,7 @@ QAL_UINT32 CheckFile(const Snapshot &doc, QAL_UINT32 &ulLineNo)
 
 namespace {
 
-/// What a walk makes of a slot.
+/// What a slot is to a walk.
 enum class Kind { kSkip, kHeader, kKey, kBad };
 
 Kind KindOf(const Line &line, QAL_UINT32 &ulStatus)
@@ -527,7 +527,7 @@ Block FindBlock(const Snapshot &doc, std::string_view section, Heap &heap)
     return block;
 }
 
-/// The lowest line of a key in a block, with its parts still held; ulEnd for none.
+/// The lowest line of a key in a block, with its parts still held; ulEnd if there is none.
 struct KeyLine {
     QAL_UINT32 ulStatus = kKeyNotFound;
     QAL_UINT32 ulAt = 0;
@@ -656,7 +656,7 @@ QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &he
 
 namespace {
 
-/// Stores a line that was built in 512 bytes, where a text that does not fit comes out empty.
+/// Stores a line that was built in 512 bytes; a text that does not fit is stored empty.
 QAL_UINT32 SaveBuilt(Snapshot &doc, QAL_UINT32 ulAt, const std::string &text, Heap &heap)
 {
     return SaveString(doc, ulAt, text.size() < 512 ? text : "", heap);
@@ -684,7 +684,7 @@ QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line 
                      heap);
 }
 
-QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulBehind, const Line &name, const Line &value,
+QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const Line &value,
                      const Line &comment, Heap &heap)
 {
     if (doc.ulLineNum + 1 >= doc.ulTotalLine) {
@@ -692,9 +692,9 @@ QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulBehind, const Line &name, const
             return ulStatus;
         }
     }
-    const QAL_UINT32 ulAt = ulBehind + 1;
+    const QAL_UINT32 ulAt = ulAfter + 1;
     if (doc.slots[ulAt]) {
-        doc.slots.pop_back(); // one that is not in use
+        doc.slots.pop_back(); // an unused one
         doc.slots.insert(doc.slots.begin() + ulAt, std::nullopt);
         ++doc.ulLineNum;
     } else if (ulAt == doc.ulLineNum) {
@@ -754,7 +754,8 @@ void Delete(Snapshot &doc, QAL_UINT32 ulAt, Heap &heap)
     --doc.ulIniFileNum;
 }
 
-/// Both deletions: every block of a section is walked, and what @p pKey names, or all of it, goes.
+/// Both deletions: every block of a section is walked, and the lines of @p pKey, or all lines, are
+/// deleted.
 QAL_UINT32 DeleteIn(Snapshot &doc, std::string_view section, const std::string_view *pKey,
                     Heap &heap)
 {

@@ -1,5 +1,6 @@
-// The INI module once more, slow and obvious: over strings instead of pointers, looking ahead
-// instead of keeping a state. The tests compare everything that is visible, allocations included.
+// A second, slow and obvious implementation of the INI module: over strings instead of pointers,
+// looking ahead instead of keeping a state. The tests compare everything that is visible,
+// allocations included.
 #ifndef WYX_TESTS_INI_PARSER_MODELS_H
 #define WYX_TESTS_INI_PARSER_MODELS_H
 
@@ -11,15 +12,15 @@
 
 namespace wyx::test::model {
 
-/// What a call asks of the allocator, in the form of PlatformDouble::MemoryTrace().
+/// What a call requests from the allocator, in the form of PlatformDouble::MemoryTrace().
 class Heap {
   public:
-    /// All requests succeed, or those from the @p ulFailAt-th on (from 1) do not.
+    /// All requests succeed, except those from the @p ulFailAt-th on (counted from 1).
     explicit Heap(QAL_UINT32 ulFailAt = 0, Failure failure = Failure::kOnce)
         : ulFailAt_(ulFailAt), failure_(failure)
     {}
 
-    /// One block; false if there is none.
+    /// Requests one block; false if there is no memory.
     bool Take(std::size_t size);
     void Give(std::size_t count = 1);
     std::string Trace() const;
@@ -56,7 +57,7 @@ struct Parts {
     Line name;
     Line value;
     Line comment;
-    std::size_t commentBlock = 0; ///< size of the comment's block, which an empty one does not fill
+    std::size_t commentBlock = 0; ///< size of the comment's block, not filled by an empty one
 };
 
 XELP_INI_E_LINE_TYPE TypeOf(std::string_view line); // not empty
@@ -76,7 +77,7 @@ Value GetValue(const Snapshot &doc, std::string_view section, std::string_view k
 struct Names {
     QAL_UINT32 ulStatus = 0;
     std::vector<std::string> names;
-    QAL_UINT32 ulCount = 0; ///< names found, also where they were released again
+    QAL_UINT32 ulCount = 0; ///< names found, even if they were released again
 };
 Names GetSections(const Snapshot &doc, Heap &heap);
 Names GetKeys(const Snapshot &doc, std::string_view section, Heap &heap);
@@ -86,7 +87,7 @@ QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const L
                        Heap &heap);
 QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &value,
                    const Line &comment, Heap &heap);
-QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulBehind, const Line &name, const Line &value,
+QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const Line &value,
                      const Line &comment, Heap &heap);
 QAL_UINT32 InsertSection(Snapshot &doc, const Line &name, Heap &heap);
 QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const Line &key, const Line &value,
@@ -94,7 +95,7 @@ QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const Line &key, co
 QAL_UINT32 DeleteSection(Snapshot &doc, std::string_view section, Heap &heap);
 QAL_UINT32 DeleteKey(Snapshot &doc, std::string_view section, std::string_view key, Heap &heap);
 
-/// A line as the pieces in which it is written to a file.
+/// The pieces in which a line is written to a file.
 std::vector<std::string> Fold(std::string_view line);
 /// A document as it is written to a file.
 std::string FileOf(const Snapshot &doc);

@@ -9,7 +9,7 @@ constexpr QAL_UINT32 kInvalid = 30;
 constexpr std::string_view kDec = "0123456789";
 constexpr std::string_view kHex = "0123456789abcdefABCDEF";
 
-/// The character at a place; NUL behind the end.
+/// The character at a place; NUL after the end.
 char At(std::string_view text, std::size_t at)
 {
     return at < text.size() ? text[at] : '\0';
@@ -159,7 +159,7 @@ Ipv6 ModelIpv6(std::string_view text)
     Ipv6Output output;
     const auto place = [&](const std::string &bytes, std::size_t end) {
         for (std::size_t i = 0; i < bytes.size(); ++i) {
-            if (end + i >= bytes.size()) { // the others would stand before the first byte
+            if (end + i >= bytes.size()) { // the others would come before the first byte
                 output.address[end + i - bytes.size()] = static_cast<QAL_UINT8>(bytes[i]);
             }
         }

@@ -1,4 +1,5 @@
-// The grammar of the address parsers once more, over whole strings and without a thought of speed.
+// A second implementation of the address parsers' grammar, over whole strings and without regard to
+// speed.
 #ifndef WYX_TESTS_IP4_IP6_PARSER_ADDRESS_MODEL_H
 #define WYX_TESTS_IP4_IP6_PARSER_ADDRESS_MODEL_H
 
@@ -12,18 +13,18 @@
 
 namespace wyx::test {
 
-/// What strtoul() makes of the start of a text.
+/// What strtoul() reads at the start of a text.
 struct Number {
     std::uint64_t value = 0;
     std::size_t consumed = 0; ///< 0: there is no number
 };
 Number ModelNumber(std::string_view text, int iBase);
 
-/// What a reader leaves behind.
+/// What a reader returns and leaves.
 struct GroupRun {
     QAL_UINT32 status = 0;
     std::string bytes = {}; ///< what was read, high byte first
-    std::size_t end = 0;    ///< where the cursor stands
+    std::size_t end = 0;    ///< where the cursor is
     bool operator==(const GroupRun &) const = default;
 };
 GroupRun ModelGroup(std::string_view text, std::size_t at);

@@ -1,5 +1,5 @@
-// Texts for the address parsers: each in memory of its own that ends with its terminator, and all
-// short ones over an alphabet.
+// Texts for the address parsers: each in separate memory that ends with its terminator, and all
+// short texts over an alphabet.
 #ifndef WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 #define WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 
@@ -23,14 +23,14 @@ class GuardedText {
         return pszText;
     }
 
-    /// The same, as a reader takes it.
+    /// The same, as a reader's argument.
     Parse_Ipv4v6_S_BUF Buffer(std::string_view text)
     {
         return {Hold(text), static_cast<QAL_INT>(text.size())};
     }
 
-    /// Where a reader's cursor stands in the text held. Checks that the count of characters left
-    /// agrees with it.
+    /// Where a reader's cursor is in the current text. Checks that it agrees with the count of
+    /// characters left.
     std::size_t Place(const Parse_Ipv4v6_S_BUF &struBuf, std::string_view text) const
     {
         const auto left = reinterpret_cast<const char *>(memory_.End()) - 1 - struBuf.cur_bp;
@@ -42,14 +42,15 @@ class GuardedText {
     GuardedMemory memory_{4096};
 };
 
-// Slow machines get one letter less: sanitizers, emulation.
+// One letter less on slow machines: sanitizers, emulation.
 #ifdef WYX_TEST_QUICK
 constexpr std::size_t kLettersLess = 1;
 #else
 constexpr std::size_t kLettersLess = 0;
 #endif
 
-/// Calls @p check with every text of up to @p longest letters behind a prefix, until it says false.
+/// Calls @p check with every text of up to @p longest letters after a prefix, until it returns
+/// false.
 template <typename Check>
 void ForEveryText(std::string_view letters, std::size_t longest, std::string_view prefix,
                   Check check)

@@ -1,5 +1,6 @@
-// The table of character classes as an executable sees it that was not compiled to be moved: the
-// linker gives such a program a copy of an exported variable, and that copy is then the only one.
+// The table of character classes as seen by an executable that is not position-independent: the
+// linker puts a copy of an exported variable into such a program, and that copy is then the only
+// one.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
@@ -37,7 +38,7 @@ TEST(CharsetCopy, ProgramAndLibraryShareOneTable)
 }
 
 #ifdef WYX_TEST_EXPECTS_COPY
-// If it did not, the test above would not show what it is for.
+// If it did not, the test above would prove nothing.
 TEST(CharsetCopy, TableLiesInTheProgram)
 {
     Dl_info table;

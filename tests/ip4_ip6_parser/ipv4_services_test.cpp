@@ -1,5 +1,5 @@
-// How an IPv4 address reaches the caller: by the bounded routine, which an adapter of a client's
-// own may watch, and by nothing else.
+// An IPv4 address reaches the caller only through the bounded routine, which a client's own adapter
+// may watch.
 #include <gtest/gtest.h>
 
 #include <cstring>

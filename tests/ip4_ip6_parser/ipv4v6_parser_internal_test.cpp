@@ -18,7 +18,7 @@
 namespace wyx::test {
 namespace {
 
-// Every character that any reader treats in a way of its own, and some that none does.
+// Every character that any reader treats specially, and some that none does.
 constexpr std::string_view kLetters = "0x1fA.:]- g\xB1";
 
 // --- QAL_CHARset
@@ -96,8 +96,8 @@ TEST(Charset, RemovedDigitIsNoLongerRead)
         EXPECT_EQ(StatusOfIpv4("9.9.9.9"), 30U);
         EXPECT_EQ(StatusOfIpv4("1.2.3.19"), 30U); // the octet ends before the 9
         EXPECT_EQ(StatusOfIpv4("0x9.2.3.4"), 30U);
-        EXPECT_EQ(StatusOfIpv4("0x19.2.3.4"), 0U); // behind the first digit, strtoul() decides
-        EXPECT_EQ(StatusOfIpv4("1.2.3.4:9"), 1U);  // so it does for a port
+        EXPECT_EQ(StatusOfIpv4("0x19.2.3.4"), 0U); // after the first digit, strtoul() decides
+        EXPECT_EQ(StatusOfIpv4("1.2.3.4:9"), 1U);  // as it does for a port
         EXPECT_EQ(StatusOfIpv6("9::9"), 30U);
         EXPECT_EQ(StatusOfIpv6("::19"), 30U);
     }
@@ -118,7 +118,7 @@ TEST(Charset, AddedDecimalDigitIsSkippedWithoutWorth)
     QAL_UINT32 ulAddr = 0;
     EXPECT_EQ(StatusOfIpv4("1g.2gg.g.4", &ulAddr), 0U); // strtoul() ends at the g
     EXPECT_EQ(ulAddr, 0x01020004U);
-    EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U); // it is no hexadecimal one
+    EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U); // g is not a hexadecimal digit
 }
 
 TEST(Charset, AddedHexDigitCountsAsZero)
@@ -129,12 +129,12 @@ TEST(Charset, AddedHexDigitCountsAsZero)
     EXPECT_EQ(aucAddr[0], 0x01);
     EXPECT_EQ(aucAddr[1], 0x02);
     EXPECT_EQ(aucAddr[15], 0x00);
-    EXPECT_EQ(StatusOfIpv4("0xg.2.3.4"), 30U); // strtoul() ends at the x, where no dot stands
+    EXPECT_EQ(StatusOfIpv4("0xg.2.3.4"), 30U); // strtoul() ends at the x, which is not a dot
     EXPECT_EQ(StatusOfIpv4("1.2.3.0xg"), 30U);
     EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U);
 }
 
-// Behind a dotted quad no port is looked for, not even where its first digit is a colon.
+// After a dotted quad no port is looked for, even if its first digit is a colon.
 TEST(Charset, ColonAsADigitBeginsNoPort)
 {
     const Reclassified digit(':', 0x84);
@@ -144,7 +144,7 @@ TEST(Charset, ColonAsADigitBeginsNoPort)
     EXPECT_EQ(aucAddr[15], 4);
 }
 
-// Whatever the table says of it, the terminator ends the text: behind it is an unmapped page.
+// Whatever the table says about it, the terminator ends the text: after it comes an unmapped page.
 TEST(Charset, TerminatorIsNeverADigit)
 {
     const Reclassified digit('\0', 0x84);
@@ -194,7 +194,7 @@ TEST(TdU16, ValueIsReducedTo16Bits)
         {"-1", 10, 65535, 2},
         {"-65535", 10, 1, 6},
         {"18446744073709551615", 10, 0xFFFF, 20},
-        {"18446744073709551616", 10, 0xFFFF, 20}, // beyond 64 bits it stays at the greatest
+        {"18446744073709551616", 10, 0xFFFF, 20}, // beyond 64 bits it stays at the maximum
         {"-18446744073709551616", 10, 0xFFFF, 21},
         {"-18446744073709551615", 10, 1, 21},
         {"10001", 16, 1, 5},
@@ -221,7 +221,7 @@ TEST(TdU16, WithoutANumberNothingChanges)
             EXPECT_EQ(memory.Place(struBuf, text), 0U);
         }
     }
-    for (const QAL_INT32 lBase : {1, -1, 37, INT_MIN}) { // no bases at all
+    for (const QAL_INT32 lBase : {1, -1, 37, INT_MIN}) { // invalid bases
         Parse_Ipv4v6_S_BUF struBuf = memory.Buffer("11");
         QAL_UINT16 uwValue = 0xA5A5;
         EXPECT_EQ(core_td_u16(&uwValue, lBase, &struBuf), 30U) << lBase;
@@ -278,7 +278,7 @@ TEST(TdHex4, ReadsOneToFourDigits)
 TEST(TdHex4, CountOfCharactersLeftEndsTheGroup)
 {
     char achText[] = "abcd";
-    for (QAL_INT lLeft = -1; lLeft < 4; ++lLeft) { // less than the text has
+    for (QAL_INT lLeft = -1; lLeft < 4; ++lLeft) { // fewer than the text has
         Parse_Ipv4v6_S_BUF struBuf = {achText, lLeft};
         QAL_UINT16 uwValue = 0xA5A5;
         EXPECT_EQ(core_td_hex4(&uwValue, &struBuf), 30U) << lLeft;
@@ -310,7 +310,7 @@ TEST(TdHex4, EveryShortText)
 
 // --- core_td_hexseq
 
-/// What the reader makes of a text. Checks that it writes no byte more than it says.
+/// What the reader makes of a text. Checks that it writes no more bytes than it reports.
 GroupRun GroupsOf(GuardedText &memory, std::string_view text)
 {
     Parse_Ipv4v6_S_BUF struBuf = memory.Buffer(text);
@@ -383,7 +383,7 @@ TEST(TdHexseq, DottedTails)
     }
 }
 
-// The count decides where the look-ahead may look, also where more text stands behind it.
+// The count limits the look-ahead, even if more text follows.
 TEST(TdHexseq, CountOfCharactersLeftEndsTheRun)
 {
     char achText[] = "1:22.333";
@@ -403,7 +403,7 @@ TEST(TdHexseq, CountOfCharactersLeftEndsTheRun)
     EXPECT_EQ(struBuf.cur_bp, achText);
 }
 
-// Not even a count that promises more makes the reader look behind the terminator.
+// Even if the count promises more, the reader does not look past the terminator.
 TEST(TdHexseq, TerminatorEndsTheLookAhead)
 {
     GuardedText memory;

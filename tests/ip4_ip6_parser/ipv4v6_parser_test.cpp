@@ -30,7 +30,7 @@ Ipv4 ParseIpv4(GuardedText &memory, std::string_view text)
     return {ulStatus, ulAddr, uwPort};
 }
 
-/// Tells outputs that were written from outputs that were not by calling twice, over two patterns.
+/// Distinguishes written outputs from untouched ones by calling twice, over two patterns.
 Ipv6 ParseIpv6(GuardedText &memory, std::string_view text)
 {
     Ipv6Output outputs[2];
@@ -150,7 +150,7 @@ TEST(ParseIpv4, OctetIsReducedTo32Bits)
         {"0x100000001.0.0.0xFFFFFFFF000000FE", {0, 0x010000FE, 0}},
         {"18446744069414584321.0.0.1", {0, 0x01000001, 0}}, // 2^64 - 2^32 + 1
         {"18446744073709551615.0.0.1", {30, 0, 0}},
-        {"18446744073709551617.0.0.1", {30, 0, 0}}, // beyond 64 bits it is the greatest value
+        {"18446744073709551617.0.0.1", {30, 0, 0}}, // beyond 64 bits it is the maximum
         {"0x10000000000000001.0.0.1", {30, 0, 0}},
     };
     ExpectIpv4(std::begin(kCases), std::end(kCases));
@@ -170,7 +170,7 @@ TEST(ParseIpv4, Ports)
         {"1.2.3.4: 80", {1, kAddr, 80}},
         {"1.2.3.4:\t\n+80", {1, kAddr, 80}},
         {"1.2.3.4:-1", {1, kAddr, 65535}},
-        {"1.2.3.4:0x 50", {1, kAddr, 0x50}}, // the reader begins behind the prefix
+        {"1.2.3.4:0x 50", {1, kAddr, 0x50}}, // the reader begins after the prefix
         {"1.2.3.4:0x-1", {1, kAddr, 65535}},
         {"1.2.3.4:0x0x50", {1, kAddr, 0x50}},
         {"1.2.3.4:99999999999999999999", {1, kAddr, 65535}},
@@ -220,7 +220,8 @@ TEST(ParseIpv4, AddressIsInReverseOrderInMemory)
     EXPECT_EQ(aucAddr[3], 1);
 }
 
-/// The port is written after the address, also without one: it may be a part of the address.
+/// The port is written after the address, even if the text has none: it may be a part of the
+/// address.
 TEST(ParseIpv4, PortIsWrittenLast)
 {
     const struct {
@@ -255,7 +256,7 @@ bool AgreesOnIpv4(GuardedText &memory, std::string_view text)
     const Ipv4 expected = ModelIpv4(text);
     if (result != expected) {
         ADD_FAILURE() << text << ": status " << result.status << ", address " << result.address
-                      << ", port " << result.port << " in place of " << expected.status << ", "
+                      << ", port " << result.port << " instead of " << expected.status << ", "
                       << expected.address << ", " << expected.port;
         return false;
     }
@@ -483,27 +484,27 @@ TEST(ParseIpv6, TrailingTextIsIgnored)
     ExpectIpv6(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv6, DottedQuadBehindADot)
+TEST(ParseIpv6, DottedQuadAfterADot)
 {
     constexpr Ipv6Case kCases[] = {
         {".1.2.3.4", 0, "00000000000000000000000001020304 0"},
         {"[.1.2.3.4", 0, "00000000000000000000000001020304 0"},
         {"1:2.1.2.3.4", 0, "00010002000000000000000001020304 0"},
-        {"1:2:3:4:5:6:7.10.0x20.030.40", 0, "0001000200030004000500060a201e28 0"}, // goes over it
+        {"1:2:3:4:5:6:7.10.0x20.030.40", 0, "0001000200030004000500060a201e28 0"}, // overwrites it
         {"::ffff.1.2.3.4", 30, kUntouched},
         {".a.2.3.4", 30, kUntouched},
         {".1.2.3", 30, kUntouched},
         {".1.2.3.4:80", 30, kUntouched}, // a port
         {".1.2.3.4]", 30, kUntouched},
         {"[.1.2.3.4]:80", 30, kUntouched},
-        {"1:1.2.3.4", 30, kUntouched}, // the 1 is a group, 2.3.4 no quad
+        {"1:1.2.3.4", 30, kUntouched}, // the 1 is a group, and 2.3.4 is no quad
         {".", 30, kUntouched},
         {"..1.2.3.4", 30, kUntouched},
     };
     ExpectIpv6(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv6, DottedQuadBehindGapFails)
+TEST(ParseIpv6, DottedQuadAfterGapFails)
 {
     constexpr Ipv6Case kCases[] = {
         {"::ffff:192.168.1.1", 30, "00000000000000000000ffff00000000 0"},
@@ -588,15 +589,15 @@ TEST(ParseIpv6, NullPointerGives10AndWritesNothing)
     EXPECT_EQ(uwPort, 0xA5A5);
 }
 
-/// Our result is the model's; where the system's parser accepts the text, and it ends in no dotted
-/// quad, it is the same address.
+/// Our result is the model's; where the system's parser accepts the text, and it does not end in a
+/// dotted quad, it is the same address.
 bool AgreesOnIpv6(GuardedText &memory, std::string_view text)
 {
     const Ipv6 result = ParseIpv6(memory, text);
     const Ipv6 expected = ModelIpv6(text);
     if (result != expected) {
         ADD_FAILURE() << text << ": status " << result.status << ", " << Hex(result.output)
-                      << " in place of " << expected.status << ", " << Hex(expected.output);
+                      << " instead of " << expected.status << ", " << Hex(expected.output);
         return false;
     }
     Ipv6Output system;
@@ -631,7 +632,7 @@ TEST(ParseIpv6, RandomTexts)
     }
 }
 
-// What the system writes of an address, we read, also in brackets and with a port.
+// We read the text that the system writes for an address, also in brackets and with a port.
 TEST(ParseIpv6, AddressesAsTheSystemWritesThem)
 {
     GuardedText memory;

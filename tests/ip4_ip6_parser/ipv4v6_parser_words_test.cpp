@@ -1,6 +1,6 @@
-// The usual form of a dotted address: what is taken in words reads as the model says, and what is
-// not usual is left to the scanner. Scanner and words agree where the table of character classes is
-// changed so that every text goes to the scanner.
+// The usual form of a dotted address: texts read in words match the model, and unusual ones are
+// left to the scanner. Both agree when a changed table of character classes sends every text to the
+// scanner.
 #include "../../src/commlib/ip4_ip6_parser/source/ipv4v6_parser_words.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@
 namespace wyx::test {
 namespace {
 
-/// The outputs of a text that the words do not take.
+/// The outputs of a text that is not read in words.
 constexpr Ipv4 kLeft = {kNotUsual, 0xA5A5A5A5, 0xA5A5};
 
 /// Reads a text whose terminator is the last byte of its memory, and then one whose first character
@@ -89,7 +89,7 @@ TEST(UsualIpv4, IsTaken)
     }
 }
 
-/// What the words take is what the model says, and the parser always agrees with the model.
+/// Texts read in words match the model, and the parser always agrees with the model.
 bool Agrees(Words &words, GuardedText &memory, std::string_view text)
 {
     const Ipv4 expected = ModelIpv4(text);
@@ -187,8 +187,8 @@ TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
     }
 }
 
-// A table in which one decimal digit is none sends every text to the scanner; those whose octets do
-// without the digit read there as they read in words.
+// A table that does not class one of the decimal digits as such sends every text to the scanner.
+// Texts whose octets do not use the digit read the same there as in words.
 TEST(UsualIpv4, ScannerReadsTheSame)
 {
     Words words;
@@ -230,12 +230,12 @@ TEST(UsualIpv4, AsksTheTable)
         EXPECT_EQ(Parsed(memory, text), Ipv4{}) << text;
     }
     {
-        const Reclassified dot('.', 0x04); // belongs to the first octet then, as all behind it
+        const Reclassified dot('.', 0x04); // belongs to the first octet then, like all that follows
         EXPECT_EQ(words.Read("1.2.3.4"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4"), Ipv4{});
     }
     {
-        const Reclassified colon(':', 0x04); // belongs to the last octet then, without worth
+        const Reclassified colon(':', 0x04); // belongs to the last octet then, without a value
         EXPECT_EQ(words.Read("1.2.3.4:80"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4:80"), (Ipv4{0, 0x01020304, 0}));
     }

@@ -6,7 +6,7 @@
 
 namespace wyx::test {
 
-/// Gives a byte other classes for the time of a test.
+/// Changes the classes of a byte for the duration of a test.
 class Reclassified {
   public:
     Reclassified(char ch, QAL_UINT32 ulClasses)

@@ -1,7 +1,7 @@
-// Sizes at which something that is small elsewhere shows: a million lines, a million keys in one
-// bucket, a line joined from a hundred thousand, lengths at the edge of 32 bits.
+// Sizes at which small costs add up: a million lines, a million keys in one bucket, a line joined
+// from a hundred thousand, lengths at the edge of 32 bits.
 //
-// Each test prints what it took. They run by `ctest -C slow -L slow`, and not otherwise.
+// Each test prints the time it took. They only run with `ctest -C slow -L slow`.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <time.h>
@@ -23,7 +23,7 @@ namespace {
 
 constexpr QAL_UINT32 kMillion = 1000000;
 
-/// Prints how much processor time its scope took, which other programs make no longer.
+/// Prints how much processor time its scope took; other programs do not add to it.
 class Timed {
   public:
     explicit Timed(const char *pszWhat) : pszWhat_(pszWhat) {}
@@ -147,7 +147,7 @@ TEST(Limits, LineOfAHundredThousandContinuations)
     EXPECT_STREQ(doc.pStrLine[1], "k=v\n");
     XELP_IniFreeIniStruct(&doc);
 
-    // Where each of them adds a byte the line is too long at the 512th.
+    // If each of them adds a byte, the line is too long at the 512th.
     {
         std::ofstream out(file.Name(), std::ios::binary);
         for (int i = 0; i < kLines; ++i) {
@@ -191,8 +191,8 @@ QAL_UINT32 Count(void *pCount, void *, void **)
 }
 
 // Each save compares with every key of its bucket: for a million keys that is 5 * 10^11
-// comparisons, hours of them. So fewer are saved that way, and the bucket of a million is made by
-// joining others.
+// comparisons, which take hours. So fewer are saved that way, and the bucket of a million is made
+// by joining others.
 TEST(Limits, MillionKeysInOneBucket)
 {
     constexpr QAL_UINT32 kSaved = 20000;
@@ -253,7 +253,7 @@ TEST(Limits, MillionKeysInOneBucket)
 
 // ---- the edges of 32 bits ----
 
-/// What the machine can still give, in bytes.
+/// How much memory the machine has available, in bytes.
 std::uint64_t AvailableMemory()
 {
     std::ifstream in("/proc/meminfo");
@@ -297,7 +297,7 @@ TEST(Limits, LargestTable)
         const Timed timed("teardown of 536,870,904 buckets");
         EXPECT_EQ(XELP_Hash_DeInit(pTable, XELP_HASH_FreeUserNode_Yes), 0U);
     }
-    // One more bucket, and the size no longer fits 32 bits.
+    // With one more bucket, the size no longer fits in 32 bits.
     EXPECT_EQ(XELP_Hash_Init(kLargest + 1, HashNumber, CompareNumbers, ReleaseKey, ReleaseNothing,
                              &pTable),
               XELP_ERR_HASH_MEMORY);

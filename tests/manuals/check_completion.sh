@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A shell offers what wyx says: check_completion.sh SHELL COMPLETIONS_FOLDER WYX
-# Ends with 77 where the shell is missing.
+# A shell offers the completions that wyx reports: check_completion.sh SHELL COMPLETIONS_FOLDER WYX
+# Exits with 77 if the shell is missing.
 set -euo pipefail
 
 shell=$1
@@ -19,7 +19,7 @@ ln -s "$wyx" "$work/bin/wyx"
 cd "$work"
 export HOME=$work/home XDG_CONFIG_HOME=$work/home PATH=$work/bin:$PATH
 
-# offers WORD...: what the shell offers for the last word, one a line, sorted
+# offers WORD...: what the shell offers for the last word, one per line, sorted
 offers() {
     case $shell in
     bash)
@@ -31,7 +31,7 @@ offers() {
             "$completions/wyx.fish" "$@" | cut -f 1
         ;;
     zsh)
-        # Outside of its line editor, zsh has no builtins of completion.
+        # Outside its line editor, zsh has no completion builtins.
         zsh -f -c '
             _call_program() { shift; eval "$@" }
             _files() { print -l -- $PREFIX*(N) }
@@ -63,6 +63,6 @@ expect "port=|proxy=" ini set f.ini net p
 expect "proxy=" ini set f.ini net port=1 pro
 expect "newest" ini recover --show n
 expect "" ini get none.ini n
-# A name with a blank is offered as the shell wants it typed.
+# A name with a blank is offered as it must be typed in the shell.
 [[ $shell == bash ]] && expect 'two\ words' ini get f.ini t
 exit $failed

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The manual pages are well formed, and say all that the headers declare:
+# The manual pages are well formed, and describe all that the headers declare:
 # check_pages.sh lint MAN_FOLDER
 # check_pages.sh complete MAN_FOLDER SOURCE_FOLDER
-# Ends with 77 where mandoc is missing.
+# Exits with 77 if mandoc is missing.
 set -euo pipefail
 
 man=$2
@@ -38,7 +38,8 @@ complete)
             failed=1
             continue
         fi
-        # Prototypes, by another way than they are made: the page's, put together, as in the header.
+        # Prototypes, by another method than the one that makes them: joined from the page, as in
+        # the header.
         flat=$(sed 's|/\*.*\*/||; /\/\*/,/\*\//d' "$header" | tr -s ' \n' ' ')
         synopsis=$(sed -n '/^\.Sh SYNOPSIS/,/^\.Sh DESCRIPTION/p' "$page")
         count=0
@@ -56,7 +57,7 @@ complete)
                 echo "$page: not as in the header: $prototype"
                 failed=1
             fi
-            grep -q "^\.Ss $name$" "$page" || { echo "$page: says nothing of $name"; failed=1; }
+            grep -q "^\.Ss $name$" "$page" || { echo "$page: does not describe $name"; failed=1; }
             if [[ $(readlink "$man/man3/$name.3") != "wyx_$stem.3" ]]; then
                 echo "$man/man3/$name.3 does not lead to the page"
                 failed=1

@@ -113,7 +113,7 @@ TEST(Md5, EverySplitGivesTheSameDigest)
             ASSERT_EQ(digest, expected) << first << ", " << second;
         }
     }
-    for (std::size_t size = 1; size <= 130; ++size) { // pieces of one size and what is left
+    for (std::size_t size = 1; size <= 130; ++size) { // pieces of one size and the rest
         MD5_S_CTX context;
         Digest digest;
         XELP_MD5_Init(&context);
@@ -220,7 +220,7 @@ TEST(Md5, CountCarriesIntoItsHighWord)
     context.count[1] = 0xFFFFFFFF;
     XELP_MD5_Update(&context, aucTwo, 2);
     EXPECT_EQ(context.count[0], 8U);
-    EXPECT_EQ(context.count[1], 0U); // 2^64 bits are as good as none
+    EXPECT_EQ(context.count[1], 0U); // 2^64 bits count as none
 }
 
 #ifdef WYX_TEST_LONG_MESSAGE

@@ -1,4 +1,4 @@
-// MD5 by its definition, taken word for word and without a thought of speed.
+// MD5 by its definition, taken literally and without regard to speed.
 #ifndef WYX_TESTS_MD5_MD5_MODELS_H
 #define WYX_TESTS_MD5_MD5_MODELS_H
 

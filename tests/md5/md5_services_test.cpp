@@ -1,4 +1,4 @@
-// What MD5 asks of the platform: this executable stands in front of the adapter's bounded routines.
+// What MD5 requests from the platform: this executable replaces the adapter's bounded routines.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -72,8 +72,8 @@ TEST(Md5Services, EveryCopyIsBoundByItsCount)
     }
 }
 
-// The wipe is a call into another library, whatever the compiler knows of the context's further
-// use.
+// The wipe is a call into another library, whatever the compiler knows about later uses of the
+// context.
 TEST(Md5Services, TheLastThingIsTheWipeOfTheWholeContext)
 {
     MD5_S_CTX context;

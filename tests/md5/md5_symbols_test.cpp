@@ -1,4 +1,4 @@
-// A program that happens to give its own functions the names of MD5's building blocks.
+// A program whose own functions happen to have the names of MD5's building blocks.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,7 +13,7 @@ int strangers = 0;
 
 extern "C" {
 
-// Exported from the executable, and so in front of the library's for every call that is not bound.
+// Exported from the executable, so they take precedence over the library's for every unbound call.
 __attribute__((visibility("default"))) void Encode(void *);
 __attribute__((visibility("default"))) void Decode(void *);
 __attribute__((visibility("default"))) void MD5Transform(void *);

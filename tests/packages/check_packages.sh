@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes the packages, unpacks them, and builds and runs a program with what came out:
+# Makes the packages, unpacks them, and builds and runs a program with the result:
 # check_packages.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
 #
-# BUILD_FOLDER is a build of the project with the tool, whose package is made from there: to build it
-# once more would take long. Ends with 77 where a tool for making packages is missing.
+# BUILD_FOLDER is a build of the project with the tool, whose package is made from there: building
+# it again would take long. Exits with 77 if a tool for making packages is missing.
 set -euo pipefail
 
 source_folder=$1
@@ -46,7 +46,8 @@ for name in $expected; do
         $(field Depends) == "libwyx-commlib-dev (= $version-1)" ]] ||
         fail "$name depends on $(field Depends)"
     ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
-    # All files are root's, readable for everybody, writable for nobody else, and of the given time.
+    # All files are root's, readable for everybody, writable for nobody else, and have the given
+    # time.
     while read -r mode owner size date time path _; do
         [[ $owner == root/root && $mode =~ ^[dl-]rw.r.[x-]r.[x-]$|^l && $date == 2023-11-14 ]] ||
             fail "$name: $mode $owner $date $time $path ($size)"
@@ -80,7 +81,7 @@ for file in "$libdir"/libwyx_{commlib,os_adapter}.so."$version" "$root/usr/bin/w
     debug=$root/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
     [[ -e $debug && $(readelf -SW "$debug") == *.debug_info* ]] ||
         fail "$name: no debug information for the build-id $id"
-    # It leads to lines of the project's own sources, as a report of a crash needs them.
+    # It leads to lines of the project's own sources, as needed for crash reports.
     (($(readelf --debug-dump=decodedline "$debug" 2>/dev/null | grep -c '\.cpp') > 0)) ||
         fail "$name: no lines of its sources"
 done
@@ -113,7 +114,7 @@ for file in man/man1/wyx.1.gz man/man3/wyx_crc.3.gz man/man3/XELP_CRC_32.3.gz \
     [[ -s $root/usr/share/$file ]] || fail "no $file"
 done
 
-# The archive has what git knows, and the same packages come out again, later and from there.
+# The archive has the files that git knows, and the same packages can be made from it later.
 archive=libwyx_commlib-$version
 [[ -z $(TZ=UTC0 tar -tvf "$packages/$archive.tar.xz" | grep -v '^-rw.r-.r-. 0/0 .* 2023-11-14 22:13 ') ]] ||
     fail "owners, modes or times in the archive of the sources"

@@ -1,5 +1,5 @@
-// What the page on round trips says of the tool: that its check warns of a file that would not come
-// back from a save.
+// What the page on round trips says about the tool: its check warns about a file that a save would
+// change.
 #include "../tool/tool_runner.h"
 #include "golden_vectors.h"
 

@@ -13,7 +13,7 @@ int DigitOf(char ch)
     return ch >= 'A' ? ch - 'A' + 10 : ch - '0';
 }
 
-/// The bytes that a code span stands for.
+/// The bytes that a code span represents.
 std::string BytesOf(std::string_view span)
 {
     std::string bytes;
@@ -29,7 +29,7 @@ std::string BytesOf(std::string_view span)
             } else {
                 ADD_FAILURE() << "no such escape: " << span;
             }
-        } else if (span[i] == '{') { // the byte before it, so many times
+        } else if (span[i] == '{') { // the byte before it, repeated
             const std::size_t close = span.find('}', i);
             const std::string count(span.substr(i + 1, close - i - 1));
             bytes.append(std::stoul(count) - 1, bytes.back());

@@ -8,14 +8,14 @@
 namespace wyx::test {
 
 struct GoldenVector {
-    std::string row; ///< as it stands on the page
+    std::string row; ///< as written on the page
     std::vector<std::string> stored;
     std::string file;
     std::vector<std::string> loaded;
     std::string warning; ///< what `wyx ini check` says of such a file; empty: no file loads as this
 };
 
-/// All of them. Fails the test where a row cannot be read.
+/// All of them. Fails the test if a row cannot be read.
 std::vector<GoldenVector> GoldenVectors();
 
 } // namespace wyx::test

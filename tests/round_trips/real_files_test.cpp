@@ -1,4 +1,4 @@
-// Real files on the round trip of every client: load, check, look up every value, change a key,
+// Real files through every client's round trip: load, check, look up every value, change a key,
 // save, load again. Nothing is written: the saves go to a disk in memory.
 #include <algorithm>
 #include <filesystem>
@@ -23,7 +23,7 @@ struct Key {
     QAL_UINT32 ulSlot = 0;
 };
 
-/// A text that the library hands over; without the line end that a value may consist of.
+/// A text that the library hands over, without the line end that may be all of a value.
 std::string Take(QAL_INT8 *psz)
 {
     const std::string text = psz != nullptr ? psz : "";
@@ -36,7 +36,8 @@ bool IsSame(const std::string &left, const std::string &right)
     return XELP_StriCmp(left.c_str(), right.c_str()) == 0;
 }
 
-/// Reads the key lines one by one: of a section the last block counts, of a key the lowest line.
+/// Reads the key lines one by one. The last block of a section counts, and the lowest line of a
+/// key.
 std::vector<Key> VisibleKeys(const Document &doc)
 {
     std::vector<Key> keys;

@@ -1,4 +1,4 @@
-// What the page on round trips says of the library.
+// What the page on round trips says about the library.
 #include "../ini_parser/ini_support.h"
 #include "golden_vectors.h"
 

@@ -33,7 +33,7 @@ struct SLink {
     static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
 
     static constexpr QAL_UINT32 kCapacity = 12;
-    static constexpr char kResultIfEmpty = '?'; // left alone by Get_CurNode and its like
+    static constexpr char kResultIfEmpty = '?'; // left alone by calls like Get_CurNode
     static constexpr bool kChecksEveryResult = false;
 
     static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,
@@ -70,7 +70,7 @@ struct SLink {
         return unused;
     }
 
-    /// Reads the list behind a handle and checks every link of it, those of the free slots as well.
+    /// Reads the list of a handle and checks all its links, including those of the free slots.
     static Observed Observe(const void *pList)
     {
         const auto &head = *static_cast<const Head *>(pList);

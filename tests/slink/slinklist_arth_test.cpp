@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kFile[] = "src/commlib/slink/source/slinklist_arth.cpp";
 
-/// What wyx_memset_s() was asked for.
+/// The calls of wyx_memset_s().
 struct Fill {
     QAL_ULONG ulDestMax;
     QAL_INT32 lByte;
@@ -24,7 +24,7 @@ class SLinkListTest : public ListTest<SLink> {
   protected:
     SLinkList_S_Head &Head() { return *static_cast<SLinkList_S_Head *>(list); }
 
-    /// What a call gives that has a result.
+    /// The result of a call that has one.
     QAL_UINT32 Status(const Call &call)
     {
         void *pResult = User(kUntouched);
@@ -305,8 +305,8 @@ TEST_F(SLinkListSlots, ReturnedTooOftenTheListIsEmpty)
     EXPECT_EQ(g_released, "");
 }
 
-/// A slot that is returned while its element is in the list leads on to the free slots. What an
-/// end's link out of the list holds is not followed.
+/// A slot that is returned while its element is in the list leads on to the free slots. A link that
+/// leads out of the list at an end is not followed.
 TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
 {
     for (const bool isDelete : {false, true}) {
@@ -329,7 +329,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
         EXPECT_EQ(SLinkList_Insert_FreeNode(list, 1), 0U);
-        Head().pstruBase[2].ulPNode = 7; // whoever follows the link out of the list writes here
+        Head().pstruBase[2].ulPNode = 7; // following the link out of the list would write here
         EXPECT_EQ(isDelete ? XELP_SLinkList_Delete_TailNode(list)
                            : XELP_SLinkList_Remove_TailNode(list, &pResult),
                   0U);
@@ -375,7 +375,7 @@ TEST_F(SLinkListSlots, ByHandAtRandomNothingLeavesTheBlock)
     }
 }
 
-// ---- what is taken for empty ----
+// ---- what counts as empty ----
 
 using SLinkListEmptiness = SLinkListTest;
 
@@ -428,7 +428,7 @@ TEST_F(SLinkListTeardown, ClearsEachSlotAndReleasesTheOneBlockLast)
 } // namespace
 } // namespace wyx::test
 
-/// Takes the place of the adapter's, to note what it is asked for.
+/// Replaces the adapter's, to record the calls.
 extern "C" QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte,
                                   QAL_ULONG ulCount)
 {

@@ -1,8 +1,9 @@
-// What holds for both linked lists, written once: a typed test suite over a description of a list.
+// Tests that hold for both linked lists, written once: a typed test suite over a description of a
+// list.
 //
 // User nodes are letters, and a list is written as its letters with the cursor in brackets:
-// "a[b]c". A description (see DLink and SLink) names the list's calls and statuses and can look
-// behind a handle; what only one of the lists does is tested beside its description.
+// "a[b]c". A description (see DLink and SLink) names the list's calls and statuses and can read the
+// record of a handle; what only one of the lists does is tested next to its description.
 #ifndef WYX_TESTS_SUPPORT_LIST_SUITE_H
 #define WYX_TESTS_SUPPORT_LIST_SUITE_H
 
@@ -26,8 +27,8 @@ namespace wyx::test {
 // ---- user nodes and callbacks ----
 
 inline std::string g_released; ///< what the release callback got, in order
-inline std::string g_compared; ///< what a comparator got, in order: "a" or, by the other one, "a!"
-inline std::function<void(char)> g_onRelease; ///< what the release callback does besides
+inline std::string g_compared; ///< what a comparator got, in order: "a" or, from the other, "a!"
+inline std::function<void(char)> g_onRelease; ///< what the release callback does in addition
 
 inline void Release(void *pUserNode)
 {
@@ -54,12 +55,12 @@ inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
-/// A list as it looks behind its handle, first to last.
+/// The content of a handle's list, first to last.
 struct Observed {
     std::vector<void *> users;
-    std::vector<std::uint64_t> places; ///< where each element lies: an address or an index
+    std::vector<std::uint64_t> places; ///< where each element is: an address or an index
     std::size_t cursor = kNowhere;     ///< a position in these, or kNowhere
-    std::vector<std::uint64_t> unused; ///< free places, the one that is used next first
+    std::vector<std::uint64_t> unused; ///< free places, the next one to be used first
     bool operator==(const Observed &) const = default;
 
     std::string Text() const
@@ -73,8 +74,8 @@ struct Observed {
     }
 };
 
-/// The memory calls of the record, the way of releasing told apart: "S 24, freeD, setNull". Fails
-/// where one of them does not name @p file.
+/// The memory calls of the record, with the kinds of release distinguished: "S 24, freeD, setNull".
+/// Fails if one of them does not name @p file.
 inline std::string MemoryCalls(const PlatformDouble &platform, const std::string &file)
 {
     std::string text;
@@ -96,7 +97,7 @@ class ListTest : public PlatformTest {
     using Position = typename List::Position;
     using Flag = typename List::Flag;
 
-    /// A call with a result, or one without, which leaves it alone.
+    /// A call with a result, or one without, which leaves the result alone.
     struct Call {
         const char *pszName;
         QAL_UINT32 (*pfun)(void *, void **);
@@ -133,7 +134,7 @@ class ListTest : public PlatformTest {
         }
     }
 
-    /// Makes the list anew, from its text.
+    /// Creates a new list from its text.
     void Build(std::string_view text)
     {
         Drop();
@@ -273,7 +274,7 @@ class ListModel {
     std::vector<std::uint64_t> unused;
 };
 
-/// Calls on a list, chosen at random, each done to the model as well and compared.
+/// Random calls on a list, each also made on the model and compared.
 template <typename List>
 class RandomCalls {
   public:
@@ -340,7 +341,7 @@ class RandomCalls {
                                      model_.elements.end()};
             model_.Insert(gaps[ulPosition], pUserNode);
             if constexpr (List::kCapacity == 0) {
-                // Any address will do, but it must stay the same.
+                // Any address is fine, but it must stay the same.
                 const Observed observed = List::Observe(list_);
                 ASSERT_LT(observed.cursor, observed.places.size());
                 model_.cursor->place = observed.places[observed.cursor];
@@ -467,7 +468,7 @@ class RandomCalls {
         Compare();
     }
 
-    /// A walk whose callback does random calls, and stops where it would go on for too long.
+    /// A walk whose callback does random calls, and stops before it would go on for too long.
     void Walk()
     {
         ++depth_;
@@ -504,7 +505,7 @@ class RandomCalls {
         for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
             Step();
         }
-        // The same place means the same element here, also for one that has just moved in there.
+        // The same place means the same element here, even if the element is new at that place.
         expected_ = model_.cursor;
         if (expected_ != model_.elements.end() && expected_->place == visited) {
             ++expected_;
@@ -793,7 +794,7 @@ TYPED_TEST_P(ListTest, SearchesCheckTheirArgumentsFirst)
 {
     using List = TypeParam;
     const char ch = 'a';
-    for (const std::string text : {"", "[a]"}) { // refused before the list is looked at
+    for (const std::string text : {"", "[a]"}) { // refused before the list is read
         SCOPED_TRACE(text);
         this->Build(text);
         void *pResult = User(kUntouched);
@@ -854,7 +855,7 @@ TYPED_TEST_P(ListTest, ReleaseRunsWhenTheElementIsOut)
 
 // ---- walks ----
 
-/// A walk whose callback notes the letters it visits and does what a test says.
+/// A walk whose callback records the letters it visits and does what a test requests.
 template <typename List>
 struct Walker {
     std::function<QAL_UINT32(char)> onVisit;
@@ -945,7 +946,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
 {
     using List = TypeParam;
     void *pResult = nullptr;
-    bool isDone = false; // for what is to happen once
+    bool isDone = false; // for what happens only once
     const auto at = [&](char chAt, std::function<void()> act) {
         return [&isDone, chAt, act](char ch) {
             if (ch == chAt && !isDone) {
@@ -992,7 +993,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
                 deleteCurrent();
             }),
          "ac", "a[c]"},
-        {"deletes the tail from the head: goes on with the new tail",
+        {"deletes the tail from the head: continues with the new tail",
          at('a', [&] { EXPECT_EQ(List::Delete_TailNode(this->list), 0U); }), "ab", "a[b]"},
         {"empties the list",
          at('b',
@@ -1001,7 +1002,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
                 }
             }),
          "ab", ""},
-        {"queries a later one: goes on with it", at('a', [&] { query('c'); }), "ac", "ab[c]"},
+        {"queries a later one: continues with it", at('a', [&] { query('c'); }), "ac", "ab[c]"},
         {"queries an earlier one: goes back", at('c', [&] { query('b'); }), "abcbc", "ab[c]"},
         {"queries without a match",
          at('a',
@@ -1023,9 +1024,9 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
          "abc", "ab[c]"},
         {"goes to the start", at('b', [&] { EXPECT_EQ(List::Set_CurPtr(this->list), 0U); }),
          "ababc", "ab[c]"},
-        {"inserts before: goes on with the new one", at('b', [&] { insert(List::kFrontCur); }),
+        {"inserts before: continues with the new one", at('b', [&] { insert(List::kFrontCur); }),
          "abxbc", "axb[c]"},
-        {"inserts after: goes on with the new one", at('b', [&] { insert(List::kAfterCur); }),
+        {"inserts after: continues with the new one", at('b', [&] { insert(List::kAfterCur); }),
          "abxc", "abx[c]"},
         {"inserts after and comes back",
          at('b',
@@ -1036,9 +1037,9 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
          "abxc", "abx[c]"},
         {"inserts at the front: starts again", at('c', [&] { insert(List::kFrontFirst); }),
          "abcxabc", "xab[c]"},
-        {"inserts at the end: goes on there", at('a', [&] { insert(List::kAfterLast); }), "ax",
+        {"inserts at the end: continues there", at('a', [&] { insert(List::kAfterLast); }), "ax",
          "abc[x]"},
-        {"walks itself: goes on where that ended",
+        {"walks itself: continues where that ended",
          at('a',
             [&] {
                 Walker<List> inner;
@@ -1065,7 +1066,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
     }
 }
 
-/// Whether the new element lies where the removed one lay decides; both walks are as they must be.
+/// It depends on whether the new element takes the removed one's place; both walks are correct.
 TYPED_TEST_P(ListTest, WalkComparesPlacesWhenACurrentElementIsReplaced)
 {
     using List = TypeParam;

@@ -14,7 +14,7 @@ namespace wyx::test {
 inline constexpr std::size_t k4Gib = std::size_t{1} << 32;
 
 /// A text of about 4 GiB of the letter x. Its first bytes, and those on either side of 4 GiB, are
-/// its own; all others are 64 MiB that repeat.
+/// separate; all others are 64 MiB that repeat.
 class LongText {
   public:
     LongText()
@@ -44,7 +44,7 @@ class LongText {
     LongText(const LongText &) = delete;
     LongText &operator=(const LongText &) = delete;
 
-    /// Does the machine have the memory and the addresses?
+    /// Does the machine have enough memory and addresses?
     bool IsThere() const { return isThere_; }
 
     /// The text, @p len bytes long, with other bytes at its start and its end.

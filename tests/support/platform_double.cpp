@@ -18,8 +18,8 @@ constexpr char kGuardByte = 0x45;
 #ifndef __has_feature
 #define __has_feature(feature) 0 // GCC has a macro of its own
 #endif
-/// Bytes after each block that nobody may write to, nor take for something of use. A sanitizer
-/// guards blocks better, from their very end on.
+/// Guard bytes after each block, which nobody may write to and whose content makes no sense. A
+/// sanitizer guards blocks better, from their very end on.
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer) || \
     defined(WYX_GUARDED_BY_SANITIZER)
 constexpr std::size_t kGuardLen = 0;
@@ -27,7 +27,7 @@ constexpr std::size_t kGuardLen = 0;
 constexpr std::size_t kGuardLen = 32;
 #endif
 
-/// What a block takes that is asked for with this size.
+/// The memory that a block requested with this size takes.
 constexpr std::size_t BlockLen(QAL_UINT32 ulSize)
 {
     return ulSize == 0 ? 1 : ulSize;
@@ -38,7 +38,7 @@ std::size_t Index(Service service)
     return static_cast<std::size_t>(service);
 }
 
-/// The same symbol in the adapter behind the double.
+/// The same symbol in the adapter that the double wraps.
 template <typename Function>
 Function *Next(const char *pszSymbol)
 {
@@ -51,7 +51,7 @@ Function *Next(const char *pszSymbol)
     return pfun;
 }
 
-/// What the file services stand on.
+/// What the file services are based on.
 class Files {
   public:
     virtual ~Files() = default;
@@ -65,7 +65,7 @@ class Files {
     virtual QAL_INT32 Rename(const char *pszOldName, const char *pszNewName) = 0;
 };
 
-/// The adapter behind the double.
+/// The adapter that the double wraps.
 class AdapterFiles final : public Files {
   public:
     XELP_S_File *Open(const char *pszName, const char *pszMode) override
@@ -321,8 +321,8 @@ void PlatformDouble::Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFil
         size = BlockLen(it->second.ulSize);
         const char *const pchEnd = static_cast<const char *>(pBlock) + size;
         if (!std::all_of(pchEnd, pchEnd + kGuardLen, [](char ch) { return ch == kGuardByte; })) {
-            misuses_.push_back("written behind a block of " + std::string(it->second.pszFile) +
-                               ":" + std::to_string(it->second.ulLine));
+            misuses_.push_back("written past a block of " + std::string(it->second.pszFile) + ":" +
+                               std::to_string(it->second.ulLine));
         }
         live_.erase(it);
     }

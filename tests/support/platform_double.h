@@ -1,9 +1,9 @@
-// A double of the platform, linked into a test in front of the default adapter.
+// A double of the platform, which a test links in front of the default adapter.
 //
 // It counts and records every call of the library, can make any of them fail, and knows at every
 // moment which blocks and files are held. Memory is the double's own, filled with a pattern, so
-// that a block taken for zeroed is noticed; files go through to the default adapter, or to a disk
-// in memory where a test wants many small ones.
+// that code which assumes a zeroed block is noticed; files go through to the default adapter, or to
+// a disk in memory if a test needs many small ones.
 #ifndef WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 #define WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 
@@ -31,10 +31,10 @@ enum class Failure {
     kFromThere, ///< that call fails and so do all later ones
 };
 
-/// One block asked for, one block released, or one file call, in the order of the calls.
+/// A block requested, a block released, or a file call, in the order of the calls.
 struct Event {
     std::string what;      ///< "D", "S", "free", "free null", "open r", "close", "remove", ...
-    std::size_t size = 0;  ///< bytes asked for or written
+    std::size_t size = 0;  ///< bytes requested or written
     QAL_UINT32 line = 0;   ///< the caller's source line, for memory
     std::string file = {}; ///< the caller's source file, for memory; the name, for files
     const void *pBlock = nullptr;
@@ -50,7 +50,7 @@ class PlatformDouble {
     /// Forgets all counts, records and planned failures; blocks that are held stay known.
     void Reset();
 
-    /// Lets the @p n-th call (from 1) of @p service since the last Reset() fail. A failing write
+    /// Makes the @p n-th call (from 1) of @p service since the last Reset() fail. A failing write
     /// writes @p ulWritten items and reports that many.
     void Fail(Service service, QAL_UINT32 n, Failure failure = Failure::kOnce,
               QAL_UINT32 ulWritten = 0);
@@ -59,14 +59,14 @@ class PlatformDouble {
 
     QAL_UINT32 Calls(Service service) const;
     std::size_t LiveBlocks() const;
-    /// The size that a held block was asked for with; none for any other address.
+    /// The size with which a held block was requested; none for any other address.
     std::optional<std::size_t> SizeOf(const void *pBlock) const;
     std::size_t LiveFiles() const;
     /// Misuse seen since Reset(): a foreign or double release, a non-zero reserved argument.
     const std::vector<std::string> &Misuses() const { return misuses_; }
 
     /// Begins a new step of a test: forgets counts, records and planned failures, and records from
-    /// here on. The clock, the disk in memory and misuses seen stay.
+    /// here on. The clock, the disk in memory and recorded misuses stay.
     void StartRecording();
     /// The record of calls since Reset(), if RecordEvents(true), or since StartRecording().
     void RecordEvents(bool on) { record_ = on; }
@@ -74,11 +74,11 @@ class PlatformDouble {
     /// The memory calls of the record as "D 5", "S 24", "free", joined by ", ".
     std::string MemoryTrace() const;
 
-    /// Lets XELP_GetSystemTime() give this value; 0: the real time.
+    /// Makes XELP_GetSystemTime() return this value; 0: the real time.
     void SetTime(QAL_UINT64 ullTime) { ullTime_ = ullTime; }
 
-    /// From now to Reset(), the file services work on the files in this map, by name; it begins
-    /// empty. There are no directories; only the empty name can be neither read nor created.
+    /// Until Reset(), the file services work on the files in this map, by name; it begins empty.
+    /// There are no directories; only the empty name can be neither read nor created.
     std::map<std::string, std::string> &UseMemoryDisk();
     /// That map, or null.
     std::map<std::string, std::string> *MemoryDisk() { return disk_ ? &*disk_ : nullptr; }
@@ -122,7 +122,7 @@ class PlatformDouble {
     bool record_ = false;
 };
 
-/// Base of test fixtures: begins with a fresh double and ends with the proof that nothing is held.
+/// Base of test fixtures: begins with a fresh double and checks at the end that nothing is held.
 class PlatformTest : public ::testing::Test {
   protected:
     void SetUp() override;

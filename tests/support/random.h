@@ -1,4 +1,4 @@
-// Random numbers of a test, which can be had again: the seed is part of every failure's message.
+// Random numbers of a test, which can be reproduced: the seed is part of every failure's message.
 #ifndef WYX_TESTS_SUPPORT_RANDOM_H
 #define WYX_TESTS_SUPPORT_RANDOM_H
 
@@ -17,11 +17,11 @@ namespace wyx::test {
 class Random {
   public:
     Random() : ullSeed_(ChooseSeed()), engine_(ullSeed_) {}
-    /// Numbers that are not random: each is made of the next of these bytes, behind the last it is
-    /// 0.
+    /// Numbers that are not random: each is made of the next of these bytes, and is 0 after the
+    /// last.
     explicit Random(std::string_view bytes) : ullSeed_(0), hasBytes_(true), bytes_(bytes) {}
 
-    /// Are there bytes left of those to be taken?
+    /// Are any of those bytes left?
     bool HasBytes() const { return !bytes_.empty(); }
 
     std::string Trace() const { return "repeat with WYX_TEST_SEED=" + std::to_string(ullSeed_); }

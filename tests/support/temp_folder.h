@@ -1,4 +1,4 @@
-// A folder of a test's own, which goes with all its content when the test ends.
+// A test's own folder, removed with all its content when the test ends.
 #ifndef WYX_TESTS_SUPPORT_TEMP_FOLDER_H
 #define WYX_TESTS_SUPPORT_TEMP_FOLDER_H
 
@@ -23,7 +23,7 @@ class TempFolder {
     }
     ~TempFolder()
     {
-        std::error_code ignored; // a test may have taken away the right to look into it
+        std::error_code ignored; // a test may have removed the right to read it
         std::filesystem::remove_all(path_, ignored);
     }
     TempFolder(const TempFolder &) = delete;
@@ -32,7 +32,7 @@ class TempFolder {
     const std::string &Path() const { return path_; }
     std::string File(std::string_view name) const { return path_ + "/" + std::string(name); }
 
-    /// Makes a file with this content, whatever was there.
+    /// Creates or replaces a file with this content.
     std::string Make(std::string_view name, std::string_view content) const
     {
         std::ofstream file(File(name), std::ios::binary | std::ios::trunc);

@@ -1,7 +1,7 @@
-// A library to preload: it counts the system calls for files that a program makes, writes the name
-// of each into a log, and lets something happen at one of them.
+// A library to preload: it counts a program's system calls for files, writes the name of each into
+// a log, and injects a fault at one of them.
 //
-//   WYX_FAULT_LOG   the log, one name of a call a line
+//   WYX_FAULT_LOG   the log, one name of a call per line
 //   WYX_FAULT_AT    which call, from 1; none without it
 //   WYX_FAULT_DO    "fail <errno>"
 //                   "short"       a read or write moves only half
@@ -81,7 +81,7 @@ struct Plan {
     }
 }
 
-/// Counts a call; what is to become of it.
+/// Counts a call and decides what happens to it.
 Fate Strike(const char *pszCall)
 {
     static Plan plan;
@@ -112,7 +112,7 @@ Function *Next(const char *pszName)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, pszName));
 }
 
-/// Makes a call, or what the plan makes of it.
+/// Makes a call, or does what the plan requests instead.
 template <typename Result, typename Call>
 Result Make(const char *pszCall, Result failure, Call call)
 {
@@ -151,7 +151,7 @@ const char *ChangesLog()
     return pszLog;
 }
 
-/// Notes a change in its log, if it came about.
+/// Records a change in its log, if it happened.
 template <typename Result>
 Result Note(Result result, const char *pszChange, const std::string &file,
             const std::string &detail = {})
@@ -172,7 +172,7 @@ Result Note(Result result, const char *pszChange, const std::string &file,
 std::string NameOf(int iFd)
 {
     if (ChangesLog() == nullptr) {
-        return {}; // no calls of one's own, then
+        return {}; // and makes no calls of its own
     }
     char szName[4096] = {};
     const std::string link = "/proc/self/fd/" + std::to_string(iFd);
@@ -304,7 +304,7 @@ WYX_CALL(int, ftruncate, (int iFd, off_t length), (iFd, length))
 WYX_CALL(off_t, lseek, (int iFd, off_t offset, int iWhence), (iFd, offset, iWhence))
 WYX_CALL(int, getrlimit, (__rlimit_resource_t resource, rlimit *pstru), (resource, pstru))
 
-// What the tool calls besides.
+// What the tool calls in addition.
 WYX_CALL(int, stat, (const char *pszName, struct stat *pstru), (pszName, pstru))
 WYX_CALL(int, lstat, (const char *pszName, struct stat *pstru), (pszName, pstru))
 WYX_CALL(int, fstatat, (int iDir, const char *pszName, struct stat *pstru, int iFlags),

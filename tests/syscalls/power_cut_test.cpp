@@ -1,7 +1,7 @@
-// What a power cut can leave of a save, on the worst device that a file system may make of it: what
-// was not flushed is lost or kept in any combination, also entries of a directory beside each
-// other. A real file system is kinder, and hides a flush that is missing: ext4 flushes a new file's
-// entry together with the file.
+// What a power cut can leave of a save, on the worst device that a file system may present: what
+// was not flushed is lost or kept in any combination, even among the entries of one directory. A
+// real file system is kinder, and hides a missing flush: ext4 flushes a new file's entry together
+// with the file.
 #include <gtest/gtest.h>
 
 #include <iostream>
@@ -26,13 +26,13 @@ struct Change {
     std::string detail;
 };
 
-/// The change of an entry of the one directory that a save works in.
+/// A changed entry of the one directory that a save works in.
 struct EntryChange {
     Change change;
     int file; ///< the file that the entry leads to from now on
 };
 
-/// A device, and what waits in memory for it. Files have numbers; 0 is the old one.
+/// A device, and what is in memory but not yet on it. Files have numbers; 0 is the old one.
 class Disk {
   public:
     explicit Disk(const std::filesystem::path &target)
@@ -64,7 +64,7 @@ class Disk {
         }
     }
 
-    /// What is under the target's name after a cut now, for each combination: "old", "new",
+    /// What the target's name leads to after a cut now, for each combination: "old", "new",
     /// "missing" if the new file is whole, or what is wrong.
     std::multiset<std::string> AfterACut() const
     {
@@ -139,7 +139,7 @@ std::vector<Change> ChangesOfASave(const TargetFolder &folder)
     return changes;
 }
 
-/// The states after a cut before any change, or at the end.
+/// The states after a cut before each change, and at the end.
 std::multiset<std::string> StatesOf(const std::vector<Change> &changes,
                                     const std::filesystem::path &target)
 {

@@ -1,4 +1,4 @@
-// Programs that a test starts, and the files that they leave.
+// Starts programs for a test and finds the files that they leave.
 #ifndef WYX_TESTS_SYSCALLS_PROGRAM_H
 #define WYX_TESTS_SYSCALLS_PROGRAM_H
 
@@ -28,7 +28,7 @@ inline std::optional<std::string> Content(const std::filesystem::path &path)
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-/// Starts a program with nothing to read and its output thrown away.
+/// Starts a program with empty input and its output discarded.
 inline pid_t Start(const Words &command, const Words &environment)
 {
     std::vector<char *> words;
@@ -65,7 +65,7 @@ inline int Execute(const Words &command, const Words &environment)
     return WaitFor(Start(command, environment));
 }
 
-/// A folder with a target in it, which a test begins anew for each of its runs.
+/// A folder with a target in it, which a test resets for each of its runs.
 class TargetFolder {
   public:
     TargetFolder()

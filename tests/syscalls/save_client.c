@@ -1,4 +1,4 @@
-/* A client of the library as there are many: it loads a file, sets a value, and saves.
+/* A typical client of the library: it loads a file, sets a value, and saves.
  *
  * save_client FILE SECTION KEY VALUE; exits with the status divided by 10. */
 #include "wyx_commlib/commlib.h"

@@ -1,6 +1,5 @@
-// Several savers of one target at once, in processes of their own. One saver at a time is what the
-// library asks for; without that, savers may fail and leave their new files, but no content may be
-// lost.
+// Several savers of one target at once, in processes of their own. The library requires one saver
+// at a time. With several, savers may fail and leave their new files, but no content may be lost.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -21,7 +20,7 @@ bool isCoarse = false; ///< the clock shows the same time for 64 milliseconds
 
 } // namespace
 
-// In place of the adapter's: so coarse that savers choose the same names again and again.
+// Replaces the adapter's; it is so coarse that savers keep choosing the same names.
 extern "C" QAL_UINT64 XELP_GetSystemTime(void)
 {
     const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -38,7 +37,7 @@ std::string ContentWith(const std::string &value)
     return "; about\n[a]\nk=" + value + " ;note\n[b]\nx=" + std::string(70, 'y') + "\n";
 }
 
-/// How often a save makes a system call, the loading before it included.
+/// The number of system calls of a save, including the loading before it.
 int CallsOfASave(const TargetFolder &folder)
 {
     folder.Reset(ContentWith("old"));
@@ -106,7 +105,7 @@ TEST(Savers, TwoThatMeetAnywhereLoseNothing)
     std::cout << calls * (calls + 1) << " meetings, " << refused << " with a saver refused\n";
 }
 
-/// Loads, sets and saves until the time is over; how many saves succeeded, at most 100.
+/// Loads, sets and saves until the time is over; returns how many saves succeeded, at most 100.
 int KeepSaving(const std::string &target, int saver, std::chrono::steady_clock::time_point end)
 {
     int saved = 0;

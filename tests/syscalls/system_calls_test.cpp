@@ -1,5 +1,5 @@
 // Saving a file while its system calls fail and the process dies at each of them: at every point
-// the old content or the whole new content is there, and the tool finds it.
+// the old or the whole new content exists, and the tool finds it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ struct Fault {
     bool kills;
 };
 
-// Dying after a call is dying before the next one.
+// Dying after a call is the same as dying before the next one.
 const Fault kFaults[] = {
     {"fail " + std::to_string(EIO), false},
     {"fail " + std::to_string(ENOSPC), false},
@@ -76,8 +76,8 @@ class SystemCalls : public ::testing::Test {
     std::string call_; ///< the name of the call that met the fault
 };
 
-// A save by the library goes through a moment without a file of the target's name. In it the whole
-// new content is beside the target.
+// During a save by the library there is a moment without a file of the target's name. In that
+// moment the whole new content is beside the target.
 TEST_F(SystemCalls, SaveOfTheLibrary)
 {
     const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
@@ -100,7 +100,7 @@ TEST_F(SystemCalls, SaveOfTheLibrary)
                 EXPECT_TRUE(beside.empty());
             } else if (content) {
                 EXPECT_TRUE(content == kOld || content == kNew) << *content;
-                // The new file may have stayed, cut off where it could not be written out.
+                // The new file may be left, cut off if it could not be written completely.
                 EXPECT_LE(beside.size(), 1U);
                 EXPECT_TRUE(beside.empty() || kNew.starts_with(beside[0])) << beside[0];
             } else {
@@ -121,7 +121,7 @@ TEST_F(SystemCalls, SaveOfTheLibrary)
 }
 
 /// One name for the calls that do the same: functions of the C library by the system call that they
-/// make, and system calls by the one that newer processors have in their place.
+/// make, and system calls by the one that newer processors have instead.
 std::string OneName(const std::string &call)
 {
     static const std::map<std::string, std::string> names = {
@@ -142,8 +142,8 @@ const std::set<std::string> kNoFiles = {
     "mprotect", "futex",         "getpid", "getrandom", "rt_sigprocmask", "exit_group",
     "geteuid",  "rt_sigaction",  "umask",  "getuid",    "getgid"};
 
-/// The calls that a program makes after its first one for files that can be made to fail, as strace
-/// sees them; nothing if it cannot look.
+/// The calls that a program makes after its first one for files that can be made to fail, as seen
+/// by strace; nothing if strace does not work.
 std::vector<std::string> CallsSeenByStrace(const Words &command, const TargetFolder &folder)
 {
     const fs::path trace = folder.Target().parent_path() / "trace";
@@ -156,7 +156,7 @@ std::vector<std::string> CallsSeenByStrace(const Words &command, const TargetFol
         return {};
     }
     std::vector<std::string> calls;
-    std::string logFd; // what is written there is the library's own
+    std::string logFd; // writes to it are the fault library's own
     std::istringstream lines(Content(trace).value_or(""));
     static const std::regex call(R"(^\d+ +(\w+)\((\w*))");
     for (std::string line; std::getline(lines, line);) {
@@ -215,11 +215,11 @@ TEST_F(SystemCalls, SaveThatFailsLeavesWhatThePageSays)
         std::vector<std::string> beside;
     } cases[] = {
         // The first open, fstat and close are those of the loading.
-        {"open", 3, 0, kNew, nothing},  // of the directory: everything is flushed instead
+        {"open", 3, 0, kNew, nothing},  // the directory's: everything is flushed instead
         {"open", 4, 50, kOld, nothing}, // the new file cannot be created
         {"fstat", 2, 50, kOld, nothing},
         {"getrlimit", 2, 50, kOld, {""}},   // as if the limit were 0
-        {"fallocate", 1, 0, kNew, nothing}, // nothing waits then
+        {"fallocate", 1, 0, kNew, nothing}, // then nothing is buffered
         {"write", 1, 50, kOld, {""}},
         {"fsync", 1, 50, kOld, whole},
         {"close", 2, 50, kOld, whole},
@@ -254,7 +254,7 @@ bool CanTrace()
     return std::system("strace -o /dev/null true >/dev/null 2>&1") == 0;
 }
 
-// The tests here can make every call of a save fail: strace sees no other one.
+// The tests here can make every call of a save fail: strace sees no others.
 TEST_F(SystemCalls, EveryOneOfASaveIsKnown)
 {
     if (!CanTrace()) {
@@ -270,8 +270,8 @@ TEST_F(SystemCalls, EveryOneOfASaveIsKnown)
 
 #ifdef WYX_TOOL
 // Calls that no test makes fail: they ask whether a file is a terminal, follow the links of a name
-// inside realpath(), which can fail as a whole, and list a directory inside readdir(), whose failure
-// is the end of the list: leftovers then stay until the next change.
+// inside realpath(), which can fail as a whole, and list a directory inside readdir(), whose
+// failure is the end of the list: leftovers then stay until the next change.
 const std::set<std::string> kNeverFail = {"getdents64", "ioctl", "readlinkat"};
 
 TEST_F(SystemCalls, EveryOneOfTheToolIsKnown)
@@ -292,7 +292,7 @@ TEST_F(SystemCalls, EveryOneOfTheToolIsKnown)
     }
 }
 
-// The tool puts the new file in the old one's place in one step: the target is always there.
+// The tool replaces the old file in one step: the target always exists.
 TEST_F(SystemCalls, SetByTheTool)
 {
     const Words command = {WYX_TOOL, "ini", "set", target_.string(), "a", "k=new"};
@@ -318,7 +318,7 @@ TEST_F(SystemCalls, SetByTheTool)
     std::cout << faults << " faults" << std::endl;
 }
 
-// A restoring that fails or dies can be repeated: the content is under one of the names, or both.
+// A restore that fails or dies can be repeated: the content is under one of the names, or both.
 TEST_F(SystemCalls, RecoveryByTheTool)
 {
     const Words command = {WYX_TOOL, "ini", "recover", target_.string(), "--restore", "newest"};

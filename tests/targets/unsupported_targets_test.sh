@@ -2,8 +2,8 @@
 # Compiles the base types and configures the project for processors of each kind:
 # unsupported_targets_test.sh SOURCE_FOLDER WORK_FOLDER
 #
-# Clang knows all of them without their system's headers, and types.h includes none. Ends with 77 if
-# Clang is missing, after the part that the compiler in CC can do.
+# Clang knows all of them without their system's headers, and types.h includes none. If Clang is
+# missing, exits with 77 after the part that the compiler in CC can do.
 set -euo pipefail
 export LC_ALL=C
 

@@ -1,4 +1,4 @@
-// Many threads at once: each with objects of its own, and all as readers of one document.
+// Many threads at once: each with its own objects, and all reading one document.
 //
 // The checks here only see wrong results; built with the thread sanitizer (preset tsan) the test
 // sees every access that is not ordered, too. It runs on the default adapter: the services must
@@ -28,13 +28,13 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRounds = 40;
 
-thread_local bool g_flushFails = false; ///< lets the calling thread's fsync() fail
+thread_local bool g_flushFails = false; ///< makes the calling thread's fsync() fail
 std::atomic<int> g_failedFlushes = 0;
 
 } // namespace
 } // namespace wyx::test
 
-// In place of the C library's, for the adapter too.
+// Replaces the C library's, for the adapter, too.
 extern "C" int fsync(int iFile)
 {
     if (wyx::test::g_flushFails) {
@@ -48,7 +48,7 @@ extern "C" int fsync(int iFile)
 namespace wyx::test {
 namespace {
 
-/// Runs @p work in several threads, which begin together; it gets the thread's number.
+/// Runs @p work in several threads that start together; its argument is the thread's number.
 template <typename Work>
 void InThreads(Work work)
 {
@@ -149,8 +149,8 @@ TEST(Threads, DocumentOfEach)
     });
 }
 
-// Of all threads that have closed a file, only those whose flush failed hear of it, by the next
-// rename of each; the others' files are renamed.
+// Of all threads that have closed a file, only those whose flush failed are told, by their next
+// rename; the others' files are renamed.
 TEST(Threads, FailureToCloseStaysWithItsThread)
 {
     const TempFolder folder;

@@ -137,7 +137,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 }
 
 /// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the length that is
-/// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadBehindGapFails).
+/// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadAfterGapFails).
 void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
