@@ -18,12 +18,13 @@ for another CPU than the library's. The mistake is
     untried     if --seconds had passed and --least mistakes had been tried
     surviving   otherwise. Survivors of the release build are tried again under the sanitizers.
 
-Bounds on lines marked "speed only" are left out. Tests of a module are those in tests/<module>/ and those of
-tests/fuzz/ and tests/failures/; of the adapter those of tests/platform/, tests/threads/ and
-tests/syscalls/; of the tool those of tests/tool/; the most effective first. A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it. The
-run fails for one that is not, for a listed one that a test sees after all, if nothing was killed, if
-fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of 100 mistakes
-that can be seen were killed.
+Bounds on lines marked "speed only" are left out. The tests of a module are those in
+tests/<module>/, tests/fuzz/ and tests/failures/; those of the adapter are in tests/platform/,
+tests/threads/ and tests/syscalls/; those of the tool in tests/tool/. The most effective run first.
+A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it.
+The run fails for one that is not, for a listed one that a test sees after all, if nothing was
+killed, if fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of
+100 mistakes that can be seen were killed.
 
 With --build and --asan-build, folders of the presets "release" and "asan" are used that were built
 from this tree. Mistakes that these do not compile are planted in the --cross-build of the preset

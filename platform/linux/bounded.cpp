@@ -29,8 +29,8 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
         return kRefused;
     }
     std::memset(pDest, lByte, ulCount);
-    // Something that might read the block: an optimiser that sees the caller, too, as one working
-    // on the whole program does, must not take the bytes for dead.
+    // A statement that might read the block: an optimiser that also sees the caller, as in
+    // whole-program optimisation, must not treat the bytes as dead.
     __asm__ volatile("" : : "r"(pDest) : "memory");
     return 0;
 }
@@ -55,7 +55,7 @@ QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *p
     if (pszDest == nullptr || ulDestMax == 0) {
         return kRefused;
     }
-    const QAL_ULONG ulHeld = strnlen(pszDest, ulDestMax); // ulDestMax if nothing terminates it
+    const QAL_ULONG ulHeld = strnlen(pszDest, ulDestMax); // ulDestMax if there is no terminator
     const QAL_ULONG ulLen = pszSrc != nullptr ? std::strlen(pszSrc) : 0;
     if (pszSrc == nullptr || ulLen >= ulDestMax - ulHeld) {
         *pszDest = '\0';

@@ -21,7 +21,7 @@ using wyx::os::Writer;
 
 constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
 
-/// XELP_Fgetc() if no byte is held; a function of its own, so that the usual case needs no stack
+/// XELP_Fgetc() if no byte is buffered; a separate function, so that the usual case needs no stack
 /// frame.
 [[gnu::noinline]] QAL_INT32 GetcAfterRefill(xelpFile &file)
 {
@@ -32,7 +32,7 @@ constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
     return wyx::os::Refill(static_cast<Reader &>(file)) ? *file.pucNext++ : -1;
 }
 
-/// Fails, once, for a file that could not be written out or closed.
+/// Fails once for a file that could not be written out or closed.
 bool HasKeptFailure()
 {
     const int iError = wyx::os::TakeFailure();
@@ -133,7 +133,7 @@ QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
         return -1;
     }
     if (wyx::os::TakeName(Seen::kRenamedAway, pszName)) {
-        errno = ENOENT; // the caller's file has another name by now
+        errno = ENOENT; // the caller's file has another name now
         return -1;
     }
     return wyx::os::Unlink(pszName);

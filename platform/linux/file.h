@@ -8,7 +8,7 @@
 /// XELP_Fgetc() need not ask which kind it has.
 struct xelpFile {
     const QAL_UINT8 *pucNext; // the next byte to read
-    const QAL_UINT8 *pucEnd;  // after the last byte that is held
+    const QAL_UINT8 *pucEnd;  // after the last buffered byte
     bool isWriter;
 };
 

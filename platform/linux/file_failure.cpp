@@ -1,5 +1,5 @@
 // Not thread_local: Android emulates it, allocates at each thread's first use and aborts if there
-// is no memory. A key is the thread's own just as well, ends with the thread, and can fail with a
+// is no memory. A key is also private to each thread, ends with the thread, and can fail with a
 // status. A process in which nothing fails has no key and asks no thread for a value.
 #include "file_failure.h"
 
@@ -17,7 +17,7 @@ constinit pthread_key_t key = {}; // never deleted, as nothing runs when the lib
 /// How many failures are kept. Those of threads that have ended still count.
 constinit std::atomic<int> iKept = 0;
 
-/// A failure that its thread had no room for: it is for the first thread that asks.
+/// A failure that could not be stored for its thread; the first thread that asks takes it.
 constinit std::atomic<int> iForAnyThread = 0;
 
 /// Creates the key at the first failure.

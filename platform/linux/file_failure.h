@@ -1,4 +1,4 @@
-// A failure to write out or close a file, kept until somebody can be told.
+// A failure to write out or close a file, kept until it can be reported.
 //
 // Callers seldom look at the result of XELP_Fclose(). The thread whose close failed therefore meets
 // the failure again at its next XELP_Remove() or XELP_Rename(), before that acts.
@@ -10,7 +10,7 @@ namespace wyx::os {
 /// Keeps an error number for the calling thread, or for any thread if that is not possible.
 void KeepFailure(int iError);
 
-/// The error number that is kept for the calling thread, which is then forgotten; 0 for none.
+/// Returns the error number kept for the calling thread and forgets it; 0 if there is none.
 int TakeFailure();
 
 } // namespace wyx::os

@@ -19,10 +19,10 @@ enum class Seen {
 };
 
 /// Notes what was seen of a name that ends as those of saves do, in ".ibk"; other names are left
-/// alone. The note lasts for ten seconds; of 64 notes the oldest one goes.
+/// alone. The note lasts for ten seconds; of 64 notes, a new one replaces the oldest.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
-/// Whether there is such a note of a name, which is then forgotten.
+/// Returns whether there is such a note of a name, and forgets it.
 bool TakeName(Seen enSeen, const QAL_CHAR *pszName);
 
 } // namespace wyx::os

@@ -124,7 +124,7 @@ bool Refill(Reader &reader)
 
 QAL_INT32 SeekReader(Reader &reader, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    const off_t lEnd = reader.lFirst + (reader.pucEnd - reader.pucFirst); // of what is held
+    const off_t lEnd = reader.lFirst + (reader.pucEnd - reader.pucFirst); // of what is buffered
     off_t lBase = 0;
     if (lWhence == SEEK_CUR) {
         lBase = reader.lFirst + (reader.pucNext - reader.pucFirst);

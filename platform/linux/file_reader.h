@@ -15,7 +15,7 @@ namespace wyx::os {
 
 struct Reader : xelpFile {
     QAL_UINT8 *pucBuffer;
-    const QAL_UINT8 *pucFirst; // the first byte that is held
+    const QAL_UINT8 *pucFirst; // the first buffered byte
     off_t lFirst;              // its position in the file
     int iFd;                   // -1 once there is nothing more to read
 };
@@ -28,7 +28,7 @@ void CloseReader(Reader &reader);
 /// Reads the next part of a stream into the empty buffer; false at its end.
 bool Refill(Reader &reader);
 
-/// Moves the position within what is held; 0 on success.
+/// Moves the position within what is buffered; 0 on success.
 QAL_INT32 SeekReader(Reader &reader, QAL_LONG lOffset, QAL_INT32 lWhence);
 
 } // namespace wyx::os

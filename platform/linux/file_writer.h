@@ -37,7 +37,7 @@ QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 /// Moves the position as the system does; 0 on success.
 QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence);
 
-/// Writes what waits, flushes and closes; what made the file fail, or 0.
+/// Writes what is buffered, flushes and closes; returns what made the file fail, or 0.
 int CloseWriter(Writer &writer);
 
 } // namespace wyx::os

@@ -1,11 +1,11 @@
-// Memory straight from the C allocator; memory_accounting.cpp is the variant that keeps books.
+// Memory straight from the C allocator; memory_accounting.cpp is the variant that accounts for it.
 #include "os_adapter.h"
 
 #include <cstdlib>
 
 namespace {
 
-/// A block of no size still is a block with an address of its own, whatever the C library does.
+/// A block of size 0 still has its own address, whatever the C library does.
 constexpr QAL_UINT32 AtLeastOne(QAL_UINT32 ulSize)
 {
     return ulSize != 0 ? ulSize : 1;

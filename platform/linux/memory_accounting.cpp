@@ -1,9 +1,10 @@
-// Memory with books: every block is known by the line that asked for it, and stays known for a
-// while after its release, so that a second release is told from a foreign one and names both
-// lines.
+// Memory with accounting: every block is recorded with the line that requested it, and stays known
+// for a while after its release. A second release can therefore be distinguished from a foreign
+// one, and names both lines.
 //
 // The books are kept in memory of their own, apart from the blocks, so that a caller who writes
-// beyond a block cannot spoil them and a foreign pointer is recognised without looking behind it.
+// past a block cannot damage them and a foreign pointer is recognised without reading what it
+// points to.
 #include "mem_accounting.h"
 #include "os_adapter.h"
 
@@ -16,7 +17,7 @@
 
 namespace {
 
-// Neither zero nor text, so that a caller who takes a block for zeroed, or uses it after its
+// Neither zero nor text, so that a caller who assumes a zeroed block, or uses a block after its
 // release, is noticed.
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0x5A;
@@ -32,7 +33,7 @@ constexpr QAL_ULONG kFirstBlockChains = 1024;
 struct Site {
     Site *pstruNextInChain;
     Site *pstruNext;         // in the order of their first use
-    const QAL_CHAR *pszFile; // a copy, behind the entry: the caller's own can be unloaded
+    const QAL_CHAR *pszFile; // a copy, after the entry: the caller's own can be unloaded
     QAL_UINT32 ulLine;
     wyxMem_S_Use struUse;
 };
@@ -78,7 +79,7 @@ QAL_ULONG HashOfAddress(const void *pBlock)
     return (ulAddress >> 4) ^ (ulAddress >> 14); // blocks lie at multiples of 16
 }
 
-/// Finds the entry of a line, or makes one; null if there is no memory for it.
+/// Finds or creates the entry of a line; null if there is no memory for it.
 Site *FindSite(const QAL_CHAR *pszFile, QAL_UINT32 ulLine)
 {
     const QAL_CHAR *const pszName = pszFile != nullptr ? pszFile : "?";
@@ -137,7 +138,7 @@ bool GrowChains()
     return true;
 }
 
-/// The block that starts at an address, live or held back; null for none.
+/// The block that starts at an address, live or held back; null if there is none.
 Block *FindBlock(const void *pMemory)
 {
     Block *pstruBlock = books.ulBlockChains != 0 ? *ChainOf(pMemory) : nullptr;
@@ -147,7 +148,7 @@ Block *FindBlock(const void *pMemory)
     return pstruBlock;
 }
 
-/// The block that an address lies inside of; null for none.
+/// The block that an address is inside of; null if there is none.
 const Block *FindBlockAround(const void *pMemory)
 {
     const auto ulAddress = reinterpret_cast<QAL_ULONG>(pMemory);
@@ -207,7 +208,7 @@ void *Allocate(QAL_UINT32 ulSize, int iFill, QAL_UINT32 ulLine, const QAL_CHAR *
     return pMemory;
 }
 
-/// Gives the block that was held back longest to the C library.
+/// Returns the block that was held back longest to the C library.
 void ForgetOldest()
 {
     Block *const pstruBlock = books.pstruOldestHeld;
@@ -224,8 +225,8 @@ void ForgetOldest()
     std::free(pstruBlock);
 }
 
-/// Ends the process with what is known of a pointer that must not be released. Gives up the lock,
-/// so that whoever handles the signal can still allocate.
+/// Ends the process with what is known about a pointer that must not be released. Releases the lock
+/// first, so that a signal handler can still allocate.
 [[noreturn]] void Refuse(const void *pMemory, const Block *pstruBlock, const QAL_CHAR *pszFile,
                          QAL_UINT32 ulLine)
 {
@@ -257,7 +258,7 @@ void Release(void *pMemory, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)
         Refuse(pMemory, pstruBlock, pszFile, ulLine);
     }
     const Site *const pstruReleaser = FindSite(pszFile, ulLine);
-    // Without memory for an entry of its own, a release is put down to the allocating line.
+    // Without memory for a separate entry, a release is attributed to the allocating line.
     pstruBlock->pstruReleasedBy = pstruReleaser != nullptr ? pstruReleaser : pstruBlock->pstruSite;
     std::memset(pMemory, kReleasedByte, pstruBlock->ulSize);
     CountOut(books.struUse, pstruBlock->ulSize);

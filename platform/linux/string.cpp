@@ -6,11 +6,11 @@
 
 namespace {
 
-/// The byte with an ASCII capital made small; every other byte stands for itself.
+/// The byte in lower case if it is an ASCII capital; every other byte is unchanged.
 constexpr QAL_INT32 Fold(QAL_CHAR cByte)
 {
     const QAL_UINT32 ulByte = static_cast<QAL_UINT8>(cByte);
-    const bool isCapital = ulByte - 'A' <= 'Z' - 'A'; // wraps for what sorts before 'A'
+    const bool isCapital = ulByte - 'A' <= 'Z' - 'A'; // wraps for bytes below 'A'
     return static_cast<QAL_INT32>(isCapital ? ulByte | 0x20U : ulByte);
 }
 static_assert(Fold('A') == 'a' && Fold('Z') == 'z' && Fold('@') == '@' && Fold('[') == '[');

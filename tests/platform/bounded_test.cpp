@@ -1,4 +1,4 @@
-// What tests/adapter does not ask of every adapter, and what a comment in the source refers to.
+// What tests/adapter does not require of every adapter, and what a comment in the source refers to.
 #include <gtest/gtest.h>
 
 #include "bounded.h"

@@ -17,7 +17,7 @@ QAL_UINT64 Now()
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
 }
 
-/// Waits until the clock is no longer ahead: each call moved it on by at least a millisecond.
+/// Waits until the clock is no longer ahead: each call advanced it by at least a millisecond.
 void CatchUp()
 {
     for (QAL_UINT64 ullTime; (ullTime = XELP_GetSystemTime()) > Now();) {

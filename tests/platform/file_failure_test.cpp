@@ -22,9 +22,9 @@ namespace wyx::test {
 namespace {
 
 constexpr std::size_t kWriteBuffer = 65536;
-constexpr std::size_t kAtOnce = kWriteBuffer + 1; // bytes of a call that do not wait
-constexpr std::size_t kOneByOne = 8192;           // what is not yet reserved ahead for
-constexpr int kNever = 1 << 30; // times a call fails, for those that never work again
+constexpr std::size_t kAtOnce = kWriteBuffer + 1; // bytes in a call that are not buffered
+constexpr std::size_t kOneByOne = 8192;           // up to here nothing is reserved ahead
+constexpr int kNever = 1 << 30;                   // times a call fails that never works again
 
 class FileFailure : public SystemTest {
   protected:
@@ -38,7 +38,7 @@ class FileFailure : public SystemTest {
         return XELP_Fwrite(text.data(), 1, static_cast<QAL_UINT32>(text.size()), pstruFile);
     }
 
-    /// Opens a file for writing and makes it so large that what is written next waits.
+    /// Opens a file for writing and makes it so large that what is written next is buffered.
     XELP_S_File *OpenLarge(const std::string &name)
     {
         XELP_S_File *const pstruFile = Open(name, "w");
@@ -47,7 +47,7 @@ class FileFailure : public SystemTest {
         return pstruFile;
     }
 
-    /// All that XELP_Fgetc() gives until it gives no more.
+    /// Everything that XELP_Fgetc() returns until the end.
     std::string ReadAll(XELP_S_File *pstruFile)
     {
         std::string text;
@@ -68,7 +68,7 @@ class FileFailure : public SystemTest {
 
     std::string Trace() const { return system.Trace(folder.Path()); }
 
-    /// A failure is still to be told: the next removal does not act, the one after it does.
+    /// A failure is still to be reported: the next removal does not act, the one after it does.
     void ExpectPending(int iError)
     {
         const std::string victim = folder.Make("victim", "still needed");
@@ -179,7 +179,7 @@ TEST_F(FileFailure, FileThatGrowsWhileItIsReadIsReadToItsNewEnd)
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
     system.TellSize(3);
-    system.LimitRead(2); // and a read that moves a part does not find the end
+    system.LimitRead(2); // and a partial read does not find the end
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
     system.TellSize(3000);
@@ -258,14 +258,14 @@ TEST_F(PipeFailure, MovesOnlyWithinWhatIsHeld)
         EXPECT_NE(XELP_Fseek(pstruFile, lOffset, lWhence), 0) << lOffset << " from " << lWhence;
         EXPECT_EQ(errno, iError);
     };
-    expectRefused(-1, SEEK_CUR, EINVAL); // nothing is held yet
+    expectRefused(-1, SEEK_CUR, EINVAL); // nothing is buffered yet
     EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_CUR), 0);
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'a');
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'b');
     EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'a');
     EXPECT_EQ(XELP_Fseek(pstruFile, 2, SEEK_CUR), 0);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), 'd'); // now c def is held, from position 2
+    EXPECT_EQ(XELP_Fgetc(pstruFile), 'd'); // now c def is buffered, from position 2
     expectRefused(0, SEEK_SET, EINVAL);
     expectRefused(1, SEEK_SET, EINVAL);
     expectRefused(7, SEEK_SET, EINVAL);
@@ -308,7 +308,7 @@ TEST_F(PipeFailure, ReadErrorEndsTheStreamAndKeepsErrno)
     EXPECT_EQ(errno, EIO);
     EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'b');
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1) << "went on behind a gap";
+    EXPECT_EQ(XELP_Fgetc(pstruFile), -1) << "continued after a gap";
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
@@ -323,7 +323,7 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
         bool isStillWhole; // what the file held before
     } cases[] = {
         {"calloc", 1, ENOMEM, true}, {"malloc", 1, ENOMEM, true},
-        {"open", 2, EMFILE, true}, // the first one is that of the directory
+        {"open", 2, EMFILE, true}, // the first one opens the directory
         {"open", 3, EMFILE, true}, // and the second one would create the file
         {"fstat", 1, EIO, true},     {"ftruncate", 1, EIO, true},
     };
@@ -421,7 +421,7 @@ TEST_F(FileFailure, SixtyFourNamesAreRemembered)
     for (int i = 0; i < 65; ++i) {
         folder.Make("text" + std::to_string(i) + ".ibk", "another's");
         XELP_S_File *const pstruFile = Open(name(i), "w");
-        EXPECT_EQ(pstruFile != nullptr, i == 0) << i; // the oldest one gave up its place
+        EXPECT_EQ(pstruFile != nullptr, i == 0) << i; // the oldest one was replaced
         if (pstruFile != nullptr) {
             EXPECT_EQ(XELP_Fclose(pstruFile), 0);
         }
@@ -539,7 +539,7 @@ TEST_F(FileFailure, SmallOnesTakeBlocksOneByOneAndHaveNoneToGiveBack)
     }
 }
 
-/// What every call has reported is with the kernel, or has its blocks.
+/// What every call has reported as written is with the kernel, or has its blocks.
 TEST_F(FileFailure, NothingWaitsWithoutBlocks)
 {
     for (const bool failsLater : {false, true}) {
@@ -615,7 +615,7 @@ TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
         ASSERT_EQ(Write(pstruFile, std::string(100, 'x')), 100U);
         ASSERT_LE(system.ReservedUpTo(), 20000);
     }
-    text += std::string(100, 'y'); // up to it, and no more
+    text += std::string(100, 'y'); // up to the limit, and no more
     EXPECT_EQ(Write(pstruFile, std::string(200, 'y')), 100U);
     EXPECT_EQ(errno, EFBIG);
     EXPECT_LE(system.ReservedUpTo(), 20000);
@@ -692,14 +692,14 @@ TEST_F(FileFailure, FullDiskShowsInTheCountOfWholeItems)
         EXPECT_EQ(XELP_Fwrite(text.data(), c.ulSize, c.ulCount, pstruFile), c.ulWritten);
         EXPECT_EQ(errno, ENOSPC);
         errno = 0;
-        EXPECT_EQ(Write(pstruFile, "x"), 0U) << "went on behind a gap";
+        EXPECT_EQ(Write(pstruFile, "x"), 0U) << "continued after a gap";
         EXPECT_EQ(errno, ENOSPC);
         EXPECT_EQ(system.Calls("write"), 2);
         errno = 0;
         EXPECT_NE(XELP_Fclose(pstruFile), 0);
         EXPECT_EQ(errno, ENOSPC);
         EXPECT_EQ(system.Calls("fsync"), 0) << "flushed what failed";
-        ExpectNothingPending(); // the count has told it
+        ExpectNothingPending(); // the count has reported it
         EXPECT_EQ(folder.Content("text"), text.substr(0, 10));
     }
 }
@@ -718,7 +718,7 @@ TEST_F(FileFailure, WriteThatMovesNothingIsAnError)
 TEST_F(FileFailure, BufferThatCannotBeHandedOverShowsInTheCount)
 {
     const struct {
-        std::size_t next; // the piece that makes the buffer go
+        std::size_t next; // the piece that makes the buffer be written
         bool canReserve;
     } cases[] = {{kWriteBuffer, true}, {kWriteBuffer + 1, true}, {40000, false}};
     for (const auto &c : cases) {
@@ -936,7 +936,7 @@ TEST_F(FileFailure, FailureAtCloseConcernsItsThreadOnly)
 
 TEST_F(FileFailure, FailureAtCloseEndsWithItsThread)
 {
-    for (int i = 0; i < 20; ++i) { // the system gives the same identity to one after the other
+    for (int i = 0; i < 20; ++i) { // the system reuses thread identities
         std::thread([&] {
             ExpectNothingPending();
             XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -957,8 +957,8 @@ TEST_F(FileFailure, LastFailureOfAThreadIsTold)
     ExpectPending(EDQUOT);
 }
 
-/// A thread without room for its failure must not remove what is still needed, so another one may
-/// be told.
+/// A thread without room for its failure must not remove what is still needed, so another thread's
+/// call may fail instead.
 TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
 {
     for (const bool isOther : {false, true}) {
@@ -976,7 +976,7 @@ TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
     }
 }
 
-/// Nothing counts them: one failure is enough to keep what is still needed.
+/// They are not counted: one failure is enough to keep what is still needed.
 TEST_F(FileFailure, FailuresThatCannotBeKeptAreToldTogether)
 {
     for (const int iError : {EIO, EDQUOT}) {
@@ -988,7 +988,7 @@ TEST_F(FileFailure, FailuresThatCannotBeKeptAreToldTogether)
     ExpectPending(EDQUOT);
 }
 
-/// One's own failure comes first.
+/// A thread's own failure comes first.
 TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
 {
     XELP_S_File *pstruFile = Open(folder.File("text"), "w");
@@ -1006,7 +1006,7 @@ TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
 
 using FileFailureDeathTest = FileFailure;
 
-/// Comes first, as those that end a process do: nothing has failed yet.
+/// Runs first, like tests that end a process: nothing has failed yet.
 TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
 {
     EXPECT_EXIT(
@@ -1026,7 +1026,7 @@ TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
         ::testing::ExitedWithCode(0), "");
 }
 
-/// On Android the state of a thread is memory that can be missing.
+/// On Android the allocation of a thread's state can fail.
 TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
 {
     EXPECT_EXIT(
@@ -1054,7 +1054,7 @@ TEST_F(FileFailure, WhatDoesNoHarmAtCloseIsNoFailure)
         int n;
         int iError;
     } cases[] = {
-        {"fsync", 1, EINVAL},                     // a kind of file that has no device
+        {"fsync", 1, EINVAL},                     // a file without a device
         {"fsync", 2, EINVAL},                     // a file system that flushes entries by itself
         {"ftruncate", 1, EIO}, {"fstat", 1, EIO}, // blocks beyond the end stay
         {"close", 1, EINTR},   {"close", 2, EIO}, // the directory was only read
@@ -1179,7 +1179,7 @@ TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
         system.Reset();
         system.Fail("rename", 1, 0); // succeeds, as the system would not let it
         EXPECT_EQ(XELP_Rename(target.c_str(), name.c_str()), 0);
-        EXPECT_EQ(system.Calls("open"), iFits + 1); // that of the old entry
+        EXPECT_EQ(system.Calls("open"), iFits + 1); // flushes the old entry
         EXPECT_EQ(system.Calls("sync"), 1 - iFits);
         system.Reset();
     }
@@ -1221,7 +1221,7 @@ TEST_F(FileFailure, SaveKeepsOneOfTheTwoContentsWhole)
             if (pstruFile != nullptr) {
                 const bool isWritten =
                     Write(pstruFile, start) == kAtOnce && Write(pstruFile, "new") == 3;
-                XELP_Fclose(pstruFile); // nobody looks at its result
+                XELP_Fclose(pstruFile); // its result is ignored
                 if (!isWritten) {
                     XELP_Remove(temporary.c_str());
                 } else if (XELP_Remove(old.c_str()) == 0) {

@@ -1,4 +1,4 @@
-// The file services of the adapter as it was built, on real files, pipes, devices and full disks.
+// The file services of the adapter as built, on real files, pipes, devices and full disks.
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -52,8 +52,8 @@ QAL_UINT32 Write(XELP_S_File *pstruFile, std::string_view text)
     return XELP_Fwrite(text.data(), 1, static_cast<QAL_UINT32>(text.size()), pstruFile);
 }
 
-/// Runs in a process of its own, so that limits, rights and mounts end with it; its result, with
-/// 77 for what cannot be tried here.
+/// Runs a function in a process of its own, so that limits, rights and mounts end with it. Returns
+/// its result; 77 is for what cannot be tried here.
 int InChild(const std::function<int()> &run)
 {
     const pid_t child = fork();
@@ -377,7 +377,8 @@ TEST_F(File, PipeStreamsAndStepsBackAcrossEveryRefill)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A writer who comes after the end begins a new text; that is not for who has read the first one.
+/// A writer that comes after the end begins a new text, which the reader of the first one does not
+/// see.
 TEST_F(File, PipeEndsOnce)
 {
     const std::string name = folder.File("pipe");
@@ -393,7 +394,7 @@ TEST_F(File, PipeEndsOnce)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// Signals at every turn, without the kernel's restarting of calls.
+/// Signals all the time, and the kernel does not restart calls.
 TEST_F(File, SignalsInterruptNothing)
 {
     static volatile sig_atomic_t iSignals = 0;
@@ -404,7 +405,7 @@ TEST_F(File, SignalsInterruptNothing)
 
     const std::string name = folder.File("pipe");
     ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
-    std::thread writer([&] { // its opening waits for the reader's
+    std::thread writer([&] { // opening it waits for the reader
         sigset_t alarm;
         sigemptyset(&alarm);
         sigaddset(&alarm, SIGALRM);
@@ -465,13 +466,13 @@ TEST_F(File, HoldsBlocksForItsBytesAndNoMore)
         struct stat plain = {};
         for (auto [pszName, pstru] : {std::pair{"ours", &ours}, {"plain", &plain}}) {
             const int iFd = open(folder.File(pszName).c_str(), O_RDONLY | O_CLOEXEC);
-            fsync(iFd); // blocks are given to a file when it reaches the device
+            fsync(iFd); // a file gets its blocks when it is flushed to the device
             EXPECT_EQ(fstat(iFd, pstru), 0);
             close(iFd);
         }
         EXPECT_EQ(ours.st_size, static_cast<off_t>(size));
         EXPECT_GE(ours.st_blocks, plain.st_blocks);
-        // A file in more than a few pieces takes one more block for the list of them.
+        // A file of more than a few extents takes one more block for their list.
         EXPECT_LE(ours.st_blocks, plain.st_blocks + 4096 / 512);
     }
 }
@@ -491,7 +492,7 @@ TEST_F(File, DevicesTakeWhatTheyTake)
     EXPECT_EQ(Write(pstruFile, "abc"), 0U);
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_NE(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(XELP_Remove(folder.Make("text", "").c_str()), 0) << "told twice";
+    EXPECT_EQ(XELP_Remove(folder.Make("text", "").c_str()), 0) << "reported twice";
 }
 
 TEST_F(File, LimitOfTheProcessShowsInTheCount)
@@ -565,7 +566,7 @@ TEST_F(File, LargeWriteEndsAtTheLimitOfTheProcess)
     }
 }
 
-/// Runs on a disk of one mebibyte, mounted where nobody else sees it.
+/// Runs on a disk of one mebibyte, mounted so that no other process sees it.
 int OnSmallDisk(const std::function<int(const std::string &folder)> &run)
 {
     const TempFolder folder;
@@ -585,7 +586,7 @@ std::string Content(const std::string &name)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Takes all that is left on a disk.
+/// Fills the rest of a disk.
 void FillUp(const std::string &folder)
 {
     const int iFd = open((folder + "/filler").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -619,7 +620,7 @@ TEST_F(File, FullDiskTakesWhatFitsAndShowsInTheCount)
             if (XELP_Fclose(pstruFile) == 0 || Content(name) != std::string(written, 'x')) {
                 return 3;
             }
-            return XELP_Remove(name.c_str()) == 0 ? 0 : 4; // told by the count already
+            return XELP_Remove(name.c_str()) == 0 ? 0 : 4; // already reported by the count
         });
         if (iResult == kNotHere) {
             GTEST_SKIP() << "cannot mount a small disk";

@@ -1,4 +1,4 @@
-// The memory that keeps books, whichever kind the adapter itself was built with.
+// The accounting allocator, whichever kind the adapter itself was built with.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -191,7 +191,7 @@ TEST(MemoryAccounting, FillsFreshAndReleasedBlocks)
     auto *const pucBlock = static_cast<QAL_UINT8 *>(XELP_MemMallocD(32, 51, "fill.c"));
     EXPECT_EQ(std::vector<QAL_UINT8>(pucBlock, pucBlock + 32), std::vector<QAL_UINT8>(32, 0xA5));
     XELP_MemFreeD(pucBlock, 52, "fill.c");
-    // Held back, so it can still be looked at.
+    // Kept back, so it can still be inspected.
     EXPECT_EQ(std::vector<QAL_UINT8>(pucBlock, pucBlock + 32), std::vector<QAL_UINT8>(32, 0x5A));
 }
 
@@ -240,9 +240,9 @@ TEST(MemoryAccounting, HoldsBackNoMoreThanItsLimits)
             XELP_MemFreeD(XELP_MemMallocD(ulSize, 61, "hold.c"), 62, "hold.c");
         }
     };
-    release(2000000, 1); // alone above the limit of bytes: all others go
+    release(2000000, 1); // alone above the limit of bytes: all others are released
     const std::size_t alone = system.LiveBlocks();
-    release(1, 1); // and now that one goes, but not the newest
+    release(1, 1); // and now that one is released, but not the newest
     EXPECT_EQ(system.LiveBlocks(), alone);
     release(1, 3000);
     EXPECT_EQ(system.LiveBlocks(), alone + 2 * 1023) << "a block and its entry for each";
@@ -304,7 +304,7 @@ extern "C" void __gcov_dump(void);
 class MemoryAccountingDeathTest : public ::testing::Test {
   protected:
 #ifdef WYX_COVERAGE
-    // A process that is aborted does not write down by itself what it has covered.
+    // An aborted process does not write its coverage data by itself.
     void SetUp() override
     {
         std::signal(SIGABRT, [](int) { __gcov_dump(); });
@@ -316,7 +316,7 @@ class MemoryAccountingDeathTest : public ::testing::Test {
 #endif
 };
 
-/// Comes first, as those that end a process do: the books are still empty.
+/// Runs first, like tests that end a process: the books are still empty.
 TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
 {
     if (wyx_mem_sites(nullptr, 0) != 0) {
@@ -388,7 +388,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
     EXPECT_DEATH(releaseInsideOfOneThere(), "foreign.c:92 releases .*, which lies inside a block");
 }
 
-/// Whoever handles the signal, to write a report for example, can still allocate.
+/// A handler of the signal, which may write a report, can still allocate.
 TEST_F(MemoryAccountingDeathTest, HandlerOfTheAbortCanAllocate)
 {
     const auto releaseForeign = [] {

@@ -186,7 +186,7 @@ using wyx::test::SystemDouble;
 
 extern "C" {
 
-// What the linker calls the system's own, and what it leads to instead.
+// The linker's names of the system's own functions, and of their replacements.
 int __real_open(const char *pszName, int iFlags, ...);
 int __real_close(int iFd);
 int __real_fstat(int iFd, struct stat *pstru);
@@ -251,7 +251,7 @@ int __wrap_close(int iFd)
     SystemDouble &system = SystemDouble::Instance();
     const bool fails = system.Strike("close", system.NameOf(iFd));
     const int iError = errno;
-    system.Closed(iFd); // gone in any case, as the system's is
+    system.Closed(iFd); // closed in any case, as in the system
     const int iResult = __real_close(iFd);
     errno = fails ? iError : errno;
     return fails ? -1 : iResult;
@@ -362,7 +362,7 @@ int __wrap_clock_gettime(clockid_t clock, timespec *pstru)
     return iResult;
 }
 
-// These return what failed, and leave errno alone. GoogleTest uses them, too.
+// These return the error and leave errno alone. GoogleTest uses them, too.
 int __wrap_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *))
 {
     const int iBefore = errno;

@@ -1,8 +1,8 @@
 // A double of the system calls under the default adapter, linked into a test together with the
-// adapter's objects: the linker's --wrap leads their calls here (see CMakeLists.txt).
+// adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
-// It records every call, can make any of them fail, be interrupted or do only a part, and knows
-// which descriptors and blocks are held. What it does not change goes through to the system.
+// It records every call, can make any of them fail, be interrupted or do only a part of its work,
+// and knows which descriptors and blocks are held. Unchanged calls go through to the system.
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 
@@ -32,29 +32,29 @@ class SystemDouble {
     /// Lets the @p n-th call (from 1) of @p call since now fail with @p iError, and as many more as
     /// @p times says, without doing anything. With 0 a write or renaming reports success.
     void Fail(const std::string &call, int n, int iError, int times = 1);
-    /// Lets every call that may be interrupted fail with EINTR @p times before it is carried out.
+    /// Makes every call that may be interrupted fail with EINTR @p times before it is carried out.
     void InterruptEach(int times);
-    /// The most that one read or write moves.
+    /// The most bytes that one read or write transfers.
     void LimitRead(std::size_t bytes) { readLimit_ = bytes; }
     void LimitWrite(std::size_t bytes) { writeLimit_ = bytes; }
-    /// The size that the system tells of each file from now on.
+    /// The size that the system reports for each file from now on.
     void TellSize(off_t size) { size_ = size; }
-    /// The file system's block size, as it is told.
+    /// The file system's block size, as reported.
     void TellBlockSize(int iSize) { blockSize_ = iSize; }
-    /// The process's limit of a file's size, as it is told.
+    /// The process's file size limit, as reported.
     void TellSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
     /// The time that every clock shows.
     void TellTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
-    /// Runs after the @p n-th call (from 1) of @p call since now.
+    /// Runs after the @p n-th call (from 1) of @p call from now on.
     void After(const std::string &call, int n, std::function<void()> action);
 
     /// How often a call was made since Reset(), failing and interrupted ones included.
     int Calls(const std::string &call) const;
-    /// The calls for files since Reset(), as "open a, fsync a, ..."; names lose the @p folder they
-    /// lie in, which itself shows as ".".
+    /// The calls for files since Reset(), as "open a, fsync a, ..."; names are relative to @p
+    /// folder, which itself shows as ".".
     std::string Trace(const std::string &folder) const;
-    /// Bytes that write calls handed over since Reset(), and the end of what is reserved without a
-    /// gap behind them.
+    /// Bytes that write calls handed over since Reset(), and the end of what is reserved after them
+    /// without a gap.
     std::size_t Written() const { return written_; }
     off_t ReservedUpTo() const { return reserved_; }
 
@@ -110,7 +110,7 @@ class SystemDouble {
     off_t reserved_ = 0;
 };
 
-/// Base of test fixtures: begins with a fresh double and ends with the proof that nothing is held.
+/// Base of test fixtures: begins with a fresh double and checks at the end that nothing is held.
 class SystemTest : public ::testing::Test {
   protected:
     void SetUp() override { system.Reset(); }

@@ -1,4 +1,4 @@
-// The wipe of a secret must not be optimised away, not even where the optimiser sees everything: so
+// The wipe of a secret must not be optimised away, not even if the optimiser sees everything. So
 // the routine is part of this file, and the block is released right after it.
 #include "linux/bounded.cpp"
 
@@ -54,7 +54,7 @@ TEST(Wipe, WouldNotWithoutCare)
 {
     const int iLeft = FirstByteLeftBehind([](char *psz) { __builtin_memset(psz, 0, kSize); });
     if (iLeft != 's') {
-        GTEST_SKIP() << "this build optimises nothing away, and proves nothing";
+        GTEST_SKIP() << "this build optimises nothing away, so it proves nothing";
     }
 }
 
