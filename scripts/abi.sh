@@ -9,7 +9,7 @@
 # that the library asks of its adapter. Most calls take the containers' records as void *, so that
 # the types cannot be reached from the calls. Names are compared first, because to abidiff a renamed
 # type or member is the same one. `renew` refuses what breaks callers unless the major version is
-# higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 where
+# higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 if
 # libabigail or debug information is missing.
 set -euo pipefail
 

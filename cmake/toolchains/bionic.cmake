@@ -1,4 +1,4 @@
-# Stands in for the NDK's toolchain file, with Debian's clang and lld, over what
+# Replaces the NDK's toolchain file, with Debian's clang and lld, using what
 # scripts/bionic_sysroot.py laid out. Takes the same variables, as far as the presets set them.
 set(CMAKE_SYSTEM_NAME Android)
 set(CMAKE_SYSTEM_VERSION 1) # keeps CMake from looking for an NDK
@@ -21,7 +21,7 @@ foreach(language C CXX)
 endforeach()
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
-# As the NDK: nothing of the C++ library. The build-id is lld's own kind, unless one is named.
+# Like the NDK, without the C++ library. The build-id is lld's own kind, unless one is named.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-nostdinc++>)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT
     "-fuse-ld=lld -nostdlib++ -rtlib=libgcc --unwindlib=none -Wl,--build-id")
