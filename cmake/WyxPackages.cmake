@@ -83,7 +83,7 @@ set(CPACK_COMPONENT_TOOL_DEBUG_DESCRIPTION
     "debug symbols for wyx\n\
 What debuggers and profilers need to tell lines and names.")
 
-# Adds the files that every Debian package has besides the installed ones.
+# Adds the files that every Debian package has in addition to the installed ones.
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake")
 set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES

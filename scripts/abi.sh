@@ -71,7 +71,7 @@ describe() {
 
     LC_ALL=C readelf -W --dyn-syms "$1/lib/libwyx_commlib.so" |
         awk '$7 == "UND" && $8 ~ /^(XELP|wyx)_/ { print $8 }' | LC_ALL=C sort >"$work/services.txt"
-    [[ -s $work/services.txt ]] || { echo "$1: the library asks for no service" >&2; exit 1; }
+    [[ -s $work/services.txt ]] || { echo "$1: the library needs no service" >&2; exit 1; }
 }
 
 # names FILE.abi: prints the name of each symbol, type, typedef, member and enumerator in it

@@ -101,7 +101,7 @@ def main():
         start = libc / "arch-common/bionic/crtbegin_so.c"
         run(*compiler, "-c", start, "-o", folder / "crtbegin_so.o")
         run(*compiler, "-x", "assembler", "-c", "-", "-o", folder / "crtend_so.o", input=b"")
-        # The compiler's own library: empty, so that whoever needs something of it is found.
+        # The compiler's own library: empty, so that code that needs any of it is found.
         run("llvm-ar" if shutil.which("llvm-ar") else "ar", "cr", folder / "libgcc.a")
         print(f"{abi}: {len(found)} symbols at API level {API}")
 

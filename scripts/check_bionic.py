@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Builds the libraries against Android's C library, looks at them, and runs them.
+"""Builds the libraries against Android's C library, inspects them, and runs them.
 
     WYX_BIONIC=FOLDER scripts/check_bionic.py ABI WORK_FOLDER BUILD_FOLDER
 
-FOLDER has Android's headers and the list of its symbols, as scripts/bionic_sysroot.py wants them;
-without it nothing can be checked, and the script ends with 77. ABI is arm64-v8a or x86_64. Both
+FOLDER has Android's headers and the list of its symbols, as scripts/bionic_sysroot.py needs them;
+without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. Both
 libraries are built by the preset for Android, with all warnings as errors, for API level 24.
 
-What they do is then looked at on Debian's C library, under emulation if the machine is of another
+Their behaviour is then checked on Debian's C library, under emulation if the machine is of another
 kind, with a shim for the one function that only Android has: the examples and the tests of headers,
 compiled against Android's headers, and those tests of BUILD_FOLDER (a release build for the same
 processor) that call the libraries.
@@ -30,7 +30,7 @@ API = bionic_sysroot.API
 PRESETS = {"arm64-v8a": "android-arm64", "x86_64": "android-x86_64"}
 PROCESSORS = {"arm64-v8a": "aarch64", "x86_64": "x86_64"}
 PAGE = 16384
-# What the start files and the stack protector need of the C library.
+# What the start files and the stack protector need from the C library.
 TOOLCHAIN = {"__cxa_atexit", "__cxa_finalize", "__register_atfork", "__stack_chk_fail"}
 # Labels of the tests that are run on them: those of the modules.
 MODULES = {"base64", "crc", "dlink", "hash", "ini_parser", "ip4_ip6_parser", "md5", "slink"}
@@ -94,7 +94,7 @@ class Target:
 def build(target, name, *arguments):
     """Configures and builds by the preset; the commands of the units."""
     folder = target.work / name
-    # Plainly, by no launcher: one that caches objects of another folder changes the names in them.
+    # Without a launcher: one that caches objects of another folder changes the names in them.
     plain = {name: value for name, value in os.environ.items()
              if not name.endswith("_COMPILER_LAUNCHER")}
     made = run("cmake", "--preset", PRESETS[target.abi], "-B", folder, "-D", "WYX_WERROR=ON",
@@ -185,7 +185,7 @@ def look_at_both(target):
 
 
 def plant_faults(target):
-    """What the build is to find must be an error of it."""
+    """What the build must find has to be a build error."""
     link = ["-shared", "-fPIC", "-fuse-ld=lld", "-nostdlib++", "-rtlib=libgcc", "--unwindlib=none",
             "-Wl,-z,defs", "-o", os.devnull, "-x", "c++", "-"]
     for code, symbol in (
@@ -295,7 +295,7 @@ def run_programs(target, tests):
         command = [*target.emulator, program]
         if not binds_here(target, command):
             fail(f"{source.name} does not run on the libraries for Android")
-        # As the build folder runs it, but for the program and its folder.
+        # As the build folder runs it, except for the program and its folder.
         ran = run(*(f"-DCOMMAND={';'.join(map(str, command))}" if word.startswith("-DCOMMAND=")
                     else f"-DFOLDER={target.work / 'example'}" if word.startswith("-DFOLDER=")
                     else word for word in tests[source.stem]["command"]), check=False,

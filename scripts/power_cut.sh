@@ -8,9 +8,9 @@
 # the whole new content must be there, under the target's name or the new file's.
 #
 # ext4 flushes more than it is asked to: with a new file, its directory entry. So that a missing
-# flush shows, power_cut_test then looks at every combination of what a device may lose.
+# flush shows, power_cut_test then checks every combination of what a device may lose.
 #
-# Needs root and loop devices; if it cannot mount it says so and ends with 77. BUILD names a build
+# Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names a build
 # folder of any preset without sanitizers (build/release).
 set -euo pipefail
 

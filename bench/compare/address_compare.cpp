@@ -1,5 +1,5 @@
-// Addresses beside inet_pton(). One repetition parses a whole set: of 4,096 addresses, which a
-// branch predictor can memorise, or of 32,768, which it cannot.
+// Addresses compared with inet_pton(). One repetition parses a whole set: of 4,096 addresses, which
+// a branch predictor can memorise, or of 32,768, which it cannot.
 #include <arpa/inet.h>
 
 #include <array>

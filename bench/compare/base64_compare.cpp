@@ -1,4 +1,5 @@
-// Base64 both ways beside OpenSSL's block functions, with an allocation like ours, and GLib's.
+// Base64 both ways, compared with OpenSSL's block functions, with an allocation like ours, and
+// GLib's.
 #include <glib.h>
 #include <openssl/evp.h>
 

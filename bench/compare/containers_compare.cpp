@@ -1,4 +1,4 @@
-// The containers beside GLib's, the standard library's and the system's tail queue.
+// The containers compared with GLib's, the standard library's and the system's tail queue.
 //
 // Every contender stores pointers to records of the caller's, in order of ascending numbers, and
 // calls back through a pointer to a function to visit or compare them, as ours must; callers of a
@@ -60,7 +60,7 @@ QAL_UINT32 AddNumber(void *pSum, void *pRecord, void **)
     return 0;
 }
 
-/// The callbacks of the contenders that are no library of their own: read anew for every element.
+/// The callbacks of the contenders that are not libraries; they are read again for every element.
 QAL_UINT32 (*volatile g_pfunIsNumber)(const void *, void *) = IsNumber;
 QAL_UINT32 (*volatile g_pfunAddNumber)(void *, void *, void **) = AddNumber;
 

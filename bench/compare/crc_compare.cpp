@@ -1,4 +1,4 @@
-// The checksums beside zlib, libdeflate, ISA-L and the loop of one table look-up per byte.
+// The checksums compared with zlib, libdeflate, ISA-L and the loop of one table look-up per byte.
 #include <isa-l/crc.h>
 #include <libdeflate.h>
 #include <zlib.h>

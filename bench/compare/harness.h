@@ -118,7 +118,7 @@ class Case {
         return Add(std::move(name), "peer", std::move(op), target, false);
     }
 
-    /// What the work cannot do without, such as reading its input once.
+    /// The minimum that the work requires, such as reading its input once.
     template <typename Op>
     Case &Limit(std::string name, Op op)
     {

@@ -1,4 +1,4 @@
-// INI files beside inih, iniparser and GLib's GKeyFile: files of 40 and of 10,000 lines.
+// INI files compared with inih, iniparser and GLib's GKeyFile: files of 40 and of 10,000 lines.
 //
 // The programs do not do the same. inih keeps nothing and calls back for every key; iniparser and
 // GKeyFile build tables that later look-ups use; ours keeps the lines. Before the timing, all
@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kLinesPerSection = 50;
 
-/// Sections of keys with comments; as many lines as asked for.
+/// Sections of keys with comments; as many lines as requested.
 void MakeFile(const std::string &name, int iLines)
 {
     std::ofstream file(name);
@@ -226,7 +226,7 @@ void AddFile(Report &report, const std::string &name, int iLines, const Targets 
             },
             targets.lookup);
 
-    // Both as they are shipped: a new file, flushed to the device, takes the old one's place.
+    // Both as they are shipped: a new file, flushed to the device, replaces the old one.
     report.Add("INI load, set, save", lines)
         .Ours([=](auto keep) {
             XELP_IN_S_INI_FILE_STRUCT doc;

@@ -1,4 +1,4 @@
-// MD5 beside OpenSSL's and nettle's.
+// MD5 compared with OpenSSL's and nettle's.
 #define OPENSSL_SUPPRESS_DEPRECATED // the calls that do the same as ours
 #include <nettle/md5.h>
 #include <openssl/evp.h>

@@ -1,4 +1,4 @@
-// The limits that no implementation can beat, shown beside the comparisons.
+// The limits that no implementation can beat, shown next to the comparisons.
 #ifndef WYX_BENCH_COMPARE_READ_ALL_H
 #define WYX_BENCH_COMPARE_READ_ALL_H
 

@@ -1,7 +1,7 @@
 import wyx.commlib.IniException;
 import wyx.commlib.IniFile;
 
-/** Changes a file and looks at it again: java -cp . IniExample FILE */
+/** Changes a file and reads it again: java -cp . IniExample FILE */
 public final class IniExample {
     private static void expect(boolean condition, String what) {
         if (!condition) {

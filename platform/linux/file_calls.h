@@ -1,5 +1,5 @@
 // The system calls that the file services make. Whatever Linux does beyond POSIX is used here and
-// nowhere else, and marked "Linux:": these are the functions that a port has to look at.
+// nowhere else, and marked "Linux:": these are the functions that a port has to check.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 

@@ -1,6 +1,6 @@
 // A failure to write out or close a file, kept until it can be reported.
 //
-// Callers seldom look at the result of XELP_Fclose(). The thread whose close failed therefore meets
+// Callers rarely check the result of XELP_Fclose(). The thread whose close failed therefore gets
 // the failure again at its next XELP_Remove() or XELP_Rename(), before that acts.
 #ifndef WYX_PLATFORM_LINUX_FILE_FAILURE_H
 #define WYX_PLATFORM_LINUX_FILE_FAILURE_H

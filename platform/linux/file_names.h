@@ -2,10 +2,9 @@
 // belongs to another process, and must not be emptied or removed.
 //
 // A save looks for a file under its new file's name, creates it, renames it, and removes the name
-// once more. Two processes that save one target in the same millisecond choose the same name.
-// Without this memory the later one could empty the file that the earlier one has just completed,
-// or the earlier one could remove what the later one has just created, and no content would be
-// left.
+// again. Two processes that save one target in the same millisecond choose the same name. Without
+// this memory the later one could empty the file that the earlier one has just completed, or the
+// earlier one could remove what the later one has just created, and no content would be left.
 #ifndef WYX_PLATFORM_LINUX_FILE_NAMES_H
 #define WYX_PLATFORM_LINUX_FILE_NAMES_H
 

@@ -47,7 +47,7 @@ bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
     if (fstat(writer.iFd, &status) != 0) {
         if (isNew) {
             const KeepErrno keep;
-            wyx::os::Unlink(pszName); // nobody wants the empty file of an opening that failed
+            wyx::os::Unlink(pszName); // a failed open leaves no empty file
         }
         return false;
     }
@@ -80,7 +80,7 @@ QAL_ULONG Allowed(const Writer &writer, QAL_ULONG ulCount)
     return limit > written ? std::min<QAL_ULONG>(ulCount, limit - written) : 0;
 }
 
-/// Hands bytes over after those that were; fewer than asked for if the file fails.
+/// Hands bytes over after the earlier ones; fewer than requested if the file fails.
 QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
 {
     // A write at the limit would not only fail, but also raise SIGXFSZ, which ends the process.

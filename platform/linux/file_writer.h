@@ -1,9 +1,9 @@
 // Files open for writing.
 //
-// One system call per line would make large files slow, but bytes that wait in a buffer could be
-// lost to a full disk after they were reported as written. So blocks are reserved ahead, and only
-// bytes that have a block wait; all others are handed over at once. A small file reserves one block
-// at a time: releasing unused ones would cost more system calls.
+// One system call per line would make large files slow, but buffered bytes could be lost to a full
+// disk after they were reported as written. So blocks are reserved ahead, and only bytes that have
+// a block are buffered; all others are handed over at once. A small file reserves one block at a
+// time: releasing unused ones would cost more system calls.
 #ifndef WYX_PLATFORM_LINUX_FILE_WRITER_H
 #define WYX_PLATFORM_LINUX_FILE_WRITER_H
 
@@ -31,7 +31,7 @@ struct Writer : xelpFile {
 /// Opens a new or emptied file; null on failure. CloseWriter() releases it.
 Writer *OpenWriter(const QAL_CHAR *pszName);
 
-/// Writes bytes now or later; fewer than asked for if the file fails.
+/// Writes bytes now or later; fewer than requested if the file fails.
 QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 
 /// Moves the position as the system does; 0 on success.

@@ -2,9 +2,8 @@
 // for a while after its release. A second release can therefore be distinguished from a foreign
 // one, and names both lines.
 //
-// The books are kept in memory of their own, apart from the blocks, so that a caller who writes
-// past a block cannot damage them and a foreign pointer is recognised without reading what it
-// points to.
+// The books are kept in separate memory, apart from the blocks, so that a caller who writes past a
+// block cannot damage them and a foreign pointer is recognised without reading what it points to.
 #include "mem_accounting.h"
 #include "os_adapter.h"
 
@@ -76,7 +75,7 @@ class Lock {
 QAL_ULONG HashOfAddress(const void *pBlock)
 {
     const auto ulAddress = reinterpret_cast<QAL_ULONG>(pBlock);
-    return (ulAddress >> 4) ^ (ulAddress >> 14); // blocks lie at multiples of 16
+    return (ulAddress >> 4) ^ (ulAddress >> 14); // blocks are at multiples of 16
 }
 
 /// Finds or creates the entry of a line; null if there is no memory for it.

@@ -25,7 +25,7 @@ std::string ElfFile::StringAt(const Elf64_Shdr &table, std::size_t offset) const
     const std::size_t at = table.sh_offset + offset;
     const std::size_t end = bytes_.find('\0', at);
     if (offset >= table.sh_size || end == std::string::npos) {
-        throw std::runtime_error("a name lies outside its table");
+        throw std::runtime_error("a name is outside its table");
     }
     return bytes_.substr(at, end - at);
 }

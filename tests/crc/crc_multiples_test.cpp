@@ -48,7 +48,7 @@ void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, un
     }
 }
 
-/// The sums of so many terms up to a degree, by their remainders.
+/// The sums of a number of terms up to a degree, by their remainders.
 class Sums {
   public:
     Sums(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count)

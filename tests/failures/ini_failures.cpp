@@ -169,7 +169,7 @@ WYX_SCENARIO(IniGetOneLine)
 
 namespace {
 
-/// Saves a changed document under a fault, then once more without one.
+/// Saves a changed document under a fault, then again without one.
 void Save(Trial &trial, bool isNewFileThere)
 {
     PlatformDouble &platform = PlatformDouble::Instance();

@@ -1,5 +1,5 @@
 // The life of a document, directed by the input: load, look up, edit, save and load again, each
-// step beside the model, with allocations and file calls failing here and there.
+// step compared with the model, with allocations and file calls failing here and there.
 #include "../ini_parser/ini_support.h"
 #include "../ini_parser/models.h"
 #include "fuzz_support.h"

@@ -1,4 +1,5 @@
-// A program of calls on a list beside a plain model; a callback's calls are part of the program.
+// A program of calls on a list, compared with a plain model; a callback's calls are part of the
+// program.
 #ifndef WYX_TESTS_FUZZ_LIST_PROGRAM_H
 #define WYX_TESTS_FUZZ_LIST_PROGRAM_H
 

@@ -224,7 +224,8 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
     g_onRelease = [&](char chWhat, char) {
         const auto ended =
             std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
-        // before each entry's key goes all earlier ones are gone, each with a key and a node
+        // before each entry's key is released, all earlier entries are gone, each with a key and a
+        // node
         EXPECT_EQ(platform.Events().size(),
                   2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
     };

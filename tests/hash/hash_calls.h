@@ -1,4 +1,4 @@
-// Calls on a hash table of letters beside a plain model, and the callbacks of such a table.
+// Calls on a hash table of letters, compared with a plain model, and the callbacks of such a table.
 //
 // A key begins with a letter and is the key of that letter, whatever follows it; its hash value is
 // the letter's place in the alphabet, 'a' being 0. A table is written bucket by bucket, each from
@@ -152,7 +152,7 @@ inline std::vector<void *> KeyCopiesOf(const void *pTable)
     return copies;
 }
 
-// ---- a plain model, and random calls beside it ----
+// ---- a plain model, and random calls compared with it ----
 
 /// Random calls on an empty table, each also made on plain vectors and compared. Nothing else may
 /// hold blocks of the platform double.
@@ -288,7 +288,7 @@ class RandomCalls {
         return found;
     }
 
-    /// The same for the keyed calls that look at the count first.
+    /// The same for the keyed calls that check the count first.
     Found Search(char ch) { return Count() != 0 ? Find(ch) : Found{XELP_ERR_HASH_NULL, 0, ""}; }
 
     void Compare()

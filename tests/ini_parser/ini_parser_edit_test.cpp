@@ -839,7 +839,7 @@ TEST_F(IniDelSection, NameMayPointIntoLinesThatGo)
         EXPECT_EQ(XELP_IniDelSection(&doc, pszLine + 2), kOk);
         std::vector<Event> released = platform.Events();
         EXPECT_EQ(Look(doc), Edited({kHole, kHole, "[t]\n", kHole, kHole}, 1));
-        EXPECT_EQ(platform.MemoryTrace(), // no copy of the name is made: its line goes last
+        EXPECT_EQ(platform.MemoryTrace(), // the name is not copied: its line is released last
                   "D 2, free, free, D 2, free, D 2, free, free, free, free");
         std::erase_if(released, [](const Event &event) { return event.pBlock == nullptr; });
         ASSERT_FALSE(released.empty());

@@ -517,7 +517,7 @@ TEST_F(IniFreeList, StopsAtTheFirstNull)
     XELP_MemFreeD(pszLast, 0, "a test");
 }
 
-/// Random documents beside the model, each allocation failing in turn.
+/// Random documents compared with the model, each allocation failing in turn.
 class IniLookupModel : public LookupTest {
   protected:
     void Compare(const Snapshot &snapshot, const std::string &section, const std::string &key)

@@ -326,7 +326,7 @@ TEST_F(IniReader, FailedAllocationIs80AndNull)
     }
 }
 
-/// Reads a whole file line by line, beside the model.
+/// Reads a whole file line by line and compares it with the model.
 class IniReaderModel : public ReaderTest {
   protected:
     void Compare(const std::string &file)
@@ -509,7 +509,7 @@ TEST_F(IniLoad, TooLongLineReleasesAllAndCloses)
     ExpectSites();
 }
 
-/// A file of so many lines.
+/// A file of this many lines.
 std::string FileOfLines(std::size_t count)
 {
     std::string file;

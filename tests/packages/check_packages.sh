@@ -46,8 +46,7 @@ for name in $expected; do
         $(field Depends) == "libwyx-commlib-dev (= $version-1)" ]] ||
         fail "$name depends on $(field Depends)"
     ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
-    # All files are root's, readable for everybody, writable for nobody else, and have the given
-    # time.
+    # All files are root's, readable by everyone, writable by no one else, and have the given time.
     while read -r mode owner size date time path _; do
         [[ $owner == root/root && $mode =~ ^[dl-]rw.r.[x-]r.[x-]$|^l && $date == 2023-11-14 ]] ||
             fail "$name: $mode $owner $date $time $path ($size)"

@@ -67,7 +67,7 @@ TEST(Clock, HandsOutEachValueOnce)
     for (std::thread &thread : threads) {
         thread.join();
     }
-    for (std::size_t i = 0; i < 4; ++i) { // each thread's time goes forward
+    for (std::size_t i = 0; i < 4; ++i) { // each thread's time moves forward
         const auto from = times.begin() + static_cast<std::ptrdiff_t>(i * kCalls);
         EXPECT_TRUE(std::is_sorted(from, from + kCalls));
     }

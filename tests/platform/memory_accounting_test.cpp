@@ -86,7 +86,7 @@ TEST(MemoryAccounting, BlockOfZeroBytesHasOne)
     auto *pcBlock = static_cast<QAL_CHAR *>(XELP_MemMallocS(0, 0, 5, "zero.c"));
     EXPECT_EQ(*pcBlock, 0);
     *pcBlock = 1;
-    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // as it was asked for
+    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // as it was requested
     XELP_MemFreeD(pcBlock, 6, "zero.c");
 }
 

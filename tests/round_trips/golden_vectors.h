@@ -12,7 +12,8 @@ struct GoldenVector {
     std::vector<std::string> stored;
     std::string file;
     std::vector<std::string> loaded;
-    std::string warning; ///< what `wyx ini check` says of such a file; empty: no file loads as this
+    std::string
+        warning; ///< the warning of `wyx ini check` about such a file; empty: no file loads as this
 };
 
 /// All of them. Fails the test if a row cannot be read.

@@ -216,7 +216,7 @@ class ListTest : public PlatformTest {
     void *list = nullptr;
 };
 
-// ---- a plain model, and random calls beside it ----
+// ---- a plain model, and random calls compared with it ----
 
 template <typename List>
 class ListModel {

@@ -4,7 +4,7 @@
 // of bytes encoded. DecodeQuads() decodes quads of four characters and stops before the first one
 // that holds a character without a value; it returns the number of characters decoded. Given 16 or
 // more characters before that quad, it decodes all of them; given fewer, it may leave some. The
-// loops of base64.cpp, character by character, do whatever is left over.
+// loops of base64.cpp, character by character, process whatever is left over.
 //
 // All forms produce the same bytes. None reads outside the input. DecodeQuads() may overwrite bytes
 // after those it decodes: at most as many as the remaining characters decode to, plus one. A
@@ -31,7 +31,7 @@
 #if defined(__ARM_NEON)
 #define WYX_BASE64_HAS_NEON 1
 #else
-#define WYX_BASE64_HAS_TABLE 1 // NEON does without tables of this size
+#define WYX_BASE64_HAS_TABLE 1 // NEON needs no tables of this size
 #endif
 
 namespace wyx::base64 {

@@ -28,14 +28,14 @@ public final class IniFile implements AutoCloseable {
     }
 
     /**
-     * Sets the value of a key; adds the key and its section if they are missing. Text is written as it
-     * is given: a line end in it makes several lines, so look at what users type first.
+     * Sets the value of a key; adds the key and its section if they are missing. Text is written as
+     * it is given: a line end in it makes several lines, so check what users type first.
      */
     public void set(String section, String key, String value) throws IniException {
         set(open(), bytes(section), bytes(key), bytes(value));
     }
 
-    /** Saves to a file. The document is released whatever the result: load it again to go on. */
+    /** Saves to a file. The document is released whatever the result: load it again to continue. */
     public void save(String fileName) throws IniException {
         byte[] name = bytes(fileName);
         long saved = open();
@@ -59,7 +59,7 @@ public final class IniFile implements AutoCloseable {
         return handle;
     }
 
-    /** The text with a terminator, as C wants it. */
+    /** The text with a terminator, as C expects it. */
     private static byte[] bytes(String text) {
         if (text == null) {
             return null;

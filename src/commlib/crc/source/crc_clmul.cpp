@@ -7,8 +7,8 @@
 namespace wyx::crc {
 namespace {
 
-// Multiplications take several cycles each, and a short message leaves nothing to do meanwhile.
-// Below these lengths another form is faster.
+// Multiplications take several cycles each, and a short message leaves nothing else to do in that
+// time. Below these lengths another form is faster.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
 namespace shorter = aarch64;

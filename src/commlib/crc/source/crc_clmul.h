@@ -55,7 +55,7 @@ constexpr Word Reversed(Word ullWord)
 struct Order32 {
     using Bits = LowestBitFirst;
 
-    /// The factors that move a vector's halves by so many places.
+    /// The factors that move a vector's halves by that many places.
     static constexpr Vector Factors(unsigned uPlaces)
     {
         return Vector{Reversed(PowerOfX(kCrc32, uPlaces + 64 - 1)),

@@ -61,7 +61,7 @@ struct Sparse {
 struct LowestBitFirst {
     /// Between a word and its bytes in memory as a little-endian machine loads them.
     static Word InMemory(Word ullWord) { return ullWord; }
-    /// Moves bits so many places towards the end of the message; those beyond the word are dropped.
+    /// Moves bits that many places towards the end of the message; those past the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
 };

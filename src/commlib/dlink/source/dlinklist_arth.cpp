@@ -1,4 +1,4 @@
-// Doubly linked list. Every change of a link goes through Join(), every removal through Unlink().
+// Doubly linked list. Join() makes every change of a link, Unlink() every removal.
 #include "wyx_commlib/dlink.h"
 
 #include <cstdint>
@@ -67,7 +67,7 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
-    // Kept: the cursor moves here wherever it was, also when the head or the tail goes
+    // Kept: the cursor moves here wherever it was, even when the head or the tail is removed
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;

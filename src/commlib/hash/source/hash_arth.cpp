@@ -73,7 +73,7 @@ void *Unlink(Head &head, Node **ppLink)
 {
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
-    // Kept: the cursor ends with the chain and never goes to the next bucket
+    // Kept: the cursor ends with the chain and never moves to the next bucket
     // (HashCursor.RemovalStaysInTheBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);

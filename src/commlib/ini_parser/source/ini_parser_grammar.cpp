@@ -235,7 +235,7 @@ QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **key
         return XELP_ERR_INI_INTERNAL;
     }
 
-    // Kept: the adapter is asked once more, and its second answer counts
+    // Kept: the adapter is called again, and its second answer counts
     // (IniParseKeyLine.LostEqualGives100).
     pszEqual = XELP_StrChr(linePtr, kEqual);
     const QAL_UINT32 ulStatus = pszEqual == nullptr

@@ -126,7 +126,7 @@ struct Ipv6Work {
     QAL_UINT32 ulResult; // so far; a port that can be read makes it 0
 };
 
-/// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it goes over the
+/// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it overwrites the
 /// head's bytes where they meet, and what would be before the first byte is dropped
 /// (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
 void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
@@ -154,7 +154,7 @@ void TryQuadAfterGap(Ipv6Work &work)
 // One function per form. Each returns false to refuse the text at once, with the outputs untouched.
 // After true, a port is looked for and the outputs are written, even if ulResult is a failure.
 
-/// `::h`: the run after the gap takes the place of the head run.
+/// `::h`: the run after the gap replaces the head run.
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);

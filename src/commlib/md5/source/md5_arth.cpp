@@ -247,7 +247,7 @@ void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context)
     XELP_MD5_Update(context, bits, kCountLen);
 
     Encode(digest, context->state, kDigestLen);
-    // A call into another library: no optimiser can take it for a store that nobody reads.
+    // A call into another library: no optimiser can treat it as a dead store.
     wyx_memset_s(context, sizeof *context, 0, sizeof *context);
 }
 

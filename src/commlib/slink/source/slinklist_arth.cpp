@@ -1,5 +1,5 @@
 // List in one block: the head and an array of slots, which are linked by index. Free slots form a
-// chain. Every change of a link goes through Join(), every removal through Unlink().
+// chain. Join() makes every change of a link, Unlink() every removal.
 #include "wyx_commlib/slink.h"
 
 #include "blocks.h"
@@ -100,7 +100,7 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
 {
     Join(head, gap, gap.ulNext, gap.ulPrev);
-    // Kept: the cursor moves here wherever it was, also when the head or the tail goes
+    // Kept: the cursor moves here wherever it was, even when the head or the tail is removed
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
     void *const pUserNode = head.pstruBase[ulNode].pstruUserNode;
