@@ -17,8 +17,8 @@ enum class Seen {
     kRenamedAway ///< the file was given another name
 };
 
-/// Notes what was seen of a name that ends as those of saves do, in ".ibk"; other names are left
-/// alone. The note lasts for ten seconds; of 64 notes, a new one replaces the oldest.
+/// Notes what was seen of a name that ends in ".ibk", like those of saves; other names are ignored.
+/// The note lasts for ten seconds; of 64 notes, a new one replaces the oldest.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
 /// Returns whether there is such a note of a name, and forgets it.

@@ -69,11 +69,11 @@ void Release(Writer &writer)
     std::free(&writer);
 }
 
-/// How many of the next bytes the process's limit of a file's size allows.
+/// How many of the next bytes the process's file size limit allows.
 QAL_ULONG Allowed(const Writer &writer, QAL_ULONG ulCount)
 {
     if (!writer.isRegular) {
-        return ulCount; // the limit is not for pipes and devices
+        return ulCount; // the limit does not apply to pipes and devices
     }
     const rlim_t limit = wyx::os::SizeLimit();
     const auto written = static_cast<rlim_t>(writer.lWritten);
@@ -93,15 +93,15 @@ QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     return ulDone;
 }
 
-/// Hands over the bytes that wait.
+/// Hands over the buffered bytes.
 bool EmptyBuffer(Writer &writer)
 {
     const QAL_ULONG ulCount = writer.ulWaiting;
-    writer.ulWaiting = 0; // also if it fails: a second try would write after a gap
+    writer.ulWaiting = 0; // even if it fails: a second try would write after a gap
     return WriteNow(writer, writer.pucBuffer, ulCount) == ulCount;
 }
 
-/// Makes sure of the blocks up to a position; false if the bytes there must not wait.
+/// Reserves the blocks up to a position; false if the bytes there must not be buffered.
 bool Reserve(Writer &writer, off_t lUpTo)
 {
     if (lUpTo <= writer.lReserved) {
@@ -109,11 +109,11 @@ bool Reserve(Writer &writer, off_t lUpTo)
     }
     off_t lEnd = lUpTo;
     if (lUpTo > kOneByOne) {
-        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is
+        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is already
         writer.hasSpare = true; // even if it fails: it may leave some blocks reserved
     }
     lEnd += (writer.lBlock - lEnd % writer.lBlock) % writer.lBlock;
-    // The limit is one of the file's size, so a reservation beyond the end ignores it.
+    // The limit concerns the file's size, so a reservation beyond the end ignores it.
     const rlim_t limit = wyx::os::SizeLimit();
     if (limit < static_cast<rlim_t>(lEnd)) {
         lEnd = static_cast<off_t>(limit);
@@ -134,7 +134,7 @@ void Trim(const Writer &writer)
     }
 }
 
-/// Writes and closes all that belongs to a file.
+/// Writes out a file and closes its descriptors.
 void Finish(Writer &writer)
 {
     const auto note = [&](bool isDone) {
@@ -149,7 +149,7 @@ void Finish(Writer &writer)
     }
     note(wyx::os::Close(writer.iFd));
     if (kFlush && writer.iError == 0 && writer.isRegular) {
-        // After the file: an entry that outlives a power cut must not lead to half of it.
+        // After the file: an entry that survives a power cut must not lead to half a file.
         note(wyx::os::FlushDirectory(writer.iDirFd));
     } else {
         wyx::os::Close(writer.iDirFd);
@@ -189,7 +189,7 @@ QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(writer.lWritten) + writer.ulWaiting + ulCount;
     if (!Reserve(writer, static_cast<off_t>(ulEnd))) {
-        writer.isBuffered = false; // the disk is full or cannot reserve: do not ask again
+        writer.isBuffered = false; // the disk is full or cannot reserve: do not try again
         return EmptyBuffer(writer) ? WriteNow(writer, pucFrom, ulCount) : 0;
     }
     std::memcpy(writer.pucBuffer + writer.ulWaiting, pucFrom, ulCount);

@@ -313,7 +313,7 @@ class RandomCalls {
         EXPECT_EQ(platform_.LiveBlocks(), 1 + 2 * keys.size()); // a copy and a chain node each
     }
 
-    /// Saves a letter, with the allocation of that number failing; 0: none.
+    /// Saves a letter, with the allocation of this number failing; 0: none.
     void Save(char ch, QAL_UINT32 ulFailAt = 0)
     {
         const Found found = Find(ch);

@@ -320,7 +320,7 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
         const char *pszCall;
         int n;
         int iError;
-        bool isStillWhole; // what the file held before
+        bool isStillWhole; // the file's old content
     } cases[] = {
         {"calloc", 1, ENOMEM, true}, {"malloc", 1, ENOMEM, true},
         {"open", 2, EMFILE, true}, // the first one opens the directory
@@ -1177,7 +1177,7 @@ TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
         EXPECT_EQ(errno, ENAMETOOLONG);
         EXPECT_EQ(system.Calls("open"), iFits + 1);
         system.Reset();
-        system.Fail("rename", 1, 0); // succeeds, as the system would not let it
+        system.Fail("rename", 1, 0); // succeeds, which the system would not allow
         EXPECT_EQ(XELP_Rename(target.c_str(), name.c_str()), 0);
         EXPECT_EQ(system.Calls("open"), iFits + 1); // flushes the old entry
         EXPECT_EQ(system.Calls("sync"), 1 - iFits);

@@ -8,8 +8,8 @@
 //                   "die before"  the process is killed before the call
 //                   "die amid"    the process is killed after half of a write, or before the call
 //                   "stop"        the process stops before the call, until it is continued
-//   WYX_FAULT_CHANGES  another log, of what changes or flushes files: a word, the file, and, for a
-//                      write, the number of bytes, for a renaming, the new name
+//   WYX_FAULT_CHANGES  another log, of the calls that change or flush files: a word, the file, and,
+//                      for a write, the number of bytes, for a rename, the new name
 //   WYX_FAULT_TIME  the time that the clock shows, in seconds since 1970
 #include <dirent.h>
 #include <dlfcn.h>

@@ -1,6 +1,6 @@
-// The address parsers: recognisers over the scanner's readers, but for the usual form of a dotted
-// address, which is read in words. IPv6 takes one decision, on the characters after the head run,
-// in the order of the table in the header.
+// The address parsers. They read a text with the scanner, except for the usual form of a dotted
+// address, which is read in words. IPv6 makes one decision: the characters after the head run
+// select a form, in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -111,7 +111,7 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     std::swap(address.value[0], address.value[3]);
     std::swap(address.value[1], address.value[2]);
     wyx_memcpy_s(&ulAddr, kIp4Len, address.value, address.length);
-    uwPort = struIp4.portNumber; // last, also where it is 0 (ParseIpv4.PortIsWrittenLast)
+    uwPort = struIp4.portNumber; // last, even if it is 0 (ParseIpv4.PortIsWrittenLast)
     return struIp4.bit_mask != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
@@ -127,7 +127,7 @@ struct Ipv6Work {
 };
 
 /// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it overwrites the
-/// head's bytes where they meet, and what would be before the first byte is dropped
+/// head's bytes where they meet, and whatever would come before the first byte is dropped
 /// (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
 void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
@@ -211,7 +211,7 @@ bool TakeGapAtEnd(Ipv6Work &work)
 /// What follows a head run of fewer than eight groups: the first form that fits.
 bool TakeForm(Ipv6Work &work)
 {
-    const QAL_CHAR *const pszText = work.struBuf.cur_bp; // nothing after a NUL is looked at
+    const QAL_CHAR *const pszText = work.struBuf.cur_bp; // nothing after a NUL is read
     const bool hasGap = pszText[0] == ':' && pszText[1] == ':';
     if (hasGap && IsOf(kHexDigit, pszText[2])) {
         return TakeGapAndRun(work);

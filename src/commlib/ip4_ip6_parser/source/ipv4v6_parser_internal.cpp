@@ -101,16 +101,16 @@ QAL_UINT8 HexValue(QAL_CHAR ch)
     return kHexValues[static_cast<QAL_UINT8>(ch)];
 }
 
-/// With the cursor on a colon before a digit: does the run go on after it, or is a dotted tail left
-/// to the caller? Kept: a tail whose first octet has one digit or begins with 0 is read as a group
-/// (TdHexseq.DottedTails).
+/// With the cursor on a colon before a digit: does the run continue after it, or is a dotted tail
+/// left to the caller? Kept: a tail whose first octet has one digit or begins with 0 is read as a
+/// group (TdHexseq.DottedTails).
 bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (struBuf.cur_bp_rem_len < kDottedTailLen) {
         return true;
     }
     const QAL_CHAR *const pszText = struBuf.cur_bp;
-    // A dot in the second place lets the run go on anyway. No character after the terminator is
+    // A dot in the second place lets the run continue anyway. No character after the terminator is
     // looked at, even if the count promises more, unless a caller's own table calls the terminator
     // a digit.
     const bool hasDot =
