@@ -8,6 +8,7 @@
 
 #include "ini_support.h"
 #include "models.h"
+#include "nobody.h"
 
 namespace wyx::test {
 namespace {
@@ -547,19 +548,22 @@ TEST_F(IniSaveFileContent, MissingDirectoryIs50)
 
 TEST_F(IniSaveFileContent, ReadOnlyDirectoryIs50)
 {
-    if (geteuid() == 0) {
-        GTEST_SKIP() << "every directory can be written to as root";
-    }
+    WYX_NEED_NOBODY();
     platform.Reset();
     const TempDir dir;
     WriteFile(dir.Name("f.ini"), "old");
-    std::filesystem::permissions(
-        dir.Name(""), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-    Document doc({"[a]\n"});
-    doc.ulLabel = 1;
-    EXPECT_EQ(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc), kCreateFile);
+    const auto save = [&] {
+        return AsNobody([&] {
+            Document doc({"[a]\n"});
+            doc.ulLabel = 1;
+            return static_cast<int>(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc));
+        });
+    };
+    std::filesystem::permissions(dir.Name(""), std::filesystem::perms{0555});
+    EXPECT_EQ(save(), static_cast<int>(kCreateFile));
     EXPECT_EQ(ReadFile(dir.Name("f.ini")), "old");
-    std::filesystem::permissions(dir.Name(""), std::filesystem::perms::owner_all);
+    std::filesystem::permissions(dir.Name(""), std::filesystem::perms::all);
+    EXPECT_EQ(save(), static_cast<int>(kOk)) << "another user cannot reach " << dir.Name("");
 }
 
 /// Saves a document and loads it again.

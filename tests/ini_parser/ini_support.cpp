@@ -10,6 +10,8 @@
 #include <ostream>
 #include <utility>
 
+#include "nobody.h"
+
 namespace wyx::test {
 namespace {
 
@@ -196,7 +198,7 @@ void ExpectSites()
 
 TempDir::TempDir()
 {
-    std::string name = (std::filesystem::temp_directory_path() / "wyx_ini_XXXXXX").string();
+    std::string name = (OpenTemporaryDirectory() / "wyx_ini_XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
         std::abort();
     }

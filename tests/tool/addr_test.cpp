@@ -149,11 +149,16 @@ TEST(AddrToolTest, ListFromStandardInput)
               "10.0.0.1: IPv4 10.0.0.1\n::2: IPv6 ::2\n");
     EXPECT_EQ(nlohmann::json::parse(Wyx({"addr", "--json"}, list).out).size(), 4U);
     EXPECT_EQ(Wyx({"addr"}, {.in = ""}).code, kOk);
-    EXPECT_EQ(Wyx({"addr"}, {.isInTerminal = true}).code, kUsage);
     EXPECT_EQ(Wyx({"addr"}, {.isInClosed = true}).code, kIo);
     const Outcome binary = Wyx({"addr"}, {.in = std::string(2000000, 'x')});
     EXPECT_EQ(binary.code, kMalformed);
     EXPECT_TRUE(Mentions(binary.err, {"standard input has a line of more than 1 MiB"}));
+}
+
+TEST(AddrToolTest, DoesNotWaitForATerminal)
+{
+    WYX_NEED_TERMINALS();
+    EXPECT_EQ(Wyx({"addr"}, {.isInTerminal = true}).code, kUsage);
 }
 
 TEST(AddrToolTest, Json)

@@ -132,7 +132,7 @@ TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
     }
     Write("text", text);
     const Outcome theirs = Shell("base64 -di text", {.directory = Directory()});
-    const Outcome ours = Shell("$WYX base64 -di text", {.directory = Directory()});
+    const Outcome ours = Shell("\"$WYX\" base64 -di text", {.directory = Directory()});
     EXPECT_EQ(ours.code, theirs.code);
     EXPECT_TRUE(ours.out == theirs.out);
 }
@@ -140,17 +140,18 @@ TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
 // "timeout" ends with 124 if the tool is still there.
 TEST_F(Base64ToolTest, EndsWithItsOutput)
 {
-    const Outcome full = Shell("timeout 30 $WYX base64 /dev/zero > /dev/full");
+    const Outcome full = Shell("timeout 30 \"$WYX\" base64 /dev/zero > /dev/full");
     EXPECT_EQ(full.code, kIo);
     EXPECT_TRUE(Mentions(full.err, {"cannot write standard output: No space left"}));
-    const Outcome gone = Shell("{ timeout 30 $WYX base64 /dev/zero; echo $? >&2; } | head -c 10");
+    const Outcome gone =
+        Shell("{ timeout 30 \"$WYX\" base64 /dev/zero; echo $? >&2; } | head -c 10");
     EXPECT_EQ(gone.out, "AAAAAAAAAA");
     EXPECT_EQ(gone.err, "141\n") << "SIGPIPE, and no message";
     const Outcome ignored =
-        Shell("trap '' PIPE; { timeout 30 $WYX base64 /dev/zero; echo $? >&2; } | head -c 10");
+        Shell("trap '' PIPE; { timeout 30 \"$WYX\" base64 /dev/zero; echo $? >&2; } | head -c 10");
     EXPECT_TRUE(Mentions(ignored.err, {"cannot write standard output: Broken pipe", "\n3\n"}));
     const Outcome decoded =
-        Shell("{ yes TWFu | timeout 30 $WYX base64 -d; echo $? >&2; } | head -c 10");
+        Shell("{ yes TWFu | timeout 30 \"$WYX\" base64 -d; echo $? >&2; } | head -c 10");
     EXPECT_EQ(decoded.out, "ManManManM");
     EXPECT_EQ(decoded.err, "141\n");
 }

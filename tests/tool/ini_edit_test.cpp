@@ -355,10 +355,10 @@ TEST_F(IniEditToolTest, Create)
     EXPECT_EQ(missing.code, kIo);
     EXPECT_TRUE(Mentions(missing.err, {"No such file", "--create"}));
     EXPECT_TRUE(Names().empty());
-    EXPECT_EQ(
-        Shell("umask 027; exec $WYX ini set --create new.ini a k=1 l=2", {.directory = Directory()})
-            .code,
-        kOk);
+    EXPECT_EQ(Shell("umask 027; exec \"$WYX\" ini set --create new.ini a k=1 l=2",
+                    {.directory = Directory()})
+                  .code,
+              kOk);
     EXPECT_EQ(Read(name), "[a]\nk=1\nl=2\n");
     struct stat status = {};
     ASSERT_EQ(stat(name.c_str(), &status), 0);
@@ -431,6 +431,7 @@ TEST_F(IniEditToolTest, KeepsLinkModeOwnerAndAttributes)
 
 TEST_F(IniEditToolTest, RefusesWhereTheOwnerCannotBeKept)
 {
+    WYX_NEED_NOBODY();
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give a file away";
     }
@@ -456,6 +457,7 @@ TEST_F(IniEditToolTest, RefusesWhereTheOwnerCannotBeKept)
 
 TEST_F(IniEditToolTest, WhatCannotBeChanged)
 {
+    WYX_NEED_NOBODY();
     const std::string name = Write("f.ini", "[a]\nk=1\n");
     const Outcome directory = Wyx({"ini", "set", Directory(), "a", "k=2"});
     EXPECT_EQ(directory.code, kIo);
@@ -506,10 +508,10 @@ TEST_F(IniEditToolTest, FullAndReadOnlyFileSystems)
         "mount -t tmpfs -o size=64k tmpfs . 2>/dev/null && cd \"$PWD\" || exit 77\n"
         "printf \"[a]\\nk=1\\n\" > f.ini\n"
         "dd if=/dev/zero of=filler bs=4k 2>/dev/null\n"
-        "$WYX ini set f.ini a k=2; echo full $?\n"
+        "\"$WYX\" ini set f.ini a k=2; echo full $?\n"
         "cat f.ini; ls -A\n"
         "rm filler; mount -o remount,ro . || exit 77\n"
-        "$WYX ini set f.ini a k=2; echo read-only $?\n"
+        "\"$WYX\" ini set f.ini a k=2; echo read-only $?\n"
         "cat f.ini; ls -A'";
     const Outcome outcome = Shell(script, {.directory = Directory()});
     if (outcome.code != 0) {
@@ -548,8 +550,8 @@ TEST_F(IniEditToolTest, EditsAtOnceAreAllKept)
 {
     Write("f.ini", "[a]\n");
     const Outcome outcome = Shell(
-        "for i in 1 2 3 4 5 6 7 8; do $WYX ini set f.ini a k$i=$i & done; wait; "
-        "exec $WYX ini keys f.ini a | wc -l",
+        "for i in 1 2 3 4 5 6 7 8; do \"$WYX\" ini set f.ini a k$i=$i & done; wait; "
+        "exec \"$WYX\" ini keys f.ini a | wc -l",
         {.directory = Directory()});
     EXPECT_EQ(std::stoi(outcome.out), 8) << outcome.err;
 }

@@ -97,7 +97,7 @@ TEST_F(IniOptionsTest, FormatIsThatOfTheCommonProgram)
     Write("f.ini", "[a b]\nplain=1\nblank=1 2\nquote=it's \"x\"\nall=%+-./:@_,\nodd=$(x)\nnone=\n");
     for (const char *const words : {"--format=sh f.ini 'a b'", "--format=lines f.ini 'a b'",
                                     "--format=sh f.ini 'a b' blank"}) {
-        EXPECT_EQ(Shell(std::string("$WYX ini get ") + words, here).out,
+        EXPECT_EQ(Shell(std::string("\"$WYX\" ini get ") + words, here).out,
                   Shell(std::string("crudini --get ") + words, here).out);
     }
 }
@@ -109,7 +109,7 @@ TEST_F(IniOptionsTest, ShellReadsWhatIsWrittenForIt)
     for (const std::string &value : values) {
         Write("f.ini", "[s]\nk=" + value + "\n");
         EXPECT_EQ(
-            Shell("eval \"$($WYX ini get --format=sh f.ini s)\" && printf %s \"$k\"", here).out,
+            Shell("eval \"$(\"$WYX\" ini get --format=sh f.ini s)\" && printf %s \"$k\"", here).out,
             value);
     }
 }
@@ -273,10 +273,10 @@ TEST_F(IniOptionsTest, DiffsAreThoseOfTheCommonPrograms)
                 std::string words = command;
                 return "ini " + words.replace(words.find('@'), 1, name);
             };
-            ASSERT_EQ(Shell("$WYX " + with("- < f.ini > after"), here).code, kOk);
+            ASSERT_EQ(Shell("\"$WYX\" " + with("- < f.ini > after"), here).code, kOk);
             const Outcome theirs = Shell("diff -u --label f.ini --label f.ini f.ini after", here);
             const std::string dry = with("f.ini").insert(7, " -n");
-            EXPECT_EQ(Shell("$WYX " + dry, here).out, theirs.out);
+            EXPECT_EQ(Shell("\"$WYX\" " + dry, here).out, theirs.out);
         }
     }
 }

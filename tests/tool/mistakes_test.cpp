@@ -101,6 +101,7 @@ const Mistake kMistakes[] = {
 
 TEST_F(MistakesTest, Messages)
 {
+    WYX_NEED_NOBODY();
     const std::string before = Read(Path("net.ini"));
     for (const Mistake &mistake : kMistakes) {
         SCOPED_TRACE(mistake.name);
@@ -117,6 +118,7 @@ TEST_F(MistakesTest, Messages)
 
 TEST_F(MistakesTest, FileThatTheTerminalWaitsFor)
 {
+    WYX_NEED_TERMINALS();
     const Outcome outcome = Wyx({"sum", "--crc32"}, {.isInTerminal = true});
     EXPECT_EQ(outcome.code, kUsage);
     EXPECT_TRUE(Mentions(outcome.err, {"no FILE given", "'-' reads standard input"}));

@@ -17,6 +17,7 @@ class TerminalTest : public ToolTest {
 
 TEST_F(TerminalTest, ColoursOnATerminalOnly)
 {
+    WYX_NEED_TERMINALS();
     const std::vector<std::string> check = {"ini", "check", file};
     EXPECT_EQ(Wyx(check).out.find(kEscape), std::string::npos);
     EXPECT_NE(Wyx(check, {.out = Channel::kTerminal}).out.find(kEscape), std::string::npos);
@@ -31,6 +32,7 @@ TEST_F(TerminalTest, ColoursOnATerminalOnly)
 
 TEST_F(TerminalTest, ColoursOfMessages)
 {
+    WYX_NEED_TERMINALS();
     const std::vector<std::string> get = {"ini", "get", Path("none"), "a", "k"};
     EXPECT_EQ(Wyx(get).err.find(kEscape), std::string::npos);
     EXPECT_NE(Wyx(get, {.err = Channel::kTerminal}).err.find(kEscape), std::string::npos);
@@ -43,6 +45,7 @@ TEST_F(TerminalTest, ColoursOfMessages)
 
 TEST_F(TerminalTest, JsonHasNoColours)
 {
+    WYX_NEED_TERMINALS();
     EXPECT_EQ(Wyx({"ini", "check", "--json", file}, {.out = Channel::kTerminal}).out.find(kEscape),
               std::string::npos);
 }
@@ -85,11 +88,12 @@ TEST_F(TerminalTest, ManyFilesEndWithTheOutput)
     // Each of a verb's files could fail on its own; lost output ends them all.
     const std::string files =
         "for i in 1 2 3 4 5 6 7 8 9; do set -- \"$@\" \"$@\" fine.ini; done; ";
-    const Outcome sums = Shell(files + "timeout 30 $WYX sum --crc16 \"$@\" /dev/zero > /dev/full",
-                               {.directory = Directory()});
+    const Outcome sums =
+        Shell(files + "timeout 30 \"$WYX\" sum --crc16 \"$@\" /dev/zero > /dev/full",
+              {.directory = Directory()});
     EXPECT_EQ(sums.code, kIo);
     EXPECT_EQ(sums.err, "wyx: error: cannot write standard output: No space left on device\n");
-    const Outcome addresses = Shell("yes ::1 | timeout 30 $WYX addr > /dev/full");
+    const Outcome addresses = Shell("yes ::1 | timeout 30 \"$WYX\" addr > /dev/full");
     EXPECT_EQ(addresses.code, kIo);
     EXPECT_TRUE(Mentions(addresses.err, {"No space left"}));
 }
@@ -106,14 +110,14 @@ TEST_F(TerminalTest, MessagesThatCannotBeWrittenDoNoHarm)
 
 TEST_F(TerminalTest, OutOfMemory)
 {
-    if (Shell("ulimit -v 50000; $WYX --version").code != kOk) {
+    if (Shell("ulimit -v 50000; \"$WYX\" --version").code != kOk) {
         GTEST_SKIP() << "the tool does not start with so little memory";
     }
     std::string texts;
     for (int i = 0; i < 400000; ++i) {
         texts += "::1\n";
     }
-    const Outcome outcome = Shell("ulimit -v 50000; $WYX addr --json", {.in = texts});
+    const Outcome outcome = Shell("ulimit -v 50000; \"$WYX\" addr --json", {.in = texts});
     EXPECT_EQ(outcome.code, kIo);
     EXPECT_TRUE(Mentions(outcome.err, {"wyx: error: out of memory\n"}));
 }
@@ -147,17 +151,19 @@ TEST_F(TerminalTest, CheckNeedsNoTemporaryFolder)
 
 TEST_F(TerminalTest, ProgressOfSlowInput)
 {
-    const std::string slow = "(printf 12345; sleep 0.7; printf 6789) | $WYX sum --crc32 -";
+    WYX_NEED_TERMINALS();
+    const std::string slow = "(printf 12345; sleep 0.7; printf 6789) | \"$WYX\" sum --crc32 -";
     const Outcome shown = Shell(slow, {.err = Channel::kTerminal});
     EXPECT_EQ(shown.out, "2dfd2d88  -\n");
     EXPECT_TRUE(Mentions(shown.err, {"standard input: 9 B"}));
     EXPECT_TRUE(shown.err.ends_with("\r\x1B[K")) << "the line is not wiped";
-    const Outcome large = Shell("(head -c 3000 /dev/zero; sleep 0.7; echo) | $WYX sum --crc32 -",
-                                {.err = Channel::kTerminal});
+    const Outcome large =
+        Shell("(head -c 3000 /dev/zero; sleep 0.7; echo) | \"$WYX\" sum --crc32 -",
+              {.err = Channel::kTerminal});
     EXPECT_TRUE(Mentions(large.err, {"standard input: 2.9 KiB"}));
     const std::string huge = Write("huge", "");
     ASSERT_EQ(truncate(huge.c_str(), off_t{1} << 40), 0);
-    const Outcome part = Shell("timeout 2 $WYX sum --md5 huge; true",
+    const Outcome part = Shell("timeout 2 \"$WYX\" sum --md5 huge; true",
                                {.err = Channel::kTerminal, .directory = Directory()});
     EXPECT_TRUE(Mentions(part.err, {"'huge': ", " of 1.0 TiB (0%)"}));
     const Outcome hidden = Shell(slow);

@@ -1,7 +1,6 @@
 #include "tool_runner.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -25,7 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t kNobody = 65534;
 constexpr int kCannotRun = 127;
 
 /// Both ends of what the tool reads from or writes to.
@@ -78,6 +76,54 @@ Ends Open(Channel channel)
     return {};
 }
 
+fs::path MakeDirectory(const char *prefix)
+{
+    std::string name = OpenTemporaryDirectory() / (std::string(prefix) + "-XXXXXX");
+    EXPECT_NE(mkdtemp(name.data()), nullptr) << name;
+    fs::permissions(name, fs::perms::all);
+    return fs::canonical(name); // as the tool itself will find it
+}
+
+/// The tool of the build, or the one that WYX_TEST_TOOL in the environment names.
+std::string ToolPath()
+{
+    const char *const pszOther = std::getenv("WYX_TEST_TOOL");
+    return pszOther != nullptr ? pszOther : WYX_TOOL_PATH;
+}
+
+/// The tool and its libraries once more, for a user who may not enter the folder of the build.
+/// Lives as long as the test program.
+class ToolForAll {
+  public:
+    ToolForAll()
+    {
+        fs::copy(ToolPath(), directory_ / "wyx");
+        for (const fs::directory_entry &entry : fs::directory_iterator(WYX_LIBRARY_DIRECTORY)) {
+            if (entry.path().filename().string().find(".so.") != std::string::npos) {
+                fs::copy(entry.path(), directory_); // follows links
+            }
+        }
+    }
+    ~ToolForAll()
+    {
+        std::error_code ignored;
+        fs::remove_all(directory_, ignored);
+    }
+    ToolForAll(const ToolForAll &) = delete;
+    ToolForAll &operator=(const ToolForAll &) = delete;
+
+    const fs::path &Directory() const { return directory_; }
+
+    static const ToolForAll &Get()
+    {
+        static const ToolForAll tool;
+        return tool;
+    }
+
+  private:
+    const fs::path directory_ = MakeDirectory("wyx-tool");
+};
+
 void Attach(int fd, int standard)
 {
     if (fd == -1) {
@@ -99,9 +145,8 @@ void Attach(int fd, int standard)
         const rlimit limit = {*setup.fileSizeLimit, *setup.fileSizeLimit};
         isReady = isReady && setrlimit(RLIMIT_FSIZE, &limit) == 0;
     }
-    if (setup.isNobody && geteuid() == 0) {
-        isReady =
-            isReady && setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0;
+    if (setup.isNobody) {
+        isReady = isReady && BecomeNobody();
     }
     // An exit code that no verb uses, so that a report of a sanitizer is never taken for a result.
     setenv("ASAN_OPTIONS", "exitcode=99", 1);
@@ -195,48 +240,44 @@ Outcome Run(const std::vector<std::string> &command, const Surroundings &setup)
     return outcome;
 }
 
-/// The command that runs the tool, by an emulator in a cross build. WYX_TEST_TOOL in the environment
-/// names another tool than the build's.
-std::vector<std::string> ToolCommand()
-{
-    std::vector<std::string> command;
-    std::istringstream emulator(WYX_TOOL_EMULATOR);
-    for (std::string word; std::getline(emulator, word, '|');) {
-        command.push_back(word);
-    }
-    const char *const pszOther = std::getenv("WYX_TEST_TOOL");
-    command.emplace_back(pszOther != nullptr ? pszOther : WYX_TOOL_PATH);
-    return command;
-}
-
 } // namespace
 
 Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup)
 {
-    std::vector<std::string> command = ToolCommand();
+    Surroundings surroundings = setup;
+    std::string tool = ToolPath();
+    if (setup.isNobody && geteuid() == 0) {
+        const fs::path &directory = ToolForAll::Get().Directory();
+        tool = directory / "wyx";
+        surroundings.environment["LD_LIBRARY_PATH"] = directory;
+    }
+    std::vector<std::string> command;
+    std::istringstream emulator(WYX_TOOL_EMULATOR);
+    for (std::string word; emulator >> word;) {
+        command.push_back(word);
+    }
+    command.push_back(tool);
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return Run(command, setup);
+    return Run(command, surroundings);
 }
 
 Outcome Shell(const std::string &script, const Surroundings &setup)
 {
-    std::string tool;
-    for (const std::string &word : ToolCommand()) {
-        tool += (tool.empty() ? "" : " ") + word;
-    }
     Surroundings shell = setup;
-    shell.environment.emplace("WYX", tool);
+    shell.environment.insert(
+        {{"WYX", WYX_TOOL_SCRIPT}, {"WYX_TOOL", ToolPath()}, {"WYX_EMULATOR", WYX_TOOL_EMULATOR}});
     return Run({"/bin/sh", "-c", script}, shell);
 }
 
-ToolTest::ToolTest()
+bool HasTerminals()
 {
-    std::string name = ::testing::TempDir() + "wyx-tool-test-XXXXXX";
-    EXPECT_NE(mkdtemp(name.data()), nullptr) << name;
-    // The name that the tool itself will find, and that users without rights may enter.
-    directory_ = fs::canonical(name);
-    fs::permissions(directory_, fs::perms::all);
+    const int fd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const bool hasName = fd != -1 && ptsname(fd) != nullptr && access(ptsname(fd), F_OK) == 0;
+    close(fd);
+    return hasName;
 }
+
+ToolTest::ToolTest() : directory_(MakeDirectory("wyx-tool-test")) {}
 
 ToolTest::~ToolTest()
 {

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "nobody.h"
+
 namespace wyx::test {
 
 /// The exit codes, as they are documented.
@@ -41,15 +43,22 @@ struct Surroundings {
     Channel err = Channel::kPipe;
     std::map<std::string, std::string> environment{}; ///< in addition to that of the test
     std::optional<rlim_t> fileSizeLimit{};            ///< RLIMIT_FSIZE
-    bool isNobody = false;   ///< run as a user without rights, if the test is root's
+    bool isNobody = false;   ///< run as a user without rights; root needs CanBeNobody()
     std::string directory{}; ///< the working directory; empty: that of the test
 };
 
 /// Runs "wyx" with arguments.
 Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup = {});
 
-/// Runs a script of the shell, with $WYX as the command that runs the tool.
+/// Runs a script of the shell, with "$WYX" as the command that runs the tool.
 Outcome Shell(const std::string &script, const Surroundings &setup = {});
+
+/// Can the tests make terminals? Not without /dev/pts.
+bool HasTerminals();
+
+#define WYX_NEED_TERMINALS() \
+    if (!HasTerminals())     \
+    GTEST_SKIP() << "no terminal can be made here: is /dev/pts mounted?"
 
 /// A directory of its own for each test.
 class ToolTest : public ::testing::Test {

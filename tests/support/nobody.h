@@ -1,0 +1,65 @@
+// Doing something as a user without rights, also where the tests run as root.
+#ifndef WYX_TESTS_SUPPORT_NOBODY_H
+#define WYX_TESTS_SUPPORT_NOBODY_H
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace wyx::test {
+
+constexpr uid_t kNobody = 65534;
+
+/// Gives up root's rights for good: for a child process. Another user has none to give up.
+inline bool BecomeNobody()
+{
+    return geteuid() != 0 ||
+           (setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0);
+}
+
+/// Runs a function in a child process as a user without rights: what it returns, from 0 to 127, or
+/// -1 if root cannot give up its rights here.
+template <typename F>
+int AsNobody(F function)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(BecomeNobody() ? function() : 255);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) < 128 ? WEXITSTATUS(status) : -1;
+}
+
+inline bool CanBeNobody()
+{
+    return AsNobody([] { return 0; }) == 0;
+}
+
+/// At the start of a test; for those that include GoogleTest.
+#define WYX_NEED_NOBODY()            \
+    if (!::wyx::test::CanBeNobody()) \
+    GTEST_SKIP() << "root cannot give up its rights here"
+
+/// Where such a user reaches what a test makes: $TMPDIR, unless it is root's alone.
+inline std::filesystem::path OpenTemporaryDirectory()
+{
+    namespace fs = std::filesystem;
+    fs::path usual = fs::temp_directory_path();
+    for (fs::path path = fs::canonical(usual); path != path.root_path();
+         path = path.parent_path()) {
+        if (geteuid() == 0 &&
+            (fs::status(path).permissions() & fs::perms::others_exec) == fs::perms::none) {
+            return "/tmp";
+        }
+    }
+    return usual;
+}
+
+} // namespace wyx::test
+
+#endif
