@@ -17,7 +17,8 @@ source_folder=$(cd "$(dirname "$0")/.." && pwd)
 baseline=${WYX_ABI_BASELINE:-$source_folder/tests/abi/baseline}
 names=(libwyx_commlib libwyx_os_adapter libwyx_public_types)
 cc=${CC:-gcc}
-work=$(mktemp -d)
+source "$source_folder/scripts/temp_folder.sh"
+work=$(temp_folder)
 trap 'rm -rf "$work"' EXIT
 
 usage() {

@@ -8,7 +8,8 @@ if (($# > 0)); then
     mkdir -p "$1"
     scratch=$(mktemp -d "$1/reproducible.XXXXXX")
 else
-    scratch=$(mktemp -d)
+    source "$source_folder/scripts/temp_folder.sh"
+    scratch=$(temp_folder)
 fi
 trap 'rm -rf "$scratch"' EXIT
 

@@ -8,14 +8,24 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh g++ cmake ninja-build
 
-work=$(mktemp -d)
+source scripts/temp_folder.sh
+work=$(temp_folder)
 trap 'rm -rf "$work"' EXIT
 
 # A separate folder, so that the release's own keeps its tests.
 build=build/demo
 echo "Building the release in $build ..."
-if ! { cmake --preset release -B "$build" -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF &&
-    cmake --build "$build" --target wyx; } >"$work/log" 2>&1; then
+configure() {
+    cmake --preset release -B "$build" -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF
+}
+make_tool() {
+    if [[ -t 1 ]]; then
+        cmake --build "$build" --target wyx # Ninja shows how far it is
+    else
+        cmake --build "$build" --target wyx >"$work/log" 2>&1
+    fi
+}
+if ! { configure >"$work/log" 2>&1 && make_tool; }; then
     tail -n 30 "$work/log" >&2
     exit 1
 fi
@@ -44,7 +54,7 @@ find /etc /usr/lib /usr/share -type f -readable \
 echo
 echo "== A key is set in copies of this machine's $(tr -cd '\0' <"$work/list" | wc -c) INI-like files"
 # Each change is flushed to the device, which is quick on a memory disk.
-memory=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
+memory=$(temp_folder -p /dev/shm 2>/dev/null || temp_folder)
 trap 'rm -rf "$work" "$memory"' EXIT
 copy=$memory/copy.ini
 one=0 none=0 wrong=0

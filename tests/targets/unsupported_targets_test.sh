@@ -38,7 +38,7 @@ if [[ $(uname -m) == x86_64 ]]; then
     refused "32 bits, by $CC" "$CC" -m32
 fi
 if ! command -v clang >/dev/null || ! command -v clang++ >/dev/null; then
-    echo "skipped: clang is not installed, for processors other than this one"
+    echo "skipped: no clang, for other processors than this one: scripts/install_packages.sh clang"
     exit $((failures ? 1 : 77))
 fi
 

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Runs a test that needs programs which a machine may lack: run_with.sh "PROGRAM..." COMMAND...
+# Without one of them it ends with 77, which CTest takes for skipped, and says how to get it.
+set -euo pipefail
+
+# The package that has a program, where it is not called the same (Debian).
+declare -A package_of=([abidiff]=abigail-tools [abidw]=abigail-tools [clang++]=clang [dpkg-deb]=dpkg
+    [dpkg-shlibdeps]=dpkg-dev [md5sum]=coreutils [objcopy]=binutils [xz]=xz-utils)
+
+missing=() packages=()
+for program in $1; do
+    if ! command -v "$program" >/dev/null; then
+        missing+=("$program")
+        packages+=("${package_of[$program]:-$program}")
+    fi
+done
+if ((${#missing[@]})); then
+    echo "skipped: no ${missing[*]}: scripts/install_packages.sh ${packages[*]}"
+    exit 77
+fi
+shift
+exec "$@"
