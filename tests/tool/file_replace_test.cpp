@@ -7,9 +7,13 @@
 #include <sys/file.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -22,6 +26,33 @@ std::function<void()> atFlush;   // what somebody else does before a file is flu
 std::function<void()> atInstall; // and before it takes its name
 bool hasUnnamedFiles = true;     // does the file system know O_TMPFILE?
 bool hasExclusiveRename = true;  // and RENAME_NOREPLACE?
+
+/// A call that fails.
+struct Fault {
+    std::string call;
+    int error = 0;
+    int at = 1;             // which of these calls, from 1
+    bool isForGood = false; // and all after it
+};
+Fault fault;
+
+/// Does this call fail? Then errno says why.
+bool Strikes(const std::string &call)
+{
+    if (call != fault.call) {
+        return false;
+    }
+    --fault.at;
+    errno = fault.error;
+    return fault.at == 0 || (fault.at < 0 && fault.isForGood);
+}
+
+/// Makes a system call, or lets it fail.
+template <typename... Arguments>
+long Call(const char *name, long number, Arguments... arguments)
+{
+    return Strikes(name) ? -1 : syscall(number, arguments...);
+}
 
 void Meddle(const std::function<void()> &meddle)
 {
@@ -43,14 +74,14 @@ int fsync(int fd)
     if (!S_ISDIR(status.st_mode)) {
         Meddle(atFlush);
     }
-    return static_cast<int>(syscall(SYS_fsync, fd));
+    return static_cast<int>(Call("fsync", SYS_fsync, fd));
 }
 
 int rename(const char *from, const char *to) noexcept
 {
     calls.emplace_back("rename");
     Meddle(atInstall);
-    return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+    return static_cast<int>(Call("rename", SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
 int renameat2(int fromDir, const char *from, int toDir, const char *to, unsigned flags) noexcept
@@ -67,7 +98,7 @@ int renameat2(int fromDir, const char *from, int toDir, const char *to, unsigned
 int linkat(int fromDir, const char *from, int toDir, const char *to, int flags) noexcept
 {
     Meddle(atInstall);
-    return static_cast<int>(syscall(SYS_linkat, fromDir, from, toDir, to, flags));
+    return static_cast<int>(Call("linkat", SYS_linkat, fromDir, from, toDir, to, flags));
 }
 
 int open(const char *name, int flags, ...)
@@ -80,7 +111,73 @@ int open(const char *name, int flags, ...)
         errno = EOPNOTSUPP;
         return -1;
     }
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+    const bool isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
+    const char *const call = isUnnamed                    ? "open unnamed"
+                             : (flags & O_CREAT) != 0     ? "create"
+                             : (flags & O_DIRECTORY) != 0 ? "open directory"
+                             : (flags & O_RDWR) != 0      ? "open to write"
+                                                          : "open";
+    return static_cast<int>(Call(call, SYS_openat, AT_FDCWD, name, flags, mode));
+}
+
+ssize_t write(int fd, const void *bytes, size_t size)
+{
+    return Call("write", SYS_write, fd, bytes, size);
+}
+
+ssize_t pread(int fd, void *bytes, size_t size, off_t offset)
+{
+    return Call("pread", SYS_pread64, fd, bytes, size, offset);
+}
+
+ssize_t read(int fd, void *bytes, size_t size)
+{
+    return Call("read", SYS_read, fd, bytes, size);
+}
+
+off_t lseek(int fd, off_t offset, int whence) noexcept
+{
+    return Call("lseek", SYS_lseek, fd, offset, whence);
+}
+
+int ftruncate(int fd, off_t length) noexcept
+{
+    return static_cast<int>(Call("ftruncate", SYS_ftruncate, fd, length));
+}
+
+int fallocate(int fd, int mode, off_t from, off_t count)
+{
+    return static_cast<int>(Call("fallocate", SYS_fallocate, fd, mode, from, count));
+}
+
+int fchmod(int fd, mode_t mode) noexcept
+{
+    return static_cast<int>(Call("fchmod", SYS_fchmod, fd, mode));
+}
+
+// Every file seems to have an access list, and none can be given one.
+ssize_t flistxattr(int, char *names, size_t size) noexcept
+{
+    constexpr char kNames[] = "user.note\0system.posix_acl_access";
+    if (fault.call != "fsetxattr") {
+        return 0;
+    }
+    if (size > 0) {
+        std::memcpy(names, kNames, std::min(size, sizeof kNames));
+    }
+    return sizeof kNames;
+}
+
+ssize_t fgetxattr(int, const char *, void *, size_t) noexcept
+{
+    return 1;
+}
+
+int fsetxattr(int, const char *, const void *, size_t, int) noexcept
+{
+    --fault.at;
+    errno = fault.error;
+    return -1;
 }
 
 } // extern "C"
@@ -116,10 +213,12 @@ class FileReplaceTest : public test::ToolTest {
         atInstall = nullptr;
         hasUnnamedFiles = true;
         hasExclusiveRename = true;
+        fault = {};
         Write("f.ini", kOld);
     }
     ~FileReplaceTest() override
     {
+        fault = {};
         atFlush = nullptr;
         atInstall = nullptr;
     }
@@ -327,6 +426,137 @@ TEST_F(FileReplaceTest, WhatDoesNotReadBackIsNotInstalled)
     EXPECT_TRUE(Mentions(Message([&] { Replace(Open(), kNew); }), {"does not read back"}));
     EXPECT_EQ(Read(name), kOld);
     EXPECT_EQ(Names(), alone);
+}
+
+struct FaultCase {
+    const char *name;
+    Fault fault;
+    bool isUnnamed;
+    std::vector<std::string> messages; // none: it goes on without
+};
+
+TEST_F(FileReplaceTest, FailuresLeaveTheOldContent)
+{
+    const FaultCase cases[] = {
+        {"Write", {"write", ENOSPC}, true, {"cannot write", "No space left"}},
+        {"WriteNamed", {"write", ENOSPC}, false, {"cannot write", "No space left"}},
+        {"WriteInterrupted", {"write", EINTR}, true, {}},
+        {"Flush", {"fsync", EIO}, true, {"cannot write", "Input/output error"}},
+        {"FlushNamed", {"fsync", EIO}, false, {"cannot write", "Input/output error"}},
+        {"FlushDirectory", {"fsync", EIO, 2}, true, {}},
+        {"OpenDirectory", {"open directory", EACCES}, true, {}},
+        {"Mode", {"fchmod", EPERM}, true, {"cannot keep the mode", "not permitted"}},
+        {"AccessList", {"fsetxattr", ENOTSUP}, true, {"the access list", "--in-place"}},
+        {"NoRoom", {"create", ENOSPC}, false, {"cannot write to the directory", "No space left"}},
+        {"NoRights", {"create", EACCES}, false, {"cannot write to the directory", "--in-place"}},
+        {"NameTaken", {"create", EEXIST}, false, {}},
+        {"Link", {"linkat", EIO}, true, {"cannot replace", "Input/output error"}},
+        {"LinkNameTaken", {"linkat", EEXIST}, true, {}},
+        {"AllNamesTaken", {"linkat", EEXIST, 1, true}, true, {"cannot replace"}},
+        {"Rename", {"rename", EIO}, true, {"cannot replace", "Input/output error"}},
+        {"RenameNamed", {"rename", EIO}, false, {"cannot replace", "Input/output error"}},
+        {"MountPoint", {"rename", EBUSY}, true, {"cannot replace", "--in-place"}},
+        {"NotPermitted", {"rename", EPERM}, false, {"cannot replace", "--in-place"}},
+        {"ReadBack", {"pread", EIO}, true, {"does not read back"}},
+        {"ReadBackInterrupted", {"pread", EINTR}, true, {}},
+        {"ReadOld", {"pread", EIO, 3}, true, {"changed by somebody"}},
+    };
+    for (const FaultCase &sample : cases) {
+        SCOPED_TRACE(sample.name);
+        Write("f.ini", kOld);
+        hasUnnamedFiles = sample.isUnnamed;
+        const std::string message = Message([&] {
+            const Target target = Open();
+            fault = sample.fault;
+            Replace(target, kNew);
+        });
+        EXPECT_LE(fault.at, 0) << "no such call was made";
+        fault = {};
+        EXPECT_EQ(message.empty(), sample.messages.empty()) << message;
+        EXPECT_TRUE(Mentions(message, sample.messages));
+        EXPECT_EQ(Read(name), message.empty() ? kNew : kOld);
+        EXPECT_EQ(Names(), alone);
+    }
+}
+
+TEST_F(FileReplaceTest, FailuresInPlaceWriteTheOldContentBack)
+{
+    const std::string longer = kNew + "l=1\n";
+    const FaultCase cases[] = {
+        {"Open", {"open to write", ETXTBSY}, true, {"cannot write", "Text file busy"}},
+        {"NoRoom", {"fallocate", ENOSPC}, true, {"cannot write", "No space left"}},
+        {"RoomUnknown", {"fallocate", EOPNOTSUPP}, true, {}},
+        {"Write", {"write", EIO}, true, {"Input/output error", "was written back"}},
+        {"Length", {"ftruncate", EIO}, true, {"Input/output error", "was written back"}},
+        {"Flush", {"fsync", EIO}, true, {"Input/output error", "was written back"}},
+        {"ReadBack", {"pread", EIO, 3}, true, {"does not read back"}},
+        {"Damaged", {"write", EIO, 1, true}, true, {"damaged from byte 6 on"}},
+        {"DamagedLength", {"ftruncate", EIO, 1, true}, true, {"damaged from byte 6 on"}},
+    };
+    for (const FaultCase &sample : cases) {
+        SCOPED_TRACE(sample.name);
+        Write("f.ini", kOld);
+        const std::string message = Message([&] {
+            const Target target = Open();
+            fault = sample.fault;
+            WriteInPlace(target, longer);
+        });
+        EXPECT_LE(fault.at, 0) << "no such call was made";
+        fault = {};
+        EXPECT_EQ(message.empty(), sample.messages.empty()) << message;
+        EXPECT_TRUE(Mentions(message, sample.messages));
+        const bool isNew = message.empty() || message.find("read back") != std::string::npos;
+        if (message.find("damaged") == std::string::npos) {
+            EXPECT_EQ(Read(name), isNew ? longer : kOld);
+        }
+        EXPECT_EQ(Names(), alone);
+    }
+}
+
+TEST_F(FileReplaceTest, KeepsTheOldContentAsALinkOrACopy)
+{
+    const struct {
+        const char *name;
+        Fault fault;
+        bool isKept;
+    } cases[] = {
+        {"Link", {}, true},
+        {"NoLinks", {"linkat", EPERM}, true},
+        {"NoLinksHere", {"linkat", EOPNOTSUPP}, true},
+        {"NoSuchCall", {"linkat", ENOSYS}, true},
+        {"Taken", {"linkat", EEXIST}, false},
+        {"NoRights", {"linkat", EACCES}, false},
+    };
+    for (const auto &sample : cases) {
+        SCOPED_TRACE(sample.name);
+        const Target target = Open();
+        fault = sample.fault;
+        EXPECT_EQ(KeepAs(target, Path("old")), sample.isKept);
+        EXPECT_EQ(errno == sample.fault.error || sample.isKept, true);
+        fault = {};
+        EXPECT_EQ(Names().size(), sample.isKept ? 2U : 1U);
+        if (sample.isKept) {
+            EXPECT_EQ(Read(Path("old")), kOld);
+            EXPECT_EQ(unlink(Path("old").c_str()), 0);
+        }
+    }
+    Write("old", "of somebody else");
+    const Target target = Open();
+    fault = {"linkat", EPERM};
+    EXPECT_FALSE(KeepAs(target, Path("old")));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(Read(Path("old")), "of somebody else");
+}
+
+TEST_F(FileReplaceTest, ReadingThatFailsOrIsInterrupted)
+{
+    fault = {"read", EINTR};
+    EXPECT_EQ(ReadWhole(name, kLimit), kOld);
+    fault = {"read", EIO};
+    EXPECT_TRUE(
+        Mentions(Message([&] { ReadWhole(name, kLimit); }), {"cannot read", "Input/output error"}));
+    fault = {};
+    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(name, 3); }), {"is too large"}));
 }
 
 } // namespace

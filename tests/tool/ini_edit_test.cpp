@@ -481,6 +481,42 @@ TEST_F(IniEditToolTest, WhatCannotBeChanged)
     EXPECT_EQ(Read(name), "[a]\nk=1\n");
 }
 
+TEST_F(IniEditToolTest, DirectoryThatCannotBeListed)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can open every directory to look at what came of it";
+    }
+    ASSERT_EQ(chmod(Directory().c_str(), 0333), 0);
+    const std::string name = Path("new.ini");
+    for (const char *const setting : {"k=1", "k=2"}) {
+        const Outcome outcome =
+            Wyx({"ini", "set", "--create", name, "a", setting}, {.isNobody = true});
+        EXPECT_EQ(outcome.code, kOk) << outcome.err;
+        EXPECT_EQ(Read(name), "[a]\n" + std::string(setting) + "\n");
+    }
+    ASSERT_EQ(chmod(name.c_str(), 0222), 0);
+    const Outcome unreadable = Wyx({"ini", "set", name, "a", "k=3"}, {.isNobody = true});
+    EXPECT_EQ(unreadable.code, kIo);
+    EXPECT_TRUE(Mentions(unreadable.err, {"cannot open", "Permission denied"}));
+    EXPECT_EQ(Read(name), "[a]\nk=2\n");
+}
+
+TEST_F(IniEditToolTest, FilesThatAreNowhere)
+{
+    const Outcome empty = Wyx({"ini", "set", "", "a", "k=1"});
+    EXPECT_EQ(empty.code, kUsage);
+    EXPECT_TRUE(Mentions(empty.err, {"the file's name is empty"}));
+    for (const char *const verb : {"get", "del"}) {
+        const Outcome outcome = Wyx({"ini", verb, Path("none/f.ini"), "a", "k"});
+        EXPECT_EQ(outcome.code, kIo);
+        EXPECT_TRUE(Mentions(outcome.err, {"cannot open", "No such file"}));
+    }
+    const Outcome folder = Wyx({"ini", "set", "--create", Path("none/"), "a", "k=1"});
+    EXPECT_EQ(folder.code, kIo);
+    EXPECT_TRUE(Mentions(folder.err, {"cannot make", "No such file"}));
+    EXPECT_TRUE(Names().empty());
+}
+
 TEST_F(IniEditToolTest, FullDiskLosesNothing)
 {
     std::string content = "[a]\nk=1\n";

@@ -112,6 +112,45 @@ TEST_F(IniRecoverTest, RestoreRefusesWhatDoesNotLoad)
     }
 }
 
+TEST_F(IniRecoverTest, TheOldContentGetsAFreeNameOrNothingIsRestored)
+{
+    Write("net.ini", "[a]\nk=0\n");
+    Write(kNew, "[a]\nk=2\n");
+    Write("net.ini.old", "x");
+    for (int i = 1; i < 1000; ++i) {
+        Write("net.ini.old" + std::to_string(i), "x");
+    }
+    const std::vector<std::string> before = Names();
+    const Outcome outcome = Wyx({"ini", "recover", target, "--restore", "1"});
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_TRUE(Mentions(outcome.err, {"too many files", "net.ini.old*"}));
+    EXPECT_EQ(Names(), before);
+    EXPECT_EQ(Read(target), "[a]\nk=0\n");
+    const Outcome number = Wyx({"ini", "recover", target, "--restore", "2"});
+    EXPECT_EQ(number.code, kNo);
+    EXPECT_TRUE(Mentions(number.err, {"there is no file number 2", "from 1 to 1"}));
+}
+
+TEST_F(IniRecoverTest, WithoutRightsNothingIsRestored)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give the files to another user";
+    }
+    for (const char *const file : {"net.ini", kNew}) {
+        ASSERT_EQ(chown(Write(file, "[a]\nk=0\n").c_str(), 65534, 65534), 0);
+    }
+    Write("net.ini", "[a]\nk=1\n");
+    ASSERT_EQ(chmod(Directory().c_str(), 0555), 0);
+    const Outcome outcome = Wyx({"ini", "recover", target, "--restore", "1"}, {.isNobody = true});
+    EXPECT_EQ(outcome.code, kIo);
+    EXPECT_TRUE(Mentions(outcome.err, {"cannot keep the present content", "Permission denied"}));
+    ASSERT_EQ(chmod(Path(kNew).c_str(), 0), 0);
+    const Outcome closed = Wyx({"ini", "recover", target}, {.isNobody = true});
+    EXPECT_EQ(closed.code, kIo);
+    EXPECT_TRUE(Mentions(closed.err, {"cannot open", "Permission denied"}));
+    EXPECT_EQ(Read(target), "[a]\nk=1\n");
+}
+
 // Out of three the newest is empty and the next one cut off: neither is restored unasked.
 TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
 {

@@ -144,6 +144,9 @@ void Attach(int fd, int standard)
     if (setup.fileSizeLimit) {
         const rlimit limit = {*setup.fileSizeLimit, *setup.fileSizeLimit};
         isReady = isReady && setrlimit(RLIMIT_FSIZE, &limit) == 0;
+        // The counts of a coverage build would be cut off, too: it finds no place for them.
+        setenv("GCOV_PREFIX", "/dev/null", 1);
+        setenv("GCOV_ERROR_FILE", "/dev/null", 1);
     }
     if (setup.isNobody) {
         isReady = isReady && BecomeNobody();

@@ -1,6 +1,7 @@
 #include "ini/document.h"
 
 #include <algorithm>
+#include <new>
 
 #include "ini/library_text.h"
 #include "ini/other_readers.h"
@@ -95,6 +96,15 @@ std::vector<Range> RangesOf(const IniSource &source, const StoredLines &stored)
     return ranges;
 }
 
+/// A document holds only lines that the library can read, so that nothing but memory can be
+/// missing.
+void RequireMemory(QAL_UINT32 status)
+{
+    if (status == XELP_ERR_INI_INTERNAL) {
+        throw std::bad_alloc();
+    }
+}
+
 } // namespace
 
 IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts)
@@ -124,7 +134,7 @@ IniDocument::~IniDocument()
     XELP_IniFreeIniStruct(&record_);
 }
 
-std::vector<std::string> IniDocument::Sections(const IniSource &source) const
+std::vector<std::string> IniDocument::Sections() const
 {
     QAL_UINT32 ulCount = 0;
     QAL_INT8 **ppszList = nullptr;
@@ -132,17 +142,14 @@ std::vector<std::string> IniDocument::Sections(const IniSource &source) const
     if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
         return {};
     }
-    if (ulStatus != XELP_ERR_INI_OK) {
-        throw LineFailure(source, ulStatus);
-    }
+    RequireMemory(ulStatus);
     const LibraryList owned(ppszList);
     std::vector<std::string> names = NamesOf(ppszList, ulCount);
     std::erase(names, kNobodysName);
     return names;
 }
 
-std::vector<std::string> IniDocument::Keys(const IniSource &source,
-                                           const std::string &section) const
+std::vector<std::string> IniDocument::Keys(const std::string &section) const
 {
     QAL_UINT32 ulCount = 0;
     QAL_INT8 **ppszList = nullptr;
@@ -151,9 +158,7 @@ std::vector<std::string> IniDocument::Keys(const IniSource &source,
         ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
         return {};
     }
-    if (ulStatus != XELP_ERR_INI_OK) {
-        throw LineFailure(source, ulStatus);
-    }
+    RequireMemory(ulStatus);
     const LibraryList owned(ppszList);
     return NamesOf(ppszList, ulCount);
 }
@@ -164,6 +169,7 @@ Lookup IniDocument::Find(const std::string &section, const std::string &key) con
     const QAL_UINT32 ulStatus =
         XELP_IniGetKeyValue(&record_, section.c_str(), key.c_str(), &pszValue);
     const LibraryText owned(pszValue);
+    RequireMemory(ulStatus);
     return {ulStatus, ValueOf(pszValue)};
 }
 
@@ -181,32 +187,6 @@ void RequireText(const IniSource &source)
                       Where(source, line) + "NUL byte: this is a binary file, or a damaged one",
                       "what follows a NUL on its line is not read; see: wyx ini check");
     }
-}
-
-Failure LineFailure(const IniSource &source, QAL_UINT32 status)
-{
-    if (status == XELP_ERR_INI_INTERNAL) {
-        return {ExitCode::kIo, WithCode(LineStatusText(status), status)};
-    }
-    // Lookups walk up from the end, so that the last line at fault is the one they met.
-    std::optional<std::size_t> found;
-    for (const StoredLine &line : ReadStoredLines(source).lines) {
-        if (line.isTooLong ? status == XELP_ERR_INI_LINE_TOO_LONG
-                           : ParseLine(line.text).status == status) {
-            found = line.first;
-            if (line.isTooLong) {
-                break; // a load meets the first one
-            }
-        }
-    }
-    const std::string where = found ? Where(source, *found) : source.Name() + ": ";
-    std::string hint = "'wyx ini check' lists all that is wrong with a file";
-    if (found == 1 && source.HasByteOrderMark()) {
-        hint =
-            "the file begins with a byte-order mark, which is not skipped: remove its first 3 "
-            "bytes";
-    }
-    return {ExitCode::kMalformed, where + WithCode(LineStatusText(status), status), hint};
 }
 
 IniText::IniText(IniSource source)
@@ -239,7 +219,7 @@ std::vector<std::string> IniText::Keys(const std::string &section) const
     if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
         throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, {});
     }
-    return document_.Keys(source_, section);
+    return document_.Keys(section);
 }
 
 std::optional<std::string> IniText::Value(const std::string &section, const std::string &key) const
@@ -248,13 +228,10 @@ std::optional<std::string> IniText::Value(const std::string &section, const std:
     switch (found.status) {
         case XELP_ERR_INI_OK:
             return found.value;
-        case XELP_ERR_INI_FILE_EMPTY:
-        case XELP_ERR_INI_SECTION_NOT_FOUND:
-            throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
         case XELP_ERR_INI_KEY_NOT_FOUND:
             throw NotFound(found.status, section, key);
         default:
-            throw LineFailure(source_, found.status);
+            throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
     }
 }
 
@@ -293,7 +270,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
         if (const auto line = LineOfOthersKey(*this, BlockOf(*this, section), key)) {
             return {ExitCode::kNo, message, unread(*line)};
         }
-        const std::string near = Nearest(key, document_.Keys(source_, section));
+        const std::string near = Nearest(key, document_.Keys(section));
         return {ExitCode::kNo, message, near.empty() ? "" : "did you mean " + Quoted(near) + "?"};
     }
     const std::string message = file + ": no section " + Quoted(section);

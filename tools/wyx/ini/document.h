@@ -37,13 +37,14 @@ class IniDocument {
     XELP_IN_S_INI_FILE_STRUCT *Record() { return &record_; }
 
     /// The names of all sections, none if there are none.
-    /// @throws Failure
-    std::vector<std::string> Sections(const IniSource &source) const;
+    /// @throws std::bad_alloc
+    std::vector<std::string> Sections() const;
     /// The names of the keys in the last block of a section, none if there are none.
-    /// @throws Failure
-    std::vector<std::string> Keys(const IniSource &source, const std::string &section) const;
+    /// @throws std::bad_alloc
+    std::vector<std::string> Keys(const std::string &section) const;
 
     /// Looks up a key.
+    /// @throws std::bad_alloc
     Lookup Find(const std::string &section, const std::string &key) const;
 
   private:
@@ -76,7 +77,7 @@ class IniText {
     std::vector<std::string_view> LinesOf(std::size_t line) const;
     const IniDocument &Document() const { return document_; }
 
-    std::vector<std::string> Sections() const { return document_.Sections(source_); }
+    std::vector<std::string> Sections() const { return document_.Sections(); }
     /// @throws Failure for a section that is not there
     std::vector<std::string> Keys(const std::string &section) const;
     /// @throws Failure for a section or key that is not there
@@ -100,9 +101,6 @@ class IniText {
 /// Refuses what is no configuration at all: binary files, and text the library would cut at a NUL.
 /// @throws Failure
 void RequireText(const IniSource &source);
-
-/// For a call on a document that failed at one of its lines: says which and why.
-Failure LineFailure(const IniSource &source, QAL_UINT32 status);
 
 } // namespace wyx::tool
 

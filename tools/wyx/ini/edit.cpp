@@ -80,9 +80,6 @@ void RequireKey(const std::string &key)
     if (HasLineEnd(key)) {
         throw Refusal(shown + " holds a line end");
     }
-    if (key.find('=') != std::string::npos) {
-        throw Refusal(shown + " holds a '=', which ends the name");
-    }
     if (HasBlankEnd(key)) {
         throw Refusal(shown + " begins or ends with a blank, which would be lost",
                       "write KEY=VALUE without blanks beside the '='");
@@ -106,9 +103,6 @@ void RequireValue(const std::string &key, const std::string &value)
     const std::string shown = "the value of " + Quoted(key);
     if (HasLineEnd(value)) {
         throw Refusal(shown + " holds a line end");
-    }
-    if (value.find('\0') != std::string::npos) {
-        throw Refusal(shown + " holds a NUL byte");
     }
     if (HasBlankEnd(value)) {
         throw Refusal(shown + " begins or ends with a blank, which would be lost",
@@ -225,11 +219,10 @@ std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
             break;
         case XELP_ERR_INI_KEY_NOT_FOUND:
             throw text.NotFound(ulStatus, edit.section, edit.key);
-        case XELP_ERR_INI_FILE_EMPTY:
-        case XELP_ERR_INI_SECTION_NOT_FOUND:
-            throw text.NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, edit.section, edit.key);
+        case XELP_ERR_INI_INTERNAL:
+            throw std::bad_alloc();
         default:
-            throw LineFailure(text.Source(), ulStatus);
+            throw text.NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, edit.section, edit.key);
     }
     std::vector<std::size_t> lines;
     for (std::size_t i = 0; i < text.Lines().size(); ++i) {
@@ -581,6 +574,9 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
     RequireSet(*after, line);
     std::string stored = after->Lines()[line].text;
     const QAL_UINT32 ulStatus = IniCheckKeyLine(stored.data());
+    if (ulStatus == XELP_ERR_INI_INTERNAL) {
+        throw std::bad_alloc();
+    }
     if (ulStatus != XELP_ERR_INI_OK) {
         warnings.push_back(Quoted(edit_.key) +
                            " reads back as it was set, but 'wyx ini check' will refuse its line: " +

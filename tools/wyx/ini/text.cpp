@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 #include "ini/library_text.h"
 #include "os_adapter.h"
@@ -159,7 +160,7 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
                 throw SystemFailure("cannot read " + Quoted(source.Name()), errno);
             }
         } else {
-            throw Failure(ExitCode::kIo, "out of memory");
+            throw std::bad_alloc();
         }
         next += line.count;
         stored.lines.push_back(std::move(line));
@@ -188,6 +189,9 @@ LineParts ParseLine(const std::string &text)
         parts.status = IniParseSectionLine(copy.data(), &pszName, &pszComment);
     } else if (parts.kind == INI_KEYVALUE_LINE) {
         parts.status = IniParseKeyLine(copy.data(), &pszName, &pszValue, &pszComment);
+    }
+    if (parts.status == XELP_ERR_INI_INTERNAL) {
+        throw std::bad_alloc(); // a line that can be read must not be hidden
     }
     const LibraryText name(pszName);
     const LibraryText value(pszValue);

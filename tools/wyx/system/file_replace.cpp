@@ -76,7 +76,7 @@ std::string FollowLinks(std::string path)
         const std::string next(buffer, static_cast<std::size_t>(length));
         path = next.starts_with('/') ? next : DirectoryOf(path) + "/" + next;
     }
-    throw SystemFailure("cannot open " + Quoted(path), ELOOP);
+    throw SystemFailure("cannot open " + Quoted(path), ELOOP); // never: stat() has followed them
 }
 
 /// Where a file that does not exist would be made.
@@ -86,9 +86,6 @@ std::string NewPath(const std::string &name)
     const std::string directory = RealPath(DirectoryOf(path));
     if (directory.empty()) {
         throw SystemFailure("cannot make " + Quoted(name), errno);
-    }
-    if (LastPartOf(path).empty()) {
-        throw SystemFailure("cannot make " + Quoted(name), EISDIR);
     }
     return InDirectory(directory, LastPartOf(path));
 }
