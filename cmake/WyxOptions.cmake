@@ -2,7 +2,7 @@
 include_guard(GLOBAL)
 
 option(WYX_WERROR "Treat warnings as errors" OFF)
-option(WYX_COVERAGE "Instrument the libraries for gcov" OFF)
+option(WYX_COVERAGE "Instrument the libraries and the tool for gcov" OFF)
 option(WYX_DEBUG_INFO "Debug information in libraries and tool, whatever the build type" OFF)
 set(WYX_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined")
 set(WYX_CHAR "" CACHE STRING "Signedness of plain char: signed, unsigned, or empty for the target's own")
