@@ -62,10 +62,11 @@ declare -A refused=()
 while IFS= read -r -d '' file; do
     cp -- "$file" "$copy"
     key=
+    "$wyx" ini sections -- "$copy" >"$memory/sections" 2>/dev/null || true
     while IFS= read -r section && [[ -z $key ]]; do
         key=$("$wyx" ini keys -- "$copy" "$section" 2>/dev/null | head -n 1) || true
         in=$section
-    done < <("$wyx" ini sections -- "$copy" 2>/dev/null)
+    done <"$memory/sections"
     if [[ -z $key ]]; then
         none=$((none + 1))
         continue

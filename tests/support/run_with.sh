@@ -7,6 +7,10 @@ set -euo pipefail
 declare -A package_of=([abidiff]=abigail-tools [abidw]=abigail-tools [clang++]=clang [dpkg-deb]=dpkg
     [dpkg-shlibdeps]=dpkg-dev [md5sum]=coreutils [objcopy]=binutils [xz]=xz-utils)
 
+if [[ ! -e /dev/fd/0 ]]; then
+    echo "skipped: no /dev/fd, which scripts of Bash need: is /proc mounted?"
+    exit 77
+fi
 missing=() packages=()
 for program in $1; do
     if ! command -v "$program" >/dev/null; then

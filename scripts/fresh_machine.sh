@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Runs the commands of the README in a bare Debian root: scripts/fresh_machine.sh [FOLDER]
+#
+# FOLDER (default: a temporary one) takes the root, some 3 GiB. Root tries the libraries alone, then
+# scripts/test.sh and scripts/demo.sh in a clone in its closed home; a common user tries both scripts
+# in the source archive, in a folder whose name has a blank and a letter beyond ASCII, without a
+# network. Takes the packages from where this machine takes its own. Needs root's rights and
+# debootstrap. Mounts nothing: /proc and /dev/pts are missing in the root, tests that need them
+# are skipped.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+source scripts/temp_folder.sh
+((EUID == 0)) || { echo "only root can make a root folder" >&2; exit 1; }
+scripts/install_packages.sh debootstrap git
+root=${1:-$(temp_folder)}/root
+release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+# The first address of the main distribution among apt's own.
+mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' "Created-By: Packages" |
+    sed -n "s/ $release\$//p" | sort -u | head -n 1)
+: "${mirror:?apt names no address of packages for $release}"
+
+if [[ ! -e $root/etc/debian_version ]]; then
+    debootstrap --variant=minbase "$release" "$root" "$mirror" >/dev/null
+fi
+cp -r /etc/apt/apt.conf.d /etc/apt/sources.list* "$root/etc/apt/"
+cp -L /etc/resolv.conf "$root/etc/"
+cp -u /var/cache/apt/archives/*.deb "$root/var/cache/apt/archives/" 2>/dev/null || true
+
+# in_root USER COMMAND...: as after a login, with nothing of this environment
+in_root() {
+    local user=$1 start=$SECONDS
+    shift
+    echo
+    echo "##### $user: $*"
+    chroot "$root" su - "$user" -s /bin/bash -c "$*"
+    echo "##### $user: $*: $((SECONDS - start)) s"
+}
+
+chroot "$root" apt-get -qq update
+chroot "$root" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -qq install --no-install-recommends g++ cmake make >/dev/null
+rm -rf "$root/root/libwyx_commlib"
+git clone -q . "$root/root/libwyx_commlib"
+chmod 700 "$root/root"
+in_root root "cd libwyx_commlib && PREFIX=/opt/wyx && $(sed -n '/^The libraries alone need/,/^```$/p' README.md |
+    grep '^cmake ' | paste -sd '&' | sed 's/&/ \&\& /g')"
+chroot "$root" apt-get -qq install --no-install-recommends git >/dev/null # as who cloned it has
+in_root root "cd libwyx_commlib && bash scripts/test.sh"
+in_root root "cd libwyx_commlib && bash scripts/demo.sh"
+
+chroot "$root" userdel -r newcomer 2>/dev/null || true
+chroot "$root" useradd -m newcomer
+home="$root/home/newcomer/wyx für alle"
+mkdir -p "$home"
+git archive HEAD | tar -x -C "$home"
+chroot "$root" chown -R newcomer: "/home/newcomer"
+rm "$root/etc/resolv.conf" # no network any more
+in_root newcomer "cd 'wyx für alle' && bash scripts/test.sh"
+in_root newcomer "cd 'wyx für alle' && bash scripts/demo.sh"
