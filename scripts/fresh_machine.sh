@@ -5,15 +5,18 @@
 # scripts/test.sh and scripts/demo.sh in a clone in its closed home; a common user tries both scripts
 # in the source archive, in a folder whose name has a blank and a letter beyond ASCII, without a
 # network. Takes the packages from where this machine takes its own. Needs root's rights and
-# debootstrap. Mounts nothing: /proc and /dev/pts are missing in the root, tests that need them
-# are skipped.
+# debootstrap. /proc and /dev/pts are mounted for this script alone; not with WYX_MOUNT=0, for tests
+# that need them to be skipped.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
 source scripts/temp_folder.sh
 ((EUID == 0)) || { echo "only root can make a root folder" >&2; exit 1; }
 scripts/install_packages.sh debootstrap git
-root=${1:-$(temp_folder)}/root
+if [[ ${WYX_MOUNT:-1} == 1 ]]; then
+    WYX_MOUNT=2 exec unshare --mount scripts/fresh_machine.sh "$@" # mounts end with this script
+fi
+root=$(realpath "${1:-$(temp_folder)}")/root
 release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 # The first address of the main distribution among apt's own.
 mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' "Created-By: Packages" |
@@ -22,6 +25,11 @@ mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' "Created-By: Pa
 
 if [[ ! -e $root/etc/debian_version ]]; then
     debootstrap --variant=minbase "$release" "$root" "$mirror" >/dev/null
+fi
+if [[ $WYX_MOUNT == 2 ]]; then
+    mkdir -p "$root/dev/pts"
+    mount -t proc proc "$root/proc"
+    mount -t devpts -o newinstance,ptmxmode=0666,mode=620,gid=5 devpts "$root/dev/pts"
 fi
 cp -r /etc/apt/apt.conf.d /etc/apt/sources.list* "$root/etc/apt/"
 cp -L /etc/resolv.conf "$root/etc/"

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "needs_proc.h"
+
 namespace wyx::test {
 
 using Words = std::vector<std::string>;

@@ -18,6 +18,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "needs_proc.h"
+
 namespace wyx::test {
 
 namespace {
