@@ -39,11 +39,6 @@ class IniOptionsTest : public ToolTest {
     {
         return text.replace(text.find(old), old.size(), now);
     }
-
-    bool HasProgram(const std::string &name) const
-    {
-        return Shell("command -v " + name + " >/dev/null").code == 0;
-    }
 };
 
 TEST_F(IniOptionsTest, Default)
@@ -91,9 +86,7 @@ TEST_F(IniOptionsTest, FormatOfASection)
 
 TEST_F(IniOptionsTest, FormatIsThatOfTheCommonProgram)
 {
-    if (!HasProgram("crudini")) {
-        GTEST_SKIP() << "crudini is not here";
-    }
+    WYX_NEED_PROGRAM("crudini", "crudini");
     Write("f.ini", "[a b]\nplain=1\nblank=1 2\nquote=it's \"x\"\nall=%+-./:@_,\nodd=$(x)\nnone=\n");
     for (const char *const words : {"--format=sh f.ini 'a b'", "--format=lines f.ini 'a b'",
                                     "--format=sh f.ini 'a b' blank"}) {
@@ -241,9 +234,7 @@ TEST_F(IniOptionsTest, DryRunChangesNothing)
 
 TEST_F(IniOptionsTest, DiffsAreThoseOfTheCommonPrograms)
 {
-    if (!HasProgram("diff")) {
-        GTEST_SKIP() << "diff is not here";
-    }
+    WYX_NEED_PROGRAM("diff", "diffutils");
     std::string text;
     for (int section = 0; section < 5; ++section) {
         text += "[s" + std::to_string(section) + "]\n";

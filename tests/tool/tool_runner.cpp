@@ -274,6 +274,11 @@ Outcome Shell(const std::string &script, const Surroundings &setup)
     return Run({"/bin/sh", "-c", script}, shell);
 }
 
+bool HasProgram(const std::string &name)
+{
+    return Shell("command -v " + name + " >/dev/null || exit 1").code == 0;
+}
+
 bool HasTerminals()
 {
     const int fd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);

@@ -53,6 +53,13 @@ Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup
 /// Runs a script of the shell, with "$WYX" as the command that runs the tool.
 Outcome Shell(const std::string &script, const Surroundings &setup = {});
 
+/// Has the machine a program by which results can be compared?
+bool HasProgram(const std::string &name);
+
+#define WYX_NEED_PROGRAM(name, package) \
+    if (!HasProgram(name))              \
+    GTEST_SKIP() << "no " name ": scripts/install_packages.sh " package
+
 /// Can the tests make terminals? Not without /dev/pts.
 bool HasTerminals();
 
