@@ -11,6 +11,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace wyx::test {
@@ -103,9 +105,12 @@ bool SystemDouble::Strike(const std::string &call, const std::string &detail)
     if (!detail.empty()) {
         trace_.push_back(call + " " + detail);
     }
-    static const std::set<std::string> interruptible = {
+    // No object with a destructor, as Instance(): calls are still made after destructors have run.
+    static constexpr std::string_view kInterruptible[] = {
         "open", "read", "write", "fsync", "fallocate", "ftruncate", "unlink", "rename"};
-    if (interruptible.count(call) != 0 && interrupted_[call] < interruptEach_) {
+    const bool isInterruptible = std::find(std::begin(kInterruptible), std::end(kInterruptible),
+                                           call) != std::end(kInterruptible);
+    if (isInterruptible && interrupted_[call] < interruptEach_) {
         ++interrupted_[call];
         errno = EINTR;
         return true;
