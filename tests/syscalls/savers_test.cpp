@@ -65,6 +65,9 @@ int Continue(pid_t saver)
 /// runs up to any of its own, the first one ends, and then the second one does.
 TEST(Savers, TwoThatMeetAnywhereLoseNothing)
 {
+    if (WYX_WRITES_COUNTS) {
+        GTEST_SKIP() << "an instrumented library makes many calls of its own to meet at";
+    }
     const TargetFolder folder;
     const int calls = CallsOfASave(folder);
     ASSERT_GT(calls, 10);
