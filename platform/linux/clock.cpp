@@ -33,9 +33,9 @@ QAL_UINT64 XELP_GetSystemTime(void)
     const QAL_UINT64 ullNow = Now();
     QAL_UINT64 ullBefore = ullLast;
     QAL_UINT64 ullTime = 0;
-    do {
+    do { // once more if another thread was faster
         ullTime = ullNow > ullBefore ? ullNow : ullBefore + 1;
-    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime));
+    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime)); // never: twice at will
     return ullTime;
 }
 

@@ -129,6 +129,11 @@ TEST(Charset, AddedHexDigitCountsAsZero)
     EXPECT_EQ(aucAddr[0], 0x01);
     EXPECT_EQ(aucAddr[1], 0x02);
     EXPECT_EQ(aucAddr[15], 0x00);
+    QAL_CHAR szGroup[] = "1g2";
+    Parse_Ipv4v6_S_BUF struBuf = {szGroup, 3};
+    QAL_UINT16 uwGroup = 0;
+    EXPECT_EQ(core_td_hex4(&uwGroup, &struBuf), 0U);
+    EXPECT_EQ(uwGroup, 0x0102);
     EXPECT_EQ(StatusOfIpv4("0xg.2.3.4"), 30U); // strtoul() ends at the x, which is not a dot
     EXPECT_EQ(StatusOfIpv4("1.2.3.0xg"), 30U);
     EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U);
