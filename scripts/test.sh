@@ -7,7 +7,8 @@ set -euo pipefail
 
 cd "$(dirname "$0")/.."
 source scripts/temp_folder.sh
-rmdir "$(temp_folder)" # the tests need such folders
+folder=$(temp_folder) # the tests need such folders, too
+rmdir "$folder"
 if (($# == 0)); then
     set -- release
 fi
