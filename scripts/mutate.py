@@ -53,7 +53,7 @@ import mutants  # noqa: E402
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
 SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
-NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe)_test$|^wipe_test$")
+NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe|multiples)_test$|^wipe_test$")
 LEAST_KILLED = 0.97
 COMPILE_LIMIT = 60  # seconds
 
