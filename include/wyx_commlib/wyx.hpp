@@ -2,14 +2,15 @@
  * @file wyx.hpp
  * @brief The library for C++17 and later: owners, views and values over the C calls.
  *
- * Everything here is inline and made of the C calls alone: it adds no behaviour, no state and no
- * export, throws nothing of its own and needs neither exceptions nor RTTI. Each function names the
- * call it makes; the header of that call is its manual.
+ * Everything here is inline and made of the C calls: it adds no state and no export to the library,
+ * throws nothing of its own and needs neither exceptions nor RTTI. Where a comment names a C call,
+ * the header of that call is the manual.
  *
- * - Text and bytes go in as views. A `const char *` or `std::string` is passed on as it is; any
- * other view is copied first, since the C calls want a terminating NUL.
+ * - Text and bytes go in as views. A text that is a `const char *` or `std::string` is passed on as
+ *   it is; any other view of a text is copied first, since the C calls want a terminating NUL.
  * - Results come out as values that own what the C calls hand over and release it.
- * - A failure is a wyx::result without a value. It holds the module, the status and its text.
+ * - A failure is a wyx::result without a value, or a wyx::ini_names without names. It holds the
+ *   module, the status and its text.
  *
  * @code{.cpp}
  * auto doc = wyx::document::load("net.ini");
@@ -33,6 +34,7 @@
 #define WYX_COMMLIB_WYX_HPP
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
@@ -96,7 +98,7 @@ constexpr QAL_UINT32 status_of(errc error) noexcept
     return static_cast<QAL_UINT32>(error) & 0xFFFFU;
 }
 
-/// The text of an error, as status_text.h has it.
+/// The text of an error, as status_text.h has it, or that of a Base64 call's failure.
 inline const char *text_of(errc error) noexcept
 {
     switch (static_cast<module>(static_cast<int>(error) >> 16)) {
@@ -213,7 +215,7 @@ class [[nodiscard]] result<void> : public detail::outcome {
 /// @{
 
 /// Text for a C call: borrowed where it ends in a NUL, copied from any other view. A null pointer
-/// is passed on as one. To the C calls, a NUL inside the text is its end.
+/// is passed on as one. A NUL inside the text is its end, but the decoder of Base64 skips it.
 class c_text {
     std::unique_ptr<char[]> copy_;
     const char *begin_;
@@ -234,11 +236,14 @@ class c_text {
     const char *get() const noexcept { return begin_; }
     /// For the calls that take `char *` and leave the text alone.
     char *get_mutable() const noexcept { return const_cast<char *>(begin_); }
-    std::size_t size() const noexcept { return size_ != kUnknown ? size_ : std::strlen(begin_); }
+    std::size_t size() const noexcept
+    {
+        return size_ != kUnknown ? size_ : begin_ != nullptr ? std::strlen(begin_) : 0;
+    }
 };
 
 /// A borrowed piece of memory: any contiguous range of trivially copyable elements, or a text
-/// without its NUL.
+/// without its NUL. An array of `char` is a text, which must have one: pass its size for all of it.
 class bytes {
     const void *data_;
     std::size_t size_;
@@ -260,7 +265,7 @@ class bytes {
     std::size_t size() const noexcept { return size_; }
 };
 
-/// A short text that is a value: no allocation, and a NUL after it.
+/// A short text that is a value: no allocation, and a NUL after it. What is added must fit.
 template <std::size_t kRoom>
 class short_text {
     std::array<char, kRoom + 1> text_{};
@@ -368,7 +373,7 @@ class md5 {
     }
 };
 
-/// MD5 of a whole message.
+/// MD5 of a whole message: XELP_MD5_Init(), XELP_MD5_Update(), XELP_MD5_Final().
 inline md5_digest md5_of(bytes input) noexcept
 {
     return md5().update(input).finish();
@@ -448,6 +453,9 @@ result<void> base64_encode(bytes input, Container &output)
 /// NUL.
 inline result<base64_buffer> base64_decode(const c_text &input) noexcept
 {
+    if (input.get() == nullptr) {
+        return errc::base64_refused;
+    }
     return detail::base64(MOX_BASE64Decode, input.get(), input.size());
 }
 
@@ -660,7 +668,7 @@ inline bool equals_in_any_case(std::string_view text, std::string_view lower) no
     return is_equal;
 }
 
-/// The value of a text without white bytes around it, if all of it can be read.
+/// The value of a text without blanks around it, if all of it can be read.
 template <typename T>
 std::optional<T> read_as(std::string_view text)
 {
@@ -694,11 +702,24 @@ std::optional<T> read_as(std::string_view text)
         const auto read = std::from_chars(text.data(), last, value);
         return read.ec == std::errc{} && read.ptr == last ? std::optional<T>(value) : std::nullopt;
 #else
+        // strtod() reads more than std::from_chars() and expects the locale's decimal point.
+        if (text.find_first_of("+\v\f") == 0 || text.find_first_of("xX") != text.npos) {
+            return std::nullopt;
+        }
         const std::string copy(text);
         char *end = nullptr;
-        value = static_cast<T>(std::strtod(copy.c_str(), &end));
-        return !copy.empty() && end == copy.c_str() + copy.size() ? std::optional<T>(value)
-                                                                  : std::nullopt;
+        errno = 0;
+        if constexpr (std::is_same_v<T, float>) {
+            value = std::strtof(copy.c_str(), &end);
+        } else if constexpr (std::is_same_v<T, double>) {
+            value = std::strtod(copy.c_str(), &end);
+        } else {
+            value = std::strtold(copy.c_str(), &end);
+        }
+        const bool fits = errno != ERANGE || (value != 0 && value - value == 0);
+        return fits && end != copy.c_str() && end == copy.c_str() + copy.size()
+                   ? std::optional<T>(value)
+                   : std::nullopt;
 #endif
     } else {
         static_assert(std::is_same_v<T, std::vector<std::string>>, "no value of this type");
@@ -733,7 +754,8 @@ class document {
     }
 
   public:
-    /// A list of items: a value split at the commas outside quotation marks.
+    /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
+    /// marks around an item do not count, nor does an empty item at the end.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
@@ -748,7 +770,11 @@ class document {
     }
 
     document(document &&other) noexcept : doc_(std::exchange(other.doc_, {})) {}
-    document &operator=(document &&other) noexcept { return std::swap(doc_, other.doc_), *this; }
+    document &operator=(document &&other) noexcept
+    {
+        document taken(std::move(other));
+        return std::swap(doc_, taken.doc_), *this;
+    }
     ~document()
     {
         if (doc_.pStrLine != nullptr) {
@@ -773,9 +799,10 @@ class document {
     }
 
     /// The value of a key as an integer (decimal, or hexadecimal after 0x), bool (1, true, yes, on
-    /// and 0, false, no, off in any case), floating-point number, std::string or list. White bytes
-    /// around the value do not count. What cannot be read whole, or does not fit the type, fails
-    /// with errc::ini_key_value; so does a key without a value, except for a string or list.
+    /// and 0, false, no, off in any case), floating-point number, std::string or list. Blanks and
+    /// line ends around the value do not count. What cannot be read whole, or does not fit the
+    /// type, fails with errc::ini_key_value; so does a key without a value, except for a string or
+    /// list.
     template <typename T>
     result<T> get(const c_text &section, const c_text &key) const
     {

@@ -186,6 +186,34 @@ TEST_F(Layer, NumbersInHexadecimal)
     EXPECT_EQ(doc.get<signed char>("net", "hex").error(), wyx::errc::ini_key_value);
 }
 
+TEST_F(Layer, FloatingPointNumbersAreReadAlikeByEveryLibrary)
+{
+    for (const char *text : {"1e999", "1e-999", "0x10", "0x1p3", "+1.5", "1.5x", "-", "\v2.5"}) {
+        wyx::document doc = Load();
+        ASSERT_TRUE(doc.set("net", "ratio", text));
+        EXPECT_EQ(doc.get<double>("net", "ratio").error(), wyx::errc::ini_key_value) << text;
+    }
+    wyx::document doc = Load();
+    ASSERT_TRUE(doc.set("net", "ratio", " -1e39 "));
+    EXPECT_EQ(*doc.get<double>("net", "ratio"), -1e39);
+    EXPECT_EQ(doc.get<float>("net", "ratio").error(), wyx::errc::ini_key_value);
+}
+
+TEST_F(Layer, ListsLeaveOutBlanksQuotationMarksAndAnEmptyEnd)
+{
+    const std::pair<const char *, wyx::document::list> cases[] = {
+        {"a,", {"a"}},
+        {",a", {"", "a"}},
+        {"a,,b", {"a", "", "b"}},
+        {"\" a \" , \"b,c\"", {" a ", "b,c"}},
+    };
+    for (const auto &[text, items] : cases) {
+        wyx::document doc = Load();
+        ASSERT_TRUE(doc.set("net", "codecs", text));
+        EXPECT_EQ(*doc.get<wyx::document::list>("net", "codecs"), items) << text;
+    }
+}
+
 TEST_F(Layer, DefaultsTakeTheirPlaceWhereverAGetFails)
 {
     const wyx::document doc = Load();
@@ -279,6 +307,12 @@ TEST_F(Layer, MovesLeaveNothingDangling)
     EXPECT_EQ(other.get_or("net", "port", 0), 5060);
     doc = std::move(other);
     EXPECT_EQ(doc.get_or("net", "port", 0), 5060);
+    wyx::document full = Load();
+    doc = std::move(full); // what doc held is released, not handed back
+    EXPECT_EQ(full.record().pStrLine, nullptr);
+    wyx::document &same = doc;
+    doc = std::move(same);
+    EXPECT_EQ(doc.get_or("net", "port", 0), 5060);
 
     auto value = *doc.get("net", "port");
     wyx::ini_text taken = std::move(value);
@@ -355,6 +389,7 @@ TEST(LayerValues, Base64IntoACallersContainer)
     ASSERT_TRUE(wyx::base64_encode("", text));
     EXPECT_EQ(text, "");
     EXPECT_TRUE(wyx::base64_decode(""));
+    EXPECT_EQ(wyx::base64_decode(std::string("TW\0Fu", 5))->view(), "Man") << "a NUL is skipped";
 }
 
 TEST(LayerValues, Base64FailureLeavesTheContainer)
@@ -364,6 +399,7 @@ TEST(LayerValues, Base64FailureLeavesTheContainer)
     EXPECT_EQ(result.error(), wyx::errc::base64_refused);
     EXPECT_STREQ(result.message(), "not Base64, too long, or no memory");
     EXPECT_EQ(text, "before");
+    EXPECT_EQ(wyx::base64_decode(nullptr).error(), wyx::errc::base64_refused);
     EXPECT_EQ(wyx::base64_encode(wyx::bytes(&text, std::size_t{1} << 31)).error(),
               wyx::errc::base64_refused);
 }
