@@ -11,9 +11,7 @@ if(NOT Python3_Interpreter_FOUND)
     return()
 endif()
 
-set(modules crc md5 dlink slink hash ini_parser ip4_ip6_parser base64)
-set(services os_adapter bounded)
-set(stamps "")
+set(page "")
 if(TARGET wyx)
     set(page "${WYX_MAN_FOLDER}/man1/wyx.1")
     set(grammar "${PROJECT_SOURCE_DIR}/tools/wyx/verbs/commands.cpp")
@@ -24,36 +22,16 @@ if(TARGET wyx)
             --output "${page}"
         DEPENDS "${grammar}" "${frame}" "${PROJECT_SOURCE_DIR}/scripts/make_tool_man.py"
         VERBATIM)
-    list(APPEND stamps "${page}")
 endif()
-foreach(name IN ITEMS types ${modules} ${services})
-    set(page wyx_${name})
-    set(library wyx_commlib)
-    set(include wyx_commlib/${name}.h)
-    set(header "${PROJECT_SOURCE_DIR}/include/${include}")
-    set(see_also "wyx_commlib(3)")
-    if(name STREQUAL "types")
-        set(page wyx_commlib)
-        set(include wyx_commlib/commlib.h)
-        list(TRANSFORM modules PREPEND wyx_ OUTPUT_VARIABLE see_also)
-        list(APPEND see_also wyx_bounded wyx_os_adapter)
-        list(SORT see_also)
-        list(TRANSFORM see_also APPEND "(3)")
-        list(PREPEND see_also "wyx(1)")
-    elseif(name IN_LIST services)
-        set(library wyx_os_adapter)
-        set(include ${name}.h)
-        set(header "${PROJECT_SOURCE_DIR}/platform/${include}")
-    endif()
-    set(stamp "${WYX_MAN_FOLDER}/${page}.stamp")
-    add_custom_command(OUTPUT "${stamp}"
-        COMMAND "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/scripts/make_man.py" "${header}"
-            --page ${page} --version ${PROJECT_VERSION} --date "${WYX_MAN_DATE}"
-            --include ${include} --library ${library} --output "${WYX_MAN_FOLDER}/man3"
-            --see-also ${see_also}
-        COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
-        DEPENDS "${header}" "${PROJECT_SOURCE_DIR}/scripts/make_man.py"
-        VERBATIM)
-    list(APPEND stamps "${stamp}")
-endforeach()
-add_custom_target(wyx_manuals ALL DEPENDS ${stamps})
+file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/include/wyx_commlib/*.h"
+    "${PROJECT_SOURCE_DIR}/platform/*.h" "${PROJECT_SOURCE_DIR}/docs/*.md"
+    "${PROJECT_SOURCE_DIR}/docs/modules/*.md" "${PROJECT_SOURCE_DIR}/examples/*.c")
+set(stamp "${WYX_MAN_FOLDER}/man3.stamp")
+add_custom_command(OUTPUT "${stamp}"
+    COMMAND "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/scripts/make_man.py"
+        --version ${PROJECT_VERSION} --date "${WYX_MAN_DATE}" --output "${WYX_MAN_FOLDER}/man3"
+    COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
+    DEPENDS ${sources} "${PROJECT_SOURCE_DIR}/scripts/make_man.py"
+        "${PROJECT_SOURCE_DIR}/scripts/public_headers.py"
+    VERBATIM)
+add_custom_target(wyx_manuals ALL DEPENDS ${page} "${stamp}")

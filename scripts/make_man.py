@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Makes a manual page (mdoc) from a public header, whose comments are the manual.
+"""Makes the manual pages of section 3 (mdoc) from the public headers, whose comments are the manual.
 
-    scripts/make_man.py HEADER --page wyx_crc --version 1.0.0 --date "May 1, 2026"
-        --include wyx_commlib/crc.h --library wyx_commlib --output FOLDER [--see-also PAGE...]
+    scripts/make_man.py --version 1.0.0 --date "May 1, 2026" --output FOLDER
 
-Writes FOLDER/PAGE.3, and for each call a link FOLDER/CALL.3 to it. Understands the comments as
-this project writes them; anything else ends it with an error instead of a page with holes.
+Writes a page for each header (wyx_crc.3), with its types, its statuses and a list of its calls; a
+page for each call (XELP_CRC_32.3); and one for all building blocks of a header
+(wyx_slink_blocks.3), to which their names are links.
 """
 
 import argparse
@@ -14,90 +14,13 @@ import re
 import sys
 import textwrap
 
-LINE = re.compile(r"^\s*/?\*\*?/?\s?")
+sys.dont_write_bytecode = True
+from public_headers import parse, sections, statuses_of  # noqa: E402
 
-
-class Declaration:
-    """What a comment documents: a call, callback, record, enumeration, type or variable."""
-
-    def __init__(self, doc, code):
-        self.doc = doc
-        self.code = code  # as written in the header, comments of fields included
-        plain = re.sub(r"/\*.*?\*/", "", code, flags=re.S)
-        plain = re.sub(r"^#.*$|__attribute__\(\(.*\)\)", "", plain, flags=re.M)
-        self.flat = " ".join(plain.split()).rstrip("; ")
-        self.flat = re.sub(r"\b(WYX_API|WYX_ENUM32) ?", "", self.flat)
-        name = re.match(r"typedef .*\(\*(\w+)\)\(|.*?(\w+)\(|.*\b(\w+)(\[\d+\])?$", self.flat)
-        self.name = name[1] or name[2] or name[3]
-        if self.flat.startswith("typedef enum"):
-            self.kind = "enum"
-        elif re.match(r"typedef struct[^;]*\{", self.flat):
-            self.kind = "struct"
-        elif name[1]:
-            self.kind = "callback"
-        elif self.flat.startswith("typedef"):
-            self.kind = "type"
-        elif name[2]:
-            self.kind = "call"
-        else:
-            self.kind = "variable"
-
-    def is_statuses(self):
-        return self.kind == "enum" and "ErrCode" in self.code
-
-    def prototype(self):
-        """Result type and arguments of a call or callback."""
-        match = re.match(r"(?:typedef )?(.*?)(?:\(\*)?\w+\)?\((.*)\)$", self.flat)
-        arguments = [argument.strip() for argument in match[2].split(",")]
-        return match[1].strip(), arguments
-
-    def members(self):
-        """(code, comment) for each enumerator or field."""
-        body = self.code[self.code.index("{") + 1:self.code.rindex("}")]
-        found = re.findall(r"\s*([^/]+?)[,;]?\s*/\*\*<(.*?)\*/", body, flags=re.S)
-        if len(found) != body.count("/**<") or not found:
-            sys.exit(f"{self.name}: a member without a comment")
-        return [(code, strip_comment(comment)) for code, comment in found]
-
-
-def strip_comment(text):
-    return "\n".join(LINE.sub("", line) if line.strip().startswith("*") else line.strip()
-                     for line in text.strip().splitlines())
-
-
-def strip_block(block):
-    """The text of a /** */ comment: without its frame, with its indentation."""
-    lines = block.removeprefix("/**").removesuffix("*/").splitlines()
-    return "\n".join(re.sub(r"^\s*\* ?", "", line).rstrip() for line in lines).strip()
-
-
-def parse(text):
-    """The comment of the file, and a list of groups: (title, comment, declarations)."""
-    blocks = list(re.finditer(r"/\*\*(?!<).*?\*/", text, flags=re.S))
-    about = strip_block(blocks[0][0])
-    groups = [("", "", [])]
-    for block in blocks[1:]:
-        doc = strip_block(block[0])
-        if doc == "@}":
-            continue
-        if doc.startswith("@name"):
-            title, _, rest = doc.removesuffix("@{").removeprefix("@name").strip().partition("\n")
-            groups.append((title.strip(), rest.strip(), []))
-            continue
-        if text[block.end():].lstrip().startswith("#"):
-            continue  # a macro, which only the headers use
-        rest = re.sub(r"/\*.*?\*/", lambda match: " " * len(match[0]), text[block.end():],
-                      flags=re.S)
-        depth = 0
-        for at, char in enumerate(rest):
-            depth += (char == "{") - (char == "}")
-            if char == ";" and depth == 0:
-                break
-        end = block.end() + at + 1
-        groups[-1][2].append(Declaration(doc, text[block.end():end].strip()))
-    for line in re.finditer(r"^typedef (?!.*[({]).*;\s*/\*\*<(.*?)\*/", text, flags=re.M):
-        groups[0][2].append(Declaration(line[1].strip(), line[0].split("/*")[0].strip()))
-    return about, [group for group in groups if group[2]]
+ROOT = pathlib.Path(__file__).resolve().parents[1]
+HEADERS = [*(f"include/wyx_commlib/{name}.h" for name in (
+    "types", "crc", "md5", "dlink", "slink", "hash", "ini_parser", "ip4_ip6_parser", "base64",
+    "status_text")), "platform/os_adapter.h", "platform/bounded.h"]
 
 
 # ---- mdoc
@@ -218,162 +141,194 @@ def markup(text, first=False):
     return out
 
 
-def sections(doc):
-    """(brief, text, parameters, result, sources) of a call's comment."""
-    pieces = re.split(r"^(?=@(?:brief|param|return)\b)", doc, flags=re.M)
-    brief, text, parameters, result, sources = "", "", [], "", ""
-    for piece in pieces:
-        if piece.startswith(("@brief", "@return")):
-            head, _, rest = re.sub(r"^@\w+\s+", "", piece).partition("\n\n")
-            text += "\n\n" + rest
-            # The lines that continue a result are indented below its first word.
-            if piece.startswith("@brief"):
-                brief = head
-            elif "@par " in head:
-                result, _, more = head.partition("@par ")
-                sources += "\n\n@par " + more
-            else:
-                result = head
-        elif piece.startswith("@param"):
-            match = re.match(r"@param\[([a-z,]+)\]\s+(\w+)\s+(.*)", piece, flags=re.S)
-            rest, _, more = match[3].partition("@par ")
-            parameters.append((match[2], match[1], rest))
-            if more:
-                sources += "\n\n@par " + more
-        else:
-            text += "\n\n" + piece
-    return brief, text, parameters, result, sources
+def tagged(pairs):
+    """A list of terms, each with its explanation."""
+    out = [".Bl -tag -width Ds"]
+    for term, about in pairs:
+        out += [".It " + term, *sentences(about)]
+    return [*out, ".El"] if len(out) > 1 else []
 
 
-def arguments(declaration):
+def members(pairs):
+    return tagged((f'Li "{escape(" ".join(code.split()), code=True)}"', about[0].upper() + about[1:] + ".")
+                  for code, about in pairs)
+
+
+def prototype(declaration):
     result, parameters = declaration.prototype()
     return [".Ft " + escape(result),
             ".Fn " + declaration.name + "".join(f' "{escape(item)}"' for item in parameters)]
 
 
-def call(declaration, heading):
-    brief, text, parameters, result, sources = sections(declaration.doc)
-    out = [heading + " " + declaration.name]
-    if declaration.kind == "callback":
-        returned, parameters_code = declaration.prototype()
-        out += listing(f"typedef {returned} (*{declaration.name})(" +
-                       ",\n        ".join(parameters_code) + ");")
-        out.append(".Pp")
-    out += markup(brief + text, first=True)
-    if parameters:
-        out.append(".Bl -tag -width Ds")
-        for name, direction, about in parameters:
-            out.append(f".It Fa {name} Pq {direction.replace(',', ', ')}")
-            out += sentences(about)
-        out.append(".El")
-    if result:
-        result = re.sub(r"^ {1,9}(?! *- )", "", result, flags=re.M)
-        if result.startswith("- "):
-            out += [".Pp", "Returns:"] + markup(re.sub(r"(?m)^(?!- )", "  ", result))
-        else:
-            out += markup("Returns " + result)
-    return out + markup(sources)
+def describe_call(declaration):
+    """What a call or callback does, and its parameters."""
+    brief, text, parameters, _, sources = sections(declaration.doc)
+    return (markup(brief + text, first=True) + tagged(
+        (f"Fa {name} Pq {direction.replace(',', ', ')}", about) for name, direction, about in parameters)
+        + markup(sources))
 
 
-def members(declaration):
-    out = [".Bl -tag -width Ds"]
-    for code, about in declaration.members():
-        out.append(".It Li " + '"' + escape(" ".join(code.split()), code=True) + '"')
-        out += sentences(about[0].upper() + about[1:] + ".")
-    return out + [".El"]
+def describe_result(declaration, lead=""):
+    result = re.sub(r"^ {1,9}(?! *- )", "", sections(declaration.doc)[3], flags=re.M)
+    if result.startswith("- "):
+        out = markup(re.sub(r"(?m)^(?!- )", "  ", result))
+        return [".Pp", lead.strip() + ":", *out] if lead else out
+    return markup(lead + result) if lead else markup(result[:1].upper() + result[1:], first=True)
 
 
 def describe(declaration):
-    if declaration.kind in ("call", "callback"):
-        return call(declaration, ".Ss")
+    """A declaration under a heading of its own."""
     out = [".Ss " + declaration.name]
-    if declaration.kind in ("type", "variable"):
+    if declaration.kind == "callback":
+        returned, parameters = declaration.prototype()
+        out += listing(f"typedef {returned} (*{declaration.name})(" +
+                       ",\n        ".join(parameters) + ");") + [".Pp"]
+    elif declaration.kind in ("type", "variable"):
         out += listing(declaration.flat + ";") + [".Pp"]
-    elif declaration.kind == "enum":
-        out += listing("enum " + declaration.name) + [".Pp"]
-    else:
-        out += listing("struct " + declaration.name) + [".Pp"]
+    elif declaration.kind in ("enum", "struct"):
+        out += listing(f"{declaration.kind} {declaration.name}") + [".Pp"]
+    if declaration.kind in ("call", "callback"):
+        lead = "Returns " if sections(declaration.doc)[3] else ""
+        return out + describe_call(declaration) + describe_result(declaration, lead)
     out += markup(re.sub(r"^@brief ", "", declaration.doc), first=True)
-    if declaration.kind in ("enum", "struct"):
-        out += members(declaration)
-    return out
+    return out + (members(declaration.members()) if declaration.kind in ("enum", "struct") else [])
 
 
-def page(options, text):
-    about, groups = parse(text)
-    about = re.sub(r"^@file .*\n", "", about)
-    brief, _, about = about.removeprefix("@brief ").partition("\n\n")
-    example = re.search(r"@code\{\.c\}\n.*?@endcode\n?", about, flags=re.S)
-    if example:  # stays if the text leads up to it
-        before = about[:example.start()].rstrip()
-        if before.endswith(":"):
-            example = None
-        else:
-            about = before + "\n\n" + about[example.end():].lstrip("\n")
-    everything = [item for _, _, items in groups for item in items]
-    calls = [item for item in everything if item.kind == "call"]
+def see_also(names):
+    names = sorted({name if "(" in name else name + "(3)" for name in names},
+                   key=lambda name: (name[-2], name.lower()))
+    lines = [f".Xr {name[:-3]} {name[-2]} ," for name in names]
+    return [".Sh SEE ALSO", *lines[:-1], lines[-1].removesuffix(" ,")]
 
-    out = ["'\\\" t", f".Dd {options.date}", f".Dt {options.page.upper()} 3",
-           f".Os libwyx_commlib {options.version}", ".Sh NAME"]
-    names = [options.page] + [item.name for item in calls]
-    out += [f".Nm {name} ," for name in names[:-1]] + [f".Nm {names[-1]}"]
-    out.append(".Nd " + inline(" ".join(brief.split()).rstrip(".")))
-    out += [".Sh LIBRARY", f"{options.library} (lib{options.library}, \\-l{options.library})"]
-    out += [".Sh SYNOPSIS", f".In {options.include}"]
-    for item in calls:
-        out += arguments(item)
-    for item in everything:
-        if item.kind == "variable":
-            out.append(".Vt " + escape(item.flat) + ";")
-    out.append(".Sh DESCRIPTION")
-    out += markup(about, first=True)
-    for title, comment, items in groups:
-        described = [item for item in items if item.kind in ("call", "variable")]
-        if described:
-            out.append(".Sh " + escape(title.upper() or "CALLS"))
-            out += markup(comment, first=True)
-            for item in described:
-                out += describe(item)
-    types = [item for item in everything
-             if item.kind in ("callback", "struct", "enum", "type") and not item.is_statuses()]
-    if types:
-        out.append(".Sh TYPES")
+
+class Header:
+    """A public header, from which pages are made."""
+
+    def __init__(self, path):
+        about, self.groups = parse((ROOT / path).read_text(encoding="utf-8"))
+        self.brief, _, self.about = re.sub(r"^@file .*\n@brief ", "", about).partition("\n\n")
+        stem = pathlib.Path(path).stem.replace("types", "commlib")
+        self.page = "wyx_" + stem
+        inside = path.startswith("include")
+        self.include = f"wyx_commlib/{stem}.h" if inside else stem + ".h"
+        self.library = "wyx_commlib" if inside else "wyx_os_adapter"
+        self.calls, self.blocks, self.others = [], [], []  # declarations with what their groups say
+        for title, comment, items in self.groups:
+            comment = f"**{title}.** {comment}" if title and comment else comment
+            block = title.startswith("Building blocks")
+            for item in items:
+                kind = self.blocks if block else self.calls if item.kind == "call" else self.others
+                kind.append((item, comment))
+        self.statuses = [item for item, _ in self.others if item.is_statuses()]
+
+    def start(self, name, brief, items=()):
+        """A page up to its description. Its heading names the project, not an operating system."""
+        out = ["'\\\" t", f".Dd {OPTIONS.date}",
+               ".ds doc-volume-operating-system libwyx_commlib", f".Dt {name.upper()} 3",
+               f".Os libwyx_commlib {OPTIONS.version}", ".Sh NAME"]
+        names = [name] + [item.name for item in items if item.kind == "call" and item.name != name]
+        out += [f".Nm {name} ," for name in names[:-1]] + [".Nm " + names[-1]]
+        brief = " ".join(brief.split()).partition(". ")[0].rstrip(".")
+        out.append(".Nd " + inline(brief[0].lower() + brief[1:] if brief[1].islower() else brief))
+        out += [".Sh LIBRARY", f"{self.library} (lib{self.library}, \\-l{self.library})"]
+        out += [".Sh SYNOPSIS", f".In {self.include}"]
+        for item in items:
+            if item.kind == "call":
+                out += prototype(item)
+            elif item.kind == "variable":
+                out.append(".Vt " + escape(item.flat) + ";")
+        return out + [".Sh DESCRIPTION"]
+
+    def overview(self, related):
+        out = self.start(self.page, self.brief) + markup(self.about, first=True)
+        for title, comment, items in self.groups:
+            calls = [item for item in items if item.kind == "call"]
+            if title.startswith("Building blocks"):
+                related = {*related, self.page + "_blocks"}
+            elif calls:
+                out += [".Sh " + escape(title.upper() or "CALLS"), *markup(comment, first=True)]
+                out += tagged((f"Xr {item.name} 3", sections(item.doc)[0]) for item in calls)
+        types = [item for item, _ in self.others if item not in self.statuses]
+        out += [".Sh TYPES"] if types else []
         for item in types:
             out += describe(item)
-    statuses = [item for item in everything if item.is_statuses()]
-    if statuses:
-        out.append(".Sh RETURN VALUES")
-        for number, item in enumerate(statuses):
-            out += markup(item.doc, first=number == 0) + members(item)
-    if example:
-        out.append(".Sh EXAMPLES")
-        out += markup(example[0], first=True)
-    if options.see_also:
-        out.append(".Sh SEE ALSO")
-        last = options.see_also[-1]
-        for name in options.see_also:
-            title, section = name.rstrip(")").split("(")
-            out.append(f".Xr {title} {section}" + ("" if name == last else " ,"))
-    return "\n".join(out) + "\n", [item.name for item in calls]
+        out += [".Sh RETURN VALUES"] if self.statuses else []
+        for number, item in enumerate(self.statuses):
+            out += markup(item.doc, first=number == 0) + members(item.members())
+        return out + see_also(related)
+
+    def page_of_blocks(self):
+        out = self.start(self.page + "_blocks", "building blocks of " + self.page,
+                         [item for item, _ in self.blocks])
+        out += ["The calls of", f".Xr {self.page} 3", "are made of these functions, which are exported as well."]
+        for title, comment, items in self.groups:
+            if title.startswith("Building blocks"):
+                out += [".Sh " + escape(title.rpartition(": ")[2].upper()), *markup(comment, first=True)]
+                for item in items:
+                    out += describe(item)
+        return out + see_also([self.page])
+
+    def page_of_call(self, item, comment, examples, every_call):
+        out = self.start(item.name, sections(item.doc)[0], [item])
+        out += describe_call(item) + markup(comment)
+        out += [".Sh RETURN VALUES", *describe_result(item)] if sections(item.doc)[3] else []
+        fitting = [code for code in examples if re.search(rf"\b{item.name}\(", code)]
+        if fitting:
+            out += [".Sh EXAMPLES", *listing(min(fitting, key=len))]
+        elif "@code" in self.about:
+            out += [".Sh EXAMPLES", f".Xr {self.page} 3", "shows how the calls are used together."]
+        names = statuses_of(item, self.groups)
+        errors = [pair for declared in self.statuses for pair in declared.members()
+                  if pair[0].split()[0] in names and not re.search(r"_OK_|= 0$", pair[0])]
+        if errors:
+            errors.sort(key=lambda pair: int(pair[0].split()[-1]))
+            out += [".Sh ERRORS", *members(errors)]
+        named = {name for name in re.findall(r"(\w+)\(\)", item.doc) if name in every_call}
+        return out + see_also({self.page, *named} - {item.name})
+
+
+def examples_of(headers):
+    """The examples in headers and documents, and the functions of the programs in examples/."""
+    found = [code for header in headers
+             for code in re.findall(r"@code\{\.c\}\n(.*?)@endcode", header.about, flags=re.S)]
+    for page in sorted((ROOT / "docs").glob("**/*.md")):
+        found += re.findall(r"(?ms)^```c\n(.*?)^```", page.read_text(encoding="utf-8"))
+    for program in sorted((ROOT / "examples").glob("*.c")):
+        found += re.findall(r"(?ms)^\w[^\n;]*\n\{\n.*?^\}\n", program.read_text(encoding="utf-8"))
+    return found
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("header", type=pathlib.Path)
-    for name in ("page", "version", "date", "include", "library"):
-        parser.add_argument("--" + name, required=True)
-    parser.add_argument("--output", type=pathlib.Path, required=True)
-    parser.add_argument("--see-also", nargs="*", default=[])
-    options = parser.parse_args()
-
-    text, calls = page(options, options.header.read_text(encoding="utf-8"))
-    options.output.mkdir(parents=True, exist_ok=True)
-    (options.output / f"{options.page}.3").write_text(text, encoding="utf-8")
-    for name in calls:
-        link = options.output / f"{name}.3"
-        link.unlink(missing_ok=True)
-        link.symlink_to(f"{options.page}.3")
+    headers = [Header(path) for path in HEADERS]
+    examples = examples_of(headers)
+    every_call = {item.name for header in headers for item, _ in header.calls + header.blocks}
+    pages = {}
+    for header in headers:
+        related = {"wyx_commlib"}
+        if header.page == "wyx_commlib":
+            related = {"wyx(1)", *(other.page for other in headers)} - {header.page}
+        pages[header.page] = header.overview(related)
+        for item, comment in header.calls:
+            pages[item.name] = header.page_of_call(item, comment, examples, every_call)
+        if header.blocks:
+            pages[header.page + "_blocks"] = header.page_of_blocks()
+        for item, _ in header.blocks:
+            pages[item.name] = header.page + "_blocks.3"
+    OPTIONS.output.mkdir(parents=True, exist_ok=True)
+    for path in OPTIONS.output.glob("*.3"):
+        path.unlink()
+    for name, page in pages.items():
+        path = OPTIONS.output / (name + ".3")
+        if isinstance(page, str):
+            path.symlink_to(page)
+        else:
+            path.write_text("\n".join(page) + "\n", encoding="utf-8")
 
 
 if __name__ == "__main__":
+    options = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    options.add_argument("--version", required=True)
+    options.add_argument("--date", required=True)
+    options.add_argument("--output", type=pathlib.Path, required=True)
+    OPTIONS = options.parse_args()
     main()

@@ -10,7 +10,7 @@ import sys
 from pathlib import Path
 
 sys.dont_write_bytecode = True
-from make_man import parse  # noqa: E402
+from public_headers import parse  # noqa: E402
 
 INCLUDE = Path(__file__).resolve().parents[1] / "include/wyx_commlib"
 HEADER = INCLUDE / "status_text.h"

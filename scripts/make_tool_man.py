@@ -69,16 +69,15 @@ def commands_of(source):
 
 
 def roff(text):
-    text = text.replace("\\", "\\e").replace("-", "\\-").replace("'", "\\(aq")
-    return re.sub(r"^(?=\.)", r"\\&", text, flags=re.M)
+    return text.replace("\\", "\\e").replace("-", "\\-").replace("'", "\\(aq")
 
 
 def sentences(text):
     """Each sentence on lines of its own, as mdoc expects."""
     lines = []
     for sentence in re.split(r"(?<=[\w)']\.) +", text):
-        lines += textwrap.wrap(sentence, 66, break_on_hyphens=False)
-    return roff("\n".join(lines))
+        lines += textwrap.wrap(roff(sentence), 78, break_on_hyphens=False)
+    return re.sub(r"^(?=\.)", r"\\&", "\n".join(lines), flags=re.M)
 
 
 def operands(command):

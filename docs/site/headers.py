@@ -9,7 +9,7 @@ ROOT = Path(__file__).resolve().parents[2]
 FOLDERS = (ROOT / "include/wyx_commlib", ROOT / "platform")
 
 sys.path.insert(0, str(ROOT / "scripts"))
-from make_man import parse, sections  # noqa: E402
+from public_headers import parse, sections, statuses_of  # noqa: E402
 
 # Words of sentences that say what a failed call leaves behind.
 LEFT = re.compile("nothing changed|changes nothing|as it was|slot is null|stays? (with|behind|done)"
@@ -62,21 +62,6 @@ def _call(declaration, group, group_text):
                 _joined(returns), group, _joined(group_text))
 
 
-def _codes_of(call, calls, seen=()):
-    """The statuses a call returns: those it names, and those of the calls it refers to."""
-    if call.name in seen:
-        return set()
-    text = re.sub(r"never returns #\w+", "", call.returns)
-    if "the status of a line, see above" in text:
-        text += next(other.group_text for other in calls.values() if other.group == "Lookups")
-    codes = set(STATUS.findall(text))
-    for names in re.findall(r"\b(?:as|status of|one of) ((?:\w+\(\)(?: or )?)+)", text):
-        for name in re.findall(r"\w+", names):
-            if name in calls:
-                codes |= _codes_of(calls[name], calls, (*seen, call.name))
-    return codes
-
-
 def can_fail(call):
     """Does it return a status, or report a failure in another way?"""
     said = call.returns + " ".join(text for _, _, text in call.params)
@@ -96,21 +81,20 @@ def left_by_failure(call):
 
 def read(path):
     """The calls and statuses of one header, in its order."""
-    calls, statuses = {}, []
-    for title, text, declarations in parse(path.read_text(encoding="utf-8"))[1]:
+    calls, codes, statuses = [], {}, []
+    groups = parse(path.read_text(encoding="utf-8"))[1]
+    for title, text, declarations in groups:
         for declaration in declarations:
             if declaration.kind == "call":
-                calls[declaration.name] = _call(declaration, title, text)
+                calls.append(_call(declaration, title, text))
+                codes[declaration.name] = statuses_of(declaration, groups)
             elif declaration.is_statuses():
                 for code, said in declaration.members():
                     name, _, number = code.split()
                     statuses.append(Status(name, int(number), _joined(said)))
-    for call in calls.values():
-        codes = _codes_of(call, calls)
-        for status in statuses:
-            if status.name in codes:
-                status.calls.append(call.name)
-    return Header(path.name, list(calls.values()), statuses)
+    for status in statuses:
+        status.calls += [name for name, returned in codes.items() if status.name in returned]
+    return Header(path.name, calls, statuses)
 
 
 @functools.cache

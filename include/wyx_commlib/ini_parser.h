@@ -244,11 +244,11 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 
 /** @} */
 /** @name Lookups
- * They never change the document. Each reads its lines in one or two passes. A line that is an
- * empty string ends the call with #XELP_ERR_INI_INPUT_PARA_ERR, and one of no known kind with
+ * A lookup never changes the document, whose lines it reads in one or two passes. A line that is an
+ * empty string ends it with #XELP_ERR_INI_INPUT_PARA_ERR, and one of no known kind with
  * #XELP_ERR_INI_LINE_UNKNOWN. A malformed header, or a malformed key line in the section's block,
- * ends it with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that the call does
- * not reach do no harm. @{ */
+ * ends it with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that it does not reach
+ * do no harm. @{ */
 
 /**
  * @brief The value of a key.
@@ -264,7 +264,7 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
- * - the status of a line, see above
+ * - the status of a line that fails a lookup
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                        const QAL_INT8 *section, const QAL_INT8 *key,
@@ -286,7 +286,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line, see above
+ * - the status of a line that fails a lookup
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -305,7 +305,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line, see above
+ * - the status of a line that fails a lookup
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section, QAL_UINT32 *keyNum,
@@ -321,9 +321,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 
 /** @} */
 /** @name Edits
- * They change the document in memory. Storing or removing a line sets its ulLabel to 1. There is
- * no rollback: what was done before a failure stays done. The lines that an edit reads can fail it
- * as they fail a lookup. Arguments may point into the document's own lines. @{ */
+ * An edit changes the document in memory. Storing or removing a line sets its ulLabel to 1. There
+ * is no rollback: what was done before a failure stays done. The lines that an edit reads can fail
+ * it as they fail a lookup. Arguments may point into the document's own lines. @{ */
 
 /**
  * @brief Sets the value of a key; adds the key and its section if they are missing.
@@ -366,7 +366,7 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * - #XELP_ERR_INI_FILE_EMPTY: key, value and comment of exactly 508 bytes together, which leave no
  *   room to end a line with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line, see above
+ * - the status of a line that fails a lookup
  */
 WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
                                        QAL_INT8 *key, QAL_INT8 *buf);
@@ -381,7 +381,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
- * - the status of a line, see above; what came before that line is deleted
+ * - the status of a line that fails a lookup; what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -397,7 +397,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
- * - the status of a line, see above; what came before that line is deleted
+ * - the status of a line that fails a lookup; what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                   const QAL_INT8 *section, const QAL_INT8 *key);

@@ -425,7 +425,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * With these, the calls above take and return slots. If you take or return slots yourself, the
+ * The other calls take and return slots with these two. If you take or return slots yourself, the
  * list counts more or fewer elements than it has. Even then no call leaves the block or follows
  * the index *none*. If the count is not 0 but there is no cursor, calls that need one report an
  * empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.

@@ -7,13 +7,28 @@ set -euo pipefail
 man=$2
 failed=0
 
+fail() {
+    echo "$1"
+    failed=1
+}
+
 case $1 in
 lint)
     # Pages refer to one another before they are installed, and name the library in the footer.
-    if mandoc -T lint "$man"/man1/*.1 "$man"/man3/wyx_*.3 2>&1 |
+    if mandoc -T lint "$man"/man1/*.1 "$man"/man3/*.3 2>&1 |
         grep -v 'STYLE: referenced manual not found: \|STYLE: operating system explicitly' |
         grep -v '^mandoc: outdated mandoc.db'; then
         failed=1
+    fi
+    # Here they must be found.
+    while read -r name section; do
+        [[ -e $man/man$section/$name.$section ]] || fail "no page $name($section)"
+    done < <(sed -n 's/^\.\(It \)\?Xr \([^ ]*\) \([1-9]\).*/\2 \3/p' "$man"/man3/* | sort -u)
+    # The heading that readers with groff see.
+    if command -v groff >/dev/null; then
+        heading=$(groff -mandoc -Tascii "$man/man3/XELP_CRC_32.3" | sed -n 1p)
+        [[ $heading == *" libwyx_commlib Library Functions Manual "* ]] ||
+            fail "XELP_CRC_32(3) has the heading '$heading'"
     fi
     ;;
 complete)
@@ -23,20 +38,14 @@ complete)
         "$source_folder"/platform/{os_adapter,bounded}.h; do
         stem=$(basename "$header" .h)
         case $stem in
-        commlib) continue ;;     # which only includes the others
-        status_text) continue ;; # which has no exports
+        commlib) continue ;; # which only includes the others
         types) stem=commlib ;;
         esac
-        page=$man/man3/wyx_$stem.3
-        if [[ ! -e $page ]]; then
-            echo "$page is missing"
-            failed=1
-            continue
-        fi
+        overview=$man/man3/wyx_$stem.3
+        [[ -e $overview ]] || { fail "$overview is missing"; continue; }
         # Prototypes, by another method than the one that makes them: joined from the page, as in
         # the header.
         flat=$(sed 's|/\*.*\*/||; /\/\*/,/\*\//d' "$header" | tr -s ' \n' ' ')
-        synopsis=$(sed -n '/^\.Sh SYNOPSIS/,/^\.Sh DESCRIPTION/p' "$page")
         count=0
         while read -r name; do
             case $flat in
@@ -44,27 +53,38 @@ complete)
             *) continue ;;
             esac
             count=$((count + 1))
+            page=$man/man3/$name.3
+            case $(readlink "$page") in
+            '') # a page of its own
+                grep -q "^\.It Xr $name 3$" "$overview" || fail "$overview: does not list $name"
+                [[ $(grep -c '^\.Nm\|^\.Xr' "$page") -lt 10 ]] || fail "$page: is not about one call"
+                # Every status that it returns has its number.
+                for status in $(sed -n '/^\.Sh RETURN/,/^\.Sh [ES]/p' "$page" | grep -Eo 'XELP_ERR_\w+'); do
+                    [[ $status == *_OK ]] || grep -qx "\.It Li \"$status = [1-9][0-9]*\"" "$page" ||
+                        fail "$page: $status is not among the errors with its number"
+                done
+                ;;
+            "wyx_${stem}_blocks.3")
+                grep -q "^\.Ss $name$" "$page" || fail "$page: does not describe $name"
+                ;;
+            *) fail "$page leads to the wrong page" ;;
+            esac
+            synopsis=$(sed -n '/^\.Sh SYNOPSIS/,/^\.Sh DESCRIPTION/p' "$page")
             type=$(grep -B 1 "^\.Fn $name " <<<"$synopsis" | sed -n 's/^\.Ft //p') || true
             list=$(sed -n "s/^\.Fn $name \"\(.*\)\"$/\1/p" <<<"$synopsis" | sed 's/" "/, /g')
             prototype="WYX_API $type $name($list)"
             prototype=${prototype//\* /\*}
-            if [[ $flat != *"$prototype"* ]]; then
-                echo "$page: not as in the header: $prototype"
-                failed=1
-            fi
-            grep -q "^\.Ss $name$" "$page" || { echo "$page: does not describe $name"; failed=1; }
-            if [[ $(readlink "$man/man3/$name.3") != "wyx_$stem.3" ]]; then
-                echo "$man/man3/$name.3 does not lead to the page"
-                failed=1
-            fi
+            [[ $flat == *"$prototype"* ]] || fail "$page: not as in the header: $prototype"
         done < <(grep -v '^MD5Transform$\|^Encode$\|^Decode$\|^QAL_CHARset$' <<<"$exports")
         # Enumerators with their numbers.
         while read -r enumerator; do
-            grep -qF ".It Li \"$enumerator\"" "$page" ||
-                { echo "$page: does not have $enumerator"; failed=1; }
+            grep -qF ".It Li \"$enumerator\"" "$overview" || fail "$overview: does not have $enumerator"
         done < <(grep -Eo '^ +[A-Z]\w+ = [0-9]+' "$header" | sed 's/^ *//')
-        echo "$(basename "$page"): $count calls"
-        [[ $stem == commlib ]] || ((count > 0)) || { echo "$page: no call found"; failed=1; }
+        echo "$(basename "$overview"): $count calls"
+        case $stem in
+        commlib | status_text) ;; # nothing to export
+        *) ((count > 0)) || fail "$overview: no call found" ;;
+        esac
     done
     ;;
 esac
