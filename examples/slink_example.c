@@ -13,7 +13,7 @@ static void ReleaseNothing(void *userNode)
     (void)userNode;
 }
 
-/* User nodes are not const, since a release callback may free them; the list never writes to one. */
+/* User nodes are not const, since a callback may free them; the list never writes to one. */
 static int Log(void *log, char *message)
 {
     QAL_UINT32 status = XELP_SLinkList_Insert(log, message, XELP_SLL_Insert_After_LastNode);

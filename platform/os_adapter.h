@@ -82,10 +82,10 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * error ends them. Opening a FIFO waits until another process opens its other end. For writing, a
  * symbolic link is not followed. A failed call leaves no new file, and an old one as it was.
  *
- * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its next
- * "w" of that name within ten seconds only creates a file, and fails if one exists. So two saves in
- * different processes cannot both take a name that both found free. The last 64 such names are
- * remembered.
+ * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
+ * next "w" of that name within ten seconds only creates a file, and fails if one exists. So two
+ * saves in different processes cannot both take a name that both found free. The last 64 such names
+ * are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.

@@ -31,9 +31,9 @@ START = """\
  * @file status_text.h
  * @brief What a status means, in words: one function for each module, in the header alone.
  *
- * The texts are those of the enumerations, which `scripts/make_status_text.py` copies here. They are
- * for logs and messages and may be reworded in any release; programs compare numbers. Numbers mean
- * something only together with their module, so there is no function for all of them.
+ * The texts are those of the enumerations, which `scripts/make_status_text.py` copies here. They
+ * are for logs and messages and may be reworded in any release; programs compare numbers. A number
+ * means something only together with its module, so there is no function for all of them.
  *
  * The functions look at nothing but the number. Any number of threads may call them.
  * @code{.c}
@@ -63,7 +63,8 @@ static inline const QAL_CHAR *wyx_{name}_status_text(QAL_UINT32 ulStatus)
 {{
     switch (ulStatus) {{
 {cases}
-    default: return "unknown status";
+        default:
+            return "unknown status";
     }}
 }}
 """
@@ -91,6 +92,13 @@ def texts_of(enumeration):
     return {number: ", or ".join(texts[number]) for number in sorted(texts)}
 
 
+def case(number, text):
+    """A label with its text, in literals that fit on a line."""
+    pieces = re.findall(r".{1,76}(?: |$)", text)
+    literals = ("\n" + " " * 19).join(f'"{piece}"' for piece in pieces)
+    return f"        case {number}:\n            return {literals};"
+
+
 def make():
     functions = {}
     for path in sorted(INCLUDE.glob("*.h")):
@@ -98,8 +106,7 @@ def make():
             for declaration in declarations:
                 if declaration.is_statuses():
                     name, owner = FUNCTIONS[re.search(r"enum (\w+)", declaration.flat)[1]]
-                    cases = "\n".join(f'    case {number}: return "{text}";'
-                                      for number, text in texts_of(declaration).items())
+                    cases = "\n".join(map(case, *zip(*texts_of(declaration).items())))
                     functions[name] = FUNCTION.format(owner=owner, name=name, cases=cases)
     if len(functions) != len(FUNCTIONS):
         sys.exit(f"enumerations found for {sorted(functions)} only")

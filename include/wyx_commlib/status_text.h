@@ -2,9 +2,9 @@
  * @file status_text.h
  * @brief What a status means, in words: one function for each module, in the header alone.
  *
- * The texts are those of the enumerations, which `scripts/make_status_text.py` copies here. They are
- * for logs and messages and may be reworded in any release; programs compare numbers. Numbers mean
- * something only together with their module, so there is no function for all of them.
+ * The texts are those of the enumerations, which `scripts/make_status_text.py` copies here. They
+ * are for logs and messages and may be reworded in any release; programs compare numbers. A number
+ * means something only together with its module, so there is no function for all of them.
  *
  * The functions look at nothing but the number. Any number of threads may call them.
  * @code{.c}
@@ -31,9 +31,12 @@ WYX_C_BEGIN
 static inline const QAL_CHAR *wyx_crc16_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "a pointer is null";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "a pointer is null";
+        default:
+            return "unknown status";
     }
 }
 
@@ -47,9 +50,12 @@ static inline const QAL_CHAR *wyx_crc16_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_crc32_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "a pointer is null";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "a pointer is null";
+        default:
+            return "unknown status";
     }
 }
 
@@ -63,15 +69,24 @@ static inline const QAL_CHAR *wyx_crc32_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_dlink_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "a null argument, no comparator, or an invalid position";
-    case 20: return "no memory";
-    case 30: return "no element matches";
-    case 40: return "the cursor is on the first element already";
-    case 50: return "the cursor is on the last element already";
-    case 60: return "the list is empty";
-    case 70: return "the callback stopped the walk";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "a null argument, no comparator, or an invalid position";
+        case 20:
+            return "no memory";
+        case 30:
+            return "no element matches";
+        case 40:
+            return "the cursor is on the first element already";
+        case 50:
+            return "the cursor is on the last element already";
+        case 60:
+            return "the list is empty";
+        case 70:
+            return "the callback stopped the walk";
+        default:
+            return "unknown status";
     }
 }
 
@@ -85,18 +100,30 @@ static inline const QAL_CHAR *wyx_dlink_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_hash_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "a null or zero argument";
-    case 20: return "no memory";
-    case 30: return "no entry has the key";
-    case 40: return "reserved, never returned";
-    case 50: return "reserved, never returned";
-    case 60: return "the table is empty";
-    case 70: return "the callback stopped the walk";
-    case 80: return "the hash function failed";
-    case 90: return "an entry has the key already";
-    case 100: return "the cursor is nowhere";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "a null or zero argument";
+        case 20:
+            return "no memory";
+        case 30:
+            return "no entry has the key";
+        case 40:
+            return "reserved, never returned";
+        case 50:
+            return "reserved, never returned";
+        case 60:
+            return "the table is empty";
+        case 70:
+            return "the callback stopped the walk";
+        case 80:
+            return "the hash function failed";
+        case 90:
+            return "an entry has the key already";
+        case 100:
+            return "the cursor is nowhere";
+        default:
+            return "unknown status";
     }
 }
 
@@ -110,27 +137,50 @@ static inline const QAL_CHAR *wyx_hash_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "no section of that name";
-    case 20: return "no key of that name in the section";
-    case 30: return "the file cannot be opened for reading";
-    case 40: return "never returned";
-    case 50: return "the saved file cannot be created or put in place";
-    case 60: return "a key line before the first section header";
-    case 70: return "never returned";
-    case 80: return "no memory, or the file cannot step back by a byte";
-    case 90: return "never returned";
-    case 100: return "a second search for the = of a key line found none";
-    case 110: return "malformed section header";
-    case 120: return "no key name, or a malformed one";
-    case 130: return "nothing there: end of file, a document without lines, an empty text or file name";
-    case 140: return "a line of more than 511 bytes";
-    case 150: return "never returned";
-    case 160: return "a line of no known kind, or text after a header that is no comment";
-    case 170: return "a null argument, a line that is an empty string, or text too long for one line";
-    case 180: return "the new file cannot be written, or its name is taken, or malformed value";
-    case 190: return "a semicolon without a blank before it";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "no section of that name";
+        case 20:
+            return "no key of that name in the section";
+        case 30:
+            return "the file cannot be opened for reading";
+        case 40:
+            return "never returned";
+        case 50:
+            return "the saved file cannot be created or put in place";
+        case 60:
+            return "a key line before the first section header";
+        case 70:
+            return "never returned";
+        case 80:
+            return "no memory, or the file cannot step back by a byte";
+        case 90:
+            return "never returned";
+        case 100:
+            return "a second search for the = of a key line found none";
+        case 110:
+            return "malformed section header";
+        case 120:
+            return "no key name, or a malformed one";
+        case 130:
+            return "nothing there: end of file, a document without lines, an empty text or file "
+                   "name";
+        case 140:
+            return "a line of more than 511 bytes";
+        case 150:
+            return "never returned";
+        case 160:
+            return "a line of no known kind, or text after a header that is no comment";
+        case 170:
+            return "a null argument, a line that is an empty string, or text too long for one "
+                   "line";
+        case 180:
+            return "the new file cannot be written, or its name is taken, or malformed value";
+        case 190:
+            return "a semicolon without a blank before it";
+        default:
+            return "unknown status";
     }
 }
 
@@ -144,12 +194,18 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_address_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 1: return "success, and the IPv4 text carried a port";
-    case 10: return "a pointer is null";
-    case 20: return "never returned";
-    case 30: return "the text is malformed";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 1:
+            return "success, and the IPv4 text carried a port";
+        case 10:
+            return "a pointer is null";
+        case 20:
+            return "never returned";
+        case 30:
+            return "the text is malformed";
+        default:
+            return "unknown status";
     }
 }
 
@@ -163,16 +219,26 @@ static inline const QAL_CHAR *wyx_address_status_text(QAL_UINT32 ulStatus)
 static inline const QAL_CHAR *wyx_slink_status_text(QAL_UINT32 ulStatus)
 {
     switch (ulStatus) {
-    case 0: return "success";
-    case 10: return "a null or zero argument, no comparator, invalid position";
-    case 20: return "no memory";
-    case 30: return "no free slot";
-    case 40: return "no element matches";
-    case 50: return "the cursor is on the first element already";
-    case 60: return "the cursor is on the last element already";
-    case 70: return "the list is empty";
-    case 80: return "the callback stopped the walk";
-    default: return "unknown status";
+        case 0:
+            return "success";
+        case 10:
+            return "a null or zero argument, no comparator, invalid position";
+        case 20:
+            return "no memory";
+        case 30:
+            return "no free slot";
+        case 40:
+            return "no element matches";
+        case 50:
+            return "the cursor is on the first element already";
+        case 60:
+            return "the cursor is on the last element already";
+        case 70:
+            return "the list is empty";
+        case 80:
+            return "the callback stopped the walk";
+        default:
+            return "unknown status";
     }
 }
 

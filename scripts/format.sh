@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Formats every C and C++ file of the tree: scripts/format.sh [--check]
+#
+# With --check, changes nothing and fails if a file would change. Each version of clang-format formats
+# differently; the files are for version 14. With another one the check is skipped: exit code 77.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+version=$(clang-format --version | sed 's/.*version \([0-9]*\).*/\1/')
+if [[ $version != 14 ]]; then
+    echo "clang-format is version $version, not 14"
+    exit 77
+fi
+options=(-i)
+[[ ${1-} == --check ]] && options=(--dry-run -Werror)
+find bench examples include platform src tests tools -name '*.[ch]' -o -name '*.[ch]pp' |
+    xargs clang-format "${options[@]}"
