@@ -9,20 +9,20 @@
 #include <string_view>
 #include <utility>
 
-int cpp_example();
+int cpp_page_example();
 
 namespace {
 
 int Read()
 {
-#include "cpp_1.inc"
+#include "cpp_page_1.inc"
     return port == 5060 && host == "localhost" ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 int List(const wyx::result<wyx::document> &doc)
 {
     int found = 0;
-#include "cpp_2.inc"
+#include "cpp_page_2.inc"
     for (const std::string_view section : doc->sections()) {
         found += static_cast<int>(doc->keys(section).size());
     }
@@ -37,14 +37,14 @@ int refuse(const char *message)
 
 int Change(wyx::result<wyx::document> doc)
 {
-#include "cpp_3.inc"
+#include "cpp_page_3.inc"
     return saved ? EXIT_SUCCESS : refuse(saved.message());
 }
 
 int Convert()
 {
     const std::string buffer = "abc";
-#include "cpp_4.inc"
+#include "cpp_page_4.inc"
     return crc == wyx::crc32("abc") && digest == "900150983cd24fb0d6963f7d28e17f72" &&
                    text == "YWJj"
                ? EXIT_SUCCESS
@@ -53,7 +53,7 @@ int Convert()
 
 } // namespace
 
-int cpp_example()
+int cpp_page_example()
 {
     std::FILE *file = std::fopen("net.ini", "wb");
     if (file == nullptr || std::fputs("[net]\nport=5060\n", file) == EOF ||

@@ -7,10 +7,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-int durability_example(void);
+int durability_page_example(void);
 
-int durability_example(void)
+int durability_page_example(void)
 {
-#include "durability_1.inc"
+#include "durability_page_1.inc"
     return 0;
 }
