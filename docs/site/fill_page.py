@@ -8,6 +8,7 @@ comment on a line of its own by what it asks for:
     <!-- statuses: crc.h -->                      a table of its statuses
     <!-- failures: crc.h -->                      what its calls leave where they fail
     <!-- example: examples/crc_example.c -->      the program, with its calls linked
+    <!-- search: power cut, crash -->             nothing; the search finds the section by these words
 
 A header passes unchanged, except spans of code that Doxygen would misread.
 """
@@ -39,7 +40,7 @@ def _table(kind, head, rows):
             "</table>", ""]
 
 
-def calls(header):
+def calls(header, _page):
     lines = []
     groups = list(dict.fromkeys(call.group for call in header.calls))
     for group in groups:
@@ -61,15 +62,18 @@ def _returned_by(status, header):
     return ", ".join(map(_code, status.calls)) or "none"
 
 
-def statuses(header):
-    rows = [(str(status.number), _code(status.name), _cell(status.text),
-             _returned_by(status, header))
+def statuses(header, page):
+    """On the page of all statuses each has a place of its own, for the search to lead to."""
+    def number(status):
+        place = f'<a name="{page}-{status.name.lower()}"></a>' if page == "error-codes" else ""
+        return f"{place}{status.number}"
+    rows = [(number(status), _code(status.name), _cell(status.text), _returned_by(status, header))
             for status in sorted(header.statuses, key=lambda status: status.number)
             if not status.is_marker]
     return _table("statuses", ("Number", "Name", "When", "Returned by"), rows)
 
 
-def failures(header):
+def failures(header, _page):
     """Calls that say the same about their results share a row."""
     said = {}
     for call in header.calls:
@@ -98,6 +102,17 @@ def drawing(alternative, file):
             f'alt="{escape(alternative)}"/></a>@endhtmlonly')
 
 
+def contents(file):
+    """The list of a page's sections, at its side or, on a narrow screen, at its top."""
+    text = re.sub(r"(?ms)^```.*?^```$", "", file.read_text())
+    items = "".join(
+        f'<li class="level{len(level) - 1}"><a href="#{pages.page_of(file)}-{pages.anchor_of(heading)}">'
+        f"{escape(heading.replace('`', ''))}</a></li>"
+        for level, heading in re.findall(r"(?m)^(###?) (.*)$", text))
+    return ["", f'@htmlonly<div class="toc"><h3>On this page</h3><ul>{items}</ul></div>@endhtmlonly',
+            ""] if items else []
+
+
 # A link in a paragraph, or what might look like the start of one: code, and a drawing.
 LINK = re.compile(r"`[^`\n]*`|!\[[^\]\n]*\]\([^)\s]+\)|\[((?:[^\]\n]|\n(?!\n))*)\]\(([^)\s]+)\)")
 COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
@@ -121,16 +136,19 @@ def _link(match, file):
 def _line(line, file, declared):
     """The lines that replace one line outside of code."""
     page = pages.page_of(file)
+    if pages.SEARCHED.fullmatch(line):
+        return []
     if command := re.fullmatch(r"<!-- (\w+): (\S+) -->", line):
         wanted = command[2]
-        return example(wanted) if command[1] == "example" else COMMANDS[command[1]](declared[wanted])
+        return example(wanted) if command[1] == "example" else COMMANDS[command[1]](declared[wanted], page)
     if heading := re.match(r"(#+) (.*)", line):
         anchor = f"{page}-{pages.anchor_of(heading[2])}"
         if len(heading[1]) == 1:
-            return [line if page == "index" else f"{line} {{#{page}}}"]
+            return [line if page == "index" else f"{line} {{#{page}}}", *contents(file)]
         if page == "index":
             # Not a Doxygen section, which would appear in the navigation beside the groups.
-            return [f"@anchor {anchor}", f"<h1>{heading[2]}</h1>"]
+            level = len(heading[1]) - 1
+            return [f"@anchor {anchor}", f"<h{level}>{heading[2]}</h{level}>"]
         return [f"{line} {{#{anchor}}}"]
     if image := re.fullmatch(r"!\[([^\]]*)\]\(([^)\s]+)\)", line):
         return [drawing(image[1], file.parent / image[2])]

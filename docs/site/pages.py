@@ -4,17 +4,33 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
-# A page that no group names, such as a new one, goes into the last group.
+# A page that no group names, such as a new one, goes into the group of contributors.
 GROUPS = {
-    "Start": ["README.md", "docs/which-module.md", "docs/architecture.md"],
+    "Start": ["README.md", "docs/which-module.md", "docs/tool.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
-        "crc", "md5", "dlink", "slink", "hash", "ini", "addresses", "base64", "platform", "cpp")],
-    "What to rely on": ["docs/ownership-and-errors.md", "docs/error-codes.md", "docs/durability.md",
-                        "docs/round-trips.md", "docs/abi.md", "SECURITY.md"],
-    "Tool": ["docs/tool.md"],
-    "Building and shipping": ["CONTRIBUTING.md", "docs/benchmarks.md", "docs/releasing.md",
-                              "CHANGELOG.md"],
+        "ini", "crc", "md5", "base64", "addresses", "hash", "dlink", "slink", "cpp", "platform")],
+    "Errors": ["docs/error-codes.md", "docs/ownership-and-errors.md"],
+    "Guarantees": ["docs/durability.md", "docs/round-trips.md", "docs/abi.md", "SECURITY.md"],
+    "Android": ["docs/android.md"],
+    "Performance": ["docs/benchmarks.md", "docs/instruction-counts.md", "docs/footprint.md"],
+    "Contributing": ["CONTRIBUTING.md", "docs/architecture.md", "docs/porting.md",
+                     "docs/releasing.md", "CHANGELOG.md"],
 }
+
+
+# What else a page, or a section of one, is searched for: a line after its heading.
+SEARCHED = re.compile(r"<!-- search: (.+) -->")
+
+
+def searched(file):
+    """{anchor: words} of a page; the anchor of the page itself is empty."""
+    anchor, found = "", {}
+    for line in re.sub(r"(?ms)^```.*?^```$", "", file.read_text(encoding="utf-8")).splitlines():
+        if heading := re.match(r"##+ (.*)", line):
+            anchor = f"{page_of(file)}-{anchor_of(heading[1])}"
+        elif words := SEARCHED.fullmatch(line):
+            found[anchor] = words[1]
+    return found
 
 
 def grouped():
@@ -22,7 +38,7 @@ def grouped():
     groups = {name: [ROOT / file for file in files] for name, files in GROUPS.items()}
     named = {file for files in groups.values() for file in files}
     found = [*sorted((ROOT / "docs").glob("*.md")), *sorted((ROOT / "docs/modules").glob("*.md"))]
-    groups["Building and shipping"][1:1] = [file for file in found if file not in named]
+    groups["Contributing"] += [file for file in found if file not in named]
     return groups
 
 

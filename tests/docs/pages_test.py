@@ -77,7 +77,8 @@ class Pages(unittest.TestCase):
         text = fill_page.fill(ROOT / "docs/error-codes.md")
         for header in Headers.declared.values():
             for status in header.statuses:
-                row = f"<td>{status.number}</td><td><code>@ref {status.name}</code></td>"
+                place = f'<a name="error-codes-{status.name.lower()}"></a>'
+                row = f"<td>{place}{status.number}</td><td><code>@ref {status.name}</code></td>"
                 self.assertEqual(not status.is_marker, row in text, status.name)
 
     def test_every_module_has_a_page_with_its_calls_and_an_example_that_is_run(self):
@@ -92,6 +93,30 @@ class Pages(unittest.TestCase):
             self.assertIn(examples[0], registered)
         declaring = {header.name for header in Headers.declared.values() if header.calls}
         self.assertEqual(declaring, shown)
+
+    def test_every_page_of_a_module_begins_with_recipes(self):
+        for file in (ROOT / "docs/modules").glob("*.md"):
+            first = re.search(r"(?m)^## (.*)$", file.read_text())
+            self.assertEqual("Recipes", first[1], file.name)
+
+    def test_a_page_lists_its_sections_but_not_what_looks_like_them_in_code(self):
+        with tempfile.TemporaryDirectory() as folder:
+            page = Path(folder) / "x.md"
+            page.write_text("# X\n## One `a`\n```sh\n## no\n```\n### Two\n")
+            self.assertEqual(
+                ["", '@htmlonly<div class="toc"><h3>On this page</h3><ul>'
+                 '<li class="level1"><a href="#x-one-a">One a</a></li>'
+                 '<li class="level2"><a href="#x-two">Two</a></li></ul></div>@endhtmlonly', ""],
+                fill_page.contents(page))
+            page.write_text("# X\nno sections\n")
+            self.assertEqual([], fill_page.contents(page))
+
+    def test_words_to_search_for_belong_to_the_heading_before_them(self):
+        with tempfile.TemporaryDirectory() as folder:
+            page = Path(folder) / "x.md"
+            page.write_text("# X\n\n<!-- search: a, b -->\n\n## One\n<!-- search: c -->\n")
+            self.assertEqual({"": "a, b", "x-one": "c"}, pages.searched(page))
+            self.assertEqual([], fill_page._line("<!-- search: a -->", page, {}))
 
     def test_the_text_of_a_link_is_one_line_without_code(self):
         link = re.match(r"\[([^]]*)\]\((.*)\)", "[the\n  `wyx` tool](tool.md)")
