@@ -254,6 +254,13 @@ TEST_F(SumTest, MalformedLines)
         Mentions(warned.err, {"standard input:2: improperly formatted checksum line",
                               "standard input:4: improperly", "2 lines are improperly formatted"}));
     EXPECT_TRUE(Mentions(Wyx({"sum", "-cw", Write("L", list.in)}, list).err, {"L:2: improperly"}));
+
+    // Otherwise the second file of such a list would pass unchecked.
+    Write("g", "123456789");
+    Write("Z", Wyx({"sum", "--crc16", "-z", "f", "g"}, list).out);
+    const Outcome zeros = Wyx({"sum", "-c", "Z"}, list);
+    EXPECT_EQ(zeros.code, kMalformed);
+    EXPECT_EQ(zeros.out, "");
 }
 
 TEST_F(SumTest, LinesOfLists)

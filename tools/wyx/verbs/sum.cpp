@@ -261,6 +261,9 @@ std::optional<Entry> ParseTagged(std::string_view line)
 
 std::optional<Entry> ParseLine(std::string_view line)
 {
+    if (line.find('\0') != std::string_view::npos) {
+        return std::nullopt; // no name has one: to the system, the name would end there
+    }
     line = WithoutBlanks(line);
     if (line.ends_with('\r')) {
         line.remove_suffix(1); // a list that went through an editor; in a name it would be escaped
