@@ -22,7 +22,7 @@ namespace wyx::test {
 namespace {
 
 /// The outputs of a text that is not read in words.
-constexpr Ipv4 kLeft = {kNotUsual, 0xA5A5A5A5, 0xA5A5};
+constexpr Ipv4 kLeft = {address::kNotUsual, 0xA5A5A5A5, 0xA5A5};
 
 /// Reads a text whose terminator is the last byte of its memory, and then one whose first character
 /// is the first byte.
@@ -41,8 +41,8 @@ class Words {
     static Ipv4 ReadAt(const QAL_CHAR *pszText, std::string_view text)
     {
         Ipv4 result = kLeft;
-        result.status = ReadUsualIpv4(pszText, static_cast<QAL_UINT32>(text.size()), result.address,
-                                      result.port);
+        result.status = address::ReadUsualIpv4(pszText, static_cast<QAL_UINT32>(text.size()),
+                                               result.address, result.port);
         return result;
     }
 

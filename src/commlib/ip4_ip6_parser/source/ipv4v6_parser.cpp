@@ -11,7 +11,7 @@
 #include "ipv4v6_parser_words.h"
 #include "os_adapter.h"
 
-using namespace wyx;
+using namespace wyx::address;
 
 namespace {
 
@@ -82,24 +82,22 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
 [[gnu::noinline]] QAL_UINT32 ScanIpv4(Parse_Ipv4v6_S_BUF struBuf, QAL_UINT32 &ulAddr,
                                       QAL_UINT16 &uwPort)
 {
-    Parse_S_IP4Address struIp4 = {};
-    _octet1 &address = struIp4.address;
-
+    QAL_UINT8 aucOctets[kIp4Len]; // in text order
     for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
         if (i > 0 && !StepOver(struBuf, '.')) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
-        if (!ReadOctet(struBuf, address.value[i])) {
+        if (!ReadOctet(struBuf, aucOctets[i])) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
     }
-    address.length = kIp4Len;
 
-    if (StepOver(struBuf, ':')) {
-        struIp4.bit_mask = 1;
+    const bool hasPort = StepOver(struBuf, ':');
+    QAL_UINT16 uwPortRead = 0;
+    if (hasPort) {
         const bool isHex = HasHexPrefix(struBuf.cur_bp);
         Advance(struBuf, isHex ? 2 : 0);
-        const QAL_UINT32 ulStatus = core_td_u16(&struIp4.portNumber, isHex ? kHex : kDec, &struBuf);
+        const QAL_UINT32 ulStatus = core_td_u16(&uwPortRead, isHex ? kHex : kDec, &struBuf);
         if (ulStatus != 0) {
             return ulStatus;
         }
@@ -108,18 +106,20 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
         return XELP_ERR_PARSE_IPV4V6_INVALID;
     }
 
-    std::swap(address.value[0], address.value[3]);
-    std::swap(address.value[1], address.value[2]);
-    wyx_memcpy_s(&ulAddr, kIp4Len, address.value, address.length);
-    uwPort = struIp4.portNumber; // last, even if it is 0 (ParseIpv4.PortIsWrittenLast)
-    return struIp4.bit_mask != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
+    std::swap(aucOctets[0], aucOctets[3]);
+    std::swap(aucOctets[1], aucOctets[2]);
+    wyx_memcpy_s(&ulAddr, kIp4Len, aucOctets, kIp4Len);
+    uwPort = uwPortRead; // last, even if it is 0 (ParseIpv4.PortIsWrittenLast)
+    return hasPort ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
 /// The state of parsing one IPv6 text.
 struct Ipv6Work {
     Parse_Ipv4v6_S_BUF struBuf;
-    Parse_S_IP6Address struIp6;
-    Parse_S_IP4Address struIp4; // of a dotted quad at the end
+    QAL_UINT8 aucAddr[kIp6Len]; // in network order
+    QAL_UINT16 uwPort;
+    QAL_UINT16 uwQuadPort;   // of a dotted quad at the end
+    QAL_UINT32 ulQuadOctets; // stays 0, see TryQuadAfterGap()
     QAL_UINT8 aucRun[kGroupBufferLen];
     QAL_UINT32 ulRunLen;
     bool isTailTaken;    // a dotted quad has filled the last four bytes
@@ -133,21 +133,20 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
     const QAL_UINT32 ulDropped = work.ulRunLen > ulEnd ? work.ulRunLen - ulEnd : 0;
     const QAL_UINT32 ulKept = work.ulRunLen - ulDropped;
-    wyx_memcpy_s(work.struIp6.value + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
+    wyx_memcpy_s(work.aucAddr + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
-/// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the length that is
+/// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the count that is
 /// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadAfterGapFails).
 void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
-    const QAL_UINT32 ulStatus =
-        XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber);
+    const QAL_UINT32 ulStatus = XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.uwQuadPort);
     work.ulResult = XELP_ERR_PARSE_IPV4V6_INVALID;
-    if (ulStatus == 0 && work.struIp4.address.length == kIp4Len) { // never: the length stays 0
-        wyx_memcpy_s(work.struIp6.value + 12, kIp4Len, &ulAddr, kIp4Len); // never: as above
-        work.ulResult = 0;                                                // never: as above
-        work.isTailTaken = true;                                          // never: as above
+    if (ulStatus == 0 && work.ulQuadOctets == kIp4Len) {            // never: the count stays 0
+        wyx_memcpy_s(work.aucAddr + 12, kIp4Len, &ulAddr, kIp4Len); // never: as above
+        work.ulResult = 0;                                          // never: as above
+        work.isTailTaken = true;                                    // never: as above
     }
 }
 
@@ -191,11 +190,11 @@ bool TakeDottedQuad(Ipv6Work &work)
     Advance(work.struBuf, 1);
     QAL_UINT32 ulAddr = 0;
     // A quad with a port does not return 0 and is refused, too, so the port stays 0.
-    if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.struIp4.portNumber) != 0) {
+    if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.uwQuadPort) != 0) {
         return false;
     }
     for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
-        work.struIp6.value[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
+        work.aucAddr[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
     }
     work.isTailTaken = true;
     return true;
@@ -262,7 +261,7 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
     StepOver(struBuf, '[');
 
     if (IsOf(kHexDigit, *struBuf.cur_bp)) {
-        const QAL_UINT32 ulStatus = core_td_hexseq(work.struIp6.value, &work.ulRunLen, &struBuf);
+        const QAL_UINT32 ulStatus = core_td_hexseq(work.aucAddr, &work.ulRunLen, &struBuf);
         if (ulStatus != 0) {
             return ulStatus;
         }
@@ -276,15 +275,13 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
     }
     // Kept: a port makes up for a failure before it (ParseIpv6.PortMakesUpForAFailure).
     if (!work.isTailTaken && StepOver(struBuf, ':')) {
-        work.struIp6.bit_mask = 1;
-        if (core_td_u16(&work.struIp6.portNumber, kDec, &struBuf) != 0) {
+        if (core_td_u16(&work.uwPort, kDec, &struBuf) != 0) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
         work.ulResult = 0;
     }
-    const Parse_S_IP6Address &struIp6 = work.struIp6;
-    __builtin_memcpy(pucAddr, struIp6.value, kIp6Len);
-    *puwPort = struIp6.bit_mask != 0 ? struIp6.portNumber : QAL_UINT16{0};
+    __builtin_memcpy(pucAddr, work.aucAddr, kIp6Len);
+    *puwPort = work.uwPort;
     return work.ulResult;
 }
 

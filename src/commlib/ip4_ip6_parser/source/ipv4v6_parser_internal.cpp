@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 
-using namespace wyx;
+using namespace wyx::address;
 
 namespace {
 

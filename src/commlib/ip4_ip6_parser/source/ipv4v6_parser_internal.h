@@ -1,13 +1,11 @@
-// What the address parsers and the scanner under them share: the digit tests, the one step of the
-// cursor, and the working records of a call.
+// What the address parsers and the scanner under them share: the classes of characters and the one
+// step of the cursor.
 #ifndef WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 #define WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 
 #include "wyx_commlib/ip4_ip6_parser.h"
 
-#include "bounded.h"
-
-namespace wyx {
+namespace wyx::address {
 
 // The classes of QAL_CHARset.
 constexpr QAL_UINT32 kUpper = 0x01;
@@ -39,25 +37,6 @@ inline void Advance(Parse_Ipv4v6_S_BUF &struBuf, QAL_LONG lCount)
 constexpr QAL_UINT16 kIp4Len = 4;  // bytes of an IPv4 address
 constexpr QAL_UINT16 kIp6Len = 16; // bytes of an IPv6 address
 
-struct _octet1 {
-    QAL_UINT16 length;        // octets filled
-    QAL_UINT8 value[kIp4Len]; // in text order
-};
-
-struct xelpParse_S_IP4Address {
-    QAL_UINT8 bit_mask; // 1: with a port
-    _octet1 address;
-    QAL_UINT16 portNumber;
-};
-using Parse_S_IP4Address = xelpParse_S_IP4Address;
-
-struct xelpParse_S_IP6Address {
-    QAL_UINT8 bit_mask;       // 1: with a port
-    QAL_UINT8 value[kIp6Len]; // in network order
-    QAL_UINT16 portNumber;
-};
-using Parse_S_IP6Address = xelpParse_S_IP6Address;
-
-} // namespace wyx
+} // namespace wyx::address
 
 #endif

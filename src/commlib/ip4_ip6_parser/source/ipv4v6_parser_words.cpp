@@ -10,7 +10,7 @@
 #include "bounded.h"
 #include "ipv4v6_parser_internal.h"
 
-namespace wyx {
+namespace wyx::address {
 namespace {
 
 static_assert(std::endian::native == std::endian::little); // the first character is the lowest byte
@@ -132,4 +132,4 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     return ullColons != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
-} // namespace wyx
+} // namespace wyx::address

@@ -4,7 +4,7 @@
 
 #include "wyx_commlib/ip4_ip6_parser.h"
 
-namespace wyx {
+namespace wyx::address {
 
 constexpr QAL_UINT32 kNotUsual = XELP_ERR_IPV4V6_BUTT;
 
@@ -14,6 +14,6 @@ constexpr QAL_UINT32 kNotUsual = XELP_ERR_IPV4V6_BUTT;
 QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &ulAddr,
                          QAL_UINT16 &uwPort);
 
-} // namespace wyx
+} // namespace wyx::address
 
 #endif
