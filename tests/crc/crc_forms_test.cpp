@@ -14,9 +14,10 @@
 namespace wyx::test {
 namespace {
 
-/// A form with the signatures of the public calls, for the checks written for those.
-template <typename Word, Word (*pfunForm)(Word, const QAL_UINT8 *, QAL_UINT32)>
-struct AsCalls {
+/// A form, and the same with the signatures of the public calls, for the checks written for those.
+template <typename Word, auto pfunPlainForm, auto pfunForm, QAL_UINT32 ulPolynomial,
+          bool isReflected>
+struct FormOf {
     static QAL_UINT32 Piece(Word start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen, Word *pResult)
     {
         *pResult = pfunForm(start, pucData, ulLen);
@@ -26,25 +27,17 @@ struct AsCalls {
     {
         return Piece(0, pucData, ulLen, pResult);
     }
+    using Value = Word;
+    static constexpr auto pfunPlain = pfunPlainForm;
+    static constexpr auto pfunFast = pfunForm;
+    static constexpr Crc<Word> kCrc = {Whole, Piece, ulPolynomial, isReflected, 0};
 };
 
-template <QAL_UINT16 (*pfunForm)(QAL_UINT16, const QAL_UINT8 *, QAL_UINT32)>
-struct Form16 {
-    using Value = QAL_UINT16;
-    static constexpr auto pfunPlain = crc::Crc16Plain;
-    static constexpr auto pfunFast = pfunForm;
-    using Calls = AsCalls<QAL_UINT16, pfunForm>;
-    static constexpr Crc<QAL_UINT16> kCrc = {Calls::Whole, Calls::Piece, 0x1021, false, 0};
-};
+template <auto pfunForm>
+using Form16 = FormOf<QAL_UINT16, crc::Crc16Plain, pfunForm, 0x1021, false>;
 
-template <QAL_UINT32 (*pfunForm)(QAL_UINT32, const QAL_UINT8 *, QAL_UINT32)>
-struct Form32 {
-    using Value = QAL_UINT32;
-    static constexpr auto pfunPlain = crc::Crc32Plain;
-    static constexpr auto pfunFast = pfunForm;
-    using Calls = AsCalls<QAL_UINT32, pfunForm>;
-    static constexpr Crc<QAL_UINT32> kCrc = {Calls::Whole, Calls::Piece, 0x04C11DB7, true, 0};
-};
+template <auto pfunForm>
+using Form32 = FormOf<QAL_UINT32, crc::Crc32Plain, pfunForm, 0x04C11DB7, true>;
 
 template <typename Form>
 class CrcForms : public testing::Test {};

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "number_keys.h"
 #include "os_adapter.h"
 #include "wyx_commlib/commlib.h"
 
@@ -164,22 +165,6 @@ QAL_UINT32 HashToOneBucket(void *, QAL_UINT32 *pulHash)
 {
     *pulHash = 7;
     return 0;
-}
-
-QAL_UINT32 HashNumber(void *pKey, QAL_UINT32 *pulHash)
-{
-    std::memcpy(pulHash, pKey, sizeof *pulHash);
-    return 0;
-}
-
-QAL_UINT32 CompareNumbers(void *pKey, void *pStored)
-{
-    return std::memcmp(pKey, pStored, sizeof(QAL_UINT32)) == 0 ? 0 : 1;
-}
-
-void ReleaseKey(void *pStored)
-{
-    XELP_MemFreeD(pStored, __LINE__, "a test");
 }
 
 void ReleaseNothing(void *) {}

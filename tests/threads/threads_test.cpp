@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "number_keys.h"
 #include "os_adapter.h"
 #include "wyx_commlib/commlib.h"
 
@@ -210,22 +211,6 @@ TEST(Threads, ListsOfEach)
             }
         }
     });
-}
-
-QAL_UINT32 HashNumber(void *pKey, QAL_UINT32 *pulHash)
-{
-    std::memcpy(pulHash, pKey, sizeof *pulHash);
-    return 0;
-}
-
-QAL_UINT32 CompareNumbers(void *pKey, void *pStored)
-{
-    return std::memcmp(pKey, pStored, sizeof(QAL_UINT32)) == 0 ? 0 : 1;
-}
-
-void ReleaseKey(void *pStored)
-{
-    XELP_MemFreeD(pStored, __LINE__, "a test");
 }
 
 TEST(Threads, TableOfEach)
