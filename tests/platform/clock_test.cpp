@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -54,11 +55,14 @@ TEST(Clock, RunsAheadByAMillisecondForEachCallThatComesTooEarly)
 
 TEST(Clock, HandsOutEachValueOnce)
 {
-    constexpr std::size_t kCalls = 20000;
+    constexpr std::size_t kCalls = 50000;
+    std::atomic<int> iReady = 0;
     std::vector<QAL_UINT64> times(4 * kCalls);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
+            for (++iReady; iReady < 4;) { // all at once
+            }
             for (std::size_t at = i * kCalls; at < (i + 1) * kCalls; ++at) {
                 times[at] = XELP_GetSystemTime();
             }

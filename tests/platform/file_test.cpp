@@ -1,4 +1,5 @@
-// The file services of the adapter as built, on real files, pipes, devices and full disks.
+// What the default adapter promises of files beyond the contract that tools/adapter_suite tries: on
+// real files, pipes, devices and full disks.
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -259,37 +260,6 @@ TEST_F(File, NewOnesGetTheUsualRightsAndOldOnesKeepTheirs)
 
 // ---- Reading ------------------------------------------------------------------------------------
 
-TEST_F(File, GivesEveryByteAndThenItsEnd)
-{
-    std::string text;
-    for (int i = 0; i < 512; ++i) {
-        text += static_cast<char>(i);
-    }
-    text += "\r\n\x1A\n\r";
-    folder.Make("text", text);
-    XELP_S_File *const pstruFile = Open("text", "r");
-    ASSERT_NE(pstruFile, nullptr);
-    EXPECT_EQ(ReadAll(pstruFile), text);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
-    EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), '\r');
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
-    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-}
-
-TEST_F(File, EmptyOneIsAtItsEnd)
-{
-    folder.Make("text", "");
-    XELP_S_File *const pstruFile = Open("text", "r");
-    ASSERT_NE(pstruFile, nullptr);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
-    EXPECT_NE(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
-    EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_END), 0);
-    EXPECT_EQ(XELP_Fgetc(pstruFile), -1);
-    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-}
-
 TEST_F(File, MovesWithinItselfAndElseStays)
 {
     constexpr QAL_LONG kSize = 10;
@@ -438,16 +408,6 @@ TEST_F(File, SignalsInterruptNothing)
 }
 
 // ---- Writing ------------------------------------------------------------------------------------
-
-TEST_F(File, WritesBytesAsTheyAre)
-{
-    XELP_S_File *const pstruFile = Open("text", "w");
-    ASSERT_NE(pstruFile, nullptr);
-    EXPECT_EQ(XELP_Fwrite("a\0b\r\n\xFF", 1, 6, pstruFile), 6U);
-    EXPECT_EQ(XELP_Fwrite("012345678", 3, 2, pstruFile), 2U);
-    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(folder.Content("text"), std::string("a\0b\r\n\xFF", 6) + "012345");
-}
 
 TEST_F(File, HoldsBlocksForItsBytesAndNoMore)
 {
@@ -680,29 +640,6 @@ TEST_F(File, ClosesWellOnADiskThatIsFullByNow)
         GTEST_SKIP() << "cannot mount a small disk";
     }
     EXPECT_EQ(iResult, 0);
-}
-
-TEST_F(File, ThreadsWorkOnFilesOfTheirOwn)
-{
-    std::vector<std::thread> threads;
-    for (int iThread = 0; iThread < 4; ++iThread) {
-        threads.emplace_back([&, iThread] {
-            const std::string name = "text" + std::to_string(iThread);
-            for (int iRound = 0; iRound < 5; ++iRound) {
-                const std::string text = SomeText(static_cast<std::size_t>(10000 * iThread + 77));
-                XELP_S_File *pstruFile = Open(name, "w");
-                EXPECT_EQ(Write(pstruFile, text), text.size());
-                EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-                pstruFile = Open(name, "r");
-                EXPECT_EQ(ReadAll(pstruFile), text);
-                EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-                EXPECT_EQ(XELP_Remove(folder.File(name).c_str()), 0);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
 }
 
 // ---- Removing and renaming ----------------------------------------------------------------------

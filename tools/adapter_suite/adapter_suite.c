@@ -446,6 +446,12 @@ static void SeekFailsInPlace(void)
     CHECK(p_XELP_Fseek(file, -11, 2) != 0);
     CHECK(p_XELP_Fgetc(file) == '2');
     CHECK(p_XELP_Fclose(file) == 0);
+    Put("empty", "", 0);
+    file = Open("empty", "r");
+    CHECK(file != NULL);
+    CHECK(p_XELP_Fseek(file, 0, 2) == 0 && p_XELP_Fgetc(file) == -1);
+    CHECK(p_XELP_Fseek(file, -1, 1) != 0 && p_XELP_Fgetc(file) == -1);
+    CHECK(p_XELP_Fclose(file) == 0);
 }
 
 static void FilesAreApart(void)
@@ -512,15 +518,16 @@ static void RenameFails(void)
 static void *UseFiles(void *argument)
 {
     char name[2][16];
-    char text[1000];
+    char text[40000];
+    const size_t length = 1000 + 10000 * (size_t)(intptr_t)argument;
     unsigned round;
-    memset(text, 'a' + (int)(intptr_t)argument, sizeof text);
+    memset(text, 'a' + (int)(intptr_t)argument, length);
     snprintf(name[0], sizeof name[0], "text%d", (int)(intptr_t)argument);
     snprintf(name[1], sizeof name[1], "new%d", (int)(intptr_t)argument);
     for (round = 0; round < 20; ++round) {
-        Put(name[0], text, sizeof text);
+        Put(name[0], text, length);
         CHECK(p_XELP_Rename(Name(name[0]), Name(name[1])) == 0);
-        Expect(name[1], text, sizeof text);
+        Expect(name[1], text, length);
         CHECK(p_XELP_Remove(Name(name[1])) == 0);
     }
     return NULL;
