@@ -13,8 +13,8 @@ GROUPS = {
     "Guarantees": ["docs/durability.md", "docs/round-trips.md", "docs/abi.md", "SECURITY.md"],
     "Android": ["docs/android.md"],
     "Performance": ["docs/benchmarks.md", "docs/instruction-counts.md", "docs/footprint.md"],
-    "Contributing": ["CONTRIBUTING.md", "docs/architecture.md", "docs/porting.md",
-                     "docs/releasing.md", "CHANGELOG.md"],
+    "Contributing": ["CONTRIBUTING.md", "docs/adding.md", "docs/architecture.md",
+                     "docs/porting.md", "docs/releasing.md", "CHANGELOG.md"],
 }
 
 
