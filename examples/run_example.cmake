@@ -1,5 +1,5 @@
 # Runs an example: COMMAND with INPUT as its standard input, and a copy of ARGUMENT in FOLDER as its
-# argument, must succeed and print OUTPUT.
+# argument, must succeed, print OUTPUT, and leave LEAVES in the copy.
 cmake_minimum_required(VERSION 3.25)
 
 if(INPUT)
@@ -19,4 +19,10 @@ if(NOT result EQUAL 0)
 endif()
 if(OUTPUT AND NOT output MATCHES "${OUTPUT}")
     message(FATAL_ERROR "printed something other than ${OUTPUT}")
+endif()
+if(LEAVES)
+    file(READ "${FOLDER}/${name}" content)
+    if(NOT content MATCHES "${LEAVES}")
+        message(FATAL_ERROR "left something other than ${LEAVES}: ${content}")
+    endif()
 endif()

@@ -6,7 +6,7 @@ ROOT = Path(__file__).resolve().parents[2]
 
 # A page that no group names, such as a new one, goes into the group of contributors.
 GROUPS = {
-    "Start": ["README.md", "docs/which-module.md", "docs/tool.md"],
+    "Start": ["README.md", "docs/which-module.md", "docs/bindings.md", "docs/tool.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
         "ini", "crc", "md5", "base64", "addresses", "hash", "dlink", "slink", "cpp", "platform")],
     "Errors": ["docs/error-codes.md", "docs/ownership-and-errors.md"],

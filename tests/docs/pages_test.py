@@ -94,6 +94,12 @@ class Pages(unittest.TestCase):
         declaring = {header.name for header in Headers.declared.values() if header.calls}
         self.assertEqual(declaring, shown)
 
+    def test_the_page_of_other_languages_shows_every_program(self):
+        shown = re.findall(r"<!-- example: examples/(?:bindings|jni)/(from_\w+\.\w+|FromJava.java) -->",
+                           (ROOT / "docs/bindings.md").read_text())
+        programs = [file.name for file in (ROOT / "examples").glob("*/[fF]rom*.*")]
+        self.assertEqual(sorted(programs), sorted(shown))
+
     def test_every_page_of_a_module_begins_with_recipes(self):
         for file in (ROOT / "docs/modules").glob("*.md"):
             first = re.search(r"(?m)^## (.*)$", file.read_text())
