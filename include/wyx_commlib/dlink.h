@@ -60,10 +60,10 @@
  * look alike and differ on purpose. In slink.h, the statuses from 30 on have other numbers: no
  * match is 30 here and 40 there. When a result is cleared differs from header to header.
  *
- * What makes this list empty for a call matters only if somebody changed the records behind the
- * handle: for Get_CurNode, the cursor moves, the searches and the walk it is the element count;
- * for Remove_CurNode and Delete_CurNode the cursor; for the calls for head and tail the first or
- * the last element.
+ * **Emptiness.** How a call decides that the list is empty matters only if somebody changed its
+ * records by hand. Get_CurNode, the cursor moves, the searches and the walk look at the element
+ * count, Remove_CurNode and Delete_CurNode at the cursor, and the calls for head and tail at the
+ * first or the last element.
  */
 #ifndef WYX_COMMLIB_DLINK_H
 #define WYX_COMMLIB_DLINK_H

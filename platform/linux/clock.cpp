@@ -35,7 +35,7 @@ QAL_UINT64 XELP_GetSystemTime(void)
     QAL_UINT64 ullTime = 0;
     do { // once more if another thread was faster
         ullTime = ullNow > ullBefore ? ullNow : ullBefore + 1;
-    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime)); // never: twice at will
+    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime)); // never: a lost race
     return ullTime;
 }
 

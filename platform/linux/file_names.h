@@ -1,5 +1,5 @@
-// Names of saves, under which this process has just seen no file of its own. What appears there
-// belongs to another process, and must not be emptied or removed.
+// Names of saves under which this process has just seen that it has no file. A file that appears
+// there belongs to another process, and must not be emptied or removed.
 //
 // A save looks for a file under its new file's name, creates it, renames it, and removes the name
 // again. Two processes that save one target in the same millisecond choose the same name. Without

@@ -1,4 +1,4 @@
-// Base64: six bits a character, most significant first.
+// Base64: six bits per character, most significant first.
 #include "wyx_commlib/base64.h"
 
 #include <array>

@@ -1,5 +1,5 @@
-// Base64 with AVX2: six-bit fields are moved to bytes by multiplications, and turned into
-// characters and back by adding, to each range of the alphabet, the distance of its characters.
+// Base64 with AVX2: multiplications move six-bit fields to bytes. Adding an offset, one for each
+// range of the alphabet, turns these into characters or back.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -39,7 +39,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
     const __m256i spread = Twice({1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10});
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 28; // speed only
-         ulDone += 24) {         // the second half is read 4 bytes further than taken
+         ulDone += 24) {         // reads 28 bytes
         const QAL_UINT8 *const pucGroups = pucIn + ulDone;
         const __m256i in = _mm256_inserti128_si256(
             _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups))),
@@ -60,12 +60,12 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    // A character belongs to the alphabet if the sets of its two halves have no bit in common. Bits
-    // of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P'
-    // to 'Z' and 'p' to 'z', 16 for high halves that no character of the alphabet has.
+    // A character belongs to the alphabet if the sets of its two nibbles have no bit in common.
+    // Bits of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for
+    // 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
-        Twice({// What each low half excludes: 0, '@' and '`'; from A up, ':' and what follows it;
+        Twice({// What each low nibble excludes: 0, '@' and '`'; from A up, ':' and what follows it;
                // from B up, '[', '{' and what follows them. Of the punctuation, '+' and '/' remain.
                16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
                16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});

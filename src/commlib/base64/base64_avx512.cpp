@@ -12,8 +12,8 @@
 namespace wyx::base64::avx512 {
 namespace {
 
-constexpr QAL_UINT32 kChars = 64; // in a vector
-constexpr QAL_UINT32 kBytes = 48; // that they encode
+constexpr QAL_UINT32 kChars = 64; // characters in a vector
+constexpr QAL_UINT32 kBytes = 48; // bytes that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
@@ -108,7 +108,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
         _mm512_storeu_si512(pucOut, CharactersOf(_mm512_loadu_si512(pucIn + ulDone)));
         pucOut += kChars;
     }
-    // At most two rounds are left, of up to 16 groups.
+    // At most two rounds are left, of up to 16 groups each.
     while (ulLen - ulDone >= 3) { // speed only
         const QAL_UINT32 ulGroups = std::min((ulLen - ulDone) / 3, kBytes / 3);
         const __m512i bytes = _mm512_maskz_loadu_epi8(First(3 * ulGroups), pucIn + ulDone);

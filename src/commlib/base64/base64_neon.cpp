@@ -71,7 +71,7 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
     const uint8x16_t marked = SextetsOf(low, high, vld1q_u8(pucIn));
     const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kHasValue)));
     const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
-    if (ullNone != 0) { // four bits a character
+    if (ullNone != 0) { // four bits per character
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4;
     }
     // Two sextets make 12 bits, and two of those 24. The bits above are not packed.

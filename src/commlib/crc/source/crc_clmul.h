@@ -62,7 +62,7 @@ struct Order32 {
                       Reversed(PowerOfX(kCrc32, uPlaces - 1))};
     }
 
-    /// Between a block in memory and the order of its bits in a product.
+    /// Converts between a block in memory and the bit order of a product.
     template <typename Lanes>
     static typename Lanes::Block InMemory(typename Lanes::Block block)
     {
@@ -157,8 +157,8 @@ struct Lanes1 {
     }
 
   private:
-    // Each byte's own place, between places of zeros. Read from an offset, it moves bytes up or
-    // down.
+    // Shuffles that keep every byte, between shuffles that clear it. Loaded from an offset, they
+    // move bytes up or down.
     alignas(16) static constexpr QAL_UINT8 kPlaces[3 * kBytes] = {
         128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, //
         0,   1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,  12,  13,  14,  15,  //

@@ -49,8 +49,7 @@ inline Vector ShiftDown(Vector vector)
         vextq_u8(reinterpret_cast<uint8x16_t>(vector), vdupq_n_u8(0), kBytes));
 }
 
-/// Byte i of the result is the byte at the place that byte i of @p places names; 0 for places from
-/// 16.
+/// Byte i of the result is the byte that byte i of @p places selects; 0 if that is 16 or more.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

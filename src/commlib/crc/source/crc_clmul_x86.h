@@ -37,8 +37,7 @@ inline Vector ShiftDown(Vector vector)
     return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
 }
 
-/// Byte i of the result is the byte at the place that byte i of @p places names; 0 for places from
-/// 128.
+/// Byte i of the result is the byte that byte i of @p places selects; 0 if that is 128 or more.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

@@ -7,8 +7,7 @@
 //    bit of M that is set, and add it. This clears the bit and flips the bits d - a, ..., d places
 //    after it.
 // 3. Do so for one bit after the other, from the first on. All but the last d bits are then zero,
-//    and
-//    the last d bits are a message with the same remainder.
+//    and the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. All bits of a word can be cleared at once: XOR the word into the message at each
 //    of the distances.
@@ -59,7 +58,7 @@ struct Sparse {
 /// The first bit of a byte is its lowest, so the first bit of a little-endian word is its lowest,
 /// too.
 struct LowestBitFirst {
-    /// Between a word and its bytes in memory as a little-endian machine loads them.
+    /// Converts between a word and its bytes in memory, as a little-endian machine loads them.
     static Word InMemory(Word ullWord) { return ullWord; }
     /// Moves bits that many places towards the end of the message; those past the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }

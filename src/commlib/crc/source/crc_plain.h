@@ -65,8 +65,8 @@ inline QAL_UINT32 Crc32Plain(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UIN
     return ulCrc;
 }
 
-// The value after the eight bytes of a word that the value before them was XORed into already,
-// which keeps that XOR off the critical path of the look-ups.
+// The value after the eight bytes of a word into which the caller has XORed the value before them.
+// This keeps that XOR off the critical path of the look-ups.
 
 /// The first byte is on top.
 inline QAL_UINT16 Crc16OfWord(Word ullWord)

@@ -73,7 +73,7 @@ class RegisterFold {
          ...);
     }
 
-    /// Vector kAt of the next 128 bytes. The vectors before it are of these bytes already, the
+    /// Vector kAt of the next 128 bytes. The vectors before it already hold these bytes, the
     /// others still of the 128 bytes before.
     template <std::size_t kAt>
     Vector Folded(const QAL_UINT8 *pucData) const

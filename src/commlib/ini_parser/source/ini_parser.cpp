@@ -10,8 +10,8 @@ namespace {
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
-// One byte can add two to a full line (a backslash that turns out to be text, and itself), and the
-// zero fill terminates the text.
+// One byte can add two to a full line: a backslash that turned out to be text, and itself. The zero
+// fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kBackslash, kLf, kCr, kOther, kEnd };
@@ -32,8 +32,8 @@ ByteClass ClassOf(QAL_INT32 lByte)
     }
 }
 
-/// True only for bytes of the class kOther, but not for all of its control characters. This one
-/// test settles nearly every byte.
+/// True for most bytes of the class kOther and for no others: one test that settles nearly every
+/// byte.
 constexpr bool IsPlain(QAL_INT32 lByte)
 {
     return lByte > '\r' && lByte != kEscape;

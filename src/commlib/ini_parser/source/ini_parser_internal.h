@@ -62,7 +62,7 @@ inline const QAL_INT8 *LastByte(const QAL_INT8 *psz)
     return EndOf(psz) - 1;
 }
 
-/// The first byte from @p psz on that is not a blank, @p pszEnd at the latest.
+/// The first byte from @p psz on that is not a blank, or @p pszEnd.
 inline const QAL_INT8 *SkipBlanks(const QAL_INT8 *psz, const QAL_INT8 *pszEnd)
 {
     while (psz < pszEnd && IsBlank(*psz)) {
@@ -71,7 +71,7 @@ inline const QAL_INT8 *SkipBlanks(const QAL_INT8 *psz, const QAL_INT8 *pszEnd)
     return psz;
 }
 
-/// The last byte up to @p psz that is not white, @p pszBegin at the latest.
+/// The last byte up to @p psz that is not white, or @p pszBegin.
 inline const QAL_INT8 *TrimWhite(const QAL_INT8 *psz, const QAL_INT8 *pszBegin)
 {
     while (psz > pszBegin && IsWhite(*psz)) {
