@@ -175,7 +175,7 @@ def look_at_both(target):
     more = undefined(libraries["wyx_commlib"]) - services - TOOLCHAIN - {"memcpy", "strtoul"}
     if more:
         fail(f"the library needs {sorted(more)}")
-    # The linker saw to it for both; this is to know what it saw.
+    # The linker has checked this for both libraries; here the result is printed.
     listed = set((target.sysroot / "usr/lib" / target.triple / str(API) / "symbols.txt")
                  .read_text().split())
     needed = undefined(libraries["wyx_os_adapter"])
