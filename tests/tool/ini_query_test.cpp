@@ -351,6 +351,21 @@ TEST_F(IniQueryTest, WhatIsNoFile)
     EXPECT_TRUE(Mentions(closed.err, {"standard input"}));
 }
 
+TEST_F(IniQueryTest, WithoutProcTheMessageNamesIt)
+{
+    // Something else covers it in a name space that ends with the shell.
+    const Outcome outcome = Shell(
+        "exec unshare -rm sh -c '"
+        "mount -t tmpfs none /proc 2>/dev/null || exit 77\n"
+        "\"$WYX\" ini sections sample.ini; echo $?'",
+        {.directory = Directory()});
+    if (outcome.code != 0) {
+        GTEST_SKIP() << "cannot mount a file system here: " << outcome.err;
+    }
+    EXPECT_EQ(outcome.out, "3\n");
+    EXPECT_TRUE(Mentions(outcome.err, {"cannot read INI files without /proc", "mount -t proc"}));
+}
+
 } // namespace
 
 } // namespace wyx::test

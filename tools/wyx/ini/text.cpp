@@ -30,6 +30,17 @@ Descriptor CopyInMemory(const std::string &bytes)
     return copy;
 }
 
+/// The name by which an open file of this process can be opened again.
+std::string NameOf(const Descriptor &file)
+{
+    std::string name = "/proc/self/fd/" + std::to_string(file.Get());
+    if (access(name.c_str(), F_OK) != 0) {
+        throw Failure(ExitCode::kIo, "cannot read INI files without /proc",
+                      "to mount it: mount -t proc proc /proc");
+    }
+    return name;
+}
+
 /// An open file of the library.
 class LibraryFile {
   public:
@@ -76,7 +87,7 @@ IniSource::IniSource(std::string name, Content content)
     : name_(std::move(name)),
       bytes_(std::move(content.bytes)),
       copy_(CopyInMemory(bytes_)),
-      loadName_("/proc/self/fd/" + std::to_string(copy_.Get()))
+      loadName_(NameOf(copy_))
 {}
 
 bool IniSource::IsUtf16() const
