@@ -20,6 +20,7 @@ if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     fi
 fi
 export SOURCE_DATE_EPOCH
+export LC_ALL=C.UTF-8 # in which CPack can pack from a folder of any name
 umask 022
 mkdir -p "$folder"
 folder=$(cd "$folder" && pwd)

@@ -16,7 +16,7 @@ fail() {
     failures=$((failures + 1))
 }
 
-export SOURCE_DATE_EPOCH=1700000000
+export SOURCE_DATE_EPOCH=1700000000 LC_ALL=C.UTF-8 # as package.sh
 packages=$work/packages
 rm -rf "$work"
 mkdir -p "$work"
