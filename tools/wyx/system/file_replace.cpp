@@ -101,7 +101,9 @@ std::string NewName(const std::string &path)
 {
     constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz012345";
     unsigned char random[kRandomLetters] = {};
-    static_cast<void>(getrandom(random, sizeof random, 0));
+    if (getrandom(random, sizeof random, 0) == -1) {
+        throw SystemFailure("cannot make up a name for a file", errno);
+    }
     std::string name = InDirectory(DirectoryOf(path), BeginningOfNewNames(path));
     for (const unsigned char byte : random) {
         name += kLetters[byte % kLetters.size()];
