@@ -75,6 +75,8 @@ endif()
 if(TARGET wyx_adapter_suite)
     install(TARGETS wyx_adapter_suite RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         COMPONENT development)
+    install(FILES "${WYX_MAN_FOLDER}/man1/wyx-adapter-suite.1"
+        DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT development)
 endif()
 if(TARGET wyx)
     # The tool finds the libraries relative to itself, too.

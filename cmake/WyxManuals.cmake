@@ -1,9 +1,14 @@
-# Manual pages: wyx(1), made from the tool's grammar, and those of section 3, made from the comments
-# of the headers.
+# Manual pages: wyx(1), made from the tool's grammar, wyx-adapter-suite(1), and those of section 3, made
+# from the comments of the headers.
 include_guard(GLOBAL)
 
 set(WYX_MAN_DATE "November 22, 2026") # of the last change that readers would notice
 set(WYX_MAN_FOLDER "${PROJECT_BINARY_DIR}/man")
+
+set(DATE "${WYX_MAN_DATE}")
+set(VERSION "${PROJECT_VERSION}")
+configure_file("${PROJECT_SOURCE_DIR}/docs/man/wyx-adapter-suite.1.in"
+    "${WYX_MAN_FOLDER}/man1/wyx-adapter-suite.1" @ONLY)
 
 find_package(Python3 COMPONENTS Interpreter QUIET)
 if(NOT Python3_Interpreter_FOUND)

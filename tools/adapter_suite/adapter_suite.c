@@ -968,11 +968,18 @@ static int Try(int promise, char *acReason, size_t size)
     ssize_t count;
     pid_t child;
     char folder[PATH_MAX - NAME_MAX];
-    const char *const temporary = getenv("TMPDIR");
-    snprintf(folder, sizeof folder, "%s/wyx-adapter-XXXXXX",
-             temporary != NULL && temporary[0] != '\0' ? temporary : "/tmp");
+    const char *temporary = getenv("TMPDIR");
+    if (temporary == NULL || temporary[0] == '\0') {
+        temporary = "/tmp";
+    }
+    snprintf(folder, sizeof folder, "%s/wyx-adapter-XXXXXX", temporary);
     pszFolder = mkdtemp(folder);
-    if (pszFolder == NULL || pipe(ends) != 0 || (child = fork()) == -1) {
+    if (pszFolder == NULL) {
+        fprintf(stderr, "wyx-adapter-suite: cannot make a folder in %s: %s\n", temporary,
+                strerror(errno));
+        exit(2);
+    }
+    if (pipe(ends) != 0 || (child = fork()) == -1) {
         perror("wyx-adapter-suite");
         exit(2);
     }
