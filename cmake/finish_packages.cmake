@@ -1,6 +1,7 @@
 # CPack runs this on the installed files before it packs them. It splits off the debug information,
-# adds copyright and changelog, and compresses the manual pages. Timestamps inside files are
-# SOURCE_DATE_EPOCH if that is set; CPack sets those of the files themselves.
+# names the prefix in the pkg-config files, adds copyright and changelog, and compresses the manual
+# pages. Timestamps inside files are SOURCE_DATE_EPOCH if that is set; CPack sets those of the files
+# themselves.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
     return()
 endif()
@@ -35,7 +36,14 @@ endforeach()
 file(GLOB archives "${CPACK_TEMPORARY_DIRECTORY}/static/usr/lib*/*.a"
     "${CPACK_TEMPORARY_DIRECTORY}/static/usr/lib/*/*.a")
 foreach(archive IN LISTS archives)
-    run(strip --strip-debug --enable-deterministic-archives "${archive}")
+    run(strip --strip-debug --remove-section=.comment --enable-deterministic-archives "${archive}")
+endforeach()
+file(GLOB modules "${CPACK_TEMPORARY_DIRECTORY}/development/usr/lib*/pkgconfig/*.pc"
+    "${CPACK_TEMPORARY_DIRECTORY}/development/usr/lib/*/pkgconfig/*.pc")
+foreach(module IN LISTS modules)
+    file(READ "${module}" text)
+    string(REGEX REPLACE "^prefix=[^\n]*" "prefix=/usr" text "${text}") # a package is not moved
+    file(WRITE "${module}" "${text}")
 endforeach()
 if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/development/usr/bin/wyx-adapter-suite")
     run(strip --strip-unneeded --remove-section=.comment
@@ -53,6 +61,11 @@ endif()
 execute_process(COMMAND date --utc --rfc-email "--date=${time}" OUTPUT_VARIABLE date
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 
+set(licence "This package was made from the sources of libwyx_commlib, which state no licence.\n")
+if(EXISTS "${CPACK_WYX_SOURCE_DIR}/LICENSE")
+    file(READ "${CPACK_WYX_SOURCE_DIR}/LICENSE" licence)
+endif()
+
 foreach(entry IN LISTS CPACK_WYX_PACKAGES)
     string(REPLACE "=" ";" entry "${entry}")
     list(POP_FRONT entry component package)
@@ -63,9 +76,7 @@ foreach(entry IN LISTS CPACK_WYX_PACKAGES)
 
     set(doc "${root}/usr/share/doc/${package}")
     file(MAKE_DIRECTORY "${doc}")
-    file(WRITE "${doc}/copyright"
-        "libwyx_commlib ${CPACK_PACKAGE_VERSION}\n\n"
-        "This package was made from the sources of libwyx_commlib, which state no licence.\n")
+    file(WRITE "${doc}/copyright" "libwyx_commlib ${CPACK_PACKAGE_VERSION}\n\n${licence}")
     configure_file("${CPACK_WYX_SOURCE_DIR}/CHANGELOG.md" "${doc}/changelog" COPYONLY)
     file(WRITE "${doc}/changelog.Debian"
         "wyx-commlib (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; "

@@ -2,9 +2,10 @@
 # Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
 #
 # Makes Debian packages of the libraries, of what is needed to build with them, of the tool (not
-# with WYX_BUILD_TOOL=OFF) and of the debug information of both, and libwyx_commlib-VERSION.tar.xz.
-# FOLDER replaces build/packages. The same sources produce the same bytes: all times are
-# SOURCE_DATE_EPOCH, by default the time of the last commit. Installs what is missing (Debian).
+# with WYX_BUILD_TOOL=OFF) and of the debug information of both, libwyx_commlib-VERSION.tar.xz, a bill
+# of materials (SPDX) and SHA256SUMS of all of them. FOLDER replaces build/packages. The same sources
+# produce the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the last commit.
+# Installs what is missing (Debian).
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -24,7 +25,7 @@ export LC_ALL=C.UTF-8 # in which CPack can pack from a folder of any name
 umask 022
 mkdir -p "$folder"
 folder=$(cd "$folder" && pwd)
-rm -f "$folder"/*.deb "$folder"/*.tar.xz
+rm -f "$folder"/*.deb "$folder"/*.tar.xz "$folder"/*.spdx.json "$folder"/SHA256SUMS
 
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
 list_sources() { # the project's files: those git knows, or all of an unpacked archive
@@ -47,4 +48,5 @@ cmake --build "$folder/build" >/dev/null
 (cd "$folder/build" && cpack -B "$folder/cpack" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
 mv "$folder"/cpack/*.deb "$folder"
 rm -rf "$folder/cpack"
-(cd "$folder" && sha256sum -- *.deb *.tar.xz)
+scripts/make_sbom.py "$folder" >"$folder/libwyx_commlib-$version.spdx.json"
+(cd "$folder" && sha256sum -- *.deb *.tar.xz *.spdx.json | tee SHA256SUMS)

@@ -26,21 +26,23 @@ major=${version%%.*}
 (cd "$build" && cpack -G DEB -D "CPACK_COMPONENTS_ALL=tool;tool_debug" -B "$work/tool" >"$work/log" 2>&1) ||
     { cat "$work/log"; exit 1; }
 mv "$work"/tool/*.deb "$packages"
+"$source_folder/scripts/make_sbom.py" "$packages" >"$packages/libwyx_commlib-$version.spdx.json"
 
+revision=$version-0wyx1
 architecture=$(dpkg --print-architecture)
 expected="libwyx-commlib$major libwyx-commlib$major-dbgsym libwyx-commlib-dev libwyx-commlib-static
     wyx wyx-dbgsym"
 root=$work/root
 for name in $expected; do
-    package=$packages/${name}_$version-1_$architecture.deb
+    package=$packages/${name}_${revision}_$architecture.deb
     [[ -e $package ]] || { fail "no $package"; continue; }
     dpkg-deb -x "$package" "$root"
     field() { dpkg-deb -f "$package" "$1"; }
     [[ $(field Package) == "$name" ]] || fail "$name calls itself $(field Package)"
-    [[ $(field Version) == "$version-1" ]] || fail "$name has the version $(field Version)"
-    [[ $(field Depends) == *"libwyx-commlib$major (= $version-1)"* || $name == "libwyx-commlib$major" ||
-        $(field Depends) == "wyx (= $version-1)" ||
-        $(field Depends) == "libwyx-commlib-dev (= $version-1)" ]] ||
+    [[ $(field Version) == "$revision" ]] || fail "$name has the version $(field Version)"
+    [[ $(field Depends) == *"libwyx-commlib$major (= $revision)"* || $name == "libwyx-commlib$major" ||
+        $(field Depends) == "wyx (= $revision)" ||
+        $(field Depends) == "libwyx-commlib-dev (= $revision)" ]] ||
         fail "$name depends on $(field Depends)"
     ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
     # All files are root's, readable by everyone, writable by no one else, and have the given time.
@@ -48,9 +50,16 @@ for name in $expected; do
         [[ $owner == root/root && $mode =~ ^[dl-]rw.r.[x-]r.[x-]$|^l && $date == 2023-11-14 ]] ||
             fail "$name: $mode $owner $date $time $path ($size)"
     done < <(TZ=UTC0 dpkg-deb -c "$package")
-    (mkdir "$work/control" && cd "$root" && dpkg-deb -e "$package" "$work/control" &&
-        md5sum --quiet -c "$work/control/md5sums") || fail "$name: sums of its files"
-    rm -rf "$work/control"
+    control=$work/control/$name
+    (mkdir -p "$control" && cd "$root" && dpkg-deb -e "$package" "$control" &&
+        md5sum --quiet -c "$control/md5sums") || fail "$name: sums of its files"
+    [[ -z $(find "$control" -name 'p*inst' -o -name 'p*rm') ]] || fail "$name has scripts"
+    case $name in
+    libwyx-commlib-dev | wyx-dbgsym) expected_kind=no ;;
+    wyx) expected_kind=foreign ;;
+    *) expected_kind=same ;;
+    esac
+    [[ $(field Multi-Arch) == "$expected_kind" ]] || fail "$name: Multi-Arch $(field Multi-Arch)"
     for file in copyright changelog.gz changelog.Debian.gz; do
         [[ -s $root/usr/share/doc/$name/$file ]] || fail "$name has no $file"
     done
@@ -58,6 +67,10 @@ done
 if grep -rqaF -e "$source_folder" -e "$work" "$root"; then
     fail "names a folder of the build: $(grep -rlaF -e "$source_folder" -e "$work" "$root")"
 fi
+
+# What programs depend on that use a call: every export is listed.
+diff <(sed -n 's/^ \(.*\)@Base .*/\1/p' "$work/control/libwyx-commlib$major/symbols" | sort) \
+    <(sort "$source_folder"/{src/commlib,platform}/exports.txt) || fail "the list of symbols"
 
 # The libraries have no path to one another; libraries and tool are stripped, and their debug
 # information is found by build-id.
@@ -85,6 +98,7 @@ done
 # Programs in C and C++, by pkg-config and by CMake, as after an installation.
 export PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
 unset PKG_CONFIG_PATH
+grep -qx 'prefix=/usr' "$libdir/pkgconfig/wyx_commlib.pc" || fail "the prefix in wyx_commlib.pc"
 if command -v pkg-config >/dev/null; then
     read -ra flags < <(pkg-config --cflags --libs wyx_commlib)
     mkdir "$work/run"
@@ -125,6 +139,27 @@ WYX_BUILD_TOOL=OFF "$work/$archive/scripts/package.sh" "$work/again" >/dev/null
 for file in "$work"/again/*.deb "$work"/again/*.tar.xz; do
     cmp "$file" "$packages/$(basename "$file")" || fail "not the same bytes: $file"
 done
+(cd "$work/again" && sha256sum --quiet -c SHA256SUMS && (($(wc -l <SHA256SUMS) == 6))) ||
+    fail "SHA256SUMS"
+
+# The bill of materials has every file with its sum, and what it needs.
+licence=NONE
+[[ ! -e $source_folder/LICENSE ]] || licence=$(<"$source_folder/LICENSE")
+"$source_folder/tests/packages/check_sbom.py" "$packages" "$licence" || fail "the bill of materials"
+
+# One file states the licence for all of them.
+text="Made-up licence for a test, copyright of nobody $RANDOM"
+echo "$text" >"$work/$archive/LICENSE"
+WYX_BUILD_TOOL=OFF "$work/$archive/scripts/package.sh" "$work/again" >/dev/null
+for package in "$work"/again/*.deb; do
+    name=$(dpkg-deb -f "$package" Package)
+    [[ $(dpkg-deb --fsys-tarfile "$package" | tar -xO "./usr/share/doc/$name/copyright") == *"$text"* ]] ||
+        fail "$name does not have the licence"
+done
+[[ $(tar -xOf "$work/again/$archive.tar.xz" "$archive/LICENSE") == "$text" ]] ||
+    fail "the archive does not have the licence"
+"$source_folder/tests/packages/check_sbom.py" "$work/again" "$text" ||
+    fail "the licence in the bill of materials"
 
 ((failures == 0)) && echo "packages: as they should be"
 exit $((failures != 0))
