@@ -8,7 +8,8 @@
 The modules are wyx_commlib and wyx_os_adapter, and wyx_commlib_static and wyx_os_adapter_static with the
 archives. Refuses libraries that an application could not load: of another processor, with a version in
 their SONAME, or not aligned for pages of 16 KiB; and trees that do not belong together. The same trees
-give the same bytes, wherever and whenever they were installed. docs/android.md has more.
+give the same bytes, wherever and whenever they were installed. The file LICENSE is added if there is one.
+docs/android.md has more.
 """
 
 import argparse
@@ -19,6 +20,7 @@ import struct
 import sys
 import zipfile
 
+LICENCE = pathlib.Path(__file__).resolve().parents[1] / "LICENSE"
 ABIS = {183: "arm64-v8a", 62: "x86_64"}  # by e_machine: those that are supported, all 64 bits
 PAGE = 16384
 PT_LOAD, PT_DYNAMIC = 1, 2
@@ -114,6 +116,8 @@ def contents(options, version):
         "prefab/prefab.json": text({"schema_version": 2, "name": "wyx_commlib",
                                     "version": version, "dependencies": []}),
     }
+    if LICENCE.exists():
+        files["LICENSE"] = LICENCE.read_bytes()
     headers = headers_of(options.prefixes[0])
     abis = set()
     for prefix in options.prefixes:

@@ -9,6 +9,7 @@ comment on a line of its own by what it asks for:
     <!-- failures: crc.h -->                      what its calls leave where they fail
     <!-- example: examples/crc_example.c -->      the program, with its calls linked
     <!-- search: power cut, crash -->             nothing; the search finds the section by these words
+    <!-- licence: LICENSE -->                     the text of the licence, if there is that file
 
 A header passes unchanged, except spans of code that Doxygen would misread.
 """
@@ -94,6 +95,11 @@ def example(file):
     return [f"@include {Path(file).name}"]
 
 
+def licence(file):
+    text = pages.ROOT / file
+    return ["```{.txt}", *text.read_text().splitlines(), "```"] if text.is_file() else []
+
+
 def drawing(alternative, file):
     """A link as well, since a phone shows drawings small."""
     if not file.is_file():
@@ -140,6 +146,8 @@ def _line(line, file, declared):
         return []
     if command := re.fullmatch(r"<!-- (\w+): (\S+) -->", line):
         wanted = command[2]
+        if command[1] == "licence":
+            return licence(wanted)
         return example(wanted) if command[1] == "example" else COMMANDS[command[1]](declared[wanted], page)
     if heading := re.match(r"(#+) (.*)", line):
         anchor = f"{page}-{pages.anchor_of(heading[2])}"

@@ -33,8 +33,8 @@ def run(*command, **options):
     subprocess.run(list(map(str, command)), check=True, **options)
 
 
-def make(output, *prefixes):
-    return subprocess.run([sys.executable, SOURCE / "scripts/make_aar.py", *prefixes, "--ndk", "27",
+def make(output, *prefixes, project=SOURCE):
+    return subprocess.run([sys.executable, project / "scripts/make_aar.py", *prefixes, "--ndk", "27",
                            "--output", output], capture_output=True, text=True)
 
 
@@ -123,6 +123,8 @@ headers = {
                        "wyx_commlib/types.h": SOURCE / "include/wyx_commlib/types.h"},
 }
 expected = {"AndroidManifest.xml", "prefab/prefab.json"}
+if (SOURCE / "LICENSE").exists():
+    expected.add("LICENSE")
 for library in ("wyx_commlib", "wyx_os_adapter"):
     for kind, suffix in (("", "so"), ("_static", "a")):
         folder = f"prefab/modules/{library}{kind}"
@@ -143,6 +145,15 @@ for library in ("wyx_commlib", "wyx_os_adapter"):
             expect(archive.read(f"{folder}/include/{name}") == path.read_bytes(), name)
             expected.add(f"{folder}/include/{name}")
 expect(set(names) == expected, f"files: {sorted(set(names) ^ expected)}")
+
+# The licence is a file of the project.
+licensed = WORK / "licensed"
+(licensed / "scripts").mkdir(parents=True)
+shutil.copy(SOURCE / "scripts/make_aar.py", licensed / "scripts")
+(licensed / "LICENSE").write_text("Made-up licence for a test\n")
+make(WORK / "licensed.aar", prefix, other, project=licensed)
+expect(zipfile.ZipFile(WORK / "licensed.aar").read("LICENSE") == b"Made-up licence for a test\n",
+       "the licence")
 
 # Programs are compiled and linked as Prefab instructs the build system, with either kind of module.
 archive.extractall(WORK / "unpacked")

@@ -4,6 +4,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -13,6 +14,16 @@ import check_links  # noqa: E402
 import fill_page  # noqa: E402
 import headers  # noqa: E402
 import pages  # noqa: E402
+
+
+class Licence(unittest.TestCase):
+    def test_the_text_is_shown_as_soon_as_there_is_a_file(self):
+        self.assertIn("\n<!-- licence: LICENSE -->\n", (ROOT / "README.md").read_text())
+        with tempfile.TemporaryDirectory() as folder, \
+                unittest.mock.patch.object(pages, "ROOT", Path(folder)):
+            self.assertEqual([], fill_page.licence("LICENSE"))
+            (Path(folder) / "LICENSE").write_text("Made-up licence\n")
+            self.assertEqual(["```{.txt}", "Made-up licence", "```"], fill_page.licence("LICENSE"))
 
 
 class Headers(unittest.TestCase):
