@@ -14,13 +14,24 @@ shift || true
 read -ra levels <<<"${WYX_BENCH_LEVELS:-baseline best}"
 mkdir -p "$dir"
 
+# The other libraries, as the page calls them, and their packages.
 peers=(
-    zlib1g-dev libdeflate-dev libisal-dev # crc
-    libglib2.0-dev pkg-config             # containers, base64, ini
-    libssl-dev nettle-dev                 # md5, base64
-    libinih-dev libiniparser-dev          # ini
+    zlib=zlib1g-dev libdeflate=libdeflate-dev ISA-L=libisal-dev # crc
+    GLib=libglib2.0-dev                                         # containers, base64, ini
+    OpenSSL=libssl-dev nettle=nettle-dev                        # md5, base64
+    inih=libinih-dev iniparser=libiniparser-dev                 # ini
 )
-bash "$root/scripts/install_packages.sh" g++ cmake ninja-build python3 "${peers[@]}"
+bash "$root/scripts/install_packages.sh" g++ cmake ninja-build pkg-config python3 "${peers[@]#*=}"
+
+# The versions of the other libraries, as members of JSON.
+versions() {
+    local peer version
+    for peer in "${peers[@]}"; do
+        version=$(dpkg-query -W -f '${source:Upstream-Version}' "${peer#*=}" 2>/dev/null) || continue
+        printf '"%s": "%s", ' "${peer%%=*}" "$version"
+    done
+    printf '"%s": "%s"' "C library" "$(getconf GNU_LIBC_VERSION 2>/dev/null || echo unknown)"
+}
 
 declare -A cpu=([baseline]=baseline [best]=native)
 results=()
@@ -41,13 +52,16 @@ for program in ${WYX_BENCH_PROGRAMS:-$(cd "$dir/${levels[0]}/bench/compare" && l
     done
 done
 {
-    echo "["
-    for i in "${!results[@]}"; do
-        ((i == 0)) || echo ","
-        cat "${results[i]}"
+    echo "[{\"peers\": {$(versions)}}"
+    for result in "${results[@]}"; do
+        echo ","
+        cat "$result"
     done
     echo "]"
 } >"$dir/bench.json"
-"$root/bench/compare/page.py" "$dir/bench.json" >"$dir/bench.html"
+home=$root/build/docs/html/benchmarks.html # the site, if it was built
+[[ -e $home ]] || home=$root/docs/benchmarks.md
+"$root/bench/compare/page.py" "$dir/bench.json" "$(realpath --relative-to="$dir" "$home")" \
+    >"$dir/bench.html"
 echo
 echo "written: $dir/bench.json, $dir/bench.html"

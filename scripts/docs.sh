@@ -25,6 +25,7 @@ doxygen -w html "$WYX_SITE/header-default.html" "$WYX_SITE/footer.html" "$WYX_SI
 docs/site/header.py "$WYX_SITE/header-default.html" >"$WYX_SITE/header.html"
 docs/site/layout.py "$WYX_SITE/layout-default.xml" >"$WYX_SITE/layout.xml"
 doxygen docs/site/Doxyfile
+bench/compare/page.py docs/bench-sample.json benchmarks.html >"$WYX_SITE/html/bench-sample.html"
 docs/site/make_index.py "$WYX_SITE" >"$WYX_SITE/html/search-data.js"
 docs/site/check_links.py "$WYX_SITE/html"
 echo "written: $site/html/index.html"

@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
-"""Makes a page with charts of one run of scripts/bench.sh: page.py BENCH_JSON >PAGE
+"""Makes a page with charts of one run of scripts/bench.sh: page.py BENCH_JSON [HOME] >PAGE
 
-The page holds everything it shows: it loads nothing, and it needs no script. docs/benchmarks.md
-explains how to read it.
+The page holds everything it shows: it loads nothing, and it needs no script. HOME is what its link back
+leads to; docs/benchmarks.md explains how to read it. With --summary before BENCH_JSON, makes a drawing
+with one row for each task and each other library instead.
 """
 import json
 import math
 import sys
 from html import escape
 
-WIDTH, TOP = 360, 24  # of a chart and of what is above its rows; the page scales it
+WIDTH, TOP = 380, 24  # of a chart and of what is above its rows; the page scales it
+TIMES = 116  # width of the column with the times
+LABEL, LINE = 20, 15  # height of the name of a case and of each build's line below it
 LEVELS = ("baseline", "best")
 # If other work takes a larger share of the processors, the figures cannot be trusted.
 QUIET = 0.2
@@ -42,6 +45,9 @@ svg text { font: 12px system-ui, sans-serif; fill: var(--soft); }
 .grid { stroke: var(--line); stroke-width: 1; }
 .one { stroke: var(--one); stroke-width: 1.5; }
 .slow { fill: var(--slow); }
+.case { fill: var(--text); }
+.limit { fill-opacity: 0.25; stroke-width: 1; }
+.bound { stroke: var(--one); stroke-width: 1.5; stroke-dasharray: 4 3; }
 .baseline { stroke: var(--baseline); fill: var(--baseline); }
 .best { stroke: var(--best); fill: var(--best); }
 .whisker { stroke-width: 1.5; }
@@ -61,7 +67,7 @@ def tasks_of(runs):
     """{task: {contender: {"role": ..., "points": {case: {level: case of the JSON}}}}}, in order."""
     tasks = {}
     for run in runs:
-        for case in run["cases"]:
+        for case in run.get("cases", ()):
             contenders = tasks.setdefault(case["task"], {})
             contender = contenders.setdefault(case["name"], {"role": case["role"], "points": {}})
             contender["points"].setdefault(case["case"], {})[run["level"]] = case
@@ -99,10 +105,10 @@ def whisker(case):
 class Scale:
     """Maps ratios to horizontal positions: logarithmic, with 1 in range and room for every mark."""
 
-    def __init__(self, ratios, left):
+    def __init__(self, ratios, left, right):
         self.low = math.log10(min([*ratios, 0.8])) - 0.05
         self.high = math.log10(max([*ratios, 1.25])) + 0.05
-        self.left, self.right = left, WIDTH - 10
+        self.left, self.right = left, right
 
     def x(self, ratio):
         share = (math.log10(ratio) - self.low) / (self.high - self.low)
@@ -120,7 +126,7 @@ class Scale:
 def mark(case, level, point, scale, y):
     """One ratio: a whisker, a dot, and its target if it has one."""
     said = f"{case}, {level}: {number(point['ratio'])} ± {number(point['spread'])}"
-    if "target" in point:
+    if point.get("target"):
         said += f", target {number(point['target'])}"
         at = scale.x(point["target"])
         yield f'<line class="{level} target" x1="{at}" x2="{at}" y1="{y - 5}" y2="{y + 5}"/>'
@@ -131,40 +137,86 @@ def mark(case, level, point, scale, y):
            f'<line class="whisker" x1="{start}" x2="{end}" y1="{y}" y2="{y}"/>{shape}</g>')
 
 
-def chart(name, contender, ratios):
-    """A row for each case, its name before it or, if that is long, above it."""
-    points = contender["points"]
-    is_long = max(map(len, points)) > 10
-    left, row = (10, 42) if is_long else (72, 26)
-    scale = Scale(ratios, left)
-    height = TOP + row * len(points) + 6
-    one = scale.x(1)
-    parts = []
-    if contender["role"] == "peer":
-        parts.append(f'<rect class="slow" x="{left}" y="{TOP}" width="{one - left:.1f}" '
-                     f'height="{height - TOP}"/>')
-    for tick in scale.ticks():
-        x = scale.x(tick)
-        parts.append(f'<line class="{"one" if tick == 1 else "grid"}" x1="{x}" x2="{x}" '
-                     f'y1="{TOP}" y2="{height}"/>')
-        parts.append(f'<text x="{x}" y="{TOP - 6}" text-anchor="middle">{tick:g}</text>')
-    for i, (case, by_level) in enumerate(points.items()):
-        bottom = TOP + row * (i + 1)
-        if is_long:
-            parts.append(f'<text x="{left + 2}" y="{bottom - 25}">{escape(case)}</text>')
-        else:
-            parts.append(f'<text x="{left - 6}" y="{bottom - 7}" text-anchor="end">'
-                         f"{escape(case)}</text>")
-        for level, y in zip(LEVELS, (bottom - 15, bottom - 6)):
-            if level in by_level:
-                parts += mark(case, level, by_level[level], scale, y)
-    heading = f"against {name}" if contender["role"] == "peer" else f"limit: {name}"
-    said = "; ".join(
-        f"{case} " + ", ".join(f"{level} {number(by_level[level]['ratio'])}"
-                               for level in LEVELS if level in by_level)
-        for case, by_level in points.items())
+def times(ours, point, y, right=WIDTH):
+    """The times that a ratio is made of, at the end of its line."""
+    return (f'<text x="{right - 2}" y="{y + 4}" text-anchor="end">'
+            f'{time(ours["ns"])} : {time(point["ns"])}</text>')
+
+
+def rows(points):
+    """(name of a case, its top, [(level, point, middle of its line)]) from the top down."""
+    top = TOP
+    for case, by_level in points.items():
+        levels = [level for level in LEVELS if level in by_level]
+        yield case, top, [(level, by_level[level], top + LABEL + LINE * i + LINE // 2)
+                          for i, level in enumerate(levels)]
+        top += LABEL + LINE * len(levels)
+
+
+def figure(heading, said, height, parts):
     return (f'<figure><h3>{escape(heading)}</h3><svg viewBox="0 0 {WIDTH} {height}" role="img" '
-            f'aria-label="{escape(f"Ratios {heading}: {said}")}">{"".join(parts)}</svg></figure>')
+            f'aria-label="{escape(said)}">{"".join(parts)}</svg></figure>')
+
+
+def said_of(points, form):
+    return "; ".join(f"{case} " + ", ".join(f"{level} {form(by_level[level]['ratio'])}"
+                                            for level in LEVELS if level in by_level)
+                     for case, by_level in points.items())
+
+
+def chart(name, contender, ours, ratios):
+    """The ratios to another library: the name of each case, and below it a line for each build."""
+    points = contender["points"]
+    scale = Scale(ratios, 10, WIDTH - TIMES)
+    one = scale.x(1)
+    parts = [f'<text x="{scale.x(tick)}" y="{TOP - 8}" text-anchor="middle">{tick:g}</text>'
+             for tick in scale.ticks()]
+    parts.append(f'<text x="{WIDTH - 2}" y="{TOP - 8}" text-anchor="end">ours : theirs</text>')
+    bottom = TOP
+    for case, top, lines in rows(points):
+        band, bottom = top + LABEL, top + LABEL + LINE * len(lines)
+        parts.append(f'<text class="case" x="{scale.left}" y="{band - 4}">{escape(case)}</text>')
+        parts.append(f'<rect class="slow" x="{scale.left}" y="{band}" '
+                     f'width="{one - scale.left:.1f}" height="{bottom - band}"/>')
+        for tick in scale.ticks():
+            x = scale.x(tick)
+            parts.append(f'<line class="{"one" if tick == 1 else "grid"}" x1="{x}" x2="{x}" '
+                         f'y1="{band}" y2="{bottom}"/>')
+        for level, point, y in lines:
+            parts += mark(case, level, point, scale, y)
+            parts.append(times(ours["points"][case][level], point, y))
+    heading = f"against {name}"
+    return figure(heading, f"Ratios {heading}: {said_of(points, number)}", bottom + 6, parts)
+
+
+def percent(ratio):
+    return f"{ratio:.0%}"
+
+
+def limit_chart(name, contender, ours):
+    """How much of what is possible ours reaches: bars that end, at best, at the limit."""
+    points = contender["points"]
+    left, right = 10, WIDTH - TIMES
+    most = max([1, *(point["ratio"] for by_level in points.values() for point in by_level.values())])
+
+    def x(ratio):
+        return round(left + (right - 40 - left) * ratio / most, 1)
+    parts = [f'<text x="{x(1)}" y="{TOP - 8}" text-anchor="middle">limit</text>',
+             f'<text x="{WIDTH - 2}" y="{TOP - 8}" text-anchor="end">ours : limit</text>']
+    bottom = TOP
+    for case, top, lines in rows(points):
+        band, bottom = top + LABEL, top + LABEL + LINE * len(lines)
+        parts.append(f'<text class="case" x="{left}" y="{band - 4}">{escape(case)}</text>')
+        for level, point, y in lines:
+            end = x(point["ratio"])
+            after = max(end, x(1)) if point["ratio"] > 0.9 else end  # not on the limit's line
+            parts.append(f'<rect class="{level} limit" x="{left}" y="{y - 5}" '
+                         f'width="{end - left:.1f}" height="10"/>'
+                         f'<text x="{after + 4:.1f}" y="{y + 4}">{percent(point["ratio"])}</text>')
+            parts.append(times(ours["points"][case][level], point, y))
+        parts.append(f'<line class="bound" x1="{x(1)}" x2="{x(1)}" y1="{band}" y2="{bottom}"/>')
+    heading = f"share of the limit: {name}"
+    return figure(heading, f"{heading.capitalize()}: {said_of(points, percent)}", bottom + 6, parts)
 
 
 def table(contenders):
@@ -206,8 +258,10 @@ def section(task, contenders):
         ratios = [end for c in same.values() for by_level in c["points"].values()
                   for point in by_level.values()
                   for end in (point["ratio"], point.get("target", 1))]
+        ours = next(c for c in contenders.values() if c["role"] == "ours")
         for name, contender in same.items():
-            yield chart(name, contender, ratios)
+            yield (chart(name, contender, ours, ratios) if role == "peer" else
+                   limit_chart(name, contender, ours))
     yield '</div><details><summary>Figures</summary><div class="scroll">'
     yield from table(contenders)
     yield "</div></details>"
@@ -224,6 +278,8 @@ def facts(runs):
     yield "Date", " to ".join(dict.fromkeys((dates[0], dates[-1]))) if dates else "unknown"
     yield "Builds", every("level")
     yield "Rounds", every("rounds")
+    versions = {name: version for run in runs for name, version in run.get("peers", {}).items()}
+    yield "Others", ", ".join(f"{name} {version}" for name, version in versions.items()) or "unknown"
 
 
 def busy(runs):
@@ -238,19 +294,24 @@ def key():
     box = ('<line class="whisker" x1="4" x2="32" y1="10" y2="10"/>'
            '<rect width="10" height="10" x="13" y="5"/>')
     dash = '<line class="target" x1="18" x2="18" y1="1" y2="19"/>'
+    bar = ('<rect class="limit" x="2" y="5" width="24" height="10"/>'
+           '<line class="bound" x1="32" x2="32" y1="1" y2="19"/>')
     return ('<p class="key">'
             f"<span>{sample('baseline', dot)} baseline: runs on every CPU</span>"
             f"<span>{sample('best', box)} best: compiled for this machine</span>"
-            f"<span>{sample('baseline', dash)} target</span></p>")
+            f"<span>{sample('baseline', dash)} target</span>"
+            f"<span>{sample('baseline', bar)} share of what is possible</span></p>")
 
 
-def page(runs):
+def page(runs, home=None):
     tasks = tasks_of(runs)
     missed = sum(is_missed(point) for contenders in tasks.values() for c in contenders.values()
                  for by_level in c["points"].values() for point in by_level.values())
     yield ('<!DOCTYPE html>\n<html lang="en"><head><meta charset="utf-8"/>'
            '<meta name="viewport" content="width=device-width, initial-scale=1"/>'
            f"<title>libwyx_commlib: benchmarks</title><style>{STYLE}</style></head><body>")
+    if home:
+        yield f'<p><a href="{escape(home)}">Documentation</a></p>'
     yield "<h1>libwyx_commlib beside others</h1><dl>"
     for name, value in (*facts(runs), ("Targets missed", str(missed))):
         yield f"<dt>{name}</dt><dd>{escape(value)}</dd>"
@@ -261,7 +322,9 @@ def page(runs):
                "figures.</p>")
     yield ("<p>A ratio says how many times as fast ours is: right of the line at 1 ours is "
            "faster, left of it slower. The scale is logarithmic; whiskers are half the distance between the "
-           "quartiles. The limit is what the work cannot do without.</p>")
+           "quartiles. At the end of a line are the times of ours and of the other. A limit is what "
+           "the work cannot do without, such as reading its input: its bars show how much of that "
+           "speed ours reaches.</p>")
     yield key() + "<nav>"
     yield from (f'<a href="#{escape(task)}">{escape(task)}</a>' for task in tasks)
     yield "</nav>"
@@ -270,7 +333,76 @@ def page(runs):
     yield "</body></html>"
 
 
+SUMMARY_STYLE = """
+text { font: 12px system-ui, sans-serif; fill: #51606e; } .task { fill: #1b2733; font-weight: 600; }
+.grid { stroke: #c9d3dc; } .one { stroke: #1b2733; stroke-width: 1.5; } .slow { fill: #fbeeee; }
+.whisker { stroke-width: 1.5; } .baseline { stroke: #1f6fb5; fill: #1f6fb5; }
+.best { stroke: #b3540a; fill: #b3540a; } .back { fill: #fff; }
+@media (prefers-color-scheme: dark) {
+  text { fill: #a3b1bd; } .task { fill: #e4ebf1; } .grid { stroke: #3c4853; } .one { stroke: #e4ebf1; }
+  .slow { fill: #2c2022; } .baseline { stroke: #69b3f2; fill: #69b3f2; }
+  .best { stroke: #f0a056; fill: #f0a056; } .back { fill: #16191c; }
+}
+"""
+
+
+def summary(runs):
+    """A drawing of the case in the middle of each task, against each other library."""
+    groups = []  # (task, case, {name of the other: {level: (ours, theirs)}})
+    for task, contenders in tasks_of(runs).items():
+        ours = next(c for c in contenders.values() if c["role"] == "ours")["points"]
+        case = list(ours)[(len(ours) - 1) // 2]  # the smaller of two, which other work disturbs less
+        others = {name: {level: (ours[case][level], {**point, "target": None})
+                         for level, point in c["points"][case].items()}
+                  for name, c in contenders.items()
+                  if c["role"] == "peer" and case in c["points"] and not name.startswith("our ")}
+        if others:
+            groups.append((task, case, others))
+    ratios = [theirs["ratio"] for *_, others in groups for points in others.values()
+              for _, theirs in points.values()]
+    width, left, top, row, gap = 900, 420, 64, 16, 6
+    scale = Scale(ratios, left, width - 130)
+    body, y = [], top
+    for task, case, others in groups:
+        body.append(f'<text class="task" x="8" y="{y + 12}">{escape(task)}</text>'
+                    f'<text x="8" y="{y + 12 + row}">{escape(case)}</text>')
+        for at, (name, points) in enumerate(others.items()):
+            line = y + row * at
+            body.append(f'<text x="{left - 8}" y="{line + 12}" text-anchor="end">{escape(name)}</text>')
+            for i, level in enumerate(level for level in LEVELS if level in points):
+                body += mark(f"{task}, {case}, {name}", level, points[level][1], scale, line + 6 + 5 * i)
+            body.append(times(*points.get(LEVELS[0], points.get(LEVELS[1])), line + 8, width))
+        y += row * max(2, len(others)) + gap
+    known = dict(facts(runs))
+    day = known["Date"].split()[0]
+    title = f"How many times as fast ours is: {known['Machine']}; {known['Compiler']}; {day}"
+    yield (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {y + 4}" role="img">'
+           f"<title>{escape(title)}</title><style>{SUMMARY_STYLE}</style>")
+    yield f'<rect class="back" width="{width}" height="{y + 4}"/>'
+    yield f'<text class="task" x="8" y="18">{escape(title)}</text>'
+    yield ('<g class="baseline"><circle r="3.5" cx="14" cy="34"/></g>'
+           '<text x="24" y="38">baseline: runs on every CPU</text>'
+           '<g class="best"><rect width="7" height="7" x="200" y="30.5"/></g>'
+           '<text x="213" y="38">best: compiled for this machine</text>')
+    if busy(runs) > QUIET:
+        yield (f'<text x="{width - 2}" y="38" text-anchor="end">other work took up to '
+               f"{busy(runs):.0%} of the processors</text>")
+    yield f'<text x="{width - 2}" y="{top - 6}" text-anchor="end">ours : theirs</text>'
+    yield f'<rect class="slow" x="{left}" y="{top}" width="{scale.x(1) - left:.1f}" height="{y - top}"/>'
+    for tick in scale.ticks():
+        x = scale.x(tick)
+        yield (f'<line class="{"one" if tick == 1 else "grid"}" x1="{x}" x2="{x}" y1="{top}" y2="{y}"/>'
+               f'<text x="{x}" y="{top - 6}" text-anchor="middle">{tick:g}</text>')
+    yield from body
+    yield "</svg>"
+
+
 if __name__ == "__main__":
-    with open(sys.argv[1], encoding="utf-8") as file:
+    arguments = sys.argv[1:]
+    form = page
+    if arguments[0] == "--summary":
+        form = summary
+        del arguments[0]
+    with open(arguments[0], encoding="utf-8") as file:
         sys.stdout.reconfigure(encoding="utf-8")
-        print("\n".join(page(json.load(file))))
+        print("\n".join(form(json.load(file), *arguments[1:])))

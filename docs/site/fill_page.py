@@ -133,6 +133,8 @@ def _link(match, file):
     other = (file.parent / path).resolve() if path else file
     if not other.exists():
         sys.exit(f"{file}: links to {target}, which does not exist")
+    if other == pages.SAMPLE_RUN:
+        return f'<a href="{other.stem}.html">{text}</a>'
     if other not in pages.every():
         return text  # a file or folder of the source, which is not on the site
     anchor = f"{pages.page_of(other)}-{fragment}" if fragment else pages.page_of(other)

@@ -7,7 +7,7 @@ from pathlib import Path
 
 # The search is written for this version of its library; WYX_LUNR names its file.
 LUNR = "2.3"
-SCRIPTS = ("lunr.min.js", "search-data.js", "search.js")
+SCRIPTS = ("lunr.min.js", "search-data.js", "search.js", "sidebar.js")
 
 
 def replaced(text, old, new):

@@ -4,6 +4,9 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
+# The run of the comparisons that the site shows, as a page of the same name.
+SAMPLE_RUN = ROOT / "docs/bench-sample.json"
+
 # A page that no group names, such as a new one, goes into the group of contributors.
 GROUPS = {
     "Start": ["README.md", "docs/which-module.md", "docs/bindings.md", "docs/tool.md"],

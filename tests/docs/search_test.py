@@ -40,7 +40,7 @@ QUERIES = {
     "error 30": "error-codes.html",
     "link with CMake": "index.html#index-cmake",
     "link with pkg-config": "index.html#index-pkg-config",
-    "link from C++": "index.html cpp.html",
+    "link from C++": "index.html#index-from-c",
     "replace the adapter": "platform.html#platform-replace-the-adapter",
     "what survives a power cut": "durability.html",
     "is it thread-safe": "ownership-and-errors.html#ownership-and-errors-threads",
