@@ -36,6 +36,15 @@ TEST_F(IniQueryTest, Sections)
               json({{"file", file}, {"sections", {"Net", "b"}}}));
 }
 
+TEST_F(IniQueryTest, BlanksAroundASectionDoNotCount)
+{
+    const std::string name = Write("blanks.ini", "[ a ]\nk=1\n");
+    for (const char *const section : {"a", " a ", "\ta"}) {
+        EXPECT_EQ(Wyx({"ini", "get", name, section, "k"}).out, "1\n");
+        EXPECT_EQ(Wyx({"ini", "keys", name, section}).out, "k\n");
+    }
+}
+
 TEST_F(IniQueryTest, Keys)
 {
     EXPECT_EQ(Wyx({"ini", "keys", file, "NET"}).out, "port\nlist\nnone\nempty\n");

@@ -153,7 +153,8 @@ std::vector<std::string> IniDocument::Keys(const std::string &section) const
 {
     QAL_UINT32 ulCount = 0;
     QAL_INT8 **ppszList = nullptr;
-    const QAL_UINT32 ulStatus = XELP_IniGetKeyList(&record_, section.c_str(), &ulCount, &ppszList);
+    const std::string name(Trimmed(section));
+    const QAL_UINT32 ulStatus = XELP_IniGetKeyList(&record_, name.c_str(), &ulCount, &ppszList);
     if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND ||
         ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
         return {};
@@ -166,8 +167,8 @@ std::vector<std::string> IniDocument::Keys(const std::string &section) const
 Lookup IniDocument::Find(const std::string &section, const std::string &key) const
 {
     QAL_INT8 *pszValue = nullptr;
-    const QAL_UINT32 ulStatus =
-        XELP_IniGetKeyValue(&record_, section.c_str(), key.c_str(), &pszValue);
+    const std::string name(Trimmed(section));
+    const QAL_UINT32 ulStatus = XELP_IniGetKeyValue(&record_, name.c_str(), key.c_str(), &pszValue);
     const LibraryText owned(pszValue);
     RequireMemory(ulStatus);
     return {ulStatus, ValueOf(pszValue)};

@@ -36,6 +36,9 @@ class IniDocument {
 
     XELP_IN_S_INI_FILE_STRUCT *Record() { return &record_; }
 
+    // Blanks around a section's name do not count: "[ a ]" is section "a", and other programs call
+    // it " a ".
+
     /// The names of all sections, none if there are none.
     /// @throws std::bad_alloc
     std::vector<std::string> Sections() const;

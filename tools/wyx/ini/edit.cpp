@@ -62,9 +62,6 @@ void RequireSection(const std::string &section)
                           ? "write the name without its brackets"
                           : "");
     }
-    if (HasBlankEnd(section)) {
-        throw Refusal(shown + " begins or ends with a blank, which would be lost");
-    }
     if (section.size() > kLongestSection) {
         throw Refusal("the section's name is too long: " + std::to_string(section.size()) +
                       " bytes, at most " + std::to_string(kLongestSection));
@@ -323,9 +320,13 @@ void Editor::RequireSameForOthers(std::size_t line) const
                       LineName(*owners_[line]) +
                       ": other programs read it as a part of the value there");
     }
-    for (const std::size_t i : ContinuationsOf(line)) {
+    const std::vector<std::size_t> continuations = ContinuationsOf(line);
+    // One line that is only text shows that the lines around it are, too.
+    const bool isText = std::ranges::any_of(
+        continuations, [&](std::size_t i) { return IsOnlyText(text_.BytesOf(i)); });
+    for (const std::size_t i : continuations) {
         const LineParts &parts = text_.Parts()[i];
-        if (parts.kind == INI_SECTION_LINE || LooksLikeKey(text_.BytesOf(i))) {
+        if (parts.kind == INI_SECTION_LINE || (!isText && LooksLikeKey(text_.BytesOf(i)))) {
             throw Refusal(LineName(i) + " is indented below " + shown + " in " + LineName(line) +
                           ": it is a part of that value or a line of its own, and programs differ");
         }
@@ -439,6 +440,10 @@ void Editor::Append()
                           Quoted(edit_.section) +
                           ", but cannot be read: a second one would make the file ambiguous",
                       "change that line by hand");
+    }
+    if (HasBlankEnd(edit_.section)) {
+        throw Refusal("section " + Quoted(edit_.section) +
+                      " begins or ends with a blank, which would be lost");
     }
     Style style;
     for (std::size_t i = 0; i < Count(); ++i) {
@@ -646,8 +651,11 @@ EditResult ApplyEdits(const std::string &name, const std::string &bytes,
 {
     auto text = std::make_unique<IniText>(IniSource::OfBytes(name, bytes));
     EditResult result;
-    for (const Edit &edit : edits) {
+    for (Edit edit : edits) {
         RequireWritable(edit);
+        if (text->Document().Find(edit.section, {}).status == XELP_ERR_INI_KEY_NOT_FOUND) {
+            edit.section = Trimmed(edit.section);
+        }
         EditEffect effect;
         Editor editor(*text, edit);
         std::unique_ptr<IniText> after = edit.kind == Edit::Kind::kSet

@@ -14,19 +14,17 @@ std::size_t IndentOf(std::string_view line)
     return std::min(line.find_first_not_of(kBlanks), line.size());
 }
 
-std::string_view Trimmed(std::string_view text)
-{
-    const std::size_t begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
-}
-
 bool IsComment(std::string_view line)
 {
     const std::string_view text = Trimmed(line);
     return text.empty() || text.front() == ';' || text.front() == '#';
+}
+
+/// Can a byte be in any key, whoever reads it?
+bool IsLetter(char ch)
+{
+    const auto byte = static_cast<unsigned char>(ch);
+    return std::isalnum(byte) != 0 || byte >= 0x80 || ch == '_';
 }
 
 /// What a reader that knows ":" and bare keys takes for the key of a line.
@@ -72,19 +70,28 @@ Owners OwnersOf(const IniText &text)
     Owners owners(text.Lines().size());
     std::optional<std::size_t> key;
     std::size_t keyIndent = 0;
+    std::vector<std::size_t> pauses; // blank lines and indented comments since the last line
     for (std::size_t i = 0; i < owners.size(); ++i) {
         const LineParts &parts = text.Parts()[i];
         const bool isSection = parts.kind == INI_SECTION_LINE;
+        const std::string_view line = text.BytesOf(i);
+        const std::size_t indent = IndentOf(line);
         if (!isSection && parts.kind != INI_KEYVALUE_LINE && !parts.IsUnreadable()) {
-            continue; // a comment or nothing, in which a value may pause
+            if (indent > keyIndent || Trimmed(line).empty()) {
+                pauses.push_back(i);
+            }
+            continue;
         }
-        const std::size_t indent = IndentOf(text.BytesOf(i));
         if (key && indent > keyIndent) {
             owners[i] = key;
+            for (const std::size_t pause : pauses) {
+                owners[pause] = key;
+            }
         } else {
             key = i;
             keyIndent = indent;
         }
+        pauses.clear();
         if (isSection) {
             key = std::nullopt;
         }
@@ -99,13 +106,18 @@ bool LooksLikeKey(std::string_view line)
         return false;
     }
     const std::string_view name = Trimmed(line.substr(0, equals));
-    const auto isLetter = [](char ch) {
-        const auto byte = static_cast<unsigned char>(ch);
-        return std::isalnum(byte) != 0 || byte >= 0x80 || ch == '_';
-    };
-    return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, [&](char ch) {
-        return isLetter(ch) || std::string_view(" -./").find(ch) != std::string_view::npos;
+    return !name.empty() && IsLetter(name.front()) && std::ranges::all_of(name, [](char ch) {
+        return IsLetter(ch) || std::string_view(" -./").find(ch) != std::string_view::npos;
     });
+}
+
+bool IsOnlyText(std::string_view line)
+{
+    const std::string_view text = Trimmed(line);
+    const bool isKey =
+        std::ranges::all_of(text, [](char ch) { return IsLetter(ch) || ch == '-' || ch == '.'; });
+    return !isKey && std::string_view("#;![").find(text.front()) == std::string_view::npos &&
+           text.find_first_of("=:") == std::string_view::npos;
 }
 
 bool LooksLikeHeader(std::string_view line)

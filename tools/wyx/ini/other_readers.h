@@ -17,13 +17,19 @@
 
 namespace wyx::tool {
 
-/// The key line that each line belongs to, being indented deeper; nothing for most.
+/// The key line that each line belongs to because it is indented deeper; nothing for most lines.
+/// Blank lines and comments indented in the same way belong to a key if another of its lines
+/// follows them.
 using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
 
 /// Does a line look like one that sets a key, whoever reads it?
 bool LooksLikeKey(std::string_view line);
+
+/// Can an indented line be nothing but a part of the value above it? No program takes it for a key,
+/// a header or a directive.
+bool IsOnlyText(std::string_view line);
 
 bool LooksLikeHeader(std::string_view line);
 

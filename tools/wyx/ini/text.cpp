@@ -119,6 +119,13 @@ std::size_t LineEndLength(std::string_view text)
     return size > 1 && IsLineEnd(text[size - 2]) && text[size - 2] != text[size - 1] ? 2 : 1;
 }
 
+std::string_view Trimmed(std::string_view text)
+{
+    constexpr std::string_view kSpace = " \t\r\n";
+    text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
+    return text.substr(0, text.find_last_not_of(kSpace) + 1);
+}
+
 bool StoredLines::IsLoadable() const
 {
     return std::ranges::none_of(lines, &StoredLine::isTooLong);

@@ -68,6 +68,9 @@ inline std::string_view WithoutLineEnd(std::string_view text)
     return text.substr(0, text.size() - LineEndLength(text));
 }
 
+/// A text without the blanks and line ends around it.
+std::string_view Trimmed(std::string_view text);
+
 /// A line as the library stores it.
 struct StoredLine {
     std::string text;       // with its line end; empty for a line that is too long
