@@ -588,6 +588,22 @@ TEST_F(IniEditToolTest, FullAndReadOnlyFileSystems)
     EXPECT_TRUE(Mentions(outcome.err, {"No space left on device", "Read-only file system"}));
 }
 
+TEST_F(IniEditToolTest, AMountPointIsChangedInPlaceOnly)
+{
+    const std::string script =
+        "exec unshare -m sh -c '"
+        "printf \"[a]\\nk=1\\n\" > f.ini; printf \"[a]\\nk=1\\n\" > source\n"
+        "mount --bind source f.ini || exit 77\n"
+        "\"$WYX\" ini set f.ini a k=2; echo $?; cat source; ls -A\n"
+        "\"$WYX\" ini set --in-place f.ini a k=3; echo $?; cat source'";
+    const Outcome outcome = Shell(script, {.directory = Directory()});
+    if (outcome.code != 0) {
+        GTEST_SKIP() << "cannot mount a file here: " << outcome.err;
+    }
+    EXPECT_EQ(outcome.out, "3\n[a]\nk=1\nf.ini\nsource\n0\n[a]\nk=3\n");
+    EXPECT_TRUE(Mentions(outcome.err, {"cannot replace", "Device or resource busy", "--in-place"}));
+}
+
 TEST_F(IniEditToolTest, SameValueTouchesNothingNotEvenTheTimes)
 {
     const std::string name = Write("f.ini", "[a]\nk = 1 ;c\n");

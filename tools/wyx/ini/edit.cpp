@@ -183,6 +183,12 @@ bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, st
 Meant FindMeant(const IniText &text, const Edit &edit)
 {
     const Lookup old = text.Document().Find(edit.section, edit.key);
+    Meant meant;
+    meant.isKey = old.status == XELP_ERR_INI_OK;
+    meant.isNewSection = !meant.isKey && old.status != XELP_ERR_INI_KEY_NOT_FOUND;
+    if (meant.isNewSection) {
+        return meant;
+    }
     IniDocument trial(text.Stored(), text.Parts());
     XELP_IN_S_INI_FILE_STRUCT &record = *trial.Record();
     std::string section = edit.section;
@@ -194,9 +200,6 @@ Meant FindMeant(const IniText &text, const Edit &edit)
         throw std::bad_alloc();
     }
     const std::size_t count = text.Lines().size();
-    Meant meant;
-    meant.isNewSection = record.ulLineNum == count + 2;
-    meant.isKey = old.status == XELP_ERR_INI_OK;
     while (meant.line < count && IsAsBefore(text, record, meant.line)) {
         ++meant.line;
     }
