@@ -35,11 +35,6 @@ bool HasBlankEnd(std::string_view text)
     return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
 }
 
-bool HasLineEnd(std::string_view text)
-{
-    return text.find_first_of("\r\n") != std::string_view::npos;
-}
-
 /// Does a text end in a backslash that joins what follows? Those in pairs are text.
 bool EndsInBackslash(std::string_view text)
 {

@@ -131,13 +131,6 @@ bool StoredLines::IsLoadable() const
     return std::ranges::none_of(lines, &StoredLine::isTooLong);
 }
 
-std::vector<std::string> StoredLines::Texts() const
-{
-    std::vector<std::string> texts(lines.size());
-    std::ranges::transform(lines, texts.begin(), &StoredLine::text);
-    return texts;
-}
-
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
 {
     const LibraryFile file(source);

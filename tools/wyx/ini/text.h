@@ -68,6 +68,11 @@ inline std::string_view WithoutLineEnd(std::string_view text)
     return text.substr(0, text.size() - LineEndLength(text));
 }
 
+inline bool HasLineEnd(std::string_view text)
+{
+    return text.find_first_of("\r\n") != std::string_view::npos;
+}
+
 /// A text without the blanks and line ends around it.
 std::string_view Trimmed(std::string_view text);
 
@@ -86,7 +91,6 @@ struct StoredLines {
     std::size_t rest = 0; // number of the first physical line that is not read; 0 if all are
 
     bool IsLoadable() const;
-    std::vector<std::string> Texts() const;
 };
 
 /// What becomes of a byte-order mark: a part of the first line, as the library has it, or nothing.

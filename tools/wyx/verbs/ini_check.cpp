@@ -1,7 +1,7 @@
-// wyx ini check: everything that is wrong with files, and what a save would make of them.
+// wyx ini check: everything that is wrong with files, and what may surprise their authors.
 //
-// The library's own check stops at the first line at fault and counts stored lines. Here each line
-// is judged by the same calls, all of them are, and they bear the numbers an editor shows.
+// The library's own check stops at the first line at fault and counts stored lines. Here
+// the same calls judge every line, and lines have the numbers that an editor shows.
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "ini/document.h"
-#include "ini/rehearsal.h"
 #include "ini/text.h"
 #include "os_adapter.h"
 #include "system/json.h"
@@ -20,6 +19,8 @@
 namespace wyx::tool {
 
 namespace {
+
+constexpr std::size_t kFolded = 80; // a line of so many bytes, its line end included, is folded
 
 /// Something to say about a line: an error with a code of the library, or a warning with a word.
 struct Finding {
@@ -122,20 +123,38 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
     }
 }
 
-/// What the lookups see otherwise than it looks.
-void WarnOfSurprises(const StoredLines &stored, Findings &findings)
+/// Lines that the library joins, or that its save lays out anew.
+void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &findings)
+{
+    const bool hasNul = source.Bytes().find('\0') != std::string::npos;
+    for (const StoredLine &line : stored.lines) {
+        if (HasLineEnd(WithoutLineEnd(line.text))) {
+            findings.Warning(line.first, "leading-backslash",
+                             "the next line begins with a backslash, and is taken for a part of "
+                             "this one");
+        } else if (line.count > 1 && !line.isTooLong) {
+            findings.Warning(line.first, "continuation",
+                             "joined from " + std::to_string(line.count) + " lines by backslashes");
+        } else if (line.text.size() >= kFolded) {
+            findings.Warning(line.first, "fold",
+                             "80 bytes or more: the library's save folds it into several lines");
+        }
+        if (line.isEnded && !hasNul) {
+            findings.Warning(line.first, "no-line-end",
+                             "no line end: the library's save adds a lone CR");
+        }
+    }
+}
+
+/// Names of which lookups see one only, and text after a value that is no comment for them.
+void WarnOfNames(const StoredLines &stored, Findings &findings)
 {
     using LineOfName = std::map<std::string, std::size_t, NameLess>;
     LineOfName sections;
     LineOfName keys;
     for (const StoredLine &line : stored.lines) {
-        if (line.text.find_first_of("\r\n") < WithoutLineEnd(line.text).size()) {
-            findings.Warning(line.first, "leading-backslash",
-                             "the next line begins with a backslash, and is taken for a part of "
-                             "this one");
-        }
-        const LineParts parts = ParseLine(line.text);
-        if (line.isTooLong || parts.status != XELP_ERR_INI_OK) {
+        const LineParts parts = ParseLine(line);
+        if (parts.IsUnreadable()) {
             continue;
         }
         LineOfName *names = nullptr;
@@ -211,76 +230,6 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
     }
 }
 
-/// The bytes of the file that a stored line comes from.
-std::string_view RawText(const IniSource &source, const std::vector<RawLine> &raw,
-                         const StoredLine &line)
-{
-    if (line.first > raw.size()) {
-        return {};
-    }
-    const std::size_t last = std::min(line.first + line.count - 1, raw.size());
-    const std::size_t begin = raw[line.first - 1].begin;
-    return std::string_view(source.Bytes()).substr(begin, raw[last - 1].end - begin);
-}
-
-/// Is a fold inside a character, if the text is UTF-8?
-bool SplitsCharacter(std::string_view text, std::size_t fold)
-{
-    return fold < text.size() && (static_cast<unsigned char>(text[fold]) & 0xC0) == 0x80;
-}
-
-/// What a save would not leave as it is, found out by one in another place.
-void WarnOfSave(const IniSource &source, const StoredLines &stored, Findings &findings)
-{
-    const std::vector<RawLine> raw = SplitLines(source.Bytes());
-    std::vector<std::string> lines;
-    bool isPlain = true;
-    for (const StoredLine &line : stored.lines) {
-        lines.push_back(line.text);
-        isPlain = isPlain && line.text.size() < kFolded && RawText(source, raw, line) == line.text;
-    }
-    if (isPlain || !stored.IsLoadable()) {
-        return; // such lines are written as they are; and a file that does not load is not saved
-    }
-    const Rehearsal rehearsal = Rehearse(lines);
-    const std::optional<std::size_t> changed = FirstChanged(lines, rehearsal.reloaded);
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const StoredLine &line = stored.lines[i];
-        const SavedLine &saved = rehearsal.saved[i];
-        if (changed == i) {
-            findings.Warning(
-                line.first, "not-kept",
-                "would not come back the same from a save: " + WhyChanged(line.text, saved));
-        }
-        if (i < changed.value_or(lines.size()) && rehearsal.reloaded[i] != line.text) {
-            findings.Warning(line.first, "line-end-cut",
-                             "a save folds it at its line end, of which only the LF comes back");
-        }
-        if (line.isEnded && RawText(source, raw, line).find('\0') == std::string_view::npos) {
-            findings.Warning(line.first, "no-line-end", "no line end: a save adds a lone CR");
-        }
-        if (RawText(source, raw, line) == saved.bytes) {
-            continue; // folded before, as a save would do it again
-        }
-        if (line.count > 1) {
-            findings.Warning(line.first, "continuation",
-                             "joined from " + std::to_string(line.count) +
-                                 " lines by backslashes: a save writes it as " +
-                                 std::to_string(saved.folds.size() + 1));
-        } else if (!saved.folds.empty()) {
-            findings.Warning(line.first, "fold",
-                             "80 bytes or more: a save folds it into " +
-                                 std::to_string(saved.folds.size() + 1) + " lines");
-        }
-        if (std::ranges::any_of(
-                saved.folds, [&](std::size_t fold) { return SplitsCharacter(line.text, fold); })) {
-            findings.Warning(line.first, "split-character",
-                             "a save folds it inside a character of more than one byte: editors "
-                             "will not show it whole, though it loads as it is");
-        }
-    }
-}
-
 Findings CheckFile(const IniSource &source, bool isErrorsOnly)
 {
     Findings findings;
@@ -293,8 +242,8 @@ Findings CheckFile(const IniSource &source, bool isErrorsOnly)
     CheckGrammar(stored, findings);
     if (!isErrorsOnly) {
         WarnOfBytes(source, stored, findings);
-        WarnOfSurprises(stored, findings);
-        WarnOfSave(source, stored, findings);
+        WarnOfLayout(source, stored, findings);
+        WarnOfNames(stored, findings);
     }
     return findings;
 }
