@@ -185,15 +185,15 @@ def fill(file):
 
 
 def _spans(text):
-    """What Doxygen would misread: a leading `::` in code is no global scope, a bar in code within a
-    table is no border, and strong text may begin with code."""
+    """What Doxygen would misread: a leading `::` in code is no global scope, a quotation mark in code
+    ends nothing, a bar in code within a table is no border, and strong text may begin with code."""
     def code(match):
         shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
         shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)
         return f"<code>{shown}</code>"
     def row_code(match):
         return code(match) if "|" in match[1] else match[0]
-    text = re.sub(r"`(::[A-Za-z][^`\n]*)`", code, text)
+    text = re.sub(r"`(::[A-Za-z][^`\n]*|[^`\n]*\('[^`\n]*)`", code, text)
     text = re.sub(r"(?m)^[ *]*\|.*$", lambda row: re.sub(r"`([^`]*)`", row_code, row[0]), text)
     return re.sub(r"\*\*(`.+?)\*\*", r"<strong>\1</strong>", text)
 

@@ -144,6 +144,7 @@ class Pages(unittest.TestCase):
                          fill_page._spans("see `::ffff:1.2.3.4` and `a::b` or `a|b`"))
         self.assertEqual(r" * | `x` | <code>\@ &amp; \| \--y</code> |",
                          fill_page._spans(r" * | `x` | `@ & \| --y` |"))
+        self.assertEqual("<code>f('x')</code> of `a'b`", fill_page._spans("`f('x')` of `a'b`"))
         self.assertEqual("<strong>`x` is</strong> so", fill_page._spans("**`x` is** so"))
 
     def test_a_bracket_in_code_begins_no_link(self):
