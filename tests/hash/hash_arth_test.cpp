@@ -538,20 +538,20 @@ TEST_F(HashRemoveCurNode, DoesWhatTheTableSays)
     };
     for (const auto &c : aCase) {
         SCOPED_TRACE(std::string(c.pszSaved) + " at " + c.ch);
-        const bool found = c.ulStatus == 0;
+        const bool isFound = c.ulStatus == 0;
         Build(3, c.pszSaved, c.chCursor);
         platform.StartRecording();
         EXPECT_EQ(RemoveCur(), c.ulStatus);
         EXPECT_EQ(chResult, c.ch);
         EXPECT_EQ(Text(), c.pszAfter);
-        EXPECT_EQ(g_calls, found ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' '}) : "");
-        EXPECT_EQ(MemoryCalls(), found ? "key, setNull" : "");
+        EXPECT_EQ(g_calls, isFound ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' '}) : "");
+        EXPECT_EQ(MemoryCalls(), isFound ? "key, setNull" : "");
 
         Build(3, c.pszSaved, c.chCursor);
         EXPECT_EQ(XELP_Hash_DeleteCurNode(table), c.ulStatus);
         EXPECT_EQ(Text(), c.pszAfter);
         EXPECT_EQ(g_calls,
-                  found ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' ', 'n', c.ch, ' '}) : "");
+                  isFound ? (std::string{'h', c.ch, ' ', 'k', c.ch, ' ', 'n', c.ch, ' '}) : "");
     }
 }
 

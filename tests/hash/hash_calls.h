@@ -172,13 +172,13 @@ class RandomCalls {
     void Step()
     {
         const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));
-        grows_ = Count() == 0 || (grows_ && Count() < kLetters * 3 / 4);
+        isGrowing_ = Count() == 0 || (isGrowing_ && Count() < kLetters * 3 / 4);
         g_calls.clear();
         switch (random_.UpTo(12)) {
             case 0:
             case 1:
             case 2:
-                grows_ ? Save(ch) : Remove(ch);
+                isGrowing_ ? Save(ch) : Remove(ch);
                 break;
             case 3:
                 Save(ch);
@@ -588,7 +588,7 @@ class RandomCalls {
     std::vector<Bucket> buckets_;
     char cursor_ = '\0';
     std::string awaited_; // the calls before the next release of a user node
-    bool grows_ = true;
+    bool isGrowing_ = true;
     int depth_ = 0;
 };
 

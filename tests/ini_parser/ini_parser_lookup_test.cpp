@@ -16,16 +16,16 @@ constexpr std::nullopt_t kHole = std::nullopt;
 struct ValueResult {
     QAL_UINT32 ulStatus = 77;
     Line value;
-    bool untouched = false;
+    bool isUntouched = false;
     bool operator==(const ValueResult &) const = default;
 };
 
 void PrintTo(const ValueResult &result, std::ostream *pOut)
 {
     *pOut << result.ulStatus << " "
-          << (result.untouched ? "untouched"
-              : result.value   ? Shown(*result.value)
-                               : "null");
+          << (result.isUntouched ? "untouched"
+              : result.value     ? Shown(*result.value)
+                                 : "null");
 }
 
 /// The result of listing names.

@@ -22,7 +22,7 @@ class ReaderTest : public PlatformTest {
     struct Result {
         QAL_UINT32 ulStatus;
         Line line; // none: the pointer was left unchanged, or set to null
-        bool untouched;
+        bool isUntouched;
         QAL_UINT32 ulBytes;
         QAL_UINT32 ulLines;
         bool operator==(const Result &) const = default;
@@ -30,9 +30,9 @@ class ReaderTest : public PlatformTest {
         friend void PrintTo(const Result &result, std::ostream *pOut)
         {
             *pOut << result.ulStatus << ": "
-                  << (result.untouched ? "untouched"
-                      : result.line    ? Shown(*result.line)
-                                       : "null")
+                  << (result.isUntouched ? "untouched"
+                      : result.line      ? Shown(*result.line)
+                                         : "null")
                   << ", " << result.ulBytes << " bytes of " << result.ulLines << " lines";
         }
     };
@@ -73,8 +73,8 @@ class ReaderTest : public PlatformTest {
         Result result{0, {}, false, 77, 77};
         result.ulStatus = IniGetOneLine(&pszLine, pstruFile_, &result.ulBytes, &result.ulLines);
         trace_ = platform.MemoryTrace();
-        result.untouched = pszLine == Sentinel();
-        if (!result.untouched) {
+        result.isUntouched = pszLine == Sentinel();
+        if (!result.isUntouched) {
             result.line = TakeText(pszLine);
         }
         return result;

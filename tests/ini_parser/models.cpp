@@ -91,13 +91,13 @@ ReadLine Read(std::string_view file, std::size_t at)
     std::string text;
     std::size_t i = at;
     QAL_UINT32 ulLines = 1;
-    bool metEnd = false;
-    for (bool complete = false; !complete && text.size() <= 511;) {
+    bool hasMetEnd = false;
+    for (bool isComplete = false; !isComplete && text.size() <= 511;) {
         const Line b0 = byteAt(i);
         const Line b1 = byteAt(i + 1);
         const Line b2 = byteAt(i + 2);
         if (!b0) {
-            metEnd = complete = true;
+            hasMetEnd = isComplete = true;
         } else if (isEnd(b0)) {
             text += *b0;
             ++i;
@@ -105,14 +105,14 @@ ReadLine Read(std::string_view file, std::size_t at)
                 break;
             }
             if (!b1) {
-                metEnd = complete = true;
+                hasMetEnd = isComplete = true;
             } else if (isEnd(b1) && b1 != b0) {
                 text += *b1;
                 ++i;
-                complete = true;
+                isComplete = true;
             } else if (b1 != "\\") { // a backslash joins the line that it begins
                 read.stepsBack = 1;
-                complete = true;
+                isComplete = true;
             }
         } else if (b0 != "\\") {
             text += *b0;
@@ -134,11 +134,11 @@ ReadLine Read(std::string_view file, std::size_t at)
             ++ulLines;
             text += *b2;
             i += 3;
-            complete = isEnd(b2);
+            isComplete = isEnd(b2);
         }
     }
     read.next = i;
-    read.reads = i - at + read.stepsBack + (metEnd ? 1 : 0);
+    read.reads = i - at + read.stepsBack + (hasMetEnd ? 1 : 0);
     if (text.size() > 511) {
         read.ulStatus = kLineTooLong;
         return read;
@@ -434,7 +434,7 @@ QAL_UINT32 CheckKey(std::string_view line)
 QAL_UINT32 CheckFile(const Snapshot &doc, QAL_UINT32 &ulLineNo)
 {
     QAL_UINT32 ulStatus = kFileEmpty;
-    bool metSection = false;
+    bool hasMetSection = false;
     for (QAL_UINT32 i = 0; i < doc.ulLineNum; ++i) {
         ulLineNo = i + 1;
         if (!doc.slots[i]) {
@@ -448,10 +448,10 @@ QAL_UINT32 CheckFile(const Snapshot &doc, QAL_UINT32 &ulLineNo)
         switch (TypeOf(line)) {
             case INI_SECTION_LINE:
                 ulStatus = CheckSection(line);
-                metSection = true;
+                hasMetSection = true;
                 break;
             case INI_KEYVALUE_LINE:
-                ulStatus = metSection ? CheckKey(line) : kFileFormat;
+                ulStatus = hasMetSection ? CheckKey(line) : kFileFormat;
                 break;
             case INI_ERROR_LINE:
                 ulStatus = kLineUnknown;
@@ -781,16 +781,16 @@ QAL_UINT32 DeleteIn(Snapshot &doc, std::string_view section, const std::string_v
                 ulResult = pKey != nullptr ? kKeyNotFound : kOk;
             }
         }
-        bool goes = isInside && doc.slots[i] && pKey == nullptr;
+        bool isDeleted = isInside && doc.slots[i] && pKey == nullptr;
         if (isInside && kind == Kind::kKey && pKey != nullptr) {
             const Parts parts = ParseKey(*doc.slots[i], heap);
             if (parts.ulStatus != kOk) {
                 return parts.ulStatus;
             }
-            goes = SameName(*parts.name, *pKey);
+            isDeleted = SameName(*parts.name, *pKey);
             Discard(parts, heap);
         }
-        if (goes) {
+        if (isDeleted) {
             Delete(doc, i, heap);
             ulResult = kOk;
         }

@@ -285,9 +285,9 @@ class RandomCalls {
     void Step()
     {
         if (model_.Size() == 0 || model_.IsFull() || model_.Size() > 20) {
-            grows_ = random_.UpTo(3) == 0 ? model_.Size() == 0 : grows_;
+            isGrowing_ = random_.UpTo(3) == 0 ? model_.Size() == 0 : isGrowing_;
         }
-        const std::uint64_t ullInsert = grows_ ? 7 : 2; // of 9
+        const std::uint64_t ullInsert = isGrowing_ ? 7 : 2; // of 9
         const std::uint64_t ull = random_.UpTo(17);
         if (ull < ullInsert) {
             Insert();
@@ -354,17 +354,17 @@ class RandomCalls {
     template <typename Remove, typename Delete>
     void Take(Iterator it, QAL_UINT32 ulWithout, const Remove &remove, const Delete &destroy)
     {
-        const bool found = it != model_.elements.end();
-        const char ch = found ? Letter(model_.Remove(it)) : kNull;
+        const bool isFound = it != model_.elements.end();
+        const char ch = isFound ? Letter(model_.Remove(it)) : kNull;
         g_released.clear();
         if (random_.UpTo(1) == 0) {
             void *pResult = nullptr;
-            EXPECT_EQ(remove(&pResult), found ? 0U : ulWithout);
+            EXPECT_EQ(remove(&pResult), isFound ? 0U : ulWithout);
             EXPECT_EQ(Letter(pResult), ch);
             EXPECT_EQ(g_released, "");
         } else {
-            EXPECT_EQ(destroy(), found ? 0U : ulWithout);
-            EXPECT_EQ(g_released, found ? std::string{ch} : "");
+            EXPECT_EQ(destroy(), isFound ? 0U : ulWithout);
+            EXPECT_EQ(g_released, isFound ? std::string{ch} : "");
         }
         Compare();
     }
@@ -404,13 +404,13 @@ class RandomCalls {
     {
         const char ch = AnyLetter();
         const Iterator it = Find(ch);
-        const bool found = it != model_.elements.end();
+        const bool isFound = it != model_.elements.end();
         void *pResult = User(kUntouched);
-        EXPECT_EQ(List::Query(list_, &ch, nullptr, &pResult), found                ? 0U
+        EXPECT_EQ(List::Query(list_, &ch, nullptr, &pResult), isFound              ? 0U
                                                               : model_.Size() == 0 ? List::kNull
                                                                                    : List::kFind);
-        EXPECT_EQ(Letter(pResult), found ? ch : kNull);
-        if (found) {
+        EXPECT_EQ(Letter(pResult), isFound ? ch : kNull);
+        if (isFound) {
             model_.cursor = it;
         }
         Compare();
@@ -518,7 +518,7 @@ class RandomCalls {
     Random &random_;
     Model model_;
     Iterator expected_;
-    bool grows_ = true;
+    bool isGrowing_ = true;
     int depth_ = 0;
     int visits_ = 0;
     bool hasStopped_ = false;

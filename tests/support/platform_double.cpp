@@ -197,7 +197,7 @@ void PlatformDouble::Reset()
     misuses_.clear();
     disk_.reset();
     ullTime_ = 0;
-    record_ = false;
+    isRecording_ = false;
 }
 
 void PlatformDouble::StartRecording()
@@ -208,7 +208,7 @@ void PlatformDouble::StartRecording()
     events_.clear();
     ulWritten_ = 0;
     hasFailed_ = false;
-    record_ = true;
+    isRecording_ = true;
 }
 
 void PlatformDouble::Fail(Service service, QAL_UINT32 n, Failure failure, QAL_UINT32 ulWritten)
@@ -273,7 +273,7 @@ bool PlatformDouble::Strike(Service service)
 void PlatformDouble::Record(Event event)
 {
     const std::lock_guard lock(mutex_);
-    if (record_) {
+    if (isRecording_) {
         events_.push_back(std::move(event));
     }
 }
@@ -289,7 +289,7 @@ void *PlatformDouble::Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT3
 {
     const std::size_t size = BlockLen(ulSize);
     void *const pBlock = Strike(Service::kAllocate) ? nullptr : std::malloc(size + kGuardLen);
-    if (Records()) {
+    if (IsRecording()) {
         Record({pszWhat, ulSize, ulLine, pszFile, pBlock});
     }
     if (pBlock != nullptr) {
@@ -303,7 +303,7 @@ void *PlatformDouble::Allocate(const char *pszWhat, QAL_UINT32 ulSize, QAL_UINT3
 
 void PlatformDouble::Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile, bool setsNull)
 {
-    if (Records()) {
+    if (IsRecording()) {
         Record({pBlock == nullptr ? "free null" : "free", 0, ulLine, pszFile, pBlock, setsNull});
     }
     if (pBlock == nullptr) {

@@ -69,7 +69,7 @@ class PlatformDouble {
     /// here on. The clock, the disk in memory and recorded misuses stay.
     void StartRecording();
     /// The record of calls since Reset(), if RecordEvents(true), or since StartRecording().
-    void RecordEvents(bool on) { record_ = on; }
+    void RecordEvents(bool isOn) { isRecording_ = isOn; }
     const std::vector<Event> &Events() const { return events_; }
     /// The memory calls of the record as "D 5", "S 24", "free", joined by ", ".
     std::string MemoryTrace() const;
@@ -88,7 +88,7 @@ class PlatformDouble {
     void Release(void *pBlock, QAL_UINT32 ulLine, const char *pszFile, bool setsNull);
     /// Counts a call; true if it is to fail.
     bool Strike(Service service);
-    bool Records() const { return record_; }
+    bool IsRecording() const { return isRecording_; }
     void Record(Event event);
     void FileOpened() { ++liveFiles_; }
     void FileClosed() { --liveFiles_; }
@@ -119,7 +119,7 @@ class PlatformDouble {
     QAL_UINT32 ulWritten_ = 0;
     QAL_UINT64 ullTime_ = 0;
     bool hasFailed_ = false;
-    bool record_ = false;
+    bool isRecording_ = false;
 };
 
 /// Base of test fixtures: begins with a fresh double and checks at the end that nothing is held.
