@@ -6,6 +6,13 @@
  * describes. What does not fit is refused as a whole: no text is cut off, and the destination of a
  * refused string is left empty. A null pointer is refused in the same way.
  *
+ * @code{.c}
+ * char line[16];
+ * if (wyx_sprintf_s(line, sizeof line, "%s=%s", key, value) < 0) {
+ *     Refuse(key); // it does not fit, and the line is empty
+ * }
+ * @endcode
+ *
  * They are part of the platform: see os_adapter.h for how a client's own adapter replaces them.
  */
 #ifndef WYX_BOUNDED_H

@@ -10,6 +10,27 @@
  * This page is the contract that every adapter keeps. What the default adapter promises beyond it
  * is marked *Default adapter*.
  *
+ * @code{.c}
+ * QAL_UINT32 len = XELP_StrLen(text);
+ * XELP_S_File *file = XELP_Fopen("list.new", "w");
+ * if (file != NULL) {
+ *     int isWhole = XELP_Fwrite(text, 1, len, file) == len;
+ *     if (XELP_Fclose(file) != 0 || !isWhole) {
+ *         XELP_Remove("list.new");
+ *     } else {
+ *         status = XELP_Rename("list.new", "list");
+ *     }
+ * }
+ * file = XELP_Fopen("list", "r");
+ * if (file != NULL) {
+ *     QAL_INT32 byte;
+ *     while ((byte = XELP_Fgetc(file)) != -1) {
+ *         Show(byte);
+ *     }
+ *     XELP_Fclose(file);
+ * }
+ * @endcode
+ *
  * Every service may be called from any thread. Two threads must not use one file at once.
  */
 #ifndef WYX_OS_ADAPTER_H

@@ -58,6 +58,9 @@ complete)
             '') # a page of its own
                 grep -q "^\.It Xr $name 3$" "$overview" || fail "$overview: does not list $name"
                 [[ $(grep -c '^\.Nm\|^\.Xr' "$page") -lt 10 ]] || fail "$page: is not about one call"
+                for section in SYNOPSIS DESCRIPTION EXAMPLES 'SEE ALSO'; do
+                    grep -q "^\.Sh $section$" "$page" || fail "$page: has no section $section"
+                done
                 # Every status that it returns has its number.
                 for status in $(sed -n '/^\.Sh RETURN/,/^\.Sh [ES]/p' "$page" | grep -Eo 'XELP_ERR_\w+'); do
                     [[ $status == *_OK ]] || grep -qx "\.It Li \"$status = [1-9][0-9]*\"" "$page" ||
