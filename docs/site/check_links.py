@@ -28,7 +28,7 @@ class Page(HTMLParser):
                 self.loads.append(value)
 
     def handle_data(self, data):
-        self.unmade += re.findall(r"@ref \S+|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
+        self.unmade += re.findall(r"@ref \S+|</?tt>|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
 
 
 def check(folder):

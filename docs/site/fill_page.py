@@ -159,7 +159,8 @@ def _line(line, file, declared):
             # Not a Doxygen section, which would appear in the navigation beside the groups.
             level = len(heading[1]) - 1
             return [f"@anchor {anchor}", f"<h{level}>{heading[2]}</h{level}>"]
-        return [f"{line} {{#{anchor}}}"]
+        # Doxygen shows the marks of code in a heading.
+        return [f"{heading[1]} {heading[2].replace('`', '')} {{#{anchor}}}"]
     if image := re.fullmatch(r"!\[([^\]]*)\]\(([^)\s]+)\)", line):
         return [drawing(image[1], file.parent / image[2])]
     return [_linked(_spans(line), declared)]

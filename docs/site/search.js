@@ -202,7 +202,8 @@
             }
         });
         document.addEventListener("click", function (event) {
-            if (!document.getElementById("find").contains(event.target)) {
+            // sidebar.js clicks, too.
+            if (event.isTrusted && !document.getElementById("find").contains(event.target)) {
                 close();
             }
         });

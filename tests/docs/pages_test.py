@@ -116,6 +116,10 @@ class Pages(unittest.TestCase):
             first = re.search(r"(?m)^## (.*)$", file.read_text())
             self.assertEqual("Recipes", first[1], file.name)
 
+    def test_headings_have_no_marks_of_code(self):
+        self.assertEqual(["## Of ini check {#tool-of-ini-check}"],
+                         fill_page._line("## Of `ini check`", ROOT / "docs/tool.md", {}))
+
     def test_a_page_lists_its_sections_but_not_what_looks_like_them_in_code(self):
         with tempfile.TemporaryDirectory() as folder:
             page = Path(folder) / "x.md"
@@ -173,6 +177,8 @@ class Links(unittest.TestCase):
     def test_a_reference_that_became_no_link_is_an_error(self):
         self.assertEqual(["a.html: @ref there: was to be made something else"],
                          self.errors(a="<p>see @ref there for it</p>"))
+        self.assertEqual(["a.html: <tt>: was to be made something else"],
+                         self.errors(a="<h1>of &lt;tt>x</h1>"))
 
     def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
         self.assertEqual(

@@ -82,10 +82,14 @@ window.addEventListener("load", function () {
             return link.getAttribute("href") + " " + link.querySelector(".found-title").textContent;
         }));
     });
-    var report = document.createElement("pre");
-    report.id = "shown";
-    report.textContent = JSON.stringify(shown);
-    document.body.appendChild(report);
+    field.value = QUERIES[0];
+    field.dispatchEvent(new Event("input"));
+    setTimeout(function () { // what else the page does on loading must not close the list
+        var report = document.createElement("pre"), list = document.getElementById("find-list");
+        report.id = "shown";
+        report.textContent = JSON.stringify({shown: shown, isOpen: !list.hidden});
+        document.body.appendChild(report);
+    }, 4000);
 });
 </script>
 """
@@ -108,7 +112,10 @@ def shown(site):
     report = re.search(r'<pre id="shown">(.*?)</pre>', dom, re.S)
     if not report:
         sys.exit("the page did not search")
-    return json.loads(html.unescape(report[1]))
+    found = json.loads(html.unescape(report[1]))
+    if not found["isOpen"]:
+        sys.exit("the list of results did not stay open")
+    return found["shown"]
 
 
 def is_right(expected, found):
