@@ -1,32 +1,14 @@
 /* The recipes of the page on the doubly linked list. */
 #include <string.h>
 
+#include "persons.h"
 #include "wyx_commlib/dlink.h"
 
 int dlink_page_example(void);
 
-static char aSeen[16], aReleased[16];
-
-static void Note(char *where, const void *person)
-{
-    const size_t length = strlen(where);
-    where[length] = *(const char *)person;
-    where[length + 1] = '\0';
-}
-
 static QAL_UINT32 CompareName(const void *pCmpCondition, void *pstruUserNode)
 {
     return strcmp((const char *)pCmpCondition, (const char *)pstruUserNode) != 0;
-}
-
-static void ReleasePerson(void *person)
-{
-    Note(aReleased, person);
-}
-
-static void ShowPerson(const void *person)
-{
-    Note(aSeen, person);
 }
 
 static void Serve(const void *person)

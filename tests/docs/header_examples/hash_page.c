@@ -2,30 +2,12 @@
 #include <string.h>
 
 #include "os_adapter.h"
+#include "persons.h"
 #include "wyx_commlib/hash.h"
 
 int hash_page_example(void);
 
 #include "hash_page_1.inc"
-
-static char aSeen[16], aReleased[16];
-
-static void Note(char *where, const void *person)
-{
-    const size_t length = strlen(where);
-    where[length] = *(const char *)person;
-    where[length + 1] = '\0';
-}
-
-static void ReleasePerson(void *person)
-{
-    Note(aReleased, person);
-}
-
-static void ShowPerson(const void *person)
-{
-    Note(aSeen, person);
-}
 
 static QAL_UINT32 ShowEach(void *condition, void *person, void **other)
 {

@@ -2,6 +2,7 @@
  * it refers to. */
 #include <string.h>
 
+#include "persons.h"
 #include "wyx_commlib/slink.h"
 
 #define XELP_DLinkList_Set_CurPtr XELP_SLinkList_Set_CurPtr
@@ -13,28 +14,9 @@
 
 int slink_page_example(void);
 
-static char aSeen[72], aReleased[72];
-
-static void Note(char *where, const void *person)
-{
-    const size_t length = strlen(where);
-    where[length] = *(const char *)person;
-    where[length + 1] = '\0';
-}
-
 static QAL_UINT32 CompareName(const void *pCmpCondition, void *pstruUserNode)
 {
     return strcmp((const char *)pCmpCondition, (const char *)pstruUserNode) != 0;
-}
-
-static void ReleasePerson(void *person)
-{
-    Note(aReleased, person);
-}
-
-static void ShowPerson(const void *person)
-{
-    Note(aSeen, person);
 }
 
 static int NoMemory(void)
