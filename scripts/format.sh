@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 version=$(clang-format --version | sed 's/.*version \([0-9]*\).*/\1/')
 if [[ $version != 14 ]]; then
-    echo "clang-format is version $version, not 14"
+    echo "skipped: clang-format is version $version, not 14"
     exit 77
 fi
 options=(-i)
