@@ -9,15 +9,21 @@ import fill_page
 import pages
 
 
+def tab(file, title=None):
+    page = pages.page_of(file)
+    url = "index.html" if page == "index" else "@ref " + page
+    title = title or ("Overview" if page == "index" else pages.title_of(file))
+    return f'<tab type="user" url={quoteattr(url)} title={quoteattr(title)}/>'
+
+
 def navigation():
     yield "<navindex>"
     for group, files in pages.grouped().items():
+        if len(files) == 1:
+            yield tab(files[0], group)
+            continue
         yield f'<tab type="usergroup" url="[none]" title={quoteattr(group)}>'
-        for file in files:
-            page = pages.page_of(file)
-            url = "index.html" if page == "index" else "@ref " + page
-            title = "Overview" if page == "index" else pages.title_of(file)
-            yield f'<tab type="user" url={quoteattr(url)} title={quoteattr(title)}/>'
+        yield from map(tab, files)
         yield "</tab>"
     yield '<tab type="usergroup" url="[none]" title="Reference">'
     yield '<tab type="filelist" title="Headers"/>'
@@ -32,5 +38,7 @@ if __name__ == "__main__":
     for page_file in pages.every():
         fill_page.fill(page_file)
     layout = Path(sys.argv[1]).read_text()
+    # The page of a header shows its calls first.
+    layout = re.sub(r"(<file>.*?<memberdecl>)(.*?)(\s*<functions [^>]*>)", r"\1\3\2", layout, flags=re.S)
     sys.stdout.write(re.sub(r"<navindex>.*</navindex>", lambda _: "\n".join(navigation()), layout,
                             flags=re.S))
