@@ -20,7 +20,8 @@ for another CPU than the library's. The mistake is
 
 Bounds on lines marked "speed only" are left out. The tests of a module are those in
 tests/<module>/, tests/fuzz/ and tests/failures/; those of the adapter are in tests/platform/,
-tests/threads/ and tests/syscalls/; those of the tool in tests/tool/. The most effective run first.
+tests/threads/ and tests/syscalls/, and the suite in tools/adapter_suite/; those of the tool are in
+tests/tool/. The most effective run first.
 A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it.
 The run fails for one that is not, for a listed one that a test sees after all, if nothing was
 killed, if fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of
@@ -65,7 +66,7 @@ Part = collections.namedtuple("Part", "sources product tests")
 PARTS = {
     "library": Part(pathlib.Path("src/commlib"), r"lib/libwyx_commlib\.so[.\d]*", ("fuzz", "failures")),
     "platform": Part(pathlib.Path("platform"), r"lib/libwyx_os_adapter\.so[.\d]*",
-                     ("threads", "syscalls")),
+                     ("threads", "syscalls", "adapter_suite")),
     "tool": Part(pathlib.Path("tools/wyx"), r"(?:.*/)?wyx", ()),
 }
 
@@ -76,19 +77,27 @@ def part_of(file):
 
 
 def module_of(file):
-    """The module of a source file; the folder of its tests has the same name."""
+    """The module of a source file; the folder of its tests has the same name. Files that all modules
+    share belong to "library"."""
     part = part_of(file)
-    if part != "library":
-        return part
-    return pathlib.Path(file).relative_to(PARTS[part].sources).parts[0]
+    module = pathlib.Path(file).relative_to(PARTS[part].sources).parts[0]
+    return module if part == "library" and module != pathlib.Path(file).name else part
 
 
 def folders_of(file):
     """The folders that a worker needs to change a file: the sources and tests of its module."""
-    part = part_of(file)
+    part, module = part_of(file), module_of(file)
     sources = PARTS[part].sources
-    return (sources / module_of(file) if part == "library" else sources,
-            pathlib.Path("tests") / module_of(file))
+    return (sources if module == part else sources / module, pathlib.Path("tests") / module)
+
+
+def test_folders_of(file):
+    """The folders in tests/ whose tests may notice a mistake in a file."""
+    part = part_of(file)
+    modules = [module_of(file)]
+    if modules == ["library"]:
+        modules = sorted(f.name for f in (TREE / PARTS[part].sources).iterdir() if f.is_dir())
+    return (*modules, *PARTS[part].tests)
 
 
 def run(command, **options):
@@ -212,7 +221,8 @@ class Build:
                 continue
             program = pathlib.Path(command[-1])
             is_emulated = len(command) > 1 and "qemu" in pathlib.Path(command[0]).name
-            if not program.is_relative_to(folder / "tests") or not (len(command) == 1 or is_emulated):
+            is_test = any(program.is_relative_to(folder / f) for f in ("tests", "tools/adapter_suite"))
+            if not is_test or not (len(command) == 1 or is_emulated):
                 continue
             target = str(program.relative_to(folder))
             own = image(target) if target in links else None
@@ -280,8 +290,7 @@ class Runner:
         return root
 
     def tests_of(self, build, file):
-        folders = (module_of(file), *PARTS[part_of(file)].tests)
-        tests = [test for folder in folders for test in build.tests[folder]]
+        tests = [test for folder in test_folders_of(file) for test in build.tests[folder]]
         return sorted(tests, key=lambda t: -(self.kills[file, t] + 0.1) /
                       (self.durations.get((build, t), 0) + 0.02))
 
@@ -296,17 +305,18 @@ class Runner:
         """Lets a test find the worker's product, if that is changed, and the build's own."""
         libraries = [str(build.folder / "lib")]
         environment = dict(os.environ, WYX_TEST_SEED="1", UBSAN_OPTIONS="halt_on_error=1",
-                           TMPDIR=str(self.folder()))
+                           TMPDIR=str(self.folder()), GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
         if changed in ("library", "platform"):
             libraries.insert(0, str(self.product(changed).parent))
+        if changed == "platform":
+            environment["WYX_OS_ADAPTER"] = str(self.product(changed))  # the suite opens it
         elif changed == "tool":
             environment["WYX_TEST_TOOL"] = str(self.product("tool"))
         return dict(environment, LD_LIBRARY_PATH=":".join(libraries))
 
     def run_test(self, build, test, limit, changed):
-        command = [*test.emulator, test.program, "--gtest_fail_fast", "--gtest_brief=1"]
         process = subprocess.Popen(
-            command, env=self.environment(build, changed),
+            [*test.emulator, test.program], env=self.environment(build, changed),
             cwd=self.folder(), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL, start_new_session=True)
         return finish(process, limit) is not None and process.returncode == 0
@@ -357,8 +367,8 @@ class Runner:
 
     def expect_product(self, build, name, test):
         """A library that a test does not load would let every mistake survive."""
-        if name == "tool" or test.folder == "syscalls":  # these start other programs
-            return
+        if name == "tool" or test.folder in ("syscalls", "adapter_suite"):
+            return  # these start other programs, or open the library themselves
         environment = dict(self.environment(build, name), LD_TRACE_LOADED_OBJECTS="1")
         if test.emulator:  # the emulator would trace itself
             return
@@ -503,7 +513,7 @@ def chosen_files(modules=None, names=None, chosen_part=None):
     """The source files of some modules, names or a part; by default all but the tool's."""
     files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
                    for p in (TREE / part.sources).rglob("*")
-                   if p.suffix in (".cpp", ".h") and p.parent != TREE / PARTS["library"].sources)
+                   if p.suffix in (".cpp", ".h"))
     if names:
         return [f for f in files if pathlib.Path(f).name in names]
     if modules:
@@ -516,7 +526,8 @@ def chosen_files(modules=None, names=None, chosen_part=None):
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--module", action="append", help="a folder of src/commlib, platform, tool")
+    parser.add_argument("--module", action="append",
+                        help="a folder of src/commlib; library: what they share; platform; tool")
     parser.add_argument("--part", choices=PARTS, help="everything of this part")
     parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")

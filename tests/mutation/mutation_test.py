@@ -164,9 +164,18 @@ class Survivors(unittest.TestCase):
 class Files(unittest.TestCase):
     def test_a_file_belongs_to_a_part_and_a_module(self):
         for file, module in (("src/commlib/crc/source/crc16_arth.cpp", "crc"),
+                             ("src/commlib/blocks.h", "library"),
                              ("platform/linux/file.cpp", "platform"),
                              ("tools/wyx/verbs/addr.cpp", "tool")):
             self.assertEqual(module, mutate.module_of(file))
+
+    def test_what_all_modules_share_is_tested_by_the_tests_of_all(self):
+        self.assertIn("src/commlib/blocks.h", mutate.chosen_files(chosen_part="library"))
+        folders = mutate.test_folders_of("src/commlib/blocks.h")
+        self.assertLessEqual({"slink", "hash", "base64", "ini_parser", "fuzz", "failures"},
+                             set(folders))
+        self.assertEqual(("crc", "fuzz", "failures"),
+                         mutate.test_folders_of("src/commlib/crc/source/crc16_arth.cpp"))
 
     def test_all_parts_have_sources(self):
         modules = {mutate.module_of(f) for f in mutate.chosen_files()}
