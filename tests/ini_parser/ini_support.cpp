@@ -120,6 +120,7 @@ Snapshot Look(const XELP_IN_S_INI_FILE_STRUCT &record)
         return snapshot;
     }
     EXPECT_EQ(platform.SizeOf(record.pStrLine), std::size_t{record.ulTotalLine} * 8);
+    snapshot.slots.reserve(record.ulTotalLine);
     for (QAL_UINT32 i = 0; i < record.ulTotalLine; ++i) {
         const QAL_INT8 *const pszLine = record.pStrLine[i];
         snapshot.slots.emplace_back();

@@ -74,6 +74,7 @@ void Heap::Give(std::size_t count)
 std::string Heap::Trace() const
 {
     std::string trace;
+    trace.reserve(8 * calls_.size());
     for (const std::size_t size : calls_) {
         trace += trace.empty() ? "" : ", ";
         trace += size == 0 ? "free" : "D " + std::to_string(size);

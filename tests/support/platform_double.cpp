@@ -248,6 +248,7 @@ std::size_t PlatformDouble::LiveFiles() const
 std::string PlatformDouble::MemoryTrace() const
 {
     std::string trace;
+    trace.reserve(8 * events_.size());
     for (const Event &event : events_) {
         const bool isBlock = event.what == "D" || event.what == "S";
         if (!isBlock && event.what != "free") {
