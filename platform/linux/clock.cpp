@@ -30,12 +30,12 @@ extern "C" {
 
 QAL_UINT64 XELP_GetSystemTime(void)
 {
-    const QAL_UINT64 ullNow = Now();
     QAL_UINT64 ullBefore = ullLast;
+    const QAL_UINT64 ullNow = Now();
     QAL_UINT64 ullTime = 0;
     do { // once more if another thread was faster
         ullTime = ullNow > ullBefore ? ullNow : ullBefore + 1;
-    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime)); // never: a lost race
+    } while (!ullLast.compare_exchange_weak(ullBefore, ullTime));
     return ullTime;
 }
 

@@ -10,6 +10,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -25,8 +26,9 @@ constexpr int kReleasedByte = 0x5A;
 constexpr QAL_ULONG kHeldBlocks = 1024;
 constexpr QAL_ULONG kHeldBytes = 1048576;
 
-constexpr QAL_ULONG kSiteChains = 256;
+constexpr QAL_ULONG kSiteChains = 256; // speed only
 constexpr QAL_ULONG kFirstBlockChains = 1024;
+static_assert(std::has_single_bit(kFirstBlockChains));
 
 /// A line that allocates or releases. Never forgotten.
 struct Site {

@@ -26,5 +26,16 @@ TEST_F(ClockSet, GoesOnByMillisecondsUntilTheSystemHasCaughtUp)
     EXPECT_EQ(XELP_GetSystemTime(), 1800000000005U);
 }
 
+/// While one thread asks the system, another gets a value.
+TEST_F(ClockSet, ValueOfAFasterThreadIsNotGivenAgain)
+{
+    system.TellTime(1900000000, 7000000);
+    QAL_UINT64 ullFaster = 0;
+    system.After("clock_gettime", 1, [&] { ullFaster = XELP_GetSystemTime(); });
+    EXPECT_EQ(XELP_GetSystemTime(), 1900000000008U);
+    EXPECT_EQ(ullFaster, 1900000000007U);
+    EXPECT_EQ(XELP_GetSystemTime(), 1900000000009U);
+}
+
 } // namespace
 } // namespace wyx::test

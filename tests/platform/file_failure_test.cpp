@@ -379,6 +379,25 @@ TEST_F(FileFailure, FileThatAppearsAfterItWasLookedForIsNotEmptied)
     EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
+TEST_F(FileFailure, NameThatWasNotFoundIsRemovedAllTheSame)
+{
+    const std::string name = folder.File("text.ibk");
+    EXPECT_EQ(Open(name, "r"), nullptr);
+    folder.Make("text.ibk", "made by other means");
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0);
+    EXPECT_FALSE(folder.Has("text.ibk"));
+}
+
+TEST_F(FileFailure, NameOfNothingButTheSuffixIsRemembered)
+{
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    EXPECT_EQ(Open(".ibk", "r"), nullptr);
+    folder.Make(".ibk", "another's");
+    EXPECT_EQ(Open(".ibk", "w"), nullptr);
+    std::filesystem::current_path(before);
+}
+
 TEST_F(FileFailure, OtherNamesAreEmptiedAllTheSame)
 {
     EXPECT_EQ(Open(folder.File("text1"), "r"), nullptr);
@@ -770,6 +789,16 @@ TEST_F(FileFailure, WriterMovesAndThenHandsOverAtOnce)
     EXPECT_EQ(folder.Content("text"), start + "01ab4C678def");
 }
 
+TEST_F(FileFailure, WriterStepsBackOverBytesThatWait)
+{
+    XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
+    EXPECT_EQ(Write(pstruFile, "ab"), 2U);
+    EXPECT_EQ(XELP_Fseek(pstruFile, -1, SEEK_CUR), 0);
+    EXPECT_EQ(Write(pstruFile, "c"), 1U);
+    EXPECT_EQ(XELP_Fclose(pstruFile), 0);
+    EXPECT_EQ(folder.Content("text"), start + "ac");
+}
+
 TEST_F(FileFailure, WriterThatCannotMoveStaysWhereItWas)
 {
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -1043,6 +1072,40 @@ TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
                                    system.Calls("pthread_getspecific") +
                                    system.Calls("pthread_setspecific")
                              : 100);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+/// The key is made once, and asked for only as long as there is a failure to tell.
+TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedOnceAllFailuresAreTold)
+{
+    EXPECT_EXIT(
+        {
+            const auto fail = [&](int iError) {
+                XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
+                system.Fail("fsync", 1, iError);
+                XELP_Fclose(pstruFile);
+            };
+            const auto expectUntouched = [&] {
+                system.Reset();
+                ExpectNothingPending();
+                EXPECT_EQ(system.Calls("pthread_getspecific"), 0);
+                EXPECT_EQ(system.Calls("pthread_setspecific"), 0);
+            };
+            fail(EIO);
+            EXPECT_EQ(system.Calls("pthread_key_create"), 1);
+            ExpectPending(EIO);
+            expectUntouched();
+            fail(EIO); // two of one thread are told as one
+            fail(EDQUOT);
+            EXPECT_EQ(system.Calls("pthread_key_create"), 0);
+            ExpectPending(EDQUOT);
+            expectUntouched();
+            system.Fail("pthread_setspecific", 1, ENOMEM);
+            fail(EIO);
+            ExpectPending(EIO);
+            expectUntouched();
+            std::exit(HasFailure() ? 1 : 0);
         },
         ::testing::ExitedWithCode(0), "");
 }

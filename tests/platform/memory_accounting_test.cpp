@@ -4,11 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "mem_accounting.h"
@@ -248,6 +251,94 @@ TEST(MemoryAccounting, HoldsBackNoMoreThanItsLimits)
     EXPECT_EQ(system.LiveBlocks(), alone + 2 * 1023) << "a block and its entry for each";
     release(2000, 1000);
     EXPECT_LE(system.LiveBlocks(), alone + 2 * (1048576 / 2000));
+    release(1, 1024);
+    release(1048576 - 1023, 1);
+    EXPECT_EQ(system.LiveBlocks(), alone + 2 * 1023) << "both limits are just reached";
+    release(2000000, 1);
+    release(1, 1);
+    release(1048576, 1);
+    EXPECT_EQ(system.LiveBlocks(), alone) << "one byte too many, so the newest alone is held back";
+}
+
+/// Each line has its own entry, whatever its number and the length of its file's name.
+TEST(MemoryAccounting, CountsLinesOfAnyNumber)
+{
+    const std::vector<std::string> files = {"", "a.c", std::string(5000, 'x')};
+    const std::vector<QAL_UINT32> lines = {0, 1, 65536, 0x7FFFFFFF, 0xFFFFFFFF};
+    for (const std::string &file : files) {
+        for (const QAL_UINT32 ulLine : lines) {
+            XELP_MemFreeD(XELP_MemMallocD(3, ulLine, file.c_str()), ulLine, file.c_str());
+            XELP_MemFreeD(XELP_MemMallocD(4, ulLine, file.c_str()), ulLine, file.c_str());
+        }
+    }
+    for (const std::string &file : files) {
+        for (const QAL_UINT32 ulLine : lines) {
+            ExpectUse(UseOf(file, ulLine), {0, 0, 1, 4, 2, 7});
+        }
+    }
+}
+
+TEST(MemoryAccounting, ReleaseThroughAVariableClearsIt)
+{
+    void *pBlock = XELP_MemMallocD(1, 1, "clear.c");
+    XELP_MemFreeSetNullD(&pBlock, 2, "clear.c");
+    EXPECT_EQ(pBlock, nullptr);
+}
+
+/// The chains of the books grow with the blocks that are live or held back, and the old ones are
+/// released.
+TEST(MemoryAccounting, BooksGrowWithTheBlocks)
+{
+    SystemDouble &system = SystemDouble::Instance();
+    XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // alone is held back
+    const std::size_t before = system.LiveBlocks();
+    system.Reset();
+    std::vector<void *> blocks;
+    while (blocks.size() < 70000 || system.Calls("calloc") == std::ssize(blocks)) {
+        blocks.push_back(XELP_MemMallocD(1, 1, "grow.c"));
+        ASSERT_LT(blocks.size(), 1000000U) << "no growth";
+    }
+    EXPECT_LT(system.Calls("calloc"), std::ssize(blocks) + 10);
+    EXPECT_EQ(system.LiveBlocks(), before + 2 * blocks.size());
+    EXPECT_EQ(LiveBlocks().size(), Use().ulLiveBlocks);
+    for (void *const pBlock : blocks) {
+        XELP_MemFreeD(pBlock, 1, "grow.c");
+    }
+    system.Reset();
+    const int iMany = 2 * static_cast<int>(blocks.size());
+    for (int i = 0; i < iMany; ++i) {
+        XELP_MemFreeD(XELP_MemMallocD(1, 1, "grow.c"), 1, "grow.c");
+    }
+    EXPECT_EQ(system.Calls("calloc"), iMany);
+}
+
+/// While a call works on the books, another thread's call waits.
+TEST(MemoryAccounting, OneThreadAtATime)
+{
+    SystemDouble &system = SystemDouble::Instance();
+    std::atomic<bool> isCalling = false;
+    std::atomic<bool> hasReturned = false;
+    bool hasReturnedBefore = false;
+    std::thread other;
+    system.Reset();
+    system.After("calloc", 2, [&] { // the entry of the line, which is made under the lock
+        other = std::thread([&] {
+            isCalling = true;
+            Use();
+            hasReturned = true;
+        });
+        while (!isCalling) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        hasReturnedBefore = hasReturned;
+    });
+    XELP_MemFreeD(XELP_MemMallocD(1, 1, "one_at_a_time.c"), 2, "one_at_a_time.c");
+    ASSERT_TRUE(other.joinable());
+    other.join();
+    system.Reset();
+    EXPECT_FALSE(hasReturnedBefore);
+    EXPECT_TRUE(hasReturned);
 }
 
 TEST(MemoryAccounting, EveryFailingAllocationOfItsOwnFailsTheCallAndHoldsNothing)
@@ -327,7 +418,8 @@ TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
               "memory: live 0 blocks, 0 bytes; peak 0 blocks, 0 bytes; "
               "total 0 blocks, 0 bytes\n");
     int iForeign = 0;
-    EXPECT_DEATH(XELP_MemFreeD(&iForeign, 1, "a.c"), "a.c:1 releases .* is no block");
+    EXPECT_DEATH(XELP_MemFreeD(&iForeign, 1, "a.c"),
+                 "^libwyx_os_adapter: a.c:1 releases .* is no block");
 
     SystemDouble &system = SystemDouble::Instance();
     system.Fail("calloc", 3, ENOMEM); // the chains, after the entries of the block and the line
@@ -367,6 +459,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
     EXPECT_DEATH(XELP_MemFreeD(pucBlock + 8, 92, "foreign.c"),
                  "foreign.c:92 releases .*, which lies inside a block of 24 bytes that alloc.c:81 "
                  "allocated");
+    EXPECT_DEATH(XELP_MemFreeD(pucBlock + 24, 92, "foreign.c"), "which is no block"); // after it
     XELP_MemFreeD(pucBlock, 93, "own.c");
 }
 

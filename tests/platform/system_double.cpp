@@ -362,8 +362,11 @@ int __wrap_getrlimit(int iResource, rlimit *pstru)
 
 int __wrap_clock_gettime(clockid_t clock, timespec *pstru)
 {
+    SystemDouble &system = SystemDouble::Instance();
+    system.Strike("clock_gettime");
     const int iResult = __real_clock_gettime(clock, pstru);
-    *pstru = SystemDouble::Instance().ToldTime().value_or(*pstru);
+    *pstru = system.ToldTime().value_or(*pstru);
+    system.Done("clock_gettime");
     return iResult;
 }
 
@@ -411,6 +414,7 @@ void *__wrap_calloc(size_t count, size_t size)
     }
     void *const pBlock = __real_calloc(count, size);
     system.Allocated(pBlock);
+    system.Done("calloc");
     return pBlock;
 }
 
