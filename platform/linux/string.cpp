@@ -42,7 +42,7 @@ QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub)
 
 QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight)
 {
-    while (*pszLeft != '\0' && Fold(*pszLeft) == Fold(*pszRight)) {
+    while (*pszLeft != '\0' && (*pszLeft == *pszRight || Fold(*pszLeft) == Fold(*pszRight))) {
         ++pszLeft;
         ++pszRight;
     }

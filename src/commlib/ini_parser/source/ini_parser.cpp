@@ -4,6 +4,8 @@
 // known only from the byte after it, which is then given back to the file.
 #include "ini_parser_internal.h"
 
+#include <array>
+
 namespace wyx::ini {
 namespace {
 
@@ -14,29 +16,30 @@ constexpr QAL_UINT32 kMoreSlots = 50;
 // fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
-enum ByteClass : QAL_UINT8 { kBackslash, kLf, kCr, kOther, kEnd };
+enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
+
+/// The classes of the bytes; that of 255 is the end's, since -1 becomes 255.
+consteval std::array<ByteClass, 256> MakeClasses()
+{
+    std::array<ByteClass, 256> aTab{};
+    aTab[kEscape] = kBackslash;
+    aTab['\n'] = kLf;
+    aTab['\r'] = kCr;
+    aTab[0xFF] = kEnd;
+    return aTab;
+}
+
+constexpr auto kClasses = MakeClasses();
 
 ByteClass ClassOf(QAL_INT32 lByte)
 {
-    switch (lByte) {
-        case kEscape:
-            return kBackslash;
-        case '\n':
-            return kLf;
-        case '\r':
-            return kCr;
-        case -1:
-            return kEnd;
-        default:
-            return kOther;
-    }
+    return lByte == 0xFF ? kOther : kClasses[static_cast<QAL_UINT8>(lByte)];
 }
 
-/// True for most bytes of the class kOther and for no others: one test that settles nearly every
-/// byte.
-constexpr bool IsPlain(QAL_INT32 lByte)
+/// True for nearly every byte, and only for bytes of the class kOther.
+bool IsPlain(QAL_INT32 lByte)
 {
-    return lByte > '\r' && lByte != kEscape;
+    return kClasses[static_cast<QAL_UINT8>(lByte)] == kOther;
 }
 
 /// What the bytes so far leave open.
@@ -85,10 +88,10 @@ constexpr Cell End = {kDone, kText};
 // clang-format off
 constexpr Cell kCells[5][6] = {
     //               kText  kAfterLf  kAfterCr  kEscaped  kEscapedLf  kEscapedCr
+    /* kOther     */ {Keep, Back,     Back,     Slash,    JoinKeep,   JoinKeep},
     /* kBackslash */ {Esc,  Esc,      Esc,      Slash,    JoinEsc,    JoinEsc},
     /* kLf        */ {Lf,   Back,     Pair,     EscLf,    JoinEnd,    Join},
     /* kCr        */ {Cr,   Pair,     Back,     EscCr,    Join,       JoinEnd},
-    /* kOther     */ {Keep, Back,     Back,     Slash,    JoinKeep,   JoinKeep},
     /* kEnd       */ {End,  End,      End,      End,      End,        End},
 };
 // clang-format on
@@ -101,29 +104,34 @@ constexpr Cell kCells[5][6] = {
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    QAL_UINT32 ulUsed = 0;
+    // The call for each byte goes through a register instead of a stub of the linker, which would
+    // add a fifth to the instructions of a byte. The statement hides that the value is known.
+    QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
+    __asm__("" : "+r"(pfunGetc));
+    QAL_INT8 *pszNext = pszText;
+    const QAL_INT8 *const pszFull = pszText + kLongestLine;
     State state = kText;
     ulLines = 1;
     for (;;) {
-        QAL_INT32 lByte = XELP_Fgetc(pstruFile);
+        QAL_INT32 lByte = pfunGetc(pstruFile);
         if (state == kText) { // true for nearly every byte
-            while (IsPlain(lByte) && ulUsed < kLongestLine) {
-                pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
-                lByte = XELP_Fgetc(pstruFile);
+            while (IsPlain(lByte) && pszNext < pszFull) {
+                *pszNext++ = static_cast<QAL_INT8>(lByte);
+                lByte = pfunGetc(pstruFile);
             }
         }
         const ByteClass byteClass = ClassOf(lByte);
         const auto [ucActs, next] = kCells[byteClass][state];
         if ((ucActs & kStoreSlash) != 0) {
-            pszText[ulUsed++] = kEscape;
+            *pszNext++ = kEscape;
         }
         if ((ucActs & kStore) != 0) {
-            pszText[ulUsed++] = static_cast<QAL_INT8>(lByte);
+            *pszNext++ = static_cast<QAL_INT8>(lByte);
         }
         if ((ucActs & kJoin) != 0) {
             ++ulLines;
         }
-        if (ulUsed > kLongestLine) {
+        if (pszNext > pszFull) {
             return XELP_ERR_INI_LINE_TOO_LONG;
         }
         if ((ucActs & kGiveBack) != 0 && XELP_Fseek(pstruFile, -1, 1) != 0) {

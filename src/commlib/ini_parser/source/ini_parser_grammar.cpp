@@ -32,9 +32,12 @@ const QAL_INT8 *NextQuote(const QAL_INT8 *psz)
 
 void ReleaseParts(KeyParts &parts)
 {
-    Release(parts.pszName);
-    Release(parts.pszValue);
-    Release(parts.pszComment);
+    QAL_INT8 **const appszParts[] = {&parts.pszName, &parts.pszValue, &parts.pszComment};
+    for (QAL_INT8 **ppszPart : appszParts) {
+        if (*ppszPart != nullptr) {
+            Release(*ppszPart);
+        }
+    }
 }
 
 QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame)
@@ -58,6 +61,7 @@ namespace {
 /// The first occurrence of a byte, or null. Names are short: this beats a call to the adapter.
 const QAL_INT8 *FindByte(const QAL_INT8 *psz, QAL_INT8 ch)
 {
+#pragma GCC unroll 4
     while (*psz != ch) {
         if (*psz++ == '\0') {
             return nullptr;

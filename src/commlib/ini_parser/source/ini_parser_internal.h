@@ -136,10 +136,13 @@ inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
         default:
             break;
     }
-    while (*psz != kEqual && *psz != '\0') {
-        ++psz;
+#pragma GCC unroll 4
+    while (*psz != kEqual) {
+        if (*++psz == '\0') {
+            return INI_ERROR_LINE;
+        }
     }
-    return *psz == kEqual ? INI_KEYVALUE_LINE : INI_ERROR_LINE;
+    return INI_KEYVALUE_LINE;
 }
 
 /// What a line is to a walk.
