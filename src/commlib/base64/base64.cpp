@@ -90,17 +90,33 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return ulDone;
 }
 
+/// Decodes a quad that ends with one or two `=`, and returns its number of bytes; 0 for any other.
+QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
+{
+    const bool hasTwo = pucQuad[2] != '=';
+    const QAL_UINT32 ulFirst = kMeanings[pucQuad[0]];
+    const QAL_UINT32 ulSecond = kMeanings[pucQuad[1]];
+    const QAL_UINT32 ulThird = hasTwo ? kMeanings[pucQuad[2]] : 0U;
+    if ((ulFirst | ulSecond | ulThird) >= kSextets || pucQuad[3] != '=') {
+        return 0;
+    }
+    pucOut[0] = static_cast<QAL_UINT8>(ulFirst << 2 | ulSecond >> 4);
+    pucOut[1] = static_cast<QAL_UINT8>(ulSecond << 4 | ulThird >> 2);
+    return hasTwo ? 2 : 1;
+}
+
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
-/// Decodes @p ulLen characters and returns the number of bytes, or kNoText if a character is not
-/// accepted. The character after the text is tested like the others.
-QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+/// Decodes the characters from @p ulDone on to bytes from @p ulOut on, and returns the number of
+/// all bytes, or kNoText if a character is not accepted. A function of its own, which needs many
+/// registers, so that the usual text does without.
+[[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
+                                        QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
 {
-    QAL_UINT32 ulOut = 0;
     QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
     QAL_UINT32 ulFound = 0;
     // Kept: one character more than the length is read (Base64Decode.ByteBeyondTheLengthIsTested).
-    for (QAL_UINT32 i = 0; i <= ulLen; ++i) {
+    for (QAL_UINT32 i = ulDone; i <= ulLen; ++i) {
         QAL_UINT8 ucMeaning = kMeanings[pucIn[i]];
         if (ucMeaning == kSkipped) {
             continue;
@@ -131,6 +147,21 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
         pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 4);
     }
     return ulOut;
+}
+
+/// Decodes @p ulLen characters and returns the number of bytes, or kNoText if a character is not
+/// accepted. The character after the text is tested like the others.
+QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
+{
+    const QAL_UINT32 ulDone = kernel::DecodeQuads(pucIn, ulLen, pucOut);
+    const QAL_UINT32 ulOut = ulDone / 4 * 3;
+    if (ulLen - ulDone == 4) { // speed only: the usual end
+        const QAL_UINT32 ulLast = DecodePadded(pucIn + ulDone, pucOut + ulOut);
+        if (ulLast != 0 && kMeanings[pucIn[ulLen]] != kRefused) {
+            return ulOut + ulLast;
+        }
+    }
+    return DecodeRest(pucIn, ulLen, ulDone, pucOut, ulOut);
 }
 
 /// A product in 32 bits, which wraps.

@@ -141,6 +141,10 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         pucNext += 48;
     }
     QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as is known
+    // Spares the step that would only find the padding.
+    if (ulEnd != 0 && pucIn[ulEnd - 1] == '=') { // speed only
+        ulEnd -= 4;
+    }
     while (ulDone < ulEnd && ulEnd >= kStepChars) {
         const QAL_UINT32 ulAt = std::min(ulDone, ulEnd - kStepChars);
         const QAL_UINT32 ulValid = DecodeStep(low, high, pucIn + ulAt, pucOut + ulAt / 4 * 3);
