@@ -126,19 +126,20 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
     uwGroup = 0;
     QAL_UINT32 ulValue = 0;
+    QAL_CHAR ch = *struBuf.cur_bp;
+    QAL_UINT8 ucDigit = HexValue(ch);
     for (QAL_UINT16 uwDigits = 1;; ++uwDigits) {
-        const QAL_CHAR chDigit = *struBuf.cur_bp;
-        if (!IsOf(kHexDigit, chDigit) || struBuf.cur_bp_rem_len < 1) {
+        if (!IsOf(kHexDigit, ch) || struBuf.cur_bp_rem_len < 1) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
-        const QAL_UINT8 ucDigit = HexValue(chDigit);
         // Only a caller's own table calls anything else a digit
         // (Charset.AddedHexDigitCountsAsZero).
         ulValue = ulValue << 4 | (ucDigit < kHexBase ? ucDigit : 0U);
         Advance(struBuf, 1);
 
-        const QAL_CHAR chNext = *struBuf.cur_bp;
-        if (HexValue(chNext) == kGroupEnd) {
+        ch = *struBuf.cur_bp;
+        ucDigit = HexValue(ch);
+        if (ucDigit == kGroupEnd) {
             uwGroup = static_cast<QAL_UINT16>(ulValue);
             return 0;
         }
