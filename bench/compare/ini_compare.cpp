@@ -265,8 +265,8 @@ int main(int argc, char **argv)
     Require(mkdtemp(folder.data()) != nullptr, "mkdtemp");
     const std::string few = folder + "/few.ini";
     const std::string many = folder + "/many.ini";
-    AddFile(report, few, 40, {{1.0, {}}, {}, {}, {}, {0.9, {}}});
-    AddFile(report, many, 10000, {{1.0, {}}, {1.5, {}}, {25.0, {}}, {28.0, {}}, {1.0, {}}});
+    AddFile(report, few, 40, {{1.1, {}}, {}, {}, {}, {0.92, {}}});
+    AddFile(report, many, 10000, {{1.0, {}}, {1.5, {}}, {25.0, {}}, {26.0, {}}, {1.0, {}}});
     const int iStatus = report.Run();
     for (const std::string &name : {few, many, GlibName(few), GlibName(many)}) {
         std::remove(name.c_str());

@@ -22,8 +22,8 @@ struct Size {
 
 constexpr Size kSizes[] = {
     {"16 B", 16, {}},         {"64 B", 64, {1.03, {}}},
-    {"256 B", 256, {}},       {"1 KiB", 1024, {1.01, {}}},
-    {"16 KiB", 16 << 10, {}}, {"1 MiB", 1 << 20, {1.01, {}}},
+    {"256 B", 256, {}},       {"1 KiB", 1024, {1.04, {}}},
+    {"16 KiB", 16 << 10, {}}, {"1 MiB", 1 << 20, {1.05, 1.0}},
 };
 
 void AddSizes(Report &report, const QAL_UINT8 *pucData)
