@@ -17,9 +17,6 @@ import pages
 
 SKIPPED_TABLES = {"calls", "statuses", "failures"}  # their rows are entries of their own
 EMPTY_TAGS = {"br", "img", "hr", "input", "meta", "link"}
-MODULE_OF = {"crc.h": "Checksums", "md5.h": "MD5", "dlink.h": "Doubly linked list",
-             "slink.h": "List of a fixed capacity", "hash.h": "Hash table",
-             "ini_parser.h": "INI files", "ip4_ip6_parser.h": "Addresses", "base64.h": "Base64"}
 
 
 class Sections(HTMLParser):
@@ -118,10 +115,18 @@ def places(site):
     return found
 
 
+def modules():
+    """{header: what the navigation calls the page that lists its calls}"""
+    return {header: pages.title_of(file) for file in pages.every()
+            for header in re.findall(r"<!-- calls: (\S+) -->", file.read_text(encoding="utf-8"))}
+
+
 def of_names(site):
-    known = places(site)
+    known, titles = places(site), modules()
     for header in headers.read_all().values():
-        module = MODULE_OF.get(header.name, "Platform adapter")
+        if not header.calls and not header.statuses:
+            continue
+        module = titles[header.name]
         for call in header.calls:
             text = " ".join((call.brief, call.text, call.returns))
             kind = "part" if call.group.startswith("Building blocks") else "call"
