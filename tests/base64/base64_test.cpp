@@ -210,7 +210,8 @@ TEST_F(Base64Decode, ByteBeyondTheLengthIsTested)
     for (int iByte = 0; iByte < 256; ++iByte) {
         const auto ch = static_cast<char>(iByte);
         for (const std::string text :
-             {"TWFu", "TWF", "TW", "T", "=", "TWFuT", "TWFuTW", "TWFuTWF"}) {
+             {"TWFu", "TWF", "TW", "T", "=", "TWFuT", "TWFuTW", "TWFuTWF",
+              "TWE=", "TQ==", "TWFuTWE=", "TWFuTQ==", "TQ=u", "T===", "T=E=", "=WE="}) {
             EXPECT_EQ(Decoded(text, ch), ModelDecoded(text + ch)) << text << ", " << iByte;
         }
     }
