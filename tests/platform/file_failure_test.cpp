@@ -343,6 +343,16 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
     ExpectNothingPending();
 }
 
+TEST_F(FileFailure, OpeningForWritingWithoutMemoryClosesNothing)
+{
+    const std::string name = folder.File("text");
+    system.Reset();
+    system.Fail("malloc", 1, ENOMEM);
+    EXPECT_EQ(Open(name, "w"), nullptr);
+    EXPECT_EQ(system.Calls("close"), 0) << "a descriptor of somebody else";
+    EXPECT_FALSE(folder.Has("text"));
+}
+
 TEST_F(FileFailure, OpeningForWritingThatFailsLeavesNoNewFile)
 {
     const struct {
