@@ -28,7 +28,8 @@ if ((EUID != 0)) || ! command -v mkfs.ext4 >/dev/null; then
     exit 77
 fi
 
-work=$(mktemp -d)
+source scripts/temp_folder.sh
+work=$(temp_folder)
 cleanup() {
     for folder in "$work/disk" "$work/copy"; do
         mountpoint -q "$folder" && umount "$folder"
