@@ -96,7 +96,9 @@ for file in "$libdir"/libwyx_{commlib,os_adapter}.so."$version" "$root/usr/bin/w
 done
 
 # Programs in C and C++, by pkg-config and by CMake, as after an installation.
-export PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
+# pkg-config takes no blanks in the name of a root.
+cd "$work"
+export PKG_CONFIG_SYSROOT_DIR=root PKG_CONFIG_LIBDIR=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
 unset PKG_CONFIG_PATH
 grep -qx 'prefix=/usr' "$libdir/pkgconfig/wyx_commlib.pc" || fail "the prefix in wyx_commlib.pc"
 if command -v pkg-config >/dev/null; then
