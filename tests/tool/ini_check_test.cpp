@@ -50,7 +50,7 @@ TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
         {"Garbage", "[a]\ngarbage\n", "2 160\n"},
         {"IndentedHeader", " [a]\nk=1\n", "1 110\n"},
         {"EmptyHeader", "[]\nk=1\n", "1 110\n"},
-        {"TextBehindHeader", "[a] x\n", "1 110\n"},
+        {"TextAfterHeader", "[a] x\n", "1 110\n"},
         {"BlankInKey", "[a]\na b=1\n", "2 120\n"},
         {"NoKey", "[a]\n=1\n", "2 120\n"},
         {"CommaWithoutBlank", "[a]\nk=a,b\n", "2 180\n"},
@@ -59,9 +59,9 @@ TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
         {"SemicolonBeforeComment", "[a]\nu=h;b ;c\n", "2 190\n2 semicolon-before-comment\n"},
         {"AllOfThem", "k=1\n[a\ngarbage\n\n; c\na b=1\nk=a,b\nk=a;b\n",
          "1 60\n2 110\n3 160\n6 120\n7 180\n7 key-again\n8 190\n8 key-again\n"},
-        {"BehindContinuations", "[a]\nx=1\\\n2\\\n3\ny\n", "2 continuation\n5 160\n"},
-        {"BehindLeadingBackslash", "[a]\n\\x=1\ny\n", "1 110\n1 leading-backslash\n3 160\n"},
-        {"BehindEmptyContinuation", "[a]\nx=1\\\n\ny\n", "2 continuation\n4 160\n"},
+        {"AfterContinuations", "[a]\nx=1\\\n2\\\n3\ny\n", "2 continuation\n5 160\n"},
+        {"AfterLeadingBackslash", "[a]\n\\x=1\ny\n", "1 110\n1 leading-backslash\n3 160\n"},
+        {"AfterEmptyContinuation", "[a]\nx=1\\\n\ny\n", "2 continuation\n4 160\n"},
         {"CrLf", "[a]\r\nx=1\\\r\n2\r\ny\r\n", "2 continuation\n4 160\n"},
         {"Cr", "[a]\rx=1\\\r2\ry\r", "1 line-ends\n2 continuation\n4 160\n"},
         {"TooLong", "[a]\n" + Line(512) + "garbage\n", "2 140\n3 160\n"},
@@ -157,7 +157,7 @@ TEST_F(IniCheckToolTest, Json)
     EXPECT_TRUE(document[1]["findings"].empty());
 }
 
-/// The first error as the library's own check tells it, with its slot; 0 for none.
+/// The first error that the library's own check reports, with its slot; 0 for none.
 std::pair<QAL_UINT32, QAL_UINT32> LibraryCheck(const std::string &name)
 {
     XELP_IN_S_INI_FILE_STRUCT document = {};

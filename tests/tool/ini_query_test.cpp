@@ -45,6 +45,13 @@ TEST_F(IniQueryTest, BlanksAroundASectionDoNotCount)
     }
 }
 
+TEST_F(IniQueryTest, AKeyBeforeAllSectionsIsInNone)
+{
+    const Outcome outcome = Wyx({"ini", "get", Write("top.ini", "k=1\n[a]\nl=1\n"), "a", "k"});
+    EXPECT_EQ(outcome.code, kNo);
+    EXPECT_EQ(outcome.err.find("earlier block"), std::string::npos) << outcome.err;
+}
+
 TEST_F(IniQueryTest, Keys)
 {
     EXPECT_EQ(Wyx({"ini", "keys", file, "NET"}).out, "port\nlist\nnone\nempty\n");
@@ -204,7 +211,8 @@ TEST_F(IniQueryTest, JsonOfEveryByte)
     for (const char *const bytes :
          {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80",
           "\xF4\x8F\xBF\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
-          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "\xC3(", "\xE2(\xA1"}) {
+          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "\xC3(", "\xE2(\xA1",
+          "\xED\x9F\xBF", "\xEE\x80\x80", "\xED\xBF\xBF"}) {
         text += std::string("\n[a]\nk=") + bytes;
     }
     const std::string name = Write("bytes.ini", "; " + text + "\nend=\xF0\x9F");
@@ -219,7 +227,7 @@ TEST_F(IniQueryTest, JsonOfEveryByte)
                   isValid);
         exact += isValid ? 1 : 0;
     }
-    EXPECT_EQ(exact, 15U + 6U) << "headers, and the values that are valid";
+    EXPECT_EQ(exact, 18U + 8U) << "headers, and the values that are valid";
 }
 
 TEST_F(IniQueryTest, ListJson)
@@ -300,7 +308,7 @@ TEST_F(IniQueryTest, MalformedFiles)
     }
 }
 
-// Lines that the library cannot read do not stand in the way; --strict has the first of them.
+// Lines that the library cannot read are skipped; --strict reports the first of them.
 TEST_F(IniQueryTest, LinesThatCannotBeRead)
 {
     const BadFile files[] = {

@@ -66,6 +66,7 @@ TEST_F(IniRecoverTest, ListAndShow)
     Write("net.ini", "[a]\nk=1\n");
     EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out,
                          {"(same as the file)", "(differs from the file, may be cut off)"}));
+    EXPECT_EQ(json::parse(Wyx({"ini", "recover", "--json", target}).out)["exists"], true);
 }
 
 TEST_F(IniRecoverTest, RestoreAMissingFile)

@@ -140,7 +140,7 @@ TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
     EXPECT_EQ(Wyx({"ini", "set", name, "a", "=1"}, {.err = Channel::kClosed}).code, kUsage);
 }
 
-// No copy of a file lies in a folder for a signal to leave behind.
+// A signal leaves no copy of a file in any folder.
 TEST_F(TerminalTest, CheckNeedsNoTemporaryFolder)
 {
     const std::string name = Write("f.ini", "[a]\nk=" + std::string(100, 'x') + "\n");

@@ -76,7 +76,7 @@ class ToolTest : public ::testing::Test {
     /// The path of a file of the directory.
     std::string Path(const std::string &name) const { return directory_ + "/" + name; }
     const std::string &Directory() const { return directory_; }
-    /// Makes a file of the directory, and gives its path.
+    /// Makes a file in the directory, and returns its path.
     std::string Write(const std::string &name, std::string_view content) const;
     /// The names in the directory, sorted.
     std::vector<std::string> Names() const;

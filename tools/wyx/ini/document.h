@@ -1,4 +1,4 @@
-// A document of the library, and what to say when it refuses one.
+// A file as lookups see it, and what to say about what they do not find.
 #ifndef WYX_TOOL_INI_DOCUMENT_H
 #define WYX_TOOL_INI_DOCUMENT_H
 
@@ -13,22 +13,23 @@
 
 namespace wyx::tool {
 
-/// What a lookup gave: the library's status, and the value of a key that has one.
+/// The result of a lookup: the library's status, and the value if the key has one.
 struct Lookup {
     QAL_UINT32 status = XELP_ERR_INI_OK;
     std::optional<std::string> value;
     bool operator==(const Lookup &) const = default;
 };
 
-/// In the place of a header that cannot be read: one whose name nobody can ask for, a line end.
+/// Replaces a header that cannot be read. Its name, a line end, is one that nobody can ask for.
 constexpr const char *kNobodysHeader = "[\n]\n";
 
 /// A document of the library.
 class IniDocument {
   public:
     /// Holds the lines that the library can read: slot i is line i. The slots of the others are
-    /// empty, as if those lines had been removed, and every call walks over them. A header that
-    /// cannot be read is nobody's, so that the keys after it do not fall to the section before it.
+    /// empty, as if those lines had been removed, and every call skips them. A header that cannot
+    /// be read gets a name of its own, so that the keys after it do not count to the section before
+    /// it.
     IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts);
     ~IniDocument();
     IniDocument(IniDocument &&other) noexcept : record_(std::exchange(other.record_, {})) {}
@@ -61,7 +62,7 @@ struct Range {
 };
 
 /// A file as lookups and edits see it: its bytes, its lines, and a document of those that can be
-/// read. The others are on disk and in Lines(), but no lookup meets them.
+/// read. The others are on disk and in Lines(), but no lookup finds them.
 class IniText {
   public:
     /// @throws Failure for what is no text, see RequireText()
@@ -101,7 +102,7 @@ class IniText {
     IniDocument document_;
 };
 
-/// Refuses what is no configuration at all: binary files, and text the library would cut at a NUL.
+/// Refuses what is no text: UTF-16, and files with NUL bytes, at which the library would cut lines.
 /// @throws Failure
 void RequireText(const IniSource &source);
 

@@ -154,7 +154,7 @@ std::string KeyLine(const Style &style, const Edit &edit)
            (edit.value.empty() ? "" : style.afterEquals + edit.value);
 }
 
-/// The line that the library means, found out by a change in a document of its own.
+/// The line that the library means, found by making the change in a trial document.
 struct Meant {
     std::size_t line = 0; // the line of the key; for a new key, one of those after its place
     bool isKey = false;   // the key is there
@@ -201,7 +201,7 @@ Meant FindMeant(const IniText &text, const Edit &edit)
     return meant;
 }
 
-/// The lines that the library deletes, found out in the same way.
+/// The lines that the library deletes, found in the same way.
 std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
 {
     IniDocument trial(text.Stored(), text.Parts());
@@ -588,8 +588,9 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
     return after;
 }
 
-/// Removes a header and all lines up to the next one. Those that the library does not see go with
-/// them: else they fell to the section before. Directives such as "!include" belong to no section.
+/// Removes a header and all lines up to the next one, even those that the library does not see:
+/// otherwise they would become lines of the section before. Directives such as "!include" belong to
+/// no section, and stay.
 void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
 {
     if (owners_[header]) {

@@ -1,9 +1,9 @@
 // Changing the text of a file, in memory: bytes in, bytes out.
 //
-// The library decides which line is meant: the change is first made in a document of its own, and
-// what became of that document's lines says where to cut. The new text is the old one with these
-// bytes replaced, and no others. It is read again before it is returned: the key has the value that
-// was asked for, and every other line is as it was.
+// The library decides which line is meant: the change is first made in a trial document, and the
+// line that differs there is the one to change. The new text is the old one with only that line's
+// bytes replaced. It is read back before it is returned: the key must have the new value, and every
+// other line must be as it was.
 #ifndef WYX_TOOL_INI_EDIT_H
 #define WYX_TOOL_INI_EDIT_H
 

@@ -39,8 +39,8 @@ std::string SectionOf(std::string_view line)
     return std::string(Trimmed(text.substr(1, text.find(']') - 1)));
 }
 
-/// Calls @p found with each line of the file of which other readers may have another opinion, until
-/// it returns true. Lines that continue a key are no lines of their own for them, either.
+/// Calls @p found with each line that other programs may read as a line of its own, until it
+/// returns true. Lines that continue a key are skipped, as they are for those programs.
 template <typename Found>
 std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
 {

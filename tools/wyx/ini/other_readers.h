@@ -1,9 +1,9 @@
-// What programs with a grammar of their own see in a file.
+// How programs with another grammar read a file.
 //
-// A file is written for the program that reads it, and that may take lines for more, or for less,
-// than the library does: a value goes on in the indented lines below it; "key : value" and a bare
-// "key" are keys; a backslash at the end of a line means nothing. Nobody can tell the dialect from
-// the file. So an edit is refused where it would be right for one reader and damage for another.
+// A file is written for the program that reads it, and that program may read a line differently
+// from the library: a value goes on in the indented lines below it; "key : value" and a bare "key"
+// are keys; a backslash at the end of a line means nothing. The file rarely shows which dialect it
+// is. So an edit is refused if it would be right for one program and damage for another.
 #ifndef WYX_TOOL_INI_OTHER_READERS_H
 #define WYX_TOOL_INI_OTHER_READERS_H
 

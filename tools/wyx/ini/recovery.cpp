@@ -73,8 +73,8 @@ std::vector<Leftover> FindLeftovers(const std::string &target)
     if (!error) {
         FindBeside(resolved, seen, leftovers);
     }
-    // A number of another length is no time of our clock, and stands behind those that are: it may
-    // belong to another file, as net1 and a time may be net and a longer number.
+    // A number of another length is no time of our clock, so it comes last. It may belong to
+    // another file: "net1" and a time look like "net" and a longer number.
     std::ranges::sort(leftovers, [](const Leftover &left, const Leftover &right) {
         const auto key = [](const Leftover &leftover) {
             return std::tuple(leftover.digits.size() == kTimeDigits, leftover.digits.size(),

@@ -1,8 +1,9 @@
 // What an interrupted save left behind.
 //
 // A save writes the new content to a file beside its target, removes the target, and gives the new
-// file the target's name. The new file's name is the target's up to its last dot, a time in
-// milliseconds, and ".ibk". After a crash it is still there, and if the target is gone it is whole.
+// file the target's name. Until then the new file's name is the target's up to its last dot, a time
+// in milliseconds, and ".ibk". A crash leaves it there. If the target existed and is gone now, the
+// new file is complete: the target is removed only after that.
 #ifndef WYX_TOOL_RECOVERY_H
 #define WYX_TOOL_RECOVERY_H
 

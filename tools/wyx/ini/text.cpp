@@ -190,7 +190,7 @@ LineParts ParseLine(const StoredLine &line)
 
 LineParts ParseLine(const std::string &text)
 {
-    std::string copy = text; // the library takes lines that may be written to, but does not
+    std::string copy = text; // the library takes a writable line, but does not write to it
     LineParts parts;
     parts.status = IniGetLineType(copy.data(), &parts.kind);
     QAL_INT8 *pszName = nullptr;
@@ -238,14 +238,13 @@ std::string LineStatusText(QAL_UINT32 status)
             return "key before the first section header";
         case XELP_ERR_INI_SECTION:
             return "malformed section header: it is '[name]' from the first byte of the line, "
-                   "without "
-                   "a further bracket, with nothing behind it but a blank and a ';' comment";
+                   "without a further bracket; only a blank and a ';' comment may follow it";
         case XELP_ERR_INI_KEY_NAME:
             return "malformed key: there is none, or it holds a blank";
         case XELP_ERR_INI_KEY_VALUE:
-            return "malformed value: a '\"' is not closed, or a ',' does not stand behind an item "
-                   "and "
-                   "before a blank and another item";
+            return "malformed value: a '\"' is not closed, or a ',' lacks the item before it, or "
+                   "the "
+                   "blank and the item after it";
         case XELP_ERR_INI_COMMENT:
             return "';' without a blank before it";
         case XELP_ERR_INI_LINE_TOO_LONG:

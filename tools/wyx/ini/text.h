@@ -1,4 +1,4 @@
-// INI files as the verbs see them: bytes, physical lines, and the lines that the library stores.
+// INI files as bytes, as physical lines, and as the lines that the library stores.
 #ifndef WYX_TOOL_INI_TEXT_H
 #define WYX_TOOL_INI_TEXT_H
 
@@ -21,7 +21,7 @@ constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 /// The most bytes that the library stores of a line, its line end included.
 constexpr std::size_t kLongestLine = 511;
 
-/// The bytes of a file, and a name under which the library loads just these.
+/// The bytes of a file, and a name under which the library loads exactly these bytes.
 class IniSource {
   public:
     /// Reads a file, or standard input for the name "-".
@@ -34,9 +34,9 @@ class IniSource {
     const std::string &Name() const { return name_; }
     const std::string &Bytes() const { return bytes_; }
     bool IsUtf16() const;
-    /// Does it begin with the mark of UTF-8, which the library takes for text?
+    /// Does it begin with the UTF-8 byte-order mark, which the library takes for text?
     bool HasByteOrderMark() const { return bytes_.starts_with(kByteOrderMark); }
-    /// What the library opens: a copy in memory, since the file itself may change meanwhile.
+    /// What the library opens: a copy in memory, because the file may change meanwhile.
     const std::string &LoadName() const { return loadName_; }
 
   private:
@@ -85,15 +85,15 @@ struct StoredLine {
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 
-/// All that the library stores of a file, and beyond: it goes on after a line that is too long.
+/// All lines of a file. The library stops at one that is too long; this goes on after it.
 struct StoredLines {
     std::vector<StoredLine> lines;
-    std::size_t rest = 0; // number of the first physical line that is not read; 0 if all are
+    std::size_t rest = 0; // number of the first physical line not read; 0 if all were
 
     bool IsLoadable() const;
 };
 
-/// What becomes of a byte-order mark: a part of the first line, as the library has it, or nothing.
+/// Is a byte-order mark a part of the first line, as it is for the library, or skipped?
 enum class ByteOrderMark { kText, kSkipped };
 
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);
@@ -115,7 +115,7 @@ LineParts ParseLine(const std::string &text);
 /// The parts of a stored line; of one that is too long, only the status.
 LineParts ParseLine(const StoredLine &line);
 
-/// A value of the library: none if it consists of the line end alone, as that of "key=" does.
+/// A value that the library returned; none for "key=", whose value is the line end alone.
 std::optional<std::string> ValueOf(const QAL_INT8 *strValue);
 
 /// Do two names mean the same?

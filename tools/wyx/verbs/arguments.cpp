@@ -25,7 +25,7 @@ std::string Dashed(std::string_view option)
     return "--" + std::string(option);
 }
 
-/// What a word was probably meant to be, when it stands where a verb of a family is due.
+/// What a word was probably meant to be, found where a verb of a family is due.
 std::string MeantVerb(const Command &family, const std::string &word)
 {
     std::vector<std::string> below;

@@ -217,7 +217,6 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(raw.size(), "trailing-backslash",
                          "the backslash at the end of the file is not read, and lost in a save");
     }
-    // The style of the lines that are there tells what the lines of an edit will differ from.
     const std::string_view all = bytes;
     const bool isCrLf = !raw.empty() && std::ranges::all_of(raw, [&](const RawLine &line) {
         return line.endLen == 0 || all.substr(line.end - line.endLen, line.endLen) == "\r\n";

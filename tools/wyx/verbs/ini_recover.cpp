@@ -27,17 +27,17 @@ namespace {
 constexpr const char *kNewest = "newest";
 constexpr int kMostBackups = 1000;
 
-/// What is known of a leftover. Whether it is complete is not: a save that dies while it writes
-/// leaves a part, and nothing in the file says how much was to come.
+/// What is known of a leftover. It may be incomplete: a save that dies while it writes leaves a
+/// part, and nothing in the file says how much was still to come.
 struct Candidate {
     Leftover leftover;
     Descriptor file;
     std::string bytes;
     std::size_t lines = 0;
     bool loads = false;
-    bool isTruncated = false; // it looks so: a save ends every line, the last one, too
-    bool isTrusted = false;   // no other user can have put it there, or has a hold on it
-    bool isSame = false;      // as the file itself
+    bool isTruncated = false; // no line end, or a backslash before it: a save ends every line
+    bool isTrusted = false;   // its owner is this user or the file's, and it has no other hard link
+    bool isSame = false;      // the same content as the file itself
 
     bool IsSound() const { return loads && !bytes.empty() && !isTruncated && isTrusted; }
 };
@@ -185,7 +185,7 @@ const Candidate &Choose(const std::vector<Candidate> &candidates, const std::str
     return candidates[number - 1];
 }
 
-/// Gives the present content of a file a name that is free.
+/// Keeps the present content of a file under a name that is free.
 std::string KeepOld(const Target &target)
 {
     for (int i = 0; i < kMostBackups; ++i) {
