@@ -16,9 +16,11 @@ class Page(HTMLParser):
     def __init__(self, file):
         super().__init__()
         self.links, self.places, self.loads, self.unmade = [], set(), [], []
+        self.is_as_written = False
         self.feed(file.read_text())
 
     def handle_starttag(self, tag, attrs):
+        self.is_as_written |= tag == "pre"
         for name, value in attrs:
             if name in ("id", "name"):
                 self.places.add(value)
@@ -27,8 +29,12 @@ class Page(HTMLParser):
             elif name in ("href", "src", "data"):
                 self.loads.append(value)
 
+    def handle_endtag(self, tag):
+        self.is_as_written &= tag != "pre"
+
     def handle_data(self, data):
-        self.unmade += re.findall(r"@ref \S+|</?tt>|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
+        if not self.is_as_written:
+            self.unmade += re.findall(r"@ref \S+|</?tt>|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
 
 
 def check(folder):

@@ -97,7 +97,7 @@ def example(file):
 
 def licence(file):
     text = pages.ROOT / file
-    return ["```{.txt}", *text.read_text().splitlines(), "```"] if text.is_file() else []
+    return [f"@htmlonly<pre>{escape(text.read_text())}</pre>@endhtmlonly"] if text.is_file() else []
 
 
 def drawing(alternative, file):

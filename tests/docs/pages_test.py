@@ -22,8 +22,9 @@ class Licence(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder, \
                 unittest.mock.patch.object(pages, "ROOT", Path(folder)):
             self.assertEqual([], fill_page.licence("LICENSE"))
-            (Path(folder) / "LICENSE").write_text("Made-up licence\n")
-            self.assertEqual(["```{.txt}", "Made-up licence", "```"], fill_page.licence("LICENSE"))
+            (Path(folder) / "LICENSE").write_text("Made-up <licence>\n")
+            self.assertEqual(["@htmlonly<pre>Made-up &lt;licence&gt;\n</pre>@endhtmlonly"],
+                             fill_page.licence("LICENSE"))
 
 
 class Headers(unittest.TestCase):
