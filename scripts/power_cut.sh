@@ -28,7 +28,7 @@ if ((EUID != 0)) || ! command -v mkfs.ext4 >/dev/null; then
     exit 77
 fi
 
-source scripts/temp_folder.sh
+source "$(dirname "$0")/temp_folder.sh"
 work=$(temp_folder)
 cleanup() {
     for folder in "$work/disk" "$work/copy"; do
