@@ -13,10 +13,10 @@
  * different texts decode to the same bytes: compare the bytes, not the texts. Any other character,
  * such as a space, makes the call refuse the whole text.
  *
- * Both calls return a length and hand over a buffer from XELP_MemMallocD() that ends in a NUL
- * after that length. Every failure returns 0 and sets the pointer to null. An empty result also
- * returns 0, so look at the pointer, not at the length, to tell them apart. All calls may run on
- * any number of threads.
+ * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
+ * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. An empty result
+ * also returns 0, so look at the pointer, not at the length, to tell them apart. All calls may run
+ * on any number of threads.
  *
  * @code{.c}
  * QAL_UINT8 *text;
@@ -60,8 +60,8 @@ WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
  *                         number nothing is read and the result is empty
  * @param[out] ppucOutput  not null; the bytes with a NUL after them, handed over: release them
  *                         with MOX_BASE64Free(); null on failure
- * @return the number of bytes: 3 for every 4 characters of the alphabet. Of an incomplete group at
- *         the end, 3 characters are 2 bytes, 2 are 1 byte, and 1 is none. 0 with a null
+ * @return the number of bytes: 3 for every 4 characters of the alphabet. In an incomplete group at
+ *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to none. 0 with a null
  *         @p ppucOutput for a null input, a length of 0, more than 1,431,655,758 characters, a
  *         character that is not accepted, or a failed allocation. From 715,827,883 characters on,
  *         the call asks for a block of 3.7 to 4.3 GB, which is more than the bytes need.

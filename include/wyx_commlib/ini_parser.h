@@ -3,11 +3,11 @@
  * @brief INI files: load, check, look up, edit and save.
  *
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
- * reads the lines it needs. A save writes the lines that no edit touched as they were loaded, but
- * not always byte for byte. It folds lines of 80 bytes or more, some of which come back changed,
- * such as CR LF as LF. It joins lines that a backslash continued, ends the last line with a CR if
- * the file did not end it, and loses what followed a NUL in a line. docs/round-trips.md has the
- * details, and `wyx ini check` warns of lines that a save would change.
+ * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
+ * for byte. It folds lines of 80 bytes or more, and the next load returns some of those changed: a
+ * CR LF, for example, as an LF. It writes a continued line as one line, ends the last line with a
+ * CR if the file did not end it, and loses what followed a NUL in a line. docs/round-trips.md has
+ * the details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -60,18 +60,19 @@
  *   quotation mark without a backslash before it follows anywhere in the line; the search then
  *   resumes after that mark.
  * - Names are compared without regard to the case of ASCII letters.
- * - Oddity: where nothing but blanks is between the `=` and the line end, the value is the first
+ * - Oddity: if there is nothing but blanks between the `=` and the line end, the value is the first
  *   byte of the line end, CR or LF.
- * - If a section occurs more than once, lookups and XELP_IniSetKeyValue() use its last block, and
- *   deletions all blocks. If a key occurs more than once in a block, XELP_IniGetKeyValue() and
- *   XELP_IniSetKeyValue() use its lowest line, and XELP_IniDelKey() deletes all of them.
+ * - A header and the lines up to the next header are a *block*. If a section has several blocks,
+ *   lookups and XELP_IniSetKeyValue() use the last one, and deletions use all of them. If a key has
+ *   several lines in a block, XELP_IniGetKeyValue() and XELP_IniSetKeyValue() use the last one, and
+ *   XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
  * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
- * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits cannot
- * be copied and fails a call as if there were no memory (#XELP_ERR_INI_INTERNAL).
+ * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits is not
+ * copied, and the call fails as if there were no memory (#XELP_ERR_INI_INTERNAL).
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
@@ -132,16 +133,16 @@ typedef enum WYX_ENUM32 {
 } XELP_INI_E_LINE_TYPE;
 
 /**
- * A document. The record is yours, what it points to belongs to the library. A record of zero
- * bytes is an empty one.
+ * A document. The record is yours, what it points to belongs to the library. A record in which
+ * every byte is zero is an empty document.
  */
 typedef struct XelpIniFileStruct {
     QAL_UINT32 ulLabel;      /**< 1 once a line was stored or removed; a save writes only then */
     QAL_UINT32 ulLineNum;    /**< slots in use, those of removed lines included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 after a load, or 50 more at a time */
     QAL_UINT32 ulIniFileNum; /**< physical lines loaded, less one for each line deleted since */
-    QAL_INT8 **pStrLine;     /**< the slots: each holds a line in its own block, or null if it was
-                                  removed; null as well from ulLineNum on */
+    QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
+                                  is null if that was removed; all are null from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -177,8 +178,8 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *
  * Lookups and edits are more lenient on purpose: a document that fails this check can still be
  * used. The check fails for a key line before the first header, for a line of no known kind, and
- * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. It reads all lines, from the first
- * on, up to the first that fails.
+ * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. It reads the lines from the top and
+ * stops at the first that fails.
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line on
@@ -187,7 +188,7 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *                             the file. Untouched for a null argument or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array, or a line that is an empty string
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine, or a line that is an empty string
  * - #XELP_ERR_INI_FILE_EMPTY: no lines, or only slots of removed lines
  * - #XELP_ERR_INI_LINE_UNKNOWN: a line of no known kind
  * - #XELP_ERR_INI_FILE_FORMAT: a key line before the first header
@@ -209,7 +210,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * docs/durability.md shows how.
  *
  * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
- * and ".ibk". From this follows, with the 13 digits of today's time:
+ * and ".ibk". Today that time has 13 digits. So:
  * - A path without any dot fails, and so does one with fewer than two bytes after its last dot.
  *   `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory other than `.`, the new file is outside the
@@ -236,8 +237,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   already and is left alone, or not all could be written and the new file was removed
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. In the default adapter a flush that fails also has this status:
- *   docs/durability.md says what each of them leaves
+ *   whole content. With the default adapter a failed flush also has this status:
+ *   docs/durability.md says what each of these cases leaves on disk
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
@@ -245,9 +246,9 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 /** @} */
 /** @name Lookups
  * A lookup never changes the document, whose lines it reads in one or two passes. A line that is an
- * empty string ends it with #XELP_ERR_INI_INPUT_PARA_ERR, and one of no known kind with
- * #XELP_ERR_INI_LINE_UNKNOWN. A malformed header, or a malformed key line in the section's block,
- * ends it with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that it does not reach
+ * empty string fails it with #XELP_ERR_INI_INPUT_PARA_ERR, one of no known kind with
+ * #XELP_ERR_INI_LINE_UNKNOWN, and a malformed header, or a malformed key line in the section's
+ * block, with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that it does not reach
  * do no harm. @{ */
 
 /**
@@ -255,13 +256,13 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[in]  section         the section's name, borrowed; its last block counts
- * @param[in]  key             the key's name, borrowed; its lowest line counts
+ * @param[in]  key             the key's name, borrowed; its last line counts
  * @param[out] buf             the value, handed over: release it with XELP_MemFreeD(). Null if the
  *                             key has none or the search fails; untouched for a refused argument
  *                             or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: found, with or without a value
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - the status of a line that fails a lookup
@@ -282,7 +283,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  *                             without lines
  * @return
  * - #XELP_ERR_INI_OK: at least one section
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -301,7 +302,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * @param[out] keyList         the names, as for XELP_IniGetSectionList()
  * @return
  * - #XELP_ERR_INI_OK: at least one key
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -321,20 +322,20 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 
 /** @} */
 /** @name Edits
- * An edit changes the document in memory. Storing or removing a line sets its ulLabel to 1. There
- * is no rollback: what was done before a failure stays done. The lines that an edit reads can fail
- * it as they fail a lookup. Arguments may point into the document's own lines. @{ */
+ * An edit changes the document in memory, and sets its ulLabel to 1 as soon as it stores or removes
+ * a line. There is no rollback: what was done before a failure stays done. The lines that an edit
+ * reads can fail it as they fail a lookup. Arguments may point into the document's own lines. @{ */
 
 /**
  * @brief Sets the value of a key; adds the key and its section if they are missing.
  *
- * An existing key line, the lowest in the section's last block, is rewritten as `key=value
+ * An existing key line, the key's last one in the section's last block, is rewritten as `key=value
  * ;comment` with the key as spelled in the file and the old comment. A new key goes after the last
  * line of the block, a new section to the end of the document. Lines that an edit writes end in
  * LF.
  *
- * Names and values are written as given, neither checked nor escaped. These do not read back, and
- * some of them change other lines at the next load:
+ * Names and values are written as given, neither checked nor escaped. The following do not read
+ * back as given, and some of them change other lines at the next load:
  * - a line end in any of them: it makes several lines out of one
  * - a value that is empty (it reads back as the line end, or as none if the line has a comment),
  *   begins with a blank or ends in a white byte (these are lost), holds " ;" (a comment may begin
@@ -360,9 +361,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  *                                empty one unless the line has a comment
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, array or section; a null key for a section that
- *   exists; a null key and the name of a new section of more than 507 bytes; key, value and
- *   comment of more than 508 bytes together
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, pStrLine or section; a null key for a section
+ *   that exists; a null key with a new section name of more than 507 bytes; key, value and comment
+ *   of more than 508 bytes together
  * - #XELP_ERR_INI_FILE_EMPTY: key, value and comment of exactly 508 bytes together, which leave no
  *   room to end a line with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -378,7 +379,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * @param[in]     section         the section's name, borrowed
  * @return
  * - #XELP_ERR_INI_OK: at least one block deleted
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - the status of a line that fails a lookup; what came before that line is deleted
@@ -394,7 +395,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * @param[in]     key             the key's name, borrowed
  * @return
  * - #XELP_ERR_INI_OK: at least one line deleted
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or array
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - the status of a line that fails a lookup; what came before that line is deleted
@@ -433,14 +434,14 @@ WYX_API QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QA
 
 /** @} */
 /** @name Building blocks: grammar of a line
- * Parts of a line are handed over, each in a block of its own: release it with XELP_MemFreeD(). A
- * part that is absent is null, and after a failure every part is. @{ */
+ * Parts of a line are handed over, each in an allocation of its own: release them with
+ * XELP_MemFreeD(). A part that is absent is null, and so is every part after a failure. @{ */
 
 /**
  * @brief Moves a pointer forward over blanks.
  *
  * @param[in,out] strLine  the pointer, not null
- * @param[in]     end      where it stops at the latest
+ * @param[in]     end      where to stop at the latest
  */
 WYX_API void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end);
 
@@ -448,7 +449,7 @@ WYX_API void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end);
  * @brief Moves a pointer back over white bytes.
  *
  * @param[in,out] strLine  the pointer, not null; at the last byte of a text, not past it
- * @param[in]     begin    where it stops at the latest
+ * @param[in]     begin    where to stop at the latest
  */
 WYX_API void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin);
 
@@ -468,8 +469,8 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  * @brief The comment after a header or value.
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
- * @param[out] commentLine  what follows the first " ;", without blanks at its start and white
- *                          bytes at its end; may be the empty string
+ * @param[out] commentLine  what follows the first " ;", without leading blanks and trailing white
+ *                          bytes; may be the empty string
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -481,8 +482,7 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * @brief The parts of a section header.
  *
  * Lenient: the name is between the first `[` and the first `]` of the line, wherever they are,
- * without blanks at its start and white bytes at its end. Text between the `]` and a " ;" is
- * ignored.
+ * without leading blanks and trailing white bytes. Text between the `]` and a " ;" is ignored.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name
@@ -556,7 +556,7 @@ WYX_API QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue);
  * They do not check the document: it must not be null and must have its array. @{ */
 
 /**
- * @brief Makes room for 50 further lines.
+ * @brief Makes room for 50 more lines.
  *
  * @param[in,out] pStructIniLine  the document, unchanged on failure
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_INTERNAL: no memory.
@@ -586,8 +586,8 @@ WYX_API QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIn
  * @param[in]     strCommentLine  the comment, borrowed; null for none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_INPUT_PARA_ERR: more than 507 bytes together, or the name is null
- * - #XELP_ERR_INI_FILE_EMPTY: 507 bytes together, with a comment
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: the parts have more than 507 bytes together, or the name is null
+ * - #XELP_ERR_INI_FILE_EMPTY: exactly 507 bytes together, with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory; the slot is null
  */
 WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -604,8 +604,8 @@ WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructI
  * @param[in]     strCommentLine  the comment, borrowed; null for none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_INPUT_PARA_ERR: more than 508 bytes together, or the key is null
- * - #XELP_ERR_INI_FILE_EMPTY: 508 bytes together, with a comment
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: the parts have more than 508 bytes together, or the key is null
+ * - #XELP_ERR_INI_FILE_EMPTY: exactly 508 bytes together, with a comment
  * - #XELP_ERR_INI_INTERNAL: no memory; the slot is null
  */
 WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -643,8 +643,8 @@ WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStruc
  *
  * @param[in] pTmpFilePtr  a file open for writing
  * @param[in] strIniLine   the line, borrowed; null writes nothing
- * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written, or
- *         nothing of a line of 4 GiB or more.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written. Of a line
+ *         of 4 GiB or more, nothing is.
  */
 WYX_API QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine);
 

@@ -3,7 +3,7 @@
  * @brief IPv4 and IPv6 addresses with optional ports, from text.
  *
  * Both parsers have a grammar of their own, which stored configuration depends on. It accepts some
- * texts that the standard forms do not have, and refuses some that they have.
+ * texts that the standard forms do not allow, and refuses some that they do.
  *
  * @warning **Decide on the parsed address, never on the text.** Other parsers read some accepted
  * texts as another address. A leading zero is decimal here and octal elsewhere (`010.0.0.1` is
@@ -13,7 +13,7 @@
  *
  * @warning **XELP_Parse_IPV6() does not always read the whole text.** Whatever follows a `]`, a
  * port, or a dot after eight groups is ignored, so `[::1]x` and `::1]:80abc` are accepted.
- * Elsewhere, text after the address is not: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with
+ * Text directly after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with
  * status 30.
  *
  * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
@@ -56,14 +56,14 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  * number from 2^64 on is refused. A smaller one is reduced modulo 2^32, and must then be at most
  * 255. Nothing may come before the first octet, or between octets and dots.
  *
- * The port is decimal, or hexadecimal after `0x` or `0X`, and is read as core_td_u16() reads:
- * white space and a sign may come before it, and its low 16 bits count; from 2^64 on it counts as
- * 2^64 - 1. Nothing may follow it.
+ * The port is decimal, or hexadecimal after `0x` or `0X`, and is read the way core_td_u16() reads a
+ * number: white space and a sign may come before it, and only its low 16 bits count; from 2^64 on
+ * it counts as 2^64 - 1. Nothing may follow the port.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
- * @param[out] pulAddr      the address as a number in host order on a little-endian machine:
- *                          0x0A000001 for `10.0.0.1`; convert it if you need network order. 0 if
- *                          the text is malformed; untouched for a null pointer
+ * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
+ *                          convert it if you need network order. 0 if the text is malformed;
+ *                          untouched for a null pointer
  * @param[out] puwPort      the port; 0 without one, or if the text is malformed; untouched for a
  *                          null pointer
  * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be
@@ -103,8 +103,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * dropped.
  *
  * - *Refused*: status 30, outputs untouched.
- * - *Failed*: status 30, outputs written. But if another colon follows at that point, it is taken
- *   for that of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with
+ * - *Failed*: status 30, outputs written. But if another colon follows at that point, it counts as
+ *   the colon of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with
  *   port 3, `::::80` is `::` with port 80.
  * - If no number follows the colon of a port, the text is refused, whatever its form.
  *
@@ -122,8 +122,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort);
 
 /** @name Building blocks
- * The parsers are made of these readers. Each consumes what it understands of a text and leaves
- * the cursor after it. They check no pointers. @{ */
+ * The parsers are made of these readers. Each reads as much of a text as it understands and leaves
+ * the cursor after that. They check no pointers. @{ */
 
 /** A reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
@@ -196,12 +196,14 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  * eighth group; that colon is not consumed. A text without a digit at the cursor is an empty run.
  *
  * A dotted quad after a colon is left to the caller, with the cursor on that colon, if its first
- * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. Of any other
- * the first octet is read as one more group, and the run ends on the dot, as in `1:1.2.3.4`. To
- * tell them apart, the second to fourth characters after the colon are looked at. If none is a
- * dot, the colon is consumed and the run continues. If one is, the colon is consumed only if fewer
- * than five characters are left, the colon included, the first character after it is `0`, the
- * second is `.`, or any of the second to fourth is `:`.
+ * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. In any other
+ * dotted quad the first octet is read as one more group, and the run ends on the dot, as in
+ * `1:1.2.3.4`. The second to fourth characters after the colon tell the two apart. If none of them
+ * is a dot, the colon is consumed and the run continues. If one is, the colon is consumed only if
+ * - fewer than five characters are left, counting the colon, or
+ * - the first character after the colon is `0`, or
+ * - the second is `.`, or
+ * - any of the second to fourth is `:`.
  *
  * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
  * @param[out]    OUT_len      the number of bytes written, also on failure

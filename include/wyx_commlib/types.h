@@ -32,7 +32,7 @@
 #if defined(__cplusplus)
 /** Opens an extern "C" block in C++. */
 #define WYX_C_BEGIN extern "C" {
-/** Closes it. */
+/** Closes the block that WYX_C_BEGIN opened. */
 #define WYX_C_END }
 /** A fixed 32-bit type for an enumeration in C++, so that an out-of-range value is defined. */
 #define WYX_ENUM32 : unsigned int

@@ -7,7 +7,7 @@
  * the header of that call is the manual.
  *
  * - Text and bytes go in as views. A text that is a `const char *` or `std::string` is passed on as
- *   it is; any other view of a text is copied first, since the C calls want a terminating NUL.
+ *   it is; any other view of a text is copied first, since the C calls need a terminating NUL.
  * - Results come out as values that own what the C calls hand over and release it.
  * - A failure is a wyx::result without a value, or a wyx::ini_names without names. It holds the
  *   module, the status and its text.
@@ -61,7 +61,7 @@ namespace wyx {
 /// @name Errors
 /// @{
 
-/// Whose status it is.
+/// The module that a status belongs to.
 enum class module : int { ini = 1, address = 2, base64 = 3 };
 
 /// The number of an error: the module in the upper half, its status in the lower one. Never 0.
@@ -132,7 +132,7 @@ inline std::error_code make_error_code(errc error) noexcept
 }
 
 namespace detail {
-/// What every result says of a failure.
+/// What every result says about a failure.
 class outcome {
     errc error_{};
 
@@ -181,11 +181,11 @@ class [[nodiscard]] result : public detail::outcome {
     T *operator->() noexcept { return &value_; }
     const T *operator->() const noexcept { return &value_; }
 
-    /// The value, or another one if there is none.
+    /// The value, or @p other if there is none.
     T value_or(T other) &&noexcept { return std::move(has_value() ? value_ : other); }
 
 #if defined(__cpp_lib_expected)
-    /// The same under the standard's name.
+    /// The same as the standard's type.
     operator std::expected<T, errc>() &&
     {
         return has_value() ? std::expected<T, errc>(std::move(value_)) : std::unexpected(error());
@@ -202,7 +202,7 @@ class [[nodiscard]] result<void> : public detail::outcome {
     result(errc error) noexcept : outcome(error) {} ///< errc{} is success
 
 #if defined(__cpp_lib_expected)
-    /// The same under the standard's name.
+    /// The same as the standard's type.
     operator std::expected<void, errc>() const
     {
         return has_value() ? std::expected<void, errc>() : std::unexpected(error());
@@ -214,8 +214,9 @@ class [[nodiscard]] result<void> : public detail::outcome {
 /// @name Arguments and results
 /// @{
 
-/// Text for a C call: borrowed where it ends in a NUL, copied from any other view. A null pointer
-/// is passed on as one. A NUL inside the text is its end, but the decoder of Base64 skips it.
+/// Text for a C call: borrowed if it is known to end in a NUL, copied from any other view. A null
+/// pointer stays a null pointer. A NUL inside the text ends it, except for the Base64 decoder,
+/// which skips it.
 class c_text {
     std::unique_ptr<char[]> copy_;
     const char *begin_;
@@ -243,7 +244,8 @@ class c_text {
 };
 
 /// A borrowed piece of memory: any contiguous range of trivially copyable elements, or a text
-/// without its NUL. An array of `char` is a text, which must have one: pass its size for all of it.
+/// without its NUL. An array of `char` counts as a text and must contain a NUL; to pass all of it,
+/// pass its size, too.
 class bytes {
     const void *data_;
     std::size_t size_;
@@ -265,7 +267,7 @@ class bytes {
     std::size_t size() const noexcept { return size_; }
 };
 
-/// A short text that is a value: no allocation, and a NUL after it. What is added must fit.
+/// A short text held in the object itself, with a NUL after it. What is added must fit.
 template <std::size_t kRoom>
 class short_text {
     std::array<char, kRoom + 1> text_{};
@@ -308,7 +310,7 @@ class short_text {
 /// @{
 
 namespace detail {
-/// Runs a call with a 32-bit length over memory of any size; memory of no size makes no call.
+/// Runs a call with a 32-bit length over memory of any size; empty memory makes no call.
 template <typename Call>
 void in_pieces(bytes input, Call call) noexcept
 {
@@ -346,7 +348,7 @@ struct md5_digest : std::array<QAL_UINT8, 16> {
     short_text<32> hex() const noexcept { return short_text<32>().add_hex(*this); }
 };
 
-/// An MD5 under way; a copy continues on its own.
+/// An MD5 in progress; a copy continues on its own.
 class md5 {
     MD5_S_CTX context_;
 
@@ -442,7 +444,7 @@ inline result<base64_buffer> base64_encode(bytes input) noexcept
     return detail::base64(MOX_BASE64Encode, input.data(), input.size());
 }
 
-/// Encodes bytes into a container of the caller, which a failure leaves as it was.
+/// Encodes bytes into the caller's container, which a failure leaves as it was.
 template <typename Container>
 result<void> base64_encode(bytes input, Container &output)
 {
@@ -459,7 +461,7 @@ inline result<base64_buffer> base64_decode(const c_text &input) noexcept
     return detail::base64(MOX_BASE64Decode, input.get(), input.size());
 }
 
-/// Decodes text into a container of the caller, which a failure leaves as it was.
+/// Decodes text into the caller's container, which a failure leaves as it was.
 template <typename Container>
 result<void> base64_decode(const c_text &input, Container &output)
 {
@@ -516,7 +518,7 @@ struct ipv4 {
 /// An IPv6 address and its port.
 struct ipv6 {
     std::array<QAL_UINT8, 16> octets{}; ///< in network order
-    QAL_UINT16 port = 0;                ///< 0, too, for a text without one
+    QAL_UINT16 port = 0;                ///< 0 if the text had none, or port 0
 
     /// Reads an address, also in brackets, also with a port: XELP_Parse_IPV6().
     static result<ipv6> parse(const c_text &text) noexcept
@@ -535,8 +537,8 @@ struct ipv6 {
         return static_cast<QAL_UINT32>(octets[2 * i] << 8 | octets[2 * i + 1]);
     }
 
-    /// The short form of RFC 5952, hexadecimal throughout; in brackets and with the port unless
-    /// that is 0. parse() reads it as the same address.
+    /// The short form of RFC 5952, hexadecimal throughout; in brackets and with the port, unless
+    /// the port is 0. parse() reads it as the same address.
     short_text<47> text() const noexcept
     {
         std::size_t gap = 8;
@@ -612,7 +614,7 @@ class ini_text {
 };
 
 /// A list of names: a range of std::string_view, released with XELP_IniFreeList(). Empty after a
-/// failure, and error() then says whether there are none or the walk failed.
+/// failure; error() then says whether the document has none or could not be read.
 class ini_names : public detail::outcome {
     struct release {
         void operator()(QAL_INT8 **taken) const noexcept { XELP_IniFreeList(taken); }
@@ -668,7 +670,7 @@ inline bool equals_in_any_case(std::string_view text, std::string_view lower) no
     return is_equal;
 }
 
-/// The value of a text without blanks around it, if all of it can be read.
+/// The value of a text that is already trimmed, if all of it can be read.
 template <typename T>
 std::optional<T> read_as(std::string_view text)
 {
@@ -755,7 +757,7 @@ class document {
 
   public:
     /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
-    /// marks around an item do not count, nor does an empty item at the end.
+    /// marks around an item are left out, and so is an empty item at the end.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
@@ -782,7 +784,7 @@ class document {
         }
     }
 
-    /// The record, for calls that this class does not have. Empty once the document was moved from.
+    /// The record, for calls that this class does not have. Empty once the document is moved from.
     XELP_IN_S_INI_FILE_STRUCT &record() noexcept { return doc_; }
     const XELP_IN_S_INI_FILE_STRUCT &record() const noexcept { return doc_; }
     bool is_changed() const noexcept { return doc_.ulLabel != 0; }
@@ -800,9 +802,9 @@ class document {
 
     /// The value of a key as an integer (decimal, or hexadecimal after 0x), bool (1, true, yes, on
     /// and 0, false, no, off in any case), floating-point number, std::string or list. Blanks and
-    /// line ends around the value do not count. What cannot be read whole, or does not fit the
-    /// type, fails with errc::ini_key_value; so does a key without a value, except for a string or
-    /// list.
+    /// line ends around the value are ignored. A value that cannot be read whole, or does not fit
+    /// the type, fails with errc::ini_key_value; so does a key without a value, unless the type is
+    /// a string or list.
     template <typename T>
     result<T> get(const c_text &section, const c_text &key) const
     {
@@ -814,7 +816,7 @@ class document {
         return read ? result<T>(*std::move(read)) : result<T>(errc::ini_key_value);
     }
 
-    /// The same, or a default wherever that fails. A default that is a text gives a std::string.
+    /// The same, or a default if that fails. For a default that is a text it is a std::string.
     template <typename T>
     auto get_or(const c_text &section, const c_text &key, T fallback) const
     {
@@ -886,7 +888,7 @@ class document {
     }
 
     /// Checks the document against the strict grammar: XELP_IniCheckFile().
-    /// @param[out] slot  if not null, the slot that the check reached, from 1; 0 if it reached none
+    /// @param[out] slot  null, or receives the slot that the check reached, from 1; 0 if none
     result<void> check(QAL_UINT32 *slot = nullptr) const noexcept
     {
         QAL_UINT32 reached = 0;
@@ -897,8 +899,8 @@ class document {
         return error_from(status);
     }
 
-    /// Writes the document to its file if it was changed: XELP_IniSaveFileContent(). It is consumed
-    /// whatever the result, hence `std::move(doc).save(name)`; afterwards it holds nothing.
+    /// Writes the document to its file if it was changed: XELP_IniSaveFileContent(). That consumes
+    /// it whatever the result, hence `std::move(doc).save(name)`; afterwards it holds nothing.
     result<void> save(const c_text &filename) &&noexcept
     {
         return error_from(XELP_IniSaveFileContent(filename.get(), &doc_));
