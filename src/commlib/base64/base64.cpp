@@ -16,7 +16,7 @@ namespace kernel = wyx::base64::kernel;
 constexpr QAL_UINT8 kRefused = wyx::base64::kNoSextet;
 constexpr QAL_UINT8 kSkipped = 0x80; // above the sextets
 
-/// What the decoder makes of a byte: its sextet, or one of the two above.
+/// What the decoder makes of a byte: its sextet, kRefused or kSkipped.
 consteval std::array<QAL_UINT8, 256> MakeMeanings()
 {
     std::array<QAL_UINT8, 256> aTab = wyx::base64::MakeSextets();
@@ -107,9 +107,9 @@ QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
-/// Decodes the characters from @p ulDone on to bytes from @p ulOut on, and returns the number of
-/// all bytes, or kNoText if a character is not accepted. A function of its own, which needs many
-/// registers, so that the usual text does without.
+/// Decodes the characters from @p ulDone on to bytes from @p ulOut on, and returns the total number
+/// of bytes, or kNoText if a character is not accepted. Not inlined: it needs many registers, which
+/// the usual text would otherwise pay for.
 [[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
                                         QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
 {
@@ -182,8 +182,8 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
 
 // The longest inputs whose output fits the requested block. Kept: a size that has wrapped to a
 // negative number is requested as the unsigned number of the same bits, which is more than the
-// output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). One byte
-// more, and it is 0.
+// output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For an
+// input one longer, the size is 0.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
 constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
@@ -195,8 +195,8 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // A negative length has an empty output, which takes one byte, its NUL. That is requested where
-    // the formula is of no use: where it yields less than 0, or more than for a length of 0.
+    // A negative length has an empty output, which takes one byte, its NUL. That byte is requested
+    // if the formula yields a size of no use: less than 0, or more than EncodedSize(0).
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));

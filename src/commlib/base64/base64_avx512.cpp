@@ -17,8 +17,8 @@ constexpr QAL_UINT32 kBytes = 48; // bytes that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
-/// Spreads each group of three bytes over a word in which no sextet is split: the source of each
-/// byte.
+/// Where each byte comes from when each group of three is spread over a word in which no sextet is
+/// split.
 consteval Bytes MakeSpread()
 {
     Bytes aTab{};
@@ -29,7 +29,7 @@ consteval Bytes MakeSpread()
     return aTab;
 }
 
-/// Packs words that hold three bytes each, the last one lowest: the source of each byte.
+/// Where each byte comes from when words that hold three, the last one lowest, are packed.
 consteval Bytes MakePack()
 {
     Bytes aTab{};

@@ -43,8 +43,8 @@ inline constexpr QAL_UINT8 kSextets = 64;
 
 inline constexpr QAL_UINT8 kNoSextet = 0xFF;
 
-/// The sextets of all characters, including those of the URL-safe alphabet; kNoSextet for all
-/// others. Each form makes its own table from it.
+/// The sextet of each character, those of the URL-safe alphabet included; kNoSextet for any other
+/// byte. Each form makes its own table from this one.
 consteval std::array<QAL_UINT8, 256> MakeSextets()
 {
     std::array<QAL_UINT8, 256> aTab{};
@@ -57,19 +57,19 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
     return aTab;
 }
 
-/// Any CPU: looks several characters up at once in tables of 8 and 4 KiB.
+/// Any CPU: a look-up encodes two characters or decodes one, in tables of 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace table
 
-/// SSE2: 12 bytes at once. Decodes like table.
+/// SSE2: 12 bytes at once. Decodes by the table form.
 namespace sse2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 using table::DecodeQuads;
 } // namespace sse2
 
-/// AVX2: 24 bytes or 32 characters at once; the rest like table.
+/// AVX2: 24 bytes or 32 characters at once; leaves the rest to sse2 and table.
 namespace avx2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

@@ -6,7 +6,7 @@
 
 namespace wyx::base64 {
 
-/// The two characters of 12 bits, the first in the low byte.
+/// The two characters that encode each value of 12 bits, the first in the low byte.
 consteval std::array<QAL_UINT16, 4096> MakePairs()
 {
     std::array<QAL_UINT16, 4096> aTab{};

@@ -187,7 +187,7 @@ inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ul
     return {ullWord, shortFold.Take(0)};
 }
 
-/// Folds by one multiple alone, for messages that are too short for another.
+/// Folds by one multiple alone, for messages that are too short for two.
 template <typename Order, typename Multiple>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

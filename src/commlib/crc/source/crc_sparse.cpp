@@ -52,7 +52,7 @@ class RegisterFold {
     }
 
   private:
-    /// One by one: a loop may become a call of memset().
+    /// One by one: a loop may become a call to memset().
     template <std::size_t... kAt>
     void Clear(std::index_sequence<kAt...>)
     {
@@ -73,8 +73,8 @@ class RegisterFold {
          ...);
     }
 
-    /// Vector kAt of the next 128 bytes. The vectors before it already hold these bytes, the
-    /// others still of the 128 bytes before.
+    /// Vector kAt of the next 128 bytes. The vectors before it already hold theirs; this one and
+    /// those after it still hold the 128 bytes before.
     template <std::size_t kAt>
     Vector Folded(const QAL_UINT8 *pucData) const
     {
@@ -131,7 +131,7 @@ namespace crc32 {
 
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
-// For what Long leaves over: the lowest multiple of nine terms whose first two are at least half a
+// For what Long leaves: the lowest multiple of nine terms whose first two are at least half a
 // word apart. None of a usable degree has fewer terms (SparseMultiples.Crc32Short).
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));

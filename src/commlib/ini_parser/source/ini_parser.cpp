@@ -18,7 +18,8 @@ constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
 
-/// The classes of the bytes; that of 255 is the end's, since -1 becomes 255.
+/// The class of each byte. The end of the file, -1, becomes the index 255 and takes its entry; the
+/// byte 255 itself is left to ClassOf().
 consteval std::array<ByteClass, 256> MakeClasses()
 {
     std::array<ByteClass, 256> aTab{};
@@ -104,8 +105,8 @@ constexpr Cell kCells[5][6] = {
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    // The call for each byte goes through a register instead of a stub of the linker, which would
-    // add a fifth to the instructions of a byte. The statement hides that the value is known.
+    // The call for each byte goes through a register: by way of a linker stub, a byte would take a
+    // fifth more instructions. The asm statement hides from the compiler which function it calls.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
     __asm__("" : "+r"(pfunGetc));
     QAL_INT8 *pszNext = pszText;
@@ -235,7 +236,7 @@ QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QAL_UINT32
     QAL_UINT32 ulLen = ulRead;
     if (!IsLineEnd(strOneLine[ulRead - 1])) {
         strOneLine[ulLen++] = '\r';
-        strOneLine[ulLen] = '\0'; // where a NUL cut the line, text follows
+        strOneLine[ulLen] = '\0'; // not yet 0 if a NUL cut the line
     }
     *linePtr = AllocateText(ulLen + 1);
     if (*linePtr == nullptr) {

@@ -13,7 +13,7 @@ namespace {
 constexpr QAL_UINT32 kLineSize = kLongestLine + 1;
 // The room less the fixed characters of the longest form. Kept: this leaves none for the
 // terminator, so a text of exactly this length with a comment does not fit, and the formatter
-// leaves it empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
+// leaves the line empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
 constexpr QAL_UINT32 kMostSectionText = kLineSize - 5; // "[", "] ;", "\n"
 constexpr QAL_UINT32 kMostKeyText = kLineSize - 4;     // "=", " ;", "\n"
 

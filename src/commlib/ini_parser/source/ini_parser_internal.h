@@ -11,12 +11,12 @@ namespace wyx::ini {
 
 // ---- The syntax ----
 
-/// Begins a comment, after a space or as the first byte of a line. A macro, because format strings
-/// contain it.
+/// Begins a comment, after a space or as a line's first byte other than a blank. A macro, because
+/// format strings contain it.
 #define WYX_INI_COMMENT ";"
 constexpr QAL_INT8 kComment = WYX_INI_COMMENT[0];
 constexpr QAL_INT8 kCommentMark[] = " " WYX_INI_COMMENT;
-constexpr QAL_INT8 kCommentLine = '#'; // begins one, too, as the first byte of a line
+constexpr QAL_INT8 kCommentLine = '#'; // begins one, too, but only as that first byte
 constexpr QAL_INT8 kOpen = '[';        // a section's name is between these
 constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
@@ -25,7 +25,7 @@ constexpr QAL_INT8 kSeparator = ','; // between the items of a value
 constexpr QAL_INT8 kEscape = '\\';   // before a line end: the next line belongs to this one
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
-// A line of a saved file is at most 80 bytes long: 79 of text and a line end, or a piece of 78 or
+// A line of a saved file is at most 81 bytes long: 79, its line end included, or a piece of 78 or
 // 79 bytes and the two that continue it.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
@@ -47,7 +47,7 @@ constexpr bool IsWhite(QAL_INT8 ch)
 
 // ---- Parts of a line ----
 
-/// The terminator of a text, however long that is.
+/// The terminator of a text of any length.
 const QAL_INT8 *EndOf(const QAL_INT8 *psz);
 
 /// The length of a text; 0 for null.
@@ -152,7 +152,7 @@ enum class Kind {
     kKey,     ///< a key line
 };
 
-/// Classifies a line; another status than 0 ends the walk.
+/// Classifies a line; a status other than 0 ends the walk.
 inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
 {
     if (*pszLine == '\0') {
@@ -173,8 +173,8 @@ inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
     }
 }
 
-/// The slots of a walk: from ulSlot, its position, up to but not including ulEnd. A step of -1 is
-/// 2^32 - 1.
+/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. A walk
+/// up steps by 2^32 - 1, which is -1.
 struct Walk {
     const Document &doc;
     QAL_UINT32 ulSlot;
@@ -224,7 +224,7 @@ QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
 /// Does a header name this section?
 QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame);
 
-/// A section's lines: the slots after its header up to and including the last one.
+/// One block of a section: the slots of its header and of its last line.
 struct Block {
     QAL_UINT32 ulHeader;
     QAL_UINT32 ulLast;
@@ -234,10 +234,10 @@ struct Block {
 QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &block);
 
 /**
- * Finds the lowest key line of a block with that name.
+ * Finds the last line of a key in a block.
  *
  * @param[out] ulSlot  its slot
- * @param[out] parts   its parts, the caller's to release
+ * @param[out] parts   its parts, which the caller releases
  * @return 0, XELP_ERR_INI_KEY_NOT_FOUND, or the status of a malformed line on the way.
  */
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,

@@ -8,7 +8,7 @@ constexpr QAL_UINT64 kLongestSaved = 0xFFFFFFFF; // a longer line is refused, no
 constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
-constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, and one
+constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, one to spare
 // Kept: room for the ending and 10 digits; a name that is not cut at a dot does not fit
 // (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
@@ -39,7 +39,7 @@ QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT64 ullTargetLen)
         return nullptr;
     }
     wyx_strcpy_s(pszName, ullSize - 1, pszTarget);
-    // Kept: the last dot is looked for in the whole path, directories included
+    // Kept: the last dot is searched for in the whole path, directories included
     // (IniSaveFileContent.DotInDirectoryCutsThere).
     QAL_INT8 *const pszDot = XELP_StrrChr(pszName, '.');
     if (pszDot != nullptr) {

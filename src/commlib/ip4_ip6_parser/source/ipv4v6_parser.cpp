@@ -78,7 +78,7 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     return ulReduced <= 0xFF;
 }
 
-/// Reads a text of any form, one character after the other. The outputs are untouched on failure.
+/// Reads a text of any form, character by character. The outputs are untouched on failure.
 [[gnu::noinline]] QAL_UINT32 ScanIpv4(Parse_Ipv4v6_S_BUF struBuf, QAL_UINT32 &ulAddr,
                                       QAL_UINT16 &uwPort)
 {
@@ -136,7 +136,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     wyx_memcpy_s(work.aucAddr + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
-/// A dotted quad after a gap, which is the rest of the text. Kept: nothing sets the count that is
+/// Tries the rest of the text, after a gap, as a dotted quad. Kept: nothing sets the count that is
 /// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadAfterGapFails).
 void TryQuadAfterGap(Ipv6Work &work)
 {
@@ -200,7 +200,7 @@ bool TakeDottedQuad(Ipv6Work &work)
     return true;
 }
 
-/// `::` at the end
+/// `::` at the end of the text or before a `]`
 bool TakeGapAtEnd(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);

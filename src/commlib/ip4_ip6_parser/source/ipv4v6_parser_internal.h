@@ -1,5 +1,5 @@
-// What the address parsers and the scanner under them share: the classes of characters and the one
-// step of the cursor.
+// What the address parsers and the scanner under them share: the classes of characters, and how the
+// cursor moves.
 #ifndef WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 #define WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 

@@ -1,8 +1,8 @@
 // The usual form of a dotted address, read in words of four and eight characters.
 //
-// Such texts differ in where their dots are. A loop over the characters exits at a different point
-// each time, which branch predictors cannot learn. Here positions are computed from words, and
-// every branch only asks whether the text has the usual form.
+// Such texts differ in where their dots are. A loop over the characters would exit at a different
+// point each time, which branch predictors cannot learn. Here positions are computed from words,
+// and every branch only asks whether the text has the usual form.
 #include "ipv4v6_parser_words.h"
 
 #include <bit>
@@ -54,8 +54,9 @@ bool AreDigitsAsUsual()
 constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
 constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
-/// Reads the decimal port after the colon, which is the character @p ulColon of the last eight of a
-/// text, its terminator included. False if there is no digit, or anything but digits.
+/// Reads the decimal port after a colon. @p ullTail holds the last eight characters of the text,
+/// its terminator included, and @p ulColon is the colon's place in it, from 0. False if there is no
+/// digit, or anything but digits.
 bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
 {
     if (ulColon == 6) {

@@ -1,8 +1,8 @@
 // MD5 as RFC 1321 defines it: a chain of four words that takes in a block of 64 bytes at a time.
 //
 // Each of the 64 steps of a block adds to one word of the chain a mix of the other three, a word of
-// the block and a constant, and rotates. The constant of step i (from 1) is the whole part of
-// 2^32 * |sin(i)|, i in radians; the tests compute them again from that.
+// the block and a constant, rotates the sum and adds one of the other three. The constant of step i
+// (from 1) is the whole part of 2^32 * |sin(i)|, i in radians; the tests compute all of them again.
 #include "wyx_commlib/md5.h"
 
 #include <array>
