@@ -21,8 +21,8 @@
  * a Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes passes it to the list's
  * release callback, or XELP_DLinkList_Deinit() with another flag drops it. Query and Get calls
  * only return a pointer to it: it stays stored. One record may be stored twice; both elements then
- * share it. The list itself and its link nodes belong to the library until
- * XELP_DLinkList_Deinit().
+ * share it, and deleting both releases it twice. The list itself and its link nodes belong to the
+ * library until XELP_DLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
  * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
@@ -49,21 +49,23 @@
  * - The callback of a walk may do anything with the list except tear it down; see
  *   XELP_DLinkList_Process_List() for where the walk then continues.
  *
- * **Cost and limits.** Remove, Delete and Query with a condition are linear in the elements before
- * the match, a walk and the teardown in all of them; every other call takes constant time. An
- * element costs one block of 24 bytes, the list one of 48. A list holds up to 4294967295 elements,
- * which is not checked.
+ * **Cost and limits.** The searches (XELP_DLinkList_Remove(), XELP_DLinkList_Delete() and
+ * XELP_DLinkList_Query()) are linear in the elements up to the match; a walk and the teardown are
+ * linear in all of them; every other call takes constant time. An element takes one block of 24
+ * bytes, the list one of 48. A list holds up to 4294967295 elements, which is not checked.
  *
- * **Threads.** One list must not be used by two threads at once; different lists may.
+ * **Threads.** Two threads must not use one list at once, not even for queries, which move the
+ * cursor. Different lists are independent.
  *
- * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (found by key)
- * look alike and differ on purpose. In slink.h, the statuses from 30 on have other numbers: no
- * match is 30 here and 40 there. When a result is cleared differs from header to header.
+ * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
+ * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have other
+ * numbers: no match is 30 here and 40 there. When a result is set to null differs from header to
+ * header.
  *
  * **Emptiness.** How a call decides that the list is empty matters only if somebody changed its
- * records by hand. Get_CurNode, the cursor moves, the searches and the walk look at the element
- * count, Remove_CurNode and Delete_CurNode at the cursor, and the calls for head and tail at the
- * first or the last element.
+ * head or link nodes by hand. Insert, Get_CurNode, the cursor moves, the searches and the walk look
+ * at the element count; Remove_CurNode and Delete_CurNode look at the cursor; the calls for head
+ * and tail look at the first or the last element.
  */
 #ifndef WYX_COMMLIB_DLINK_H
 #define WYX_COMMLIB_DLINK_H
@@ -378,10 +380,10 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  * - still on that element: the walk continues with the element that now follows it. If the
  *   callback inserted one there and moved the cursor back, that one is visited too.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, that is its successor, so nothing is missed. If it was the
- *   *last* element, it is its predecessor, which is visited a second time. An element that the
- *   callback inserts, queries or moves to is visited next, because the cursor is then on it. A
- *   callback that keeps doing so never lets the walk end.
+ *   the element it was called for, that is its successor, so nothing is missed. The *last* element
+ *   has none: after its removal the walk returns to its predecessor, which is visited a second
+ *   time. An element that the callback inserts, queries or moves to is visited next, because the
+ *   cursor is then on it. A callback that keeps doing so never lets the walk end.
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by address. If the callback removes the element it was called

@@ -49,11 +49,11 @@
  * - the Get calls leave it alone, and there is no call that only moves it.
  *
  * **Results.** XELP_Hash_RemoveCurNode() sets its result to null once its arguments are accepted.
- * XELP_Hash_RemoveNode() and XELP_Hash_QueryNode() leave it untouched on every failure.
+ * XELP_Hash_RemoveNode() and XELP_Hash_QueryNode() leave theirs untouched on every failure.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - The hash function and the comparator must not change the table or move its cursor. They must
- *   always give the same answer for a key and its copy.
+ *   always treat a key and its copy alike.
  * - The key callback must not use the table, because it runs while an entry is being removed.
  * - The node callback of a Delete runs after the entry has left the table: it may use the table,
  *   but must not tear it down. In XELP_Hash_DeInit() it must not use the table at all.
@@ -62,20 +62,21 @@
  *
  * **Cost and limits.** A call with a key costs one call of the hash function and one comparison
  * for each entry of the bucket up to the match: constant time as long as there are about as many
- * buckets as entries and the hash function spreads them. Init is linear in the buckets, a walk and
- * the teardown in buckets and entries. The table takes one block of 56 bytes and 8 more for each
- * bucket, an entry one block of 24 bytes and one for its key copy. The size of the table's block
- * has 32 bits, so the largest number of buckets is 536870904. The number of entries is not
- * checked; it must stay below 4294967296.
+ * buckets as entries and the hash function spreads them. XELP_Hash_RemoveCurNode() and
+ * XELP_Hash_DeleteCurNode() cost the same, but compare addresses instead of keys. Init is linear in
+ * the buckets; a walk and the teardown are linear in the buckets and the entries. The table takes
+ * one block of 56 bytes and 8 more for each bucket; an entry takes one block of 24 bytes and
+ * another for its key copy. The size of the table's block is a 32-bit number, so the largest number
+ * of buckets is 536870904. The number of entries is not checked; it must stay below 4294967296.
  *
  * **Threads.** Two threads must not use one table at once, not even for queries, which move the
  * cursor. Different tables are independent.
  *
- * **Its siblings** dlink.h and slink.h (lists) look alike and differ on purpose. Here the
+ * **Its siblings** dlink.h and slink.h (lists) look much the same, but differ on purpose. Here the
  * comparator is fixed and compares two keys; a missing cursor has a status of its own; failing
- * searches leave their result untouched; and tearing the table down *without* its user nodes
- * leaves the key copies alone too. Statuses are numbered as in dlink.h up to 70, but differently
- * from slink.h from 30 on.
+ * searches leave their result untouched; and tearing the table down *without* its user nodes does
+ * not release the key copies either. Up to 70, statuses are numbered as in dlink.h; slink.h numbers
+ * them differently from 30 on.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -243,9 +244,9 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
  * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
  * The entry's key copy is hashed to find its bucket, and the entry is found there by its address;
- * no comparator runs. The key callback takes the key copy. If the hash function now returns a
- * value for another bucket than when the entry was saved, the entry is not found: the call returns
- * 0, changes nothing, and sets the result to null.
+ * no comparator runs. The key callback takes the key copy. If the hash function now leads to
+ * another bucket than when the entry was saved, the entry is not found: the call returns 0, changes
+ * nothing, and sets the result to null.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
@@ -283,13 +284,13 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * decides how the walk continues:
  * - still on that entry: the walk continues with the next entry of the bucket.
  * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
- *   entry it was called for, that is the next of the bucket, so nothing is missed or visited
+ *   entry it was called for, that is the next one of the bucket, so nothing is missed or visited
  *   twice. An entry that the callback saves or queries is visited next, and after it the rest of
  *   *its* bucket. A callback that keeps doing so never lets the walk end.
  * - nowhere: the bucket is done.
  *
- * When a bucket is done, the walk continues with the bucket after the one it had reached, wherever
- * the cursor went meanwhile.
+ * The buckets are taken in order: when one is done, the next one follows, even if the cursor led
+ * the walk into another bucket meanwhile.
  *
  * "Still on that entry" is decided by address. If the callback removes the entry it was called for
  * and saves another, the new chain node may have the old one's address. The walk then continues

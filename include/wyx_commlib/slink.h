@@ -1,11 +1,12 @@
 /**
  * @file slink.h
- * @brief List of a fixed capacity of the caller's records, with a cursor, in one block of memory.
+ * @brief Fixed-capacity list of the caller's records, with a cursor, in one block of memory.
  *
  * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Its
  * elements are in one array, the *slots*, which is allocated with the list: storing and removing
- * never allocate, and a full list refuses. A slot is named by its index. Slots are linked both
- * ways, so every move takes constant time. Your callbacks compare and release user nodes.
+ * never allocate, and a full list refuses another element. A slot is named by its index. Slots are
+ * linked both ways, so every move takes constant time. Your callbacks compare and release user
+ * nodes.
  *
  * @code{.c}
  * void *list = NULL;
@@ -20,7 +21,8 @@
  * a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes passes it to the list's
  * release callback, or XELP_SLinkList_Deinit() with another flag drops it. Query and Get calls
  * only return a pointer to it: it stays stored. One record may be stored twice; both elements then
- * share it. The list's one block belongs to the library until XELP_SLinkList_Deinit().
+ * share it, and deleting both releases it twice. The list's one block belongs to the library until
+ * XELP_SLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
  * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
@@ -38,8 +40,8 @@
  * null handle. Beyond that:
  * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer,
  *   and set the result to null before they look at anything else, the handle included.
- * - Remove and Query check it after all their other arguments. A refused argument leaves the
- *   result untouched, any other failure sets it to null.
+ * - Remove and Query refuse a null result pointer, which they check after all other arguments. A
+ *   refused argument leaves the result untouched; any other failure sets it to null.
  * - Get_CurNode refuses null; no failure touches the result.
  * - Get_PriorNode refuses null. The result is null if the cursor is on the first element; a
  *   refused argument or an empty list leaves it untouched.
@@ -55,18 +57,20 @@
  * - The callback of a walk may do anything with the list except tear it down; see
  *   XELP_SLinkList_Process_List() for where the walk then continues.
  *
- * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity; Remove, Delete and Query
- * with a condition are linear in the elements before the match, a walk and the teardown in all of
- * them; every other call takes constant time. The block takes 48 bytes and 16 for each slot, in
- * one request, the size of which has 32 bits: the largest capacity is 268435452.
+ * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity. The searches
+ * (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) are linear in the
+ * elements up to the match; a walk and the teardown are linear in all of them; every other call
+ * takes constant time. The block takes 48 bytes and 16 more for each slot. Its size is a 32-bit
+ * number, so the largest capacity is 268435452.
  *
- * **Threads.** One list must not be used by two threads at once; different lists may.
+ * **Threads.** Two threads must not use one list at once, not even for queries, which move the
+ * cursor. Different lists are independent.
  *
- * **Its siblings** dlink.h (elements allocated one by one) and hash.h (found by key) look alike
- * and differ on purpose. Compared with dlink.h: #XELP_ERR_SLL_FULL is 30, so all later statuses
- * are 10 higher; `ulTotalNum` of the head is the capacity, not the count; the calls for head and
- * tail take the list for empty if it has no first or last element, all others if its element count
- * is 0; results are cleared as said above.
+ * **Its siblings** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
+ * much the same, but differ on purpose. Compared with dlink.h: #XELP_ERR_SLL_FULL is 30, so all
+ * later statuses are 10 higher; `ulTotalNum` of the head is the capacity, not the count; Insert and
+ * the calls for head and tail treat the list as empty if it has no first or last element, the
+ * others if its element count is 0; results are set to null as listed above.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -154,8 +158,8 @@ typedef struct xelpSLinkList_S_Head {
 /**
  * @brief Creates an empty list. Linear in the capacity.
  *
- * The first elements take the slots 0, 1, 2 and so on. A slot that was freed is used before those
- * never used; of several, the one freed last comes first.
+ * The first elements take the slots 0, 1, 2 and so on. Freed slots are used again before slots that
+ * were never used, and the one freed last comes first.
  *
  * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger one the size of the
  *                           block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
@@ -402,10 +406,10 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
  * - still on that element: the walk continues with the element that now follows it. If the
  *   callback inserted one there and moved the cursor back, that one is visited too.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, that is its successor, so nothing is missed. If it was the
- *   *last* element, it is its predecessor, which is visited a second time. An element that the
- *   callback inserts, queries or moves to is visited next, because the cursor is then on it. A
- *   callback that keeps doing so never lets the walk end.
+ *   the element it was called for, that is its successor, so nothing is missed. The *last* element
+ *   has none: after its removal the walk returns to its predecessor, which is visited a second
+ *   time. An element that the callback inserts, queries or moves to is visited next, because the
+ *   cursor is then on it. A callback that keeps doing so never lets the walk end.
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by slot. If the callback removes the element it was called
@@ -426,9 +430,9 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 
 /** @name Building blocks
  * The other calls take and return slots with these two. If you take or return slots yourself, the
- * list counts more or fewer elements than it has. Even then no call leaves the block or follows
- * the index *none*. If the count is not 0 but there is no cursor, calls that need one report an
- * empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
+ * list counts more or fewer elements than it has. Even then no call reads or writes outside the
+ * block. If the count is not 0 but there is no cursor, calls that need one report an empty list
+ * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
  * @{ */
 
 /**

@@ -1,4 +1,4 @@
-// The doubly linked list, as the suite of both lists takes it.
+// Describes the doubly linked list to the test suite that both lists share.
 #ifndef WYX_TESTS_DLINK_DLINK_LIST_H
 #define WYX_TESTS_DLINK_DLINK_LIST_H
 

@@ -1,4 +1,4 @@
-// The doubly linked list: the suite of both lists, and what only this one does.
+// The doubly linked list: the test suite that both lists share, and what only this list does.
 #include "wyx_commlib/dlink.h"
 
 #include <set>
@@ -74,8 +74,8 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
 
 using DLinkListEnds = DLinkListTest;
 
-/// A link that leads out of the list at an end is not followed.
-TEST_F(DLinkListEnds, AreRemovedWithoutTheLinkThatLeadsOut)
+/// The links of the first and the last element that should be null are damaged here.
+TEST_F(DLinkListEnds, AreRemovedWithoutFollowingTheLinkOut)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -113,7 +113,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutTheLinkThatLeadsOut)
 
 using DLinkListMemory = DLinkListTest;
 
-TEST_F(DLinkListMemory, EveryBlockIsTakenAndReleasedAsStated)
+TEST_F(DLinkListMemory, EachCallAllocatesAndReleasesAsStated)
 {
     const char ch = 'b';
     void *pResult = nullptr;
@@ -167,7 +167,7 @@ TEST_F(DLinkListMemory, TeardownReleasesEachNodeAfterItsUserNodeAndTheHeadLast)
     EXPECT_EQ(g_released, "abc");
 }
 
-TEST_F(DLinkListMemory, EverySiteHasItsLine)
+TEST_F(DLinkListMemory, EveryCallPassesItsOwnLine)
 {
     platform.RecordEvents(true);
     ASSERT_EQ(XELP_DLinkList_Init(IsLetter, Release, &list), 0U);
@@ -182,7 +182,8 @@ TEST_F(DLinkListMemory, EverySiteHasItsLine)
     for (const Event &event : platform.Events()) {
         lines.insert(event.line);
     }
-    // the head allocated and released; a node allocated, returned, unlinked and torn down
+    // The head is allocated and released; a node is allocated, given back by a refused insertion,
+    // and released by a removal and by the teardown.
     EXPECT_EQ(lines.size(), 6U);
 }
 
@@ -218,7 +219,7 @@ TEST_F(DLinkListMemory, EachAllocationFailingInTurn)
     }
 }
 
-TEST_F(DLinkListMemory, FailedInsertLeavesTheList)
+TEST_F(DLinkListMemory, FailedInsertChangesNothing)
 {
     Build("a[b]c");
     platform.Fail(Service::kAllocate, 1);

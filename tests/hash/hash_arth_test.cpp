@@ -201,7 +201,7 @@ TEST_F(HashInit, LargestSizeIsRequestedWhole)
 {
     void *pTable = User(kUntouched);
     platform.StartRecording();
-    platform.Fail(Service::kAllocate, 1); // 4 GiB are too much for a test
+    platform.Fail(Service::kAllocate, 1); // 4 GiB is too much for a test
     EXPECT_EQ(InitLetters(536870904, &pTable), XELP_ERR_HASH_MEMORY);
     EXPECT_EQ(MemoryCalls(), "S 4294967288");
     EXPECT_EQ(Letter(pTable), kUntouched);
@@ -224,8 +224,7 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
     g_onRelease = [&](char chWhat, char) {
         const auto ended =
             std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
-        // before each entry's key is released, all earlier entries are gone, each with a key and a
-        // node
+        // Before an entry's key is released, both blocks of every earlier entry are released.
         EXPECT_EQ(platform.Events().size(),
                   2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
     };
@@ -260,7 +259,7 @@ TEST_F(HashDeInit, AnotherFlagCallsNeitherCallback)
     }
 }
 
-TEST_F(HashDeInit, EmptyTable)
+TEST_F(HashDeInit, ReleasesAnEmptyTable)
 {
     for (const QAL_UINT32 ulFlag : {0U, 1U}) {
         Build(2, "");
@@ -823,7 +822,7 @@ TEST_F(HashWalk, GoesOnWhereTheCursorIs)
     }
 }
 
-/// It depends on whether the new entry has the removed one's address; both walks are correct.
+/// What is visited depends on whether the new entry gets the address of the removed one.
 TEST_F(HashWalk, ComparesAddressesWhenTheCurrentEntryIsReplaced)
 {
     Build(3, "ad");
@@ -846,7 +845,7 @@ TEST_F(HashWalk, ComparesAddressesWhenTheCurrentEntryIsReplaced)
 
 using HashMemory = HashTest;
 
-TEST_F(HashMemory, EverySiteHasItsLine)
+TEST_F(HashMemory, EveryCallPassesItsOwnLine)
 {
     platform.RecordEvents(true);
     Build(3, "ab");
@@ -860,8 +859,8 @@ TEST_F(HashMemory, EverySiteHasItsLine)
             lines.insert(event.line);
         }
     }
-    // the table, key copies and nodes allocated; a copy returned; nodes unlinked and torn down; the
-    // table
+    // The table, key copies and nodes are allocated; a key copy is given back; nodes are released
+    // by a removal and by the teardown, and so is the table.
     EXPECT_EQ(lines.size(), 7U);
 }
 

@@ -376,7 +376,7 @@ class RandomCalls {
         }
     }
 
-    /// The entry is out of the table, which may be used: the callback does random calls.
+    /// The entry is out of the table, so the callback may use the table, and makes random calls.
     void NodeReleased()
     {
         EXPECT_NE(awaited_, "");
@@ -416,7 +416,7 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// @p isInBucket: is the entry in the bucket that the hash function now returns?
+    /// @p isInBucket: does the hash function still lead to the bucket of the entry?
     void RemoveCurrent(bool isInBucket = true)
     {
         const char ch = cursor_;
@@ -440,7 +440,7 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// The hash function returns another value for the entry at the cursor.
+    /// Calls while the hash function leads to another bucket than when the entry was saved.
     void RemoveCurrentWithAnotherHash()
     {
         const QAL_UINT32 ulBase = g_hashBase;
@@ -519,7 +519,7 @@ class RandomCalls {
         EXPECT_EQ(ulNumber, buckets_.size());
     }
 
-    /// A walk whose callback does random calls, and stops before it would go on for too long.
+    /// A walk whose callback makes random calls, and which is stopped if it gets too long.
     struct WalkState {
         RandomCalls &calls;
         char chNext = '\0';         ///< where the walk continues in its chain

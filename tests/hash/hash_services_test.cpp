@@ -1,5 +1,5 @@
 // What the hash table leaves in the blocks it releases: this executable replaces the adapter's
-// release, as an adapter does that keeps released blocks for inspection.
+// release by one that keeps the blocks, as an adapter may in order to inspect them.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -41,7 +41,7 @@ extern "C" void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32, const QAL_CHAR 
 namespace wyx::test {
 namespace {
 
-TEST(HashServices, RemovedNodeNamesNoKey)
+TEST(HashServices, RemovedNodePointsToNoKey)
 {
     void *pTable = nullptr;
     ASSERT_EQ(XELP_Hash_Init(1, HashByte, CompareBytes, ReleaseKey, ReleaseNothing, &pTable), 0U);

@@ -1,4 +1,4 @@
-// The list of a fixed capacity: the suite of both lists, and what only this one does.
+// The list of a fixed capacity: the test suite that both lists share, and what only this list does.
 #include "wyx_commlib/slink.h"
 
 #include <cstring>
@@ -24,7 +24,7 @@ class SLinkListTest : public ListTest<SLink> {
   protected:
     SLinkList_S_Head &Head() { return *static_cast<SLinkList_S_Head *>(list); }
 
-    /// The result of a call that has one.
+    /// Makes a call and returns its status; the letter of its result goes to chResult.
     QAL_UINT32 Status(const Call &call)
     {
         void *pResult = User(kUntouched);
@@ -42,7 +42,7 @@ INSTANTIATE_TYPED_TEST_SUITE_P(SLink, ListTest, SLink);
 
 using SLinkListInit = SLinkListTest;
 
-TEST_F(SLinkListInit, NoCapacityIsRefused)
+TEST_F(SLinkListInit, CapacityOf0IsRefused)
 {
     void *pList = User(kUntouched);
     platform.RecordEvents(true);
@@ -127,7 +127,7 @@ TEST_F(SLinkListInit, LargestCapacityIsRequestedWhole)
 {
     void *pList = User(kUntouched);
     platform.StartRecording();
-    platform.Fail(Service::kAllocate, 1); // 4 GiB are too much for a test
+    platform.Fail(Service::kAllocate, 1); // 4 GiB is too much for a test
     EXPECT_EQ(XELP_SLinkList_Init(268435452, IsLetter, Release, &pList), XELP_ERR_SLL_MEMORY);
     EXPECT_EQ(MemoryCalls(platform, kFile), "S 4294967280");
     EXPECT_EQ(Letter(pList), kUntouched);
@@ -283,7 +283,7 @@ TEST_F(SLinkListSlots, TakenByHandTheListIsEmpty)
     EXPECT_EQ(g_released, "a");
 }
 
-TEST_F(SLinkListSlots, ReturnedTooOftenTheListIsEmpty)
+TEST_F(SLinkListSlots, ListWithAFreeSlotReturnedAgainIsEmpty)
 {
     Build("[a]");
     ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // free already
@@ -305,9 +305,9 @@ TEST_F(SLinkListSlots, ReturnedTooOftenTheListIsEmpty)
     EXPECT_EQ(g_released, "");
 }
 
-/// A slot that is returned while its element is in the list leads on to the free slots. A link that
-/// leads out of the list at an end is not followed.
-TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
+/// If a slot is returned while its element is in the list, it links to the free slots. Removing the
+/// element at an end of the list must not follow such a link.
+TEST_F(SLinkListSlots, EndIsRemovedWithoutFollowingTheLinkOut)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -324,7 +324,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
         EXPECT_EQ(Head().ulLastNode, 0U);
         Drop();
 
-        // The slot of the last of two elements leads on to a free one, and back to the first.
+        // The last of two elements now links forward to a free slot, and back to the first element.
         ASSERT_EQ(XELP_SLinkList_Init(3, IsLetter, Release, &list), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
@@ -341,8 +341,8 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutTheLinkThatLeadsOut)
     }
 }
 
-/// Whatever is taken and returned by hand, no call leaves the block or follows a missing link.
-TEST_F(SLinkListSlots, ByHandAtRandomNothingLeavesTheBlock)
+/// Whatever is taken and returned by hand, no call reads or writes outside the block.
+TEST_F(SLinkListSlots, RandomCallsByHandStayInTheBlock)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

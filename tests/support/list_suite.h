@@ -59,7 +59,7 @@ constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 struct Observed {
     std::vector<void *> users;
     std::vector<std::uint64_t> places; ///< where each element is: an address or an index
-    std::size_t cursor = kNowhere;     ///< a position in these, or kNowhere
+    std::size_t cursor = kNowhere;     ///< an index into both, or kNowhere
     std::vector<std::uint64_t> unused; ///< free places, the next one to be used first
     bool operator==(const Observed &) const = default;
 
@@ -175,8 +175,8 @@ class ListTest : public PlatformTest {
         }
     }
 
-    /// The status and the result of a call with a null handle, and the status of one with a null
-    /// result on "[a]".
+    /// Checks the status and the result of a call with a null handle, and the status of one with a
+    /// null result pointer on "[a]".
     void RunWithNulls(const Call &call, bool hasResult, char chResult)
     {
         SCOPED_TRACE(call.pszName);
@@ -468,7 +468,7 @@ class RandomCalls {
         Compare();
     }
 
-    /// A walk whose callback does random calls, and stops before it would go on for too long.
+    /// A walk whose callback makes random calls, and which is stopped if it gets too long.
     void Walk()
     {
         ++depth_;
@@ -595,7 +595,7 @@ TYPED_TEST_P(ListTest, InsertPutsTheElementWhereTheTableSays)
         QAL_UINT32 ulStatus;
         const char *pszAfter;
     } aCase[] = {
-        // an empty list takes any position
+        // an empty list accepts any position
         {"", 0, 0, "[x]"},
         {"", 1, 0, "[x]"},
         {"", 2, 0, "[x]"},
@@ -941,7 +941,7 @@ TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
     EXPECT_EQ(this->Text(), "a[c]d");
 }
 
-/// What a callback does at each letter, in a list of three.
+/// The callback of each case does what its name says, in a list of three letters.
 TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
 {
     using List = TypeParam;
@@ -1066,7 +1066,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
     }
 }
 
-/// It depends on whether the new element takes the removed one's place; both walks are correct.
+/// What is visited depends on whether the new element gets the place of the removed one.
 TYPED_TEST_P(ListTest, WalkComparesPlacesWhenACurrentElementIsReplaced)
 {
     using List = TypeParam;

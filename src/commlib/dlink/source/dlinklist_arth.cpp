@@ -1,4 +1,5 @@
-// Doubly linked list. Join() makes every change of a link, Unlink() every removal.
+// Doubly linked list. Only Join() changes the links of neighbours, and only Unlink() removes an
+// element.
 #include "wyx_commlib/dlink.h"
 
 #include <cstdint>
@@ -11,13 +12,13 @@ namespace {
 using Head = DLinkList_S_Head;
 using Node = DLinkList_S_Node;
 
-/// A place between two neighbours; null is an end of the list.
+/// A place between two neighbours; at an end of the list, one of them is null.
 struct Gap {
     Node *pPrev;
     Node *pNext;
 };
 
-/// Sets both links across a gap; at an end of the list, the head's link instead.
+/// Sets the links on both sides of a gap; at an end of the list, the head's link is set instead.
 void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 {
     (gap.pPrev != nullptr ? gap.pPrev->pstruNNode : head.pstruFirstNode) = pAfterPrev;
@@ -45,8 +46,8 @@ bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
     }
 }
 
-// The gap that an element leaves. At an end of the list, the link that leads out of it is not read:
-// whatever it holds, the new end has no neighbour there.
+// The gap that an element leaves. If the element is taken as the first or the last one, its link
+// out of the list is not read: even if somebody changed it, the new end has no neighbour there.
 
 Gap GapOf(const Node &node)
 {
@@ -63,7 +64,7 @@ Gap GapOfLast(const Node &node)
     return {node.pstruPNode, nullptr};
 }
 
-/// Takes an element out of the list, leaves the cursor beside the gap and returns its user node.
+/// Removes an element, puts the cursor beside the gap, and returns the element's user node.
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
@@ -76,7 +77,7 @@ void *Unlink(Head &head, Node *pNode, Gap gap)
     return pUserNode;
 }
 
-/// Clears a result and returns the list of a handle; null if either is null.
+/// Sets a result to null and returns the list of a handle; null if either pointer is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -86,8 +87,8 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Hands out the user node of an element; null is that of an empty list.
-QAL_UINT32 Show(const Node *pNode, void **ppUserNode)
+/// Sets a result to the user node of an element; null means that the list is empty.
+QAL_UINT32 Get(const Node *pNode, void **ppUserNode)
 {
     if (pNode == nullptr) {
         return XELP_ERR_DLL_NULL;
@@ -96,7 +97,7 @@ QAL_UINT32 Show(const Node *pNode, void **ppUserNode)
     return 0;
 }
 
-/// Moves the cursor along a link; @p ulAtEnd is the status where the link ends.
+/// Moves the cursor along a link; @p ulAtEnd is the status if the link is null.
 QAL_UINT32 Step(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd)
 {
     if (pstruHead == nullptr) {
@@ -114,14 +115,14 @@ QAL_UINT32 Step(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd)
     return 0;
 }
 
-QAL_UINT32 StepAndShow(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
+QAL_UINT32 StepAndGet(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
     const Head *const pHead = ClearAndOpen(pstruHead, ppUserNode);
     if (pHead == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
     const QAL_UINT32 ulStatus = Step(pstruHead, pLink, ulAtEnd);
-    return ulStatus != 0 ? ulStatus : Show(pHead->pstruNow, ppUserNode);
+    return ulStatus != 0 ? ulStatus : Get(pHead->pstruNow, ppUserNode);
 }
 
 /// Removes the element that a field of the head points at.
@@ -140,7 +141,7 @@ QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const N
     return 0;
 }
 
-/// A Delete: its Remove, and then the release of what that hands over.
+/// A Delete call: its Remove call, and then the release of the user node that it hands over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -232,7 +233,7 @@ QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
     }
     Head &head = *static_cast<Head *>(pstruHead);
     Gap gap = {nullptr, nullptr};
-    // Kept: an empty list takes any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementWhereTheTableSays).
     if (head.ulTotalNum != 0 && !FindGap(head, enPosition, gap)) {
         XELP_MemFreeD(pNode, __LINE__, __FILE__);
         return XELP_ERR_DLL_INVALID_PARA;
@@ -302,8 +303,9 @@ QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
     if (pHead == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
-    // Kept: the count decides, not the cursor (DLinkListEmptiness.IsTestedByTheStatedField).
-    return Show(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
+    // Kept: the list is empty if its count is 0, whatever the cursor
+    // (DLinkListEmptiness.IsTestedByTheStatedField).
+    return Get(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead)
@@ -318,24 +320,24 @@ QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead)
 
 QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
 {
-    return StepAndShow(pstruHead, &Node::pstruPNode, XELP_ERR_DLL_HEAD, pstruNode);
+    return StepAndGet(pstruHead, &Node::pstruPNode, XELP_ERR_DLL_HEAD, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
 {
-    return StepAndShow(pstruHead, &Node::pstruNNode, XELP_ERR_DLL_TAIL, pstruNode);
+    return StepAndGet(pstruHead, &Node::pstruNNode, XELP_ERR_DLL_TAIL, pstruNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode)
 {
     const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
-    return pHead != nullptr ? Show(pHead->pstruFirstNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
+    return pHead != nullptr ? Get(pHead->pstruFirstNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
 }
 
 QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
 {
     const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
-    return pHead != nullptr ? Show(pHead->pstruLastNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
+    return pHead != nullptr ? Get(pHead->pstruLastNode, pstruNode) : XELP_ERR_DLL_INVALID_PARA;
 }
 
 QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
@@ -380,15 +382,15 @@ QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFu
     }
     Node *pNode = head.pstruFirstNode;
     while (pNode != nullptr) {
-        // A number, not a pointer: the callback may release the node, and only its address is
-        // compared.
+        // A number, not a pointer: the callback may release the node, and a dangling pointer must
+        // not even be compared.
         const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
         head.pstruNow = pNode;
         if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {
             return XELP_ERR_DLL_BREAK;
         }
-        // Kept: if the callback removed the last element, this is its predecessor, visited again
-        // (ListTest.WalkGoesOnWhereTheCursorIs).
+        // Kept: if the callback removed the last element, the cursor is on its predecessor, which
+        // is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
         pNode = head.pstruNow;
         if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
             pNode = pNode->pstruNNode;

@@ -1,5 +1,5 @@
-// Chained hash table: one block for the head and its buckets, and a chain node for each entry. An
-// entry is found as the link that leads to it, which is all its removal needs.
+// Chained hash table: one block for the head and its buckets, and a chain node for each entry. A
+// search returns the link that leads to an entry, because a removal has to change that link.
 #include "wyx_commlib/hash.h"
 
 #include <cstdint>
@@ -68,23 +68,23 @@ QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node 
     return *ppLink != nullptr ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
 }
 
-/// Takes the entry that a link leads to out of its chain and returns its user node.
+/// Removes the entry that a link leads to, releases all of it but the user node, and returns that.
 void *Unlink(Head &head, Node **ppLink)
 {
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
-    // Kept: the cursor ends with the chain and never moves to the next bucket
+    // Kept: after the last entry of a chain the cursor is nowhere, not in the next bucket
     // (HashCursor.RemovalStaysInTheBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // an adapter may keep released blocks for inspection
+    pNode->pstruKey = nullptr; // an adapter may keep the node for inspection; its key is gone
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
     return pUserNode;
 }
 
-/// A Delete: its Remove, and then the release of what that hands over.
+/// A Delete call: its Remove call, and then the release of the user node that it hands over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
@@ -217,7 +217,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
         return XELP_ERR_HASH_HASHVALUE;
     }
     Node **const ppLink = FindNode(ppBucket, head.pstruNow);
-    // Kept: no error if the hash function now returns another value for the key
+    // Kept: no error if the hash function now leads to another bucket than when the entry was saved
     // (HashRemoveCurNode.EntryNotInItsBucketGivesSuccessAndNull).
     if (*ppLink != nullptr) {
         *pstruNode = Unlink(head, ppLink);
@@ -254,8 +254,8 @@ QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfun
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         Node *pNode = head.pstruBase[i];
         while (pNode != nullptr) {
-            // A number, not a pointer: the callback may release the node, and only its address is
-            // compared.
+            // A number, not a pointer: the callback may release the node, and a dangling pointer
+            // must not even be compared.
             const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
             head.pstruNow = pNode;
             if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {

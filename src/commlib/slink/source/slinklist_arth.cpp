@@ -1,5 +1,5 @@
 // List in one block: the head and an array of slots, which are linked by index. Free slots form a
-// chain. Join() makes every change of a link, Unlink() every removal.
+// chain. Only Join() changes the links of neighbours, and only Unlink() removes elements.
 #include "wyx_commlib/slink.h"
 
 #include "blocks.h"
@@ -22,13 +22,13 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
               "the header names the largest capacity");
 
-/// A place between two neighbours; kNone is an end of the list.
+/// A place between two neighbours; at an end of the list, one of them is kNone.
 struct Gap {
     QAL_UINT32 ulPrev;
     QAL_UINT32 ulNext;
 };
 
-/// Sets both links across a gap; at an end of the list, the head's link instead.
+/// Sets the links on both sides of a gap; at an end of the list, the head's link is set instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
     (gap.ulPrev != kNone ? head.pstruBase[gap.ulPrev].ulNNode : head.ulFirstNode) = ulAfterPrev;
@@ -78,8 +78,8 @@ void ReturnSlot(Head &head, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-// The gap that an element leaves. At an end of the list, the link that leads out of it is not read:
-// whatever it holds, the new end has no neighbour there.
+// The gap that an element leaves. If the element is taken as the first or the last one, its link
+// out of the list is not read: even if somebody changed it, the new end has no neighbour there.
 
 Gap GapOf(const Node &node)
 {
@@ -96,7 +96,7 @@ Gap GapOfLast(const Node &node)
     return {node.ulPNode, kNone};
 }
 
-/// Takes an element out of the list, leaves the cursor beside the gap and returns its user node.
+/// Removes an element, puts the cursor beside the gap, and returns the element's user node.
 void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
 {
     Join(head, gap, gap.ulNext, gap.ulPrev);
@@ -108,15 +108,15 @@ void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
     return pUserNode;
 }
 
-/// The cursor; kNone for an empty list. The count decides; if slots were taken with
-/// SLinkList_Remove_FreeNode() it may be too high, and then the missing cursor does
+/// The cursor; kNone for an empty list, which is one whose count is 0. If slots were taken with
+/// SLinkList_Remove_FreeNode(), the count is too high, but an empty list still has no cursor
 /// (SLinkListSlots.TakenByHandTheListIsEmpty).
 QAL_UINT32 Cursor(const Head &head)
 {
     return head.ulUseNum != 0 ? head.ulNow : kNone;
 }
 
-/// Clears a result and returns the list of a handle; null if either is null.
+/// Sets a result to null and returns the list of a handle; null if either pointer is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -126,8 +126,8 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Hands out the user node of an element; kNone is that of an empty list.
-QAL_UINT32 Show(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
+/// Sets a result to the user node of an element; kNone means that the list is empty.
+QAL_UINT32 Get(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
@@ -136,7 +136,7 @@ QAL_UINT32 Show(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
     return 0;
 }
 
-/// Moves the cursor along a link; @p ulAtEnd is the status where the link ends.
+/// Moves the cursor along a link; @p ulAtEnd is the status if the link is kNone.
 QAL_UINT32 Step(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
 {
     const QAL_UINT32 ulFrom = Cursor(head);
@@ -151,21 +151,21 @@ QAL_UINT32 Step(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
     return 0;
 }
 
-QAL_UINT32 StepAlone(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
+QAL_UINT32 StepOnly(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
 {
     return pstruHead != nullptr ? Step(*static_cast<Head *>(pstruHead), pLink, ulAtEnd)
                                 : XELP_ERR_SLL_INVALID_PARA;
 }
 
-// Kept: the result is cleared at the end of the list, but not if the list is empty
+// Kept: the result is set to null at the end of the list, but not if the list is empty
 // (SLinkListResults.ClearedAsStated).
-QAL_UINT32 StepAndShow(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
+QAL_UINT32 StepAndGet(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
     const QAL_UINT32 ulStatus = Step(head, pLink, ulAtEnd);
     if (ulStatus == ulAtEnd) {
         *ppUserNode = nullptr;
     }
-    return ulStatus != 0 ? ulStatus : Show(head, head.ulNow, ppUserNode);
+    return ulStatus != 0 ? ulStatus : Get(head, head.ulNow, ppUserNode);
 }
 
 /// Removes the first or the last element.
@@ -184,7 +184,7 @@ QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(c
     return 0;
 }
 
-/// A Delete: its Remove, and then the release of what that hands over.
+/// A Delete call: its Remove call, and then the release of the user node that it hands over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -290,7 +290,7 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     }
     const QAL_UINT32 ulNode = TakeSlot(head);
     Gap gap = {kNone, kNone};
-    // Kept: an empty list takes any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementWhereTheTableSays).
     if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
         ReturnSlot(head, ulNode);
         return XELP_ERR_SLL_INVALID_PARA;
@@ -365,24 +365,24 @@ QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead)
     return 0;
 }
 
-// Kept: no failure clears the result (SLinkListResults.ClearedAsStated).
+// Kept: no failure touches the result (SLinkListResults.ClearedAsStated).
 QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr || pstruNode == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
     const Head &head = *static_cast<const Head *>(pstruHead);
-    return Show(head, Cursor(head), pstruNode);
+    return Get(head, Cursor(head), pstruNode);
 }
 
 QAL_UINT32 XELP_SLinkList_PriorPtr(void *pstruHead)
 {
-    return StepAlone(pstruHead, &Node::ulPNode, XELP_ERR_SLL_HEAD);
+    return StepOnly(pstruHead, &Node::ulPNode, XELP_ERR_SLL_HEAD);
 }
 
 QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead)
 {
-    return StepAlone(pstruHead, &Node::ulNNode, XELP_ERR_SLL_TAIL);
+    return StepOnly(pstruHead, &Node::ulNNode, XELP_ERR_SLL_TAIL);
 }
 
 QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
@@ -390,37 +390,36 @@ QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
     if (pstruHead == nullptr || pstruNode == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    return StepAndShow(*static_cast<Head *>(pstruHead), &Node::ulPNode, XELP_ERR_SLL_HEAD,
-                       pstruNode);
+    return StepAndGet(*static_cast<Head *>(pstruHead), &Node::ulPNode, XELP_ERR_SLL_HEAD,
+                      pstruNode);
 }
 
-// Kept: only the handle is tested, so an empty list comes before a null result
-// (SLinkListArguments.NullResultOnAnEmptyList).
+// Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
+// reported as such (SLinkListArguments.NullResultOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    return StepAndShow(*static_cast<Head *>(pstruHead), &Node::ulNNode, XELP_ERR_SLL_TAIL,
-                       pstruNode);
+    return StepAndGet(*static_cast<Head *>(pstruHead), &Node::ulNNode, XELP_ERR_SLL_TAIL,
+                      pstruNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode)
 {
     const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
-    return pHead != nullptr ? Show(*pHead, pHead->ulFirstNode, pstruNode)
+    return pHead != nullptr ? Get(*pHead, pHead->ulFirstNode, pstruNode)
                             : XELP_ERR_SLL_INVALID_PARA;
 }
 
 QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
 {
     const Head *const pHead = ClearAndOpen(pstruHead, pstruNode);
-    return pHead != nullptr ? Show(*pHead, pHead->ulLastNode, pstruNode)
-                            : XELP_ERR_SLL_INVALID_PARA;
+    return pHead != nullptr ? Get(*pHead, pHead->ulLastNode, pstruNode) : XELP_ERR_SLL_INVALID_PARA;
 }
 
-// Kept: only the handle is tested, so an empty list comes before a null result
-// (SLinkListArguments.NullResultOnAnEmptyList).
+// Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
+// reported as such (SLinkListArguments.NullResultOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
@@ -498,7 +497,7 @@ QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
         return XELP_ERR_SLL_INVALID_PARA;
     }
     Head &head = *static_cast<Head *>(pstruHead);
-    if (ulFreeNode >= head.ulTotalNum) { // which kNone always is
+    if (ulFreeNode >= head.ulTotalNum) { // kNone always is
         return XELP_ERR_SLL_INVALID_PARA;
     }
     ReturnSlot(head, ulFreeNode);
