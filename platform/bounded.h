@@ -4,7 +4,7 @@
  *
  * Each takes the destination and its bound first, and never writes past the block that the bound
  * describes. What does not fit is refused as a whole: no text is cut off, and the destination of a
- * refused string is left empty. A null pointer is refused in the same way.
+ * refused text is left empty. A null pointer is refused in the same way.
  *
  * @code{.c}
  * char line[16];
@@ -63,7 +63,7 @@ WYX_API QAL_INT32 wyx_strcpy_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
 /**
  * @brief Appends a string.
  *
- * @param[in,out] pszDest    the string to extend; empty on failure, also if its block held no
+ * @param[in,out] pszDest    the string to extend; empty on failure, even if its block held no
  *                           terminator
  * @param[in]     ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]     pszSrc     the string to append; must not overlap the destination

@@ -41,7 +41,7 @@
 WYX_C_BEGIN
 
 /** @name Memory
- * Each caller passes its own source line and file, so that an adapter can account every block to
+ * Each caller passes its own source line and file, so that an adapter can attribute every block to
  * the line that allocated or released it. @{ */
 
 /**
@@ -70,7 +70,7 @@ WYX_API void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT
 /**
  * @brief Releases a block.
  *
- * @param[in] pBlock   a block of either allocator, taken; null is allowed and does nothing
+ * @param[in] pBlock   a block from either allocator, taken; null is allowed and does nothing
  * @param[in] ulLine   the caller's source line
  * @param[in] pszFile  the caller's source file
  */
@@ -98,15 +98,16 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  *
  * *Default adapter*: descriptors are close-on-exec. errno says why a call failed, here and for the
  * other calls. Directories and modes other than "r" and "w" are refused. For reading, a regular
- * file is read whole at once, into as much memory as it has bytes, and its descriptor is closed; a
- * read error makes this call fail. Pipes and devices are read as they are consumed, and a read
- * error ends them. Opening a FIFO waits until another process opens its other end. For writing, a
- * symbolic link is not followed. A failed call leaves no new file, and an old one as it was.
+ * file is read whole at once, which takes as much memory as it has bytes, and its descriptor is
+ * closed; a read error makes this call fail. Pipes and devices are read piece by piece as
+ * XELP_Fgetc() needs more, and end at a read error. Opening a FIFO waits until another process
+ * opens its other end. For writing, a symbolic link is not followed. A failed call leaves no new
+ * file behind, and an old one as it was.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
  * next "w" of that name within ten seconds only creates a file, and fails if one exists. So two
- * saves in different processes cannot both take a name that both found free. The last 64 such names
- * are remembered.
+ * saves in different processes cannot both take a name that both found free. Only the last 64 such
+ * names are remembered, including those that XELP_Rename() took a file away from.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -143,11 +144,10 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
 /**
  * @brief Writes items.
  *
- * *Default adapter*: a full disk can no longer take away what was reported as written: the kernel
- * has it, or blocks are reserved for it. A full disk shows in the count, and so does the process's
- * limit of a file's size, which raises no SIGXFSZ here. (A FIFO without a reader does raise
- * SIGPIPE.) After an error the file accepts nothing more; it may end in a part of the item that
- * failed.
+ * *Default adapter*: what was reported as written cannot be lost to a full disk: the kernel has it,
+ * or blocks are reserved for it. A full disk shows in the count, and so does the process's file
+ * size limit, which raises no SIGXFSZ here. (A FIFO without a reader does raise SIGPIPE.) After an
+ * error the file accepts nothing more; it may end with a part of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -165,10 +165,10 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
  * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
  * XELP_Rename() also fails, once, without acting, so that the old file survives. (If there is no
- * memory to note that for the thread, it is the next such call of any thread.) If XELP_Fwrite()
- * already reported a failure, the file is not flushed, and only this call fails. With the build
- * option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here and in XELP_Rename(), and a power cut
- * can destroy the files written last.
+ * memory to note that for the thread, the next such call of any thread fails instead.) If
+ * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
+ * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here and in XELP_Rename(), and a
+ * power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if written data may not have reached the device.
@@ -179,9 +179,9 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * @brief Removes a file.
  *
  * *Default adapter*: never removes a directory. It also reports an earlier failure: see
- * XELP_Fclose(). If XELP_Rename() of this process took the file away from a name that ends in
- * ".ibk" within the last ten seconds, and no call of this process gave the name to a file since,
- * the first call for it fails: a file that has the name now is another process's.
+ * XELP_Fclose(). If this process has renamed a file away from a name that ends in ".ibk" within the
+ * last ten seconds, and has not given that name to a file since, the next call for it fails, once:
+ * a file that has the name now belongs to another process.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.
@@ -191,9 +191,9 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 /**
  * @brief Renames a file; replaces a file that has the new name.
  *
- * *Default adapter*: flushes the directory to the device, both directories if they differ. If that
- * fails, this call fails although the file has its new name, because a power cut may bring back
- * the old one. It also reports an earlier failure: see XELP_Fclose().
+ * *Default adapter*: flushes the directory to the device, or both directories if they differ. If
+ * that fails, this call fails although the file has its new name, because a power cut may bring
+ * back the old one. It also reports an earlier failure: see XELP_Fclose().
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its name from now on, borrowed; on the same file system
@@ -209,9 +209,9 @@ WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNew
  * @brief The current time.
  *
  * *Default adapter*: milliseconds since 1970-01-01 00:00 UTC. A process never gets a value twice:
- * if it asks more than once a millisecond, or if the clock is set back, each call returns one more
- * than the last until the clock has caught up. So two saves in one process never choose the same
- * name for their new files.
+ * if it asks more often than once a millisecond, or if the clock is set back, each call returns one
+ * more than the last until the clock has caught up. So two saves in one process never choose the
+ * same name for their new files.
  *
  * @return a count of milliseconds.
  */
@@ -219,7 +219,7 @@ WYX_API QAL_UINT64 XELP_GetSystemTime(void);
 
 /** @} */
 /** @name Strings
- * Bytes compare and convert as unsigned values; none of the calls depends on a locale. @{ */
+ * Bytes are unsigned values here, and no call depends on the locale. @{ */
 
 /**
  * @brief Length of a string.

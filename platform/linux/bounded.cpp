@@ -29,8 +29,8 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
         return kRefused;
     }
     std::memset(pDest, lByte, ulCount);
-    // A statement that might read the block: an optimiser that also sees the caller, as in
-    // whole-program optimisation, must not treat the bytes as dead.
+    // To the optimiser, this statement may read the block. Without it, an optimiser that also sees
+    // the caller, as in link-time optimisation, could drop the fill because nobody reads it.
     __asm__ volatile("" : : "r"(pDest) : "memory");
     return 0;
 }
@@ -71,7 +71,7 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
         return -1;
     }
     QAL_INT32 lLen = -1;
-    // The result is an int, so no more room than that can be used; some C libraries refuse more.
+    // The length is an int, so no text needs more room; some C libraries refuse a larger bound.
     const QAL_ULONG ulRoom = ulDestMax < INT_MAX ? ulDestMax : INT_MAX;
     if (pszFormat != nullptr) {
         va_list args;

@@ -33,7 +33,7 @@ QAL_UINT64 XELP_GetSystemTime(void)
     QAL_UINT64 ullBefore = ullLast;
     const QAL_UINT64 ullNow = Now();
     QAL_UINT64 ullTime = 0;
-    do { // once more if another thread was faster
+    do { // again if another thread was faster
         ullTime = ullNow > ullBefore ? ullNow : ullBefore + 1;
     } while (!ullLast.compare_exchange_weak(ullBefore, ullTime));
     return ullTime;

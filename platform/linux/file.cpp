@@ -21,8 +21,8 @@ using wyx::os::Writer;
 
 constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
 
-/// XELP_Fgetc() if no byte is buffered; a separate function, so that the usual case needs no stack
-/// frame.
+/// XELP_Fgetc() when no byte is buffered. A separate function, so that the usual case needs no
+/// stack frame.
 [[gnu::noinline]] QAL_INT32 GetcAfterRefill(xelpFile &file)
 {
     if (file.isWriter) {
@@ -32,8 +32,8 @@ constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
     return wyx::os::Refill(static_cast<Reader &>(file)) ? *file.pucNext++ : -1;
 }
 
-/// Fails once for a file that could not be written out or closed.
-bool HasKeptFailure()
+/// Takes the failure of an earlier close and sets errno to it; false if there is none.
+bool ReportKeptFailure()
 {
     const int iError = wyx::os::TakeFailure();
     if (iError == 0) {
@@ -73,7 +73,7 @@ QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    // The one move that the library makes, after every line that it reads: a byte back.
+    // The only move that the library makes: it gives back the byte that it read after a line end.
     if (lOffset == -1 && lWhence == SEEK_CUR && !pstruFile->isWriter) {
         auto &reader = static_cast<Reader &>(*pstruFile);
         if (reader.pucNext != reader.pucFirst) {
@@ -129,7 +129,7 @@ QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile)
 
 QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 {
-    if (HasKeptFailure()) {
+    if (ReportKeptFailure()) {
         return -1;
     }
     if (wyx::os::TakeName(Seen::kRenamedAway, pszName)) {
@@ -141,7 +141,7 @@ QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
 
 QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
 {
-    if (HasKeptFailure() || wyx::os::Rename(pszOldName, pszNewName) != 0) {
+    if (ReportKeptFailure() || wyx::os::Rename(pszOldName, pszNewName) != 0) {
         return -1;
     }
     wyx::os::NoteName(Seen::kRenamedAway, pszOldName);
@@ -149,7 +149,7 @@ QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
     if (kFlush) {
         const DirName oldDir = wyx::os::DirectoryOf(pszOldName);
         const DirName newDir = wyx::os::DirectoryOf(pszNewName);
-        // The new entry first: with neither entry the file would be lost.
+        // The new entry first: if a power cut left neither entry, the file would be lost.
         if (!wyx::os::FlushDirectory(wyx::os::OpenDirectory(newDir)) ||
             (oldDir != newDir && !wyx::os::FlushDirectory(wyx::os::OpenDirectory(oldDir)))) {
             return -1;

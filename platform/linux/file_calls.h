@@ -1,5 +1,6 @@
-// The system calls that the file services make. Whatever Linux does beyond POSIX is used here and
-// nowhere else, and marked "Linux:": these are the functions that a port has to check.
+// The system calls that the file services make, except fstat() and lseek(). Whatever Linux does
+// beyond POSIX is used here and nowhere else, and marked "Linux:": a port has to check these
+// functions.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 
@@ -35,7 +36,7 @@ bool Close(int iFd);
 /// One read: how many bytes, 0 at the end of the file, -1 on failure.
 ssize_t Read(int iFd, QAL_UINT8 *pucTo, QAL_ULONG ulRoom);
 
-/// Writes all bytes; fewer on failure.
+/// Writes bytes and returns how many; fewer than requested on failure.
 QAL_ULONG Write(int iFd, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 
 /// Writes what a file or directory holds to its device.
@@ -44,7 +45,7 @@ bool Flush(int iFd);
 /// Writes everything to its device.
 void FlushEverything();
 
-/// Reserves blocks for a part of a file, up to beyond its end, without changing its size.
+/// Reserves blocks for a part of a file, which may end beyond the file, without changing its size.
 bool ReserveBlocks(int iFd, off_t lFrom, off_t lUpTo);
 
 /// Sets the size of a file, which releases the blocks reserved beyond it.

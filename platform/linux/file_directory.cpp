@@ -27,7 +27,7 @@ int OpenDirectory(DirName dir)
 {
     QAL_CHAR szDir[PATH_MAX];
     if (dir.ulLen >= sizeof szDir) {
-        return -1; // no entry of it can be opened, either
+        return -1; // none of its entries can be opened, either
     }
     std::memcpy(szDir, dir.pszName, dir.ulLen);
     szDir[dir.ulLen] = '\0';
@@ -37,7 +37,7 @@ int OpenDirectory(DirName dir)
 bool FlushDirectory(int iDirFd)
 {
     if (iDirFd == -1) {
-        FlushEverything(); // a directory that cannot be read cannot be flushed alone
+        FlushEverything(); // a directory that cannot be read cannot be flushed by itself
         return true;
     }
     const bool isDone = Flush(iDirFd);

@@ -1,6 +1,7 @@
-// Not thread_local: Android emulates it, allocates at each thread's first use and aborts if there
-// is no memory. A key is also private to each thread, ends with the thread, and can fail with a
-// status. A process in which nothing fails has no key and asks no thread for a value.
+// A thread's failure is kept under a pthread key, not in a thread_local variable: Android emulates
+// those, allocates at each thread's first use and aborts if there is no memory. The value of a key,
+// too, belongs to one thread and ends with it, but storing it can fail with a status. A process in
+// which nothing fails has no key and looks up no value.
 #include "file_failure.h"
 
 #include <pthread.h>

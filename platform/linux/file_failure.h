@@ -1,7 +1,7 @@
 // A failure to write out or close a file, kept until it can be reported.
 //
 // Callers rarely check the result of XELP_Fclose(). The thread whose close failed therefore gets
-// the failure again at its next XELP_Remove() or XELP_Rename(), before that acts.
+// the failure again from its next XELP_Remove() or XELP_Rename(), which then does nothing else.
 #ifndef WYX_PLATFORM_LINUX_FILE_FAILURE_H
 #define WYX_PLATFORM_LINUX_FILE_FAILURE_H
 

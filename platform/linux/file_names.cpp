@@ -14,14 +14,14 @@ constexpr QAL_UINT32 kNotes = 64;
 constexpr QAL_UINT64 kSeconds = 10;
 
 // A note is one word, so that no lock is needed: 40 bits of the name's hash and 24 of the time, in
-// seconds. Two names share a hash in one of 2^40 cases; then a file may be spared needlessly.
+// seconds. Two names share a hash in one of 2^40 cases; then a file may be left alone needlessly.
 constexpr int kTimeBits = 24;
 constexpr QAL_UINT64 kTimeMask = (QAL_UINT64{1} << kTimeBits) - 1;
 
 constinit std::atomic<QAL_UINT64> aullNotes[kNotes] = {}; // 0: free
 constinit std::atomic<QAL_UINT32> ulNext = 0;             // where the next note goes
 
-/// The name's part of a note: FNV-1a, begun with what was seen.
+/// The hash part of a note: FNV-1a over what was seen and the name.
 QAL_UINT64 HashOf(Seen enSeen, const QAL_CHAR *pszName)
 {
     constexpr QAL_UINT64 kOffset = 0xCBF29CE484222325U;

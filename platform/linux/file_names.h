@@ -1,10 +1,12 @@
-// Names of saves under which this process has just seen that it has no file. A file that appears
-// there belongs to another process, and must not be emptied or removed.
+// Names of new files at which this process has none: it has just found nothing there, or has just
+// renamed its file away. A file that appears there belongs to another process, and must not be
+// emptied or removed.
 //
-// A save looks for a file under its new file's name, creates it, renames it, and removes the name
-// again. Two processes that save one target in the same millisecond choose the same name. Without
-// this memory the later one could empty the file that the earlier one has just completed, or the
-// earlier one could remove what the later one has just created, and no content would be left.
+// A save first looks for a file under the name of its new file. It then creates the file, renames
+// it, and removes the old name again. Two processes that save one target in the same millisecond
+// choose the same name. Without these notes the later one could empty the file that the earlier one
+// has just completed, or the earlier one could remove what the later one has just created, and no
+// content would be left.
 #ifndef WYX_PLATFORM_LINUX_FILE_NAMES_H
 #define WYX_PLATFORM_LINUX_FILE_NAMES_H
 

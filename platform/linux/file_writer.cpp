@@ -80,7 +80,7 @@ QAL_ULONG Allowed(const Writer &writer, QAL_ULONG ulCount)
     return limit > written ? std::min<QAL_ULONG>(ulCount, limit - written) : 0;
 }
 
-/// Hands bytes over after the earlier ones; fewer than requested if the file fails.
+/// Hands bytes to the kernel and returns how many; fewer than requested if the file fails.
 QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
 {
     // A write at the limit would not only fail, but also raise SIGXFSZ, which ends the process.
@@ -93,7 +93,7 @@ QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     return ulDone;
 }
 
-/// Hands over the buffered bytes.
+/// Hands the buffered bytes to the kernel; false if the file fails.
 bool EmptyBuffer(Writer &writer)
 {
     const QAL_ULONG ulCount = writer.ulWaiting;
@@ -101,7 +101,7 @@ bool EmptyBuffer(Writer &writer)
     return WriteNow(writer, writer.pucBuffer, ulCount) == ulCount;
 }
 
-/// Reserves the blocks up to a position; false if the bytes there must not be buffered.
+/// Reserves the blocks up to a position; false if the bytes before it must not be buffered.
 bool Reserve(Writer &writer, off_t lUpTo)
 {
     if (lUpTo <= writer.lReserved) {
@@ -113,7 +113,7 @@ bool Reserve(Writer &writer, off_t lUpTo)
         writer.hasSpare = true; // even if it fails: it may leave some blocks reserved
     }
     lEnd += (writer.lBlock - lEnd % writer.lBlock) % writer.lBlock;
-    // The limit concerns the file's size, so a reservation beyond the end ignores it.
+    // The kernel limits the size, which a reservation does not change, so apply the limit here.
     const rlim_t limit = wyx::os::SizeLimit();
     if (limit < static_cast<rlim_t>(lEnd)) {
         lEnd = static_cast<off_t>(limit);

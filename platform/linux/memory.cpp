@@ -1,4 +1,4 @@
-// Memory straight from the C allocator; memory_accounting.cpp is the variant that accounts for it.
+// Memory straight from the C allocator; memory_accounting.cpp is the variant that keeps accounts.
 #include "os_adapter.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // Memory with accounting: every block is recorded with the line that requested it, and stays known
-// for a while after its release. A second release can therefore be distinguished from a foreign
-// one, and names both lines.
+// for a while after its release. A second release can therefore be told apart from the release of a
+// foreign pointer, and its message names the lines of the allocation and of both releases.
 //
 // The books are kept in separate memory, apart from the blocks, so that a caller who writes past a
 // block cannot damage them and a foreign pointer is recognised without reading what it points to.
@@ -17,8 +17,8 @@
 
 namespace {
 
-// Neither zero nor text, so that a caller who assumes a zeroed block, or uses a block after its
-// release, is noticed.
+// Neither zero nor text, so that it shows if a caller assumes a zeroed block or reads a released
+// one.
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0x5A;
 
@@ -30,11 +30,11 @@ constexpr QAL_ULONG kSiteChains = 256; // speed only
 constexpr QAL_ULONG kFirstBlockChains = 1024;
 static_assert(std::has_single_bit(kFirstBlockChains));
 
-/// A line that allocates or releases. Never forgotten.
+/// A line that allocates or releases. Never released.
 struct Site {
     Site *pstruNextInChain;
     Site *pstruNext;         // in the order of their first use
-    const QAL_CHAR *pszFile; // a copy, after the entry: the caller's own can be unloaded
+    const QAL_CHAR *pszFile; // a copy, stored after the entry: the caller's can be unloaded
     QAL_UINT32 ulLine;
     wyxMem_S_Use struUse;
 };
@@ -42,7 +42,7 @@ struct Site {
 /// A block that is live, or released and held back.
 struct Block {
     Block *pstruNextInChain;
-    Block *pstruNewer; // of those held back
+    Block *pstruNewer; // the next one held back
     void *pMemory;
     QAL_UINT32 ulSize;
     Site *pstruSite;
@@ -111,7 +111,7 @@ Block **ChainOf(const void *pMemory)
     return &books.ppstruBlockChains[HashOfAddress(pMemory) & (books.ulBlockChains - 1)];
 }
 
-/// Keeps the chains short; false if there are none at all.
+/// Makes more chains if they get long; false if there are none and no memory for any.
 bool GrowChains()
 {
     if (books.ulBlocks < books.ulBlockChains) {
@@ -149,7 +149,7 @@ Block *FindBlock(const void *pMemory)
     return pstruBlock;
 }
 
-/// The block that an address is inside of; null if there is none.
+/// The block that an address points into, after its start; null if there is none.
 const Block *FindBlockAround(const void *pMemory)
 {
     const auto ulAddress = reinterpret_cast<QAL_ULONG>(pMemory);

@@ -1,5 +1,5 @@
-// Strings. Length and searches are the C library's own, which are tuned for the CPU and know no
-// locale; folding case is not, since the C library's follows the locale of the process.
+// Strings. Length and searches call the C library, which tunes them for the CPU and ignores the
+// locale there. Case folding is our own: the C library's depends on the locale of the process.
 #include "os_adapter.h"
 
 #include <cstring>
