@@ -460,6 +460,8 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
                  "foreign.c:92 releases .*, which lies inside a block of 24 bytes that alloc.c:81 "
                  "allocated");
     EXPECT_DEATH(XELP_MemFreeD(pucBlock + 24, 92, "foreign.c"), "which is no block"); // after it
+    void *const pBeforeAll = reinterpret_cast<void *>(QAL_ULONG{16});
+    EXPECT_DEATH(XELP_MemFreeD(pBeforeAll, 92, "foreign.c"), "which is no block");
     XELP_MemFreeD(pucBlock, 93, "own.c");
 }
 
