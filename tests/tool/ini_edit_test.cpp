@@ -173,6 +173,22 @@ TEST_F(IniEditToolTest, Set)
          "[a]\nk = x\n  y\n  z=1\n\n[b]\n",
          {"a", "l=2"},
          "[a]\nk = x\n  y\n  z=1\nl = 2\n\n[b]\n"},
+        // After a line end that a backslash escapes, an empty line ends with the same lone LF or
+        // CR; the CR or LF after it begins the next line.
+        {"EmptyJoinedLine", "[a]\nx=1\\\n\n\rk=1\n", {"a", "k=2"}, "[a]\nx=1\\\n\n\rk=2\n"},
+        {"EmptyJoinedLineCr", "[a]\rx=1\\\r\r\nk=1\r", {"a", "k=2"}, "[a]\rx=1\\\r\r\nk=2\r"},
+        {"NewKeyAfterAnEmptyJoinedLine",
+         "[a]\nx=1\\\n\n\rk=1\n",
+         {"a", "l=2"},
+         "[a]\nx=1\\\n\n\rk=1\nl=2\n"},
+        {"EmptyLineJoinedByItsBackslash",
+         "[a]\nx=1\n\\\r\rk=1\nm=1\n",
+         {"a", "k=2"},
+         "[a]\nx=1\n\\\r\rk=2\nm=1\n"},
+        {"NewSectionAfterAnEmptyJoinedLine",
+         "x\\\n\n\rk=1\n",
+         {"a", "k=2"},
+         "x\\\n\n\rk=1\n[a]\nk=2\n"},
         // The layout of a new line.
         {"Tabs",
          "[core]\n\tname = x\n\temail = y\n[b]\n",
@@ -615,7 +631,7 @@ TEST_F(IniEditToolTest, SameValueTouchesNothingNotEvenTheTimes)
     EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
 }
 
-TEST_F(IniEditToolTest, HardLinksAreTold)
+TEST_F(IniEditToolTest, WarnsOfHardLinks)
 {
     const std::string name = Write("f.ini", "[a]\nk=1\n");
     ASSERT_EQ(link(name.c_str(), Path("other").c_str()), 0);

@@ -71,6 +71,22 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
     return line.endLen > 0 && backslashes % 2 == 1;
 }
 
+/// Number of the last physical line that the library joins to one: those after a backslash at the
+/// end of a line, and those that begin with a backslash after a lone LF or CR. A backslash alone in
+/// the last line belongs to none.
+std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, std::size_t number)
+{
+    const auto isJoined = [&](const RawLine &line, const RawLine &next) {
+        const bool hasText = next.end < bytes.size() || next.end - next.endLen > next.begin + 1;
+        return IsContinued(bytes, line) ||
+               (line.endLen == 1 && !line.isEmptyJoined && bytes[next.begin] == '\\' && hasText);
+    };
+    while (number < raw.size() && isJoined(raw[number - 1], raw[number])) {
+        ++number;
+    }
+    return number;
+}
+
 } // namespace
 
 IniSource::IniSource(const std::string &name)
@@ -100,11 +116,14 @@ std::vector<RawLine> SplitLines(std::string_view bytes)
     std::vector<RawLine> lines;
     for (std::size_t begin = 0; begin < bytes.size();) {
         const std::size_t at = std::min(bytes.find_first_of("\r\n", begin), bytes.size());
+        const bool isEmptyJoined = at == begin && begin > 0 && bytes[at] == bytes[at - 1] &&
+                                   lines.back().endLen == 1 && IsContinued(bytes, lines.back());
         std::size_t endLen = at < bytes.size() ? 1 : 0;
-        if (at + 1 < bytes.size() && IsLineEnd(bytes[at + 1]) && bytes[at + 1] != bytes[at]) {
+        if (!isEmptyJoined && at + 1 < bytes.size() && IsLineEnd(bytes[at + 1]) &&
+            bytes[at + 1] != bytes[at]) {
             endLen = 2;
         }
-        lines.push_back({begin, at + endLen, endLen});
+        lines.push_back({begin, at + endLen, endLen, isEmptyJoined});
         begin = at + endLen;
     }
     return lines;
@@ -151,29 +170,21 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
             return stored;
         }
         StoredLine line;
+        const std::size_t last = LastJoined(source.Bytes(), raw, next);
         line.first = next;
+        line.count = last - next + 1;
         if (ulStatus == XELP_ERR_INI_OK) {
             line.text = pszText;
-            // The count is that of joined lines. A line end inside the text is one more: that of a
-            // line before one that begins with a backslash.
-            const std::vector<RawLine> inside = SplitLines(WithoutLineEnd(line.text));
-            const auto ends = std::ranges::count_if(inside, &RawLine::endLen);
-            line.count = ulLines + static_cast<std::size_t>(ends);
             line.isEnded = line.text.size() > ulBytes;
         } else if (ulStatus == XELP_ERR_INI_LINE_TOO_LONG && next <= raw.size()) {
             line.isTooLong = true;
-            std::size_t last = next;
-            while (last < raw.size() && IsContinued(source.Bytes(), raw[last - 1])) {
-                ++last;
-            }
-            line.count = last - next + 1;
             if (XELP_Fseek(file.Get(), static_cast<QAL_LONG>(raw[last - 1].end), 0) != 0) {
                 throw SystemFailure("cannot read " + Quoted(source.Name()), errno);
             }
         } else {
             throw std::bad_alloc();
         }
-        next += line.count;
+        next = last + 1;
         stored.lines.push_back(std::move(line));
     }
 }
@@ -243,20 +254,13 @@ std::string LineStatusText(QAL_UINT32 status)
             return "malformed key: there is none, or it holds a blank";
         case XELP_ERR_INI_KEY_VALUE:
             return "malformed value: a '\"' is not closed, or a ',' lacks the item before it, or "
-                   "the "
-                   "blank and the item after it";
+                   "the blank and the item after it";
         case XELP_ERR_INI_COMMENT:
             return "';' without a blank before it";
         case XELP_ERR_INI_LINE_TOO_LONG:
             return "line of more than 511 bytes: the file does not load";
-        case XELP_ERR_INI_LINE_UNKNOWN:
+        default: // XELP_ERR_INI_LINE_UNKNOWN
             return "neither a section, a key, a comment nor blank";
-        case XELP_ERR_INI_FILE_EMPTY:
-            return "no lines";
-        case XELP_ERR_INI_INTERNAL:
-            return "out of memory";
-        default:
-            return "malformed line";
     }
 }
 

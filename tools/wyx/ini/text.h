@@ -15,7 +15,7 @@ namespace wyx::tool {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// More bytes than any configuration has: a bound for what never ends, such as /dev/zero.
+/// More bytes than any configuration has: a limit for input that never ends, such as /dev/zero.
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 
 /// The most bytes that the library stores of a line, its line end included.
@@ -56,6 +56,9 @@ struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
+    // An empty line that a backslash joins to the one before, with the same lone LF or CR as that
+    // one: for the library it ends there, even if the other of the two follows.
+    bool isEmptyJoined = false;
 };
 
 std::vector<RawLine> SplitLines(std::string_view bytes);
@@ -98,7 +101,7 @@ enum class ByteOrderMark { kText, kSkipped };
 
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);
 
-/// What is in a stored line.
+/// The parts of a stored line.
 struct LineParts {
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
     QAL_UINT32 status = XELP_ERR_INI_OK; // why the parts could not be read, if they could not
@@ -106,13 +109,13 @@ struct LineParts {
     std::optional<std::string> value;    // of a key that has one
     std::optional<std::string> comment;  // after a header or value
 
-    /// A line with which the library can do nothing.
+    /// Is it a line that the library cannot use?
     bool IsUnreadable() const { return status != XELP_ERR_INI_OK; }
 };
 
 LineParts ParseLine(const std::string &text);
 
-/// The parts of a stored line; of one that is too long, only the status.
+/// Parses a stored line; of one that is too long, there is only the status.
 LineParts ParseLine(const StoredLine &line);
 
 /// A value that the library returned; none for "key=", whose value is the line end alone.
