@@ -106,6 +106,8 @@ constexpr Bad kBad[] = {
     {"::ffff:1.2.3.4", 7, "a dotted quad is not accepted here"},
     {"::ffff:192.168.1.1", 7, "a dotted quad is not accepted here"},
     {"1::2::", 4, "a second '::'"},
+    {"1:2:3:4:5:6:7:8::", 17, "a port is expected, but the text ends"},
+    {"1:2:3:4:5:6:7:8::x", 17, "a port is expected, not 'x'"},
     {"1:2.1.2.3.4:5", 2, "a dotted quad is not accepted here"},
     {"fe80::1%eth0", 7, "a zone is not accepted"},
     {"10.0.0.0/8", 8, "a prefix length is not accepted"},
@@ -123,6 +125,7 @@ TEST(AddrToolTest, FaultsAreFound)
             Mentions(outcome.err, {"at offset " + std::to_string(bad.offset) + ", ", bad.what}));
         const nlohmann::json json =
             nlohmann::json::parse(Wyx({"addr", "--json", bad.text}).out).at(0);
+        EXPECT_EQ(json["text"], bad.text);
         EXPECT_EQ(json["ok"], false);
         EXPECT_EQ(json["offset"], bad.offset);
     }
@@ -166,6 +169,8 @@ TEST(AddrToolTest, Json)
     const nlohmann::json json =
         nlohmann::json::parse(Wyx({"addr", "--json", "010.0.0.1:53", "[::1]"}).out);
     ASSERT_EQ(json.size(), 2U);
+    EXPECT_EQ(json[0]["text"], "010.0.0.1:53");
+    EXPECT_EQ(json[0]["ok"], true);
     EXPECT_EQ(json[0]["family"], "IPv4");
     EXPECT_EQ(json[0]["address"], "10.0.0.1");
     EXPECT_EQ(json[0]["port"], 53);

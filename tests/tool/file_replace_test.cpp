@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -16,7 +17,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
+#include "ini/text.h"
 #include "tool_runner.h"
 
 namespace {
@@ -24,6 +27,7 @@ namespace {
 std::vector<std::string> calls;  // "fsync FILE", "rename FROM TO", ... in their order
 std::function<void()> atFlush;   // what somebody else does before a file is flushed
 std::function<void()> atInstall; // and before it takes its name
+std::set<int> openFlags;         // with which files were opened
 bool hasUnnamedFiles = true;     // does the file system know O_TMPFILE?
 bool hasExclusiveRename = true;  // and RENAME_NOREPLACE?
 
@@ -107,6 +111,7 @@ int open(const char *name, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    openFlags.insert(flags);
     if ((flags & O_TMPFILE) == O_TMPFILE && !hasUnnamedFiles) {
         errno = EOPNOTSUPP;
         return -1;
@@ -153,6 +158,11 @@ int fallocate(int fd, int mode, off_t from, off_t count)
 int fchmod(int fd, mode_t mode) noexcept
 {
     return static_cast<int>(Call("fchmod", SYS_fchmod, fd, mode));
+}
+
+ssize_t getrandom(void *bytes, size_t size, unsigned flags)
+{
+    return Call("getrandom", SYS_getrandom, bytes, size, flags);
 }
 
 // Every file seems to have an access list, and none can be given one.
@@ -245,6 +255,31 @@ TEST_F(FileReplaceTest, FlushesTheFileBeforeAndTheDirectoryAfter)
     WriteInPlace(Open(), kOld);
     EXPECT_EQ(calls, std::vector<std::string>{"flush file"});
     EXPECT_EQ(Read(name), kOld);
+}
+
+// Nothing is inherited by another program, and a new name or a leftover that turns out to be a link
+// or a device is not followed, waited for or written to.
+TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
+{
+    Write(".f.ini.wyx-abcdef~", "left by a killed one");
+    openFlags.clear();
+    Replace(Open(), kNew);
+    hasUnnamedFiles = false;
+    Replace(Open(), kOld);
+    const Target target = Open();
+    WriteInPlace(target, kOld);
+    fault = {"linkat", EPERM};
+    EXPECT_TRUE(KeepAs(target, Path("copy")));
+    const std::set<int> expected = {
+        O_RDONLY | O_CLOEXEC | O_NOCTTY,                           // the target
+        O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK, // a leftover
+        O_RDONLY | O_CLOEXEC | O_DIRECTORY,                        // to flush it
+        O_RDWR | O_CLOEXEC | O_TMPFILE,                            // the new file
+        O_RDWR | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,        // with a name
+        O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY,                // in place
+        O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,      // a copy
+    };
+    EXPECT_EQ(openFlags, expected);
 }
 
 TEST_F(FileReplaceTest, NothingIsVisibleUntilItIsComplete)
@@ -447,6 +482,7 @@ TEST_F(FileReplaceTest, FailuresLeaveTheOldContent)
         {"OpenDirectory", {"open directory", EACCES}, true, {}},
         {"Mode", {"fchmod", EPERM}, true, {"cannot keep the mode", "not permitted"}},
         {"AccessList", {"fsetxattr", ENOTSUP}, true, {"the access list", "--in-place"}},
+        {"NoName", {"getrandom", ENOSYS}, false, {"cannot make up a name", "not implemented"}},
         {"NoRoom", {"create", ENOSPC}, false, {"cannot write to the directory", "No space left"}},
         {"NoRights", {"create", EACCES}, false, {"cannot write to the directory", "--in-place"}},
         {"NameTaken", {"create", EEXIST}, false, {}},
@@ -557,6 +593,30 @@ TEST_F(FileReplaceTest, ReadingThatFailsOrIsInterrupted)
         Mentions(Message([&] { ReadWhole(name, kLimit); }), {"cannot read", "Input/output error"}));
     fault = {};
     EXPECT_TRUE(Mentions(Message([&] { ReadWhole(name, 3); }), {"is too large"}));
+    const Descriptor none;
+    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(none, "f.ini", kLimit); }),
+                         {"cannot read 'f.ini'", "Bad file descriptor"}));
+}
+
+TEST_F(FileReplaceTest, ANewFileWhoseModelCannotBeLookedAtIsNotMade)
+{
+    unlink(name.c_str());
+    const Descriptor none;
+    for (const bool isUnnamed : {true, false}) {
+        hasUnnamedFiles = isUnnamed;
+        EXPECT_TRUE(Mentions(Message([&] { Replace(Open(), kNew, &none); }),
+                             {"cannot look at", "Bad file descriptor"}));
+        EXPECT_TRUE(Names().empty());
+    }
+}
+
+TEST_F(FileReplaceTest, InputThatCannotBeKeptInMemory)
+{
+    fault = {"write", ENOSPC};
+    EXPECT_TRUE(Mentions(Message([&] { IniSource::OfBytes("f.ini", kOld); }),
+                         {"cannot keep the input in memory", "No space left"}));
+    fault = {"write", EINTR};
+    EXPECT_EQ(IniSource::OfBytes("f.ini", kOld).Bytes(), kOld);
 }
 
 } // namespace

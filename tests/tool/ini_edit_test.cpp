@@ -322,6 +322,10 @@ TEST_F(IniEditToolTest, RefusesWhatWouldBeDamageForOtherPrograms)
          "[a]\nk=C:\\\\tmp\\\n",
          {"set", "a", "l=2"},
          {"line 2 ends in a backslash"}},
+        {"OnlyABackslash",
+         "\\",
+         {"set", "a", "k=2"},
+         {"key 'k' of section 'a' would not read back the same"}},
         // What the deleted line kept apart.
         {"LinesThatMeet",
          "[a]\nl=1\nk=1\r\n\\x=1\n",

@@ -56,6 +56,30 @@ TEST_F(IniQueryTest, AKeyBeforeAllSectionsIsInNone)
     EXPECT_EQ(outcome.err.find("earlier block"), std::string::npos) << outcome.err;
 }
 
+TEST_F(IniQueryTest, OnlyWordsOfUpTo64BytesAreSuggested)
+{
+    const auto isSuggested = [&](const std::string &name, const std::string &asked) {
+        const std::string path = Write("long.ini", "[" + name + "]\nk=1\n");
+        const Outcome outcome = Wyx({"ini", "get", path, asked, "k"});
+        EXPECT_EQ(outcome.code, kNo);
+        return outcome.err.find("did you mean '" + name + "'?") != std::string::npos;
+    };
+    const std::string most(63, 'n');
+    EXPECT_TRUE(isSuggested(most + "a", most + "b"));
+    EXPECT_FALSE(isSuggested(most + "an", most + "a"));
+    EXPECT_FALSE(isSuggested(most + "a", most + "an"));
+}
+
+TEST_F(IniQueryTest, ListWarnsOfNulBytes)
+{
+    const std::string name = Write("nul.ini", std::string_view("[a]\nk=1\0x\nl=1\n", 14));
+    const Outcome outcome = Wyx({"ini", "list", name});
+    EXPECT_EQ(outcome.code, kOk);
+    EXPECT_EQ(outcome.out, "1  section  [a]\n2  key      k=1\n3  key      l=1\n");
+    EXPECT_TRUE(Mentions(outcome.err, {"warning: ", "nul.ini holds NUL bytes"}));
+    EXPECT_EQ(Wyx({"ini", "list", file}).err, "");
+}
+
 TEST_F(IniQueryTest, Keys)
 {
     EXPECT_EQ(Wyx({"ini", "keys", file, "NET"}).out, "port\nlist\nnone\nempty\n");

@@ -1,4 +1,5 @@
-// The verbs, run with each of the library's allocations failing in turn.
+// The verbs, run with each call of the library for memory, or to open a file or move in it, failing
+// in turn.
 #include <new>
 
 #include "platform_double.h"
@@ -15,7 +16,8 @@ using test::PlatformDouble;
 using test::Read;
 using test::Service;
 
-const std::string kContent = "; top\n[a]\nk = 1 ;c\nl=2\\\n3\n\n[b\nquick\n[c]\nk=1\n";
+const std::string kContent =
+    "; top\n[a]\nk = 1 ;c\nl=2\\\n3\n\n[b\nquick\n" + std::string(600, 'x') + "\n[c]\nk=1\n";
 
 class ToolMemoryTest : public test::ToolTest {
   protected:
@@ -45,10 +47,37 @@ class ToolMemoryTest : public test::ToolTest {
         return {code, testing::internal::GetCapturedStdout(), Read(Path("f.ini"))};
     }
 
+    /// Runs a verb with each call of a service failing in turn, until none is left to fail.
+    void FailEach(Service service, const std::vector<std::string> &command, const Ended &usual)
+    {
+        for (QAL_UINT32 at = 1;; ++at) {
+            SCOPED_TRACE(at);
+            platform_.Reset();
+            platform_.Fail(service, at);
+            Write("f.ini", kContent);
+            const Ended ended = Run(command);
+            EXPECT_EQ(platform_.LiveBlocks(), 0U);
+            EXPECT_EQ(platform_.LiveFiles(), 0U);
+            if (!platform_.HasFailed()) {
+                EXPECT_EQ(ended.code, usual.code);
+                EXPECT_EQ(ended.out, usual.out);
+                EXPECT_EQ(ended.file, usual.file);
+                break;
+            }
+            // To the decoder's trial of all characters it looks like one that is refused, whether
+            // it is needed or not.
+            const bool isTrial = command[0] == "base64" &&
+                                 (ended.code == ExitCode::kMalformed || ended.out == usual.out);
+            EXPECT_TRUE(ended.code == ExitCode::kIo || isTrial) << static_cast<int>(ended.code);
+            EXPECT_EQ(ended.file, kContent);
+            ASSERT_FALSE(HasFailure());
+        }
+    }
+
     PlatformDouble &platform_ = PlatformDouble::Instance();
 };
 
-TEST_F(ToolMemoryTest, AVerbWithoutMemoryFailsAndChangesNothing)
+TEST_F(ToolMemoryTest, AVerbWhoseLibraryFailsChangesNothing)
 {
     const std::string file = Write("f.ini", kContent);
     const std::vector<std::string> commands[] = {
@@ -75,29 +104,11 @@ TEST_F(ToolMemoryTest, AVerbWithoutMemoryFailsAndChangesNothing)
         platform_.Reset();
         Write("f.ini", kContent);
         const Ended usual = Run(command);
-        for (QAL_UINT32 at = 1;; ++at) {
-            SCOPED_TRACE(at);
-            platform_.Reset();
-            platform_.Fail(Service::kAllocate, at);
-            Write("f.ini", kContent);
-            const Ended ended = Run(command);
-            EXPECT_EQ(platform_.LiveBlocks(), 0U);
-            EXPECT_EQ(platform_.LiveFiles(), 0U);
-            if (!platform_.HasFailed()) {
-                EXPECT_EQ(ended.code, usual.code);
-                EXPECT_EQ(ended.out, usual.out);
-                EXPECT_EQ(ended.file, usual.file);
-                break;
-            }
-            // To the decoder's trial of all characters it looks like one that is refused, whether
-            // it is needed or not.
-            const bool isTrial = command[0] == "base64" &&
-                                 (ended.code == ExitCode::kMalformed || ended.out == usual.out);
-            EXPECT_TRUE(ended.code == ExitCode::kIo || isTrial) << static_cast<int>(ended.code);
-            EXPECT_EQ(ended.file, kContent);
-            ASSERT_FALSE(HasFailure());
-        }
         EXPECT_NE(usual.code, ExitCode::kUsage);
+        for (const Service service : {Service::kAllocate, Service::kOpen, Service::kSeek}) {
+            SCOPED_TRACE(testing::Message() << "service " << static_cast<int>(service));
+            FailEach(service, command, usual);
+        }
     }
     platform_.Reset();
 }

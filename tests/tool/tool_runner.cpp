@@ -183,7 +183,7 @@ void Converse(int in, bool isInTerminal, std::string_view input, int out, std::s
         if (now > 0) {
             text.append(piece.data(), static_cast<std::size_t>(now));
         } else if (now == 0 || errno != EINTR) {
-            close(fd); // a terminal tells its end by an error
+            close(fd); // a terminal reports its end as an error
             fd = -1;
         }
     };
@@ -202,7 +202,7 @@ void Converse(int in, bool isInTerminal, std::string_view input, int out, std::s
             if (now > 0) {
                 input.remove_prefix(static_cast<std::size_t>(now));
             } else if (errno != EAGAIN && errno != EINTR) {
-                input = {}; // the tool does not want more
+                input = {}; // the tool reads no more
             }
         }
         if (out != -1 && fds[1].revents != 0) {

@@ -530,12 +530,6 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
                       std::to_string(kLongestLine) + " bytes with its comment and line end");
     }
     const LineParts &parts = after.Parts()[line];
-    const bool isKey = parts.kind == INI_KEYVALUE_LINE &&
-                       parts.name == (changed_ ? text_.Parts()[*changed_].name : edit_.key);
-    if (!isKey || (added_ == 2 && after.Parts()[line - 1].name != edit_.section)) {
-        throw Refusal("key " + Quoted(edit_.key) + " of section " + Quoted(edit_.section) +
-                      " would not read back the same");
-    }
     if (parts.value != value) {
         const std::string read = parts.value.value_or("");
         if (EndsInBackslash(edit_.value) && edit_.value == read + "\\") {
@@ -547,14 +541,17 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
         throw Refusal(shown + " would read back as " + Quoted(read) +
                       (isCut ? ": ' ;' in it begins a comment" : ""));
     }
+    // A backslash at the end of the file, for example, which belongs to no line, joins the new one.
+    const std::string &key = changed_ ? text_.Parts()[*changed_].name : edit_.key;
     const std::optional<std::string> comment =
         changed_ ? text_.Parts()[*changed_].comment : std::nullopt;
-    if (parts.comment != comment) {
-        throw Refusal(shown + " would change the comment after it to " +
-                      Quoted(parts.comment.value_or("")));
-    }
-    if (after.Document().Find(edit_.section, edit_.key) != Lookup{XELP_ERR_INI_OK, value}) {
-        throw Refusal(shown + " would not be the one that lookups find");
+    const bool isAsAsked =
+        parts.kind == INI_KEYVALUE_LINE && parts.name == key && parts.comment == comment &&
+        (added_ != 2 || after.Parts()[line - 1].name == edit_.section) &&
+        after.Document().Find(edit_.section, edit_.key) == Lookup{XELP_ERR_INI_OK, value};
+    if (!isAsAsked) {
+        throw Refusal("key " + Quoted(edit_.key) + " of section " + Quoted(edit_.section) +
+                      " would not read back the same");
     }
 }
 
@@ -577,9 +574,6 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
     RequireSet(*after, line);
     std::string stored = after->Lines()[line].text;
     const QAL_UINT32 ulStatus = IniCheckKeyLine(stored.data());
-    if (ulStatus == XELP_ERR_INI_INTERNAL) {
-        throw std::bad_alloc();
-    }
     if (ulStatus != XELP_ERR_INI_OK) {
         warnings.push_back(Quoted(edit_.key) +
                            " reads back as it was set, but 'wyx ini check' will refuse its line: " +

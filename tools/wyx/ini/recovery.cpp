@@ -23,7 +23,7 @@ std::string CutName(const std::string &target)
     return target.substr(0, target.rfind('.'));
 }
 
-/// The digits between the beginning and the ending of a name that a save made, else nothing.
+/// The digits between the beginning and the ending of a name that a save made; empty for others.
 std::string DigitsOf(std::string_view name, std::string_view beginning)
 {
     if (!name.starts_with(beginning) || !name.ends_with(kEnding) ||
@@ -73,7 +73,7 @@ std::vector<Leftover> FindLeftovers(const std::string &target)
     if (!error) {
         FindBeside(resolved, seen, leftovers);
     }
-    // A number of another length is no time of our clock, so it comes last. It may belong to
+    // A number of another length is not a time of our clock, so it comes last. It may belong to
     // another file: "net1" and a time look like "net" and a longer number.
     std::ranges::sort(leftovers, [](const Leftover &left, const Leftover &right) {
         const auto key = [](const Leftover &leftover) {

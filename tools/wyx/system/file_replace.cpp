@@ -1,7 +1,7 @@
-// The new content goes to a file without a name (O_TMPFILE), which is gone with the process. Once
-// it is complete it gets a name beside the target's, and at once the target's own. Where a file
-// cannot be without a name, it has that name from the start. Whoever finds such a name and can lock
-// the file knows that its process is gone, and removes it.
+// The new content goes to a file without a name (O_TMPFILE), which disappears with the process.
+// Once it is complete, it gets a temporary name beside the target and, at once, the target's name.
+// If the file system has no files without a name, it has the temporary name from the start. Whoever
+// finds such a name and can lock the file knows that its process is gone, and removes it.
 #include "system/file_replace.h"
 
 #include <dirent.h>
@@ -123,7 +123,7 @@ void RemoveLeftovers(const std::string &path)
     const std::string beginning = BeginningOfNewNames(path);
     const std::unique_ptr<DIR, int (*)(DIR *)> entries(opendir(directory.c_str()), &closedir);
     if (!entries) {
-        return; // who cannot look there has left nothing
+        return; // nobody can find them then
     }
     while (const dirent *const entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
@@ -170,13 +170,13 @@ bool IsSameFile(const struct stat &left, const struct stat &right)
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
-/// A new file beside a target. It is gone with the object, unless it was installed.
+/// A new file beside a target. It is removed with the object, unless it was installed.
 class NewFile {
   public:
     /// @throws Failure
     explicit NewFile(const Target &target) : target_(target)
     {
-        // A file that will belong to somebody else is nobody else's to read until then.
+        // Nobody else may read it until it has the old file's owner and mode.
         const mode_t mode = target.Exists() ? kNobodyElse : kNewFile;
         const std::string directory = DirectoryOf(target.Path());
         file_ = Descriptor(open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
@@ -239,7 +239,7 @@ class NewFile {
         return linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
     }
 
-    /// Takes a name that nobody has, even if somebody makes a file of that name just now.
+    /// Takes the target's name, unless somebody has just made a file of that name.
     bool InstallNamed()
     {
         if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.Path().c_str(),
@@ -263,8 +263,9 @@ class NewFile {
     std::string path_; // empty: it has no name
 };
 
-/// Copies extended attributes as far as it goes: some belong to the system, and others not every
-/// file system has. But an access list that gets lost would open or close the file to somebody.
+/// Copies the extended attributes that can be copied: some are the system's own, and not every file
+/// system has the others. An access list must not get lost: that would open or close the file to
+/// somebody.
 void CopyExtendedAttributes(int from, int to, const std::string &path)
 {
     const ssize_t size = flistxattr(from, nullptr, 0);
@@ -306,11 +307,11 @@ void AdoptAttributes(int from, int to, const std::string &path)
     }
 }
 
-/// Brings the entries of the directory that holds a file to the disk.
+/// Flushes the directory of a file to the disk.
 void FlushDirectoryOf(const std::string &path)
 {
     const Descriptor directory(open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // What cannot be flushed will be, by and by: the change has been made, and is whole either way.
+    // A failure does no harm: the change is made and complete, and will get to the disk later.
     if (directory.IsOpen()) {
         static_cast<void>(fsync(directory.Get()));
     }
@@ -431,7 +432,7 @@ void WriteInPlace(const Target &target, const std::string &bytes)
     if (!file.IsOpen()) {
         throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    // Room first: a disk that is full shows here, before anything is changed.
+    // Reserve room first: a full disk then shows before anything is changed.
     if (bytes.size() > old.size() &&
         fallocate(file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes.size())) != 0 &&
         errno != EOPNOTSUPP) {

@@ -17,13 +17,13 @@ constexpr std::chrono::milliseconds kUsualWait = std::chrono::seconds(10);
 
 struct TargetOptions {
     std::size_t limit = 0;                       ///< the most bytes of a file that is accepted
-    bool mayBeMissing = false;                   ///< accept a name that leads nowhere yet
+    bool mayBeMissing = false;                   ///< accept a name without a file
     std::function<std::string()> missingHint{};  ///< what to do about a file that is missing
     std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
 };
 
 /// The file to change: where its name leads, with symbolic links resolved. It is locked (flock)
-/// against other instances of this tool, and what killed ones left beside it is removed.
+/// against other instances of this tool, and what killed instances left beside it is removed.
 class Target {
   public:
     /// @throws Failure for a missing file, a directory, a device, a file that must not be written,
@@ -61,7 +61,7 @@ void Replace(const Target &target, const std::string &bytes, const Descriptor *m
 /// @throws Failure, and then the old content has been written back if that was possible
 void WriteInPlace(const Target &target, const std::string &bytes);
 
-/// Gives the target's content a further name, which must be free.
+/// Gives the target's content another name, which must be free.
 /// @return false, with errno, if it cannot
 bool KeepAs(const Target &target, const std::string &path);
 

@@ -1,7 +1,7 @@
 // wyx addr: what an address text means to the library, or what is wrong with it.
 //
-// What counts is what the library's parsers say. Only a text that they refuse is walked once more,
-// to explain where.
+// The library's parsers decide. A text that they refuse is parsed once more here, only to say where
+// it is wrong.
 #include <arpa/inet.h>
 
 #include <algorithm>
@@ -98,7 +98,7 @@ std::optional<Address> Parse(std::string text)
     }
     std::array<QAL_UINT8, 2 *kGroups> bytes = {};
     if (XELP_Parse_IPV6(text.data(), bytes.data(), &uwPort) == 0) {
-        // This parser reports port 0 like none.
+        // This parser reports port 0 as no port.
         return Address{6, Ipv6Text(bytes), uwPort != 0 ? std::optional(uwPort) : std::nullopt};
     }
     return std::nullopt;
@@ -218,8 +218,8 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// How much of an accepted text matters. The rest is ignored: whatever follows its first character
-/// makes no difference.
+/// The length of the part of an accepted text that counts. The rest is ignored: after its first
+/// character, any text may follow without changing the result.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
     std::size_t length = 0;
@@ -269,7 +269,7 @@ std::string PortText(const std::string &text, const Address &address)
     return text.substr(colon + 1);
 }
 
-/// Is this "ADDRESS", "[ADDRESS]" or "[ADDRESS]:PORT", and does everybody read that address?
+/// Is this "ADDRESS", "[ADDRESS]" or "[ADDRESS]:PORT", and do other parsers read that address, too?
 bool IsStandardIpv6(const std::string &text, const Address &address)
 {
     const std::string port = PortText(text, address);

@@ -71,11 +71,12 @@ Failure NoVerb(const Command &family, Words words)
         return {ExitCode::kUsage, name + " needs a verb: " + verbs, TryHelp(family)};
     }
     const std::string &word = words.front();
-    if (word.starts_with('-')) {
-        return {ExitCode::kUsage, name + " has no option " + Quoted(word), TryHelp(family)};
+    const std::string message = Quoted(word) + " is no verb of " + name;
+    if (verbs.empty()) {
+        return {ExitCode::kUsage, message, TryHelp(family)};
     }
     const std::string meant = MeantVerb(family, word);
-    return {ExitCode::kUsage, Quoted(word) + " is no verb of " + name,
+    return {ExitCode::kUsage, message,
             meant.empty() ? "the verbs are: " + verbs : "did you mean '" + meant + "'?"};
 }
 

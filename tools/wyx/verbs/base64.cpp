@@ -1,8 +1,9 @@
 // wyx base64: encoding and decoding streams of any size.
 //
-// The library works on whole buffers. Encoding cuts the input where three bytes end, decoding where
-// four characters with a value end, so that the pieces fit together without a seam. Which
-// characters the decoder accepts, and which of them have a value, the decoder itself is asked.
+// The library works on whole buffers, so the input is cut into pieces: for the encoder after a
+// multiple of three bytes, for the decoder after a multiple of four characters with a value. The
+// results then just follow each other. The decoder itself is asked which characters it accepts, and
+// which of them have a value.
 #include "wyx_commlib/base64.h"
 
 #include <algorithm>
@@ -36,7 +37,7 @@ std::string_view View(const Buffer &buffer, QAL_INT32 lLen)
     return {reinterpret_cast<const char *>(buffer.get()), static_cast<std::size_t>(lLen)};
 }
 
-/// Writes text in lines of a width, 0 for one line without an end.
+/// Writes text in lines of a given width; 0 means one line without a line end.
 class LineWriter {
   public:
     explicit LineWriter(std::size_t width) : width_(width) {}
@@ -112,7 +113,7 @@ void DecodeFront(std::vector<unsigned char> &text, std::size_t count)
     if (count == 0) {
         return;
     }
-    // The decoder looks at the character after those it decodes; there is one, a NUL at the least.
+    // The decoder looks one character beyond those it decodes, so there must be one.
     text.push_back(0);
     QAL_UINT8 *pucBytes = nullptr;
     const QAL_INT32 lLen = MOX_BASE64Decode(text.data(), static_cast<QAL_INT32>(count), &pucBytes);

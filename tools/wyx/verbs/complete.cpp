@@ -9,7 +9,7 @@ namespace wyx::tool {
 
 namespace {
 
-/// Names that hold control bytes cannot be offered in lines, and could not be typed either.
+/// Leaves out names with control bytes: they would break the lines, and nobody could type them.
 void Offer(std::string_view word, std::string_view current, std::string_view text = {})
 {
     if (word.starts_with(current) && Shown(word) == word) {
@@ -17,10 +17,10 @@ void Offer(std::string_view word, std::string_view current, std::string_view tex
     }
 }
 
-/// The words before the one that is typed, as far as they say what is due.
+/// What the words before the current one say about it.
 struct Typed {
     std::vector<std::string> operands;
-    const Option *waiting = nullptr; // an option whose value is due
+    const Option *waiting = nullptr; // an option whose value comes next
     bool isPlain = false;            // after "--"
 };
 
@@ -71,7 +71,7 @@ void OfferOptions(const Command &command, std::string_view current)
     }
 }
 
-/// The words in small letters: "newest" of "N|newest".
+/// The words in lower case: "newest" of "N|newest".
 void OfferValues(const Option &option, std::string_view current)
 {
     std::string_view rest = option.value;
@@ -92,7 +92,7 @@ void OfferNames(const std::vector<std::string> &names, std::string_view current,
     }
 }
 
-/// Sections and keys are those of the file that was typed, if it can be read.
+/// Offers sections and keys of the file that was named, if it can be read.
 void OfferOperand(std::string_view name, const std::vector<std::string> &typed,
                   std::string_view current)
 {

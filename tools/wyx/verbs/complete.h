@@ -8,8 +8,8 @@ namespace wyx::tool {
 
 constexpr std::string_view kCompletionWord = "__complete";
 
-/// Writes what the last of the words could become, the others being before it: a line
-/// "WORD<tab>DESCRIPTION" each, and the line "files" where a file's name is due.
+/// Writes the completions of the last word, each as a line "WORD<tab>DESCRIPTION". The line "files"
+/// asks the shell for names of files.
 void PutCompletions(Words words);
 
 } // namespace wyx::tool

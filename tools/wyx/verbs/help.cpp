@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kWidth = 80;
 
-/// A line in lines that begin at a column, as long as the width allows.
+/// Wraps a line at the width. The lines after the first begin at a column.
 std::string FilledLine(std::string_view line, std::size_t column)
 {
     std::string filled;
@@ -30,7 +30,7 @@ std::string FilledLine(std::string_view line, std::size_t column)
     return filled;
 }
 
-/// Paragraphs. A line that begins with a blank stays as it is.
+/// Wraps paragraphs. A line that begins with a blank stays as it is.
 std::string Filled(std::string_view text)
 {
     std::string filled;

@@ -1,4 +1,4 @@
-// What --help writes, made from the grammar.
+// The text of --help, made from the grammar.
 #ifndef WYX_TOOL_HELP_H
 #define WYX_TOOL_HELP_H
 

@@ -51,7 +51,7 @@ const AlgorithmName &NameOf(Algorithm algorithm)
     return *std::ranges::find(kAlgorithms, algorithm, &AlgorithmName::algorithm);
 }
 
-/// A sum under way.
+/// A sum being computed.
 class Sum {
   public:
     explicit Sum(Algorithm algorithm) : algorithm_(algorithm) { XELP_MD5_Init(&md5_); }
@@ -72,7 +72,7 @@ class Sum {
         }
     }
 
-    /// Ends the sum.
+    /// Finishes the sum.
     std::string Digits()
     {
         if (algorithm_ == Algorithm::kMd5) {
@@ -239,7 +239,7 @@ std::optional<Entry> ParsePlain(std::string_view line)
     return Entry{algorithm->algorithm, Lower(line.substr(0, digits)), std::string(rest)};
 }
 
-/// "CRC32 (NAME) = HEX", whose blanks may be missing
+/// "CRC32 (NAME) = HEX", with or without its blanks
 std::optional<Entry> ParseTagged(std::string_view line)
 {
     for (const AlgorithmName &algorithm : kAlgorithms) {
@@ -262,11 +262,11 @@ std::optional<Entry> ParseTagged(std::string_view line)
 std::optional<Entry> ParseLine(std::string_view line)
 {
     if (line.find('\0') != std::string_view::npos) {
-        return std::nullopt; // no name has one: to the system, the name would end there
+        return std::nullopt; // no file's name holds a NUL
     }
     line = WithoutBlanks(line);
     if (line.ends_with('\r')) {
-        line.remove_suffix(1); // a list that went through an editor; in a name it would be escaped
+        line.remove_suffix(1); // from an editor that writes CR LF; in a name it would be escaped
     }
     const bool isEscaped = line.starts_with('\\');
     if (isEscaped) {
@@ -290,13 +290,13 @@ struct Options {
     std::optional<Algorithm> only;
     Form form = Form::kPlain;
     bool isZero = false;
-    std::string_view report; // of "quiet", "status" and "warn" the one given last
+    std::string_view report; // the last one given of "quiet", "status" and "warn"
     bool isMissingIgnored = false;
     bool isStrict = false;
     bool isJson = false;
 };
 
-/// An item of a JSON document for a file, and the reason if it could not be read.
+/// What the JSON item of a file begins with.
 Json ItemOf(const std::string &name, Algorithm algorithm)
 {
     Json item;
@@ -381,7 +381,7 @@ class Checker {
     }
 
   private:
-    /// What a list has brought.
+    /// What the check of a list found.
     struct Count {
         std::size_t entries = 0;
         std::size_t malformed = 0;
