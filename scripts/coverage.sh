@@ -8,7 +8,8 @@
 # compiles, whose tests run under emulation, or less than TOOL_LINES and TOOL_BRANCHES of tools/wyx/;
 # all are 0 if not given. Prints the totals and what is not covered; report/ and report-tool/ in
 # build/coverage and report/ in build/coverage-aarch64 have every line. A line that ends in
-# "// never: REASON" is left out: no input can reach it.
+# "// never: REASON" is left out: no input can reach it. So is memory.cpp: the accounting adapter is
+# built in its place, so that all tests are run with that one, too.
 set -euo pipefail
 
 min_lines=${1:-0}
