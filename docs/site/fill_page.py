@@ -53,14 +53,13 @@ def calls(header, _page):
 
 
 def _returned_by(status, header):
-    """The calls; in words if they are nearly all of those that return a status."""
+    """The calls; those that do not return it if they are much fewer."""
     able = {name for other in header.statuses for name in other.calls}
     others = [call.name for call in header.calls if call.name in able - set(status.calls)]
-    if len(status.calls) > 2 and not others:
-        return "every call that returns a status"
-    if len(status.calls) > 6 and len(others) < 3:
-        return "every call that returns a status, but " + ", ".join(map(_code, others))
-    return ", ".join(map(_code, status.calls)) or "none"
+    if len(status.calls) > max(2, 2 * len(others)):
+        every = "every call that returns a status"
+        return f"{every}, but {', '.join(map(_code, others))}" if others else every
+    return ", ".join(map(_code, status.calls))
 
 
 def statuses(header, page):
@@ -68,10 +67,15 @@ def statuses(header, page):
     def number(status):
         place = f'<a name="{page}-{status.name.lower()}"></a>' if page == "error-codes" else ""
         return f"{place}{status.number}"
-    rows = [(number(status), _code(status.name), _cell(status.text), _returned_by(status, header))
+
+    def when(status):
+        calls = f'<div class="calls">Returned by: {_returned_by(status, header)}</div>'
+        return _cell(status.text) + calls * bool(status.calls)
+
+    rows = [(number(status), _code(status.name), when(status))
             for status in sorted(header.statuses, key=lambda status: status.number)
             if not status.is_marker]
-    return _table("statuses", ("Number", "Name", "When", "Returned by"), rows)
+    return _table("statuses", ("Number", "Name", "When"), rows)
 
 
 def failures(header, _page):

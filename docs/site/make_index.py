@@ -20,12 +20,12 @@ EMPTY_TAGS = {"br", "img", "hr", "input", "meta", "link"}
 
 
 class Sections(HTMLParser):
-    """(anchor, heading, text) for the head of a page and for each section of it."""
+    """(anchor, heading, text, text outside of tables) for the head of a page and for each section of it."""
 
     def __init__(self, text):
         super().__init__()
-        self.found = [["", "", ""]]
-        self.anchor, self.depth, self.skipped, self.in_heading = "", 0, 0, False
+        self.found = [["", "", "", ""]]
+        self.anchor, self.depth, self.skipped, self.tables, self.in_heading = "", 0, 0, 0, False
         self.feed(text)
 
     def handle_starttag(self, tag, attrs):
@@ -37,12 +37,13 @@ class Sections(HTMLParser):
             self.depth += 1
             if self.skipped or classes & (SKIPPED_TABLES | {"toc"}):
                 self.skipped += 1
+        self.tables += tag == "table"
         if tag == "a" and "anchor" in classes:
             self.anchor = attrs.get("id", "")
             if self.in_heading:
                 self.found[-1][0] = self.anchor
         elif tag in ("h1", "h2", "h3") and not self.skipped:
-            self.found.append([self.anchor, "", ""])
+            self.found.append([self.anchor, "", "", ""])
             self.in_heading = True
 
     def handle_endtag(self, tag):
@@ -50,12 +51,15 @@ class Sections(HTMLParser):
             return
         self.depth -= 1
         self.skipped -= self.skipped > 0
+        self.tables -= tag == "table"
         if tag in ("h1", "h2", "h3"):
             self.in_heading = False
 
     def handle_data(self, data):
         if self.depth and not self.skipped:
             self.found[-1][1 if self.in_heading else 2] += data
+            if not self.in_heading and not self.tables:
+                self.found[-1][3] += data
 
 
 def aliases(name):
@@ -85,16 +89,16 @@ def of_pages(site):
         name = pages.page_of(file)
         url = f"{name}.html"
         title = "Overview" if name == "index" else pages.title_of(file)
-        (_, _, lead), *sections = Sections((site / "html" / url).read_text(encoding="utf-8")).found
+        (_, _, lead, shown), *sections = Sections((site / "html" / url).read_text(encoding="utf-8")).found
         if not lead.strip() and not sections:
             sys.exit(f"{url}: has no text")
         words = pages.searched(file)
-        yield entry("page", title, "", url, lead,
+        yield entry("page", title, "", url, lead, shown,
                     names=name.replace("-", " ") + " " + words.get("", ""))
-        for anchor, heading, text in sections:
+        for anchor, heading, text, shown in sections:
             if not anchor:
                 sys.exit(f"{url}: the section {heading!r} has no anchor")
-            yield entry("section", joined(heading), title, f"{url}#{anchor}", text,
+            yield entry("section", joined(heading), title, f"{url}#{anchor}", text, shown,
                         names=words.get(anchor, ""))
 
 
@@ -137,7 +141,7 @@ def of_names(site):
             if not status.is_marker:
                 yield entry("status", f"{status.number} {status.name}", module,
                             f"error-codes.html#error-codes-{status.name.lower()}", status.text,
-                            names=f"{status.number} status error {aliases(status.name)}")
+                            names=f"{status.number} 0x{status.number:x} status error {aliases(status.name)}")
     for name, (url, kind) in sorted(known.items()):
         if not name.endswith("_BUTT"):
             yield entry("name", name, {"file": "header", "define": "macro", "enumvalue": "enumerator",

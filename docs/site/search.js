@@ -59,14 +59,20 @@
         return words(String(text || "")).map(function (word) { return new lunr.Token(word, {}); });
     }
 
+    // "linked" is the word for lists, and no form of "link", which asks how to link a program.
+    function stem(token) {
+        return token.toString() === "linked" ? token : lunr.stemmer(token);
+    }
+
     function makeIndex() {
+        lunr.Pipeline.registerFunction(stem, "stem");
         return lunr(function () {
             var builder = this;
             this.tokenizer = tokens;
             this.pipeline.reset();
-            this.pipeline.add(lunr.stemmer);
+            this.pipeline.add(stem);
             this.searchPipeline.reset();
-            this.searchPipeline.add(lunr.stemmer);
+            this.searchPipeline.add(stem);
             this.ref("at");
             this.field("title", { boost: 6 });
             this.field("names", { boost: 5 });

@@ -13,6 +13,7 @@ sys.path.insert(0, str(ROOT / "docs/site"))
 import check_links  # noqa: E402
 import fill_page  # noqa: E402
 import headers  # noqa: E402
+import make_index  # noqa: E402
 import pages  # noqa: E402
 
 
@@ -160,6 +161,26 @@ class Pages(unittest.TestCase):
         with self.assertRaises(SystemExit):
             fill_page._link(re.match(r"\[(.*)\]\((.*)\)", "[x](no-such.md)"),
                             ROOT / "docs/tool.md")
+
+
+class Search(unittest.TestCase):
+    def test_tables_are_searched_but_not_shown(self):
+        page = ('<div class="contents"><p>a</p><h2><a class="anchor" id="x"></a>b</h2><p>c</p>'
+                '<table><tr><td>d</td></tr></table><p>e</p></div>')
+        self.assertEqual([["", "", "a", "a"], ["x", "b", "cde", "ce"]], make_index.Sections(page).found)
+
+
+class Benchmarks(unittest.TestCase):
+    def test_the_page_counts_what_the_drawing_shows(self):
+        drawing = (ROOT / "docs/images/speed.svg").read_text(encoding="utf-8")
+        text = " ".join((ROOT / "docs/benchmarks.md").read_text(encoding="utf-8").split())
+        for build, said in (("baseline", r"faster in (\d+) of (\d+) comparisons and slower in (\d+)"),
+                            ("best", r"faster in (\d+) of the (\d+) and slower in (\d+)")):
+            ratios = [(float(ratio), float(whisker)) for ratio, whisker in
+                      re.findall(rf"{build}: ([\d.]+) ± ([\d.]+)", drawing)]
+            counts = (sum(ratio - whisker > 1 for ratio, whisker in ratios), len(ratios),
+                      sum(ratio + whisker < 1 for ratio, whisker in ratios))
+            self.assertIn(tuple(map(str, counts)), re.findall(said, text), build)
 
 
 class Links(unittest.TestCase):
