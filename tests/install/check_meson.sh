@@ -6,14 +6,17 @@ set -euo pipefail
 source_folder=$1
 build=$2
 work=$3
+source "$source_folder/scripts/temp_folder.sh"
+prefix=$(temp_folder) # Meson cannot read what pkg-config says of names beyond ASCII
+trap 'rm -r "$prefix"' EXIT
 rm -rf "$work"
 mkdir -p "$work/subprojects"
 cp "$source_folder"/tests/install/{meson/meson*,consumer/consumer.c*} "$work"
 ln -s "$source_folder" "$work/subprojects/wyx_commlib"
 for component in runtime development; do
-    cmake --install "$build" --prefix "$work/prefix" --component "$component" >/dev/null
+    cmake --install "$build" --prefix "$prefix" --component "$component" >/dev/null
 done
-modules=$(dirname "$(find "$work/prefix" -name wyx_commlib.pc)")
+modules=$(dirname "$(find "$prefix" -name wyx_commlib.pc)")
 export PKG_CONFIG_PATH=$modules LD_LIBRARY_PATH=${modules%/pkgconfig}
 
 cd "$work"
