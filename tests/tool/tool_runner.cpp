@@ -292,6 +292,7 @@ ToolTest::ToolTest() : directory_(MakeDirectory("wyx-tool-test")) {}
 ToolTest::~ToolTest()
 {
     std::error_code ignored;
+    fs::permissions(directory_, fs::perms::owner_all, ignored); // a test may have closed it
     fs::remove_all(directory_, ignored);
 }
 
