@@ -92,6 +92,9 @@ TEST_F(IniCheckToolTest, Warnings)
         {"NoLineEnd", "[a]\nk=1", "2 no-line-end\n"},
         {"TrailingBackslash", "[a]\nk=1\\", "2 trailing-backslash\n2 no-line-end\n"},
         {"TrailingBackslashLine", "[a]\nk=1\n\\\n", "3 trailing-backslash\n"},
+        {"TwoTrailingBackslashLines", "[a]\nk=1\n\\\n\\\n", "2 continuation\n"},
+        {"TwoTrailingBackslashLinesUnended", "[a]\nk=1\n\\\n\\",
+         "2 continuation\n4 trailing-backslash\n"},
         {"TwoTrailingBackslashes", "[a]\nk=1\\\\\n", ""},
         {"Nul", std::string("[a]\nk=1\0x\nl=1\n", 14), "2 nul\n"},
         {"NulLine", std::string("[a]\nk=1\n\0\nl=1\n", 14), "3 nul\n"},
@@ -168,6 +171,24 @@ std::pair<QAL_UINT32, QAL_UINT32> LibraryCheck(const std::string &name)
         XELP_IniFreeIniStruct(&document);
     }
     return {ulStatus, ulStatus == XELP_ERR_INI_OK ? 0 : ulLine};
+}
+
+// Both lines are joined to the one above, and nothing of them is left.
+TEST_F(IniCheckToolTest, TwoBackslashLinesAtTheEndAreReadAsTheLibraryReadsThem)
+{
+    for (const char *const end : {"\n", ""}) {
+        const std::string name = Write("f.ini", std::string("[a]\nk=1\n\\\n\\") + end);
+        XELP_IN_S_INI_FILE_STRUCT document = {};
+        ASSERT_EQ(XELP_IniGetFileContent(name.c_str(), &document), QAL_UINT32{XELP_ERR_INI_OK});
+        ASSERT_EQ(document.ulLineNum, 2U);
+        EXPECT_STREQ(document.pStrLine[1], "k=1\n");
+        XELP_IniFreeIniStruct(&document);
+        EXPECT_EQ(LibraryCheck(name).first, QAL_UINT32{XELP_ERR_INI_OK});
+        const json list = json::parse(Wyx({"ini", "list", "--json", name}).out).at("lines");
+        ASSERT_EQ(list.size(), 2U);
+        EXPECT_EQ(list[1]["text"], "k=1\n");
+        EXPECT_EQ(list[1]["lines"], 3);
+    }
 }
 
 TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
