@@ -146,7 +146,7 @@ TEST(AddrToolTest, ListFromStandardInput)
         const Outcome outcome = Wyx(arguments, list);
         EXPECT_EQ(outcome.code, kMalformed);
         EXPECT_EQ(outcome.out, "1.2.3.4:5: IPv4 1.2.3.4 port 5\n::1: IPv6 ::1\n[::1]: IPv6 ::1\n");
-        EXPECT_TRUE(Mentions(outcome.err, {"'x' is no address"}));
+        EXPECT_TRUE(Mentions(outcome.err, {"'x' is not an address"}));
     }
     EXPECT_EQ(Wyx({"addr", "10.0.0.1", "-"}, {.in = "::2\n"}).out,
               "10.0.0.1: IPv4 10.0.0.1\n::2: IPv6 ::2\n");

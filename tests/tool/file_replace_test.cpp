@@ -591,14 +591,14 @@ TEST_F(FileReplaceTest, KeepsTheOldContentAsALinkOrACopy)
 TEST_F(FileReplaceTest, ReadingThatFailsOrIsInterrupted)
 {
     fault = {"read", EINTR};
-    EXPECT_EQ(ReadWhole(name, kLimit), kOld);
+    EXPECT_EQ(ReadWhole(FileInput(name), kLimit), kOld);
     fault = {"read", EIO};
-    EXPECT_TRUE(
-        Mentions(Message([&] { ReadWhole(name, kLimit); }), {"cannot read", "Input/output error"}));
+    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(FileInput(name), kLimit); }),
+                         {"cannot read", "Input/output error"}));
     fault = {};
-    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(name, 3); }), {"is too large"}));
+    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(FileInput(name), 3); }), {"is too large"}));
     const Descriptor none;
-    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(none, "f.ini", kLimit); }),
+    EXPECT_TRUE(Mentions(Message([&] { ReadWhole(FileInput(none, "f.ini"), kLimit); }),
                          {"cannot read 'f.ini'", "Bad file descriptor"}));
 }
 

@@ -74,7 +74,7 @@ TEST_F(IniOptionsTest, FormatOfASection)
     const Outcome name = get("sh", {"two words"});
     EXPECT_EQ(name.code, kMalformed);
     EXPECT_EQ(name.out, "");
-    EXPECT_TRUE(Mentions(name.err, {"'a.b' is no name of a shell's variable"}));
+    EXPECT_TRUE(Mentions(name.err, {"'a.b' cannot be the name of a shell variable"}));
     EXPECT_EQ(get("sh", {"none"}).code, kNo);
     Write("f.ini", "[a]\n1k=1\n");
     EXPECT_EQ(get("sh", {"a"}).code, kMalformed);

@@ -20,7 +20,7 @@ ExitCode Help(const Command &command)
     return ExitCode::kOk;
 }
 
-/// "wyx" or "wyx ini", followed by a word that is no verb.
+/// "wyx" or "wyx ini", followed by a word that is not a verb.
 ExitCode RunFamily(const Command &family, Words words)
 {
     if (words.empty()) {

@@ -96,6 +96,12 @@ std::vector<Range> RangesOf(const IniSource &source, const StoredLines &stored)
     return ranges;
 }
 
+std::string DidYouMean(const std::string &word, const std::vector<std::string> &candidates)
+{
+    const std::string near = Nearest(word, candidates);
+    return near.empty() ? "" : "did you mean " + Quoted(near) + "?";
+}
+
 /// A document holds only lines that the library can read, so that nothing but memory can be
 /// missing.
 void RequireMemory(QAL_UINT32 status)
@@ -218,7 +224,7 @@ std::vector<std::string> IniText::Keys(const std::string &section) const
 {
     const QAL_UINT32 ulStatus = document_.Find(section, "").status;
     if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
-        throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, {});
+        throw NotFound(ulStatus, section, {});
     }
     return document_.Keys(section);
 }
@@ -226,14 +232,10 @@ std::vector<std::string> IniText::Keys(const std::string &section) const
 std::optional<std::string> IniText::Value(const std::string &section, const std::string &key) const
 {
     const Lookup found = document_.Find(section, key);
-    switch (found.status) {
-        case XELP_ERR_INI_OK:
-            return found.value;
-        case XELP_ERR_INI_KEY_NOT_FOUND:
-            throw NotFound(found.status, section, key);
-        default:
-            throw NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, section, key);
+    if (found.status != XELP_ERR_INI_OK) {
+        throw NotFound(found.status, section, key);
     }
+    return found.value;
 }
 
 void IniText::RequireReadable() const
@@ -271,8 +273,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
         if (const auto line = LineOfOthersKey(*this, BlockOf(*this, section), key)) {
             return {ExitCode::kNo, message, unread(*line)};
         }
-        const std::string near = Nearest(key, document_.Keys(section));
-        return {ExitCode::kNo, message, near.empty() ? "" : "did you mean " + Quoted(near) + "?"};
+        return {ExitCode::kNo, message, DidYouMean(key, document_.Keys(section))};
     }
     const std::string message = file + ": no section " + Quoted(section);
     if (section.size() > 2 && section.front() == '[' && section.back() == ']') {
@@ -283,8 +284,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
     if (const auto line = LineOfOthersSection(*this, section)) {
         return {ExitCode::kNo, message, unread(*line)};
     }
-    const std::string near = Nearest(section, Sections());
-    return {ExitCode::kNo, message, near.empty() ? "" : "did you mean " + Quoted(near) + "?"};
+    return {ExitCode::kNo, message, DidYouMean(section, Sections())};
 }
 
 } // namespace wyx::tool

@@ -65,7 +65,7 @@ struct Range {
 /// read. The others are on disk and in Lines(), but no lookup finds them.
 class IniText {
   public:
-    /// @throws Failure for what is no text, see RequireText()
+    /// @throws Failure for what is not text, see RequireText()
     explicit IniText(IniSource source);
 
     const IniSource &Source() const { return source_; }
@@ -91,7 +91,7 @@ class IniText {
     /// @throws Failure that names the first such line
     void RequireReadable() const;
 
-    /// For a section or key that is not there: says so, and what might have been meant.
+    /// Says that a key is not there, or for any other status its section, and what might be meant.
     Failure NotFound(QAL_UINT32 status, const std::string &section, const std::string &key) const;
 
   private:
@@ -102,7 +102,8 @@ class IniText {
     IniDocument document_;
 };
 
-/// Refuses what is no text: UTF-16, and files with NUL bytes, at which the library would cut lines.
+/// Refuses what is not text: UTF-16, and files with NUL bytes, at which the library would cut
+/// lines.
 /// @throws Failure
 void RequireText(const IniSource &source);
 

@@ -18,12 +18,9 @@ namespace {
 constexpr std::string_view kBlanks = " \t";
 constexpr const char *kEndsInBackslash =
     " ends in a backslash, which would join the next line to it";
+constexpr const char *kIsAmbiguous =
+    ", but cannot be read: a second one would make the file ambiguous";
 constexpr std::size_t kLongestSection = kLongestLine - 4; // in brackets, before CR LF
-
-Failure Refusal(const std::string &what, const std::string &hint = {})
-{
-    return {ExitCode::kUsage, what + "; nothing was changed", hint};
-}
 
 bool IsBlank(char ch)
 {
@@ -209,15 +206,11 @@ std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
         edit.kind == Edit::Kind::kDeleteKey
             ? XELP_IniDelKey(trial.Record(), edit.section.c_str(), edit.key.c_str())
             : XELP_IniDelSection(trial.Record(), edit.section.c_str());
-    switch (ulStatus) {
-        case XELP_ERR_INI_OK:
-            break;
-        case XELP_ERR_INI_KEY_NOT_FOUND:
-            throw text.NotFound(ulStatus, edit.section, edit.key);
-        case XELP_ERR_INI_INTERNAL:
-            throw std::bad_alloc();
-        default:
-            throw text.NotFound(XELP_ERR_INI_SECTION_NOT_FOUND, edit.section, edit.key);
+    if (ulStatus == XELP_ERR_INI_INTERNAL) {
+        throw std::bad_alloc();
+    }
+    if (ulStatus != XELP_ERR_INI_OK) {
+        throw text.NotFound(ulStatus, edit.section, edit.key);
     }
     std::vector<std::size_t> lines;
     for (std::size_t i = 0; i < text.Lines().size(); ++i) {
@@ -249,6 +242,7 @@ class Editor {
     std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
     std::size_t LastLineOf(std::size_t key) const;
     Style StyleOf(std::size_t key) const;
+    void RequireNoOwner(std::size_t line, const std::string &subject) const;
     void RequireSameForOthers(std::size_t line) const;
     void RequireJoinable(std::size_t line) const;
     void Replace(std::size_t line);
@@ -309,15 +303,21 @@ Style Editor::StyleOf(std::size_t key) const
                : Style();
 }
 
+/// Refuses to rely on a line that other readers take for a part of a value.
+/// @param subject  what the message says of it
+void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
+{
+    if (owners_[line]) {
+        throw Refusal(subject + " is indented below " + LineName(*owners_[line]) +
+                      ": other programs read it as a part of the value there");
+    }
+}
+
 /// Refuses to touch a line that is one thing to the library and another to other readers.
 void Editor::RequireSameForOthers(std::size_t line) const
 {
     const std::string shown = "key " + Quoted(edit_.key);
-    if (owners_[line]) {
-        throw Refusal(shown + " is in " + LineName(line) + ", which is indented below " +
-                      LineName(*owners_[line]) +
-                      ": other programs read it as a part of the value there");
-    }
+    RequireNoOwner(line, shown + " is in " + LineName(line) + ", which");
     const std::vector<std::size_t> continuations = ContinuationsOf(line);
     // One line that is only text shows that the lines around it are, too.
     const bool isText = std::ranges::any_of(
@@ -396,15 +396,12 @@ void Editor::Insert(std::size_t before)
         ++end;
     }
     if (const auto line = LineOfOthersKey(text_, {begin, end}, edit_.key)) {
-        throw Refusal("line " + std::to_string(*line) + " looks like key " + Quoted(edit_.key) +
-                          ", but cannot be read: a second one would make the file ambiguous",
-                      "change that line by hand");
+        throw Refusal(
+            "line " + std::to_string(*line) + " looks like key " + Quoted(edit_.key) + kIsAmbiguous,
+            "change that line by hand");
     }
-    if (end < Count() && owners_[end]) {
-        throw Refusal(LineName(end) + ", the next header, is indented below " +
-                      LineName(*owners_[end]) +
-                      ": other programs read it as a part of the value "
-                      "there");
+    if (end < Count()) {
+        RequireNoOwner(end, LineName(end) + ", the next header,");
     }
     std::size_t last = begin - 1;
     std::optional<Style> style;
@@ -435,8 +432,7 @@ void Editor::Append()
 {
     if (const auto line = LineOfOthersSection(text_, edit_.section)) {
         throw Refusal("line " + std::to_string(*line) + " looks like section " +
-                          Quoted(edit_.section) +
-                          ", but cannot be read: a second one would make the file ambiguous",
+                          Quoted(edit_.section) + kIsAmbiguous,
                       "change that line by hand");
     }
     if (HasBlankEnd(edit_.section)) {
@@ -587,11 +583,7 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
 /// no section, and stay.
 void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
 {
-    if (owners_[header]) {
-        throw Refusal(LineName(header) + ", a header, is indented below " +
-                      LineName(*owners_[header]) +
-                      ": other programs read it as a part of the value there");
-    }
+    RequireNoOwner(header, LineName(header) + ", a header,");
     RequireJoinable(header);
     Remove(header);
     for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
@@ -627,6 +619,11 @@ std::unique_ptr<IniText> Editor::Delete(std::size_t &deletedLines,
 
 } // namespace
 
+Failure Refusal(const std::string &what, const std::string &hint)
+{
+    return {ExitCode::kUsage, what + "; nothing was changed", hint};
+}
+
 void RequireWritable(const Edit &edit)
 {
     if (edit.kind == Edit::Kind::kDeleteKey && edit.key.empty()) {
@@ -640,12 +637,17 @@ void RequireWritable(const Edit &edit)
 }
 
 EditResult ApplyEdits(const std::string &name, const std::string &bytes,
-                      const std::vector<Edit> &edits)
+                      const std::vector<Edit> &edits, bool keepsExisting)
 {
     auto text = std::make_unique<IniText>(IniSource::OfBytes(name, bytes));
     EditResult result;
     for (Edit edit : edits) {
         RequireWritable(edit);
+        if (keepsExisting &&
+            text->Document().Find(edit.section, edit.key).status == XELP_ERR_INI_OK) {
+            result.effects.emplace_back();
+            continue;
+        }
         if (text->Document().Find(edit.section, {}).status == XELP_ERR_INI_KEY_NOT_FOUND) {
             edit.section = Trimmed(edit.section);
         }

@@ -11,7 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "system/exit_code.h"
+
 namespace wyx::tool {
+
+/// A change that is not made.
+Failure Refusal(const std::string &what, const std::string &hint = {});
 
 /// One change.
 struct Edit {
@@ -20,7 +25,7 @@ struct Edit {
     Kind kind = Kind::kSet;
     std::string section{};
     std::string key{};   // not for kDeleteSection
-    std::string value{}; // for kSet; empty: the key stays without one
+    std::string value{}; // to set; empty: the key stays without one
 };
 
 /// What an edit did.
@@ -40,10 +45,11 @@ struct EditResult {
 void RequireWritable(const Edit &edit);
 
 /// Applies edits to the text of a file, one after the other.
-/// @param name  what messages call the file
+/// @param name           what messages call the file
+/// @param keepsExisting  leave keys that exist as they are
 /// @throws Failure for what cannot be done, or would not read back as it was asked for
 EditResult ApplyEdits(const std::string &name, const std::string &bytes,
-                      const std::vector<Edit> &edits);
+                      const std::vector<Edit> &edits, bool keepsExisting);
 
 } // namespace wyx::tool
 

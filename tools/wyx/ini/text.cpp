@@ -33,12 +33,11 @@ Descriptor CopyInMemory(const std::string &bytes)
 /// The name by which an open file of this process can be opened again.
 std::string NameOf(const Descriptor &file)
 {
-    std::string name = "/proc/self/fd/" + std::to_string(file.Get());
-    if (access(name.c_str(), F_OK) != 0) {
+    if (access(file.Path().c_str(), F_OK) != 0) {
         throw Failure(ExitCode::kIo, "cannot read INI files without /proc",
                       "to mount it: mount -t proc proc /proc");
     }
-    return name;
+    return file.Path();
 }
 
 /// An open file of the library.
@@ -91,7 +90,7 @@ std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, 
 
 IniSource::IniSource(const std::string &name)
     : IniSource(name == "-" ? "(standard input)" : Shown(name),
-                Content{ReadWhole(name, kLargestFile)})
+                Content{ReadWhole(FileInput(name), kLargestFile)})
 {}
 
 IniSource IniSource::OfBytes(const std::string &name, std::string bytes)

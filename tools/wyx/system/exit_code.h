@@ -16,7 +16,7 @@ enum class ExitCode {
     kMalformed = 4, ///< a file is not what it should be
 };
 
-/// Of two ends the graver one, for verbs that go on with the next file.
+/// The graver of two exit codes, for verbs that go on with the next file.
 inline ExitCode Graver(ExitCode left, ExitCode right)
 {
     constexpr int kRanks[] = {0, 1, 4, 3, 2}; // by exit code

@@ -88,37 +88,18 @@ std::size_t FileInput::Read(std::span<unsigned char> room)
     return held;
 }
 
-namespace {
-
-std::string ReadToEnd(FileInput &input, std::size_t limit)
+std::string ReadWhole(FileInput &&input, std::size_t limit)
 {
     std::string text;
     std::vector<unsigned char> piece(kPiece);
-    for (;;) {
-        const std::size_t held = input.Read(piece);
-        if (held == 0) {
-            return text;
-        }
+    while (const std::size_t held = input.Read(piece)) {
         if (held > limit - text.size()) {
             throw Failure(ExitCode::kMalformed, input.ShownName() + " is too large: more than " +
                                                     std::to_string(limit >> 20) + " MiB");
         }
         text.append(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(held));
     }
-}
-
-} // namespace
-
-std::string ReadWhole(const std::string &name, std::size_t limit)
-{
-    FileInput input(name);
-    return ReadToEnd(input, limit);
-}
-
-std::string ReadWhole(const Descriptor &file, const std::string &name, std::size_t limit)
-{
-    FileInput input(file, name);
-    return ReadToEnd(input, limit);
+    return text;
 }
 
 bool HoldsJust(int fd, std::string_view bytes)

@@ -12,7 +12,7 @@
 
 namespace wyx::tool {
 
-/// A file descriptor that is closed in the end.
+/// Owns a file descriptor.
 class Descriptor {
   public:
     explicit Descriptor(int fd = -1) : fd_(fd) {}
@@ -22,6 +22,8 @@ class Descriptor {
 
     int Get() const { return fd_; }
     bool IsOpen() const { return fd_ != -1; }
+    /// The name by which this process can open or link the same file again.
+    std::string Path() const { return "/proc/self/fd/" + std::to_string(fd_); }
 
   private:
     int fd_;
@@ -53,8 +55,7 @@ class FileInput {
 
 /// Reads a file to its end.
 /// @throws Failure, also for a file of more than @p limit bytes
-std::string ReadWhole(const std::string &name, std::size_t limit);
-std::string ReadWhole(const Descriptor &file, const std::string &name, std::size_t limit);
+std::string ReadWhole(FileInput &&input, std::size_t limit);
 
 /// Does a regular file hold these bytes and no others?
 bool HoldsJust(int fd, std::string_view bytes);

@@ -4,7 +4,6 @@
 // finds such a name and can lock the file knows that its process is gone, and removes it.
 #include "system/file_replace.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -16,8 +15,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
+#include <filesystem>
 #include <thread>
 #include <vector>
 
@@ -27,6 +25,8 @@
 namespace wyx::tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40; // as many as the system follows
 constexpr int kMostNames = 100;
@@ -40,71 +40,48 @@ constexpr auto kAnnounce = std::chrono::milliseconds(500);
 constexpr auto kRetry = std::chrono::milliseconds(10);
 constexpr const char *kInPlaceHint = "--in-place writes into the file itself";
 
-std::string DirectoryOf(const std::string &path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-}
-
-std::string LastPartOf(const std::string &path)
-{
-    return path.substr(path.rfind('/') + 1);
-}
-
-std::string InDirectory(const std::string &directory, const std::string &name)
-{
-    return (directory == "/" ? "" : directory) + "/" + name;
-}
-
-std::string RealPath(const std::string &path)
-{
-    char *const resolved = realpath(path.c_str(), nullptr);
-    const std::string real = resolved != nullptr ? resolved : "";
-    std::free(resolved);
-    return real;
-}
-
 /// Follows symbolic links to where a file would be made.
-std::string FollowLinks(std::string path)
+fs::path FollowLinks(fs::path path)
 {
     for (int i = 0; i < kMostLinks; ++i) {
-        char buffer[PATH_MAX];
-        const ssize_t length = readlink(path.c_str(), buffer, sizeof buffer);
-        if (length < 0) {
-            return path;
+        std::error_code error;
+        const fs::path next = fs::read_symlink(path, error);
+        if (error) {
+            break;
         }
-        const std::string next(buffer, static_cast<std::size_t>(length));
-        path = next.starts_with('/') ? next : DirectoryOf(path) + "/" + next;
+        path = path.parent_path() / next;
     }
-    throw SystemFailure("cannot open " + Quoted(path), ELOOP); // never: stat() has followed them
+    return path;
 }
 
 /// Where a file that does not exist would be made.
 std::string NewPath(const std::string &name)
 {
-    const std::string path = FollowLinks(name);
-    const std::string directory = RealPath(DirectoryOf(path));
-    if (directory.empty()) {
-        throw SystemFailure("cannot make " + Quoted(name), errno);
+    const fs::path path = FollowLinks(name);
+    std::error_code error;
+    const fs::path directory =
+        fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+    if (error) {
+        throw SystemFailure("cannot make " + Quoted(name), error.value());
     }
-    return InDirectory(directory, LastPartOf(path));
+    return directory / path.filename();
 }
 
 /// How the names begin that new files for a target have. A file name has at most 255 bytes.
-std::string BeginningOfNewNames(const std::string &path)
+std::string BeginningOfNewNames(const fs::path &path)
 {
     constexpr std::size_t kRest = 1 + kMark.size() + kRandomLetters + kEnding.size();
-    return "." + LastPartOf(path).substr(0, NAME_MAX - kRest) + std::string(kMark);
+    return "." + path.filename().native().substr(0, NAME_MAX - kRest) + std::string(kMark);
 }
 
-std::string NewName(const std::string &path)
+std::string NewName(const fs::path &path)
 {
     constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz012345";
     unsigned char random[kRandomLetters] = {};
     if (getrandom(random, sizeof random, 0) == -1) {
         throw SystemFailure("cannot make up a name for a file", errno);
     }
-    std::string name = InDirectory(DirectoryOf(path), BeginningOfNewNames(path));
+    std::string name = path.parent_path() / BeginningOfNewNames(path);
     for (const unsigned char byte : random) {
         name += kLetters[byte % kLetters.size()];
     }
@@ -117,27 +94,24 @@ bool IsFree(int fd)
 }
 
 /// Removes what killed instances left for a target.
-void RemoveLeftovers(const std::string &path)
+void RemoveLeftovers(const fs::path &path)
 {
-    const std::string directory = DirectoryOf(path);
     const std::string beginning = BeginningOfNewNames(path);
-    const std::unique_ptr<DIR, int (*)(DIR *)> entries(opendir(directory.c_str()), &closedir);
-    if (!entries) {
-        return; // nobody can find them then
-    }
-    while (const dirent *const entry = readdir(entries.get())) {
-        const std::string name = entry->d_name;
+    std::error_code error; // a directory that cannot be read hides them from everybody
+    for (fs::directory_iterator entry(path.parent_path(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename();
         if (name.size() != beginning.size() + kRandomLetters + kEnding.size() ||
             !name.starts_with(beginning) || !name.ends_with(kEnding)) {
             continue;
         }
-        const std::string leftover = InDirectory(directory, name);
+        const char *const leftover = entry->path().c_str();
         const Descriptor file(
-            open(leftover.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+            open(leftover, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
         struct stat status = {};
         if (file.IsOpen() && fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
             IsFree(file.Get())) {
-            unlink(leftover.c_str());
+            unlink(leftover);
         }
     }
 }
@@ -165,6 +139,12 @@ void Lock(int fd, const std::string &name, std::chrono::milliseconds wait)
     }
 }
 
+/// Gives an open file a name, which must be free.
+bool Link(const Descriptor &file, const std::string &path)
+{
+    return linkat(AT_FDCWD, file.Path().c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 bool IsSameFile(const struct stat &left, const struct stat &right)
 {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
@@ -178,7 +158,7 @@ class NewFile {
     {
         // Nobody else may read it until it has the old file's owner and mode.
         const mode_t mode = target.Exists() ? kNobodyElse : kNewFile;
-        const std::string directory = DirectoryOf(target.Path());
+        const std::string directory = fs::path(target.Path()).parent_path();
         file_ = Descriptor(open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
         for (int i = 0; !file_.IsOpen() && i < kMostNames; ++i) {
             path_ = NewName(target.Path());
@@ -191,12 +171,10 @@ class NewFile {
         if (!file_.IsOpen()) {
             const int error = errno;
             path_.clear();
-            throw Failure(
-                ExitCode::kIo,
-                SystemFailure("cannot write to the directory " + Quoted(directory), error).what(),
-                error == EACCES || error == EPERM
-                    ? std::string("a change replaces the file; ") + kInPlaceHint
-                    : "");
+            throw SystemFailure("cannot write to the directory " + Quoted(directory), error,
+                                error == EACCES || error == EPERM
+                                    ? std::string("a change replaces the file; ") + kInPlaceHint
+                                    : "");
         }
         static_cast<void>(IsFree(file_.Get())); // locked as long as this process lives
     }
@@ -216,14 +194,11 @@ class NewFile {
     bool Install()
     {
         if (!target_.Exists()) {
-            if (path_.empty()) {
-                return Link(target_.Path());
-            }
-            return InstallNamed();
+            return path_.empty() ? Link(file_, target_.Path()) : InstallNamed();
         }
         for (int i = 0; path_.empty() && i < kMostNames; ++i) {
             const std::string path = NewName(target_.Path());
-            if (Link(path)) {
+            if (Link(file_, path)) {
                 path_ = path;
             } else if (errno != EEXIST) {
                 return false;
@@ -233,12 +208,6 @@ class NewFile {
     }
 
   private:
-    bool Link(const std::string &path) const
-    {
-        const std::string file = "/proc/self/fd/" + std::to_string(file_.Get());
-        return linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    }
-
     /// Takes the target's name, unless somebody has just made a file of that name.
     bool InstallNamed()
     {
@@ -280,9 +249,8 @@ void CopyExtendedAttributes(int from, int to, const std::string &path)
         if (got >= 0 &&
             fsetxattr(to, name.c_str(), value.data(), static_cast<std::size_t>(got), 0) != 0 &&
             name == "system.posix_acl_access") {
-            const Failure failure =
-                SystemFailure("cannot keep the access list of " + Quoted(path), errno);
-            throw Failure(failure.Code(), failure.what(), kInPlaceHint);
+            throw SystemFailure("cannot keep the access list of " + Quoted(path), errno,
+                                kInPlaceHint);
         }
     }
 }
@@ -297,8 +265,7 @@ void AdoptAttributes(int from, int to, const std::string &path)
     }
     const bool isOwners = own.st_uid == status.st_uid && own.st_gid == status.st_gid;
     if (!isOwners && fchown(to, status.st_uid, status.st_gid) != 0) {
-        const Failure failure = SystemFailure("cannot keep the owner of " + Quoted(path), errno);
-        throw Failure(failure.Code(), failure.what(), kInPlaceHint);
+        throw SystemFailure("cannot keep the owner of " + Quoted(path), errno, kInPlaceHint);
     }
     CopyExtendedAttributes(from, to, path);
     // Last: a change of the owner clears bits, and an access list sets some.
@@ -308,9 +275,10 @@ void AdoptAttributes(int from, int to, const std::string &path)
 }
 
 /// Flushes the directory of a file to the disk.
-void FlushDirectoryOf(const std::string &path)
+void FlushDirectoryOf(const fs::path &path)
 {
-    const Descriptor directory(open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor directory(
+        open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A failure does no harm: the change is made and complete, and will get to the disk later.
     if (directory.IsOpen()) {
         static_cast<void>(fsync(directory.Get()));
@@ -339,7 +307,7 @@ bool WriteAt(int fd, std::string_view bytes, std::size_t at)
 
 } // namespace
 
-Target::Target(const std::string &name, const TargetOptions &options) : limit_(options.limit)
+Target::Target(const std::string &name, const TargetOptions &options)
 {
     if (name.empty()) {
         throw Failure(ExitCode::kUsage, "the file's name is empty");
@@ -351,11 +319,8 @@ Target::Target(const std::string &name, const TargetOptions &options) : limit_(o
             RemoveLeftovers(path_);
             return;
         }
-        const Failure failure = SystemFailure("cannot open " + Quoted(name), error);
-        if (error != ENOENT || !options.missingHint) {
-            throw failure;
-        }
-        throw Failure(failure.Code(), failure.what(), options.missingHint());
+        throw SystemFailure("cannot open " + Quoted(name), error,
+                            error == ENOENT && options.missingHint ? options.missingHint() : "");
     }
     if (S_ISDIR(status_.st_mode)) {
         throw SystemFailure("cannot change " + Quoted(name), EISDIR);
@@ -366,7 +331,8 @@ Target::Target(const std::string &name, const TargetOptions &options) : limit_(o
     if (faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0) {
         throw SystemFailure("cannot change " + Quoted(name), errno);
     }
-    path_ = RealPath(name);
+    std::error_code error;
+    path_ = fs::canonical(name, error);
     // The lock is that of the file which has the name once the lock is held: another instance may
     // just have replaced it.
     for (bool isCurrent = false; !isCurrent;) {
@@ -380,7 +346,7 @@ Target::Target(const std::string &name, const TargetOptions &options) : limit_(o
                     IsSameFile(status_, now);
     }
     RemoveLeftovers(path_);
-    bytes_ = ReadWhole(file_, name, limit_);
+    bytes_ = ReadWhole(FileInput(file_, name), options.limit);
 }
 
 bool Target::HasChanged() const
@@ -399,10 +365,8 @@ void Replace(const Target &target, const std::string &bytes, const Descriptor *m
     if (!WriteWhole(file.Get(), bytes)) {
         throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    if (target.Exists()) {
-        AdoptAttributes(target.File().Get(), file.Get(), path);
-    } else if (model != nullptr) {
-        AdoptAttributes(model->Get(), file.Get(), path);
+    if (target.Exists() || model != nullptr) {
+        AdoptAttributes((target.Exists() ? target.File() : *model).Get(), file.Get(), path);
     }
     if (fsync(file.Get()) != 0) {
         throw SystemFailure("cannot write " + Quoted(path), errno);
@@ -417,8 +381,7 @@ void Replace(const Target &target, const std::string &bytes, const Descriptor *m
             throw ChangedMeanwhile(path);
         }
         const bool isTaken = error == EBUSY || error == EPERM || error == EACCES;
-        throw Failure(ExitCode::kIo, SystemFailure("cannot replace " + Quoted(path), error).what(),
-                      isTaken ? kInPlaceHint : "");
+        throw SystemFailure("cannot replace " + Quoted(path), error, isTaken ? kInPlaceHint : "");
     }
     FlushDirectoryOf(path);
 }
@@ -449,17 +412,17 @@ void WriteInPlace(const Target &target, const std::string &bytes)
         const int error = errno;
         const bool isBack = WriteAt(file.Get(), std::string_view(old).substr(same), same) &&
                             ftruncate(file.Get(), static_cast<off_t>(old.size())) == 0;
-        throw Failure(ExitCode::kIo, SystemFailure("cannot write " + Quoted(path), error).what(),
-                      isBack ? "its old content was written back"
-                             : "its content is damaged from byte " + std::to_string(same) + " on");
+        throw SystemFailure(
+            "cannot write " + Quoted(path), error,
+            isBack ? "its old content was written back"
+                   : "its content is damaged from byte " + std::to_string(same) + " on");
     }
     RequireContent(file.Get(), bytes, path);
 }
 
 bool KeepAs(const Target &target, const std::string &path)
 {
-    const std::string file = "/proc/self/fd/" + std::to_string(target.File().Get());
-    if (linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+    if (Link(target.File(), path)) {
         return true;
     }
     if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) {

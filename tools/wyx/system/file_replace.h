@@ -45,7 +45,6 @@ class Target {
     Descriptor file_;
     struct stat status_ = {};
     std::string bytes_;
-    std::size_t limit_;
 };
 
 /// Puts a new file in the target's place, with the target's mode, owner and extended attributes.

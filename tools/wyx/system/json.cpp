@@ -138,6 +138,20 @@ void SetText(Json &object, const std::string &member, std::string_view text)
     }
 }
 
+void SetOptional(Json &object, const std::string &member, const std::optional<std::string> &text)
+{
+    object[member] = nullptr;
+    if (text) {
+        SetText(object, member, *text);
+    }
+}
+
+void SetError(Json &item, const Failure &failure)
+{
+    item["ok"] = false;
+    SetText(item, "error", failure.what());
+}
+
 void SetTexts(Json &object, const std::string &member, const std::vector<std::string> &texts)
 {
     object[member] = texts;

@@ -6,9 +6,12 @@
 
 #include <concepts>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "system/exit_code.h"
 
 namespace wyx::tool {
 
@@ -46,6 +49,12 @@ class Json {
 
 /// Sets a member to a text.
 void SetText(Json &object, const std::string &member, std::string_view text);
+
+/// Sets a member to a text, or to null if there is none.
+void SetOptional(Json &object, const std::string &member, const std::optional<std::string> &text);
+
+/// Marks the item of an input as failed, and says why.
+void SetError(Json &item, const Failure &failure);
 
 /// Sets a member to an array of texts; its second form, if one is needed, shows all of them.
 void SetTexts(Json &object, const std::string &member, const std::vector<std::string> &texts);

@@ -162,9 +162,9 @@ void Report(const Failure &failure)
     }
 }
 
-Failure SystemFailure(const std::string &what, int error)
+Failure SystemFailure(const std::string &what, int error, const std::string &hint)
 {
-    return {ExitCode::kIo, what + ": " + std::strerror(error)};
+    return {ExitCode::kIo, what + ": " + std::strerror(error), hint};
 }
 
 Progress::Progress(std::string name, std::uint64_t total)

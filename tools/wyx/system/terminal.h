@@ -25,7 +25,7 @@ struct OutputFailure {
 /// @throws OutputFailure
 void Put(std::string_view text);
 
-/// Brings all output to its place.
+/// Flushes all output.
 /// @throws OutputFailure if any of it could not be written
 void FlushOutput();
 
@@ -42,7 +42,7 @@ std::string Quoted(std::string_view text);
 enum class Colour { kError, kWarning, kName, kFaint };
 enum class Stream { kOut, kErr };
 
-/// The text in a colour if the stream is a terminal that has some, and NO_COLOR is not set.
+/// The text in a colour if the stream is a terminal with colours and NO_COLOR is not set.
 std::string Painted(Stream stream, Colour colour, std::string_view text);
 
 void PutError(std::string_view message);
@@ -53,7 +53,7 @@ void PutHint(std::string_view message);
 void Report(const Failure &failure);
 
 /// Of a failed call of the system: "cannot open 'x': No such file or directory".
-Failure SystemFailure(const std::string &what, int error);
+Failure SystemFailure(const std::string &what, int error, const std::string &hint = {});
 
 /// The line that shows how far a long file has been read. It appears after half a second if
 /// standard error is a terminal, and is gone when the object is.

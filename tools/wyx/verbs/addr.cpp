@@ -90,11 +90,8 @@ std::optional<Address> Parse(std::string text)
     QAL_UINT32 ulAddr = 0;
     QAL_UINT16 uwPort = 0;
     const QAL_UINT32 ulIpv4 = XELP_Parse_IPV4(text.data(), &ulAddr, &uwPort);
-    if (ulIpv4 == 0) {
-        return Address{4, Ipv4Text(ulAddr), std::nullopt};
-    }
-    if (ulIpv4 == XELP_OK_HAVE_PORT) {
-        return Address{4, Ipv4Text(ulAddr), uwPort};
+    if (ulIpv4 == 0 || ulIpv4 == XELP_OK_HAVE_PORT) {
+        return Address{4, Ipv4Text(ulAddr), ulIpv4 == 0 ? std::nullopt : std::optional(uwPort)};
     }
     std::array<QAL_UINT8, 2 *kGroups> bytes = {};
     if (XELP_Parse_IPV6(text.data(), bytes.data(), &uwPort) == 0) {
@@ -140,7 +137,7 @@ unsigned long ValueOf(const std::string &number)
     return std::strtoul(number.c_str(), nullptr, IsHexPrefix(number, 0) ? 16 : 10);
 }
 
-/// Why a text is no IPv4 address with or without a port.
+/// Why a text is not an IPv4 address with or without a port.
 Fault Ipv4Fault(const std::string &text)
 {
     std::size_t at = 0;
@@ -162,10 +159,10 @@ Fault Ipv4Fault(const std::string &text)
         return Instead(text, at, "the end, or ':' and a port,");
     }
     const std::size_t end = EndOfNumber(text, at + 1);
-    return end == at + 1 ? Instead(text, end, "a port") : Instead(text, end, "the end");
+    return Instead(text, end, end == at + 1 ? "a port" : "the end");
 }
 
-/// Why a text is no IPv6 address with or without a port.
+/// Why a text is not an IPv6 address with or without a port.
 Fault Ipv6Fault(const std::string &text)
 {
     std::size_t at = text.starts_with('[') ? 1 : 0;
@@ -361,7 +358,7 @@ class Explainer {
         worst_ = ExitCode::kMalformed;
         const Fault fault = FaultOf(text);
         isJson_ ? document_.push_back(ToJson(text, fault))
-                : PutError(Quoted(text) + " is no address: at offset " +
+                : PutError(Quoted(text) + " is not an address: at offset " +
                            std::to_string(fault.offset) + ", " + fault.what);
     }
 

@@ -71,7 +71,7 @@ Failure NoVerb(const Command &family, Words words)
         return {ExitCode::kUsage, name + " needs a verb: " + verbs, TryHelp(family)};
     }
     const std::string &word = words.front();
-    const std::string message = Quoted(word) + " is no verb of " + name;
+    const std::string message = Quoted(word) + " is not a verb of " + name;
     if (verbs.empty()) {
         return {ExitCode::kUsage, message, TryHelp(family)};
     }
@@ -180,8 +180,8 @@ Failure Arguments::Wrong(std::string_view word, bool lacksValue) const
         return Misuse(Dashed(OptionOf(optopt).name) + " takes no value");
     }
     if (optopt != 0) {
-        return Misuse("no option " + Quoted(std::string{'-', static_cast<char>(optopt)}),
-                      "after '--', a word that begins with '-' is no option");
+        return Misuse("unknown option " + Quoted(std::string{'-', static_cast<char>(optopt)}),
+                      "after '--', a word that begins with '-' is not an option");
     }
     const std::string_view name = word.substr(2, word.find('=') - 2);
     std::vector<std::string> names;
@@ -190,8 +190,8 @@ Failure Arguments::Wrong(std::string_view word, bool lacksValue) const
     }
     const std::string near = Nearest(name, names);
     const std::string shown = Quoted(Dashed(name));
-    return near.empty() ? Misuse("no option " + shown)
-                        : Misuse("no option " + shown, "did you mean '--" + near + "'?");
+    return near.empty() ? Misuse("unknown option " + shown)
+                        : Misuse("unknown option " + shown, "did you mean '--" + near + "'?");
 }
 
 std::optional<std::string> Arguments::Value(std::string_view option) const
@@ -224,7 +224,7 @@ std::optional<std::size_t> Arguments::Number(std::string_view option) const
     const char *const end = value->data() + value->size();
     const auto [stop, error] = std::from_chars(value->data(), end, number);
     if (error != std::errc() || stop != end) {
-        throw Misuse(Dashed(option) + " " + Quoted(*value) + " is no number from 0 on");
+        throw Misuse(Dashed(option) + " " + Quoted(*value) + " is not a valid number");
     }
     return number;
 }
@@ -249,7 +249,7 @@ void Arguments::RequireOneOf(std::initializer_list<std::string_view> options) co
     std::string_view first;
     for (const std::string_view option : options) {
         if (Has(option) && !first.empty()) {
-            throw Misuse(Dashed(first) + " and " + Dashed(option) + " exclude one another");
+            throw Misuse(Dashed(first) + " and " + Dashed(option) + " cannot be used together");
         }
         first = Has(option) ? option : first;
     }
@@ -260,7 +260,7 @@ void Arguments::RequireWith(std::string_view needed,
 {
     for (const std::string_view option : options) {
         if (Has(option) && !Has(needed)) {
-            throw Misuse(Dashed(option) + " makes sense with " + Dashed(needed) + " only");
+            throw Misuse(Dashed(option) + " only makes sense with " + Dashed(needed));
         }
     }
 }

@@ -42,7 +42,7 @@ class Arguments {
     std::optional<std::string> Value(std::string_view option) const;
     /// Of some options the one given last; empty if none was given.
     std::string_view Last(std::initializer_list<std::string_view> options) const;
-    /// An option's value as a number from 0 on.
+    /// An option's value as a number, 0 or more.
     /// @throws Failure
     std::optional<std::size_t> Number(std::string_view option) const;
 

@@ -71,11 +71,7 @@ ExitCode Encode(const std::string &file, std::size_t width)
     FileInput input(file);
     LineWriter lines(width);
     std::vector<unsigned char> piece(kPiece);
-    for (;;) {
-        const std::size_t held = input.Read(piece);
-        if (held == 0) {
-            break;
-        }
+    while (const std::size_t held = input.Read(piece)) {
         QAL_UINT8 *pucText = nullptr;
         const QAL_INT32 lLen =
             MOX_BASE64Encode(piece.data(), static_cast<QAL_INT32>(held), &pucText);
@@ -142,11 +138,7 @@ ExitCode Decode(const std::string &file, bool isLenient)
     std::vector<unsigned char> piece(kPiece);
     std::vector<unsigned char> text; // characters with a value that have not been decoded yet
     std::uint64_t offset = 0;
-    for (;;) {
-        const std::size_t held = input.Read(piece);
-        if (held == 0) {
-            break;
-        }
+    while (const std::size_t held = input.Read(piece)) {
         for (std::size_t i = 0; i < held; ++i) {
             const unsigned char character = piece[i];
             if (characters[character] == Character::kRefused && !isLenient) {

@@ -1,5 +1,5 @@
-// The grammar of the command line. scripts/make_tool_man.py reads this file, too, and knows only
-// what stands in it now: string literals, character literals, braces, and the constants below.
+// The grammar of the command line. scripts/make_tool_man.py reads this file, too, and understands
+// only what it contains now: string literals, character literals, braces, and the constants below.
 #include "verbs/commands.h"
 
 #include <algorithm>
@@ -77,8 +77,8 @@ constexpr Command kCommands[] = {
                  "with -c: do not report files that are missing; fail if no file was verified"},
                 {'q', "quiet", "", "with -c: do not report files that match"},
                 {'s', "status", "", "with -c: report by the exit code only"},
-                {'\0', "strict", "", "with -c: let lines that are no entries make the exit code 4"},
-                {'w', "warn", "", "with -c: warn of each line that is no entry"},
+                {'\0', "strict", "", "with -c: exit with 4 if a line is improperly formatted"},
+                {'w', "warn", "", "with -c: warn about each improperly formatted line"},
                 kJson,
                 kHelp,
             },
@@ -106,11 +106,12 @@ constexpr Command kCommands[] = {
         .name = "addr",
         .summary = "What IPv4 and IPv6 addresses mean to the library",
         .operands = "[TEXT...]",
-        .text = "For each TEXT, writes family, address in canonical form and port, or what is "
-                "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
-                "input, one address a line. Notes warn of texts that other parsers read "
-                "otherwise, such as a leading zero. An IPv6 address with port 0 is shown like one "
-                "without a port.",
+        .text =
+            "For each TEXT, writes family, address in canonical form and port, or what is "
+            "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
+            "input, one address a line. Notes warn about texts that other parsers read "
+            "differently, such as a leading zero. An IPv6 address with port 0 is shown like one "
+            "without a port.",
         .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
                     "  wyx addr --json 010.0.0.1\n"
                     "  wyx addr < LIST\n",
@@ -119,10 +120,11 @@ constexpr Command kCommands[] = {
     },
     {
         .name = "ini",
-        .summary = "Look into INI files, check and change them",
+        .summary = "Read, check and change INI files",
         .operands = "VERB [ARGUMENT...]",
         .text = "The case of ASCII letters in names does not matter. If a section is in a file "
-                "more than once, its last block counts; of a key in a block, the lowest line.",
+                "more than once, its last block counts; if a key is in a block more than once, its "
+                "last line.",
         .examples = "  wyx ini sections net.ini           what sections there are\n"
                     "  wyx ini get net.ini net port       a value\n"
                     "  wyx ini set net.ini net port=5061  change it\n"
@@ -196,7 +198,7 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "Reads an INI file from standard input and sets each of its keys in FILE, as 'wyx "
                 "ini set' does: no other byte changes, and comments and sections without keys are "
-                "not carried over. Of a key that is there more than once, the lowest line counts. "
+                "not carried over. If a section has a key more than once, its last line counts. "
                 "Input with a line that cannot be read is refused.",
         .examples = "  wyx ini merge net.ini < changes.ini\n"
                     "  wyx ini merge --if-missing net.ini < defaults.ini\n"
@@ -242,9 +244,9 @@ constexpr Command kCommands[] = {
         .operands = "FILE...",
         .text = "Findings have the form 'FILE:LINE: MESSAGE (CODE)'. The code of an error is the "
                 "library's status, and errors make the exit code 4; lookups and edits are more "
-                "lenient, and may still work. Warnings have a word for a code: they say what "
-                "lookups see otherwise than it looks, and what a save of the library would not "
-                "leave as it is.",
+                "lenient, and may still work. Warnings have a word for a code: they say where "
+                "lookups see something else than it seems, and what a save by the library would "
+                "change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",

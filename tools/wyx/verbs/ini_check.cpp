@@ -55,13 +55,15 @@ class Findings {
     std::vector<Finding> all_;
 };
 
-QAL_UINT32 CheckLine(const std::string &text, bool hasSection)
+/// @param hasSection  has there been a section header yet? Set at the first one.
+QAL_UINT32 CheckLine(const std::string &text, bool &hasSection)
 {
     std::string line = text;
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
     const QAL_UINT32 ulStatus = IniGetLineType(line.data(), &kind);
     switch (kind) {
         case INI_SECTION_LINE:
+            hasSection = true;
             return IniCheckSectionLine(line.c_str());
         case INI_KEYVALUE_LINE:
             return hasSection ? IniCheckKeyLine(line.data())
@@ -83,7 +85,6 @@ void CheckGrammar(const StoredLines &stored, Findings &findings)
         if (ulStatus != XELP_ERR_INI_OK) {
             findings.Error(line.first, ulStatus);
         }
-        hasSection = hasSection || ParseLine(line.text).kind == INI_SECTION_LINE;
     }
 }
 
@@ -146,7 +147,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
     }
 }
 
-/// Names of which lookups see one only, and text after a value that is no comment for them.
+/// Names that are there twice, and text after a value that looks like a comment but is none.
 void WarnOfNames(const StoredLines &stored, Findings &findings)
 {
     using LineOfName = std::map<std::string, std::size_t, NameLess>;
@@ -167,18 +168,12 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
             continue;
         }
         const auto [known, isNew] = names->try_emplace(parts.name, line.first);
-        if (isNew) {
-            // the first of its name
-        } else if (names == &sections) {
-            findings.Warning(line.first, "section-again",
-                             "section " + Quoted(parts.name) + " is also in line " +
-                                 std::to_string(known->second) +
-                                 ": lookups see the last block only");
-            known->second = line.first;
-        } else {
-            findings.Warning(line.first, "key-again",
-                             "key " + Quoted(parts.name) + " is also in line " +
-                                 std::to_string(known->second) + ": lookups see the lowest only");
+        if (!isNew) {
+            const std::string kind = KindName(parts.kind);
+            findings.Warning(line.first, kind + "-again",
+                             kind + " " + Quoted(parts.name) + " is also in line " +
+                                 std::to_string(known->second) + ": lookups see the last " +
+                                 (names == &sections ? "block" : "one") + " only");
             known->second = line.first;
         }
         if (parts.value) {
@@ -217,14 +212,13 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(raw.size(), "trailing-backslash",
                          "the backslash at the end of the file is not read, and lost in a save");
     }
-    const std::string_view all = bytes;
-    const bool isCrLf = !raw.empty() && std::ranges::all_of(raw, [&](const RawLine &line) {
-        return line.endLen == 0 || all.substr(line.end - line.endLen, line.endLen) == "\r\n";
-    });
-    const bool isLf = std::ranges::all_of(raw, [&](const RawLine &line) {
-        return line.endLen == 0 || all.substr(line.end - line.endLen, line.endLen) == "\n";
-    });
-    if (!isCrLf && !isLf) {
+    const auto isEvery = [&](std::string_view lineEnd) {
+        return std::ranges::all_of(raw, [&](const RawLine &line) {
+            return line.endLen == 0 ||
+                   bytes.compare(line.end - line.endLen, line.endLen, lineEnd) == 0;
+        });
+    };
+    if (!isEvery("\n") && !isEvery("\r\n")) {
         findings.Warning(1, "line-ends", "the lines do not all end in LF, nor all in CR LF");
     }
 }
@@ -308,8 +302,7 @@ ExitCode RunIniCheck(const Arguments &arguments)
             Report(failure);
             Json item;
             SetText(item, "file", name);
-            item["ok"] = false;
-            SetText(item, "error", failure.what());
+            SetError(item, failure);
             document.push_back(std::move(item));
             worst = Graver(worst, failure.Code());
         }

@@ -23,11 +23,6 @@ namespace {
 
 constexpr std::size_t kLongestWait = 86400; // a day
 
-Failure Refusal(const std::string &what, const std::string &hint = {})
-{
-    return {ExitCode::kUsage, what + "; nothing was changed", hint};
-}
-
 bool IsSameKey(const Edit &left, const Edit &right)
 {
     return IsSameName(left.section, right.section) && IsSameName(left.key, right.key);
@@ -86,7 +81,7 @@ std::vector<Edit> ParseSettings(const std::string &section, Words words)
     return edits;
 }
 
-/// An edit for each key of a file; of a key that is there more than once, for the lowest line.
+/// An edit for each key of a file; if a key is there more than once, for its last line.
 std::vector<Edit> EditsOf(const IniText &other)
 {
     other.RequireReadable();
@@ -110,7 +105,7 @@ std::chrono::milliseconds WaitOf(const Arguments &arguments)
     return seconds ? std::chrono::seconds(std::min(*seconds, kLongestWait)) : kUsualWait;
 }
 
-/// Applies edits as the options have it. What is left out has an effect that changed nothing.
+/// Applies edits as the options have it.
 EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
                      const std::vector<Edit> &edits)
 {
@@ -119,25 +114,12 @@ EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
     if (arguments.Has("strict")) {
         text.RequireReadable();
     }
-    std::vector<Edit> wanted;
-    std::vector<bool> isWanted;
-    for (const Edit &edit : edits) {
-        if (arguments.Has("existing")) {
+    if (arguments.Has("existing")) {
+        for (const Edit &edit : edits) {
             text.Value(edit.section, edit.key); // which fails if there is none
         }
-        isWanted.push_back(!arguments.Has("if-missing") ||
-                           text.Document().Find(edit.section, edit.key).status != XELP_ERR_INI_OK);
-        if (isWanted.back()) {
-            wanted.push_back(edit);
-        }
     }
-    EditResult result = ApplyEdits(name, bytes, wanted);
-    for (std::size_t i = 0; i < edits.size(); ++i) {
-        if (!isWanted[i]) {
-            result.effects.insert(result.effects.begin() + static_cast<std::ptrdiff_t>(i),
-                                  EditEffect{});
-        }
-    }
+    EditResult result = ApplyEdits(name, bytes, edits, arguments.Has("if-missing"));
     for (const std::string &warning : result.warnings) {
         PutWarning(warning);
     }
@@ -156,7 +138,7 @@ Outcome Filter(const Arguments &arguments, const std::vector<Edit> &edits)
     if (arguments.Has("json") && !arguments.Has("dry-run")) {
         throw arguments.Misuse("--json and '-' both write to standard output");
     }
-    const std::string bytes = ReadWhole("-", kLargestFile);
+    const std::string bytes = ReadWhole(FileInput("-"), kLargestFile);
     EditResult result = EditBytes(arguments, bytes, edits);
     if (arguments.Has("dry-run")) {
         return {std::move(result.effects), UnifiedDiff("-", bytes, result.bytes)};
@@ -168,7 +150,7 @@ Outcome Filter(const Arguments &arguments, const std::vector<Edit> &edits)
 Outcome DryRun(const Arguments &arguments, const std::vector<Edit> &edits)
 {
     const bool isNew = arguments.Has("create") && access(arguments[0].c_str(), F_OK) != 0;
-    const std::string bytes = isNew ? "" : ReadWhole(arguments[0], kLargestFile);
+    const std::string bytes = isNew ? "" : ReadWhole(FileInput(arguments[0]), kLargestFile);
     EditResult result = EditBytes(arguments, bytes, edits);
     return {std::move(result.effects), UnifiedDiff(arguments[0], bytes, result.bytes)};
 }
@@ -189,18 +171,17 @@ Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
     EditResult result = EditBytes(arguments, target.Bytes(), edits);
     const bool isNew = !target.Exists();
     if (!isNew && result.bytes == target.Bytes()) {
-        return {std::move(result.effects), {}};
-    }
-    if (arguments.Has("in-place") && !isNew) {
+        // nothing to write
+    } else if (!isNew && arguments.Has("in-place")) {
         WriteInPlace(target, result.bytes);
-        return {std::move(result.effects), {}};
+    } else {
+        if (!isNew && target.Status().st_nlink > 1) {
+            PutWarning(Shown(name) +
+                       " has other names (hard links), which keep the old content; --in-place "
+                       "changes all of them");
+        }
+        Replace(target, result.bytes);
     }
-    if (!isNew && target.Status().st_nlink > 1) {
-        PutWarning(Shown(name) +
-                   " has other names (hard links), which keep the old content; --in-place changes "
-                   "all of them");
-    }
-    Replace(target, result.bytes);
     return {std::move(result.effects), {}};
 }
 

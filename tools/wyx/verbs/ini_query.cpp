@@ -85,7 +85,7 @@ std::string ShellLine(const KeyValue &pair)
     };
     if (!isOf(pair.key, {kLetters, kDigits}) || kDigits.find(pair.key.front()) != kDigits.npos) {
         throw Failure(ExitCode::kMalformed,
-                      "key " + Quoted(pair.key) + " is no name of a shell's variable",
+                      "key " + Quoted(pair.key) + " cannot be the name of a shell variable",
                       "'--format=lines' and '--format=json' take any name");
     }
     const std::string value = pair.value.value_or("");
@@ -106,10 +106,7 @@ ExitCode PutFormatted(const std::string &format, const std::string &section,
     std::string text;
     for (const KeyValue &pair : pairs) {
         if (format == "json") {
-            json[pair.key] = nullptr;
-            if (pair.value) {
-                SetText(json, pair.key, *pair.value);
-            }
+            SetOptional(json, pair.key, pair.value);
         } else if (format == "sh") {
             text += ShellLine(pair);
         } else {
@@ -139,23 +136,17 @@ Json ListItem(const StoredLine &line)
     Json item;
     item["line"] = line.first;
     item["lines"] = line.count;
-    if (line.isTooLong) {
-        item["kind"] = "error";
-        item["code"] = static_cast<QAL_UINT32>(XELP_ERR_INI_LINE_TOO_LONG);
-        return item;
-    }
-    const LineParts parts = ParseLine(line.text);
+    const LineParts parts = ParseLine(line);
     item["kind"] = KindName(parts.kind);
-    SetText(item, "text", line.text);
-    if (parts.status != XELP_ERR_INI_OK) {
+    if (!line.isTooLong) {
+        SetText(item, "text", line.text);
+    }
+    if (parts.IsUnreadable()) {
         item["code"] = parts.status;
     } else if (parts.kind == INI_SECTION_LINE || parts.kind == INI_KEYVALUE_LINE) {
         SetText(item, "name", parts.name);
         if (parts.kind == INI_KEYVALUE_LINE) {
-            item["value"] = nullptr;
-            if (parts.value) {
-                SetText(item, "value", *parts.value);
-            }
+            SetOptional(item, "value", parts.value);
         }
         if (parts.comment) {
             SetText(item, "comment", *parts.comment);
@@ -168,12 +159,12 @@ std::string ListRow(const StoredLine &line, int numberWidth)
 {
     std::string number = std::to_string(line.first);
     number.insert(0, static_cast<std::size_t>(numberWidth) - number.size(), ' ');
-    const LineParts parts = line.isTooLong ? LineParts{} : ParseLine(line.text);
-    const bool isError = line.isTooLong || parts.status != XELP_ERR_INI_OK;
+    const LineParts parts = ParseLine(line);
+    const bool isError = parts.IsUnreadable();
     std::string kind = isError ? "error" : KindName(parts.kind);
     const std::size_t padding = kKindWidth - kind.size();
-    const std::string text = line.isTooLong ? LineStatusText(XELP_ERR_INI_LINE_TOO_LONG)
-                                            : Shown(WithoutLineEnd(line.text));
+    const std::string text =
+        line.isTooLong ? LineStatusText(parts.status) : Shown(WithoutLineEnd(line.text));
     if (isError) {
         kind = Painted(Stream::kOut, Colour::kError, kind);
     } else if (parts.kind == INI_SECTION_LINE) {
@@ -236,10 +227,7 @@ ExitCode RunIniGet(const Arguments &arguments)
         SetText(json, "file", arguments[0]);
         SetText(json, "section", section);
         SetText(json, "key", key);
-        json["value"] = nullptr;
-        if (value) {
-            SetText(json, "value", *value);
-        }
+        SetOptional(json, "value", value);
         PutJson(json);
     } else {
         Put(value.value_or("") + "\n");
@@ -251,9 +239,8 @@ ExitCode RunIniList(const Arguments &arguments)
 {
     const IniSource source = ReadSource(arguments);
     const StoredLines stored = ReadStoredLines(source);
-    const bool isNothing = std::ranges::all_of(stored.lines, [](const StoredLine &line) {
-        return ParseLine(line.text).status != XELP_ERR_INI_OK;
-    });
+    const bool isNothing = std::ranges::all_of(
+        stored.lines, [](const StoredLine &line) { return ParseLine(line).IsUnreadable(); });
     const bool isWhole = stored.IsLoadable() && (stored.lines.empty() || !isNothing);
     if (arguments.Has("json")) {
         Json json;

@@ -54,7 +54,7 @@ Candidate Examine(const Leftover &leftover, const std::string &target)
     if (!candidate.file.IsOpen() || fstat(candidate.file.Get(), &status) != 0) {
         throw SystemFailure("cannot open " + Quoted(leftover.path), errno);
     }
-    candidate.bytes = ReadWhole(candidate.file, leftover.path, kLargestFile);
+    candidate.bytes = ReadWhole(FileInput(candidate.file, leftover.path), kLargestFile);
     const std::string &bytes = candidate.bytes;
     const StoredLines stored = ReadStoredLines(IniSource::OfBytes(leftover.path, bytes));
     candidate.lines = stored.lines.size();
@@ -221,10 +221,7 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
         Json json;
         SetText(json, "file", name);
         SetText(json, "restored", leftover.path);
-        json["kept"] = nullptr;
-        if (!backup.empty()) {
-            SetText(json, "kept", backup);
-        }
+        SetOptional(json, "kept", backup.empty() ? std::nullopt : std::optional(backup));
         PutJson(json);
     } else {
         Put(Shown(name) + ": restored from " + Shown(leftover.path) +

@@ -31,42 +31,37 @@ namespace {
 constexpr std::size_t kPiece = 262144;
 constexpr std::size_t kMd5Length = 16;
 
-enum class Algorithm { kCrc16, kCrc32, kMd5 };
+enum class Kind { kCrc16, kCrc32, kMd5 };
 
-struct AlgorithmName {
-    Algorithm algorithm;
+struct Algorithm {
+    Kind kind;
     std::string_view name;
     std::string_view tag; // in lines of the form "TAG (NAME) = HEX"
     std::size_t digits;
 };
 
 constexpr std::array kAlgorithms = {
-    AlgorithmName{Algorithm::kCrc16, "crc16", "CRC16", 4},
-    AlgorithmName{Algorithm::kCrc32, "crc32", "CRC32", 8},
-    AlgorithmName{Algorithm::kMd5, "md5", "MD5", 32},
+    Algorithm{Kind::kCrc16, "crc16", "CRC16", 4},
+    Algorithm{Kind::kCrc32, "crc32", "CRC32", 8},
+    Algorithm{Kind::kMd5, "md5", "MD5", 32},
 };
-
-const AlgorithmName &NameOf(Algorithm algorithm)
-{
-    return *std::ranges::find(kAlgorithms, algorithm, &AlgorithmName::algorithm);
-}
 
 /// A sum being computed.
 class Sum {
   public:
-    explicit Sum(Algorithm algorithm) : algorithm_(algorithm) { XELP_MD5_Init(&md5_); }
+    explicit Sum(const Algorithm &algorithm) : algorithm_(algorithm) { XELP_MD5_Init(&md5_); }
 
     void Add(std::span<const unsigned char> piece)
     {
         const auto ulLen = static_cast<QAL_UINT32>(piece.size());
-        switch (algorithm_) {
-            case Algorithm::kCrc16:
+        switch (algorithm_.kind) {
+            case Kind::kCrc16:
                 XELP_CRC_Accumulate_16(uwCrc_, piece.data(), ulLen, &uwCrc_);
                 break;
-            case Algorithm::kCrc32:
+            case Kind::kCrc32:
                 XELP_CRC_Accumulate_32(ulCrc_, piece.data(), ulLen, &ulCrc_);
                 break;
-            case Algorithm::kMd5:
+            case Kind::kMd5:
                 XELP_MD5_Update(&md5_, piece.data(), ulLen);
                 break;
         }
@@ -75,20 +70,20 @@ class Sum {
     /// Finishes the sum.
     std::string Digits()
     {
-        if (algorithm_ == Algorithm::kMd5) {
+        if (algorithm_.kind == Kind::kMd5) {
             std::string digest(kMd5Length, 0);
             XELP_MD5_Final(reinterpret_cast<QAL_UINT8 *>(digest.data()), &md5_);
             return Hex(digest);
         }
-        const int digits = static_cast<int>(NameOf(algorithm_).digits);
-        const QAL_UINT32 ulSum = algorithm_ == Algorithm::kCrc16 ? uwCrc_ : ulCrc_;
+        const int digits = static_cast<int>(algorithm_.digits);
+        const QAL_UINT32 ulSum = algorithm_.kind == Kind::kCrc16 ? uwCrc_ : ulCrc_;
         char text[16];
         std::snprintf(text, sizeof text, "%0*x", digits, ulSum);
         return text;
     }
 
   private:
-    Algorithm algorithm_;
+    const Algorithm &algorithm_;
     QAL_UINT16 uwCrc_ = 0;
     QAL_UINT32 ulCrc_ = 0;
     MD5_S_CTX md5_ = {};
@@ -99,17 +94,13 @@ struct FileSum {
     std::uint64_t bytes = 0;
 };
 
-FileSum SumOf(const std::string &name, Algorithm algorithm)
+FileSum SumOf(const std::string &name, const Algorithm &algorithm)
 {
     FileInput input(name);
     std::vector<unsigned char> piece(kPiece);
     Sum sum(algorithm);
     FileSum result;
-    for (;;) {
-        const std::size_t held = input.Read(piece);
-        if (held == 0) {
-            break;
-        }
+    while (const std::size_t held = input.Read(piece)) {
         sum.Add({piece.data(), held});
         result.bytes += held;
     }
@@ -119,33 +110,25 @@ FileSum SumOf(const std::string &name, Algorithm algorithm)
 
 /// A line of a list.
 struct Entry {
-    Algorithm algorithm = Algorithm::kCrc32;
+    const Algorithm *algorithm;
     std::string digits;
     std::string name;
 };
 
+constexpr std::string_view kEscaped = "\n\r\\"; // in names ...
+constexpr std::string_view kCodes = "nr\\";     // ... each as a backslash and this
+
 bool NeedsEscape(std::string_view name)
 {
-    return name.find_first_of("\n\r\\") != std::string_view::npos;
+    return name.find_first_of(kEscaped) != std::string_view::npos;
 }
 
 std::string Escaped(std::string_view name)
 {
     std::string escaped;
     for (const char ch : name) {
-        switch (ch) {
-            case '\n':
-                escaped += "\\n";
-                break;
-            case '\r':
-                escaped += "\\r";
-                break;
-            case '\\':
-                escaped += "\\\\";
-                break;
-            default:
-                escaped += ch;
-        }
+        const std::size_t at = kEscaped.find(ch);
+        escaped += at == std::string_view::npos ? std::string{ch} : std::string{'\\', kCodes[at]};
     }
     return escaped;
 }
@@ -158,20 +141,11 @@ std::optional<std::string> Unescaped(std::string_view name)
             plain += name[i];
             continue;
         }
-        const char code = i + 1 < name.size() ? name[++i] : '\0';
-        switch (code) {
-            case 'n':
-                plain += '\n';
-                break;
-            case 'r':
-                plain += '\r';
-                break;
-            case '\\':
-                plain += '\\';
-                break;
-            default:
-                return std::nullopt;
+        const std::size_t at = ++i < name.size() ? kCodes.find(name[i]) : std::string_view::npos;
+        if (at == std::string_view::npos) {
+            return std::nullopt;
         }
+        plain += kEscaped[at];
     }
     return plain;
 }
@@ -179,24 +153,15 @@ std::optional<std::string> Unescaped(std::string_view name)
 /// How the lines of a list look.
 enum class Form { kPlain, kStarred, kTagged };
 
-std::string ListLine(const AlgorithmName &algorithm, const std::string &digits,
-                     const std::string &name, Form form, bool isZero)
+std::string ListLine(const Algorithm &algorithm, const std::string &digits, const std::string &name,
+                     Form form, bool isZero)
 {
     const bool isEscaped = !isZero && NeedsEscape(name);
     const std::string shown = isEscaped ? Escaped(name) : name;
-    std::string line = isEscaped ? "\\" : "";
-    switch (form) {
-        case Form::kPlain:
-            line += digits + "  " + shown;
-            break;
-        case Form::kStarred:
-            line += digits + " *" + shown;
-            break;
-        case Form::kTagged:
-            line += std::string(algorithm.tag) + " (" + shown + ") = " + digits;
-            break;
-    }
-    return line + (isZero ? '\0' : '\n');
+    return (isEscaped ? "\\" : "") +
+           (form == Form::kTagged ? std::string(algorithm.tag) + " (" + shown + ") = " + digits
+                                  : digits + (form == Form::kStarred ? " *" : "  ") + shown) +
+           (isZero ? '\0' : '\n');
 }
 
 std::size_t LeadingDigits(std::string_view text)
@@ -226,7 +191,7 @@ std::string_view WithoutBlanks(std::string_view text)
 std::optional<Entry> ParsePlain(std::string_view line)
 {
     const std::size_t digits = LeadingDigits(line);
-    const auto algorithm = std::ranges::find(kAlgorithms, digits, &AlgorithmName::digits);
+    const auto algorithm = std::ranges::find(kAlgorithms, digits, &Algorithm::digits);
     std::string_view rest = line.substr(digits);
     if (algorithm == kAlgorithms.end() || WithoutBlanks(rest).size() == rest.size()) {
         return std::nullopt;
@@ -236,13 +201,13 @@ std::optional<Entry> ParsePlain(std::string_view line)
     if (rest.empty()) {
         return std::nullopt;
     }
-    return Entry{algorithm->algorithm, Lower(line.substr(0, digits)), std::string(rest)};
+    return Entry{algorithm, Lower(line.substr(0, digits)), std::string(rest)};
 }
 
 /// "CRC32 (NAME) = HEX", with or without its blanks
 std::optional<Entry> ParseTagged(std::string_view line)
 {
-    for (const AlgorithmName &algorithm : kAlgorithms) {
+    for (const Algorithm &algorithm : kAlgorithms) {
         const std::size_t close = line.rfind(')');
         if (!line.starts_with(algorithm.tag) || close == std::string_view::npos) {
             continue;
@@ -253,7 +218,7 @@ std::optional<Entry> ParseTagged(std::string_view line)
         const std::string_view digits = WithoutBlanks(equals.substr(equals.empty() ? 0 : 1));
         if (name.size() > 1 && name.front() == '(' && equals.starts_with('=') &&
             digits.size() == algorithm.digits && LeadingDigits(digits) == digits.size()) {
-            return Entry{algorithm.algorithm, Lower(digits), std::string(name.substr(1))};
+            return Entry{&algorithm, Lower(digits), std::string(name.substr(1))};
         }
     }
     return std::nullopt;
@@ -287,7 +252,7 @@ std::optional<Entry> ParseLine(std::string_view line)
 }
 
 struct Options {
-    std::optional<Algorithm> only;
+    const Algorithm *only = nullptr; // the one chosen
     Form form = Form::kPlain;
     bool isZero = false;
     std::string_view report; // the last one given of "quiet", "status" and "warn"
@@ -297,21 +262,15 @@ struct Options {
 };
 
 /// What the JSON item of a file begins with.
-Json ItemOf(const std::string &name, Algorithm algorithm)
+Json ItemOf(const std::string &name, const Algorithm &algorithm)
 {
     Json item;
     SetText(item, "file", name);
-    item["algorithm"] = NameOf(algorithm).name;
+    item["algorithm"] = algorithm.name;
     return item;
 }
 
-void SetError(Json &item, const Failure &failure)
-{
-    item["ok"] = false;
-    SetText(item, "error", failure.what());
-}
-
-ExitCode MakeSums(Words names, Algorithm algorithm, const Options &options)
+ExitCode MakeSums(Words names, const Algorithm &algorithm, const Options &options)
 {
     ExitCode worst = ExitCode::kOk;
     Json document = Json::array();
@@ -322,7 +281,7 @@ ExitCode MakeSums(Words names, Algorithm algorithm, const Options &options)
             item["sum"] = sum.digits;
             item["bytes"] = sum.bytes;
             if (!options.isJson) {
-                Put(ListLine(NameOf(algorithm), sum.digits, name, options.form, options.isZero));
+                Put(ListLine(algorithm, sum.digits, name, options.form, options.isZero));
             }
         } catch (const Failure &failure) {
             Report(failure);
@@ -354,7 +313,7 @@ class Checker {
                 continue;
             }
             const std::optional<Entry> entry = ParseLine(line);
-            if (entry && (!options_.only || entry->algorithm == *options_.only)) {
+            if (entry && (options_.only == nullptr || entry->algorithm == options_.only)) {
                 ++count_.entries;
                 CheckEntry(*entry);
                 continue;
@@ -421,10 +380,10 @@ class Checker {
         if (options_.isMissingIgnored && access(entry.name.c_str(), F_OK) != 0 && errno == ENOENT) {
             return;
         }
-        Json item = ItemOf(entry.name, entry.algorithm);
+        Json item = ItemOf(entry.name, *entry.algorithm);
         item["expected"] = entry.digits;
         try {
-            const std::string digits = SumOf(entry.name, entry.algorithm).digits;
+            const std::string digits = SumOf(entry.name, *entry.algorithm).digits;
             const bool isSame = digits == entry.digits;
             item["actual"] = digits;
             item["ok"] = isSame;
@@ -475,12 +434,12 @@ ExitCode CheckLists(Words lists, const Options &options)
 Options OptionsOf(const Arguments &arguments)
 {
     Options options;
-    for (const AlgorithmName &algorithm : kAlgorithms) {
+    for (const Algorithm &algorithm : kAlgorithms) {
         if (arguments.Has(algorithm.name)) {
-            if (options.only) {
+            if (options.only != nullptr) {
                 throw arguments.Misuse("more than one algorithm chosen");
             }
-            options.only = algorithm.algorithm;
+            options.only = &algorithm;
         }
     }
     const std::string_view form = arguments.Last({"binary", "text", "tag"});
@@ -509,7 +468,7 @@ ExitCode RunSum(const Arguments &arguments)
         return CheckLists(names, options);
     }
     arguments.RequireWith("check", {"ignore-missing", "quiet", "status", "strict", "warn"});
-    if (!options.only) {
+    if (options.only == nullptr) {
         throw Failure(ExitCode::kUsage, "no algorithm chosen: --crc16, --crc32 or --md5",
                       "for example: wyx sum --crc32 " + Shown(names.front()));
     }
