@@ -31,10 +31,11 @@
  *
  * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy until the entry is
  * removed; the key callback *takes* the copy and must release it with XELP_MemFreeD(). The table
- * *keeps* a stored user node until a Remove call *hands* it *over* to you again, a Delete call or
- * XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the node callback, or
- * XELP_Hash_DeInit() with another flag drops it. A query only returns a pointer to it: it stays
- * stored. The table itself and its chain nodes belong to the library until XELP_Hash_DeInit().
+ * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
+ * to you, a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
+ * node callback, and XELP_Hash_DeInit() with another flag drops it. A query only returns a pointer
+ * to it: it stays stored. The table itself and its chain nodes belong to the library until
+ * XELP_Hash_DeInit().
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. Nothing is ever rehashed, so choose the number of

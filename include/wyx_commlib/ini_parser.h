@@ -139,7 +139,7 @@ typedef enum WYX_ENUM32 {
 typedef struct XelpIniFileStruct {
     QAL_UINT32 ulLabel;      /**< 1 once a line was stored or removed; a save writes only then */
     QAL_UINT32 ulLineNum;    /**< slots in use, those of removed lines included */
-    QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 after a load, or 50 more at a time */
+    QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
     QAL_UINT32 ulIniFileNum; /**< physical lines loaded, less one for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
                                   is null if that was removed; all are null from ulLineNum on */

@@ -17,12 +17,12 @@
  * XELP_SLinkList_Deinit(list, XELP_SLL_FreeUserNode_Yes); // releases every person that is left
  * @endcode
  *
- * **Ownership.** A stored user node is *kept* until a Remove call *hands* it *over* to you again,
- * a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes passes it to the list's
- * release callback, or XELP_SLinkList_Deinit() with another flag drops it. Query and Get calls
- * only return a pointer to it: it stays stored. One record may be stored twice; both elements then
- * share it, and deleting both releases it twice. The list's one block belongs to the library until
- * XELP_SLinkList_Deinit().
+ * **Ownership.** A stored user node is *kept* until it leaves the list: a Remove call *hands*
+ * it *over* to you, a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes
+ * passes it to the list's release callback, and XELP_SLinkList_Deinit() with another flag drops it.
+ * Query and Get calls only return a pointer to it: it stays stored. One record may be stored twice;
+ * both elements then share it, and deleting both releases it twice. The list's one block belongs to
+ * the library until XELP_SLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
  * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).

@@ -2,9 +2,9 @@
  * @file wyx.hpp
  * @brief The library for C++17 and later: owners, views and values over the C calls.
  *
- * Everything here is inline and made of the C calls: it adds no state and no export to the library,
- * throws nothing of its own and needs neither exceptions nor RTTI. Where a comment names a C call,
- * the header of that call is the manual.
+ * Everything here is inline: it adds no state and no export to the library, throws nothing of its
+ * own and needs neither exceptions nor RTTI. Where a comment names a C call, the header of that
+ * call is the manual. The containers have no wrapper.
  *
  * - Text and bytes go in as views. A text that is a `const char *` or `std::string` is passed on as
  *   it is; any other view of a text is copied first, since the C calls need a terminating NUL.
