@@ -1,16 +1,17 @@
 /**
  * @file mem_accounting.h
- * @brief Who holds how much memory, in the accounting build of the default adapter.
+ * @brief Which source line holds how much memory, in the accounting build of the default adapter.
  *
  * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows the
- * source line that allocated each live block. The release of anything else ends the process with a
- * message on the standard error output.
+ * source line that allocated each live block. Releasing anything but a live block ends the process
+ * with a message on the standard error output.
  *
- * A second release of a block is recognised, and the message names both lines, as long as the
- * block is among the last 1,024 released and the last 1 MiB of them; during that time its memory
- * is not reused. After that the message may name no lines, or those of a later block at the same
- * address. If that later block is live, there is no message: the second release takes it from its
- * owner.
+ * A released block is held back until it and those released after it are more than 1,024 or hold
+ * more than 1 MiB; the block released last always is. As long as a block is held back, its memory
+ * is not reused, and a second release of it is recognised: the message names the line that
+ * allocated it and both lines that released it. After that the message may name only the line of
+ * the second release, or also lines of a later block at that address. If the address is the start
+ * of a live block by then, there is no message: the second release takes that block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
  * so a write past the end of a block or after its release is not noticed.
@@ -29,7 +30,7 @@ typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
     QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
-    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, not necessarily then */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps at another time */
     QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;
@@ -75,7 +76,7 @@ WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
 WYX_API QAL_ULONG wyx_mem_blocks(wyxMem_S_Block *pstruBlocks, QAL_ULONG ulMax);
 
 /**
- * @brief Prints the use of all call sites, and of each, as text.
+ * @brief Prints the use of all call sites together, and then of each, as text.
  *
  * @param[in] lFd  the descriptor to print to, such as 2 for the standard error output
  */

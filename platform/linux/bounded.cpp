@@ -29,8 +29,8 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
         return kRefused;
     }
     std::memset(pDest, lByte, ulCount);
-    // To the optimiser, this statement may read the block. Without it, an optimiser that also sees
-    // the caller, as in link-time optimisation, could drop the fill because nobody reads it.
+    // For all the optimiser knows, this statement reads the block. Otherwise an optimiser that also
+    // sees the caller, as in link-time optimisation, could drop the fill because nobody reads it.
     __asm__ volatile("" : : "r"(pDest) : "memory");
     return 0;
 }

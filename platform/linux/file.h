@@ -4,8 +4,8 @@
 
 #include "wyx_commlib/types.h"
 
-/// An open file as its caller holds it: a Reader or a Writer. A writer never has bytes to read, so
-/// XELP_Fgetc() asks which kind it has only when there are none.
+/// An open file as its caller holds it: a Reader or a Writer. A writer never has a byte to read, so
+/// XELP_Fgetc() asks for the kind only if no byte is buffered.
 struct xelpFile {
     const QAL_UINT8 *pucNext; // the next byte to read
     const QAL_UINT8 *pucEnd;  // after the last buffered byte

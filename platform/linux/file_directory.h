@@ -1,5 +1,5 @@
-// The directories that hold files: whether an entry was made, renamed or removed, a power cut can
-// undo it until its directory is flushed, too.
+// The directories that hold files. Until a directory is flushed, a power cut can undo that an entry
+// of it was created, renamed or removed.
 #ifndef WYX_PLATFORM_LINUX_FILE_DIRECTORY_H
 #define WYX_PLATFORM_LINUX_FILE_DIRECTORY_H
 

@@ -33,7 +33,7 @@ QAL_UINT64 HashOf(Seen enSeen, const QAL_CHAR *pszName)
     return ullHash & ~kTimeMask;
 }
 
-bool IsOfASave(const QAL_CHAR *pszName)
+bool BelongsToASave(const QAL_CHAR *pszName)
 {
     constexpr QAL_CHAR kSuffix[] = ".ibk";
     constexpr std::size_t kLen = sizeof kSuffix - 1;
@@ -54,14 +54,14 @@ namespace wyx::os {
 
 void NoteName(Seen enSeen, const QAL_CHAR *pszName)
 {
-    if (IsOfASave(pszName)) {
+    if (BelongsToASave(pszName)) {
         aullNotes[ulNext++ % kNotes] = HashOf(enSeen, pszName) | Now();
     }
 }
 
 bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
 {
-    if (!IsOfASave(pszName)) {
+    if (!BelongsToASave(pszName)) {
         return false;
     }
     const QAL_UINT64 ullHash = HashOf(enSeen, pszName);

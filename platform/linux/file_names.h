@@ -1,6 +1,6 @@
-// Names of new files at which this process has none: it has just found nothing there, or has just
-// renamed its file away. A file that appears there belongs to another process, and must not be
-// emptied or removed.
+// Names under which this process has no file: it has just found none, or has just renamed its own
+// away. A file that appears under such a name belongs to another process, and must not be emptied
+// or removed.
 //
 // A save first looks for a file under the name of its new file. It then creates the file, renames
 // it, and removes the old name again. Two processes that save one target in the same millisecond

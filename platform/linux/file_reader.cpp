@@ -19,8 +19,8 @@ constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their
 /// Reads a regular file to its end.
 bool ReadWhole(Reader &reader, off_t lSize)
 {
-    // The size is a hint: some files report no size, others grow. The room for one byte more shows
-    // whether the first read has found the end.
+    // The size is a hint: some files report no size, others grow. With room for one byte more, the
+    // first read shows whether it has reached the end.
     QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kSmallestWhole;
     QAL_ULONG ulHeld = 0;
     reader.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(ulRoom));

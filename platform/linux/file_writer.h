@@ -22,7 +22,7 @@ struct Writer : xelpFile {
     int iFd;
     int iDirFd;      // the directory that holds the file; -1 if it cannot be read
     int iError;      // what made the file fail; it then takes no more bytes
-    bool isReported; // a short count has reported that failure
+    bool isReported; // that failure has been reported by a short count
     bool isRegular;  // neither a pipe nor a device
     bool isBuffered; // bytes may wait, if blocks can be reserved for them
     bool hasSpare;   // there may be blocks after the last one that is needed

@@ -1,4 +1,5 @@
-// Memory straight from the C allocator; memory_accounting.cpp is the variant that keeps accounts.
+// Memory straight from the C allocator; memory_accounting.cpp is the variant that records every
+// block.
 #include "os_adapter.h"
 
 #include <cstdlib>

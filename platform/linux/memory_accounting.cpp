@@ -1,9 +1,9 @@
 // Memory with accounting: every block is recorded with the line that requested it, and stays known
-// for a while after its release. A second release can therefore be told apart from the release of a
+// for a while after its release. So a second release can be distinguished from the release of a
 // foreign pointer, and its message names the lines of the allocation and of both releases.
 //
-// The books are kept in separate memory, apart from the blocks, so that a caller who writes past a
-// block cannot damage them and a foreign pointer is recognised without reading what it points to.
+// The records are kept apart from the blocks, so that a caller who writes past a block does not
+// damage them, and a foreign pointer is recognised without reading what it points to.
 #include "mem_accounting.h"
 #include "os_adapter.h"
 

@@ -1,5 +1,5 @@
-// Allocates and releases blocks of memory, in the same way for every module. Each call is accounted
-// to the line that makes it.
+// Allocates and releases blocks of memory, in the same way for every module. The platform is given
+// the file and line of the caller, not of the function here.
 #ifndef WYX_COMMLIB_BLOCKS_H
 #define WYX_COMMLIB_BLOCKS_H
 
@@ -20,10 +20,10 @@ void Release(T *&pBlock, QAL_UINT32 ulLine = __builtin_LINE(),
 }
 
 /**
- * Allocates a block that holds an array, with an allocator called with its size in 32 bits.
+ * Allocates a block for an array. The allocator takes a size of 32 bits.
  *
- * Kept: a size that wraps is requested all the same, and the block given back
- * (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory,
+ * Kept: a size that does not fit is requested all the same, wrapped, and the block is released
+ * again (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory,
  * HashInit.WrappedSizeIsRequestedAndReportedAsMemory, IniRemallocIniLine.WrappedSizeIsRequested).
  *
  * @return the block; null if there is no memory or the size does not fit in 32 bits.

@@ -33,27 +33,7 @@ struct DLink {
     static constexpr bool kChecksEveryResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;
-    static constexpr auto Deinit = XELP_DLinkList_Deinit;
-    static constexpr auto Insert = XELP_DLinkList_Insert;
-    static constexpr auto Remove = XELP_DLinkList_Remove;
-    static constexpr auto Delete = XELP_DLinkList_Delete;
-    static constexpr auto Query = XELP_DLinkList_Query;
-    static constexpr auto Get_NodeNumber = XELP_DLinkList_Get_NodeNumber;
-    static constexpr auto Set_CurPtr = XELP_DLinkList_Set_CurPtr;
-    static constexpr auto Get_CurNode = XELP_DLinkList_Get_CurNode;
-    static constexpr auto PriorPtr = XELP_DLinkList_PriorPtr;
-    static constexpr auto NextPtr = XELP_DLinkList_NextPtr;
-    static constexpr auto Get_PriorNode = XELP_DLinkList_Get_PriorNode;
-    static constexpr auto Get_NextNode = XELP_DLinkList_Get_NextNode;
-    static constexpr auto Get_HeadNode = XELP_DLinkList_Get_HeadNode;
-    static constexpr auto Get_TailNode = XELP_DLinkList_Get_TailNode;
-    static constexpr auto Remove_CurNode = XELP_DLinkList_Remove_CurNode;
-    static constexpr auto Remove_HeadNode = XELP_DLinkList_Remove_HeadNode;
-    static constexpr auto Remove_TailNode = XELP_DLinkList_Remove_TailNode;
-    static constexpr auto Delete_CurNode = XELP_DLinkList_Delete_CurNode;
-    static constexpr auto Delete_HeadNode = XELP_DLinkList_Delete_HeadNode;
-    static constexpr auto Delete_TailNode = XELP_DLinkList_Delete_TailNode;
-    static constexpr auto Process_List = XELP_DLinkList_Process_List;
+    WYX_EACH_LIST_CALL(WYX_LIST_CALL, XELP_DLinkList)
 
     static std::vector<std::uint64_t> UnusedAtFirst() { return {}; }
 

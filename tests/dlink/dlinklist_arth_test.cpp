@@ -22,7 +22,7 @@ INSTANTIATE_TYPED_TEST_SUITE_P(DLink, ListTest, DLink);
 
 using DLinkListEmptiness = DLinkListTest;
 
-TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
+TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
 {
     const auto status = [&](const Call &call) {
         void *pResult = nullptr;
@@ -38,7 +38,7 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
     }
     EXPECT_EQ(XELP_DLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
     EXPECT_EQ(XELP_DLinkList_Remove(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
-    EXPECT_EQ(Walker<DLink>().Walk(list), XELP_ERR_DLL_NULL);
+    EXPECT_EQ(Walker<DLink::Process_List>().Walk(list), XELP_ERR_DLL_NULL);
     EXPECT_EQ(status(kGetHeadNode), 0U); // ... and not for these
     EXPECT_EQ(status(kGetTailNode), 0U);
     const DLinkList_S_Head before = Head();
@@ -75,7 +75,7 @@ TEST_F(DLinkListEmptiness, IsTestedByTheStatedField)
 using DLinkListEnds = DLinkListTest;
 
 /// The links of the first and the last element that should be null are damaged here.
-TEST_F(DLinkListEnds, AreRemovedWithoutFollowingTheLinkOut)
+TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -113,7 +113,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutFollowingTheLinkOut)
 
 using DLinkListMemory = DLinkListTest;
 
-TEST_F(DLinkListMemory, EachCallAllocatesAndReleasesAsStated)
+TEST_F(DLinkListMemory, EachCallAllocatesAndReleasesAsDocumented)
 {
     const char ch = 'b';
     void *pResult = nullptr;

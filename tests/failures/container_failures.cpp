@@ -1,8 +1,10 @@
-// The containers. Only Init and the operations that store allocate; all others cannot fail for lack
-// of anything, which is checked as well: they request nothing from the platform.
+// The containers. Only Init and the operations that store allocate. All others must request nothing
+// from the platform, which is checked as well, so no failure of the platform can reach them.
 #include <string>
 
-#include "os_adapter.h"
+#include "letters.h"
+#include "list_calls.h"
+#include "number_keys.h"
 #include "trial.h"
 #include "wyx_commlib/dlink.h"
 #include "wyx_commlib/hash.h"
@@ -10,8 +12,11 @@
 
 namespace {
 
+using wyx::test::Letter;
+using wyx::test::ReleaseKey;
 using wyx::test::Service;
 using wyx::test::Trial;
+using wyx::test::User;
 
 /// An operation and its exported name.
 template <typename Function>
@@ -22,10 +27,8 @@ struct Operation {
 template <typename Function>
 Operation(const char *, Function *) -> Operation<Function>;
 
-#define WYX_OPERATION(name) \
-    {                       \
-#name, name         \
-    }
+#define WYX_OPERATION(prefix, name) \
+    static constexpr Operation name{#prefix "_" #name, prefix##_##name};
 
 /// Calls an operation under the trial's fault.
 template <typename Function, typename... Arguments>
@@ -47,18 +50,7 @@ QAL_UINT32 DoPure(Trial &trial, const Operation<Function> &operation, Arguments.
 
 // ---- user nodes: letters ----
 
-char g_szLetters[] = "abcdefgh";
 std::string g_released;
-
-void *User(char ch)
-{
-    return &g_szLetters[ch - 'a'];
-}
-
-char Letter(const void *pUserNode)
-{
-    return pUserNode == nullptr ? '-' : *static_cast<const char *>(pUserNode);
-}
 
 QAL_UINT32 IsLetter(const void *pCondition, void *pUserNode)
 {
@@ -91,27 +83,7 @@ struct DLink {
     {
         return WYX_CALL(XELP_DLinkList_Init, arguments...);
     }
-    static constexpr Operation Deinit WYX_OPERATION(XELP_DLinkList_Deinit);
-    static constexpr Operation Insert WYX_OPERATION(XELP_DLinkList_Insert);
-    static constexpr Operation Remove WYX_OPERATION(XELP_DLinkList_Remove);
-    static constexpr Operation Delete WYX_OPERATION(XELP_DLinkList_Delete);
-    static constexpr Operation Query WYX_OPERATION(XELP_DLinkList_Query);
-    static constexpr Operation GetNodeNumber WYX_OPERATION(XELP_DLinkList_Get_NodeNumber);
-    static constexpr Operation SetCurPtr WYX_OPERATION(XELP_DLinkList_Set_CurPtr);
-    static constexpr Operation GetCurNode WYX_OPERATION(XELP_DLinkList_Get_CurNode);
-    static constexpr Operation PriorPtr WYX_OPERATION(XELP_DLinkList_PriorPtr);
-    static constexpr Operation NextPtr WYX_OPERATION(XELP_DLinkList_NextPtr);
-    static constexpr Operation GetPriorNode WYX_OPERATION(XELP_DLinkList_Get_PriorNode);
-    static constexpr Operation GetNextNode WYX_OPERATION(XELP_DLinkList_Get_NextNode);
-    static constexpr Operation GetHeadNode WYX_OPERATION(XELP_DLinkList_Get_HeadNode);
-    static constexpr Operation GetTailNode WYX_OPERATION(XELP_DLinkList_Get_TailNode);
-    static constexpr Operation RemoveCurNode WYX_OPERATION(XELP_DLinkList_Remove_CurNode);
-    static constexpr Operation RemoveHeadNode WYX_OPERATION(XELP_DLinkList_Remove_HeadNode);
-    static constexpr Operation RemoveTailNode WYX_OPERATION(XELP_DLinkList_Remove_TailNode);
-    static constexpr Operation DeleteCurNode WYX_OPERATION(XELP_DLinkList_Delete_CurNode);
-    static constexpr Operation DeleteHeadNode WYX_OPERATION(XELP_DLinkList_Delete_HeadNode);
-    static constexpr Operation DeleteTailNode WYX_OPERATION(XELP_DLinkList_Delete_TailNode);
-    static constexpr Operation ProcessList WYX_OPERATION(XELP_DLinkList_Process_List);
+    WYX_EACH_LIST_CALL(WYX_OPERATION, XELP_DLinkList)
 };
 
 struct SLink {
@@ -127,27 +99,7 @@ struct SLink {
     {
         return WYX_CALL(XELP_SLinkList_Init, 8, arguments...);
     }
-    static constexpr Operation Deinit WYX_OPERATION(XELP_SLinkList_Deinit);
-    static constexpr Operation Insert WYX_OPERATION(XELP_SLinkList_Insert);
-    static constexpr Operation Remove WYX_OPERATION(XELP_SLinkList_Remove);
-    static constexpr Operation Delete WYX_OPERATION(XELP_SLinkList_Delete);
-    static constexpr Operation Query WYX_OPERATION(XELP_SLinkList_Query);
-    static constexpr Operation GetNodeNumber WYX_OPERATION(XELP_SLinkList_Get_NodeNumber);
-    static constexpr Operation SetCurPtr WYX_OPERATION(XELP_SLinkList_Set_CurPtr);
-    static constexpr Operation GetCurNode WYX_OPERATION(XELP_SLinkList_Get_CurNode);
-    static constexpr Operation PriorPtr WYX_OPERATION(XELP_SLinkList_PriorPtr);
-    static constexpr Operation NextPtr WYX_OPERATION(XELP_SLinkList_NextPtr);
-    static constexpr Operation GetPriorNode WYX_OPERATION(XELP_SLinkList_Get_PriorNode);
-    static constexpr Operation GetNextNode WYX_OPERATION(XELP_SLinkList_Get_NextNode);
-    static constexpr Operation GetHeadNode WYX_OPERATION(XELP_SLinkList_Get_HeadNode);
-    static constexpr Operation GetTailNode WYX_OPERATION(XELP_SLinkList_Get_TailNode);
-    static constexpr Operation RemoveCurNode WYX_OPERATION(XELP_SLinkList_Remove_CurNode);
-    static constexpr Operation RemoveHeadNode WYX_OPERATION(XELP_SLinkList_Remove_HeadNode);
-    static constexpr Operation RemoveTailNode WYX_OPERATION(XELP_SLinkList_Remove_TailNode);
-    static constexpr Operation DeleteCurNode WYX_OPERATION(XELP_SLinkList_Delete_CurNode);
-    static constexpr Operation DeleteHeadNode WYX_OPERATION(XELP_SLinkList_Delete_HeadNode);
-    static constexpr Operation DeleteTailNode WYX_OPERATION(XELP_SLinkList_Delete_TailNode);
-    static constexpr Operation ProcessList WYX_OPERATION(XELP_SLinkList_Process_List);
+    WYX_EACH_LIST_CALL(WYX_OPERATION, XELP_SLinkList)
 };
 
 /// A new list, or null if there was no memory; checks that this is reported as promised.
@@ -171,8 +123,8 @@ std::string TextOf(void *pList)
 {
     void *pCursor = nullptr;
     std::string letters;
-    List::GetCurNode.pfun(pList, &pCursor);
-    List::ProcessList.pfun(pList, Append, &letters, nullptr);
+    List::Get_CurNode.pfun(pList, &pCursor);
+    List::Process_List.pfun(pList, Append, &letters, nullptr);
     const char chCursor = Letter(pCursor);
     List::Query.pfun(pList, &chCursor, nullptr, &pCursor); // the walk has moved the cursor
     return letters + "|" + chCursor;
@@ -238,30 +190,30 @@ void LookMoveAndRemove(Trial &trial)
         EXPECT_EQ(ulStatus, 0U);
         EXPECT_EQ(Letter(pUser), ch);
     };
-    EXPECT_EQ(DoPure(trial, List::GetNodeNumber, pList, &ulCount), 0U);
+    EXPECT_EQ(DoPure(trial, List::Get_NodeNumber, pList, &ulCount), 0U);
     EXPECT_EQ(ulCount, 8U);
-    EXPECT_EQ(DoPure(trial, List::SetCurPtr, pList), 0U);
+    EXPECT_EQ(DoPure(trial, List::Set_CurPtr, pList), 0U);
     EXPECT_EQ(DoPure(trial, List::NextPtr, pList), 0U);
     EXPECT_EQ(DoPure(trial, List::NextPtr, pList), 0U);
     EXPECT_EQ(DoPure(trial, List::PriorPtr, pList), 0U);
-    expect(DoPure(trial, List::GetCurNode, pList, &pUser), 'b');
-    expect(DoPure(trial, List::GetNextNode, pList, &pUser), 'c');
-    expect(DoPure(trial, List::GetPriorNode, pList, &pUser), 'b');
-    expect(DoPure(trial, List::GetHeadNode, pList, &pUser), 'a');
-    expect(DoPure(trial, List::GetTailNode, pList, &pUser), 'h');
+    expect(DoPure(trial, List::Get_CurNode, pList, &pUser), 'b');
+    expect(DoPure(trial, List::Get_NextNode, pList, &pUser), 'c');
+    expect(DoPure(trial, List::Get_PriorNode, pList, &pUser), 'b');
+    expect(DoPure(trial, List::Get_HeadNode, pList, &pUser), 'a');
+    expect(DoPure(trial, List::Get_TailNode, pList, &pUser), 'h');
     const char *const pszLetters = "cde";
     expect(DoPure(trial, List::Query, pList, pszLetters, nullptr, &pUser), 'c');
-    expect(DoPure(trial, List::RemoveCurNode, pList, &pUser), 'c');
+    expect(DoPure(trial, List::Remove_CurNode, pList, &pUser), 'c');
     expect(DoPure(trial, List::Remove, pList, pszLetters + 1, IsLetter, &pUser), 'd');
     EXPECT_EQ(DoPure(trial, List::Delete, pList, pszLetters + 2, nullptr), 0U);
-    expect(DoPure(trial, List::RemoveHeadNode, pList, &pUser), 'a');
-    expect(DoPure(trial, List::RemoveTailNode, pList, &pUser), 'h');
+    expect(DoPure(trial, List::Remove_HeadNode, pList, &pUser), 'a');
+    expect(DoPure(trial, List::Remove_TailNode, pList, &pUser), 'h');
     std::string letters;
-    EXPECT_EQ(DoPure(trial, List::ProcessList, pList, Append, &letters, nullptr), 0U);
+    EXPECT_EQ(DoPure(trial, List::Process_List, pList, Append, &letters, nullptr), 0U);
     EXPECT_EQ(letters, "bfg");
-    EXPECT_EQ(DoPure(trial, List::DeleteHeadNode, pList), 0U);
-    EXPECT_EQ(DoPure(trial, List::DeleteTailNode, pList), 0U);
-    EXPECT_EQ(DoPure(trial, List::DeleteCurNode, pList), 0U);
+    EXPECT_EQ(DoPure(trial, List::Delete_HeadNode, pList), 0U);
+    EXPECT_EQ(DoPure(trial, List::Delete_TailNode, pList), 0U);
+    EXPECT_EQ(DoPure(trial, List::Delete_CurNode, pList), 0U);
     EXPECT_EQ(g_released, "ebgf");
     EXPECT_EQ(DoPure(trial, List::Deinit, pList, List::kYes), 0U);
 }
@@ -314,11 +266,6 @@ QAL_UINT32 HashLetter(void *pKey, QAL_UINT32 *pulHash)
 QAL_UINT32 CompareLetters(void *pKey, void *pStored)
 {
     return Letter(pKey) == Letter(pStored) ? 0 : 1;
-}
-
-void ReleaseKey(void *pStored)
-{
-    XELP_MemFreeD(pStored, 1, "a test");
 }
 
 /// The table's letters in the order of a walk.

@@ -115,7 +115,7 @@ WYX_SCENARIO(IniLoadGrowing)
     }
     PlatformDouble::Instance().UseMemoryDisk()[kTarget] = file;
     if (trial.TheFault().service != Service::kAllocate) {
-        trial.Lift(); // as above; there are a thousand of them
+        trial.Lift(); // IniLoad disturbs the file calls; here there are a thousand of them
     }
     for (int iRound = 0; iRound < 2; ++iRound) {
         XELP_IN_S_INI_FILE_STRUCT doc{};

@@ -17,6 +17,7 @@
 #include "os_adapter.h"
 #include "platform_double.h"
 #include "random.h"
+#include "walker.h"
 
 namespace wyx::test::hash {
 namespace {
@@ -475,7 +476,7 @@ TEST_F(HashSearch, FailingHashDoesNothingElse)
     EXPECT_EQ(Text(), "d[a]|b|");
 }
 
-TEST_F(HashSearch, ReleasesRunInTheStatedOrder)
+TEST_F(HashSearch, ReleasesRunInTheDocumentedOrder)
 {
     Build(3, "adgb");
     const Hash_S_Node *const pRemoved = Head().pstruBase[0]->pstruNNode;
@@ -505,7 +506,7 @@ TEST_F(HashSearch, ReleasesRunInTheStatedOrder)
     EXPECT_EQ(Text(), "g|[h]b|");
 }
 
-TEST_F(HashSearch, KeyOfTheEntryItselfWillDo)
+TEST_F(HashSearch, StoredKeyOfTheEntryIsAccepted)
 {
     Build(3, "adg");
     void *pResult = nullptr;
@@ -531,7 +532,7 @@ TEST_F(HashRemoveCurNode, DoesWhatTheTableSays)
         {"a", 'a', 'a', 0, "||"},
         {"adgb", 'g', 'g', 0, "[d]a|b|"},
         {"adgb", 'd', 'd', 0, "g[a]|b|"},
-        {"adgb", 'a', 'a', 0, "gd|b|"}, // nowhere, not in the next bucket
+        {"adgb", 'a', 'a', 0, "gd|b|"}, // the cursor is null, not in the next bucket
         {"adgb", 'b', 'b', 0, "gda||"},
         {"adgb", '\0', 'b', 0, "gda||"}, // the one saved last
     };
@@ -566,7 +567,7 @@ TEST_F(HashRemoveCurNode, NullIsRefused)
     EXPECT_EQ(g_calls, "");
 }
 
-TEST_F(HashRemoveCurNode, CursorAtTheEndOfItsBucketIsNowhere)
+TEST_F(HashRemoveCurNode, CursorIsNullAfterTheLastEntryOfABucket)
 {
     Build(3, "adb");
     EXPECT_EQ(Remove('a'), 0U);
@@ -588,7 +589,7 @@ TEST_F(HashRemoveCurNode, FailingHashClearsTheResultOnly)
     EXPECT_EQ(Text(), "[d]a|b|");
 }
 
-TEST_F(HashRemoveCurNode, EntryNotInItsBucketGivesSuccessAndNull)
+TEST_F(HashRemoveCurNode, EntryNotInItsBucketReturnsSuccessAndNull)
 {
     for (const QAL_UINT32 ulBase : {1U, 2U}) { // a bucket with another entry, and an empty one
         SCOPED_TRACE(ulBase);
@@ -609,7 +610,7 @@ TEST_F(HashRemoveCurNode, EntryNotInItsBucketGivesSuccessAndNull)
 
 using HashCursor = HashTest;
 
-TEST_F(HashCursor, RemovalStaysInTheBucket)
+TEST_F(HashCursor, StaysInTheBucketOfARemovedEntry)
 {
     Build(3, "adgb", 'b');
     EXPECT_EQ(Remove('d'), 0U);
@@ -620,7 +621,7 @@ TEST_F(HashCursor, RemovalStaysInTheBucket)
     EXPECT_EQ(Text(), "|b|");
 }
 
-TEST_F(HashCursor, DeletesWhatWasSavedLast)
+TEST_F(HashCursor, IsOnWhatWasSavedLast)
 {
     Build(3, "adg");
     ASSERT_EQ(Save('b'), 0U);
@@ -657,25 +658,7 @@ TEST_F(HashNumbers, NullIsRefused)
 
 // ---- walks ----
 
-/// A walk whose callback records the letters it visits and does what a test requests.
-struct Walker {
-    std::function<QAL_UINT32(char)> onVisit = nullptr;
-    std::string visited = "";
-
-    QAL_UINT32 Walk(void *pTable) { return XELP_Hash_Process_List(pTable, Visit, this, nullptr); }
-
-    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
-    {
-        Walker &self = *static_cast<Walker *>(pSelf);
-        self.visited += Letter(pUserNode);
-        if (self.visited.size() > 50) {
-            ADD_FAILURE() << "a walk without end";
-            return 1;
-        }
-        return self.onVisit ? self.onVisit(Letter(pUserNode)) : 0;
-    }
-};
-
+using Walker = test::Walker<XELP_Hash_Process_List>;
 using HashWalk = HashTest;
 
 TEST_F(HashWalk, NullsAndAnEmptyTableAreRefused)
@@ -739,7 +722,7 @@ TEST_F(HashWalk, StopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
     EXPECT_EQ(Text(), "[a]|b|c");
 }
 
-TEST_F(HashWalk, GoesOnWhereTheCursorIs)
+TEST_F(HashWalk, ContinuesFromTheCursor)
 {
     bool isDone = false; // for what happens only once
     const auto at = [&](char chAt, std::function<void()> act) {

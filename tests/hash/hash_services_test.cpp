@@ -1,32 +1,16 @@
 // What the hash table leaves in the blocks it releases: this executable replaces the adapter's
-// release by one that keeps the blocks, as an adapter may in order to inspect them.
+// release with one that keeps the blocks, as an adapter may do in order to inspect them.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <vector>
 
+#include "number_keys.h"
 #include "os_adapter.h"
 #include "wyx_commlib/hash.h"
 
 namespace {
 
 std::vector<void *> blocks; // not released yet
-
-QAL_UINT32 HashByte(void *pKey, QAL_UINT32 *pulHash)
-{
-    *pulHash = *static_cast<const QAL_UINT8 *>(pKey);
-    return 0;
-}
-
-QAL_UINT32 CompareBytes(void *pKey, void *pStored)
-{
-    return std::memcmp(pKey, pStored, 1) == 0 ? 0 : 1;
-}
-
-void ReleaseKey(void *pStored)
-{
-    XELP_MemFreeD(pStored, __LINE__, __FILE__);
-}
 
 void ReleaseNothing(void *) {}
 
@@ -44,21 +28,22 @@ namespace {
 TEST(HashServices, RemovedNodePointsToNoKey)
 {
     void *pTable = nullptr;
-    ASSERT_EQ(XELP_Hash_Init(1, HashByte, CompareBytes, ReleaseKey, ReleaseNothing, &pTable), 0U);
-    char acKey[] = {'a', 'b'};
-    for (char &ch : acKey) {
-        ASSERT_EQ(XELP_Hash_SaveNode(pTable, &ch, 1, &ch), 0U);
+    ASSERT_EQ(XELP_Hash_Init(1, HashNumber, CompareNumbers, ReleaseKey, ReleaseNothing, &pTable),
+              0U);
+    QAL_UINT32 aulKey[] = {1, 2};
+    for (QAL_UINT32 &ulKey : aulKey) {
+        ASSERT_EQ(XELP_Hash_SaveNode(pTable, &ulKey, sizeof ulKey, &ulKey), 0U);
     }
     void *pUser = nullptr;
-    ASSERT_EQ(XELP_Hash_RemoveNode(pTable, &acKey[0], &pUser), 0U);
+    ASSERT_EQ(XELP_Hash_RemoveNode(pTable, &aulKey[0], &pUser), 0U);
     ASSERT_EQ(XELP_Hash_DeleteCurNode(pTable), XELP_ERR_HASH_NOW_NULL);
-    ASSERT_EQ(XELP_Hash_QueryNode(pTable, &acKey[1], &pUser), 0U);
+    ASSERT_EQ(XELP_Hash_QueryNode(pTable, &aulKey[1], &pUser), 0U);
     ASSERT_EQ(XELP_Hash_DeleteCurNode(pTable), 0U);
     ASSERT_EQ(blocks.size(), 2U);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         const auto &node = *static_cast<const Hash_S_Node *>(blocks[i]);
         EXPECT_EQ(node.pstruKey, nullptr);
-        EXPECT_EQ(node.pstruUserNode, &acKey[i]);
+        EXPECT_EQ(node.pstruUserNode, &aulKey[i]);
     }
     EXPECT_EQ(XELP_Hash_DeInit(pTable, XELP_HASH_FreeUserNode_No), 0U);
     for (void *const pBlock : blocks) {

@@ -66,7 +66,7 @@ LongText *IniLongTexts::pText_ = nullptr;
 // more as five.
 constexpr std::size_t kTooLong[] = {k4Gib - 1, k4Gib, k4Gib + 5};
 
-TEST_F(IniLongTexts, LineIsNotStored)
+TEST_F(IniLongTexts, LineTooLongToStoreIsRefused)
 {
     for (const std::size_t len : kTooLong) {
         SCOPED_TRACE(len);
@@ -80,7 +80,7 @@ TEST_F(IniLongTexts, LineIsNotStored)
     EXPECT_EQ(platform.MemoryTrace(), "");
 }
 
-TEST_F(IniLongTexts, LongestLineIsAskedFor)
+TEST_F(IniLongTexts, LongestLineIsRequestedWhole)
 {
     char *pszSlot = nullptr;
     XELP_IN_S_INI_FILE_STRUCT doc = {0, 0, 1, 0, &pszSlot};

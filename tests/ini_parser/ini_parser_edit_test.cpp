@@ -12,7 +12,6 @@
 namespace wyx::test {
 namespace {
 
-constexpr std::nullopt_t kHole = std::nullopt;
 constexpr std::nullopt_t kNull = std::nullopt; // an argument
 
 /// A document with these lines as an edit leaves it.
@@ -280,7 +279,7 @@ constexpr QAL_UINT32 kBeforeTheFirst = 0xFFFFFFFF;
 
 class IniInsertKeyInIniStruct : public EditTest {};
 
-TEST_F(IniInsertKeyInIniStruct, GoesAfterASlot)
+TEST_F(IniInsertKeyInIniStruct, InsertsAfterASlot)
 {
     struct {
         const char *pszName;
@@ -322,7 +321,7 @@ TEST_F(IniInsertKeyInIniStruct, GoesAfterASlot)
     }
 }
 
-TEST_F(IniInsertKeyInIniStruct, LineAfterTheCountGoesWhenItsSlotIsTaken)
+TEST_F(IniInsertKeyInIniStruct, LineAfterTheCountIsLostWhenItsSlotIsTaken)
 {
     Document doc({"[a]\n"});
     // A caller who stores a line there without raising the count keeps a pointer to it.
@@ -333,7 +332,7 @@ TEST_F(IniInsertKeyInIniStruct, LineAfterTheCountGoesWhenItsSlotIsTaken)
     XELP_MemFreeD(pszLine, __LINE__, __FILE__);
 }
 
-TEST_F(IniInsertKeyInIniStruct, TakesEveryPart)
+TEST_F(IniInsertKeyInIniStruct, WritesEveryPart)
 {
     Document doc({"[a]\n"});
     EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, 0, Arg("k"), Arg("v"), Arg("c")), kOk);
@@ -375,7 +374,7 @@ TEST_F(IniInsertKeyInIniStruct, FailedGrowthIs80AndChangesNothing)
 
 class IniInsertSectionToIniStruct : public EditTest {};
 
-TEST_F(IniInsertSectionToIniStruct, GoesToTheEnd)
+TEST_F(IniInsertSectionToIniStruct, AppendsAtTheEnd)
 {
     Document doc({"k=1\n", kHole});
     EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("Net")), kOk);
@@ -767,7 +766,7 @@ TEST_F(IniDelSection, NullArgumentIs170AndChangesNothing)
     EXPECT_EQ(FullTrace(), "");
 }
 
-TEST_F(IniDelSection, EveryBlockGoesWithAllItsLines)
+TEST_F(IniDelSection, EveryBlockIsDeletedWithAllItsLines)
 {
     const DeleteCase cases[] = {
         {"all lines of a block",
@@ -803,7 +802,7 @@ TEST_F(IniDelSection, EveryBlockGoesWithAllItsLines)
     }
 }
 
-TEST_F(IniDelSection, LinesAreReleasedWhereTheyAreNulled)
+TEST_F(IniDelSection, ReleaseSetsTheSlotsToNull)
 {
     Document doc({"[a] ;c\n", "k=1\n"});
     const void *const lines[] = {doc.pStrLine[0], doc.pStrLine[1]};
@@ -831,7 +830,7 @@ TEST_F(IniDelSection, DocumentMayBeFull)
     EXPECT_EQ(Look(doc).slots, (Lines{"[b]\n", kHole}));
 }
 
-TEST_F(IniDelSection, NameMayPointIntoLinesThatGo)
+TEST_F(IniDelSection, NameMayPointIntoDeletedLines)
 {
     {
         Document doc({"[s]\n", "x=s", "[t]\n", "[s]\n", "k=1\n"});
@@ -886,7 +885,7 @@ TEST_F(IniDelKey, NullArgumentIs170AndChangesNothing)
     EXPECT_EQ(FullTrace(), "");
 }
 
-TEST_F(IniDelKey, EveryLineInEveryBlockGoes)
+TEST_F(IniDelKey, EveryLineInEveryBlockIsDeleted)
 {
     const DeleteCase cases[] = {
         {"one line",
@@ -948,7 +947,7 @@ TEST_F(IniDelKey, EveryLineInEveryBlockGoes)
     }
 }
 
-TEST_F(IniDelKey, LinesAreReleasedWhereTheyAreNulled)
+TEST_F(IniDelKey, ReleaseSetsTheSlotsToNull)
 {
     Document doc({"[a]\n", "k=1 ;c\n"});
     const void *const pLine = doc.pStrLine[1];
@@ -964,7 +963,7 @@ TEST_F(IniDelKey, LinesAreReleasedWhereTheyAreNulled)
     EXPECT_EQ(found, 1U);
 }
 
-TEST_F(IniDelKey, NamesMayPointIntoLinesThatGo)
+TEST_F(IniDelKey, NamesMayPointIntoDeletedLines)
 {
     {
         Document doc({"[s]\n", "k=k", "k=2\n", "[s]\n", "k=3\n"});

@@ -10,8 +10,6 @@
 namespace wyx::test {
 namespace {
 
-constexpr std::nullopt_t kHole = std::nullopt;
-
 /// The result of looking up a value.
 struct ValueResult {
     QAL_UINT32 ulStatus = 77;
@@ -286,7 +284,7 @@ TEST_F(IniGetSectionList, WithoutSectionIs10AndReleasesTheArray)
     }
 }
 
-TEST_F(IniGetSectionList, FailureKeepsOut)
+TEST_F(IniGetSectionList, FailureLeavesTheListPointerDangling)
 {
     struct {
         const char *pszLine;
@@ -304,7 +302,7 @@ TEST_F(IniGetSectionList, FailureKeepsOut)
     EXPECT_EQ(trace_, "D 24, D 2, D 2, free, free, free");
 }
 
-TEST_F(IniGetSectionList, HoldsAsManyNamesAsThereAreLines)
+TEST_F(IniGetSectionList, HasRoomForANamePerLine)
 {
     const Document doc(Lines(150, "[a]\n"));
     EXPECT_EQ(Sections(doc), (ListResult{kOk, 150, std::vector<std::string>(150, "a")}));
@@ -396,7 +394,7 @@ TEST_F(IniGetKeyList, WithoutKeyIs20AndReleasesTheArray)
     }
 }
 
-TEST_F(IniGetKeyList, FailureKeepsOut)
+TEST_F(IniGetKeyList, FailureLeavesTheListPointerDangling)
 {
     struct {
         const char *pszName;
@@ -436,7 +434,7 @@ TEST_F(IniGetKeyList, FailureKeepsOut)
     }
 }
 
-TEST_F(IniGetKeyList, HoldsAsManyNamesAsThereAreLines)
+TEST_F(IniGetKeyList, HasRoomForANamePerLine)
 {
     Lines lines(150, "k=1\n");
     lines[0] = "[a]\n";

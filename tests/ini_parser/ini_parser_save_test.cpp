@@ -8,12 +8,10 @@
 
 #include "ini_support.h"
 #include "models.h"
-#include "nobody.h"
+#include "temp_folder.h"
 
 namespace wyx::test {
 namespace {
-
-constexpr std::nullopt_t kHole = std::nullopt;
 
 std::string Text(std::size_t size, char c = 'a')
 {
@@ -485,85 +483,85 @@ TEST_F(IniSaveFileContent, EveryCallFailingKeepsOldOrNew)
 TEST_F(IniSaveFileContent, RealFiles)
 {
     platform.Reset();
-    const TempDir dir;
-    WriteFile(dir.Name("f.ini"), "[a]\r\nk=1\r\n");
+    const TempFolder folder;
+    folder.Make("f.ini", "[a]\r\nk=1\r\n");
     Document doc;
-    ASSERT_EQ(XELP_IniGetFileContent(dir.Name("f.ini").c_str(), &doc), kOk);
+    ASSERT_EQ(XELP_IniGetFileContent(folder.File("f.ini").c_str(), &doc), kOk);
     ASSERT_EQ(XELP_IniSetKeyValue(&doc, Arg("a"), Arg("l"), Arg(Text(100))), kOk);
-    EXPECT_EQ(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc), kOk);
-    EXPECT_EQ(dir.Files(), std::vector<std::string>{"f.ini"});
-    EXPECT_EQ(ReadFile(dir.Name("f.ini")),
-              "[a]\r\nk=1\r\nl=" + Text(76) + "\\\n" + Text(24) + "\n");
+    EXPECT_EQ(XELP_IniSaveFileContent(folder.File("f.ini").c_str(), &doc), kOk);
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"f.ini"});
+    EXPECT_EQ(folder.Content("f.ini"), "[a]\r\nk=1\r\nl=" + Text(76) + "\\\n" + Text(24) + "\n");
 
     // Unchanged: not even the time of the file changes.
-    const auto before = std::filesystem::last_write_time(dir.Name("f.ini"));
-    ASSERT_EQ(XELP_IniGetFileContent(dir.Name("f.ini").c_str(), &doc), kOk);
+    const auto before = std::filesystem::last_write_time(folder.File("f.ini"));
+    ASSERT_EQ(XELP_IniGetFileContent(folder.File("f.ini").c_str(), &doc), kOk);
     EXPECT_EQ(Look(doc).slots[2], "l=" + Text(100) + "\n");
-    EXPECT_EQ(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc), kOk);
-    EXPECT_EQ(std::filesystem::last_write_time(dir.Name("f.ini")), before);
+    EXPECT_EQ(XELP_IniSaveFileContent(folder.File("f.ini").c_str(), &doc), kOk);
+    EXPECT_EQ(std::filesystem::last_write_time(folder.File("f.ini")), before);
 
     // The target is missing or a directory: the content stays beside it.
-    std::filesystem::create_directory(dir.Name("d.ini"));
+    std::filesystem::create_directory(folder.File("d.ini"));
     for (const char *pszTarget : {"new.ini", "d.ini"}) {
         SCOPED_TRACE(pszTarget);
         platform.SetTime(kTime);
         Document edited({"[a]\n"});
         edited.ulLabel = 1;
-        EXPECT_EQ(XELP_IniSaveFileContent(dir.Name(pszTarget).c_str(), &edited), kCreateFile);
+        EXPECT_EQ(XELP_IniSaveFileContent(folder.File(pszTarget).c_str(), &edited), kCreateFile);
         const std::string name = std::string(pszTarget, std::string_view(pszTarget).size() - 4);
-        EXPECT_EQ(ReadFile(dir.Name(name + "1700000000123.ibk")), "[a]\n");
+        EXPECT_EQ(folder.Content(name + "1700000000123.ibk"), "[a]\n");
     }
-    EXPECT_EQ(dir.Files(), (std::vector<std::string>{"d.ini", "d1700000000123.ibk", "f.ini",
-                                                     "new1700000000123.ibk"}));
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"d.ini", "d1700000000123.ibk", "f.ini",
+                                                        "new1700000000123.ibk"}));
 }
 
 TEST_F(IniSaveFileContent, NewFileNameMustNotBeTooLong)
 {
     platform.Reset();
-    const TempDir dir;
+    const TempFolder folder;
     for (const std::size_t length : {238U, 239U}) { // with 13 digits and ".ibk": 255 bytes and 256
         SCOPED_TRACE(length);
         platform.SetTime(kTime);
-        const std::string name = dir.Name(std::string(length, 'n') + ".ini");
-        WriteFile(name, "old");
+        const std::string name = std::string(length, 'n') + ".ini";
+        folder.Make(name, "old");
         Document doc({"[a]\n"});
         doc.ulLabel = 1;
         const bool fits = length == 238;
-        EXPECT_EQ(XELP_IniSaveFileContent(name.c_str(), &doc), fits ? kOk : kCreateFile);
-        EXPECT_EQ(ReadFile(name), fits ? "[a]\n" : "old");
+        EXPECT_EQ(XELP_IniSaveFileContent(folder.File(name).c_str(), &doc),
+                  fits ? kOk : kCreateFile);
+        EXPECT_EQ(folder.Content(name), fits ? "[a]\n" : "old");
     }
-    EXPECT_EQ(dir.Files().size(), 2U);
+    EXPECT_EQ(folder.Names().size(), 2U);
 }
 
 TEST_F(IniSaveFileContent, MissingDirectoryIs50)
 {
     platform.Reset();
-    const TempDir dir;
+    const TempFolder folder;
     Document doc({"[a]\n"});
     doc.ulLabel = 1;
-    EXPECT_EQ(XELP_IniSaveFileContent(dir.Name("no/f.ini").c_str(), &doc), kCreateFile);
+    EXPECT_EQ(XELP_IniSaveFileContent(folder.File("no/f.ini").c_str(), &doc), kCreateFile);
     EXPECT_EQ(Look(doc), Snapshot{});
-    EXPECT_EQ(dir.Files(), std::vector<std::string>{});
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{});
 }
 
 TEST_F(IniSaveFileContent, ReadOnlyDirectoryIs50)
 {
     WYX_NEED_NOBODY();
     platform.Reset();
-    const TempDir dir;
-    WriteFile(dir.Name("f.ini"), "old");
+    const TempFolder folder;
+    folder.Make("f.ini", "old");
     const auto save = [&] {
         return AsNobody([&] {
             Document doc({"[a]\n"});
             doc.ulLabel = 1;
-            return static_cast<int>(XELP_IniSaveFileContent(dir.Name("f.ini").c_str(), &doc));
+            return static_cast<int>(XELP_IniSaveFileContent(folder.File("f.ini").c_str(), &doc));
         });
     };
-    std::filesystem::permissions(dir.Name(""), std::filesystem::perms{0555});
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms{0555});
     EXPECT_EQ(save(), static_cast<int>(kCreateFile));
-    EXPECT_EQ(ReadFile(dir.Name("f.ini")), "old");
-    std::filesystem::permissions(dir.Name(""), std::filesystem::perms::all);
-    EXPECT_EQ(save(), static_cast<int>(kOk)) << "another user cannot reach " << dir.Name("");
+    EXPECT_EQ(folder.Content("f.ini"), "old");
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms::all);
+    EXPECT_EQ(save(), static_cast<int>(kOk)) << "another user cannot reach " << folder.Path();
 }
 
 /// Saves a document and loads it again.
@@ -653,7 +651,7 @@ TEST_F(IniRoundTrip, EditedFileOfAnotherLineEndComesBackMixed)
     EXPECT_EQ(Look(doc), Loaded({"[a]\r\n", "k=2 ;c\n\r", "\n", "[b]\r\n", "l=3\n"}));
 }
 
-TEST_F(IniRoundTrip, TextThatDoesNotReadBack)
+TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
 {
     const Line kNone;
     struct {

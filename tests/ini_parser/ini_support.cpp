@@ -10,8 +10,6 @@
 #include <ostream>
 #include <utility>
 
-#include "nobody.h"
-
 namespace wyx::test {
 namespace {
 
@@ -195,46 +193,6 @@ void ExpectSites()
         }
         EXPECT_NE(event.what, "S") << "an allocator the module does not use";
     }
-}
-
-TempDir::TempDir()
-{
-    std::string name = (OpenTemporaryDirectory() / "wyx_ini_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        std::abort();
-    }
-    path_ = name;
-}
-
-TempDir::~TempDir()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::vector<std::string> TempDir::Files() const
-{
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(path_)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-void WriteFile(const std::string &name, std::string_view content)
-{
-    std::ofstream(name, std::ios::binary) << content;
-    ASSERT_EQ(ReadFile(name), content);
-}
-
-std::optional<std::string> ReadFile(const std::string &name)
-{
-    std::ifstream file(name, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize)

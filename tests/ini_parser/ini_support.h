@@ -1,11 +1,10 @@
-// What the tests of the INI module share: statuses by short names, documents built by hand and
-// compared as a whole, and temporary files.
+// What the tests of the INI module share: statuses by short names, and documents built by hand and
+// compared as a whole.
 #ifndef WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 #define WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -38,22 +37,10 @@ inline constexpr QAL_UINT32 kKeyValue = 180;
 inline constexpr QAL_UINT32 kWriteFile = 180;
 inline constexpr QAL_UINT32 kComment = 190;
 
-/// Enumerations use this many characters less if each step costs more than natively.
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__aarch64__)
-inline constexpr std::size_t kShorter = 1;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-inline constexpr std::size_t kShorter = 1;
-#else
-inline constexpr std::size_t kShorter = 0;
-#endif
-#else
-inline constexpr std::size_t kShorter = 0;
-#endif
-
-/// A slot of a document: a line, or none where one was removed.
+/// A slot of a document: a line, or kHole where one was removed.
 using Line = std::optional<std::string>;
 using Lines = std::vector<Line>;
+inline constexpr std::nullopt_t kHole = std::nullopt;
 
 /// Bytes as they would be written in source code.
 std::string Shown(std::string_view bytes);
@@ -121,26 +108,6 @@ std::string FileTrace();
 /// Fails the test if a block of the double's record was requested or released by anything but a
 /// unit of the module.
 void ExpectSites();
-
-/// A new directory for a test, removed with its content at the end of its scope.
-class TempDir {
-  public:
-    TempDir();
-    ~TempDir();
-    TempDir(const TempDir &) = delete;
-    TempDir &operator=(const TempDir &) = delete;
-
-    std::string Name(std::string_view file) const { return (path_ / file).string(); }
-    /// The names of its files, sorted.
-    std::vector<std::string> Files() const;
-
-  private:
-    std::filesystem::path path_;
-};
-
-void WriteFile(const std::string &name, std::string_view content);
-/// The file's content, or none if it cannot be read.
-std::optional<std::string> ReadFile(const std::string &name);
 
 /// A text of up to @p maxSize of these bytes.
 std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize);

@@ -38,7 +38,7 @@ TEST(CharsetCopy, ProgramAndLibraryShareOneTable)
 }
 
 #ifdef WYX_TEST_EXPECTS_COPY
-// If it did not, the test above would prove nothing.
+// Otherwise the test above would prove nothing.
 TEST(CharsetCopy, TableLiesInTheProgram)
 {
     Dl_info table;

@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <climits>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -104,7 +105,7 @@ TEST(Charset, RemovedDigitIsNoLongerRead)
     EXPECT_EQ(StatusOfIpv4("9.9.9.9"), 0U);
 }
 
-TEST(Charset, DecimalAndHexadecimalDigitsAreApart)
+TEST(Charset, DecimalAndHexadecimalDigitsAreSeparateClasses)
 {
     const Reclassified hexOnly('9', 0x80);
     EXPECT_EQ(StatusOfIpv4("9.9.9.9"), 30U);
@@ -112,7 +113,7 @@ TEST(Charset, DecimalAndHexadecimalDigitsAreApart)
     EXPECT_EQ(StatusOfIpv6("9::9"), 0U);
 }
 
-TEST(Charset, AddedDecimalDigitIsSkippedWithoutWorth)
+TEST(Charset, AddedDecimalDigitIsSkippedAndAddsNothing)
 {
     const Reclassified digit('g', 0x04);
     QAL_UINT32 ulAddr = 0;
@@ -172,6 +173,19 @@ struct U16Case {
     std::size_t place;
 };
 
+template <std::size_t kCount>
+void ExpectU16(const U16Case (&cases)[kCount])
+{
+    GuardedText memory;
+    for (const U16Case &c : cases) {
+        Parse_Ipv4v6_S_BUF struBuf = memory.Buffer(c.text);
+        QAL_UINT16 uwValue = 0xA5A5;
+        EXPECT_EQ(core_td_u16(&uwValue, c.lBase, &struBuf), 0U) << c.text;
+        EXPECT_EQ(uwValue, c.uwValue) << c.text;
+        EXPECT_EQ(memory.Place(struBuf, c.text), c.place) << c.text;
+    }
+}
+
 TEST(TdU16, ReadsLikeStrtoul)
 {
     constexpr U16Case kCases[] = {
@@ -180,14 +194,7 @@ TEST(TdU16, ReadsLikeStrtoul)
         {"0X50", 16, 0x50, 4}, {"0xg", 16, 0, 1},  {"fFg", 16, 0xFF, 2}, {" -0x1", 16, 0xFFFF, 5},
         {"00080", 10, 80, 5},  {"80 ", 10, 80, 2}, {"17", 8, 15, 2},
     };
-    GuardedText memory;
-    for (const U16Case &c : kCases) {
-        Parse_Ipv4v6_S_BUF struBuf = memory.Buffer(c.text);
-        QAL_UINT16 uwValue = 0xA5A5;
-        EXPECT_EQ(core_td_u16(&uwValue, c.lBase, &struBuf), 0U) << c.text;
-        EXPECT_EQ(uwValue, c.uwValue) << c.text;
-        EXPECT_EQ(memory.Place(struBuf, c.text), c.place) << c.text;
-    }
+    ExpectU16(kCases);
 }
 
 TEST(TdU16, ValueIsReducedTo16Bits)
@@ -204,14 +211,7 @@ TEST(TdU16, ValueIsReducedTo16Bits)
         {"-18446744073709551615", 10, 1, 21},
         {"10001", 16, 1, 5},
     };
-    GuardedText memory;
-    for (const U16Case &c : kCases) {
-        Parse_Ipv4v6_S_BUF struBuf = memory.Buffer(c.text);
-        QAL_UINT16 uwValue = 0xA5A5;
-        EXPECT_EQ(core_td_u16(&uwValue, c.lBase, &struBuf), 0U) << c.text;
-        EXPECT_EQ(uwValue, c.uwValue) << c.text;
-        EXPECT_EQ(memory.Place(struBuf, c.text), c.place) << c.text;
-    }
+    ExpectU16(kCases);
 }
 
 TEST(TdU16, WithoutANumberNothingChanges)
@@ -460,7 +460,7 @@ TEST(TdConvertHex, EveryCharacter)
     }
 }
 
-TEST(TdConvertHex, DoesNotAskTheTable)
+TEST(TdConvertHex, DoesNotUseTheTable)
 {
     const Reclassified none('9', 0);
     QAL_UINT8 ucHex = 0;

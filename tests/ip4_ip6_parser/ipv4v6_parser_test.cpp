@@ -191,7 +191,7 @@ TEST(ParseIpv4, Ports)
     ExpectIpv4(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv4, NullPointerGives10AndWritesNothing)
+TEST(ParseIpv4, NullPointerReturns10AndWritesNothing)
 {
     char achText[] = "1.2.3.4:80";
     QAL_UINT32 ulAddr = 0xA5A5A5A5;
@@ -573,7 +573,7 @@ TEST(ParseIpv6, RunBeforeTheFirstByteIsDropped)
     ExpectIpv6(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv6, NullPointerGives10AndWritesNothing)
+TEST(ParseIpv6, NullPointerReturns10AndWritesNothing)
 {
     char achText[] = "[::1]:80";
     QAL_UINT8 aucAddr[16];

@@ -132,7 +132,7 @@ TEST(UsualIpv4, EveryShortText)
     ForEveryText("0569.:x+ ", 6, "1.2.3.4", agrees);
 }
 
-TEST(UsualIpv4, PiecesInARow)
+TEST(UsualIpv4, SeveralPiecesInARow)
 {
     constexpr std::string_view kOctets[] = {"",    "0",    "9",  "99",  "001", "255", "256",
                                             "999", "0000", "1a", "0x1", "1.",  "1:1"};
@@ -218,7 +218,7 @@ TEST(UsualIpv4, ScannerReadsTheSame)
     }
 }
 
-TEST(UsualIpv4, AsksTheTable)
+TEST(UsualIpv4, UsesTheTable)
 {
     Words words;
     GuardedText memory;

@@ -3,12 +3,10 @@
 //
 // Each test prints the time it took. They only run with `ctest -C slow -L slow`.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <time.h>
 
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -17,6 +15,7 @@
 
 #include "number_keys.h"
 #include "os_adapter.h"
+#include "temp_folder.h"
 #include "wyx_commlib/commlib.h"
 
 namespace wyx::test {
@@ -44,24 +43,6 @@ class Timed {
     double start_ = Seconds();
 };
 
-class TempFile {
-  public:
-    TempFile()
-    {
-        std::string folder =
-            (std::filesystem::temp_directory_path() / "wyx_limits_XXXXXX").string();
-        EXPECT_NE(mkdtemp(folder.data()), nullptr);
-        folder_ = folder;
-    }
-    ~TempFile() { std::filesystem::remove_all(folder_); }
-    TempFile(const TempFile &) = delete;
-    TempFile &operator=(const TempFile &) = delete;
-    std::string Name() const { return (folder_ / "big.ini").string(); }
-
-  private:
-    std::filesystem::path folder_;
-};
-
 char *Arg(const char *psz)
 {
     return const_cast<char *>(psz);
@@ -71,9 +52,10 @@ char *Arg(const char *psz)
 // lines. An edit of the first section walks all lines.
 TEST(Limits, MillionLines)
 {
-    const TempFile file;
+    const TempFolder folder;
+    const std::string file = folder.File("big.ini");
     {
-        std::ofstream out(file.Name(), std::ios::binary);
+        std::ofstream out(file, std::ios::binary);
         out << "[first]\n";
         for (QAL_UINT32 i = 0; i + 3 < kMillion; ++i) {
             out << "key" << i << " = value ;note\n";
@@ -83,7 +65,7 @@ TEST(Limits, MillionLines)
     XELP_IN_S_INI_FILE_STRUCT doc;
     {
         const Timed timed("load");
-        ASSERT_EQ(XELP_IniGetFileContent(file.Name().c_str(), &doc), 0U);
+        ASSERT_EQ(XELP_IniGetFileContent(file.c_str(), &doc), 0U);
     }
     EXPECT_EQ(doc.ulLineNum, kMillion);
     EXPECT_EQ(doc.ulTotalLine, kMillion + 50);
@@ -120,18 +102,19 @@ TEST(Limits, MillionLines)
     }
     {
         const Timed timed("save");
-        EXPECT_EQ(XELP_IniSaveFileContent(file.Name().c_str(), &doc), 0U);
+        EXPECT_EQ(XELP_IniSaveFileContent(file.c_str(), &doc), 0U);
     }
-    std::ifstream in(file.Name(), std::ios::binary);
+    std::ifstream in(file, std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "[last]\nk=v\n");
 }
 
 TEST(Limits, LineOfAHundredThousandContinuations)
 {
     constexpr int kLines = 100000;
-    const TempFile file;
+    const TempFolder folder;
+    const std::string file = folder.File("big.ini");
     {
-        std::ofstream out(file.Name(), std::ios::binary);
+        std::ofstream out(file, std::ios::binary);
         out << "[a]\nk=";
         for (int i = 0; i < kLines; ++i) {
             out << "\\\n";
@@ -141,7 +124,7 @@ TEST(Limits, LineOfAHundredThousandContinuations)
     XELP_IN_S_INI_FILE_STRUCT doc;
     {
         const Timed timed("load");
-        ASSERT_EQ(XELP_IniGetFileContent(file.Name().c_str(), &doc), 0U);
+        ASSERT_EQ(XELP_IniGetFileContent(file.c_str(), &doc), 0U);
     }
     EXPECT_EQ(doc.ulLineNum, 3U);
     EXPECT_EQ(doc.ulIniFileNum, 3U + kLines);
@@ -150,12 +133,12 @@ TEST(Limits, LineOfAHundredThousandContinuations)
 
     // If each of them adds a byte, the line is too long at the 512th.
     {
-        std::ofstream out(file.Name(), std::ios::binary);
+        std::ofstream out(file, std::ios::binary);
         for (int i = 0; i < kLines; ++i) {
             out << "x\\\n";
         }
     }
-    EXPECT_EQ(XELP_IniGetFileContent(file.Name().c_str(), &doc), XELP_ERR_INI_LINE_TOO_LONG);
+    EXPECT_EQ(XELP_IniGetFileContent(file.c_str(), &doc), XELP_ERR_INI_LINE_TOO_LONG);
     EXPECT_EQ(doc.pStrLine, nullptr);
 }
 

@@ -1,4 +1,5 @@
-// What tests/adapter does not require of every adapter, and what a comment in the source refers to.
+// What the default adapter does beyond the contract that tests/adapter tries, and what a *Kept*
+// comment of its source refers to.
 #include <gtest/gtest.h>
 
 #include "bounded.h"

@@ -30,7 +30,8 @@ TEST(Clock, CountsMillisecondsSince1970)
 {
     CatchUp();
     for (int i = 0; i < 100; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // less than one call each
+        std::this_thread::sleep_for(
+            std::chrono::milliseconds(2)); // so that the clock does not run ahead
         const QAL_UINT64 ullBefore = Now();
         const QAL_UINT64 ullTime = XELP_GetSystemTime();
         const QAL_UINT64 ullAfter = Now();
@@ -41,7 +42,7 @@ TEST(Clock, CountsMillisecondsSince1970)
     }
 }
 
-TEST(Clock, RunsAheadByAMillisecondForEachCallThatComesTooEarly)
+TEST(Clock, RunsAheadByAMillisecondForEachEarlyCall)
 {
     CatchUp();
     const QAL_UINT64 ullStart = Now();
@@ -53,7 +54,7 @@ TEST(Clock, RunsAheadByAMillisecondForEachCallThatComesTooEarly)
     EXPECT_LE(ullTime, std::max(Now(), ullStart + 1001));
 }
 
-TEST(Clock, HandsOutEachValueOnce)
+TEST(Clock, ReturnsEachValueOnce)
 {
     constexpr std::size_t kCalls = 50000;
     std::atomic<int> iReady = 0;

@@ -1,4 +1,4 @@
-// The file services over a system that fails, is interrupted, or does only a part.
+// The file services on a system whose calls fail, are interrupted, or do only a part of their work.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>
@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "file_texts.h"
 #include "os_adapter.h"
 #include "random.h"
 #include "system_double.h"
@@ -24,18 +25,13 @@ namespace {
 constexpr std::size_t kWriteBuffer = 65536;
 constexpr std::size_t kAtOnce = kWriteBuffer + 1; // bytes in a call that are not buffered
 constexpr std::size_t kOneByOne = 8192;           // up to here nothing is reserved ahead
-constexpr int kNever = 1 << 30;                   // times a call fails that never works again
+constexpr int kAlways = 1 << 30;                  // how often a call fails that never works again
 
 class FileFailure : public SystemTest {
   protected:
     XELP_S_File *Open(const std::string &name, const char *pszMode)
     {
         return XELP_Fopen(name.c_str(), pszMode);
-    }
-
-    QAL_UINT32 Write(XELP_S_File *pstruFile, std::string_view text)
-    {
-        return XELP_Fwrite(text.data(), 1, static_cast<QAL_UINT32>(text.size()), pstruFile);
     }
 
     /// Opens a file for writing and makes it so large that what is written next is buffered.
@@ -45,16 +41,6 @@ class FileFailure : public SystemTest {
         EXPECT_EQ(Write(pstruFile, start), kAtOnce);
         system.Reset();
         return pstruFile;
-    }
-
-    /// Everything that XELP_Fgetc() returns until the end.
-    std::string ReadAll(XELP_S_File *pstruFile)
-    {
-        std::string text;
-        for (QAL_INT32 lByte; (lByte = XELP_Fgetc(pstruFile)) != -1;) {
-            text += static_cast<char>(lByte);
-        }
-        return text;
     }
 
     std::string ReadFile(const std::string &name)
@@ -68,7 +54,7 @@ class FileFailure : public SystemTest {
 
     std::string Trace() const { return system.Trace(folder.Path()); }
 
-    /// A failure is still to be reported: the next removal does not act, the one after it does.
+    /// A failure has still to be reported: the next removal only reports it, the one after it acts.
     void ExpectPending(int iError)
     {
         const std::string victim = folder.Make("victim", "still needed");
@@ -90,18 +76,9 @@ class FileFailure : public SystemTest {
     const std::string start = std::string(kAtOnce, 's');
 };
 
-std::string SomeText(std::size_t size)
-{
-    std::string text(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        text[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
-    }
-    return text;
-}
-
 // ---- Reading ------------------------------------------------------------------------------------
 
-TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForReadingFailsTheOpening)
+TEST_F(FileFailure, AnyFailedSystemCallFailsAnOpenForReading)
 {
     const std::string name = folder.Make("text", SomeText(10000));
     const struct {
@@ -116,7 +93,7 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForReadingFailsTheOpening)
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
         system.Reset();
-        system.TellSize(0); // so that the buffer has to grow
+        system.ReportSize(0); // so that the buffer has to grow
         system.Fail(c.pszCall, c.n, c.iError);
         system.Fail("close", 1, EBADF); // must not hide the reason
         errno = 0;
@@ -141,7 +118,7 @@ TEST_F(FileFailure, StreamWithoutMemoryIsNotOpened)
     close(iWriter);
 }
 
-TEST_F(FileFailure, RegularFileIsReadWholeAtOpenAndLetGo)
+TEST_F(FileFailure, RegularFileIsReadWholeAtOpenAndClosed)
 {
     const std::string text = SomeText(100000);
     const std::string name = folder.Make("text", text);
@@ -163,10 +140,10 @@ TEST_F(FileFailure, SizeIsOnlyAHint)
     for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 50000U}) {
         const std::string text = SomeText(size);
         const std::string name = folder.Make("text", text);
-        for (const off_t told : {0, 1, 4095, 4096, 49999, 50000, 50001, 1000000}) {
-            SCOPED_TRACE(testing::Message() << size << " told as " << told);
+        for (const off_t reported : {0, 1, 4095, 4096, 49999, 50000, 50001, 1000000}) {
+            SCOPED_TRACE(testing::Message() << size << " reported as " << reported);
             system.Reset();
-            system.TellSize(told);
+            system.ReportSize(reported);
             EXPECT_EQ(ReadFile(name), text);
         }
     }
@@ -175,14 +152,14 @@ TEST_F(FileFailure, SizeIsOnlyAHint)
 TEST_F(FileFailure, FileThatGrowsWhileItIsReadIsReadToItsNewEnd)
 {
     const std::string name = folder.Make("text", "old" + SomeText(9000));
-    system.TellSize(3); // it was read before it grew
+    system.ReportSize(3); // the size before it grew
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
-    system.TellSize(3);
+    system.ReportSize(3);
     system.LimitRead(2); // and a partial read does not find the end
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
-    system.TellSize(3000);
+    system.ReportSize(3000);
     system.LimitRead(3000);
     EXPECT_EQ(ReadFile(folder.Make("text", SomeText(3000))), SomeText(3000));
     EXPECT_EQ(system.Calls("read"), 1);
@@ -225,7 +202,7 @@ class PipeFailure : public FileFailure {
     int iWriter_ = -1;
 };
 
-TEST_F(PipeFailure, StepsBackOverEveryByteWhereverTheRefillsFall)
+TEST_F(PipeFailure, StepsBackOverEveryByteAcrossRefills)
 {
     const std::string text = SomeText(60);
     for (const std::size_t limit : {1U, 2U, 3U, 5U, 60U}) {
@@ -249,7 +226,7 @@ TEST_F(PipeFailure, StepsBackOverEveryByteWhereverTheRefillsFall)
     }
 }
 
-TEST_F(PipeFailure, MovesOnlyWithinWhatIsHeld)
+TEST_F(PipeFailure, SeeksOnlyWithinTheBuffer)
 {
     XELP_S_File *const pstruFile = OpenPipe("abcdefgh");
     system.LimitRead(3); // abc def gh
@@ -283,7 +260,7 @@ TEST_F(PipeFailure, MovesOnlyWithinWhatIsHeld)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-TEST_F(PipeFailure, EndStaysTheEndAndLetsThePipeGo)
+TEST_F(PipeFailure, EndIsFinalAndClosesThePipe)
 {
     XELP_S_File *const pstruFile = OpenPipe("ab");
     EXPECT_EQ(ReadAll(pstruFile), "ab");
@@ -314,7 +291,7 @@ TEST_F(PipeFailure, ReadErrorEndsTheStreamAndKeepsErrno)
 
 // ---- Opening for writing ------------------------------------------------------------------------
 
-TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
+TEST_F(FileFailure, AnyFailedSystemCallFailsAnOpenForWriting)
 {
     const struct {
         const char *pszCall;
@@ -332,7 +309,7 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
         const std::string name = folder.Make("text", "old");
         system.Reset();
         system.Fail(c.pszCall, c.n, c.iError);
-        system.Fail("close", 1, EBADF, kNever);
+        system.Fail("close", 1, EBADF, kAlways);
         errno = 0;
         EXPECT_EQ(Open(name, "w"), nullptr);
         EXPECT_EQ(errno, c.iError);
@@ -343,7 +320,7 @@ TEST_F(FileFailure, EveryCallThatFailsWhileOpeningForWritingFailsTheOpening)
     ExpectNothingPending();
 }
 
-TEST_F(FileFailure, OpeningForWritingWithoutMemoryClosesNothing)
+TEST_F(FileFailure, OpenForWritingWithoutMemoryClosesNothing)
 {
     const std::string name = folder.File("text");
     system.Reset();
@@ -353,7 +330,7 @@ TEST_F(FileFailure, OpeningForWritingWithoutMemoryClosesNothing)
     EXPECT_FALSE(folder.Has("text"));
 }
 
-TEST_F(FileFailure, OpeningForWritingThatFailsLeavesNoNewFile)
+TEST_F(FileFailure, FailedOpenForWritingLeavesNoNewFile)
 {
     const struct {
         const char *pszCall;
@@ -363,7 +340,7 @@ TEST_F(FileFailure, OpeningForWritingThatFailsLeavesNoNewFile)
         SCOPED_TRACE(testing::Message() << c.pszCall << " " << c.n);
         system.Reset();
         system.Fail(c.pszCall, c.n, EIO);
-        system.Fail("close", 1, EBADF, kNever);
+        system.Fail("close", 1, EBADF, kAlways);
         errno = 0;
         EXPECT_EQ(Open(folder.File("text"), "w"), nullptr);
         EXPECT_EQ(errno, EIO);
@@ -378,18 +355,18 @@ TEST_F(FileFailure, FileThatAppearsAfterItWasLookedForIsNotEmptied)
 {
     const std::string name = folder.File("text.ibk");
     EXPECT_EQ(Open(name, "r"), nullptr);
-    EXPECT_EQ(Open(name, "r"), nullptr); // twice, and yet refused once
+    EXPECT_EQ(Open(name, "r"), nullptr); // looked for twice, but refused only once below
     folder.Make("text.ibk", "another's");
     errno = 0;
     EXPECT_EQ(Open(name, "w"), nullptr);
     EXPECT_EQ(errno, EEXIST);
     EXPECT_EQ(folder.Content("text.ibk"), "another's");
-    XELP_S_File *const pstruFile = Open(name, "w"); // refused once
+    XELP_S_File *const pstruFile = Open(name, "w");
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
-TEST_F(FileFailure, NameThatWasNotFoundIsRemovedAllTheSame)
+TEST_F(FileFailure, NameThatWasNotFoundIsStillRemoved)
 {
     const std::string name = folder.File("text.ibk");
     EXPECT_EQ(Open(name, "r"), nullptr);
@@ -398,7 +375,7 @@ TEST_F(FileFailure, NameThatWasNotFoundIsRemovedAllTheSame)
     EXPECT_FALSE(folder.Has("text.ibk"));
 }
 
-TEST_F(FileFailure, NameOfNothingButTheSuffixIsRemembered)
+TEST_F(FileFailure, NameThatIsOnlyTheSuffixIsRemembered)
 {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder.Path());
@@ -408,7 +385,7 @@ TEST_F(FileFailure, NameOfNothingButTheSuffixIsRemembered)
     std::filesystem::current_path(before);
 }
 
-TEST_F(FileFailure, OtherNamesAreEmptiedAllTheSame)
+TEST_F(FileFailure, OtherNamesAreStillEmptied)
 {
     EXPECT_EQ(Open(folder.File("text1"), "r"), nullptr);
     folder.Make("text.ibk", "old");
@@ -417,16 +394,16 @@ TEST_F(FileFailure, OtherNamesAreEmptiedAllTheSame)
     EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
-TEST_F(FileFailure, WhatWasSeenIsForgottenAfterTenSeconds)
+TEST_F(FileFailure, NamesAreForgottenAfterTenSeconds)
 {
     const std::string name = folder.File("text.ibk");
     for (const long seconds : {0L, 10L, 11L, 100000L, (1L << 24) - 1}) {
         SCOPED_TRACE(seconds);
         folder.Make("old.ibk", "old");
-        system.TellTime((1L << 24) - 5, 0);
+        system.ReportTime((1L << 24) - 5, 0);
         EXPECT_EQ(Open(name, "r"), nullptr);
         EXPECT_EQ(XELP_Rename(folder.File("old.ibk").c_str(), folder.File("new.ibk").c_str()), 0);
-        system.TellTime((1L << 24) - 5 + seconds, 999999999);
+        system.ReportTime((1L << 24) - 5 + seconds, 999999999);
         folder.Make("text.ibk", "another's");
         folder.Make("old.ibk", "another's");
         const bool isForgotten = seconds > 10;
@@ -474,21 +451,21 @@ TEST_F(FileFailure, FileThatAppearsUnderANameRenamedAwayIsNotRemoved)
     EXPECT_EQ(XELP_Remove(name.c_str()), 0) << "refused once";
 }
 
-TEST_F(FileFailure, NameRenamedAwayAndMadeAgainIsRemoved)
+TEST_F(FileFailure, NameRenamedAwayAndCreatedAgainIsRemoved)
 {
     const std::string name = folder.Make("text.ibk", "ours");
     const std::string other = folder.File("new.ibk");
     EXPECT_EQ(XELP_Rename(name.c_str(), other.c_str()), 0);
-    EXPECT_EQ(XELP_Fclose(Open(name, "w")), 0); // by opening it
+    EXPECT_EQ(XELP_Fclose(Open(name, "w")), 0); // created by opening it
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
 
     EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0);
     EXPECT_EQ(XELP_Rename(name.c_str(), other.c_str()), 0);
-    EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0); // by renaming it back
+    EXPECT_EQ(XELP_Rename(other.c_str(), name.c_str()), 0); // created by renaming back
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
 
     folder.Make("text.ibk", "ours");
-    EXPECT_EQ(XELP_Rename(name.c_str(), name.c_str()), 0); // by doing nothing
+    EXPECT_EQ(XELP_Rename(name.c_str(), name.c_str()), 0); // onto itself
     EXPECT_EQ(XELP_Remove(name.c_str()), 0);
     EXPECT_FALSE(folder.Has("text.ibk"));
 }
@@ -524,7 +501,7 @@ TEST_F(FileFailure, DescriptorsAreClosedOnExec)
 
 // ---- Writing ------------------------------------------------------------------------------------
 
-TEST_F(FileFailure, ManyLinesTakeFewCallsOfTheSystem)
+TEST_F(FileFailure, ManyLinesTakeFewSystemCalls)
 {
     const std::string line = "key=a value of a common length\n";
     std::string text;
@@ -543,13 +520,13 @@ TEST_F(FileFailure, ManyLinesTakeFewCallsOfTheSystem)
     EXPECT_EQ(system.Calls("ftruncate"), 1);
 }
 
-TEST_F(FileFailure, SmallOnesTakeBlocksOneByOneAndHaveNoneToGiveBack)
+TEST_F(FileFailure, SmallFilesReserveBlockByBlockAndReleaseNone)
 {
     for (const int iBlockSize : {0, 512, 1024, 4096, 2097152}) {
         SCOPED_TRACE(iBlockSize);
         std::filesystem::remove(folder.File("text"));
         system.Reset();
-        system.TellBlockSize(iBlockSize);
+        system.ReportBlockSize(iBlockSize);
         const int iBlock = iBlockSize != 0 ? std::min(iBlockSize, 4096) : 4096;
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
         std::string text;
@@ -560,7 +537,7 @@ TEST_F(FileFailure, SmallOnesTakeBlocksOneByOneAndHaveNoneToGiveBack)
             ASSERT_EQ(system.Calls("fallocate"), iBlocks);
             ASSERT_EQ(system.ReservedUpTo(), off_t{iBlocks} * iBlock);
         }
-        EXPECT_EQ(folder.Content("text"), "") << "waits";
+        EXPECT_EQ(folder.Content("text"), "") << "not buffered";
         EXPECT_EQ(XELP_Fclose(pstruFile), 0);
         EXPECT_EQ(folder.Content("text"), text);
         EXPECT_EQ(system.Calls("write"), 1);
@@ -568,15 +545,15 @@ TEST_F(FileFailure, SmallOnesTakeBlocksOneByOneAndHaveNoneToGiveBack)
     }
 }
 
-/// What every call has reported as written is with the kernel, or has its blocks.
-TEST_F(FileFailure, NothingWaitsWithoutBlocks)
+/// Every byte that a call reports as written has been passed to the kernel or has a reserved block.
+TEST_F(FileFailure, NothingIsBufferedWithoutReservedBlocks)
 {
     for (const bool failsLater : {false, true}) {
         Random random;
         SCOPED_TRACE(random.Trace());
         system.Reset();
         if (failsLater) {
-            system.Fail("fallocate", 3, ENOSPC, kNever);
+            system.Fail("fallocate", 3, ENOSPC, kAlways);
         }
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
         std::string text;
@@ -599,7 +576,7 @@ TEST_F(FileFailure, NothingWaitsWithoutBlocks)
     }
 }
 
-TEST_F(FileFailure, WithoutReservationEveryCallHandsOver)
+TEST_F(FileFailure, WithoutReservationEveryCallWritesAtOnce)
 {
     for (const int iError : {EOPNOTSUPP, ENOSYS, ENOSPC, EDQUOT, EFBIG}) {
         SCOPED_TRACE(iError);
@@ -627,16 +604,16 @@ TEST_F(FileFailure, ReservationThatFailsLaterKeepsTheOrder)
         text += "waiting";
         ASSERT_EQ(Write(pstruFile, "waiting"), 7U);
     }
-    EXPECT_EQ(folder.Content("text"), text) << "the last part and all before it are handed over";
+    EXPECT_EQ(folder.Content("text"), text) << "not all of it was written";
     ASSERT_EQ(Write(pstruFile, "!"), 1U);
     EXPECT_EQ(folder.Content("text"), text + "!");
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(system.Calls("ftruncate"), 1);
 }
 
-TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
+TEST_F(FileFailure, ReservesNothingBeyondTheFileSizeLimit)
 {
-    system.TellSizeLimit(20000);
+    system.ReportSizeLimit(20000);
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
     std::string text;
     for (int i = 0; i < 199; ++i) {
@@ -653,10 +630,10 @@ TEST_F(FileFailure, ReservesNothingBeyondTheLimitOfTheProcess)
     ExpectNothingPending();
 }
 
-TEST_F(FileFailure, PieceAcrossTheLimitOfTheProcessDoesNotWait)
+TEST_F(FileFailure, PieceAcrossTheFileSizeLimitIsNotBuffered)
 {
     XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
-    system.TellSizeLimit(kAtOnce + 10000);
+    system.ReportSizeLimit(kAtOnce + 10000);
     const std::string piece = SomeText(15000);
     EXPECT_EQ(Write(pstruFile, piece), 10000U);
     EXPECT_EQ(errno, EFBIG);
@@ -664,13 +641,13 @@ TEST_F(FileFailure, PieceAcrossTheLimitOfTheProcessDoesNotWait)
     EXPECT_NE(XELP_Fclose(pstruFile), 0);
 }
 
-TEST_F(FileFailure, LargePiecesAreHandedOverAtOnce)
+TEST_F(FileFailure, LargePiecesAreWrittenAtOnce)
 {
     const std::string large = SomeText(kWriteBuffer + 1);
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
     EXPECT_EQ(Write(pstruFile, start), start.size());
     EXPECT_EQ(Write(pstruFile, "ab"), 2U);
-    EXPECT_EQ(folder.Content("text"), start) << "does not wait";
+    EXPECT_EQ(folder.Content("text"), start) << "ab is not buffered, or what precedes it is";
     EXPECT_EQ(Write(pstruFile, large), large.size());
     EXPECT_EQ(folder.Content("text"), start + "ab" + large);
     EXPECT_EQ(Write(pstruFile, "cd"), 2U);
@@ -682,20 +659,20 @@ TEST_F(FileFailure, ShortAndInterruptedWritesLoseNothing)
 {
     const std::string text = SomeText(3000);
     for (const std::size_t limit : {1U, 7U, 2999U}) {
-        for (const bool waits : {false, true}) {
-            SCOPED_TRACE(testing::Message() << limit << (waits ? " waiting" : " at once"));
+        for (const bool isBuffered : {false, true}) {
+            SCOPED_TRACE(testing::Message() << limit << (isBuffered ? " buffered" : " at once"));
             system.Reset();
             system.InterruptEach(3);
             XELP_S_File *const pstruFile =
-                waits ? OpenLarge(folder.File("text")) : Open(folder.File("text"), "w");
-            if (!waits) {
+                isBuffered ? OpenLarge(folder.File("text")) : Open(folder.File("text"), "w");
+            if (!isBuffered) {
                 system.Fail("fallocate", 1, ENOSPC);
             }
             system.LimitWrite(limit);
             system.InterruptEach(3);
             EXPECT_EQ(Write(pstruFile, text), text.size());
             EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-            EXPECT_EQ(folder.Content("text"), (waits ? start : "") + text);
+            EXPECT_EQ(folder.Content("text"), (isBuffered ? start : "") + text);
             EXPECT_EQ(XELP_Rename(folder.File("text").c_str(), folder.File("new").c_str()), 0);
             EXPECT_EQ(XELP_Remove(folder.File("new").c_str()), 0);
         }
@@ -744,10 +721,10 @@ TEST_F(FileFailure, WriteThatMovesNothingIsAnError)
     ExpectNothingPending();
 }
 
-TEST_F(FileFailure, BufferThatCannotBeHandedOverShowsInTheCount)
+TEST_F(FileFailure, FailureToWriteTheBufferShowsInTheCount)
 {
     const struct {
-        std::size_t next; // the piece that makes the buffer be written
+        std::size_t next; // the size of the piece that causes the buffer to be written
         bool canReserve;
     } cases[] = {{kWriteBuffer, true}, {kWriteBuffer + 1, true}, {40000, false}};
     for (const auto &c : cases) {
@@ -777,9 +754,9 @@ TEST_F(FileFailure, NoItemsWriteNothing)
     ExpectNothingPending();
 }
 
-// ---- Moving in a file for writing ---------------------------------------------------------------
+// ---- Seeking in a file for writing --------------------------------------------------------------
 
-TEST_F(FileFailure, WriterMovesAndThenHandsOverAtOnce)
+TEST_F(FileFailure, WriterWritesAtOnceAfterASeek)
 {
     XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
     EXPECT_EQ(Write(pstruFile, "0123456789"), 10U);
@@ -799,7 +776,7 @@ TEST_F(FileFailure, WriterMovesAndThenHandsOverAtOnce)
     EXPECT_EQ(folder.Content("text"), start + "01ab4C678def");
 }
 
-TEST_F(FileFailure, WriterStepsBackOverBytesThatWait)
+TEST_F(FileFailure, WriterStepsBackOverBufferedBytes)
 {
     XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
     EXPECT_EQ(Write(pstruFile, "ab"), 2U);
@@ -809,7 +786,7 @@ TEST_F(FileFailure, WriterStepsBackOverBytesThatWait)
     EXPECT_EQ(folder.Content("text"), start + "ac");
 }
 
-TEST_F(FileFailure, WriterThatCannotMoveStaysWhereItWas)
+TEST_F(FileFailure, FailedSeekLeavesTheWritersPosition)
 {
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
     EXPECT_EQ(Write(pstruFile, "abc"), 3U);
@@ -826,7 +803,7 @@ TEST_F(FileFailure, WriterThatCannotMoveStaysWhereItWas)
     EXPECT_EQ(folder.Content("text"), "abcd");
 }
 
-TEST_F(FileFailure, WriterThatFailsWhileMovingStillTellsIt)
+TEST_F(FileFailure, FailureWhileSeekingIsStillReported)
 {
     for (const bool writesOn : {false, true}) {
         XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
@@ -868,7 +845,7 @@ TEST_F(FileFailure, WrongDirectionIsRefused)
 // ---- Closing ------------------------------------------------------------------------------------
 
 /// The directory is opened with the file, and flushed after it.
-TEST_F(FileFailure, ClosingFlushesTheFileAndThenItsEntry)
+TEST_F(FileFailure, CloseFlushesTheFileAndThenItsEntry)
 {
     XELP_S_File *pstruFile = Open(folder.File("text"), "w");
     EXPECT_EQ(Write(pstruFile, "abc"), 3U);
@@ -885,7 +862,7 @@ TEST_F(FileFailure, ClosingFlushesTheFileAndThenItsEntry)
               "fsync ., close .");
 }
 
-TEST_F(FileFailure, RelativeNameIsFlushedWhereItWasMade)
+TEST_F(FileFailure, RelativeNameIsFlushedWhereItWasCreated)
 {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::create_directory(folder.File("sub"));
@@ -900,7 +877,7 @@ TEST_F(FileFailure, RelativeNameIsFlushedWhereItWasMade)
               "fsync ., close ., fsync sub/text, close sub/text, fsync sub, close sub");
 }
 
-TEST_F(FileFailure, DirectoryThatCannotBeReadIsFlushedWithEverything)
+TEST_F(FileFailure, UnreadableDirectoryIsFlushedByFlushingEverything)
 {
     system.Fail("open", 1, EACCES);
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -914,7 +891,7 @@ TEST_F(FileFailure, DirectoryThatCannotBeReadIsFlushedWithEverything)
     EXPECT_EQ(Trace(), "rename text new, open ., sync all");
 }
 
-TEST_F(FileFailure, FailureAtCloseIsToldOnceByTheNextRemovalOrRename)
+TEST_F(FileFailure, CloseFailureIsReportedOnceByTheNextRemoveOrRename)
 {
     const struct {
         const char *pszCall;
@@ -952,19 +929,19 @@ TEST_F(FileFailure, FailureAtCloseIsToldOnceByTheNextRemovalOrRename)
     }
 }
 
-TEST_F(FileFailure, FirstOfSeveralFailuresIsTold)
+TEST_F(FileFailure, FirstOfSeveralFailuresIsReported)
 {
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
     EXPECT_EQ(Write(pstruFile, "abc"), 3U);
-    system.Fail("fsync", 1, EIO, kNever);
-    system.Fail("close", 1, EDQUOT, kNever);
+    system.Fail("fsync", 1, EIO, kAlways);
+    system.Fail("close", 1, EDQUOT, kAlways);
     EXPECT_NE(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(errno, EIO);
     EXPECT_EQ(system.Calls("fsync"), 1) << "flushed the entry of a file that failed";
     ExpectPending(EIO);
 }
 
-TEST_F(FileFailure, FailureAtCloseConcernsItsThreadOnly)
+TEST_F(FileFailure, CloseFailureIsReportedToItsOwnThreadOnly)
 {
     XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
     system.Fail("fsync", 1, EIO);
@@ -973,7 +950,7 @@ TEST_F(FileFailure, FailureAtCloseConcernsItsThreadOnly)
     ExpectPending(EIO);
 }
 
-TEST_F(FileFailure, FailureAtCloseEndsWithItsThread)
+TEST_F(FileFailure, CloseFailureIsForgottenWhenItsThreadEnds)
 {
     for (int i = 0; i < 20; ++i) { // the system reuses thread identities
         std::thread([&] {
@@ -986,7 +963,7 @@ TEST_F(FileFailure, FailureAtCloseEndsWithItsThread)
     ExpectNothingPending();
 }
 
-TEST_F(FileFailure, LastFailureOfAThreadIsTold)
+TEST_F(FileFailure, LastFailureOfAThreadIsReported)
 {
     for (const int iError : {EIO, EDQUOT}) {
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -998,7 +975,7 @@ TEST_F(FileFailure, LastFailureOfAThreadIsTold)
 
 /// A thread without room for its failure must not remove what is still needed, so another thread's
 /// call may fail instead.
-TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
+TEST_F(FileFailure, FailureThatItsThreadCannotKeepGoesToTheFirstThreadThatAsks)
 {
     for (const bool isOther : {false, true}) {
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -1015,8 +992,8 @@ TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsToldToTheFirstThatAsks)
     }
 }
 
-/// They are not counted: one failure is enough to keep what is still needed.
-TEST_F(FileFailure, FailuresThatCannotBeKeptAreToldTogether)
+/// One report is enough to keep what is still needed, so these failures are not counted.
+TEST_F(FileFailure, FailuresThatCannotBeKeptAreReportedAsOne)
 {
     for (const int iError : {EIO, EDQUOT}) {
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -1028,7 +1005,7 @@ TEST_F(FileFailure, FailuresThatCannotBeKeptAreToldTogether)
 }
 
 /// A thread's own failure comes first.
-TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
+TEST_F(FileFailure, TwoFailuresAreReportedOneAfterTheOther)
 {
     XELP_S_File *pstruFile = Open(folder.File("text"), "w");
     system.Fail("fsync", 1, EIO);
@@ -1045,8 +1022,8 @@ TEST_F(FileFailure, TwoFailuresAreToldOneAfterTheOther)
 
 using FileFailureDeathTest = FileFailure;
 
-/// Runs first, like tests that end a process: nothing has failed yet.
-TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
+/// A death test, because those run first: nothing has failed yet.
+TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksGetsTheFailure)
 {
     EXPECT_EXIT(
         {
@@ -1065,8 +1042,8 @@ TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksIsTold)
         ::testing::ExitedWithCode(0), "");
 }
 
-/// On Android the allocation of a thread's state can fail.
-TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
+/// On Android, creating a thread's value allocates, which can fail.
+TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedIfNothingFails)
 {
     EXPECT_EXIT(
         {
@@ -1086,8 +1063,8 @@ TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedWhereNothingFails)
         ::testing::ExitedWithCode(0), "");
 }
 
-/// The key is made once, and asked for only as long as there is a failure to tell.
-TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedOnceAllFailuresAreTold)
+/// The key is created once, and looked up only as long as there is a failure to report.
+TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedOnceAllFailuresAreReported)
 {
     EXPECT_EXIT(
         {
@@ -1106,7 +1083,7 @@ TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedOnceAllFailuresAreTold)
             EXPECT_EQ(system.Calls("pthread_key_create"), 1);
             ExpectPending(EIO);
             expectUntouched();
-            fail(EIO); // two of one thread are told as one
+            fail(EIO); // two failures of one thread are reported as one
             fail(EDQUOT);
             EXPECT_EQ(system.Calls("pthread_key_create"), 0);
             ExpectPending(EDQUOT);
@@ -1120,7 +1097,7 @@ TEST_F(FileFailureDeathTest, NothingOfTheThreadIsTouchedOnceAllFailuresAreTold)
         ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(FileFailure, WhatDoesNoHarmAtCloseIsNoFailure)
+TEST_F(FileFailure, HarmlessErrorAtCloseIsNoFailure)
 {
     const struct {
         const char *pszCall;
@@ -1175,7 +1152,7 @@ TEST_F(FileFailure, PipeIsWrittenAtOnceAndHasNothingToFlush)
 
 // ---- Removing and renaming ----------------------------------------------------------------------
 
-TEST_F(FileFailure, RenamingFlushesTheNewEntryAndThenTheOldOne)
+TEST_F(FileFailure, RenameFlushesTheNewEntryAndThenTheOldOne)
 {
     std::filesystem::create_directory(folder.File("sub"));
     folder.Make("text", "abc");
@@ -1194,12 +1171,13 @@ TEST_F(FileFailure, RenamingFlushesTheNewEntryAndThenTheOldOne)
               "open sub, fsync sub, close sub");
 }
 
-TEST_F(FileFailure, RenameInTheRootOrTheWorkingFolderFlushesThat)
+TEST_F(FileFailure, RenameInTheRootOrWorkingDirectoryFlushesThatDirectory)
 {
     system.Fail("rename", 1, EACCES);
     EXPECT_NE(XELP_Rename("/wyx_no_such_file", "/wyx_no_such_name"), 0);
     EXPECT_EQ(errno, EACCES);
-    EXPECT_EQ(Trace(), "rename /wyx_no_such_file /wyx_no_such_name") << "flushed nothing new";
+    EXPECT_EQ(Trace(), "rename /wyx_no_such_file /wyx_no_such_name")
+        << "flushed though nothing was renamed";
 
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder.Path());
@@ -1228,7 +1206,7 @@ TEST_F(FileFailure, RenameThatCannotBeFlushedFails)
         folder.Make("text", "abc");
         system.Reset();
         system.Fail("fsync", n, EIO);
-        system.Fail("close", 1, EBADF, kNever);
+        system.Fail("close", 1, EBADF, kAlways);
         errno = 0;
         EXPECT_NE(XELP_Rename(folder.File("text").c_str(), folder.File("sub/text").c_str()), 0);
         EXPECT_EQ(errno, EIO);
@@ -1250,7 +1228,7 @@ TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
         EXPECT_EQ(errno, ENAMETOOLONG);
         EXPECT_EQ(system.Calls("open"), iFits + 1);
         system.Reset();
-        system.Fail("rename", 1, 0); // succeeds, which the system would not allow
+        system.Fail("rename", 1, 0); // reports success, which the system never would
         EXPECT_EQ(XELP_Rename(target.c_str(), name.c_str()), 0);
         EXPECT_EQ(system.Calls("open"), iFits + 1); // flushes the old entry
         EXPECT_EQ(system.Calls("sync"), 1 - iFits);
@@ -1277,7 +1255,7 @@ TEST_F(FileFailure, NamesTooLongAreRefusedAsSuch)
 
 // ---- A save, as the INI module does it ----------------------------------------------------------
 
-/// Every single call of a save fails in turn: the old or the new content always stays whole.
+/// Each call of a save fails in turn: the old or the new content always stays whole.
 TEST_F(FileFailure, SaveKeepsOneOfTheTwoContentsWhole)
 {
     const std::string old = folder.File("t.ini");

@@ -1,7 +1,6 @@
 // What the default adapter promises of files beyond the contract that tools/adapter_suite tries: on
 // real files, pipes, devices and full disks.
 #include <fcntl.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -22,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "file_texts.h"
 #include "os_adapter.h"
 #include "random.h"
 #include "temp_folder.h"
@@ -29,32 +29,10 @@
 namespace wyx::test {
 namespace {
 
-std::string SomeText(std::size_t size)
-{
-    std::string text(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        text[i] = static_cast<char>((i * 13 + i / 257) & 0xFF);
-    }
-    return text;
-}
+constexpr int kNotHere = 77; // the result of a child that cannot try here what it should
 
-std::string ReadAll(XELP_S_File *pstruFile)
-{
-    std::string text;
-    for (QAL_INT32 lByte; (lByte = XELP_Fgetc(pstruFile)) != -1;) {
-        EXPECT_TRUE(lByte >= 0 && lByte <= 255) << lByte;
-        text += static_cast<char>(lByte);
-    }
-    return text;
-}
-
-QAL_UINT32 Write(XELP_S_File *pstruFile, std::string_view text)
-{
-    return XELP_Fwrite(text.data(), 1, static_cast<QAL_UINT32>(text.size()), pstruFile);
-}
-
-/// Runs a function in a process of its own, so that limits, rights and mounts end with it. Returns
-/// its result; 77 is for what cannot be tried here.
+/// Runs a function in a process of its own, so that limits and mounts end with it. Returns its
+/// result.
 int InChild(const std::function<int()> &run)
 {
     const pid_t child = fork();
@@ -66,7 +44,14 @@ int InChild(const std::function<int()> &run)
     return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : 1000 + WTERMSIG(iStatus);
 }
 
-constexpr int kNotHere = 77;
+/// Expects that such a child succeeded, or skips the test if the child could not try.
+void ExpectSuccess(int iResult, const char *pszWhyNotHere)
+{
+    if (iResult == kNotHere) {
+        GTEST_SKIP() << pszWhyNotHere;
+    }
+    EXPECT_EQ(iResult, 0);
+}
 
 class File : public ::testing::Test {
   protected:
@@ -114,7 +99,7 @@ TEST_F(File, ModesAreReadAndWriteOnly)
     EXPECT_EQ(folder.Content("text"), "old");
 }
 
-TEST_F(File, MissingOnesAreNotRead)
+TEST_F(File, MissingFilesAreNotOpened)
 {
     ExpectRefused(folder.File("none"), "r", ENOENT);
     ExpectRefused(folder.File("none/text"), "r", ENOENT);
@@ -134,40 +119,29 @@ TEST_F(File, DirectoriesAreRefused)
     ExpectRefused(folder.Make("text", "") + "/", "r", ENOTDIR);
 }
 
-TEST_F(File, UnreadableOnesAreRefused)
+TEST_F(File, UnreadableFilesAreRefused)
 {
+    WYX_NEED_NOBODY();
     const std::string name = folder.Make("text", "secret");
     ASSERT_EQ(chmod(name.c_str(), 0), 0);
     ASSERT_EQ(chmod(folder.Path().c_str(), 0755), 0);
-    const int iResult = InChild([&] {
-        const bool isAlreadyNobody = geteuid() != 0;
-        if (!isAlreadyNobody &&
-            (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) {
-            return kNotHere;
-        }
-        if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
-            return 1;
-        }
-        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EACCES ? 2 : 0;
-    });
-    if (iResult == kNotHere) {
-        GTEST_SKIP() << "cannot give up the superuser's rights";
-    }
-    EXPECT_EQ(iResult, 0);
+    EXPECT_EQ(AsNobody([&] {
+                  if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
+                      return 1;
+                  }
+                  return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EACCES ? 2 : 0;
+              }),
+              0);
     EXPECT_EQ(chmod(name.c_str(), 0600), 0);
     EXPECT_EQ(folder.Content("text"), "secret");
 }
 
-/// One may make files in it, but not list it.
-TEST_F(File, DirectoryWithoutTheRightToReadItServes)
+/// A user may create files in it, but not list it.
+TEST_F(File, UnreadableDirectoryCanHoldFiles)
 {
+    WYX_NEED_NOBODY();
     ASSERT_EQ(chmod(folder.Path().c_str(), 0333), 0);
-    const int iResult = InChild([&] {
-        if (geteuid() == 0 &&
-            (chown(folder.Path().c_str(), 65534, 65534) != 0 || setgroups(0, nullptr) != 0 ||
-             setgid(65534) != 0 || setuid(65534) != 0)) {
-            return kNotHere;
-        }
+    const int iResult = AsNobody([&] {
         XELP_S_File *const pstruFile = Open("text", "w");
         if (pstruFile == nullptr || Write(pstruFile, "abc") != 3 || XELP_Fclose(pstruFile) != 0) {
             return 1;
@@ -175,24 +149,21 @@ TEST_F(File, DirectoryWithoutTheRightToReadItServes)
         return XELP_Rename(folder.File("text").c_str(), folder.File("new").c_str()) != 0 ? 2 : 0;
     });
     EXPECT_EQ(chmod(folder.Path().c_str(), 0700), 0);
-    if (iResult == kNotHere) {
-        GTEST_SKIP() << "cannot give up the superuser's rights";
-    }
     EXPECT_EQ(iResult, 0);
     EXPECT_EQ(folder.Content("new"), "abc");
 }
 
-TEST_F(File, ReadErrorOfARegularFileIsRefused)
+TEST_F(File, RegularFileWithAReadErrorIsRefused)
 {
     const char *const pszName = "/proc/self/mem"; // nothing can be read at its start
     struct stat status = {};
     const int iFd = open(pszName, O_RDONLY | O_CLOEXEC);
     char cByte = 0;
-    const bool isSuch = iFd != -1 && fstat(iFd, &status) == 0 && S_ISREG(status.st_mode) &&
-                        read(iFd, &cByte, 1) == -1 && errno == EIO;
+    const bool isKnown = iFd != -1 && fstat(iFd, &status) == 0 && S_ISREG(status.st_mode) &&
+                         read(iFd, &cByte, 1) == -1 && errno == EIO;
     close(iFd);
-    if (!isSuch) {
-        GTEST_SKIP() << "no such file here";
+    if (!isKnown) {
+        GTEST_SKIP() << "this file can be read here";
     }
     ExpectRefused(pszName, "r", EIO);
 }
@@ -213,34 +184,28 @@ TEST_F(File, SymbolicLinksAreFollowedForReadingOnly)
     EXPECT_FALSE(folder.Has("none"));
 }
 
-/// One may write to it, but not read it.
-TEST_F(File, UnreadableOneIsEmptiedOnlyIfNobodyLookedForIt)
+/// A user may write to it, but not read it.
+TEST_F(File, UnreadableFileThatWasLookedForIsNotEmptied)
 {
+    WYX_NEED_NOBODY();
     const std::string name = folder.Make("text.ibk", "somebody else's");
     ASSERT_EQ(chmod(name.c_str(), 0222), 0);
     ASSERT_EQ(chmod(folder.Path().c_str(), 0777), 0);
-    const int iResult = InChild([&] {
-        if (geteuid() == 0 &&
-            (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) {
-            return kNotHere;
-        }
-        if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
-            return 1;
-        }
-        return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EEXIST ? 2 : 0;
-    });
-    if (iResult == kNotHere) {
-        GTEST_SKIP() << "cannot give up the superuser's rights";
-    }
-    EXPECT_EQ(iResult, 0);
+    EXPECT_EQ(AsNobody([&] {
+                  if (XELP_Fopen(name.c_str(), "r") != nullptr || errno != EACCES) {
+                      return 1;
+                  }
+                  return XELP_Fopen(name.c_str(), "w") != nullptr || errno != EEXIST ? 2 : 0;
+              }),
+              0);
     EXPECT_EQ(chmod(name.c_str(), 0600), 0);
     EXPECT_EQ(folder.Content("text.ibk"), "somebody else's");
-    XELP_S_File *const pstruFile = Open("text.ibk", "w"); // this process has not looked
+    XELP_S_File *const pstruFile = Open("text.ibk", "w"); // this process has not looked for it
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(folder.Content("text.ibk"), "");
 }
 
-TEST_F(File, NewOnesGetTheUsualRightsAndOldOnesKeepTheirs)
+TEST_F(File, NewFilesGetTheUsualPermissionsAndOldFilesKeepTheirs)
 {
     const mode_t before = umask(027);
     const auto rights = [&](const char *pszName) {
@@ -260,7 +225,7 @@ TEST_F(File, NewOnesGetTheUsualRightsAndOldOnesKeepTheirs)
 
 // ---- Reading ------------------------------------------------------------------------------------
 
-TEST_F(File, MovesWithinItselfAndElseStays)
+TEST_F(File, SeekOutsideTheFileLeavesThePosition)
 {
     constexpr QAL_LONG kSize = 10;
     folder.Make("text", "0123456789");
@@ -289,7 +254,7 @@ TEST_F(File, MovesWithinItselfAndElseStays)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-TEST_F(File, OnesThatDoNotTellTheirSizeAreReadWhole)
+TEST_F(File, FilesThatDoNotReportTheirSizeAreReadWhole)
 {
     for (const char *const pszName : {"/proc/self/limits", "/proc/self/maps", "/proc/version"}) {
         std::ifstream file(pszName);
@@ -304,7 +269,7 @@ TEST_F(File, OnesThatDoNotTellTheirSizeAreReadWhole)
     }
 }
 
-TEST_F(File, LargeOnesComeBackAsTheyWere)
+TEST_F(File, LargeFilesComeBackUnchanged)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -347,7 +312,7 @@ TEST_F(File, PipeStreamsAndStepsBackAcrossEveryRefill)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A writer that comes after the end begins a new text, which the reader of the first one does not
+/// A writer that opens the pipe after its end begins a new text, which the first reader does not
 /// see.
 TEST_F(File, PipeEndsOnce)
 {
@@ -364,8 +329,8 @@ TEST_F(File, PipeEndsOnce)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// Signals all the time, and the kernel does not restart calls.
-TEST_F(File, SignalsInterruptNothing)
+/// A signal arrives every millisecond, and the kernel restarts no call.
+TEST_F(File, SignalsInterruptNoService)
 {
     static volatile sig_atomic_t iSignals = 0;
     struct sigaction action = {};
@@ -437,7 +402,7 @@ TEST_F(File, HoldsBlocksForItsBytesAndNoMore)
     }
 }
 
-TEST_F(File, DevicesTakeWhatTheyTake)
+TEST_F(File, DevicesReportWhatTheyAccept)
 {
     XELP_S_File *pstruFile = XELP_Fopen("/dev/null", "w");
     ASSERT_NE(pstruFile, nullptr);
@@ -455,7 +420,7 @@ TEST_F(File, DevicesTakeWhatTheyTake)
     EXPECT_EQ(XELP_Remove(folder.Make("text", "").c_str()), 0) << "reported twice";
 }
 
-TEST_F(File, LimitOfTheProcessShowsInTheCount)
+TEST_F(File, FileSizeLimitShowsInTheCount)
 {
     for (const rlim_t limit : {rlim_t{0}, rlim_t{1000}, rlim_t{9950}, rlim_t{100000}}) {
         SCOPED_TRACE(limit);
@@ -485,15 +450,12 @@ TEST_F(File, LimitOfTheProcessShowsInTheCount)
                        ? 0
                        : 4;
         });
-        if (iResult == kNotHere) {
-            GTEST_SKIP() << "no limits here";
-        }
-        EXPECT_EQ(iResult, 0);
+        ExpectSuccess(iResult, "no limits here");
     }
 }
 
-/// At the limit a single write would raise a signal that ends the process.
-TEST_F(File, LargeWriteEndsAtTheLimitOfTheProcess)
+/// A write that begins at the limit would raise a signal that ends the process.
+TEST_F(File, LargeWriteEndsAtTheFileSizeLimit)
 {
     for (const rlim_t limit : {rlim_t{0}, rlim_t{70000}, rlim_t{200000}}) {
         SCOPED_TRACE(limit);
@@ -519,10 +481,7 @@ TEST_F(File, LargeWriteEndsAtTheLimitOfTheProcess)
             }
             return XELP_Fclose(pstruFile) != 0 ? 0 : 4;
         });
-        if (iResult == kNotHere) {
-            GTEST_SKIP() << "no limits here";
-        }
-        EXPECT_EQ(iResult, 0);
+        ExpectSuccess(iResult, "no limits here");
     }
 }
 
@@ -556,7 +515,7 @@ void FillUp(const std::string &folder)
     close(iFd);
 }
 
-TEST_F(File, FullDiskTakesWhatFitsAndShowsInTheCount)
+TEST_F(File, FullDiskHoldsWhatFitsAndShowsInTheCount)
 {
     for (const std::size_t size : {1U, 79U, 4096U, 70000U}) {
         SCOPED_TRACE(size);
@@ -582,10 +541,7 @@ TEST_F(File, FullDiskTakesWhatFitsAndShowsInTheCount)
             }
             return XELP_Remove(name.c_str()) == 0 ? 0 : 4; // already reported by the count
         });
-        if (iResult == kNotHere) {
-            GTEST_SKIP() << "cannot mount a small disk";
-        }
-        EXPECT_EQ(iResult, 0);
+        ExpectSuccess(iResult, "cannot mount a small disk");
     }
 }
 
@@ -615,14 +571,11 @@ TEST_F(File, ReportedBytesOutliveAFullDisk)
             XELP_Fclose(pstruFile);
             return Content(name) == reported ? 0 : 2;
         });
-        if (iResult == kNotHere) {
-            GTEST_SKIP() << "cannot mount a small disk";
-        }
-        EXPECT_EQ(iResult, 0);
+        ExpectSuccess(iResult, "cannot mount a small disk");
     }
 }
 
-TEST_F(File, ClosesWellOnADiskThatIsFullByNow)
+TEST_F(File, ClosesWithoutErrorOnceTheDiskIsFull)
 {
     const int iResult = OnSmallDisk([&](const std::string &disk) {
         const std::string name = disk + "/text";
@@ -636,10 +589,7 @@ TEST_F(File, ClosesWellOnADiskThatIsFullByNow)
         }
         return XELP_Rename(name.c_str(), (disk + "/new").c_str()) == 0 ? 0 : 3;
     });
-    if (iResult == kNotHere) {
-        GTEST_SKIP() << "cannot mount a small disk";
-    }
-    EXPECT_EQ(iResult, 0);
+    ExpectSuccess(iResult, "cannot mount a small disk");
 }
 
 // ---- Removing and renaming ----------------------------------------------------------------------
@@ -667,7 +617,7 @@ TEST_F(File, RemovesFilesAndLinksButNoDirectories)
     EXPECT_NE(XELP_Remove(""), 0);
 }
 
-TEST_F(File, RenamesAlsoOverAFileAndIntoAnotherDirectory)
+TEST_F(File, RenamesOverAFileAndIntoAnotherDirectory)
 {
     std::filesystem::create_directory(folder.File("sub"));
     folder.Make("old", "content");

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "os_adapter.h"
+#include "file_texts.h"
 #include "system_double.h"
 #include "temp_folder.h"
 
@@ -12,17 +12,23 @@ namespace {
 
 class FileUnflushed : public SystemTest {
   protected:
+    /// Opens a file for writing and writes to it.
+    XELP_S_File *OpenAndWrite()
+    {
+        XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
+        EXPECT_NE(pstruFile, nullptr);
+        EXPECT_EQ(Write(pstruFile, SomeText(9000)), 9000U);
+        EXPECT_EQ(Write(pstruFile, "buffered"), 8U);
+        return pstruFile;
+    }
+
     const TempFolder folder;
+    const std::string name = folder.File("text");
 };
 
-TEST_F(FileUnflushed, CallsForNoFlush)
+TEST_F(FileUnflushed, FlushesNothing)
 {
-    const std::string name = folder.File("text");
-    XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
-    ASSERT_NE(pstruFile, nullptr);
-    const std::string text(9000, 'x');
-    EXPECT_EQ(XELP_Fwrite(text.data(), 1, 9000, pstruFile), 9000U);
-    EXPECT_EQ(XELP_Fwrite("waits", 1, 5, pstruFile), 5U);
+    XELP_S_File *const pstruFile = OpenAndWrite();
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
     EXPECT_EQ(XELP_Rename(name.c_str(), folder.File("new").c_str()), 0);
     EXPECT_EQ(XELP_Remove(folder.File("new").c_str()), 0);
@@ -31,16 +37,11 @@ TEST_F(FileUnflushed, CallsForNoFlush)
               "rename text new, unlink new");
 }
 
-TEST_F(FileUnflushed, FailureAtCloseIsStillTold)
+TEST_F(FileUnflushed, CloseFailureIsStillReported)
 {
     for (const char *const pszCall : {"write", "close"}) {
         SCOPED_TRACE(pszCall);
-        const std::string name = folder.File("text");
-        XELP_S_File *const pstruFile = XELP_Fopen(name.c_str(), "w");
-        ASSERT_NE(pstruFile, nullptr);
-        const std::string text(9000, 'x');
-        EXPECT_EQ(XELP_Fwrite(text.data(), 1, 9000, pstruFile), 9000U);
-        EXPECT_EQ(XELP_Fwrite("waits", 1, 5, pstruFile), 5U);
+        XELP_S_File *const pstruFile = OpenAndWrite();
         system.Fail(pszCall, 1, EIO);
         EXPECT_NE(XELP_Fclose(pstruFile), 0);
         EXPECT_NE(XELP_Remove(name.c_str()), 0);

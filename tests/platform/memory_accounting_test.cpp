@@ -84,7 +84,7 @@ TEST(MemoryAccounting, ReleaseOfNullIsNoRelease)
     EXPECT_EQ(Report(), before);
 }
 
-TEST(MemoryAccounting, BlockOfZeroBytesHasOne)
+TEST(MemoryAccounting, BlockOfSize0HoldsOneByte)
 {
     auto *pcBlock = static_cast<QAL_CHAR *>(XELP_MemMallocS(0, 0, 5, "zero.c"));
     EXPECT_EQ(*pcBlock, 0);
@@ -93,7 +93,7 @@ TEST(MemoryAccounting, BlockOfZeroBytesHasOne)
     XELP_MemFreeD(pcBlock, 6, "zero.c");
 }
 
-TEST(MemoryAccounting, CountsEachCallSiteApart)
+TEST(MemoryAccounting, CountsEachCallSiteSeparately)
 {
     const wyxMem_S_Use before = Use();
     void *const pFirst = XELP_MemMallocD(10, 1, "count_a.c");
@@ -180,7 +180,7 @@ TEST(MemoryAccounting, ReportsAsText)
     XELP_MemFreeD(pFirst, 33, "report.c");
 }
 
-TEST(MemoryAccounting, KeepsNamesOfFilesThatAreGone)
+TEST(MemoryAccounting, KeepsFileNamesThatTheCallerOverwrites)
 {
     std::string file = "unloaded.c";
     void *const pBlock = XELP_MemMallocD(1, 41, file.c_str());
@@ -194,7 +194,7 @@ TEST(MemoryAccounting, FillsFreshAndReleasedBlocks)
     auto *const pucBlock = static_cast<QAL_UINT8 *>(XELP_MemMallocD(32, 51, "fill.c"));
     EXPECT_EQ(std::vector<QAL_UINT8>(pucBlock, pucBlock + 32), std::vector<QAL_UINT8>(32, 0xA5));
     XELP_MemFreeD(pucBlock, 52, "fill.c");
-    // Kept back, so it can still be inspected.
+    // The block is held back, so it can still be inspected.
     EXPECT_EQ(std::vector<QAL_UINT8>(pucBlock, pucBlock + 32), std::vector<QAL_UINT8>(32, 0x5A));
 }
 
@@ -261,7 +261,7 @@ TEST(MemoryAccounting, HoldsBackNoMoreThanItsLimits)
 }
 
 /// Each line has its own entry, whatever its number and the length of its file's name.
-TEST(MemoryAccounting, CountsLinesOfAnyNumber)
+TEST(MemoryAccounting, CountsAnyLineOfAnyFile)
 {
     const std::vector<std::string> files = {"", "a.c", std::string(5000, 'x')};
     const std::vector<QAL_UINT32> lines = {0, 1, 65536, 0x7FFFFFFF, 0xFFFFFFFF};
@@ -287,7 +287,7 @@ TEST(MemoryAccounting, ReleaseThroughAVariableClearsIt)
 
 /// The chains of the books grow with the blocks that are live or held back, and the old ones are
 /// released.
-TEST(MemoryAccounting, BooksGrowWithTheBlocks)
+TEST(MemoryAccounting, TableGrowsWithTheBlocks)
 {
     SystemDouble &system = SystemDouble::Instance();
     XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // alone is held back
@@ -341,7 +341,7 @@ TEST(MemoryAccounting, OneThreadAtATime)
     EXPECT_TRUE(hasReturned);
 }
 
-TEST(MemoryAccounting, EveryFailingAllocationOfItsOwnFailsTheCallAndHoldsNothing)
+TEST(MemoryAccounting, FailureOfAnyInternalAllocationFailsTheCallAndLeaksNothing)
 {
     SystemDouble &system = SystemDouble::Instance();
     XELP_MemFreeD(XELP_MemMallocD(8, 71, "known.c"), 71, "known.c");
@@ -368,7 +368,7 @@ TEST(MemoryAccounting, EveryFailingAllocationOfItsOwnFailsTheCallAndHoldsNothing
     EXPECT_EQ(UseOf("new.c", 71).ulTotalBlocks, 0U);
 }
 
-TEST(MemoryAccounting, LongerChainsServeWhereNoMemoryIsLeftForMore)
+TEST(MemoryAccounting, ChainsGrowLongerIfThereIsNoMemoryForMore)
 {
     SystemDouble &system = SystemDouble::Instance();
     const QAL_ULONG ulBefore = Use().ulLiveBlocks;
@@ -395,7 +395,7 @@ extern "C" void __gcov_dump(void);
 class MemoryAccountingDeathTest : public ::testing::Test {
   protected:
 #ifdef WYX_COVERAGE
-    // An aborted process does not write its coverage data by itself.
+    // A process that aborts does not write its coverage data by itself.
     void SetUp() override
     {
         std::signal(SIGABRT, [](int) { __gcov_dump(); });
@@ -407,7 +407,7 @@ class MemoryAccountingDeathTest : public ::testing::Test {
 #endif
 };
 
-/// Runs first, like tests that end a process: the books are still empty.
+/// A death test, because those run first: the books are still empty.
 TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
 {
     if (wyx_mem_sites(nullptr, 0) != 0) {
@@ -422,7 +422,7 @@ TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
                  "^libwyx_os_adapter: a.c:1 releases .* is no block");
 
     SystemDouble &system = SystemDouble::Instance();
-    system.Fail("calloc", 3, ENOMEM); // the chains, after the entries of the block and the line
+    system.Fail("calloc", 3, ENOMEM); // of the chains, after the entries of the block and the line
     EXPECT_EQ(XELP_MemMallocD(1, 1, "a.c"), nullptr);
     system.Reset();
     EXPECT_TRUE(LiveBlocks().empty());
@@ -498,7 +498,7 @@ TEST_F(MemoryAccountingDeathTest, HandlerOfTheAbortCanAllocate)
     EXPECT_EXIT(releaseForeign(), ::testing::ExitedWithCode(7), "foreign.c:91 releases");
 }
 
-TEST_F(MemoryAccountingDeathTest, ReleaseWithoutMemoryForItsLineIsPutDownToTheAllocatingOne)
+TEST_F(MemoryAccountingDeathTest, ReleaseWithoutMemoryForItsLineIsAttributedToTheAllocatingLine)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
     SystemDouble::Instance().Fail("calloc", 1, ENOMEM);

@@ -105,7 +105,7 @@ bool SystemDouble::Strike(const std::string &call, const std::string &detail)
     if (!detail.empty()) {
         trace_.push_back(call + " " + detail);
     }
-    // No object with a destructor, as Instance(): calls are still made after destructors have run.
+    // Without a destructor, like Instance(): calls are still made after destructors have run.
     static constexpr std::string_view kInterruptible[] = {
         "open", "read", "write", "fsync", "fallocate", "ftruncate", "unlink", "rename"};
     const bool isInterruptible = std::find(std::begin(kInterruptible), std::end(kInterruptible),
@@ -269,9 +269,9 @@ int __wrap_fstat(int iFd, struct stat *pstru)
         return -1;
     }
     const int iResult = __real_fstat(iFd, pstru);
-    pstru->st_size = system.ToldSize().value_or(pstru->st_size);
-    if (system.ToldBlockSize()) {
-        pstru->st_blksize = *system.ToldBlockSize();
+    pstru->st_size = system.ReportedSize().value_or(pstru->st_size);
+    if (system.ReportedBlockSize()) {
+        pstru->st_blksize = *system.ReportedBlockSize();
     }
     return iResult;
 }
@@ -356,7 +356,7 @@ int __wrap_getrlimit(int iResource, rlimit *pstru)
 {
     SystemDouble &system = SystemDouble::Instance();
     const int iResult = __real_getrlimit(iResource, pstru);
-    pstru->rlim_cur = system.ToldSizeLimit().value_or(pstru->rlim_cur);
+    pstru->rlim_cur = system.ReportedSizeLimit().value_or(pstru->rlim_cur);
     return iResult;
 }
 
@@ -365,12 +365,12 @@ int __wrap_clock_gettime(clockid_t clock, timespec *pstru)
     SystemDouble &system = SystemDouble::Instance();
     system.Strike("clock_gettime");
     const int iResult = __real_clock_gettime(clock, pstru);
-    *pstru = system.ToldTime().value_or(*pstru);
+    *pstru = system.ReportedTime().value_or(*pstru);
     system.Done("clock_gettime");
     return iResult;
 }
 
-// These return the error and leave errno alone. GoogleTest uses them, too.
+// The calls for thread values return the error and leave errno alone. GoogleTest uses them, too.
 int __wrap_pthread_key_create(pthread_key_t *pKey, void (*pfunEnd)(void *))
 {
     const int iBefore = errno;

@@ -26,26 +26,27 @@ class SystemDouble {
     /// The one double of the process.
     static SystemDouble &Instance();
 
-    /// Forgets all records and plans. What is held stays known.
+    /// Forgets all records and plans, but not which descriptors and blocks are held.
     void Reset();
 
-    /// Lets the @p n-th call (from 1) of @p call since now fail with @p iError, and as many more as
-    /// @p times says, without doing anything. With 0 a write or renaming reports success.
+    /// Makes the @p n-th call (from 1) of @p call from now on fail with @p iError, without doing
+    /// anything, and those after it, up to @p times in all. With error 0 a write or rename reports
+    /// success.
     void Fail(const std::string &call, int n, int iError, int times = 1);
     /// Makes every call that may be interrupted fail with EINTR @p times before it is carried out.
     void InterruptEach(int times);
     /// The most bytes that one read or write transfers.
     void LimitRead(std::size_t bytes) { readLimit_ = bytes; }
     void LimitWrite(std::size_t bytes) { writeLimit_ = bytes; }
-    /// The size that the system reports for each file from now on.
-    void TellSize(off_t size) { size_ = size; }
-    /// The file system's block size, as reported.
-    void TellBlockSize(int iSize) { blockSize_ = iSize; }
-    /// The process's file size limit, as reported.
-    void TellSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
-    /// The time that every clock shows.
-    void TellTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
-    /// Runs after the @p n-th call (from 1) of @p call from now on.
+    /// From now on, the system reports this size for each file ...
+    void ReportSize(off_t size) { size_ = size; }
+    /// ... this block size of the file system ...
+    void ReportBlockSize(int iSize) { blockSize_ = iSize; }
+    /// ... this file size limit of the process ...
+    void ReportSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
+    /// ... and this time for every clock.
+    void ReportTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
+    /// Runs @p action after the @p n-th call (from 1) of @p call from now on.
     void After(const std::string &call, int n, std::function<void()> action);
 
     /// How often a call was made since Reset(), failing and interrupted ones included.
@@ -53,7 +54,7 @@ class SystemDouble {
     /// The calls for files since Reset(), as "open a, fsync a, ..."; names are relative to @p
     /// folder, which itself shows as ".".
     std::string Trace(const std::string &folder) const;
-    /// Bytes that write calls handed over since Reset(), and the end of what is reserved after them
+    /// How many bytes were written since Reset(), and up to where blocks are reserved after them
     /// without a gap.
     std::size_t Written() const { return written_; }
     off_t ReservedUpTo() const { return reserved_; }
@@ -74,10 +75,10 @@ class SystemDouble {
     void Reserved(off_t from, off_t upTo);
     std::size_t ReadLimit() const { return readLimit_; }
     std::size_t WriteLimit() const { return writeLimit_; }
-    std::optional<off_t> ToldSize() const { return size_; }
-    std::optional<int> ToldBlockSize() const { return blockSize_; }
-    std::optional<unsigned long> ToldSizeLimit() const { return sizeLimit_; }
-    std::optional<timespec> ToldTime() const { return time_; }
+    std::optional<off_t> ReportedSize() const { return size_; }
+    std::optional<int> ReportedBlockSize() const { return blockSize_; }
+    std::optional<unsigned long> ReportedSizeLimit() const { return sizeLimit_; }
+    std::optional<timespec> ReportedTime() const { return time_; }
 
   private:
     struct Plan {

@@ -45,12 +45,12 @@ int FirstByteLeftBehind(Wipe wipe)
     return iFirstByte;
 }
 
-TEST(Wipe, ReachesMemoryThatNobodyReadsAgain)
+TEST(Wipe, IsNotOptimisedAway)
 {
     EXPECT_EQ(FirstByteLeftBehind([](char *psz) { wyx_memset_s(psz, kSize, 0, kSize); }), 0);
 }
 
-TEST(Wipe, WouldNotWithoutCare)
+TEST(Wipe, PlainMemsetIsOptimisedAway)
 {
     const int iLeft = FirstByteLeftBehind([](char *psz) { __builtin_memset(psz, 0, kSize); });
     if (iLeft != 's') {

@@ -41,27 +41,7 @@ struct SLink {
     {
         return XELP_SLinkList_Init(kCapacity, pfunCmpNode, pfunFreeNode, pstruHead);
     }
-    static constexpr auto Deinit = XELP_SLinkList_Deinit;
-    static constexpr auto Insert = XELP_SLinkList_Insert;
-    static constexpr auto Remove = XELP_SLinkList_Remove;
-    static constexpr auto Delete = XELP_SLinkList_Delete;
-    static constexpr auto Query = XELP_SLinkList_Query;
-    static constexpr auto Get_NodeNumber = XELP_SLinkList_Get_NodeNumber;
-    static constexpr auto Set_CurPtr = XELP_SLinkList_Set_CurPtr;
-    static constexpr auto Get_CurNode = XELP_SLinkList_Get_CurNode;
-    static constexpr auto PriorPtr = XELP_SLinkList_PriorPtr;
-    static constexpr auto NextPtr = XELP_SLinkList_NextPtr;
-    static constexpr auto Get_PriorNode = XELP_SLinkList_Get_PriorNode;
-    static constexpr auto Get_NextNode = XELP_SLinkList_Get_NextNode;
-    static constexpr auto Get_HeadNode = XELP_SLinkList_Get_HeadNode;
-    static constexpr auto Get_TailNode = XELP_SLinkList_Get_TailNode;
-    static constexpr auto Remove_CurNode = XELP_SLinkList_Remove_CurNode;
-    static constexpr auto Remove_HeadNode = XELP_SLinkList_Remove_HeadNode;
-    static constexpr auto Remove_TailNode = XELP_SLinkList_Remove_TailNode;
-    static constexpr auto Delete_CurNode = XELP_SLinkList_Delete_CurNode;
-    static constexpr auto Delete_HeadNode = XELP_SLinkList_Delete_HeadNode;
-    static constexpr auto Delete_TailNode = XELP_SLinkList_Delete_TailNode;
-    static constexpr auto Process_List = XELP_SLinkList_Process_List;
+    WYX_EACH_LIST_CALL(WYX_LIST_CALL, XELP_SLinkList)
 
     static std::vector<std::uint64_t> UnusedAtFirst()
     {

@@ -137,7 +137,7 @@ TEST_F(SLinkListInit, LargestCapacityIsRequestedWhole)
 
 using SLinkListResults = SLinkListTest;
 
-TEST_F(SLinkListResults, ClearedAsStated)
+TEST_F(SLinkListResults, AreClearedAsDocumented)
 {
     const Case aCase[] = {
         {"", kGetCurNode, XELP_ERR_SLL_NULL, '?', ""},
@@ -158,7 +158,7 @@ TEST_F(SLinkListResults, ClearedAsStated)
 
 using SLinkListArguments = SLinkListTest;
 
-TEST_F(SLinkListArguments, NullResultOnAnEmptyList)
+TEST_F(SLinkListArguments, NullResultIsAllowedOnAnEmptyList)
 {
     Build("");
     EXPECT_EQ(XELP_SLinkList_Get_NextNode(list, nullptr), XELP_ERR_SLL_NULL);
@@ -173,7 +173,7 @@ TEST_F(SLinkListArguments, NullResultOnAnEmptyList)
 
 using SLinkListSlots = SLinkListTest;
 
-TEST_F(SLinkListSlots, FreedLastTakenFirst)
+TEST_F(SLinkListSlots, LastOneFreedIsTakenFirst)
 {
     Build("abcd[e]"); // in the slots 0 to 4
     for (const char ch : {'b', 'd', 'a'}) {
@@ -210,7 +210,7 @@ TEST_F(SLinkListSlots, AreWipedWhenReturned)
     EXPECT_EQ(Text(), "");
 }
 
-TEST_F(SLinkListSlots, TakenAndReturnedByHand)
+TEST_F(SLinkListSlots, CanBeTakenAndReturnedByHand)
 {
     EXPECT_EQ(SLinkList_Remove_FreeNode(nullptr), kNone);
     EXPECT_EQ(SLinkList_Insert_FreeNode(nullptr, 0), XELP_ERR_SLL_INVALID_PARA);
@@ -241,7 +241,7 @@ TEST_F(SLinkListSlots, TakenAndReturnedByHand)
     EXPECT_EQ(SLink::Observe(list), before);
 }
 
-TEST_F(SLinkListSlots, TakenByHandTheListIsEmpty)
+TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
 {
     Build("");
     ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // counted, but no element
@@ -266,7 +266,7 @@ TEST_F(SLinkListSlots, TakenByHandTheListIsEmpty)
     EXPECT_EQ(XELP_SLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_SLL_FIND);
     EXPECT_EQ(Letter(pResult), kNull);
     EXPECT_EQ(XELP_SLinkList_Delete(list, &ch, nullptr), XELP_ERR_SLL_FIND);
-    Walker<SLink> walker;
+    Walker<SLink::Process_List> walker;
     EXPECT_EQ(walker.Walk(list), 0U);
     EXPECT_EQ(walker.visited, "");
     QAL_UINT32 ulCount = 0;
@@ -283,7 +283,7 @@ TEST_F(SLinkListSlots, TakenByHandTheListIsEmpty)
     EXPECT_EQ(g_released, "a");
 }
 
-TEST_F(SLinkListSlots, ListWithAFreeSlotReturnedAgainIsEmpty)
+TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
 {
     Build("[a]");
     ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // free already
@@ -297,7 +297,7 @@ TEST_F(SLinkListSlots, ListWithAFreeSlotReturnedAgainIsEmpty)
     void *pResult = User(kUntouched);
     EXPECT_EQ(XELP_SLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_SLL_NULL);
     EXPECT_EQ(Letter(pResult), kNull);
-    EXPECT_EQ(Walker<SLink>().Walk(list), XELP_ERR_SLL_NULL);
+    EXPECT_EQ(Walker<SLink::Process_List>().Walk(list), XELP_ERR_SLL_NULL);
     EXPECT_EQ(Status(kGetHeadNode), 0U); // the ends are still there
     EXPECT_EQ(chResult, 'a');
     EXPECT_EQ(XELP_SLinkList_Deinit(list, SLink::kYes), 0U);
@@ -307,7 +307,7 @@ TEST_F(SLinkListSlots, ListWithAFreeSlotReturnedAgainIsEmpty)
 
 /// If a slot is returned while its element is in the list, it links to the free slots. Removing the
 /// element at an end of the list must not follow such a link.
-TEST_F(SLinkListSlots, EndIsRemovedWithoutFollowingTheLinkOut)
+TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -379,14 +379,14 @@ TEST_F(SLinkListSlots, RandomCallsByHandStayInTheBlock)
 
 using SLinkListEmptiness = SLinkListTest;
 
-TEST_F(SLinkListEmptiness, IsTestedByTheStatedField)
+TEST_F(SLinkListEmptiness, IsDecidedByTheDocumentedField)
 {
     Build("a[b]c");
     Head().ulFirstNode = kNone;
     for (const Call &call : {kGetHeadNode, kRemoveHeadNode, kDeleteHeadNode}) {
         EXPECT_EQ(Status(call), XELP_ERR_SLL_NULL) << call.pszName;
     }
-    EXPECT_EQ(Walker<SLink>().Walk(list), 0U);
+    EXPECT_EQ(Walker<SLink::Process_List>().Walk(list), 0U);
     Head().ulFirstNode = 0;
 
     Head().ulLastNode = kNone;

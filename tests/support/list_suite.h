@@ -19,8 +19,13 @@
 #include <vector>
 
 #include "letters.h"
+#include "list_calls.h"
 #include "platform_double.h"
 #include "random.h"
+#include "walker.h"
+
+/// A call of a list as a description names it, without the prefix.
+#define WYX_LIST_CALL(prefix, name) static constexpr auto name = prefix##_##name;
 
 namespace wyx::test {
 
@@ -44,7 +49,7 @@ inline QAL_UINT32 IsLetter(const void *pCondition, void *pUserNode)
     return *static_cast<const char *>(pCondition) == Letter(pUserNode) ? 0U : 0x80000000U;
 }
 
-/// Another comparator, which takes the letter after the condition for a match.
+/// Another comparator: the letter after the condition's is a match.
 inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
 {
     g_compared += std::string{Letter(pUserNode), '!'};
@@ -97,7 +102,7 @@ class ListTest : public PlatformTest {
     using Position = typename List::Position;
     using Flag = typename List::Flag;
 
-    /// A call with a result, or one without, which leaves the result alone.
+    /// A call; one that has no result leaves the second argument alone.
     struct Call {
         const char *pszName;
         QAL_UINT32 (*pfun)(void *, void **);
@@ -835,7 +840,7 @@ TYPED_TEST_P(ListTest, SearchesNeedAComparator)
     EXPECT_EQ(g_released, "a");
 }
 
-TYPED_TEST_P(ListTest, ReleaseRunsWhenTheElementIsOut)
+TYPED_TEST_P(ListTest, ReleaseRunsAfterTheElementIsUnlinked)
 {
     using List = TypeParam;
     for (const auto &call : {TestFixture::kDeleteCurNode, TestFixture::kDeleteHeadNode,
@@ -855,30 +860,10 @@ TYPED_TEST_P(ListTest, ReleaseRunsWhenTheElementIsOut)
 
 // ---- walks ----
 
-/// A walk whose callback records the letters it visits and does what a test requests.
-template <typename List>
-struct Walker {
-    std::function<QAL_UINT32(char)> onVisit;
-    std::string visited;
-
-    QAL_UINT32 Walk(void *pList) { return List::Process_List(pList, Visit, this, nullptr); }
-
-    static QAL_UINT32 Visit(void *pSelf, void *pUserNode, void **)
-    {
-        Walker &self = *static_cast<Walker *>(pSelf);
-        self.visited += Letter(pUserNode);
-        if (self.visited.size() > 50) {
-            ADD_FAILURE() << "a walk without end";
-            return 1;
-        }
-        return self.onVisit ? self.onVisit(Letter(pUserNode)) : 0;
-    }
-};
-
 TYPED_TEST_P(ListTest, WalkRefusesNullsAndAnEmptyList)
 {
     using List = TypeParam;
-    Walker<List> walker;
+    Walker<List::Process_List> walker;
     EXPECT_EQ(List::Process_List(nullptr, walker.Visit, &walker, nullptr), List::kInvalid);
     this->Build("");
     EXPECT_EQ(List::Process_List(this->list, nullptr, &walker, nullptr), List::kInvalid);
@@ -910,7 +895,7 @@ TYPED_TEST_P(ListTest, WalkPutsTheCursorOnEachElement)
 {
     using List = TypeParam;
     this->Build("ab[c]d");
-    Walker<List> walker;
+    Walker<List::Process_List> walker;
     std::string texts;
     walker.onVisit = [&](char) {
         texts += this->Text() + " ";
@@ -927,14 +912,14 @@ TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
     for (const QAL_UINT32 ulStop : {1U, 0x80000000U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(ulStop);
         this->Build("[a]bcd");
-        Walker<List> walker;
+        Walker<List::Process_List> walker;
         walker.onVisit = [&](char ch) { return ch == 'c' ? ulStop : 0; };
         EXPECT_EQ(walker.Walk(this->list), List::kBreak);
         EXPECT_EQ(walker.visited, "abc");
         EXPECT_EQ(this->Text(), "ab[c]d");
     }
     this->Build("[a]bcd");
-    Walker<List> walker;
+    Walker<List::Process_List> walker;
     walker.onVisit = [&](char ch) { return ch == 'b' ? List::Delete_CurNode(this->list) + 1 : 0; };
     EXPECT_EQ(walker.Walk(this->list), List::kBreak);
     EXPECT_EQ(walker.visited, "ab");
@@ -942,7 +927,7 @@ TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
 }
 
 /// The callback of each case does what its name says, in a list of three letters.
-TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
+TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
 {
     using List = TypeParam;
     void *pResult = nullptr;
@@ -1042,7 +1027,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
         {"walks itself: continues where that ended",
          at('a',
             [&] {
-                Walker<List> inner;
+                Walker<List::Process_List> inner;
                 EXPECT_EQ(inner.Walk(this->list), 0U);
                 EXPECT_EQ(inner.visited, "abc");
             }),
@@ -1050,7 +1035,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
         {"walks itself at the end",
          at('c',
             [&] {
-                Walker<List> inner;
+                Walker<List::Process_List> inner;
                 EXPECT_EQ(inner.Walk(this->list), 0U);
             }),
          "abc", "ab[c]"},
@@ -1059,7 +1044,7 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
         SCOPED_TRACE(c.pszName);
         isDone = false;
         this->Build("a[b]c");
-        Walker<List> walker{c.onVisit, ""};
+        Walker<List::Process_List> walker{c.onVisit, ""};
         EXPECT_EQ(walker.Walk(this->list), 0U);
         EXPECT_EQ(walker.visited, c.pszVisited);
         EXPECT_EQ(this->Text(), c.pszAfter);
@@ -1067,11 +1052,11 @@ TYPED_TEST_P(ListTest, WalkGoesOnWhereTheCursorIs)
 }
 
 /// What is visited depends on whether the new element gets the place of the removed one.
-TYPED_TEST_P(ListTest, WalkComparesPlacesWhenACurrentElementIsReplaced)
+TYPED_TEST_P(ListTest, WalkComparesPlacesWhenTheCurrentElementIsReplaced)
 {
     using List = TypeParam;
     this->Build("[a]bc");
-    Walker<List> walker;
+    Walker<List::Process_List> walker;
     bool isSamePlace = false;
     walker.onVisit = [&](char ch) {
         if (ch == 'a') {
@@ -1109,10 +1094,10 @@ REGISTER_TYPED_TEST_SUITE_P(
     DeinitReleasesUserNodesForFlag0Only, InsertPutsTheElementWhereTheTableSays,
     InsertRefusesNullsBeforeItAllocates, CursorCallsDoWhatTheTableSays,
     RemovalMovesTheCursorBesideTheGap, NullArgumentsAreRefused, SearchesTakeTheFirstMatch,
-    SearchesCheckTheirArgumentsFirst, SearchesNeedAComparator, ReleaseRunsWhenTheElementIsOut,
+    SearchesCheckTheirArgumentsFirst, SearchesNeedAComparator, ReleaseRunsAfterTheElementIsUnlinked,
     WalkRefusesNullsAndAnEmptyList, WalkPassesItsArgumentsUnchecked, WalkPutsTheCursorOnEachElement,
-    WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt, WalkGoesOnWhereTheCursorIs,
-    WalkComparesPlacesWhenACurrentElementIsReplaced, RandomCallsMatchAPlainModel);
+    WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt, WalkContinuesFromTheCursor,
+    WalkComparesPlacesWhenTheCurrentElementIsReplaced, RandomCallsMatchAPlainModel);
 
 } // namespace wyx::test
 

@@ -44,7 +44,7 @@ class LongText {
     LongText(const LongText &) = delete;
     LongText &operator=(const LongText &) = delete;
 
-    /// Does the machine have enough memory and addresses?
+    /// Does the machine have enough memory and address space?
     bool IsThere() const { return isThere_; }
 
     /// The text, @p len bytes long, with other bytes at its start and its end.

@@ -1,4 +1,4 @@
-// Doing something as a user without rights, also where the tests run as root.
+// Runs code as an unprivileged user, even if the tests run as root.
 #ifndef WYX_TESTS_SUPPORT_NOBODY_H
 #define WYX_TESTS_SUPPORT_NOBODY_H
 
@@ -13,15 +13,16 @@ namespace wyx::test {
 
 constexpr uid_t kNobody = 65534;
 
-/// Gives up root's rights for good: for a child process. Another user has none to give up.
+/// Drops root's privileges for good, so call it in a child process. For another user it does
+/// nothing.
 inline bool BecomeNobody()
 {
     return geteuid() != 0 ||
            (setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0);
 }
 
-/// Runs a function in a child process as a user without rights: what it returns, from 0 to 127, or
-/// -1 if root cannot give up its rights here.
+/// Runs a function in a child process as an unprivileged user. Returns the function's result, which
+/// must be from 0 to 127, or -1 if root cannot drop its privileges here or the child was killed.
 template <typename F>
 int AsNobody(F function)
 {
@@ -40,12 +41,13 @@ inline bool CanBeNobody()
     return AsNobody([] { return 0; }) == 0;
 }
 
-/// At the start of a test; for those that include GoogleTest.
+/// Skips a test, at whose start it belongs, if root cannot become another user.
 #define WYX_NEED_NOBODY()            \
     if (!::wyx::test::CanBeNobody()) \
-    GTEST_SKIP() << "root cannot give up its rights here"
+    GTEST_SKIP() << "root cannot drop its privileges here"
 
-/// Where such a user reaches what a test makes: $TMPDIR, unless it is root's alone.
+/// A folder in which an unprivileged user can reach what a test creates: $TMPDIR, unless only root
+/// can enter it.
 inline std::filesystem::path OpenTemporaryDirectory()
 {
     namespace fs = std::filesystem;

@@ -18,8 +18,8 @@ constexpr char kGuardByte = 0x45;
 #ifndef __has_feature
 #define __has_feature(feature) 0 // GCC has a macro of its own
 #endif
-/// Guard bytes after each block, which nobody may write to and whose content makes no sense. A
-/// sanitizer guards blocks better, from their very end on.
+/// Guard bytes after each block, which nobody may change. A sanitizer does this better: it notices
+/// a read as well.
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer) || \
     defined(WYX_GUARDED_BY_SANITIZER)
 constexpr std::size_t kGuardLen = 0;
@@ -27,7 +27,7 @@ constexpr std::size_t kGuardLen = 0;
 constexpr std::size_t kGuardLen = 32;
 #endif
 
-/// The memory that a block requested with this size takes.
+/// How many bytes a block of this requested size has.
 constexpr std::size_t BlockLen(QAL_UINT32 ulSize)
 {
     return ulSize == 0 ? 1 : ulSize;
@@ -51,7 +51,7 @@ Function *Next(const char *pszSymbol)
     return pfun;
 }
 
-/// What the file services are based on.
+/// What carries out the file services.
 class Files {
   public:
     virtual ~Files() = default;
@@ -65,7 +65,7 @@ class Files {
     virtual QAL_INT32 Rename(const char *pszOldName, const char *pszNewName) = 0;
 };
 
-/// The adapter that the double wraps.
+/// The files of the adapter that the double wraps.
 class AdapterFiles final : public Files {
   public:
     XELP_S_File *Open(const char *pszName, const char *pszMode) override
@@ -99,7 +99,7 @@ class AdapterFiles final : public Files {
     decltype(XELP_Rename) *const pfunRename_ = Next<decltype(XELP_Rename)>("XELP_Rename");
 };
 
-/// The disk in memory. An open file keeps its own name, so it must not be removed or renamed.
+/// The disk in memory. A file must not be removed or renamed while it is open.
 class MemoryFiles final : public Files {
   public:
     XELP_S_File *Open(const char *pszName, const char *pszMode) override

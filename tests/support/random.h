@@ -17,8 +17,8 @@ namespace wyx::test {
 class Random {
   public:
     Random() : ullSeed_(ChooseSeed()), engine_(ullSeed_) {}
-    /// Numbers that are not random: each is made of the next of these bytes, and is 0 after the
-    /// last.
+    /// Numbers that are not random: each is made from the next one of these bytes; after the last
+    /// byte, all are 0.
     explicit Random(std::string_view bytes) : ullSeed_(0), hasBytes_(true), bytes_(bytes) {}
 
     /// Are any of those bytes left?

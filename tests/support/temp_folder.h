@@ -5,17 +5,21 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "nobody.h"
 
 namespace wyx::test {
 
 class TempFolder {
   public:
-    TempFolder() : path_((std::filesystem::temp_directory_path() / "wyx_XXXXXX").string())
+    TempFolder() : path_((OpenTemporaryDirectory() / "wyx_XXXXXX").string())
     {
         if (mkdtemp(path_.data()) == nullptr) {
             ADD_FAILURE() << "no temporary folder";
@@ -52,6 +56,17 @@ class TempFolder {
     bool Has(std::string_view name) const
     {
         return std::filesystem::exists(std::filesystem::symlink_status(File(name)));
+    }
+
+    /// The names of its files and folders, sorted.
+    std::vector<std::string> Names() const
+    {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(path_)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
     }
 
   private:

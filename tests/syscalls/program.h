@@ -3,7 +3,6 @@
 #define WYX_TESTS_SYSCALLS_PROGRAM_H
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "needs_proc.h"
+#include "temp_folder.h"
 
 namespace wyx::test {
 
@@ -72,18 +72,6 @@ inline int Execute(const Words &command, const Words &environment)
 /// A folder with a target in it, which a test resets for each of its runs.
 class TargetFolder {
   public:
-    TargetFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "wyx_calls_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            std::abort();
-        }
-        folder_ = std::filesystem::canonical(name);
-    }
-    ~TargetFolder() { std::filesystem::remove_all(folder_); }
-    TargetFolder(const TargetFolder &) = delete;
-    TargetFolder &operator=(const TargetFolder &) = delete;
-
     std::filesystem::path Target() const { return folder_ / "conf.d" / "net.ini"; }
     std::filesystem::path Log() const { return folder_ / "log"; }
 
@@ -109,7 +97,8 @@ class TargetFolder {
     }
 
   private:
-    std::filesystem::path folder_;
+    const TempFolder temp_;
+    const std::filesystem::path folder_ = std::filesystem::canonical(temp_.Path());
 };
 
 } // namespace wyx::test

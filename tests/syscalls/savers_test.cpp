@@ -1,5 +1,5 @@
-// Several savers of one target at once, in processes of their own. The library requires one saver
-// at a time. With several, savers may fail and leave their new files, but no content may be lost.
+// Several savers of one target at once, each in a process. The library requires one saver at a
+// time. With several, savers may fail and leave their new files, but no content may be lost.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -61,9 +61,9 @@ int Continue(pid_t saver)
     return WaitFor(saver);
 }
 
-/// Two savers in the same millisecond: the first one stops before any of its calls, the second one
-/// runs up to any of its own, the first one ends, and then the second one does.
-TEST(Savers, TwoThatMeetAnywhereLoseNothing)
+/// Two savers in the same millisecond, at every pair of their calls: the first stops before a call,
+/// the second runs up to one of its own calls, the first continues to its end, and then the second.
+TEST(Savers, TwoLoseNothingWhereverTheyMeet)
 {
     if (WYX_WRITES_COUNTS) {
         GTEST_SKIP() << "an instrumented library makes many calls of its own to meet at";
@@ -103,8 +103,8 @@ TEST(Savers, TwoThatMeetAnywhereLoseNothing)
             refused += firstStatus != 0 || secondStatus != 0 ? 1 : 0;
         }
     }
-    EXPECT_GT(both, 0) << "none of them was one after the other";
-    EXPECT_GT(refused, 0) << "none of them met";
+    EXPECT_GT(both, 0) << "no two saves ran one after the other";
+    EXPECT_GT(refused, 0) << "no two saves overlapped";
     std::cout << calls * (calls + 1) << " meetings, " << refused << " with a saver refused\n";
 }
 

@@ -202,7 +202,7 @@ int PlaceOf(const std::string &log, const std::string &call, int n)
     return 0;
 }
 
-TEST_F(SystemCalls, SaveThatFailsLeavesWhatThePageSays)
+TEST_F(SystemCalls, FailedSaveLeavesWhatThePageSays)
 {
     const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
     const std::vector<std::string> nothing;
@@ -255,7 +255,7 @@ bool CanTrace()
 }
 
 // The tests here can make every call of a save fail: strace sees no others.
-TEST_F(SystemCalls, EveryOneOfASaveIsKnown)
+TEST_F(SystemCalls, EveryCallOfASaveIsKnown)
 {
     if (!CanTrace()) {
         GTEST_SKIP() << "no strace, not allowed to use it, or a coverage build";
@@ -274,7 +274,7 @@ TEST_F(SystemCalls, EveryOneOfASaveIsKnown)
 // failure is the end of the list: leftovers then stay until the next change.
 const std::set<std::string> kNeverFail = {"getdents64", "ioctl", "readlinkat"};
 
-TEST_F(SystemCalls, EveryOneOfTheToolIsKnown)
+TEST_F(SystemCalls, EveryCallOfTheToolIsKnown)
 {
     if (!CanTrace()) {
         GTEST_SKIP() << "no strace, not allowed to use it, or a coverage build";

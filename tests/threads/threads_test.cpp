@@ -4,7 +4,6 @@
 // sees every access that is not ordered, too. It runs on the default adapter: the services must
 // be safe to call from any thread.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -13,7 +12,6 @@
 #include <barrier>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -21,6 +19,7 @@
 
 #include "number_keys.h"
 #include "os_adapter.h"
+#include "temp_folder.h"
 #include "wyx_commlib/commlib.h"
 
 namespace wyx::test {
@@ -69,21 +68,6 @@ void InThreads(Work work)
     }
 }
 
-class TempFolder {
-  public:
-    TempFolder() : name_((std::filesystem::temp_directory_path() / "wyx_threads_XXXXXX").string())
-    {
-        EXPECT_NE(mkdtemp(name_.data()), nullptr);
-    }
-    ~TempFolder() { std::filesystem::remove_all(name_); }
-    TempFolder(const TempFolder &) = delete;
-    TempFolder &operator=(const TempFolder &) = delete;
-    std::string Name(const std::string &file) const { return name_ + "/" + file; }
-
-  private:
-    std::string name_;
-};
-
 char *Arg(const char *psz)
 {
     return const_cast<char *>(psz);
@@ -105,7 +89,7 @@ std::string ValueOf(const XELP_IN_S_INI_FILE_STRUCT &doc, const char *pszSection
 TEST(Threads, ManyReadersOfOneDocument)
 {
     const TempFolder folder;
-    const std::string file = folder.Name("shared.ini");
+    const std::string file = folder.File("shared.ini");
     {
         std::ofstream out(file);
         for (int i = 0; i < 20; ++i) {
@@ -134,11 +118,11 @@ TEST(Threads, ManyReadersOfOneDocument)
     XELP_IniFreeIniStruct(&doc);
 }
 
-TEST(Threads, DocumentOfEach)
+TEST(Threads, EachThreadHasADocument)
 {
     const TempFolder folder;
     InThreads([&](int iThread) {
-        const std::string file = folder.Name("own" + std::to_string(iThread) + ".ini");
+        const std::string file = folder.File("own" + std::to_string(iThread) + ".ini");
         std::ofstream(file) << "[a]\nk=0\n";
         for (int i = 1; i <= kRounds / 4; ++i) {
             XELP_IN_S_INI_FILE_STRUCT doc;
@@ -150,14 +134,14 @@ TEST(Threads, DocumentOfEach)
     });
 }
 
-// Of all threads that have closed a file, only those whose flush failed are told, by their next
-// rename; the others' files are renamed.
+// Of all threads that have closed a file, only those whose flush failed get the failure from their
+// next rename; the files of the others are renamed.
 TEST(Threads, FailureToCloseStaysWithItsThread)
 {
     const TempFolder folder;
     std::barrier everyone(kThreads);
     InThreads([&](int iThread) {
-        const std::string name = folder.Name("f" + std::to_string(iThread) + ".txt");
+        const std::string name = folder.File("f" + std::to_string(iThread) + ".txt");
         const std::string newName = name + "x";
         for (int i = 0; i < kRounds; ++i) {
             const bool fails = (iThread + i) % 3 == 0;
@@ -189,7 +173,7 @@ void Increment(void *pUser)
     ++*static_cast<int *>(pUser);
 }
 
-TEST(Threads, ListsOfEach)
+TEST(Threads, EachThreadHasLists)
 {
     InThreads([&](int) {
         for (int i = 0; i < kRounds; ++i) {
@@ -213,7 +197,7 @@ TEST(Threads, ListsOfEach)
     });
 }
 
-TEST(Threads, TableOfEach)
+TEST(Threads, EachThreadHasATable)
 {
     InThreads([&](int) {
         for (int i = 0; i < kRounds; ++i) {
@@ -234,7 +218,7 @@ TEST(Threads, TableOfEach)
     });
 }
 
-TEST(Threads, SumsTextsAndAddresses)
+TEST(Threads, ChecksumsBase64AndAddresses)
 {
     InThreads([&](int) {
         for (int i = 0; i < kRounds; ++i) {

@@ -5,8 +5,7 @@
 
 extern "C" {
 
-// The result is written last: it may lie within the data
-// (Crc16.ResultMayLieInTheMessage).
+// The result is written last: it may lie within the data (Crc16.ResultMayLieInTheMessage).
 QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                                   QAL_UINT16 *puwResult)
 {

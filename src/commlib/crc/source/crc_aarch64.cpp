@@ -9,11 +9,12 @@
 namespace wyx::crc {
 namespace {
 
-// An instruction takes eight bytes and can start each cycle, but its result arrives two or three
-// cycles later, so a single stream leaves the unit idle. Three parts of equal length are therefore
-// processed side by side. The value v at the end of a part, kPart bytes before the end of the next
-// one, amounts to v * x^(8 * kPart - 32) there. The sparse multiple below replaces that power of x
-// by five lower ones, all within the last 16 bytes of the next part.
+// An instruction processes eight bytes. One can start in each cycle, but its result arrives two or
+// three cycles later, so a single stream leaves the unit idle. Three parts of equal length are
+// therefore processed side by side. The value v at the end of a part counts as
+// v * x^(8 * kPart - 32) at the end of the next part, which is kPart bytes later. The sparse
+// multiple below replaces that power of x by five lower ones, all within the last 16 bytes of the
+// next part.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {

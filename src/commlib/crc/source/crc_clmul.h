@@ -1,11 +1,10 @@
 // Folding by carry-less multiplication: products of polynomials over GF(2), 64 by 64 bits at once.
 //
-// Take a vector of 128 bits with the halves A and B, and a later vector whose first bit follows D
-// places after the first bit of this one. In terms of the later vector, this one is
-// A * x^(D + 64) + B * x^D. Both powers of x may be replaced by their remainders by P. The two
-// products then have at most 96 bits, and XORing them into the later vector clears this one. That
-// is the folding of crc_fold.h with products in place of a sparse multiple's shifts; it works over
-// any distance D.
+// Take two vectors of 128 bits: an earlier one with the halves A and B, and a later one that begins
+// D bits after it. In terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both
+// powers of x may be replaced by their remainders by P. The two products then have at most 96 bits,
+// and XORing them into the later vector clears the earlier one. That is the folding of crc_fold.h
+// with products in place of a sparse multiple's shifts; it works over any distance D.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 

@@ -8,8 +8,8 @@
 
 namespace wyx::crc {
 
-/// From 384 bytes on, the sparse form takes fewer cycles on most cores: a vector takes three XORs
-/// and a byte shift, while products also need the bytes in the opposite order.
+/// From 384 bytes on, the sparse form takes fewer cycles on most cores: it spends three XORs and a
+/// byte shift on each vector, while products first need the vector's bytes reversed.
 constexpr QAL_UINT32 kMaxCrc16ByClmul = 383; // speed only
 
 /// The product of the low words, and the product of the high ones.

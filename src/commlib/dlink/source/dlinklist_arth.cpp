@@ -304,7 +304,7 @@ QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
         return XELP_ERR_DLL_INVALID_PARA;
     }
     // Kept: the list is empty if its count is 0, whatever the cursor
-    // (DLinkListEmptiness.IsTestedByTheStatedField).
+    // (DLinkListEmptiness.IsDecidedByTheDocumentedField).
     return Get(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
 }
 
@@ -390,7 +390,7 @@ QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFu
             return XELP_ERR_DLL_BREAK;
         }
         // Kept: if the callback removed the last element, the cursor is on its predecessor, which
-        // is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
+        // is visited again (ListTest.WalkContinuesFromTheCursor).
         pNode = head.pstruNow;
         if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
             pNode = pNode->pstruNNode;

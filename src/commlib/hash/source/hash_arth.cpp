@@ -68,13 +68,14 @@ QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node 
     return *ppLink != nullptr ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
 }
 
-/// Removes the entry that a link leads to, releases all of it but the user node, and returns that.
+/// Removes the entry that a link leads to, releases its key and chain node, and returns its user
+/// node.
 void *Unlink(Head &head, Node **ppLink)
 {
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
-    // Kept: after the last entry of a chain the cursor is nowhere, not in the next bucket
-    // (HashCursor.RemovalStaysInTheBucket).
+    // Kept: after the last entry of a chain the cursor is null; it does not go to the next bucket
+    // (HashCursor.StaysInTheBucketOfARemovedEntry).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
     pNode->pstruKey = nullptr; // an adapter may keep the node for inspection; its key is gone
@@ -218,7 +219,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
     }
     Node **const ppLink = FindNode(ppBucket, head.pstruNow);
     // Kept: no error if the hash function now leads to another bucket than when the entry was saved
-    // (HashRemoveCurNode.EntryNotInItsBucketGivesSuccessAndNull).
+    // (HashRemoveCurNode.EntryNotInItsBucketReturnsSuccessAndNull).
     if (*ppLink != nullptr) {
         *pstruNode = Unlink(head, ppLink);
     }

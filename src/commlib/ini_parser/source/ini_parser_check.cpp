@@ -132,7 +132,7 @@ QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue)
 
 QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_UINT32 *pulLineNo)
 {
-    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || pulLineNo == nullptr) {
+    if (!IsReadable(pStructIniLine) || pulLineNo == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     const QAL_UINT32 ulLineNum = pStructIniLine->ulLineNum;

@@ -11,8 +11,8 @@ namespace wyx::ini {
 namespace {
 
 constexpr QAL_UINT32 kLineSize = kLongestLine + 1;
-// The room less the fixed characters of the longest form. Kept: this leaves none for the
-// terminator, so a text of exactly this length with a comment does not fit, and the formatter
+// The size of the buffer less the fixed characters of the longest form. Kept: this leaves no room
+// for the terminator, so texts of exactly this length with a comment do not fit, and the formatter
 // leaves the line empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
 constexpr QAL_UINT32 kMostSectionText = kLineSize - 5; // "[", "] ;", "\n"
 constexpr QAL_UINT32 kMostKeyText = kLineSize - 4;     // "=", " ;", "\n"
@@ -22,10 +22,7 @@ using LineBuffer = QAL_INT8[kLineSize];
 
 QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszComment)
 {
-    if (LengthOf(pszName) + LengthOf(pszComment) > kMostSectionText) {
-        return XELP_ERR_INI_INPUT_PARA_ERR;
-    }
-    if (pszName == nullptr) {
+    if (LengthOf(pszName) + LengthOf(pszComment) > kMostSectionText || pszName == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszComment != nullptr) {
@@ -39,10 +36,8 @@ QAL_UINT32 BuildSection(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT
 QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *pszValue,
                     const QAL_INT8 *pszComment)
 {
-    if (LengthOf(pszName) + LengthOf(pszValue) + LengthOf(pszComment) > kMostKeyText) {
-        return XELP_ERR_INI_INPUT_PARA_ERR;
-    }
-    if (pszName == nullptr) {
+    if (LengthOf(pszName) + LengthOf(pszValue) + LengthOf(pszComment) > kMostKeyText ||
+        pszName == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pszValue != nullptr && pszComment != nullptr) {
@@ -58,7 +53,7 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
     return XELP_ERR_INI_OK;
 }
 
-/// Makes sure that there is a slot after the last one and that another stays free.
+/// Makes sure that two slots follow the last line: one to fill, and one that stays free.
 QAL_UINT32 MakeRoom(Document &doc)
 {
     return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)
@@ -82,12 +77,13 @@ QAL_UINT32 AddSection(Document &doc, QAL_INT8 *pszSection, QAL_INT8 *pszKey, QAL
     if (pszKey == nullptr) {
         return ulStatus;
     }
-    // Kept: the key is added whether or not its header could be
+    // Kept: the key is added even if its header was refused
     // (IniSetKeyValue.RefusedHeaderStillAddsKey).
     return IniInsertKeyInIniStruct(&doc, doc.ulLineNum - 1, pszKey, pszValue, nullptr);
 }
 
-/// Removes lines from a document while names that may point into them are still read.
+/// Removes lines from a document. A line that one of the names points into is released only when
+/// the remover is destroyed, because the names are read until then.
 class Remover {
   public:
     Remover(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8 *pszKey)
@@ -131,7 +127,7 @@ class Remover {
     QAL_INT8 *pszHeld_[2] = {nullptr, nullptr}; // the lines that the names point into
 };
 
-/// Does a key line name this key?
+/// Sets @p isSame to whether a key line names this key; untouched if parsing fails.
 QAL_UINT32 IsLineOf(QAL_INT8 *pszLine, const QAL_INT8 *pszKey, bool &isSame)
 {
     KeyParts parts{};
@@ -185,7 +181,7 @@ extern "C" {
 QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
                                QAL_INT8 *key, QAL_INT8 *buf)
 {
-    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr) {
+    if (!IsReadable(pStructIniLine) || section == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     Block block{};
@@ -215,7 +211,7 @@ QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_IN
 
 QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_INT8 *section)
 {
-    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr) {
+    if (!IsReadable(pStructIniLine) || section == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pStructIniLine->ulLineNum == 0) {
@@ -227,8 +223,7 @@ QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const Q
 QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, const QAL_INT8 *section,
                           const QAL_INT8 *key)
 {
-    if (pStructIniLine == nullptr || pStructIniLine->pStrLine == nullptr || section == nullptr ||
-        key == nullptr) {
+    if (!IsReadable(pStructIniLine) || section == nullptr || key == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
     if (pStructIniLine->ulLineNum == 0) {

@@ -3,7 +3,8 @@
 
 namespace wyx::ini {
 
-// The adapter counts in 32 bits. A count that has wrapped leads to a byte before the terminator.
+// The adapter returns a length of 32 bits. One that has wrapped leads to a byte before the
+// terminator, from which the search goes on.
 const QAL_INT8 *EndOf(const QAL_INT8 *psz)
 {
     const QAL_INT8 *const pszEnd = psz + INI_StrLen(psz);
@@ -188,7 +189,7 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     if (linePtr == nullptr) {
         return XELP_ERR_INI_SECTION;
     }
-    // A line shorter than a header has no room between two brackets either.
+    // A line too short for a header is refused here as well.
     const QAL_INT8 *const pszOpen = FindByte(linePtr, kOpen);
     const QAL_INT8 *const pszClose = FindByte(linePtr, kClose);
     if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {
@@ -239,8 +240,8 @@ QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **key
         return XELP_ERR_INI_INTERNAL;
     }
 
-    // Kept: the adapter is called again, and its second answer counts
-    // (IniParseKeyLine.LostEqualGives100).
+    // Kept: the adapter searches again, and its second answer counts
+    // (IniParseKeyLine.LostEqualReturns100).
     pszEqual = XELP_StrChr(linePtr, kEqual);
     const QAL_UINT32 ulStatus = pszEqual == nullptr
                                     ? XELP_ERR_INI_VALUE_NULL

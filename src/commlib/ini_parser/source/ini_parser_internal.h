@@ -16,8 +16,8 @@ namespace wyx::ini {
 #define WYX_INI_COMMENT ";"
 constexpr QAL_INT8 kComment = WYX_INI_COMMENT[0];
 constexpr QAL_INT8 kCommentMark[] = " " WYX_INI_COMMENT;
-constexpr QAL_INT8 kCommentLine = '#'; // begins one, too, but only as that first byte
-constexpr QAL_INT8 kOpen = '[';        // a section's name is between these
+constexpr QAL_INT8 kCommentLine = '#'; // begins a comment as that first byte only
+constexpr QAL_INT8 kOpen = '[';        // a section's name is between these brackets
 constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
 constexpr QAL_INT8 kQuote = '"';
@@ -25,8 +25,8 @@ constexpr QAL_INT8 kSeparator = ','; // between the items of a value
 constexpr QAL_INT8 kEscape = '\\';   // before a line end: the next line belongs to this one
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
-// A line of a saved file is at most 81 bytes long: 79, its line end included, or a piece of 78 or
-// 79 bytes and the two that continue it.
+// A line of a saved file is at most 81 bytes long: it is either a whole line of up to 79 bytes, its
+// line end included, or a piece of 78 or 79 bytes and the two bytes that continue it.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
 
@@ -114,6 +114,12 @@ void ReleaseParts(KeyParts &parts);
 
 using Document = XELP_IN_S_INI_FILE_STRUCT;
 
+/// May a call read the document? It may have no lines, but needs its array.
+inline bool IsReadable(const Document *pDoc)
+{
+    return pDoc != nullptr && pDoc->pStrLine != nullptr;
+}
+
 /// The kind of a line that is not empty. An inline loop, because keys are short and a call to the
 /// adapter to find the `=` would cost several times as much.
 inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
@@ -173,8 +179,8 @@ inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
     }
 }
 
-/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. A walk
-/// up steps by 2^32 - 1, which is -1.
+/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. The step
+/// of a walk up is 2^32 - 1, which acts as -1.
 struct Walk {
     const Document &doc;
     QAL_UINT32 ulSlot;
@@ -221,7 +227,7 @@ QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
     return XELP_ERR_INI_OK;
 }
 
-/// Does a header name this section?
+/// Sets @p isSame to whether a header names this section; untouched if parsing fails.
 QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame);
 
 /// One block of a section: the slots of its header and of its last line.

@@ -1,8 +1,8 @@
 // Lookups, and the two searches they share with the edits.
 //
-// There is no index: every call walks the lines and parses those it needs afresh. Sections are
-// searched from the end of the document, and a key from the end of its block, so the last one
-// counts.
+// There is no index: every call walks the lines and parses again those that it needs. Searches go
+// from the end of the document to the section, and from the end of its block to the key: of several
+// with one name, the last counts.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -56,11 +56,6 @@ QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL
 }
 
 namespace {
-
-bool IsReadable(const Document *pDoc)
-{
-    return pDoc != nullptr && pDoc->pStrLine != nullptr;
-}
 
 /// Collects the names of all sections in a list with room for one name per line.
 QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **ppszNames)
@@ -155,8 +150,8 @@ QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLin
     }
     const QAL_UINT32 ulStatus = CollectSections(*pStructIniLine, *sectionNum, *sectionList);
     if (ulStatus != XELP_ERR_INI_OK) {
-        // Kept: the caller's pointer and count stay as they are
-        // (IniGetSectionList.FailureKeepsOut).
+        // Kept: the caller keeps the count so far and a dangling pointer
+        // (IniGetSectionList.FailureLeavesTheListPointerDangling).
         XELP_IniFreeList(*sectionList);
     }
     return ulStatus;
@@ -179,7 +174,8 @@ QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
     }
     const QAL_UINT32 ulStatus = CollectKeys(*pStructIniLine, section, *keyNum, *keyList);
     if (ulStatus != XELP_ERR_INI_OK) {
-        // Kept: the caller's pointer and count stay as they are (IniGetKeyList.FailureKeepsOut).
+        // Kept: the caller keeps the count so far and a dangling pointer
+        // (IniGetKeyList.FailureLeavesTheListPointerDangling).
         XELP_IniFreeList(*keyList);
     }
     return ulStatus;

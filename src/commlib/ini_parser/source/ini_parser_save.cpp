@@ -9,11 +9,12 @@ constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
 constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, one to spare
-// Kept: room for the ending and 10 digits; a name that is not cut at a dot does not fit
+// Kept: room for the ending and 10 digits, so a name without a dot to cut it at does not fit
 // (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
 
-/// 1 if the last of the bytes opens a two-byte character: if it ends an odd run of high-bit bytes.
+/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It does if the run of
+/// high-bit bytes that it ends has an odd length.
 QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
 {
     QAL_UINT32 ulOdd = 0;
@@ -62,7 +63,7 @@ bool Exists(const QAL_INT8 *pszName)
     return pstruFile != nullptr;
 }
 
-/// Writes all lines to a new file; if that fails half way, no new file is left.
+/// Writes all lines to a new file, and removes it if a write fails.
 QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
 {
     if (Exists(pszName)) {

@@ -108,9 +108,9 @@ void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
     return pUserNode;
 }
 
-/// The cursor; kNone for an empty list, which is one whose count is 0. If slots were taken with
-/// SLinkList_Remove_FreeNode(), the count is too high, but an empty list still has no cursor
-/// (SLinkListSlots.TakenByHandTheListIsEmpty).
+/// The cursor, or kNone if the list is empty, that is, if its count is 0. Slots taken with
+/// SLinkList_Remove_FreeNode() count as well, but a list without elements has no cursor even then
+/// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
     return head.ulUseNum != 0 ? head.ulNow : kNone;
@@ -158,7 +158,7 @@ QAL_UINT32 StepOnly(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd
 }
 
 // Kept: the result is set to null at the end of the list, but not if the list is empty
-// (SLinkListResults.ClearedAsStated).
+// (SLinkListResults.AreClearedAsDocumented).
 QAL_UINT32 StepAndGet(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
     const QAL_UINT32 ulStatus = Step(head, pLink, ulAtEnd);
@@ -365,7 +365,7 @@ QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead)
     return 0;
 }
 
-// Kept: no failure touches the result (SLinkListResults.ClearedAsStated).
+// Kept: no failure touches the result (SLinkListResults.AreClearedAsDocumented).
 QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr || pstruNode == nullptr) {
@@ -395,7 +395,7 @@ QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
 }
 
 // Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
-// reported as such (SLinkListArguments.NullResultOnAnEmptyList).
+// reported as such (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
@@ -419,7 +419,7 @@ QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
 }
 
 // Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
-// reported as such (SLinkListArguments.NullResultOnAnEmptyList).
+// reported as such (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
@@ -476,7 +476,7 @@ QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFu
             return XELP_ERR_SLL_BREAK;
         }
         // Kept: if the callback removed the last element, the cursor is on its predecessor, which
-        // is visited again (ListTest.WalkGoesOnWhereTheCursorIs).
+        // is visited again (ListTest.WalkContinuesFromTheCursor).
         ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
     }
     return 0;
