@@ -33,7 +33,7 @@ struct Row {
     const char *pszByDesign = nullptr; ///< why it may grow faster; null: it must not
 };
 
-/// Time of the processor alone: waiting for other work on the machine does not count.
+/// Processor time: waiting for other work on the machine does not count.
 double Seconds(const Operation &operation, std::size_t repeats)
 {
     const std::clock_t start = std::clock();

@@ -1,4 +1,4 @@
-# find_package() that says what to do if there is none.
+# find_package() that says what to do if the package is missing.
 include_guard(GLOBAL)
 
 # wyx_find_package(<package> FOR <what needs it> DEBIAN <its package> WITHOUT <option>)

@@ -82,8 +82,8 @@ function(wyx_shared_library target)
     if(NOT WYX_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
         # Without the start files nothing runs at load; there are no constructors for them to call.
-        # Android's contain the note that tells its loader the API level, and gcov's counters need
-        # them.
+        # On Android they are needed: they contain the note from which its loader reads the API
+        # level. So are they by gcov's counters.
         if(NOT WYX_COVERAGE AND NOT ANDROID)
             target_link_options(${target} PRIVATE -nostartfiles)
         endif()

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
 #
-# Installs Doxygen, its theme and the library of its search if they are missing (Debian). Fails on any warning and on any
-# broken link. FOLDER replaces build/docs.
+# Installs Doxygen, its theme and the library of its search if they are missing (Debian). Fails on any
+# warning and on any broken link. FOLDER replaces build/docs.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

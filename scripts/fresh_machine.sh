@@ -53,7 +53,7 @@ git clone -q . "$root/root/libwyx_commlib"
 chmod 700 "$root/root"
 in_root root "cd libwyx_commlib && PREFIX=/opt/wyx && $(sed -n '/^The libraries alone need/,/^```$/p' README.md |
     grep '^cmake ' | paste -sd '&' | sed 's/&/ \&\& /g')"
-chroot "$root" apt-get -qq install --no-install-recommends git >/dev/null # as who cloned it has
+chroot "$root" apt-get -qq install --no-install-recommends git >/dev/null # like anyone who has cloned it
 in_root root "cd libwyx_commlib && bash scripts/test.sh"
 in_root root "cd libwyx_commlib && bash scripts/demo.sh"
 

@@ -8,7 +8,7 @@
 The modules are wyx_commlib and wyx_os_adapter, and wyx_commlib_static and wyx_os_adapter_static with the
 archives. Refuses libraries that an application could not load: of another processor, with a version in
 their SONAME, or not aligned for pages of 16 KiB; and trees that do not belong together. The same trees
-give the same bytes, wherever and whenever they were installed. The file LICENSE is added if there is one.
+produce the same bytes, wherever and whenever they were installed. The file LICENSE is added if there is one.
 docs/android.md has more.
 """
 

@@ -3,7 +3,7 @@
 
 FOLDER has the archive of the sources and Debian packages. They are listed with their SHA-256 and with
 what they need of each other and of the system. The licence is that of the file LICENSE; without it, the
-bill says that none is stated. The same folder gives the same bytes: the time is SOURCE_DATE_EPOCH, by
+bill says that none is stated. The same folder produces the same bytes: the time is SOURCE_DATE_EPOCH, by
 default that of the archive.
 """
 

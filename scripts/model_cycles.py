@@ -38,7 +38,7 @@ def loops(code):
 
 
 def cycles(body, cpu):
-    """Of one round, from the difference of two numbers of rounds."""
+    """The cycles of one round, from the difference between two numbers of rounds."""
     source = "\n".join(re.sub(r"[0-9a-f]+ <.*>", "#4", text) for text in body)
     total = []
     for rounds in (ROUNDS, 2 * ROUNDS):

@@ -39,4 +39,4 @@ try:
     check(put(byref(doc), b"net", b"port", b"5061"))
     check(save(file, byref(doc)))  # releases doc, even if it fails
 finally:
-    release(byref(doc))  # of a document that was released already, nothing
+    release(byref(doc))  # after a save there is nothing to release

@@ -31,7 +31,7 @@ extern "C" {
 
 impl Drop for Document {
     fn drop(&mut self) {
-        unsafe { XELP_IniFreeIniStruct(self) } // of a document that was saved, nothing
+        unsafe { XELP_IniFreeIniStruct(self) } // after a save there is nothing to release
     }
 }
 

@@ -142,7 +142,7 @@ class LibraryAbi : public ::testing::TestWithParam<Library> {
 INSTANTIATE_TEST_SUITE_P(Libraries, LibraryAbi, ::testing::Values(kCommlib, kAdapter),
                          [](const auto &item) { return std::string(item.param.pszName); });
 
-TEST_P(LibraryAbi, ExportListsAreSortedAndFreeOfRepeats)
+TEST_P(LibraryAbi, ExportListsAreSortedWithoutDuplicates)
 {
     for (const std::string &path : Split(library.pszExports, ':')) {
         const std::vector<std::string> names = Split(ReadFile(path), '\n');
@@ -186,7 +186,7 @@ TEST_P(LibraryAbi, SonameCarriesTheMajorVersion)
               std::vector{library.pszName + std::string(".so." WYX_MAJOR_VERSION)});
 }
 
-TEST_P(LibraryAbi, NeedsOnlyWhatItStandsOn)
+TEST_P(LibraryAbi, DependsOnTheExpectedLibrariesOnly)
 {
     if (kInstrumented) {
         GTEST_SKIP() << "instrumented build";
@@ -200,7 +200,8 @@ TEST_P(LibraryAbi, NeedsOnlyWhatItStandsOn)
     EXPECT_EQ(needed, library.needed);
 }
 
-// Debuggers and stores of symbols find the debug information by it; Android's knows no shorter one.
+// Debuggers and symbol servers find the debug information by the build-id; Android's debugger
+// accepts no shorter one.
 TEST_P(LibraryAbi, HasABuildIdOfTwentyBytes)
 {
     std::size_t size = 0;
@@ -301,7 +302,7 @@ TEST_P(LibraryAbi, IsRelocatedAtLoadAndThenReadOnly)
     EXPECT_EQ(iStack, 1);
 }
 
-TEST_P(LibraryAbi, LoadsWherePagesAreLarge)
+TEST_P(LibraryAbi, LoadsOnSystemsWithLargePages)
 {
     const Elf64_Xword page = elf.Machine() == EM_AARCH64 ? 0x4000 : 0x1000;
     for (const Elf64_Phdr &segment : elf.Segments()) {
@@ -376,8 +377,8 @@ TEST(CommlibAbi, ImportsThePlatformAndTwoFunctionsOfTheCLibrary)
     EXPECT_EQ(Minus(elf.Imports(), allowed), Names{});
 }
 
-/// The checks above see a file as it is, and would also pass on one that they cannot read.
-TEST(CommlibAbi, ReaderFindsWhatMustBeThere)
+/// The checks above would also pass on a file in which the reader finds nothing.
+TEST(CommlibAbi, ElfReaderFindsWhatIsKnownToBeThere)
 {
     const ElfFile elf(kCommlib.pszFile);
     EXPECT_EQ(elf.Exports().count("XELP_CRC_32"), 1U);

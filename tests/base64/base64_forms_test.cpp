@@ -59,8 +59,8 @@ std::string RandomBytes(std::size_t size, std::mt19937 &random)
 /// The characters that have a value.
 const std::string kValued = std::string(kAlphabet) + "-_";
 
-/// The alphabets of the texts. A form that leaves URL-safe characters to another one decodes a text
-/// without them alone.
+/// The alphabets of the texts. Some forms leave URL-safe characters to another form, so only a text
+/// without such characters tests them to its end.
 const std::string kAlphabets[] = {std::string(kAlphabet), kValued};
 
 std::string RandomText(const std::string &alphabet, std::size_t size, std::mt19937 &random)
@@ -175,9 +175,9 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
     }
 }
 
-/// A form that classifies characters does so for many at once: one that it misclassifies must not
-/// go unnoticed among others.
-TEST_P(KernelTest, TellsEveryCharacterAmongThoseOfOneKind)
+/// A form classifies many characters at once: if it misclassifies one of them, that must not go
+/// unnoticed among the others.
+TEST_P(KernelTest, ClassifiesOneCharacterAmongManyOfAnotherKind)
 {
     for (const char kind : std::string("AZabz9+/")) {
         const std::string plain(96, kind);

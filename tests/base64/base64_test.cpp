@@ -294,7 +294,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
     }
 }
 
-/// There is something else where the length of the lines before suggests a line break.
+/// Something else follows where the length of the preceding lines suggests a line break.
 TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
 {
     for (const std::size_t length : {4U, 16U, 76U}) {
@@ -367,7 +367,7 @@ std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *
     return platform.MemoryTrace();
 }
 
-TEST_F(Base64Encode, AsksForOneBlockOfTheKnownSize)
+TEST_F(Base64Encode, RequestsOneBlockOfADefiniteSize)
 {
     std::vector<QAL_UINT8> bytes(1000, 'x');
     for (int iLen = 1; iLen <= 1000; ++iLen) {
@@ -378,7 +378,7 @@ TEST_F(Base64Encode, AsksForOneBlockOfTheKnownSize)
     }
 }
 
-TEST_F(Base64Decode, AsksForOneBlockOfTheKnownSize)
+TEST_F(Base64Decode, RequestsOneBlockOfADefiniteSize)
 {
     std::vector<QAL_UINT8> text(1001, 'x');
     for (int iLen = 1; iLen <= 1000; ++iLen) {
@@ -427,7 +427,7 @@ TEST_F(Base64Decode, ArgumentsAreTestedBeforeAllocating)
     }
 }
 
-TEST_F(Base64Decode, ARefusedTextReleasesTheBlock)
+TEST_F(Base64Decode, RefusedTextReleasesTheBlock)
 {
     char achText[] = "TW!u";
     QAL_UINT8 *pucBytes = Bytes(achText);
@@ -438,7 +438,7 @@ TEST_F(Base64Decode, ARefusedTextReleasesTheBlock)
     EXPECT_TRUE(platform.Events().back().setsNull);
 }
 
-TEST_F(Base64Encode, FailedAllocationGives0AndNull)
+TEST_F(Base64Encode, FailedAllocationReturns0AndNull)
 {
     QAL_UINT8 aucBytes[3] = {1, 2, 3};
     for (const QAL_INT32 lLen : {3, 1, 0, -1}) {
@@ -452,7 +452,7 @@ TEST_F(Base64Encode, FailedAllocationGives0AndNull)
     }
 }
 
-TEST_F(Base64Decode, FailedAllocationGives0AndNull)
+TEST_F(Base64Decode, FailedAllocationReturns0AndNull)
 {
     QAL_UINT8 aucText[] = {'T', 'W', 'F', 'u', 0};
     for (const QAL_INT32 lLen : {4, 1, -1}) {
@@ -514,7 +514,7 @@ TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
     }
 }
 
-TEST_F(Base64Decode, NegativeLengthGivesAnEmptyResult)
+TEST_F(Base64Decode, NegativeLengthDecodesToNothing)
 {
     constexpr Length
         kLengths[] =
@@ -531,7 +531,8 @@ TEST_F(Base64Decode, NegativeLengthGivesAnEmptyResult)
     }
 }
 
-/// Fails like an allocation, but without one: no block of the requested size could hold the output.
+/// The call fails as if the allocation had failed, but allocates nothing: no block of the wrapped
+/// size could hold the output.
 void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lLen)
 {
     SCOPED_TRACE(lLen);
@@ -582,7 +583,7 @@ TEST_F(Base64Encode, WrappedSizeIsAskedFor)
     }
 }
 
-// From 715,827,883 characters on, so is three times the length.
+// From 715,827,883 characters on, three times the length is negative in 32 bits.
 TEST_F(Base64Decode, WrappedSizeIsAskedFor)
 {
     constexpr Length kLengths[] = {
@@ -610,7 +611,7 @@ TEST_F(Base64Free, ReleasesAndSetsNull)
 }
 
 // The adapter keeps a separate account for each place that allocates or releases.
-TEST_F(Base64Free, EveryMemoryCallNamesItsOwnPlace)
+TEST_F(Base64Free, EveryMemoryCallPassesItsOwnLine)
 {
     char achGood[] = "TWFu";
     char achBad[] = "TW!u";

@@ -186,7 +186,7 @@ TEST_F(Layer, NumbersInHexadecimal)
     EXPECT_EQ(doc.get<signed char>("net", "hex").error(), wyx::errc::ini_key_value);
 }
 
-TEST_F(Layer, FloatingPointNumbersAreReadAlikeByEveryLibrary)
+TEST_F(Layer, FloatingPointNumbersAreReadTheSameByEveryStandardLibrary)
 {
     for (const char *text : {"1e999", "1e-999", "0x10", "0x1p3", "+1.5", "1.5x", "-", "\v2.5"}) {
         wyx::document doc = Load();
@@ -214,7 +214,7 @@ TEST_F(Layer, ListsLeaveOutBlanksQuotationMarksAndAnEmptyEnd)
     }
 }
 
-TEST_F(Layer, DefaultsTakeTheirPlaceWhereverAGetFails)
+TEST_F(Layer, DefaultIsReturnedWheneverAGetFails)
 {
     const wyx::document doc = Load();
     EXPECT_EQ(doc.get_or("net", "port", 1), 5060);
@@ -243,7 +243,7 @@ TEST_F(Layer, SectionsAndKeysAreRanges)
     EXPECT_NE(std::find(keys.begin(), keys.end(), "ratio"), keys.end());
 }
 
-TEST_F(Layer, NamesOfNothingAreEmptyWithAnError)
+TEST_F(Layer, KeysOfAnEmptyOrMissingSectionAreEmptyWithAnError)
 {
     const wyx::document doc = Load();
     EXPECT_TRUE(doc.keys("empty").empty());
@@ -287,7 +287,7 @@ TEST_F(Layer, SaveConsumesTheDocumentWhateverTheResult)
     EXPECT_EQ(doc.set("net", "port", 1).error(), wyx::errc::ini_argument);
 }
 
-TEST_F(Layer, CheckNamesTheSlot)
+TEST_F(Layer, CheckReportsTheSlot)
 {
     QAL_UINT32 slot = 99;
     folder_.Make("net.ini", "[a]\nx=1\n");
@@ -454,7 +454,7 @@ TEST(LayerValues, Ipv6PrintsTheShortForm)
 
 // ---- texts of statuses
 
-TEST(StatusText, IsThereForEveryNumber)
+TEST(StatusText, ExistsForEveryNumber)
 {
     EXPECT_STREQ(wyx_ini_status_text(XELP_ERR_INI_OPEN_FILE),
                  "the file cannot be opened for reading");

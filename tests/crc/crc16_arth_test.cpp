@@ -25,7 +25,7 @@ TEST(Crc16, TableEntries)
     EXPECT_EQ(kCrc.Whole(Text("\xFF")), 0x1EF0);
 }
 
-TEST(Crc16, NullPointerGives10AndWritesNothing)
+TEST(Crc16, NullPointerReturns10AndWritesNothing)
 {
     EXPECT_EQ(kCrc.ulInvalidPara, 10U);
     ExpectRefusesNull(kCrc);
@@ -66,7 +66,7 @@ TEST(Crc16, ResultMayLieInTheMessage)
     ExpectResultMayLieInTheMessage(kCrc);
 }
 
-TEST(Crc16, MessageLongerThan16BitsCount)
+TEST(Crc16, MessageLongerThan65535Bytes)
 {
     ExpectLongMessage(kCrc);
 }

@@ -35,7 +35,7 @@ TEST(Crc32, TableEntries)
     EXPECT_EQ(kCrc.Whole(Text("\xFF")), 0x2D02EF8DU);
 }
 
-TEST(Crc32, NullPointerGives10AndWritesNothing)
+TEST(Crc32, NullPointerReturns10AndWritesNothing)
 {
     EXPECT_EQ(kCrc.ulInvalidPara, 10U);
     ExpectRefusesNull(kCrc);
@@ -76,7 +76,7 @@ TEST(Crc32, ResultMayLieInTheMessage)
     ExpectResultMayLieInTheMessage(kCrc);
 }
 
-TEST(Crc32, MessageLongerThan16BitsCount)
+TEST(Crc32, MessageLongerThan65535Bytes)
 {
     ExpectLongMessage(kCrc);
 }

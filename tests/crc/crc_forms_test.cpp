@@ -14,7 +14,7 @@
 namespace wyx::test {
 namespace {
 
-/// A form, and the same with the signatures of the public calls, for the checks written for those.
+/// A form, as it is and with the signatures of the public calls, which the shared checks expect.
 template <typename Word, auto pfunPlainForm, auto pfunForm, QAL_UINT32 ulPolynomial,
           bool isReflected>
 struct FormOf {

@@ -1,5 +1,5 @@
-// A message whose length has the top bit of its 32 bits set: a sum or an index of a signed type, or
-// of fewer bits, would go wrong.
+// A message of 2^31 bytes or more: a sum or an index of a signed type, or of fewer than 32 bits,
+// would go wrong.
 #include <sys/mman.h>
 
 #include <array>

@@ -224,7 +224,7 @@ TEST(Md5, CountCarriesIntoItsHighWord)
 }
 
 #ifdef WYX_TEST_LONG_MESSAGE
-TEST(Md5, OnePieceOfMoreBitsThanAWordCounts)
+TEST(Md5, OnePieceWhoseBitCountExceeds32Bits)
 {
     constexpr QAL_UINT kLen = 0x20000000 + 24; // 2^32 + 192 bits
     void *const pZeros =
@@ -242,7 +242,7 @@ TEST(Md5, OnePieceOfMoreBitsThanAWordCounts)
     munmap(pZeros, kLen);
 }
 #else
-TEST(Md5, OnePieceOfMoreBitsThanAWordCounts)
+TEST(Md5, OnePieceWhoseBitCountExceeds32Bits)
 {
     GTEST_SKIP() << "takes minutes in this build: run it in preset release";
 }
@@ -265,7 +265,7 @@ TEST(Md5, FinalWipesTheContext)
     }
 }
 
-TEST(Md5, ContextWithoutInitGivesNoMd5)
+TEST(Md5, WipedContextNeedsInitAgain)
 {
     MD5_S_CTX context;
     Digest digest;

@@ -40,7 +40,7 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
 namespace wyx::test {
 namespace {
 
-TEST(Md5Services, EveryCopyIsBoundByItsCount)
+TEST(Md5Services, EveryCopyIsBoundedByItsCount)
 {
     MD5_S_CTX context;
     const QAL_UINT8 aucInput[64 + 64 + 5] = {};
@@ -74,7 +74,7 @@ TEST(Md5Services, EveryCopyIsBoundByItsCount)
 
 // The wipe is a call into another library, whatever the compiler knows about later uses of the
 // context.
-TEST(Md5Services, TheLastThingIsTheWipeOfTheWholeContext)
+TEST(Md5Services, FinalEndsByWipingTheWholeContext)
 {
     MD5_S_CTX context;
     QAL_UINT8 aucDigest[16];

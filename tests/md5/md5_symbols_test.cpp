@@ -38,7 +38,7 @@ void MD5Transform(void *)
 namespace wyx::test {
 namespace {
 
-TEST(Md5Symbols, AProgramsOwnFunctionsDoNotTakeTheirPlace)
+TEST(Md5Symbols, AProgramsOwnFunctionsDoNotReplaceThem)
 {
     Encode(nullptr);
     Decode(nullptr);

@@ -47,7 +47,7 @@ void *Run(void *pArgument)
     return nullptr;
 }
 
-/// What is left where the context was.
+/// The bytes that are left where the context was.
 std::vector<QAL_UINT8> Remains(void (*pfunEnd)(QAL_UINT8 *, MD5_S_CTX *))
 {
     void *pStack = nullptr;
@@ -81,7 +81,7 @@ TEST(Md5Wipe, NothingOfTheContextStaysOnTheStack)
     EXPECT_TRUE(std::all_of(remains.begin(), remains.end(), IsZero));
 }
 
-TEST(Md5Wipe, TheTestSeesAContextThatIsNotWiped)
+TEST(Md5Wipe, TestDetectsAContextThatIsNotWiped)
 {
     const std::vector<QAL_UINT8> remains = Remains([](QAL_UINT8 *, MD5_S_CTX *) {});
     const char *const pszSecret = "correct horse";

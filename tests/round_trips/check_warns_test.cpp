@@ -8,7 +8,7 @@ namespace {
 
 using RoundTripWarnings = ToolTest;
 
-TEST_F(RoundTripWarnings, AreAsThePageSays)
+TEST_F(RoundTripWarnings, MatchThePage)
 {
     for (const GoldenVector &vector : GoldenVectors()) {
         if (vector.warning.empty()) {

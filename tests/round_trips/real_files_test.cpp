@@ -133,7 +133,7 @@ class RealFiles : public PlatformTest {
     Count count;
 };
 
-TEST_F(RealFiles, OfTheExamplesComeBack)
+TEST_F(RealFiles, FromTheExamplesComeBack)
 {
     for (const fs::directory_entry &entry : fs::directory_iterator(WYX_EXAMPLE_FILES)) {
         if (entry.path().extension() == ".ini") {
@@ -145,7 +145,7 @@ TEST_F(RealFiles, OfTheExamplesComeBack)
     EXPECT_EQ(count.folded, 1) << "recording.ini, in which a fold falls after a backslash";
 }
 
-TEST_F(RealFiles, OfThisMachineAreLookedUpAndChanged)
+TEST_F(RealFiles, FromThisMachineAreLookedUpAndChanged)
 {
     constexpr std::string_view kKinds[] = {".ini", ".conf", ".desktop", ".service"};
     constexpr auto kQuietly = fs::directory_options::skip_permission_denied;

@@ -16,7 +16,7 @@ Lines LoadedFrom(const std::string &file)
     return Lines(loaded.slots.begin(), loaded.slots.begin() + doc.ulLineNum);
 }
 
-TEST_F(RoundTrips, AreAsThePageSays)
+TEST_F(RoundTrips, MatchThePage)
 {
     std::map<std::string, std::string> &disk = platform.UseMemoryDisk();
     for (const GoldenVector &vector : GoldenVectors()) {
