@@ -22,11 +22,6 @@ std::string WithCode(const std::string &text, QAL_UINT32 status)
     return text + " (" + std::to_string(status) + ")";
 }
 
-std::vector<std::string> NamesOf(QAL_INT8 *const *ppszList, QAL_UINT32 ulCount)
-{
-    return {ppszList, ppszList + ulCount};
-}
-
 /// Is there a key in a block of the section, but not in its last one?
 std::optional<std::size_t> LineOfHiddenKey(const IniText &text, const std::string &section,
                                            const std::string &key)
@@ -111,6 +106,17 @@ void RequireMemory(QAL_UINT32 status)
     }
 }
 
+/// The names of a list that the library handed over, none if it has not found any.
+std::vector<std::string> TakeNames(QAL_UINT32 ulStatus, QAL_INT8 **ppszList, QAL_UINT32 ulCount)
+{
+    RequireMemory(ulStatus);
+    if (ulStatus != XELP_ERR_INI_OK) {
+        return {};
+    }
+    const LibraryList owned(ppszList);
+    return {ppszList, ppszList + ulCount};
+}
+
 } // namespace
 
 IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts)
@@ -145,12 +151,7 @@ std::vector<std::string> IniDocument::Sections() const
     QAL_UINT32 ulCount = 0;
     QAL_INT8 **ppszList = nullptr;
     const QAL_UINT32 ulStatus = XELP_IniGetSectionList(&record_, &ulCount, &ppszList);
-    if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND) {
-        return {};
-    }
-    RequireMemory(ulStatus);
-    const LibraryList owned(ppszList);
-    std::vector<std::string> names = NamesOf(ppszList, ulCount);
+    std::vector<std::string> names = TakeNames(ulStatus, ppszList, ulCount);
     std::erase(names, kNobodysName);
     return names;
 }
@@ -161,13 +162,7 @@ std::vector<std::string> IniDocument::Keys(const std::string &section) const
     QAL_INT8 **ppszList = nullptr;
     const std::string name(Trimmed(section));
     const QAL_UINT32 ulStatus = XELP_IniGetKeyList(&record_, name.c_str(), &ulCount, &ppszList);
-    if (ulStatus == XELP_ERR_INI_FILE_EMPTY || ulStatus == XELP_ERR_INI_SECTION_NOT_FOUND ||
-        ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) {
-        return {};
-    }
-    RequireMemory(ulStatus);
-    const LibraryList owned(ppszList);
-    return NamesOf(ppszList, ulCount);
+    return TakeNames(ulStatus, ppszList, ulCount);
 }
 
 Lookup IniDocument::Find(const std::string &section, const std::string &key) const

@@ -90,17 +90,17 @@ std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, 
 
 IniSource::IniSource(const std::string &name)
     : IniSource(name == "-" ? "(standard input)" : Shown(name),
-                Content{ReadWhole(FileInput(name), kLargestFile)})
+                ReadWhole(FileInput(name), kLargestFile))
 {}
 
 IniSource IniSource::OfBytes(const std::string &name, std::string bytes)
 {
-    return {Shown(name), Content{std::move(bytes)}};
+    return {Shown(name), std::move(bytes)};
 }
 
-IniSource::IniSource(std::string name, Content content)
+IniSource::IniSource(std::string name, std::string bytes)
     : name_(std::move(name)),
-      bytes_(std::move(content.bytes)),
+      bytes_(std::move(bytes)),
       copy_(CopyInMemory(bytes_)),
       loadName_(NameOf(copy_))
 {}

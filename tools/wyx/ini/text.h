@@ -40,10 +40,7 @@ class IniSource {
     const std::string &LoadName() const { return loadName_; }
 
   private:
-    struct Content {
-        std::string bytes;
-    };
-    IniSource(std::string name, Content content);
+    IniSource(std::string name, std::string bytes);
 
     std::string name_;
     std::string bytes_;

@@ -63,7 +63,7 @@ bool HoldsJust(int fd, std::string_view bytes);
 /// Writes all of a text; false, with errno, if it cannot.
 bool WriteWhole(int fd, std::string_view text);
 
-/// What a name stands for in messages: the name in quotation marks, or standard input.
+/// What messages call an input: its name in quotation marks, or standard input.
 std::string ShownInput(const std::string &name);
 
 } // namespace wyx::tool

@@ -67,7 +67,7 @@ std::string NewPath(const std::string &name)
     return directory / path.filename();
 }
 
-/// How the names begin that new files for a target have. A file name has at most 255 bytes.
+/// How the names of new files for a target begin. A file name has at most 255 bytes.
 std::string BeginningOfNewNames(const fs::path &path)
 {
     constexpr std::size_t kRest = 1 + kMark.size() + kRandomLetters + kEnding.size();

@@ -49,7 +49,7 @@ bool IsUtf8(std::string_view text)
     return true;
 }
 
-/// A text as JSON has it. A byte that belongs to no character becomes a replacement character.
+/// A text as a JSON string. A byte that belongs to no character becomes a replacement character.
 std::string Literal(std::string_view text)
 {
     std::string literal = "\"";
@@ -85,8 +85,7 @@ Json::Json(const std::vector<std::string> &texts) : Json(array())
 
 Json Json::array()
 {
-    Json empty;
-    empty.scalar_.clear();
+    Json empty = object();
     empty.isArray_ = true;
     return empty;
 }

@@ -50,6 +50,17 @@ void PutMessage(Colour colour, std::string_view kind, std::string_view message)
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+/// Does something with standard output, unless that is lost already.
+void RequireOutput(const auto &write)
+{
+    if (outputError == 0 && !write()) {
+        outputError = errno;
+    }
+    if (outputError != 0) {
+        throw OutputFailure{outputError};
+    }
+}
+
 /// "1.5 GiB"
 std::string Size(std::uint64_t bytes)
 {
@@ -82,22 +93,12 @@ void PrepareStreams()
 
 void Put(std::string_view text)
 {
-    if (outputError == 0 && std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
-        outputError = errno;
-    }
-    if (outputError != 0) {
-        throw OutputFailure{outputError};
-    }
+    RequireOutput([&] { return std::fwrite(text.data(), 1, text.size(), stdout) == text.size(); });
 }
 
 void FlushOutput()
 {
-    if (outputError == 0 && std::fflush(stdout) != 0) {
-        outputError = errno;
-    }
-    if (outputError != 0) {
-        throw OutputFailure{outputError};
-    }
+    RequireOutput([] { return std::fflush(stdout) == 0; });
 }
 
 ExitCode EndWithoutOutput(const OutputFailure &failure)

@@ -52,7 +52,7 @@ void PutHint(std::string_view message);
 /// Reports a failure with its hint. One without a message is silent.
 void Report(const Failure &failure);
 
-/// Of a failed call of the system: "cannot open 'x': No such file or directory".
+/// For a failed system call: "cannot open 'x': No such file or directory".
 Failure SystemFailure(const std::string &what, int error, const std::string &hint = {});
 
 /// The line that shows how far a long file has been read. It appears after half a second if

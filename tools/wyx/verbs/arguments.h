@@ -1,4 +1,4 @@
-// The words of the command line, taken apart as the grammar has them.
+// The words of the command line, taken apart by the grammar.
 #ifndef WYX_TOOL_ARGUMENTS_H
 #define WYX_TOOL_ARGUMENTS_H
 
@@ -18,7 +18,7 @@ using Words = std::span<const std::string>;
 /// The deepest command that the words begin with. They are left without its name.
 const Command &TakeCommand(Words &words, const Command &family = Commands().front());
 
-/// Ends a command line that names no verb where one is due: says which were possible.
+/// For a command line that lacks a verb, or has a word in its place: says which there are.
 Failure NoVerb(const Command &family, Words words);
 
 /// What an operand of the grammar means: "[KEY=VALUE...]" has the name "KEY=VALUE".
@@ -38,7 +38,7 @@ class Arguments {
 
     /// Was the option with this long name given?
     bool Has(std::string_view option) const { return Value(option).has_value(); }
-    /// The value of an option, that given last; empty for a flag, none if it was not given.
+    /// The value of an option, the last one given; empty for a flag, none if it was not given.
     std::optional<std::string> Value(std::string_view option) const;
     /// Of some options the one given last; empty if none was given.
     std::string_view Last(std::initializer_list<std::string_view> options) const;

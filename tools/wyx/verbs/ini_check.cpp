@@ -182,7 +182,7 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
     }
 }
 
-/// What comes of the bytes of the file before any line is looked at.
+/// What the bytes show before any line is looked at.
 void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     const std::string &bytes = source.Bytes();

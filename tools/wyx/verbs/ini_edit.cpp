@@ -105,7 +105,7 @@ std::chrono::milliseconds WaitOf(const Arguments &arguments)
     return seconds ? std::chrono::seconds(std::min(*seconds, kLongestWait)) : kUsualWait;
 }
 
-/// Applies edits as the options have it.
+/// Applies edits as the options say.
 EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
                      const std::vector<Edit> &edits)
 {
@@ -135,24 +135,21 @@ struct Outcome {
 /// Edits what standard input brings.
 Outcome Filter(const Arguments &arguments, const std::vector<Edit> &edits)
 {
-    if (arguments.Has("json") && !arguments.Has("dry-run")) {
+    if (arguments.Has("json")) {
         throw arguments.Misuse("--json and '-' both write to standard output");
     }
-    const std::string bytes = ReadWhole(FileInput("-"), kLargestFile);
-    EditResult result = EditBytes(arguments, bytes, edits);
-    if (arguments.Has("dry-run")) {
-        return {std::move(result.effects), UnifiedDiff("-", bytes, result.bytes)};
-    }
+    EditResult result = EditBytes(arguments, ReadWhole(FileInput("-"), kLargestFile), edits);
     Put(result.bytes);
     return {std::move(result.effects), {}};
 }
 
 Outcome DryRun(const Arguments &arguments, const std::vector<Edit> &edits)
 {
-    const bool isNew = arguments.Has("create") && access(arguments[0].c_str(), F_OK) != 0;
-    const std::string bytes = isNew ? "" : ReadWhole(FileInput(arguments[0]), kLargestFile);
+    const std::string &name = arguments[0];
+    const bool isNew = arguments.Has("create") && name != "-" && access(name.c_str(), F_OK) != 0;
+    const std::string bytes = isNew ? "" : ReadWhole(FileInput(name), kLargestFile);
     EditResult result = EditBytes(arguments, bytes, edits);
-    return {std::move(result.effects), UnifiedDiff(arguments[0], bytes, result.bytes)};
+    return {std::move(result.effects), UnifiedDiff(name, bytes, result.bytes)};
 }
 
 Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
@@ -185,12 +182,12 @@ Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
     return {std::move(result.effects), {}};
 }
 
-/// Edits what FILE says, in the way that the options say, and shows what a dry run found.
+/// Edits what FILE names, as the options say, and shows what a dry run found.
 Outcome Run(const Arguments &arguments, const std::vector<Edit> &edits)
 {
-    Outcome outcome = arguments[0] == "-"        ? Filter(arguments, edits)
-                      : arguments.Has("dry-run") ? DryRun(arguments, edits)
-                                                 : EditFile(arguments, edits);
+    Outcome outcome = arguments.Has("dry-run") ? DryRun(arguments, edits)
+                      : arguments[0] == "-"    ? Filter(arguments, edits)
+                                               : EditFile(arguments, edits);
     if (!arguments.Has("json")) {
         Put(outcome.diff);
     }

@@ -74,22 +74,17 @@ std::vector<KeyValue> SectionOf(const IniText &text, const std::string &section)
 /// "port=5060", for a shell to read. Quotation marks only where it needs them.
 std::string ShellLine(const KeyValue &pair)
 {
-    static constexpr std::string_view kLetters =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
-    static constexpr std::string_view kDigits = "0123456789";
-    const auto isOf = [](std::string_view text, std::initializer_list<std::string_view> sets) {
-        return std::ranges::all_of(text, [&](char ch) {
-            return std::ranges::any_of(
-                sets, [&](std::string_view set) { return set.find(ch) != set.npos; });
-        });
-    };
-    if (!isOf(pair.key, {kLetters, kDigits}) || kDigits.find(pair.key.front()) != kDigits.npos) {
+    static const std::string kDigits = "0123456789";
+    static const std::string kNames =
+        kDigits + "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
+    if (pair.key.find_first_not_of(kNames) != std::string::npos ||
+        kDigits.find(pair.key.front()) != std::string::npos) {
         throw Failure(ExitCode::kMalformed,
                       "key " + Quoted(pair.key) + " cannot be the name of a shell variable",
                       "'--format=lines' and '--format=json' take any name");
     }
     const std::string value = pair.value.value_or("");
-    if (!value.empty() && isOf(value, {kLetters, kDigits, "@%+=:,./-"})) {
+    if (!value.empty() && value.find_first_not_of(kNames + "@%+=:,./-") == std::string::npos) {
         return pair.key + "=" + value + "\n";
     }
     std::string quoted;

@@ -166,10 +166,7 @@ std::string ListLine(const Algorithm &algorithm, const std::string &digits, cons
 
 std::size_t LeadingDigits(std::string_view text)
 {
-    return static_cast<std::size_t>(
-        std::ranges::find_if_not(
-            text, [](char ch) { return std::isxdigit(static_cast<unsigned char>(ch)) != 0; }) -
-        text.begin());
+    return std::min(text.find_first_not_of("0123456789abcdefABCDEF"), text.size());
 }
 
 std::string Lower(std::string_view text)
