@@ -15,7 +15,8 @@ from pathlib import Path
 import headers
 import pages
 
-SKIPPED_TABLES = {"calls", "statuses", "failures"}  # their rows are entries of their own
+# Tables whose rows are entries of their own, the list of sections, and what hovers over names in code.
+SKIPPED = {"calls", "statuses", "failures", "toc", "ttc"}
 EMPTY_TAGS = {"br", "img", "hr", "input", "meta", "link"}
 
 
@@ -35,7 +36,7 @@ class Sections(HTMLParser):
             return
         if tag not in EMPTY_TAGS:
             self.depth += 1
-            if self.skipped or classes & (SKIPPED_TABLES | {"toc"}):
+            if self.skipped or classes & SKIPPED:
                 self.skipped += 1
         self.tables += tag == "table"
         if tag == "a" and "anchor" in classes:

@@ -14,6 +14,7 @@
         ["add", "insert", "append"],
         ["hash", "map", "dictionary", "table"],
         ["list", "linked"],
+        ["walk", "iterate", "loop", "traverse", "visit"],
         ["hex", "hexadecimal", "digest"],
         ["digest", "md5", "checksum"],
         ["checksum", "crc"],
@@ -50,7 +51,7 @@
     var index;
 
     function words(text) {
-        var all = text.toLowerCase().replace(/c\+\+/g, "cpp").match(/[a-z0-9_.]*[a-z0-9_]/g) || [];
+        var all = text.toLowerCase().replace(/c\+\+/g, "cpp").match(/[a-z0-9_](?:[a-z0-9_.]*[a-z0-9_])?/g) || [];
         var telling = all.filter(function (word) { return SILENT.indexOf(word) < 0; });
         return telling.length > 0 ? telling : all;
     }

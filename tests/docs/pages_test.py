@@ -164,9 +164,9 @@ class Pages(unittest.TestCase):
 
 
 class Search(unittest.TestCase):
-    def test_tables_are_searched_but_not_shown(self):
+    def test_tables_are_searched_but_not_shown_and_tooltips_neither(self):
         page = ('<div class="contents"><p>a</p><h2><a class="anchor" id="x"></a>b</h2><p>c</p>'
-                '<table><tr><td>d</td></tr></table><p>e</p></div>')
+                '<table><tr><td>d</td></tr></table><p>e</p><div class="ttc">f</div></div>')
         self.assertEqual([["", "", "a", "a"], ["x", "b", "cde", "ce"]], make_index.Sections(page).found)
 
 
