@@ -1,11 +1,7 @@
 #include "ini_support.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <ostream>
 #include <utility>

@@ -14,7 +14,6 @@
 #include <functional>
 #include <iterator>
 #include <list>
-#include <optional>
 #include <string>
 #include <vector>
 

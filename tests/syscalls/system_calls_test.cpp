@@ -71,7 +71,7 @@ class SystemCalls : public ::testing::Test {
         return status;
     }
 
-    const TargetFolder folder_;
+    const TargetFolder folder_{};
     const fs::path target_ = folder_.Target();
     std::string call_; ///< the name of the call that met the fault
 };
