@@ -140,6 +140,20 @@ TEST(Charset, AddedHexDigitCountsAsZero)
     EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U);
 }
 
+// A group that begins with what otherwise ends it; a second one ends it all the same.
+TEST(Charset, GroupEndAsFirstDigitCountsAsZero)
+{
+    for (const QAL_CHAR chEnd : {'.', ':', ']'}) {
+        const Reclassified digit(chEnd, 0x80);
+        QAL_CHAR szGroup[] = {chEnd, '1', '2', chEnd, '3', '\0'};
+        Parse_Ipv4v6_S_BUF struBuf = {szGroup, 5};
+        QAL_UINT16 uwGroup = 0;
+        EXPECT_EQ(core_td_hex4(&uwGroup, &struBuf), 0U) << chEnd;
+        EXPECT_EQ(uwGroup, 0x12) << chEnd;
+        EXPECT_EQ(struBuf.cur_bp_rem_len, 2) << chEnd;
+    }
+}
+
 // After a dotted quad no port is looked for, even if its first digit is a colon.
 TEST(Charset, ColonAsADigitBeginsNoPort)
 {

@@ -138,7 +138,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 
 /// Tries the rest of the text, after a gap, as a dotted quad. Kept: nothing sets the count that is
 /// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadAfterGapFails).
-void TryQuadAfterGap(Ipv6Work &work)
+[[gnu::cold]] void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
     const QAL_UINT32 ulStatus = XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.uwQuadPort);
