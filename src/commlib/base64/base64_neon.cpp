@@ -30,12 +30,6 @@ consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
 
 constexpr auto kMarkedSextets = MakeMarkedSextets();
 
-uint8x16x4_t LoadTable(const QAL_UINT8 *pucTable)
-{
-    return {{vld1q_u8(pucTable), vld1q_u8(pucTable + 16), vld1q_u8(pucTable + 32),
-             vld1q_u8(pucTable + 48)}};
-}
-
 constexpr QAL_UINT32 kStepBytes = 12;
 constexpr QAL_UINT32 kStepChars = 16;
 
@@ -69,13 +63,14 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
 {
     constexpr QAL_UINT8 kPack[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 0, 0, 0, 0};
     const uint8x16_t marked = SextetsOf(low, high, vld1q_u8(pucIn));
-    const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kHasValue)));
-    const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
-    if (ullNone != 0) { // four bits per character
-        return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4;
+    if (vminvq_u8(marked) < kHasValue) {
+        const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kHasValue)));
+        const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
+        return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
-    // Two sextets make 12 bits, and two of those 24. The bits above are not packed.
-    const uint16x8_t sextets = vreinterpretq_u16_u8(vandq_u8(marked, vdupq_n_u8(0x3F)));
+    // Two sextets make 12 bits, and two of those 24. The bits above are not packed; what is
+    // inserted overwrites the other marks.
+    const uint16x8_t sextets = vreinterpretq_u16_u8(marked);
     const uint32x4_t pairs =
         vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));
     const uint32x4_t words = vsliq_n_u32(vshrq_n_u32(pairs, 16), pairs, 12);
@@ -90,7 +85,7 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
 
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    const uint8x16x4_t alphabet = LoadTable(reinterpret_cast<const QAL_UINT8 *>(cb64));
+    const uint8x16x4_t alphabet = vld1q_u8_x4(reinterpret_cast<const QAL_UINT8 *>(cb64));
     const uint8x16_t sextet = vdupq_n_u8(0x3F);
     QAL_UINT32 ulDone = 0;
     QAL_UINT8 *pucNext = pucOut;
@@ -118,8 +113,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    const uint8x16x4_t low = LoadTable(kMarkedSextets.data());
-    const uint8x16x4_t high = LoadTable(kMarkedSextets.data() + 64);
+    const uint8x16x4_t low = vld1q_u8_x4(kMarkedSextets.data());
+    const uint8x16x4_t high = vld1q_u8_x4(kMarkedSextets.data() + 64);
     QAL_UINT32 ulDone = 0;
     QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 64; ulDone += 64) {
