@@ -28,10 +28,10 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
     if (pDest == nullptr || ulCount > ulDestMax) {
         return kRefused;
     }
-    std::memset(pDest, lByte, ulCount);
     // For all the optimiser knows, this statement reads the block. Otherwise an optimiser that also
     // sees the caller, as in link-time optimisation, could drop the fill because nobody reads it.
-    __asm__ volatile("" : : "r"(pDest) : "memory");
+    // memset() returns pDest.
+    __asm__ volatile("" : : "r"(std::memset(pDest, lByte, ulCount)) : "memory");
     return 0;
 }
 

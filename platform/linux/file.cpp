@@ -32,6 +32,17 @@ constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
     return wyx::os::Refill(static_cast<Reader &>(file)) ? *file.pucNext++ : -1;
 }
 
+/// XELP_Fseek() for any move but the usual one. A separate function for the same reason.
+[[gnu::noinline]] QAL_INT32 SeekAnywhere(xelpFile &file, QAL_LONG lOffset, QAL_INT32 lWhence)
+{
+    if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {
+        errno = EINVAL;
+        return -1;
+    }
+    return file.isWriter ? wyx::os::SeekWriter(static_cast<Writer &>(file), lOffset, lWhence)
+                         : wyx::os::SeekReader(static_cast<Reader &>(file), lOffset, lWhence);
+}
+
 /// Takes the failure of an earlier close and sets errno to it; false if there is none.
 bool ReportKeptFailure()
 {
@@ -81,13 +92,7 @@ QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence
             return 0;
         }
     }
-    if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {
-        errno = EINVAL;
-        return -1;
-    }
-    return pstruFile->isWriter
-               ? wyx::os::SeekWriter(static_cast<Writer &>(*pstruFile), lOffset, lWhence)
-               : wyx::os::SeekReader(static_cast<Reader &>(*pstruFile), lOffset, lWhence);
+    return SeekAnywhere(*pstruFile, lOffset, lWhence);
 }
 
 QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,

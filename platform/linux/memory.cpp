@@ -3,6 +3,7 @@
 #include "os_adapter.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -34,8 +35,7 @@ void XELP_MemFreeD(void *pBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFi
 
 void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFile*/)
 {
-    std::free(*ppBlock);
-    *ppBlock = nullptr;
+    std::free(std::exchange(*ppBlock, nullptr)); // last, so that the call is a jump
 }
 
 } // extern "C"

@@ -116,8 +116,11 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     for (;;) {
         QAL_INT32 lByte = pfunGetc(pstruFile);
         if (state == kText) { // true for nearly every byte
-            while (IsPlain(lByte) && pszNext < pszFull) {
+            while (IsPlain(lByte)) {
                 *pszNext++ = static_cast<QAL_INT8>(lByte);
+                if (pszNext > pszFull) {
+                    return XELP_ERR_INI_LINE_TOO_LONG;
+                }
                 lByte = pfunGetc(pstruFile);
             }
         }

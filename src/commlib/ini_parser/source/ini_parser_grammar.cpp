@@ -31,14 +31,27 @@ const QAL_INT8 *NextQuote(const QAL_INT8 *psz)
     return psz;
 }
 
+namespace {
+
+/// Releases a part, even one that is null. Not inlined: it takes the address of a local, for which
+/// the compiler would guard the stack of every parser.
+[[gnu::noinline]] void ReleasePart(QAL_INT8 *&pszPart, QAL_UINT32 ulLine = __builtin_LINE())
+{
+    Release(pszPart, ulLine);
+}
+
+} // namespace
+
 void ReleaseParts(KeyParts &parts)
 {
-    QAL_INT8 **const appszParts[] = {&parts.pszName, &parts.pszValue, &parts.pszComment};
-    for (QAL_INT8 **ppszPart : appszParts) {
-        if (*ppszPart != nullptr) {
-            Release(*ppszPart);
+    const auto release = [](QAL_INT8 *&pszPart) {
+        if (pszPart != nullptr) {
+            ReleasePart(pszPart);
         }
-    }
+    };
+    release(parts.pszName);
+    release(parts.pszValue);
+    release(parts.pszComment);
 }
 
 QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame)
@@ -213,7 +226,7 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     }
     const QAL_UINT32 ulStatus = IniParseCommentLine(pszRest - 1, commentLine);
     if (ulStatus != XELP_ERR_INI_OK) {
-        wyx::Release(*sectionLine);
+        ReleasePart(*sectionLine);
     }
     return ulStatus;
 }
@@ -247,9 +260,9 @@ QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **key
                                     ? XELP_ERR_INI_VALUE_NULL
                                     : ParseAfterEqual(pszEqual, keyValue, commentLine);
     if (ulStatus != XELP_ERR_INI_OK) {
-        wyx::Release(*keyName);
-        wyx::Release(*keyValue);
-        wyx::Release(*commentLine);
+        ReleasePart(*keyName);
+        ReleasePart(*keyValue);
+        ReleasePart(*commentLine);
     }
     return ulStatus;
 }
