@@ -25,7 +25,7 @@
 
 WYX_C_BEGIN
 
-/** The use of memory by one call site, or by all. Sizes count the bytes asked for. */
+/** The use of memory by one call site, or by all. Sizes count the bytes requested. */
 typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
@@ -35,7 +35,7 @@ typedef struct wyxMem_S_Use {
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;
 
-/** One source line that asked for memory. */
+/** One source line that requested memory. */
 typedef struct wyxMem_S_Site {
     const QAL_CHAR *pszFile; /**< its file; valid as long as the adapter is loaded */
     QAL_UINT32 ulLine;       /**< its line */
@@ -45,8 +45,8 @@ typedef struct wyxMem_S_Site {
 /** One live block. */
 typedef struct wyxMem_S_Block {
     const void *pBlock;      /**< the block itself */
-    QAL_UINT32 ulSize;       /**< the size asked for, in bytes */
-    QAL_UINT32 ulLine;       /**< the line that asked for it */
+    QAL_UINT32 ulSize;       /**< the requested size, in bytes */
+    QAL_UINT32 ulLine;       /**< the line that requested it */
     const QAL_CHAR *pszFile; /**< the file of that line; valid as long as the adapter is loaded */
 } wyxMem_S_Block;
 

@@ -156,7 +156,7 @@ class Image:
         command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        errors = finish(process, COMPILE_LIMIT)  # compile-time evaluation may run for ever
+        errors = finish(process, COMPILE_LIMIT)  # compile-time evaluation may never end
         return None if process.returncode == 0 else errors or "no end"
 
     def link_with(self, objects, output):

@@ -276,7 +276,7 @@ TEST_F(HashDeInit, ReleasesAnEmptyTable)
 
 using HashSaveNode = HashTest;
 
-TEST_F(HashSaveNode, DoesWhatTheTableSays)
+TEST_F(HashSaveNode, SavesAKeyOnce)
 {
     const struct {
         const char *pszSaved;
@@ -391,7 +391,7 @@ TEST_F(HashSaveNode, EachAllocationFailingInTurn)
 
 using HashSearch = HashTest;
 
-TEST_F(HashSearch, DoesWhatTheTableSays)
+TEST_F(HashSearch, FindsTheEntryOfAKey)
 {
     const struct {
         const char *pszSaved;
@@ -519,7 +519,7 @@ TEST_F(HashSearch, StoredKeyOfTheEntryIsAccepted)
 
 using HashRemoveCurNode = HashTest;
 
-TEST_F(HashRemoveCurNode, DoesWhatTheTableSays)
+TEST_F(HashRemoveCurNode, RemovesTheEntryAtTheCursor)
 {
     const struct {
         const char *pszSaved;

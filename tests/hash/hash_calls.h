@@ -1,7 +1,7 @@
 // Calls on a hash table of letters, compared with a plain model, and the callbacks of such a table.
 //
-// A key begins with a letter and is the key of that letter, whatever follows it; its hash value is
-// the letter's place in the alphabet, 'a' being 0. A table is written bucket by bucket, each from
+// A key begins with a letter, and only that letter counts. Its hash value is the letter's place in
+// the alphabet, 'a' being 0. A table is written bucket by bucket, each from
 // its newest entry to its oldest, with the cursor in brackets: three buckets after saving a, b and
 // d are "[d]a|b|".
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H

@@ -245,7 +245,7 @@ TEST(MemoryAccounting, HoldsBackNoMoreThanItsLimits)
     };
     release(2000000, 1); // alone above the limit of bytes: all others are released
     const std::size_t alone = system.LiveBlocks();
-    release(1, 1); // and now that one is released, but not the newest
+    release(1, 1); // now the large block is released, but not the newest
     EXPECT_EQ(system.LiveBlocks(), alone);
     release(1, 3000);
     EXPECT_EQ(system.LiveBlocks(), alone + 2 * 1023) << "a block and its entry for each";

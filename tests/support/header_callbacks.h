@@ -10,7 +10,7 @@ static void Zero(void *pstruUserNode)
     *(int *)pstruUserNode = 0;
 }
 
-/* A walk: adds up, and hands out the last user node. */
+/* The callback of a walk: adds up, and stores the last user node. */
 static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
 {
     *(int *)pProcessCondition += *(int *)pstruUserNode;

@@ -590,7 +590,7 @@ TYPED_TEST_P(ListTest, DeinitReleasesUserNodesForFlag0Only)
     }
 }
 
-TYPED_TEST_P(ListTest, InsertPutsTheElementWhereTheTableSays)
+TYPED_TEST_P(ListTest, InsertPutsTheElementAtItsPosition)
 {
     using List = TypeParam;
     const struct {
@@ -648,7 +648,7 @@ TYPED_TEST_P(ListTest, InsertRefusesNullsBeforeItAllocates)
     EXPECT_EQ(this->Text(), "[a]b");
 }
 
-TYPED_TEST_P(ListTest, CursorCallsDoWhatTheTableSays)
+TYPED_TEST_P(ListTest, CursorCallsMoveTheCursorAndReturnElements)
 {
     using List = TypeParam;
     const typename TestFixture::Case aCase[] = {
@@ -1090,8 +1090,8 @@ TYPED_TEST_P(ListTest, RandomCallsMatchAPlainModel)
 
 REGISTER_TYPED_TEST_SUITE_P(
     ListTest, InitRefusesNullArguments, InitWithoutMemoryLeavesTheHandle, InitMakesAnEmptyList,
-    DeinitReleasesUserNodesForFlag0Only, InsertPutsTheElementWhereTheTableSays,
-    InsertRefusesNullsBeforeItAllocates, CursorCallsDoWhatTheTableSays,
+    DeinitReleasesUserNodesForFlag0Only, InsertPutsTheElementAtItsPosition,
+    InsertRefusesNullsBeforeItAllocates, CursorCallsMoveTheCursorAndReturnElements,
     RemovalMovesTheCursorBesideTheGap, NullArgumentsAreRefused, SearchesTakeTheFirstMatch,
     SearchesCheckTheirArgumentsFirst, SearchesNeedAComparator, ReleaseRunsAfterTheElementIsUnlinked,
     WalkRefusesNullsAndAnEmptyList, WalkPassesItsArgumentsUnchecked, WalkPutsTheCursorOnEachElement,

@@ -20,7 +20,7 @@ bool isCoarse = false; ///< the clock shows the same time for 64 milliseconds
 
 } // namespace
 
-// Replaces the adapter's; it is so coarse that savers keep choosing the same names.
+// Replaces the adapter's clock. It can be so coarse that savers keep choosing the same names.
 extern "C" QAL_UINT64 XELP_GetSystemTime(void)
 {
     const auto now = std::chrono::system_clock::now().time_since_epoch();

@@ -73,8 +73,8 @@ class RegisterFold {
          ...);
     }
 
-    /// Vector kAt of the next 128 bytes. The vectors before it already hold theirs; this one and
-    /// those after it still hold the 128 bytes before.
+    /// Vector kAt of the next 128 bytes. The array's vectors before kAt are already from these
+    /// bytes; vector kAt and those after it are still from the preceding 128 bytes.
     template <std::size_t kAt>
     Vector Folded(const QAL_UINT8 *pucData) const
     {

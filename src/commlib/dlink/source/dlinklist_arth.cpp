@@ -68,7 +68,7 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
-    // Kept: the cursor moves here wherever it was, even when the head or the tail is removed
+    // Kept: the cursor moves here from wherever it was, even when the head or the tail is removed
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;
@@ -233,7 +233,7 @@ QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
     }
     Head &head = *static_cast<Head *>(pstruHead);
     Gap gap = {nullptr, nullptr};
-    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
     if (head.ulTotalNum != 0 && !FindGap(head, enPosition, gap)) {
         XELP_MemFreeD(pNode, __LINE__, __FILE__);
         return XELP_ERR_DLL_INVALID_PARA;
@@ -303,7 +303,7 @@ QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
     if (pHead == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
-    // Kept: the list is empty if its count is 0, whatever the cursor
+    // Kept: the list is empty if its count is 0, wherever the cursor is
     // (DLinkListEmptiness.IsDecidedByTheDocumentedField).
     return Get(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
 }

@@ -22,7 +22,7 @@ constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
 constexpr QAL_INT8 kQuote = '"';
 constexpr QAL_INT8 kSeparator = ','; // between the items of a value
-constexpr QAL_INT8 kEscape = '\\';   // before a line end: the next line belongs to this one
+constexpr QAL_INT8 kEscape = '\\';   // before a line end: the line continues on the next
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
 // A line of a saved file is at most 81 bytes long: it is either a whole line of up to 79 bytes, its

@@ -100,7 +100,7 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
 {
     Join(head, gap, gap.ulNext, gap.ulPrev);
-    // Kept: the cursor moves here wherever it was, even when the head or the tail is removed
+    // Kept: the cursor moves here from wherever it was, even when the head or the tail is removed
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
     void *const pUserNode = head.pstruBase[ulNode].pstruUserNode;
@@ -291,7 +291,7 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     }
     const QAL_UINT32 ulNode = TakeSlot(head);
     Gap gap = {kNone, kNone};
-    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementWhereTheTableSays).
+    // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
     if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
         ReturnSlot(head, ulNode);
         return XELP_ERR_SLL_INVALID_PARA;
