@@ -26,10 +26,12 @@ namespace {
 
 std::vector<std::string> calls;     // "fsync FILE", "rename FROM TO", ... in their order
 std::function<void()> atFlush;      // what somebody else does before a file is flushed
-std::function<void()> atInstall;    // and before it takes its name
+std::function<void()> atInstall;    // and before it takes its name, or its length
 std::set<int> *openFlags = nullptr; // where to note with which flags files are opened, if anywhere
+mode_t newMode = 0;                 // with which mode the last file was made
 bool hasUnnamedFiles = true;        // does the file system know O_TMPFILE?
 bool hasExclusiveRename = true;     // and RENAME_NOREPLACE?
+bool isOtherDevice = false;         // is a name now that of a file with the same number elsewhere?
 
 /// A call that fails.
 struct Fault {
@@ -107,18 +109,22 @@ int linkat(int fromDir, const char *from, int toDir, const char *to, int flags) 
 
 int open(const char *name, int flags, ...)
 {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
+    const bool isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
+    mode_t mode = 0;
+    if (isUnnamed || (flags & O_CREAT) != 0) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = va_arg(arguments, mode_t);
+        va_end(arguments);
+        newMode = mode;
+    }
     if (openFlags != nullptr) {
         openFlags->insert(flags);
     }
-    if ((flags & O_TMPFILE) == O_TMPFILE && !hasUnnamedFiles) {
+    if (isUnnamed && !hasUnnamedFiles) {
         errno = EOPNOTSUPP;
         return -1;
     }
-    const bool isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
     const char *const call = isUnnamed                    ? "open unnamed"
                              : (flags & O_CREAT) != 0     ? "create"
                              : (flags & O_DIRECTORY) != 0 ? "open directory"
@@ -149,7 +155,15 @@ off_t lseek(int fd, off_t offset, int whence) noexcept
 
 int ftruncate(int fd, off_t length) noexcept
 {
+    Meddle(atInstall);
     return static_cast<int>(Call("ftruncate", SYS_ftruncate, fd, length));
+}
+
+int lstat(const char *name, struct stat *status) noexcept
+{
+    const int result = fstatat(AT_FDCWD, name, status, AT_SYMLINK_NOFOLLOW);
+    status->st_dev += isOtherDevice ? 1 : 0;
+    return result;
 }
 
 int fallocate(int fd, int mode, off_t from, off_t count)
@@ -225,11 +239,13 @@ class FileReplaceTest : public test::ToolTest {
         atInstall = nullptr;
         hasUnnamedFiles = true;
         hasExclusiveRename = true;
+        isOtherDevice = false;
         fault = {};
         Write("f.ini", kOld);
     }
     ~FileReplaceTest() override
     {
+        isOtherDevice = false;
         fault = {};
         atFlush = nullptr;
         atInstall = nullptr;
@@ -286,6 +302,50 @@ TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
     EXPECT_EQ(seen, expected);
 }
 
+TEST_F(FileReplaceTest, NobodyElseReadsANewFileThatIsNotDone)
+{
+    for (const bool isUnnamed : {true, false}) {
+        hasUnnamedFiles = isUnnamed;
+        Write("f.ini", kOld);
+        Replace(Open(), kNew);
+        EXPECT_EQ(newMode, mode_t{0600});
+        unlink(name.c_str());
+        Replace(Open(), kNew); // nothing says what its mode should be
+        EXPECT_EQ(newMode, mode_t{0666});
+    }
+    fault = {"linkat", EPERM};
+    EXPECT_TRUE(KeepAs(Open(), Path("copy")));
+    EXPECT_EQ(newMode, mode_t{0600});
+}
+
+// Without a lock, it would look like one that a killed instance left.
+TEST_F(FileReplaceTest, ANewFileIsNoLeftoverToOthers)
+{
+    hasUnnamedFiles = false;
+    unlink(name.c_str());
+    std::vector<std::string> seen;
+    atFlush = [&] {
+        Open();
+        seen = Names();
+    };
+    Replace(Open(), kNew);
+    EXPECT_EQ(seen.size(), 1U);
+    EXPECT_EQ(Read(name), kNew);
+}
+
+TEST_F(FileReplaceTest, RightsAreThoseOfTheEffectiveUser)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can take another user's rights";
+    }
+    WYX_NEED_NOBODY();
+    chmod(Directory().c_str(), 0755);
+    ASSERT_EQ(seteuid(65534), 0);
+    const std::string message = Message([&] { Open(); });
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_TRUE(Mentions(message, {"cannot change", "Permission denied"}));
+}
+
 TEST_F(FileReplaceTest, NothingIsVisibleUntilItIsComplete)
 {
     std::vector<std::string> seen;
@@ -332,6 +392,10 @@ TEST_F(FileReplaceTest, ChangesOfOthersAreNotLost)
     }
     atFlush = nullptr;
     Write("f.ini", kOld);
+    // Something is mounted over it, with a file of the same number.
+    isOtherDevice = true;
+    EXPECT_TRUE(Mentions(Message([&] { Replace(Open(), kNew); }), {"changed by somebody"}));
+    isOtherDevice = false;
     const Target target = Open();
     Write("f.ini", others);
     EXPECT_TRUE(Mentions(Message([&] { WriteInPlace(target, kNew); }), {"changed by somebody"}));
@@ -421,6 +485,25 @@ TEST_F(FileReplaceTest, SignalsLeaveNothingBehind)
     }
 }
 
+TEST_F(FileReplaceTest, SignalsWaitForAChangeInPlace)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        SCOPED_TRACE(signal);
+        Write("f.ini", kOld + "l=1\n");
+        const pid_t child = fork();
+        if (child == 0) {
+            ::signal(signal, SIG_DFL);
+            atInstall = [&] { raise(signal); };
+            WriteInPlace(Open(), kNew);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "it ends once the change is made";
+        EXPECT_EQ(Read(name), kNew);
+    }
+}
+
 TEST_F(FileReplaceTest, LeftoversOfKilledOnesGo)
 {
     hasUnnamedFiles = false;
@@ -437,10 +520,16 @@ TEST_F(FileReplaceTest, LeftoversOfKilledOnesGo)
     const int fd = open(held.c_str(), O_RDONLY);
     ASSERT_EQ(flock(fd, LOCK_EX), 0);
     Write(".f.ini.wyx-abcdefg~", "longer");
+    mkfifo(Path(".f.ini.wyx-pipepi~").c_str(), 0666);
     Open();
-    EXPECT_EQ(Names(), (std::vector<std::string>{".f.ini.wyx-abcdefg~", ".f.ini.wyx-abcdef~",
-                                                 ".g.ini.wyx-abcdef~", "f.ini"}));
+    EXPECT_EQ(Names(),
+              (std::vector<std::string>{".f.ini.wyx-abcdefg~", ".f.ini.wyx-abcdef~",
+                                        ".f.ini.wyx-pipepi~", ".g.ini.wyx-abcdef~", "f.ini"}));
     close(fd);
+    unlink(name.c_str()); // those of a file that is still to be made go, too
+    Open();
+    EXPECT_EQ(Names(), (std::vector<std::string>{".f.ini.wyx-abcdefg~", ".f.ini.wyx-pipepi~",
+                                                 ".g.ini.wyx-abcdef~"}));
 }
 
 TEST_F(FileReplaceTest, AFailureLeavesNothingBehind)
@@ -567,16 +656,23 @@ TEST_F(FileReplaceTest, KeepsTheOldContentAsALinkOrACopy)
         {"Taken", {"linkat", EEXIST}, false},
         {"NoRights", {"linkat", EACCES}, false},
     };
+    chmod(name.c_str(), 0640);
     for (const auto &sample : cases) {
         SCOPED_TRACE(sample.name);
         const Target target = Open();
         fault = sample.fault;
+        calls.clear();
         EXPECT_EQ(KeepAs(target, Path("old")), sample.isKept);
+        // A link is of a file that is on the disk already; a copy gets there now.
+        EXPECT_EQ(calls.size(), sample.isKept && sample.fault.error != 0 ? 1U : 0U);
         EXPECT_EQ(errno == sample.fault.error || sample.isKept, true);
         fault = {};
         EXPECT_EQ(Names().size(), sample.isKept ? 2U : 1U);
         if (sample.isKept) {
             EXPECT_EQ(Read(Path("old")), kOld);
+            struct stat status = {};
+            EXPECT_EQ(stat(Path("old").c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & 07777, 0640U);
             EXPECT_EQ(unlink(Path("old").c_str()), 0);
         }
     }
