@@ -146,11 +146,11 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
     }
 }
 
-/// Reads a run of groups. The cursor is a local copy of the caller's, so it stays in registers; in
-/// memory, each digit would wait for the store made for the digit before it.
+/// Reads a run of groups and adds its length to @p ulLen. The cursor is a local copy of the
+/// caller's, so it stays in registers; in memory, each digit would wait for the store made for the
+/// digit before it.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
-    ulLen = 0;
     if (!IsOf(kHexDigit, *struBuf.cur_bp)) {
         return 0;
     }
