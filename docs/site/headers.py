@@ -70,10 +70,11 @@ def can_fail(call):
 
 def left_by_failure(call):
     """What a call says about its failures apart from its results: sentences and list items."""
-    points = re.split(r"(?:^| )- (?=#|a status)", call.returns)
+    points = re.split(r"(?:^| )- (?=#|a status|the status)", call.returns)
     if len(points) == 1:
         points = re.split(r"(?<=\.) ", call.returns)
-    sentences = re.split(r"(?<=\.) (?=[A-Z])", call.text)
+    promised = call.text.partition("*Default adapter*")[0]
+    sentences = re.split(r"(?<=\.) (?=[A-Z])", promised)
     if call.group == "Edits":
         sentences += re.split(r"(?<=\.) ", call.group_text)
     return [said for said in [*points, *sentences] if LEFT.search(said)]

@@ -70,7 +70,11 @@ class Headers(unittest.TestCase):
                       headers.left_by_failure(calls["IniSaveStringToIniStruct"]))
         self.assertIn("There is no rollback: what was done before a failure stays done.",
                       headers.left_by_failure(calls["XELP_IniDelKey"]))
+        self.assertIn("the status of a line that fails a lookup; what came before that line is deleted",
+                      headers.left_by_failure(calls["XELP_IniDelKey"]))
         self.assertEqual([], headers.left_by_failure(calls["XELP_CRC_32"]))
+        # What only the default adapter does is no promise of the service.
+        self.assertEqual([], headers.left_by_failure(calls["XELP_Fopen"]))
 
 
 class StatusText(unittest.TestCase):
