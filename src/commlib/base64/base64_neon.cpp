@@ -22,8 +22,9 @@ consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
     const auto aSextets = MakeSextets();
     std::array<QAL_UINT8, 128> aTab{};
     for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
-        const bool hasValue = aSextets[i] != kNoSextet;
-        aTab[i] = hasValue ? static_cast<QAL_UINT8>(aSextets[i] | kHasValue) : QAL_UINT8{0};
+        if (aSextets[i] != kNoSextet) {
+            aTab[i] = static_cast<QAL_UINT8>(aSextets[i] | kHasValue);
+        }
     }
     return aTab;
 }
