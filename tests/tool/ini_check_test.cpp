@@ -91,6 +91,8 @@ TEST_F(IniCheckToolTest, Warnings)
         {"EightyOfTwoLines", "[a]\nk=" + std::string(76, 'x') + "\\\nx\n", "2 continuation\n"},
         {"NoLineEnd", "[a]\nk=1", "2 no-line-end\n"},
         {"TrailingBackslash", "[a]\nk=1\\", "2 trailing-backslash\n2 no-line-end\n"},
+        {"TrailingBackslashAndLineEnd", "[a]\nk=1\\\n", "2 trailing-backslash\n2 no-line-end\n"},
+        {"TrailingBackslashAndCrLf", "[a]\r\nk=1\\\r\n", "2 trailing-backslash\n2 no-line-end\n"},
         {"TrailingBackslashLine", "[a]\nk=1\n\\\n", "3 trailing-backslash\n"},
         {"TwoTrailingBackslashLines", "[a]\nk=1\n\\\n\\\n", "2 continuation\n"},
         {"TwoTrailingBackslashLinesUnended", "[a]\nk=1\n\\\n\\",

@@ -208,7 +208,10 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(number, "nul",
                          "NUL byte: the rest of the line is not read, and lost in a save");
     }
-    if (stored.rest != 0 || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {
+    // The file ends in a line end, and yet its last line has none.
+    const bool isEscaped = bytes.ends_with('\n') && bytes.find('\0') == std::string::npos &&
+                           !stored.lines.empty() && stored.lines.back().isEnded;
+    if (stored.rest != 0 || isEscaped || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {
         findings.Warning(raw.size(), "trailing-backslash",
                          "the backslash at the end of the file is not read, and lost in a save");
     }
