@@ -139,6 +139,19 @@ TEST_F(IniQueryTest, GetFromEveryKindOfInput)
     }
 }
 
+TEST_F(IniQueryTest, FileOfManyLines)
+{
+    std::string content = "[a]\n";
+    std::string keys;
+    for (int i = 0; i < 3000; ++i) {
+        content += "k" + std::to_string(i) + "=" + std::to_string(i) + "\n";
+        keys += "k" + std::to_string(i) + "\n";
+    }
+    const std::string name = Write("many.ini", content);
+    EXPECT_EQ(Wyx({"ini", "keys", name, "a"}).out, keys);
+    EXPECT_EQ(Wyx({"ini", "get", name, "a", "k2999"}).out, "2999\n");
+}
+
 TEST_F(IniQueryTest, LineEndsOfEveryKind)
 {
     for (const char *const end : {"\n", "\r\n", "\r", "\n\r"}) {

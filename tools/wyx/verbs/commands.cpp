@@ -106,12 +106,11 @@ constexpr Command kCommands[] = {
         .name = "addr",
         .summary = "What IPv4 and IPv6 addresses mean to the library",
         .operands = "[TEXT...]",
-        .text =
-            "For each TEXT, writes family, address in canonical form and port, or what is "
-            "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
-            "input, one address a line. Notes warn about texts that other parsers read "
-            "differently, such as a leading zero. An IPv6 address with port 0 is shown like one "
-            "without a port.",
+        .text = "For each TEXT, writes family, address in canonical form and port, or what is "
+                "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
+                "input, one address per line. Notes warn about texts that other parsers read "
+                "differently, such as a leading zero. An IPv6 address with port 0 is shown like "
+                "one without a port.",
         .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
                     "  wyx addr --json 010.0.0.1\n"
                     "  wyx addr < LIST\n",
@@ -211,7 +210,7 @@ constexpr Command kCommands[] = {
         .name = "ini sections",
         .summary = "The names of all sections",
         .operands = "FILE",
-        .text = "A section that is in the file more than once is named as often.",
+        .text = "A section that is in the file more than once is listed each time.",
         .examples = "  wyx ini sections net.ini\n"
                     "  wyx ini sections net.ini | sort -f | uniq -di    more than one block\n",
         .options = {kStrict, kJson, kHelp},
@@ -244,9 +243,9 @@ constexpr Command kCommands[] = {
         .operands = "FILE...",
         .text = "Findings have the form 'FILE:LINE: MESSAGE (CODE)'. The code of an error is the "
                 "library's status, and errors make the exit code 4; lookups and edits are more "
-                "lenient, and may still work. Warnings have a word for a code: they say where "
-                "lookups see something else than it seems, and what a save by the library would "
-                "change.",
+                "lenient, and may still work. Warnings have a word for a code: they point "
+                "out what lookups read differently from how it looks, and what a save by the "
+                "library would change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",

@@ -198,7 +198,7 @@ std::optional<Entry> ParsePlain(std::string_view line)
     if (rest.empty()) {
         return std::nullopt;
     }
-    return Entry{algorithm, Lower(line.substr(0, digits)), std::string(rest)};
+    return Entry{&*algorithm, Lower(line.substr(0, digits)), std::string(rest)};
 }
 
 /// "CRC32 (NAME) = HEX", with or without its blanks
