@@ -106,6 +106,7 @@ constexpr Bad kBad[] = {
     {"::ffff:1.2.3.4", 7, "a dotted quad is not accepted here"},
     {"::ffff:192.168.1.1", 7, "a dotted quad is not accepted here"},
     {"1::2::", 4, "a second '::'"},
+    {"1::2::x", 4, "a second '::'"},
     {"1:2:3:4:5:6:7:8::", 17, "a port is expected, but the text ends"},
     {"1:2:3:4:5:6:7:8::x", 17, "a port is expected, not 'x'"},
     {"1:2.1.2.3.4:5", 2, "a dotted quad is not accepted here"},

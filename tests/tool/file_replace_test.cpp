@@ -300,6 +300,11 @@ TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
         O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,      // a copy
     };
     EXPECT_EQ(seen, expected);
+    seen.clear();
+    openFlags = &seen;
+    ReadWhole(FileInput(name), kLimit);
+    openFlags = nullptr;
+    EXPECT_EQ(seen, std::set<int>{O_RDONLY | O_CLOEXEC | O_NOCTTY});
 }
 
 TEST_F(FileReplaceTest, NobodyElseReadsANewFileThatIsNotDone)

@@ -205,6 +205,17 @@ TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
     EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kOk);
 }
 
+// A save leaves no symbolic link, and one that somebody planted is not in the way of a leftover.
+TEST_F(IniRecoverTest, SymbolicLinksAreNoLeftovers)
+{
+    Write("secret", "[a]\nk=secret\n");
+    ASSERT_EQ(symlink("secret", Path(kNew).c_str()), 0);
+    EXPECT_EQ(Wyx({"ini", "recover", target}).code, kNo);
+    Write(kOld, "[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=1\n");
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "2"}).code, kNo);
+}
+
 TEST_F(IniRecoverTest, NamesAreCutAsASaveCutsThem)
 {
     ASSERT_EQ(mkdir(Path("my.dir").c_str(), 0777), 0);

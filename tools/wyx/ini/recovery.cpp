@@ -52,7 +52,8 @@ void FindBeside(const std::string &target, std::set<std::string> &seen,
         const std::string path = slash == std::string::npos ? name : directory + name;
         std::error_code ignored;
         const fs::path whole = fs::canonical(path, ignored);
-        if (!digits.empty() && entry->is_regular_file(ignored) && seen.insert(whole).second) {
+        if (!digits.empty() && fs::is_regular_file(entry->symlink_status(ignored)) &&
+            seen.insert(whole).second) {
             leftovers.push_back({path, digits});
         }
     }

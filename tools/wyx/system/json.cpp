@@ -32,9 +32,9 @@ std::size_t CharacterLength(std::string_view text)
         }
         code = code << 6 | (byte(i) & 0x3FU);
     }
-    static constexpr unsigned long kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    static constexpr unsigned long kSmallest[] = {0x80, 0x800, 0x10000}; // of 2, 3 and 4 bytes
     const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-    return code < kSmallest[length] || code > 0x10FFFF || isSurrogate ? 0 : length;
+    return code < kSmallest[length - 2] || code > 0x10FFFF || isSurrogate ? 0 : length;
 }
 
 bool IsUtf8(std::string_view text)
