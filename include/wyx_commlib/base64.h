@@ -9,9 +9,9 @@
  *
  * The encoder writes the standard alphabet of RFC 4648 with `=` padding and no line breaks. The
  * decoder is lenient: it reads the URL-safe `-` and `_` as `+` and `/`, and skips `=`, CR, LF and
- * NUL anywhere, also in the middle of a group of four. Padding is neither required nor checked. So
- * different texts decode to the same bytes: compare the bytes, not the texts. Any other character,
- * such as a space, makes the call refuse the whole text.
+ * NUL anywhere, even in the middle of a group of four. Padding is neither required nor checked. So
+ * different texts can decode to the same bytes: compare the bytes, not the texts. Any other
+ * character, such as a space, makes the call refuse the whole text.
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
  * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. An empty result
@@ -42,9 +42,9 @@ WYX_C_BEGIN
  * @param[out] ppucOutput  not null; the text with its NUL, handed over: release it with
  *                         MOX_BASE64Free(); null on failure
  * @return the length of the text without its NUL: 4 characters for every 3 bytes or part of them.
- *         0 with a null @p ppucOutput for a null input, a length of 0, more than 1,073,741,819
- *         bytes, or a failed allocation. From 536,870,912 bytes on, the call asks for a block of
- *         3.5 to 4.3 GB, which is more than the text needs.
+ *         0 and a null pointer for a null input, a length of 0, more than 1,073,741,819 bytes, or
+ *         a failed allocation. From 536,870,912 bytes on, the call asks for a block of 3.5 to 4.3
+ *         GB, which is more than the text needs.
  */
 WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
@@ -61,10 +61,10 @@ WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
  * @param[out] ppucOutput  not null; the bytes with a NUL after them, handed over: release them
  *                         with MOX_BASE64Free(); null on failure
  * @return the number of bytes: 3 for every 4 characters of the alphabet. In an incomplete group at
- *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to none. 0 with a null
- *         @p ppucOutput for a null input, a length of 0, more than 1,431,655,758 characters, a
- *         character that is not accepted, or a failed allocation. From 715,827,883 characters on,
- *         the call asks for a block of 3.7 to 4.3 GB, which is more than the bytes need.
+ *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to none. 0 and a null
+ *         pointer for a null input, a length of 0, more than 1,431,655,758 characters, a character
+ *         that is not accepted, or a failed allocation. From 715,827,883 characters on, the call
+ *         asks for a block of 3.7 to 4.3 GB, which is more than the bytes need.
  */
 WYX_API QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);

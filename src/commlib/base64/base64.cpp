@@ -107,8 +107,8 @@ QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
-/// Decodes the characters from @p ulDone on to bytes from @p ulOut on, and returns the total number
-/// of bytes, or kNoText if a character is not accepted. Not inlined: it needs many registers, which
+/// Decodes the text from @p ulDone on, writes from @p ulOut on, and returns the total number of
+/// bytes, or kNoText if a character is not accepted. Not inlined: it needs many registers, which
 /// the usual text would otherwise pay for.
 [[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
                                         QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
@@ -139,7 +139,7 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
             }
         }
     }
-    // Of a quad that is not full, n sextets hold n - 1 whole bytes.
+    // In a quad that is not full, n sextets hold n - 1 whole bytes.
     if (ulFound == 3) {
         pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 10);
         pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 2);
@@ -183,7 +183,7 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
 // The longest inputs whose output fits the requested block. Kept: a size that has wrapped to a
 // negative number is requested as the unsigned number of the same bits, which is more than the
 // output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For an
-// input one longer, the size is 0.
+// input one byte longer, the size is 0.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
 constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);

@@ -1,5 +1,5 @@
 // Base64 with AVX2: multiplications move six-bit fields to bytes. Adding an offset, one for each
-// range of the alphabet, turns these into characters or back.
+// range of the alphabet, turns sextets into characters or back.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -15,8 +15,8 @@ __m256i Twice(const signed char (&half)[16])
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(half)));
 }
 
-/// The characters of 32 sextets. Those from 0 to 25 are upper-case letters, those to 51 lower-case
-/// ones; each of the other twelve has a range of its own.
+/// The characters of 32 sextets: 0 to 25 are upper-case letters, 26 to 51 lower-case letters; each
+/// of the other twelve has a range of its own.
 __m256i CharactersOf(__m256i sextets)
 {
     // 0 for upper case, 1 for lower case, and from 2 on: the ten digits, '+', '/'.
@@ -65,8 +65,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     // 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
-        Twice({// What each low nibble excludes: 0, '@' and '`'; from A up, ':' and what follows it;
-               // from B up, '[', '{' and what follows them. Of the punctuation, '+' and '/' remain.
+        Twice({// Low nibble 0 excludes '@' and '`'; A to F, ':' and what follows it; B to F, '[',
+               // '{' and what follows them. Of the punctuation, only '+' and '/' remain.
                16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
                16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});
     const __m256i distances = Twice(
@@ -74,7 +74,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    // 32 bytes are written for 24: room for 8 more.
+    // A step writes 32 bytes for 24; the 16 characters after it make room for the other 8.
     for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);
@@ -86,7 +86,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
         const __m256i sextets =
             _mm256_add_epi8(in, _mm256_shuffle_epi8(distances, _mm256_add_epi8(high, isSlash)));
-        // Join pairs of sextets to 12 bits and pairs of those to 24, then put the bytes in order.
+        // Join pairs of sextets into 12 bits, pairs of those into 24, and put the bytes in order.
         const __m256i pairs = _mm256_maddubs_epi16(sextets, _mm256_set1_epi32(0x01400140));
         const __m256i words = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
         const __m256i halves = _mm256_shuffle_epi8(words, pack);

@@ -29,7 +29,7 @@ consteval Bytes MakeSpread()
     return aTab;
 }
 
-/// Where each byte comes from when words that hold three, the last one lowest, are packed.
+/// Where each byte comes from when words of three bytes, the last byte lowest, are packed.
 consteval Bytes MakePack()
 {
     Bytes aTab{};
@@ -93,7 +93,7 @@ __m512i SextetsOf(__m512i chars)
 /// The bytes of sextets, in the lower 48.
 __m512i BytesOf(__m512i sextets)
 {
-    // Join pairs of sextets to 12 bits, and pairs of those to 24.
+    // Join pairs of sextets into 12 bits, and pairs of those into 24.
     const __m512i pairs = _mm512_maddubs_epi16(sextets, _mm512_set1_epi32(0x01400140));
     const __m512i words = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
     return Permuted(kPack.data(), words);

@@ -3,8 +3,8 @@
 // EncodeGroups() encodes groups of three bytes from the start of the input and returns the number
 // of bytes encoded. DecodeQuads() decodes quads of four characters and stops before the first one
 // that holds a character without a value; it returns the number of characters decoded. Given 16 or
-// more characters before that quad, it decodes all of them; given fewer, it may leave some. The
-// loops of base64.cpp, character by character, process whatever is left over.
+// more characters before that quad, it decodes all of them; given fewer, it may leave some.
+// base64.cpp processes whatever is left over.
 //
 // All forms produce the same bytes. None reads outside the input. DecodeQuads() may overwrite bytes
 // after those it decodes: at most as many as the remaining characters decode to, plus one. A
@@ -44,7 +44,7 @@ inline constexpr QAL_UINT8 kSextets = 64;
 inline constexpr QAL_UINT8 kNoSextet = 0xFF;
 
 /// The sextet of each character, those of the URL-safe alphabet included; kNoSextet for any other
-/// byte. Each form makes its own table from this one.
+/// byte. The forms that look up sextets make their own tables from this one.
 consteval std::array<QAL_UINT8, 256> MakeSextets()
 {
     std::array<QAL_UINT8, 256> aTab{};

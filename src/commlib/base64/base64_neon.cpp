@@ -1,6 +1,6 @@
-// Base64 with NEON: loads and stores that split every third or fourth byte into a vector of its
-// own, and look-ups in tables of 64 entries held in registers. The rest is done 12 bytes or 16
-// characters at a time. The last such step is moved back to end at the last whole group; the
+// Base64 with NEON: interleaving loads and stores, which put every third or fourth byte in a vector
+// of its own, and look-ups in tables of 64 entries held in registers. The rest is done 12 bytes or
+// 16 characters at a time. The last such step is moved back to end at the last whole group; the
 // overlap is computed twice, with the same result.
 #include "base64_kernel.h"
 
@@ -57,7 +57,7 @@ uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
     return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
 }
 
-/// Decodes 16 characters to 12 bytes. If one of them has no value, writes nothing and returns the
+/// Decodes 16 characters to 12 bytes. If a character has no value, writes nothing and returns the
 /// number of characters before it.
 QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucIn,
                       QAL_UINT8 *pucOut)
@@ -69,8 +69,8 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
         const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
-    // Two sextets make 12 bits, and two of those 24. The bits above are not packed; what is
-    // inserted overwrites the other marks.
+    // Two sextets make 12 bits, and two of those 24. Each insertion overwrites the marks above
+    // the bits it keeps; the marks above the 24 bits are not packed.
     const uint16x8_t sextets = vreinterpretq_u16_u8(marked);
     const uint32x4_t pairs =
         vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));

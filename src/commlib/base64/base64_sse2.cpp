@@ -17,7 +17,7 @@ short Inserted(QAL_UINT64 ullBits)
     return static_cast<short>(PairOf(ullBits));
 }
 
-/// The eight characters of six bytes, in the lower half; two bytes more are read.
+/// The eight characters of six bytes, in the lower half. Reads two more bytes.
 __m128i CharactersOf(const QAL_UINT8 *pucIn)
 {
     QAL_UINT64 ullBits = 0;

@@ -1,5 +1,5 @@
 // Base64 by tables. Encoding looks up two characters at once by 12 bits. Decoding looks up each of
-// four characters in a table for its place and joins the results to a word of three bytes.
+// four characters in a table for its place and joins the results into a word of three bytes.
 #include "base64_kernel.h"
 
 #include <bit>
@@ -67,7 +67,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 {
     QAL_UINT32 ulDone = 0;
 #pragma GCC unroll 4
-    for (; ulLen - ulDone >= 8; ulDone += 6) { // reads eight bytes and takes six
+    for (; ulLen - ulDone >= 8; ulDone += 6) { // reads eight bytes and encodes six
         QAL_UINT64 ullBits = 0;
         __builtin_memcpy(&ullBits, pucIn + ulDone, sizeof ullBits);
         ullBits = __builtin_bswap64(ullBits);

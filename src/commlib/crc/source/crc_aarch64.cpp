@@ -29,7 +29,7 @@ struct JoinOf {
     {}
 
   private:
-    // The value's lowest coefficient, x^0, is its bit 31, and bit 63 of a word.
+    // The coefficient of x^0 is bit 31 of the value, and bit 63 of a word.
     static Word Low(Word ullValue, unsigned uExponent)
     {
         return uExponent <= 32 ? ullValue << (32 - uExponent) : ullValue >> (uExponent - 32);

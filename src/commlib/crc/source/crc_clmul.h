@@ -1,10 +1,10 @@
 // Folding by carry-less multiplication: products of polynomials over GF(2), 64 by 64 bits at once.
 //
-// Take two vectors of 128 bits: an earlier one with the halves A and B, and a later one that begins
-// D bits after it. In terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both
-// powers of x may be replaced by their remainders by P. The two products then have at most 96 bits,
-// and XORing them into the later vector clears the earlier one. That is the folding of crc_fold.h
-// with products in place of a sparse multiple's shifts; it works over any distance D.
+// Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. In
+// terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both powers of x may be
+// replaced by their remainders by P. The two products then have at most 96 bits, and XORing them
+// into the later vector replaces the earlier one. That is the folding of crc_fold.h with products
+// in place of a sparse multiple's shifts; it works over any distance D.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 
@@ -20,9 +20,9 @@ namespace wyx::crc {
 
 /// x^(64 + width) divided by P, without the quotient's highest term, x^64.
 ///
-/// Multiplying a word W by this quotient and dropping everything below x^64 yields W * x^width
-/// divided by P: the remainder that the quotient ignores is below x^width, so W times it is below
-/// P * x^64.
+/// Multiplying a word W by the whole quotient and dropping everything below x^64 yields W * x^width
+/// divided by P: the remainder of the first division is below x^width, so W times that remainder is
+/// below P * x^64.
 constexpr Word Inverse(Polynomial poly)
 {
     Word ullRem = 1;
@@ -71,8 +71,8 @@ struct Order32 {
     /// The remainder of a vector followed by 32 zero bits.
     static QAL_UINT32 Remainder(Vector vector)
     {
-        // Fold the first half into the second one and the zeros after it. This leaves a word W at
-        // the low end, and the 32 bits after it.
+        // Fold the first half into the second one and the zeros after it. This leaves 96 bits: a
+        // word W, which is the low word, and the 32 bits after it.
         constexpr Vector kFirstHalf = {Reversed(PowerOfX(kCrc32, 64 + 32 - 1)), 0};
         const Vector rest =
             ShiftDown<4>(MultiplyLow(vector, kFirstHalf) ^ ShiftUp<4>(ShiftDown<8>(vector)));
@@ -110,7 +110,7 @@ struct Order16 {
         const Vector sum = MultiplyHigh(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
         const Vector rest = ShiftDown<2>(sum); // the word above the last 16 bits
         constexpr Vector kInverse = {Inverse(kCrc16), 0};
-        const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest; // the x^64, too
+        const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest; // rest * x^64
         constexpr Vector kPolynomial = {kCrc16.ulLower, 0};
         const Vector value = MultiplyLow(quotient, kPolynomial) ^ sum;
         return static_cast<QAL_UINT16>(value[0]);
@@ -156,8 +156,8 @@ struct Lanes1 {
     }
 
   private:
-    // Shuffles that keep every byte, between shuffles that clear it. Loaded from an offset, they
-    // move bytes up or down.
+    // A shuffle that keeps every byte, between two that clear every byte. Loading from an offset
+    // makes a shuffle that moves bytes up or down.
     alignas(16) static constexpr QAL_UINT8 kPlaces[3 * kBytes] = {
         128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, //
         0,   1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,  12,  13,  14,  15,  //

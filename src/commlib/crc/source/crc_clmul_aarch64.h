@@ -49,7 +49,7 @@ inline Vector ShiftDown(Vector vector)
         vextq_u8(reinterpret_cast<uint8x16_t>(vector), vdupq_n_u8(0), kBytes));
 }
 
-/// Byte i of the result is the byte that byte i of @p places selects; 0 if that is 16 or more.
+/// Byte i of the result is byte p of @p vector, p being byte i of @p places; 0 if p >= 16.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

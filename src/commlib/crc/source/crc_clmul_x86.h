@@ -37,7 +37,7 @@ inline Vector ShiftDown(Vector vector)
     return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
 }
 
-/// Byte i of the result is the byte that byte i of @p places selects; 0 if that is 128 or more.
+/// Byte i of the result is byte p of @p vector, p being byte i of @p places; 0 if p >= 128.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

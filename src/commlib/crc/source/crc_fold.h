@@ -3,11 +3,11 @@
 // A message is a polynomial M over GF(2); its first bit is the highest coefficient. Its CRC is the
 // remainder of M * x^width by P.
 // 1. Adding a multiple of P to M does not change that remainder.
-// 2. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms. Shift S so that its x^d meets a
-//    bit of M that is set, and add it. This clears the bit and flips the bits d - a, ..., d places
-//    after it.
-// 3. Do so for one bit after the other, from the first on. All but the last d bits are then zero,
-//    and the last d bits are a message with the same remainder.
+// 2. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms. Shift S so that its x^d lines
+//    up with a bit of M that is set, and add it. This clears the bit and flips the bits d - a, ...,
+//    d places after it.
+// 3. Do this bit by bit, from the first on. All but the last d bits are then zero, and the last d
+//    bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. All bits of a word can be cleared at once: XOR the word into the message at each
 //    of the distances.
@@ -65,7 +65,7 @@ struct LowestBitFirst {
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
 };
 
-/// The first bit of a byte is its highest, as is that of a word with its first byte on top.
+/// The first bit of a byte is its highest, so that of a big-endian word is its highest, too.
 struct HighestBitFirst {
     static Word InMemory(Word ullWord) { return __builtin_bswap64(ullWord); }
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
@@ -105,7 +105,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
         return ullWord;
     }
 
-    /// Clears the word taken last. Distances shorter than a word add to the word itself first.
+    /// Clears the word taken last. At distances shorter than a word, it first adds to itself.
     void Clear(Word ullWord)
     {
         ullWord ^= (Within<kDegree - kLower>(ullWord) ^ ...);
@@ -145,7 +145,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
 };
 
 /// The first word of a message, padded with zeros in front so that whole words remain. Leading
-/// zeros of a dividend change no remainder.
+/// zeros of a dividend do not change the remainder.
 template <typename Order>
 struct FirstWord {
     QAL_UINT32 ulBytes; ///< of the message, 1 to 8
@@ -160,13 +160,13 @@ struct FirstWord {
     {}
 };
 
-/// What a folded message consists of: its last word, and the bits added after its end.
+/// What is left of a folded message: its last word, and the bits added past its end.
 struct LastWord {
     Word ullWord;
     Word ullPastEnd;
 };
 
-/// Folds by the multiple Long, which is fast, as far as it reaches, and the rest by Short.
+/// Folds by Long, which is faster, as long as kReach words follow, then by Short.
 template <typename Order, typename Long, typename Short>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

@@ -3,7 +3,7 @@
 // Squaring over GF(2) doubles the exponents and adds no term: (a + b)^2 = a^2 + b^2. The eighth
 // power of a sparse multiple S therefore has the terms of S with their exponents times eight. Its
 // distances are those of S in bytes instead of bits. A vector is folded by XORing it into the
-// message at these distances, without a shift, and whatever the order of the bits in a byte is.
+// message at these distances, without a shift, whatever the order of the bits in a byte.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 
@@ -43,8 +43,8 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr QAL_UINT32 kMinBytes = kPast + kVectorBytes;
     static constexpr QAL_UINT32 kMaxRest = kPast + kVectorBytes - 1;
 
-    /// Writes a message of at most kMaxRest bytes with the same remainder as the given one, which
-    /// has at least kMinBytes, and returns its length. @p start is added to the first 16 bytes.
+    /// Writes a message of at most kMaxRest bytes with the same remainder, and returns its length.
+    /// The given one has at least kMinBytes; @p start is added to its first 16 bytes.
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
@@ -72,7 +72,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
                 StoreVector(aucBuffer + i, LoadVector(pucCleared + ulCleared - kPast + i));
             }
         }
-        // The rest stays as it is, so zeros follow the cleared vectors.
+        // The rest is not cleared, so zeros follow the cleared vectors.
         QAL_UINT8 *const pucEnd = pucCleared + ulCleared;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});

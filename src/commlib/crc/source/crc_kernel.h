@@ -2,8 +2,8 @@
 //
 // Every form computes the same values as Crc16Plain() and Crc32Plain(). It exists only where the
 // compiler may assume the CPU features it needs, and is chosen when the library is compiled:
-// nothing is detected at run time. Of the levels of x86-64, v2 to v4 lack carry-less
-// multiplication; naming a CPU enables it, such as haswell (clmul) or icelake-server (clmul512).
+// nothing is detected at run time. No level of x86-64 up to v4 includes carry-less
+// multiplication: to enable it, name a CPU, such as haswell (clmul) or icelake-server (clmul512).
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 

@@ -1,4 +1,4 @@
-// The definitions of CRC-16 and CRC-32: a table each, and one look-up per byte.
+// The definitions of CRC-16 and CRC-32: a table for each, and one look-up per byte.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_PLAIN_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_PLAIN_H
 
@@ -10,7 +10,7 @@ namespace wyx::crc {
 
 constexpr Polynomial kCrc16 = {16, 0x1021}; // x^16 + x^12 + x^5 + 1
 constexpr Polynomial kCrc32 = {32, 0x04C11DB7};
-constexpr QAL_UINT32 kCrc32Reversed = 0xEDB88320; // its lower coefficients, that of x^0 on top
+constexpr QAL_UINT32 kCrc32Reversed = 0xEDB88320; // the same coefficients, x^0 on top
 
 /// Entry i is i * x^16 mod the polynomial: eight steps of long division, top bit first.
 consteval std::array<QAL_UINT16, 256> MakeCrc16Table()
@@ -26,7 +26,7 @@ consteval std::array<QAL_UINT16, 256> MakeCrc16Table()
     return aTab;
 }
 
-/// Entry i is the remainder of the byte i: eight steps of long division, bottom bit first.
+/// Entry i is i * x^32 mod the polynomial, bits reversed: long division, bottom bit first.
 consteval std::array<QAL_UINT32, 256> MakeCrc32Table()
 {
     std::array<QAL_UINT32, 256> aTab{};
@@ -65,8 +65,8 @@ inline QAL_UINT32 Crc32Plain(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UIN
     return ulCrc;
 }
 
-// The value after the eight bytes of a word into which the caller has XORed the value before them.
-// This keeps that XOR off the critical path of the look-ups.
+// These return the CRC after the eight bytes of a word. The caller has XORed the CRC so far into
+// the word, which keeps that XOR off the critical path of the look-ups.
 
 /// The first byte is on top.
 inline QAL_UINT16 Crc16OfWord(Word ullWord)

@@ -1,5 +1,5 @@
-// The form for any CPU: folds by sparse multiples of the polynomials. It looks up a table only for
-// the last eight bytes.
+// The form for any CPU: folds by sparse multiples of the polynomials, with at most nine table
+// look-ups.
 #include "crc_kernel.h"
 
 #include "crc_fold_vectors.h"
@@ -14,7 +14,7 @@ constexpr QAL_UINT32 kMinByWords = kWordBytes;
 
 namespace crc16 {
 
-// The polynomial itself has four terms, and so have its powers.
+// The polynomial itself has four terms, and so do its 8th and 16th powers.
 using Power8 = Sparse<128, 96, 40, 0>;
 using Power16 = Sparse<256, 192, 80, 0>;
 // The lowest multiple of four terms whose first two are at least half a word apart, which WordFold
@@ -23,7 +23,7 @@ using Short = Sparse<73, 36, 26, 0>;
 static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
               Short::IsMultipleOf(kCrc16));
 
-// The message is followed by the 16 zero bits that it is multiplied by.
+// The message is multiplied by x^16, so 16 zero bits follow it.
 static_assert(73 - 64 <= 16, "folding the last word but one passes the end");
 
 QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
@@ -100,7 +100,7 @@ constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: 
         ++pucData;
         --ulLen;
     }
-    // Zeros in front pad the message to whole blocks of 128 bytes and change no remainder.
+    // Zeros in front pad the message to whole blocks of 128 bytes and do not change the remainder.
     const QAL_UINT32 ulFirst = (ulLen - 1) % kBytes + 1;
     alignas(64) QAL_UINT8 aucBlock[kBytes + kVectorBytes];
     for (unsigned i = 0; i < kBytes; i += kVectorBytes) {
@@ -136,7 +136,7 @@ using Long = Sparse<300, 155, 117, 89, 0>;
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
-// The message is followed by the 32 zero bits that it is multiplied by.
+// The message is multiplied by x^32, so 32 zero bits follow it.
 static_assert(85 - 64 <= 32, "folding the last word but one passes the end");
 
 using Vectors = VectorFold<Long>;
