@@ -2,19 +2,19 @@
  * @file ip4_ip6_parser.h
  * @brief IPv4 and IPv6 addresses with optional ports, from text.
  *
- * Both parsers have a grammar of their own, which stored configuration depends on. It accepts some
- * texts that the standard forms do not allow, and refuses some that they do.
+ * Each parser has its own grammar, which stored configuration depends on. It accepts some texts
+ * that the standard forms do not allow, and refuses some that they do.
  *
  * @warning **Decide on the parsed address, never on the text.** Other parsers read some accepted
- * texts as another address. A leading zero is decimal here and octal elsewhere (`010.0.0.1` is
- * 10.0.0.1), octets may be hexadecimal, and an octet is reduced modulo 2^32 before its range is
- * tested (`4294967297.0.0.1` is 1.0.0.1). If you decide here whether to allow an address, and
- * somebody else connects to the same text, the two can mean different hosts. Pass on the number.
+ * texts as a different address. A leading zero means decimal here and octal elsewhere (`010.0.0.1`
+ * is 10.0.0.1), octets may be hexadecimal, and an octet is reduced modulo 2^32 before its range is
+ * tested (`4294967297.0.0.1` is 1.0.0.1). If you allow an address here and another parser reads the
+ * same text to connect, it may connect to a different host. Pass on the number.
  *
- * @warning **XELP_Parse_IPV6() does not always read the whole text.** Whatever follows a `]`, a
- * port, or a dot after eight groups is ignored, so `[::1]x` and `::1]:80abc` are accepted.
- * Text directly after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with
- * status 30.
+ * @warning **XELP_Parse_IPV6() does not always read the whole text.** Whatever follows a port, a
+ * `]` (except a colon), or a dot after eight groups is ignored, so `::1]:80abc` and `[::1]x` are
+ * accepted. Text directly after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64`
+ * end with status 30.
  *
  * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
@@ -56,9 +56,9 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  * number from 2^64 on is refused. A smaller one is reduced modulo 2^32, and must then be at most
  * 255. Nothing may come before the first octet, or between octets and dots.
  *
- * The port is decimal, or hexadecimal after `0x` or `0X`, and is read the way core_td_u16() reads a
- * number: white space and a sign may come before it, and only its low 16 bits count; from 2^64 on
- * it counts as 2^64 - 1. Nothing may follow the port.
+ * The port is decimal, or hexadecimal after `0x` or `0X`. The number after the colon or that prefix
+ * is read by the rules of core_td_u16(): it may begin with white space and a sign, and only its low
+ * 16 bits count; from 2^64 on it counts as 2^64 - 1. Nothing may follow the port.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
@@ -81,7 +81,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  *
  * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
  * empty. A head of eight groups is the whole address. Otherwise the characters after the head
- * select the form; *h* is a hexadecimal digit, *end* is the end of the text or `]`:
+ * select the form; *h* is the first character of what is named next, a hexadecimal digit; *end* is
+ * the end of the text or `]`:
  *
  * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
@@ -97,19 +98,19 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * | anything else        | `1:2:3`, `1::/64`    | refused                                       |
  *
  * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
- * XELP_Parse_IPV4() accepts without a port, up to the end of the text. All bytes not mentioned are
- * those of the head, or 0 after it. Where a run and the head meet, the run's bytes count
+ * XELP_Parse_IPV4() accepts without a port, up to the end of the text. All other bytes come
+ * from the head; those after the head are 0. Where a run and the head overlap, the run wins
  * (`1:2:3:4:5:6:7::8:9` loses its seventh group); bytes of a run that would be before byte 0 are
  * dropped.
  *
  * - *Refused*: status 30, outputs untouched.
- * - *Failed*: status 30, outputs written. But if another colon follows at that point, it counts as
- *   the colon of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with
- *   port 3, `::::80` is `::` with port 80.
+ * - *Failed*: status 30, outputs written. But if another colon comes next, it counts as the colon
+ *   of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port 3,
+ *   `::::80` is `::` with port 80.
  * - If no number follows the colon of a port, the text is refused, whatever its form.
  *
- * So the standard forms with a dotted quad after `::` are not accepted, and another text that ends
- * in a dotted quad is accepted only if the run before it stops on the dot: see core_td_hexseq().
+ * So the standard forms with a dotted quad after `::` are not accepted, and any other address that
+ * ends in a dotted quad is accepted only if its head stops on a dot: see core_td_hexseq().
  *
  * @param[in]  pszIPV6Addr  the text, borrowed
  * @param[out] pucAddr      the 16 bytes of the address in network order; untouched for a null
@@ -122,8 +123,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort);
 
 /** @name Building blocks
- * The parsers are made of these readers. Each reads as much of a text as it understands and leaves
- * the cursor after that. They check no pointers. @{ */
+ * Readers for the parts of an address. Each reads as much of a text as it understands and leaves
+ * the cursor after it. They check no pointers. @{ */
 
 /** A reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
@@ -143,15 +144,15 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * | 0x02   | lower-case letter a-z                                                               |
  * | 0x04   | decimal digit                                                                       |
  * | 0x08   | white space: TAB, LF, VT, FF, CR, space                                             |
- * | 0x10   | punctuation: every printable character that is no letter, digit or space            |
+ * | 0x10   | punctuation: every printable character except letters, digits and the space         |
  * | 0x20   | control character                                                                   |
  * | 0x40   | blank: the space alone, not TAB                                                     |
  * | 0x80   | hexadecimal digit                                                                   |
  * | 0x1000 | token character: letters, digits, `! $ % & ' ( ) * + - . / ? @ \ ^ _ | ~`, backquote |
  * | 0x2000 | delimiter: `# , : ; < = > [ ] { }`                                                  |
  *
- * The space is no control character, and the double quote is neither token nor delimiter. Bytes
- * from 0x80 on have no class.
+ * The space is not a control character, and the double quote is neither token nor delimiter.
+ * Bytes from 0x80 on have no class.
  *
  * The table is a variable that the library reads but never writes. Whoever changes bits 0x04 or
  * 0x80 changes the parsers for every thread, and must not do so while a parser runs. Bit 0x04
@@ -192,14 +193,14 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
 /**
  * @brief Reads a run of up to eight groups separated by single colons.
  *
- * The run ends where a colon is not followed by a hexadecimal digit, as at a `::`, and after the
- * eighth group; that colon is not consumed. A text without a digit at the cursor is an empty run.
+ * A colon ends the run, and is not consumed, if no hexadecimal digit follows it, as at a `::`, or
+ * if it follows the eighth group. A text without a digit at the cursor is an empty run.
  *
  * A dotted quad after a colon is left to the caller, with the cursor on that colon, if its first
  * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. In any other
  * dotted quad the first octet is read as one more group, and the run ends on the dot, as in
- * `1:1.2.3.4`. The second to fourth characters after the colon tell the two apart. If none of them
- * is a dot, the colon is consumed and the run continues. If one is, the colon is consumed only if
+ * `1:1.2.3.4`. The second to fourth characters after the colon decide. If none of them is a dot,
+ * the colon is consumed and the run continues. If one is, the colon is consumed only if
  * - fewer than five characters are left, counting the colon, or
  * - the first character after the colon is `0`, or
  * - the second is `.`, or

@@ -39,7 +39,7 @@ typedef struct xelpMD5_S_CTX {
 /**
  * @brief Begins a message.
  *
- * @param[out] context  the context, borrowed; what it held is overwritten
+ * @param[out] context  the context, borrowed; it may hold anything, and its buffer is not wiped
  */
 WYX_API void XELP_MD5_Init(MD5_S_CTX *context);
 
@@ -59,8 +59,8 @@ WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UIN
  *
  * @param[out]    digest   receives the 16 bytes of the digest; not inside @p context
  * @param[in,out] context  a context begun with XELP_MD5_Init(), borrowed; all of it is zero
- *                         afterwards. Registers and the stack are not wiped. Begin it again before
- *                         its next use: without that, the digest is not an MD5.
+ *                         afterwards. Registers and the stack are not wiped. Call XELP_MD5_Init()
+ *                         before using @p context again: otherwise the digest is not an MD5.
  * @par Source
  * RFC 1321. The digest of the empty message is d41d8cd98f00b204e9800998ecf8427e, that of "abc" is
  * 900150983cd24fb0d6963f7d28e17f72.

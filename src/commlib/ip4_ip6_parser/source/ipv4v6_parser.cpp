@@ -19,8 +19,8 @@ constexpr QAL_INT32 kDec = 10;
 constexpr QAL_INT32 kHex = 16;
 constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() needs 16
 
-/// Starts at a text; false if its length does not fit in 32 bits. The adapter's count has wrapped
-/// then, and leads to a character before the terminator.
+/// Starts at a text; false if its length does not fit in 32 bits: the adapter's count has then
+/// wrapped and points to a character before the terminator.
 bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
 {
     const QAL_UINT32 ulLen = XELP_StrLen(pszText);
@@ -127,7 +127,7 @@ struct Ipv6Work {
 };
 
 /// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it overwrites the
-/// head's bytes where they meet, and whatever would come before the first byte is dropped
+/// head's bytes where they overlap, and whatever would come before the first byte is dropped
 /// (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
 void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
@@ -151,9 +151,9 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 }
 
 // One function per form. Each returns false to refuse the text at once, with the outputs untouched.
-// After true, a port is looked for and the outputs are written, even if ulResult is a failure.
+// After true, the outputs are written, even if ulResult is a failure, unless a port is malformed.
 
-/// `::h`: the run after the gap replaces the head run.
+/// `::h`: from here on, ulRunLen is that of the run after the gap.
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);
@@ -184,12 +184,12 @@ bool TakeThreeColons(Ipv6Work &work)
     return true;
 }
 
-/// `.h`: here the quad counts; it overwrites any bytes of the head.
+/// `.h`: here the quad counts; it overwrites the head's bytes where they overlap.
 bool TakeDottedQuad(Ipv6Work &work)
 {
     Advance(work.struBuf, 1);
     QAL_UINT32 ulAddr = 0;
-    // A quad with a port does not return 0 and is refused, too, so the port stays 0.
+    // A quad with a port is refused, too: its status is not 0.
     if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.uwQuadPort) != 0) {
         return false;
     }

@@ -16,8 +16,6 @@ struct Range {
     QAL_UINT32 ulClasses;
 };
 
-// Upper 0x01, Lower 0x02, DecDigit 0x04, Space 0x08, Punct 0x10, Control 0x20, Blank 0x40,
-// HexDigit 0x80, Token 0x1000, Delimiter 0x2000.
 constexpr Range kRanges[] = {
     {0x00, 0x08, kControl},                     // 0x20
     {0x09, 0x0D, kControl | kSpace},            // 0x28: TAB, LF, VT, FF, CR
@@ -76,7 +74,7 @@ constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
 constexpr QAL_INT kDottedTailLen = 5; // the shortest dotted tail that is left to the caller
 
 constexpr QAL_UINT8 kHexBase = 16;
-constexpr QAL_UINT8 kGroupEnd = 0x80; // no low bits: counts as 0 at the start of a group
+constexpr QAL_UINT8 kGroupEnd = 0x80; // low four bits 0: as a first digit, it counts as 0
 
 /// The values of the hexadecimal digits; kGroupEnd for what may follow a group, 0 for everything
 /// else. A table, because the branch predictor cannot guess whether the next digit is a letter.
@@ -99,8 +97,8 @@ QAL_UINT8 HexValue(QAL_CHAR ch)
 }
 
 /// With the cursor on a colon before a digit: does the run continue after it, or is a dotted tail
-/// left to the caller? Kept: a tail whose first octet has one digit or begins with 0 is read as a
-/// group (TdHexseq.DottedTails).
+/// left to the caller? Kept: a first octet that has one digit or begins with 0 is read as a group
+/// (TdHexseq.DottedTails).
 bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (struBuf.cur_bp_rem_len < kDottedTailLen) {
@@ -117,7 +115,7 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 }
 
 /// Reads one group. Always inlined, so that the cursor of ReadGroups() stays in registers: Clang
-/// would otherwise pass it through memory (IPv6 on AArch64: 592 instead of 632 instructions an
+/// would otherwise pass it through memory (IPv6 on AArch64: 632 instead of 592 instructions per
 /// address).
 [[gnu::always_inline]] inline QAL_UINT32 ReadGroup(QAL_UINT16 &uwGroup, Parse_Ipv4v6_S_BUF &struBuf)
 {
@@ -129,7 +127,7 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
         if (!IsOf(kHexDigit, ch) || struBuf.cur_bp_rem_len < 1) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
-        // What only a caller's own table calls a digit counts as 0
+        // A character that only a caller's own table calls a digit counts as 0
         // (Charset.AddedHexDigitCountsAsZero).
         ulValue = ulValue << 4 | ucDigit;
         Advance(struBuf, 1);

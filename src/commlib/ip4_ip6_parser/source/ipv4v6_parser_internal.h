@@ -25,7 +25,7 @@ inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
     return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;
 }
 
-/// Moves the cursor, also backwards, and keeps cur_bp + cur_bp_rem_len where it is. The count wraps
+/// Moves the cursor, even backwards, and keeps cur_bp + cur_bp_rem_len where it is. The count wraps
 /// like the 32-bit number it is.
 inline void Advance(Parse_Ipv4v6_S_BUF &struBuf, QAL_LONG lCount)
 {

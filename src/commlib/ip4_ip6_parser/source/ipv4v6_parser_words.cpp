@@ -82,7 +82,7 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     if (ulLen < kShortestUsual || ulLen > kLongestUsual || !AreDigitsAsUsual()) {
         return kNotUsual;
     }
-    // If there is a colon, it is among the last eight characters, the terminator included.
+    // In the usual form, a colon is among the last eight characters, the terminator included.
     const QAL_UINT64 ullTail = EightFrom(pszText + ulLen - 7);
     const QAL_UINT64 ullColonIs0 = ullTail ^ ':' * kEachByte;
     const QAL_UINT64 ullColons = (ullColonIs0 - kEachByte) & ~ullColonIs0 & 0x80 * kEachByte;

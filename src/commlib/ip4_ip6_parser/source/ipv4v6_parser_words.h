@@ -8,9 +8,9 @@ namespace wyx::address {
 
 constexpr QAL_UINT32 kNotUsual = XELP_ERR_IPV4V6_BUTT;
 
-/// Reads four octets of one to three decimal digits each, with dots between them, and after a colon
-/// a port of one to six digits. Returns the status of XELP_Parse_IPV4(), or kNotUsual for every
-/// other text, valid or not; then the outputs are untouched.
+/// Reads four octets of one to three decimal digits each, with dots between them, and optionally
+/// a colon and a port of one to six digits. Returns the status of XELP_Parse_IPV4(), or kNotUsual
+/// for every other text, valid or not, with the outputs untouched.
 QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &ulAddr,
                          QAL_UINT16 &uwPort);
 

@@ -2,7 +2,7 @@
 //
 // Each of the 64 steps of a block adds to one word of the chain a mix of the other three, a word of
 // the block and a constant, rotates the sum and adds one of the other three. The constant of step i
-// (from 1) is the whole part of 2^32 * |sin(i)|, i in radians; the tests compute all of them again.
+// (from 1) is the integer part of 2^32 * |sin(i)|, i in radians; the tests recompute all of them.
 #include "wyx_commlib/md5.h"
 
 #include <array>
@@ -58,7 +58,7 @@ inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-/// Bit by bit, d chooses between b and c. The two halves share no bit, so they can be added one
+/// Bit by bit, d chooses between b and c. The two terms share no bit, so they can be added one
 /// after the other.
 inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
@@ -74,7 +74,7 @@ inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
-/// A mix that treats each of the three in its own way.
+/// Bit by bit, c, inverted where b is set or d is clear.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -218,7 +218,7 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
 {
     QAL_UINT index = PendingLen(*context);
 
-    // The length in bits needs three bits more than inputLen has: the top ones go to the high word.
+    // The length in bits has three bits more than inputLen: the top three go to the high word.
     const QAL_UINT32 ulLowBits = inputLen << 3;
     context->count[0] += ulLowBits;
     context->count[1] += (context->count[0] < ulLowBits ? 1U : 0U) + (inputLen >> 29);
@@ -247,7 +247,7 @@ void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context)
     XELP_MD5_Update(context, bits, kCountLen);
 
     Encode(digest, context->state, kDigestLen);
-    // A call into another library: no optimiser can treat it as a dead store.
+    // Not memset(), which an optimiser may drop as a dead store.
     wyx_memset_s(context, sizeof *context, 0, sizeof *context);
 }
 
