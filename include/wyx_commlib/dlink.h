@@ -34,8 +34,8 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: after the first element
- * is removed it is on the new first, after the last on the new last.
+ * A Remove or Delete moves the cursor even if it was on another element: to the new first element
+ * after the first is removed, to the new last after the last is.
  *
  * **Results.** The calls that return a user node set the result to null before they look at
  * anything else, the handle included, so a failure leaves null in it. Two are different:
@@ -59,8 +59,8 @@
  *
  * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
  * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have other
- * numbers: no match is 30 here and 40 there. When a result is set to null differs from header to
- * header.
+ * numbers: no match is 30 here and 40 there. The headers also differ in when a call sets its result
+ * to null.
  *
  * **Emptiness.** How a call decides that the list is empty matters only if somebody changed its
  * head or link nodes by hand. Insert, Get_CurNode, the cursor moves, the searches and the walk look
@@ -103,7 +103,7 @@ typedef enum xelpDLLFreeUserNode WYX_ENUM32 {
 } XELP_E_DLL_FreeUserNode;
 
 /**
- * @brief Compares a user node with what is looked for.
+ * @brief Compares a user node with the condition of a search.
  *
  * @param[in] pCmpCondition  the condition passed to the search
  * @param[in] pstruUserNode  a stored user node
@@ -188,11 +188,10 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
  * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
  * Elements are compared first to last until one matches. If the match was the last element, the
- * cursor moves to its predecessor. The arguments are checked in the order in which the statuses
- * name them.
+ * cursor moves to its predecessor. The arguments are checked in the order listed with the statuses.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
  *                            for a refused argument
@@ -209,7 +208,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
  * XELP_DLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
- * @param[in] pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null for the list's own
  * @return as XELP_DLinkList_Remove(); the callback runs on success only.
  */
@@ -220,7 +219,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @brief Finds the first match. Linear. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
  *                            refused argument
@@ -241,7 +240,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is no error here: it still has no cursor.
+ * An empty list is not an error: it still has no cursor.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
@@ -378,17 +377,17 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted one there and moved the cursor back, that one is visited too.
+ *   callback inserted an element there and moved the cursor back, the new one is visited too.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, that is its successor, so nothing is missed. The *last* element
- *   has none: after its removal the walk returns to its predecessor, which is visited a second
- *   time. An element that the callback inserts, queries or moves to is visited next, because the
- *   cursor is then on it. A callback that keeps doing so never lets the walk end.
+ *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
+ *   element has no successor: after its removal the walk returns to its predecessor, which is
+ *   visited a second time. An element that the callback inserts, queries or moves to is visited
+ *   next, because the cursor is then on it. A callback that keeps doing so never lets the walk end.
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by address. If the callback removes the element it was called
- * for and inserts another, the new link node may have the old one's address. The walk then
- * continues after the new element, otherwise with it: rely on neither.
+ * for and inserts another, the new link node may have the old one's address. If so, the walk
+ * continues after the new element, and if not, with it: rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

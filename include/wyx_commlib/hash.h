@@ -245,9 +245,9 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
  * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
  * The entry's key copy is hashed to find its bucket, and the entry is found there by its address;
- * no comparator runs. The key callback takes the key copy. If the hash function now leads to
- * another bucket than when the entry was saved, the entry is not found: the call returns 0, changes
- * nothing, and sets the result to null.
+ * no comparator runs. The key callback takes the key copy. If the hash function now leads to a
+ * different bucket than when the entry was saved, the entry is not found: the call returns 0,
+ * changes nothing, and sets the result to null.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
@@ -285,17 +285,17 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * decides how the walk continues:
  * - still on that entry: the walk continues with the next entry of the bucket.
  * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
- *   entry it was called for, that is the next one of the bucket, so nothing is missed or visited
- *   twice. An entry that the callback saves or queries is visited next, and after it the rest of
- *   *its* bucket. A callback that keeps doing so never lets the walk end.
+ *   entry it was called for, the cursor is on the next one of the bucket, so nothing is missed or
+ *   visited twice. An entry that the callback saves or queries is visited next, and after it the
+ *   rest of *its* bucket. A callback that keeps doing so never lets the walk end.
  * - nowhere: the bucket is done.
  *
  * The buckets are taken in order: when one is done, the next one follows, even if the cursor led
  * the walk into another bucket meanwhile.
  *
  * "Still on that entry" is decided by address. If the callback removes the entry it was called for
- * and saves another, the new chain node may have the old one's address. The walk then continues
- * after the new entry, otherwise with it: rely on neither.
+ * and saves another, the new chain node may have the old one's address. If so, the walk continues
+ * after the new entry, and if not, with it: rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

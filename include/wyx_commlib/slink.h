@@ -33,11 +33,11 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - the other Get calls leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: after the first element
- * is removed it is on the new first, after the last on the new last.
+ * A Remove or Delete moves the cursor even if it was on another element: to the new first element
+ * after the first is removed, to the new last after the last is.
  *
- * **Null result pointers and results on failure** differ from call to call. All calls refuse a
- * null handle. Beyond that:
+ * **Null result pointers, and results after a failure,** are treated differently from call to
+ * call. All calls refuse a null handle. Beyond that:
  * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer,
  *   and set the result to null before they look at anything else, the handle included.
  * - Remove and Query refuse a null result pointer, which they check after all other arguments. A
@@ -45,9 +45,9 @@
  * - Get_CurNode refuses null; no failure touches the result.
  * - Get_PriorNode refuses null. The result is null if the cursor is on the first element; a
  *   refused argument or an empty list leaves it untouched.
- * - Get_NextNode does not check it: it must not be null unless the list is empty. The result is
+ * - Get_NextNode does not check for null: pass null only if the list is empty. The result is
  *   null if the cursor is on the last element; a null handle or an empty list leaves it untouched.
- * - Remove_CurNode does not check it: it must not be null unless the list is empty. No failure
+ * - Remove_CurNode does not check for null either: pass null only if the list is empty. No failure
  *   touches the result.
  *
  * **Callbacks** run on the caller's thread, inside the call.
@@ -109,7 +109,7 @@ typedef enum xelpSLLFreeUserNode WYX_ENUM32 {
 } XELP_E_SLL_FreeUserNode;
 
 /**
- * @brief Compares a user node with what is looked for.
+ * @brief Compares a user node with the condition of a search.
  *
  * @param[in] pCmpCondition  the condition passed to the search
  * @param[in] pstruUserNode  a stored user node
@@ -203,11 +203,10 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
  * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
  * Elements are compared first to last until one matches. If the match was the last element, the
- * cursor moves to its predecessor. The arguments are checked in the order in which the statuses
- * name them.
+ * cursor moves to its predecessor. The arguments are checked in the order listed with the statuses.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
  *                            for a refused argument
@@ -224,7 +223,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
  * XELP_SLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
- * @param[in] pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null for the list's own
  * @return as XELP_SLinkList_Remove(); the callback runs on success only.
  */
@@ -235,7 +234,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @brief Finds the first match. Linear. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
- * @param[in]  pCmpCondition  what the comparator is passed, borrowed; not null
+ * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
  * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
  *                            refused argument
@@ -265,7 +264,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is no error here: it still has no cursor.
+ * An empty list is not an error: it still has no cursor.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
@@ -304,7 +303,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null at the first element; untouched by
- *                        another failure
+ *                        any other failure
  * @return as XELP_SLinkList_PriorPtr(), and #XELP_ERR_SLL_INVALID_PARA for a null @p pstruNode.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
@@ -314,7 +313,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null at the last element; untouched by
- *                        another failure. Not checked: it must not be null unless the list is
+ *                        any other failure. Not checked: it must not be null unless the list is
  *                        empty
  * @return as XELP_SLinkList_NextPtr().
  */
@@ -404,12 +403,12 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted one there and moved the cursor back, that one is visited too.
+ *   callback inserted an element there and moved the cursor back, the new one is visited too.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, that is its successor, so nothing is missed. The *last* element
- *   has none: after its removal the walk returns to its predecessor, which is visited a second
- *   time. An element that the callback inserts, queries or moves to is visited next, because the
- *   cursor is then on it. A callback that keeps doing so never lets the walk end.
+ *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
+ *   element has no successor: after its removal the walk returns to its predecessor, which is
+ *   visited a second time. An element that the callback inserts, queries or moves to is visited
+ *   next, because the cursor is then on it. A callback that keeps doing so never lets the walk end.
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by slot. If the callback removes the element it was called
@@ -429,7 +428,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * The other calls take and return slots with these two. If you take or return slots yourself, the
+ * These two take and return slots as the other calls do. If you take or return slots yourself, the
  * list counts more or fewer elements than it has. Even then no call reads or writes outside the
  * block. If the count is not 0 but there is no cursor, calls that need one report an empty list
  * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.

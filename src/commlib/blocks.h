@@ -1,5 +1,5 @@
 // Allocates and releases blocks of memory, in the same way for every module. The platform is given
-// the file and line of the caller, not of the function here.
+// the caller's file and line, not those of this header.
 #ifndef WYX_COMMLIB_BLOCKS_H
 #define WYX_COMMLIB_BLOCKS_H
 

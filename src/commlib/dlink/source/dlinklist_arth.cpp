@@ -12,7 +12,7 @@ namespace {
 using Head = DLinkList_S_Head;
 using Node = DLinkList_S_Node;
 
-/// A place between two neighbours; at an end of the list, one of them is null.
+/// A place between two neighbours, which are null where the list ends.
 struct Gap {
     Node *pPrev;
     Node *pNext;
@@ -46,8 +46,8 @@ bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
     }
 }
 
-// The gap that an element leaves. If the element is taken as the first or the last one, its link
-// out of the list is not read: even if somebody changed it, the new end has no neighbour there.
+// The gap that an element leaves. GapOfFirst() and GapOfLast() do not read the link that leads out
+// of the list: even if somebody changed it, the new end has no neighbour there.
 
 Gap GapOf(const Node &node)
 {

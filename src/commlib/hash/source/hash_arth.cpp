@@ -218,7 +218,7 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
         return XELP_ERR_HASH_HASHVALUE;
     }
     Node **const ppLink = FindNode(ppBucket, head.pstruNow);
-    // Kept: no error if the hash function now leads to another bucket than when the entry was saved
+    // Kept: no error if the hash function leads to a different bucket than when the entry was saved
     // (HashRemoveCurNode.EntryNotInItsBucketReturnsSuccessAndNull).
     if (*ppLink != nullptr) {
         *pstruNode = Unlink(head, ppLink);

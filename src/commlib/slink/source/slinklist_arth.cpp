@@ -22,7 +22,7 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
               "the header names the largest capacity");
 
-/// A place between two neighbours; at an end of the list, one of them is kNone.
+/// A place between two neighbours, which are kNone where the list ends.
 struct Gap {
     QAL_UINT32 ulPrev;
     QAL_UINT32 ulNext;
@@ -78,8 +78,8 @@ void ReturnSlot(Head &head, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-// The gap that an element leaves. If the element is taken as the first or the last one, its link
-// out of the list is not read: even if somebody changed it, the new end has no neighbour there.
+// The gap that an element leaves. GapOfFirst() and GapOfLast() do not read the link that leads out
+// of the list: even if somebody changed it, the new end has no neighbour there.
 
 Gap GapOf(const Node &node)
 {
@@ -395,8 +395,8 @@ QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode)
                       pstruNode);
 }
 
-// Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
-// reported as such (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
+// Kept: only the handle is checked, so an empty list is reported even if the result pointer is null
+// (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
@@ -419,8 +419,8 @@ QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode)
     return pHead != nullptr ? Get(*pHead, pHead->ulLastNode, pstruNode) : XELP_ERR_SLL_INVALID_PARA;
 }
 
-// Kept: only the handle is checked, so a null result pointer is no error on an empty list, which is
-// reported as such (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
+// Kept: only the handle is checked, so an empty list is reported even if the result pointer is null
+// (SLinkListArguments.NullResultIsAllowedOnAnEmptyList).
 QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr) {
