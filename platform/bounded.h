@@ -35,7 +35,7 @@ WYX_API QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSr
                                QAL_ULONG ulCount);
 
 /**
- * @brief Fills bytes. The compiler does not remove it, so it can wipe a secret.
+ * @brief Fills bytes. The compiler does not optimise the fill away, so it can wipe a secret.
  *
  * @param[out] pDest      the destination; untouched on failure
  * @param[in]  ulDestMax  its size in bytes

@@ -3,15 +3,15 @@
  * @brief Which source line holds how much memory, in the accounting build of the default adapter.
  *
  * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows the
- * source line that allocated each live block. Releasing anything but a live block ends the process
- * with a message on the standard error output.
+ * source line that allocated each live block. Releasing anything but a live block or null ends the
+ * process with a message on the standard error output.
  *
- * A released block is held back until it and those released after it are more than 1,024 or hold
- * more than 1 MiB; the block released last always is. As long as a block is held back, its memory
- * is not reused, and a second release of it is recognised: the message names the line that
- * allocated it and both lines that released it. After that the message may name only the line of
- * the second release, or also lines of a later block at that address. If the address is the start
- * of a live block by then, there is no message: the second release takes that block from its owner.
+ * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the very last
+ * one is larger. As long as a block is held back, its memory is not reused, and a second release of
+ * it is recognised: the message names the line that allocated it and both lines that released it.
+ * After that the message may name only the line of the second release, or also lines of a later
+ * block at that address. If the address is the start of a live block by then, there is no message:
+ * the second release takes that block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
  * so a write past the end of a block or after its release is not noticed.

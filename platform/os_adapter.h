@@ -4,11 +4,11 @@
  *
  * The library reaches these symbols and those of bounded.h through the dynamic linker. So a client
  * can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double in
- * front of it. Beyond them the library uses `memcpy` and `strtoul` of the C library, and what the
- * compiler inserts by itself, such as the stack protector.
+ * front of it. Apart from these the library uses `memcpy` and `strtoul` of the C library, and what
+ * the compiler inserts by itself, such as the stack protector.
  *
- * This page is the contract that every adapter keeps. What the default adapter promises beyond it
- * is marked *Default adapter*.
+ * This page is the contract that every adapter must keep. What the default adapter promises beyond
+ * it is marked *Default adapter*.
  *
  * @code{.c}
  * QAL_UINT32 len = XELP_StrLen(text);
@@ -105,7 +105,7 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * file behind, and an old one as it was.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
- * next "w" of that name within ten seconds only creates a file, and fails if one exists. So two
+ * next "w" for that name within ten seconds only creates a file, and fails if one exists. So two
  * saves in different processes cannot both take a name that both found free. Only the last 64 such
  * names are remembered, including those that XELP_Rename() took a file away from.
  *
@@ -167,7 +167,7 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * XELP_Rename() also fails, once, without acting, so that the old file survives. (If there is no
  * memory to note that for the thread, the next such call of any thread fails instead.) If
  * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
- * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here and in XELP_Rename(), and a
+ * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a
  * power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
@@ -180,8 +180,8 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  *
  * *Default adapter*: never removes a directory. It also reports an earlier failure: see
  * XELP_Fclose(). If this process has renamed a file away from a name that ends in ".ibk" within the
- * last ten seconds, and has not given that name to a file since, the next call for it fails, once:
- * a file that has the name now belongs to another process.
+ * last ten seconds, and has not given that name to a file since, the next call for that name
+ * fails, once: a file that now has the name belongs to another process.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.

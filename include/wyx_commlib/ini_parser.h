@@ -4,10 +4,10 @@
  *
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
  * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
- * for byte. It folds lines of 80 bytes or more, and the next load returns some of those changed: a
- * CR LF, for example, as an LF. It writes a continued line as one line, ends the last line with a
- * CR if the file did not end it, and loses what followed a NUL in a line. docs/round-trips.md has
- * the details, and `wyx ini check` warns of lines that a save would change.
+ * for byte. It folds lines of 80 bytes or more, and some of these come back changed at the next
+ * load: with an LF for a CR LF, for example. It writes a continued line as one line, ends the last
+ * line with a CR if the file did not end it, and loses what followed a NUL in a line.
+ * docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -142,7 +142,7 @@ typedef struct XelpIniFileStruct {
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
     QAL_UINT32 ulIniFileNum; /**< physical lines loaded, less one for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
-                                  is null if that was removed; all are null from ulLineNum on */
+                                  is null if its line was removed; all are null from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -182,8 +182,8 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  * stops at the first that fails.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line on
- *                             failure, that of the last slot on success. Slots of removed lines
+ * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line, or of
+ *                             the last slot if no line fails the check. Slots of removed lines
  *                             count, and joined lines count as one, so it is not a line number of
  *                             the file. Untouched for a null argument or a document without lines
  * @return
@@ -201,30 +201,31 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * @brief Writes a changed document to its file, and releases it whatever the result.
  *
  * The lines go to a new file; then the target is removed, and the new file gets its name. The
- * replacement is not atomic: after a crash between these two steps, only the new file has the
+ * replacement is not atomic: after a crash between removal and renaming, only the new file has the
  * content. docs/durability.md says what is on disk at each point, and how to recover.
  *
- * **One target has one saver at a time, in all processes.** Of two savers at the same time, one
- * loses its edits; with an adapter of your own, both contents can be lost. Take a lock before you
- * load and keep it until the save returns. Do not lock the target itself, which a save replaces:
- * docs/durability.md shows how.
+ * **A target may have only one saver at a time, across all processes.** Of two savers at the same
+ * time, one loses its edits; with an adapter of your own, both contents can be lost. Take a lock
+ * before you load and keep it until the save returns, as docs/durability.md shows. Do not lock the
+ * target itself, which a save replaces.
  *
  * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
  * and ".ibk". Today that time has 13 digits. So:
  * - A path without any dot fails, and so does one with fewer than two bytes after its last dot.
  *   `./cfg` works where `cfg` does not.
- * - If the last dot is in the name of a directory other than `.`, the new file is outside the
- *   target's directory: for `my.dir/cfg` beside `my.dir`, for `../cfg` in the working directory.
- *   If that is another file system, the target is removed and the renaming then fails: only the
- *   new file has the content.
+ * - If the last dot is in the name of a directory, the new file may be outside the target's
+ *   directory: for `my.dir/cfg` it is beside `my.dir`, for `../cfg` in the working directory. If
+ *   it is on another file system, the target is removed and the renaming then fails: only the new
+ *   file has the content.
  * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
  *   target `NAME.ini` can be saved if `NAME` has at most 238.
  *
  * **A save never creates its target.** If the target does not exist, its removal fails, and the
  * content stays in the new file. Create an empty file first.
  *
- * A line of 80 bytes or more is written in pieces of 78 or 79 bytes, each followed by a backslash
- * and LF; a load joins them again. docs/round-trips.md lists the lines that come back changed.
+ * A line of 80 bytes or more is folded: a backslash and LF follow every 78 or 79 bytes until fewer
+ * than 80 are left. A load joins the pieces again. docs/round-trips.md lists the lines that come
+ * back changed.
  *
  * @param[in]     filename        the target's name, borrowed
  * @param[in,out] pStructIniLine  the document, not null; taken: its record is zero afterwards
@@ -245,11 +246,10 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 
 /** @} */
 /** @name Lookups
- * A lookup never changes the document, whose lines it reads in one or two passes. A line that is an
- * empty string fails it with #XELP_ERR_INI_INPUT_PARA_ERR, one of no known kind with
- * #XELP_ERR_INI_LINE_UNKNOWN, and a malformed header, or a malformed key line in the section's
- * block, with a status of IniParseSectionLine() or IniParseKeyLine(). Lines that it does not reach
- * do no harm. @{ */
+ * A lookup never changes the document, whose lines it reads in one or two passes. It fails as soon
+ * as it reaches a line that is an empty string (#XELP_ERR_INI_INPUT_PARA_ERR), a line of no known
+ * kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed header or, in the section's block, a malformed key
+ * line (a status of IniParseSectionLine() or IniParseKeyLine()). @{ */
 
 /**
  * @brief The value of a key.
@@ -339,9 +339,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * - a line end in any of them: it makes several lines out of one
  * - a value that is empty (it reads back as the line end, or as none if the line has a comment),
  *   begins with a blank or ends in a white byte (these are lost), holds " ;" (a comment may begin
- *   there), holds `;` where the line has a comment (which becomes part of the value), or ends in
- *   an odd number of backslashes where the line has none (the last one joins the next line to this
- *   one)
+ *   there), holds `;` where the line has a comment (the comment becomes part of the value), or
+ *   ends in an odd number of backslashes where the line has no comment (the last one joins the
+ *   next line to this one)
  * - a key that is empty, begins or ends with a white byte, begins with `[`, `#`, `;` or a
  *   backslash, or holds `=`
  * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
@@ -357,8 +357,7 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * @param[in,out] pStructIniLine  the document
  * @param[in]     section         the section's name, borrowed
  * @param[in]     key             the key's name, borrowed; null adds the section alone
- * @param[in]     buf             the value, borrowed; null for none, which reads back like an
- *                                empty one unless the line has a comment
+ * @param[in]     buf             the value, borrowed; null for none, written like an empty one
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, pStrLine or section; a null key for a section
@@ -491,7 +490,7 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, without a `[` or `]`, a `]` before the
  *   first `[`, or nothing but blanks between them
- * - #XELP_ERR_INI_LINE_UNKNOWN: text after the `]` but no " ;" in it
+ * - #XELP_ERR_INI_LINE_UNKNOWN: text or a tab after the `]`, but no " ;" there
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
 WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
@@ -531,12 +530,13 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
  * @brief Checks a key line strictly.
  *
  * The key must not be empty and must not hold a space; tabs inside it pass. The value may be
- * absent. Otherwise it is a row of items:
+ * absent. Otherwise it is a list of items:
  * - An item that begins with a quotation mark ends at the next one without a backslash before it.
  * - Any other item ends at the next comma in the rest of the line, the comment included; without a
  *   comma, at the next `;` or the end of the line. Quotation marks inside it mean nothing.
- * - A comma must have an item before it, and a blank and more text after it; that text must not
- *   begin with another comma or `;`. Items may also follow each other without a comma.
+ * - A comma must have an item before it and a blank after it. After the blanks there must be
+ *   something, even if only the line end, but no comma or `;`. Items may also follow each other
+ *   without a comma.
  * - A `;` at the start of the value or at the end of an item must have a blank before it; unlike
  *   in a lookup, a tab will do. It begins the comment and ends the check.
  * - An item whose only byte is the last one of the line is not checked.
@@ -553,7 +553,7 @@ WYX_API QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue);
 
 /** @} */
 /** @name Building blocks: the line store
- * They do not check the document: it must not be null and must have its array. @{ */
+ * These calls do not check the document: it must not be null and must have its array. @{ */
 
 /**
  * @brief Makes room for 50 more lines.
@@ -643,8 +643,8 @@ WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStruc
  *
  * @param[in] pTmpFilePtr  a file open for writing
  * @param[in] strIniLine   the line, borrowed; null writes nothing
- * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written. Of a line
- *         of 4 GiB or more, nothing is.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written. A line of
+ *         4 GiB or more is refused whole.
  */
 WYX_API QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine);
 

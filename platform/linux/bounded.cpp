@@ -1,4 +1,4 @@
-// Bounded copies and formats: each measures first and writes only what is known to fit.
+// Bounded copies measure first and write only what fits; a format that does not fit is cleared.
 #include "bounded.h"
 
 #include <climits>

@@ -1,5 +1,5 @@
-// The directories that hold files. Until a directory is flushed, a power cut can undo that an entry
-// of it was created, renamed or removed.
+// The directories that hold files. Until a directory is flushed, a power cut can undo the creation,
+// renaming or removal of its entries.
 #ifndef WYX_PLATFORM_LINUX_FILE_DIRECTORY_H
 #define WYX_PLATFORM_LINUX_FILE_DIRECTORY_H
 

@@ -20,7 +20,7 @@ enum class Seen {
 };
 
 /// Notes what was seen of a name that ends in ".ibk", like those of saves; other names are ignored.
-/// The note lasts for ten seconds; of 64 notes, a new one replaces the oldest.
+/// A note lasts for ten seconds, and only the last 64 are kept.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
 /// Returns whether there is such a note of a name, and forgets it.

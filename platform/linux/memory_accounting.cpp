@@ -30,7 +30,7 @@ constexpr QAL_ULONG kSiteChains = 256; // speed only
 constexpr QAL_ULONG kFirstBlockChains = 1024;
 static_assert(std::has_single_bit(kFirstBlockChains));
 
-/// A line that allocates or releases. Never released.
+/// A line that allocates or releases. The entry itself is never freed.
 struct Site {
     Site *pstruNextInChain;
     Site *pstruNext;         // in the order of their first use
@@ -209,7 +209,7 @@ void *Allocate(QAL_UINT32 ulSize, int iFill, QAL_UINT32 ulLine, const QAL_CHAR *
     return pMemory;
 }
 
-/// Returns the block that was held back longest to the C library.
+/// Frees the block that has been held back longest.
 void ForgetOldest()
 {
     Block *const pstruBlock = books.pstruOldestHeld;
@@ -226,8 +226,8 @@ void ForgetOldest()
     std::free(pstruBlock);
 }
 
-/// Ends the process with what is known about a pointer that must not be released. Releases the lock
-/// first, so that a signal handler can still allocate.
+/// Prints what is known about a pointer that must not be released, and ends the process. Unlocks
+/// before the end, so that a signal handler can still allocate.
 [[noreturn]] void Refuse(const void *pMemory, const Block *pstruBlock, const QAL_CHAR *pszFile,
                          QAL_UINT32 ulLine)
 {

@@ -57,7 +57,7 @@ enum State : QAL_UINT8 {
 enum Act : QAL_UINT8 {
     kDrop = 0,       // not part of the text
     kStore = 1,      // the byte is part of the text
-    kStoreSlash = 2, // so was the backslash before it
+    kStoreSlash = 2, // the backslash before it was text, too
     kJoin = 4,       // the next physical line belongs to this one
     kDone = 8,       // the line ends here
     kGiveBack = 16,  // the byte belongs to the next line
@@ -84,8 +84,8 @@ constexpr Cell JoinEnd = {kJoin | kStore | kDone, kText};
 constexpr Cell End = {kDone, kText};
 
 // A line ends at CR LF, LF CR, or a lone LF or CR; a backslash before any of these joins two lines.
-// Kept: after a lone LF or CR, a backslash joins the line that it begins to the one that had
-// already ended (IniReader.BackslashAfterLoneLineEndJoins).
+// Kept: after a lone LF or CR, a line that begins with a backslash is joined to the line before it
+// (IniReader.BackslashAfterLoneLineEndJoins).
 // clang-format off
 constexpr Cell kCells[5][6] = {
     //               kText  kAfterLf  kAfterCr  kEscaped  kEscapedLf  kEscapedCr
@@ -100,13 +100,13 @@ constexpr Cell kCells[5][6] = {
 /**
  * Reads the bytes of one line.
  *
- * @param[out] pszText  kBufferSize zero bytes; the text, not necessarily complete on failure
+ * @param[out] pszText  the text, perhaps only a part on failure; must be kBufferSize zero bytes
  * @param[out] ulLines  number of physical lines
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
     // The call for each byte goes through a register: by way of a linker stub, a byte would take a
-    // fifth more instructions. The asm statement hides from the compiler which function it calls.
+    // fifth more instructions. The asm statement hides from the compiler which function is called.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
     __asm__("" : "+r"(pfunGetc));
     QAL_INT8 *pszNext = pszText;

@@ -21,7 +21,7 @@ QAL_UINT32 CheckComment(const QAL_INT8 *pszSemicolon)
     return IsBlank(pszSemicolon[-1]) ? XELP_ERR_INI_OK : XELP_ERR_INI_COMMENT;
 }
 
-/// Where the item after a separating comma begins; null if no comma may be there.
+/// Where the item after a separating comma begins; null if the comma is misplaced.
 const QAL_INT8 *ItemAfter(const QAL_INT8 *pszComma)
 {
     const QAL_INT8 *psz = pszComma + 1;

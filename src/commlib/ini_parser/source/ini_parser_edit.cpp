@@ -70,7 +70,7 @@ QAL_UINT32 ReplaceValue(Document &doc, QAL_UINT32 ulSlot, const KeyParts &parts,
     return ulStatus == XELP_ERR_INI_OK ? IniSaveStringToIniStruct(&doc, ulSlot, line) : ulStatus;
 }
 
-/// Adds a section at the end of the document, and a key to it unless it is null.
+/// Adds a section at the end of the document, and a key to it unless @p pszKey is null.
 QAL_UINT32 AddSection(Document &doc, QAL_INT8 *pszSection, QAL_INT8 *pszKey, QAL_INT8 *pszValue)
 {
     const QAL_UINT32 ulStatus = IniInsertSectionToIniStruct(&doc, pszSection);

@@ -3,8 +3,8 @@
 
 namespace wyx::ini {
 
-// The adapter returns a length of 32 bits. One that has wrapped leads to a byte before the
-// terminator, from which the search goes on.
+// The adapter returns a length of 32 bits. If it has wrapped, it leads to a byte before the
+// terminator, and the search goes on from there.
 const QAL_INT8 *EndOf(const QAL_INT8 *psz)
 {
     const QAL_INT8 *const pszEnd = psz + INI_StrLen(psz);

@@ -11,12 +11,12 @@ namespace wyx::ini {
 
 // ---- The syntax ----
 
-/// Begins a comment, after a space or as a line's first byte other than a blank. A macro, because
+/// Begins a comment, after a space or as the first non-blank byte of a line. A macro, because
 /// format strings contain it.
 #define WYX_INI_COMMENT ";"
 constexpr QAL_INT8 kComment = WYX_INI_COMMENT[0];
 constexpr QAL_INT8 kCommentMark[] = " " WYX_INI_COMMENT;
-constexpr QAL_INT8 kCommentLine = '#'; // begins a comment as that first byte only
+constexpr QAL_INT8 kCommentLine = '#'; // begins a comment only as the first non-blank byte
 constexpr QAL_INT8 kOpen = '[';        // a section's name is between these brackets
 constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
@@ -25,8 +25,8 @@ constexpr QAL_INT8 kSeparator = ','; // between the items of a value
 constexpr QAL_INT8 kEscape = '\\';   // before a line end: the line continues on the next
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
-// A line of a saved file is at most 81 bytes long: it is either a whole line of up to 79 bytes, its
-// line end included, or a piece of 78 or 79 bytes and the two bytes that continue it.
+// A line of a saved file is at most 81 bytes long: it is either a line or the rest of one, of up to
+// 79 bytes with its line end, or a piece of 78 or 79 bytes and the two bytes that continue it.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
 
@@ -179,8 +179,8 @@ inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
     }
 }
 
-/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. The step
-/// of a walk up is 2^32 - 1, which acts as -1.
+/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. Upwards,
+/// the step is 2^32 - 1, which acts as -1.
 struct Walk {
     const Document &doc;
     QAL_UINT32 ulSlot;
@@ -204,8 +204,8 @@ constexpr QAL_UINT32 kFound = 1;
 /**
  * Passes the lines of a walk to @p visit, with their kinds; removed lines are skipped.
  *
- * @return 0 at the end of the walk, otherwise what ended it: the status of a line of no known kind,
- *         or what a visit returned.
+ * @return 0 at the end of the walk, otherwise what ended it: a status of Classify(), or what a
+ *         visit returned.
  */
 template <typename Visit>
 QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)

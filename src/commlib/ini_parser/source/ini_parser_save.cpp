@@ -1,4 +1,4 @@
-// Saving: the lines go to a new file beside the target, which then takes the target's place.
+// Saving: the lines go to a new file, which then takes the target's place.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -9,12 +9,12 @@ constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
 constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, one to spare
-// Kept: room for the ending and 10 digits, so a name without a dot to cut it at does not fit
-// (IniSaveFileContent.NameWithoutDotFails).
+// Kept: room for the ending, 10 digits and the terminator, so the name for a target without a dot
+// does not fit (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
 
-/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It does if the run of
-/// high-bit bytes that it ends has an odd length.
+/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It does if it is
+/// the last of an odd number of high-bit bytes in a row.
 QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
 {
     QAL_UINT32 ulOdd = 0;
@@ -86,8 +86,8 @@ QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
     return ulStatus;
 }
 
-/// Puts the new file in the target's place. If that fails, the new file stays: after the first step
-/// it is the only one that holds the content.
+/// Puts the new file in the target's place. If that fails, the new file stays: once the target is
+/// removed, nothing else holds the content.
 QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
 {
     if (XELP_Remove(pszTarget) != 0 || XELP_Rename(pszNewFile, pszTarget) != 0) {
