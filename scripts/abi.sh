@@ -5,10 +5,10 @@
 #     scripts/abi.sh renew [BUILD_FOLDER]  compares, writes the baseline; builds in build/abi if no
 #                                          build is given
 #
-# The baseline has the exports of both libraries, every type of the public headers, and the services
-# that the library asks of its adapter. Most calls take the containers' records as void *, so that
-# the types cannot be reached from the calls. Names are compared first, because to abidiff a renamed
-# type or member is the same one. `renew` refuses what breaks callers unless the major version is
+# The baseline has the exports of both libraries, every type of the public headers (most calls take
+# the containers' records as void *, so the calls do not lead to these types), and the services that
+# the library asks of its adapter. Names are compared first, because abidiff takes a renamed type or
+# member for the same one. `renew` refuses what breaks callers unless the major version is
 # higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 if
 # libabigail or debug information is missing.
 set -euo pipefail

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Lays out, from the sources of Android's C library, what the NDK has of it.
+"""Lays out the part of the NDK that comes from Android's C library, from the sources of that library.
 
     scripts/bionic_sysroot.py BIONIC FOLDER
 
 BIONIC has libc/include, libc/kernel, libc/arch-common and libc/libc.map.txt as in Android's sources.
 FOLDER becomes a stand-in for the NDK, for compiling and linking with Debian's clang and lld and the
 headers of libc++: its libc.so has an empty function for each symbol that API level 24 has on the
-processor, so that a symbol that is missing there is an error of the linker. With FOLDER as
-ANDROID_NDK_HOME, the presets for Android configure. Nothing that is linked in this way runs.
+processor, so that the linker refuses any other symbol. With FOLDER as ANDROID_NDK_HOME, the presets for
+Android configure. What is linked in this way cannot run.
 """
 
 import pathlib

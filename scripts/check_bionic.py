@@ -7,8 +7,8 @@ FOLDER has Android's headers and the list of its symbols, as scripts/bionic_sysr
 without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. Both
 libraries are built by the preset for Android, with all warnings as errors, for API level 24.
 
-Their behaviour is then checked on Debian's C library, under emulation if the machine is of another
-kind, with a shim for the one function that only Android has: the examples and the tests of headers,
+Their behaviour is then checked on Debian's C library, under emulation if the machine has another
+processor, with a shim for the one function that only Android has: the examples and the tests of headers,
 compiled against Android's headers, and those tests of BUILD_FOLDER (a release build for the same
 processor) that call the libraries.
 """

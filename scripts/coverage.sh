@@ -57,7 +57,7 @@ done
 cmake --preset coverage
 cmake --build --preset coverage
 # Some tests run the tool as a user without rights, who has to be able to write counts, too. Notes of
-# units that are not built any more would contradict those of today.
+# units that are no longer built would contradict the present ones.
 ninja -C "$build" -t cleandead >/dev/null
 find "$build" -name '*.gcno' | while read -r notes; do
     [[ -e ${notes%.gcno}.o ]] || rm "$notes"
@@ -67,6 +67,6 @@ find "$build/tools/wyx" "$build/src" "$build/platform" -name '*.gcno' | while re
 done
 ctest --preset coverage
 report "$build" report "$min_lines" "$min_branches" --filter 'src/' --filter 'platform/linux/'
-# What throws adds a branch to every call that may: those are left out.
+# Every call that may throw has a branch for that case: these branches are left out.
 report "$build" report-tool "$min_tool_lines" "$min_tool_branches" \
     --filter 'tools/wyx/' --exclude-throw-branches

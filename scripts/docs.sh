@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
 #
-# Installs Doxygen, its theme and the library of its search if they are missing (Debian). Fails on any
+# Installs Doxygen, its theme and the search library if they are missing (Debian). Fails on any
 # warning and on any broken link. FOLDER replaces build/docs.
 set -euo pipefail
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What the library costs in an application: scripts/footprint.sh
+# What the library costs an application: scripts/footprint.sh
 #
 # Builds the release for x86-64 and, if the cross compiler is installed, for AArch64 in
 # build/footprint-*, and prints the size of each module, the relocations and the pages that are
@@ -8,8 +8,8 @@
 #     scripts/footprint.sh --check LIBRARY BYTES MAP
 #
 # fails if text, data and bss of the library, as size(1) counts them, are more than BYTES. Two gaps are
-# not counted: the one that lld leaves after the data it makes read-only takes no bytes, and whether
-# GNU ld needs a page for the stubs of a processor's erratum is luck. MAP, the linker's map, shows that.
+# not counted: the one that lld leaves after the data it makes read-only, which takes no bytes, and the
+# page that GNU ld sometimes needs for the stubs of a processor's erratum, which MAP, its map, shows.
 set -euo pipefail
 
 if [[ ${1:-} == --check ]]; then

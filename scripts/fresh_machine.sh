@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Runs the commands of the README in a bare Debian root: scripts/fresh_machine.sh [FOLDER]
 #
-# FOLDER (default: a temporary one) takes the root, some 3 GiB. Root tries the libraries alone, then
-# scripts/test.sh and scripts/demo.sh in a clone in its closed home; a common user tries both scripts
+# FOLDER (default: a temporary one) holds the root, some 3 GiB. Root tries the libraries alone, then
+# scripts/test.sh and scripts/demo.sh in a clone in its closed home; an ordinary user tries both scripts
 # in the source archive, in a folder whose name has a blank and a letter beyond ASCII, without a
-# network. Takes the packages from where this machine takes its own. Needs root's rights and
-# debootstrap. /proc and /dev/pts are mounted for this script alone; not with WYX_MOUNT=0, for tests
-# that need them to be skipped.
+# network. Takes the packages from where this machine takes its own. Needs root's rights; installs
+# debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone. With
+# WYX_MOUNT=0 they are not, and the tests that need them are skipped.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs fuzz targets: scripts/fuzz.sh TARGET|all SECONDS|EXECUTIONSx [BUILD_FOLDER]
 #
-# Each target runs for SECONDS (60), or for a number of executions (2000000x). Builds the targets with
-# the preset "fuzz" first, unless WYX_FUZZERS names the folder of built ones. Inputs that reach
+# Each target runs for SECONDS, such as 60, or executions, such as 2000000x. Builds the targets with
+# the preset "fuzz" first, unless WYX_FUZZERS names a folder of built ones. Inputs that reach
 # something new are kept in the build folder (corpus-TARGET) and used again; the seeds in
 # tests/fuzz/corpus do not change. A finding is reported with the file that holds it: fix the cause,
 # and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.

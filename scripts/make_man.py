@@ -5,7 +5,7 @@
 
 Writes a page for each header (wyx_crc.3), with its types, its statuses and a list of its calls; a
 page for each call (XELP_CRC_32.3); and one for all building blocks of a header
-(wyx_slink_blocks.3), to which their names are links.
+(wyx_slink_blocks.3), to which the name of each block is a link.
 """
 
 import argparse

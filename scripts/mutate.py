@@ -27,9 +27,9 @@ The run fails for one that is not, for a listed one that a test sees after all, 
 killed, if fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of
 100 mistakes that can be seen were killed.
 
-With --build and --asan-build, folders of the presets "release" and "asan" are used that were built
-from this tree. Mistakes that these do not compile are planted in the --cross-build of the preset
-"aarch64", whose tests run under emulation.
+With --build and --asan-build, existing build folders of the presets "release" and "asan" are used;
+they must be built from this tree. Mistakes that these do not compile are planted in the --cross-build
+of the preset "aarch64", whose tests run under emulation.
 """
 
 import argparse

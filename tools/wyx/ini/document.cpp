@@ -22,7 +22,7 @@ std::string WithCode(const std::string &text, QAL_UINT32 status)
     return text + " (" + std::to_string(status) + ")";
 }
 
-/// Is there a key in a block of the section, but not in its last one?
+/// The line of a key that lookups do not find, in an earlier block of the section.
 std::optional<std::size_t> LineOfHiddenKey(const IniText &text, const std::string &section,
                                            const std::string &key)
 {
@@ -40,7 +40,7 @@ std::optional<std::size_t> LineOfHiddenKey(const IniText &text, const std::strin
 
 constexpr const char *kNobodysName = "\n";
 
-/// What a header is, though it cannot be read; in an indented line it may be anything.
+/// Is it a header that cannot be read? An indented line with a '[' may be anything.
 bool IsBadHeader(const LineParts &parts, const std::string &text)
 {
     return parts.kind == INI_SECTION_LINE && parts.IsUnreadable() && text.front() == '[';
@@ -97,8 +97,8 @@ std::string DidYouMean(const std::string &word, const std::vector<std::string> &
     return near.empty() ? "" : "did you mean " + Quoted(near) + "?";
 }
 
-/// A document holds only lines that the library can read, so that nothing but memory can be
-/// missing.
+/// A document holds only lines that the library can read, so this status always means that there is
+/// no memory.
 void RequireMemory(QAL_UINT32 status)
 {
     if (status == XELP_ERR_INI_INTERNAL) {

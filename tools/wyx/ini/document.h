@@ -28,8 +28,8 @@ class IniDocument {
   public:
     /// Holds the lines that the library can read: slot i is line i. The slots of the others are
     /// empty, as if those lines had been removed, and every call skips them. A header that cannot
-    /// be read gets a name of its own, so that the keys after it do not count to the section before
-    /// it.
+    /// be read gets a name of its own, so that the keys after it do not become keys of the section
+    /// before it.
     IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts);
     ~IniDocument();
     IniDocument(IniDocument &&other) noexcept : record_(std::exchange(other.record_, {})) {}
@@ -91,7 +91,7 @@ class IniText {
     /// @throws Failure that names the first such line
     void RequireReadable() const;
 
-    /// Says that a key is not there, or for any other status its section, and what might be meant.
+    /// Says that a key or, for any other status, its section is missing, and what might be meant.
     Failure NotFound(QAL_UINT32 status, const std::string &section, const std::string &key) const;
 
   private:

@@ -186,7 +186,7 @@ Meant FindMeant(const IniText &text, const Edit &edit)
     std::string section = edit.section;
     std::string key = edit.key;
     std::string other = old.value == "1" ? "2" : "1"; // so that its line changes
-    // A key that is too long for a line is still put in, or taken out, where it belongs.
+    // A line that becomes too long fails the call, but only after its slot was added or emptied.
     if (XELP_IniSetKeyValue(&record, section.data(), key.data(), other.data()) ==
         XELP_ERR_INI_INTERNAL) {
         throw std::bad_alloc();
@@ -304,7 +304,7 @@ Style Editor::StyleOf(std::size_t key) const
 }
 
 /// Refuses to rely on a line that other readers take for a part of a value.
-/// @param subject  what the message says of it
+/// @param subject  what the message begins with
 void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
 {
     if (owners_[line]) {
@@ -365,8 +365,8 @@ void Editor::Replace(std::size_t line)
     if (value.empty() && begin > afterEquals && stored.substr(begin, 1) == ";") {
         end = --begin; // a comment keeps the blank before it
     }
-    // The bytes are those of the stored line up to where a backslash joins two lines, and again
-    // after the last such place.
+    // The bytes and the stored line are the same up to the first backslash that joins lines, and
+    // again after the last one.
     const std::string_view bytes = WithoutLineEnd(text_.BytesOf(line));
     const std::string_view head = std::string_view(stored).substr(0, begin);
     const std::string_view tail = WithoutLineEnd(stored).substr(end);

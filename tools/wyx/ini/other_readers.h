@@ -36,8 +36,8 @@ bool LooksLikeHeader(std::string_view line);
 /// The stored lines of a section's last block, without its header; none if it has none.
 Range BlockOf(const IniText &text, const std::string &section);
 
-/// The line of the file in which other readers find a key, among the stored lines from @p begin to
-/// @p end, in which the library does not find it.
+/// The line of the file, among some stored lines, in which other readers find a key that the
+/// library does not find there.
 std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines,
                                            const std::string &key);
 

@@ -53,8 +53,8 @@ struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
-    // An empty line that a backslash joins to the one before, with the same lone LF or CR as that
-    // one: for the library it ends there, even if the other of the two follows.
+    // An empty line that a backslash joins to the line before, both ending in the same lone LF or
+    // CR. For the library it ends there, even if the other of these two bytes follows.
     bool isEmptyJoined = false;
 };
 

@@ -13,7 +13,7 @@ enum class ExitCode {
     kNo = 1,        ///< not found, or a sum that does not match
     kUsage = 2,     ///< the command line makes no sense, or asks for what must not be written
     kIo = 3,        ///< something cannot be read or written
-    kMalformed = 4, ///< a file is not what it should be
+    kMalformed = 4, ///< a file or an address is malformed
 };
 
 /// The graver of two exit codes, for verbs that go on with the next file.

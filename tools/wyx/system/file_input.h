@@ -37,12 +37,12 @@ class FileInput {
     /// Reads an open file, which must outlive the object.
     FileInput(const Descriptor &file, const std::string &name);
 
-    /// Reads the next piece, as long as the room unless the file ends.
+    /// Reads the next piece, which fills the room unless the file ends.
     /// @return its length, 0 at the end
     /// @throws Failure
     std::size_t Read(std::span<unsigned char> room);
 
-    /// As it is called in messages.
+    /// What messages call it.
     const std::string &ShownName() const { return shown_; }
 
   private:

@@ -1,7 +1,7 @@
 // The new content goes to a file without a name (O_TMPFILE), which disappears with the process.
 // Once it is complete, it gets a temporary name beside the target and, at once, the target's name.
-// If the file system has no files without a name, it has the temporary name from the start. Whoever
-// finds such a name and can lock the file knows that its process is gone, and removes it.
+// On a file system that needs a name for every file, it has the temporary one from the start.
+// Whoever finds such a name and can lock the file knows that its process is gone, and removes it.
 #include "system/file_replace.h"
 
 #include <fcntl.h>
@@ -116,7 +116,7 @@ void RemoveLeftovers(const fs::path &path)
     }
 }
 
-/// Locks a file against other instances. Where the file system has no locks, it goes on without.
+/// Locks a file against other instances. If the file system has no locks, goes on without one.
 void Lock(int fd, const std::string &name, std::chrono::milliseconds wait)
 {
     using Clock = std::chrono::steady_clock;
@@ -333,8 +333,8 @@ Target::Target(const std::string &name, const TargetOptions &options)
     }
     std::error_code error;
     path_ = fs::canonical(name, error);
-    // The lock is that of the file which has the name once the lock is held: another instance may
-    // just have replaced it.
+    // The locked file must still have the name once the lock is held: another instance may just
+    // have replaced it.
     for (bool isCurrent = false; !isCurrent;) {
         file_ = Descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
         if (!file_.IsOpen()) {

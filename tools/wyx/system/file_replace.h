@@ -16,7 +16,7 @@ namespace wyx::tool {
 constexpr std::chrono::milliseconds kUsualWait = std::chrono::seconds(10);
 
 struct TargetOptions {
-    std::size_t limit = 0;                       ///< the most bytes of a file that is accepted
+    std::size_t limit = 0;                       ///< the size of the largest file that is accepted
     bool mayBeMissing = false;                   ///< accept a name without a file
     std::function<std::string()> missingHint{};  ///< what to do about a file that is missing
     std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
@@ -26,8 +26,8 @@ struct TargetOptions {
 /// against other instances of this tool, and what killed instances left beside it is removed.
 class Target {
   public:
-    /// @throws Failure for a missing file, a directory, a device, a file that must not be written,
-    ///         and one that somebody else keeps locked
+    /// @throws Failure for a missing file, a directory, a device, a file that this user may not
+    ///         write, and one that somebody else keeps locked
     Target(const std::string &name, const TargetOptions &options);
 
     const std::string &Path() const { return path_; }

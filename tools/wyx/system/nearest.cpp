@@ -1,5 +1,5 @@
 // The edit distance: how many letters have to be inserted, dropped, replaced or swapped with their
-// neighbour to make one word the other, by the table of the distances of their beginnings.
+// neighbour to turn one word into the other, from a table of the distances between their prefixes.
 #include "system/nearest.h"
 
 #include <algorithm>

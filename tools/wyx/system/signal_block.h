@@ -1,4 +1,4 @@
-// Signals that end the tool, held back while a file is there that must not stay.
+// Holds back the signals that would end the tool, until a change of a file is finished.
 #ifndef WYX_TOOL_SIGNAL_BLOCK_H
 #define WYX_TOOL_SIGNAL_BLOCK_H
 

@@ -12,11 +12,11 @@
 namespace wyx::tool {
 
 /// Keeps files that are opened later from taking the place of a standard stream that was closed,
-/// and signals of a full disk or a closed pipe from ending the tool before it can say so.
+/// and the signals of a closed pipe or a file size limit from ending the tool before it can say so.
 void PrepareStreams();
 
 /// Standard output is lost: nothing that is left to do can matter. Not a Failure, so that no verb
-/// takes it for one of the file it works on.
+/// takes it for a failure of the file it works on.
 struct OutputFailure {
     int error;
 };
@@ -29,8 +29,8 @@ void Put(std::string_view text);
 /// @throws OutputFailure if any of it could not be written
 void FlushOutput();
 
-/// Reports lost output. If the reader has gone, ends the process by the signal that ends any filter
-/// then, unless who started the tool ignores it.
+/// Reports lost output. If the reader has gone, ends the process by SIGPIPE, as other filters do,
+/// unless the process that started the tool ignores that signal.
 ExitCode EndWithoutOutput(const OutputFailure &failure);
 
 /// A text with its control bytes escaped, fit for a message: "a\nb" as `a\x0ab`.

@@ -215,8 +215,8 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// The length of the part of an accepted text that counts. The rest is ignored: after its first
-/// character, any text may follow without changing the result.
+/// The length of the part of an accepted text that counts. The rest, which is ignored, begins with
+/// the first character after which any text may follow without changing the result.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
     std::size_t length = 0;

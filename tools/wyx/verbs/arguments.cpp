@@ -25,7 +25,7 @@ std::string Dashed(std::string_view option)
     return "--" + std::string(option);
 }
 
-/// What a word was probably meant to be, found where a verb of a family is due.
+/// What a word in the place of a family's verb was probably meant to be.
 std::string MeantVerb(const Command &family, const std::string &word)
 {
     std::vector<std::string> below;
@@ -126,7 +126,7 @@ void Arguments::Take(Words words)
     // What getopt_long() returns: 1 for an operand, a letter for a short option, kFirstLong and
     // more for long ones, '?' for an unknown one, ':' for a missing value.
     const auto options = command_.Options();
-    std::string letters = "-:"; // operands where they are, and ':' apart from '?'
+    std::string letters = "-:"; // operands in their places, and ':' instead of '?'
     std::vector<option> names;
     for (const Option &known : options) {
         const bool hasValue = !known.value.empty();

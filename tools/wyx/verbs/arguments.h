@@ -15,10 +15,10 @@ namespace wyx::tool {
 
 using Words = std::span<const std::string>;
 
-/// The deepest command that the words begin with. They are left without its name.
+/// The deepest command that the words begin with; its name is removed from them.
 const Command &TakeCommand(Words &words, const Command &family = Commands().front());
 
-/// For a command line that lacks a verb, or has a word in its place: says which there are.
+/// For a command line without a verb, or with another word in its place: lists the verbs.
 Failure NoVerb(const Command &family, Words words);
 
 /// What an operand of the grammar means: "[KEY=VALUE...]" has the name "KEY=VALUE".
@@ -40,7 +40,7 @@ class Arguments {
     bool Has(std::string_view option) const { return Value(option).has_value(); }
     /// The value of an option, the last one given; empty for a flag, none if it was not given.
     std::optional<std::string> Value(std::string_view option) const;
-    /// Of some options the one given last; empty if none was given.
+    /// The one of some options that was given last; empty if none was.
     std::string_view Last(std::initializer_list<std::string_view> options) const;
     /// An option's value as a number, 0 or more.
     /// @throws Failure
@@ -49,7 +49,7 @@ class Arguments {
     /// The operands; the optional ones that were left out are empty.
     const std::string &operator[](std::size_t at) const;
     std::size_t Count() const { return operands_.size(); }
-    /// The operands from one on.
+    /// The operands from a position on.
     Words From(std::size_t at) const { return Words(operands_).subspan(at); }
 
     /// All operands of a verb that reads what they name: standard input if there are none.
@@ -59,7 +59,7 @@ class Arguments {
     /// Refuses options that make no sense together.
     /// @throws Failure
     void RequireOneOf(std::initializer_list<std::string_view> options) const;
-    /// Refuses options that make sense with another one only.
+    /// Refuses options that make sense only with another one.
     /// @throws Failure
     void RequireWith(std::string_view needed,
                      std::initializer_list<std::string_view> options) const;

@@ -22,11 +22,11 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::size_t kPiece = 3 * 65536; // of three bytes each
+constexpr std::size_t kPiece = 3 * 65536; // a multiple of three bytes
 constexpr std::size_t kQuad = 4;
 constexpr std::size_t kUsualWidth = 76;
 
-/// A buffer of the codec.
+/// Releases a result of the library.
 struct Release {
     void operator()(QAL_UINT8 *puc) const { MOX_BASE64Free(&puc); }
 };

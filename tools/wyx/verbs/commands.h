@@ -25,8 +25,8 @@ struct Command {
 
     std::string_view name;    // "ini get"; empty for the tool itself
     std::string_view summary; // its line in the list of verbs
-    /// What it is about, blank-separated: "FILE", "[FILE]" if it may be left out, "FILE..." if it
-    /// may be repeated. The names decide what is completed.
+    /// What follows it, separated by blanks: "FILE", "[FILE]" if it may be left out, "FILE..." if
+    /// it may be repeated. The names decide what is completed.
     std::string_view operands;
     std::string_view text; // paragraphs
     std::string_view examples;
@@ -40,7 +40,7 @@ struct Command {
     bool IsBelow(const Command &family) const;
 };
 
-/// All of them; the tool itself is the first one.
+/// All commands; the first one is the tool itself.
 std::span<const Command> Commands();
 
 /// "wyx ini get"

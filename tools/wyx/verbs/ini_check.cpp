@@ -20,7 +20,7 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::size_t kFolded = 80; // a line of so many bytes, its line end included, is folded
+constexpr std::size_t kFolded = 80; // lines of this size or more, line end included, are folded
 
 /// Something to say about a line: an error with a code of the library, or a warning with a word.
 struct Finding {
@@ -124,7 +124,7 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
     }
 }
 
-/// Lines that the library joins, or that its save lays out anew.
+/// Warns of lines that the library joins, or that its save lays out differently.
 void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     const bool hasNul = source.Bytes().find('\0') != std::string::npos;
@@ -147,7 +147,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
     }
 }
 
-/// Names that are there twice, and text after a value that looks like a comment but is none.
+/// Warns of names that occur twice, and of text that looks like a comment but is none.
 void WarnOfNames(const StoredLines &stored, Findings &findings)
 {
     using LineOfName = std::map<std::string, std::size_t, NameLess>;
@@ -182,7 +182,7 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
     }
 }
 
-/// What the bytes show before any line is looked at.
+/// Warns of what the bytes show before any line is parsed.
 void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     const std::string &bytes = source.Bytes();
@@ -208,7 +208,7 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(number, "nul",
                          "NUL byte: the rest of the line is not read, and lost in a save");
     }
-    // The file ends in a line end, and yet its last line has none.
+    // The file ends in a line end, but its last line lost it to a backslash.
     const bool isEscaped = bytes.ends_with('\n') && bytes.find('\0') == std::string::npos &&
                            !stored.lines.empty() && stored.lines.back().isEnded;
     if (stored.rest != 0 || isEscaped || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {

@@ -28,7 +28,7 @@ bool IsSameKey(const Edit &left, const Edit &right)
     return IsSameName(left.section, right.section) && IsSameName(left.key, right.key);
 }
 
-/// The edit for a key, which must not be set twice.
+/// Adds the edit for a key, which must not be set twice.
 void AddSetting(std::vector<Edit> &edits, Edit edit)
 {
     RequireWritable(edit);

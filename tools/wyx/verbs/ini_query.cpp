@@ -53,12 +53,13 @@ IniText ReadText(const Arguments &arguments)
     return text;
 }
 
-/// A section's keys as lookups see them: each once, in the order in which they begin.
+/// A key as lookups see it.
 struct KeyValue {
     std::string key;
     std::optional<std::string> value;
 };
 
+/// A section's keys, each once, in the order of their first lines.
 std::vector<KeyValue> SectionOf(const IniText &text, const std::string &section)
 {
     std::vector<KeyValue> all;
