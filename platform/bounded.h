@@ -77,7 +77,8 @@ WYX_API QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
  * @param[out] pszDest    the destination; empty on failure
  * @param[in]  ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]  pszFormat  the format; arguments follow
- * @return the length of the result, or -1 if it does not fit with its terminator.
+ * @return the length of the result, or -1 if it does not fit with its terminator, or cannot be
+ *         formatted.
  */
 WYX_API QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszFormat,
                                 ...)

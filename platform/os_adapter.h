@@ -2,10 +2,10 @@
  * @file os_adapter.h
  * @brief The platform services that the library needs: memory, files, the clock and strings.
  *
- * The library reaches these symbols and those of bounded.h through the dynamic linker. So a client
- * can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double in
- * front of it. Apart from these the library uses `memcpy` and `strtoul` of the C library, and what
- * the compiler inserts by itself, such as the stack protector.
+ * The shared library reaches these symbols and those of bounded.h through the dynamic linker. So
+ * a client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double
+ * in front of it. Apart from these the library uses `memcpy` and `strtoul` of the C library, and
+ * what the compiler inserts by itself, such as the stack protector.
  *
  * This page is the contract that every adapter must keep. What the default adapter promises beyond
  * it is marked *Default adapter*.
@@ -92,17 +92,17 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
 /**
  * @brief Opens a file.
  *
- * An adapter must refuse a file that it cannot read to its end. XELP_Fgetc() cannot report an
- * error, so the library would take the error for the end of the file, and the next save would
+ * An adapter must refuse a regular file that it cannot read to its end. XELP_Fgetc() cannot report
+ * an error, so the library would take the error for the end of the file, and the next save would
  * write back only what came before it.
  *
  * *Default adapter*: descriptors are close-on-exec. errno says why a call failed, here and for the
  * other calls. Directories and modes other than "r" and "w" are refused. For reading, a regular
  * file is read whole at once, which takes as much memory as it has bytes, and its descriptor is
  * closed; a read error makes this call fail. Pipes and devices are read piece by piece as
- * XELP_Fgetc() needs more, and end at a read error. Opening a FIFO waits until another process
- * opens its other end. For writing, a symbolic link is not followed. A failed call leaves no new
- * file behind, and an old one as it was.
+ * XELP_Fgetc() needs more, and end at a read error. Opening a FIFO waits until its other end is
+ * open, too. For writing, a name that is itself a symbolic link is refused. A failed call leaves no
+ * new file behind, and an old one as it was.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
  * next "w" for that name within ten seconds only creates a file, and fails if one exists. So two
@@ -164,11 +164,11 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  *
  * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
  * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
- * XELP_Rename() also fails, once, without acting, so that the old file survives. (If there is no
- * memory to note that for the thread, the next such call of any thread fails instead.) If
- * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
- * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a
- * power cut can destroy the files written last.
+ * XELP_Rename() also fails, once, without acting, so that the old file survives. (If that cannot be
+ * noted for the thread, the next such call of any thread fails instead.) If XELP_Fwrite() already
+ * reported a failure, the file is not flushed, and only this call fails. With the build option
+ * WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a power cut can destroy
+ * the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if written data may not have reached the device.
@@ -225,7 +225,7 @@ WYX_API QAL_UINT64 XELP_GetSystemTime(void);
  * @brief Length of a string.
  *
  * @param[in] pszStr  the string
- * @return its length in bytes, without the terminator.
+ * @return its length in bytes modulo 2^32, without the terminator.
  */
 WYX_API QAL_UINT32 XELP_StrLen(const QAL_CHAR *pszStr);
 

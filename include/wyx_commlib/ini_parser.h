@@ -28,13 +28,14 @@
  *   without a line end gets a CR.
  * - A backslash directly before a line end joins the next line to this one; the backslash and the
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
- *   before any other byte is kept, one at the end of the file is dropped. Oddity: after a lone LF
+ *   before any other byte is kept, one at the end of the file is dropped. Oddities: after a lone LF
  *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
- *   stays in the text.
+ *   stays in the text. An LF after a backslash and LF, or a CR after a backslash and CR, ends the
+ *   line alone, even if it is the first half of LF CR or CR LF.
  * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
  *   load.
- * - A NUL ends the text of its line, which then gets a CR. As the first byte of a line, it ends
- *   the file.
+ * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. As
+ *   the first byte of a line, a NUL ends the file.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
@@ -72,7 +73,8 @@
  * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
  *
  * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits is not
- * copied, and the call fails as if there were no memory (#XELP_ERR_INI_INTERNAL).
+ * copied, and the call fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the
+ * status of a limit that the call's description names.
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
@@ -140,7 +142,8 @@ typedef struct XelpIniFileStruct {
     QAL_UINT32 ulLabel;      /**< 1 once a line was stored or removed; a save writes only then */
     QAL_UINT32 ulLineNum;    /**< slots in use, those of removed lines included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
-    QAL_UINT32 ulIniFileNum; /**< physical lines loaded, less one for each line deleted since */
+    QAL_UINT32 ulIniFileNum; /**< lines loaded, each counted as by the lineNum of IniGetOneLine(),
+                                  less one for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
                                   is null if its line was removed; all are null from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
@@ -346,6 +349,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  *   backslash, or holds `=`
  * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
  *
+ * The old comment loses trailing blanks. If it then ends in an odd number of backslashes, the last
+ * one joins the next line to this one at the next load.
+ *
  * docs/round-trips.md has further cases for lines of 80 bytes or more.
  *
  * If an existing line cannot be rewritten, it is gone nevertheless, but ulLabel stays as it was:
@@ -421,7 +427,8 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  *                         no memory; untouched on every other failure.
  * @param[in]  iniFilePtr  a file open for reading; its position is after the line on success
  * @param[out] byteNum     its length in bytes, without a CR that was added; 0 on failure
- * @param[out] lineNum     the number of physical lines it was joined from; 0 on failure
+ * @param[out] lineNum     1, and 1 more for each line end that was removed to join the next line;
+ *                         0 on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line that begins with a NUL
@@ -469,7 +476,7 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
  * @param[out] commentLine  what follows the first " ;", without leading blanks and trailing white
- *                          bytes; may be the empty string
+ *                          bytes; the empty string if only blanks come before a line end
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -482,6 +489,7 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  *
  * Lenient: the name is between the first `[` and the first `]` of the line, wherever they are,
  * without leading blanks and trailing white bytes. Text between the `]` and a " ;" is ignored.
+ * Oddity: a name of white bytes with a CR or LF among them is the first CR or LF.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name
@@ -518,8 +526,8 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  *
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
  * no bracket. After the `]` only blanks, the line end and a comment are allowed, and the comment
- * must begin with " ;". Oddity: a name of blanks that ends in a tab passes, though lookups refuse
- * it.
+ * must begin with " ;". Oddities: a name of blanks that ends in a tab passes, though lookups refuse
+ * it, and a line whose last byte is a tab directly after the `]` or its blanks fails.
  *
  * @param[in] strSectionLine  the line, borrowed
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION, for null as well.

@@ -198,9 +198,10 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  *
  * A dotted quad after a colon is left to the caller, with the cursor on that colon, if its first
  * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. In any other
- * dotted quad the first octet is read as one more group, and the run ends on the dot, as in
- * `1:1.2.3.4`. The second to fourth characters after the colon decide. If none of them is a dot,
- * the colon is consumed and the run continues. If one is, the colon is consumed only if
+ * dotted quad the first octet is read as one more group: either the run ends on the dot, as in
+ * `1:1.2.3.4`, or the octet is not a group and the call fails, as for `1:0x1.2.3.4`. The second to
+ * fourth characters after the colon decide. If none of them is a dot, the colon is consumed and the
+ * run continues. If one is, the colon is consumed only if
  * - fewer than five characters are left, counting the colon, or
  * - the first character after the colon is `0`, or
  * - the second is `.`, or

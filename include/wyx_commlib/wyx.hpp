@@ -27,8 +27,8 @@
  * auto saved = std::move(*doc).save("net.ini");
  * @endcode
  *
- * A std::string or std::vector made here allocates as usual; with exceptions it may throw
- * std::bad_alloc. Threads: as the header of each C call says.
+ * A std::string, std::vector or copied text made here allocates as usual; with exceptions it may
+ * throw std::bad_alloc. Threads: as the header of each C call says.
  */
 #ifndef WYX_COMMLIB_WYX_HPP
 #define WYX_COMMLIB_WYX_HPP
@@ -92,7 +92,7 @@ enum class errc : int {
     base64_refused = error_number(module::base64, 1) ///< the calls have no statuses: any failure
 };
 
-/// The status of the C call.
+/// The status in an error, a number of its module's enumeration; 1 for Base64, which has none.
 constexpr QAL_UINT32 status_of(errc error) noexcept
 {
     return static_cast<QAL_UINT32>(error) & 0xFFFFU;
@@ -143,7 +143,7 @@ class outcome {
     bool has_value() const noexcept { return error_ == errc{}; }
     explicit operator bool() const noexcept { return has_value(); }
     errc error() const noexcept { return error_; }                   ///< errc{} if there is none
-    QAL_UINT32 status() const noexcept { return status_of(error_); } ///< the status of the C call
+    QAL_UINT32 status() const noexcept { return status_of(error_); } ///< see status_of()
     const char *message() const noexcept { return text_of(error_); } ///< never null
     std::error_code code() const noexcept { return make_error_code(error_); }
 };
@@ -757,7 +757,7 @@ class document {
 
   public:
     /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
-    /// marks around an item are left out, and so is an empty item at the end.
+    /// marks around an item are left out. A comma at the end adds no item.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
@@ -849,7 +849,7 @@ class document {
         return error == errc{} ? ini_names(names, size) : ini_names(error);
     }
 
-    /// Sets the value of a key; a null pointer for a key without a value: XELP_IniSetKeyValue().
+    /// Sets the value of a key; a null pointer counts as an empty value: XELP_IniSetKeyValue().
     result<void> set(const c_text &section, const c_text &key, const c_text &value) noexcept
     {
         return error_from(XELP_IniSetKeyValue(&doc_, section.get_mutable(), key.get_mutable(),
