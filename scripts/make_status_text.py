@@ -31,9 +31,10 @@ START = """\
  * @file status_text.h
  * @brief What a status means, in words: one function for each module, in the header alone.
  *
- * The texts are those of the enumerations, which `scripts/make_status_text.py` copies here. They
- * are for logs and messages and may be reworded in any release; programs compare numbers. A number
- * means something only together with its module, so there is no function for all of them.
+ * The texts are those of the enumerations up to the first semicolon, copied here by
+ * `scripts/make_status_text.py`. They are for logs and messages and may be reworded in any release;
+ * programs compare numbers. A number means something only together with its module, so there is no
+ * function for all of them.
  *
  * The functions look at nothing but the number. Any number of threads may call them.
  * @code{.c}
