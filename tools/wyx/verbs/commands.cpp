@@ -155,7 +155,8 @@ constexpr Command kCommands[] = {
         .name = "ini set",
         .summary = "Set keys, all of them in one step",
         .operands = "FILE [SECTION] [SECTION.]KEY=VALUE...",
-        .text = "Only the value changes, or a line is added: no other byte of the file does. A key "
+        .text = "Only the value changes, or a line is added. Indented lines below a key that "
+                "belong to its value go with the old one; no other byte of the file changes. A key "
                 "that exists keeps its place, layout and comment; a new one goes after the last "
                 "key of its section and is laid out like it; a new section goes to the end of the "
                 "file. 'KEY=' sets an empty value. The file keeps its mode and owner; a symbolic "
@@ -182,9 +183,10 @@ constexpr Command kCommands[] = {
         .name = "ini del",
         .summary = "Delete a key, or a whole section",
         .operands = "FILE SECTION [KEY]",
-        .text = "Deletes every line of the key in every block of the section; without a KEY, every "
-                "block of the section, with all lines up to the next header. No other byte of the "
-                "file changes.",
+        .text = "Deletes every line of the key in every block of the section, with the indented "
+                "lines that belong to its value; without a KEY, every block of the section, with "
+                "all lines up to the next header but directives such as '!include'. No other byte "
+                "of the file changes.",
         .examples = "  wyx ini del net.ini net port\n"
                     "  wyx ini del net.ini net\n"
                     "  wyx ini del - net < net.ini > less.ini\n",
@@ -196,9 +198,9 @@ constexpr Command kCommands[] = {
         .summary = "Set the keys that standard input has",
         .operands = "FILE",
         .text = "Reads an INI file from standard input and sets each of its keys in FILE, as 'wyx "
-                "ini set' does: no other byte changes, and comments and sections without keys are "
-                "not carried over. If a section has a key more than once, its last line counts. "
-                "Input with a line that cannot be read is refused.",
+                "ini set' does; comments and sections without keys are not carried over. If a "
+                "section has a key more than once, its last line counts. Input with a line that "
+                "cannot be read is refused.",
         .examples = "  wyx ini merge net.ini < changes.ini\n"
                     "  wyx ini merge --if-missing net.ini < defaults.ini\n"
                     "  wyx ini merge -n net.ini < changes.ini    what it would change\n",
@@ -267,8 +269,8 @@ constexpr Command kCommands[] = {
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
                 "FILE.old1, FILE.old2, ... It refuses content that does not load. 'newest' is the "
-                "newest file that is not empty, does not look truncated, and is yours or FILE's "
-                "owner's, without further hard links.",
+                "newest file that loads, is not empty, does not look truncated, and is yours or "
+                "FILE's owner's, without further hard links.",
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",
