@@ -22,7 +22,7 @@ void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszF
     (void)ulLine; /* the caller: an accounting adapter would record it */
     (void)pszFile;
     if (size > sizeof pool.bytes - used) {
-        return NULL; /* the library reports it with a status of its own, and leaks nothing */
+        return NULL; /* the library reports it, and leaks nothing */
     }
     block = pool.bytes + used;
     used += size;
