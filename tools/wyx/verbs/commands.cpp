@@ -139,8 +139,8 @@ constexpr Command kCommands[] = {
                 "line for a key without a value (null in JSON).\n"
                 "\n"
                 "With --format, writes KEY, or all keys of the section as lookups see them: 'sh' "
-                "as assignments that a shell can read, 'lines' as '[ SECTION ] KEY = VALUE', "
-                "'json' as one object.",
+                "as assignments that a shell can read, 'lines' as '[ SECTION ] KEY = VALUE' "
+                "(without ' = VALUE' if there is none), 'json' as one object.",
         .examples = "  wyx ini get net.ini net port\n"
                     "  port=$(wyx ini get --default 5060 net.ini net port)\n"
                     "  eval \"$(wyx ini get --format=sh net.ini net)\"\n",
@@ -231,9 +231,8 @@ constexpr Command kCommands[] = {
         .name = "ini list",
         .summary = "Every stored line with its kind",
         .operands = "FILE",
-        .text = "A stored line is one or more lines of the file, joined where a line ends in a "
-                "backslash; its number is that of the first. The kinds are section, key, comment, "
-                "blank and error.",
+        .text = "A stored line is one or more lines of the file, joined by backslashes; its number "
+                "is that of the first. The kinds are section, key, comment, blank and error.",
         .examples = "  wyx ini list net.ini\n"
                     "  wyx ini list --json net.ini | jq '.lines[] | select(.kind == \"error\")'\n",
         .options = {kJson, kHelp},
@@ -262,7 +261,7 @@ constexpr Command kCommands[] = {
         .summary = "What an interrupted save left beside a file",
         .operands = "FILE",
         .text = "A save of the library writes the new content to a file '<FILE up to its "
-                "dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
+                "last dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
                 "left. It is complete if FILE existed when the save began and is gone now; else it "
                 "may be a part, and nothing in it says so. Without an option such files are "
                 "listed, the newest first, with their size and whether they look truncated.\n"
