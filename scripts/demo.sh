@@ -89,7 +89,7 @@ while IFS= read -r -d '' file; do
         wrong=$((wrong + 1))
     fi
 done <"$work/list"
-printf '%7d  %s\n' "$one" "changed in one line, and in no other byte" "$none" "without a section and a key"
+printf '%7d  %s\n' "$one" "changed in one line and those that continued it, and in no other byte" "$none" "without a section and a key"
 for why in "${!refused[@]}"; do
     printf '%7d  refused: %s\n' "${refused[$why]}" "$why"
 done
