@@ -64,6 +64,13 @@ Gap GapOfLast(const Node &node)
     return {node.pstruPNode, nullptr};
 }
 
+/// Releases an element. Not inlined: the platform takes the address of the pointer, for which the
+/// compiler would guard the stack of every caller.
+[[gnu::noinline]] void ReleaseNode(Node *pNode)
+{
+    Release(pNode);
+}
+
 /// Removes an element, puts the cursor beside the gap, and returns the element's user node.
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
@@ -72,7 +79,7 @@ void *Unlink(Head &head, Node *pNode, Gap gap)
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;
-    Release(pNode);
+    ReleaseNode(pNode);
     --head.ulTotalNum;
     return pUserNode;
 }
@@ -153,31 +160,43 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return ulStatus;
 }
 
+/// Deletes an element by its place. Not inlined: three calls share one copy.
+[[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
+                                          QAL_UINT32 (*pfunRemove)(void *, void **))
+{
+    return DeleteBy(pstruHead, pfunRemove);
+}
+
+/// What a search found.
+struct Found {
+    QAL_UINT32 ulStatus;
+    Node *pNode; // only if the status is 0
+};
+
 /// Checks the arguments of a search in the documented order, clears the result and finds the match.
-QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_NodeCmp pfunCmpNode,
-                  void **ppUserNode, Node *&pMatch)
+Found Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_NodeCmp pfunCmpNode,
+             void **ppUserNode)
 {
     if (pstruHead == nullptr) {
-        return XELP_ERR_DLL_INVALID_PARA;
+        return {XELP_ERR_DLL_INVALID_PARA, nullptr};
     }
     const Head &head = *static_cast<const Head *>(pstruHead);
     if (pfunCmpNode == nullptr) {
         pfunCmpNode = head.pfunCmpNode;
     }
     if (pfunCmpNode == nullptr || pCmpCondition == nullptr || ppUserNode == nullptr) {
-        return XELP_ERR_DLL_INVALID_PARA;
+        return {XELP_ERR_DLL_INVALID_PARA, nullptr};
     }
     *ppUserNode = nullptr;
     if (head.ulTotalNum == 0) {
-        return XELP_ERR_DLL_NULL;
+        return {XELP_ERR_DLL_NULL, nullptr};
     }
     for (Node *pNode = head.pstruFirstNode; pNode != nullptr; pNode = pNode->pstruNNode) {
         if (pfunCmpNode(pCmpCondition, pNode->pstruUserNode) == 0) {
-            pMatch = pNode;
-            return 0;
+            return {0, pNode};
         }
     }
-    return XELP_ERR_DLL_FIND;
+    return {XELP_ERR_DLL_FIND, nullptr};
 }
 
 } // namespace
@@ -250,12 +269,11 @@ QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
 QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondition,
                                  XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode)
 {
-    Node *pMatch = nullptr;
-    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, pMatch);
-    if (ulStatus == 0) {
-        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), pMatch, GapOf(*pMatch));
+    const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
+    if (found.ulStatus == 0) {
+        *pstruNode = Unlink(*static_cast<Head *>(pstruHead), found.pNode, GapOf(*found.pNode));
     }
-    return ulStatus;
+    return found.ulStatus;
 }
 
 QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
@@ -269,13 +287,12 @@ QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
 QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                 XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode)
 {
-    Node *pMatch = nullptr;
-    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, pMatch);
-    if (ulStatus == 0) {
-        *pstruNode = pMatch->pstruUserNode;
-        static_cast<Head *>(pstruHead)->pstruNow = pMatch;
+    const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
+    if (found.ulStatus == 0) {
+        *pstruNode = found.pNode->pstruUserNode;
+        static_cast<Head *>(pstruHead)->pstruNow = found.pNode;
     }
-    return ulStatus;
+    return found.ulStatus;
 }
 
 QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ulTotalNum)
@@ -347,7 +364,7 @@ QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_DLinkList_Remove_CurNode);
+    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_CurNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
@@ -362,12 +379,12 @@ QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_DLinkList_Remove_HeadNode);
+    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_HeadNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_DLinkList_Remove_TailNode);
+    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_TailNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFun pfunProcess,

@@ -184,10 +184,9 @@ QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(c
     return 0;
 }
 
-/// A Delete call: its Remove call, and then the release of the user node that it hands over. Not
-/// inlined: three of the four calls then share one copy.
+/// A Delete call: its Remove call, and then the release of the user node that it hands over.
 template <typename Remove>
-[[gnu::noinline]] QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
+QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
     void *pUserNode = nullptr;
     const QAL_UINT32 ulStatus = remove(pstruHead, &pUserNode);
@@ -197,31 +196,43 @@ template <typename Remove>
     return ulStatus;
 }
 
+/// Deletes an element by its place. Not inlined: three calls share one copy.
+[[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
+                                          QAL_UINT32 (*pfunRemove)(void *, void **))
+{
+    return DeleteBy(pstruHead, pfunRemove);
+}
+
+/// What a search found.
+struct Found {
+    QAL_UINT32 ulStatus;
+    QAL_UINT32 ulNode; // only if the status is 0
+};
+
 /// Checks the arguments of a search in the documented order, clears the result and finds the match.
-QAL_UINT32 Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_NodeCmp pfunCmpNode,
-                  void **ppUserNode, QAL_UINT32 &ulMatch)
+Found Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_NodeCmp pfunCmpNode,
+             void **ppUserNode)
 {
     if (pstruHead == nullptr) {
-        return XELP_ERR_SLL_INVALID_PARA;
+        return {XELP_ERR_SLL_INVALID_PARA, kNone};
     }
     const Head &head = *static_cast<const Head *>(pstruHead);
     if (pfunCmpNode == nullptr) {
         pfunCmpNode = head.pfunCmpNode;
     }
     if (pfunCmpNode == nullptr || pCmpCondition == nullptr || ppUserNode == nullptr) {
-        return XELP_ERR_SLL_INVALID_PARA;
+        return {XELP_ERR_SLL_INVALID_PARA, kNone};
     }
     *ppUserNode = nullptr;
     if (head.ulUseNum == 0) {
-        return XELP_ERR_SLL_NULL;
+        return {XELP_ERR_SLL_NULL, kNone};
     }
     for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
         if (pfunCmpNode(pCmpCondition, head.pstruBase[i].pstruUserNode) == 0) {
-            ulMatch = i;
-            return 0;
+            return {0, i};
         }
     }
-    return XELP_ERR_SLL_FIND;
+    return {XELP_ERR_SLL_FIND, kNone};
 }
 
 } // namespace
@@ -308,13 +319,12 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
 QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
                                  XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode)
 {
-    QAL_UINT32 ulMatch = kNone;
-    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, ulMatch);
-    if (ulStatus == 0) {
+    const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
+    if (found.ulStatus == 0) {
         Head &head = *static_cast<Head *>(pstruHead);
-        *pstruNode = Unlink(head, ulMatch, GapOf(head.pstruBase[ulMatch]));
+        *pstruNode = Unlink(head, found.ulNode, GapOf(head.pstruBase[found.ulNode]));
     }
-    return ulStatus;
+    return found.ulStatus;
 }
 
 QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
@@ -328,14 +338,13 @@ QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
 QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                 XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode)
 {
-    QAL_UINT32 ulMatch = kNone;
-    const QAL_UINT32 ulStatus = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode, ulMatch);
-    if (ulStatus == 0) {
+    const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
+    if (found.ulStatus == 0) {
         Head &head = *static_cast<Head *>(pstruHead);
-        *pstruNode = head.pstruBase[ulMatch].pstruUserNode;
-        head.ulNow = ulMatch;
+        *pstruNode = head.pstruBase[found.ulNode].pstruUserNode;
+        head.ulNow = found.ulNode;
     }
-    return ulStatus;
+    return found.ulStatus;
 }
 
 QAL_UINT32 XELP_SLinkList_Get_ListSize(void *pstruHead, QAL_UINT32 *ulListSize)
@@ -447,17 +456,17 @@ QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_SLinkList_Remove_CurNode);
+    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_CurNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_SLinkList_Remove_HeadNode);
+    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_HeadNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead)
 {
-    return DeleteBy(pstruHead, XELP_SLinkList_Remove_TailNode);
+    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_TailNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFun pfunProcess,
