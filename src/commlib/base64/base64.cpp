@@ -202,12 +202,11 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
-/// Releases the output of a text that is not accepted, and returns 0. Not inlined: a release takes
-/// the address of a local, for which the compiler would guard the stack of MOX_BASE64Decode().
-[[gnu::noinline]] QAL_INT32 Refuse(QAL_UINT8 *&pucOutput)
+/// Releases an output. Not inlined: a release takes the address of a local, for which the compiler
+/// would guard the stack of MOX_BASE64Decode().
+[[gnu::noinline]] void ReleaseOutput(QAL_UINT8 *&pucOutput, QAL_UINT32 ulLine = __builtin_LINE())
 {
-    wyx::Release(pucOutput);
-    return 0;
+    wyx::Release(pucOutput, ulLine);
 }
 
 } // namespace
@@ -247,7 +246,8 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
     if (ulOut == kNoText) {
-        return Refuse(*ppucOutput);
+        ReleaseOutput(*ppucOutput);
+        return 0;
     }
     (*ppucOutput)[ulOut] = '\0';
     return static_cast<QAL_INT32>(ulOut);
@@ -255,7 +255,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
 
 void MOX_BASE64Free(QAL_UINT8 **ppucBuff)
 {
-    wyx::Release(*ppucBuff);
+    ReleaseOutput(*ppucBuff);
 }
 
 } // extern "C"
