@@ -44,6 +44,7 @@ function(wyx_shared_library target)
         target_compile_options(${target} PRIVATE
             $<$<CXX_COMPILER_ID:GNU>:-fno-shrink-wrap>
             $<$<CXX_COMPILER_ID:GNU>:-falign-functions=4>
+            $<$<CXX_COMPILER_ID:GNU>:-freorder-blocks-algorithm=simple>
             $<$<CXX_COMPILER_ID:Clang>:-fno-jump-tables>
             $<$<AND:$<CXX_COMPILER_ID:Clang>,$<CONFIG:Release>>:-O2>)
     endif()
