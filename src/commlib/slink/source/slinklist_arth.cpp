@@ -31,8 +31,17 @@ struct Gap {
 /// Sets the links on both sides of a gap; at an end of the list, the head's link is set instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
-    (gap.ulPrev != kNone ? head.pstruBase[gap.ulPrev].ulNNode : head.ulFirstNode) = ulAfterPrev;
-    (gap.ulNext != kNone ? head.pstruBase[gap.ulNext].ulPNode : head.ulLastNode) = ulBeforeNext;
+    Node *const pBase = head.pstruBase;
+    if (gap.ulPrev != kNone) {
+        pBase[gap.ulPrev].ulNNode = ulAfterPrev;
+    } else {
+        head.ulFirstNode = ulAfterPrev;
+    }
+    if (gap.ulNext != kNone) {
+        pBase[gap.ulNext].ulPNode = ulBeforeNext;
+    } else {
+        head.ulLastNode = ulBeforeNext;
+    }
 }
 
 /// Finds the gap of a position in a list that is not empty; false if there is no such position.
@@ -96,16 +105,15 @@ Gap GapOfLast(const Node &node)
     return {node.ulPNode, kNone};
 }
 
-/// Removes an element, puts the cursor beside the gap, and returns the element's user node.
-void *Unlink(Head &head, QAL_UINT32 ulNode, Gap gap)
+/// Removes an element, puts the cursor beside the gap, and hands over the element's user node.
+void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 {
     Join(head, gap, gap.ulNext, gap.ulPrev);
     // Kept: the cursor moves here from wherever it was, even when the head or the tail is removed
     // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
-    void *const pUserNode = head.pstruBase[ulNode].pstruUserNode;
+    *ppUserNode = head.pstruBase[ulNode].pstruUserNode;
     ReturnSlot(head, ulNode);
-    return pUserNode;
 }
 
 /// The cursor, or kNone if the list is empty, that is, if its count is 0. Slots taken with
@@ -180,7 +188,7 @@ QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(c
     if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
     }
-    *ppUserNode = Unlink(*pHead, ulNode, pfunGap(pHead->pstruBase[ulNode]));
+    Unlink(*pHead, ulNode, pfunGap(pHead->pstruBase[ulNode]), ppUserNode);
     return 0;
 }
 
@@ -304,15 +312,15 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     Gap gap = {kNone, kNone};
     // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
     if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
-        ReturnSlot(head, ulNode);
+        SLinkList_Insert_FreeNode(pstruHead, ulNode);
         return XELP_ERR_SLL_INVALID_PARA;
     }
     Node &node = head.pstruBase[ulNode];
     node.ulPNode = gap.ulPrev;
     node.ulNNode = gap.ulNext;
-    node.pstruUserNode = pstruNode;
     Join(head, gap, ulNode, ulNode);
     head.ulNow = ulNode;
+    node.pstruUserNode = pstruNode;
     return 0;
 }
 
@@ -322,7 +330,7 @@ QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
     const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
     if (found.ulStatus == 0) {
         Head &head = *static_cast<Head *>(pstruHead);
-        *pstruNode = Unlink(head, found.ulNode, GapOf(head.pstruBase[found.ulNode]));
+        Unlink(head, found.ulNode, GapOf(head.pstruBase[found.ulNode]), pstruNode);
     }
     return found.ulStatus;
 }
@@ -440,7 +448,7 @@ QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
     if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
     }
-    *pstruNode = Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]));
+    Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), pstruNode);
     return 0;
 }
 
@@ -479,15 +487,15 @@ QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFu
     if (head.ulUseNum == 0) {
         return XELP_ERR_SLL_NULL;
     }
-    QAL_UINT32 ulNode = head.ulFirstNode;
-    while (ulNode != kNone) {
+    for (QAL_UINT32 ulNode = head.ulFirstNode; ulNode != kNone;) {
+        const Node &node = head.pstruBase[ulNode];
         head.ulNow = ulNode;
-        if (pfunProcess(pProcessCondition, head.pstruBase[ulNode].pstruUserNode, pOther) != 0) {
+        if (pfunProcess(pProcessCondition, node.pstruUserNode, pOther) != 0) {
             return XELP_ERR_SLL_BREAK;
         }
         // Kept: if the callback removed the last element, the cursor is on its predecessor, which
         // is visited again (ListTest.WalkContinuesFromTheCursor).
-        ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
+        ulNode = head.ulNow != ulNode ? head.ulNow : node.ulNNode;
     }
     return 0;
 }
@@ -501,7 +509,8 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     return head.ulFirstNoUseNode != kNone ? TakeSlot(head) : kNone;
 }
 
-QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
+// Not inlined into XELP_SLinkList_Insert(), whose usual path then saves no registers.
+[[gnu::noinline]] QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
 {
     if (pstruHead == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
