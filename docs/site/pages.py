@@ -11,7 +11,8 @@ SAMPLE_RUN = ROOT / "docs/bench-sample.json"
 GROUPS = {
     "Start": ["README.md", "docs/which-module.md", "docs/bindings.md", "docs/tool.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
-        "ini", "crc", "md5", "base64", "addresses", "hash", "dlink", "slink", "cpp", "platform")],
+        "ini_parser", "crc", "md5", "base64", "ip4_ip6_parser", "hash", "dlink", "slink", "cpp",
+        "platform")],
     "Errors": ["docs/error-codes.md", "docs/ownership-and-errors.md"],
     "Guarantees": ["docs/durability.md", "docs/round-trips.md", "docs/abi.md", "SECURITY.md"],
     "Android": ["docs/android.md"],

@@ -70,7 +70,8 @@
  *
  * ## Limits
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
- * lines: see docs/modules/ini.md for figures. To create many keys, write the file and load it.
+ * lines: see docs/modules/ini_parser.md for figures. To create many keys, write the file and load
+ * it.
  *
  * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits is not
  * copied, and the call fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the

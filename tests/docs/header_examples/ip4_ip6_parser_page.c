@@ -9,7 +9,7 @@
 
 #include "wyx_commlib/ip4_ip6_parser.h"
 
-int addresses_page_example(void);
+int ip4_ip6_parser_page_example(void);
 
 static char aText[64];
 
@@ -21,19 +21,19 @@ static int Refuse(const char *text)
 static int Ipv4(char *text)
 {
     struct sockaddr_in to;
-#include "addresses_page_1.inc"
+#include "ip4_ip6_parser_page_1.inc"
     return inet_ntop(AF_INET, &to.sin_addr, aText, sizeof aText) != NULL ? ntohs(to.sin_port) : -1;
 }
 
 static int Ipv6(char *text)
 {
     struct sockaddr_in6 to;
-#include "addresses_page_2.inc"
+#include "ip4_ip6_parser_page_2.inc"
     return inet_ntop(AF_INET6, &to.sin6_addr, aText, sizeof aText) != NULL ? ntohs(to.sin6_port)
                                                                            : -1;
 }
 
-int addresses_page_example(void)
+int ip4_ip6_parser_page_example(void)
 {
     char withPort[] = "10.0.0.1:8080", without[] = "10.0.0.1", malformed[] = "10.0.0.1 ";
     char ipv6WithPort[] = "[2001:db8::1]:443", ipv6[] = "2001:db8::1", refused[] = "2001:db8";

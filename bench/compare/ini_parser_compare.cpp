@@ -63,7 +63,7 @@ int Find(void *user, const char *section, const char *name, const char *value)
 void Require(bool isTrue, const char *pszWhat)
 {
     if (!isTrue) {
-        std::fprintf(stderr, "ini_compare: %s failed\n", pszWhat);
+        std::fprintf(stderr, "ini_parser_compare: %s failed\n", pszWhat);
         std::exit(2);
     }
 }
@@ -261,7 +261,7 @@ int main(int argc, char **argv)
     using namespace wyx::bench;
     Report report(argc, argv);
     // In memory: otherwise the disk would be measured.
-    std::string folder = "/dev/shm/ini_compare.XXXXXX";
+    std::string folder = "/dev/shm/ini_parser_compare.XXXXXX";
     Require(mkdtemp(folder.data()) != nullptr, "mkdtemp");
     const std::string few = folder + "/few.ini";
     const std::string many = folder + "/many.ini";

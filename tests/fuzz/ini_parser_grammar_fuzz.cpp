@@ -74,7 +74,7 @@ void CompareLine(std::string_view line)
 
 } // namespace
 
-WYX_FUZZ_TARGET(ini_grammar)
+WYX_FUZZ_TARGET(ini_parser_grammar)
 {
     Lines lines;
     while (!input.IsEmpty() && lines.size() < 100) {

@@ -5,7 +5,7 @@
 
 using namespace wyx::test;
 
-WYX_FUZZ_TARGET(ini_load)
+WYX_FUZZ_TARGET(ini_parser_load)
 {
     // Most inputs load undisturbed: a byte from 0x20 on belongs to a text.
     const QAL_UINT8 ucPlan = input.Byte();

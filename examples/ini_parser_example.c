@@ -1,4 +1,4 @@
-/* Shows a configuration, changes a key of it and saves it: ini_example FILE */
+/* Shows a configuration, changes a key of it and saves it: ini_parser_example FILE */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -32,7 +32,7 @@ int main(int argc, char **argv)
     QAL_UINT32 count = 0, line = 0, i, status;
 
     if (argc != 2 || XELP_IniGetFileContent(argv[1], &doc) != XELP_ERR_INI_OK) {
-        fprintf(stderr, "usage: ini_example FILE, an INI file that can be read\n");
+        fprintf(stderr, "usage: ini_parser_example FILE, an INI file that can be read\n");
         return EXIT_FAILURE;
     }
     /* From here on, every return releases the document. Lookups are more lenient than the check. */

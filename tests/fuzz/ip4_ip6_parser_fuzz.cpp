@@ -73,7 +73,7 @@ void CompareReaders(std::string_view text)
 
 } // namespace
 
-WYX_FUZZ_TARGET(address)
+WYX_FUZZ_TARGET(ip4_ip6_parser)
 {
     const std::string_view bytes = input.Rest();
     const std::string_view text = bytes.substr(0, bytes.find('\0'));

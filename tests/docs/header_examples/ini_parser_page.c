@@ -6,7 +6,7 @@
 #include "wyx_commlib/ini_parser.h"
 #include "wyx_commlib/status_text.h"
 
-int ini_page_example(void);
+int ini_parser_page_example(void);
 
 static char aSeen[32];
 
@@ -40,14 +40,14 @@ static int Holds(const char *text)
 
 static int ReadsKey(void)
 {
-#include "ini_page_1.inc"
+#include "ini_parser_page_1.inc"
     return strcmp(aSeen, "5060") == 0;
 }
 
 static int Changes(void)
 {
     XELP_IN_S_INI_FILE_STRUCT doc;
-#include "ini_page_2.inc"
+#include "ini_parser_page_2.inc"
     return status == XELP_ERR_INI_OK && doc.pStrLine == NULL;
 }
 
@@ -58,7 +58,7 @@ static int Lists(void)
     if (XELP_IniGetFileContent("net.ini", &doc) != XELP_ERR_INI_OK) {
         return 0;
     }
-#include "ini_page_3.inc"
+#include "ini_parser_page_3.inc"
     XELP_IniFreeIniStruct(&doc);
     return strcmp(aSeen, "netold") == 0;
 }
@@ -70,7 +70,7 @@ static int Deletes(void)
     if (status != XELP_ERR_INI_OK) {
         return 0;
     }
-#include "ini_page_4.inc"
+#include "ini_parser_page_4.inc"
     return status == XELP_ERR_INI_OK && XELP_IniSaveFileContent("net.ini", &doc) == XELP_ERR_INI_OK;
 }
 
@@ -80,12 +80,12 @@ static int Checks(void)
     if (XELP_IniGetFileContent("net.ini", &doc) != XELP_ERR_INI_OK) {
         return 0;
     }
-#include "ini_page_5.inc"
+#include "ini_parser_page_5.inc"
     XELP_IniFreeIniStruct(&doc);
     return found == XELP_ERR_INI_LINE_UNKNOWN && line == 2;
 }
 
-int ini_page_example(void)
+int ini_parser_page_example(void)
 {
     return !Write("[net]\nport = 5060 ;sip\nproxy=p\n[old]\nx=1\n") || !ReadsKey() || !Changes() ||
            !Holds("[net]\nport=5061 ;sip\nproxy=p\n[old]\nx=1\n") || !Lists() || !Deletes() ||

@@ -353,7 +353,7 @@ class Life {
 
 } // namespace
 
-WYX_FUZZ_TARGET(ini_program)
+WYX_FUZZ_TARGET(ini_parser_program)
 {
     Life(input).Run();
 }
