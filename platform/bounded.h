@@ -4,7 +4,7 @@
  *
  * Each takes the destination and its bound first, and never writes past the block that the bound
  * describes. What does not fit is refused as a whole: no text is cut off, and the destination of a
- * refused text is left empty. A null pointer is refused in the same way.
+ * refused text is left empty if it has room for a NUL. A null pointer is refused in the same way.
  *
  * @code{.c}
  * char line[16];

@@ -50,7 +50,7 @@ WYX_C_BEGIN
  * @param[in] ulSize   size in bytes; 0 counts as 1
  * @param[in] ulLine   the caller's source line
  * @param[in] pszFile  the caller's source file; must stay valid until the block is released
- * @return the block, aligned for every type, handed over: release it with XELP_MemFreeD() or
+ * @return the block, aligned as by malloc(), handed over: release it with XELP_MemFreeD() or
  *         XELP_MemFreeSetNullD(); null if there is no memory.
  */
 WYX_API void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
@@ -98,16 +98,16 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  *
  * *Default adapter*: descriptors are close-on-exec. errno says why a call failed, here and for the
  * other calls. Directories and modes other than "r" and "w" are refused. For reading, a regular
- * file is read whole at once, which takes as much memory as it has bytes, and its descriptor is
- * closed; a read error makes this call fail. Pipes and devices are read piece by piece as
- * XELP_Fgetc() needs more, and end at a read error. Opening a FIFO waits until its other end is
- * open, too. For writing, a name that is itself a symbolic link is refused. A failed call leaves no
- * new file, and an old one as it was.
+ * file is read whole into memory at once, and its descriptor is closed; a read error makes this
+ * call fail. Pipes and devices are read piece by piece as XELP_Fgetc() needs more, and end at a
+ * read error. Opening a FIFO waits until its other end is open, too. For writing, a name that is
+ * itself a symbolic link is refused. A failed call leaves no new file, and an old one as it was.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
- * next "w" for that name within ten seconds only creates a file, and fails if one exists. So two
- * saves in different processes cannot both take a name that both found free. Only the last 64 such
- * names are remembered, including those that XELP_Rename() took a file away from.
+ * next "w" for that name within ten seconds only creates a file, and fails if one exists. Only the
+ * last 64 such names are remembered, including those that XELP_Rename() took a file away from.
+ * Within these limits, two saves in different processes never both take a name that both found
+ * free.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -144,10 +144,11 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
 /**
  * @brief Writes items.
  *
- * *Default adapter*: what was reported as written cannot be lost to a full disk: the kernel has it,
- * or blocks are reserved for it. A full disk shows in the count, and so does the process's file
- * size limit, which raises no SIGXFSZ here. (A FIFO without a reader does raise SIGPIPE.) After an
- * error the file accepts nothing more; it may end with a part of the item that failed.
+ * *Default adapter*: what was reported as written to a local file system cannot be lost to a full
+ * disk: the kernel has it, or blocks are reserved for it. A full disk there shows in the count, and
+ * so does the process's file size limit, which raises no SIGXFSZ here. (A FIFO without a reader
+ * does raise SIGPIPE.) After an error the file accepts nothing more; it may end with a part of the
+ * item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -171,7 +172,7 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
- * @return 0, or another value if written data may not have reached the device.
+ * @return 0, or another value if writing out, flushing or closing the file failed.
  */
 WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
 
@@ -181,7 +182,7 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * *Default adapter*: never removes a directory. It also reports an earlier failure: see
  * XELP_Fclose(). If this process has renamed a file away from a name that ends in ".ibk" within the
  * last ten seconds, and has not given that name to a file since, the next call for that name
- * fails, once: a file that now has the name belongs to another process.
+ * fails, once: a file that now has the name may belong to another process.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, as for a file that does not exist.

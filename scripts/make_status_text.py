@@ -29,12 +29,12 @@ FUNCTIONS = {
 START = """\
 /**
  * @file status_text.h
- * @brief What a status means, in words: one function for each module, in the header alone.
+ * @brief What a status means, in words: one function for each error enumeration, inline.
  *
  * The texts are those of the enumerations up to the first semicolon, copied here by
- * `scripts/make_status_text.py`. They are for logs and messages and may be reworded in any release;
- * programs compare numbers. A number means something only together with its module, so there is no
- * function for all of them.
+ * `scripts/make_status_text.py`; a number that two enumerators share has the texts of both. They
+ * are for logs and messages and may be reworded in any release; programs compare numbers. A number
+ * means something only together with its module, so there is no function for all of them.
  *
  * The functions look at nothing but the number. Any number of threads may call them.
  * @code{.c}
@@ -58,7 +58,7 @@ FUNCTION = """
  *
  * @param[in] ulStatus  the status
  * @return a constant string, never null: "success" for 0, "unknown status" for a number that
- *         the enumeration does not have.
+ *         is none of the statuses.
  */
 static inline const QAL_CHAR *wyx_{name}_status_text(QAL_UINT32 ulStatus)
 {{

@@ -1,6 +1,6 @@
 /**
  * @file commlib.h
- * @brief Includes every header of the library, but not those of the platform adapter.
+ * @brief Includes every C header of the library, but not those of the platform adapter.
  */
 #ifndef WYX_COMMLIB_COMMLIB_H
 #define WYX_COMMLIB_COMMLIB_H

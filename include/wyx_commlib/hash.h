@@ -44,8 +44,8 @@
  * **Cursor.** It is on an entry or nowhere; unlike the cursor of a list, it may be nowhere while
  * there are entries. A failing call leaves it where it is (except a walk stopped by its callback).
  * - SaveNode puts it on the new entry, QueryNode on the match;
- * - every Remove and every Delete puts it on the next entry of the same bucket, or nowhere if
- *   there is none: it never moves to another bucket;
+ * - every Remove and every Delete puts it on the entry after the removed one, or nowhere if that
+ *   was the last of its bucket: it does not go on to the next bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
  * - the Get calls leave it alone, and there is no call that only moves it.
  *

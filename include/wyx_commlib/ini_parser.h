@@ -5,8 +5,8 @@
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
  * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
  * for byte. It folds lines of 80 bytes or more, and some of these come back changed at the next
- * load: with an LF for a CR LF, for example. It writes a continued line as one line, ends the last
- * line with a CR if the file did not end it, and loses what followed a NUL in a line.
+ * load: with an LF for a CR LF, for example. It joins continued lines, ends the last line with a CR
+ * if the file did not end it, and loses what followed a NUL in a line.
  * docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
@@ -35,7 +35,7 @@
  * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
  *   load.
  * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. As
- *   the first byte of a line, a NUL ends the file.
+ *   the first byte of a line that is not too long, a NUL ends the file.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
@@ -137,16 +137,17 @@ typedef enum WYX_ENUM32 {
 
 /**
  * A document. The record is yours, what it points to belongs to the library. A record in which
- * every byte is zero is an empty document.
+ * every byte is zero is an empty document. One *without lines* has a ulLineNum of 0; deleting lines
+ * does not make it so, because their slots stay.
  */
 typedef struct XelpIniFileStruct {
-    QAL_UINT32 ulLabel;      /**< 1 once a line was stored or removed; a save writes only then */
-    QAL_UINT32 ulLineNum;    /**< slots in use, those of removed lines included */
+    QAL_UINT32 ulLabel;      /**< 1 once a line was stored or deleted; a save writes only then */
+    QAL_UINT32 ulLineNum;    /**< slots in use, those without a line included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
     QAL_UINT32 ulIniFileNum; /**< lines loaded, each counted as by the lineNum of IniGetOneLine(),
                                   less one for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
-                                  is null if its line was removed; all are null from ulLineNum on */
+                                  is null if it has none; all are null from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -187,13 +188,13 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line, or of
- *                             the last slot if no line fails the check. Slots of removed lines
- *                             count, and joined lines count as one, so it is not a line number of
- *                             the file. Untouched for a null argument or a document without lines
+ *                             the last slot if no line fails the check. Empty slots count, and
+ *                             joined lines count as one, so it is not a line number of the file;
+ *                             untouched for a null argument or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine, or a line that is an empty string
- * - #XELP_ERR_INI_FILE_EMPTY: no lines, or only slots of removed lines
+ * - #XELP_ERR_INI_FILE_EMPTY: no lines, or only empty slots
  * - #XELP_ERR_INI_LINE_UNKNOWN: a line of no known kind
  * - #XELP_ERR_INI_FILE_FORMAT: a key line before the first header
  * - a status of IniCheckSectionLine() or IniCheckKeyLine()
@@ -209,7 +210,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * content. docs/durability.md says what is on disk at each point, and how to recover.
  *
  * **A target may have only one saver at a time, across all processes.** Of two savers at the same
- * time, one loses its edits; with an adapter of your own, both contents can be lost. Take a lock
+ * time, one may lose its edits; with an adapter of your own, both contents can be lost. Take a lock
  * before you load and keep it until the save returns, as docs/durability.md shows. Do not lock the
  * target itself, which a save replaces.
  *
@@ -235,7 +236,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * @param[in,out] pStructIniLine  the document, not null; taken: its record is zero afterwards
  * @return
  * - #XELP_ERR_INI_OK: written and in place; or the document's ulLabel was not 1, and nothing was
- *   written
+ *   written, whatever the name
  * - #XELP_ERR_INI_FILE_EMPTY: the name is null or empty
  * - #XELP_ERR_INI_INTERNAL: no memory
  * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file has the new file's name
@@ -269,6 +270,7 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
+ * - #XELP_ERR_INI_INTERNAL: no memory
  * - the status of a line that fails a lookup
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -326,7 +328,7 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 
 /** @} */
 /** @name Edits
- * An edit changes the document in memory, and sets its ulLabel to 1 as soon as it stores or removes
+ * An edit changes the document in memory, and sets its ulLabel to 1 as soon as it stores or deletes
  * a line. There is no rollback: what was done before a failure stays done. The lines that an edit
  * reads can fail it as they fail a lookup. Arguments may point into the document's own lines. @{ */
 
@@ -338,9 +340,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * line of the block, a new section to the end of the document. Lines that an edit writes end in
  * LF.
  *
- * Names and values are written as given, neither checked nor escaped. The following do not read
- * back as given, and some of them change other lines at the next load:
- * - a line end in any of them: it makes several lines out of one
+ * Names and values are written as given, neither checked nor escaped. The following may read back
+ * as something else, and some of them change other lines at the next load:
+ * - a line end in any of them: what follows it may become another line
  * - a value that is empty (it reads back as the line end, or as none if the line has a comment),
  *   begins with a blank or ends in a white byte (these are lost), holds " ;" (a comment may begin
  *   there), holds `;` where the line has a comment (the comment becomes part of the value), or
@@ -350,10 +352,11 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  *   backslash, or holds `=`
  * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
  *
- * The old comment loses trailing blanks. If it then ends in an odd number of backslashes, the last
- * one joins the next line to this one at the next load.
+ * The old comment loses the blanks around it. If it then ends in an odd number of backslashes, the
+ * last one joins the next line to this one at the next load.
  *
- * docs/round-trips.md has further cases for lines of 80 bytes or more.
+ * docs/round-trips.md has further cases: lines of 80 bytes or more, and an edited line before one
+ * that begins with a CR or a backslash.
  *
  * If an existing line cannot be rewritten, it is gone nevertheless, but ulLabel stays as it was:
  * unless something else was edited, a save then writes nothing and the file keeps the key. If a
@@ -388,6 +391,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
+ * - #XELP_ERR_INI_INTERNAL: no memory
  * - the status of a line that fails a lookup; what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -404,6 +408,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
+ * - #XELP_ERR_INI_INTERNAL: no memory
  * - the status of a line that fails a lookup; what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -432,7 +437,7 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  *                         0 on failure
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line that begins with a NUL
+ * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line of up to 511 bytes that begins with a NUL
  * - #XELP_ERR_INI_LINE_TOO_LONG: more than 511 bytes; the rest of the line was not read
  * - #XELP_ERR_INI_INTERNAL: no memory, or the file cannot step back by a byte
  */
@@ -507,6 +512,8 @@ WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **secti
 
 /**
  * @brief The parts of a key line.
+ *
+ * Oddity: if a lone `;` without a line end follows the `=` and its blanks, it is the value.
  *
  * @param[in]  linePtr      the line, borrowed, not null
  * @param[out] keyName      the key

@@ -412,8 +412,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by slot. If the callback removes the element it was called
- * for and inserts another, the new one takes the slot just freed, and the walk continues *after*
- * it.
+ * for and inserts another at once, the new one takes the slot just freed, and the walk continues
+ * *after* it, unless the callback moves the cursor away.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
@@ -428,9 +428,9 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * These two take and return slots as the other calls do. If you take or return slots yourself, the
- * list counts more or fewer elements than it has. Even then no call reads or writes outside the
- * block. If the count is not 0 but there is no cursor, calls that need one report an empty list
+ * These two take and return slots as the other calls do. If you take slots yourself, the list
+ * counts more elements than it has. Even then no call reads or writes outside the block. If the
+ * count is not 0 but there is no cursor, calls that need one report an empty list
  * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
  * @{ */
 

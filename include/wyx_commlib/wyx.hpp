@@ -6,8 +6,8 @@
  * own and needs neither exceptions nor RTTI. Where a comment names a C call, the header of that
  * call is the manual. The containers have no wrapper.
  *
- * - Text and bytes go in as views. A text that is a `const char *` or `std::string` is passed on as
- *   it is; any other view of a text is copied first, since the C calls need a terminating NUL.
+ * - Text and bytes go in as views. If a C call needs a terminating NUL, a `const char *` or
+ *   `std::string` is passed on as it is, and any other view of a text is copied first.
  * - Results come out as values that own what the C calls hand over and release it.
  * - A failure is a wyx::result without a value, or a wyx::ini_names without names. It holds the
  *   module, the status and its text.
