@@ -126,7 +126,10 @@ def statuses_of(call, groups, seen=()):
         return set()
     result = re.sub(r"never returns #\w+", "", " ".join(sections(call.doc)[3].split()))
     if "the status of a line that fails a lookup" in result:
-        result += " ".join(next(text for title, text, _ in groups if title == "Lookups").split())
+        lookups = " ".join(next(text for title, text, _ in groups if title == "Lookups").split())
+        if "malformed key lines do not fail this call" in result:
+            lookups = lookups.replace(" or IniParseKeyLine()", "")
+        result += lookups
     names = set(re.findall(r"XELP_(?:ERR|OK)_[A-Z0-9_]+", result))
     for others in re.findall(r"\b(?:as|status of|one of) ((?:\w+\(\)(?: or )?)+)", result):
         for other in re.findall(r"\w+", others):

@@ -293,7 +293,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that fails a lookup, though malformed key lines do not fail this call
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -392,7 +392,8 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup; what came before that line is deleted
+ * - the status of a line that fails a lookup, though malformed key lines do not fail this call;
+ *   what came before that line is deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);

@@ -57,6 +57,8 @@ class Headers(unittest.TestCase):
         calls = {s.name: s.calls for s in self.declared["ini_parser.h"].statuses}
         self.assertEqual(["XELP_IniCheckFile", "IniCheckKeyLine"], calls["XELP_ERR_INI_COMMENT"])
         self.assertIn("XELP_IniDelKey", calls["XELP_ERR_INI_KEY_NAME"])
+        self.assertNotIn("XELP_IniDelSection", calls["XELP_ERR_INI_KEY_NAME"])
+        self.assertNotIn("XELP_IniGetSectionList", calls["XELP_ERR_INI_VALUE_NULL"])
         ports = next(s for s in self.declared["ip4_ip6_parser.h"].statuses
                      if s.name == "XELP_OK_HAVE_PORT")
         self.assertEqual(["XELP_Parse_IPV4"], ports.calls)
