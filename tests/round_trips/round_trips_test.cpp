@@ -2,6 +2,8 @@
 #include "../ini_parser/ini_support.h"
 #include "golden_vectors.h"
 
+#include <algorithm>
+
 namespace wyx::test {
 namespace {
 
@@ -38,6 +40,46 @@ TEST_F(RoundTrips, MatchThePage)
         }
         EXPECT_EQ(LoadedFrom(plain) == stored, !vector.warning.empty());
     }
+}
+
+bool Holds(const std::string &file, std::initializer_list<const char *> any)
+{
+    return std::ranges::any_of(
+        any, [&](const char *bytes) { return file.find(bytes) != std::string::npos; });
+}
+
+// The page says in which cases a file is loaded as lines that do not come back, a NUL aside.
+TEST_F(RoundTrips, LoadedLinesComeBackButInTheNamedCases)
+{
+    constexpr std::string_view kBytes = "x\\\n\r";
+    constexpr unsigned kLongest = 6;
+    platform.UseMemoryDisk();
+    unsigned onlyBackslash = 0;
+    unsigned joinedEmptyLine = 0;
+    for (unsigned length = 1; length <= kLongest; ++length) {
+        for (unsigned number = 0; number < 1U << 2 * length; ++number) {
+            std::string file;
+            for (unsigned i = 0; i < length; ++i) {
+                file += kBytes[number >> 2 * i & 3];
+            }
+            const Lines stored = LoadedFrom(file);
+            std::string saved; // no line is long enough to be folded
+            for (const auto &line : stored) {
+                saved += line.value_or("");
+            }
+            if (LoadedFrom(saved) == stored) {
+                continue;
+            }
+            const bool isOnlyBackslash = Holds(file, {"\n\\\n", "\n\\\r", "\r\\\n", "\r\\\r"});
+            const bool isJoinedEmptyLine =
+                Holds(file, {"\\\n\n\r", "\\\r\r\n", "\\\n\n\\", "\\\r\r\\"});
+            EXPECT_TRUE(isOnlyBackslash || isJoinedEmptyLine) << Shown(file);
+            onlyBackslash += isOnlyBackslash ? 1 : 0;
+            joinedEmptyLine += isJoinedEmptyLine ? 1 : 0;
+        }
+    }
+    EXPECT_GT(onlyBackslash, 0U);
+    EXPECT_GT(joinedEmptyLine, 0U);
 }
 
 } // namespace
