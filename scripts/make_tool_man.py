@@ -83,8 +83,9 @@ def sentences(text):
 def operands(command):
     lines = []
     for word in command["operands"].split():
-        name = re.sub(r"\.\.\.$", " ...", word.strip("[]"))
-        lines.append((".Op Ar " if word.startswith("[") else ".Ar ") + name)
+        optional = re.fullmatch(r"\[([^]]*)\]", word)
+        name = re.sub(r"\.\.\.$", " ...", optional[1] if optional else word)
+        lines.append((".Op Ar " if optional else ".Ar ") + name)
     return lines
 
 

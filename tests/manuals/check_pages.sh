@@ -20,6 +20,11 @@ lint)
         grep -v '^mandoc: outdated mandoc.db'; then
         failed=1
     fi
+    # An operand that only begins with a bracket is not optional.
+    if [[ -e $man/man1/wyx.1 ]]; then
+        grep -qx '\.Ar \[SECTION\.\]KEY=VALUE \.\.\.' "$man/man1/wyx.1" ||
+            fail "wyx(1): the operands of 'set' are not those of the grammar"
+    fi
     # Here they must be found.
     while read -r name section; do
         [[ -e $man/man$section/$name.$section ]] || fail "no page $name($section)"

@@ -55,7 +55,8 @@ constexpr Command kCommands[] = {
         .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two blanks "
                 "and the name; '-' or no FILE is standard input. If a name holds a line end or a "
                 "backslash, its line begins with a backslash, and the name has \\n, \\r and \\\\ "
-                "in their place. Lists of MD5 sums are those of md5sum, both ways.",
+                "in their place. Lists of MD5 sums are written as md5sum writes them, and its own "
+                "can be verified unless it wrote them with -z.",
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
@@ -166,10 +167,10 @@ constexpr Command kCommands[] = {
                 "Without a SECTION of their own, settings name it: SECTION.KEY=VALUE, up to the "
                 "last dot before the '='.\n"
                 "\n"
-                "What is written is read back and compared before it takes the file's place. A "
-                "name or value that would not read back the same is refused, and the file left as "
-                "it was. So is a change that would be right for one program and damage for "
-                "another.",
+                "What is written is read back and compared before it takes the file's place (with "
+                "--in-place, afterwards). A name or value that would not read back the same is "
+                "refused, and the file left as it was. So is a change that would be right for one "
+                "program and damage for another.",
         .examples = "  wyx ini set net.ini net port=5061\n"
                     "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
                     "  wyx ini set net.ini net.port=5061 sip.user=alice\n"
@@ -242,11 +243,11 @@ constexpr Command kCommands[] = {
         .name = "ini check",
         .summary = "All that is wrong with files, and what a save would change",
         .operands = "FILE...",
-        .text = "Findings have the form 'FILE:LINE: MESSAGE (CODE)'. The code of an error is the "
-                "library's status, and errors make the exit code 4; lookups and edits are more "
-                "lenient, and may still work. Warnings have a word for a code: they point "
-                "out what lookups read differently from how it looks, and what a save by the "
-                "library would change.",
+        .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for a "
+                "code, and make the exit code 4; lookups and edits are more lenient, and may still "
+                "work. Warnings have the form 'FILE:LINE: warning: MESSAGE (WORD)': they point out "
+                "what lookups read differently from how it looks, and what a save by the library "
+                "would change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",
