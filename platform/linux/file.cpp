@@ -25,11 +25,12 @@ constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
 /// stack frame.
 [[gnu::noinline]] QAL_INT32 GetcAfterRefill(xelpFile &file)
 {
+    file.lRead = -1;
     if (file.isWriter) {
         errno = EBADF;
         return -1;
     }
-    return wyx::os::Refill(static_cast<Reader &>(file)) ? *file.pucNext++ : -1;
+    return wyx::os::Refill(static_cast<Reader &>(file)) ? file.pucEnd[++file.lRead] : -1;
 }
 
 /// XELP_Fseek() for any move but the usual one. A separate function for the same reason.
@@ -76,21 +77,26 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 
 QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 {
-    if (pstruFile->pucNext == pstruFile->pucEnd) [[unlikely]] {
+    // The library calls this for every byte that it loads. On AArch64 the usual path is six
+    // instructions: one reads both members, and the carry of the addition, from -1 to 0, is a test
+    // without a comparison.
+    const QAL_UINT8 *const pucEnd = pstruFile->pucEnd;
+    QAL_ULONG ulRead = 0;
+    const bool isAllRead =
+        __builtin_add_overflow(static_cast<QAL_ULONG>(pstruFile->lRead), QAL_ULONG{1}, &ulRead);
+    pstruFile->lRead = static_cast<QAL_LONG>(ulRead);
+    if (isAllRead) [[unlikely]] {
         return GetcAfterRefill(*pstruFile);
     }
-    return *pstruFile->pucNext++;
+    return pucEnd[pstruFile->lRead];
 }
 
 QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
     // The only move that the library makes: it gives back the byte that it read after a line end.
-    if (lOffset == -1 && lWhence == SEEK_CUR && !pstruFile->isWriter) {
-        auto &reader = static_cast<Reader &>(*pstruFile);
-        if (reader.pucNext != reader.pucFirst) {
-            --reader.pucNext;
-            return 0;
-        }
+    if (lOffset == -1 && lWhence == SEEK_CUR && pstruFile->lRead >= pstruFile->lFirst) {
+        --pstruFile->lRead;
+        return 0;
     }
     return SeekAnywhere(*pstruFile, lOffset, lWhence);
 }

@@ -4,11 +4,15 @@
 
 #include "wyx_commlib/types.h"
 
-/// An open file as its caller holds it: a Reader or a Writer. A writer never has a byte to read, so
-/// XELP_Fgetc() asks for the kind only if no byte is buffered.
+/// An open file as its caller holds it: a Reader or a Writer. A writer never has a byte to read or
+/// to step back to, so XELP_Fgetc() and XELP_Fseek() ask for the kind only in unusual cases.
+///
+/// Positions in the buffer count back from its end: a byte is then read with one addition, which
+/// also shows whether there was one.
 struct xelpFile {
-    const QAL_UINT8 *pucNext; // the next byte to read
-    const QAL_UINT8 *pucEnd;  // after the last buffered byte
+    const QAL_UINT8 *pucEnd; // after the last buffered byte
+    QAL_LONG lRead;          // the byte read last is pucEnd[lRead], so -1 means that all are read
+    QAL_LONG lFirst;         // the first buffered byte is pucEnd[lFirst]
     bool isWriter;
 };
 

@@ -16,6 +16,16 @@ using wyx::os::Reader;
 constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their size
 
+/// Makes bytes that were just read the buffered ones.
+void SetBuffered(Reader &reader, const QAL_UINT8 *pucFirst, QAL_ULONG ulCount)
+{
+    const auto lCount = static_cast<QAL_LONG>(ulCount);
+    reader.pucEnd = pucFirst + ulCount;
+    reader.lEnd += lCount;
+    reader.lFirst = -lCount;
+    reader.lRead = reader.lFirst - 1;
+}
+
 /// Reads a regular file to its end.
 bool ReadWhole(Reader &reader, off_t lSize)
 {
@@ -50,9 +60,7 @@ bool ReadWhole(Reader &reader, off_t lSize)
     }
     wyx::os::Close(reader.iFd);
     reader.iFd = -1;
-    reader.pucFirst = reader.pucBuffer;
-    reader.pucNext = reader.pucBuffer;
-    reader.pucEnd = reader.pucBuffer + ulHeld;
+    SetBuffered(reader, reader.pucBuffer, ulHeld);
     return true;
 }
 
@@ -71,9 +79,7 @@ bool OpenInto(Reader &reader, const QAL_CHAR *pszName)
         return ReadWhole(reader, status.st_size);
     }
     reader.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(1 + kStreamBuffer));
-    reader.pucFirst = reader.pucBuffer;
-    reader.pucNext = reader.pucBuffer;
-    reader.pucEnd = reader.pucBuffer;
+    SetBuffered(reader, reader.pucBuffer, 0);
     return reader.pucBuffer != nullptr;
 }
 
@@ -104,7 +110,7 @@ bool Refill(Reader &reader)
     if (reader.iFd == -1) {
         return false;
     }
-    const bool hasLast = reader.pucEnd != reader.pucFirst;
+    const bool hasLast = reader.lFirst != 0;
     const QAL_UINT8 ucLast = hasLast ? reader.pucEnd[-1] : QAL_UINT8{0};
     const ssize_t lNow = Read(reader.iFd, reader.pucBuffer + 1, kStreamBuffer);
     if (lNow <= 0) {
@@ -115,33 +121,30 @@ bool Refill(Reader &reader)
         return false;
     }
     *reader.pucBuffer = ucLast;
-    reader.lFirst += (reader.pucEnd - reader.pucFirst) - (hasLast ? 1 : 0);
-    reader.pucFirst = reader.pucBuffer + (hasLast ? 0 : 1);
-    reader.pucNext = reader.pucBuffer + 1;
-    reader.pucEnd = reader.pucNext + lNow;
+    SetBuffered(reader, reader.pucBuffer + 1, static_cast<QAL_ULONG>(lNow));
+    reader.lFirst -= hasLast ? 1 : 0;
     return true;
 }
 
 QAL_INT32 SeekReader(Reader &reader, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
-    const off_t lEnd = reader.lFirst + (reader.pucEnd - reader.pucFirst); // of what is buffered
     off_t lBase = 0;
     if (lWhence == SEEK_CUR) {
-        lBase = reader.lFirst + (reader.pucNext - reader.pucFirst);
+        lBase = reader.lEnd + reader.lRead + 1;
     } else if (lWhence == SEEK_END) {
         if (reader.iFd != -1) {
             errno = ESPIPE; // where a stream ends is known only after it has ended
             return -1;
         }
-        lBase = lEnd;
+        lBase = reader.lEnd;
     }
     off_t lTarget = 0;
-    if (__builtin_add_overflow(lBase, lOffset, &lTarget) || lTarget < reader.lFirst ||
-        lTarget > lEnd) {
+    if (__builtin_add_overflow(lBase, lOffset, &lTarget) || lTarget < reader.lEnd + reader.lFirst ||
+        lTarget > reader.lEnd) {
         errno = EINVAL;
         return -1;
     }
-    reader.pucNext = reader.pucFirst + (lTarget - reader.lFirst);
+    reader.lRead = lTarget - reader.lEnd - 1;
     return 0;
 }
 

@@ -15,9 +15,8 @@ namespace wyx::os {
 
 struct Reader : xelpFile {
     QAL_UINT8 *pucBuffer;
-    const QAL_UINT8 *pucFirst; // the first buffered byte
-    off_t lFirst;              // its position in the file
-    int iFd;                   // -1 once there is nothing more to read
+    off_t lEnd; // the position of pucEnd in the file
+    int iFd;    // -1 once there is nothing more to read
 };
 
 /// Opens a file; null on failure. CloseReader() releases it.

@@ -167,6 +167,7 @@ Writer *OpenWriter(const QAL_CHAR *pszName)
         return nullptr;
     }
     pstruWriter->isWriter = true;
+    pstruWriter->lRead = -1;
     pstruWriter->iFd = -1;
     pstruWriter->iDirFd = -1;
     if (OpenInto(*pstruWriter, pszName)) {

@@ -30,19 +30,6 @@ consteval std::array<ByteClass, 256> MakeClasses()
     return aTab;
 }
 
-constexpr auto kClasses = MakeClasses();
-
-ByteClass ClassOf(QAL_INT32 lByte)
-{
-    return lByte == 0xFF ? kOther : kClasses[static_cast<QAL_UINT8>(lByte)];
-}
-
-/// True for nearly every byte, and only for bytes of the class kOther.
-bool IsPlain(QAL_INT32 lByte)
-{
-    return kClasses[static_cast<QAL_UINT8>(lByte)] == kOther;
-}
-
 /// What the bytes so far leave open.
 enum State : QAL_UINT8 {
     kText,      // nothing
@@ -57,10 +44,10 @@ enum State : QAL_UINT8 {
 enum Act : QAL_UINT8 {
     kDrop = 0,       // not part of the text
     kStore = 1,      // the byte is part of the text
-    kStoreSlash = 2, // the backslash before it was text, too
+    kStoreSlash = 2, // with kStore: the backslash before it was text, too
     kJoin = 4,       // the next physical line belongs to this one
     kDone = 8,       // the line ends here
-    kGiveBack = 16,  // the byte belongs to the next line
+    kGiveBack = 16,  // with kDone: the byte belongs to the next line
 };
 
 struct Cell {
@@ -83,19 +70,37 @@ constexpr Cell JoinKeep = {kJoin | kStore, kText};
 constexpr Cell JoinEnd = {kJoin | kStore | kDone, kText};
 constexpr Cell End = {kDone, kText};
 
+/// One object, so that one register holds the address of both tables; and eight columns for six
+/// states, so that a row is found by a shift.
+struct Tables {
+    std::array<ByteClass, 256> aClasses;
+    Cell cells[5][8];
+};
+
 // A line ends at CR LF, LF CR, or a lone LF or CR; a backslash before any of these joins two lines.
 // Kept: after a lone LF or CR, a line that begins with a backslash is joined to the line before it
 // (IniReader.BackslashAfterLoneLineEndJoins).
 // clang-format off
-constexpr Cell kCells[5][6] = {
+constexpr Tables kTables = {MakeClasses(), {
     //               kText  kAfterLf  kAfterCr  kEscaped  kEscapedLf  kEscapedCr
     /* kOther     */ {Keep, Back,     Back,     Slash,    JoinKeep,   JoinKeep},
     /* kBackslash */ {Esc,  Esc,      Esc,      Slash,    JoinEsc,    JoinEsc},
     /* kLf        */ {Lf,   Back,     Pair,     EscLf,    JoinEnd,    Join},
     /* kCr        */ {Cr,   Pair,     Back,     EscCr,    Join,       JoinEnd},
     /* kEnd       */ {End,  End,      End,      End,      End,        End},
-};
+}};
 // clang-format on
+
+ByteClass ClassOf(QAL_INT32 lByte)
+{
+    return lByte == 0xFF ? kOther : kTables.aClasses[static_cast<QAL_UINT8>(lByte)];
+}
+
+/// True for nearly every byte, and only for bytes of the class kOther.
+bool IsPlain(QAL_INT32 lByte)
+{
+    return kTables.aClasses[static_cast<QAL_UINT8>(lByte)] == kOther;
+}
 
 /**
  * Reads the bytes of one line.
@@ -106,54 +111,57 @@ constexpr Cell kCells[5][6] = {
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
     // The call for each byte goes through a register: by way of a linker stub, a byte would take a
-    // fifth more instructions. The asm statement hides from the compiler which function is called.
+    // fifth more instructions. The asm statement hides from the compiler which function is called,
+    // and where in the buffer the limit is: otherwise Clang moves an index and not a pointer.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
-    __asm__("" : "+r"(pfunGetc));
+    const QAL_INT8 *pszTooLong = pszText + kLongestLine + 1;
+    __asm__("" : "+r"(pfunGetc), "+r"(pszTooLong));
     QAL_INT8 *pszNext = pszText;
-    const QAL_INT8 *const pszFull = pszText + kLongestLine;
-    State state = kText;
     ulLines = 1;
     for (;;) {
-        QAL_INT32 lByte = pfunGetc(pstruFile);
-        if (state == kText) { // true for nearly every byte
-            while (IsPlain(lByte)) {
-                *pszNext++ = static_cast<QAL_INT8>(lByte);
-                if (pszNext > pszFull) {
-                    return XELP_ERR_INI_LINE_TOO_LONG;
-                }
-                lByte = pfunGetc(pstruFile);
+        QAL_INT32 lByte = 0;
+        while (IsPlain(lByte = pfunGetc(pstruFile))) { // nearly every byte needs no more than this
+            *pszNext++ = static_cast<QAL_INT8>(lByte);
+            if (pszNext == pszTooLong) {
+                return XELP_ERR_INI_LINE_TOO_LONG;
             }
         }
-        const ByteClass byteClass = ClassOf(lByte);
-        const auto [ucActs, next] = kCells[byteClass][state];
-        if ((ucActs & kStoreSlash) != 0) {
-            *pszNext++ = kEscape;
+        State state = kText;
+        for (;;) {
+            const Cell cell = kTables.cells[ClassOf(lByte)][state];
+            if ((cell.ucActs & kStore) != 0) {
+                if ((cell.ucActs & kStoreSlash) != 0) [[unlikely]] {
+                    *pszNext++ = kEscape;
+                }
+                *pszNext++ = static_cast<QAL_INT8>(lByte);
+                if (pszNext >= pszTooLong) {
+                    return XELP_ERR_INI_LINE_TOO_LONG;
+                }
+            }
+            if ((cell.ucActs & kJoin) != 0) [[unlikely]] {
+                ++ulLines;
+            }
+            if ((cell.ucActs & kDone) != 0) {
+                if ((cell.ucActs & kGiveBack) != 0 && XELP_Fseek(pstruFile, -1, 1) != 0) {
+                    return XELP_ERR_INI_INTERNAL;
+                }
+                return XELP_ERR_INI_OK;
+            }
+            state = cell.next;
+            if (state == kText) {
+                break;
+            }
+            lByte = pfunGetc(pstruFile);
         }
-        if ((ucActs & kStore) != 0) {
-            *pszNext++ = static_cast<QAL_INT8>(lByte);
-        }
-        if ((ucActs & kJoin) != 0) {
-            ++ulLines;
-        }
-        if (pszNext > pszFull) {
-            return XELP_ERR_INI_LINE_TOO_LONG;
-        }
-        if ((ucActs & kGiveBack) != 0 && XELP_Fseek(pstruFile, -1, 1) != 0) {
-            return XELP_ERR_INI_INTERNAL;
-        }
-        if ((ucActs & kDone) != 0) {
-            return XELP_ERR_INI_OK;
-        }
-        state = next;
     }
 }
 
 /// Appends all lines of a file to the document.
 QAL_UINT32 ReadLines(XELP_S_File *pstruFile, Document &doc)
 {
+    QAL_UINT32 ulBytes = 0;
+    QAL_UINT32 ulLines = 0;
     for (;;) {
-        QAL_UINT32 ulBytes = 0;
-        QAL_UINT32 ulLines = 0;
         QAL_UINT32 ulStatus =
             IniGetOneLine(&doc.pStrLine[doc.ulLineNum], pstruFile, &ulBytes, &ulLines);
         if (ulStatus != XELP_ERR_INI_OK) {
