@@ -4,8 +4,8 @@
  *
  * The shared library reaches these symbols and those of bounded.h through the dynamic linker. So
  * a client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double
- * in front of it. Apart from these the library uses `memcpy` and `strtoul` of the C library, and
- * what the compiler inserts by itself, such as the stack protector.
+ * in front of it. Apart from these the library uses at most `memcpy` and `strtoul` of the C
+ * library, and what the compiler inserts by itself, such as the stack protector.
  *
  * This page is the contract that every adapter must keep. What the default adapter promises beyond
  * it is marked *Default adapter*.

@@ -30,8 +30,8 @@
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
  *   before any other byte is kept, one at the end of the file is dropped. Oddities: after a lone LF
  *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
- *   stays in the text. An LF after a backslash and LF, or a CR after a backslash and CR, ends the
- *   line alone, even if it is the first half of LF CR or CR LF.
+ *   stays in the text. Right after a backslash and LF, another LF ends the line at once, even
+ *   before a CR; so does a CR after a backslash and CR, even before an LF.
  * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
  *   load.
  * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. As
@@ -226,7 +226,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   target `NAME.ini` can be saved if `NAME` has at most 238.
  *
  * **A save never creates its target.** If the target does not exist, its removal fails, and the
- * content stays in the new file. Create an empty file first.
+ * content stays in the new file. Create an empty file first. A target that is a symbolic
+ * link is itself replaced by a file, even if it leads nowhere.
  *
  * A line of 80 bytes or more is folded: a backslash and LF follow every 78 or 79 bytes until fewer
  * than 80 are left. A load joins the pieces again. docs/round-trips.md lists the lines that come
@@ -240,7 +241,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * - #XELP_ERR_INI_FILE_EMPTY: the name is null or empty
  * - #XELP_ERR_INI_INTERNAL: no memory
  * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file has the new file's name
- *   already and is left alone, or not all could be written and the new file was removed
+ *   already and is left alone, or not all could be written, and the new file was removed
+ *   if that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
  *   whole content. With the default adapter a failed flush also has this status:
