@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the binary interface with its baseline in tests/abi/baseline, or renews the baseline:
+# Compares the binary interface with its baseline in tests/library/abi/baseline, or renews that:
 #
 #     scripts/abi.sh check BUILD_FOLDER    the libraries of a build with debug information
 #     scripts/abi.sh renew [BUILD_FOLDER]  compares, writes the baseline; builds in build/abi if no
@@ -14,7 +14,7 @@
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
-baseline=${WYX_ABI_BASELINE:-$source_folder/tests/abi/baseline}
+baseline=${WYX_ABI_BASELINE:-$source_folder/tests/library/abi/baseline}
 names=(libwyx_commlib libwyx_os_adapter libwyx_public_types)
 cc=${CC:-gcc}
 source "$source_folder/scripts/temp_folder.sh"

@@ -237,7 +237,7 @@ def save(target):
     if not shutil.which(f"qemu-{target.processor}"):
         print(f"{target.abi}: qemu-{target.processor} is not installed: no list of system calls")
         return
-    program = compile_program(target, "save_client", [SOURCE / "tests/syscalls/save_client.c"])
+    program = compile_program(target, "save_client", [SOURCE / "tests/library/syscalls/save_client.c"])
     document = target.work / "save.ini"
     document.write_text("[a]\n" + "".join(f"k{i} = {i}\n" for i in range(2000)))
     root = ["-L", "/"] if target.native else target.emulator[1:]
@@ -284,7 +284,7 @@ def run_programs(target, tests):
     """The examples and the tests in plain C."""
     count = 0
     for source in sorted((SOURCE / "tests").glob("*/*_header_test.c")) \
-            + [SOURCE / "tests/install/consumer/consumer.c"]:
+            + [SOURCE / "tests/shipping/install/consumer/consumer.c"]:
         program = compile_program(target, source.stem, [source])
         ran = run(*target.emulator, program, check=False, cwd=target.work, env=target.environment())
         if ran.returncode != 0:

@@ -19,10 +19,11 @@ for another CPU than the library's. The mistake is
     surviving   otherwise. Survivors of the release build are tried again under the sanitizers.
 
 Bounds on lines marked "speed only" are left out. The tests of a module are those in
-tests/<module>/, tests/fuzz/ and tests/failures/; those of the adapter are in tests/platform/,
-tests/threads/ and tests/syscalls/, and the suite in tools/adapter_suite/; those of the tool are in
-tests/tool/. The most effective run first.
-A survivor must be listed in tests/mutation/survivors.txt with the reason why no test can see it.
+tests/<module>/, tests/fuzz/ and tests/library/failures/; those of the adapter are in
+tests/platform/, tests/library/threads/ and tests/library/syscalls/, and the suite in
+tools/adapter_suite/; those of the tool are in tests/tool/. The most effective run first.
+A survivor must be listed in tests/project/mutation/survivors.txt with the reason why no test can see
+it.
 The run fails for one that is not, for a listed one that a test sees after all, if nothing was
 killed, if fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of
 100 mistakes that can be seen were killed.
@@ -53,7 +54,7 @@ sys.dont_write_bytecode = True
 import mutants  # noqa: E402
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
-SURVIVORS = pathlib.Path("tests/mutation/survivors.txt")
+SURVIVORS = pathlib.Path("tests/project/mutation/survivors.txt")
 NO_TESTS_OF_CODE = re.compile(r"_(header|symbols|wipe|multiples)_test$|^wipe_test$")
 LEAST_KILLED = 0.97
 COMPILE_LIMIT = 60  # seconds

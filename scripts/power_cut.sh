@@ -18,9 +18,9 @@ set -euo pipefail
 most=${1:-1000}
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD:-$source_folder/build/release}
-client=$build/tests/syscalls/save_client
-fault=$build/tests/syscalls/libwyx_fault.so
-model=$build/tests/syscalls/power_cut_test
+client=$build/tests/library/syscalls/save_client
+fault=$build/tests/library/syscalls/libwyx_fault.so
+model=$build/tests/library/syscalls/power_cut_test
 for file in "$client" "$fault" "$model"; do
     [[ -e $file ]] || { echo "$file is not built" >&2; exit 1; }
 done

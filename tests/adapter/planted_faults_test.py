@@ -90,7 +90,7 @@ def try_on(name, text):
 
 shutil.rmtree(WORK, ignore_errors=True)
 WORK.mkdir(parents=True)
-adapter = (SOURCE / "tests/client_adapter/client_adapter.c").read_text()
+adapter = (SOURCE / "tests/adapter/client/client_adapter.c").read_text()
 failures = 0
 
 sound = try_on("sound", adapter)
