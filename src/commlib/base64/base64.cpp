@@ -217,18 +217,20 @@ extern "C" {
 // (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
-    *ppucOutput = AllocateOutput(lInputlen, kMostEncoded, EncodedSize(lInputlen), __LINE__);
-    if (*ppucOutput == nullptr) {
+    QAL_UINT8 *const pucOutput =
+        AllocateOutput(lInputlen, kMostEncoded, EncodedSize(lInputlen), __LINE__);
+    *ppucOutput = pucOutput;
+    if (pucOutput == nullptr) {
         return 0;
     }
     if (pucInput == nullptr || lInputlen == 0) {
-        XELP_MemFreeD(*ppucOutput, __LINE__, __FILE__);
+        XELP_MemFreeD(pucOutput, __LINE__, __FILE__);
         *ppucOutput = nullptr;
         return 0;
     }
     const QAL_UINT32 ulLen = lInputlen < 0 ? 0 : static_cast<QAL_UINT32>(lInputlen);
-    const QAL_UINT32 ulOut = EncodeBytes(pucInput, ulLen, *ppucOutput);
-    (*ppucOutput)[ulOut] = '\0';
+    const QAL_UINT32 ulOut = EncodeBytes(pucInput, ulLen, pucOutput);
+    pucOutput[ulOut] = '\0';
     return static_cast<QAL_INT32>(ulOut);
 }
 
@@ -238,18 +240,20 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (pucInput == nullptr || lInputlen == 0) {
         return 0;
     }
-    *ppucOutput = AllocateOutput(lInputlen, kMostDecoded, DecodedSize(lInputlen), __LINE__);
-    if (*ppucOutput == nullptr) {
+    QAL_UINT8 *const pucOutput =
+        AllocateOutput(lInputlen, kMostDecoded, DecodedSize(lInputlen), __LINE__);
+    *ppucOutput = pucOutput;
+    if (pucOutput == nullptr) {
         return 0;
     }
     // A negative length ends before the first character: not even the one past the end is read.
     const QAL_UINT32 ulOut =
-        lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), *ppucOutput);
+        lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), pucOutput);
     if (ulOut == kNoText) {
         ReleaseOutput(*ppucOutput);
         return 0;
     }
-    (*ppucOutput)[ulOut] = '\0';
+    pucOutput[ulOut] = '\0';
     return static_cast<QAL_INT32>(ulOut);
 }
 
