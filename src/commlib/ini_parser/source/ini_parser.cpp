@@ -7,6 +7,18 @@
 #include <array>
 
 namespace wyx::ini {
+
+[[gnu::noinline]] QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine,
+                                           const QAL_CHAR *pszFile)
+{
+    const QAL_UINT64 ullSize = ullCount * sizeof(QAL_INT8 *);
+    void *const pBlock = AllocateArray(ullSize, XELP_MemMallocD, ulLine, pszFile);
+    if (pBlock != nullptr) {
+        wyx_memset_s(pBlock, ullSize, 0, ullSize);
+    }
+    return static_cast<QAL_INT8 **>(pBlock);
+}
+
 namespace {
 
 constexpr QAL_UINT32 kFirstSlots = 200;

@@ -85,7 +85,7 @@ QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
     if (pszClose == nullptr || pszClose - strSectionLine < 2) {
         return XELP_ERR_INI_SECTION;
     }
-    const Range name = NameBetween(strSectionLine, pszClose);
+    const Range name = Trimmed(strSectionLine + 1, pszClose);
     // Kept: only a space makes an empty name here, so a single tab passes though the parser refuses
     // it (IniCheckSectionLine.SingleTabPasses).
     if (*name.pszFirst == ' ' || Contains(name, kOpen)) {
@@ -95,9 +95,9 @@ QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
     if (pszClose[1] == '\0') {
         return XELP_ERR_INI_OK;
     }
-    const QAL_INT8 *const pszLineLast = LastByte(pszClose);
-    const QAL_INT8 *const pszRest = SkipBlanks(pszClose + 1, pszLineLast);
-    const bool isOneByte = TrimWhite(pszLineLast, pszRest) == pszRest;
+    const Range rest = Trimmed(pszClose + 1, EndOf(pszClose));
+    const QAL_INT8 *const pszRest = rest.pszFirst;
+    const bool isOneByte = rest.pszLast == pszRest;
     if (isOneByte && (*pszRest == ' ' || IsLineEnd(*pszRest))) {
         return XELP_ERR_INI_OK;
     }
@@ -113,7 +113,7 @@ QAL_UINT32 IniCheckKeyLine(QAL_INT8 *strKeyValue)
     if (pszEqual == strKeyValue) {
         return XELP_ERR_INI_KEY_NAME;
     }
-    const Range key = KeyBefore(strKeyValue, pszEqual);
+    const Range key = Trimmed(strKeyValue, pszEqual);
     // Kept: a tab inside a key passes, a space does not (IniCheckKeyLine.TabInKeyPasses).
     if (IsWhite(*key.pszFirst) || Contains(key, ' ')) {
         return XELP_ERR_INI_KEY_NAME;

@@ -40,15 +40,12 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
         pszName == nullptr) {
         return XELP_ERR_INI_INPUT_PARA_ERR;
     }
-    if (pszValue != nullptr && pszComment != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "%s=%s " WYX_INI_COMMENT "%s\n", pszName, pszValue,
+    const QAL_INT8 *const pszText = pszValue != nullptr ? pszValue : "";
+    if (pszComment != nullptr) {
+        wyx_sprintf_s(line, sizeof line, "%s=%s " WYX_INI_COMMENT "%s\n", pszName, pszText,
                       pszComment);
-    } else if (pszValue != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "%s=%s\n", pszName, pszValue);
-    } else if (pszComment != nullptr) {
-        wyx_sprintf_s(line, sizeof line, "%s= " WYX_INI_COMMENT "%s\n", pszName, pszComment);
     } else {
-        wyx_sprintf_s(line, sizeof line, "%s=\n", pszName);
+        wyx_sprintf_s(line, sizeof line, "%s=%s\n", pszName, pszText);
     }
     return XELP_ERR_INI_OK;
 }
@@ -127,17 +124,17 @@ class Remover {
     QAL_INT8 *pszHeld_[2] = {nullptr, nullptr}; // the lines that the names point into
 };
 
-/// Sets @p isSame to whether a key line names this key; untouched if parsing fails.
-QAL_UINT32 IsLineOf(QAL_INT8 *pszLine, const QAL_INT8 *pszKey, bool &isSame)
+/// kFound if a key line names this key, 0 if it names another, or the parser's status.
+QAL_UINT32 MatchKeyLine(QAL_INT8 *pszLine, const QAL_INT8 *pszKey)
 {
     KeyParts parts{};
     const QAL_UINT32 ulStatus = ParseKey(pszLine, parts);
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
-    isSame = XELP_StriCmp(parts.pszName, pszKey) == 0;
+    const bool isSame = XELP_StriCmp(parts.pszName, pszKey) == 0;
     ReleaseParts(parts);
-    return XELP_ERR_INI_OK;
+    return isSame ? kFound : QAL_UINT32{XELP_ERR_INI_OK};
 }
 
 /**
@@ -152,21 +149,25 @@ QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8
     bool isInSection = false;
     Walk walk = Down(doc, 0, doc.ulLineNum);
     const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) {
-        QAL_UINT32 ulParsed = XELP_ERR_INI_OK;
-        bool isKey = false;
+        QAL_UINT32 ulMatch = XELP_ERR_INI_OK;
         if (kind == Kind::kSection) {
-            ulParsed = IsHeaderOf(pszLine, pszSection, isInSection);
+            ulMatch = MatchHeader(pszLine, pszSection);
+            isInSection = ulMatch == kFound;
             if (isInSection && ulResult == XELP_ERR_INI_SECTION_NOT_FOUND) {
                 ulResult = XELP_ERR_INI_KEY_NOT_FOUND; // so far
             }
         } else if (kind == Kind::kKey && isInSection && pszKey != nullptr) {
-            ulParsed = IsLineOf(pszLine, pszKey, isKey);
+            ulMatch = MatchKeyLine(pszLine, pszKey);
         }
-        if (ulParsed == XELP_ERR_INI_OK && (pszKey == nullptr ? isInSection : isKey)) {
+        if (ulMatch != XELP_ERR_INI_OK && ulMatch != kFound) {
+            return ulMatch;
+        }
+        const bool isKey = kind == Kind::kKey && ulMatch == kFound;
+        if (pszKey == nullptr ? isInSection : isKey) {
             remover.Remove(walk.ulSlot);
             ulResult = XELP_ERR_INI_OK;
         }
-        return ulParsed;
+        return QAL_UINT32{XELP_ERR_INI_OK};
     });
     return ulStatus == XELP_ERR_INI_OK ? ulResult : ulStatus;
 }

@@ -86,11 +86,9 @@ struct Range {
     const QAL_INT8 *pszLast;
 };
 
-/// The name between two brackets, which have at least one byte between them.
-Range NameBetween(const QAL_INT8 *pszOpen, const QAL_INT8 *pszClose);
-
-/// The key before an `=`, which has at least one byte before it.
-Range KeyBefore(const QAL_INT8 *pszLine, const QAL_INT8 *pszEqual);
+/// A stretch of at least one byte, up to the byte before @p pszEnd, without the blanks at its
+/// beginning and the white bytes at its end. One byte is always left, whatever it is.
+Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 
 /// The first quotation mark after @p psz that has no backslash before it, or null.
 const QAL_INT8 *NextQuote(const QAL_INT8 *psz);
@@ -198,7 +196,7 @@ inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
     return {doc, ulLast, ulEnd, 0U - 1U};
 }
 
-/// Returned by a visit to end a walk although nothing failed; not a status.
+/// Returned for a match, and by a visit to end a walk although nothing failed; not a status.
 constexpr QAL_UINT32 kFound = 1;
 
 /**
@@ -227,8 +225,8 @@ QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
     return XELP_ERR_INI_OK;
 }
 
-/// Sets @p isSame to whether a header names this section; untouched if parsing fails.
-QAL_UINT32 IsHeaderOf(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection, bool &isSame);
+/// kFound if a header names this section, 0 if it names another, or a parser's status.
+QAL_UINT32 MatchHeader(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection);
 
 /// One block of a section: the slots of its header and of its last line.
 struct Block {
@@ -261,16 +259,8 @@ inline QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine = __builtin_
 }
 
 /// An array of null pointers, or null if there is no memory or its size does not fit in 32 bits.
-inline QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine = __builtin_LINE(),
-                                const QAL_CHAR *pszFile = __builtin_FILE())
-{
-    const QAL_UINT64 ullSize = ullCount * sizeof(QAL_INT8 *);
-    void *const pBlock = AllocateArray(ullSize, XELP_MemMallocD, ulLine, pszFile);
-    if (pBlock != nullptr) {
-        wyx_memset_s(pBlock, ullSize, 0, ullSize);
-    }
-    return static_cast<QAL_INT8 **>(pBlock);
-}
+QAL_INT8 **AllocateSlots(QAL_UINT64 ullCount, QAL_UINT32 ulLine = __builtin_LINE(),
+                         const QAL_CHAR *pszFile = __builtin_FILE());
 
 } // namespace wyx::ini
 

@@ -12,17 +12,16 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
     block.ulLast = doc.ulLineNum - 1;
     Walk walk = Up(doc, doc.ulLineNum - 1, 0U - 1U);
     const QAL_UINT32 ulStatus = ForEachLine(walk, [&](QAL_INT8 *pszLine, Kind kind) {
-        bool isSame = false;
-        const QAL_UINT32 ulParsed =
-            kind == Kind::kSection ? IsHeaderOf(pszLine, pszSection, isSame) : 0;
-        if (isSame) {
-            block.ulHeader = walk.ulSlot;
-            return kFound;
+        if (kind != Kind::kSection) {
+            return QAL_UINT32{XELP_ERR_INI_OK};
         }
-        if (kind == Kind::kSection) {
+        const QAL_UINT32 ulMatch = MatchHeader(pszLine, pszSection);
+        if (ulMatch == kFound) {
+            block.ulHeader = walk.ulSlot;
+        } else {
             block.ulLast = walk.ulSlot - 1; // wraps if no slot is left, and the walk ends
         }
-        return ulParsed;
+        return ulMatch;
     });
     if (ulStatus == XELP_ERR_INI_OK) {
         return XELP_ERR_INI_SECTION_NOT_FOUND;
