@@ -193,9 +193,8 @@ bool TakeDottedQuad(Ipv6Work &work)
     if (XELP_Parse_IPV4(work.struBuf.cur_bp, &ulAddr, &work.uwQuadPort) != 0) {
         return false;
     }
-    for (QAL_UINT32 i = 0; i < kIp4Len; ++i) {
-        work.aucAddr[kIp6Len - 1 - i] = static_cast<QAL_UINT8>(ulAddr >> (8 * i));
-    }
+    const QAL_UINT32 ulNetworkOrder = __builtin_bswap32(ulAddr);
+    __builtin_memcpy(work.aucAddr + kIp6Len - kIp4Len, &ulNetworkOrder, kIp4Len);
     work.isTailTaken = true;
     return true;
 }
