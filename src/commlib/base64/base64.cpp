@@ -5,11 +5,13 @@
 #include <limits>
 
 #include "base64_kernel.h"
+#if defined(WYX_BASE64_HAS_PAIRS)
+#include "base64_pairs.h"
+#endif
 #include "blocks.h"
 
 namespace {
 
-using wyx::base64::cb64;
 using wyx::base64::kSextets;
 namespace kernel = wyx::base64::kernel;
 
@@ -28,9 +30,16 @@ constexpr auto kMeanings = MakeMeanings();
 static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == kSkipped &&
               kMeanings['\0'] == kSkipped && kMeanings[' '] == kRefused);
 
-QAL_UINT8 Character(QAL_UINT32 ulBits)
+#if defined(WYX_BASE64_HAS_PAIRS)
+using wyx::base64::PairOf;
+#else
+constexpr auto PairOf = wyx::base64::TwoCharactersOf; // a table would serve three groups at most
+#endif
+
+/// Writes four characters, the first in the lowest byte.
+void StoreQuad(QAL_UINT8 *pucOut, QAL_UINT32 ulChars)
 {
-    return static_cast<QAL_UINT8>(cb64[ulBits % kSextets]);
+    __builtin_memcpy(pucOut, &ulChars, sizeof ulChars);
 }
 
 /// Encodes @p ulLen bytes and returns the length of the text.
@@ -41,19 +50,14 @@ QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     for (; ulLen - ulDone >= 3; ulDone += 3, pucEnd += 4) {
         const QAL_UINT32 ulBits = QAL_UINT32{pucIn[ulDone]} << 16 |
                                   QAL_UINT32{pucIn[ulDone + 1]} << 8 | pucIn[ulDone + 2];
-        pucEnd[0] = Character(ulBits >> 18);
-        pucEnd[1] = Character(ulBits >> 12);
-        pucEnd[2] = Character(ulBits >> 6);
-        pucEnd[3] = Character(ulBits);
+        StoreQuad(pucEnd, PairOf(ulBits >> 12) | QAL_UINT32{PairOf(ulBits)} << 16);
     }
     if (ulDone < ulLen) {
         const bool hasTwo = ulLen - ulDone == 2;
         const QAL_UINT32 ulBits =
             QAL_UINT32{pucIn[ulDone]} << 16 | (hasTwo ? QAL_UINT32{pucIn[ulDone + 1]} << 8 : 0U);
-        pucEnd[0] = Character(ulBits >> 18);
-        pucEnd[1] = Character(ulBits >> 12);
-        pucEnd[2] = hasTwo ? Character(ulBits >> 6) : QAL_UINT8{'='};
-        pucEnd[3] = '=';
+        const QAL_UINT32 ulThird = hasTwo ? PairOf(ulBits) % 256U : QAL_UINT32{'='};
+        StoreQuad(pucEnd, PairOf(ulBits >> 12) | ulThird << 16 | QAL_UINT32{'='} << 24);
         pucEnd += 4;
     }
     return static_cast<QAL_UINT32>(pucEnd - pucOut);

@@ -32,6 +32,9 @@
 #define WYX_BASE64_HAS_NEON 1
 #else
 #define WYX_BASE64_HAS_TABLE 1 // NEON needs no tables of this size
+#if !defined(WYX_BASE64_HAS_AVX512)
+#define WYX_BASE64_HAS_PAIRS 1 // AVX-512 encodes without a table
+#endif
 #endif
 
 namespace wyx::base64 {
@@ -40,6 +43,14 @@ namespace wyx::base64 {
 inline constexpr QAL_CHAR cb64[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 inline constexpr QAL_UINT8 kSextets = 64;
+
+/// The two characters of the lowest 12 bits, the first in the low byte.
+constexpr QAL_UINT16 TwoCharactersOf(QAL_UINT64 ullBits)
+{
+    const QAL_UINT32 ulFirst = static_cast<QAL_UINT8>(cb64[ullBits / kSextets % kSextets]);
+    const QAL_UINT32 ulSecond = static_cast<QAL_UINT8>(cb64[ullBits % kSextets]);
+    return static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
+}
 
 inline constexpr QAL_UINT8 kNoSextet = 0xFF;
 

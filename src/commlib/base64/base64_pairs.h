@@ -11,9 +11,7 @@ consteval std::array<QAL_UINT16, 4096> MakePairs()
 {
     std::array<QAL_UINT16, 4096> aTab{};
     for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
-        const auto ulFirst = static_cast<QAL_UINT8>(cb64[i / kSextets]);
-        const auto ulSecond = static_cast<QAL_UINT8>(cb64[i % kSextets]);
-        aTab[i] = static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
+        aTab[i] = TwoCharactersOf(i);
     }
     return aTab;
 }
