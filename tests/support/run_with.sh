@@ -15,7 +15,8 @@ missing=() packages=()
 for program in $1; do
     if ! command -v "$program" >/dev/null; then
         missing+=("$program")
-        packages+=("${package_of[$program]:-$program}")
+        package=${package_of[$program]:-$program}
+        [[ " ${packages[*]} " == *" $package "* ]] || packages+=("$package")
     fi
 done
 if ((${#missing[@]})); then
