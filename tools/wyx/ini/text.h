@@ -36,6 +36,7 @@ class IniSource {
     bool IsUtf16() const;
     /// Does it begin with the UTF-8 byte-order mark, which the library takes for text?
     bool HasByteOrderMark() const { return bytes_.starts_with(kByteOrderMark); }
+    bool HasNul() const { return bytes_.find('\0') != std::string::npos; }
     /// What the library opens: a copy in memory, because the file may change meanwhile.
     const std::string &LoadName() const { return loadName_; }
 

@@ -166,6 +166,28 @@ void PutJson(const Json &document)
     Put(document.Text() + "\n");
 }
 
+void Results::Add(Json item)
+{
+    if (isJson_) {
+        document_.push_back(std::move(item));
+    }
+}
+
+void Results::Fail(Json &item, const Failure &failure)
+{
+    Report(failure);
+    SetError(item, failure);
+    Note(failure.Code());
+}
+
+ExitCode Results::Finish() const
+{
+    if (isJson_) {
+        PutJson(document_);
+    }
+    return worst_;
+}
+
 std::string Hex(std::string_view bytes)
 {
     static constexpr char kDigits[] = "0123456789abcdef";

@@ -62,6 +62,38 @@ void SetTexts(Json &object, const std::string &member, const std::vector<std::st
 /// Writes a document to standard output.
 void PutJson(const Json &document);
 
+/// What a verb finds out about several inputs, each of which may fail: with --json an item for
+/// each, and the gravest exit code.
+class Results {
+  public:
+    explicit Results(bool isJson) : isJson_(isJson) {}
+
+    bool IsJson() const { return isJson_; }
+    void Add(Json item);
+    void Note(ExitCode code) { worst_ = Graver(worst_, code); }
+
+    /// Notes the result of work that adds to an item; if it fails, reports that, also in the item.
+    template <typename Work>
+    void Try(Json &item, Work work)
+    {
+        try {
+            Note(work());
+        } catch (const Failure &failure) {
+            Fail(item, failure);
+        }
+    }
+
+    /// Writes the document, if there is one.
+    ExitCode Finish() const;
+
+  private:
+    void Fail(Json &item, const Failure &failure);
+
+    bool isJson_;
+    Json document_ = Json::array();
+    ExitCode worst_ = ExitCode::kOk;
+};
+
 /// Lower-case hexadecimal digits of bytes.
 std::string Hex(std::string_view bytes);
 

@@ -341,59 +341,39 @@ Json ToJson(const std::string &text, const Fault &fault)
     return item;
 }
 
-/// Explains texts, one after the other.
-class Explainer {
-  public:
-    explicit Explainer(bool isJson) : isJson_(isJson) {}
-
-    void Explain(const std::string &text)
-    {
-        const std::optional<Address> address = Parse(text);
-        if (address) {
-            const std::vector<std::string> notes = NotesOf(text, *address);
-            isJson_ ? document_.push_back(ToJson(text, *address, notes))
-                    : PutAddress(text, *address, notes);
-            return;
-        }
-        worst_ = ExitCode::kMalformed;
-        const Fault fault = FaultOf(text);
-        isJson_ ? document_.push_back(ToJson(text, fault))
-                : PutError(Quoted(text) + " is not an address: at offset " +
-                           std::to_string(fault.offset) + ", " + fault.what);
+void Explain(const std::string &text, Results &results)
+{
+    if (const std::optional<Address> address = Parse(text)) {
+        const std::vector<std::string> notes = NotesOf(text, *address);
+        results.IsJson() ? results.Add(ToJson(text, *address, notes))
+                         : PutAddress(text, *address, notes);
+        return;
     }
-
-    ExitCode Finish() const
-    {
-        if (isJson_) {
-            PutJson(document_);
-        }
-        return worst_;
-    }
-
-  private:
-    bool isJson_;
-    Json document_ = Json::array();
-    ExitCode worst_ = ExitCode::kOk;
-};
+    results.Note(ExitCode::kMalformed);
+    const Fault fault = FaultOf(text);
+    results.IsJson() ? results.Add(ToJson(text, fault))
+                     : PutError(Quoted(text) + " is not an address: at offset " +
+                                std::to_string(fault.offset) + ", " + fault.what);
+}
 
 } // namespace
 
 ExitCode RunAddr(const Arguments &arguments)
 {
-    Explainer explainer(arguments.Has("json"));
+    Results results(arguments.Has("json"));
     for (const std::string &text : arguments.Inputs()) {
         if (text != "-") {
-            explainer.Explain(text);
+            Explain(text, results);
             continue;
         }
         LineInput lines(text);
         for (std::string line; lines.Next(line);) {
             if (!line.empty()) {
-                explainer.Explain(line);
+                Explain(line, results);
             }
         }
     }
-    return explainer.Finish();
+    return results.Finish();
 }
 
 } // namespace wyx::tool

@@ -127,7 +127,6 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 /// Warns of lines that the library joins, or that its save lays out differently.
 void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
-    const bool hasNul = source.Bytes().find('\0') != std::string::npos;
     for (const StoredLine &line : stored.lines) {
         if (HasLineEnd(WithoutLineEnd(line.text))) {
             findings.Warning(line.first, "leading-backslash",
@@ -140,7 +139,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
             findings.Warning(line.first, "fold",
                              "80 bytes or more: the library's save folds it into several lines");
         }
-        if (line.isEnded && !hasNul) {
+        if (line.isEnded && !source.HasNul()) {
             findings.Warning(line.first, "no-line-end",
                              "no line end: the library's save adds a lone CR");
         }
@@ -209,8 +208,8 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
                          "NUL byte: the rest of the line is not read, and lost in a save");
     }
     // The file ends in a line end, but its last line lost it to a backslash.
-    const bool isEscaped = bytes.ends_with('\n') && bytes.find('\0') == std::string::npos &&
-                           !stored.lines.empty() && stored.lines.back().isEnded;
+    const bool isEscaped = bytes.ends_with('\n') && !source.HasNul() && !stored.lines.empty() &&
+                           stored.lines.back().isEnded;
     if (stored.rest != 0 || isEscaped || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {
         findings.Warning(raw.size(), "trailing-backslash",
                          "the backslash at the end of the file is not read, and lost in a save");
@@ -270,24 +269,21 @@ Json ToJson(const Finding &finding)
 }
 
 /// Checks one file.
-ExitCode Check(const std::string &name, const Arguments &arguments, Json &document)
+ExitCode Check(const std::string &name, const Arguments &arguments, Json &item)
 {
     const IniSource source(name);
     Findings findings = CheckFile(source, arguments.Has("errors"));
-    Json json;
-    SetText(json, "file", name);
-    json["findings"] = Json::array();
+    item["findings"] = Json::array();
     bool isMalformed = false;
     for (const Finding &finding : findings.Sorted()) {
         isMalformed = isMalformed || finding.IsError() || arguments.Has("strict");
         if (arguments.Has("json")) {
-            json["findings"].push_back(ToJson(finding));
+            item["findings"].push_back(ToJson(finding));
         } else {
             PutFinding(source, finding);
         }
     }
-    json["ok"] = !isMalformed;
-    document.push_back(std::move(json));
+    item["ok"] = !isMalformed;
     return isMalformed ? ExitCode::kMalformed : ExitCode::kOk;
 }
 
@@ -296,24 +292,14 @@ ExitCode Check(const std::string &name, const Arguments &arguments, Json &docume
 ExitCode RunIniCheck(const Arguments &arguments)
 {
     arguments.RequireOneOf({"errors", "strict"});
-    ExitCode worst = ExitCode::kOk;
-    Json document = Json::array();
+    Results results(arguments.Has("json"));
     for (const std::string &name : arguments.From(0)) {
-        try {
-            worst = Graver(worst, Check(name, arguments, document));
-        } catch (const Failure &failure) {
-            Report(failure);
-            Json item;
-            SetText(item, "file", name);
-            SetError(item, failure);
-            document.push_back(std::move(item));
-            worst = Graver(worst, failure.Code());
-        }
+        Json item;
+        SetText(item, "file", name);
+        results.Try(item, [&] { return Check(name, arguments, item); });
+        results.Add(std::move(item));
     }
-    if (arguments.Has("json")) {
-        PutJson(document);
-    }
-    return worst;
+    return results.Finish();
 }
 
 } // namespace wyx::tool

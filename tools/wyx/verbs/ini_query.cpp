@@ -253,7 +253,7 @@ ExitCode RunIniList(const Arguments &arguments)
             Put(ListRow(line, width));
         }
     }
-    if (source.Bytes().find('\0') != std::string::npos) {
+    if (source.HasNul()) {
         PutWarning(source.Name() + " holds NUL bytes: what follows one on its line is not read");
     }
     return isWhole ? ExitCode::kOk : ExitCode::kMalformed;

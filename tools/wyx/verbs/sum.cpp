@@ -269,37 +269,38 @@ Json ItemOf(const std::string &name, const Algorithm &algorithm)
 
 ExitCode MakeSums(Words names, const Algorithm &algorithm, const Options &options)
 {
-    ExitCode worst = ExitCode::kOk;
-    Json document = Json::array();
+    Results results(options.isJson);
     for (const std::string &name : names) {
         Json item = ItemOf(name, algorithm);
-        try {
+        results.Try(item, [&] {
             const FileSum sum = SumOf(name, algorithm);
             item["sum"] = sum.digits;
             item["bytes"] = sum.bytes;
             if (!options.isJson) {
                 Put(ListLine(algorithm, sum.digits, name, options.form, options.isZero));
             }
-        } catch (const Failure &failure) {
-            Report(failure);
-            SetError(item, failure);
-            worst = Graver(worst, failure.Code());
-        }
-        if (options.isJson) {
-            document.push_back(std::move(item));
-        }
+            return ExitCode::kOk;
+        });
+        results.Add(std::move(item));
     }
-    if (options.isJson) {
-        PutJson(document);
-    }
-    return worst;
+    return results.Finish();
 }
 
 /// Verifies the sums of lists.
 class Checker {
   public:
-    explicit Checker(const Options &options) : options_(options) {}
+    explicit Checker(const Options &options) : options_(options), results_(options.isJson) {}
 
+    ExitCode Check(Words lists)
+    {
+        for (const std::string &list : lists) {
+            Json none; // a list has no item of its own
+            results_.Try(none, [&] { return CheckList(list); });
+        }
+        return results_.Finish();
+    }
+
+  private:
     ExitCode CheckList(const std::string &list)
     {
         count_ = {};
@@ -329,14 +330,6 @@ class Checker {
         return SumUp(list);
     }
 
-    void Finish() const
-    {
-        if (options_.isJson) {
-            PutJson(document_);
-        }
-    }
-
-  private:
     /// What the check of a list found.
     struct Count {
         std::size_t entries = 0;
@@ -392,9 +385,7 @@ class Checker {
             ++count_.unreadable;
             PutVerdict(entry.name, "FAILED open or read");
         }
-        if (options_.isJson) {
-            document_.push_back(std::move(item));
-        }
+        results_.Add(std::move(item));
     }
 
     /// @param fault  empty for a sum that matches
@@ -408,25 +399,9 @@ class Checker {
     }
 
     const Options &options_;
-    Json document_ = Json::array();
+    Results results_;
     Count count_;
 };
-
-ExitCode CheckLists(Words lists, const Options &options)
-{
-    Checker checker(options);
-    ExitCode worst = ExitCode::kOk;
-    for (const std::string &list : lists) {
-        try {
-            worst = Graver(worst, checker.CheckList(list));
-        } catch (const Failure &failure) {
-            Report(failure);
-            worst = Graver(worst, failure.Code());
-        }
-    }
-    checker.Finish();
-    return worst;
-}
 
 Options OptionsOf(const Arguments &arguments)
 {
@@ -462,7 +437,7 @@ ExitCode RunSum(const Arguments &arguments)
     const std::vector<std::string> names = arguments.Inputs();
     if (arguments.Has("check")) {
         arguments.RequireWithout("check", {"binary", "text", "tag", "zero"});
-        return CheckLists(names, options);
+        return Checker(options).Check(names);
     }
     arguments.RequireWith("check", {"ignore-missing", "quiet", "status", "strict", "warn"});
     if (options.only == nullptr) {
