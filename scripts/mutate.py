@@ -212,6 +212,7 @@ class Build:
                 self.products[name] = image(target)
         self.tests = collections.defaultdict(list)
         self.with_units = collections.defaultdict(list)
+        own_folders = {f.name for f in (tree / PARTS["library"].sources).iterdir()} | PARTS.keys()
         listing = json.loads(run(["ctest", "--test-dir", str(folder), "--show-only=json-v1"]))
         for test in listing["tests"]:
             command = test.get("command")
@@ -226,8 +227,9 @@ class Build:
             if not is_test or not (len(command) == 1 or is_emulated):
                 continue
             target = str(program.relative_to(folder))
-            own = image(target) if target in links else None
             entry = Test(program.parent.name, program, tuple(command[:-1]))
+            # A test of all modules is run as it is, also if it includes a header of one.
+            own = image(target) if target in links and entry.folder in own_folders else None
             if own is not None:
                 self.with_units[entry.folder].append((entry, own))
             else:
