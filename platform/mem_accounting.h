@@ -9,9 +9,9 @@
  * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the very last
  * one is larger. As long as a block is held back, its memory is not reused, and a second release of
  * it is recognised: the message names the line that allocated it and both lines that released it.
- * After that the message may name only the line of the second release, or also lines of a later
- * block that holds that address. If the address is the start of a live block by then, there is no
- * message: the second release takes that block from its owner.
+ * Later the message may name only the line of the second release, or also lines of a later block
+ * that contains the address. If a live block starts at that address by then, there is no message:
+ * the second release takes that block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
  * so a write past the end of a block or after its release is not noticed.

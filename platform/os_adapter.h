@@ -101,7 +101,7 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * file is read whole into memory at once, and its descriptor is closed; a read error makes this
  * call fail. Pipes and devices are read piece by piece as XELP_Fgetc() needs more, and end at a
  * read error. Opening a FIFO waits until its other end is open, too. For writing, a name that is
- * itself a symbolic link is refused. A failed call leaves no new file, and an old one as it was.
+ * itself a symbolic link is refused. A failed call leaves no new file and changes no old one.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
  * next "w" for that name within ten seconds only creates a file, and fails if one exists. Only the

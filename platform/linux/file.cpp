@@ -78,8 +78,8 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
 QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile)
 {
     // The library calls this for every byte that it loads. On AArch64 the usual path is six
-    // instructions: one reads both members, and the carry of the addition, from -1 to 0, is a test
-    // without a comparison.
+    // instructions: one loads both members, and the carry of the addition, which is set when -1
+    // becomes 0, saves a comparison.
     const QAL_UINT8 *const pucEnd = pstruFile->pucEnd;
     QAL_ULONG ulRead = 0;
     const bool isAllRead =

@@ -7,8 +7,8 @@
 /// An open file as its caller holds it: a Reader or a Writer. A writer never has a byte to read or
 /// to step back to, so XELP_Fgetc() and XELP_Fseek() ask for the kind only in unusual cases.
 ///
-/// Positions in the buffer count back from its end: a byte is then read with one addition, which
-/// also shows whether there was one.
+/// Positions in the buffer count back from its end: reading a byte then takes one addition, which
+/// also shows whether there is a byte left.
 struct xelpFile {
     const QAL_UINT8 *pucEnd; // after the last buffered byte
     QAL_LONG lRead;          // the byte read last is pucEnd[lRead], so -1 means that all are read

@@ -1,7 +1,7 @@
 // A thread's failure is kept under a pthread key, not in a thread_local variable: Android emulates
 // such variables, allocates at each thread's first use and aborts if there is no memory. A key also
-// has a value for each thread, which ends with the thread, but storing one returns a status if it
-// fails. A process in which nothing fails has no key and looks up no value.
+// has a value for each thread, which ends with the thread, but storing a value reports a failure
+// as a status. A process in which nothing fails has no key and looks up no value.
 #include "file_failure.h"
 
 #include <pthread.h>

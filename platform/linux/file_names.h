@@ -19,11 +19,11 @@ enum class Seen {
     kRenamedAway ///< the file was given another name
 };
 
-/// Notes what was seen of a name that ends in ".ibk", like those of saves; other names are ignored.
-/// A note lasts for ten seconds, and only the last 64 are kept.
+/// Notes what was seen of a name that ends in ".ibk", as a save's new file does; ignores other
+/// names. A note lasts for ten seconds, and only the last 64 are kept.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
-/// Returns whether there is such a note of a name, and forgets it.
+/// Returns whether there is such a note about a name, and forgets the note.
 bool TakeName(Seen enSeen, const QAL_CHAR *pszName);
 
 } // namespace wyx::os

@@ -16,7 +16,7 @@ using wyx::os::Reader;
 constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their size
 
-/// Makes bytes that were just read the buffered ones.
+/// Makes the bytes that were just read the content of the buffer.
 void SetBuffered(Reader &reader, const QAL_UINT8 *pucFirst, QAL_ULONG ulCount)
 {
     const auto lCount = static_cast<QAL_LONG>(ulCount);
@@ -29,7 +29,7 @@ void SetBuffered(Reader &reader, const QAL_UINT8 *pucFirst, QAL_ULONG ulCount)
 /// Reads a regular file to its end.
 bool ReadWhole(Reader &reader, off_t lSize)
 {
-    // The size is a hint: some files report no size, others grow. With room for one byte more, the
+    // The size is a hint: some files report no size, others grow. With room for one more byte, the
     // first read shows whether it has reached the end.
     QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kSmallestWhole;
     QAL_ULONG ulHeld = 0;

@@ -28,10 +28,10 @@ bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
 {
     writer.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(kWriteBuffer));
     if (writer.pucBuffer == nullptr) {
-        return false; // before a file is emptied
+        return false; // the file has not been emptied yet
     }
     if (kFlush) {
-        // Now: by the time the file is closed, a relative name may lead elsewhere.
+        // Opened now: by the time the file is closed, a relative name may lead elsewhere.
         writer.iDirFd = wyx::os::OpenDirectory(wyx::os::DirectoryOf(pszName));
     }
     const bool mustBeNew = wyx::os::TakeName(wyx::os::Seen::kUnreadable, pszName);

@@ -35,7 +35,7 @@ void XELP_MemFreeD(void *pBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFi
 
 void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFile*/)
 {
-    std::free(std::exchange(*ppBlock, nullptr)); // last, so that the call is a jump
+    std::free(std::exchange(*ppBlock, nullptr)); // last, so that it is a tail call
 }
 
 } // extern "C"
