@@ -31,10 +31,10 @@ START = """\
  * @file status_text.h
  * @brief What a status means, in words: one function for each error enumeration, inline.
  *
- * The texts are those of the enumerations up to the first semicolon, copied here by
+ * The texts are the enumerators' comments up to the first semicolon, copied here by
  * `scripts/make_status_text.py`; a number that two enumerators share has the texts of both. They
- * are for logs and messages and may be reworded in any release; programs compare numbers. A number
- * means something only together with its module, so there is no function for all of them.
+ * are for logs and messages and may be reworded in any release; programs should compare numbers. A
+ * number means something only together with its module, so no one function covers all of them.
  *
  * The functions look at nothing but the number. Any number of threads may call them.
  * @code{.c}

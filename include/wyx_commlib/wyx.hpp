@@ -92,7 +92,7 @@ enum class errc : int {
     base64_refused = error_number(module::base64, 1) ///< the calls have no statuses: any failure
 };
 
-/// The status in an error, a number of its module's enumeration; 1 for Base64, which has none.
+/// The status in an error: a number of its module's enumeration, or 1 for Base64, which has none.
 constexpr QAL_UINT32 status_of(errc error) noexcept
 {
     return static_cast<QAL_UINT32>(error) & 0xFFFFU;
@@ -185,7 +185,7 @@ class [[nodiscard]] result : public detail::outcome {
     T value_or(T other) &&noexcept { return std::move(has_value() ? value_ : other); }
 
 #if defined(__cpp_lib_expected)
-    /// The same as the standard's type.
+    /// Converts to the standard's type.
     operator std::expected<T, errc>() &&
     {
         return has_value() ? std::expected<T, errc>(std::move(value_)) : std::unexpected(error());
@@ -193,7 +193,7 @@ class [[nodiscard]] result : public detail::outcome {
 #endif
 };
 
-/// Success, or why there is none.
+/// Success, or why the call failed.
 template <>
 class [[nodiscard]] result<void> : public detail::outcome {
   public:
@@ -202,7 +202,7 @@ class [[nodiscard]] result<void> : public detail::outcome {
     result(errc error) noexcept : outcome(error) {} ///< errc{} is success
 
 #if defined(__cpp_lib_expected)
-    /// The same as the standard's type.
+    /// Converts to the standard's type.
     operator std::expected<void, errc>() const
     {
         return has_value() ? std::expected<void, errc>() : std::unexpected(error());
@@ -310,7 +310,7 @@ class short_text {
 /// @{
 
 namespace detail {
-/// Runs a call with a 32-bit length over memory of any size; empty memory makes no call.
+/// Passes memory of any size in pieces to a call with a 32-bit length; empty memory makes no call.
 template <typename Call>
 void in_pieces(bytes input, Call call) noexcept
 {
@@ -348,7 +348,7 @@ struct md5_digest : std::array<QAL_UINT8, 16> {
     short_text<32> hex() const noexcept { return short_text<32>().add_hex(*this); }
 };
 
-/// An MD5 in progress; a copy continues on its own.
+/// An MD5 in progress; a copy continues independently.
 class md5 {
     MD5_S_CTX context_;
 
@@ -537,8 +537,8 @@ struct ipv6 {
         return static_cast<QAL_UINT32>(octets[2 * i] << 8 | octets[2 * i + 1]);
     }
 
-    /// The short form of RFC 5952, hexadecimal throughout; in brackets and with the port, unless
-    /// the port is 0. parse() reads it as the same address.
+    /// The short form of RFC 5952, every group in hexadecimal; if the port is not 0, in brackets
+    /// and followed by the port. parse() reads it as the same address.
     short_text<47> text() const noexcept
     {
         std::size_t gap = 8;
@@ -614,7 +614,7 @@ class ini_text {
 };
 
 /// A list of names: a range of std::string_view, released with XELP_IniFreeList(). Empty after a
-/// failure; error() then says whether the document has none or could not be read.
+/// failure, such as a section without keys; error() then says why.
 class ini_names : public detail::outcome {
     struct release {
         void operator()(QAL_INT8 **taken) const noexcept { XELP_IniFreeList(taken); }
@@ -670,7 +670,7 @@ inline bool equals_in_any_case(std::string_view text, std::string_view lower) no
     return is_equal;
 }
 
-/// The value of a text that is already trimmed, if all of it can be read.
+/// The value of a trimmed text, if all of the text can be read as one.
 template <typename T>
 std::optional<T> read_as(std::string_view text)
 {
@@ -744,7 +744,7 @@ std::optional<T> read_as(std::string_view text)
 }
 } // namespace detail
 
-/// An INI document: owns its lines, moves, and is consumed by a save.
+/// An INI document. It owns its lines and can be moved; a save consumes it.
 class document {
     XELP_IN_S_INI_FILE_STRUCT doc_{};
 
@@ -784,7 +784,7 @@ class document {
         }
     }
 
-    /// The record, for calls that this class does not have. Empty once the document is moved from.
+    /// The record, for calls that this class does not wrap; empty in a moved-from document.
     XELP_IN_S_INI_FILE_STRUCT &record() noexcept { return doc_; }
     const XELP_IN_S_INI_FILE_STRUCT &record() const noexcept { return doc_; }
     bool is_changed() const noexcept { return doc_.ulLabel != 0; }
@@ -816,7 +816,7 @@ class document {
         return read ? result<T>(*std::move(read)) : result<T>(errc::ini_key_value);
     }
 
-    /// The same, or a default if that fails. For a default that is a text it is a std::string.
+    /// The same, or a default if get() fails. If the default is a text, the type is std::string.
     template <typename T>
     auto get_or(const c_text &section, const c_text &key, T fallback) const
     {
@@ -899,8 +899,8 @@ class document {
         return error_from(status);
     }
 
-    /// Writes the document to its file if it was changed: XELP_IniSaveFileContent(). That consumes
-    /// it whatever the result, hence `std::move(doc).save(name)`; afterwards it holds nothing.
+    /// Writes the document to a file if it was changed: XELP_IniSaveFileContent(). That consumes
+    /// the document whatever the result, hence `std::move(doc).save(name)`; it is empty afterwards.
     result<void> save(const c_text &filename) &&noexcept
     {
         return error_from(XELP_IniSaveFileContent(filename.get(), &doc_));
