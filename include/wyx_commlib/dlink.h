@@ -18,11 +18,11 @@
  * @endcode
  *
  * **Ownership.** A stored user node is *kept* until it leaves the list: a Remove call *hands*
- * it *over* to you, a Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes
- * passes it to the list's release callback, and XELP_DLinkList_Deinit() with another flag drops it.
- * Query and Get calls only return a pointer to it: it stays stored. One record may be stored twice;
- * both elements then share it, and deleting both releases it twice. The list itself and its link
- * nodes belong to the library until XELP_DLinkList_Deinit().
+ * it *over* to you, and a Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes
+ * passes it to the list's release callback. After XELP_DLinkList_Deinit() with another flag it is
+ * yours again. Query and Get calls only return a pointer to it: it stays stored. One record may be
+ * stored twice; both elements then share it, and deleting both releases it twice. The list itself
+ * and its link nodes belong to the library until XELP_DLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
  * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
@@ -34,8 +34,8 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: to the new first element
- * after the first is removed, to the new last after the last is.
+ * A Remove or Delete moves the cursor even if it was on another element: removing the first element
+ * puts it on the new first one, removing the last puts it on the new last one.
  *
  * **Results.** The calls that return a user node set the result to null before they look at
  * anything else, the handle included, so a failure leaves null in it. Two are different:
@@ -58,9 +58,9 @@
  * cursor. Different lists are independent.
  *
  * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
- * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have other
- * numbers: no match is 30 here and 40 there. The headers also differ in when a call sets its result
- * to null.
+ * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have
+ * different numbers: no match is 30 here and 40 there. The headers also differ in when a call sets
+ * its result to null.
  *
  * **Emptiness.** How a call decides that the list is empty matters only if somebody changed its
  * head or link nodes by hand. Insert, Get_CurNode, the cursor moves, the searches and the walk look
@@ -98,7 +98,7 @@ typedef enum xelpDLLInsertPosition WYX_ENUM32 {
 /** What happens to the user nodes when the list is torn down. */
 typedef enum xelpDLLFreeUserNode WYX_ENUM32 {
     XELP_DLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_DLL_FreeUserNode_No = 1,  /**< they stay as they are, as with every value but 0 */
+    XELP_DLL_FreeUserNode_No = 1,  /**< they stay yours; any value but 0 does the same */
     XELP_DLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_DLL_FreeUserNode;
 
@@ -205,7 +205,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
 /**
  * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
  *
- * XELP_DLinkList_Remove(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -325,7 +325,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 /**
  * @brief Removes the element at the cursor and releases it. Constant time.
  *
- * XELP_DLinkList_Remove_CurNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_CurNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL if there is no
@@ -354,7 +354,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the first element and releases it. Constant time.
  *
- * XELP_DLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
@@ -364,7 +364,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases it. Constant time.
  *
- * XELP_DLinkList_Remove_TailNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_TailNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.

@@ -74,7 +74,7 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
 
 using DLinkListEnds = DLinkListTest;
 
-/// The links of the first and the last element that should be null are damaged here.
+/// Here the links that lead out of the list at its ends are not null, though they should be.
 TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {
@@ -84,7 +84,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
         DLinkList_S_Node *const pB = pA->pstruNNode;
         DLinkList_S_Node *const pC = pB->pstruNNode;
         DLinkList_S_Node *const pD = pC->pstruNNode;
-        Head().pstruFirstNode = pB; // and b still leads to a
+        Head().pstruFirstNode = pB; // and b still links to a
         Head().ulTotalNum = 3;
         void *pResult = nullptr;
         EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_HeadNode(list)
@@ -95,7 +95,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
         EXPECT_EQ(pA->pstruNNode, pB); // untouched
         EXPECT_EQ(Text(), "[c]d");
 
-        Head().pstruLastNode = pC; // and c still leads to d
+        Head().pstruLastNode = pC; // and c still links to d
         Head().ulTotalNum = 1;
         EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_TailNode(list)
                            : XELP_DLinkList_Remove_TailNode(list, &pResult),

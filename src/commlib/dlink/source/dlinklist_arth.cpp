@@ -64,8 +64,8 @@ Gap GapOfLast(const Node &node)
     return {node.pstruPNode, nullptr};
 }
 
-/// Releases an element. Not inlined: the platform takes the address of the pointer, for which the
-/// compiler would guard the stack of every caller.
+/// Releases an element. Not inlined: the platform takes the address of a local pointer, so the
+/// compiler would add a stack guard to every caller.
 [[gnu::noinline]] void ReleaseNode(Node *pNode)
 {
     Release(pNode);
@@ -148,7 +148,7 @@ QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const N
     return 0;
 }
 
-/// A Delete call: its Remove call, and then the release of the user node that it hands over.
+/// A Delete call: makes the Remove call, then releases the user node that was handed over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -160,7 +160,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return ulStatus;
 }
 
-/// Deletes an element by its place. Not inlined: three calls share one copy.
+/// Deletes the element at the cursor or at an end. Not inlined: three calls share one copy.
 [[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
                                           QAL_UINT32 (*pfunRemove)(void *, void **))
 {
