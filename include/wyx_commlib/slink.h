@@ -18,11 +18,11 @@
  * @endcode
  *
  * **Ownership.** A stored user node is *kept* until it leaves the list: a Remove call *hands*
- * it *over* to you, a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes
- * passes it to the list's release callback, and XELP_SLinkList_Deinit() with another flag drops it.
- * Query and Get calls only return a pointer to it: it stays stored. One record may be stored twice;
- * both elements then share it, and deleting both releases it twice. The list's one block belongs to
- * the library until XELP_SLinkList_Deinit().
+ * it *over* to you, and a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes
+ * passes it to the list's release callback. After XELP_SLinkList_Deinit() with another flag it is
+ * yours again. Query and Get calls only return a pointer to it: it stays stored. One record may be
+ * stored twice; both elements then share it, and deleting both releases it twice. The list's one
+ * block belongs to the library until XELP_SLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
  * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
@@ -33,8 +33,8 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - the other Get calls leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: to the new first element
- * after the first is removed, to the new last after the last is.
+ * A Remove or Delete moves the cursor even if it was on another element: removing the first element
+ * puts it on the new first one, removing the last puts it on the new last one.
  *
  * **Null result pointers, and results after a failure,** are treated differently from call to
  * call. All calls refuse a null handle. Beyond that:
@@ -104,7 +104,7 @@ typedef enum xelpSLLInsertPosition WYX_ENUM32 {
 /** What happens to the user nodes when the list is torn down. */
 typedef enum xelpSLLFreeUserNode WYX_ENUM32 {
     XELP_SLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_SLL_FreeUserNode_No = 1,  /**< they stay as they are, as with every value but 0 */
+    XELP_SLL_FreeUserNode_No = 1,  /**< they stay yours; any value but 0 does the same */
     XELP_SLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_SLL_FreeUserNode;
 
@@ -220,7 +220,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
 /**
  * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
  *
- * XELP_SLinkList_Remove(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -370,7 +370,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the element at the cursor and releases it. Constant time.
  *
- * XELP_SLinkList_Remove_CurNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_CurNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -380,7 +380,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 /**
  * @brief Removes the first element and releases it. Constant time.
  *
- * XELP_SLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -390,7 +390,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases it. Constant time.
  *
- * XELP_SLinkList_Remove_TailNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_TailNode(), and then the list's release callback on the user node.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -430,12 +430,12 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 /** @name Building blocks
  * These two take and return slots as the other calls do. If you take slots yourself, the list
  * counts more elements than it has. Even then no call reads or writes outside the block. If the
- * count is not 0 but there is no cursor, calls that need one report an empty list
+ * count is not 0 but there is no cursor, calls that need a cursor report an empty list
  * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
  * @{ */
 
 /**
- * @brief Takes a slot from the free chain, but makes no element of it. Constant time.
+ * @brief Takes a slot from the free chain without storing an element in it. Constant time.
  *
  * The slot counts as an element until it is returned.
  *
@@ -450,8 +450,8 @@ WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
  *
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. Must
- *                        not be free already, and must not hold an element. That is not checked;
- *                        such a slot corrupts the list
+ *                        not be free already, and must not hold an element. That is not checked:
+ *                        returning such a slot corrupts the list
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle, the index 0xFFFFFFFF, or one that is
  *         not below the capacity.
  */

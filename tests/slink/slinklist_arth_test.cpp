@@ -305,8 +305,8 @@ TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
     EXPECT_EQ(g_released, "");
 }
 
-/// If a slot is returned while its element is in the list, it links to the free slots. Removing the
-/// element at an end of the list must not follow such a link.
+/// If a slot is returned while its element is still in the list, the slot links to the free ones.
+/// Removing the element at an end of the list must not follow such a link.
 TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {

@@ -192,7 +192,7 @@ QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(c
     return 0;
 }
 
-/// A Delete call: its Remove call, and then the release of the user node that it hands over.
+/// A Delete call: makes the Remove call, then releases the user node that was handed over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -204,7 +204,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return ulStatus;
 }
 
-/// Deletes an element by its place. Not inlined: three calls share one copy.
+/// Deletes the element at the cursor or at an end. Not inlined: three calls share one copy.
 [[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
                                           QAL_UINT32 (*pfunRemove)(void *, void **))
 {
@@ -509,7 +509,7 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     return head.ulFirstNoUseNode != kNone ? TakeSlot(head) : kNone;
 }
 
-// Not inlined into XELP_SLinkList_Insert(), whose usual path then saves no registers.
+// Not inlined into XELP_SLinkList_Insert(), so that its usual path need not save registers.
 [[gnu::noinline]] QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
 {
     if (pstruHead == nullptr) {
