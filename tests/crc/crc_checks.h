@@ -25,7 +25,7 @@ struct Crc {
     QAL_UINT32 (*pfunWhole)(const QAL_UINT8 *, QAL_UINT32, Word *);
     QAL_UINT32 (*pfunPiece)(Word, const QAL_UINT8 *, QAL_UINT32, Word *);
     Word poly;      ///< the coefficients below the highest one, that of x^0 in the lowest bit
-    bool reflected; ///< the first bit of a byte is its lowest, and that of the CRC, too
+    bool reflected; ///< the first bit of a byte, and of the CRC, is its lowest
     QAL_UINT32 ulInvalidPara;
 
     Word Whole(Bytes message) const
@@ -112,7 +112,7 @@ void ExpectRefusesNull(const Crc<Word> &crc)
     }
 }
 
-/// An empty message is not read at all: its pointer is that of an unmapped page here.
+/// An empty message is not read at all: here its pointer leads to an unmapped page.
 template <typename Word>
 void ExpectEmptyChangesNothing(const Crc<Word> &crc)
 {
@@ -127,7 +127,7 @@ void ExpectEmptyChangesNothing(const Crc<Word> &crc)
     }
 }
 
-/// Each single byte, starting from 0, shows one entry of the table.
+/// The CRC of a single byte, starting from 0, is its table entry.
 template <typename Word>
 void ExpectEveryByte(const Crc<Word> &crc)
 {
@@ -162,7 +162,7 @@ void ExpectSplitsToJoin(const Crc<Word> &crc)
     for (std::size_t at = 0; at <= all.size(); ++at) {
         EXPECT_EQ(crc.Piece(crc.Whole(all.first(at)), all.subspan(at)), expected) << at;
     }
-    for (std::size_t size = 1; size <= 64; ++size) { // pieces of one size and the rest
+    for (std::size_t size = 1; size <= 64; ++size) { // pieces of equal size, then the rest
         Word value = 0;
         for (std::size_t at = 0; at < all.size(); at += size) {
             const Bytes piece = all.subspan(at, std::min(size, all.size() - at));
@@ -240,7 +240,7 @@ void ExpectResultMayLieInTheMessage(const Crc<Word> &crc)
     }
 }
 
-/// A message longer than 16 bits can count, joined from halves that fit.
+/// A message whose length does not fit in 16 bits, compared with two pieces whose lengths do.
 template <typename Word>
 void ExpectLongMessage(const Crc<Word> &crc)
 {

@@ -43,7 +43,7 @@ template <typename Form>
 class CrcForms : public testing::Test {};
 TYPED_TEST_SUITE_P(CrcForms);
 
-/// Lengths in which methods and loops begin and end: all the small ones, and those around the sizes
+/// Lengths at which methods and loops begin and end: all the small ones, and those around the sizes
 /// of chunks and buffers.
 std::vector<std::size_t> Lengths()
 {

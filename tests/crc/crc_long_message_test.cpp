@@ -1,5 +1,5 @@
-// A message of 2^31 bytes or more: a sum or an index of a signed type, or of fewer than 32 bits,
-// would go wrong.
+// A message longer than 2^31 bytes: a sum or index that is signed, or has fewer than 32 bits, would
+// go wrong.
 #include <sys/mman.h>
 
 #include <array>
@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kSize = 0x80000000 + 1;
 
-/// The effect of a run of zero bytes on the running value. It is linear, so the image of each bit
-/// is enough.
+/// The effect of a run of zero bytes on the CRC so far. It is linear, so the image of each bit is
+/// enough.
 template <typename Word>
 using ZeroRun = std::array<Word, 8 * sizeof(Word)>;
 

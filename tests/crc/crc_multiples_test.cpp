@@ -16,7 +16,8 @@ namespace {
 
 using Exponents = std::vector<unsigned>; ///< of the terms of a polynomial, highest first
 
-/// The remainders of x^0, x^1, ... by x^uWidth + ... with the lower coefficients @p ulLower.
+/// The remainders of x^0 to x^uHighest, divided by the polynomial of degree @p uWidth whose lower
+/// coefficients are @p ulLower.
 std::vector<QAL_UINT32> Remainders(unsigned uWidth, QAL_UINT32 ulLower, unsigned uHighest)
 {
     std::vector<QAL_UINT32> remainders;
@@ -32,7 +33,7 @@ std::vector<QAL_UINT32> Remainders(unsigned uWidth, QAL_UINT32 ulLower, unsigned
 const std::vector<QAL_UINT32> kCrc16 = Remainders(16, 0x1021, 96);
 const std::vector<QAL_UINT32> kCrc32 = Remainders(32, 0x04C11DB7, 300);
 
-/// Calls visit(exponents, remainder) for every sum of @p count terms x^1 to x^uHighest.
+/// Calls visit(exponents, remainder) for every sum of @p count terms from x^1 to x^uHighest.
 template <typename Visit>
 void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count,
                 Exponents &exponents, QAL_UINT32 ulSum, const Visit &visit)
@@ -78,8 +79,8 @@ class Sums {
     std::vector<bool> filter_;
 };
 
-/// All multiples with a constant term, @p count terms and no higher degree than @p uHighest whose
-/// second term is at least @p uGap below the first.
+/// All multiples up to degree @p uHighest that have @p count terms, one of them constant, and whose
+/// second-highest exponent is at least @p uGap below the highest.
 std::set<Exponents> Multiples(const std::vector<QAL_UINT32> &remainders, unsigned uHighest,
                               unsigned count, unsigned uGap)
 {
@@ -110,7 +111,7 @@ constexpr unsigned kHalfWord = 32;
 
 TEST(SparseMultiples, Crc16PowersHaveFourTerms)
 {
-    // Squaring doubles the exponents and adds none.
+    // Squaring doubles the exponents and adds no term.
     const auto remainders = Remainders(16, 0x1021, 256);
     for (const unsigned uPower : {1U, 2U, 4U, 8U, 16U}) {
         EXPECT_EQ(remainders[16 * uPower] ^ remainders[12 * uPower] ^ remainders[5 * uPower], 1U);

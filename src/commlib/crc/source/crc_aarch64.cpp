@@ -11,10 +11,9 @@ namespace {
 
 // An instruction processes eight bytes. One can start in each cycle, but its result arrives two or
 // three cycles later, so a single stream leaves the unit idle. Three parts of equal length are
-// therefore processed side by side. The value v at the end of a part counts as
-// v * x^(8 * kPart - 32) at the end of the next part, which is kPart bytes later. The sparse
-// multiple below replaces that power of x by five lower ones, all within the last 16 bytes of the
-// next part.
+// therefore processed side by side and then joined: the value v of a part is carried over by adding
+// v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces that power of x by
+// five lower ones, so that all that is added falls into the last 16 bytes of the next part.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {
@@ -51,7 +50,7 @@ QAL_UINT32 AfterTwoWords(QAL_UINT32 ulCrc, const QAL_UINT8 *puc)
     return AfterWord(AfterWord(ulCrc, puc), puc + kWordBytes);
 }
 
-/// The last two words of a part, with the value of the part before it joined in.
+/// The value after the last two words of a part, with that of the preceding part joined in.
 QAL_UINT32 AfterJoin(QAL_UINT32 ulCrc, const QAL_UINT8 *puc, QAL_UINT32 ulBefore)
 {
     const Join join(ulBefore);

@@ -2,9 +2,9 @@
 //
 // Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. In
 // terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both powers of x may be
-// replaced by their remainders by P. The two products then have at most 96 bits, and XORing them
-// into the later vector replaces the earlier one. That is the folding of crc_fold.h with products
-// in place of a sparse multiple's shifts; it works over any distance D.
+// reduced modulo P. The two products then have at most 96 bits, and XORing them into the later
+// vector replaces the earlier one. That is the folding of crc_fold.h with products in place of a
+// sparse multiple's shifts; it works over any distance D.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 
@@ -20,9 +20,9 @@ namespace wyx::crc {
 
 /// x^(64 + width) divided by P, without the quotient's highest term, x^64.
 ///
-/// Multiplying a word W by the whole quotient and dropping everything below x^64 yields W * x^width
-/// divided by P: the remainder of the first division is below x^width, so W times that remainder is
-/// below P * x^64.
+/// Multiply a word W by the whole quotient and drop everything below x^64: what is left is
+/// W * x^width divided by P. It is exact: the quotient's own division leaves a remainder R below
+/// x^width, so W * R / P is below x^64, in the part that is dropped.
 constexpr Word Inverse(Polynomial poly)
 {
     Word ullRem = 1;
@@ -50,11 +50,12 @@ constexpr Word Reversed(Word ullWord)
 
 /// CRC-32: the first bit of a byte is its lowest, so the highest coefficient of a word is its
 /// lowest bit. A product of two words has 127 coefficients; its highest one, x^126, comes out where
-/// x^127 belongs, so every product is multiplied by x. The factors make up for it.
+/// x^127 belongs, so every product comes out multiplied by x. The factors make up for it: each is
+/// one power of x lower.
 struct Order32 {
     using Bits = LowestBitFirst;
 
-    /// The factors that move a vector's halves by that many places.
+    /// The factors that move a vector's halves by @p uPlaces bits.
     static constexpr Vector Factors(unsigned uPlaces)
     {
         return Vector{Reversed(PowerOfX(kCrc32, uPlaces + 64 - 1)),
@@ -80,15 +81,15 @@ struct Order32 {
         // it only contributes below x^64.
         constexpr Vector kInverse = {(Reversed(Inverse(kCrc32)) << 1) | 1, 0};
         const Vector quotient = MultiplyLow(rest, kInverse);
-        // The quotient times P equals W * x^32 except for the remainder, in the last 32 bits.
+        // The quotient times P differs from W * x^32 by the remainder, in the last 32 bits.
         constexpr Vector kPolynomial = {(Reversed(kCrc32.ulLower) >> 31) | 1, 0};
         const Vector value = MultiplyLow(quotient, kPolynomial) ^ rest;
         return static_cast<QAL_UINT32>(value[1]);
     }
 };
 
-/// CRC-16: the first bit of a byte is its highest. With the bytes of a block reversed, the highest
-/// coefficient is the highest bit.
+/// CRC-16: the first bit of a byte is its highest. With the bytes of a block in reverse order, the
+/// highest coefficient is the highest bit.
 struct Order16 {
     using Bits = HighestBitFirst;
 
@@ -110,7 +111,8 @@ struct Order16 {
         const Vector sum = MultiplyHigh(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
         const Vector rest = ShiftDown<2>(sum); // the word above the last 16 bits
         constexpr Vector kInverse = {Inverse(kCrc16), 0};
-        const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest; // rest * x^64
+        // The inverse is without its x^64: adding rest makes up for it.
+        const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest;
         constexpr Vector kPolynomial = {kCrc16.ulLower, 0};
         const Vector value = MultiplyLow(quotient, kPolynomial) ^ sum;
         return static_cast<QAL_UINT16>(value[0]);
@@ -164,8 +166,8 @@ struct Lanes1 {
         128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128};
 };
 
-/// @p ullStart is the running value in the first bits of a word. Zeros in front of the message pad
-/// it to whole blocks, as in FirstWord.
+/// Computes a CRC. @p ullStart is the CRC so far, in the first bits of a word. Zeros in front of
+/// the message pad it to whole blocks, as in FirstWord.
 template <typename Lanes, typename Order>
 inline QAL_UINT32 FoldBlocks(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

@@ -1,13 +1,13 @@
 // Dividing a message by a sparse multiple of its CRC's polynomial, a word or a vector at a time.
 //
 // A message is a polynomial M over GF(2); its first bit is the highest coefficient. Its CRC is the
-// remainder of M * x^width by P.
+// remainder of M * x^width divided by the CRC's polynomial P.
 // 1. Adding a multiple of P to M does not change that remainder.
 // 2. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms. Shift S so that its x^d lines
 //    up with a bit of M that is set, and add it. This clears the bit and flips the bits d - a, ...,
 //    d places after it.
-// 3. Do this bit by bit, from the first on. All but the last d bits are then zero, and the last d
-//    bits are a message with the same remainder.
+// 3. Do this bit by bit, starting with the first. In the end all but the last d bits are zero, and
+//    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. All bits of a word can be cleared at once: XOR the word into the message at each
 //    of the distances.
@@ -60,12 +60,13 @@ struct Sparse {
 struct LowestBitFirst {
     /// Converts between a word and its bytes in memory, as a little-endian machine loads them.
     static Word InMemory(Word ullWord) { return ullWord; }
-    /// Moves bits that many places towards the end of the message; those past the word are dropped.
+    /// Moves bits towards the end of the message; those that leave the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
 };
 
-/// The first bit of a byte is its highest, so that of a big-endian word is its highest, too.
+/// The first bit of a byte is its highest, so the first bit of a big-endian word is its highest,
+/// too.
 struct HighestBitFirst {
     static Word InMemory(Word ullWord) { return __builtin_bswap64(ullWord); }
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
@@ -96,7 +97,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     /// Adds to the word that is taken next.
     void Add(Word ullWord) { aullAdded_[0] ^= ullWord; }
 
-    /// Takes the next word of the message and returns it with what the cleared ones added to it.
+    /// Takes the next word of the message and returns it with what the cleared words add to it.
     Word Take(Word ullMessage)
     {
         const Word ullWord = ullMessage ^ aullAdded_[0];
@@ -148,11 +149,11 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
 /// zeros of a dividend do not change the remainder.
 template <typename Order>
 struct FirstWord {
-    QAL_UINT32 ulBytes; ///< of the message, 1 to 8
+    QAL_UINT32 ulBytes; ///< message bytes in it, 1 to 8
     Word ullWord;
     Word ullNext; ///< the part of the start value that reaches into the second word
 
-    /// @p ullStart is the running value in the first bits of a word; @p ulLen is at least 8.
+    /// @p ullStart is the CRC so far, in the first bits of a word; @p ulLen is at least 8.
     FirstWord(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
         : ulBytes((ulLen - 1) % kWordBytes + 1),
           ullWord(Order::Later(LoadWord<Order>(pucData) ^ ullStart, kWordBits - 8 * ulBytes)),
@@ -166,7 +167,7 @@ struct LastWord {
     Word ullPastEnd;
 };
 
-/// Folds by Long, which is faster, as long as kReach words follow, then by Short.
+/// Folds by Long, which is faster, while at least its kReach words follow; then by Short.
 template <typename Order, typename Long, typename Short>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

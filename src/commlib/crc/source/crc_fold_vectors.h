@@ -44,13 +44,13 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr QAL_UINT32 kMaxRest = kPast + kVectorBytes - 1;
 
     /// Writes a message of at most kMaxRest bytes with the same remainder, and returns its length.
-    /// The given one has at least kMinBytes; @p start is added to its first 16 bytes.
+    /// The given message has at least kMinBytes; @p start is added to its first 16 bytes.
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
         // The vectors cleared so far, as they were just before they were cleared. The next vector
-        // of the message is XORed with those at the multiple's distances before it; before the
-        // message there are zeros.
+        // of the message is XORed with those at the multiple's distances before it. Zeros precede
+        // the message.
         alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
         QAL_UINT8 *const pucCleared = aucBuffer + kPast;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
@@ -72,7 +72,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
                 StoreVector(aucBuffer + i, LoadVector(pucCleared + ulCleared - kPast + i));
             }
         }
-        // The rest is not cleared, so zeros follow the cleared vectors.
+        // The rest is not cleared, so it adds nothing to itself: zeros take its place.
         QAL_UINT8 *const pucEnd = pucCleared + ulCleared;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});

@@ -1,9 +1,10 @@
 // The forms of the checksums, and the one that the library uses.
 //
-// Every form computes the same values as Crc16Plain() and Crc32Plain(). It exists only where the
-// compiler may assume the CPU features it needs, and is chosen when the library is compiled:
-// nothing is detected at run time. No level of x86-64 up to v4 includes carry-less
-// multiplication: to enable it, name a CPU, such as haswell (clmul) or icelake-server (clmul512).
+// Every form computes the same values as Crc16Plain() and Crc32Plain(). A form exists only where
+// the compiler may assume the CPU features that it needs. The library's form is chosen when the
+// library is compiled; nothing is detected at run time. No level of x86-64 up to v4 includes
+// carry-less multiplication: to enable it, name a CPU, such as haswell (clmul) or icelake-server
+// (clmul512).
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 

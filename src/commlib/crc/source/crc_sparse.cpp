@@ -17,8 +17,8 @@ namespace crc16 {
 // The polynomial itself has four terms, and so do its 8th and 16th powers.
 using Power8 = Sparse<128, 96, 40, 0>;
 using Power16 = Sparse<256, 192, 80, 0>;
-// The lowest multiple of four terms whose first two are at least half a word apart, which WordFold
-// needs (SparseMultiples.Crc16Short).
+// The multiple of lowest degree that has four terms, the first two of them at least half a word
+// apart, which WordFold needs (SparseMultiples.Crc16Short).
 using Short = Sparse<73, 36, 26, 0>;
 static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
               Short::IsMultipleOf(kCrc16));
@@ -88,7 +88,7 @@ class RegisterFold {
     Vector aVectors_[kVectors];
 };
 
-constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: setting up costs
+constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: set-up costs time
 
 /// Not inlined, so that short messages do not pay for the buffer.
 [[gnu::noinline]] QAL_UINT16 ByRegisters(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
@@ -131,8 +131,8 @@ namespace crc32 {
 
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
-// For what Long leaves: the lowest multiple of nine terms whose first two are at least half a
-// word apart. None of a usable degree has fewer terms (SparseMultiples.Crc32Short).
+// For what Long leaves: the multiple of lowest degree that has nine terms, the first two of them at
+// least half a word apart. None of a usable degree has fewer terms (SparseMultiples.Crc32Short).
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
@@ -142,7 +142,7 @@ static_assert(85 - 64 <= 32, "folding the last word but one passes the end");
 using Vectors = VectorFold<Long>;
 
 constexpr QAL_UINT32 kMinByLong = 56;     // speed only: below, Short alone is faster
-constexpr QAL_UINT32 kMinByVectors = 512; // speed only: preparing the buffer costs
+constexpr QAL_UINT32 kMinByVectors = 512; // speed only: preparing the buffer costs time
 static_assert(kMinByVectors >= Vectors::kMinBytes);
 
 QAL_UINT32 Finish(LastWord last)
