@@ -6,14 +6,14 @@
  * bytes that the table copies. You supply four callbacks, all of them mandatory: the hash
  * function, the comparison of keys, the release of a key copy, and the release of a user node.
  *
- * The release of a key copy usually is
+ * The callback that releases a key copy usually looks like this:
  * @code{.c}
  * static void ReleaseKey(void *pKey)
  * {
  *     XELP_MemFreeD(pKey, __LINE__, __FILE__); // from os_adapter.h
  * }
  * @endcode
- * and a table is used like this:
+ * A table is used like this:
  * @code{.c}
  * void *table = NULL;
  * XELP_Hash_Init(1021, HashName, CompareNames, ReleaseKey, ReleasePerson, &table);
@@ -32,10 +32,10 @@
  * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy until the entry is
  * removed; the key callback *takes* the copy and must release it with XELP_MemFreeD(). The table
  * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
- * to you, a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
- * node callback, and XELP_Hash_DeInit() with another flag drops it. A query only returns a pointer
- * to it: it stays stored. The table itself and its chain nodes belong to the library until
- * XELP_Hash_DeInit().
+ * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
+ * node callback. After XELP_Hash_DeInit() with another flag it is yours again. A query only returns
+ * a pointer to it: it stays stored. The table itself and its chain nodes belong to the library
+ * until XELP_Hash_DeInit().
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. Nothing is ever rehashed, so choose the number of
@@ -75,7 +75,7 @@
  *
  * **Its siblings** dlink.h and slink.h (lists) look much the same, but differ on purpose. Here the
  * comparator is fixed and compares two keys; a missing cursor has a status of its own; failing
- * searches leave their result untouched; and tearing the table down *without* its user nodes does
+ * searches leave their result untouched; and if a teardown does not release the user nodes, it does
  * not release the key copies either. Up to 70, statuses are numbered as in dlink.h; slink.h numbers
  * them differently from 30 on.
  */
@@ -104,7 +104,7 @@ typedef enum xelpHashErrCode WYX_ENUM32 {
 /** What happens to key copies and user nodes when the table is torn down. */
 typedef enum xelpHashFreeUserNode WYX_ENUM32 {
     XELP_HASH_FreeUserNode_Yes = 0, /**< each goes to its release callback */
-    XELP_HASH_FreeUserNode_No = 1,  /**< both stay as they are, as with every value but 0 */
+    XELP_HASH_FreeUserNode_No = 1,  /**< neither is released; any value but 0 does the same */
     XELP_HASH_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_HASH_FreeUserNode;
 
@@ -233,7 +233,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 /**
  * @brief Removes the entry of a key and releases it.
  *
- * XELP_Hash_RemoveNode(), and then the node callback on the user node.
+ * Calls XELP_Hash_RemoveNode(), and then the node callback on the user node.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
@@ -260,7 +260,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode
 /**
  * @brief Removes the entry at the cursor and releases it.
  *
- * XELP_Hash_RemoveCurNode(), and then the node callback on the user node, if there is one.
+ * Calls XELP_Hash_RemoveCurNode(), and then the node callback on the user node, if there is one.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null handle; #XELP_ERR_HASH_NOW_NULL if the cursor
@@ -290,8 +290,8 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   rest of *its* bucket. A callback that keeps doing so never lets the walk end.
  * - nowhere: the bucket is done.
  *
- * The buckets are taken in order: when one is done, the next one follows, even if the cursor led
- * the walk into another bucket meanwhile.
+ * The buckets are taken in order: when one is done, the next one follows, even if the cursor has
+ * led the walk into another bucket.
  *
  * "Still on that entry" is decided by address. If the callback removes the entry it was called for
  * and saves another, the new chain node may have the old one's address. If so, the walk continues

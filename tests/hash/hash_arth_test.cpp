@@ -484,7 +484,7 @@ TEST_F(HashSearch, ReleasesRunInTheDocumentedOrder)
     void *pResult = nullptr;
     g_onRelease = [&](char chWhat, char ch) {
         EXPECT_EQ((std::string{chWhat, ch}), "kd");
-        // out of the chain, the cursor moved on, but still counted and held
+        // d is out of the chain and the cursor has moved on, but d is still counted and allocated
         EXPECT_EQ(Letter(Head().pstruBase[0]->pstruNNode->pstruUserNode), 'a');
         EXPECT_EQ(Letter(Head().pstruNow->pstruUserNode), 'a');
         EXPECT_EQ(Head().ulNodeNum, 4U);
@@ -842,8 +842,8 @@ TEST_F(HashMemory, EveryCallPassesItsOwnLine)
             lines.insert(event.line);
         }
     }
-    // The table, key copies and nodes are allocated; a key copy is given back; nodes are released
-    // by a removal and by the teardown, and so is the table.
+    // The table, a key copy and a node are allocated; a key copy is given back; a node is released
+    // by a removal and by the teardown, the table by the teardown.
     EXPECT_EQ(lines.size(), 7U);
 }
 

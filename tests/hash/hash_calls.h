@@ -1,9 +1,8 @@
 // Calls on a hash table of letters, compared with a plain model, and the callbacks of such a table.
 //
 // A key begins with a letter, and only that letter counts. Its hash value is the letter's place in
-// the alphabet, 'a' being 0. A table is written bucket by bucket, each from
-// its newest entry to its oldest, with the cursor in brackets: three buckets after saving a, b and
-// d are "[d]a|b|".
+// the alphabet, 'a' being 0. A table is written bucket by bucket, each from its newest entry to its
+// oldest, with the cursor in brackets: three buckets after saving a, b and d are "[d]a|b|".
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H
 #define WYX_TESTS_HASH_HASH_CALLS_H
 
@@ -27,10 +26,10 @@ namespace wyx::test::hash {
 
 /// The calls of the callbacks: "hX" hash, "X=Y" comparison, "kX" and "nX" releases.
 inline std::string g_calls;
-/// What a release does in addition; called with "k" or "n" and the letter.
+/// If set, called on each release, with 'k' or 'n' and the letter.
 inline std::function<void(char, char)> g_onRelease;
 inline QAL_UINT32 g_hashStatus = 0; ///< what the hash function returns
-inline QAL_UINT32 g_hashBase = 0;   ///< what it adds to each value
+inline QAL_UINT32 g_hashBase = 0;   ///< what the hash function adds to each value
 
 inline QAL_UINT32 HashOf(char ch)
 {
@@ -154,8 +153,8 @@ inline std::vector<void *> KeyCopiesOf(const void *pTable)
 
 // ---- a plain model, and random calls compared with it ----
 
-/// Random calls on an empty table, each also made on plain vectors and compared. Nothing else may
-/// hold blocks of the platform double.
+/// Random calls on a table that begins empty, each also made on plain vectors and compared. Nothing
+/// else may hold blocks of the platform double.
 class RandomCalls {
   public:
     RandomCalls(void *pTable, Random &random)
@@ -264,7 +263,7 @@ class RandomCalls {
 
     Bucket &BucketOf(char ch) { return buckets_[HashOf(ch) % buckets_.size()]; }
 
-    /// The place of a letter in a bucket; its end if there is none.
+    /// The place of a letter in a bucket; the bucket's size if the letter is not there.
     static std::size_t PlaceIn(const Bucket &bucket, char ch)
     {
         const auto it = std::find_if(bucket.begin(), bucket.end(),
@@ -440,7 +439,8 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// Calls while the hash function leads to another bucket than when the entry was saved.
+    /// Removes at the cursor while the hash function leads to a different bucket than when the
+    /// entry was saved.
     void RemoveCurrentWithAnotherHash()
     {
         const QAL_UINT32 ulBase = g_hashBase;
@@ -570,7 +570,7 @@ class RandomCalls {
         const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
         StepInCallback(2);
         g_calls.clear();
-        // The same address means the same entry here, even if the entry is new at that address.
+        // The walk takes the same address for the same entry, even if the entry there is new.
         walk.chNext = cursor_;
         if (cursor_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
             const Bucket &bucket = BucketOf(cursor_);

@@ -74,18 +74,18 @@ void *Unlink(Head &head, Node **ppLink)
 {
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
-    // Kept: after the last entry of a chain the cursor is null; it does not go to the next bucket
+    // Kept: if the last entry of a chain is removed, the cursor is null, not in the next bucket
     // (HashCursor.StaysInTheBucketOfARemovedEntry).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // an adapter may keep the node for inspection; its key is gone
+    pNode->pstruKey = nullptr; // an adapter may keep the node for inspection; the key is gone
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
     return pUserNode;
 }
 
-/// A Delete call: its Remove call, and then the release of the user node that it hands over.
+/// A Delete call: makes the Remove call, then releases the user node that was handed over.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
