@@ -29,7 +29,7 @@ inline std::string ModelEncoded(std::string_view bytes)
     return text;
 }
 
-/// @p text includes the byte after its length.
+/// @p text includes the byte past the length that the decoder is given.
 inline std::optional<std::string> ModelDecoded(std::string text)
 {
     std::replace(text.begin(), text.end(), '-', '+');

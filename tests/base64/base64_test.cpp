@@ -1,4 +1,5 @@
-// Base64 both ways: published vectors, a bit-by-bit model, and the record of the platform's calls.
+// Base64 both ways: published vectors, a bit-by-bit model, and a record of the calls to the
+// platform.
 #include "wyx_commlib/base64.h"
 
 #include <gtest/gtest.h>
@@ -34,8 +35,8 @@ QAL_UINT8 *Bytes(char *pch)
 
 using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
-/// The result of a call whose input is copied flush against an unmapped page: @p beyond is what
-/// follows the length, nothing if that must not be read. None if the call failed.
+/// The result of a call whose input is copied flush against an unmapped page; none if the call
+/// failed. @p beyond follows the input, and is empty if no byte after the input may be read.
 std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
                                    std::string_view beyond)
 {
@@ -177,7 +178,7 @@ TEST_F(Base64Decode, LenientForms)
         {"TW\r\nFu", "Man"},
         {"T=WFu", "Man"},
         {"\n\r=TWFu", "Man"},
-        {"TQ==TQ==", "M\x04\xD0"}, // padding ends nothing: the quads continue
+        {"TQ==TQ==", "M\x04\xD0"}, // padding does not end the text
         {{"TW\0Fu", 5}, "Man"},
         {{"\0", 1}, kEmpty},
         {"====", kEmpty},
@@ -355,7 +356,7 @@ TEST_F(Base64Encode, AgreesWithAnIndependentLibrary)
 }
 #endif
 
-// --- What is requested of the platform.
+// --- What is requested from the platform.
 
 /// The memory calls of one conversion of @p lLen bytes whose result is kept.
 std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *pucInput,
@@ -485,8 +486,8 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// The size of such a block is what the formula yields, if that is from 0, which counts as one byte,
-// to 5.
+// Such a block has the size that the formula yields if that is 0 to 5, where 0 counts as one byte;
+// otherwise it has one byte.
 TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 {
     constexpr Length kLengths[] = {
@@ -503,7 +504,7 @@ TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
         {-1000000000, 1},
         {-0x40000000 + 2, 1},
         {-0x40000000 + 1, 1}, // four times this is 4
-        {-0x40000000, 5},     // and this, 0
+        {-0x40000000, 5},     // four times this is 0
         {-0x40000001, 4},
         {-0x60000001, 1},
         {INT_MIN + 1, 1},
@@ -523,7 +524,7 @@ TEST_F(Base64Decode, NegativeLengthDecodesToNothing)
                 {-5, 1},          {-6, 0},          {-7, 1},          {-1000, 1},
                 {-715827882, 1},  {-715827883, 1}, // three times this is 2^31 - 1 in 32 bits
                 {-1000000000, 1}, {-1073741824, 1}, {-1431655763, 5}, // three times this is 7
-                {-1431655765, 4},                                     // and this, 1
+                {-1431655765, 4},                                     // three times this is 1
                 {-1431655766, 4}, {INT_MIN, 1},
             };
     for (const Length &length : kLengths) {
@@ -557,7 +558,7 @@ TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
     }
 }
 
-/// Requests a block of that size, which the machine does not have, whatever the input.
+/// The call requests a block of that size. The request is made to fail: the block would be huge.
 void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);

@@ -72,16 +72,16 @@ QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
     return pucIn[0] == '\r' && pucIn[1] == '\n' ? 2 : 0;
 }
 
-/// Decodes the usual form from the start of a text: quads, and after a line break, lines of as many
-/// quads as the first. Returns the number of characters and adds the number of bytes to @p ulOut.
+/// Decodes the usual form at the start of a text: lines with the same number of quads. Returns the
+/// number of characters decoded and adds the number of bytes to @p ulOut.
 QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
                        QAL_UINT32 &ulOut)
 {
     const QAL_UINT32 ulLine = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
     QAL_UINT32 ulDone = ulLine;
     ulOut += ulLine / 4 * 3;
-    // The length of a line is assumed, so the CPU starts on the next line before it knows that this
-    // one holds nothing unusual.
+    // Each line is assumed to be as long as the first, so the CPU can start on the next one before
+    // it knows that this one holds nothing unusual.
     while (ulLen - ulDone > 2 + ulLine) { // speed only
         const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
         if (ulBreak == 0 ||
@@ -94,7 +94,7 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return ulDone;
 }
 
-/// Decodes a quad that ends with one or two `=`, and returns its number of bytes; 0 for any other.
+/// Decodes a quad that ends in one or two `=` and returns its number of bytes; 0 for other quads.
 QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 {
     const bool hasTwo = pucQuad[2] != '=';
@@ -125,7 +125,7 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
         if (ucMeaning == kSkipped) {
             continue;
         }
-        if (ulFound == 0) { // all up to the first unusual character
+        if (ulFound == 0) { // a quad begins: decode as far as the form is the usual one
             i += DecodeLines(pucIn + i, ulLen - i, pucOut, ulOut);
             ucMeaning = kMeanings[pucIn[i]];
         }
@@ -185,7 +185,7 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
 }
 
 // The longest inputs whose output fits the requested block. Kept: a size that has wrapped to a
-// negative number is requested as the unsigned number of the same bits, which is more than the
+// negative number is requested as the unsigned number with the same bits, which is more than the
 // output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For an
 // input one byte longer, the size is 0.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
@@ -193,21 +193,21 @@ constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
 static_assert(DecodedSize(kMostDecoded) == -1 && DecodedSize(kMostDecoded + 1) == 0);
 
-/// Allocates the block of an output, @p lSize bytes by the formula.
+/// Allocates the block for an output; @p lSize is its size by the formula.
 QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize, QAL_UINT32 ulLine)
 {
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // A negative length has an empty output, which takes one byte, its NUL. That byte is requested
-    // if the formula yields a size of no use: less than 0, or more than EncodedSize(0).
+    // A negative length has an empty output, which is just a NUL. One byte is requested for it if
+    // the formula yields a useless size: less than 0, or more than EncodedSize(0).
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
-/// Releases an output. Not inlined: a release takes the address of a local, for which the compiler
-/// would guard the stack of MOX_BASE64Decode().
+/// Releases an output. Not inlined: a release takes the address of a local, and the compiler would
+/// add a stack guard to MOX_BASE64Decode() for that.
 [[gnu::noinline]] void ReleaseOutput(QAL_UINT8 *&pucOutput, QAL_UINT32 ulLine = __builtin_LINE())
 {
     wyx::Release(pucOutput, ulLine);
@@ -250,7 +250,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (pucOutput == nullptr) {
         return 0;
     }
-    // A negative length ends before the first character: not even the one past the end is read.
+    // With a negative length nothing is read, not even the character past the end.
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), pucOutput);
     if (ulOut == kNoText) {

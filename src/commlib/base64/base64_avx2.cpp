@@ -1,5 +1,5 @@
-// Base64 with AVX2: multiplications move six-bit fields to bytes. Adding an offset, one for each
-// range of the alphabet, turns sextets into characters or back.
+// Base64 with AVX2: multiplications move six-bit fields to bytes. Sextets become characters, and
+// the other way round, by adding an offset that depends on the range of the alphabet.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -45,8 +45,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
             _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups))),
             _mm_loadu_si128(reinterpret_cast<const __m128i *>(pucGroups + 12)), 1);
         const __m256i words = _mm256_shuffle_epi8(in, spread);
-        // The first and the third field go down by 10 and 6 bits, the second and the fourth up by 4
-        // and 8: a multiplication by a power of two whose high or low half is kept.
+        // The first and third fields move down by 10 and 6 bits, the second and fourth up by 4
+        // and 8. Each move is a multiplication by a power of two; one half of the product is kept.
         const __m256i down = _mm256_mulhi_epu16(
             _mm256_and_si256(words, _mm256_set1_epi32(0x0FC0FC00)), _mm256_set1_epi32(0x04000040));
         const __m256i up = _mm256_mullo_epi16(
@@ -65,8 +65,9 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     // 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
-        Twice({// Low nibble 0 excludes '@' and '`'; A to F, ':' and what follows it; B to F, '[',
-               // '{' and what follows them. Of the punctuation, only '+' and '/' remain.
+        Twice({// Low nibble 0 excludes '@' and '`'; low nibbles A to F exclude ':' and what follows
+               // it; B to F also exclude '[', '{' and what follows them. Of the punctuation, only
+               // '+' and '/' remain.
                16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
                16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});
     const __m256i distances = Twice(
@@ -74,7 +75,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    // A step writes 32 bytes for 24; the 16 characters after it make room for the other 8.
+    // A step decodes 24 bytes but writes 32; the 16 characters after it make room for the other 8.
     for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);

@@ -17,8 +17,8 @@ constexpr QAL_UINT32 kBytes = 48; // bytes that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
-/// Where each byte comes from when each group of three is spread over a word in which no sextet is
-/// split.
+/// The source of each byte when every group of three bytes is spread over a word so that no sextet
+/// is split.
 consteval Bytes MakeSpread()
 {
     Bytes aTab{};
@@ -29,7 +29,7 @@ consteval Bytes MakeSpread()
     return aTab;
 }
 
-/// Where each byte comes from when words of three bytes, the last byte lowest, are packed.
+/// The source of each byte when words of three bytes, the last byte lowest, are packed.
 consteval Bytes MakePack()
 {
     Bytes aTab{};
@@ -57,7 +57,7 @@ constexpr Bytes kPack = MakePack();
 constexpr Bytes kLowSextets = MakeSextetsFrom(0);
 constexpr Bytes kHighSextets = MakeSextetsFrom(kChars);
 
-// Without a mask, GCC 12 warns about its own header.
+// GCC 12 warns about its own header if an intrinsic without a mask is used.
 constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};
 
 /// A bit for each of the first @p ulCount bytes of a vector, 1 to 64.
@@ -74,8 +74,8 @@ __m512i Permuted(const void *pPlaces, __m512i bytes)
 __m512i CharactersOf(__m512i bytes)
 {
     const __m512i words = Permuted(kSpread.data(), bytes);
-    // A word is b1 b0 b2 b1, lowest first: the sextets begin at its bits 10, 4, 22 and 16. The bits
-    // above them do not take part in the look-up.
+    // A word is b1 b0 b2 b1, lowest first: the sextets begin at its bits 10, 4, 22 and 16. The
+    // look-up ignores the bits above them.
     const __m512i sextets =
         _mm512_maskz_multishift_epi64_epi8(kAll, _mm512_set1_epi64(0x3036242A1016040A), words);
     return _mm512_maskz_permutexvar_epi8(kAll, sextets, _mm512_loadu_si512(cb64));
@@ -90,7 +90,7 @@ __m512i SextetsOf(__m512i chars)
         sextets, _mm512_and_si512(chars, _mm512_set1_epi32(static_cast<QAL_INT32>(0x80808080))));
 }
 
-/// The bytes of sextets, in the lower 48.
+/// The bytes of sextets, in the lowest 48 bytes.
 __m512i BytesOf(__m512i sextets)
 {
     // Join pairs of sextets into 12 bits, and pairs of those into 24.

@@ -10,8 +10,8 @@
 // after those it decodes: at most as many as the remaining characters decode to, plus one. A
 // decoder's buffer always has that room.
 //
-// A form exists only where the compiler may assume the CPU features it needs, and is chosen when
-// the library is compiled: nothing is detected at run time.
+// A form exists only where the compiler may assume the CPU features that it needs. The library's
+// form is chosen when the library is compiled; nothing is detected at run time.
 #ifndef WYX_COMMLIB_BASE64_KERNEL_H
 #define WYX_COMMLIB_BASE64_KERNEL_H
 
@@ -44,7 +44,7 @@ inline constexpr QAL_CHAR cb64[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 inline constexpr QAL_UINT8 kSextets = 64;
 
-/// The two characters of the lowest 12 bits, the first in the low byte.
+/// The two characters that encode the lowest 12 bits, the first in the low byte.
 constexpr QAL_UINT16 TwoCharactersOf(QAL_UINT64 ullBits)
 {
     const QAL_UINT32 ulFirst = static_cast<QAL_UINT8>(cb64[ullBits / kSextets % kSextets]);
@@ -68,7 +68,7 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
     return aTab;
 }
 
-/// Any CPU: a look-up encodes two characters or decodes one, in tables of 8 and 4 KiB.
+/// Any CPU: a look-up yields two characters or decodes one, in tables of 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

@@ -14,7 +14,7 @@
 namespace wyx::base64::neon {
 namespace {
 
-constexpr QAL_UINT8 kHasValue = 0x80; // marks the sextet of a character that has one
+constexpr QAL_UINT8 kHasValue = 0x80; // marks the sextet of a character that has a value
 
 /// The sextets of the characters 0 to 127, marked; 0 for characters without a value.
 consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
@@ -53,7 +53,7 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
 /// The marked sextets of characters; 0 for those without a value.
 uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
 {
-    // An index of 64 or more looks up 0, so at least one of the two halves is 0.
+    // An index of 64 or more looks up 0, so at least one of the two look-ups yields 0.
     return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
 }
 
@@ -136,8 +136,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         vst3q_u8(pucNext, out);
         pucNext += 48;
     }
-    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as is known
-    // Spares the step that would only find the padding.
+    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as known
+    // Saves the step that would only find the padding.
     if (ulEnd != 0 && pucIn[ulEnd - 1] == '=') { // speed only
         ulEnd -= 4;
     }

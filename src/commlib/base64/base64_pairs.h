@@ -1,4 +1,4 @@
-// Two characters of Base64 at once: the look-up table of the forms without wide shuffles.
+// The table that encodes two characters of Base64 at once, for forms without wide shuffles.
 #ifndef WYX_COMMLIB_BASE64_PAIRS_H
 #define WYX_COMMLIB_BASE64_PAIRS_H
 
@@ -18,7 +18,7 @@ consteval std::array<QAL_UINT16, 4096> MakePairs()
 
 inline constexpr auto kPairs = MakePairs();
 
-/// The characters of the lowest 12 bits.
+/// The characters that encode the lowest 12 bits.
 inline QAL_UINT16 PairOf(QAL_UINT64 ullBits)
 {
     return kPairs[ullBits % kPairs.size()];

@@ -11,7 +11,7 @@
 namespace wyx::base64::sse2 {
 namespace {
 
-/// The characters of the lowest 12 bits, in the type that _mm_insert_epi16() takes.
+/// The characters that encode the lowest 12 bits, in the type that _mm_insert_epi16() takes.
 short Inserted(QAL_UINT64 ullBits)
 {
     return static_cast<short>(PairOf(ullBits));

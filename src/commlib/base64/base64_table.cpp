@@ -1,5 +1,6 @@
-// Base64 by tables. Encoding looks up two characters at once by 12 bits. Decoding looks up each of
-// four characters in a table for its place and joins the results into a word of three bytes.
+// Base64 by tables. Encoding looks up 12 bits at a time, which yields two characters. Decoding
+// looks up each of four characters in the table of its place and joins the results into a word of
+// three bytes.
 #include "base64_kernel.h"
 
 #include <bit>
@@ -13,7 +14,7 @@ static_assert(std::endian::native == std::endian::little);
 namespace wyx::base64::table {
 namespace {
 
-/// Writes the characters of the lowest 12 bits.
+/// Writes the characters that encode the lowest 12 bits.
 void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
 {
     const QAL_UINT16 uwPair = PairOf(ullBits);
@@ -22,7 +23,7 @@ void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
 
 constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
 
-/// What the characters at one place of a quad contribute to the word of its three bytes, the first
+/// What each character at place @p ulPlace of a quad adds to the word of three bytes, the first
 /// byte lowest.
 consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
 {
