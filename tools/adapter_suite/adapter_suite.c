@@ -2,9 +2,9 @@
  * Tries what os_adapter.h and bounded.h promise of every adapter on the library it is given, and
  * prints a line for each promise. What only the default adapter promises is not tried.
  *
- * Each promise is tried in a process of its own, so that a crash or an endless loop is a result as
- * any other. Files get names in a new folder of the system's for temporary files, and are looked at
- * through the adapter alone: they need not be the system's.
+ * Each promise is tried in a process of its own, so that a crash or an endless loop is a result
+ * like any other. Files get names in a new temporary folder, but are accessed through the adapter
+ * alone: they need not be files of the system.
  */
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -69,7 +69,7 @@ enum { SECONDS = 30, PAGE = 65536, OLD = 0xEE, SKIPPED = 77 };
 static const char *pszFolder; /* for the names of files */
 static const char kCaller[] = "adapter_suite.c";
 
-/* Ends the process that tries a promise; what an adapter prints at its end is not for here. */
+/* Ends the process that tries a promise; discards what the adapter prints at exit. */
 static void End(int iResult)
 {
     fflush(stdout);
@@ -406,7 +406,7 @@ static void SeekStepsBack(void)
         CHECK(p_XELP_Fgetc(file) == text[i]);
     }
     CHECK(p_XELP_Fgetc(file) == -1);
-    CHECK(p_XELP_Fseek(file, -1, 1) == 0); /* the end is no byte: the last one comes again */
+    CHECK(p_XELP_Fseek(file, -1, 1) == 0); /* from the end, back to the last byte */
     CHECK(p_XELP_Fgetc(file) == text[LENGTH - 1]);
     CHECK(p_XELP_Fgetc(file) == -1);
     CHECK(p_XELP_Fclose(file) == 0);
@@ -574,7 +574,7 @@ static char *AtEnd(const char *pszText)
     return copy;
 }
 
-/* Into a locale in which bytes beyond ASCII are letters, if there is one. */
+/* Sets a locale in which bytes beyond ASCII are letters, if there is one. */
 static void LeaveC(void)
 {
     static const char *const kNames[] = {"tr_TR.ISO-8859-9", "de_DE.ISO-8859-1", "tr_TR.UTF-8",
@@ -690,7 +690,7 @@ static void StriCmpOrders(void)
 /* ---- Bounded routines --------------------------------------------------------------------------
  */
 
-/* A block of a size, filled with old bytes, that ends where memory does. */
+/* A block of the given size, filled with old bytes, that ends where memory does. */
 static char *Block(size_t size)
 {
     char *const end = MemoryEnd();
@@ -698,7 +698,7 @@ static char *Block(size_t size)
     return end - size;
 }
 
-/* Whether a part of it is as it was, and all before it. */
+/* Whether a part of such a block, and the two bytes before the block, are as they were. */
 static int IsOld(const char *pBlock, size_t from, size_t to)
 {
     const unsigned char *const bytes = (const unsigned char *)pBlock;
@@ -783,7 +783,7 @@ static void StrcpyCopies(void)
             CHECK(strcmp(block, text) == 0 && IsOld(block, length + 1, max + 1));
         }
     }
-    CHECK(p_wyx_strcpy_s(Block(4), ULONG_MAX, "abc") == 0); /* a bound that says nothing */
+    CHECK(p_wyx_strcpy_s(Block(4), ULONG_MAX, "abc") == 0); /* a bound that limits nothing */
 }
 
 static void StrcpyRefuses(void)
@@ -946,7 +946,7 @@ static const struct {
 };
 enum { PROMISES = sizeof kPromises / sizeof kPromises[0] };
 
-/* With what the adapter has left there, if its files are the system's. */
+/* Also removes what the adapter has left there, if its files are the system's. */
 static void RemoveFolder(void)
 {
     DIR *const folder = opendir(pszFolder);
