@@ -1,4 +1,4 @@
-// wyx: the command line over libwyx_commlib.
+// wyx: the command-line tool of libwyx_commlib.
 #include <algorithm>
 #include <exception>
 #include <string>
@@ -59,7 +59,7 @@ ExitCode Run(Words words)
     return arguments.Has("help") ? Help(command) : command.run(arguments);
 }
 
-/// Reports what ended the tool; as JSON, too, if that was asked for.
+/// Reports the failure that ended the tool; as JSON, too, with --json.
 ExitCode Ended(const Failure &failure, Words words)
 {
     Report(failure);

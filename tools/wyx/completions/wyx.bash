@@ -1,4 +1,4 @@
-# Completion of wyx for bash: the tool itself says what a word could become.
+# Completion of wyx for bash: the tool itself offers the words that fit.
 
 # _wyx_plain WORD: a word of the command line without its quotes. Nothing in it is expanded but a
 # tilde: completing must not run what somebody is typing.

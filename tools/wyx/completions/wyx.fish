@@ -1,4 +1,4 @@
-# Completion of wyx for fish: the tool itself says what a word could become.
+# Completion of wyx for fish: the tool itself offers the words that fit.
 function __wyx_complete
     set -l words (commandline -opc)
     set -l current (commandline -ct)

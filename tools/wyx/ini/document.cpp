@@ -106,7 +106,7 @@ void RequireMemory(QAL_UINT32 status)
     }
 }
 
-/// The names of a list that the library handed over, none if it has not found any.
+/// The names of a list that the library handed over; empty if it found none.
 std::vector<std::string> TakeNames(QAL_UINT32 ulStatus, QAL_INT8 **ppszList, QAL_UINT32 ulCount)
 {
     RequireMemory(ulStatus);

@@ -1,4 +1,4 @@
-// A file as lookups see it, and what to say about what they do not find.
+// A file as lookups see it, and the messages for what they do not find.
 #ifndef WYX_TOOL_INI_DOCUMENT_H
 #define WYX_TOOL_INI_DOCUMENT_H
 
@@ -20,7 +20,7 @@ struct Lookup {
     bool operator==(const Lookup &) const = default;
 };
 
-/// Replaces a header that cannot be read. Its name, a line end, is one that nobody can ask for.
+/// Replaces a header that cannot be read. Its name is a line end, which nobody can ask for.
 constexpr const char *kNobodysHeader = "[\n]\n";
 
 /// A document of the library.
@@ -40,10 +40,10 @@ class IniDocument {
     // Blanks around a section's name do not count: "[ a ]" is section "a", and other programs call
     // it " a ".
 
-    /// The names of all sections, none if there are none.
+    /// The names of all sections.
     /// @throws std::bad_alloc
     std::vector<std::string> Sections() const;
-    /// The names of the keys in the last block of a section, none if there are none.
+    /// The names of the keys in the last block of a section; empty if there is no such section.
     /// @throws std::bad_alloc
     std::vector<std::string> Keys(const std::string &section) const;
 
@@ -55,7 +55,7 @@ class IniDocument {
     XELP_IN_S_INI_FILE_STRUCT record_ = {};
 };
 
-/// A stretch of a file.
+/// A range of bytes or lines.
 struct Range {
     std::size_t begin = 0;
     std::size_t end = 0;
@@ -91,7 +91,8 @@ class IniText {
     /// @throws Failure that names the first such line
     void RequireReadable() const;
 
-    /// Says that a key or, for any other status, its section is missing, and what might be meant.
+    /// The failure of a lookup, whose status says whether the key or the section is missing; its
+    /// hint says what might be meant.
     Failure NotFound(QAL_UINT32 status, const std::string &section, const std::string &key) const;
 
   private:

@@ -32,7 +32,7 @@ bool HasBlankEnd(std::string_view text)
     return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
 }
 
-/// Does a text end in a backslash that joins what follows? Those in pairs are text.
+/// Does a text end in a backslash that joins what follows? Pairs of backslashes are text.
 bool EndsInBackslash(std::string_view text)
 {
     const std::size_t last = text.find_last_not_of('\\');
@@ -139,7 +139,7 @@ Style StyleOfLine(std::string_view line, bool hasValue)
     return style;
 }
 
-/// A key line in a style. Equals signs in a column stay in it.
+/// A key line in a style. If the equals signs are in a column, the new one is, too, if it fits.
 std::string KeyLine(const Style &style, const Edit &edit)
 {
     std::string before = style.beforeEquals;
@@ -153,12 +153,12 @@ std::string KeyLine(const Style &style, const Edit &edit)
 
 /// The line that the library means, found by making the change in a trial document.
 struct Meant {
-    std::size_t line = 0; // the line of the key; for a new key, one of those after its place
+    std::size_t line = 0; // the line of the key; for a new key, a line after its place
     bool isKey = false;   // the key is there
     bool isNewSection = false;
 };
 
-/// Does a slot of a document hold what it held when it was made of the text?
+/// Does a slot of a document still hold what it held when the document was made from the text?
 bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, std::size_t slot)
 {
     const bool isEmpty = record.pStrLine[slot] == nullptr;
@@ -186,7 +186,7 @@ Meant FindMeant(const IniText &text, const Edit &edit)
     std::string section = edit.section;
     std::string key = edit.key;
     std::string other = old.value == "1" ? "2" : "1"; // so that its line changes
-    // A line that becomes too long fails the call, but only after its slot was added or emptied.
+    // If the line becomes too long, the call fails, but only after it has added or emptied a slot.
     if (XELP_IniSetKeyValue(&record, section.data(), key.data(), other.data()) ==
         XELP_ERR_INI_INTERNAL) {
         throw std::bad_alloc();
@@ -259,9 +259,9 @@ class Editor {
     const Edit &edit_;
     const Owners owners_;
     std::vector<Splice> splices_;
-    std::set<std::size_t> removed_;      // lines that go
+    std::set<std::size_t> removed_;      // lines that are removed
     std::optional<std::size_t> changed_; // the line that changes
-    std::size_t added_ = 0;              // how many are new ...
+    std::size_t added_ = 0;              // how many new lines are inserted ...
     std::size_t addedAt_ = 0;            // ... before this line
 };
 
@@ -358,7 +358,7 @@ void Editor::Replace(std::size_t line)
     RequireSameForOthers(line);
     const std::string &stored = text_.Lines()[line].text;
     const std::string value = text_.Parts()[line].value.value_or("");
-    // Where the value is in the stored line.
+    // The range of the value in the stored line.
     const std::size_t afterEquals = stored.find('=') + 1;
     std::size_t begin = std::min(stored.find_first_not_of(kBlanks, afterEquals), stored.size());
     std::size_t end = begin + value.size();
@@ -515,7 +515,7 @@ std::unique_ptr<IniText> Editor::Finish() const
     return after;
 }
 
-/// Refuses a new line that does not read back as it was asked for.
+/// Refuses a new line that does not read back as requested.
 void Editor::RequireSet(const IniText &after, std::size_t line) const
 {
     const std::string shown = ShownValue();
@@ -537,7 +537,7 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
         throw Refusal(shown + " would read back as " + Quoted(read) +
                       (isCut ? ": ' ;' in it begins a comment" : ""));
     }
-    // A backslash at the end of the file, for example, which belongs to no line, joins the new one.
+    // For example, a backslash at the end of the file belongs to no line, but joins a new one.
     const std::string &key = changed_ ? text_.Parts()[*changed_].name : edit_.key;
     const std::optional<std::string> comment =
         changed_ ? text_.Parts()[*changed_].comment : std::nullopt;

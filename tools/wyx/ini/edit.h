@@ -40,14 +40,14 @@ struct EditResult {
     std::vector<std::string> warnings;
 };
 
-/// Refuses names and values that no file can hold, whatever else is in it.
+/// Refuses names and values that no file can hold, whatever else the file holds.
 /// @throws Failure
 void RequireWritable(const Edit &edit);
 
 /// Applies edits to the text of a file, one after the other.
 /// @param name           what messages call the file
 /// @param keepsExisting  leave keys that exist as they are
-/// @throws Failure for what cannot be done, or would not read back as it was asked for
+/// @throws Failure for an edit that cannot be made, or would not read back as requested
 EditResult ApplyEdits(const std::string &name, const std::string &bytes,
                       const std::vector<Edit> &edits, bool keepsExisting);
 

@@ -40,7 +40,7 @@ std::string SectionOf(std::string_view line)
 }
 
 /// Calls @p found with each line that other programs may read as a line of its own, until it
-/// returns true. Lines that continue a key are skipped, as they are for those programs.
+/// returns true. Skips lines that continue a key: those programs read them as parts of its value.
 template <typename Found>
 std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
 {

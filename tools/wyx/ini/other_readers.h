@@ -33,7 +33,7 @@ bool IsOnlyText(std::string_view line);
 
 bool LooksLikeHeader(std::string_view line);
 
-/// The stored lines of a section's last block, without its header; none if it has none.
+/// The stored lines of a section's last block, without its header; empty if it has none.
 Range BlockOf(const IniText &text, const std::string &section);
 
 /// The line of the file, among some stored lines, in which other readers find a key that the

@@ -1,4 +1,4 @@
-// What an interrupted save left.
+// Files that interrupted saves left behind.
 //
 // A save writes the new content to a file beside its target, removes the target, and gives the new
 // file the target's name. Until then the new file's name is the target's up to its last dot, a time

@@ -60,7 +60,7 @@ class LibraryFile {
     XELP_S_File *pstruFile_;
 };
 
-/// Does a backslash join the next line to this one? Those before it in pairs are text.
+/// Does a backslash join the next line to this one? Pairs of backslashes are text.
 bool IsContinued(std::string_view bytes, const RawLine &line)
 {
     std::size_t backslashes = 0;
@@ -70,9 +70,9 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
     return line.endLen > 0 && backslashes % 2 == 1;
 }
 
-/// Number of the last physical line that the library joins to one: those after a backslash at the
-/// end of a line, and those that begin with a backslash after a lone LF or CR. A backslash alone in
-/// the last line belongs to none.
+/// Number of the last physical line that the library joins to line @p number. It joins a line after
+/// a trailing backslash, and one that begins with a backslash after a lone LF or CR. A backslash
+/// alone in the last line belongs to no line.
 std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, std::size_t number)
 {
     const auto isJoined = [&](const RawLine &line, const RawLine &next) {

@@ -54,8 +54,8 @@ struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
-    // An empty line that a backslash joins to the line before, both ending in the same lone LF or
-    // CR. For the library it ends there, even if the other of these two bytes follows.
+    // An empty line that a backslash joins to the line before, when both end in the same lone LF or
+    // CR. For the library it ends at that byte, even if the other of the two bytes follows.
     bool isEmptyJoined = false;
 };
 
@@ -94,7 +94,7 @@ struct StoredLines {
     bool IsLoadable() const;
 };
 
-/// Is a byte-order mark a part of the first line, as it is for the library, or skipped?
+/// Is a byte-order mark a part of the first line, as for the library, or skipped?
 enum class ByteOrderMark { kText, kSkipped };
 
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);
@@ -102,7 +102,7 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOr
 /// The parts of a stored line.
 struct LineParts {
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
-    QAL_UINT32 status = XELP_ERR_INI_OK; // why the parts could not be read, if they could not
+    QAL_UINT32 status = XELP_ERR_INI_OK; // otherwise why the parts could not be read
     std::string name;                    // of the section or key
     std::optional<std::string> value;    // of a key that has one
     std::optional<std::string> comment;  // after a header or value
@@ -113,7 +113,7 @@ struct LineParts {
 
 LineParts ParseLine(const std::string &text);
 
-/// Parses a stored line; of one that is too long, there is only the status.
+/// Parses a stored line; one that is too long only gets a status.
 LineParts ParseLine(const StoredLine &line);
 
 /// A value that the library returned; none for "key=", whose value is the line end alone.

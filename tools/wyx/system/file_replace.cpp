@@ -1,7 +1,7 @@
 // The new content goes to a file without a name (O_TMPFILE), which disappears with the process.
-// Once it is complete, it gets a temporary name beside the target and, at once, the target's name.
-// On a file system that needs a name for every file, it has the temporary one from the start.
-// Whoever finds such a name and can lock the file knows that its process is gone, and removes it.
+// Once it is complete, it gets a temporary name beside the target, and right after that the
+// target's name. On a file system that needs a name for every file, it has the temporary one from
+// the start. If another instance can lock such a file, its process is gone: the file is removed.
 #include "system/file_replace.h"
 
 #include <fcntl.h>
@@ -40,7 +40,7 @@ constexpr auto kAnnounce = std::chrono::milliseconds(500);
 constexpr auto kRetry = std::chrono::milliseconds(10);
 constexpr const char *kInPlaceHint = "--in-place writes into the file itself";
 
-/// Follows symbolic links to where a file would be made.
+/// Follows symbolic links to where a file would be created.
 fs::path FollowLinks(fs::path path)
 {
     for (int i = 0; i < kMostLinks; ++i) {
@@ -54,7 +54,7 @@ fs::path FollowLinks(fs::path path)
     return path;
 }
 
-/// Where a file that does not exist would be made.
+/// Where a file that does not exist would be created.
 std::string NewPath(const std::string &name)
 {
     const fs::path path = FollowLinks(name);
@@ -233,8 +233,8 @@ class NewFile {
 };
 
 /// Copies the extended attributes that can be copied: some are the system's own, and not every file
-/// system has the others. An access list must not get lost: that would open or close the file to
-/// somebody.
+/// system supports the others. An access list must not get lost: that would open or close the file
+/// to somebody.
 void CopyExtendedAttributes(int from, int to, const std::string &path)
 {
     const ssize_t size = flistxattr(from, nullptr, 0);
@@ -279,7 +279,7 @@ void FlushDirectoryOf(const fs::path &path)
 {
     const Descriptor directory(
         open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A failure does no harm: the change is made and complete, and will get to the disk later.
+    // A failure does no harm: the change is complete, and will get to the disk later.
     if (directory.IsOpen()) {
         static_cast<void>(fsync(directory.Get()));
     }
@@ -395,7 +395,7 @@ void WriteInPlace(const Target &target, const std::string &bytes)
     if (!file.IsOpen()) {
         throw SystemFailure("cannot write " + Quoted(path), errno);
     }
-    // Reserve room first: a full disk then shows before anything is changed.
+    // Reserve room first, so that a full disk is noticed before anything is changed.
     if (bytes.size() > old.size() &&
         fallocate(file.Get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes.size())) != 0 &&
         errno != EOPNOTSUPP) {

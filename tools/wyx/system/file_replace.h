@@ -51,11 +51,11 @@ class Target {
 /// Killed at any moment, it leaves the old content or the new one, and beside it at most a file
 /// that no other program takes for configuration: ".NAME.wyx-XXXXXX~".
 /// @param model  for a target that does not exist: the file whose attributes the new one gets;
-///               null for those of any new file
+///               null for the usual attributes of a new file
 /// @throws Failure, and then the target is as it was
 void Replace(const Target &target, const std::string &bytes, const Descriptor *model = nullptr);
 
-/// Writes into the target itself. It keeps its place, owner and further names, but whoever reads it
+/// Writes into the target itself. It keeps its owner and its hard links, but whoever reads it
 /// meanwhile, or after a crash, may find half of the change.
 /// @throws Failure, and then the old content has been written back if that was possible
 void WriteInPlace(const Target &target, const std::string &bytes);

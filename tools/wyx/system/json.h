@@ -1,6 +1,6 @@
 // JSON output. Texts of files are bytes without a known encoding, JSON is UTF-8: a text that is not
 // valid UTF-8 is shown with replacement characters, and exactly in a second member of hexadecimal
-// digits, "value" and "value_hex".
+// digits: "value" and "value_hex".
 #ifndef WYX_TOOL_JSON_H
 #define WYX_TOOL_JSON_H
 
@@ -37,7 +37,7 @@ class Json {
     /// Adds an item to an array.
     void push_back(Json item);
 
-    /// The document in lines, from a column on.
+    /// The document as text; its lines after the first are indented by @p indent or more.
     std::string Text(std::size_t indent = 0) const;
 
   private:
@@ -56,7 +56,7 @@ void SetOptional(Json &object, const std::string &member, const std::optional<st
 /// Marks the item of an input as failed, and says why.
 void SetError(Json &item, const Failure &failure);
 
-/// Sets a member to an array of texts; its second form, if one is needed, shows all of them.
+/// Sets a member to an array of texts; the second member, if one is needed, shows all of them.
 void SetTexts(Json &object, const std::string &member, const std::vector<std::string> &texts);
 
 /// Writes a document to standard output.
@@ -72,7 +72,7 @@ class Results {
     void Add(Json item);
     void Note(ExitCode code) { worst_ = Graver(worst_, code); }
 
-    /// Notes the result of work that adds to an item; if it fails, reports that, also in the item.
+    /// Notes the exit code of work that fills an item; reports its failure, also in the item.
     template <typename Work>
     void Try(Json &item, Work work)
     {

@@ -44,13 +44,13 @@ void PutMessage(Colour colour, std::string_view kind, std::string_view message)
 {
     const std::string line =
         "wyx: " + Painted(Stream::kErr, colour, kind) + " " + std::string(message) + "\n";
-    if (std::fflush(stdout) != 0 && outputError == 0) { // messages and output in their order
+    if (std::fflush(stdout) != 0 && outputError == 0) { // keeps messages and output in order
         outputError = errno;                            // for the next Put()
     }
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-/// Does something with standard output, unless that is lost already.
+/// Writes to standard output, unless an earlier write failed.
 void RequireOutput(const auto &write)
 {
     if (outputError == 0 && !write()) {

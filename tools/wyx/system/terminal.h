@@ -12,11 +12,11 @@
 namespace wyx::tool {
 
 /// Keeps files that are opened later from taking the place of a standard stream that was closed,
-/// and the signals of a closed pipe or a file size limit from ending the tool before it can say so.
+/// and the signals for a closed pipe or a file size limit from ending the tool without a message.
 void PrepareStreams();
 
-/// Standard output is lost: nothing that is left to do can matter. Not a Failure, so that no verb
-/// takes it for a failure of the file it works on.
+/// Standard output is lost, so nothing that the tool could still do matters. Not a Failure, so that
+/// no verb takes it for a failure of the file it works on.
 struct OutputFailure {
     int error;
 };

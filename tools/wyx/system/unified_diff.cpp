@@ -1,5 +1,5 @@
-// Made for edits, which change few lines: after a difference, the nearest pair of equal lines is
-// where the texts go on together.
+// Made for edits, which change few lines: after a difference, the texts are taken to agree again
+// at the nearest pair of equal lines.
 #include "system/unified_diff.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ std::vector<Change> ChangesOf(const Lines &before, const Lines &after)
                    ? before[at.before] == after[at.after]
                    : at.before == end.before && at.after == end.after;
     };
-    // The nearest place to go on; the ends at the latest.
+    // The nearest place where the texts agree again; their ends at the latest.
     const auto next = [&](Pair at) {
         for (std::size_t distance = 1;; ++distance) {
             for (std::size_t removed = 0; removed <= distance; ++removed) {

@@ -122,7 +122,7 @@ bool IsHexPrefix(const std::string &text, std::size_t at)
     return text.substr(at, 2) == "0x" || text.substr(at, 2) == "0X";
 }
 
-/// The end of a number, of base 16 after "0x"; its beginning if it has no digits.
+/// The end of a number at @p at, in base 16 after "0x"; @p at itself if there are no digits.
 std::size_t EndOfNumber(const std::string &text, std::size_t at)
 {
     if (!IsHexPrefix(text, at)) {
@@ -215,8 +215,8 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// The length of the part of an accepted text that counts. The rest, which is ignored, begins with
-/// the first character after which any text may follow without changing the result.
+/// The length of the part of an accepted text that counts. The ignored rest begins with the first
+/// character that may be followed by any text without changing the result.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
     std::size_t length = 0;

@@ -25,7 +25,7 @@ std::string Dashed(std::string_view option)
     return "--" + std::string(option);
 }
 
-/// What a word in the place of a family's verb was probably meant to be.
+/// The verb, or option of a verb, that a wrong word in a verb's place was probably meant to be.
 std::string MeantVerb(const Command &family, const std::string &word)
 {
     std::vector<std::string> below;
@@ -126,7 +126,7 @@ void Arguments::Take(Words words)
     // What getopt_long() returns: 1 for an operand, a letter for a short option, kFirstLong and
     // more for long ones, '?' for an unknown one, ':' for a missing value.
     const auto options = command_.Options();
-    std::string letters = "-:"; // operands in their places, and ':' instead of '?'
+    std::string letters = "-:"; // return operands where they are, and ':' for a missing value
     std::vector<option> names;
     for (const Option &known : options) {
         const bool hasValue = !known.value.empty();
@@ -144,7 +144,7 @@ void Arguments::Take(Words words)
     std::string program = FullName(command_);
     std::vector<char *> argv = {program.data()};
     for (const std::string &word : words) {
-        argv.push_back(const_cast<char *>(word.c_str())); // which are only read
+        argv.push_back(const_cast<char *>(word.c_str())); // getopt_long() only reads it
     }
     const int argc = static_cast<int>(argv.size());
     argv.push_back(nullptr);

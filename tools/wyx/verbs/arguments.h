@@ -18,7 +18,7 @@ using Words = std::span<const std::string>;
 /// The deepest command that the words begin with; its name is removed from them.
 const Command &TakeCommand(Words &words, const Command &family = Commands().front());
 
-/// For a command line without a verb, or with another word in its place: lists the verbs.
+/// For a command line without a verb, or with a wrong word in its place: lists the verbs.
 Failure NoVerb(const Command &family, Words words);
 
 /// What an operand of the grammar means: "[KEY=VALUE...]" has the name "KEY=VALUE".
@@ -52,8 +52,8 @@ class Arguments {
     /// The operands from a position on.
     Words From(std::size_t at) const { return Words(operands_).subspan(at); }
 
-    /// All operands of a verb that reads what they name: standard input if there are none.
-    /// @throws Failure instead of waiting for a terminal
+    /// The inputs that the operands name; "-", standard input, if there are no operands.
+    /// @throws Failure instead of waiting for input from a terminal
     std::vector<std::string> Inputs() const;
 
     /// Refuses options that make no sense together.

@@ -71,7 +71,7 @@ void OfferOptions(const Command &command, std::string_view current)
     }
 }
 
-/// The words in lower case: "newest" of "N|newest".
+/// Offers the words in lower case: "newest" of "N|newest".
 void OfferValues(const Option &option, std::string_view current)
 {
     std::string_view rest = option.value;

@@ -132,7 +132,7 @@ struct Outcome {
     std::string diff; // of a dry run
 };
 
-/// Edits what standard input brings.
+/// Edits the text on standard input.
 Outcome Filter(const Arguments &arguments, const std::vector<Edit> &edits)
 {
     if (arguments.Has("json")) {

@@ -72,7 +72,7 @@ std::vector<KeyValue> SectionOf(const IniText &text, const std::string &section)
     return all;
 }
 
-/// "port=5060", for a shell to read. Quotation marks only where it needs them.
+/// "port=5060", for a shell to read. Quotation marks only where the shell needs them.
 std::string ShellLine(const KeyValue &pair)
 {
     static const std::string kDigits = "0123456789";

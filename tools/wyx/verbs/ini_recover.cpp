@@ -42,8 +42,8 @@ struct Candidate {
     bool IsSound() const { return loads && !bytes.empty() && !isTruncated && isTrusted; }
 };
 
-/// A leftover is examined, shown and restored through one descriptor, so that it is one and the
-/// same file all the time.
+/// A leftover is examined, shown and restored through one descriptor, so that it is the same file
+/// each time.
 Candidate Examine(const Leftover &leftover, const std::string &target)
 {
     Candidate candidate;
