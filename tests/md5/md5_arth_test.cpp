@@ -113,7 +113,7 @@ TEST(Md5, EverySplitGivesTheSameDigest)
             ASSERT_EQ(digest, expected) << first << ", " << second;
         }
     }
-    for (std::size_t size = 1; size <= 130; ++size) { // pieces of one size and the rest
+    for (std::size_t size = 1; size <= 130; ++size) { // pieces of equal size, then the rest
         MD5_S_CTX context;
         Digest digest;
         XELP_MD5_Init(&context);

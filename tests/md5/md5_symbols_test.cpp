@@ -13,7 +13,8 @@ int strangers = 0;
 
 extern "C" {
 
-// Exported from the executable, so they take precedence over the library's for every unbound call.
+// Exported from the executable, so they replace the library's in every call that is not bound
+// inside it.
 __attribute__((visibility("default"))) void Encode(void *);
 __attribute__((visibility("default"))) void Decode(void *);
 __attribute__((visibility("default"))) void MD5Transform(void *);

@@ -19,7 +19,7 @@ constexpr QAL_UINT kTailLen = kBlockLen - kCountLen; // bytes of the last block 
 
 static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's layout is ABI");
 
-/// A one bit and zeros: what fills up the last block.
+/// A one bit and zeros, to fill the last block.
 constexpr std::array<QAL_UINT8, kBlockLen> PADDING = {0x80};
 
 /// The word that four bytes hold, the low byte first.
@@ -41,8 +41,8 @@ constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
     return ulWord << iCount | ulWord >> (32 - iCount);
 }
 
-// Every step needs the word that the step before it made, b here. Whatever does not depend on b is
-// computed first, so that only the rest is on the critical path.
+// Every step needs the word that the preceding step computed, here b. Whatever does not depend on b
+// is computed first, so that only the rest is on the critical path.
 
 /// Stops the compiler from reassociating a sum in a way that puts work back on the critical path.
 inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
@@ -74,14 +74,14 @@ inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
-/// Bit by bit, c, inverted where b is set or d is clear.
+/// Each bit of c, inverted where b is set or d is clear.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (c ^ (b | ~d)), iRotate);
 }
 
-/// Bytes in the context's buffer.
+/// How many bytes the context's buffer holds.
 QAL_UINT PendingLen(const MD5_S_CTX &context)
 {
     return (context.count[0] >> 3) % kBlockLen;

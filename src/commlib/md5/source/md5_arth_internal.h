@@ -7,7 +7,7 @@
 
 WYX_C_BEGIN
 
-/// Takes one block into the chaining values. The block may have any alignment.
+/// Adds one block to the chaining values. The block may have any alignment.
 WYX_API void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64]);
 
 /// Writes @p len bytes, a multiple of 4, from words: the low byte of each first.
