@@ -11,10 +11,10 @@
  * tested (`4294967297.0.0.1` is 1.0.0.1). If you allow an address here and another parser reads the
  * same text to connect, it may connect to a different host. Pass on the number.
  *
- * @warning **XELP_Parse_IPV6() does not always read the whole text.** Whatever follows a port, a
- * `]` (except a colon), or a dot after eight groups is ignored, so `::1]:80abc` and `[::1]x` are
- * accepted. Text directly after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64`
- * end with status 30.
+ * @warning **XELP_Parse_IPV6() does not always read the whole text.** It ignores whatever follows a
+ * port, and whatever follows a `]` unless that is a colon, so `::1]:80abc` and `[::1]x` are
+ * accepted. It also ignores a dot after eight groups, with all that follows. Other text directly
+ * after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with status 30.
  *
  * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
@@ -81,8 +81,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  *
  * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
  * empty. A head of eight groups is the whole address. Otherwise the characters after the head
- * select the form; *h* is the first character of what is named next, a hexadecimal digit; *end* is
- * the end of the text or `]`:
+ * select the form. In the table, *h* is a hexadecimal digit, the first character of what is named
+ * next; *end* is the end of the text or a `]`.
  *
  * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
@@ -98,8 +98,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * | anything else        | `1:2:3`, `1::/64`    | refused                                       |
  *
  * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
- * XELP_Parse_IPV4() accepts without a port, up to the end of the text. All other bytes come
- * from the head; those after the head are 0. Where a run and the head overlap, the run wins
+ * XELP_Parse_IPV4() accepts without a port, up to the end of the text. The other bytes of the
+ * address come from the head, and are 0 after it. Where a run and the head overlap, the run wins
  * (`1:2:3:4:5:6:7::8:9` loses its seventh group); bytes of a run that would be before byte 0 are
  * dropped.
  *

@@ -44,7 +44,7 @@ unsigned int ValueOf(char chDigit)
 
 struct Sum {
     std::uint64_t value;
-    bool overflows; ///< the value is the greatest of 64 bits then
+    bool overflows; ///< then the value is the largest that fits in 64 bits
 };
 
 Sum SumOf(std::string_view digits, unsigned int base)

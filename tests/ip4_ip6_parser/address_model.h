@@ -20,7 +20,7 @@ struct Number {
 };
 Number ModelNumber(std::string_view text, int iBase);
 
-/// What a reader returns and leaves.
+/// What a reader returns, and where it leaves the cursor.
 struct GroupRun {
     QAL_UINT32 status = 0;
     std::string bytes = {}; ///< what was read, high byte first

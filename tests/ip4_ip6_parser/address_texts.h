@@ -42,7 +42,7 @@ class GuardedText {
     GuardedMemory memory_{4096};
 };
 
-// One letter less on slow machines: sanitizers, emulation.
+// Texts are one letter shorter where tests are slow: sanitizers, emulation.
 #ifdef WYX_TEST_QUICK
 constexpr std::size_t kLettersLess = 1;
 #else

@@ -140,7 +140,8 @@ TEST(Charset, AddedHexDigitCountsAsZero)
     EXPECT_EQ(StatusOfIpv4("0x1g.2.3.4"), 30U);
 }
 
-// A group that begins with what otherwise ends it; a second one ends it all the same.
+// A group that begins with a character that otherwise ends a group: the second such character ends
+// it.
 TEST(Charset, GroupEndAsFirstDigitCountsAsZero)
 {
     for (const QAL_CHAR chEnd : {'.', ':', ']'}) {
@@ -154,7 +155,7 @@ TEST(Charset, GroupEndAsFirstDigitCountsAsZero)
     }
 }
 
-// After a dotted quad no port is looked for, even if its first digit is a colon.
+// After a dotted quad no port is looked for, even if the quad's first digit is a colon.
 TEST(Charset, ColonAsADigitBeginsNoPort)
 {
     const Reclassified digit(':', 0x84);
@@ -386,9 +387,9 @@ TEST(TdHexseq, DottedTails)
         {"ffff:00.2.3.4", {0, "\xFF\xFF\0\0"s, 7}},
         {"ffff:0.2.3.4", {0, "\xFF\xFF\0\0"s, 6}},
         {"1:12.", {0, "\0\1\0\x12"s, 4}}, // fewer than five characters are left
-        {"1:12.3", {0, "\0\1"s, 1}},      // five are
+        {"1:12.3", {0, "\0\1"s, 1}},      // five are left
         {"1:123.", {0, "\0\1"s, 1}},
-        {"1:1234.", {0, "\0\1\x12\x34"s, 6}}, // the dot is out of sight
+        {"1:1234.", {0, "\0\1\x12\x34"s, 6}}, // the dot is too far from the colon
         {"1:1:.1", {0, "\0\1\0\1"s, 3}},
         {"1:12:.1", {0, "\0\1\0\x12"s, 4}},
         {"1:12.:1", {0, "\0\1\0\x12"s, 4}},

@@ -196,7 +196,7 @@ TEST(ParseIpv4, NullPointerReturns10AndWritesNothing)
     char achText[] = "1.2.3.4:80";
     QAL_UINT32 ulAddr = 0xA5A5A5A5;
     QAL_UINT16 uwPort = 0xA5A5;
-    for (unsigned int uWhich = 0; uWhich < 7; ++uWhich) { // not all three at once
+    for (unsigned int uWhich = 0; uWhich < 7; ++uWhich) { // at least one is null
         EXPECT_EQ(XELP_Parse_IPV4((uWhich & 1) != 0 ? achText : nullptr,
                                   (uWhich & 2) != 0 ? &ulAddr : nullptr,
                                   (uWhich & 4) != 0 ? &uwPort : nullptr),
@@ -220,8 +220,8 @@ TEST(ParseIpv4, AddressIsInReverseOrderInMemory)
     EXPECT_EQ(aucAddr[3], 1);
 }
 
-/// The port is written after the address, even if the text has none: it may be a part of the
-/// address.
+/// The port is written after the address, even if the text has none: the caller's port may be a
+/// part of the caller's address.
 TEST(ParseIpv4, PortIsWrittenLast)
 {
     const struct {
@@ -249,7 +249,8 @@ TEST(ParseIpv4, PortIsWrittenLast)
     }
 }
 
-/// Our result is the model's; where the system's parser accepts the text, it is the same address.
+/// Our result is the model's, and where the system's parser accepts the text, it reads the same
+/// address.
 bool AgreesOnIpv4(GuardedText &memory, std::string_view text)
 {
     const Ipv4 result = ParseIpv4(memory, text);
@@ -273,7 +274,7 @@ TEST(ParseIpv4, EveryShortText)
 {
     GuardedText memory;
     const auto agrees = [&](std::string_view text) { return AgreesOnIpv4(memory, text); };
-    ForEveryText("1.0x:", 9, "", agrees); // seven characters are the shortest address
+    ForEveryText("1.0x:", 9, "", agrees); // the shortest address has seven characters
     ForEveryText(":.0x[]1gA \xB1", 6, "", agrees);
     ForEveryText(":.0x[]1gA \xB1-+", 5, "1.2.3.4", agrees);
     ForEveryText(":.0x1gA2569", 5, "1.2.3.", agrees);
@@ -490,7 +491,8 @@ TEST(ParseIpv6, DottedQuadAfterADot)
         {".1.2.3.4", 0, "00000000000000000000000001020304 0"},
         {"[.1.2.3.4", 0, "00000000000000000000000001020304 0"},
         {"1:2.1.2.3.4", 0, "00010002000000000000000001020304 0"},
-        {"1:2:3:4:5:6:7.10.0x20.030.40", 0, "0001000200030004000500060a201e28 0"}, // overwrites it
+        {"1:2:3:4:5:6:7.10.0x20.030.40", 0,
+         "0001000200030004000500060a201e28 0"}, // overwrites the 7
         {"::ffff.1.2.3.4", 30, kUntouched},
         {".a.2.3.4", 30, kUntouched},
         {".1.2.3", 30, kUntouched},
@@ -579,7 +581,7 @@ TEST(ParseIpv6, NullPointerReturns10AndWritesNothing)
     QAL_UINT8 aucAddr[16];
     std::memset(aucAddr, kFill, sizeof aucAddr);
     QAL_UINT16 uwPort = 0xA5A5;
-    for (unsigned int uWhich = 0; uWhich < 7; ++uWhich) { // not all three at once
+    for (unsigned int uWhich = 0; uWhich < 7; ++uWhich) { // at least one is null
         EXPECT_EQ(XELP_Parse_IPV6((uWhich & 1) != 0 ? achText : nullptr,
                                   (uWhich & 2) != 0 ? aucAddr : nullptr,
                                   (uWhich & 4) != 0 ? &uwPort : nullptr),
@@ -589,8 +591,8 @@ TEST(ParseIpv6, NullPointerReturns10AndWritesNothing)
     EXPECT_EQ(uwPort, 0xA5A5);
 }
 
-/// Our result is the model's; where the system's parser accepts the text, and it does not end in a
-/// dotted quad, it is the same address.
+/// Our result is the model's, and where the system's parser accepts the text, it reads the same
+/// address, except for a text with a dotted quad.
 bool AgreesOnIpv6(GuardedText &memory, std::string_view text)
 {
     const Ipv6 result = ParseIpv6(memory, text);

@@ -1,6 +1,6 @@
 // The usual form of a dotted address: texts read in words match the model, and unusual ones are
-// left to the scanner. Both agree when a changed table of character classes sends every text to the
-// scanner.
+// left to the scanner. A changed table of character classes sends every text to the scanner, which
+// then reads the usual form the same way.
 #include "../../src/commlib/ip4_ip6_parser/source/ipv4v6_parser_words.h"
 
 #include <gtest/gtest.h>
@@ -24,8 +24,8 @@ namespace {
 /// The outputs of a text that is not read in words.
 constexpr Ipv4 kLeft = {address::kNotUsual, 0xA5A5A5A5, 0xA5A5};
 
-/// Reads a text whose terminator is the last byte of its memory, and then one whose first character
-/// is the first byte.
+/// Reads a text twice: with its terminator in the last byte of a block of memory, and with its
+/// first character in the first byte of another.
 class Words {
   public:
     Ipv4 Read(std::string_view text)
@@ -139,7 +139,7 @@ TEST(UsualIpv4, SeveralPiecesInARow)
     constexpr std::string_view kPorts[] = {
         "",    ":",   ":9",      ":123456", ":1234567", ":12345678", ":9x",      ":x9",
         ": 9", ":-1", ":0x1234", ":9.9",    ":9:9",     ":9:99999",  ":9:99999", ".:999999"};
-    constexpr std::size_t kStep = kLettersLess == 0 ? 1 : 7; // meets every port
+    constexpr std::size_t kStep = kLettersLess == 0 ? 1 : 7; // still uses every port
     Words words;
     GuardedText memory;
     std::size_t texts = std::size(kPorts);
@@ -187,8 +187,8 @@ TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
     }
 }
 
-// A table that does not class one of the decimal digits as such sends every text to the scanner.
-// Texts whose octets do not use the digit read the same there as in words.
+// With a table that does not class one of the decimal digits as such, every text goes to the
+// scanner. A text whose octets do not use the digit must read the same there as in words.
 TEST(UsualIpv4, ScannerReadsTheSame)
 {
     Words words;
@@ -230,12 +230,12 @@ TEST(UsualIpv4, UsesTheTable)
         EXPECT_EQ(Parsed(memory, text), Ipv4{}) << text;
     }
     {
-        const Reclassified dot('.', 0x04); // belongs to the first octet then, like all that follows
+        const Reclassified dot('.', 0x04); // now belongs to the first octet, like all that follows
         EXPECT_EQ(words.Read("1.2.3.4"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4"), Ipv4{});
     }
     {
-        const Reclassified colon(':', 0x04); // belongs to the last octet then, without a value
+        const Reclassified colon(':', 0x04); // now belongs to the last octet, without a value
         EXPECT_EQ(words.Read("1.2.3.4:80"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4:80"), (Ipv4{0, 0x01020304, 0}));
     }

@@ -1,6 +1,6 @@
 // The address parsers. They read a text with the scanner, except for the usual form of a dotted
-// address, which is read in words. IPv6 makes one decision: the characters after the head run
-// select a form, in the order of the table in the header.
+// address, which is read in words. The IPv6 parser makes one decision: which form the characters
+// after the head select. It tries the forms in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -28,7 +28,7 @@ bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
     return pszText[ulLen] == '\0';
 }
 
-/// Steps over a character if it is the one at the cursor.
+/// Steps over the character at the cursor if it is @p chText.
 bool StepOver(Parse_Ipv4v6_S_BUF &struBuf, QAL_CHAR chText)
 {
     if (*struBuf.cur_bp != chText) {
@@ -43,8 +43,8 @@ bool HasHexPrefix(const QAL_CHAR *pszText)
     return pszText[0] == '0' && (pszText[1] | 0x20) == 'x';
 }
 
-/// Is a character of the class at the cursor? The terminator never counts, whatever the table says
-/// about it.
+/// Does the character at the cursor belong to the class? The terminator never does, whatever the
+/// table says about it.
 bool IsAt(QAL_UINT32 ulClass, const Parse_Ipv4v6_S_BUF &struBuf)
 {
     return struBuf.cur_bp_rem_len != 0 && IsOf(ulClass, *struBuf.cur_bp);
@@ -153,7 +153,7 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 // One function per form. Each returns false to refuse the text at once, with the outputs untouched.
 // After true, the outputs are written, even if ulResult is a failure, unless a port is malformed.
 
-/// `::h`: from here on, ulRunLen is that of the run after the gap.
+/// `::h`: from here on, ulRunLen is the length of the run after the gap.
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);
@@ -184,7 +184,7 @@ bool TakeThreeColons(Ipv6Work &work)
     return true;
 }
 
-/// `.h`: here the quad counts; it overwrites the head's bytes where they overlap.
+/// `.h`: this quad is accepted; it overwrites the head's bytes where they overlap.
 bool TakeDottedQuad(Ipv6Work &work)
 {
     Advance(work.struBuf, 1);

@@ -105,9 +105,9 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
         return true;
     }
     const QAL_CHAR *const pszText = struBuf.cur_bp;
-    // A dot in the second place lets the run continue anyway. No character after the terminator is
-    // looked at, even if the count promises more, unless a caller's own table calls the terminator
-    // a digit.
+    // A dot at pszText[2] is not looked for here, as it lets the run continue anyway. No character
+    // after the terminator is read, even if the count promises more, unless a caller's own table
+    // calls the terminator a digit.
     const bool hasDot =
         pszText[2] != '\0' && (pszText[3] == '.' || (pszText[3] != '\0' && pszText[4] == '.'));
     return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
@@ -145,8 +145,8 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 }
 
 /// Reads a run of groups and adds its length to @p ulLen. The cursor is a local copy of the
-/// caller's, so it stays in registers; in memory, each digit would wait for the store made for the
-/// digit before it.
+/// caller's, so it stays in registers; in memory, each digit would wait for the store of the digit
+/// before it.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (!IsOf(kHexDigit, *struBuf.cur_bp)) {
@@ -175,7 +175,7 @@ inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v
 
 extern "C" {
 
-// A C array can only be initialised by a list.
+// The table is a C array, which can only be initialised by a list.
 #define ROW_OF_4(n) ClassesOf(n), ClassesOf((n) + 1), ClassesOf((n) + 2), ClassesOf((n) + 3)
 #define ROW_OF_16(n) ROW_OF_4(n), ROW_OF_4((n) + 4), ROW_OF_4((n) + 8), ROW_OF_4((n) + 12)
 #define ROW_OF_64(n) ROW_OF_16(n), ROW_OF_16((n) + 16), ROW_OF_16((n) + 32), ROW_OF_16((n) + 48)
@@ -185,7 +185,7 @@ constinit QAL_UINT32 QAL_CHARset[256] = {ROW_OF_64(0), ROW_OF_64(64), ROW_OF_64(
 #undef ROW_OF_16
 #undef ROW_OF_64
 
-// Kept: no range test, and everything that strtoul() accepts before a number
+// Kept: there is no range test, and whatever strtoul() accepts before a number is accepted
 // (TdU16.ValueIsReducedTo16Bits, TdU16.ReadsLikeStrtoul).
 QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
 {

@@ -31,8 +31,8 @@ QAL_UINT64 EightFrom(const QAL_CHAR *pszText)
     return ullChars;
 }
 
-/// Leaves a bit in the upper half of each byte that is above 9. For a byte from 10 to 15 the sum
-/// sets it; a byte that carries into the next one already has such a bit itself.
+/// Not 0 if any byte is above 9. Adding 6 to a byte from 10 to 15 sets a bit in its upper half; a
+/// larger byte already has one, so it does not matter that it may carry into the next byte.
 template <typename Word>
 constexpr Word AboveNine(Word word)
 {
@@ -55,8 +55,8 @@ constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
 constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
 /// Reads the decimal port after a colon. @p ullTail holds the last eight characters of the text,
-/// its terminator included, and @p ulColon is the colon's place in it, from 0. False if there is no
-/// digit, or anything but digits.
+/// its terminator included, and @p ulColon is the colon's place in it, from 0. False if no digit
+/// follows the colon, or anything but digits.
 bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
 {
     if (ulColon == 6) {
