@@ -1,10 +1,10 @@
 // How the cost of an operation grows with its size: growth_bench [--only TEXT]
 //
-// Each row measures an operation at sizes that grow by kStep and compares the cost per element at
-// neighbouring sizes. A cost in proportion to the size leaves it equal, except where the data
-// outgrows a cache; a quadratic one multiplies it by kStep. The program fails if it grows by more
-// than kBound between two sizes, except for rows whose growth is by design and says so. The last
-// row is quadratic on purpose: the program fails, too, if it does not notice that.
+// Each row measures an operation at sizes that grow kStep-fold and compares the cost per element or
+// per call at neighbouring sizes. The cost per element stays the same if the operation is linear,
+// except where the data outgrows a cache, and grows kStep-fold if it is quadratic. The program
+// fails if a cost grows more than kBound-fold between two sizes, except in rows that say why it
+// may. The last row is quadratic on purpose: the program also fails if it does not notice that.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -77,7 +77,7 @@ double Measure(const Row &row)
 
 // ---- what must be noticed -----------------------------------------------------------------------
 
-/// The last element of each prefix, found by walking it.
+/// Computes a value from each prefix, starting over each time.
 Operation Quadratic(std::size_t size)
 {
     return [bytes = Bytes(size)] {

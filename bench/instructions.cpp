@@ -1,10 +1,10 @@
 // Runs each operation for scripts/instructions.sh, which counts its instructions.
 //
-// A line of the output is the operation's name (in asterisks if it is not ours), by how much its
-// counts are to be divided, and three counts of all instructions so far, which the emulator's
-// plug-in adds at the marks: after a round that warms up, after another, and after two more.
-// Whatever else is executed between two marks is the same both times; so the second difference less
-// the first is the cost of one round alone.
+// A line of the output has the operation's name (in asterisks if it is not ours), the number to
+// divide its counts by, and three counts of all instructions so far. The emulator's plug-in adds
+// a count at each mark: after a round that warms up, after another round, and after two more.
+// Whatever else runs between two marks is the same both times, so the second difference minus the
+// first is the cost of one round alone.
 #include <arpa/inet.h>
 #include <gnu/libc-version.h>
 #include <sys/syscall.h>
@@ -40,7 +40,7 @@ void Count(const char *pszName, const Operation &operation, std::size_t elements
     std::printf("\n");
 }
 
-/// Per element of the size that the operation is constructed for.
+/// Constructs the operation for a size and counts per element.
 void CountEach(const char *pszName, Operation (*pfunMake)(std::size_t), std::size_t size)
 {
     Count(pszName, pfunMake(size), size);
@@ -85,7 +85,7 @@ Operation ByLibc(const char *pszText)
                  pszText);
 }
 
-// ---- the C++ library beside our containers ------------------------------------------------------
+// ---- the C++ library next to our containers -----------------------------------------------------
 
 Operation StandardList(std::size_t size)
 {

@@ -237,7 +237,7 @@ inline std::string LastSection(std::size_t lines)
     return Section((lines - 1) / 10);
 }
 
-/// Files are in memory where that is possible: a disk's times vary.
+/// A folder in memory if possible: the times of a disk vary.
 inline std::string FolderOfFiles()
 {
     const char *const pszMemory = "/dev/shm";
@@ -245,7 +245,7 @@ inline std::string FolderOfFiles()
                                         : std::filesystem::temp_directory_path().string();
 }
 
-/// A header every ten lines, and 25 bytes a line.
+/// A header every ten lines, and about 25 bytes a line.
 class IniFile {
   public:
     explicit IniFile(std::size_t lines)
@@ -265,7 +265,7 @@ class IniFile {
     const char *Name() const { return name_.c_str(); }
 
   private:
-    // Of the same length each time: the length costs, too.
+    // Always of the same length, because the cost depends on it.
     std::string name_ = FolderOfFiles() + "/wyx_bench.XXXXXX";
 };
 

@@ -1,4 +1,5 @@
-// Our two lists for the benchmarks; their calls have the same shape under different names.
+// Our two lists for the benchmarks. One template wraps both: the calls that it makes take the same
+// arguments under different names.
 #ifndef WYX_BENCH_OUR_LISTS_H
 #define WYX_BENCH_OUR_LISTS_H
 
@@ -7,7 +8,7 @@
 
 namespace wyx::bench {
 
-/// An open list, which releases no element.
+/// A list that releases no element.
 template <auto kInsert, auto kFrontFirst, auto kAfterLast, auto kRemoveHead, auto kRemoveTail,
           auto kQuery, auto kProcess, auto kDeinit, auto kLeaveNodes>
 class OurList {

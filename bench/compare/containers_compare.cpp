@@ -1,8 +1,8 @@
 // The containers compared with GLib's, the standard library's and the system's tail queue.
 //
-// Every contender stores pointers to records of the caller's, in order of ascending numbers, and
-// calls back through a pointer to a function to visit or compare them, as ours must; callers of a
-// library are not replacing code that could be inlined in a program of their own.
+// Every contender stores pointers to the caller's records, in order of ascending numbers, and
+// visits or compares them through a function pointer, as ours must. Code inlined into the caller
+// would be faster, but a call into a shared library cannot be inlined.
 #include <glib.h>
 #include <malloc.h>
 #include <sys/queue.h>
@@ -60,7 +60,8 @@ QAL_UINT32 AddNumber(void *pSum, void *pRecord, void **)
     return 0;
 }
 
-/// The callbacks of the contenders that are not libraries; they are read again for every element.
+/// The callbacks for contenders that are not libraries. The pointers are read again for every
+/// element, so that the compiler inlines nothing.
 QAL_UINT32 (*volatile g_pfunIsNumber)(const void *, void *) = IsNumber;
 QAL_UINT32 (*volatile g_pfunAddNumber)(void *, void *, void **) = AddNumber;
 
@@ -468,7 +469,7 @@ struct GlibHash {
     GlibHash(const GlibHash &) = delete;
     ~GlibHash() { g_hash_table_destroy(pTable); }
     void Save(Record &record) { g_hash_table_insert(pTable, g_strdup(record.szKey), &record); }
-    /// The value is returned, like ours: one look-up, after which the key belongs to the caller.
+    /// Returns the value, as ours does, with one look-up. The key then belongs to the caller.
     void *Remove(char *pszKey)
     {
         gpointer pStolenKey = nullptr;
@@ -490,8 +491,8 @@ struct GlibHash {
     GHashTable *pTable;
 };
 
-/// @tparam Wanted  what a key is looked up as: std::string_view, or std::string, which is made for
-///                 each call, as in a program that does not know better.
+/// @tparam Wanted  the type that a key is looked up as: std::string_view, or std::string, which is
+///                 constructed for each call, as in a program that does not know better.
 template <typename Wanted>
 struct StandardHash {
     struct Hash {
@@ -581,7 +582,8 @@ void AddTables(Report &report, std::vector<Record> &records, std::vector<Record>
     using Transparent = StandardHash<std::string_view>;
     using StringPerCall = StandardHash<std::string>;
     const char *const pszStringPerCall = "unordered_map, a string made per call";
-    // One peer per size has targets: a table of few keys, and one that fits in no cache.
+    // Each size has one peer with targets: GLib for few keys, and the standard library for a table
+    // that fits in no cache.
     const bool isSmall = records.size() == kFew;
     const auto glib = [&](double target) { return isSmall ? Target{target, {}} : Target{}; };
     const auto standard = [&](double target) { return isSmall ? Target{} : Target{target, {}}; };
@@ -654,7 +656,7 @@ int main(int argc, char **argv)
     using namespace wyx::bench;
     Report report(argc, argv);
     PrintMemory();                        // before any memory has been used and released
-    std::deque<std::vector<Record>> held; // outlive the report
+    std::deque<std::vector<Record>> held; // must outlive the report
     for (const std::size_t count : {kFew, kMany}) {
         std::vector<Record> &records = held.emplace_back(MakeRecords(count));
         std::vector<Record> &shuffled = held.emplace_back(records);

@@ -33,7 +33,7 @@ QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
     return ulCrc;
 }
 
-/// The others invert the value before and after; started with this, they compute ours, inverted.
+/// The others invert the CRC before and after. Started with this, they compute ours, complemented.
 constexpr QAL_UINT32 kInverted = 0xFFFFFFFF;
 
 template <typename Keeper>
@@ -59,7 +59,7 @@ constexpr Size kSizes[] = {
     {"1 KiB", 1024, {1.25, {}}, {{}, 1.0}, {}, {13, {}}, {{}, 0.5}},
     {"16 KiB", 16 << 10, {2.0, {}}, {{}, 1.0}, {{}, 0.9}, {50, {}}, {{}, 0.5}},
     {"1 MiB", 1 << 20, {2.7, {}}, {{}, 1.0}, {{}, 0.9}, {60, {}}, {{}, 0.5}},
-    {"13 B", 13, {}, {}, {}, {}, {}}, // from here on: lengths that fill no word and no vector
+    {"13 B", 13, {}, {}, {}, {}, {}}, // from here on: no multiples of a word or vector
     {"79 B", 79, {}, {}, {}, {}, {}},
     {"301 B", 301, {}, {}, {}, {}, {}},
     {"1500 B", 1500, {}, {}, {}, {}, {}},
@@ -109,7 +109,7 @@ void AddSizes(Report &report, const QAL_UINT8 *pucData)
     }
 }
 
-/// Small pieces of one message: each call waits for the value of the last.
+/// Small pieces of one message: each call waits for the result of the call before it.
 void AddPieces(Report &report, const QAL_UINT8 *pucData)
 {
     for (const QAL_UINT32 ulBytes : {16U, 64U, 256U}) {

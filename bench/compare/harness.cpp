@@ -15,8 +15,8 @@ namespace wyx::bench {
 namespace {
 
 constexpr std::size_t kMinRounds = 15;
-// Long enough for the clock; short enough that a busy machine interrupts few batches, which the
-// median then ignores.
+// Long enough for the clock to be exact; short enough that a busy machine interrupts only a few
+// batches, which the median ignores.
 constexpr double kBatchNs = 2e5;
 
 struct Estimate {
@@ -121,8 +121,8 @@ std::string Date()
     return acText;
 }
 
-/// Seconds that the machine's processors were at work, all together, since it was started; 0 if the
-/// system does not report it.
+/// How long the machine's processors have been at work since it was started, in seconds, summed
+/// over all of them; 0 if the system does not report it.
 double MachineSeconds()
 {
     std::ifstream info("/proc/stat");
@@ -211,7 +211,7 @@ void Report::Time(Case &c) const
     }
     for (std::size_t round = 0; round < rounds_; ++round) {
         for (std::size_t turn = 0; turn < repeats.size(); ++turn) {
-            const std::size_t i = (round + turn) % repeats.size(); // each begins in turn
+            const std::size_t i = (round + turn) % repeats.size(); // each in turn begins a round
             Contender &contender = c.contenders_[i];
             contender.nsPerRound[round] =
                 TimeBatch(contender, repeats[i]) / static_cast<double>(repeats[i]);

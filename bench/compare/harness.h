@@ -36,8 +36,8 @@ struct Timed {
     {
         Keep(value);
     }
-    /// Another contender has the same result in another form; @p show, which is not timed, makes
-    /// the common one.
+    /// For a result that another contender returns in another form. @p show converts it to the
+    /// common form, and is not called here, where it would be timed.
     template <typename T, typename Show>
     void operator()(const T &value, const Show & /*show*/) const
     {
@@ -111,7 +111,7 @@ class Case {
         return Add(std::move(name), "peer", std::move(op), target, true);
     }
 
-    /// Other work to compare with, which has another result.
+    /// Other work to compare with; its result is not compared.
     template <typename Op>
     Case &Other(std::string name, Op op, Target target = {})
     {
@@ -165,12 +165,12 @@ class Report {
   public:
     Report(int argc, char **argv);
 
-    /// A case of @p task; @p bytes of input make its rate, 0 leaves that out. The first operation
-    /// to be added is Ours().
+    /// A case of @p task. Its rate is computed for @p bytes of input; 0 leaves the rate out. Add
+    /// Ours() first.
     Case &Add(const std::string &task, std::string name, std::size_t bytes = 0);
 
-    /// Compares all results, times everything, prints one table per task and writes the JSON; the
-    /// program's exit status, 1 if contenders disagree.
+    /// Compares all results, times everything, prints one table per task and writes the JSON.
+    /// Returns the program's exit status: 1 on failure, as when contenders disagree.
     int Run();
 
   private:

@@ -1,6 +1,6 @@
 // INI files compared with inih, iniparser and GLib's GKeyFile: files of 40 and of 10,000 lines.
 //
-// The programs do not do the same. inih keeps nothing and calls back for every key; iniparser and
+// The libraries do different work. inih keeps nothing and calls back for every key; iniparser and
 // GKeyFile build tables that later look-ups use; ours keeps the lines. Before the timing, all
 // sections, keys and values are compared.
 #include <glib.h>
@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kLinesPerSection = 50;
 
-/// Sections of keys with comments; as many lines as requested.
+/// Sections of keys with comments, @p iLines lines in all.
 void MakeFile(const std::string &name, int iLines)
 {
     std::ofstream file(name);
@@ -226,7 +226,7 @@ void AddFile(Report &report, const std::string &name, int iLines, const Targets 
             },
             targets.lookup);
 
-    // Both as they are shipped: a new file, flushed to the device, replaces the old one.
+    // Both do what they do by default: a new file, flushed to the device, replaces the old one.
     report.Add("INI load, set, save", lines)
         .Ours([=](auto keep) {
             XELP_IN_S_INI_FILE_STRUCT doc;
@@ -260,7 +260,7 @@ int main(int argc, char **argv)
 {
     using namespace wyx::bench;
     Report report(argc, argv);
-    // In memory: otherwise the disk would be measured.
+    // A folder in memory: otherwise the disk would be measured.
     std::string folder = "/dev/shm/ini_parser_compare.XXXXXX";
     Require(mkdtemp(folder.data()) != nullptr, "mkdtemp");
     const std::string few = folder + "/few.ini";

@@ -1,5 +1,5 @@
 // MD5 compared with OpenSSL's and nettle's.
-#define OPENSSL_SUPPRESS_DEPRECATED // the calls that do the same as ours
+#define OPENSSL_SUPPRESS_DEPRECATED // for the calls that do the same as ours
 #include <nettle/md5.h>
 #include <openssl/evp.h>
 #include <openssl/md5.h>

@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """Makes a page with charts of one run of scripts/bench.sh: page.py BENCH_JSON [HOME] >PAGE
 
-The page holds everything it shows: it loads nothing, and it needs no script. HOME is what its link back
-leads to; docs/benchmarks.md explains how to read it. With --summary before BENCH_JSON, makes a drawing
-with one row for each task and each other library instead.
+The page holds everything that it shows: it loads nothing and needs no script. HOME is the target of its
+link back to the documentation. docs/benchmarks.md explains how to read the page. With --summary before
+BENCH_JSON, makes a drawing instead, with one row for each task and each other library.
 """
 import json
 import math
 import sys
 from html import escape
 
-WIDTH, TOP = 380, 24  # of a chart and of what is above its rows; the page scales it
+WIDTH, TOP = 380, 24  # width of a chart, height of what is above its rows; the page scales it
 TIMES = 116  # width of the column with the times
 LABEL, LINE = 20, 15  # height of the name of a case and of each build's line below it
 LEVELS = ("baseline", "best")
@@ -78,7 +78,7 @@ def tasks_of(runs):
 
 
 def size_of(case):
-    """Sizes go upwards; cases without one stay in the order of the run."""
+    """The key to sort by: cases without a size stay in the order of the run."""
     return next(iter(case[1].values()))["bytes"]
 
 
@@ -116,7 +116,7 @@ class Scale:
         return round(self.left + share * (self.right - self.left), 1)
 
     def ticks(self):
-        """1, 2, 5, 10, ... as far as they fit; for a wide range only the powers of ten."""
+        """1, 2, 5, 10, ... that are in range; only the powers of ten if the range is wide."""
         steps = (1, 2, 5) if self.high - self.low < 2.6 else (1,)
         decades = range(math.floor(self.low), math.ceil(self.high) + 1)
         ticks = [step * 10.0 ** decade for decade in decades for step in steps]
@@ -194,7 +194,7 @@ def percent(ratio):
 
 
 def limit_chart(name, contender, ours):
-    """How much of what is possible ours reaches: bars that end, at best, at the limit."""
+    """What share of the possible speed ours reaches: bars that end, at best, at the limit."""
     points = contender["points"]
     left, right = 10, WIDTH - TIMES
     most = max([1, *(point["ratio"] for by_level in points.values() for point in by_level.values())])
@@ -268,7 +268,7 @@ def section(task, contenders):
 
 
 def facts(runs):
-    """What produced the figures; if the programs of a run differ in it, all variants."""
+    """What produced the figures. If the programs of a run differ in a fact, lists all its values."""
     def every(member, words="{}"):
         values = dict.fromkeys(words.format(run[member]) for run in runs if member in run)
         return ", ".join(values) or "unknown"
@@ -351,7 +351,7 @@ def summary(runs):
     groups = []  # (task, case, {name of the other: {level: (ours, theirs)}})
     for task, contenders in tasks_of(runs).items():
         ours = next(c for c in contenders.values() if c["role"] == "ours")["points"]
-        case = list(ours)[(len(ours) - 1) // 2]  # the smaller of two, which other work disturbs less
+        case = list(ours)[(len(ours) - 1) // 2]  # the smaller of two middle ones: less disturbed
         others = {name: {level: (ours[case][level], {**point, "target": None})
                          for level, point in c["points"][case].items()}
                   for name, c in contenders.items()
