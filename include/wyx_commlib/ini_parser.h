@@ -24,14 +24,14 @@
  * Every successful load needs exactly one XELP_IniFreeIniStruct() or XELP_IniSaveFileContent().
  *
  * ## The file
- * - A line ends at CR LF, LF CR, a lone LF or a lone CR, which stays part of it. A last line
- *   without a line end gets a CR.
+ * - A line ends at CR LF, LF CR, a lone LF or a lone CR, and this line end stays part of it. A last
+ *   line without a line end gets a CR.
  * - A backslash directly before a line end joins the next line to this one; the backslash and the
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
  *   before any other byte is kept, one at the end of the file is dropped. Oddities: after a lone LF
  *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
  *   stays in the text. Right after a backslash and LF, another LF ends the line at once, even
- *   before a CR; so does a CR after a backslash and CR, even before an LF.
+ *   if a CR follows; so does a CR after a backslash and CR, even if an LF follows.
  * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
  *   load.
  * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. As
@@ -52,30 +52,30 @@
  * | `list="a ;b", c ;x`   | any other    | key `list`, value `"a ;b", c`, comment `x`  |
  * | `u=h;b ;c`            | any other    | key `u`, value `h;b ;c`, no comment         |
  *
- * - A line with another first byte and no `=` is of no known kind. Every lookup, edit or check
+ * - A line with any other first byte but no `=` is of no known kind. Every lookup, edit or check
  *   that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
  * - After a header, a comment begins at the first " ;", a space and a semicolon; a tab will not
  *   do.
  * - In a value, the search for a comment goes from one `;` to the next. A `;` without a space
- *   before it ends the search: all of the rest is value. A " ;" begins the comment, unless a
+ *   before it ends the search: the whole rest is value. A " ;" begins the comment, unless a
  *   quotation mark without a backslash before it follows anywhere in the line; the search then
  *   resumes after that mark.
  * - Names are compared without regard to the case of ASCII letters.
  * - Oddity: if there is nothing but blanks between the `=` and the line end, the value is the first
  *   byte of the line end, CR or LF.
  * - A header and the lines up to the next header are a *block*. If a section has several blocks,
- *   lookups and XELP_IniSetKeyValue() use the last one, and deletions use all of them. If a key has
- *   several lines in a block, XELP_IniGetKeyValue() and XELP_IniSetKeyValue() use the last one, and
- *   XELP_IniDelKey() deletes all of them.
+ *   lookups and XELP_IniSetKeyValue() use the last one, and deletions apply to all of them. If a
+ *   key has several lines in a block, XELP_IniGetKeyValue() and XELP_IniSetKeyValue() use the last
+ *   one, and XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
  * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
  * lines: see docs/modules/ini_parser.md for figures. To create many keys, write the file and load
  * it.
  *
- * No text is cut at 4 GiB: one whose length, terminator included, does not fit in 32 bits is not
- * copied, and the call fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the
- * status of a limit that the call's description names.
+ * No text is cut at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
+ * included, fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that its
+ * description gives for a text that is too long.
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise a
@@ -136,16 +136,16 @@ typedef enum WYX_ENUM32 {
 } XELP_INI_E_LINE_TYPE;
 
 /**
- * A document. The record is yours, what it points to belongs to the library. A record in which
- * every byte is zero is an empty document. One *without lines* has a ulLineNum of 0; deleting lines
- * does not make it so, because their slots stay.
+ * A document. The record is yours; what it points to belongs to the library. A record in which
+ * every byte is zero is an empty document. A document *without lines* is one whose ulLineNum is 0;
+ * deleting all lines does not make it one, because their slots stay.
  */
 typedef struct XelpIniFileStruct {
     QAL_UINT32 ulLabel;      /**< 1 once a line was stored or deleted; a save writes only then */
     QAL_UINT32 ulLineNum;    /**< slots in use, those without a line included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
-    QAL_UINT32 ulIniFileNum; /**< lines loaded, each counted as by the lineNum of IniGetOneLine(),
-                                  less one for each line deleted since */
+    QAL_UINT32 ulIniFileNum; /**< sum of lineNum over all lines loaded, see IniGetOneLine(), less
+                                  one for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
                                   is null if it has none; all are null from ulLineNum on */
 } XELP_IN_S_INI_FILE_STRUCT;
@@ -241,7 +241,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * - #XELP_ERR_INI_FILE_EMPTY: the name is null or empty
  * - #XELP_ERR_INI_INTERNAL: no memory
  * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file has the new file's name
- *   already and is left alone, or not all could be written, and the new file was removed
+ *   already and is left alone, or not everything could be written, and the new file was removed
  *   if that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
@@ -456,7 +456,7 @@ WYX_API QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QA
  * @brief Moves a pointer forward over blanks.
  *
  * @param[in,out] strLine  the pointer, not null
- * @param[in]     end      where to stop at the latest
+ * @param[in]     end      the pointer does not move beyond it
  */
 WYX_API void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end);
 
@@ -464,7 +464,7 @@ WYX_API void IniSkimBeginSpace(QAL_INT8 **strLine, const QAL_INT8 *end);
  * @brief Moves a pointer back over white bytes.
  *
  * @param[in,out] strLine  the pointer, not null; at the last byte of a text, not past it
- * @param[in]     begin    where to stop at the latest
+ * @param[in]     begin    the pointer does not move back beyond it
  */
 WYX_API void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin);
 
@@ -538,7 +538,7 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
  * no bracket. After the `]` only blanks, the line end and a comment are allowed, and the comment
  * must begin with " ;". Oddities: a name of blanks that ends in a tab passes, though lookups refuse
- * it, and a line whose last byte is a tab directly after the `]` or its blanks fails.
+ * it, and a line that ends in a tab fails if only blanks come between the `]` and that tab.
  *
  * @param[in] strSectionLine  the line, borrowed
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION, for null as well.
@@ -553,9 +553,9 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
  * - An item that begins with a quotation mark ends at the next one without a backslash before it.
  * - Any other item ends at the next comma in the rest of the line, the comment included; without a
  *   comma, at the next `;` or the end of the line. Quotation marks inside it mean nothing.
- * - A comma must have an item before it and a blank after it. After the blanks there must be
- *   something, even if only the line end, but no comma or `;`. Items may also follow each other
- *   without a comma.
+ * - A comma must have an item before it and a blank after it. Something must follow the blanks,
+ *   even if only the line end, but not a comma or `;`. Items may also follow each other without a
+ *   comma.
  * - A `;` at the start of the value or at the end of an item must have a blank before it; unlike
  *   in a lookup, a tab will do. It begins the comment and ends the check.
  * - An item whose only byte is the last one of the line is not checked.
@@ -632,7 +632,7 @@ WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLi
                                          QAL_INT8 *strKeyValue, QAL_INT8 *strCommentLine);
 
 /**
- * @brief Inserts a key line after a slot; uses the next slot if its line was removed.
+ * @brief Inserts a key line after a slot; fills the next slot if that one is empty.
  *
  * @param[in,out] pStructIniLine  the document; if the line cannot be stored, the slot made for it
  *                                stays behind, empty; unchanged if the document cannot grow

@@ -225,7 +225,7 @@ TEST_F(IniCheckKeyLine, CommaInCommentCounts)
         {"k=a ;x, y\n", kOk},
         {"k=a ;,\n", kKeyValue},
         {"k=a, b ;x,y\n", kKeyValue},
-        {"k=\"a\" ;x,y\n", kOk}, // after a quoted item none is looked for
+        {"k=\"a\" ;x,y\n", kOk}, // after a quoted item no comma is searched for
         {"k= ;x,y\n", kOk},
     });
 }

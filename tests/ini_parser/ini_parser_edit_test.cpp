@@ -98,7 +98,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
 {
     Document doc({"old\n"});
     QAL_INT8 *pszOld = doc.pStrLine[0];
-    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, pszOld + 1), kOk); // even that can be stored
+    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, pszOld + 1), kOk); // even its own tail
     EXPECT_EQ(FullTrace(), "D 4");
     EXPECT_EQ(Look(doc), Edited({"ld\n"}, 1));
     EXPECT_EQ(TakeText(pszOld), "old\n");
@@ -109,7 +109,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
     platform.Fail(Service::kAllocate, 1);
     EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, "new\n"), kInternal);
     EXPECT_EQ(FullTrace(), "D 5");
-    EXPECT_EQ(Look(doc), Loaded({kHole})); // nor is it kept without memory
+    EXPECT_EQ(Look(doc), Loaded({kHole})); // the slot loses it even if there is no memory
     EXPECT_EQ(TakeText(pszOld), "ld\n");
 }
 
@@ -429,7 +429,7 @@ TEST_F(IniInsertSectionToIniStruct, EveryAllocationFailing)
     EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 3));
     platform.Fail(Service::kAllocate, 2);
     EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("a")), kInternal);
-    EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 53)); // it still looks as it was loaded
+    EXPECT_EQ(Look(doc), Loaded({"0", "1"}, 53)); // only the array has grown
 }
 
 class IniSetKeyValue : public EditTest {};

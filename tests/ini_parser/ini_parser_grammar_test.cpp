@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The number of searches for '=' until one finds nothing; 0: none.
+/// Which of the next searches for '=' finds nothing, counted from 1; 0: none of them.
 int lEqualsUntilLost = 0;
 
 } // namespace
@@ -313,7 +313,7 @@ TEST_F(IniParseSectionLine, ReturnsNameAndComment)
         {"[\xFF]\n", "\xFF", nullptr},
         {"[;]\n", ";", nullptr},
         {"[#]\n", "#", nullptr},
-        {"[\n]", "\n", nullptr}, // only tabs and spaces are no name
+        {"[\n]", "\n", nullptr}, // only a name of tabs and spaces is refused
         {"[\r\n]", "\r", nullptr},
         {"[ \n ]", "\n", nullptr},
         {"[\na]", "\na", nullptr},
@@ -456,7 +456,7 @@ TEST_F(IniParseKeyLine, ReturnsKeyValueAndComment)
         {"k= ;", "k", ";", nullptr}, // a single byte is the value, whatever it is
         {"k=  ;", "k", ";", nullptr},
         {"k=;", "k", ";", nullptr},
-        // Quotation marks: one anywhere after a " ;" makes that text.
+        // A quotation mark anywhere after a " ;" makes that " ;" text.
         {"k=\"x ;y\"\n", "k", "\"x ;y\"", nullptr},
         {"k=x ;y\"\n", "k", "x ;y\"", nullptr},
         {"k=x ;\"\n", "k", "x ;\"", nullptr},

@@ -62,8 +62,8 @@ class IniLongTexts : public PlatformTest {
 
 LongText *IniLongTexts::pText_ = nullptr;
 
-// 2^32 - 1 bytes leave no room for the terminator; 2^32 bytes would be stored as none, and five
-// more as five.
+// 2^32 - 1 bytes leave no room for the terminator; 2^32 bytes would be stored as no bytes, and
+// 2^32 + 5 as five.
 constexpr std::size_t kTooLong[] = {k4Gib - 1, k4Gib, k4Gib + 5};
 
 TEST_F(IniLongTexts, LineTooLongToStoreIsRefused)

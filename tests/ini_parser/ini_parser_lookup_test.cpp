@@ -84,7 +84,7 @@ class LookupTest : public PlatformTest {
     }
 
     std::string trace_;      // memory calls of the last lookup
-    bool hasFailed_ = false; // did one of them fail?
+    bool hasFailed_ = false; // did an allocation fail?
 
   private:
     /// Checks a list completely, or its address after a failure, and releases it.
@@ -130,7 +130,7 @@ TEST_F(IniGetKeyValue, NullArgumentIs170AndLeavesTheValue)
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", "k", nullptr), kInputPara);
-    // All of them come before an empty document.
+    // All of these are checked before an empty document is.
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", "k", nullptr), kInputPara);
@@ -198,8 +198,8 @@ const ValueCase kValues[] = {
     {"CommentsAndBlanks", {"[a]\n", "k=1\n", ";k=2\n", "#k=3\n", "\n", "  ", "\t\r\n"}, kOk, "1"},
     {"Holes", {kHole, "[a]\n", kHole, "k=1\n", kHole}, kOk, "1"},
     {"HolesAlone", {kHole, kHole}, kSectionNotFound, {}},
-    // Lines that end the walk, which goes from the end up to the header, and then from there to the
-    // key.
+    // Lines that end a walk: the first goes from the document's end up to the header, the second
+    // from the block's end up to the key.
     {"UnknownLineAfterIt", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
     {"UnknownLineInTheBlock", {"[a]\n", "garbage\n", "k=1\n"}, kLineUnknown, {}},
     {"UnknownLineBefore", {"garbage\n", "[a]\n", "k=1\n"}, kOk, "1"},

@@ -124,7 +124,7 @@ TEST_F(IniSaveStringToIniFile, EveryWriteFailing)
     const std::vector<std::string> pieces = model::Fold(line);
     ASSERT_EQ(pieces.size(), 5U);
     for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 6; ++ulFailAt) {
-        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // at most all but one
+        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // never more than all but one byte
             SCOPED_TRACE(ulFailAt);
             platform.StartRecording();
             platform.Fail(Service::kWrite, ulFailAt, Failure::kOnce, ulWritten);
@@ -434,7 +434,7 @@ TEST_F(IniSaveFileContent, NameWithoutDotFails)
         {"config", kTime},
         {"config", 17000000001},    // 11 digits: one too many
         {"config", 17000000001234}, // 14 digits
-        {"f.i", kTime},             // an ending of one letter makes too little room
+        {"f.i", kTime},             // an ending of one letter leaves too little room
         {"f.", kTime},
     };
     for (const auto &c : cases) {
@@ -588,7 +588,7 @@ TEST_F(IniRoundTrip, ComesBackAsItWas)
         {Text(77) + "\r\n"},
         {Text(78) + "   " + Text(80) + "\n", "k=1\n"},
         {Text(77) + "\xE4\xB8" + "b\n"},
-        {Text(77) + "\xE4\xB8\n", "k=1\n"}, // a line end of one byte after a fold: its LF ends it
+        {Text(77) + "\xE4\xB8\n", "k=1\n"}, // after the fold, a lone LF ends the line
         {Text(76) + "\\\\b\n"},             // a pair of backslashes before a fold
         {Text(78) + "\\b\n"},               // one after a fold
         {Text(509) + "\r\n", "k=1\n"},
@@ -655,7 +655,7 @@ TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
 {
     const Line kNone;
     struct {
-        const char *pszLoaded; // the file's content before k, or what replaces it, is set
+        const char *pszLoaded; // the file's content before the edit
         const char *pszSection;
         const char *pszKey;
         const char *pszValue;

@@ -160,7 +160,7 @@ const Cell kCells[] = {
     {"OtherPending", "\\b\r\n", "\\b\r\n", 4, 1, 0, ""},
     {"OtherPendingAfterLf", "\\\nb\\\nc\r\n", "bc\r\n", 4, 3, 0, ""},
     {"OtherPendingAfterCr", "\\\rb\\\rc\r\n", "bc\r\n", 4, 3, 0, ""},
-    // Byte 255, which as a signed number is that of the end of a file.
+    // Byte 255, which as a signed number is -1, like the end of a file.
     {"Byte255AfterOther", "a\xFF\r\nc", "a\xFF\r\n", 4, 1, 0, "c"},
     {"Byte255AfterLf", "\n\xFF", "\n", 1, 1, 1, "\xFF"},
     {"Byte255Pending", "\\\xFF\r\n", "\\\xFF\r\n", 4, 1, 0, ""},

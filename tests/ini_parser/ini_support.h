@@ -75,7 +75,7 @@ class Document : public XELP_IN_S_INI_FILE_STRUCT {
     Document &operator=(const Document &) = delete;
 };
 
-/// A text for a non-const argument that must not be written to; a write would be noticed.
+/// Passes a text for a non-const argument that the module must not write to.
 inline QAL_INT8 *Arg(const char *pszText)
 {
     return const_cast<QAL_INT8 *>(pszText);
@@ -95,8 +95,8 @@ inline QAL_INT8 *Sentinel()
     return reinterpret_cast<QAL_INT8 *>(std::uintptr_t{0x5E});
 }
 
-/// A block handed over by the module as text; fails the test if its size is not @p blockSize (0:
-/// the size the text needs). Releases it.
+/// Copies and releases a text that the module handed over; fails the test if the size of its block
+/// is not @p blockSize (0: the size the text needs).
 Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
 
 /// The double's record without reads, joined by ", ": "D 5", "free", "free null", "open r name",
@@ -105,8 +105,8 @@ std::string FullTrace();
 /// The file calls in it.
 std::string FileTrace();
 
-/// Fails the test if a block of the double's record was requested or released by anything but a
-/// unit of the module.
+/// Fails the test if a block of the double's record was requested or released by anything but the
+/// tests and the units of the module.
 void ExpectSites();
 
 /// A text of up to @p maxSize of these bytes.
@@ -130,7 +130,7 @@ class AllStrings {
     AllStrings(std::string_view alphabet, std::size_t maxLength)
         : alphabet_(alphabet), maxLength_(maxLength)
     {}
-    /// Calls @p call with each.
+    /// Calls @p call with each of them.
     template <typename Call>
     void ForEach(Call call) const
     {

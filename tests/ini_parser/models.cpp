@@ -125,7 +125,7 @@ ReadLine Read(std::string_view file, std::size_t at)
             i += 2;
         } else if (!b2) {
             i += 2;
-        } else if (b2 == "\\") { // begins the next continuation, or none
+        } else if (b2 == "\\") { // may begin the next continuation
             ++ulLines;
             i += 2;
         } else if (isEnd(b2) && b2 != b1) {
@@ -528,7 +528,7 @@ Block FindBlock(const Snapshot &doc, std::string_view section, Heap &heap)
     return block;
 }
 
-/// The lowest line of a key in a block, with its parts still held; ulEnd if there is none.
+/// The last line of a key in a block, with its parts still held.
 struct KeyLine {
     QAL_UINT32 ulStatus = kKeyNotFound;
     QAL_UINT32 ulAt = 0;
@@ -657,7 +657,7 @@ QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &he
 
 namespace {
 
-/// Stores a line that was built in 512 bytes; a text that does not fit is stored empty.
+/// Stores a line that was built in 512 bytes; a text that does not fit is empty, and refused.
 QAL_UINT32 SaveBuilt(Snapshot &doc, QAL_UINT32 ulAt, const std::string &text, Heap &heap)
 {
     return SaveString(doc, ulAt, text.size() < 512 ? text : "", heap);
@@ -755,8 +755,8 @@ void Delete(Snapshot &doc, QAL_UINT32 ulAt, Heap &heap)
     --doc.ulIniFileNum;
 }
 
-/// Both deletions: every block of a section is walked, and the lines of @p pKey, or all lines, are
-/// deleted.
+/// Both deletions: walks every block of a section, and deletes the lines of @p pKey; null: all
+/// lines.
 QAL_UINT32 DeleteIn(Snapshot &doc, std::string_view section, const std::string_view *pKey,
                     Heap &heap)
 {
@@ -815,7 +815,7 @@ std::vector<std::string> Fold(std::string_view line)
 {
     std::vector<std::string> pieces;
     while (line.size() >= 80) {
-        std::size_t run = 0; // bytes above ASCII that the first 78 end in
+        std::size_t run = 0; // non-ASCII bytes at the end of the first 78
         while (run < 78 && static_cast<unsigned char>(line[77 - run]) >= 0x80) {
             ++run;
         }

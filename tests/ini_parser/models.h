@@ -15,7 +15,8 @@ namespace wyx::test::model {
 /// What a call requests from the allocator, in the form of PlatformDouble::MemoryTrace().
 class Heap {
   public:
-    /// All requests succeed, except those from the @p ulFailAt-th on (counted from 1).
+    /// The @p ulFailAt-th request fails (counted from 1; 0: none), and also all later ones with
+    /// Failure::kFromThere.
     explicit Heap(QAL_UINT32 ulFailAt = 0, Failure failure = Failure::kOnce)
         : ulFailAt_(ulFailAt), failure_(failure)
     {}
@@ -57,7 +58,7 @@ struct Parts {
     Line name;
     Line value;
     Line comment;
-    std::size_t commentBlock = 0; ///< size of the comment's block, not filled by an empty one
+    std::size_t commentBlock = 0; ///< its block's size; an empty comment does not fill it
 };
 
 XELP_INI_E_LINE_TYPE TypeOf(std::string_view line); // not empty

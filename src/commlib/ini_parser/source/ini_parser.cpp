@@ -24,14 +24,14 @@ namespace {
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
-// One byte can add two to a full line: a backslash that turned out to be text, and itself. The zero
-// fill terminates the text.
+// A byte can add two bytes to a full line: a backslash that turned out to be text, and itself. The
+// zero fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
 
-/// The class of each byte. The end of the file, -1, becomes the index 255 and takes its entry; the
-/// byte 255 itself is left to ClassOf().
+/// The class of each byte. End of file, -1, becomes the index 255 and uses that entry; ClassOf()
+/// handles the byte 255 itself.
 consteval std::array<ByteClass, 256> MakeClasses()
 {
     std::array<ByteClass, 256> aTab{};
@@ -42,7 +42,7 @@ consteval std::array<ByteClass, 256> MakeClasses()
     return aTab;
 }
 
-/// What the bytes so far leave open.
+/// What the bytes read so far leave open.
 enum State : QAL_UINT8 {
     kText,      // nothing
     kAfterLf,   // an LF: alone, or the first half of LF CR?
@@ -117,14 +117,14 @@ bool IsPlain(QAL_INT32 lByte)
 /**
  * Reads the bytes of one line.
  *
- * @param[out] pszText  the text, perhaps only a part on failure; must be kBufferSize zero bytes
+ * @param[out] pszText  the text, or a part of it on failure; on entry kBufferSize zero bytes
  * @param[out] ulLines  number of physical lines
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    // The call for each byte goes through a register: by way of a linker stub, a byte would take a
-    // fifth more instructions. The asm statement hides from the compiler which function is called,
-    // and where in the buffer the limit is: otherwise Clang moves an index and not a pointer.
+    // Every byte costs a call, which goes through a register: through a linker stub, it would take
+    // a fifth more instructions. The asm statement hides from the compiler which function is called
+    // and where in the buffer the limit is: otherwise Clang steps an index instead of a pointer.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
     const QAL_INT8 *pszTooLong = pszText + kLongestLine + 1;
     __asm__("" : "+r"(pfunGetc), "+r"(pszTooLong));

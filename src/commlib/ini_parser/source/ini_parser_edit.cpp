@@ -277,7 +277,7 @@ QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QA
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
-    const QAL_UINT32 ulSlot = ulLoction + 1; // wraps to the first for a document without lines
+    const QAL_UINT32 ulSlot = ulLoction + 1; // wraps to slot 0 in a document without lines
     if (doc.pStrLine[ulSlot] != nullptr) {
         for (QAL_UINT32 i = doc.ulLineNum; i > ulSlot; --i) {
             doc.pStrLine[i] = doc.pStrLine[i - 1];

@@ -3,10 +3,10 @@
 
 namespace wyx::ini {
 
-// These are not inlined: one copy for all parsers saves about 600 bytes, and the calls cost a
-// parser less than 2 % more instructions.
+// These are not inlined: one copy for all parsers saves about 600 bytes, and the calls add less
+// than 2 % to the instructions of a parser.
 
-// The adapter returns a length of 32 bits. If it has wrapped, it leads to a byte before the
+// The adapter returns a 32-bit length. If that has wrapped, it leads to a byte before the
 // terminator, and the search goes on from there.
 [[gnu::noinline]] const QAL_INT8 *EndOf(const QAL_INT8 *psz)
 {
@@ -30,8 +30,8 @@ namespace wyx::ini {
 
 namespace {
 
-/// Releases a part, even one that is null. Not inlined: it takes the address of a local, for which
-/// the compiler would guard the stack of every parser.
+/// Releases a part, even one that is null. Not inlined: Release() takes the address of a local
+/// variable, so the compiler would add a stack guard to every parser.
 [[gnu::noinline]] void ReleasePart(QAL_INT8 *&pszPart, QAL_UINT32 ulLine = __builtin_LINE())
 {
     Release(pszPart, ulLine);

@@ -86,8 +86,8 @@ struct Range {
     const QAL_INT8 *pszLast;
 };
 
-/// A stretch of at least one byte, up to the byte before @p pszEnd, without the blanks at its
-/// beginning and the white bytes at its end. One byte is always left, whatever it is.
+/// The bytes from @p pszBegin up to the one before @p pszEnd, at least one, without leading blanks
+/// and trailing white bytes. One byte is always left, whatever it is.
 Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 
 /// The first quotation mark after @p psz that has no backslash before it, or null.
@@ -196,7 +196,7 @@ inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
     return {doc, ulLast, ulEnd, 0U - 1U};
 }
 
-/// Returned for a match, and by a visit to end a walk although nothing failed; not a status.
+/// Means a match; a visit that returns it ends its walk. Not a status.
 constexpr QAL_UINT32 kFound = 1;
 
 /**

@@ -1,8 +1,8 @@
 // Lookups, and the two searches they share with the edits.
 //
-// There is no index: every call walks the lines and parses again those that it needs. Searches go
-// from the end of the document to the section, and from the end of its block to the key: of several
-// with one name, the last counts.
+// There is no index: every call walks the lines and parses the ones it needs. Searches go from the
+// end of the document to the section, and from the end of its block to the key, because the last
+// of several with the same name counts.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -19,7 +19,7 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
         if (ulMatch == kFound) {
             block.ulHeader = walk.ulSlot;
         } else {
-            block.ulLast = walk.ulSlot - 1; // wraps if no slot is left, and the walk ends
+            block.ulLast = walk.ulSlot - 1; // wraps at slot 0, where the walk ends
         }
         return ulMatch;
     });
@@ -149,7 +149,7 @@ QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLin
     }
     const QAL_UINT32 ulStatus = CollectSections(*pStructIniLine, *sectionNum, *sectionList);
     if (ulStatus != XELP_ERR_INI_OK) {
-        // Kept: the caller keeps the count so far and a dangling pointer
+        // Kept: the caller is left with the count so far and a dangling pointer
         // (IniGetSectionList.FailureLeavesTheListPointerDangling).
         XELP_IniFreeList(*sectionList);
     }
@@ -173,7 +173,7 @@ QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
     }
     const QAL_UINT32 ulStatus = CollectKeys(*pStructIniLine, section, *keyNum, *keyList);
     if (ulStatus != XELP_ERR_INI_OK) {
-        // Kept: the caller keeps the count so far and a dangling pointer
+        // Kept: the caller is left with the count so far and a dangling pointer
         // (IniGetKeyList.FailureLeavesTheListPointerDangling).
         XELP_IniFreeList(*keyList);
     }
