@@ -3,7 +3,7 @@
  * @brief CRC-16 and CRC-32 of a buffer, in one call or piece by piece.
  *
  * Both start from 0 and are not inverted at the end, so XELP_CRC_32() differs from zlib's crc32();
- * stored checksums depend on it. They detect accidents, not attacks: anyone can make a message
+ * stored checksums depend on this. A CRC detects accidents, not attacks: anyone can make a message
  * with a given CRC.
  *
  * No call allocates, keeps a pointer or holds state: all of them may run on any number of threads.

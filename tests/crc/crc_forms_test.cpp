@@ -14,7 +14,7 @@
 namespace wyx::test {
 namespace {
 
-/// A form, as it is and with the signatures of the public calls, which the shared checks expect.
+/// A form, both as it is and with the signatures of the public calls, which the shared checks call.
 template <typename Word, auto pfunPlainForm, auto pfunForm, QAL_UINT32 ulPolynomial,
           bool isReflected>
 struct FormOf {
