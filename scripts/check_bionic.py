@@ -80,7 +80,7 @@ class Target:
                 skip(f"{program} is not installed")
 
     def environment(self, **more):
-        """So that a program takes the libraries from the folder of links, and the shim first."""
+        """The environment in which a program loads the shim, and the libraries of the folder of links."""
         settings = {"LD_LIBRARY_PATH": str(self.run_folder), "LD_PRELOAD": str(self.shim), **more}
         if self.native:
             return {**os.environ, **settings}
@@ -92,7 +92,7 @@ class Target:
 
 
 def build(target, name, *arguments):
-    """Configures and builds by the preset; the commands of the units."""
+    """Configures and builds by the preset; returns the compile commands of the units."""
     folder = target.work / name
     # Without a launcher: one that caches objects of another folder changes the names in them.
     plain = {name: value for name, value in os.environ.items()
@@ -185,7 +185,7 @@ def look_at_both(target):
 
 
 def plant_faults(target):
-    """What the build must find has to be a build error."""
+    """Mistakes that the build must find have to be build errors."""
     link = ["-shared", "-fPIC", "-fuse-ld=lld", "-nostdlib++", "-rtlib=libgcc", "--unwindlib=none",
             "-Wl,-z,defs", "-o", os.devnull, "-x", "c++", "-"]
     for code, symbol in (

@@ -2,8 +2,8 @@
 """Models how long AArch64 cores take for the innermost loops: model_cycles.py LIBRARY [WORD...]
 
 Prints a Markdown table of the loops of all functions whose names contain one of the words (default:
-Base64, CRC and MD5), by llvm-mca of LLVM 19 (Debian: llvm-19). Cores without a model of their own have
-that of their close relative: neoverse-n1 for A76, neoverse-n2 for A710, neoverse-v1 for X1. A model is
+Base64, CRC and MD5), by llvm-mca of LLVM 19 (Debian: llvm-19). Cores without a model of their own use
+that of a close relative: neoverse-n1 for A76, neoverse-n2 for A710, neoverse-v1 for X1. A model is
 no measurement: every load hits the first cache, every branch is predicted, and loads never wait for
 stores. No core takes fewer cycles than the width of its decoder allows, which the models ignore.
 """
@@ -55,7 +55,7 @@ def main():
     print("|---|--:|--:|" + "--:|" * len(CORES))
     for name, code in functions(library):
         for first, body in loops(code) if any(word in name for word in words) else ():
-            # A round takes as many bytes as its largest step of a pointer or count; 0: not known.
+            # A round consumes as many bytes as its largest step of a pointer or count; 0: not known.
             steps = [int(step or after, 0) for _, step, after in re.findall(
                 r"(?:add|subs?)\s+([xw]\d+), \1, #(\w+)$|\], #(\d+)$", "\n".join(body), re.M)]
             bounds = [max(cycles(body, cpu), len(body) / width) for cpu, width in CORES.values()]
