@@ -1,4 +1,4 @@
-# Options of a build of the project itself, kept out of the way of a project that includes it.
+# Options for building the project itself. They do not affect the targets of a project that includes it.
 include_guard(GLOBAL)
 
 option(WYX_WERROR "Treat warnings as errors" OFF)

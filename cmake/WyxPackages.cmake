@@ -111,7 +111,7 @@ set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES
     "runtime=${library};development=libwyx-commlib-dev;static=libwyx-commlib-static;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
 
-# Corrects what no variable of CPack can. libwyx-commlib-dev gets no Multi-Arch field: it contains a
+# Corrects what CPack has no variable for. libwyx-commlib-dev gets no Multi-Arch field: it contains a
 # program, which differs between processors.
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/correct_packages.cmake")
 set(CPACK_WYX_MULTI_ARCH

@@ -40,7 +40,7 @@ function(wyx_shared_library target)
         -fno-builtin
         $<$<CXX_COMPILER_ID:GNU>:-fno-tree-loop-distribute-patterns>)
     if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-        # Less code that executes no more instructions, see docs/footprint.md.
+        # Smaller code that executes no more instructions: see docs/footprint.md.
         target_compile_options(${target} PRIVATE
             $<$<CXX_COMPILER_ID:GNU>:-fno-shrink-wrap>
             $<$<CXX_COMPILER_ID:GNU>:-falign-functions=4>
@@ -85,8 +85,8 @@ function(wyx_shared_library target)
     if(NOT WYX_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
         # Without the start files nothing runs at load; there are no constructors for them to call.
-        # On Android they are needed: they contain the note from which its loader reads the API
-        # level. So are they by gcov's counters.
+        # Android needs them: they contain the note from which its loader reads the API level.
+        # gcov's counters need them, too.
         if(NOT WYX_COVERAGE AND NOT ANDROID)
             target_link_options(${target} PRIVATE -nostartfiles)
         endif()

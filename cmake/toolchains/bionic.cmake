@@ -21,7 +21,7 @@ foreach(language C CXX)
 endforeach()
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
-# Like the NDK, without the C++ library. The build-id is lld's own kind, unless one is named.
+# Like the NDK, without the C++ library. The build-id is of lld's default kind, unless one is named.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-nostdinc++>)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT
     "-fuse-ld=lld -nostdlib++ -rtlib=libgcc --unwindlib=none -Wl,--build-id")
