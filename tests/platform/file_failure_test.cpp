@@ -23,9 +23,9 @@ namespace wyx::test {
 namespace {
 
 constexpr std::size_t kWriteBuffer = 65536;
-constexpr std::size_t kAtOnce = kWriteBuffer + 1; // bytes in a call that are not buffered
+constexpr std::size_t kAtOnce = kWriteBuffer + 1; // a write of this size is not buffered
 constexpr std::size_t kOneByOne = 8192;           // up to here nothing is reserved ahead
-constexpr int kAlways = 1 << 30;                  // how often a call fails that never works again
+constexpr int kAlways = 1 << 30;                  // for a call that never works again
 
 class FileFailure : public SystemTest {
   protected:
@@ -54,7 +54,8 @@ class FileFailure : public SystemTest {
 
     std::string Trace() const { return system.Trace(folder.Path()); }
 
-    /// A failure has still to be reported: the next removal only reports it, the one after it acts.
+    /// Expects that a failure is still to be reported: the next removal only reports it, and the
+    /// one after that acts.
     void ExpectPending(int iError)
     {
         const std::string victim = folder.Make("victim", "still needed");
@@ -974,8 +975,8 @@ TEST_F(FileFailure, LastFailureOfAThreadIsReported)
     ExpectPending(EDQUOT);
 }
 
-/// A thread without room for its failure must not remove what is still needed, so another thread's
-/// call may fail instead.
+/// A thread that could not store its failure must not remove what is still needed, so another
+/// thread's call may fail instead.
 TEST_F(FileFailure, FailureThatItsThreadCannotKeepGoesToTheFirstThreadThatAsks)
 {
     for (const bool isOther : {false, true}) {

@@ -1,5 +1,5 @@
-// What the default adapter promises of files beyond the contract that tools/adapter_suite tries: on
-// real files, pipes, devices and full disks.
+// What the default adapter promises about files beyond the contract that tools/adapter_suite tries:
+// on real files, pipes, devices and full disks.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -29,7 +29,7 @@
 namespace wyx::test {
 namespace {
 
-constexpr int kNotHere = 77; // the result of a child that cannot try here what it should
+constexpr int kNotHere = 77; // the result of a child that cannot run its test on this machine
 
 /// Runs a function in a process of its own, so that limits and mounts end with it. Returns its
 /// result.
@@ -312,8 +312,8 @@ TEST_F(File, PipeStreamsAndStepsBackAcrossEveryRefill)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A writer that opens the pipe after its end begins a new text, which the first reader does not
-/// see.
+/// A writer that opens the pipe after its end begins a new text. The file that is open already does
+/// not read it.
 TEST_F(File, PipeEndsOnce)
 {
     const std::string name = folder.File("pipe");

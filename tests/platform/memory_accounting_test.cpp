@@ -290,7 +290,7 @@ TEST(MemoryAccounting, ReleaseThroughAVariableClearsIt)
 TEST(MemoryAccounting, TableGrowsWithTheBlocks)
 {
     SystemDouble &system = SystemDouble::Instance();
-    XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // alone is held back
+    XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // only it is held back
     const std::size_t before = system.LiveBlocks();
     system.Reset();
     std::vector<void *> blocks;
@@ -374,7 +374,7 @@ TEST(MemoryAccounting, ChainsGrowLongerIfThereIsNoMemoryForMore)
     const QAL_ULONG ulBefore = Use().ulLiveBlocks;
     std::vector<void *> blocks;
     for (QAL_UINT32 i = 0; i < 20000; ++i) {
-        system.Fail("calloc", 2, ENOMEM); // the second of a call would be for the chains
+        system.Fail("calloc", 2, ENOMEM); // the second in one allocation would be for the chains
         blocks.push_back(XELP_MemMallocD(1, 71, "known.c"));
         ASSERT_NE(blocks.back(), nullptr);
         system.Reset();
@@ -444,7 +444,7 @@ TEST_F(MemoryAccountingDeathTest, SecondReleaseIsFoundAfterManyAllocations)
 {
     void *const pBlock = XELP_MemMallocD(24, 81, "alloc.c");
     XELP_MemFreeD(pBlock, 82, "first.c");
-    for (int i = 0; i < 1000; ++i) { // none of them gets the same memory
+    for (int i = 0; i < 1000; ++i) { // none of them gets that block's memory
         XELP_MemFreeD(XELP_MemMallocD(24, 85, "other.c"), 86, "other.c");
     }
     EXPECT_DEATH(XELP_MemFreeD(pBlock, 83, "second.c"), "alloc.c:81 allocated and first.c:82");

@@ -14,7 +14,7 @@ WYX_CHECK(sizeof(wyxMem_S_Use) == 48);
 WYX_CHECK(sizeof(wyxMem_S_Site) == 64);
 WYX_CHECK(sizeof(wyxMem_S_Block) == 24);
 
-/* The prototypes, by assignment to pointers of the types that every adapter keeps. */
+/* Checks the prototypes: these pointers have the types that every adapter must keep. */
 static void *(*const pfunMallocD)(QAL_UINT32, QAL_UINT32, const QAL_CHAR *) = XELP_MemMallocD;
 static void *(*const pfunMallocS)(QAL_UINT32, QAL_UINT32, QAL_UINT32,
                                   const QAL_CHAR *) = XELP_MemMallocS;

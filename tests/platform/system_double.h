@@ -29,8 +29,8 @@ class SystemDouble {
     /// Forgets all records and plans, but not which descriptors and blocks are held.
     void Reset();
 
-    /// Makes the @p n-th call (from 1) of @p call from now on fail with @p iError, without doing
-    /// anything, and those after it, up to @p times in all. With error 0 a write or rename reports
+    /// Makes calls of @p call fail with @p iError, without doing anything: @p times in a row,
+    /// beginning with the @p n-th (from 1) from now on. With error 0 a write or rename reports
     /// success.
     void Fail(const std::string &call, int n, int iError, int times = 1);
     /// Makes every call that may be interrupted fail with EINTR @p times before it is carried out.

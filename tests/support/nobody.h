@@ -41,7 +41,7 @@ inline bool CanBeNobody()
     return AsNobody([] { return 0; }) == 0;
 }
 
-/// Skips a test, at whose start it belongs, if root cannot become another user.
+/// Skips a test if root cannot become another user. It belongs at the start of the test.
 #define WYX_NEED_NOBODY()            \
     if (!::wyx::test::CanBeNobody()) \
     GTEST_SKIP() << "root cannot drop its privileges here"

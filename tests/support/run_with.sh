@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Runs a test that needs programs which a machine may lack: run_with.sh "PROGRAM..." COMMAND...
-# Without one of them it ends with 77, which CTest takes for skipped, and says how to get it.
+# If one is missing, it says how to get it and ends with 77, which CTest takes for skipped.
 set -euo pipefail
 
-# The package that has a program, where it is not called the same (Debian).
+# The Debian package that has a program, if their names differ.
 declare -A package_of=([abidiff]=abigail-tools [abidw]=abigail-tools [clang++]=clang [dpkg-deb]=dpkg
     [dpkg-shlibdeps]=dpkg-dev [md5sum]=coreutils [objcopy]=binutils [xz]=xz-utils)
 

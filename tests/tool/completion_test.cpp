@@ -1,4 +1,4 @@
-// What the tool says to a shell that asks how a word could go on.
+// What the tool answers a shell that asks for the completions of a word.
 #include "tool_runner.h"
 
 namespace wyx::test {

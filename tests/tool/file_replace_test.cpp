@@ -1,5 +1,5 @@
-// system/file_replace.h, with the calls of the system that matter watched, and made to fail or to
-// find that somebody else was faster.
+// system/file_replace.h. The system calls that matter are watched, and made to fail or to find that
+// somebody else was faster.
 #include "system/file_replace.h"
 
 #include <fcntl.h>
@@ -27,11 +27,11 @@ namespace {
 std::vector<std::string> calls;     // "fsync FILE", "rename FROM TO", ... in their order
 std::function<void()> atFlush;      // what somebody else does before a file is flushed
 std::function<void()> atInstall;    // and before it takes its name, or its length
-std::set<int> *openFlags = nullptr; // where to note with which flags files are opened, if anywhere
-mode_t newMode = 0;                 // with which mode the last file was made
+std::set<int> *openFlags = nullptr; // unless null, collects the flags that files are opened with
+mode_t newMode = 0;                 // the mode that the last file was created with
 bool hasUnnamedFiles = true;        // does the file system know O_TMPFILE?
 bool hasExclusiveRename = true;     // and RENAME_NOREPLACE?
-bool isOtherDevice = false;         // is a name now that of a file with the same number elsewhere?
+bool isOtherDevice = false;         // is the file of a name now on another device?
 
 /// A call that fails.
 struct Fault {
@@ -219,7 +219,7 @@ const std::string kNew = "[a]\nk=2\n";
 using test::Mentions;
 using test::Read;
 
-/// What a change says when it fails; empty if it does not.
+/// The message of a change that fails; empty if it succeeds.
 std::string Message(const std::function<void()> &change)
 {
     try {
@@ -323,7 +323,7 @@ TEST_F(FileReplaceTest, NobodyElseReadsANewFileThatIsNotDone)
     EXPECT_EQ(newMode, mode_t{0600});
 }
 
-// Without a lock, it would look like one that a killed instance left.
+// Without its lock, the new file would look like one that a killed instance left.
 TEST_F(FileReplaceTest, ANewFileIsNoLeftoverToOthers)
 {
     hasUnnamedFiles = false;
@@ -359,7 +359,7 @@ TEST_F(FileReplaceTest, NothingIsVisibleUntilItIsComplete)
     EXPECT_EQ(seen, alone);
     hasUnnamedFiles = false;
     Replace(Open(), kOld);
-    ASSERT_EQ(seen.size(), 2U); // no name that another program loads, and no dot-less one
+    ASSERT_EQ(seen.size(), 2U); // and the new one has a name that no program loads
     EXPECT_TRUE(seen[0].starts_with(".f.ini.wyx-") && seen[0].ends_with("~")) << seen[0];
 }
 
@@ -397,7 +397,7 @@ TEST_F(FileReplaceTest, ChangesOfOthersAreNotLost)
     }
     atFlush = nullptr;
     Write("f.ini", kOld);
-    // Something is mounted over it, with a file of the same number.
+    // Something is mounted over it, with a file of the same inode number.
     isOtherDevice = true;
     EXPECT_TRUE(Mentions(Message([&] { Replace(Open(), kNew); }), {"changed by somebody"}));
     isOtherDevice = false;
@@ -439,7 +439,7 @@ TEST_F(FileReplaceTest, TheLockIsThatOfTheFileWithTheName)
     const int fd = open(name.c_str(), O_RDONLY);
     ASSERT_EQ(flock(fd, LOCK_EX), 0);
     const pid_t other = fork();
-    if (other == 0) { // another instance replaces the file, and then lets go
+    if (other == 0) { // another instance replaces the file, then unlocks the old one
         usleep(100000);
         std::ofstream(Path("new")) << kNew;
         std::filesystem::rename(Path("new"), name);
@@ -531,7 +531,7 @@ TEST_F(FileReplaceTest, LeftoversOfKilledOnesGo)
               (std::vector<std::string>{".f.ini.wyx-abcdefg~", ".f.ini.wyx-abcdef~",
                                         ".f.ini.wyx-pipepi~", ".g.ini.wyx-abcdef~", "f.ini"}));
     close(fd);
-    unlink(name.c_str()); // those of a file that is still to be made go, too
+    unlink(name.c_str()); // the leftovers for a missing file are removed, too
     Open();
     EXPECT_EQ(Names(), (std::vector<std::string>{".f.ini.wyx-abcdefg~", ".f.ini.wyx-pipepi~",
                                                  ".g.ini.wyx-abcdef~"}));
@@ -565,7 +565,7 @@ struct FaultCase {
     const char *name;
     Fault fault;
     bool isUnnamed;
-    std::vector<std::string> messages; // none: it goes on without
+    std::vector<std::string> messages; // empty if the change succeeds all the same
 };
 
 TEST_F(FileReplaceTest, FailuresLeaveTheOldContent)
@@ -668,7 +668,7 @@ TEST_F(FileReplaceTest, KeepsTheOldContentAsALinkOrACopy)
         fault = sample.fault;
         calls.clear();
         EXPECT_EQ(KeepAs(target, Path("old")), sample.isKept);
-        // A link is of a file that is on the disk already; a copy gets there now.
+        // A link needs no flush, as its file is on the disk already; a copy does.
         EXPECT_EQ(calls.size(), sample.isKept && sample.fault.error != 0 ? 1U : 0U);
         EXPECT_EQ(errno == sample.fault.error || sample.isKept, true);
         fault = {};

@@ -245,9 +245,9 @@ TEST_F(IniOptionsTest, DiffsAreThoseOfTheCommonPrograms)
     const std::vector<std::string> commands = {
         "set -- @ s0.k0=x",
         "set -- @ s4.k5=x",
-        "set -- @ s0.k0=x s0.k5=x", // contexts that meet
-        "set -- @ s0.k0=x s1.k1=x", // and that do not
-        "set -- @ s0.k0=x s1.k0=x", // just about
+        "set -- @ s0.k0=x s0.k5=x", // contexts that overlap
+        "set -- @ s0.k0=x s1.k1=x", // that do not meet
+        "set -- @ s0.k0=x s1.k0=x", // that just meet
         "set -- @ s0.new=1 s4.new=2",
         "set -- @ new.k=1",
         "set -- @ s1.k1=a s1.k2=b s1.k3=c s3.k1=d",

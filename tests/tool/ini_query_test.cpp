@@ -269,7 +269,7 @@ TEST_F(IniQueryTest, JsonOfEveryByte)
         if (isValid) {
             continue;
         }
-        // On the others, no byte above ASCII belongs to a character.
+        // On the other lines, no byte above ASCII belongs to a character.
         std::string replaced;
         const std::string hex = line["text_hex"];
         for (std::size_t i = 0; i < hex.size(); i += 2) {
@@ -328,7 +328,7 @@ TEST_F(IniQueryTest, ListGoesOnBehindALineThatIsTooLong)
               json({{"line", 2}, {"lines", 3}, {"kind", "error"}, {"code", 140}}));
 }
 
-// Each of the verbs that look into a file says what is wrong with one that cannot be looked into.
+// Each verb that only reads a file says what is wrong with one that it cannot read.
 struct BadFile {
     const char *name;
     std::string content;

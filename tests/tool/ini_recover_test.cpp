@@ -174,7 +174,7 @@ TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
     EXPECT_EQ(Read(target), "[a]\nk=1\n");
     EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "2", "--force"}).code, kOk);
     EXPECT_EQ(Read(target), "[a]\nk=1");
-    Write(kOld, "[a]\nk=x\\\n"); // up to a fold
+    Write(kOld, "[a]\nk=x\\\n"); // cut off at a fold
     EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"(looks truncated)"}));
     EXPECT_EQ(Wyx({"ini", "recover", target, "--force"}).code, kUsage);
 }

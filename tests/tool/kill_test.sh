@@ -1,7 +1,7 @@
 #!/bin/sh
 # kill_test.sh WYX [N]: kills 'wyx ini set' N times (200) at random moments. Each time the file must
-# hold the old content or the new one, whole, and nothing may be left that another program loads;
-# and the next change must remove what is left.
+# hold the old content or the new one, whole, and nothing may be left that another program loads.
+# The next change must remove what is left.
 set -eu
 wyx=$1 count=${2:-200}
 folder=$(mktemp -d)

@@ -24,7 +24,7 @@ class ToolMemoryTest : public test::ToolTest {
     struct Ended {
         ExitCode code;
         std::string out;
-        std::string file; // what the file holds then
+        std::string file; // what the file holds afterwards
     };
 
     /// Runs a verb in this process, as main() does.
@@ -64,8 +64,8 @@ class ToolMemoryTest : public test::ToolTest {
                 EXPECT_EQ(ended.file, usual.file);
                 break;
             }
-            // To the decoder's trial of all characters it looks like one that is refused, whether
-            // it is needed or not.
+            // In the trial of which characters the decoder accepts, a failure looks like a refused
+            // character, whether the text has that character or not.
             const bool isTrial = command[0] == "base64" &&
                                  (ended.code == ExitCode::kMalformed || ended.out == usual.out);
             EXPECT_TRUE(ended.code == ExitCode::kIo || isTrial) << static_cast<int>(ended.code);

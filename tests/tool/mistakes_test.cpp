@@ -1,4 +1,4 @@
-// The tool as a new user tries it: what it says to the commonest mistakes, and its help.
+// The tool as a new user tries it: what it says about common mistakes, and its help.
 #include <nlohmann/json.hpp>
 
 #include "tool_runner.h"

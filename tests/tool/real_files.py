@@ -152,7 +152,7 @@ class Trial:
                   with_key(section, 'zzz', VALUE), is_line('zzz'))
         self.edit(path, data, 'new section', ['set', 'zztop', f'zzz={VALUE}'],
                   with_key('zztop', 'zzz', VALUE), is_line('zztop'))
-        # One of the keys, but in each file another one.
+        # One of the keys, a different one in each file.
         keys = [(s, k, v) for s in values for k, v in values[s].items() if v is not None]
         first = self.counts['files'] * 7 % max(1, len(keys))
         found = next((key for key in (keys[first:] + keys[:first])[:20]

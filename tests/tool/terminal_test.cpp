@@ -103,7 +103,7 @@ TEST_F(TerminalTest, MessagesThatCannotBeWrittenDoNoHarm)
     const Outcome outcome = Wyx({"sum", "--crc16", Path("none"), fine}, {.err = Channel::kFull});
     EXPECT_EQ(outcome.code, kIo);
     EXPECT_TRUE(Mentions(outcome.out, {"  " + fine + "\n"}));
-    // Output is flushed before a message: its loss is not forgotten after it.
+    // Output is flushed before a message; if that fails, the tool still reports the loss.
     const Outcome lost = Wyx({"sum", "--crc16", fine, Path("none"), fine}, {.out = Channel::kFull});
     EXPECT_TRUE(Mentions(lost.err, {"No such file", "cannot write standard output: No space"}));
 }

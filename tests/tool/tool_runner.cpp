@@ -146,7 +146,7 @@ void Attach(int fd, int standard)
     if (setup.fileSizeLimit) {
         const rlimit limit = {*setup.fileSizeLimit, *setup.fileSizeLimit};
         isReady = isReady && setrlimit(RLIMIT_FSIZE, &limit) == 0;
-        // The counts of a coverage build would be cut off, too: it finds no place for them.
+        // The limit would also cut off the counts of a coverage build, so they get no place.
         setenv("GCOV_PREFIX", "/dev/null", 1);
         setenv("GCOV_ERROR_FILE", "/dev/null", 1);
     }

@@ -1,4 +1,4 @@
-// Runs the built tool as a user would, and shows what came of it.
+// Runs the built tool as a user would, and returns what came out.
 #ifndef WYX_TESTS_TOOL_TOOL_RUNNER_H
 #define WYX_TESTS_TOOL_TOOL_RUNNER_H
 
@@ -36,7 +36,7 @@ struct Outcome {
 enum class Channel { kPipe, kTerminal, kClosed, kBrokenPipe, kFull };
 
 struct Surroundings {
-    std::string in{}; ///< what standard input brings
+    std::string in{}; ///< the content of standard input
     bool isInClosed = false;
     bool isInTerminal = false;
     Channel out = Channel::kPipe;
@@ -53,7 +53,7 @@ Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup
 /// Runs a script of the shell, with "$WYX" as the command that runs the tool.
 Outcome Shell(const std::string &script, const Surroundings &setup = {});
 
-/// Has the machine a program by which results can be compared?
+/// Does the machine have a program to compare results with?
 bool HasProgram(const std::string &name);
 
 #define WYX_NEED_PROGRAM(name, package) \
@@ -87,7 +87,7 @@ class ToolTest : public ::testing::Test {
 
 std::string Read(const std::string &path);
 
-/// Are there all of these texts in a message?
+/// Does a message contain all of these texts?
 ::testing::AssertionResult Mentions(const std::string &message,
                                     const std::vector<std::string> &texts);
 

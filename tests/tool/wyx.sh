@@ -1,4 +1,4 @@
 #!/bin/sh
-# The tool as one word for tests that are shell scripts: they may use "$WYX" where only the name of a
-# program can be, whatever the folders are called and whether an emulator is needed.
+# The tool as one command, for shell scripts that are tests: "$WYX" works wherever only the name of a
+# program is allowed, whatever the folders are called, and with or without an emulator.
 exec $WYX_EMULATOR "$WYX_TOOL" "$@"
