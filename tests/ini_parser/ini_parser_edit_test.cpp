@@ -783,7 +783,7 @@ TEST_F(IniDelSection, EveryBlockIsDeletedWithAllItsLines)
         {"a later block with a bad key", {"[a]\n", "[b]\n", "=\n"}, kOk, {kHole, "[b]\n", "=\n"}},
         {"not found", {"[b]\n", "a=1\n", ";[a]\n"}, kSectionNotFound, {"[b]\n", "a=1\n", ";[a]\n"}},
         {"holes alone", {kHole, kHole}, kSectionNotFound, {kHole, kHole}},
-        // What was before a bad line is gone.
+        // The section's lines before a bad line are gone.
         {"unknown line in the block",
          {"[a]\n", "k=1\n", "x\n", "l=2\n"},
          kLineUnknown,
@@ -914,7 +914,7 @@ TEST_F(IniDelKey, EveryLineInEveryBlockIsDeleted)
          {"=\n", "[b]\n", "=\n", "[a]\n", "k=\n", "[c]\n", "=\n"},
          kOk,
          {"=\n", "[b]\n", "=\n", "[a]\n", kHole, "[c]\n", "=\n"}},
-        // What was before a bad line is gone.
+        // The key's lines before a bad line are gone.
         {"bad key in the block",
          {"[a]\n", "k=1\n", "=\n", "k=2\n"},
          kKeyName,
