@@ -1,6 +1,5 @@
-// The system calls that the file services make, except fstat() and lseek(). Whatever Linux does
-// beyond POSIX is used here and nowhere else, and marked "Linux:": a port has to check these
-// functions.
+// The system calls for files, except fstat() and lseek(). Whatever Linux does beyond POSIX is used
+// here and nowhere else, and marked "Linux:": a port has to check these functions.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 
