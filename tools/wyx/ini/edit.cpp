@@ -265,7 +265,7 @@ class Editor {
     std::size_t addedAt_ = 0;            // ... before this line
 };
 
-/// The line end of a line, or of the file's first one if the line has none.
+/// The line end of a line; if it has none, that of the file's first line, or else LF.
 std::string Editor::LineEndAfter(std::size_t line) const
 {
     for (const std::size_t i : {line, std::size_t{0}}) {

@@ -82,7 +82,7 @@ void PrepareStreams()
 {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (fcntl(fd, F_GETFD) == -1) {
-            // The wrong way round on purpose: using a stream that was closed stays an error.
+            // In the wrong direction on purpose: using a stream that was closed stays an error.
             const int flags = fd == STDIN_FILENO ? O_WRONLY : O_RDONLY;
             static_cast<void>(open("/dev/null", flags));
         }

@@ -96,7 +96,7 @@ struct NameLess {
 };
 
 /// Warns of a value that ends in what looks like a comment, outside quotation marks, and says why
-/// it is none.
+/// it is not one.
 void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 {
     bool isQuoted = false;
@@ -146,7 +146,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
     }
 }
 
-/// Warns of names that occur twice, and of text that looks like a comment but is none.
+/// Warns of names that occur twice, and of text that looks like a comment but is not one.
 void WarnOfNames(const StoredLines &stored, Findings &findings)
 {
     using LineOfName = std::map<std::string, std::size_t, NameLess>;
