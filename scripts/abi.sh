@@ -48,7 +48,7 @@ describe() {
         --headers-dir "$source_folder/platform" --no-architecture --no-corpus-path
         --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names
         --no-write-default-sizes --type-id-style hash)
-    # The accounting build of the adapter has calls of its own, which are no part of the interface.
+    # The accounting build of the adapter has calls of its own, which are not part of the interface.
     printf '[suppress_function]\n  symbol_name_regexp = ^wyx_mem_\n  drop = yes\n' >"$work/own"
     options+=(--suppressions "$work/own")
     for name in libwyx_commlib libwyx_os_adapter; do

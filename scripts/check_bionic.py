@@ -34,7 +34,7 @@ PAGE = 16384
 TOOLCHAIN = {"__cxa_atexit", "__cxa_finalize", "__register_atfork", "__stack_chk_fail"}
 # Labels of the tests that are run on them: those of the modules.
 MODULES = {"base64", "crc", "dlink", "hash", "ini_parser", "ip4_ip6_parser", "md5", "slink"}
-# Calls for memory and for locks, and those of threads that come and go.
+# Calls that allocate or release memory, wait for locks, or come with threads that start and end.
 STEADY = re.compile(r"brk|mmap|munmap|futex|mremap")
 
 failures = 0

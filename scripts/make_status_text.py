@@ -84,7 +84,7 @@ def text_of(comment):
 
 
 def texts_of(enumeration):
-    """The texts of every number, in the order of the numbers; end markers are no statuses."""
+    """The texts of every number, in the order of the numbers; end markers are not statuses."""
     texts = {0: ["success"]}
     for code, comment in enumeration.members():
         name, _, number = code.split()

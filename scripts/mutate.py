@@ -305,7 +305,7 @@ class Runner:
                          "tool": "wyx"}[name]
 
     def environment(self, build, changed):
-        """Lets a test find the worker's product, if that is changed, and the build's own."""
+        """The environment in which a test finds the worker's product, if that changed, or the build's."""
         libraries = [str(build.folder / "lib")]
         environment = dict(os.environ, WYX_TEST_SEED="1", UBSAN_OPTIONS="halt_on_error=1",
                            TMPDIR=str(self.folder()), GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
@@ -500,7 +500,7 @@ def faults_of(ends, places, listed, files, least, is_sample):
 
 
 def hidden_of(ends, places, listed):
-    """Listed survivors that change nothing a test could see: these are no mistakes either."""
+    """Listed survivors that change nothing a test could see: these are not mistakes, either."""
     return [m for m, end in ends.items() if end == "surviving" and
             listed.get(places[m].key, "").startswith("equivalent")]
 
