@@ -31,7 +31,7 @@ namespace wyx::test {
 // ---- user nodes and callbacks ----
 
 inline std::string g_released; ///< what the release callback got, in order
-inline std::string g_compared; ///< what a comparator got, in order: "a" or, from the other, "a!"
+inline std::string g_compared; ///< what comparators got, in order: "a", or "a!" from the other
 inline std::function<void(char)> g_onRelease; ///< what the release callback does in addition
 
 inline void Release(void *pUserNode)
