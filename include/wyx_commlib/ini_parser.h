@@ -395,7 +395,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
  * - the status of a line that fails a lookup, though malformed key lines do not fail this call;
- *   what came before that line is deleted
+ *   the section's lines before that one are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -412,7 +412,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup; what came before that line is deleted
+ * - the status of a line that fails a lookup; the key's lines before that one are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                   const QAL_INT8 *section, const QAL_INT8 *key);
