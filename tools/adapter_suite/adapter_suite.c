@@ -1022,8 +1022,8 @@ int main(int argc, char **argv)
             "Tries what os_adapter.h and bounded.h promise on an adapter: LIBRARY, or what\n"
             "WYX_OS_ADAPTER names, or " WYX_DEFAULT_ADAPTER
             ".\n"
-            "Prints a line for each promise; ends with 1 if one is not kept, with 2 if nothing\n"
-            "could be tried.\n",
+            "Prints a line for each promise; ends with 1 if one is not kept or a service is\n"
+            "missing, with 2 if nothing could be tried.\n",
             stderr);
         return 2;
     }

@@ -55,7 +55,8 @@ struct RawLine {
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
     // An empty line that a backslash joins to the line before, when both end in the same lone LF or
-    // CR. For the library it ends at that byte, even if the other of the two bytes follows.
+    // CR. For the library it ends at that byte, even if the other of the two bytes follows: in a
+    // backslash, LF, LF, CR, it is the second LF.
     bool isEmptyJoined = false;
 };
 

@@ -215,8 +215,8 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// The length of the part of an accepted text that counts. The ignored rest begins with the first
-/// character that may be followed by any text without changing the result.
+/// The length of an accepted text without its ignored rest. The rest begins with the first
+/// character after which "?", "1" and ":1" all leave the result as it is.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
     std::size_t length = 0;

@@ -16,9 +16,9 @@ constexpr Option kStrict = {'\0', "strict", "",
                             "refuse a file with a byte-order mark, or with lines that cannot be "
                             "read; without it they are worked around, and kept"};
 constexpr Option kInPlace = {'\0', "in-place", "",
-                             "write into the file itself: for one that is not yours, or is a mount "
-                             "point. A crash may leave half of the change, and programs that read "
-                             "the file meanwhile may see it"};
+                             "write into the file itself, for a file that is somebody else's or a "
+                             "mount point. A crash may leave half of the change, and programs "
+                             "that read the file meanwhile may see it"};
 constexpr Option kCreate = {'\0', "create", "", "make the file if it does not exist"};
 constexpr Option kDryRun = {'n', "dry-run", "", "change nothing, and write the change as a diff"};
 constexpr Option kExisting = {'\0', "existing", "",
@@ -55,8 +55,8 @@ constexpr Command kCommands[] = {
         .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two blanks "
                 "and the name; '-' or no FILE is standard input. If a name holds a line end or a "
                 "backslash, its line begins with a backslash, and the name has \\n, \\r and \\\\ "
-                "in their place. Lists of MD5 sums are written as md5sum writes them, and its own "
-                "can be verified unless it wrote them with -z.",
+                "in their place. Lists of MD5 sums have the form that md5sum writes, and lists by "
+                "md5sum can be verified unless they were written with its option -z.",
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
@@ -71,7 +71,7 @@ constexpr Command kCommands[] = {
                  "read lists of sums from the FILEs and verify them; the number of digits selects "
                  "the algorithm"},
                 {'b', "binary", "", "write '*' before each name"},
-                {'t', "text", "", "write a blank there (the default)"},
+                {'t', "text", "", "write a blank before each name (the default)"},
                 {'\0', "tag", "", "write lines 'MD5 (NAME) = SUM'"},
                 {'z', "zero", "", "end each line with a NUL byte, and escape no name"},
                 {'\0', "ignore-missing", "",
@@ -107,8 +107,8 @@ constexpr Command kCommands[] = {
         .name = "addr",
         .summary = "What IPv4 and IPv6 addresses mean to the library",
         .operands = "[TEXT...]",
-        .text = "For each TEXT, writes family, address in canonical form and port, or what is "
-                "wrong with it and at which offset. '-' or no TEXT reads a list from standard "
+        .text = "For each TEXT, writes the family, the address in canonical form and the port, or "
+                "what is wrong and at which offset. '-' or no TEXT reads a list from standard "
                 "input, one address per line. Notes warn about texts that other parsers read "
                 "differently, such as a leading zero. An IPv6 address with port 0 is shown like "
                 "one without a port.",
@@ -164,8 +164,8 @@ constexpr Command kCommands[] = {
                 "link is followed. With '-' for FILE, standard input is changed, and written to "
                 "standard output.\n"
                 "\n"
-                "Without a SECTION of their own, settings name it: SECTION.KEY=VALUE, up to the "
-                "last dot before the '='.\n"
+                "Without the operand SECTION, each setting names its section: in "
+                "SECTION.KEY=VALUE, the section ends at the last dot before the '='.\n"
                 "\n"
                 "What is written is read back and compared before it takes the file's place (with "
                 "--in-place, afterwards). A name or value that would not read back the same is "
@@ -186,8 +186,8 @@ constexpr Command kCommands[] = {
         .operands = "FILE SECTION [KEY]",
         .text = "Deletes every line of the key in every block of the section, with the indented "
                 "lines that belong to its value; without a KEY, every block of the section, with "
-                "all lines up to the next header but directives such as '!include'. No other byte "
-                "of the file changes.",
+                "all lines up to the next header except directives such as '!include'. No other "
+                "byte of the file changes.",
         .examples = "  wyx ini del net.ini net port\n"
                     "  wyx ini del net.ini net\n"
                     "  wyx ini del - net < net.ini > less.ini\n",
@@ -246,8 +246,8 @@ constexpr Command kCommands[] = {
         .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for a "
                 "code, and make the exit code 4; lookups and edits are more lenient, and may still "
                 "work. Warnings have the form 'FILE:LINE: warning: MESSAGE (WORD)': they point out "
-                "what lookups read differently from how it looks, and what a save by the library "
-                "would change.",
+                "text that lookups read differently than a person would, and what a save by the "
+                "library would change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",
@@ -263,9 +263,10 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "A save of the library writes the new content to a file '<FILE up to its "
                 "last dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
-                "left. It is complete if FILE existed when the save began and is gone now; else it "
-                "may be a part, and nothing in it says so. Without an option such files are "
-                "listed, the newest first, with their size and whether they look truncated.\n"
+                "left. It is complete if FILE existed when the save began and is gone now. "
+                "Otherwise it may end too early, and nothing in it shows that. Without an option, "
+                "such files are listed, the newest first, with their size and whether they look "
+                "truncated.\n"
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
                 "FILE.old1, FILE.old2, ... It refuses content that does not load. 'newest' is the "
@@ -274,13 +275,14 @@ constexpr Command kCommands[] = {
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",
-        .options = {{'\0', "show", "N|newest", "write the content of number N to standard output"},
-                    {'\0', "restore", "N|newest", "put number N in the file's place"},
-                    {'\0', "force", "",
-                     "with --restore N: also one that is empty, looks truncated or may be somebody "
-                     "else's"},
-                    kJson,
-                    kHelp},
+        .options =
+            {{'\0', "show", "N|newest", "write the content of number N to standard output"},
+             {'\0', "restore", "N|newest", "put number N in the file's place"},
+             {'\0', "force", "",
+              "with --restore N: restore a file even if it is empty, looks truncated or may be "
+              "somebody else's"},
+             kJson,
+             kHelp},
         .run = RunIniRecover,
     },
 };
