@@ -7,8 +7,8 @@
 #
 # The baseline has the exports of both libraries, every type of the public headers (most calls take
 # the containers' records as void *, so the calls do not lead to these types), and the services that
-# the library asks of its adapter. Names are compared first, because abidiff takes a renamed type or
-# member for the same one. `renew` refuses what breaks callers unless the major version is
+# the library asks of its adapter. Names are compared first, because abidiff does not report a type
+# or member that was renamed. `renew` refuses what breaks callers unless the major version is
 # higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 if
 # libabigail or debug information is missing.
 set -euo pipefail

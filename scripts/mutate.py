@@ -7,9 +7,9 @@
 
 A mistake is a changed operator, constant, condition or result, or a statement left out
 (scripts/mutants.py). Each is planted in a copy of its unit outside the tree; only that unit is
-compiled again, and the library, adapter or tool is linked from it and the other units' objects. So
-is every test that includes a header of src/ or has the unit compiled into it, such as those of code
-for another CPU than the library's. The mistake is
+compiled again, and the library, adapter or tool is linked from it and the other units' objects. A
+test is built again, too, if it includes a header of src/ or has the unit compiled into it, such as
+those of code for another CPU than the library's. The mistake is
 
     killed      if a test of its module fails or hangs, or a static assertion fails
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
@@ -21,10 +21,11 @@ for another CPU than the library's. The mistake is
 Bounds on lines marked "speed only" are left out. The tests of a module are those in
 tests/<module>/, tests/fuzz/ and tests/library/failures/; those of the adapter are in
 tests/platform/, tests/library/threads/ and tests/library/syscalls/, and the suite in
-tools/adapter_suite/; those of the tool are in tests/tool/. The most effective run first.
+tools/adapter_suite/; those of the tool are in tests/tool/. Those that kill most in the least time
+run first.
+
 A survivor must be listed in tests/project/mutation/survivors.txt with the reason why no test can see
-it.
-The run fails for one that is not, for a listed one that a test sees after all, if nothing was
+it. The run fails if a survivor is not listed, if a test kills a listed mistake, if nothing was
 killed, if fewer than --least mistakes were tried, and, unless it is a sample, if fewer than 97 of
 100 mistakes that can be seen were killed.
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Edits copies of real files with wyx, and looks with other programs at what came of them.
+"""Edits copies of real files with wyx, and checks the results with other programs.
 
   real_files.py [--most N] WYX FILE_OR_FOLDER...
 
