@@ -13,7 +13,8 @@
  * }
  * @endcode
  *
- * They are part of the platform: see os_adapter.h for how a client's own adapter replaces them.
+ * These routines are part of the platform: see os_adapter.h for how a client's own adapter replaces
+ * them.
  */
 #ifndef WYX_BOUNDED_H
 #define WYX_BOUNDED_H

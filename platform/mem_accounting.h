@@ -9,9 +9,9 @@
  * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the very last
  * one is larger. As long as a block is held back, its memory is not reused, and a second release of
  * it is recognised: the message names the line that allocated it and both lines that released it.
- * Later the message may name only the line of the second release, or also lines of a later block
- * that contains the address. If a live block starts at that address by then, there is no message:
- * the second release takes that block from its owner.
+ * After that time, the message may name only the line of the second release, or also lines of a
+ * newer block that contains the address. If a live block starts at that address by then, there is
+ * no message: the second release takes that block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
  * so a write past the end of a block or after its release is not noticed.
@@ -30,7 +30,7 @@ typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
     QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
-    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps at another time */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps in fewer blocks */
     QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;

@@ -2,10 +2,10 @@
  * @file os_adapter.h
  * @brief The platform services that the library needs: memory, files, the clock and strings.
  *
- * The shared library reaches these symbols and those of bounded.h through the dynamic linker. So
- * a client can put an adapter of its own in place of libwyx_os_adapter, and a test can put a double
- * in front of it. Apart from these the library uses at most `memcpy` and `strtoul` of the C
- * library, and what the compiler inserts by itself, such as the stack protector.
+ * The shared library reaches the symbols of this header and of bounded.h through the dynamic
+ * linker. So a client can put an adapter of its own in place of libwyx_os_adapter, and a test can
+ * put a double in front of it. Apart from these symbols, the library uses at most `memcpy` and
+ * `strtoul` of the C library, and what the compiler inserts by itself, such as the stack protector.
  *
  * This page is the contract that every adapter must keep. What the default adapter promises beyond
  * it is marked *Default adapter*.
@@ -105,9 +105,9 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
  * next "w" for that name within ten seconds only creates a file, and fails if one exists. Only the
- * last 64 such names are remembered, including those that XELP_Rename() took a file away from.
- * Within these limits, two saves in different processes never both take a name that both found
- * free.
+ * last 64 such names are remembered; the old names of renamed files count among them (see
+ * XELP_Remove()). Within these limits, two saves in different processes never both take a name that
+ * both found free.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -145,10 +145,10 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
  * @brief Writes items.
  *
  * *Default adapter*: what was reported as written to a local file system cannot be lost to a full
- * disk: the kernel has it, or blocks are reserved for it. A full disk there shows in the count, and
- * so does the process's file size limit, which raises no SIGXFSZ here. (A FIFO without a reader
- * does raise SIGPIPE.) After an error the file accepts nothing more; it may end with a part of the
- * item that failed.
+ * disk: the kernel has it, or blocks are reserved for it. The count shows when such a disk is full
+ * or the process's file size limit is reached; the limit raises no SIGXFSZ here. (A FIFO without a
+ * reader does raise SIGPIPE.) After an error the file accepts nothing more; it may end with a part
+ * of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -165,11 +165,11 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  *
  * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
  * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
- * XELP_Rename() also fails, once, without acting, so that the old file survives. (If that cannot be
- * noted for the thread, the next such call of any thread fails instead.) If XELP_Fwrite() already
- * reported a failure, the file is not flushed, and only this call fails. With the build option
- * WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a power cut can destroy
- * the files written last.
+ * XELP_Rename() also fails, once, without acting, so that the old file survives. (If the
+ * failure cannot be stored for the thread, the next such call of any thread fails instead.) If
+ * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
+ * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a
+ * power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if writing out, flushing or closing the file failed.

@@ -114,7 +114,7 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
     }
     auto &writer = static_cast<Writer &>(*pstruFile);
     QAL_ULONG ulDone = 0;
-    if (writer.iError == 0) { // a file that failed must not continue after a gap
+    if (writer.iError == 0) { // nothing may follow the gap left by a failed write
         ulDone = wyx::os::Append(writer, static_cast<const QAL_UINT8 *>(pData), ulBytes);
     }
     if (ulDone < ulBytes) {

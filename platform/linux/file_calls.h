@@ -1,5 +1,5 @@
-// The system calls for files, except fstat() and lseek(). Whatever Linux does beyond POSIX is used
-// here and nowhere else, and marked "Linux:": a port has to check these functions.
+// The system calls for files, except fstat() and lseek(). Only these functions rely on what Linux
+// does beyond POSIX, at the comments that begin with "Linux:". Check those first in a port.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 

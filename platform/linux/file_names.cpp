@@ -14,7 +14,7 @@ constexpr QAL_UINT32 kNotes = 64;
 constexpr QAL_UINT64 kSeconds = 10;
 
 // A note is one word, so that no lock is needed: 40 bits of the name's hash and 24 of the time, in
-// seconds. One pair of names in 2^40 shares a hash; then a file may be left alone needlessly.
+// seconds. One pair of names in 2^40 shares a hash; then a call may be refused needlessly.
 constexpr int kTimeBits = 24;
 constexpr QAL_UINT64 kTimeMask = (QAL_UINT64{1} << kTimeBits) - 1;
 

@@ -1,8 +1,8 @@
-// Names under which this process has no file: it has just found none, or has just renamed its own
+// Names under which this process has no file, because it has just found none or renamed its own
 // away. A file that appears under such a name belongs to another process, and must not be emptied
 // or removed.
 //
-// A save first looks for a file under the name of its new file. It then creates the file, renames
+// A save first checks that the name of its new file is free. It then creates the file, renames
 // it, and removes the old name again. Two processes that save one target in the same millisecond
 // choose the same name. Without these notes the later one could empty the file that the earlier one
 // has just completed, or the earlier one could remove what the later one has just created, and no
@@ -19,8 +19,8 @@ enum class Seen {
     kRenamedAway ///< the file was given another name
 };
 
-/// Notes what was seen of a name that ends in ".ibk", as a save's new file does; ignores other
-/// names. A note lasts for ten seconds, and only the last 64 are kept.
+/// Notes what happened to a name that ends in ".ibk", as the names of a save's new files do;
+/// ignores other names. A note lasts for ten seconds, and only the last 64 are kept.
 void NoteName(Seen enSeen, const QAL_CHAR *pszName);
 
 /// Returns whether there is such a note about a name, and forgets the note.

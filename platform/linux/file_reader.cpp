@@ -16,7 +16,7 @@ using wyx::os::Reader;
 constexpr QAL_ULONG kStreamBuffer = 16384;
 constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their size
 
-/// Makes the bytes that were just read the content of the buffer.
+/// The buffer now holds these bytes, none of them returned yet.
 void SetBuffered(Reader &reader, const QAL_UINT8 *pucFirst, QAL_ULONG ulCount)
 {
     const auto lCount = static_cast<QAL_LONG>(ulCount);

@@ -1,9 +1,9 @@
 // Files open for reading.
 //
-// A regular file is read whole when it is opened: a caller learns of an error only as a -1, and
-// would take it for the end of the file. Other kinds stream through a buffer that keeps the last
-// byte of the previous part, so that the position can always step back by one. Either way the
-// position only moves within what is in memory.
+// A regular file is read whole when it is opened: XELP_Fgetc() can report an error only as -1,
+// which a caller would take for the end of the file. Other kinds stream through a buffer that keeps
+// the last byte of the previous part, so that the position can always step back by one. Either way
+// the position only moves within what is in memory.
 #ifndef WYX_PLATFORM_LINUX_FILE_READER_H
 #define WYX_PLATFORM_LINUX_FILE_READER_H
 

@@ -110,10 +110,10 @@ bool Reserve(Writer &writer, off_t lUpTo)
     off_t lEnd = lUpTo;
     if (lUpTo > kOneByOne) {
         lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is already
-        writer.hasSpare = true; // even if it fails: it may leave some blocks reserved
+        writer.hasSpare = true; // a failed call may leave some blocks reserved, too
     }
     lEnd += (writer.lBlock - lEnd % writer.lBlock) % writer.lBlock;
-    // The kernel limits the size, which a reservation does not change, so apply the limit here.
+    // A reservation leaves the size as it is, so the kernel does not check the limit here.
     const rlim_t limit = wyx::os::SizeLimit();
     if (limit < static_cast<rlim_t>(lEnd)) {
         lEnd = static_cast<off_t>(limit);
@@ -209,7 +209,7 @@ QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence)
         return -1;
     }
     writer.lWritten = lPosition;
-    writer.isBuffered = false; // overwriting can take a block, too, and none is reserved for that
+    writer.isBuffered = false; // overwriting can need blocks, too, and none are reserved
     return 0;
 }
 

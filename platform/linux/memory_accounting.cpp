@@ -17,12 +17,12 @@
 
 namespace {
 
-// Neither zero nor text, so that it shows if a caller assumes a zeroed block or reads a released
-// one.
+// Neither zero nor text: a caller that assumes a zeroed block or reads a released one misbehaves
+// visibly.
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0x5A;
 
-// Released blocks that are held back: both limits keep a test's memory small.
+// How many released blocks are held back: both limits keep a test's memory small.
 constexpr QAL_ULONG kHeldBlocks = 1024;
 constexpr QAL_ULONG kHeldBytes = 1048576;
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants faults in copies of the client's adapter: the suite has to find each one in its place.
+"""Plants faults in copies of the client's adapter: the suite has to report the promise each breaks.
 
     planted_faults_test.py SUITE SOURCE_FOLDER WORK_FOLDER C_COMPILER
 """
@@ -13,7 +13,7 @@ import sys
 SUITE, SOURCE, WORK, COMPILER = sys.argv[1:]
 SOURCE, WORK = pathlib.Path(SOURCE), pathlib.Path(WORK)
 
-FAULTS = [  # what is in the adapter once, what is planted instead, a part of the broken promise
+FAULTS = [  # a text that the adapter has once, its replacement, a part of the broken promise
     ("calloc(1, ulSize != 0 ? ulSize : 1)", "malloc(ulSize != 0 ? ulSize : 1)", "zero bytes"),
     ("malloc(ulSize != 0 ? ulSize : 1)", "(ulSize != 0 ? malloc(ulSize) : NULL)", "size of 0"),
     ("void *const block = malloc(ulSize != 0 ? ulSize : 1);",

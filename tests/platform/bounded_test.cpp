@@ -1,4 +1,4 @@
-// What the default adapter does beyond the contract that tests/adapter tries, and what a *Kept*
+// What the default adapter does beyond the contract that tests/adapter tests, and what a *Kept*
 // comment of its source refers to.
 #include <gtest/gtest.h>
 

@@ -1024,7 +1024,7 @@ TEST_F(FileFailure, TwoFailuresAreReportedOneAfterTheOther)
 
 using FileFailureDeathTest = FileFailure;
 
-/// A death test, because those run first: nothing has failed yet.
+/// A death test, because death tests run first, when nothing has failed yet.
 TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksGetsTheFailure)
 {
     EXPECT_EXIT(

@@ -1,4 +1,4 @@
-// What the default adapter promises about files beyond the contract that tools/adapter_suite tries:
+// What the default adapter promises about files beyond the contract that tools/adapter_suite tests,
 // on real files, pipes, devices and full disks.
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ int InChild(const std::function<int()> &run)
     return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : 1000 + WTERMSIG(iStatus);
 }
 
-/// Expects that such a child succeeded, or skips the test if the child could not try.
+/// Expects that such a child succeeded, or skips the test if the child could not run it.
 void ExpectSuccess(int iResult, const char *pszWhyNotHere)
 {
     if (iResult == kNotHere) {
@@ -136,7 +136,7 @@ TEST_F(File, UnreadableFilesAreRefused)
     EXPECT_EQ(folder.Content("text"), "secret");
 }
 
-/// A user may create files in it, but not list it.
+/// A user may create files in the directory, but not list it.
 TEST_F(File, UnreadableDirectoryCanHoldFiles)
 {
     WYX_NEED_NOBODY();
@@ -184,7 +184,7 @@ TEST_F(File, SymbolicLinksAreFollowedForReadingOnly)
     EXPECT_FALSE(folder.Has("none"));
 }
 
-/// A user may write to it, but not read it.
+/// A user may write to the file, but not read it.
 TEST_F(File, UnreadableFileThatWasLookedForIsNotEmptied)
 {
     WYX_NEED_NOBODY();
@@ -312,8 +312,8 @@ TEST_F(File, PipeStreamsAndStepsBackAcrossEveryRefill)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A writer that opens the pipe after its end begins a new text. The file that is open already does
-/// not read it.
+/// A writer that opens the pipe after its end begins a new text, which the file that is already
+/// open does not read.
 TEST_F(File, PipeEndsOnce)
 {
     const std::string name = folder.File("pipe");
@@ -472,12 +472,12 @@ TEST_F(File, LargeWriteEndsAtTheFileSizeLimit)
             XELP_S_File *const pstruMoved = Open("moved", "w");
             if (XELP_Fseek(pstruMoved, static_cast<QAL_LONG>(limit) + 1, SEEK_SET) != 0 ||
                 Write(pstruMoved, "x") != 0 || errno != EFBIG) {
-                return 2; // also after the limit
+                return 2; // a write that begins past the limit fails, too
             }
             XELP_Fclose(pstruMoved);
             XELP_S_File *const pstruDevice = XELP_Fopen("/dev/null", "w");
             if (Write(pstruDevice, text) != text.size() || XELP_Fclose(pstruDevice) != 0) {
-                return 3; // it has no size
+                return 3; // the limit does not apply to a device
             }
             return XELP_Fclose(pstruFile) != 0 ? 0 : 4;
         });

@@ -89,7 +89,7 @@ TEST(MemoryAccounting, BlockOfSize0HoldsOneByte)
     auto *pcBlock = static_cast<QAL_CHAR *>(XELP_MemMallocS(0, 0, 5, "zero.c"));
     EXPECT_EQ(*pcBlock, 0);
     *pcBlock = 1;
-    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // as it was requested
+    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // the bytes requested
     XELP_MemFreeD(pcBlock, 6, "zero.c");
 }
 
@@ -407,7 +407,7 @@ class MemoryAccountingDeathTest : public ::testing::Test {
 #endif
 };
 
-/// A death test, because those run first: the books are still empty.
+/// A death test, because death tests run first, while the books are still empty.
 TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
 {
     if (wyx_mem_sites(nullptr, 0) != 0) {

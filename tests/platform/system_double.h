@@ -2,7 +2,7 @@
 // adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
 // It records every call, can make any of them fail, be interrupted or do only a part of its work,
-// and knows which descriptors and blocks are held. Unchanged calls go through to the system.
+// and knows which descriptors and blocks are held. All other calls go through to the system.
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 
@@ -29,9 +29,9 @@ class SystemDouble {
     /// Forgets all records and plans, but not which descriptors and blocks are held.
     void Reset();
 
-    /// Makes calls of @p call fail with @p iError, without doing anything: @p times in a row,
-    /// beginning with the @p n-th (from 1) from now on. With error 0 a write or rename reports
-    /// success.
+    /// Makes @p call fail with @p iError without doing anything, @p times in a row. The first to
+    /// fail is the @p n-th from now on; the next one is number 1. With error 0 a write or rename
+    /// reports success.
     void Fail(const std::string &call, int n, int iError, int times = 1);
     /// Makes every call that may be interrupted fail with EINTR @p times before it is carried out.
     void InterruptEach(int times);
@@ -46,7 +46,7 @@ class SystemDouble {
     void ReportSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
     /// ... and this time for every clock.
     void ReportTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
-    /// Runs @p action after the @p n-th call (from 1) of @p call from now on.
+    /// Runs @p action after the @p n-th @p call from now on; the next one is number 1.
     void After(const std::string &call, int n, std::function<void()> action);
 
     /// How often a call was made since Reset(), failing and interrupted ones included.
