@@ -5,8 +5,8 @@
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
  * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
  * for byte. It folds lines of 80 bytes or more, and some of these come back changed at the next
- * load: with an LF for a CR LF, for example. It joins continued lines, ends the last line with a CR
- * if the file did not end it, and loses what followed a NUL in a line.
+ * load: with an LF instead of a CR LF, for example. It joins continued lines, adds a CR to a last
+ * line without a line end, and drops what followed a NUL in a line.
  * docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
@@ -30,12 +30,12 @@
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
  *   before any other byte is kept, one at the end of the file is dropped. Oddities: after a lone LF
  *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
- *   stays in the text. Right after a backslash and LF, another LF ends the line at once, even
- *   if a CR follows; so does a CR after a backslash and CR, even if an LF follows.
- * - A line, continuations joined and line end included, may hold 511 bytes. A longer one fails the
- *   load.
- * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. As
- *   the first byte of a line that is not too long, a NUL ends the file.
+ *   stays in the text. Right after a backslash and an LF, another LF is a whole line end, even if
+ *   a CR follows; right after a backslash and a CR, another CR is one, even if an LF follows.
+ * - A line, continuations joined and line end included, may hold 511 bytes. If one is longer, the
+ *   load fails.
+ * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. A
+ *   NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
@@ -52,13 +52,13 @@
  * | `list="a ;b", c ;x`   | any other    | key `list`, value `"a ;b", c`, comment `x`  |
  * | `u=h;b ;c`            | any other    | key `u`, value `h;b ;c`, no comment         |
  *
- * - A line with any other first byte but no `=` is of no known kind. Every lookup, edit or check
- *   that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
- * - After a header, a comment begins at the first " ;", a space and a semicolon; a tab will not
- *   do.
+ * - A line that would be a key line but has no `=` is of no known kind. Every lookup, edit or
+ *   check that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
+ * - After a header, a comment begins at the first " ;", a space and a semicolon; a tab instead of
+ *   the space does not count.
  * - In a value, the search for a comment goes from one `;` to the next. A `;` without a space
- *   before it ends the search: the whole rest is value. A " ;" begins the comment, unless a
- *   quotation mark without a backslash before it follows anywhere in the line; the search then
+ *   before it ends the search: the rest of the line is value. A " ;" begins the comment, unless
+ *   the line has a quotation mark after it that has no backslash before it; the search then
  *   resumes after that mark.
  * - Names are compared without regard to the case of ASCII letters.
  * - Oddity: if there is nothing but blanks between the `=` and the line end, the value is the first
@@ -69,11 +69,10 @@
  *   one, and XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
- * A lookup or an edit is linear in the document, so n edits take time in proportion to n times its
- * lines: see docs/modules/ini_parser.md for figures. To create many keys, write the file and load
- * it.
+ * A lookup or an edit takes time proportional to the number of lines in the document:
+ * docs/modules/ini_parser.md has figures. To create many keys, write the file and load it.
  *
- * No text is cut at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
+ * No text is truncated at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
  * included, fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that its
  * description gives for a text that is too long.
  *
@@ -110,7 +109,7 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or the file cannot step back by a byte */
     XELP_ERR_INI_EXCEED_BUF_SIZE = 90,   /**< never returned */
     XELP_ERR_INI_VALUE_NULL = 100,       /**< a second search for the `=` of a key line found
-                                              none; cannot happen with a sound adapter */
+                                              none; cannot happen with a correct adapter */
     XELP_ERR_INI_SECTION = 110,          /**< malformed section header */
     XELP_ERR_INI_KEY_NAME = 120,         /**< no key name, or a malformed one */
     XELP_ERR_INI_KEY_VALUE = 180,        /**< malformed value; has the number of
@@ -118,8 +117,8 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_COMMENT = 190,          /**< a `;` without a blank before it */
     XELP_ERR_INI_LINE_TOO_LONG = 140,    /**< a line of more than 511 bytes */
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
-    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, or text after a header
-                                              that is no comment */
+    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, or text other than a
+                                              comment after a header */
     XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a line that is an empty string,
                                               or text too long for one line */
 } xelpIniErrCode;
@@ -273,7 +272,7 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                        const QAL_INT8 *section, const QAL_INT8 *key,
@@ -295,7 +294,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup, though malformed key lines do not fail this call
+ * - the status of a line that makes a lookup fail, but malformed key lines do no harm here
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -314,7 +313,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section, QAL_UINT32 *keyNum,
@@ -331,16 +330,16 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 /** @} */
 /** @name Edits
  * An edit changes the document in memory, and sets its ulLabel to 1 as soon as it stores or deletes
- * a line. There is no rollback: what was done before a failure stays done. The lines that an edit
- * reads can fail it as they fail a lookup. Arguments may point into the document's own lines. @{ */
+ * a line. There is no rollback: what was done before a failure stays done. A line that makes a
+ * lookup fail has the same effect on an edit that reads it. Arguments may point into the document's
+ * own lines. @{ */
 
 /**
  * @brief Sets the value of a key; adds the key and its section if they are missing.
  *
- * An existing key line, the key's last one in the section's last block, is rewritten as `key=value
- * ;comment` with the key as spelled in the file and the old comment. A new key goes after the last
- * line of the block, a new section to the end of the document. Lines that an edit writes end in
- * LF.
+ * If the key exists, its last line in the section's last block is rewritten as `key=value ;comment`
+ * with the key as spelled in the file and the old comment. A new key goes after the last line of
+ * the block, a new section at the end of the document. Lines that an edit writes end in LF.
  *
  * Names and values are written as given, neither checked nor escaped. The following may read back
  * as something else, and some of them change other lines at the next load:
@@ -375,10 +374,10 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, pStrLine or section; a null key for a section
  *   that exists; a null key with a new section name of more than 507 bytes; key, value and comment
  *   of more than 508 bytes together
- * - #XELP_ERR_INI_FILE_EMPTY: key, value and comment of exactly 508 bytes together, which leave no
- *   room to end a line with a comment
+ * - #XELP_ERR_INI_FILE_EMPTY: the line has a comment, and key, value and comment have exactly 508
+ *   bytes together: the line does not fit its buffer
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
                                        QAL_INT8 *key, QAL_INT8 *buf);
@@ -394,8 +393,8 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup, though malformed key lines do not fail this call;
- *   the section's lines before that one are deleted
+ * - the status of a line that makes a lookup fail, but malformed key lines do no harm here; the
+ *   section's lines before the failing one are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -412,7 +411,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup; the key's lines before that one are deleted
+ * - the status of a line that makes a lookup fail; the key's lines before it are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                   const QAL_INT8 *section, const QAL_INT8 *key);
@@ -498,7 +497,8 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  *
  * Lenient: the name is between the first `[` and the first `]` of the line, wherever they are,
  * without leading blanks and trailing white bytes. Text between the `]` and a " ;" is ignored.
- * Oddity: a name of white bytes with a CR or LF among them is the first CR or LF.
+ * Oddity: if the brackets enclose only white bytes, with a CR or LF among them, the first CR or LF
+ * is the name.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name
@@ -632,7 +632,7 @@ WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLi
                                          QAL_INT8 *strKeyValue, QAL_INT8 *strCommentLine);
 
 /**
- * @brief Inserts a key line after a slot; fills the next slot if that one is empty.
+ * @brief Inserts a key line after a slot, or into the next slot if that is empty.
  *
  * @param[in,out] pStructIniLine  the document; if the line cannot be stored, the slot made for it
  *                                stays behind, empty; unchanged if the document cannot grow
@@ -662,8 +662,8 @@ WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStruc
  *
  * @param[in] pTmpFilePtr  a file open for writing
  * @param[in] strIniLine   the line, borrowed; null writes nothing
- * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written. A line of
- *         4 GiB or more is refused whole.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_WRITE_FILE: not everything could be written. Of a line
+ *         of 4 GiB or more, nothing is written.
  */
 WYX_API QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine);
 

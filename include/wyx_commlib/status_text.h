@@ -172,7 +172,7 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 150:
             return "never returned";
         case 160:
-            return "a line of no known kind, or text after a header that is no comment";
+            return "a line of no known kind, or text other than a comment after a header";
         case 170:
             return "a null argument, a line that is an empty string, or text too long for one "
                    "line";

@@ -213,7 +213,7 @@ TEST_F(IniCheckKeyLine, Separators)
         {"k=, a\n", kKeyValue},
         {"k= , a\n", kKeyValue},
         {"k=,", kOk},        // a single byte is not checked
-        {"k=a;b, c\n", kOk}, // up to its separator an item is any text
+        {"k=a;b, c\n", kOk}, // an item is any text up to its separator
         {"k=a ;b, c;d\n", kComment},
     });
 }
@@ -225,7 +225,7 @@ TEST_F(IniCheckKeyLine, CommaInCommentCounts)
         {"k=a ;x, y\n", kOk},
         {"k=a ;,\n", kKeyValue},
         {"k=a, b ;x,y\n", kKeyValue},
-        {"k=\"a\" ;x,y\n", kOk}, // after a quoted item no comma is searched for
+        {"k=\"a\" ;x,y\n", kOk}, // no search for a comma after a quoted item
         {"k= ;x,y\n", kOk},
     });
 }
@@ -330,7 +330,7 @@ TEST_F(IniCheckFile, NullArgumentIs170AndLeavesTheNumber)
     const Document empty;
     QAL_UINT32 ulLineNo = 77;
     EXPECT_EQ(XELP_IniCheckFile(nullptr, &ulLineNo), kInputPara);
-    EXPECT_EQ(XELP_IniCheckFile(&empty, &ulLineNo), kInputPara); // before it is found empty
+    EXPECT_EQ(XELP_IniCheckFile(&empty, &ulLineNo), kInputPara); // comes before FILE_EMPTY
     EXPECT_EQ(XELP_IniCheckFile(&doc, nullptr), kInputPara);
     EXPECT_EQ(ulLineNo, 77U);
 }
@@ -398,7 +398,7 @@ TEST_F(IniCheckFile, RandomDocumentsBesideTheModel)
                          "k=1\n",  "k= ;c\n", "l=a, b\n", "m=\"x\"\n", "bad\n",    "",
                          " [a]\n", "k=a;\n",  "a b=\n",   "k=a,b\n",   "\n[bad\n", "[]\n"};
     for (int i = 0; i < 3000 && !HasFailure(); ++i) {
-        // Lines that end the check are rare, so that it gets far enough.
+        // Lines that end the check are rare, so that it reads more than a few lines.
         const Lines lines = RandomLines(random, kinds, 10);
         const Document doc(lines);
         QAL_UINT32 ulExpected = 77;

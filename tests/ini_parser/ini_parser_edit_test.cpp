@@ -12,9 +12,9 @@
 namespace wyx::test {
 namespace {
 
-constexpr std::nullopt_t kNull = std::nullopt; // an argument
+constexpr std::nullopt_t kNull = std::nullopt; // a null argument
 
-/// A document with these lines as an edit leaves it.
+/// A document with these lines, marked as edited.
 Snapshot Edited(Lines lines, QAL_UINT32 ulIniFileNum, QAL_UINT32 ulCapacity = 200)
 {
     Snapshot snapshot = Loaded(std::move(lines), ulCapacity);
@@ -109,7 +109,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
     platform.Fail(Service::kAllocate, 1);
     EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, "new\n"), kInternal);
     EXPECT_EQ(FullTrace(), "D 5");
-    EXPECT_EQ(Look(doc), Loaded({kHole})); // the slot loses it even if there is no memory
+    EXPECT_EQ(Look(doc), Loaded({kHole})); // even without memory, the slot loses its line
     EXPECT_EQ(TakeText(pszOld), "ld\n");
 }
 
@@ -138,7 +138,7 @@ TEST_F(IniSaveSectionToIniStruct, BuildsALine)
     const BuildCase cases[] = {
         {"Net", kNull, kOk, "[Net]\n"},
         {"Net", "main", kOk, "[Net] ;main\n"},
-        {"Net", "", kOk, "[Net] ;\n"}, // empty counts as given
+        {"Net", "", kOk, "[Net] ;\n"}, // an empty comment is written
         {"", kNull, kOk, "[]\n"},
         {"", "", kOk, "[] ;\n"},
         {" ]\n%s\xFF", "%n;\n", kOk, "[ ]\n%s\xFF] ;%n;\n\n"}, // as given
@@ -217,7 +217,7 @@ TEST_F(IniSaveKeyToIniStruct, BuildsALine)
         {"k", "v", kNull, kOk, "k=v\n"},
         {"k", kNull, "c", kOk, "k= ;c\n"},
         {"k", kNull, kNull, kOk, "k=\n"},
-        // Empty counts as given.
+        // An empty value or comment is not the same as none.
         {"k", "", "", kOk, "k= ;\n"},
         {"k", "", kNull, kOk, "k=\n"},
         {"k", kNull, "", kOk, "k= ;\n"},
@@ -324,7 +324,7 @@ TEST_F(IniInsertKeyInIniStruct, InsertsAfterASlot)
 TEST_F(IniInsertKeyInIniStruct, LineAfterTheCountIsLostWhenItsSlotIsTaken)
 {
     Document doc({"[a]\n"});
-    // A caller who stores a line there without raising the count keeps a pointer to it.
+    // A caller who stores a line there must keep a pointer to it, or raise the count.
     ASSERT_EQ(::IniSaveStringToIniStruct(&doc, 1, "x=1\n"), kOk);
     QAL_INT8 *const pszLine = doc.pStrLine[1];
     EXPECT_EQ(::IniInsertKeyInIniStruct(&doc, 0, nullptr, nullptr, nullptr), kInputPara);
@@ -410,7 +410,7 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
     }
 }
 
-// A count of 2^32 - 1 lines is the highest: one more wraps to 0, for which there would be room.
+// 2^32 - 1 is the highest count of lines. One more wraps to 0, which must not pass for room.
 TEST_F(IniInsertSectionToIniStruct, FullCountGrows)
 {
     Document doc({"0"}, 1);
@@ -453,7 +453,7 @@ struct SetCase {
     Line key;
     Line value;
     QAL_UINT32 ulStatus;
-    Lines after; // if equal to those before, the document is not marked
+    Lines after; // if equal to the lines before, the document is not marked as edited
     std::string section = "a";
 };
 

@@ -192,7 +192,7 @@ class ParserTest : public PlatformTest {
         return parsed;
     }
 
-    /// Lets each allocation of a parser fail in turn: 80, everything null, everything released.
+    /// Makes each allocation of a parser fail in turn; expects 80, null parts and no leak.
     template <typename Parse>
     void EveryAllocationFailing(Parse parse, QAL_UINT32 ulAllocations)
     {
@@ -260,7 +260,7 @@ TEST_F(IniParseCommentLine, EmptyCommentIsEmptyText)
         {" ;\n", 2},        //
         {" ;\r\n", 2},      //
         {" ;  \t\r\n", 2},  //
-        {" ;\nb", 3},       // a line end ends it, but room was made up to the last byte
+        {" ;\nb", 3},       // empty, but its block has room for the rest
         {" ; \r\\\nb\n", 5} //
     };
     for (const auto &c : cases) {

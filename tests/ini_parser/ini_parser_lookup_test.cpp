@@ -97,7 +97,7 @@ class LookupTest : public PlatformTest {
             EXPECT_EQ(list, ListSentinel());
             return;
         }
-        EXPECT_EQ(list, platform.Events()[0].pBlock); // even after the list was released, or null
+        EXPECT_EQ(list, platform.Events()[0].pBlock); // null, or the list, even if released
         if (result.ulStatus != kOk) {
             EXPECT_EQ(platform.SizeOf(list), std::nullopt);
             return;
@@ -130,7 +130,7 @@ TEST_F(IniGetKeyValue, NullArgumentIs170AndLeavesTheValue)
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", "k", nullptr), kInputPara);
-    // All of these are checked before an empty document is.
+    // These arguments are refused even for an empty document.
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", "k", nullptr), kInputPara);
@@ -313,7 +313,7 @@ TEST_F(IniGetSectionList, TooManyLinesForAListIs80)
     // No line is read before there is a list, so a count alone is enough.
     Document doc({"[a]\n"});
     for (const QAL_UINT32 ulLineNum :
-         {0x1FFFFFFFU, 0xFFFFFFFFU}) { // 8 more bytes than 32 bits count
+         {0x1FFFFFFFU, 0xFFFFFFFFU}) { // 8 bytes more than 32 bits can count
         doc.ulLineNum = ulLineNum;
         QAL_UINT32 ulCount = 77;
         QAL_INT8 **list = ListSentinel();

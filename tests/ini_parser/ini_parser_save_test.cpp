@@ -103,7 +103,7 @@ TEST_F(IniSaveStringToIniFile, PairsOfHighBytesAreNotSplit)
     ExpectPieces(Text(76) + pair + "bc", {Text(76) + pair, kFold, "bc"});
     ExpectPieces(Text(77) + pair + "c", {Text(77) + pair, kFold, "c"});
     ExpectPieces(Text(78) + pair, {Text(78), kFold, pair});
-    // Only the run that the 78th byte ends counts.
+    // Only the run that ends with the 78th byte counts.
     ExpectPieces(Text(75) + pair + "b" + pair, {Text(75) + pair + "b", kFold, pair});
     ExpectPieces("\xE4" + Text(79), {"\xE4" + Text(77), kFold, "aa"});
     ExpectPieces(pairs(40), {pairs(39), kFold, pair});
@@ -124,7 +124,7 @@ TEST_F(IniSaveStringToIniFile, EveryWriteFailing)
     const std::vector<std::string> pieces = model::Fold(line);
     ASSERT_EQ(pieces.size(), 5U);
     for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 6; ++ulFailAt) {
-        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // never more than all but one byte
+        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // capped at all bytes but one
             SCOPED_TRACE(ulFailAt);
             platform.StartRecording();
             platform.Fail(Service::kWrite, ulFailAt, Failure::kOnce, ulWritten);
@@ -287,7 +287,7 @@ TEST_F(IniSaveFileContent, EveryWriteFailingRemovesTheTemporaryFile)
             << trace_;
         EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}}));
     }
-    // It stays if it cannot be removed; the status is the same.
+    // If the new file cannot be removed, it stays; the status is the same.
     EXPECT_EQ(Save("f.ini", lines, 1,
                    [&] {
                        platform.Fail(Service::kWrite, 5, Failure::kOnce, 2);
@@ -609,15 +609,15 @@ TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashComesBackChanged)
         std::string file;
         Lines loaded;
     } const cases[] = {
-        // A line end of two bytes after the fold: its first byte is taken for the fold's second.
+        // After the fold, a CR LF: its CR is taken for the second byte of the fold's line end.
         {{Text(78) + "\r\n", "k=1\r\n"},
          Text(78) + "\\\n\r\nk=1\r\n",
          {Text(78) + "\n", "k=1\r\n"}},
-        // The other order ends the line at once, and its CR is a line of its own.
+        // After the fold, an LF CR: its LF ends the line at once, and its CR is a line of its own.
         {{Text(78) + "\n\r", "k=1\n\r"},
          Text(78) + "\\\n\n\rk=1\n\r",
          {Text(78) + "\n", "\r", "k=1\n\r"}},
-        // A lone CR is taken for the fold's second byte, and the next line joined.
+        // After the fold, a lone CR: taken for that second byte, too, so the next line is joined.
         {{Text(77) + "\xE4\xB8\r", "k=1\r"},
          Text(77) + "\xE4\xB8\\\n\rk=1\r",
          {Text(77) + "\xE4\xB8k=1\r"}},

@@ -45,7 +45,7 @@ inline constexpr std::nullopt_t kHole = std::nullopt;
 /// Bytes as they would be written in source code.
 std::string Shown(std::string_view bytes);
 
-/// Everything that is visible of a document.
+/// Everything that a caller can see of a document.
 struct Snapshot {
     QAL_UINT32 ulLabel = 0;
     QAL_UINT32 ulLineNum = 0;

@@ -1,7 +1,8 @@
 // Loading and releasing a document.
 //
-// The reader cuts a file into lines one byte at a time. Whether a lone LF or CR ended a line is
-// known only from the byte after it, which is then given back to the file.
+// The reader splits a file into lines one byte at a time. An LF or CR may be half of a two-byte
+// line end, so the reader reads one byte more, and gives it back to the file if it begins the next
+// line.
 #include "ini_parser_internal.h"
 
 #include <array>
@@ -24,14 +25,14 @@ namespace {
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
-// A byte can add two bytes to a full line: a backslash that turned out to be text, and itself. The
-// zero fill terminates the text.
+// One more byte can add two to a full line: itself, and the backslash before it, which turned out
+// to be text. The zero fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
 
-/// The class of each byte. End of file, -1, becomes the index 255 and uses that entry; ClassOf()
-/// handles the byte 255 itself.
+/// The class of each byte. Entry 255 is for the end of the file, because -1 becomes this index;
+/// ClassOf() handles a real byte 255.
 consteval std::array<ByteClass, 256> MakeClasses()
 {
     std::array<ByteClass, 256> aTab{};
@@ -122,9 +123,10 @@ bool IsPlain(QAL_INT32 lByte)
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    // Every byte costs a call, which goes through a register: through a linker stub, it would take
-    // a fifth more instructions. The asm statement hides from the compiler which function is called
-    // and where in the buffer the limit is: otherwise Clang steps an index instead of a pointer.
+    // Every byte costs a call. The call goes through a register, because through a linker stub it
+    // would take a fifth more instructions. The asm statement hides from the compiler which
+    // function is called and where in the buffer the limit is: otherwise Clang steps an index
+    // instead of a pointer.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
     const QAL_INT8 *pszTooLong = pszText + kLongestLine + 1;
     __asm__("" : "+r"(pfunGetc), "+r"(pszTooLong));

@@ -14,7 +14,7 @@ bool Contains(Range range, QAL_INT8 ch)
     return false;
 }
 
-// Kept: a tab before the `;` is enough here, though for the parsers no comment begins there
+// Kept: a tab before the `;` is enough here, though the parsers see no comment there
 // (IniCheckKeyLine.TabBeforeCommentPasses).
 QAL_UINT32 CheckComment(const QAL_INT8 *pszSemicolon)
 {
@@ -86,8 +86,8 @@ QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine)
         return XELP_ERR_INI_SECTION;
     }
     const Range name = Trimmed(strSectionLine + 1, pszClose);
-    // Kept: only a space makes an empty name here, so a single tab passes though the parser refuses
-    // it (IniCheckSectionLine.SingleTabPasses).
+    // Kept: blanks count as an empty name only if the last one is a space, so a single tab passes,
+    // though the parser refuses it (IniCheckSectionLine.SingleTabPasses).
     if (*name.pszFirst == ' ' || Contains(name, kOpen)) {
         return XELP_ERR_INI_SECTION;
     }

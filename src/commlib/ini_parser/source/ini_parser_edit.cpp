@@ -140,7 +140,7 @@ QAL_UINT32 MatchKeyLine(QAL_INT8 *pszLine, const QAL_INT8 *pszKey)
 /**
  * Deletes lines of every block of a section.
  *
- * @param pszKey  the key whose lines are deleted; null deletes the blocks whole
+ * @param pszKey  the key whose lines are deleted; null deletes whole blocks
  */
 QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8 *pszKey)
 {

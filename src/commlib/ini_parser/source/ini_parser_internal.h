@@ -25,8 +25,8 @@ constexpr QAL_INT8 kSeparator = ','; // between the items of a value
 constexpr QAL_INT8 kEscape = '\\';   // before a line end: the line continues on the next
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
-// A line of a saved file is at most 81 bytes long: it is either a line or the rest of one, of up to
-// 79 bytes with its line end, or a piece of 78 or 79 bytes and the two bytes that continue it.
+// A save folds a line of 80 bytes or more: it writes pieces of 78 or 79 bytes, each followed by the
+// two bytes that continue it, and then the rest. So no line of the file has more than 81 bytes.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
 
@@ -196,7 +196,7 @@ inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
     return {doc, ulLast, ulEnd, 0U - 1U};
 }
 
-/// Means a match; a visit that returns it ends its walk. Not a status.
+/// Returned by a visit to report a match and end the walk. Not a status.
 constexpr QAL_UINT32 kFound = 1;
 
 /**

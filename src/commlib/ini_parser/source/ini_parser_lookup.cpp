@@ -56,7 +56,7 @@ QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL
 
 namespace {
 
-/// Collects the names of all sections in a list with room for one name per line.
+/// Collects the names of all sections into a list with room for one name per line.
 QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **ppszNames)
 {
     Walk walk = Down(doc, 0, doc.ulLineNum);
@@ -74,7 +74,7 @@ QAL_UINT32 CollectSections(const Document &doc, QAL_UINT32 &ulNum, QAL_INT8 **pp
                                                      : ulStatus;
 }
 
-/// Collects the names of all keys of a section's last block in a list with room for one name per
+/// Collects the names of all keys of a section's last block into a list with room for one name per
 /// line.
 QAL_UINT32 CollectKeys(const Document &doc, const QAL_INT8 *pszSection, QAL_UINT32 &ulNum,
                        QAL_INT8 **ppszNames)

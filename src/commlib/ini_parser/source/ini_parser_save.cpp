@@ -13,8 +13,8 @@ constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the termin
 // does not fit (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
 
-/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It does if an odd number
-/// of high-bit bytes in a row ends with it.
+/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It begins one if the run of
+/// high-bit bytes that ends with it has an odd length.
 QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
 {
     QAL_UINT32 ulOdd = 0;
