@@ -38,7 +38,7 @@
  * puts it on the new first one, removing the last puts it on the new last one.
  *
  * **Results.** The calls that return a user node set the result to null before they look at
- * anything else, the handle included, so a failure leaves null in it. Two are different:
+ * anything else, the handle included, so a failure leaves null in it. Two calls differ:
  * XELP_DLinkList_Remove() and XELP_DLinkList_Query() check all their arguments first, and a
  * refused argument leaves the result untouched.
  *
@@ -57,7 +57,7 @@
  * **Threads.** Two threads must not use one list at once, not even for queries, which move the
  * cursor. Different lists are independent.
  *
- * **Its siblings** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
+ * **Siblings.** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
  * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have
  * different numbers: no match is 30 here and 40 there. The headers also differ in when a call sets
  * its result to null.
@@ -386,8 +386,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by address. If the callback removes the element it was called
- * for and inserts another, the new link node may have the old one's address. If so, the walk
- * continues after the new element, and if not, with it: rely on neither.
+ * for and inserts another, the new link node may have the old one's address. If it has, the walk
+ * continues after the new element, otherwise with it: rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

@@ -4,9 +4,10 @@
  *
  * The table stores pointers to records of yours, the *user nodes*, each under a key: a string of
  * bytes that the table copies. You supply four callbacks, all of them mandatory: the hash
- * function, the comparison of keys, the release of a key copy, and the release of a user node.
+ * function, the comparator of keys, the *key callback*, which releases a key copy, and the *node
+ * callback*, which releases a user node.
  *
- * The callback that releases a key copy usually looks like this:
+ * The key callback usually looks like this:
  * @code{.c}
  * static void ReleaseKey(void *pKey)
  * {
@@ -44,8 +45,8 @@
  * **Cursor.** It is on an entry or nowhere; unlike the cursor of a list, it may be nowhere while
  * there are entries. A failing call leaves it where it is (except a walk stopped by its callback).
  * - SaveNode puts it on the new entry, QueryNode on the match;
- * - every Remove and every Delete puts it on the entry after the removed one, or nowhere if that
- *   was the last of its bucket: it does not go on to the next bucket;
+ * - every Remove and every Delete puts it on the entry after the removed one, or nowhere if the
+ *   removed one was the last of its bucket: the cursor does not go on to the next bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
  * - the Get calls leave it alone, and there is no call that only moves it.
  *
@@ -63,17 +64,18 @@
  *
  * **Cost and limits.** A call with a key costs one call of the hash function and one comparison
  * for each entry of the bucket up to the match: constant time as long as there are about as many
- * buckets as entries and the hash function spreads them. XELP_Hash_RemoveCurNode() and
- * XELP_Hash_DeleteCurNode() cost the same, but compare addresses instead of keys. Init is linear in
- * the buckets; a walk and the teardown are linear in the buckets and the entries. The table takes
- * one block of 56 bytes and 8 more for each bucket; an entry takes one block of 24 bytes and
- * another for its key copy. The size of the table's block is a 32-bit number, so the largest number
- * of buckets is 536870904. The number of entries is not checked; it must stay below 4294967296.
+ * buckets as entries and the hash function spreads the entries evenly. XELP_Hash_RemoveCurNode()
+ * and XELP_Hash_DeleteCurNode() cost the same, but compare addresses instead of keys. Init is
+ * linear in the buckets; a walk and the teardown are linear in the buckets and the entries. The
+ * table takes one block of 56 bytes and 8 more for each bucket; an entry takes one block of 24
+ * bytes and another for its key copy. The size of the table's block is a 32-bit number, so the
+ * largest number of buckets is 536870904. The number of entries is not checked; it must stay below
+ * 4294967296.
  *
  * **Threads.** Two threads must not use one table at once, not even for queries, which move the
  * cursor. Different tables are independent.
  *
- * **Its siblings** dlink.h and slink.h (lists) look much the same, but differ on purpose. Here the
+ * **Siblings.** dlink.h and slink.h (lists) look much the same, but differ on purpose. Here the
  * comparator is fixed and compares two keys; a missing cursor has a status of its own; failing
  * searches leave their result untouched; and if a teardown does not release the user nodes, it does
  * not release the key copies either. Up to 70, statuses are numbered as in dlink.h; slink.h numbers
@@ -279,7 +281,7 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteCurNode(void *pstruHashHead);
 WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, void **pstruNode);
 
 /**
- * @brief Visits the entries, bucket by bucket, each from its newest to its oldest.
+ * @brief Visits the entries bucket by bucket; within a bucket, from the newest to the oldest.
  *
  * Before each visit the cursor moves to the entry. After the visit, the position of the cursor
  * decides how the walk continues:
@@ -290,12 +292,12 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   rest of *its* bucket. A callback that keeps doing so never lets the walk end.
  * - nowhere: the bucket is done.
  *
- * The buckets are taken in order: when one is done, the next one follows, even if the cursor has
- * led the walk into another bucket.
+ * The walk starts once in each bucket, in order, even if the cursor has led it into other buckets
+ * in between.
  *
  * "Still on that entry" is decided by address. If the callback removes the entry it was called for
- * and saves another, the new chain node may have the old one's address. If so, the walk continues
- * after the new entry, and if not, with it: rely on neither.
+ * and saves another, the new chain node may have the old one's address. If it has, the walk
+ * continues after the new entry, otherwise with it: rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

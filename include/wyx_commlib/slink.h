@@ -36,8 +36,8 @@
  * A Remove or Delete moves the cursor even if it was on another element: removing the first element
  * puts it on the new first one, removing the last puts it on the new last one.
  *
- * **Null result pointers, and results after a failure,** are treated differently from call to
- * call. All calls refuse a null handle. Beyond that:
+ * **Null result pointers, and results after a failure,** differ from call to call. All calls refuse
+ * a null handle. Beyond that:
  * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer,
  *   and set the result to null before they look at anything else, the handle included.
  * - Remove and Query refuse a null result pointer, which they check after all other arguments. A
@@ -66,7 +66,7 @@
  * **Threads.** Two threads must not use one list at once, not even for queries, which move the
  * cursor. Different lists are independent.
  *
- * **Its siblings** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
+ * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
  * much the same, but differ on purpose. Compared with dlink.h: #XELP_ERR_SLL_FULL is 30, so all
  * later statuses are 10 higher; `ulTotalNum` of the head is the capacity, not the count; Insert and
  * the calls for head and tail treat the list as empty if it has no first or last element, the
