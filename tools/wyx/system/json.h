@@ -63,7 +63,7 @@ void SetTexts(Json &object, const std::string &member, const std::vector<std::st
 void PutJson(const Json &document);
 
 /// What a verb finds out about several inputs, each of which may fail: with --json an item for
-/// each, and the gravest exit code.
+/// each, and the most serious exit code.
 class Results {
   public:
     explicit Results(bool isJson) : isJson_(isJson) {}

@@ -18,7 +18,7 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr int kKindWidth = 9; // of the longest name of a kind, and two blanks
+constexpr int kKindWidth = 9; // of the longest name of a kind, and two spaces
 
 bool Exists(const std::string &name)
 {
