@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the binary interface with its baseline in tests/library/abi/baseline, or renews that:
+# Compares the binary interface with its baseline in tests/library/abi/baseline, or renews the baseline:
 #
 #     scripts/abi.sh check BUILD_FOLDER    the libraries of a build with debug information
 #     scripts/abi.sh renew [BUILD_FOLDER]  compares, writes the baseline; builds in build/abi if no
@@ -160,7 +160,7 @@ check)
             [[ -e $baseline/$name.abi ]] || { echo "$baseline/$name.abi is missing" >&2; exit 1; }
             compare "$name"
             if [[ $(major "$baseline/$name.abi") != "$(major "$work/$name.abi")" ]]; then
-                echo "$name: the baseline is that of another major version: scripts/abi.sh renew"
+                echo "$name: the baseline is for another major version; run: scripts/abi.sh renew"
                 failed=1
                 continue
             fi
@@ -172,7 +172,7 @@ check)
         cat "$work/$name.report"
         failed=1
         if [[ $verdict == compatible ]]; then
-            echo "$name: only additions; raise the minor version, then: scripts/abi.sh renew"
+            echo "$name: only additions; raise the minor version, then run: scripts/abi.sh renew"
         else
             echo "$name: breaks callers; that needs a new major version (docs/abi.md)"
         fi

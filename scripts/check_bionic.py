@@ -181,7 +181,7 @@ def look_at_both(target):
     needed = undefined(libraries["wyx_os_adapter"])
     if not needed or needed - listed:
         fail(f"the adapter needs {sorted(needed - listed)}")
-    print(f"{target.abi}: the adapter needs of Android: {' '.join(sorted(needed - TOOLCHAIN))}")
+    print(f"{target.abi}: the adapter needs from Android: {' '.join(sorted(needed - TOOLCHAIN))}")
 
 
 def plant_faults(target):

@@ -93,7 +93,7 @@ printf '%7d  %s\n' "$one" "changed in one line and those that continued it, and 
 for why in "${!refused[@]}"; do
     printf '%7d  refused: %s\n' "${refused[$why]}" "$why"
 done
-((wrong == 0)) || { echo "$wrong files were changed in another way"; exit 1; }
+((wrong == 0)) || { echo "$wrong files were changed in some other way"; exit 1; }
 
 echo
 echo "== Every value, compared with Python's configparser"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs the commands of the README in a bare Debian root: scripts/fresh_machine.sh [FOLDER]
 #
-# FOLDER (default: a temporary one) holds the root, some 3 GiB. Root tries the libraries alone, then
-# scripts/test.sh and scripts/demo.sh in a clone in its closed home; an ordinary user tries both scripts
-# in the source archive, in a folder whose name has a blank and a letter beyond ASCII, without a
-# network. Takes the packages from where this machine takes its own. Needs root's rights; installs
+# FOLDER (default: a temporary one) holds the root, some 3 GiB. Root builds the libraries alone, then
+# runs scripts/test.sh and scripts/demo.sh in a clone in its home, which others cannot enter. An ordinary
+# user runs both scripts in the source archive, without a network, in a folder whose name has a space and
+# a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
 # debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone. With
 # WYX_MOUNT=0 they are not, and the tests that need them are skipped.
 set -euo pipefail

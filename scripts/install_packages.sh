@@ -15,7 +15,7 @@ if command -v dpkg-query >/dev/null; then
     done
 fi
 if ! command -v apt-get >/dev/null; then
-    echo "no apt-get here: see that the equivalents of these Debian packages are installed: $*" >&2
+    echo "no apt-get here: make sure that the equivalents of these Debian packages are installed: $*" >&2
     exit 0
 fi
 if ((${#missing[@]} == 0)); then

@@ -154,7 +154,7 @@ def main():
     parser.add_argument("prefixes", metavar="PREFIX", nargs="+", type=pathlib.Path,
                         help="where the libraries of an ABI were installed")
     parser.add_argument("--ndk", type=int, required=True, help="major version of the NDK")
-    parser.add_argument("--api", type=int, default=24, help="least API level (24)")
+    parser.add_argument("--api", type=int, default=24, help="lowest API level (24)")
     parser.add_argument("--output", type=pathlib.Path, required=True)
     options = parser.parse_args()
 

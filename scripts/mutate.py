@@ -21,8 +21,8 @@ those of code for another CPU than the library's. The mistake is
 Bounds on lines marked "speed only" are left out. The tests of a module are those in
 tests/<module>/, tests/fuzz/ and tests/library/failures/; those of the adapter are in
 tests/platform/, tests/library/threads/ and tests/library/syscalls/, and the suite in
-tools/adapter_suite/; those of the tool are in tests/tool/. Those that kill most in the least time
-run first.
+tools/adapter_suite/; those of the tool are in tests/tool/. The tests that kill the most mistakes in
+the least time run first.
 
 A survivor must be listed in tests/project/mutation/survivors.txt with the reason why no test can see
 it. The run fails if a survivor is not listed, if a test kills a listed mistake, if nothing was
@@ -535,16 +535,16 @@ def main():
     parser.add_argument("--part", choices=PARTS, help="everything of this part")
     parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
-    parser.add_argument("--seed", type=int, default=0, help="which ones")
-    parser.add_argument("--seconds", type=float, help="try no more mistakes after that time")
+    parser.add_argument("--seed", type=int, default=0, help="which mistakes --sample chooses")
+    parser.add_argument("--seconds", type=float, help="try no more mistakes after this time")
     parser.add_argument("--least", type=int, default=40,
-                        help="mistakes to try however long it takes; the run fails with fewer")
+                        help="try this many even after --seconds; the run fails with fewer")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
-    parser.add_argument("--build", type=pathlib.Path, help="a build folder of the preset release")
-    parser.add_argument("--asan-build", type=pathlib.Path, help="a build folder of the preset asan")
-    parser.add_argument("--cross-build", type=pathlib.Path, help="one of the preset aarch64")
+    parser.add_argument("--build", type=pathlib.Path, help="a build folder for the preset release")
+    parser.add_argument("--asan-build", type=pathlib.Path, help="a build folder for the preset asan")
+    parser.add_argument("--cross-build", type=pathlib.Path, help="one for the preset aarch64")
     parser.add_argument("--no-asan", action="store_true", help="do not try again under sanitizers")
-    parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its end here")
+    parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its outcome here")
     parser.add_argument("--list", action="store_true", help="only list the mistakes")
     arguments = parser.parse_args()
 

@@ -2,7 +2,7 @@
 # prints its name.
 temp_folder() {
     mktemp -d "$@" 2>/dev/null || {
-        echo "cannot make a folder in ${TMPDIR:-/tmp}: let TMPDIR name one that you can write to" >&2
+        echo "cannot make a folder in ${TMPDIR:-/tmp}: set TMPDIR to one that you can write to" >&2
         return 1
     }
 }

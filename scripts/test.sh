@@ -26,7 +26,7 @@ scripts/install_packages.sh "${packages[@]}"
 # A test that needs one of these is skipped without it. Clang and lintian are left out for their size.
 optional=(abigail-tools crudini dpkg-dev e2fsprogs file fish libssl-dev mandoc meson pkg-config python3 strace
     xz-utils zlib1g-dev zsh)
-scripts/install_packages.sh "${optional[@]}" || echo "going on; tests that need more are skipped"
+scripts/install_packages.sh "${optional[@]}" || echo "continuing; tests without their packages are skipped"
 
 failed=()
 for preset in "$@"; do

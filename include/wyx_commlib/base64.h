@@ -15,8 +15,8 @@
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
  * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. An empty result
- * also returns 0, so look at the pointer, not at the length, to tell them apart. All calls may run
- * on any number of threads.
+ * also returns 0, so check the pointer for a failure, not the length. All calls may run on any
+ * number of threads.
  *
  * @code{.c}
  * QAL_UINT8 *text;

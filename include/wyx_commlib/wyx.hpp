@@ -86,10 +86,10 @@ enum class errc : int {
     ini_line_unknown = error_number(module::ini, XELP_ERR_INI_LINE_UNKNOWN),
     ini_argument = error_number(module::ini, XELP_ERR_INI_INPUT_PARA_ERR),
     ini_write_file = error_number(module::ini, XELP_ERR_INI_WRITE_FILE),
-    ini_key_value = error_number(module::ini, XELP_ERR_INI_KEY_VALUE), ///< the same number, 180
+    ini_key_value = error_number(module::ini, XELP_ERR_INI_KEY_VALUE), ///< 180, like ini_write_file
     ini_comment = error_number(module::ini, XELP_ERR_INI_COMMENT),
     address_malformed = error_number(module::address, XELP_ERR_PARSE_IPV4V6_INVALID),
-    base64_refused = error_number(module::base64, 1) ///< the calls have no statuses: any failure
+    base64_refused = error_number(module::base64, 1) ///< any failure: the calls have no statuses
 };
 
 /// The status in an error: a number of its module's enumeration, or 1 for Base64, which has none.
@@ -149,7 +149,7 @@ class outcome {
 };
 } // namespace detail
 
-/// A value, or why there is none. It moves with its value and is not copied.
+/// A value, or why there is none. Can be moved, but not copied.
 template <typename T>
 class [[nodiscard]] result : public detail::outcome {
     union {
