@@ -57,8 +57,8 @@ inline Bytes Text(std::string_view text)
     return {reinterpret_cast<const QAL_UINT8 *>(text.data()), text.size()};
 }
 
-/// The definition, by schoolbook division, one bit after the other: the remainder of the message,
-/// followed by as many zero bits as the CRC is wide, with the start value added to its first bits.
+/// The definition, by schoolbook division, bit by bit. The start value is added to the first bits
+/// of the message, and as many zero bits as the CRC is wide follow it.
 template <typename Word>
 Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
 {

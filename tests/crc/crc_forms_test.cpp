@@ -106,7 +106,7 @@ TYPED_TEST_P(CrcForms, EveryAlignment)
     }
 }
 
-/// Each bit of a message counts at its place: all zeros but for one bit.
+/// Messages of zeros with a single one bit, at every place.
 TYPED_TEST_P(CrcForms, EveryBitOfAMessage)
 {
     for (const std::size_t len : {20U, 100U, 700U}) {

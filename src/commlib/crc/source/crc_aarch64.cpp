@@ -13,7 +13,7 @@ namespace {
 // three cycles later, so a single stream leaves the unit idle. Three parts of equal length are
 // therefore processed side by side and then joined: the value v of a part is carried over by adding
 // v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces that power of x by
-// five lower ones, so that all that is added falls into the last 16 bytes of the next part.
+// five lower ones, so that every bit added falls into the last 16 bytes of the next part.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {

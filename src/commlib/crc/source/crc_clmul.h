@@ -21,7 +21,7 @@ namespace wyx::crc {
 /// x^(64 + width) divided by P, without the quotient's highest term, x^64.
 ///
 /// Multiply a word W by the whole quotient and drop everything below x^64: what is left is
-/// W * x^width divided by P. It is exact: the quotient's own division leaves a remainder R below
+/// W * x^width divided by P. This is exact: the quotient's own division leaves a remainder R below
 /// x^width, so W * R / P is below x^64, in the part that is dropped.
 constexpr Word Inverse(Polynomial poly)
 {

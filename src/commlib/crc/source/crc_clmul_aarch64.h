@@ -34,7 +34,7 @@ inline Vector MultiplyHigh(Vector a, Vector b)
 }
 #endif
 
-/// Moves the bytes to higher or lower places and fills up with zeros.
+/// Moves the bytes to higher or lower places and fills the others with zeros.
 template <int kBytes>
 inline Vector ShiftUp(Vector vector)
 {

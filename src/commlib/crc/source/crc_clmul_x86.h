@@ -24,7 +24,7 @@ inline Vector MultiplyHigh(Vector a, Vector b)
         _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x11));
 }
 
-/// Moves the bytes to higher or lower places and fills up with zeros.
+/// Moves the bytes to higher or lower places and fills the others with zeros.
 template <int kBytes>
 inline Vector ShiftUp(Vector vector)
 {

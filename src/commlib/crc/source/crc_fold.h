@@ -81,7 +81,7 @@ inline Word LoadWord(const QAL_UINT8 *puc)
     return Order::InMemory(ullWord);
 }
 
-/// Folds a message word by word. Holds what the words cleared so far add to those not yet taken.
+/// Folds a message word by word. Holds the bits that cleared words add to words not yet taken.
 template <typename Order, typename Multiple>
 class WordFold;
 

@@ -72,7 +72,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
                 StoreVector(aucBuffer + i, LoadVector(pucCleared + ulCleared - kPast + i));
             }
         }
-        // The rest is not cleared, so it adds nothing to itself: zeros take its place.
+        // The rest is not cleared, so it adds nothing to itself: the buffer has zeros in its place.
         QAL_UINT8 *const pucEnd = pucCleared + ulCleared;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});
