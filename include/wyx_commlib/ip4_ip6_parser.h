@@ -208,7 +208,7 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  * - any of the second to fourth is `:`.
  *
  * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
- * @param[out]    OUT_len      the number of bytes written, also on failure
+ * @param[out]    OUT_len      the number of bytes written, even on failure
  * @param[in,out] IN_dec_buf   the text, borrowed; moved past the run; on failure, to the character
  *                             at fault
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if core_td_hex4() refuses a group.
