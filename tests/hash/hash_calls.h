@@ -1,7 +1,7 @@
 // Calls on a hash table of letters, compared with a plain model, and the callbacks of such a table.
 //
 // A key begins with a letter, and only that letter counts. Its hash value is the letter's place in
-// the alphabet, 'a' being 0. A table is written bucket by bucket, each from its newest entry to its
+// the alphabet, 'a' being 0. A table is written bucket by bucket, from the newest entry to the
 // oldest, with the cursor in brackets: three buckets after saving a, b and d are "[d]a|b|".
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H
 #define WYX_TESTS_HASH_HASH_CALLS_H
@@ -95,7 +95,7 @@ struct Key {
     char szText[2];
 };
 
-// ---- what is visible of a table ----
+// ---- what a caller can see of a table ----
 
 inline const Hash_S_Head &HeadOf(const void *pTable)
 {

@@ -1,6 +1,6 @@
 // A second, slow and obvious implementation of the INI module: over strings instead of pointers,
-// looking ahead instead of keeping a state. The tests compare everything that is visible,
-// allocations included.
+// looking ahead instead of keeping a state. The tests compare everything that a caller can
+// see, allocations included.
 #ifndef WYX_TESTS_INI_PARSER_MODELS_H
 #define WYX_TESTS_INI_PARSER_MODELS_H
 

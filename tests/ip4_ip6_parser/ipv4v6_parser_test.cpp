@@ -634,7 +634,7 @@ TEST(ParseIpv6, RandomTexts)
     }
 }
 
-// We read the text that the system writes for an address, also in brackets and with a port.
+// We read the text that the system writes for an address, alone or in brackets with a port.
 TEST(ParseIpv6, AddressesAsTheSystemWritesThem)
 {
     GuardedText memory;

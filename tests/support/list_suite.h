@@ -55,7 +55,7 @@ inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
     return *static_cast<const char *>(pCondition) + 1 == Letter(pUserNode) ? 0U : 1U;
 }
 
-// ---- what is visible of a list ----
+// ---- what a caller can see of a list ----
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
@@ -162,7 +162,7 @@ class ListTest : public PlatformTest {
 
     std::string Text() const { return List::Observe(list).Text(); }
 
-    /// Runs one case: builds, calls, compares all that is visible.
+    /// Runs one case: builds, calls, compares all that a caller can see.
     void Run(const Case &c)
     {
         SCOPED_TRACE(std::string(c.call.pszName) + " on \"" + c.pszBefore + "\"");
