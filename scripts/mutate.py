@@ -229,7 +229,7 @@ class Build:
                 continue
             target = str(program.relative_to(folder))
             entry = Test(program.parent.name, program, tuple(command[:-1]))
-            # A test of all modules is run as it is, also if it includes a header of one.
+            # A test of all modules is run as it is, even if it includes a header of one.
             own = image(target) if target in links and entry.folder in own_folders else None
             if own is not None:
                 self.with_units[entry.folder].append((entry, own))

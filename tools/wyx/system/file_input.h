@@ -54,7 +54,7 @@ class FileInput {
 };
 
 /// Reads a file to its end.
-/// @throws Failure, also for a file of more than @p limit bytes
+/// @throws Failure if reading fails or the file has more than @p limit bytes
 std::string ReadWhole(FileInput &&input, std::size_t limit);
 
 /// Does a regular file hold these bytes and no others?

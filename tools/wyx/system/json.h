@@ -72,7 +72,7 @@ class Results {
     void Add(Json item);
     void Note(ExitCode code) { worst_ = Graver(worst_, code); }
 
-    /// Notes the exit code of work that fills an item; reports its failure, also in the item.
+    /// Notes the exit code of work that fills an item; reports its failure in the item, too.
     template <typename Work>
     void Try(Json &item, Work work)
     {

@@ -16,7 +16,7 @@ class LineInput {
 
     /// Reads the next line, without its line feed.
     /// @return false at the end
-    /// @throws Failure, also for a line so long that the file cannot be a list
+    /// @throws Failure if reading fails or a line is so long that the file cannot be a list
     bool Next(std::string &line);
 
   private:
