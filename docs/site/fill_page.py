@@ -190,8 +190,8 @@ def fill(file):
 
 
 def _spans(text):
-    """What Doxygen would misread: a leading `::` in code is no global scope, a quotation mark in code
-    ends nothing, a bar in code within a table is no border, and strong text may begin with code."""
+    """What Doxygen would misread: a leading `::` in code is not a global scope, a quotation mark in code
+    ends nothing, a bar in code within a table is not a border, and strong text may begin with code."""
     def code(match):
         shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
         shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)

@@ -520,7 +520,7 @@ struct ipv6 {
     std::array<QAL_UINT8, 16> octets{}; ///< in network order
     QAL_UINT16 port = 0;                ///< 0 if the text had none, or port 0
 
-    /// Reads an address, even in brackets or with a port: XELP_Parse_IPV6().
+    /// Reads an address, with or without brackets and a port: XELP_Parse_IPV6().
     static result<ipv6> parse(const c_text &text) noexcept
     {
         ipv6 address;

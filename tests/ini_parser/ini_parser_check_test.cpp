@@ -116,7 +116,7 @@ TEST_F(IniCheckKeyLine, Keys)
         {"k ;c\n", kLineUnknown}, {"=", kKeyName},
         {"=1\n", kKeyName},       {" =1\n", kKeyName},
         {"\t=1\n", kKeyName},     {" \t =1\n", kKeyName},
-        {"\n=1\n", kKeyName}, // to the parser this is no key
+        {"\n=1\n", kKeyName}, // to the parser this is not a key
         {"\nk=1\n", kKeyName},    {"a b = 1\n", kKeyName},
         {"a  b=", kKeyName},      {"a\t b=1\n", kKeyName},
         {"k=1\n", kOk},           {" \tk\t =1\n", kOk},

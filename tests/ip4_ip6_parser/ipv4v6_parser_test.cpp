@@ -499,7 +499,7 @@ TEST(ParseIpv6, DottedQuadAfterADot)
         {".1.2.3.4:80", 30, kUntouched}, // a port
         {".1.2.3.4]", 30, kUntouched},
         {"[.1.2.3.4]:80", 30, kUntouched},
-        {"1:1.2.3.4", 30, kUntouched}, // the 1 is a group, and 2.3.4 is no quad
+        {"1:1.2.3.4", 30, kUntouched}, // the 1 is a group, and 2.3.4 is not a quad
         {".", 30, kUntouched},
         {"..1.2.3.4", 30, kUntouched},
     };

@@ -76,7 +76,7 @@ class Headers(unittest.TestCase):
                       "the key's lines before that one are deleted",
                       headers.left_by_failure(calls["XELP_IniDelKey"]))
         self.assertEqual([], headers.left_by_failure(calls["XELP_CRC_32"]))
-        # What only the default adapter does is no promise of the service.
+        # What only the default adapter does is not a promise of the service.
         self.assertEqual([], headers.left_by_failure(calls["XELP_Fopen"]))
 
 

@@ -151,7 +151,7 @@ std::string KeyLine(const Style &style, const Edit &edit)
            (edit.value.empty() ? "" : style.afterEquals + edit.value);
 }
 
-/// The line that the library means, found by making the change in a trial document.
+/// The line that the library would change, found by making the change in a trial document.
 struct Meant {
     std::size_t line = 0; // the line of the key; for a new key, a line after its place
     bool isKey = false;   // the key is there
@@ -411,7 +411,7 @@ void Editor::Insert(std::size_t before)
             style = StyleOf(i);
             last = LastLineOf(i);
         } else if (!style && parts.IsUnreadable()) {
-            last = i; // whatever it is, the new line does not come between it and its header
+            last = i; // whatever this line is, the new one must not part it from its header
         }
     }
     if (!style) {

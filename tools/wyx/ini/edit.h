@@ -1,7 +1,7 @@
 // Changing the text of a file, in memory: bytes in, bytes out.
 //
-// The library decides which line is meant: the change is first made in a trial document, and the
-// line that differs there is the one to change. The new text is the old one with only that line's
+// The library decides which line to change: the change is first made in a trial document, and the
+// line that differs there is the one. The new text is the old one with only that line's
 // bytes replaced. It is read back before it is returned: the key must have the new value, and every
 // other line must be as it was.
 #ifndef WYX_TOOL_INI_EDIT_H
@@ -45,8 +45,8 @@ struct EditResult {
 void RequireWritable(const Edit &edit);
 
 /// Applies edits to the text of a file, one after the other.
-/// @param name           what messages call the file
-/// @param keepsExisting  leave keys that exist as they are
+/// @param name           the file's name in messages
+/// @param keepsExisting  do not change keys that exist
 /// @throws Failure for an edit that cannot be made, or would not read back as requested
 EditResult ApplyEdits(const std::string &name, const std::string &bytes,
                       const std::vector<Edit> &edits, bool keepsExisting);

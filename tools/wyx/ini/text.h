@@ -27,7 +27,7 @@ class IniSource {
     /// Reads a file, or standard input for the name "-".
     /// @throws Failure
     explicit IniSource(const std::string &name);
-    /// Takes bytes that are in memory already; messages call them by the name of a file.
+    /// Takes bytes that are in memory already; @p name is their name in messages.
     static IniSource OfBytes(const std::string &name, std::string bytes);
 
     /// For messages of the form "file:line: ...".
@@ -55,8 +55,8 @@ struct RawLine {
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
     // An empty line that a backslash joins to the line before, when both end in the same lone LF or
-    // CR. For the library it ends at that byte, even if the other of the two bytes follows: in a
-    // backslash, LF, LF, CR, it is the second LF.
+    // CR. For the library it ends at that byte, even if the other of the two bytes follows: in
+    // backslash, LF, LF, CR, the empty line is the second LF.
     bool isEmptyJoined = false;
 };
 
@@ -87,7 +87,7 @@ struct StoredLine {
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 
-/// All lines of a file. The library stops at one that is too long; this goes on after it.
+/// All lines of a file. The library stops at one that is too long; these go on after it.
 struct StoredLines {
     std::vector<StoredLine> lines;
     std::size_t rest = 0; // number of the first physical line not read; 0 if all were

@@ -16,7 +16,7 @@ enum class ExitCode {
     kMalformed = 4, ///< a file or an address is malformed
 };
 
-/// The graver of two exit codes, for verbs that go on with the next file.
+/// The more serious of two exit codes, for verbs that go on with the next file.
 inline ExitCode Graver(ExitCode left, ExitCode right)
 {
     constexpr int kRanks[] = {0, 1, 4, 3, 2}; // by exit code

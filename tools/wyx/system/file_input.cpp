@@ -28,7 +28,7 @@ Descriptor OpenInput(const std::string &name)
     return file;
 }
 
-/// The size of a regular file, 0 of anything else. Refuses directories.
+/// The size of a regular file, 0 for anything else. Refuses directories.
 std::uint64_t SizeOf(int fd, const std::string &shown)
 {
     struct stat status = {};

@@ -42,7 +42,7 @@ class FileInput {
     /// @throws Failure
     std::size_t Read(std::span<unsigned char> room);
 
-    /// What messages call it.
+    /// Its name in messages.
     const std::string &ShownName() const { return shown_; }
 
   private:
@@ -63,7 +63,7 @@ bool HoldsJust(int fd, std::string_view bytes);
 /// Writes all of a text; false, with errno, if it cannot.
 bool WriteWhole(int fd, std::string_view text);
 
-/// What messages call an input: its name in quotation marks, or standard input.
+/// The name of an input in messages: in quotation marks, or standard input.
 std::string ShownInput(const std::string &name);
 
 } // namespace wyx::tool

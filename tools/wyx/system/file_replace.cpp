@@ -233,8 +233,8 @@ class NewFile {
 };
 
 /// Copies the extended attributes that can be copied: some are the system's own, and not every file
-/// system supports the others. An access list must not get lost: that would open or close the file
-/// to somebody.
+/// system supports the others. An access list must not get lost: that would give or deny somebody
+/// access.
 void CopyExtendedAttributes(int from, int to, const std::string &path)
 {
     const ssize_t size = flistxattr(from, nullptr, 0);

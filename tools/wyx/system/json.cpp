@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kIndent = 2;
 
-/// Length of the character of UTF-8 that a text begins with; 0 if it begins with none.
+/// Length of the UTF-8 character that a text begins with; 0 if it begins with none.
 std::size_t CharacterLength(std::string_view text)
 {
     const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };

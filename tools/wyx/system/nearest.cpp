@@ -45,7 +45,7 @@ std::size_t Distance(std::string_view left, std::string_view right)
 std::string Nearest(std::string_view word, const std::vector<std::string> &candidates)
 {
     std::string nearest;
-    // A third of the letters wrong is a slip; more is another word.
+    // Up to a third of the letters wrong is a typo; more is another word.
     std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string &candidate : candidates) {
         if (word.size() > kLongestWord || candidate.size() > kLongestWord) {

@@ -11,8 +11,8 @@
 
 namespace wyx::tool {
 
-/// Keeps files that are opened later from taking the place of a standard stream that was closed,
-/// and the signals for a closed pipe or a file size limit from ending the tool without a message.
+/// Keeps files that are opened later from taking the place of a closed standard stream. Also keeps
+/// the signals for a closed pipe or a file size limit from ending the tool without a message.
 void PrepareStreams();
 
 /// Standard output is lost, so nothing that the tool could still do matters. Not a Failure, so that

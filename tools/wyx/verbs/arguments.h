@@ -40,7 +40,7 @@ class Arguments {
     bool Has(std::string_view option) const { return Value(option).has_value(); }
     /// The value of an option, the last one given; empty for a flag, none if it was not given.
     std::optional<std::string> Value(std::string_view option) const;
-    /// The one of some options that was given last; empty if none was.
+    /// Which of some options was given last; empty if none was.
     std::string_view Last(std::initializer_list<std::string_view> options) const;
     /// An option's value as a number, 0 or more.
     /// @throws Failure

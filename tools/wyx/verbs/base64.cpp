@@ -109,7 +109,7 @@ void DecodeFront(std::vector<unsigned char> &text, std::size_t count)
     if (count == 0) {
         return;
     }
-    // The decoder looks one character beyond those it decodes, so there must be one.
+    // The decoder reads one character beyond those it decodes, so there must be one.
     text.push_back(0);
     QAL_UINT8 *pucBytes = nullptr;
     const QAL_INT32 lLen = MOX_BASE64Decode(text.data(), static_cast<QAL_INT32>(count), &pucBytes);

@@ -25,7 +25,7 @@ struct Command {
 
     std::string_view name;    // "ini get"; empty for the tool itself
     std::string_view summary; // its line in the list of verbs
-    /// What follows it, separated by blanks: "FILE", "[FILE]" if it may be left out, "FILE..." if
+    /// What follows it, separated by spaces: "FILE", "[FILE]" if it may be left out, "FILE..." if
     /// it may be repeated. The names decide what is completed.
     std::string_view operands;
     std::string_view text; // paragraphs

@@ -201,7 +201,7 @@ std::optional<Entry> ParsePlain(std::string_view line)
     return Entry{&*algorithm, Lower(line.substr(0, digits)), std::string(rest)};
 }
 
-/// "CRC32 (NAME) = HEX", with or without its blanks
+/// "CRC32 (NAME) = HEX", with or without its spaces
 std::optional<Entry> ParseTagged(std::string_view line)
 {
     for (const Algorithm &algorithm : kAlgorithms) {
