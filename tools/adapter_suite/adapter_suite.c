@@ -1,8 +1,8 @@
 /*
- * Tries what os_adapter.h and bounded.h promise of every adapter on the library it is given, and
- * prints a line for each promise. What only the default adapter promises is not tried.
+ * Tests what os_adapter.h and bounded.h require of every adapter, on the library it is given, and
+ * prints a line for each promise. What only the default adapter promises is not tested.
  *
- * Each promise is tried in a process of its own, so that a crash or an endless loop is a result
+ * Each promise is tested in a process of its own, so that a crash or an endless loop is a result
  * like any other. Files get names in a new temporary folder, but are accessed through the adapter
  * alone: they need not be files of the system.
  */
@@ -69,7 +69,7 @@ enum { SECONDS = 30, PAGE = 65536, OLD = 0xEE, SKIPPED = 77 };
 static const char *pszFolder; /* for the names of files */
 static const char kCaller[] = "adapter_suite.c";
 
-/* Ends the process that tries a promise; discards what the adapter prints at exit. */
+/* Ends the process that tests a promise; discards what the adapter prints at exit. */
 static void End(int iResult)
 {
     fflush(stdout);
@@ -548,7 +548,7 @@ static void ClockCountsMilliseconds(void)
     QAL_UINT64 passed;
     nanosleep(&pause, NULL);
     passed = p_XELP_GetSystemTime() - start;
-    CHECK(passed >= 150 && passed < 20000); /* the clock may be set a little, the machine be busy */
+    CHECK(passed >= 150 && passed < 20000); /* the clock may be adjusted, the machine busy */
 }
 
 /* ---- Strings -----------------------------------------------------------------------------------
@@ -960,7 +960,7 @@ static void RemoveFolder(void)
     rmdir(pszFolder);
 }
 
-/* Tries a promise in a process of its own; what it printed goes to acReason. */
+/* Tests a promise in a process of its own; what that prints goes to acReason. */
 static int Try(int promise, char *acReason, size_t size)
 {
     int ends[2], status = 0;

@@ -36,8 +36,8 @@ static void Fail(const char *what, const char *detail)
     abort();
 }
 
-/* The memory services may be called by a source file of the library, whatever folder it was built
- * in, by the client, and by the adapter suite. */
+/* The memory services may be called by the client, the adapter suite, and any source file of the
+ * library, whatever folder it was built in. */
 static void CheckCaller(QAL_UINT32 line, const char *file)
 {
     if (line == 0 || (strncmp(file, "src/commlib/", 12) != 0 && strcmp(file, "client") != 0 &&
