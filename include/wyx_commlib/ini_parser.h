@@ -272,7 +272,7 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                        const QAL_INT8 *section, const QAL_INT8 *key,
@@ -294,7 +294,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup, though malformed key lines do not fail this call
+ * - the status of a line that makes a lookup fail, though malformed key lines do no harm here
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -313,7 +313,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniGetKeyList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section, QAL_UINT32 *keyNum,
@@ -377,7 +377,7 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * - #XELP_ERR_INI_FILE_EMPTY: the line has a comment, and key, value and comment have exactly 508
  *   bytes together: the line does not fit its buffer
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup
+ * - the status of a line that makes a lookup fail
  */
 WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QAL_INT8 *section,
                                        QAL_INT8 *key, QAL_INT8 *buf);
@@ -393,7 +393,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup, though malformed key lines do not fail this call;
+ * - the status of a line that makes a lookup fail, though malformed key lines do no harm here;
  *   the section's lines before that one are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -411,7 +411,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that fails a lookup; the key's lines before that one are deleted
+ * - the status of a line that makes a lookup fail; the key's lines before that one are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelKey(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                   const QAL_INT8 *section, const QAL_INT8 *key);

@@ -72,7 +72,7 @@ class Headers(unittest.TestCase):
                       headers.left_by_failure(calls["IniSaveStringToIniStruct"]))
         self.assertIn("There is no rollback: what was done before a failure stays done.",
                       headers.left_by_failure(calls["XELP_IniDelKey"]))
-        self.assertIn("the status of a line that fails a lookup; "
+        self.assertIn("the status of a line that makes a lookup fail; "
                       "the key's lines before that one are deleted",
                       headers.left_by_failure(calls["XELP_IniDelKey"]))
         self.assertEqual([], headers.left_by_failure(calls["XELP_CRC_32"]))
