@@ -1,4 +1,4 @@
-// The file services on a system whose calls fail, are interrupted, or do only a part of their work.
+// The file services on a system whose calls fail, are interrupted, or do only part of their work.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>

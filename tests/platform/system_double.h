@@ -1,7 +1,7 @@
 // A double of the system calls under the default adapter, linked into a test together with the
 // adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
-// It records every call, can make any of them fail, be interrupted or do only a part of its work,
+// It records every call, can make any of them fail, be interrupted or do only part of its work,
 // and knows which descriptors and blocks are held. All other calls go through to the system.
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H

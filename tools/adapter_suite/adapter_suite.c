@@ -698,7 +698,7 @@ static char *Block(size_t size)
     return end - size;
 }
 
-/* Whether a part of such a block, and the two bytes before the block, are as they were. */
+/* Whether part of such a block, and the two bytes before the block, are as they were. */
 static int IsOld(const char *pBlock, size_t from, size_t to)
 {
     const unsigned char *const bytes = (const unsigned char *)pBlock;

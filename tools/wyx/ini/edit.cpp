@@ -303,7 +303,7 @@ Style Editor::StyleOf(std::size_t key) const
                : Style();
 }
 
-/// Refuses to rely on a line that other readers take for a part of a value.
+/// Refuses to rely on a line that other readers take for part of a value.
 /// @param subject  what the message begins with
 void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
 {
@@ -417,7 +417,7 @@ void Editor::Insert(std::size_t before)
     if (!style) {
         style = Style();
         if (end < Count()) {
-            // Below a line without an indent, an indented header would be a part of its value.
+            // Below a line without an indent, an indented header would be part of its value.
             const std::string_view next = text_.BytesOf(end);
             style->indent = next.substr(0, next.find('['));
         }

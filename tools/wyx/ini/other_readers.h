@@ -27,7 +27,7 @@ Owners OwnersOf(const IniText &text);
 /// Does a line look like one that sets a key, whoever reads it?
 bool LooksLikeKey(std::string_view line);
 
-/// Can an indented line be nothing but a part of the value above it? No program takes it for a key,
+/// Can an indented line be nothing but part of the value above it? No program takes it for a key,
 /// a header or a directive.
 bool IsOnlyText(std::string_view line);
 

@@ -95,7 +95,7 @@ struct StoredLines {
     bool IsLoadable() const;
 };
 
-/// Is a byte-order mark a part of the first line, as for the library, or skipped?
+/// Is a byte-order mark part of the first line, as for the library, or skipped?
 enum class ByteOrderMark { kText, kSkipped };
 
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);

@@ -118,7 +118,7 @@ bool IsPlain(QAL_INT32 lByte)
 /**
  * Reads the bytes of one line.
  *
- * @param[out] pszText  the text, or a part of it on failure; on entry kBufferSize zero bytes
+ * @param[out] pszText  the text, or part of it on failure; on entry kBufferSize zero bytes
  * @param[out] ulLines  number of physical lines
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
