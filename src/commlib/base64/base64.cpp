@@ -217,9 +217,8 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
 
 extern "C" {
 
-// Kept: the buffer is allocated before the arguments are tested, and a negative length is not an
-// error (Base64Encode.ArgumentsAreTestedAfterAllocating,
-// Base64Encode.NegativeLengthGivesAnEmptyText).
+// Kept: the buffer is allocated before the arguments are tested, and a negative length succeeds
+// (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
     QAL_UINT8 *const pucOutput =
