@@ -889,8 +889,7 @@ static const struct {
 } kPromises[] = {
     {"memory: blocks are writable and do not overlap", MemoryIsApart},
     {"memory: blocks are aligned for every type", MemoryIsAligned},
-    {"memory: XELP_MemMallocS fills with zero bytes, also where memory is used again",
-     MemoryIsZeroed},
+    {"memory: XELP_MemMallocS fills with zero bytes, reused memory included", MemoryIsZeroed},
     {"memory: a size of 0 counts as 1", MemoryOfZeroBytes},
     {"memory: a request that cannot be met returns null", MemoryRunsOut},
     {"memory: both releases take null", ReleaseTakesNull},
@@ -1019,7 +1018,7 @@ int main(int argc, char **argv)
     if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
         fputs(
             "usage: wyx-adapter-suite [LIBRARY]\n"
-            "Tries what os_adapter.h and bounded.h promise on an adapter: LIBRARY, or what\n"
+            "Tests what os_adapter.h and bounded.h promise on an adapter: LIBRARY, or what\n"
             "WYX_OS_ADAPTER names, or " WYX_DEFAULT_ADAPTER
             ".\n"
             "Prints a line for each promise; ends with 1 if one is not kept or a service is\n"
@@ -1061,6 +1060,6 @@ int main(int argc, char **argv)
             printf("not ok %d - %s: %s\n", promise + 1, kPromises[promise].pszPromise, reason);
         }
     }
-    printf("# %d kept, %d broken, %d not tried\n", PROMISES - broken - skipped, broken, skipped);
+    printf("# %d kept, %d broken, %d skipped\n", PROMISES - broken - skipped, broken, skipped);
     return broken != 0;
 }

@@ -23,7 +23,7 @@ constexpr Option kCreate = {'\0', "create", "", "make the file if it does not ex
 constexpr Option kDryRun = {'n', "dry-run", "", "change nothing, and write the change as a diff"};
 constexpr Option kExisting = {'\0', "existing", "",
                               "fail if a key is missing; change nothing then"};
-constexpr Option kIfMissing = {'\0', "if-missing", "", "leave keys that exist as they are"};
+constexpr Option kIfMissing = {'\0', "if-missing", "", "change no key that exists"};
 constexpr Option kWait = {'\0', "wait", "SECONDS",
                           "how long to wait for a file that another program has locked, 10 by "
                           "default"};
@@ -52,7 +52,7 @@ constexpr Command kCommands[] = {
         .name = "sum",
         .summary = "Checksums of files, and their verification",
         .operands = "[FILE...]",
-        .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two blanks "
+        .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two spaces "
                 "and the name; '-' or no FILE is standard input. If a name holds a line end or a "
                 "backslash, its line begins with a backslash, and the name has \\n, \\r and \\\\ "
                 "in their place. Lists of MD5 sums have the form that md5sum writes, and lists by "
@@ -71,7 +71,7 @@ constexpr Command kCommands[] = {
                  "read lists of sums from the FILEs and verify them; the number of digits selects "
                  "the algorithm"},
                 {'b', "binary", "", "write '*' before each name"},
-                {'t', "text", "", "write a blank before each name (the default)"},
+                {'t', "text", "", "write a space before each name (the default)"},
                 {'\0', "tag", "", "write lines 'MD5 (NAME) = SUM'"},
                 {'z', "zero", "", "end each line with a NUL byte, and escape no name"},
                 {'\0', "ignore-missing", "",
