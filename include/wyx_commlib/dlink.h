@@ -44,8 +44,9 @@
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
- * - The release callback of a Delete runs after the element has left the list: it may use the
- *   list, but must not tear it down. In XELP_DLinkList_Deinit() it must not use the list at all.
+ * - The release callback of a Delete runs last, when the element has left the list and the cursor
+ *   has moved: it may use the list, but must not tear it down. In XELP_DLinkList_Deinit() it must
+ *   not use the list at all.
  * - The callback of a walk may do anything with the list except tear it down; see
  *   XELP_DLinkList_Process_List() for where the walk then continues.
  *
@@ -380,9 +381,9 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  *   callback inserted an element there and moved the cursor back, the new one is visited too.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
  *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
- *   element has no successor: after its removal the walk returns to its predecessor, which is
- *   visited a second time. An element that the callback inserts, queries or moves to is visited
- *   next, because the cursor is then on it. A callback that keeps doing so never lets the walk end.
+ *   element has no successor: after its removal the walk returns to its predecessor, even if that
+ *   was visited before. An element that the callback inserts, queries or moves to is visited next,
+ *   because the cursor is then on it. A callback that keeps doing so may never let the walk end.
  * - on no element, because the list is empty: the walk ends.
  *
  * "Still on that element" is decided by address. If the callback removes the element it was called

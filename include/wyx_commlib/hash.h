@@ -57,8 +57,9 @@
  * - The hash function and the comparator must not change the table or move its cursor. They must
  *   always treat a key and its copy alike.
  * - The key callback must not use the table, because it runs while an entry is being removed.
- * - The node callback of a Delete runs after the entry has left the table: it may use the table,
- *   but must not tear it down. In XELP_Hash_DeInit() it must not use the table at all.
+ * - The node callback of a Delete runs last, when the entry has left the table and the cursor has
+ *   moved: it may use the table, but must not tear it down. In XELP_Hash_DeInit() it must not use
+ *   the table at all.
  * - The callback of a walk may do anything with the table except tear it down; see
  *   XELP_Hash_Process_List() for where the walk then continues.
  *
@@ -289,7 +290,7 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
  *   entry it was called for, the cursor is on the next one of the bucket, so nothing is missed or
  *   visited twice. An entry that the callback saves or queries is visited next, and after it the
- *   rest of *its* bucket. A callback that keeps doing so never lets the walk end.
+ *   rest of *its* bucket. A callback that keeps doing so may never let the walk end.
  * - nowhere: the bucket is done.
  *
  * The walk starts once in each bucket, in order, even if the cursor has led it into other buckets
