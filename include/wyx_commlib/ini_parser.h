@@ -69,8 +69,9 @@
  *   one, and XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
- * A lookup or an edit takes time proportional to the number of lines in the document:
- * docs/modules/ini_parser.md has figures. To create many keys, write the file and load it.
+ * In the worst case, a lookup or an edit takes time proportional to the number of lines in the
+ * document: docs/modules/ini_parser.md has figures. To create many keys, write the file and load
+ * it.
  *
  * No text is truncated at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
  * included, fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that its
@@ -435,8 +436,8 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  *                         no memory; untouched on every other failure.
  * @param[in]  iniFilePtr  a file open for reading; its position is after the line on success
  * @param[out] byteNum     its length in bytes, without a CR that was added; 0 on failure
- * @param[out] lineNum     1, and 1 more for each line end that was removed to join the next line;
- *                         0 on failure
+ * @param[out] lineNum     1, and 1 more for each line end that was removed, except a lone LF or CR
+ *                         at the end of the file; 0 on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line of up to 511 bytes that begins with a NUL
@@ -548,8 +549,8 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
 /**
  * @brief Checks a key line strictly.
  *
- * The key must not be empty and must not hold a space; tabs inside it pass. The value may be
- * absent. Otherwise it is a list of items:
+ * The key must not be empty, begin with CR or LF, or hold a space; tabs inside it pass. The value
+ * may be absent. Otherwise it is a list of items:
  * - An item that begins with a quotation mark ends at the next one without a backslash before it.
  * - Any other item ends at the next comma in the rest of the line, the comment included; without a
  *   comma, at the next `;` or the end of the line. Quotation marks inside it mean nothing.
@@ -564,7 +565,8 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no `=`
- * - #XELP_ERR_INI_KEY_NAME: no key before the `=`, or a space inside the key
+ * - #XELP_ERR_INI_KEY_NAME: no key before the `=`, a key that begins with CR or LF, or a space
+ *   inside the key
  * - #XELP_ERR_INI_KEY_VALUE: a quoted item without its closing mark, or a misplaced comma
  * - #XELP_ERR_INI_COMMENT: a `;` without a blank before it
  */
