@@ -58,7 +58,8 @@ typedef struct wyxMem_S_Block {
 WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
 
 /**
- * @brief The use of each call site that ever got a block, in the order of their first use.
+ * @brief The use of each call site that ever got a block, in the order of their first calls,
+ * releases included.
  *
  * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
  * @param[in]  ulMax       how many fit there; the rest is left out
