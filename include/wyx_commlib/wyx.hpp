@@ -244,8 +244,8 @@ class c_text {
 };
 
 /// A borrowed piece of memory: any contiguous range of trivially copyable elements, or a text
-/// without its NUL. An array of `char` counts as a text and must contain a NUL; to pass all of it,
-/// pass its size, too.
+/// without its NUL. A `char[]` counts as a text and must contain a NUL; to pass all of it, pass its
+/// size, too.
 class bytes {
     const void *data_;
     std::size_t size_;
