@@ -196,9 +196,9 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  * A colon ends the run, and is not consumed, if no hexadecimal digit follows it, as at a `::`, or
  * if it follows the eighth group. A text without a digit at the cursor is an empty run.
  *
- * A dotted quad after a colon is left to the caller, with the cursor on that colon, if its first
- * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. In any other
- * dotted quad the first octet is read as one more group: either the run ends on the dot, as in
+ * After any other colon, a dotted quad is left to the caller, with the cursor on that colon, if its
+ * first octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`.
+ * Otherwise its first octet is read as one more group: either the run ends on the dot, as in
  * `1:1.2.3.4`, or the octet is not a group and the call fails, as for `1:0x1.2.3.4`. The second to
  * fourth characters after the colon decide. If none of them is a dot, the colon is consumed and the
  * run continues. If one is, the colon is consumed only if
