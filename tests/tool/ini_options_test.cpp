@@ -190,8 +190,11 @@ TEST_F(IniOptionsTest, Merge)
     const json result = json::parse(merge("[net]\nport=1\n", {"--json"}).out);
     EXPECT_EQ(result["changed"], true);
     EXPECT_EQ(result["settings"].size(), 1U);
-    for (const char *const wrong : {"[a]\ngarbage\n", "[a\nk=1\n", "k=1\n"}) {
-        EXPECT_NE(merge(wrong, {}).code, kOk) << wrong;
+    for (const char *const wrong :
+         {"[a]\ngarbage\n", "[a\nk=1\n", "k=1\n", "\xEF\xBB\xBF[a]\nk=1\n"}) {
+        const Outcome refused = merge(wrong, {});
+        EXPECT_NE(refused.code, kOk) << wrong;
+        EXPECT_EQ(refused.err.find("--strict"), std::string::npos) << refused.err;
         EXPECT_EQ(Read(file), kSample);
     }
     EXPECT_EQ(Wyx({"ini", "merge", Path("new.ini")}, {.in = other}).code, kIo);

@@ -237,7 +237,7 @@ void IniText::RequireReadable() const
 {
     if (source_.HasByteOrderMark()) {
         throw Failure(ExitCode::kMalformed, Where(source_, 1) + "byte-order mark",
-                      "without --strict it is skipped, and kept by an edit");
+                      "remove its three bytes, EF BB BF");
     }
     for (std::size_t i = 0; i < parts_.size(); ++i) {
         if (parts_[i].IsUnreadable()) {

@@ -123,8 +123,8 @@ constexpr Command kCommands[] = {
         .summary = "Read, check and change INI files",
         .operands = "VERB [ARGUMENT...]",
         .text = "The case of ASCII letters in names does not matter. If a section is in a file "
-                "more than once, its last block counts; if a key is in a block more than once, its "
-                "last line.",
+                "more than once, lookups use its last block; if a key is in a block more than "
+                "once, its last line.",
         .examples = "  wyx ini sections net.ini           what sections there are\n"
                     "  wyx ini get net.ini net port       a value\n"
                     "  wyx ini set net.ini net port=5061  change it\n"
@@ -200,8 +200,8 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "Reads an INI file from standard input and sets each of its keys in FILE, as 'wyx "
                 "ini set' does; comments and sections without keys are not carried over. If a "
-                "section has a key more than once, its last line counts. Input with a line that "
-                "cannot be read is refused.",
+                "section has a key more than once, its last line counts. Input with a byte-order "
+                "mark, a line that cannot be read or a key before the first section is refused.",
         .examples = "  wyx ini merge net.ini < changes.ini\n"
                     "  wyx ini merge --if-missing net.ini < defaults.ini\n"
                     "  wyx ini merge -n net.ini < changes.ini    what it would change\n",
@@ -264,9 +264,9 @@ constexpr Command kCommands[] = {
         .text = "A save of the library writes the new content to a file '<FILE up to its "
                 "last dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
                 "left. It is complete if FILE existed when the save began and is gone now. "
-                "Otherwise it may end too early, and nothing in it shows that. Without an option, "
-                "such files are listed, the newest first, with their size and whether they look "
-                "truncated.\n"
+                "Otherwise it may end too early, and its content need not show that. Without an "
+                "option, such files are listed, the newest first, with their size and whether they "
+                "look truncated.\n"
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
                 "FILE.old1, FILE.old2, ... It refuses content that does not load. 'newest' is the "
