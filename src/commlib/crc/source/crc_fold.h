@@ -6,7 +6,7 @@
 // 2. Let S = x^d + x^a + ... + 1 be a multiple of P with few terms. Shift S so that its x^d lines
 //    up with a bit of M that is set, and add it. This clears the bit and flips the bits d - a, ...,
 //    d places after it.
-// 3. Do this bit by bit, starting with the first. In the end all but the last d bits are zero, and
+// 3. Do this bit by bit, starting with the first. Then all but the last d bits are zero, and
 //    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. All bits of a word can be cleared at once: XOR the word into the message at each
