@@ -14,59 +14,63 @@
  * if (XELP_DLinkList_Query(list, "Ada", NULL, &found) == 0) {
  *     // found is the record, still stored; the cursor is on it
  * }
- * XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes); // releases every person that is left
+ * XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes); // releases every person still stored
  * @endcode
  *
- * **Ownership.** A stored user node is *kept* until it leaves the list: a Remove call *hands*
- * it *over* to you, and a Delete call or XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes
- * passes it to the list's release callback. After XELP_DLinkList_Deinit() with another flag it is
- * yours again. Query and Get calls only return a pointer to it: it stays stored. One record may be
- * stored twice; both elements then share it, and deleting both releases it twice. The list itself
- * and its link nodes belong to the library until XELP_DLinkList_Deinit().
+ * **Ownership.** The list *keeps* a stored user node until it leaves the list: a Remove call
+ * *hands* it *over* to you, and a Delete call or XELP_DLinkList_Deinit() with
+ * #XELP_DLL_FreeUserNode_Yes passes it to the list's release callback. After
+ * XELP_DLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
+ * call returns stays in the list. One record may be stored twice; both elements then share it, and
+ * deleting both releases it twice. The list itself and its link nodes belong to the library until
+ * XELP_DLinkList_Deinit().
  *
- * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
- * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
+ * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
+ * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
+ * stops.
  *
- * - Insert puts it on the new element, Query on the match, Set_CurPtr on the first element;
+ * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete puts it on the successor of the removed element, or on its
- *   predecessor if it was the last;
+ * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
+ *   if that was the last element, on its predecessor;
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: removing the first element
- * puts it on the new first one, removing the last puts it on the new last one.
+ * A Remove or Delete moves the cursor even if the cursor was on another element: removing the first
+ * element puts it on the new first element, and removing the last puts it on the new last element.
  *
- * **Results.** The calls that return a user node set the result to null before they look at
- * anything else, the handle included, so a failure leaves null in it. Two calls differ:
- * XELP_DLinkList_Remove() and XELP_DLinkList_Query() check all their arguments first, and a
- * refused argument leaves the result untouched.
+ * **Results.** A call that returns a user node sets the result to null before it looks at anything
+ * else, even at the handle; so if the call fails, the result is null. XELP_DLinkList_Remove() and
+ * XELP_DLinkList_Query() are different: they check all their arguments first, and if they refuse
+ * one, the result is untouched.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
- * - The release callback of a Delete runs last, when the element has left the list and the cursor
- *   has moved: it may use the list, but must not tear it down. In XELP_DLinkList_Deinit() it must
- *   not use the list at all.
- * - The callback of a walk may do anything with the list except tear it down; see
- *   XELP_DLinkList_Process_List() for where the walk then continues.
+ * - A Delete calls the release callback last, when the element has left the list and the cursor has
+ *   moved. The callback may use the list, but must not tear it down. When XELP_DLinkList_Deinit()
+ *   calls it, it must not use the list at all.
+ * - The callback of a walk may do anything with the list except tear it down;
+ *   XELP_DLinkList_Process_List() says where the walk then continues.
  *
  * **Cost and limits.** The searches (XELP_DLinkList_Remove(), XELP_DLinkList_Delete() and
- * XELP_DLinkList_Query()) are linear in the elements up to the match; a walk and the teardown are
- * linear in all of them; every other call takes constant time. An element takes one block of 24
- * bytes, the list one of 48. A list holds up to 4294967295 elements, which is not checked.
+ * XELP_DLinkList_Query()) are linear in the number of elements up to the match; a walk and the
+ * teardown are linear in the number of all elements; every other call takes constant time. Each
+ * element takes one block of 24 bytes, and the list itself takes one of 48. A list can hold up to
+ * 4294967295 elements; no call checks this limit.
  *
- * **Threads.** Two threads must not use one list at once, not even for queries, which move the
- * cursor. Different lists are independent.
+ * **Threads.** Two threads must not use the same list at once, not even for queries, because a
+ * query moves the cursor. Different lists are independent.
  *
- * **Siblings.** slink.h (elements in one block of a fixed capacity) and hash.h (records found by
- * a key) look much the same, but differ on purpose. In slink.h, the statuses from 30 on have
+ * **Siblings.** slink.h (elements in one block of a fixed capacity) and hash.h (records found by a
+ * key) look much like this header, but differ on purpose. In slink.h, the statuses from 30 on have
  * different numbers: no match is 30 here and 40 there. The headers also differ in when a call sets
  * its result to null.
  *
- * **Emptiness.** How a call decides that the list is empty matters only if somebody changed its
- * head or link nodes by hand. Insert, Get_CurNode, the cursor moves, the searches and the walk look
- * at the element count; Remove_CurNode and Delete_CurNode look at the cursor; the calls for head
- * and tail look at the first or the last element.
+ * **Emptiness.** Not every call looks at the same field to see whether the list is empty. This
+ * matters only if somebody changed the head or the link nodes by hand. Remove_CurNode and
+ * Delete_CurNode look at the cursor; the calls for head and tail look at the first or the last
+ * element; Insert, Get_CurNode, the searches, the walk and the calls that move the cursor by one
+ * element look at the element count.
  */
 #ifndef WYX_COMMLIB_DLINK_H
 #define WYX_COMMLIB_DLINK_H
@@ -80,8 +84,8 @@ typedef enum xelpDLLErrCode WYX_ENUM32 {
     XELP_ERR_DLL_INVALID_PARA = 10, /**< a null argument, no comparator, or an invalid position */
     XELP_ERR_DLL_MEMORY = 20,       /**< no memory */
     XELP_ERR_DLL_FIND = 30,         /**< no element matches */
-    XELP_ERR_DLL_HEAD = 40,         /**< the cursor is on the first element already */
-    XELP_ERR_DLL_TAIL = 50,         /**< the cursor is on the last element already */
+    XELP_ERR_DLL_HEAD = 40,         /**< the cursor is already on the first element */
+    XELP_ERR_DLL_TAIL = 50,         /**< the cursor is already on the last element */
     XELP_ERR_DLL_NULL = 60,         /**< the list is empty */
     XELP_ERR_DLL_BREAK = 70,        /**< the callback stopped the walk */
     XELP_ERR_DLL_BUTT = 100         /**< end marker, never returned */
@@ -122,18 +126,18 @@ typedef void (*XELP_DLinkList_FreeNode)(void *pstruUserNode);
 /**
  * @brief Visits a user node during a walk.
  *
- * @param[in]     pProcessCondition  as given to the walk
+ * @param[in]     pProcessCondition  as passed to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its element
- * @param[in,out] pOther             as given to the walk
+ * @param[in,out] pOther             as passed to the walk
  * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_DLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                                 void **pOther);
 
-/** The link node of one element. For reading only; it is gone with its element. */
+/** The link node of one element, released together with it. For reading only. */
 typedef struct xelpDLinkList_S_Node {
-    struct xelpDLinkList_S_Node *pstruPNode; /**< the previous link node; null at the first */
-    struct xelpDLinkList_S_Node *pstruNNode; /**< the next link node; null at the last */
+    struct xelpDLinkList_S_Node *pstruPNode; /**< the previous link node; null in the first */
+    struct xelpDLinkList_S_Node *pstruNNode; /**< the next link node; null in the last */
     void *pstruUserNode;                     /**< the user node, never null */
 } DLinkList_S_Node;
 
@@ -151,7 +155,7 @@ typedef struct xelpDLinkList_S_Head {
  * @brief Creates an empty list. Constant time.
  *
  * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
- *                           its own
+ *                           one
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_DLinkList_Deinit();
  *                           untouched on failure
@@ -167,7 +171,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_DLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; with any other value they stay yours
+ *                       callback, first to last; with any other value the user nodes
+ *                       become yours again
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag);
@@ -178,7 +183,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNod
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
  *                        is torn down; still yours on failure
- * @param[in] enPosition  where; ignored on an empty list, so any value succeeds there
+ * @param[in] enPosition  where to put it; an empty list accepts any value
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument, or for an invalid position on a list
  *         that is not empty; #XELP_ERR_DLL_MEMORY. A failure changes nothing.
  */
@@ -188,14 +193,15 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
 /**
  * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
- * Elements are compared first to last until one matches. If the match was the last element, the
- * cursor moves to its predecessor. The arguments are checked in the order listed with the statuses.
+ * Elements are compared from first to last until one matches. If the match was the last element,
+ * the cursor moves to its predecessor. The arguments are checked in the order in which the statuses
+ * below mention them.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
+ * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            for a refused argument
+ *                            if an argument is refused
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
  *         list), a null condition or a null @p pstruNode; #XELP_ERR_DLL_NULL for an empty list;
  *         #XELP_ERR_DLL_FIND if no element matches.
@@ -204,14 +210,14 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
+ * @brief Removes the first match and releases it. Linear. The cursor moves as in Remove.
  *
- * Calls XELP_DLinkList_Remove(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in] pfunCmpNode    comparator for this search; null for the list's own
- * @return as XELP_DLinkList_Remove(); the callback runs on success only.
+ * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
+ * @return as XELP_DLinkList_Remove(); the callback runs only on success.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_DLinkList_NodeCmp pfunCmpNode);
@@ -221,16 +227,16 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondit
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
- * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
- *                            refused argument
+ * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
+ * @param[out] pstruNode      the user node, still stored; null if there is no match; untouched if
+ *                            an argument is refused
  * @return as XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Counts the elements. Constant time. The cursor stays.
+ * @brief Returns the number of elements. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulTotalNum  number of elements; untouched on failure
@@ -241,7 +247,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is not an error: it still has no cursor.
+ * On an empty list the call succeeds and does nothing.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
@@ -249,7 +255,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 WYX_API QAL_UINT32 XELP_DLinkList_Set_CurPtr(void *pstruHead);
 
 /**
- * @brief The user node at the cursor. Constant time. The cursor stays.
+ * @brief Returns the user node at the cursor. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -294,7 +300,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
 WYX_API QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief The first user node. Constant time. The cursor stays.
+ * @brief Returns the first user node. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -303,7 +309,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief The last user node. Constant time. The cursor stays.
+ * @brief Returns the last user node. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -314,7 +320,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 /**
  * @brief Removes the element at the cursor. Constant time.
  *
- * The cursor moves to its successor, or to its predecessor if it was the last.
+ * The cursor moves to the successor of the removed element or, if that was the last element, to its
+ * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -326,7 +333,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 /**
  * @brief Removes the element at the cursor and releases it. Constant time.
  *
- * Calls XELP_DLinkList_Remove_CurNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL if there is no
@@ -335,7 +342,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Removes the first element. Constant time. The cursor moves to the new first.
+ * @brief Removes the first element. Constant time. The cursor moves to the new first element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -344,7 +351,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the last element. Constant time. The cursor moves to the new last.
+ * @brief Removes the last element. Constant time. The cursor moves to the new last element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -355,7 +362,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the first element and releases it. Constant time.
  *
- * Calls XELP_DLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
@@ -365,7 +372,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases it. Constant time.
  *
- * Calls XELP_DLinkList_Remove_TailNode(), and then the list's release callback on the user node.
+ * Calls XELP_DLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
@@ -373,30 +380,32 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements first to last. Linear, plus the cost of the callback.
+ * @brief Visits the elements from first to last. Linear, plus the cost of the callback.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element there and moved the cursor back, the new one is visited too.
+ *   callback inserted an element there and moved the cursor back, the new element is visited next.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
  *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
- *   element has no successor: after its removal the walk returns to its predecessor, even if that
- *   was visited before. An element that the callback inserts, queries or moves to is visited next,
- *   because the cursor is then on it. A callback that keeps doing so may never let the walk end.
+ *   element has no successor: after its removal the walk returns to its predecessor, even if it has
+ *   visited the predecessor before. An element that the callback inserts, queries or moves to is
+ *   visited next, because the cursor is then on it. If the callback keeps doing any of these, the
+ *   walk may never end.
  * - on no element, because the list is empty: the walk ends.
  *
- * "Still on that element" is decided by address. If the callback removes the element it was called
- * for and inserts another, the new link node may have the old one's address. If it has, the walk
- * continues after the new element, otherwise with it: rely on neither.
+ * The walk compares addresses of link nodes to see whether the cursor is still on that element. If
+ * the callback removes the element it was called for and inserts another, the new link node may get
+ * the address of the old one. If it does, the walk continues after the new element; if not, it
+ * continues with the new element. Rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
  * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
  * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle or callback; #XELP_ERR_DLL_NULL for an
- *         empty list; #XELP_ERR_DLL_BREAK as soon as the callback returns a value other than 0;
- *         the cursor is then where the callback left it.
+ *         empty list; #XELP_ERR_DLL_BREAK as soon as the callback returns a value other than 0,
+ *         with the cursor where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead,
                                                XELP_DLinkList_ProcessFun pfunProcess,

@@ -3,9 +3,9 @@
  * @brief Chained hash table of the caller's records, with a fixed number of buckets.
  *
  * The table stores pointers to records of yours, the *user nodes*, each under a key: a string of
- * bytes that the table copies. You supply four callbacks, all of them mandatory: the hash
- * function, the comparator of keys, the *key callback*, which releases a key copy, and the *node
- * callback*, which releases a user node.
+ * bytes that the table copies. You must supply four callbacks: the hash function, the comparator of
+ * keys, the *key callback*, which releases a key copy, and the *node callback*, which releases a
+ * user node.
  *
  * The key callback usually looks like this:
  * @code{.c}
@@ -18,69 +18,73 @@
  * @code{.c}
  * void *table = NULL;
  * XELP_Hash_Init(1021, HashName, CompareNames, ReleaseKey, ReleasePerson, &table);
- * XELP_Hash_SaveNode(table, name, nameLen + 1, person); // with the NUL; the table keeps person
+ * XELP_Hash_SaveNode(table, name, nameLen + 1, person); // + 1 for the NUL; the table keeps person
  * void *found = NULL;
  * if (XELP_Hash_QueryNode(table, name, &found) == 0) {
  *     // found is the record, still stored; the cursor is on it
  * }
- * XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); // releases every key copy and every person
+ * XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); // releases all key copies and persons
  * @endcode
  *
- * **Keys.** The table uses the length of a key only to copy it; neither the hash function nor the
- * comparator receives it. So a key must mark its own end (copy the NUL of a string too), or have a
- * length that both functions know. A copy is aligned like any allocated block.
+ * **Keys.** The table uses the length of a key only to copy the key; neither the hash function nor
+ * the comparator receives the length. So either a key marks its own end (count the NUL of a string
+ * as part of the key), or both functions know its length. The key copy is aligned like any
+ * allocated block.
  *
- * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy until the entry is
- * removed; the key callback *takes* the copy and must release it with XELP_MemFreeD(). The table
+ * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy of the key. When a
+ * Remove or Delete call, or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes, passes the copy to
+ * the key callback, the callback *takes* it and must release it with XELP_MemFreeD(). The table
  * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
  * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
- * node callback. After XELP_Hash_DeInit() with another flag it is yours again. A query only returns
- * a pointer to it: it stays stored. The table itself and its chain nodes belong to the library
+ * node callback. After XELP_Hash_DeInit() with any other flag it is yours again. A user node that a
+ * query returns stays in the table. The table itself and its chain nodes belong to the library
  * until XELP_Hash_DeInit().
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
- * bucket, the entry saved last comes first. Nothing is ever rehashed, so choose the number of
- * buckets for the number of entries you expect; a prime number helps with a weak hash function.
+ * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
+ * the number of entries you expect; a prime number helps with a weak hash function.
  *
- * **Cursor.** It is on an entry or nowhere; unlike the cursor of a list, it may be nowhere while
- * there are entries. A failing call leaves it where it is (except a walk stopped by its callback).
- * - SaveNode puts it on the new entry, QueryNode on the match;
- * - every Remove and every Delete puts it on the entry after the removed one, or nowhere if the
- *   removed one was the last of its bucket: the cursor does not go on to the next bucket;
+ * **Cursor.** The cursor is on an entry or nowhere. Unlike the cursor of a list, it may be nowhere
+ * even if there are entries. A call that fails leaves the cursor where it is, except a walk that
+ * its callback stops.
+ * - SaveNode puts the cursor on the new entry, QueryNode on the match;
+ * - a Remove or Delete that removes an entry puts it on the next entry of the same bucket, or
+ *   nowhere if the removed entry was the last of its bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
- * - the Get calls leave it alone, and there is no call that only moves it.
+ * - the Get calls leave it alone. No call just moves the cursor.
  *
- * **Results.** XELP_Hash_RemoveCurNode() sets its result to null once its arguments are accepted.
- * XELP_Hash_RemoveNode() and XELP_Hash_QueryNode() leave theirs untouched on every failure.
+ * **Results.** XELP_Hash_RemoveCurNode() sets its result to null as soon as it has accepted its
+ * arguments. If XELP_Hash_RemoveNode() or XELP_Hash_QueryNode() fails, its result is untouched.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - The hash function and the comparator must not change the table or move its cursor. They must
  *   always treat a key and its copy alike.
- * - The key callback must not use the table, because it runs while an entry is being removed.
- * - The node callback of a Delete runs last, when the entry has left the table and the cursor has
- *   moved: it may use the table, but must not tear it down. In XELP_Hash_DeInit() it must not use
- *   the table at all.
- * - The callback of a walk may do anything with the table except tear it down; see
- *   XELP_Hash_Process_List() for where the walk then continues.
+ * - The key callback must not use the table, because it runs in the middle of a removal or of the
+ *   teardown.
+ * - A Delete calls the node callback last, when the entry has left the table and the cursor has
+ *   moved. The callback may use the table, but must not tear it down. When XELP_Hash_DeInit() calls
+ *   it, it must not use the table at all.
+ * - The callback of a walk may do anything with the table except tear it down;
+ *   XELP_Hash_Process_List() says where the walk then continues.
  *
- * **Cost and limits.** A call with a key costs one call of the hash function and one comparison
- * for each entry of the bucket up to the match: constant time as long as there are about as many
- * buckets as entries and the hash function spreads the entries evenly. XELP_Hash_RemoveCurNode()
- * and XELP_Hash_DeleteCurNode() cost the same, but compare addresses instead of keys. Init is
- * linear in the buckets; a walk and the teardown are linear in the buckets and the entries. The
- * table takes one block of 56 bytes and 8 more for each bucket; an entry takes one block of 24
- * bytes and another for its key copy. The size of the table's block is a 32-bit number, so the
- * largest number of buckets is 536870904. The number of entries is not checked; it must stay below
- * 4294967296.
+ * **Cost and limits.** A call with a key calls the hash function at most once, and the comparator
+ * at most once for each entry of the bucket, up to the match. That is a constant number of calls on
+ * average, as long as there are about as many buckets as entries and the hash function spreads the
+ * entries evenly. XELP_Hash_RemoveCurNode() and XELP_Hash_DeleteCurNode() do the same, but compare
+ * addresses instead of keys. Init is linear in the number of buckets; a walk and the teardown are
+ * linear in the number of buckets plus the number of entries. The table takes one block of 56 bytes
+ * plus 8 for each bucket; each entry takes one block of 24 bytes and another for its key copy. The
+ * size of the table's block is a 32-bit number, so the largest number of buckets is 536870904. The
+ * number of entries must stay below 4294967296; no call checks this.
  *
- * **Threads.** Two threads must not use one table at once, not even for queries, which move the
- * cursor. Different tables are independent.
+ * **Threads.** Two threads must not use the same table at once, not even for queries, because a
+ * query moves the cursor. Different tables are independent.
  *
- * **Siblings.** dlink.h and slink.h (lists) look much the same, but differ on purpose. Here the
- * comparator is fixed and compares two keys; a missing cursor has a status of its own; failing
- * searches leave their result untouched; and if a teardown does not release the user nodes, it does
- * not release the key copies either. Up to 70, statuses are numbered as in dlink.h; slink.h numbers
- * them differently from 30 on.
+ * **Siblings.** dlink.h and slink.h (lists) look much like this header, but differ on purpose.
+ * Here, XELP_Hash_Init() sets the comparator, no call takes another, and it compares two keys. A
+ * missing cursor has a status of its own. A search that fails leaves its result untouched. A
+ * teardown that does not release the user nodes does not release the key copies either. Statuses up
+ * to 70 have the same numbers as in dlink.h; those of slink.h are different from 30 on.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -99,7 +103,7 @@ typedef enum xelpHashErrCode WYX_ENUM32 {
     XELP_ERR_HASH_NULL = 60,         /**< the table is empty */
     XELP_ERR_HASH_BREAK = 70,        /**< the callback stopped the walk */
     XELP_ERR_HASH_HASHVALUE = 80,    /**< the hash function failed */
-    XELP_ERR_HASH_RESAVE = 90,       /**< an entry has the key already */
+    XELP_ERR_HASH_RESAVE = 90,       /**< an entry already has the key */
     XELP_ERR_HASH_NOW_NULL = 100,    /**< the cursor is nowhere */
     XELP_ERR_HASH_BUTT = 110         /**< end marker, never returned */
 } xelpHashErrCode;
@@ -115,8 +119,9 @@ typedef enum xelpHashFreeUserNode WYX_ENUM32 {
  * @brief Hashes a key.
  *
  * @param[in]  pKeyValue    the caller's key, or the table's copy of one
- * @param[out] pulHashValue the value; any 32-bit number, which the table reduces to a bucket
- * @return 0 if the value was written; any other value is a failure, which the call reports as
+ * @param[out] pulHashValue the hash value, any 32-bit number; its remainder modulo the number of
+ *                          buckets is the index of the bucket
+ * @return 0 if the hash value was written. Anything else is a failure, and the call then returns
  *         #XELP_ERR_HASH_HASHVALUE.
  */
 typedef QAL_UINT32 (*XELP_Hash_Function)(void *pKeyValue, QAL_UINT32 *pulHashValue);
@@ -126,7 +131,7 @@ typedef QAL_UINT32 (*XELP_Hash_Function)(void *pKeyValue, QAL_UINT32 *pulHashVal
  *
  * @param[in] pKeyValue  the caller's key
  * @param[in] pstruKey   the table's copy of a stored key
- * @return 0 if they are equal, any other value if not.
+ * @return 0 if the keys are equal; any other value if they are not.
  */
 typedef QAL_UINT32 (*XELP_Hash_NodeCmp)(void *pKeyValue, void *pstruKey);
 
@@ -147,26 +152,26 @@ typedef void (*XELP_Hash_FreeNode)(void *pstruUserNode);
 /**
  * @brief Visits a user node during a walk.
  *
- * @param[in]     pProcessCondition  as given to the walk
+ * @param[in]     pProcessCondition  as passed to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its entry
- * @param[in,out] pOther             as given to the walk
+ * @param[in,out] pOther             as passed to the walk
  * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_Hash_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                            void **pOther);
 
-/** The chain node of one entry. For reading only; it is gone with its entry. */
+/** The chain node of one entry, released together with it. For reading only. */
 typedef struct xelpHash_S_Node {
     void *pstruKey;                     /**< the table's copy of the key, never null */
     void *pstruUserNode;                /**< the user node, never null */
-    struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket; null at the last */
+    struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket; null in the last */
 } Hash_S_Node;
 
 /** What a handle points to; the buckets follow it directly. For reading only. */
 typedef struct xelpHash_S_Head {
     QAL_UINT32 ulHashSize;           /**< number of buckets */
     QAL_UINT32 ulNodeNum;            /**< number of entries */
-    Hash_S_Node **pstruBase;         /**< the buckets: each the first entry of its chain, or null */
+    Hash_S_Node **pstruBase;         /**< the buckets: the first entry of each chain, or null */
     XELP_Hash_Function pfunHashFun;  /**< hash function, never null */
     XELP_Hash_NodeCmp pfunCmpNode;   /**< comparator, never null */
     XELP_Hash_FreeKey pfunFreeKey;   /**< release callback for key copies, never null */
@@ -177,8 +182,8 @@ typedef struct xelpHash_S_Head {
 /**
  * @brief Creates an empty table.
  *
- * @param[in]  ulHashSize     number of buckets, 1 to 536870904; for a larger one the size of the
- *                            block wraps, and the call fails with #XELP_ERR_HASH_MEMORY
+ * @param[in]  ulHashSize     number of buckets, 1 to 536870904; for a larger number the size of
+ *                            the block wraps, and the call fails with #XELP_ERR_HASH_MEMORY
  * @param[in]  pfunHash       hash function; not null
  * @param[in]  pfunNodeCmp    comparator of keys; not null
  * @param[in]  pfunFreeKey    release callback for key copies; not null
@@ -198,9 +203,9 @@ WYX_API QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfun
  *                           again
  * @param[in] enFlag         0 (#XELP_HASH_FreeUserNode_Yes): bucket by bucket, every key copy goes
  *                           to the key callback, then its user node to the node callback. With any
- *                           other value neither is called: the user nodes stay yours, *and the key
- *                           copies leak*, since nothing points to them any more. To keep the user
- *                           nodes without a leak, remove the entries first
+ *                           other value neither callback is called: the user nodes become yours
+ *                           again, *and the key copies leak*, because nothing points to them any
+ *                           more. To keep the user nodes without a leak, remove every entry first
  * @return 0, or #XELP_ERR_HASH_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag);
@@ -210,7 +215,7 @@ WYX_API QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNod
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
- * @param[in] ulKeyLen       how much of it is copied, in bytes; not 0
+ * @param[in] ulKeyLen       how many bytes of the key are copied; not 0
  * @param[in] pstruNode      the user node, not null; kept until it is removed or deleted, or the
  *                           table is torn down; still yours on failure
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument or a length of 0;
@@ -236,25 +241,25 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 /**
  * @brief Removes the entry of a key and releases it.
  *
- * Calls XELP_Hash_RemoveNode(), and then the node callback on the user node.
+ * Calls XELP_Hash_RemoveNode(), then passes the user node to the node callback.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
- * @return as XELP_Hash_RemoveNode(); the node callback runs on success only.
+ * @return as XELP_Hash_RemoveNode(); the node callback runs only on success.
  */
 WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 
 /**
  * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
- * The entry's key copy is hashed to find its bucket, and the entry is found there by its address;
- * no comparator runs. The key callback takes the key copy. If the hash function now leads to a
- * different bucket than when the entry was saved, the entry is not found: the call returns 0,
- * changes nothing, and sets the result to null.
+ * The call hashes the entry's key copy to find the bucket, and finds the entry there by its
+ * address; the comparator does not run. The key callback takes the key copy. If the hash function
+ * now leads to a different bucket than when the entry was saved, the entry is not found: the call
+ * sets the result to null, changes nothing else and returns 0.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            for a refused argument
+ *                            if an argument is refused
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument; #XELP_ERR_HASH_NOW_NULL if the
  *         cursor is nowhere; #XELP_ERR_HASH_HASHVALUE.
  */
@@ -263,7 +268,8 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode
 /**
  * @brief Removes the entry at the cursor and releases it.
  *
- * Calls XELP_Hash_RemoveCurNode(), and then the node callback on the user node, if there is one.
+ * Calls XELP_Hash_RemoveCurNode(), then passes the user node, if there is one, to the node
+ * callback.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null handle; #XELP_ERR_HASH_NOW_NULL if the cursor
@@ -286,33 +292,35 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *
  * Before each visit the cursor moves to the entry. After the visit, the position of the cursor
  * decides how the walk continues:
- * - still on that entry: the walk continues with the next entry of the bucket.
+ * - still on that entry: the walk continues with the next entry of the bucket, if there is one.
  * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
- *   entry it was called for, the cursor is on the next one of the bucket, so nothing is missed or
+ *   entry it was called for, the cursor is on the next entry of the bucket, so nothing is missed or
  *   visited twice. An entry that the callback saves or queries is visited next, and after it the
- *   rest of *its* bucket. A callback that keeps doing so may never let the walk end.
- * - nowhere: the bucket is done.
+ *   rest of *its* bucket. If the callback keeps doing either, the walk may never end.
+ * - nowhere: the walk is done with the bucket.
  *
- * The walk starts once in each bucket, in order, even if the cursor has led it into other buckets
- * in between.
+ * When the walk is done with a bucket, it goes to the start of the next bucket that it has not
+ * started at yet. So it starts at every bucket once, in order, even if the cursor has already led
+ * it into that bucket.
  *
- * "Still on that entry" is decided by address. If the callback removes the entry it was called for
- * and saves another, the new chain node may have the old one's address. If it has, the walk
- * continues after the new entry, otherwise with it: rely on neither.
+ * The walk compares addresses of chain nodes to see whether the cursor is still on that entry. If
+ * the callback removes the entry it was called for and saves another, the new chain node may get
+ * the address of the old one. If it does, the walk continues after the new entry; if not, it
+ * continues with the new entry. Rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
  * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
  * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null handle or callback; #XELP_ERR_HASH_NULL for an
- *         empty table; #XELP_ERR_HASH_BREAK as soon as the callback returns a value other than 0;
- *         the cursor is then where the callback left it.
+ *         empty table; #XELP_ERR_HASH_BREAK as soon as the callback returns a value other than 0,
+ *         with the cursor where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfunProcess,
                                           void *pProcessCondition, void **pOther);
 
 /**
- * @brief The number of buckets, as given to XELP_Hash_Init(). Constant time. The cursor stays.
+ * @brief Returns the number of buckets. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] ulListSize     number of buckets; untouched on failure
@@ -321,7 +329,7 @@ WYX_API QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_Process
 WYX_API QAL_UINT32 XELP_Hash_Get_ListSize(void *pstruHashHead, QAL_UINT32 *ulListSize);
 
 /**
- * @brief Counts the entries. Constant time. The cursor stays.
+ * @brief Returns the number of entries. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] ulTotalNum     number of entries; untouched on failure

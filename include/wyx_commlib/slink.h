@@ -3,10 +3,10 @@
  * @brief Fixed-capacity list of the caller's records, with a cursor, in one block of memory.
  *
  * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Its
- * elements are in one array, the *slots*, which is allocated with the list: storing and removing
- * never allocate, and a full list refuses another element. A slot is named by its index. Slots are
- * linked both ways, so every move takes constant time. Your callbacks compare and release user
- * nodes.
+ * elements are in an array of *slots*, which is allocated with the list: storing and removing never
+ * allocate, and a full list refuses another element. The links between elements are slot indexes.
+ * Elements are linked both ways, so every move of the cursor by one element takes constant time.
+ * Your callbacks compare and release user nodes.
  *
  * @code{.c}
  * void *list = NULL;
@@ -14,64 +14,71 @@
  * if (XELP_SLinkList_Insert(list, person, XELP_SLL_Insert_After_LastNode) != 0) {
  *     ReleasePerson(person); // full; the record is still ours
  * }
- * XELP_SLinkList_Deinit(list, XELP_SLL_FreeUserNode_Yes); // releases every person that is left
+ * XELP_SLinkList_Deinit(list, XELP_SLL_FreeUserNode_Yes); // releases every person still stored
  * @endcode
  *
- * **Ownership.** A stored user node is *kept* until it leaves the list: a Remove call *hands*
- * it *over* to you, and a Delete call or XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes
- * passes it to the list's release callback. After XELP_SLinkList_Deinit() with another flag it is
- * yours again. Query and Get calls only return a pointer to it: it stays stored. One record may be
- * stored twice; both elements then share it, and deleting both releases it twice. The list's one
- * block belongs to the library until XELP_SLinkList_Deinit().
+ * **Ownership.** The list *keeps* a stored user node until it leaves the list: a Remove call
+ * *hands* it *over* to you, and a Delete call or XELP_SLinkList_Deinit() with
+ * #XELP_SLL_FreeUserNode_Yes passes it to the list's release callback. After
+ * XELP_SLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
+ * call returns stays in the list. One record may be stored twice; both elements then share it, and
+ * deleting both releases it twice. The list's one block belongs to the library until
+ * XELP_SLinkList_Deinit().
  *
- * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty one
- * has none. A failing call leaves the cursor where it is (except a walk stopped by its callback).
- * - Insert puts it on the new element, Query on the match, Set_CurPtr on the first element;
+ * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
+ * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
+ * stops.
+ * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete puts it on the successor of the removed element, or on its
- *   predecessor if it was the last;
+ * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
+ *   if that was the last element, on its predecessor;
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - the other Get calls leave it alone.
  *
- * A Remove or Delete moves the cursor even if it was on another element: removing the first element
- * puts it on the new first one, removing the last puts it on the new last one.
+ * A Remove or Delete moves the cursor even if the cursor was on another element: removing the first
+ * element puts it on the new first element, and removing the last puts it on the new last element.
  *
- * **Null result pointers, and results after a failure,** differ from call to call. All calls refuse
- * a null handle. Beyond that:
- * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer,
- *   and set the result to null before they look at anything else, the handle included.
- * - Remove and Query refuse a null result pointer, which they check after all other arguments. A
+ * **Results.** What a call does with a null result pointer, and what it leaves in the result when
+ * it fails, differs from call to call:
+ * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer.
+ *   They set the result to null before they look at anything else, even at the handle.
+ * - Remove and Query refuse a null result pointer, after they have checked all other arguments. A
  *   refused argument leaves the result untouched; any other failure sets it to null.
- * - Get_CurNode refuses null; no failure touches the result.
- * - Get_PriorNode refuses null. The result is null if the cursor is on the first element; a
- *   refused argument or an empty list leaves it untouched.
- * - Get_NextNode does not check for null: pass null only if the list is empty. The result is
- *   null if the cursor is on the last element; a null handle or an empty list leaves it untouched.
- * - Remove_CurNode does not check for null either: pass null only if the list is empty. No failure
- *   touches the result.
+ * - Get_CurNode refuses a null result pointer. If it fails, the result is untouched.
+ * - Get_PriorNode refuses a null result pointer. If the cursor is on the first element, the result
+ *   is set to null; a refused argument or an empty list leaves it untouched.
+ * - Get_NextNode does not check the result pointer, which must not be null unless the list is
+ *   empty. If the cursor is on the last element, the result is set to null; a null handle or an
+ *   empty list leaves it untouched.
+ * - Remove_CurNode does not check the result pointer either, which must not be null unless the list
+ *   is empty. If the call fails, the result is untouched.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
- * - The release callback of a Delete runs last, when the element has left the list and the cursor
- *   has moved: it may use the list, but must not tear it down. In XELP_SLinkList_Deinit() it must
- *   not use the list at all.
- * - The callback of a walk may do anything with the list except tear it down; see
- *   XELP_SLinkList_Process_List() for where the walk then continues.
+ * - A Delete calls the release callback last, when the element has left the list and the cursor has
+ *   moved. The callback may use the list, but must not tear it down. When XELP_SLinkList_Deinit()
+ *   calls it, it must not use the list at all.
+ * - The callback of a walk may do anything with the list except tear it down;
+ *   XELP_SLinkList_Process_List() says where the walk then continues.
  *
  * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity. The searches
  * (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) are linear in the
- * elements up to the match; a walk and the teardown are linear in all of them; every other call
- * takes constant time. The block takes 48 bytes and 16 more for each slot. Its size is a 32-bit
- * number, so the largest capacity is 268435452.
+ * number of elements up to the match; a walk and the teardown are linear in the number of all
+ * elements; every other call takes constant time. The block takes 48 bytes plus 16 for each
+ * slot. Its size is a 32-bit number, so the largest capacity is 268435452.
  *
- * **Threads.** Two threads must not use one list at once, not even for queries, which move the
- * cursor. Different lists are independent.
+ * **Threads.** Two threads must not use the same list at once, not even for queries, because a
+ * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
- * much the same, but differ on purpose. Compared with dlink.h: #XELP_ERR_SLL_FULL is 30, so all
- * later statuses are 10 higher; `ulTotalNum` of the head is the capacity, not the count; Insert and
- * the calls for head and tail treat the list as empty if it has no first or last element, the
- * others if its element count is 0; results are set to null as listed above.
+ * much like this header, but differ on purpose. From dlink.h it differs as follows:
+ * - #XELP_ERR_SLL_FULL is 30, so the statuses from #XELP_ERR_SLL_FIND to #XELP_ERR_SLL_BREAK are 10
+ *   higher than there.
+ * - `ulTotalNum` of the head is the capacity, not the number of elements.
+ * - To see whether the list is empty, Insert and the calls for head and tail look at the first or
+ *   the last element. All others look at the element count, and those that need a cursor also look
+ *   at the cursor.
+ * - Results are set to null as listed above.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -86,8 +93,8 @@ typedef enum xelpSLLErrCode WYX_ENUM32 {
     XELP_ERR_SLL_MEMORY = 20,       /**< no memory */
     XELP_ERR_SLL_FULL = 30,         /**< no free slot */
     XELP_ERR_SLL_FIND = 40,         /**< no element matches */
-    XELP_ERR_SLL_HEAD = 50,         /**< the cursor is on the first element already */
-    XELP_ERR_SLL_TAIL = 60,         /**< the cursor is on the last element already */
+    XELP_ERR_SLL_HEAD = 50,         /**< the cursor is already on the first element */
+    XELP_ERR_SLL_TAIL = 60,         /**< the cursor is already on the last element */
     XELP_ERR_SLL_NULL = 70,         /**< the list is empty */
     XELP_ERR_SLL_BREAK = 80,        /**< the callback stopped the walk */
     XELP_ERR_SLL_BUTT = 100         /**< end marker, never returned */
@@ -128,9 +135,9 @@ typedef void (*XELP_SLinkList_FreeNode)(void *pstruUserNode);
 /**
  * @brief Visits a user node during a walk.
  *
- * @param[in]     pProcessCondition  as given to the walk
+ * @param[in]     pProcessCondition  as passed to the walk
  * @param[in]     pstruUserNode      the stored user node; the cursor is on its element
- * @param[in,out] pOther             as given to the walk
+ * @param[in,out] pOther             as passed to the walk
  * @return 0 to continue, any other value to stop the walk.
  */
 typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
@@ -138,8 +145,8 @@ typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *p
 
 /** A slot. For reading only. The index 0xFFFFFFFF, here and in the head, means *none*. */
 typedef struct xelpSLinkList_S_Node {
-    QAL_UINT32 ulPNode;  /**< the previous element; none at the first */
-    QAL_UINT32 ulNNode;  /**< the next element, or the next free slot; none at the last */
+    QAL_UINT32 ulPNode;  /**< the previous element; none in the first */
+    QAL_UINT32 ulNNode;  /**< the next element, or the next free slot; none in the last */
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
 
@@ -150,7 +157,7 @@ typedef struct xelpSLinkList_S_Head {
     QAL_UINT32 ulNow;                     /**< the cursor; none if the list is empty */
     QAL_UINT32 ulTotalNum;                /**< the capacity, *not* the number of elements */
     QAL_UINT32 ulUseNum;                  /**< number of elements */
-    QAL_UINT32 ulFirstNoUseNode;          /**< the slot used next; none if the list is full */
+    QAL_UINT32 ulFirstNoUseNode;          /**< the first free slot; none if the list is full */
     SLinkList_S_Node *pstruBase;          /**< slot 0 */
     XELP_SLinkList_NodeCmp pfunCmpNode;   /**< default comparator, may be null */
     XELP_SLinkList_FreeNode pfunFreeNode; /**< release callback, never null */
@@ -159,13 +166,13 @@ typedef struct xelpSLinkList_S_Head {
 /**
  * @brief Creates an empty list. Linear in the capacity.
  *
- * The first elements take the slots 0, 1, 2 and so on. Freed slots are used again before slots that
- * were never used, and the one freed last comes first.
+ * The first elements take the slots 0, 1, 2 and so on. Freed slots are reused before slots that
+ * were never used, and the slot freed last is reused first.
  *
- * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger one the size of the
- *                           block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
+ * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger capacity the size of
+ *                           the block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
  * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
- *                           its own
+ *                           one
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_SLinkList_Deinit();
  *                           untouched on failure
@@ -181,7 +188,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_Node
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_SLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; with any other value they stay yours
+ *                       callback, first to last; with any other value the user nodes
+ *                       become yours again
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag);
@@ -192,7 +200,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNod
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
  *                        is torn down; still yours on failure
- * @param[in] enPosition  where; ignored on an empty list, so any value succeeds there
+ * @param[in] enPosition  where to put it; an empty list accepts any value
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null argument; #XELP_ERR_SLL_FULL if no slot is
  *         free; #XELP_ERR_SLL_INVALID_PARA for an invalid position on a list that is neither full
  *         nor empty. A failure changes nothing.
@@ -203,14 +211,15 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
 /**
  * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
  *
- * Elements are compared first to last until one matches. If the match was the last element, the
- * cursor moves to its predecessor. The arguments are checked in the order listed with the statuses.
+ * Elements are compared from first to last until one matches. If the match was the last element,
+ * the cursor moves to its predecessor. The arguments are checked in the order in which the statuses
+ * below mention them.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
+ * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            for a refused argument
+ *                            if an argument is refused
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
  *         list), a null condition or a null @p pstruNode; #XELP_ERR_SLL_NULL for an empty list;
  *         #XELP_ERR_SLL_FIND if no element matches.
@@ -219,14 +228,14 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases it. Linear. The cursor moves as for Remove.
+ * @brief Removes the first match and releases it. Linear. The cursor moves as in Remove.
  *
- * Calls XELP_SLinkList_Remove(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in] pfunCmpNode    comparator for this search; null for the list's own
- * @return as XELP_SLinkList_Remove(); the callback runs on success only.
+ * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
+ * @return as XELP_SLinkList_Remove(); the callback runs only on success.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_SLinkList_NodeCmp pfunCmpNode);
@@ -236,16 +245,16 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondit
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
- * @param[in]  pfunCmpNode    comparator for this search; null for the list's own
- * @param[out] pstruNode      the user node, still stored; null if there is none; untouched for a
- *                            refused argument
+ * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
+ * @param[out] pstruNode      the user node, still stored; null if there is no match; untouched if
+ *                            an argument is refused
  * @return as XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief The capacity, as given to XELP_SLinkList_Init(). Constant time. The cursor stays.
+ * @brief Returns the capacity. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulListSize  capacity in elements; untouched on failure
@@ -254,7 +263,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpConditi
 WYX_API QAL_UINT32 XELP_SLinkList_Get_ListSize(void *pstruHead, QAL_UINT32 *ulListSize);
 
 /**
- * @brief Counts the elements. Constant time. The cursor stays.
+ * @brief Returns the number of elements. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulTotalNum  number of elements; untouched on failure
@@ -265,7 +274,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 /**
  * @brief Puts the cursor on the first element. Constant time.
  *
- * An empty list is not an error: it still has no cursor.
+ * On an empty list the call succeeds and does nothing.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
@@ -273,7 +282,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 WYX_API QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead);
 
 /**
- * @brief The user node at the cursor. Constant time. The cursor stays.
+ * @brief Returns the user node at the cursor. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; untouched on failure
@@ -321,7 +330,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief The first user node. Constant time. The cursor stays.
+ * @brief Returns the first user node. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -330,7 +339,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief The last user node. Constant time. The cursor stays.
+ * @brief Returns the last user node. Constant time. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -341,7 +350,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 /**
  * @brief Removes the element at the cursor. Constant time.
  *
- * The cursor moves to its successor, or to its predecessor if it was the last.
+ * The cursor moves to the successor of the removed element or, if that was the last element, to its
+ * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; untouched on failure. Not checked: it must
@@ -351,7 +361,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the first element. Constant time. The cursor moves to the new first.
+ * @brief Removes the first element. Constant time. The cursor moves to the new first element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -360,7 +370,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the last element. Constant time. The cursor moves to the new last.
+ * @brief Removes the last element. Constant time. The cursor moves to the new last element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -371,7 +381,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the element at the cursor and releases it. Constant time.
  *
- * Calls XELP_SLinkList_Remove_CurNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -381,7 +391,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 /**
  * @brief Removes the first element and releases it. Constant time.
  *
- * Calls XELP_SLinkList_Remove_HeadNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -391,7 +401,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases it. Constant time.
  *
- * Calls XELP_SLinkList_Remove_TailNode(), and then the list's release callback on the user node.
+ * Calls XELP_SLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -399,40 +409,43 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements first to last. Linear, plus the cost of the callback.
+ * @brief Visits the elements from first to last. Linear, plus the cost of the callback.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element there and moved the cursor back, the new one is visited too.
+ *   callback inserted an element there and moved the cursor back, the new element is visited next.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
  *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
- *   element has no successor: after its removal the walk returns to its predecessor, even if that
- *   was visited before. An element that the callback inserts, queries or moves to is visited next,
- *   because the cursor is then on it. A callback that keeps doing so may never let the walk end.
+ *   element has no successor: after its removal the walk returns to its predecessor, even if it has
+ *   visited the predecessor before. An element that the callback inserts, queries or moves to is
+ *   visited next, because the cursor is then on it. If the callback keeps doing any of these, the
+ *   walk may never end.
  * - on no element, because the list is empty: the walk ends.
  *
- * "Still on that element" is decided by slot. If the callback removes the element it was called
- * for and inserts another at once, the new one takes the slot just freed, and the walk continues
- * *after* it, unless the callback moves the cursor away.
+ * The walk compares slot indexes to see whether the cursor is still on that element. If the
+ * callback removes the element it was called for and inserts another at once, the new element takes
+ * the slot just freed, and the walk continues *after* it, unless the callback moves the cursor
+ * away.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
  * @param[in]     pProcessCondition  passed to the callback unchecked; may be null
  * @param[in,out] pOther             passed to the callback unchecked; may be null
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle or callback; #XELP_ERR_SLL_NULL for an
- *         empty list; #XELP_ERR_SLL_BREAK as soon as the callback returns a value other than 0;
- *         the cursor is then where the callback left it.
+ *         empty list; #XELP_ERR_SLL_BREAK as soon as the callback returns a value other than 0,
+ *         with the cursor where the callback left it.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                XELP_SLinkList_ProcessFun pfunProcess,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * These two take and return slots as the other calls do. If you take slots yourself, the list
- * counts more elements than it has. Even then no call reads or writes outside the block. If the
- * count is not 0 but there is no cursor, calls that need a cursor report an empty list
- * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing.
+ * These two calls take and return a slot in the same way as Insert and the removals do. If you take
+ * slots yourself, the list counts more elements than it has. Even then no call reads or writes
+ * outside the block. If the list counts only slots that you took, it has no cursor: calls that need
+ * a cursor then report an empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and
+ * a walk visits nothing and returns 0.
  * @{ */
 
 /**
@@ -447,14 +460,16 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
 
 /**
- * @brief Returns a slot to the free chain, where it is the next to be taken. Constant time.
+ * @brief Returns a slot to the free chain. Constant time.
+ *
+ * The slot is the next to be taken.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. Must
- *                        not be free already, and must not hold an element. That is not checked:
+ * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. The slot
+ *                        must not be free already and must not hold an element. Neither is checked:
  *                        returning such a slot corrupts the list
- * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle, the index 0xFFFFFFFF, or one that is
- *         not below the capacity.
+ * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle or for an index that is not below the
+ *         capacity, such as 0xFFFFFFFF.
  */
 WYX_API QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode);
 

@@ -79,9 +79,9 @@ static inline const QAL_CHAR *wyx_dlink_status_text(QAL_UINT32 ulStatus)
         case 30:
             return "no element matches";
         case 40:
-            return "the cursor is on the first element already";
+            return "the cursor is already on the first element";
         case 50:
-            return "the cursor is on the last element already";
+            return "the cursor is already on the last element";
         case 60:
             return "the list is empty";
         case 70:
@@ -120,7 +120,7 @@ static inline const QAL_CHAR *wyx_hash_status_text(QAL_UINT32 ulStatus)
         case 80:
             return "the hash function failed";
         case 90:
-            return "an entry has the key already";
+            return "an entry already has the key";
         case 100:
             return "the cursor is nowhere";
         default:
@@ -231,9 +231,9 @@ static inline const QAL_CHAR *wyx_slink_status_text(QAL_UINT32 ulStatus)
         case 40:
             return "no element matches";
         case 50:
-            return "the cursor is on the first element already";
+            return "the cursor is already on the first element";
         case 60:
-            return "the cursor is on the last element already";
+            return "the cursor is already on the last element";
         case 70:
             return "the list is empty";
         case 80:
