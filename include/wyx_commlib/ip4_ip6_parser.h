@@ -2,26 +2,27 @@
  * @file ip4_ip6_parser.h
  * @brief IPv4 and IPv6 addresses with optional ports, from text.
  *
- * Each parser has its own grammar, which stored configuration depends on. It accepts some texts
+ * Each parser has its own grammar, and stored configuration depends on it. It accepts some texts
  * that the standard forms do not allow, and refuses some that they do.
  *
  * @warning **Decide on the parsed address, never on the text.** Other parsers read some accepted
  * texts as a different address. A leading zero means decimal here and octal elsewhere (`010.0.0.1`
  * is 10.0.0.1), octets may be hexadecimal, and an octet is reduced modulo 2^32 before its range is
- * tested (`4294967297.0.0.1` is 1.0.0.1). If you allow an address here and another parser reads the
- * same text to connect, it may connect to a different host. Pass on the number.
+ * checked (`4294967297.0.0.1` is 1.0.0.1). If you allow an address here and another parser reads
+ * the same text to connect, it may connect to a different host. Pass on the number, not the text.
  *
  * @warning **XELP_Parse_IPV6() does not always read the whole text.** It ignores whatever follows a
- * port, and whatever follows a `]` unless that is a colon, so `::1]:80abc` and `[::1]x` are
- * accepted. It also ignores a dot after eight groups, with all that follows. Other text directly
- * after an address is not ignored: `::1x`, `::1 `, `::1%eth0` and `1::/64` end with status 30.
+ * port, and whatever follows a `]` unless the next character is a colon, so `::1]:80abc` and
+ * `[::1]x` are accepted. It also ignores a dot after eight groups, and everything after that dot.
+ * Other text directly after an address is not ignored: the status is 30 for `::1x`, `::1 `,
+ * `::1%eth0` and `1::/64`.
  *
- * @warning **Ports are not range-tested.** They are reduced to 16 bits (`:70000` is port 4464),
+ * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
  *
- * Texts are NUL-terminated and shorter than 2 GiB (one of 4 GiB or more is refused as malformed);
- * nothing after the terminator is read. No call allocates or keeps a pointer. All calls may run on
- * any number of threads; see #QAL_CHARset for the one thing they share.
+ * Texts must be NUL-terminated and shorter than 2 GiB (one of 4 GiB or more is refused as
+ * malformed); nothing after the terminator is read. No call allocates or keeps a pointer. All calls
+ * may run on any number of threads; see #QAL_CHARset for the one thing they share.
  *
  * @code{.c}
  * QAL_UINT32 addr;
@@ -52,19 +53,19 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
 /**
  * @brief Reads an IPv4 address, `a.b.c.d` or `a.b.c.d:port`.
  *
- * An octet is decimal with any number of leading zeros, or hexadecimal after `0x` or `0X`. A
- * number from 2^64 on is refused. A smaller one is reduced modulo 2^32, and must then be at most
+ * An octet is decimal with any number of leading zeros, or hexadecimal after `0x` or `0X`. An
+ * octet of 2^64 or more is refused. A smaller one is reduced modulo 2^32, and must then be at most
  * 255. Nothing may come before the first octet, or between octets and dots.
  *
  * The port is decimal, or hexadecimal after `0x` or `0X`. The number after the colon or that prefix
  * is read by the rules of core_td_u16(): it may begin with white space and a sign, and only its low
- * 16 bits count; from 2^64 on it counts as 2^64 - 1. Nothing may follow the port.
+ * 16 bits count. A number of 2^64 or more counts as 2^64 - 1. Nothing may follow the port.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
  *                          convert it if you need network order. 0 if the text is malformed;
  *                          untouched for a null pointer
- * @param[out] puwPort      the port; 0 without one, or if the text is malformed; untouched for a
+ * @param[out] puwPort      the port; 0 if there is none or the text is malformed; untouched for a
  *                          null pointer
  * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be
  *         0), #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
@@ -76,13 +77,13 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * @brief Reads an IPv6 address, with or without brackets, with or without a port.
  *
  * The text is an optional `[`, the address, an optional `]`, and optionally `:` with a decimal
- * port. Neither bracket needs the other; an address that ends in a dotted quad has neither `]` nor
- * port.
+ * port. Either bracket may appear without the other. Neither `]` nor a port may follow an address
+ * that ends in a dotted quad.
  *
  * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
  * empty. A head of eight groups is the whole address. Otherwise the characters after the head
- * select the form. In the table, *h* is a hexadecimal digit, the first character of what is named
- * next; *end* is the end of the text or a `]`.
+ * select the form. In the table, *h* is a hexadecimal digit: the first character of the run or IPv4
+ * address named after it. *end* is the end of the text or a `]`.
  *
  * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
@@ -98,15 +99,15 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * | anything else        | `1:2:3`, `1::/64`    | refused                                       |
  *
  * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
- * XELP_Parse_IPV4() accepts without a port, up to the end of the text. The other bytes of the
- * address come from the head, and are 0 after it. Where a run and the head overlap, the run wins
- * (`1:2:3:4:5:6:7::8:9` loses its seventh group); bytes of a run that would be before byte 0 are
- * dropped.
+ * XELP_Parse_IPV4() accepts without a port, up to the end of the text. The address begins with the
+ * bytes of the head; bytes that come from neither the head, the run nor the four octets are 0.
+ * Where a run and the head overlap, the run wins (`1:2:3:4:5:6:7::8:9` loses its seventh group);
+ * bytes of a run that would be before byte 0 are dropped.
  *
  * - *Refused*: status 30, outputs untouched.
- * - *Failed*: status 30, outputs written. But if another colon comes next, it counts as the colon
- *   of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port 3,
- *   `::::80` is `::` with port 80.
+ * - *Failed*: status 30, outputs written. But if another colon comes next, it is taken for the
+ *   colon of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port
+ *   3, `::::80` is `::` with port 80.
  * - If no number follows the colon of a port, the text is refused, whatever its form.
  *
  * So the standard forms with a dotted quad after `::` are not accepted, and any other address that
@@ -115,7 +116,7 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * @param[in]  pszIPV6Addr  the text, borrowed
  * @param[out] pucAddr      the 16 bytes of the address in network order; untouched for a null
  *                          pointer and if the text is refused, but written if it fails
- * @param[out] puwPort      the port, 0 without one; written if and only if @p pucAddr is
+ * @param[out] puwPort      the port, or 0 if there is none; written if and only if @p pucAddr is
  * @return 0, with or without a port: unlike XELP_Parse_IPV4(), this call never returns
  *         #XELP_OK_HAVE_PORT; #XELP_ERR_PARSE_IPV4V6_INVALID_PARA for a null pointer,
  *         #XELP_ERR_PARSE_IPV4V6_INVALID for a malformed text or port.
@@ -123,8 +124,7 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort);
 
 /** @name Building blocks
- * Readers for the parts of an address. Each reads as much of a text as it understands and leaves
- * the cursor after it. They check no pointers. @{ */
+ * Readers for the parts of an address. They do not check pointers. @{ */
 
 /** A reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
@@ -154,12 +154,12 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * The space is not a control character, and the double quote is neither token nor delimiter.
  * Bytes from 0x80 on have no class.
  *
- * The table is a variable that the library reads but never writes. Whoever changes bits 0x04 or
- * 0x80 changes the parsers for every thread, and must not do so while a parser runs. Bit 0x04
- * decides which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet
- * and which form the groups of an IPv6 address. What a digit is worth is not in the table:
- * strtoul() stops at a character it does not know, and core_td_hex4() counts it as 0. Ports are
- * read by strtoul() alone.
+ * The table is a variable that the library reads but never writes. Changing bit 0x04 or 0x80 of an
+ * entry changes the parsers for every thread; do not do it while a parser runs. Bit 0x04 decides
+ * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and which
+ * form the groups of an IPv6 address. The values of digits are not in the table: if a character
+ * that has no value in its base is classed as a digit, strtoul(), which converts octets, stops at
+ * it, and core_td_hex4() counts it as 0. Ports are read by strtoul() alone.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
@@ -167,8 +167,8 @@ extern WYX_API QAL_UINT32 QAL_CHARset[256];
  * @brief Reads a number and keeps its low 16 bits.
  *
  * Follows the rules of the C library's strtoul(): leading white space, a sign and, in base 16, a
- * `0x` are accepted. There is no range test: `70000` is read as 4464, `-1` as 65535. From 2^64 on,
- * a number counts as 2^64 - 1, whose low 16 bits are 65535.
+ * `0x` are accepted. There is no range check: `70000` is read as 4464, `-1` as 65535. Digits that
+ * make 2^64 or more count as 2^64 - 1, with or without a sign, so the result is 65535.
  *
  * @param[out]    OUT_val     the number; untouched on failure
  * @param[in]     IN_base     its base, 10 or 16
@@ -199,9 +199,9 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  * After any other colon, a dotted quad is left to the caller, with the cursor on that colon, if its
  * first octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`.
  * Otherwise its first octet is read as one more group: either the run ends on the dot, as in
- * `1:1.2.3.4`, or the octet is not a group and the call fails, as for `1:0x1.2.3.4`. The second to
- * fourth characters after the colon decide. If none of them is a dot, the colon is consumed and the
- * run continues. If one is, the colon is consumed only if
+ * `1:1.2.3.4`, or the octet is not a group and the call fails, as for `1:0x1.2.3.4`. The exact rule
+ * looks at the second to fourth characters after the colon. If none of them is a dot, the colon is
+ * consumed and the run continues. If one is, the colon is consumed only if
  * - fewer than five characters are left, counting the colon, or
  * - the first character after the colon is `0`, or
  * - the second is `.`, or

@@ -1,8 +1,9 @@
-// What the fuzz targets share: how a target is written, and how its input is read as a program.
+// What the fuzz targets share: how a target is written, and how it reads its input as a sequence of
+// operations.
 //
-// A target is a function of bytes that compares the library with a model by the checks of
-// GoogleTest. With libFuzzer, each target is a program of its own (fuzz_main.cpp); without it, all
-// run over their corpora in one ordinary test (fuzz_replay_test.cpp).
+// A target is a function of bytes that compares the library with a model by GoogleTest's checks.
+// With libFuzzer, each target is a program of its own (fuzz_main.cpp); without it, all run over
+// their corpora in one ordinary test (fuzz_replay_test.cpp).
 #ifndef WYX_TESTS_FUZZ_FUZZ_SUPPORT_H
 #define WYX_TESTS_FUZZ_FUZZ_SUPPORT_H
 
@@ -19,8 +20,8 @@
 
 namespace wyx::test::fuzz {
 
-/// The bytes of one input, taken from the front; after its end every answer is the smallest
-/// possible.
+/// The bytes of one input, taken from the front; after the last byte, every call returns 0 or an
+/// empty text.
 class Input {
   public:
     explicit Input(std::string_view bytes) : bytes_(bytes) {}
@@ -49,7 +50,7 @@ class Input {
         return taken;
     }
     std::string_view Rest() { return Take(bytes_.size()); }
-    /// A text up to the next NUL, which is taken with it.
+    /// The text up to the next NUL; that NUL is taken as well.
     std::string_view Text()
     {
         const std::string_view text = Take(std::min(bytes_.find('\0'), bytes_.size()));
@@ -77,7 +78,7 @@ class Block {
     std::unique_ptr<QAL_UINT8[]> bytes_;
 };
 
-/// A string in such a block, terminated.
+/// A NUL-terminated string in such a block.
 class Text {
   public:
     explicit Text(std::string_view text) : block_(std::string(text) + '\0') {}
@@ -96,8 +97,8 @@ inline std::map<std::string, Target> &Targets()
     return targets;
 }
 
-/// Runs a target on one input, with a fresh platform double before it and the proof that nothing is
-/// held after it.
+/// Runs a target on one input: resets the platform double first, and afterwards checks that nothing
+/// is held.
 void RunTarget(Target target, std::string_view bytes);
 
 } // namespace wyx::test::fuzz

@@ -45,7 +45,7 @@ struct Ipv6Output {
 };
 struct Ipv6 {
     QAL_UINT32 status = 30;
-    std::optional<Ipv6Output> output = {}; ///< none: untouched
+    std::optional<Ipv6Output> output = {}; ///< nullopt: untouched
     bool operator==(const Ipv6 &) const = default;
 };
 Ipv6 ModelIpv6(std::string_view text);

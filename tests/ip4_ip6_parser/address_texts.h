@@ -1,5 +1,5 @@
-// Texts for the address parsers: each in separate memory that ends with its terminator, and all
-// short texts over an alphabet.
+// Texts for the address parsers: texts in memory that ends with their terminator, and all short
+// texts over an alphabet.
 #ifndef WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 #define WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 

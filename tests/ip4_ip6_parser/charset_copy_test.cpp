@@ -1,6 +1,6 @@
-// The table of character classes as seen by an executable that is not position-independent: the
-// linker puts a copy of an exported variable into such a program, and that copy is then the only
-// one.
+// The table of character classes as seen by an executable that is not position-independent. The
+// linker puts a copy of an exported variable into such a program, and the library then uses that
+// copy as well.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
@@ -38,7 +38,7 @@ TEST(CharsetCopy, ProgramAndLibraryShareOneTable)
 }
 
 #ifdef WYX_TEST_EXPECTS_COPY
-// Otherwise the test above would prove nothing.
+// Without a copy in the program, the test above would prove nothing.
 TEST(CharsetCopy, TableLiesInTheProgram)
 {
     Dl_info table;

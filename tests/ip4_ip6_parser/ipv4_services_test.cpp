@@ -1,5 +1,5 @@
-// An IPv4 address reaches the caller only through the bounded routine, which a client's own adapter
-// may watch.
+// An IPv4 address reaches the caller only through the bounded copy routine, which a client's own
+// adapter may replace.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -13,7 +13,7 @@ TEST(LongAddress, IsNotReadWithoutItsRest)
 {
     LongText text;
     if (!text.IsThere()) {
-        GTEST_SKIP() << "needs 4 GiB of addresses and 64 MiB of memory";
+        GTEST_SKIP() << "needs 4 GiB of address space and 64 MiB of memory";
     }
     QAL_UINT32 ulAddr = 1;
     QAL_UINT16 uwPort = 1;

@@ -19,7 +19,7 @@
 namespace wyx::test {
 namespace {
 
-// Every character that any reader treats specially, and some that none does.
+// Every kind of character that some reader treats specially, and some that no reader does.
 constexpr std::string_view kLetters = "0x1fA.:]- g\xB1";
 
 // --- QAL_CHARset
@@ -155,7 +155,7 @@ TEST(Charset, GroupEndAsFirstDigitCountsAsZero)
     }
 }
 
-// After a dotted quad no port is looked for, even if the quad's first digit is a colon.
+// No port is looked for after a dotted quad, even if the quad's first digit is a colon.
 TEST(Charset, ColonAsADigitBeginsNoPort)
 {
     const Reclassified digit(':', 0x84);
@@ -165,7 +165,8 @@ TEST(Charset, ColonAsADigitBeginsNoPort)
     EXPECT_EQ(aucAddr[15], 4);
 }
 
-// Whatever the table says about it, the terminator ends the text: after it comes an unmapped page.
+// The terminator ends the text whatever the table says about it. The page after it is unmapped, so
+// reading on would end the test.
 TEST(Charset, TerminatorIsNeverADigit)
 {
     const Reclassified digit('\0', 0x84);
@@ -368,7 +369,7 @@ TEST(TdHexseq, ReadsRunsOfGroups)
         {"1:g", {0, "\0\1"s, 1}},
         {"1:2:3:4:5:6:7:8:9", {0, "\0\1\0\2\0\3\0\4\0\5\0\6\0\7\0\10"s, 15}},
         {"12345", {30, "", 4}},
-        {"1:2g", {30, "\0\1"s, 3}}, // what was read before stays written
+        {"1:2g", {30, "\0\1"s, 3}}, // the groups before it stay written
         {"1:22222", {30, "\0\1"s, 6}},
     };
     GuardedText memory;

@@ -220,8 +220,8 @@ TEST(ParseIpv4, AddressIsInReverseOrderInMemory)
     EXPECT_EQ(aucAddr[3], 1);
 }
 
-/// The port is written after the address, even if the text has none: the caller's port may be a
-/// part of the caller's address.
+/// The port is written after the address, even if the text has no port: the caller's two outputs
+/// may overlap.
 TEST(ParseIpv4, PortIsWrittenLast)
 {
     const struct {
@@ -249,7 +249,7 @@ TEST(ParseIpv4, PortIsWrittenLast)
     }
 }
 
-/// Our result is the model's, and where the system's parser accepts the text, it reads the same
+/// Our result is the model's, and if the system's parser accepts the text, both read the same
 /// address.
 bool AgreesOnIpv4(GuardedText &memory, std::string_view text)
 {
@@ -281,7 +281,7 @@ TEST(ParseIpv4, EveryShortText)
     ForEveryText(":.0x1gA2569", 5, "0", agrees);
 }
 
-/// Pieces of addresses in a row, most of them malformed.
+/// Pieces of addresses in a row. Most such texts are malformed.
 std::string RandomText(Random &random)
 {
     constexpr std::string_view kPieces[] = {
@@ -451,7 +451,7 @@ TEST(ParseIpv6, PortDoesNotShowInTheStatus)
         {"[::1]:80", 0, "00000000000000000000000000000001 80"},
         {"[::1]:0", 0, "00000000000000000000000000000001 0"},
         {"::1]:80", 0, "00000000000000000000000000000001 80"},
-        {"[::1:80", 0, "00000000000000000000000000010080 0"}, // a group, no port
+        {"[::1:80", 0, "00000000000000000000000000010080 0"}, // a group, not a port
         {"[::]:80", 0, "00000000000000000000000000000000 80"},
         {"[1::]:80", 0, "00010000000000000000000000000000 80"},
         {"1:2:3:4:5:6:7:8:8080", 0, "00010002000300040005000600070008 8080"},
@@ -519,7 +519,7 @@ TEST(ParseIpv6, DottedQuadAfterGapFails)
         {":::1.2.3.4", 30, "00000000000000000000000000000000 0"},
         {"1:2:::1.2.3.4", 30, "00010002000000000000000000000000 0"},
         {":::", 30, "00000000000000000000000000000000 0"},
-        {":::]", 30, "00000000000000000000000000000000 0"}, // no bracket is stepped over
+        {":::]", 30, "00000000000000000000000000000000 0"}, // the bracket is not stepped over
         {":::]:80", 30, "00000000000000000000000000000000 0"},
     };
     ExpectIpv6(std::begin(kCases), std::end(kCases));
@@ -591,7 +591,7 @@ TEST(ParseIpv6, NullPointerReturns10AndWritesNothing)
     EXPECT_EQ(uwPort, 0xA5A5);
 }
 
-/// Our result is the model's, and where the system's parser accepts the text, it reads the same
+/// Our result is the model's, and if the system's parser accepts the text, both read the same
 /// address, except for a text with a dotted quad.
 bool AgreesOnIpv6(GuardedText &memory, std::string_view text)
 {
@@ -634,7 +634,7 @@ TEST(ParseIpv6, RandomTexts)
     }
 }
 
-// We read the text that the system writes for an address, alone or in brackets with a port.
+// We read the text that the system writes for an address, alone or as `[address]:port`.
 TEST(ParseIpv6, AddressesAsTheSystemWritesThem)
 {
     GuardedText memory;

@@ -21,7 +21,7 @@
 namespace wyx::test {
 namespace {
 
-/// The outputs of a text that is not read in words.
+/// The status and the outputs of a text that is not read in words.
 constexpr Ipv4 kLeft = {address::kNotUsual, 0xA5A5A5A5, 0xA5A5};
 
 /// Reads a text twice: with its terminator in the last byte of a block of memory, and with its
@@ -187,8 +187,8 @@ TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
     }
 }
 
-// With a table that does not class one of the decimal digits as such, every text goes to the
-// scanner. A text whose octets do not use the digit must read the same there as in words.
+// If the table does not class one of the decimal digits as a digit, every text goes to the scanner.
+// A text whose octets do not contain that digit must read the same there as in words.
 TEST(UsualIpv4, ScannerReadsTheSame)
 {
     Words words;

@@ -19,8 +19,8 @@ constexpr QAL_INT32 kDec = 10;
 constexpr QAL_INT32 kHex = 16;
 constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() needs 16
 
-/// Starts at a text; false if its length does not fit in 32 bits: the adapter's count has then
-/// wrapped and points to a character before the terminator.
+/// Sets the cursor to the start of a text. False if the text's length does not fit in 32 bits: the
+/// adapter's count has then wrapped, and the character at that index is not the terminator.
 bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
 {
     const QAL_UINT32 ulLen = XELP_StrLen(pszText);
@@ -71,7 +71,7 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
             Advance(struBuf, 1);
         }
     }
-    // Kept: the value is cut to 32 bits before its range is tested
+    // Kept: the value is cut to 32 bits before its range is checked
     // (ParseIpv4.OctetIsReducedTo32Bits).
     const auto ulReduced = static_cast<QAL_UINT32>(ulValue);
     ucOctet = static_cast<QAL_UINT8>(ulReduced);
@@ -126,8 +126,8 @@ struct Ipv6Work {
     QAL_UINT32 ulResult; // so far; a port that can be read makes it 0
 };
 
-/// Writes the run into the address so that it ends before byte @p ulEnd. Kept: it overwrites the
-/// head's bytes where they overlap, and whatever would come before the first byte is dropped
+/// Writes the run into the address so that it ends before byte @p ulEnd. Kept: where the run and
+/// the head overlap, the run wins, and whatever would come before the first byte is dropped
 /// (ParseIpv6.RunIsWrittenOverTheHead, ParseIpv6.RunBeforeTheFirstByteIsDropped).
 void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 {
@@ -136,8 +136,9 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     wyx_memcpy_s(work.aucAddr + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
-/// Tries the rest of the text, after a gap, as a dotted quad. Kept: nothing sets the count that is
-/// tested, so these forms fail unless a port follows (ParseIpv6.DottedQuadAfterGapFails).
+/// Reads the rest of the text, after a gap, as a dotted quad, but never accepts it. Kept: nothing
+/// sets ulQuadOctets, so these forms fail unless a port follows
+/// (ParseIpv6.DottedQuadAfterGapFails).
 [[gnu::cold]] void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
@@ -184,7 +185,8 @@ bool TakeThreeColons(Ipv6Work &work)
     return true;
 }
 
-/// `.h`: this quad is accepted; it overwrites the head's bytes where they overlap.
+/// `.h`: unlike a dotted quad after a gap, this one is accepted. Where it and the head overlap, the
+/// quad wins.
 bool TakeDottedQuad(Ipv6Work &work)
 {
     Advance(work.struBuf, 1);
@@ -206,7 +208,7 @@ bool TakeGapAtEnd(Ipv6Work &work)
     return true;
 }
 
-/// What follows a head run of fewer than eight groups: the first form that fits.
+/// Takes what follows a head of fewer than eight groups: the first form that fits.
 bool TakeForm(Ipv6Work &work)
 {
     const QAL_CHAR *const pszText = work.struBuf.cur_bp; // nothing after a NUL is read

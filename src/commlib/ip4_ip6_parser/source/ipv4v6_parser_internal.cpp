@@ -46,7 +46,7 @@ constexpr Range kRanges[] = {
     {0x80, 0xFF, 0},
 };
 
-/// Do the ranges name every byte once, in order?
+/// Do the ranges cover every byte once, in order?
 consteval bool AreComplete()
 {
     unsigned uNext = 0;
@@ -71,7 +71,7 @@ consteval QAL_UINT32 ClassesOf(unsigned uByte)
 
 constexpr QAL_UINT16 kGroupDigits = 4;
 constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
-constexpr QAL_INT kDottedTailLen = 5; // the shortest dotted tail that is left to the caller
+constexpr QAL_INT kDottedTailLen = 5; // the shortest tail left to the caller, colon included
 
 constexpr QAL_UINT8 kHexBase = 16;
 constexpr QAL_UINT8 kGroupEnd = 0x80; // low four bits 0: as a first digit, it counts as 0
@@ -96,9 +96,9 @@ QAL_UINT8 HexValue(QAL_CHAR ch)
     return kHexValues[static_cast<QAL_UINT8>(ch)];
 }
 
-/// With the cursor on a colon before a digit: does the run continue after it, or is a dotted tail
-/// left to the caller? Kept: a first octet that has one digit or begins with 0 is read as a group
-/// (TdHexseq.DottedTails).
+/// With the cursor on a colon before a digit: does the run continue after the colon, or is a dotted
+/// tail left to the caller? Kept: a first octet that has one digit or begins with 0 is read as a
+/// group (TdHexseq.DottedTails).
 bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (struBuf.cur_bp_rem_len < kDottedTailLen) {
@@ -107,7 +107,7 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
     const QAL_CHAR *const pszText = struBuf.cur_bp;
     // A dot at pszText[2] is not looked for here, as it lets the run continue anyway. No character
     // after the terminator is read, even if the count promises more, unless a caller's own table
-    // calls the terminator a digit.
+    // classes the terminator as a digit.
     const bool hasDot =
         pszText[2] != '\0' && (pszText[3] == '.' || (pszText[3] != '\0' && pszText[4] == '.'));
     return !hasDot || pszText[1] == '0' || pszText[2] == '.' || pszText[2] == ':' ||
@@ -127,7 +127,7 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
         if (!IsOf(kHexDigit, ch) || struBuf.cur_bp_rem_len < 1) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }
-        // A character that only a caller's own table calls a digit counts as 0
+        // A character that only a caller's own table classes as a digit counts as 0
         // (Charset.AddedHexDigitCountsAsZero).
         ulValue = ulValue << 4 | ucDigit;
         Advance(struBuf, 1);
@@ -185,7 +185,7 @@ constinit QAL_UINT32 QAL_CHARset[256] = {ROW_OF_64(0), ROW_OF_64(64), ROW_OF_64(
 #undef ROW_OF_16
 #undef ROW_OF_64
 
-// Kept: there is no range test, and whatever strtoul() accepts before a number is accepted
+// Kept: there is no range check, and whatever strtoul() accepts before a number is accepted
 // (TdU16.ValueIsReducedTo16Bits, TdU16.ReadsLikeStrtoul).
 QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base, Parse_Ipv4v6_S_BUF_PTR IN_dec_buf)
 {

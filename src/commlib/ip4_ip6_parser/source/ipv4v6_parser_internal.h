@@ -1,4 +1,4 @@
-// What the address parsers and the scanner under them share: the classes of characters, and how the
+// What the address parsers share with the scanner under them: the character classes, and how the
 // cursor moves.
 #ifndef WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 #define WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
@@ -19,14 +19,14 @@ constexpr QAL_UINT32 kHexDigit = 0x80;
 constexpr QAL_UINT32 kToken = 0x1000;
 constexpr QAL_UINT32 kDelimiter = 0x2000;
 
-/// The table is read at every call: callers may have changed it.
+/// Reads the table each time: callers may have changed it.
 inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
 {
     return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;
 }
 
-/// Moves the cursor, even backwards, and keeps cur_bp + cur_bp_rem_len where it is. The count wraps
-/// like the 32-bit number it is.
+/// Moves the cursor, backwards if @p lCount is negative, and changes the number of characters left
+/// to match. That number has 32 bits, and wraps.
 inline void Advance(Parse_Ipv4v6_S_BUF &struBuf, QAL_LONG lCount)
 {
     struBuf.cur_bp += lCount;

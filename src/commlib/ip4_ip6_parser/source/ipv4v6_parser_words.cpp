@@ -55,8 +55,8 @@ constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
 constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
 
 /// Reads the decimal port after a colon. @p ullTail holds the last eight characters of the text,
-/// its terminator included, and @p ulColon is the colon's place in it, from 0. False if no digit
-/// follows the colon, or anything but digits.
+/// its terminator included, and @p ulColon is the colon's index among them. False unless one or
+/// more digits, and nothing else, follow the colon.
 bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
 {
     if (ulColon == 6) {
@@ -99,7 +99,7 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     QAL_UINT32 ulSum = 0;
     QAL_UINT32 ulAboveNine = 0;
     // Takes the digits of the next octet: hundreds in byte 1, tens in byte 2, ones in byte 3. False
-    // if they exceed 255.
+    // if the octet exceeds 255.
     const auto take = [&](QAL_UINT32 ulDigits) {
         ulAboveNine |= AboveNine(ulDigits);
         ulSum = ulSum << 8 | (ulDigits * (100U << 16 | 10U << 8 | 1U)) >> 24;
@@ -111,8 +111,9 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
             return kNotUsual; // no room for a digit, a dot and a digit
         }
         const QAL_UINT32 ulChars = FourFrom(pszText + ulAt);
-        // Of the characters of the form, only the dot has no bit 4. The search starts at the second
-        // character, as the first must be a digit, and settles on the fourth if it finds none.
+        // Of the characters that the form allows, only the dot has bit 4 clear. The search starts
+        // at the second character, as the first must be a digit, and ends at the fourth at the
+        // latest.
         const int iBit = std::countr_zero((~ulChars & 0x00101000U) | 0x10000000U);
         ulAt += static_cast<QAL_UINT32>(iBit) / 8 + 1;
         if (pszText[ulAt - 1] != '.' || !take((ulChars ^ 0x30303030U) << (36 - iBit))) {
