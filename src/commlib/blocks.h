@@ -1,5 +1,5 @@
-// Allocates and releases blocks of memory, in the same way for every module. The platform is given
-// the caller's file and line, not those of this header.
+// Allocates and releases blocks of memory, in the same way for every module. The functions pass the
+// caller's file and line to the platform, not those of this header.
 #ifndef WYX_COMMLIB_BLOCKS_H
 #define WYX_COMMLIB_BLOCKS_H
 
@@ -22,7 +22,7 @@ void Release(T *&pBlock, QAL_UINT32 ulLine = __builtin_LINE(),
 /**
  * Allocates a block for an array. The allocator takes a size of 32 bits.
  *
- * Kept: a size that does not fit is requested all the same, wrapped, and the block is released
+ * Kept: if the size does not fit, its low 32 bits are requested anyway, and the block is released
  * again (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory,
  * HashInit.WrappedSizeIsRequestedAndReportedAsMemory, IniRemallocIniLine.WrappedSizeIsRequested).
  *

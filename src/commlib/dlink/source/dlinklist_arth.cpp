@@ -1,5 +1,5 @@
-// Doubly linked list. Only Join() changes the links of neighbours, and only Unlink() removes an
-// element.
+// Doubly linked list. Only Join() changes the links of a neighbour and the head's links to the ends
+// of the list, and only Unlink() removes an element.
 #include "wyx_commlib/dlink.h"
 
 #include <cstdint>
@@ -12,20 +12,20 @@ namespace {
 using Head = DLinkList_S_Head;
 using Node = DLinkList_S_Node;
 
-/// A place between two neighbours, which are null where the list ends.
+/// A place between two neighbours. At an end of the list, the missing neighbour is null.
 struct Gap {
     Node *pPrev;
     Node *pNext;
 };
 
-/// Sets the links on both sides of a gap; at an end of the list, the head's link is set instead.
+/// Sets the links on both sides of a gap; at an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 {
     (gap.pPrev != nullptr ? gap.pPrev->pstruNNode : head.pstruFirstNode) = pAfterPrev;
     (gap.pNext != nullptr ? gap.pNext->pstruPNode : head.pstruLastNode) = pBeforeNext;
 }
 
-/// Finds the gap of a position in a list that is not empty; false if there is no such position.
+/// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
 {
     switch (enPosition) {
@@ -46,8 +46,9 @@ bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
     }
 }
 
-// The gap that an element leaves. GapOfFirst() and GapOfLast() do not read the link that leads out
-// of the list: even if somebody changed it, the new end has no neighbour there.
+// The gap that an element leaves when it is removed. GapOfFirst() and GapOfLast() do not read the
+// link that should be empty there. Even if somebody changed that link, the new first or last
+// element gets no neighbour on that side.
 
 Gap GapOf(const Node &node)
 {
@@ -64,8 +65,8 @@ Gap GapOfLast(const Node &node)
     return {node.pstruPNode, nullptr};
 }
 
-/// Releases an element. Not inlined: the platform takes the address of a local pointer, so the
-/// compiler would add a stack guard to every caller.
+/// Releases an element. Not inlined: Release() passes the address of a local pointer to the
+/// platform, so if it were inlined, every caller would get a stack guard.
 [[gnu::noinline]] void ReleaseNode(Node *pNode)
 {
     Release(pNode);
@@ -75,8 +76,8 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
-    // Kept: the cursor moves here from wherever it was, even when the head or the tail is removed
-    // (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: the cursor moves here from wherever it was, even when the first or the last element is
+    // removed (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;
     ReleaseNode(pNode);
@@ -84,7 +85,7 @@ void *Unlink(Head &head, Node *pNode, Gap gap)
     return pUserNode;
 }
 
-/// Sets a result to null and returns the list of a handle; null if either pointer is null.
+/// Sets a result to null and returns the list of a handle, or null if either pointer is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -94,7 +95,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Sets a result to the user node of an element; null means that the list is empty.
+/// Sets a result to the user node of an element. If the element is null, the list is empty.
 QAL_UINT32 Get(const Node *pNode, void **ppUserNode)
 {
     if (pNode == nullptr) {
@@ -104,7 +105,7 @@ QAL_UINT32 Get(const Node *pNode, void **ppUserNode)
     return 0;
 }
 
-/// Moves the cursor along a link; @p ulAtEnd is the status if the link is null.
+/// Moves the cursor along a link; returns @p ulAtEnd if the link is null.
 QAL_UINT32 Step(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd)
 {
     if (pstruHead == nullptr) {
@@ -132,7 +133,7 @@ QAL_UINT32 StepAndGet(void *pstruHead, Node *Node::*pLink, QAL_UINT32 ulAtEnd, v
     return ulStatus != 0 ? ulStatus : Get(pHead->pstruNow, ppUserNode);
 }
 
-/// Removes the element that a field of the head points at.
+/// Removes the element that a field of the head points to.
 QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const Node &),
                     void **ppUserNode)
 {
@@ -148,7 +149,8 @@ QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const N
     return 0;
 }
 
-/// A Delete call: makes the Remove call, then releases the user node that was handed over.
+/// What every Delete call does: makes its Remove call, then releases the user node handed over, if
+/// any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -170,10 +172,11 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 /// What a search found.
 struct Found {
     QAL_UINT32 ulStatus;
-    Node *pNode; // only if the status is 0
+    Node *pNode; // null unless the status is 0
 };
 
-/// Checks the arguments of a search in the documented order, clears the result and finds the match.
+/// Checks the arguments of a search in the documented order, sets the result to null and looks for
+/// the match.
 Found Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_NodeCmp pfunCmpNode,
              void **ppUserNode)
 {
@@ -320,7 +323,7 @@ QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
     if (pHead == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
-    // Kept: the list is empty if its count is 0, wherever the cursor is
+    // Kept: the count decides whether the list is empty, even if there is a cursor
     // (DLinkListEmptiness.IsDecidedByTheDocumentedField).
     return Get(pHead->ulTotalNum != 0 ? pHead->pstruNow : nullptr, pstruNode);
 }

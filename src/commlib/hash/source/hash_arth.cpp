@@ -1,5 +1,6 @@
-// Chained hash table: one block for the head and its buckets, and a chain node for each entry. A
-// search returns the link that leads to an entry, because a removal has to change that link.
+// Chained hash table. One block holds the head and its buckets; each entry has a chain node and a
+// copy of its key. A search returns the link that leads to an entry, because a removal has to
+// change that link.
 #include "wyx_commlib/hash.h"
 
 #include <cstdint>
@@ -50,7 +51,8 @@ Node **FindNode(Node **ppLink, const Node *pNode)
     return ppLink;
 }
 
-/// Checks the arguments of a keyed call in the documented order and finds the link to the entry.
+/// Checks the arguments of a call that looks up a key, then finds the link to the entry. Returns
+/// the status of the call.
 QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node **&ppLink)
 {
     if (pstruHashHead == nullptr || pKeyValue == nullptr || ppUserNode == nullptr) {
@@ -74,18 +76,19 @@ void *Unlink(Head &head, Node **ppLink)
 {
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
-    // Kept: if the last entry of a chain is removed, the cursor is null, not in the next bucket
-    // (HashCursor.StaysInTheBucketOfARemovedEntry).
+    // Kept: if the last entry of a chain is removed, the cursor becomes null; it does not move to
+    // the next bucket (HashCursor.StaysInTheBucketOfARemovedEntry).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // an adapter may keep the node for inspection; the key is gone
+    pNode->pstruKey = nullptr; // released above; an adapter may keep the node for inspection
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
     return pUserNode;
 }
 
-/// A Delete call: makes the Remove call, then releases the user node that was handed over.
+/// What every Delete call does: makes its Remove call, then releases the user node handed over, if
+/// any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
@@ -218,8 +221,8 @@ QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
         return XELP_ERR_HASH_HASHVALUE;
     }
     Node **const ppLink = FindNode(ppBucket, head.pstruNow);
-    // Kept: no error if the hash function leads to a different bucket than when the entry was saved
-    // (HashRemoveCurNode.EntryNotInItsBucketReturnsSuccessAndNull).
+    // Kept: it is not an error if the hash function now leads to a different bucket than when the
+    // entry was saved (HashRemoveCurNode.EntryNotInItsBucketReturnsSuccessAndNull).
     if (*ppLink != nullptr) {
         *pstruNode = Unlink(head, ppLink);
     }

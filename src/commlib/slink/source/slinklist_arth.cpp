@@ -1,5 +1,6 @@
-// List in one block: the head and an array of slots, which are linked by index. Free slots form a
-// chain. Only Join() changes the links of neighbours, and only Unlink() removes elements.
+// List in one block, which holds the head and an array of slots. Links are slot indexes. The free
+// slots form a chain. Only Join() changes the links of a neighbour and the head's links to the ends
+// of the list, and only Unlink() removes an element.
 #include "wyx_commlib/slink.h"
 
 #include "blocks.h"
@@ -22,13 +23,13 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
               "the header names the largest capacity");
 
-/// A place between two neighbours, which are kNone where the list ends.
+/// A place between two neighbours. At an end of the list, the missing neighbour is kNone.
 struct Gap {
     QAL_UINT32 ulPrev;
     QAL_UINT32 ulNext;
 };
 
-/// Sets the links on both sides of a gap; at an end of the list, the head's link is set instead.
+/// Sets the links on both sides of a gap; at an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
     Node *const pBase = head.pstruBase;
@@ -44,7 +45,7 @@ void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
     }
 }
 
-/// Finds the gap of a position in a list that is not empty; false if there is no such position.
+/// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_SLL_Insert_Position enPosition, Gap &gap)
 {
     switch (enPosition) {
@@ -77,7 +78,7 @@ QAL_UINT32 TakeSlot(Head &head)
     return ulNode;
 }
 
-/// Returns a slot to the free chain, where it is the next to be taken.
+/// Returns a slot to the free chain, as the next to be taken.
 void ReturnSlot(Head &head, QAL_UINT32 ulNode)
 {
     Node &node = head.pstruBase[ulNode];
@@ -87,8 +88,9 @@ void ReturnSlot(Head &head, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-// The gap that an element leaves. GapOfFirst() and GapOfLast() do not read the link that leads out
-// of the list: even if somebody changed it, the new end has no neighbour there.
+// The gap that an element leaves when it is removed. GapOfFirst() and GapOfLast() do not read the
+// link that should be empty there. Even if somebody changed that link, the new first or last
+// element gets no neighbour on that side.
 
 Gap GapOf(const Node &node)
 {
@@ -109,22 +111,22 @@ Gap GapOfLast(const Node &node)
 void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 {
     Join(head, gap, gap.ulNext, gap.ulPrev);
-    // Kept: the cursor moves here from wherever it was, even when the head or the tail is removed
-    // (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: the cursor moves here from wherever it was, even when the first or the last element is
+    // removed (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
     *ppUserNode = head.pstruBase[ulNode].pstruUserNode;
     ReturnSlot(head, ulNode);
 }
 
-/// The cursor, or kNone if the list is empty, that is, if its count is 0. Slots taken with
-/// SLinkList_Remove_FreeNode() count as well, but a list without elements has no cursor even then
+/// The cursor, or kNone if the list is empty, that is, if its count is 0. The count includes slots
+/// taken with SLinkList_Remove_FreeNode(); if it counts nothing else, the cursor is kNone, too
 /// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
     return head.ulUseNum != 0 ? head.ulNow : kNone;
 }
 
-/// Sets a result to null and returns the list of a handle; null if either pointer is null.
+/// Sets a result to null and returns the list of a handle, or null if either pointer is null.
 Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
 {
     if (ppUserNode == nullptr) {
@@ -134,7 +136,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Sets a result to the user node of an element; kNone means that the list is empty.
+/// Sets a result to the user node of an element. If the element is kNone, the list is empty.
 QAL_UINT32 Get(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     if (ulNode == kNone) {
@@ -144,7 +146,7 @@ QAL_UINT32 Get(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
     return 0;
 }
 
-/// Moves the cursor along a link; @p ulAtEnd is the status if the link is kNone.
+/// Moves the cursor along a link; returns @p ulAtEnd if the link is kNone.
 QAL_UINT32 Step(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd)
 {
     const QAL_UINT32 ulFrom = Cursor(head);
@@ -165,7 +167,7 @@ QAL_UINT32 StepOnly(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd
                                 : XELP_ERR_SLL_INVALID_PARA;
 }
 
-// Kept: the result is set to null at the end of the list, but not if the list is empty
+// Kept: the result is set to null if there is no further element, but not if the list is empty
 // (SLinkListResults.AreClearedAsDocumented).
 QAL_UINT32 StepAndGet(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
@@ -192,7 +194,8 @@ QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(c
     return 0;
 }
 
-/// A Delete call: makes the Remove call, then releases the user node that was handed over.
+/// What every Delete call does: makes its Remove call, then releases the user node handed over, if
+/// any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {
@@ -214,10 +217,11 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 /// What a search found.
 struct Found {
     QAL_UINT32 ulStatus;
-    QAL_UINT32 ulNode; // only if the status is 0
+    QAL_UINT32 ulNode; // kNone unless the status is 0
 };
 
-/// Checks the arguments of a search in the documented order, clears the result and finds the match.
+/// Checks the arguments of a search in the documented order, sets the result to null and looks for
+/// the match.
 Found Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_NodeCmp pfunCmpNode,
              void **ppUserNode)
 {
@@ -509,14 +513,14 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     return head.ulFirstNoUseNode != kNone ? TakeSlot(head) : kNone;
 }
 
-// Not inlined into XELP_SLinkList_Insert(), so that its usual path need not save registers.
+// Not inlined into XELP_SLinkList_Insert(), so that the usual path there need not save registers.
 [[gnu::noinline]] QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
 {
     if (pstruHead == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
     Head &head = *static_cast<Head *>(pstruHead);
-    if (ulFreeNode >= head.ulTotalNum) { // kNone always is
+    if (ulFreeNode >= head.ulTotalNum) { // true for kNone, too
         return XELP_ERR_SLL_INVALID_PARA;
     }
     ReturnSlot(head, ulFreeNode);
