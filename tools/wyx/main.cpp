@@ -59,7 +59,7 @@ ExitCode Run(Words words)
     return arguments.Has("help") ? Help(command) : command.run(arguments);
 }
 
-/// Reports the failure that ended the tool; as JSON, too, with --json.
+/// Reports the failure that ended the tool. With --json, also writes it as JSON.
 ExitCode Ended(const Failure &failure, Words words)
 {
     Report(failure);

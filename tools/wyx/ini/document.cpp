@@ -59,8 +59,8 @@ std::vector<LineParts> PartsOf(const StoredLines &stored)
     return all;
 }
 
-/// Does a file use LF CR as a line end? In others, LF and CR LF may follow each other, and the CR
-/// then belongs to the second.
+/// Does a file use LF CR as a line end? In other files, CR LF may follow a lone LF; the CR then
+/// belongs to the second line end.
 bool HasLfCr(std::string_view bytes)
 {
     for (std::size_t at = bytes.find("\n\r"); at != std::string_view::npos;
@@ -121,7 +121,7 @@ std::vector<std::string> TakeNames(QAL_UINT32 ulStatus, QAL_INT8 **ppszList, QAL
 
 IniDocument::IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts)
 {
-    // A document without lines, to fill by hand.
+    // An empty document, which is filled by hand.
     QAL_UINT32 ulStatus = XELP_IniGetFileContent("/dev/null", &record_);
     for (std::size_t i = 0; ulStatus == XELP_ERR_INI_OK && i < stored.lines.size(); ++i) {
         if (record_.ulLineNum + 1 >= record_.ulTotalLine) {

@@ -26,10 +26,10 @@ constexpr const char *kNobodysHeader = "[\n]\n";
 /// A document of the library.
 class IniDocument {
   public:
-    /// Holds the lines that the library can read: slot i is line i. The slots of the others are
-    /// empty, as if those lines had been removed, and every call skips them. A header that cannot
-    /// be read gets a name of its own, so that the keys after it do not become keys of the section
-    /// before it.
+    /// Holds the lines that the library can read: slot i is line i. The slots of the other lines
+    /// are empty, as if those lines had been removed, and every call skips them. A header that
+    /// cannot be read gets a name of its own, so that the keys after it do not become keys of the
+    /// section before it.
     IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts);
     ~IniDocument();
     IniDocument(IniDocument &&other) noexcept : record_(std::exchange(other.record_, {})) {}
@@ -61,8 +61,8 @@ struct Range {
     std::size_t end = 0;
 };
 
-/// A file as lookups and edits see it: its bytes, its lines, and a document of those that can be
-/// read. The others are on disk and in Lines(), but no lookup finds them.
+/// A file as lookups and edits see it: its bytes, its lines, and a document of the lines that can
+/// be read. The other lines are in Bytes() and Lines(), but no lookup finds them.
 class IniText {
   public:
     /// @throws Failure for what is not text, see RequireText()
@@ -91,8 +91,8 @@ class IniText {
     /// @throws Failure that names the first such line
     void RequireReadable() const;
 
-    /// The failure of a lookup, whose status says whether the key or the section is missing; its
-    /// hint says what might be meant.
+    /// The failure of a lookup whose status says that the key or the section is missing. Its hint
+    /// guesses what was meant.
     Failure NotFound(QAL_UINT32 status, const std::string &section, const std::string &key) const;
 
   private:

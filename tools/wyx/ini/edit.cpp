@@ -95,7 +95,7 @@ void RequireValue(const std::string &key, const std::string &value)
     }
     if (HasBlankEnd(value)) {
         throw Refusal(shown + " begins or ends with a blank, which would be lost",
-                      "quotation marks are kept as a part of a value, and keep blanks inside them");
+                      "quotation marks are kept as part of a value, and keep blanks inside them");
     }
 }
 
@@ -105,7 +105,7 @@ struct Splice {
     std::string bytes;
 };
 
-/// The text with its splices made. They are in order and do not overlap.
+/// The text after applying the splices, which are in order and do not overlap.
 std::string Apply(const std::string &bytes, const std::vector<Splice> &splices)
 {
     std::string result;
@@ -120,7 +120,7 @@ std::string Apply(const std::string &bytes, const std::vector<Splice> &splices)
 /// How a key line is laid out, up to its value.
 struct Style {
     std::string indent;
-    std::size_t nameWidth = 0; // of the key with the blanks after it
+    std::size_t nameWidth = 0; // from the start of the key to the '='
     std::string beforeEquals;
     std::string afterEquals;
 };
@@ -139,7 +139,8 @@ Style StyleOfLine(std::string_view line, bool hasValue)
     return style;
 }
 
-/// A key line in a style. If the equals signs are in a column, the new one is, too, if it fits.
+/// A key line laid out in a style. If the equals signs form a column, the new one goes there,
+/// unless the key is too long.
 std::string KeyLine(const Style &style, const Edit &edit)
 {
     std::string before = style.beforeEquals;
@@ -228,7 +229,7 @@ class Editor {
         : text_(text), edit_(edit), owners_(OwnersOf(text))
     {}
 
-    /// The new text; nothing if it is the old one.
+    /// The new text, or null if nothing changes.
     std::unique_ptr<IniText> Set(std::vector<std::string> &warnings);
     std::unique_ptr<IniText> Delete(std::size_t &deletedLines, std::vector<std::string> &warnings);
 
@@ -309,7 +310,7 @@ void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
 {
     if (owners_[line]) {
         throw Refusal(subject + " is indented below " + LineName(*owners_[line]) +
-                      ": other programs read it as a part of the value there");
+                      ": other programs read it as part of the value there");
     }
 }
 
@@ -326,7 +327,7 @@ void Editor::RequireSameForOthers(std::size_t line) const
         const LineParts &parts = text_.Parts()[i];
         if (parts.kind == INI_SECTION_LINE || (!isText && LooksLikeKey(text_.BytesOf(i)))) {
             throw Refusal(LineName(i) + " is indented below " + shown + " in " + LineName(line) +
-                          ": it is a part of that value or a line of its own, and programs differ");
+                          ": it is part of that value or a line of its own, and programs differ");
         }
     }
     RequireJoinable(line);
@@ -411,13 +412,14 @@ void Editor::Insert(std::size_t before)
             style = StyleOf(i);
             last = LastLineOf(i);
         } else if (!style && parts.IsUnreadable()) {
-            last = i; // whatever this line is, the new one must not part it from its header
+            last = i; // whatever this line is, the new one must not separate it from its header
         }
     }
     if (!style) {
         style = Style();
         if (end < Count()) {
-            // Below a line without an indent, an indented header would be part of its value.
+            // Other programs read a header that is indented more than the key line above it as
+            // part of that key's value.
             const std::string_view next = text_.BytesOf(end);
             style->indent = next.substr(0, next.find('['));
         }
@@ -476,14 +478,14 @@ void Editor::Remove(std::size_t line)
     }
 }
 
-/// Makes the new text, and proves that every other line in it is as it was.
+/// Makes the new text, and checks that every other line in it is as it was.
 std::unique_ptr<IniText> Editor::Finish() const
 {
     std::vector<Splice> splices = splices_;
     std::ranges::sort(splices, {}, [](const Splice &splice) { return splice.old.begin; });
     auto after = std::make_unique<IniText>(
         IniSource::OfBytes(text_.Source().Name(), Apply(text_.Bytes(), splices)));
-    std::vector<std::optional<std::size_t>> expected; // the old lines; nothing for a new one
+    std::vector<std::optional<std::size_t>> expected; // the old lines; none for a new line
     for (std::size_t i = 0; i <= Count(); ++i) {
         if (i == addedAt_) {
             expected.resize(expected.size() + added_);
@@ -537,7 +539,8 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
         throw Refusal(shown + " would read back as " + Quoted(read) +
                       (isCut ? ": ' ;' in it begins a comment" : ""));
     }
-    // For example, a backslash at the end of the file belongs to no line, but joins a new one.
+    // For example, a backslash at the end of the file belongs to no line, but would join a line
+    // that is added.
     const std::string &key = changed_ ? text_.Parts()[*changed_].name : edit_.key;
     const std::optional<std::string> comment =
         changed_ ? text_.Parts()[*changed_].comment : std::nullopt;
@@ -578,7 +581,7 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
     return after;
 }
 
-/// Removes a header and all lines up to the next one, even those that the library does not see:
+/// Removes a header and all lines up to the next header, even those that the library does not see:
 /// otherwise they would become lines of the section before. Directives such as "!include" belong to
 /// no section, and stay.
 void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)

@@ -1,9 +1,9 @@
 // Changing the text of a file, in memory: bytes in, bytes out.
 //
-// The library decides which line to change: the change is first made in a trial document, and the
-// line that differs there is the one. The new text is the old one with only that line's
-// bytes replaced. It is read back before it is returned: the key must have the new value, and every
-// other line must be as it was.
+// The library decides which line to change: the change is first made in a trial document, which
+// shows the line that differs. The new text is the old one with only that line's bytes replaced. It
+// is read back before it is returned: the key must have the new value, and every other line must be
+// as it was.
 #ifndef WYX_TOOL_INI_EDIT_H
 #define WYX_TOOL_INI_EDIT_H
 
@@ -15,7 +15,7 @@
 
 namespace wyx::tool {
 
-/// A change that is not made.
+/// The failure of a change that is refused.
 Failure Refusal(const std::string &what, const std::string &hint = {});
 
 /// One change.
@@ -25,7 +25,7 @@ struct Edit {
     Kind kind = Kind::kSet;
     std::string section{};
     std::string key{};   // not for kDeleteSection
-    std::string value{}; // to set; empty: the key stays without one
+    std::string value{}; // for kSet; empty: the key gets no value
 };
 
 /// What an edit did.
@@ -46,7 +46,7 @@ void RequireWritable(const Edit &edit);
 
 /// Applies edits to the text of a file, one after the other.
 /// @param name           the file's name in messages
-/// @param keepsExisting  do not change keys that exist
+/// @param keepsExisting  skip edits of keys that exist
 /// @throws Failure for an edit that cannot be made, or would not read back as requested
 EditResult ApplyEdits(const std::string &name, const std::string &bytes,
                       const std::vector<Edit> &edits, bool keepsExisting);

@@ -20,14 +20,14 @@ bool IsComment(std::string_view line)
     return text.empty() || text.front() == ';' || text.front() == '#';
 }
 
-/// Can a byte be in any key, whoever reads it?
+/// Does every program accept this byte in a key?
 bool IsLetter(char ch)
 {
     const auto byte = static_cast<unsigned char>(ch);
     return std::isalnum(byte) != 0 || byte >= 0x80 || ch == '_';
 }
 
-/// What a reader that knows ":" and bare keys takes for the key of a line.
+/// The key of a line for a reader that also accepts "key : value" and bare keys.
 std::string KeyOf(std::string_view line)
 {
     return std::string(Trimmed(line.substr(0, line.find_first_of("=:"))));
@@ -70,7 +70,7 @@ Owners OwnersOf(const IniText &text)
     Owners owners(text.Lines().size());
     std::optional<std::size_t> key;
     std::size_t keyIndent = 0;
-    std::vector<std::size_t> pauses; // blank lines and indented comments since the last line
+    std::vector<std::size_t> pauses; // blank lines and indented comments since the last other line
     for (std::size_t i = 0; i < owners.size(); ++i) {
         const LineParts &parts = text.Parts()[i];
         const bool isSection = parts.kind == INI_SECTION_LINE;

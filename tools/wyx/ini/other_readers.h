@@ -1,9 +1,10 @@
 // How programs with another grammar read a file.
 //
 // A file is written for the program that reads it, and that program may read a line differently
-// from the library: a value goes on in the indented lines below it; "key : value" and a bare "key"
-// are keys; a backslash at the end of a line means nothing. The file rarely shows which dialect it
-// is. So an edit is refused if it would be right for one program and damage for another.
+// from the library: a value may continue in the indented lines below it; "key : value" and a bare
+// "key" may be keys; a backslash at the end of a line may mean nothing. The file rarely shows which
+// dialect it is in. So an edit is refused if it would be right for one program and damage for
+// another.
 #ifndef WYX_TOOL_INI_OTHER_READERS_H
 #define WYX_TOOL_INI_OTHER_READERS_H
 
@@ -17,14 +18,14 @@
 
 namespace wyx::tool {
 
-/// The key line that each line belongs to because it is indented deeper; nothing for most lines.
-/// Blank lines and comments indented in the same way belong to a key if another of its lines
-/// follows them.
+/// For each line, the key line that it continues because it is indented deeper; none for most
+/// lines. Blank lines, and comments that are indented deeper, too, belong to a key if another of
+/// its lines follows them.
 using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
 
-/// Does a line look like one that sets a key, whoever reads it?
+/// Does a line look like a key and its value, whichever program reads it?
 bool LooksLikeKey(std::string_view line);
 
 /// Can an indented line be nothing but part of the value above it? No program takes it for a key,

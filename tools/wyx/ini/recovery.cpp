@@ -74,7 +74,7 @@ std::vector<Leftover> FindLeftovers(const std::string &target)
     if (!error) {
         FindBeside(resolved, seen, leftovers);
     }
-    // A number of another length is not a time of our clock, so it comes last. It may belong to
+    // A number of another length is not a plausible time, so it comes last. It may belong to
     // another file: "net1" and a time look like "net" and a longer number.
     std::ranges::sort(leftovers, [](const Leftover &left, const Leftover &right) {
         const auto key = [](const Leftover &leftover) {

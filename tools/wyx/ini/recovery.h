@@ -22,7 +22,7 @@ struct Leftover {
 /// @throws Failure if the directory cannot be read
 std::vector<Leftover> FindLeftovers(const std::string &target);
 
-/// For a target that is missing: a hint if its content is in such a file, or an empty string.
+/// For a target that is missing: a hint if such files are beside it, or an empty string.
 std::string RecoveryHint(const std::string &target);
 
 } // namespace wyx::tool

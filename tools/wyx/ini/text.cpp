@@ -20,7 +20,7 @@ bool IsLineEnd(char ch)
     return ch == '\n' || ch == '\r';
 }
 
-/// Keeps bytes in memory where they can be opened by a name.
+/// Copies bytes to a file in memory, which can be opened by a name.
 Descriptor CopyInMemory(const std::string &bytes)
 {
     Descriptor copy(memfd_create("wyx", MFD_CLOEXEC));

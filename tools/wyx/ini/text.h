@@ -62,7 +62,7 @@ struct RawLine {
 
 std::vector<RawLine> SplitLines(std::string_view bytes);
 
-/// Length of the line end that a text ends in: 0, 1 or 2.
+/// Length of the line end at the end of a text: 0, 1 or 2.
 std::size_t LineEndLength(std::string_view text);
 
 inline std::string_view WithoutLineEnd(std::string_view text)
@@ -87,7 +87,7 @@ struct StoredLine {
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 
-/// All lines of a file. The library stops at one that is too long; these go on after it.
+/// All lines of a file. The library stops at a line that is too long; this list goes on after it.
 struct StoredLines {
     std::vector<StoredLine> lines;
     std::size_t rest = 0; // number of the first physical line not read; 0 if all were
@@ -103,7 +103,7 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOr
 /// The parts of a stored line.
 struct LineParts {
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
-    QAL_UINT32 status = XELP_ERR_INI_OK; // otherwise why the parts could not be read
+    QAL_UINT32 status = XELP_ERR_INI_OK; // if not OK: why the parts could not be read
     std::string name;                    // of the section or key
     std::optional<std::string> value;    // of a key that has one
     std::optional<std::string> comment;  // after a header or value
@@ -114,7 +114,7 @@ struct LineParts {
 
 LineParts ParseLine(const std::string &text);
 
-/// Parses a stored line; one that is too long only gets a status.
+/// Parses a stored line. A line that is too long gets a status and no parts.
 LineParts ParseLine(const StoredLine &line);
 
 /// A value that the library returned; none for "key=", whose value is the line end alone.

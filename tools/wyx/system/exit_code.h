@@ -11,7 +11,7 @@ namespace wyx::tool {
 enum class ExitCode {
     kOk = 0,
     kNo = 1,        ///< not found, or a sum that does not match
-    kUsage = 2,     ///< the command line makes no sense, or asks for what must not be written
+    kUsage = 2,     ///< the command line makes no sense, or asks for a change that is refused
     kIo = 3,        ///< something cannot be read or written
     kMalformed = 4, ///< a file or an address is malformed
 };

@@ -42,7 +42,7 @@ class FileInput {
     /// @throws Failure
     std::size_t Read(std::span<unsigned char> room);
 
-    /// Its name in messages.
+    /// The file's name in messages.
     const std::string &ShownName() const { return shown_; }
 
   private:
@@ -57,10 +57,11 @@ class FileInput {
 /// @throws Failure if reading fails or the file has more than @p limit bytes
 std::string ReadWhole(FileInput &&input, std::size_t limit);
 
-/// Does a regular file hold these bytes and no others?
+/// Does a regular file hold exactly these bytes?
 bool HoldsJust(int fd, std::string_view bytes);
 
-/// Writes all of a text; false, with errno, if it cannot.
+/// Writes all of a text.
+/// @return false, with errno set, if that fails
 bool WriteWhole(int fd, std::string_view text);
 
 /// The name of an input in messages: in quotation marks, or standard input.

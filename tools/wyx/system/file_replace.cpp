@@ -1,7 +1,8 @@
 // The new content goes to a file without a name (O_TMPFILE), which disappears with the process.
 // Once it is complete, it gets a temporary name beside the target, and right after that the
-// target's name. On a file system that needs a name for every file, it has the temporary one from
-// the start. If another instance can lock such a file, its process is gone: the file is removed.
+// target's name. On a file system that needs a name for every file, it has the temporary name from
+// the start. An instance that finds such a file and can lock it removes it: the process that made
+// the file is gone.
 #include "system/file_replace.h"
 
 #include <fcntl.h>
@@ -97,7 +98,7 @@ bool IsFree(int fd)
 void RemoveLeftovers(const fs::path &path)
 {
     const std::string beginning = BeginningOfNewNames(path);
-    std::error_code error; // a directory that cannot be read hides them from everybody
+    std::error_code error; // ignored: leftovers in a directory that cannot be read stay there
     for (fs::directory_iterator entry(path.parent_path(), error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = entry->path().filename();
@@ -189,8 +190,8 @@ class NewFile {
 
     int Get() const { return file_.Get(); }
 
-    /// Gives it the target's name.
-    /// @return false, with errno, if it cannot
+    /// Gives the new file the target's name.
+    /// @return false, with errno set, if that fails
     bool Install()
     {
         if (!target_.Exists()) {
@@ -229,7 +230,7 @@ class NewFile {
 
     const Target &target_;
     Descriptor file_;
-    std::string path_; // empty: it has no name
+    std::string path_; // empty while the file has no name
 };
 
 /// Copies the extended attributes that can be copied: some are the system's own, and not every file
@@ -268,7 +269,8 @@ void AdoptAttributes(int from, int to, const std::string &path)
         throw SystemFailure("cannot keep the owner of " + Quoted(path), errno, kInPlaceHint);
     }
     CopyExtendedAttributes(from, to, path);
-    // Last: a change of the owner clears bits, and an access list sets some.
+    // The mode comes last: changing the owner clears some of its bits, and an access list sets
+    // some.
     if (fchmod(to, status.st_mode & kModeBits) != 0) {
         throw SystemFailure("cannot keep the mode of " + Quoted(path), errno);
     }
@@ -428,7 +430,7 @@ bool KeepAs(const Target &target, const std::string &path)
     if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) {
         return false;
     }
-    // No hard links here: a copy.
+    // A hard link cannot be made here, so make a copy.
     const Descriptor copy(
         open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kNobodyElse));
     if (!copy.IsOpen()) {

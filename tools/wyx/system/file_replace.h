@@ -22,12 +22,13 @@ struct TargetOptions {
     std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
 };
 
-/// The file to change: where its name leads, with symbolic links resolved. It is locked (flock)
-/// against other instances of this tool, and what killed instances left beside it is removed.
+/// The file to change: the one that its name leads to, through symbolic links. It is locked (flock)
+/// against other instances of this tool, and files that killed instances left beside it are
+/// removed.
 class Target {
   public:
     /// @throws Failure for a missing file, a directory, a device, a file that this user may not
-    ///         write, and one that somebody else keeps locked
+    ///         write, and a file that somebody else keeps locked
     Target(const std::string &name, const TargetOptions &options);
 
     const std::string &Path() const { return path_; }
@@ -37,7 +38,7 @@ class Target {
     const std::string &Bytes() const { return bytes_; }
     /// The open and locked file.
     const Descriptor &File() const { return file_; }
-    /// Has it been changed, replaced, removed or made by somebody else since it was read?
+    /// Has somebody else changed, replaced, removed or made the file since it was read?
     bool HasChanged() const;
 
   private:
@@ -52,16 +53,16 @@ class Target {
 /// that no other program takes for configuration: ".NAME.wyx-XXXXXX~".
 /// @param model  for a target that does not exist: the file whose attributes the new one gets;
 ///               null for the usual attributes of a new file
-/// @throws Failure, and then the target is as it was
+/// @throws Failure; the target is then as it was
 void Replace(const Target &target, const std::string &bytes, const Descriptor *model = nullptr);
 
 /// Writes into the target itself. It keeps its owner and its hard links, but whoever reads it
 /// meanwhile, or after a crash, may find half of the change.
-/// @throws Failure, and then the old content has been written back if that was possible
+/// @throws Failure; the old content has then been written back if that was possible
 void WriteInPlace(const Target &target, const std::string &bytes);
 
-/// Gives the target's content another name, which must be free.
-/// @return false, with errno, if it cannot
+/// Keeps the target's content under a second name, which must be free.
+/// @return false, with errno set, if that fails
 bool KeepAs(const Target &target, const std::string &path);
 
 } // namespace wyx::tool

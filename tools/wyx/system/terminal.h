@@ -49,14 +49,14 @@ void PutError(std::string_view message);
 void PutWarning(std::string_view message);
 void PutHint(std::string_view message);
 
-/// Reports a failure with its hint. One without a message is silent.
+/// Writes the message and the hint of a failure, each unless it is empty.
 void Report(const Failure &failure);
 
 /// For a failed system call: "cannot open 'x': No such file or directory".
 Failure SystemFailure(const std::string &what, int error, const std::string &hint = {});
 
 /// The line that shows how far a long file has been read. It appears after half a second if
-/// standard error is a terminal, and is gone when the object is.
+/// standard error is a terminal, and disappears with the object.
 class Progress {
   public:
     /// @param total  size of the file in bytes, 0 if it is not known
@@ -65,7 +65,7 @@ class Progress {
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    /// Says how many bytes have been read so far.
+    /// Takes note of how many bytes have been read so far, and updates the line if it is time to.
     void Advance(std::uint64_t done);
 
   private:

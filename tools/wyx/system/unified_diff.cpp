@@ -99,7 +99,7 @@ std::string UnifiedDiff(const std::string &name, std::string_view before, std::s
     const std::vector<Change> changes = ChangesOf(oldLines, newLines);
     std::string diff = changes.empty() ? "" : "--- " + name + "\n+++ " + name + "\n";
     for (std::size_t i = 0; i < changes.size();) {
-        // Changes whose context meets are shown together.
+        // Changes whose contexts touch or overlap are shown together.
         std::size_t last = i;
         while (last + 1 < changes.size() &&
                changes[last + 1].begin.before - changes[last].end.before <= 2 * kContext) {

@@ -105,7 +105,7 @@ Arguments::Arguments(const Command &command, Words words) : command_(command)
 {
     Take(words);
     if (Has("help") || command.run == nullptr) {
-        return; // whatever else is missing
+        return; // the operands do not matter then
     }
     const std::vector<Operand> operands = OperandsOf(command);
     std::size_t required = 0;
@@ -148,7 +148,7 @@ void Arguments::Take(Words words)
     }
     const int argc = static_cast<int>(argv.size());
     argv.push_back(nullptr);
-    optind = 0; // from the start, also the second time
+    optind = 0; // from the start, the second time, too
     opterr = 0;
     for (int found;
          (found = getopt_long(argc, argv.data(), letters.c_str(), names.data(), nullptr)) != -1;) {

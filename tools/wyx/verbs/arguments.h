@@ -38,7 +38,8 @@ class Arguments {
 
     /// Was the option with this long name given?
     bool Has(std::string_view option) const { return Value(option).has_value(); }
-    /// The value of an option, the last one given; empty for a flag, none if it was not given.
+    /// The value of an option; if it was given more than once, the last value. Empty for a flag,
+    /// none if the option was not given.
     std::optional<std::string> Value(std::string_view option) const;
     /// Which of some options was given last; empty if none was.
     std::string_view Last(std::initializer_list<std::string_view> options) const;

@@ -60,13 +60,13 @@ constexpr Command kCommands[] = {
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
-                    "  tar c dir | wyx sum --crc16 -   sum what a pipe brings\n",
+                    "  tar c dir | wyx sum --crc16 -   the sum of piped data\n",
         .options =
             {
                 {'\0', "crc16", "", "CRC-16: polynomial 0x1021, initial value 0"},
                 {'\0', "crc32", "",
                  "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted: not that of zlib"},
-                {'\0', "md5", "", "MD5, which finds accidents, not forgeries"},
+                {'\0', "md5", "", "MD5, which detects accidents, not forgeries"},
                 {'c', "check", "",
                  "read lists of sums from the FILEs and verify them; the number of digits selects "
                  "the algorithm"},

@@ -15,7 +15,7 @@ class Arguments;
 struct Option {
     char letter;            // the short name; NUL for none
     std::string_view name;  // the long name, without its dashes; empty for none
-    std::string_view value; // what follows it, as the help calls it; empty for a flag
+    std::string_view value; // the name of its value in the help; empty for a flag
     std::string_view text;
 };
 
@@ -25,8 +25,8 @@ struct Command {
 
     std::string_view name;    // "ini get"; empty for the tool itself
     std::string_view summary; // its line in the list of verbs
-    /// What follows it, separated by spaces: "FILE", "[FILE]" if it may be left out, "FILE..." if
-    /// it may be repeated. The names decide what is completed.
+    /// Its operands, separated by spaces: "FILE", "[FILE]" if it may be left out, "FILE..." if it
+    /// may be repeated. The names decide how an operand is completed.
     std::string_view operands;
     std::string_view text; // paragraphs
     std::string_view examples;

@@ -17,7 +17,7 @@ void Offer(std::string_view word, std::string_view current, std::string_view tex
     }
 }
 
-/// What the words before the current one say about it.
+/// What the words before the current word say about it.
 struct Typed {
     std::vector<std::string> operands;
     const Option *waiting = nullptr; // an option whose value comes next

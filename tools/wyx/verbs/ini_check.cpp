@@ -1,7 +1,7 @@
 // wyx ini check: everything that is wrong with files, and what may surprise their authors.
 //
-// The library's own check stops at the first line at fault and counts stored lines. Here
-// the same calls judge every line, and lines have the numbers that an editor shows.
+// The library's own check stops at the first faulty line and counts stored lines. Here the same
+// calls judge every line, and lines have the numbers that an editor shows.
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -55,7 +55,7 @@ class Findings {
     std::vector<Finding> all_;
 };
 
-/// @param hasSection  has there been a section header yet? Set at the first one.
+/// @param hasSection  has there been a section header yet? The first header sets it.
 QAL_UINT32 CheckLine(const std::string &text, bool &hasSection)
 {
     std::string line = text;
@@ -95,8 +95,8 @@ struct NameLess {
     }
 };
 
-/// Warns of a value that ends in what looks like a comment, outside quotation marks, and says why
-/// it is not one.
+/// Warns of a value that ends in what looks like a comment outside quotation marks, and says why
+/// lookups take it for part of the value.
 void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 {
     bool isQuoted = false;
@@ -109,14 +109,14 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
         }
         if (!isQuoted && before == '\t') {
             findings.Warning(line, "tab-before-comment",
-                             "lookups take the ';' after a tab for a part of the value");
+                             "lookups take the ';' after a tab for part of the value");
             return;
         }
         if (!isQuoted && before == ' ') {
             findings.Warning(line, isEarlier ? "semicolon-before-comment" : "quoted-comment",
-                             isEarlier ? "lookups take ' ;' for a part of the value, as a ';' "
+                             isEarlier ? "lookups take ' ;' for part of the value, as a ';' "
                                          "without a space before it comes first"
-                                       : "lookups take ' ;' for a part of the value, as a '\"' "
+                                       : "lookups take ' ;' for part of the value, as a '\"' "
                                          "follows it");
             return;
         }
@@ -130,7 +130,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
     for (const StoredLine &line : stored.lines) {
         if (HasLineEnd(WithoutLineEnd(line.text))) {
             findings.Warning(line.first, "leading-backslash",
-                             "the next line begins with a backslash, and is taken for a part of "
+                             "the next line begins with a backslash, and is taken for part of "
                              "this one");
         } else if (line.count > 1 && !line.isTooLong) {
             findings.Warning(line.first, "continuation",

@@ -81,7 +81,7 @@ std::vector<Edit> ParseSettings(const std::string &section, Words words)
     return edits;
 }
 
-/// An edit for each key of a file; if a key is there more than once, for its last line.
+/// An edit for each key of a file; if the file has a key more than once, its last line counts.
 std::vector<Edit> EditsOf(const IniText &other)
 {
     other.RequireReadable();
@@ -116,7 +116,7 @@ EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
     }
     if (arguments.Has("existing")) {
         for (const Edit &edit : edits) {
-            text.Value(edit.section, edit.key); // which fails if there is none
+            text.Value(edit.section, edit.key); // throws if the key is missing
         }
     }
     EditResult result = ApplyEdits(name, bytes, edits, arguments.Has("if-missing"));

@@ -25,7 +25,8 @@ bool Exists(const std::string &name)
     return access(name.c_str(), F_OK) == 0;
 }
 
-/// Reads the file, with a hint for those who named the file last or whose save was interrupted.
+/// Reads the file. If it is missing, the failure hints at a file that was named last, or at an
+/// interrupted save.
 IniSource ReadSource(const Arguments &arguments)
 {
     const std::string &file = arguments[0];

@@ -27,8 +27,8 @@ namespace {
 constexpr const char *kNewest = "newest";
 constexpr int kMostBackups = 1000;
 
-/// What is known of a leftover. It may be incomplete: a save that dies while it writes leaves a
-/// part, and nothing in the file says how much was still to come.
+/// What is known of a leftover. It may be incomplete: a save that dies while it writes leaves the
+/// first part of the content, and nothing in the file says how much was still to come.
 struct Candidate {
     Leftover leftover;
     Descriptor file;
@@ -211,7 +211,7 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
     if (!candidate.IsSound() && !arguments.Has("force")) {
         throw Failure(ExitCode::kUsage,
                       Quoted(leftover.path) + " is not restored: " + Remark(candidate, false),
-                      "--force restores it all the same");
+                      "--force restores it anyway");
     }
     const Target target(name, {.limit = kLargestFile, .mayBeMissing = true});
     const std::string backup = target.Exists() ? KeepOld(target) : "";
