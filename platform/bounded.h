@@ -36,7 +36,7 @@ WYX_API QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSr
                                QAL_ULONG ulCount);
 
 /**
- * @brief Fills bytes. The compiler does not optimise the fill away, so it can wipe a secret.
+ * @brief Fills bytes. The fill is never optimised away, so this call can wipe a secret.
  *
  * @param[out] pDest      the destination; untouched on failure
  * @param[in]  ulDestMax  its size in bytes
@@ -79,7 +79,7 @@ WYX_API QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
  * @param[in]  ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]  pszFormat  the format; arguments follow
  * @return the length of the result, or -1 if it does not fit with its terminator, or cannot be
- *         formatted. *Default adapter*: -1 also for a result of 2,147,483,647 bytes, however large
+ *         formatted. *Default adapter*: also -1 for a result of 2,147,483,647 bytes, however large
  *         the block is.
  */
 WYX_API QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszFormat,

@@ -2,19 +2,20 @@
  * @file mem_accounting.h
  * @brief Which source line holds how much memory, in the accounting build of the default adapter.
  *
- * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. It knows the
- * source line that allocated each live block. Releasing anything but a live block or null ends the
- * process with a message on the standard error output.
+ * Only an adapter built with the option WYX_OS_ADAPTER_ACCOUNTING has these calls. Such an adapter
+ * knows the source line that allocated each live block. Releasing anything but a live block or null
+ * ends the process with a message on the standard error output.
  *
- * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the very last
- * one is larger. As long as a block is held back, its memory is not reused, and a second release of
- * it is recognised: the message names the line that allocated it and both lines that released it.
- * After that time, the message may name only the line of the second release, or also lines of a
- * newer block that contains the address. If a live block starts at that address by then, there is
+ * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the last one
+ * alone is larger. While a block is held back, its memory is not reused, and a second release of it
+ * is recognised: the message names the line that allocated it and both lines that released it. (If
+ * there was no memory to record the line of the first release, the message names the allocating
+ * line in its place.) Later, the message names the line of the second release and, if a newer block
+ * contains the address, that block's lines. If a live block starts at the address by then, there is
  * no message: the second release takes that block from its owner.
  *
- * XELP_MemMallocD() fills a block with 0xA5, a release with 0x5A. Nothing checks these patterns,
- * so a write past the end of a block or after its release is not noticed.
+ * XELP_MemMallocD() fills a block with 0xA5, and a release fills it with 0x5A. Nothing checks these
+ * patterns, so a write to a released block is not noticed; neither is a write past a block's end.
  *
  * All calls may run on any number of threads.
  */
@@ -58,11 +59,11 @@ typedef struct wyxMem_S_Block {
 WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
 
 /**
- * @brief The use of each call site that ever got a block, in the order of their first calls,
- * releases included.
+ * @brief The use of each call site that ever got a block, in the order of their first calls, to
+ * allocate or to release.
  *
  * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
- * @param[in]  ulMax       how many fit there; the rest is left out
+ * @param[in]  ulMax       how many fit there; the rest are left out
  * @return how many call sites there are.
  */
 WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
@@ -71,7 +72,7 @@ WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
  * @brief The live blocks, in no particular order.
  *
  * @param[out] pstruBlocks  room for the blocks; may be null if @p ulMax is 0
- * @param[in]  ulMax        how many fit there; the rest is left out
+ * @param[in]  ulMax        how many fit there; the rest are left out
  * @return how many live blocks there are.
  */
 WYX_API QAL_ULONG wyx_mem_blocks(wyxMem_S_Block *pstruBlocks, QAL_ULONG ulMax);

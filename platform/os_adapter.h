@@ -7,8 +7,8 @@
  * put a double in front of it. Apart from these symbols, the library uses at most `memcpy` and
  * `strtoul` of the C library, and what the compiler inserts by itself, such as the stack protector.
  *
- * This page is the contract that every adapter must keep. What the default adapter promises beyond
- * it is marked *Default adapter*.
+ * This page is the contract that every adapter must keep. Promises that only the default adapter
+ * makes are marked *Default adapter*.
  *
  * @code{.c}
  * QAL_UINT32 len = XELP_StrLen(text);
@@ -59,7 +59,7 @@ WYX_API void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CH
  * @brief Allocates a block filled with zero bytes.
  *
  * @param[in] ulSize      size in bytes; 0 counts as 1
- * @param[in] ulReserved  0
+ * @param[in] ulReserved  always 0
  * @param[in] ulLine      the caller's source line
  * @param[in] pszFile     the caller's source file; must stay valid until the block is released
  * @return as XELP_MemMallocD().
@@ -96,18 +96,18 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * an error, so the library would take the error for the end of the file, and the next save would
  * write back only what came before it.
  *
- * *Default adapter*: descriptors are close-on-exec. errno says why a call failed, here and for the
- * other calls. Directories and modes other than "r" and "w" are refused. For reading, a regular
- * file is read whole into memory at once, and its descriptor is closed; a read error makes this
- * call fail. Pipes and devices are read piece by piece as XELP_Fgetc() needs more, and end at a
- * read error. Opening a FIFO waits until its other end is open, too. For writing, a name that is
+ * *Default adapter*: descriptors are close-on-exec. If this or any other file service fails, errno
+ * says why. Directories and modes other than "r" and "w" are refused. For reading, a regular file
+ * is read whole into memory at once, and its descriptor is closed; a read error makes this call
+ * fail. Pipes and devices are read piece by piece as XELP_Fgetc() needs more, and end at a read
+ * error. Opening a FIFO waits until its other end has been opened. For writing, a name that is
  * itself a symbolic link is refused. A failed call leaves no new file and changes no old one.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
- * next "w" for that name within ten seconds only creates a file, and fails if one exists. Only the
- * last 64 such names are remembered; the old names of renamed files count among them (see
- * XELP_Remove()). Within these limits, two saves in different processes never both take a name that
- * both found free.
+ * next attempt to open that name for writing within ten seconds fails if the name exists by then.
+ * Only the last 64 such names are remembered; that number includes the old names of renamed files
+ * (see XELP_Remove()). Within these limits, two saves in different processes never both take a name
+ * that both found free.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -130,13 +130,13 @@ WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
  * @brief Moves the position in a file.
  *
  * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes
- * too. In a file opened for reading the position can move anywhere from its start to its end, in a
- * pipe or device only within the part that is buffered. In a file opened for writing it can move
- * wherever the system allows.
+ * too. In a regular file opened for reading, the position can move anywhere from the start to the
+ * end; in a pipe or device, only within the part that is buffered. In a file opened for writing, it
+ * can move wherever the system allows.
  *
  * @param[in] pstruFile  an open file
  * @param[in] lOffset    distance in bytes
- * @param[in] lWhence    from where: 0 the start, 1 the current position, 2 the end
+ * @param[in] lWhence    where to measure from: 0 the start, 1 the current position, 2 the end
  * @return 0, or another value on failure, which leaves the position as it was.
  */
 WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32 lWhence);
@@ -147,8 +147,9 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
  * *Default adapter*: what was reported as written to a local file system cannot be lost to a full
  * disk: the kernel has it, or blocks are reserved for it. The count shows when such a disk is full
  * or the process's file size limit is reached; the limit raises no SIGXFSZ here. (A FIFO without a
- * reader does raise SIGPIPE.) After an error the file accepts nothing more; it may end with a part
- * of the item that failed.
+ * reader does raise SIGPIPE.) If the limit has been lowered by the time buffered bytes are handed
+ * to the kernel, those beyond it are lost, and XELP_Fclose() fails. After an error the file accepts
+ * nothing more; it may end with part of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -165,7 +166,7 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  *
  * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
  * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
- * XELP_Rename() also fails, once, without acting, so that the old file survives. (If the
+ * XELP_Rename() fails as well, once, and does nothing else, so that the old file survives. (If the
  * failure cannot be stored for the thread, the next such call of any thread fails instead.) If
  * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
  * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a
@@ -179,13 +180,13 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
 /**
  * @brief Removes a file.
  *
- * *Default adapter*: never removes a directory. It also reports an earlier failure: see
- * XELP_Fclose(). If this process has renamed a file away from a name that ends in ".ibk" within the
- * last ten seconds, and has not given that name to a file since, the next call for that name
- * fails, once: a file that now has the name may belong to another process.
+ * *Default adapter*: never removes a directory. It may also report an earlier failure: see
+ * XELP_Fclose(). If this process renamed a file whose name ended in ".ibk" within the last ten
+ * seconds, and has not given that name to a file since, the next call for that name fails, once: a
+ * file that now has the name may belong to another process.
  *
  * @param[in] pszName  the file's name, borrowed
- * @return 0, or another value if nothing was removed, as for a file that does not exist.
+ * @return 0, or another value if nothing was removed, for example because there is no such file.
  */
 WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 
@@ -194,10 +195,10 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
  *
  * *Default adapter*: flushes the directory to the device, or both directories if they differ. If
  * that fails, this call fails although the file has its new name, because a power cut may bring
- * back the old one. It also reports an earlier failure: see XELP_Fclose().
+ * back the old one. It may also report an earlier failure: see XELP_Fclose().
  *
  * @param[in] pszOldName  the file's name, borrowed
- * @param[in] pszNewName  its name from now on, borrowed; on the same file system
+ * @param[in] pszNewName  its new name, borrowed; must be on the same file system
  * @return 0, or another value on failure.
  */
 WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName);
@@ -211,8 +212,8 @@ WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNew
  *
  * *Default adapter*: milliseconds since 1970-01-01 00:00 UTC. A process never gets a value twice:
  * if it asks more often than once a millisecond, or if the clock is set back, each call returns one
- * more than the last until the clock has caught up. So two saves in one process never choose the
- * same name for their new files.
+ * more than the call before, until the clock has caught up. So two saves in one process never
+ * choose the same name for their new files.
  *
  * @return a count of milliseconds.
  */
@@ -262,8 +263,8 @@ WYX_API QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub);
  *
  * @param[in] pszLeft   a string
  * @param[in] pszRight  another
- * @return 0 if they are equal, otherwise a value below or above 0 as the left one sorts before or
- *         after the right one.
+ * @return 0 if they are equal, a value below 0 if the left one sorts first, or a value above 0 if
+ *         the right one does.
  */
 WYX_API QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight);
 

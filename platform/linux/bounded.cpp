@@ -1,4 +1,4 @@
-// Bounded copies measure first and write only what fits; a format that does not fit is cleared.
+// The copies measure first and write only what fits; a formatted text that does not fit is cleared.
 #include "bounded.h"
 
 #include <climits>

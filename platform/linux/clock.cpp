@@ -1,4 +1,4 @@
-// The clock: milliseconds since 1970-01-01 00:00 UTC, no value twice.
+// The clock: milliseconds since 1970-01-01 00:00 UTC, never the same value twice.
 #include "os_adapter.h"
 
 #include <time.h>

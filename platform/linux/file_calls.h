@@ -1,5 +1,5 @@
 // The system calls for files, except fstat() and lseek(). Only these functions rely on what Linux
-// does beyond POSIX, at the comments that begin with "Linux:". Check those first in a port.
+// does beyond POSIX, at the comments that begin with "Linux:". In a port, check those places first.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 
@@ -44,7 +44,7 @@ bool Flush(int iFd);
 /// Writes everything to its device.
 void FlushEverything();
 
-/// Reserves blocks for a part of a file, which may end beyond the file, without changing its size.
+/// Reserves blocks for a range of a file, which may go beyond its end, without changing its size.
 bool ReserveBlocks(int iFd, off_t lFrom, off_t lUpTo);
 
 /// Sets the size of a file, which releases the blocks reserved beyond it.

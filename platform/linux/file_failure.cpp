@@ -1,8 +1,7 @@
 // A thread's failure is kept under a pthread key, not in a thread_local variable: Android emulates
-// such variables, allocates at each thread's first use and aborts if there is no memory. A key,
-// too, has a value for each thread that lasts as long as the thread, but storing that value returns
-// an error if there is no memory. A process in which nothing fails has no key and looks up no
-// value.
+// such variables, allocates at each thread's first use and aborts if there is no memory. A key also
+// has a value for each thread, which lasts as long as the thread, but storing that value returns an
+// error if there is no memory. A process in which nothing fails has no key and looks up no value.
 #include "file_failure.h"
 
 #include <pthread.h>

@@ -1,6 +1,6 @@
-// Names under which this process has no file, because it has just found none or renamed its own
-// away. A file that appears under such a name belongs to another process, and must not be emptied
-// or removed.
+// Names under which this process has no file, because it has just found none there or has renamed
+// its own. A file that appears under such a name belongs to another process, and must not be
+// emptied or removed.
 //
 // A save first checks that the name of its new file is free. It then creates the file, renames
 // it, and removes the old name again. Two processes that save one target in the same millisecond

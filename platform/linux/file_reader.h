@@ -2,8 +2,8 @@
 //
 // A regular file is read whole when it is opened: XELP_Fgetc() can report an error only as -1,
 // which a caller would take for the end of the file. Other kinds stream through a buffer that keeps
-// the last byte of the previous part, so that the position can always step back by one. Either way
-// the position only moves within what is in memory.
+// the last byte of the previous part, so that the position can always step back over the byte read
+// last. Either way, the position only moves within what is in memory.
 #ifndef WYX_PLATFORM_LINUX_FILE_READER_H
 #define WYX_PLATFORM_LINUX_FILE_READER_H
 

@@ -16,7 +16,7 @@ namespace wyx::os {
 struct Writer : xelpFile {
     QAL_UINT8 *pucBuffer;
     QAL_ULONG ulWaiting; // bytes in the buffer
-    off_t lWritten;      // where the buffer starts in the file: the kernel has all before it
+    off_t lWritten;      // where the buffer starts in the file: the kernel has the bytes before it
     off_t lReserved;     // blocks are reserved up to here
     off_t lBlock;        // the unit of reservation
     int iFd;
@@ -34,7 +34,7 @@ Writer *OpenWriter(const QAL_CHAR *pszName);
 /// Writes bytes now or later; fewer than requested if the file fails.
 QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 
-/// Moves the position as the system does; 0 on success.
+/// Moves the position as lseek() does; 0 on success.
 QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence);
 
 /// Writes what is buffered, flushes and closes; returns what made the file fail, or 0.

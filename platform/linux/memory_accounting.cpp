@@ -1,6 +1,7 @@
-// Memory with accounting: every block is recorded with the line that requested it, and stays known
-// for a while after its release. So a second release can be distinguished from the release of a
-// foreign pointer, and its message names the lines of the allocation and of both releases.
+// Memory with accounting: every block is recorded with the line that requested it, and the record
+// is kept for a while after the block's release. So a second release can be distinguished from the
+// release of a foreign pointer, and its message names the lines of the allocation and of both
+// releases.
 //
 // The records are kept apart from the blocks, so that a caller who writes past a block does not
 // damage them, and a foreign pointer is recognised without reading what it points to.
@@ -34,7 +35,7 @@ static_assert(std::has_single_bit(kFirstBlockChains));
 struct Site {
     Site *pstruNextInChain;
     Site *pstruNext;         // in the order of their first use
-    const QAL_CHAR *pszFile; // a copy, stored after the entry: the caller's can be unloaded
+    const QAL_CHAR *pszFile; // a copy, stored after the entry: the caller may be unloaded
     QAL_UINT32 ulLine;
     wyxMem_S_Use struUse;
 };
@@ -226,8 +227,8 @@ void ForgetOldest()
     std::free(pstruBlock);
 }
 
-/// Prints what is known about a pointer that must not be released, and ends the process. Unlocks
-/// before the end, so that a signal handler can still allocate.
+/// Prints what is known about a pointer that must not be released, and aborts. Unlocks first, so
+/// that a handler of the signal can still allocate.
 [[noreturn]] void Refuse(const void *pMemory, const Block *pstruBlock, const QAL_CHAR *pszFile,
                          QAL_UINT32 ulLine)
 {
