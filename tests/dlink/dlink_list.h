@@ -15,7 +15,7 @@ struct DLink {
 
     static constexpr QAL_UINT32 kInvalid = XELP_ERR_DLL_INVALID_PARA;
     static constexpr QAL_UINT32 kMemory = XELP_ERR_DLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // it has no limit
+    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // never returned: there is no limit
     static constexpr QAL_UINT32 kFind = XELP_ERR_DLL_FIND;
     static constexpr QAL_UINT32 kHead = XELP_ERR_DLL_HEAD;
     static constexpr QAL_UINT32 kTail = XELP_ERR_DLL_TAIL;
@@ -28,8 +28,8 @@ struct DLink {
     static constexpr Flag kYes = XELP_DLL_FreeUserNode_Yes;
     static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
 
-    static constexpr std::size_t kCapacity = 0; // none
-    static constexpr char kResultIfEmpty = '-'; // cleared by every call that has one
+    static constexpr std::size_t kCapacity = 0; // no limit
+    static constexpr char kResultIfEmpty = '-'; // the calls set it to null
     static constexpr bool kChecksEveryResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;
@@ -52,7 +52,7 @@ struct DLink {
             observed.places.push_back(reinterpret_cast<std::uintptr_t>(p));
             pPrev = p;
             if (observed.users.size() > head.ulTotalNum) {
-                ADD_FAILURE() << "more elements than counted";
+                ADD_FAILURE() << "more elements than the list counts";
                 break;
             }
         }

@@ -1,4 +1,4 @@
-// The doubly linked list: the test suite that both lists share, and what only this list does.
+// Tests of the doubly linked list: the suite that both lists share, and what only this list does.
 #include "wyx_commlib/dlink.h"
 
 #include <set>
@@ -32,14 +32,14 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
     void *pResult = nullptr;
 
     Build("a[b]c");
-    Head().ulTotalNum = 0; // the count decides for these ...
+    Head().ulTotalNum = 0; // the following calls look at the count ...
     for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode}) {
         EXPECT_EQ(status(call), XELP_ERR_DLL_NULL) << call.pszName;
     }
     EXPECT_EQ(XELP_DLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
     EXPECT_EQ(XELP_DLinkList_Remove(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
     EXPECT_EQ(Walker<DLink::Process_List>().Walk(list), XELP_ERR_DLL_NULL);
-    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and not for these
+    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and these do not
     EXPECT_EQ(status(kGetTailNode), 0U);
     const DLinkList_S_Head before = Head();
     EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 0U);
@@ -74,7 +74,7 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
 
 using DLinkListEnds = DLinkListTest;
 
-/// Here the links that lead out of the list at its ends are not null, though they should be.
+/// Here the links that lead out of the list at its ends are not null, although they should be.
 TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {
@@ -84,7 +84,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
         DLinkList_S_Node *const pB = pA->pstruNNode;
         DLinkList_S_Node *const pC = pB->pstruNNode;
         DLinkList_S_Node *const pD = pC->pstruNNode;
-        Head().pstruFirstNode = pB; // and b still links to a
+        Head().pstruFirstNode = pB; // but b still links back to a
         Head().ulTotalNum = 3;
         void *pResult = nullptr;
         EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_HeadNode(list)
@@ -95,7 +95,7 @@ TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
         EXPECT_EQ(pA->pstruNNode, pB); // untouched
         EXPECT_EQ(Text(), "[c]d");
 
-        Head().pstruLastNode = pC; // and c still links to d
+        Head().pstruLastNode = pC; // but c still links on to d
         Head().ulTotalNum = 1;
         EXPECT_EQ(isDelete ? XELP_DLinkList_Delete_TailNode(list)
                            : XELP_DLinkList_Remove_TailNode(list, &pResult),
@@ -182,8 +182,8 @@ TEST_F(DLinkListMemory, EveryCallPassesItsOwnLine)
     for (const Event &event : platform.Events()) {
         lines.insert(event.line);
     }
-    // The head is allocated and released; a node is allocated, given back by a refused insertion,
-    // and released by a removal and by the teardown.
+    // The head is allocated and released. A node is allocated; it is released by a refused
+    // insertion, by a removal and by the teardown.
     EXPECT_EQ(lines.size(), 6U);
 }
 

@@ -1,13 +1,14 @@
 #include "../hash/hash_calls.h"
 #include "fuzz_support.h"
 
-// The table, and then a program of calls on it, including those made by callbacks.
+// The input describes a table, and then a program of calls on it, which includes those that
+// callbacks make.
 WYX_FUZZ_TARGET(hash)
 {
     using namespace wyx::test::hash;
     ResetCallbacks();
     const QAL_UINT32 ulHashSize = 1 + input.Below(32);
-    g_hashBase = input.Below(2) == 0 ? 0 : 0xFFFFFFF8; // from the last values to the first
+    g_hashBase = input.Below(2) == 0 ? 0 : 0xFFFFFFF8; // then some hash values wrap
     const QAL_UINT32 ulFlag = input.Below(3);
     void *pTable = nullptr;
     ASSERT_EQ(InitLetters(ulHashSize, &pTable), 0U);

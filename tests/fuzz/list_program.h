@@ -1,5 +1,5 @@
-// A program of calls on a list, compared with a plain model; a callback's calls are part of the
-// program.
+// Runs a program of calls on a list and on a plain model, and compares the two. The program
+// includes the calls that callbacks make.
 #ifndef WYX_TESTS_FUZZ_LIST_PROGRAM_H
 #define WYX_TESTS_FUZZ_LIST_PROGRAM_H
 

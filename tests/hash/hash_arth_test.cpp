@@ -1,6 +1,7 @@
-// The hash table, through its calls and by looking at its record.
+// Tests the hash table through its calls, and by looking at its head and chain nodes.
 //
-// Keys are strings of one letter, and so are user nodes; hash_calls.h says how tables are written.
+// Keys are strings of one letter, and user nodes are letters. hash_calls.h says how a table is
+// written.
 #include "wyx_commlib/hash.h"
 
 #include <algorithm>
@@ -88,7 +89,8 @@ class HashTest : public PlatformTest {
         return ulStatus;
     }
 
-    /// Creates a new table and saves the letters in order; the cursor goes to @p chCursor.
+    /// Creates a new table, saves the letters in order, and puts the cursor on @p chCursor, if it
+    /// is given.
     void Build(QAL_UINT32 ulHashSize, std::string_view letters, char chCursor = '\0')
     {
         Drop();
@@ -107,7 +109,8 @@ class HashTest : public PlatformTest {
 
     std::string Text() { return TextOf(table); }
 
-    /// The recorded memory calls: those of the table by their kind, those of a callback as "key".
+    /// The recorded memory calls as text: those of the table by kind, those of the key callback as
+    /// "key".
     std::string MemoryCalls() const
     {
         std::string text;
@@ -180,10 +183,10 @@ TEST_F(HashInit, WrappedSizeIsRequestedAndReportedAsMemory)
         QAL_UINT32 ulHashSize;
         const char *pszCalls;
     } aCase[] = {
-        {536870905, "S 0, freeD"},   // the first that wraps
+        {536870905, "S 0, freeD"},   // the first size that wraps
         {536870906, "S 8, freeD"},   //
         {0x20000000, "S 56, freeD"}, // the head alone
-        {0x20000001, "S 64, freeD"}, // and one bucket
+        {0x20000001, "S 64, freeD"}, // the head and one bucket
         {0x40000000, "S 56, freeD"}, // wraps twice
         {0xFFFFFFFF, "S 48, freeD"}, // less than the head
     };
@@ -225,7 +228,7 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
     g_onRelease = [&](char chWhat, char) {
         const auto ended =
             std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
-        // Before an entry's key is released, both blocks of every earlier entry are released.
+        // Both blocks of every earlier entry have been released before this entry's key is.
         EXPECT_EQ(platform.Events().size(),
                   2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
     };
@@ -335,7 +338,7 @@ TEST_F(HashSaveNode, FailingHashDoesNothingElse)
 
 TEST_F(HashSaveNode, AnyHashValueIsReducedToABucket)
 {
-    // the largest values, too, as unsigned 32-bit numbers: 0xFFFFFFFF mod 7 is 3
+    // Even the largest values are reduced as unsigned 32-bit numbers: 0xFFFFFFFF mod 7 is 3.
     g_hashBase = 0xFFFFFFFF;
     ASSERT_EQ(InitLetters(7, &table), 0U);
     ASSERT_EQ(Save('a'), 0U); // 0xFFFFFFFF
@@ -351,12 +354,12 @@ TEST_F(HashSaveNode, CopiesTheKeyAsItIs)
     Build(1, "");
     char acKey[300];
     for (std::size_t i = 0; i < sizeof acKey; ++i) {
-        acKey[i] = static_cast<char>('a' + i); // NULs and bytes above 0x7F among them
+        acKey[i] = static_cast<char>('a' + i); // includes NULs and bytes above 0x7F
     }
     for (const QAL_UINT32 ulKeyLen : {1U, 2U, 255U, 300U}) {
         SCOPED_TRACE(ulKeyLen);
         g_copies.clear();
-        acKey[0] = static_cast<char>('a' + ulKeyLen % 20); // another key each time
+        acKey[0] = static_cast<char>('a' + ulKeyLen % 20); // a different key each time
         platform.StartRecording();
         ASSERT_EQ(XELP_Hash_SaveNode(table, acKey, ulKeyLen, User('u')), 0U);
         EXPECT_EQ(MemoryCalls(), "S " + std::to_string(ulKeyLen) + ", S 24");
@@ -400,9 +403,9 @@ TEST_F(HashSearch, FindsTheEntryOfAKey)
         QAL_UINT32 ulStatus;
         const char *pszRemoved; // the table after a removal
         const char *pszQueried; // the table after a query
-        const char *pszCalls;   // of both, without the releases
+        const char *pszCalls;   // of either call, without the releases
     } aCase[] = {
-        // an empty table is recognised before the key is hashed
+        // an empty table is reported before the key is hashed
         {"", '\0', 'a', XELP_ERR_HASH_NULL, "||", "||", ""},
         {"a", 'a', 'b', XELP_ERR_HASH_FIND, "[a]||", "[a]||", "hb "},
         {"adb", 'b', 'g', XELP_ERR_HASH_FIND, "da|[b]|", "da|[b]|", "hg g=d g=a "},
@@ -532,9 +535,9 @@ TEST_F(HashRemoveCurNode, RemovesTheEntryAtTheCursor)
         {"a", 'a', 'a', 0, "||"},
         {"adgb", 'g', 'g', 0, "[d]a|b|"},
         {"adgb", 'd', 'd', 0, "g[a]|b|"},
-        {"adgb", 'a', 'a', 0, "gd|b|"}, // the cursor is null, not in the next bucket
+        {"adgb", 'a', 'a', 0, "gd|b|"}, // the cursor does not move to the next bucket
         {"adgb", 'b', 'b', 0, "gda||"},
-        {"adgb", '\0', 'b', 0, "gda||"}, // the one saved last
+        {"adgb", '\0', 'b', 0, "gda||"}, // the cursor is on the entry saved last
     };
     for (const auto &c : aCase) {
         SCOPED_TRACE(std::string(c.pszSaved) + " at " + c.ch);
@@ -591,7 +594,8 @@ TEST_F(HashRemoveCurNode, FailingHashClearsTheResultOnly)
 
 TEST_F(HashRemoveCurNode, EntryNotInItsBucketReturnsSuccessAndNull)
 {
-    for (const QAL_UINT32 ulBase : {1U, 2U}) { // a bucket with another entry, and an empty one
+    // The hash function now leads to a bucket with another entry, and then to an empty bucket.
+    for (const QAL_UINT32 ulBase : {1U, 2U}) {
         SCOPED_TRACE(ulBase);
         Build(3, "adb", 'd');
         g_hashBase = ulBase;
@@ -689,7 +693,7 @@ TEST_F(HashWalk, PassesItsArgumentsUnchecked)
                                                 User('b'),  &pOther,   nullptr,   User('a'),
                                                 nullptr,    nullptr,   User('b'), nullptr};
     EXPECT_EQ(passed, expected);
-    EXPECT_EQ(g_calls, ""); // it hashes and compares nothing
+    EXPECT_EQ(g_calls, ""); // a walk neither hashes nor compares keys
 }
 
 TEST_F(HashWalk, PutsTheCursorOnEachEntry)
@@ -724,7 +728,7 @@ TEST_F(HashWalk, StopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
 
 TEST_F(HashWalk, ContinuesFromTheCursor)
 {
-    bool isDone = false; // for what happens only once
+    bool isDone = false; // set once the callback has acted, so that it acts only once
     const auto at = [&](char chAt, std::function<void()> act) {
         return [&isDone, chAt, act](char ch) {
             if (ch == chAt && !isDone) {
@@ -744,7 +748,7 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
         const char *pszVisited;
         const char *pszAfter;
     } aCase[] = {
-        {"nothing", nullptr, "gdaebc", "gda|eb|[c]"},
+        {"does nothing", nullptr, "gdaebc", "gda|eb|[c]"},
         {"deletes each", [&](char) { return XELP_Hash_DeleteCurNode(table); }, "gdaebc", "||"},
         {"removes each", [&](char) { return RemoveCur(); }, "gdaebc", "||"},
         {"deletes each by its key",
@@ -755,14 +759,14 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
         {"deletes the last entry", at('c', deleteCurrent), "gdaebc", "gda|eb|"},
         {"removes the next one: continues with its successor", at('g', [&] { remove('d'); }),
          "gaebc", "ga|eb|[c]"},
-        {"removes one of another bucket: the rest of that, then the next bucket",
+        {"removes an entry of a later bucket: continues there, then visits all of that bucket",
          at('g', [&] { remove('e'); }), "gbbc", "gda|b|[c]"},
-        {"removes the oldest of another bucket: this one is done", at('g', [&] { remove('b'); }),
+        {"removes the oldest of a later bucket: leaves its bucket", at('g', [&] { remove('b'); }),
          "gec", "gda|e|[c]"},
-        {"queries the same", at('d', [&] { query('d'); }), "gdaebc", "gda|eb|[c]"},
+        {"queries the same entry", at('d', [&] { query('d'); }), "gdaebc", "gda|eb|[c]"},
         {"queries without a match", at('d', [&] { EXPECT_EQ(Query('z'), XELP_ERR_HASH_FIND); }),
          "gdaebc", "gda|eb|[c]"},
-        {"queries one of a later bucket: the rest of that, then the next bucket",
+        {"queries an entry of a later bucket: continues there, then visits all of that bucket",
          at('g', [&] { query('b'); }), "gbebc", "gda|eb|[c]"},
         {"queries one of an earlier bucket: continues with it", at('e', [&] { query('d'); }),
          "gdaedac", "gda|eb|[c]"},
@@ -785,7 +789,7 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
                 }
             }),
          "gd", "||"},
-        {"walks itself: the bucket is done when that was elsewhere",
+        {"walks the table itself: continues where the inner walk ended",
          at('g',
             [&] {
                 Walker inner;
@@ -842,8 +846,8 @@ TEST_F(HashMemory, EveryCallPassesItsOwnLine)
             lines.insert(event.line);
         }
     }
-    // The table, a key copy and a node are allocated; a key copy is given back; a node is released
-    // by a removal and by the teardown, the table by the teardown.
+    // The table, a key copy and a node are allocated. A key copy is released by a failing save; a
+    // node is released by a removal and by the teardown, and the table by the teardown.
     EXPECT_EQ(lines.size(), 7U);
 }
 
@@ -870,7 +874,7 @@ TEST_F(HashRandom, CallsMatchAPlainModel)
 } // namespace
 } // namespace wyx::test::hash
 
-/// Replaces the adapter's, to record the calls.
+/// Replaces the adapter's function, to record the calls.
 extern "C" QAL_INT32 wyx_memcpy_s(void *pDest, QAL_ULONG ulDestMax, const void *pSrc,
                                   QAL_ULONG ulCount)
 {

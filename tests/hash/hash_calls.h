@@ -1,8 +1,9 @@
-// Calls on a hash table of letters, compared with a plain model, and the callbacks of such a table.
+// A hash table of letters: its callbacks, and random calls that are compared with a plain model.
 //
 // A key begins with a letter, and only that letter counts. Its hash value is the letter's place in
-// the alphabet, 'a' being 0. A table is written bucket by bucket, from the newest entry to the
-// oldest, with the cursor in brackets: three buckets after saving a, b and d are "[d]a|b|".
+// the alphabet, counted from 0. A table is written bucket by bucket, each from the newest entry to
+// the oldest, with the entry at the cursor in brackets: a table of three buckets is "[d]a|b|" after
+// a, b and d were saved.
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H
 #define WYX_TESTS_HASH_HASH_CALLS_H
 
@@ -24,7 +25,8 @@ namespace wyx::test::hash {
 
 // ---- callbacks ----
 
-/// The calls of the callbacks: "hX" hash, "X=Y" comparison, "kX" and "nX" releases.
+/// The calls of the callbacks, each followed by a space: "hX" hashes key X, "X=Y" compares two
+/// keys, "kX" releases a key copy, and "nX" releases a user node.
 inline std::string g_calls;
 /// If set, called on each release, with 'k' or 'n' and the letter.
 inline std::function<void(char, char)> g_onRelease;
@@ -75,7 +77,7 @@ inline void ReleaseNode(void *pUserNode)
     Release('n', Letter(pUserNode));
 }
 
-/// Resets what an earlier test has set and recorded.
+/// Resets what an earlier test set and recorded.
 inline void ResetCallbacks()
 {
     g_calls.clear();
@@ -89,7 +91,8 @@ inline QAL_UINT32 InitLetters(QAL_UINT32 ulHashSize, void **ppTable)
     return XELP_Hash_Init(ulHashSize, HashLetter, CompareLetters, ReleaseKey, ReleaseNode, ppTable);
 }
 
-/// A key of one letter. The library takes keys as non-const but never writes to them.
+/// A key of one letter. The library's calls take pointers to non-const keys, but never write to
+/// them.
 struct Key {
     explicit Key(char ch) : szText{ch, '\0'} {}
     char szText[2];
@@ -114,7 +117,7 @@ inline void ForEachNode(const void *pTable,
     }
 }
 
-/// Reads the table of a handle and checks everything that its text does not show.
+/// The text of a handle's table. Also checks everything that the text does not show.
 inline std::string TextOf(const void *pTable)
 {
     const Hash_S_Head &head = HeadOf(pTable);
@@ -153,8 +156,8 @@ inline std::vector<void *> KeyCopiesOf(const void *pTable)
 
 // ---- a plain model, and random calls compared with it ----
 
-/// Random calls on a table that begins empty, each also made on plain vectors and compared. Nothing
-/// else may hold blocks of the platform double.
+/// Makes random calls on a table and on plain vectors, and compares the two after each call. The
+/// table must be empty at first, and nothing else may hold blocks of the platform double.
 class RandomCalls {
   public:
     RandomCalls(void *pTable, Random &random)
@@ -167,7 +170,7 @@ class RandomCalls {
         };
     }
 
-    /// Phases in which the table grows alternate with phases in which it shrinks.
+    /// Makes a call. The table grows and shrinks in turn.
     void Step()
     {
         const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));
@@ -215,7 +218,8 @@ class RandomCalls {
         Compare();
     }
 
-    /// Tears the table down. Key copies that the flag leaves are released here.
+    /// Tears the table down. If the flag makes the teardown leak the key copies, releases them
+    /// here.
     void DeInit(QAL_UINT32 ulFlag)
     {
         std::string calls;
@@ -238,7 +242,7 @@ class RandomCalls {
   private:
     static constexpr QAL_UINT32 kLetters = 20;
     static constexpr int kMaxDepth = 2;   // of calls in callbacks
-    static constexpr int kMaxVisits = 30; // a callback may move a walk back forever
+    static constexpr int kMaxVisits = 30; // without a limit, a callback might move back forever
 
     struct Entry {
         char ch;
@@ -271,7 +275,7 @@ class RandomCalls {
         return static_cast<std::size_t>(it - bucket.begin());
     }
 
-    /// What a search among entries must do and find.
+    /// What a search for a key must find, and which callbacks it must call.
     Found Find(char ch)
     {
         Found found = {XELP_ERR_HASH_HASHVALUE, 0, {'h', ch, ' '}};
@@ -287,7 +291,7 @@ class RandomCalls {
         return found;
     }
 
-    /// The same for the keyed calls that check the count first.
+    /// The same for the calls that first check whether the table is empty.
     Found Search(char ch) { return Count() != 0 ? Find(ch) : Found{XELP_ERR_HASH_NULL, 0, ""}; }
 
     void Compare()
@@ -309,10 +313,11 @@ class RandomCalls {
                                 platform_.SizeOf(pCopy).value_or(0));
         }
         EXPECT_EQ(stored, keys);
-        EXPECT_EQ(platform_.LiveBlocks(), 1 + 2 * keys.size()); // a copy and a chain node each
+        // One block for the table, and a key copy and a chain node for each entry.
+        EXPECT_EQ(platform_.LiveBlocks(), 1 + 2 * keys.size());
     }
 
-    /// Saves a letter, with the allocation of this number failing; 0: none.
+    /// Saves a letter while the allocation of number @p ulFailAt fails. If that is 0, none fails.
     void Save(char ch, QAL_UINT32 ulFailAt = 0)
     {
         const Found found = Find(ch);
@@ -320,7 +325,7 @@ class RandomCalls {
                                       : found.ulStatus != XELP_ERR_HASH_FIND ? found.ulStatus
                                       : ulFailAt != 0 ? QAL_UINT32{XELP_ERR_HASH_MEMORY}
                                                       : 0U;
-        std::vector<char> key(1 + random_.UpTo(40)); // not terminated: no byte may be added
+        std::vector<char> key(1 + random_.UpTo(40)); // not terminated: exactly its bytes are copied
         for (std::size_t i = 0; i < key.size(); ++i) {
             key[i] = static_cast<char>(static_cast<unsigned char>(ch) + 7 * i);
         }
@@ -336,7 +341,7 @@ class RandomCalls {
                                                            ? ulFailAt
                                                            : 0U);
         platform_.StartRecording();
-        std::fill(key.begin(), key.end(), '!'); // the table has a copy
+        std::fill(key.begin(), key.end(), '!'); // the table has its own copy
         if (ulExpected == 0) {
             Bucket &bucket = BucketOf(ch);
             bucket.insert(bucket.begin(), entry);
@@ -356,14 +361,14 @@ class RandomCalls {
         cursor_ = found.ulStatus == 0 ? ch : cursor_;
     }
 
-    /// Removes an entry from the model; the cursor goes to the next one of the bucket.
+    /// Removes an entry from the model. The cursor goes to the next entry of the bucket.
     void Forget(Bucket &bucket, std::size_t place)
     {
         bucket.erase(bucket.begin() + static_cast<std::ptrdiff_t>(place));
         cursor_ = place < bucket.size() ? bucket[place].ch : '\0';
     }
 
-    /// Checks a deletion, which releases the user node last.
+    /// Makes a Delete call and checks it. The call must release the user node last.
     void Delete(const std::function<QAL_UINT32()> &destroy, QAL_UINT32 ulStatus, bool isFound,
                 char ch, const std::string &calls)
     {
@@ -375,7 +380,7 @@ class RandomCalls {
         }
     }
 
-    /// The entry is out of the table, so the callback may use the table, and makes random calls.
+    /// The entry has left the table, so the callback may use the table. It makes random calls.
     void NodeReleased()
     {
         EXPECT_NE(awaited_, "");
@@ -415,7 +420,7 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// @p isInBucket: does the hash function still lead to the bucket of the entry?
+    /// @p isInBucket says whether the hash function still leads to the bucket of the entry.
     void RemoveCurrent(bool isInBucket = true)
     {
         const char ch = cursor_;
@@ -439,8 +444,8 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// Removes at the cursor while the hash function leads to a different bucket than when the
-    /// entry was saved.
+    /// Removes the entry at the cursor while the hash function leads to a different bucket than
+    /// when the entry was saved.
     void RemoveCurrentWithAnotherHash()
     {
         const QAL_UINT32 ulBase = g_hashBase;
@@ -519,16 +524,17 @@ class RandomCalls {
         EXPECT_EQ(ulNumber, buckets_.size());
     }
 
-    /// A walk whose callback makes random calls, and which is stopped if it gets too long.
+    /// A walk whose callback makes random calls. The callback stops it at random, or if it gets too
+    /// long.
     struct WalkState {
         RandomCalls &calls;
-        char chNext = '\0';         ///< where the walk continues in its chain
-        std::size_t nextBucket = 0; ///< and where after the end of the chain
+        char chNext = '\0';         ///< the next entry of the chain; '\0' at its end
+        std::size_t nextBucket = 0; ///< the bucket that the walk starts after that
         int visits = 0;
         bool hasStopped = false;
         void *pOther = nullptr;
 
-        /// The letter to be visited now.
+        /// The letter that the walk must visit next; '\0' if it must end.
         char Expected()
         {
             while (chNext == '\0' && nextBucket < calls.buckets_.size()) {
@@ -547,7 +553,7 @@ class RandomCalls {
         EXPECT_EQ(ulStatus, isEmpty           ? QAL_UINT32{XELP_ERR_HASH_NULL}
                             : walk.hasStopped ? QAL_UINT32{XELP_ERR_HASH_BREAK}
                                               : 0U);
-        EXPECT_EQ(g_calls, "") << "a walk hashes and compares nothing";
+        EXPECT_EQ(g_calls, "") << "a walk neither hashes nor compares keys";
         if (ulStatus == 0) {
             EXPECT_EQ(walk.Expected(), '\0');
         }
@@ -570,7 +576,7 @@ class RandomCalls {
         const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
         StepInCallback(2);
         g_calls.clear();
-        // The walk takes the same address for the same entry, even if the entry there is new.
+        // To a walk, the same address means the same entry, even if there is a new entry now.
         walk.chNext = cursor_;
         if (cursor_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
             const Bucket &bucket = BucketOf(cursor_);
@@ -587,7 +593,7 @@ class RandomCalls {
     Random &random_;
     std::vector<Bucket> buckets_;
     char cursor_ = '\0';
-    std::string awaited_; // the calls before the next release of a user node
+    std::string awaited_; // what g_calls must be when a user node is released; "" if none is due
     bool isGrowing_ = true;
     int depth_ = 0;
 };

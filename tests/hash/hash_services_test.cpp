@@ -1,5 +1,6 @@
-// What the hash table leaves in the blocks it releases: this executable replaces the adapter's
-// release with one that keeps the blocks, as an adapter may do in order to inspect them.
+// Tests what the hash table leaves in the blocks it releases. This executable replaces the
+// adapter's release function with one that keeps the blocks, as an adapter may do in order to
+// inspect them.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -10,7 +11,7 @@
 
 namespace {
 
-std::vector<void *> blocks; // not released yet
+std::vector<void *> blocks; // what the library released, but the adapter keeps
 
 void ReleaseNothing(void *) {}
 

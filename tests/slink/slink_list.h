@@ -33,7 +33,7 @@ struct SLink {
     static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
 
     static constexpr QAL_UINT32 kCapacity = 12;
-    static constexpr char kResultIfEmpty = '?'; // left alone by calls like Get_CurNode
+    static constexpr char kResultIfEmpty = '?'; // calls like Get_CurNode leave it alone
     static constexpr bool kChecksEveryResult = false;
 
     static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,
@@ -59,7 +59,7 @@ struct SLink {
         QAL_UINT32 ulPrev = kNone;
         for (QAL_UINT32 i = head.ulFirstNode; i != kNone; i = head.pstruBase[i].ulNNode) {
             if (i >= head.ulTotalNum || observed.users.size() == head.ulTotalNum) {
-                ADD_FAILURE() << "the list runs wild at " << i;
+                ADD_FAILURE() << "a bad link, or too many elements, at slot " << i;
                 return observed;
             }
             EXPECT_EQ(head.pstruBase[i].ulPNode, ulPrev);
@@ -76,7 +76,7 @@ struct SLink {
         EXPECT_EQ(observed.cursor != kNowhere, !observed.users.empty());
         for (QAL_UINT32 i = head.ulFirstNoUseNode; i != kNone; i = head.pstruBase[i].ulNNode) {
             if (i >= head.ulTotalNum || observed.unused.size() == head.ulTotalNum) {
-                ADD_FAILURE() << "the free chain runs wild at " << i;
+                ADD_FAILURE() << "a bad link, or too many free slots, at slot " << i;
                 return observed;
             }
             EXPECT_EQ(head.pstruBase[i].ulPNode, 0U);

@@ -1,4 +1,5 @@
-// The list of a fixed capacity: the test suite that both lists share, and what only this list does.
+// Tests of the list of a fixed capacity: the suite that both lists share, and what only this list
+// does.
 #include "wyx_commlib/slink.h"
 
 #include <cstring>
@@ -11,7 +12,7 @@ namespace {
 
 constexpr char kFile[] = "src/commlib/slink/source/slinklist_arth.cpp";
 
-/// The calls of wyx_memset_s().
+/// A call of wyx_memset_s().
 struct Fill {
     QAL_ULONG ulDestMax;
     QAL_INT32 lByte;
@@ -24,7 +25,7 @@ class SLinkListTest : public ListTest<SLink> {
   protected:
     SLinkList_S_Head &Head() { return *static_cast<SLinkList_S_Head *>(list); }
 
-    /// Makes a call and returns its status; the letter of its result goes to chResult.
+    /// Makes a call, stores the letter of its result in chResult and returns the status.
     QAL_UINT32 Status(const Call &call)
     {
         void *pResult = User(kUntouched);
@@ -104,10 +105,10 @@ TEST_F(SLinkListInit, WrappedSizeIsRequestedAndReportedAsMemory)
         QAL_UINT32 ulNodeNum;
         const char *pszCalls;
     } aCase[] = {
-        {268435453, "S 0, freeD"},   // the first that wraps
+        {268435453, "S 0, freeD"},   // the first size that wraps
         {268435454, "S 16, freeD"},  //
         {0x10000000, "S 48, freeD"}, // the head alone
-        {0x10000001, "S 64, freeD"}, // and one slot
+        {0x10000001, "S 64, freeD"}, // the head and one slot
         {0x20000000, "S 48, freeD"}, // wraps twice
         {0x80000003, "S 96, freeD"}, //
         {0xFFFFFFFF, "S 32, freeD"}, // less than the head
@@ -133,7 +134,7 @@ TEST_F(SLinkListInit, LargestCapacityIsRequestedWhole)
     EXPECT_EQ(Letter(pList), kUntouched);
 }
 
-// ---- results and nulls, which differ from call to call ----
+// ---- results after a failure, and null result pointers ----
 
 using SLinkListResults = SLinkListTest;
 
@@ -244,7 +245,7 @@ TEST_F(SLinkListSlots, CanBeTakenAndReturnedByHand)
 TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
 {
     Build("");
-    ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // counted, but no element
+    ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // it counts, but holds no element
     const SLinkList_S_Head before = Head();
     const struct {
         Call call;
@@ -274,7 +275,7 @@ TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
     EXPECT_EQ(ulCount, 1U);
     EXPECT_EQ(std::memcmp(&before, &Head(), sizeof before), 0);
 
-    // The first element goes into the empty list, whatever the count.
+    // There is no element yet, so any position is accepted, whatever the count.
     EXPECT_EQ(XELP_SLinkList_Insert(list, User('a'), XELP_SLL_Insert_BUTT), 0U);
     EXPECT_EQ(Head().ulFirstNode, 1U);
     EXPECT_EQ(Head().ulUseNum, 2U);
@@ -286,7 +287,7 @@ TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
 TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
 {
     Build("[a]");
-    ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // free already
+    ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // it is already free
     EXPECT_EQ(Head().ulUseNum, 0U);
     for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode,
                              kRemoveCurNode, kDeleteCurNode}) {
@@ -305,8 +306,8 @@ TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
     EXPECT_EQ(g_released, "");
 }
 
-/// If a slot is returned while its element is still in the list, the slot links to the free ones.
-/// Removing the element at an end of the list must not follow such a link.
+/// If a slot is returned while its element is still in the list, the element links to a free slot.
+/// Removing the first or the last element must not follow such a link.
 TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {
@@ -324,7 +325,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
         EXPECT_EQ(Head().ulLastNode, 0U);
         Drop();
 
-        // The last of two elements now links forward to a free slot, and back to the first element.
+        // Here the last of two elements links on to a free slot, and back to the first element.
         ASSERT_EQ(XELP_SLinkList_Init(3, IsLetter, Release, &list), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
@@ -341,7 +342,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
     }
 }
 
-/// Whatever is taken and returned by hand, no call reads or writes outside the block.
+/// Whatever slots are taken and returned by hand, no call reads or writes outside the block.
 TEST_F(SLinkListSlots, RandomCallsByHandStayInTheBlock)
 {
     Random random;
@@ -396,7 +397,7 @@ TEST_F(SLinkListEmptiness, IsDecidedByTheDocumentedField)
     Head().ulLastNode = 2;
     EXPECT_EQ(Text(), "a[b]c");
 
-    Head().ulFirstNode = kNone; // for an insertion the first element decides
+    Head().ulFirstNode = kNone; // Insert looks at the first element
     EXPECT_EQ(XELP_SLinkList_Insert(list, User('x'), XELP_SLL_Insert_BUTT), 0U);
     EXPECT_EQ(Head().ulFirstNode, 3U);
     EXPECT_EQ(Head().ulLastNode, 3U);
@@ -428,7 +429,7 @@ TEST_F(SLinkListTeardown, ClearsEachSlotAndReleasesTheOneBlockLast)
 } // namespace
 } // namespace wyx::test
 
-/// Replaces the adapter's, to record the calls.
+/// Replaces the adapter's function, to record the calls.
 extern "C" QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte,
                                   QAL_ULONG ulCount)
 {

@@ -1,9 +1,9 @@
-// Tests that hold for both linked lists, written once: a typed test suite over a description of a
-// list.
+// Tests of what both linked lists have in common: a typed test suite, whose type describes a list.
 //
-// User nodes are letters, and a list is written as its letters with the cursor in brackets:
-// "a[b]c". A description (see DLink and SLink) names the list's calls and statuses and can read the
-// record of a handle; what only one of the lists does is tested next to its description.
+// User nodes are letters. A list is written as its letters, with the letter at the cursor in
+// brackets: "a[b]c". A description (see DLink and SLink) names the calls and statuses of a list,
+// and can read the list of a handle. What only one of the lists does is tested in the test of that
+// list.
 #ifndef WYX_TESTS_SUPPORT_LIST_SUITE_H
 #define WYX_TESTS_SUPPORT_LIST_SUITE_H
 
@@ -23,15 +23,15 @@
 #include "random.h"
 #include "walker.h"
 
-/// A call of a list as a description names it, without the prefix.
+/// Gives a description a member for a call of its list, named like the call without the prefix.
 #define WYX_LIST_CALL(prefix, name) static constexpr auto name = prefix##_##name;
 
 namespace wyx::test {
 
 // ---- user nodes and callbacks ----
 
-inline std::string g_released; ///< what the release callback got, in order
-inline std::string g_compared; ///< what comparators got, in order: "a", or "a!" from the other
+inline std::string g_released; ///< the letters passed to the release callback
+inline std::string g_compared; ///< those passed to IsLetter() ("a") and to IsNextLetter() ("a!")
 inline std::function<void(char)> g_onRelease; ///< what the release callback does in addition
 
 inline void Release(void *pUserNode)
@@ -48,7 +48,7 @@ inline QAL_UINT32 IsLetter(const void *pCondition, void *pUserNode)
     return *static_cast<const char *>(pCondition) == Letter(pUserNode) ? 0U : 0x80000000U;
 }
 
-/// Another comparator: the letter after the condition's is a match.
+/// Another comparator: the letter that follows the condition's letter is a match.
 inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
 {
     g_compared += std::string{Letter(pUserNode), '!'};
@@ -63,8 +63,8 @@ constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 struct Observed {
     std::vector<void *> users;
     std::vector<std::uint64_t> places; ///< where each element is: an address or an index
-    std::size_t cursor = kNowhere;     ///< an index into both, or kNowhere
-    std::vector<std::uint64_t> unused; ///< free places, the next one to be used first
+    std::size_t cursor = kNowhere;     ///< an index into users and places, or kNowhere
+    std::vector<std::uint64_t> unused; ///< free places, in the order in which they will be taken
     bool operator==(const Observed &) const = default;
 
     std::string Text() const
@@ -78,8 +78,8 @@ struct Observed {
     }
 };
 
-/// The memory calls of the record, with the kinds of release distinguished: "S 24, freeD, setNull".
-/// Fails if one of them does not name @p file.
+/// The recorded memory calls as text, such as "S 24, freeD, setNull"; the last two are the two
+/// kinds of release. The test fails if a call does not name @p file.
 inline std::string MemoryCalls(const PlatformDouble &platform, const std::string &file)
 {
     std::string text;
@@ -101,7 +101,7 @@ class ListTest : public PlatformTest {
     using Position = typename List::Position;
     using Flag = typename List::Flag;
 
-    /// A call; one that has no result leaves the second argument alone.
+    /// A call. If it has no result, it ignores the second argument.
     struct Call {
         const char *pszName;
         QAL_UINT32 (*pfun)(void *, void **);
@@ -162,7 +162,7 @@ class ListTest : public PlatformTest {
 
     std::string Text() const { return List::Observe(list).Text(); }
 
-    /// Runs one case: builds, calls, compares all that a caller can see.
+    /// Runs one case: builds the list, makes the call and checks everything that a caller can see.
     void Run(const Case &c)
     {
         SCOPED_TRACE(std::string(c.call.pszName) + " on \"" + c.pszBefore + "\"");
@@ -179,8 +179,8 @@ class ListTest : public PlatformTest {
         }
     }
 
-    /// Checks the status and the result of a call with a null handle, and the status of one with a
-    /// null result pointer on "[a]".
+    /// Makes the call with a null handle and checks the status and the result. If @p hasResult,
+    /// also makes the call with a null result pointer on "[a]" and checks that it is refused.
     void RunWithNulls(const Call &call, bool hasResult, char chResult)
     {
         SCOPED_TRACE(call.pszName);
@@ -274,24 +274,24 @@ class ListModel {
     }
 
     Elements elements;
-    Iterator cursor; ///< elements.end() only if there are none
+    Iterator cursor; ///< elements.end() only if there are no elements
     std::vector<std::uint64_t> unused;
 };
 
-/// Random calls on a list, each also made on the model and compared.
+/// Makes random calls on a list and on the model, and compares the two after each call.
 template <typename List>
 class RandomCalls {
   public:
     RandomCalls(void *pList, Random &random) : list_(pList), random_(random) {}
 
-    /// Phases in which the list grows alternate with phases in which it shrinks, so that its ends,
-    /// a full list and an empty one are all frequent.
+    /// Makes a call. The list grows and shrinks in turn, so that it is often empty or full, and
+    /// many calls are at its ends.
     void Step()
     {
         if (model_.Size() == 0 || model_.IsFull() || model_.Size() > 20) {
             isGrowing_ = random_.UpTo(3) == 0 ? model_.Size() == 0 : isGrowing_;
         }
-        const std::uint64_t ullInsert = isGrowing_ ? 7 : 2; // of 9
+        const std::uint64_t ullInsert = isGrowing_ ? 7 : 2; // of the 9 that change the size
         const std::uint64_t ull = random_.UpTo(17);
         if (ull < ullInsert) {
             Insert();
@@ -345,7 +345,7 @@ class RandomCalls {
                                      model_.elements.end()};
             model_.Insert(gaps[ulPosition], pUserNode);
             if constexpr (List::kCapacity == 0) {
-                // Any address is fine, but it must stay the same.
+                // A new element may have any address, but must keep it.
                 const Observed observed = List::Observe(list_);
                 ASSERT_LT(observed.cursor, observed.places.size());
                 model_.cursor->place = observed.places[observed.cursor];
@@ -354,7 +354,8 @@ class RandomCalls {
         Compare();
     }
 
-    /// Checks a removal or a deletion of the element at @p it, by calls of either kind.
+    /// Makes a Remove or a Delete call, which must take out the element at @p it, and checks it. If
+    /// @p it is the end, the call must return @p ulWithout.
     template <typename Remove, typename Delete>
     void Take(Iterator it, QAL_UINT32 ulWithout, const Remove &remove, const Delete &destroy)
     {
@@ -472,7 +473,8 @@ class RandomCalls {
         Compare();
     }
 
-    /// A walk whose callback makes random calls, and which is stopped if it gets too long.
+    /// Walks the list with a callback that makes random calls, and that stops the walk at random,
+    /// or if it gets too long.
     void Walk()
     {
         ++depth_;
@@ -509,7 +511,7 @@ class RandomCalls {
         for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
             Step();
         }
-        // The same place means the same element here, even if the element is new at that place.
+        // To a walk, the same place means the same element, even if there is a new element now.
         expected_ = model_.cursor;
         if (expected_ != model_.elements.end() && expected_->place == visited) {
             ++expected_;
@@ -761,7 +763,7 @@ TYPED_TEST_P(ListTest, SearchesTakeTheFirstMatch)
         {"a[b]c", 'a', nullptr, 0, 'a', "[a]bc", "[b]c", "a"},
         {"[a]bc", 'c', nullptr, 0, 'c', "ab[c]", "a[b]", "abc"},
         {"a[b]c", 'x', nullptr, List::kFind, kNull, "a[b]c", "a[b]c", "abc"},
-        // the comparator of the call comes before the list's own
+        // the comparator passed to the call is used instead of the list's own
         {"[a]bc", 'a', IsNextLetter, 0, 'b', "a[b]c", "a[c]", "a!b!"},
         {"a[b]c", 'c', IsNextLetter, List::kFind, kNull, "a[b]c", "a[b]c", "a!b!c!"},
     };
@@ -798,7 +800,7 @@ TYPED_TEST_P(ListTest, SearchesCheckTheirArgumentsFirst)
 {
     using List = TypeParam;
     const char ch = 'a';
-    for (const std::string text : {"", "[a]"}) { // refused before the list is read
+    for (const std::string text : {"", "[a]"}) { // refused before the call looks at the list
         SCOPED_TRACE(text);
         this->Build(text);
         void *pResult = User(kUntouched);
@@ -925,12 +927,12 @@ TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
     EXPECT_EQ(this->Text(), "a[c]d");
 }
 
-/// The callback of each case does what its name says, in a list of three letters.
+/// In each case the callback does what the name of the case says, in a list of three letters.
 TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
 {
     using List = TypeParam;
     void *pResult = nullptr;
-    bool isDone = false; // for what happens only once
+    bool isDone = false; // set once the callback has acted, so that it acts only once
     const auto at = [&](char chAt, std::function<void()> act) {
         return [&isDone, chAt, act](char ch) {
             if (ch == chAt && !isDone) {
@@ -954,13 +956,13 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
         const char *pszVisited;
         const char *pszAfter;
     } aCase[] = {
-        {"nothing", nullptr, "abc", "ab[c]"},
+        {"does nothing", nullptr, "abc", "ab[c]"},
         {"deletes each", [&](char) { return List::Delete_CurNode(this->list); }, "abc", ""},
         {"deletes the first each time", [&](char) { return List::Delete_HeadNode(this->list); },
          "abc", ""},
         {"removes the first", at('a', removeCurrent), "abc", "b[c]"},
         {"deletes a middle one", at('b', deleteCurrent), "abc", "a[c]"},
-        {"deletes the last: its predecessor again", at('c', deleteCurrent), "abcb", "a[b]"},
+        {"deletes the last: visits its predecessor again", at('c', deleteCurrent), "abcb", "a[b]"},
         {"deletes all but the last",
          [&](char ch) { return ch != 'c' ? List::Delete_CurNode(this->list) : 0; }, "abc", "[c]"},
         {"deletes the one before",
@@ -1023,7 +1025,7 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
          "abcxabc", "xab[c]"},
         {"inserts at the end: continues there", at('a', [&] { insert(List::kAfterLast); }), "ax",
          "abc[x]"},
-        {"walks itself: continues where that ended",
+        {"walks the list itself: continues where the inner walk ended",
          at('a',
             [&] {
                 Walker<List::Process_List> inner;
@@ -1031,7 +1033,7 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
                 EXPECT_EQ(inner.visited, "abc");
             }),
          "ac", "ab[c]"},
-        {"walks itself at the end",
+        {"walks the list itself at the end",
          at('c',
             [&] {
                 Walker<List::Process_List> inner;

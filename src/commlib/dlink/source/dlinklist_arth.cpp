@@ -149,8 +149,7 @@ QAL_UINT32 RemoveAt(void *pstruHead, Node *Head::*pField, Gap (*pfunGap)(const N
     return 0;
 }
 
-/// What every Delete call does: makes its Remove call, then releases the user node handed over, if
-/// any.
+/// Does the work of a Delete call: makes the Remove call, then releases the user node, if any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 {

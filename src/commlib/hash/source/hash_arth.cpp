@@ -87,8 +87,7 @@ void *Unlink(Head &head, Node **ppLink)
     return pUserNode;
 }
 
-/// What every Delete call does: makes its Remove call, then releases the user node handed over, if
-/// any.
+/// Does the work of a Delete call: makes the Remove call, then releases the user node, if any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
