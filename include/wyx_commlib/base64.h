@@ -1,29 +1,29 @@
 /**
  * @file base64.h
- * @brief Base64 of a buffer, both ways, into a new buffer.
+ * @brief Encodes a buffer to Base64, or decodes it from Base64, into a new buffer.
  *
  * @warning MOX_BASE64Decode() reads **one byte past the length it is given**. That byte must be
- * readable, and must be a character that the decoder accepts. The NUL at the end of a string is
- * both. Before you decode a piece of a longer text, or bytes received from elsewhere, put a NUL
- * after them.
+ * readable, and must be a character that the decoder accepts. The NUL at the end of a string meets
+ * both conditions. Before you decode a piece of a longer text, or bytes received from elsewhere,
+ * put a NUL after them.
  *
  * The encoder writes the standard alphabet of RFC 4648 with `=` padding and no line breaks. The
  * decoder is lenient: it reads the URL-safe `-` and `_` as `+` and `/`, and skips `=`, CR, LF and
  * NUL anywhere, even in the middle of a group of four. Padding is neither required nor checked. So
- * different texts can decode to the same bytes: compare the bytes, not the texts. Any other
- * character, such as a space, makes the call refuse the whole text.
+ * different texts can decode to the same bytes: compare the bytes, not the texts. If the text
+ * contains any other character, such as a space, the call refuses the whole text.
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
- * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. An empty result
- * also returns 0, so check the pointer for a failure, not the length. All calls may run on any
- * number of threads.
+ * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. The length of
+ * an empty result is also 0, so to detect a failure, check the pointer, not the length. All calls
+ * may run on any number of threads.
  *
  * @code{.c}
  * QAL_UINT8 *text;
  * QAL_INT32 textLen = MOX_BASE64Encode(data, dataLen, &text);
  * if (text != NULL) {
  *     SendText(text, textLen);
- *     MOX_BASE64Free(&text); // text is null again
+ *     MOX_BASE64Free(&text); // text is now null
  * }
  * @endcode
  */
@@ -37,14 +37,15 @@ WYX_C_BEGIN
 /**
  * @brief Encodes bytes.
  *
- * @param[in]  pucInput    the bytes, borrowed; null fails
- * @param[in]  lInputlen   how many; 0 fails; a negative number results in the empty text
+ * @param[in]  pucInput    the bytes, borrowed; the call fails if it is null
+ * @param[in]  lInputlen   the number of bytes; the call fails if it is 0; if it is negative,
+ *                         nothing is read and the text is empty
  * @param[out] ppucOutput  not null; the text with its NUL, handed over: release it with
  *                         MOX_BASE64Free(); null on failure
- * @return the length of the text without its NUL: 4 characters for every 3 bytes or part of them.
- *         0 and a null pointer for a null input, a length of 0, more than 1,073,741,819 bytes, or
- *         a failed allocation. From 536,870,912 bytes on, the call asks for a block of 3.5 to 4.3
- *         GB, which is more than the text needs.
+ * @return the length of the text without its NUL: 4 characters for every 3 bytes, and 4 for the one
+ *         or two bytes that may be left over. 0 and a null pointer for a null input, a length of 0,
+ *         more than 1,073,741,819 bytes, or a failed allocation. From 536,870,912 bytes on, the
+ *         call requests a block of 3.5 to 4.3 GB, which is more than the text needs.
  */
 WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
@@ -55,25 +56,25 @@ WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
  * The byte at @p pucInput[@p lInputlen] adds nothing to the result, but the call fails if the
  * decoder does not accept it.
  *
- * @param[in]  pucInput    the text, borrowed; null fails
- * @param[in]  lInputlen   its length in bytes, without the byte after it; 0 fails; with a negative
- *                         number nothing is read and the result is empty
+ * @param[in]  pucInput    the text, borrowed; the call fails if it is null
+ * @param[in]  lInputlen   its length in bytes, without the byte after it; the call fails if it is
+ *                         0; if it is negative, nothing is read and the result is empty
  * @param[out] ppucOutput  not null; the bytes with a NUL after them, handed over: release them
  *                         with MOX_BASE64Free(); null on failure
  * @return the number of bytes: 3 for every 4 characters of the alphabet. In an incomplete group at
- *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to none. 0 and a null
+ *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to no byte. 0 and a null
  *         pointer for a null input, a length of 0, more than 1,431,655,758 characters, a character
  *         that is not accepted, or a failed allocation. From 715,827,883 characters on, the call
- *         asks for a block of 3.7 to 4.3 GB, which is more than the bytes need.
+ *         requests a block of 3.7 to 4.3 GB, which is more than the bytes need.
  */
 WYX_API QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
 
 /**
- * @brief Releases a buffer from either call and sets the variable to null.
+ * @brief Releases a buffer that either call handed over, and sets the variable to null.
  *
- * @param[in,out] ppucBuff  the variable that holds it, not null; what it holds is taken and may be
- *                          null, so releasing twice does no harm
+ * @param[in,out] ppucBuff  not null; the variable that holds the buffer, which is taken. The
+ *                          variable may hold null, so releasing twice does no harm.
  */
 WYX_API void MOX_BASE64Free(QAL_UINT8 **ppucBuff);
 

@@ -2,14 +2,14 @@
  * @file crc.h
  * @brief CRC-16 and CRC-32 of a buffer, in one call or piece by piece.
  *
- * Both start from 0 and are not inverted at the end, so XELP_CRC_32() differs from zlib's crc32();
- * stored checksums depend on this. A CRC detects accidents, not attacks: anyone can make a message
- * with a given CRC.
+ * Both start from 0 and are not inverted at the end, so XELP_CRC_32() differs from zlib's crc32().
+ * Stored checksums depend on this. A CRC detects accidents, not attacks: anyone can construct a
+ * message that has a given CRC.
  *
  * No call allocates, keeps a pointer or holds state: all of them may run on any number of threads.
  *
  * @code{.c}
- * QAL_UINT32 crc = 0; // begins a message
+ * QAL_UINT32 crc = 0; // for a new message
  * XELP_CRC_Accumulate_32(crc, header, headerLen, &crc);
  * XELP_CRC_Accumulate_32(crc, body, bodyLen, &crc); // the CRC-32 of header and body together
  * @endcode
@@ -36,7 +36,7 @@ typedef enum xelpCRC_ErrCode WYX_ENUM32 {
 /**
  * @brief CRC-16 of a whole message.
  *
- * @param[in]  pucData    the message, borrowed; not null, not even when empty
+ * @param[in]  pucData    the message, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; the CRC of an empty message is 0
  * @param[out] puwResult  the CRC-16; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
@@ -49,11 +49,11 @@ WYX_API QAL_UINT32 XELP_CRC_16(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
 /**
  * @brief Continues a CRC-16 over the next piece of a message.
  *
- * XELP_CRC_16() over A, then this call over B with its result, equals XELP_CRC_16() over A and B.
+ * Given the CRC of A as @p uwCrc, this call over B computes the CRC of A followed by B.
  *
- * @param[in]  uwCrc      CRC so far; 0 begins a message
- * @param[in]  pucData    the piece, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; 0 leaves the CRC as it is
+ * @param[in]  uwCrc      the CRC of the pieces so far; 0 for a new message
+ * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
+ * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
  * @param[out] puwResult  the new CRC; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
  */
@@ -61,27 +61,27 @@ WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *puc
                                           QAL_UINT32 ulLen, QAL_UINT16 *puwResult);
 
 /**
- * @brief CRC-32 of a whole message, without the customary inversions.
+ * @brief CRC-32 of a whole message, without the usual inversions.
  *
- * @param[in]  pucData    the message, borrowed; not null, not even when empty
+ * @param[in]  pucData    the message, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; the CRC of an empty message is 0
  * @param[out] pulResult  the CRC-32; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  * @par Source
  * Reflected polynomial 0x04C11DB7 (0xEDB88320), initial value and final XOR 0. The CRC of
- * "123456789" is 0x2DFD2D88. The common CRC-32 (0xCBF43926) is the bitwise complement of
- * XELP_CRC_Accumulate_32() started from 0xFFFFFFFF.
+ * "123456789" is 0x2DFD2D88. The common CRC-32 (0xCBF43926 for the same text) is the bitwise
+ * complement of XELP_CRC_Accumulate_32() started from 0xFFFFFFFF.
  */
 WYX_API QAL_UINT32 XELP_CRC_32(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_UINT32 *pulResult);
 
 /**
  * @brief Continues a CRC-32 over the next piece of a message.
  *
- * XELP_CRC_32() over A, then this call over B with its result, equals XELP_CRC_32() over A and B.
+ * Given the CRC of A as @p ulCrc, this call over B computes the CRC of A followed by B.
  *
- * @param[in]  ulCrc      CRC so far; 0 begins a message
- * @param[in]  pucData    the piece, borrowed; not null, not even when empty
- * @param[in]  ulLen      its length in bytes; 0 leaves the CRC as it is
+ * @param[in]  ulCrc      the CRC of the pieces so far; 0 for a new message
+ * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
+ * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
  * @param[out] pulResult  the new CRC; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  */

@@ -2,12 +2,12 @@
  * @file md5.h
  * @brief MD5 digest of a message, fed in one piece or in many.
  *
- * The digest of RFC 1321. Use it to compare with stored digests and to detect accidents. It does
- * not protect against attackers: two messages with the same MD5 can be made in seconds. For
+ * RFC 1321 defines the digest. Use it to compare with stored digests and to detect accidents. It
+ * does not protect against attackers: two messages with the same MD5 can be made in seconds. For
  * passwords, signatures, or a file that somebody else could have replaced, use something else.
  *
- * The calls return nothing and check nothing: a null pointer is the caller's fault. None of them
- * allocates or keeps a pointer. Different contexts may be used on any threads at once, one context
+ * The calls return nothing and check nothing, so never pass a null pointer. None of them allocates
+ * or keeps a pointer. Different contexts may be used on different threads at once; use one context
  * on one thread at a time.
  *
  * @code{.c}
@@ -27,8 +27,8 @@
 WYX_C_BEGIN
 
 /**
- * A message in progress. The record is yours, on the stack if you like. Its layout is ABI, but you
- * need not look at its fields.
+ * A message in progress. You provide the record, on the stack if you like. Its layout is ABI, but
+ * you never need to look at its fields.
  */
 typedef struct xelpMD5_S_CTX {
     QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
@@ -39,17 +39,17 @@ typedef struct xelpMD5_S_CTX {
 /**
  * @brief Begins a message.
  *
- * @param[out] context  the context, borrowed; it may hold anything, and its buffer is not wiped
+ * @param[out] context  the context, borrowed; it may hold anything, and its buffer is left as it is
  */
 WYX_API void XELP_MD5_Init(MD5_S_CTX *context);
 
 /**
  * @brief Feeds the next piece of a message.
  *
- * How a message is cut into pieces makes no difference to its digest.
+ * The digest does not depend on how the message is cut into pieces.
  *
- * @param[in,out] context   a context begun with XELP_MD5_Init(), borrowed
- * @param[in]     input     the piece, borrowed; at any alignment, not inside @p context
+ * @param[in,out] context   a context initialised by XELP_MD5_Init(), borrowed
+ * @param[in]     input     the piece, borrowed; any alignment; must not overlap @p context
  * @param[in]     inputLen  its length in bytes; 0 changes nothing
  */
 WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputLen);
@@ -57,10 +57,10 @@ WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UIN
 /**
  * @brief Ends a message.
  *
- * @param[out]    digest   receives the 16 bytes of the digest; not inside @p context
- * @param[in,out] context  a context begun with XELP_MD5_Init(), borrowed; all of it is zero
+ * @param[out]    digest   receives the 16 bytes of the digest; must not overlap @p context
+ * @param[in,out] context  a context initialised by XELP_MD5_Init(), borrowed; all of it is zero
  *                         afterwards. Registers and the stack are not wiped. Call XELP_MD5_Init()
- *                         before using @p context again: otherwise the digest is not an MD5.
+ *                         before you use @p context again: otherwise the digest is not an MD5.
  * @par Source
  * RFC 1321. The digest of the empty message is d41d8cd98f00b204e9800998ecf8427e, that of "abc" is
  * 900150983cd24fb0d6963f7d28e17f72.

@@ -14,13 +14,13 @@
  * named call).
  *
  * **Text** is a byte string of no particular encoding. It ends at a NUL, except for the Base64
- * calls, which take its length. No result depends on whether the compiler's plain `char` is signed.
+ * calls, which take a length. No result depends on whether the compiler's plain `char` is signed.
  *
  * **Threads.** The library starts none, takes no lock and keeps no state between calls. Calls on
  * different objects may run on any threads at once. Two threads must not use one object at once
  * unless its header allows it.
  *
- * **Targets** are 64-bit and little-endian; on others this header does not compile.
+ * **Targets** are 64-bit and little-endian; this header does not compile for any other.
  */
 #ifndef WYX_COMMLIB_TYPES_H
 #define WYX_COMMLIB_TYPES_H
@@ -34,7 +34,7 @@
 #define WYX_C_BEGIN extern "C" {
 /** Closes the block that WYX_C_BEGIN opened. */
 #define WYX_C_END }
-/** A fixed 32-bit type for an enumeration in C++, so that an out-of-range value is defined. */
+/** Gives an enumeration a fixed 32-bit type in C++, so that it can hold any 32-bit value. */
 #define WYX_ENUM32 : unsigned int
 #else
 #define WYX_C_BEGIN
