@@ -1,11 +1,11 @@
-// The calls of CRC-16; crc_kernel.h names the forms that compute it.
+// The public CRC-16 calls; crc_kernel.h lists the CPU forms that compute it.
 #include "wyx_commlib/crc.h"
 
 #include "crc_kernel.h"
 
 extern "C" {
 
-// The result is written last: it may lie within the data (Crc16.ResultMayLieInTheMessage).
+// The result is written last, as it may lie within the data (Crc16.ResultMayLieInTheMessage).
 QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                                   QAL_UINT16 *puwResult)
 {

@@ -1,4 +1,4 @@
-// The calls of CRC-32; crc_kernel.h names the forms that compute it.
+// The public CRC-32 calls; crc_kernel.h lists the CPU forms that compute it.
 #include "wyx_commlib/crc.h"
 
 #include "crc_kernel.h"
@@ -6,7 +6,7 @@
 extern "C" {
 
 // Kept: the value is not inverted before or after, unlike the common CRC-32; stored checksums
-// depend on it (Crc32.CheckValues). The result is written last: it may lie within the data
+// depend on this (Crc32.CheckValues). The result is written last, as it may lie within the data
 // (Crc32.ResultMayLieInTheMessage).
 QAL_UINT32 XELP_CRC_Accumulate_32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                                   QAL_UINT32 *pulResult)

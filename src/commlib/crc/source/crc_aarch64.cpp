@@ -1,4 +1,4 @@
-// The form for AArch64 CPUs with the CRC-32 instructions, whose polynomial and bit order are ours.
+// The form for AArch64 CPUs with the CRC-32 instructions, which use our polynomial and bit order.
 #include "crc_kernel.h"
 
 #if defined(WYX_CRC_HAS_AARCH64)
@@ -9,11 +9,11 @@
 namespace wyx::crc {
 namespace {
 
-// An instruction processes eight bytes. One can start in each cycle, but its result arrives two or
-// three cycles later, so a single stream leaves the unit idle. Three parts of equal length are
-// therefore processed side by side and then joined: the value v of a part is carried over by adding
-// v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces that power of x by
-// five lower ones, so that every bit added falls into the last 16 bytes of the next part.
+// A CRC instruction processes eight bytes. One can start in each cycle, but its result arrives two
+// or three cycles later, so a single stream leaves the unit idle in between. Three parts of equal
+// length are therefore processed side by side and then joined: the CRC v of a part is carried over
+// by adding v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces this power
+// of x by five lower ones, so that every bit added falls into the last 16 bytes of that part.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {
@@ -28,7 +28,7 @@ struct JoinOf {
     {}
 
   private:
-    // The coefficient of x^0 is bit 31 of the value, and bit 63 of a word.
+    // The coefficient of x^0 is bit 31 of the CRC and bit 63 of a word.
     static Word Low(Word ullValue, unsigned uExponent)
     {
         return uExponent <= 32 ? ullValue << (32 - uExponent) : ullValue >> (uExponent - 32);
@@ -50,7 +50,8 @@ QAL_UINT32 AfterTwoWords(QAL_UINT32 ulCrc, const QAL_UINT8 *puc)
     return AfterWord(AfterWord(ulCrc, puc), puc + kWordBytes);
 }
 
-/// The value after the last two words of a part, with that of the preceding part joined in.
+/// The CRC after the last two words of a part, with @p ulBefore, the CRC of the preceding part,
+/// joined in.
 QAL_UINT32 AfterJoin(QAL_UINT32 ulCrc, const QAL_UINT8 *puc, QAL_UINT32 ulBefore)
 {
     const Join join(ulBefore);

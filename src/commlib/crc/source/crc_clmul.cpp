@@ -1,4 +1,4 @@
-// The form for CPUs with carry-less multiplication of words.
+// The form for CPUs with carry-less multiplication of 64-bit words.
 #include "crc_kernel.h"
 
 #if defined(WYX_CRC_HAS_CLMUL)
@@ -7,8 +7,8 @@
 namespace wyx::crc {
 namespace {
 
-// Multiplications take several cycles each, and a short message leaves nothing else to do in that
-// time. Below these lengths another form is faster.
+// A multiplication takes several cycles, and a short message offers no other work for that time.
+// Below these lengths another form is faster.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
 namespace shorter = aarch64;

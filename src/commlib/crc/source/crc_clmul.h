@@ -3,8 +3,8 @@
 // Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. In
 // terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both powers of x may be
 // reduced modulo P. The two products then have at most 96 bits, and XORing them into the later
-// vector replaces the earlier one. That is the folding of crc_fold.h with products in place of a
-// sparse multiple's shifts; it works over any distance D.
+// vector replaces the earlier one. This is the folding of crc_fold.h with products in place of a
+// sparse multiple's shifts. It works over any distance D.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 
@@ -20,9 +20,9 @@ namespace wyx::crc {
 
 /// x^(64 + width) divided by P, without the quotient's highest term, x^64.
 ///
-/// Multiply a word W by the whole quotient and drop everything below x^64: what is left is
-/// W * x^width divided by P. This is exact: the quotient's own division leaves a remainder R below
-/// x^width, so W * R / P is below x^64, in the part that is dropped.
+/// Multiply a word W by the whole quotient and drop the terms below x^64: what is left is
+/// W * x^width divided by P, times x^64. This is exact: x^(64 + width) divided by P leaves a
+/// remainder R below x^width, so W * R / P is below x^64, in the part that is dropped.
 constexpr Word Inverse(Polynomial poly)
 {
     Word ullRem = 1;
@@ -50,7 +50,7 @@ constexpr Word Reversed(Word ullWord)
 
 /// CRC-32: the first bit of a byte is its lowest, so the highest coefficient of a word is its
 /// lowest bit. A product of two words has 127 coefficients; its highest one, x^126, comes out where
-/// x^127 belongs, so every product comes out multiplied by x. The factors make up for it: each is
+/// x^127 belongs, so every product comes out multiplied by x. The factors make up for this: each is
 /// one power of x lower.
 struct Order32 {
     using Bits = LowestBitFirst;
@@ -77,8 +77,8 @@ struct Order32 {
         constexpr Vector kFirstHalf = {Reversed(PowerOfX(kCrc32, 64 + 32 - 1)), 0};
         const Vector rest =
             ShiftDown<4>(MultiplyLow(vector, kFirstHalf) ^ ShiftUp<4>(ShiftDown<8>(vector)));
-        // Divide W * x^32 by P. The inverse has its x^64 in the lowest bit; its x^0 is left out, as
-        // it only contributes below x^64.
+        // Divide W * x^32 by P. The inverse has its x^64 in the lowest bit. Its x^0 is left out, as
+        // that term only contributes below x^64.
         constexpr Vector kInverse = {(Reversed(Inverse(kCrc32)) << 1) | 1, 0};
         const Vector quotient = MultiplyLow(rest, kInverse);
         // The quotient times P differs from W * x^32 by the remainder, in the last 32 bits.
@@ -111,7 +111,7 @@ struct Order16 {
         const Vector sum = MultiplyHigh(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
         const Vector rest = ShiftDown<2>(sum); // the word above the last 16 bits
         constexpr Vector kInverse = {Inverse(kCrc16), 0};
-        // The inverse is without its x^64: adding rest makes up for it.
+        // The inverse lacks its x^64; adding rest makes up for that.
         const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest;
         constexpr Vector kPolynomial = {kCrc16.ulLower, 0};
         const Vector value = MultiplyLow(quotient, kPolynomial) ^ sum;
@@ -158,8 +158,8 @@ struct Lanes1 {
     }
 
   private:
-    // A shuffle that keeps every byte, between two that clear every byte. Loading from an offset
-    // makes a shuffle that moves bytes up or down.
+    // A shuffle that keeps every byte, between two that clear every byte. A shuffle loaded from an
+    // offset in between moves bytes up or down.
     alignas(16) static constexpr QAL_UINT8 kPlaces[3 * kBytes] = {
         128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, //
         0,   1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,  12,  13,  14,  15,  //

@@ -1,4 +1,4 @@
-// The AArch64 instructions that crc_clmul.h uses: PMULL, of the cryptographic extension.
+// The AArch64 instructions that crc_clmul.h uses: PMULL of the cryptographic extension.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_AARCH64_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_AARCH64_H
 
@@ -19,7 +19,7 @@ inline Vector MultiplyLow(Vector a, Vector b)
 }
 
 #if defined(__clang__)
-// Clang moves both words through general registers for vmull_high_p64().
+// For vmull_high_p64(), Clang would move both words through general registers.
 inline Vector MultiplyHigh(Vector a, Vector b)
 {
     Vector product;
@@ -34,7 +34,7 @@ inline Vector MultiplyHigh(Vector a, Vector b)
 }
 #endif
 
-/// Moves the bytes to higher or lower places and fills the others with zeros.
+/// Moves the bytes up or down by kBytes places and fills the places left empty with zeros.
 template <int kBytes>
 inline Vector ShiftUp(Vector vector)
 {
@@ -49,7 +49,8 @@ inline Vector ShiftDown(Vector vector)
         vextq_u8(reinterpret_cast<uint8x16_t>(vector), vdupq_n_u8(0), kBytes));
 }
 
-/// Byte i of the result is byte p of @p vector, p being byte i of @p places; 0 if p >= 16.
+/// Byte i of the result is byte p of @p vector, where p is byte i of @p places, or 0 if p is 16 or
+/// more.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

@@ -8,7 +8,7 @@
 
 namespace wyx::crc {
 
-/// Products beat the XORs of the sparse form at every length.
+/// No limit: products are faster than the XORs of the sparse form at every length.
 constexpr QAL_UINT32 kMaxCrc16ByClmul = ~QAL_UINT32{0};
 
 /// The product of the low words, and the product of the high ones.
@@ -24,7 +24,7 @@ inline Vector MultiplyHigh(Vector a, Vector b)
         _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x11));
 }
 
-/// Moves the bytes to higher or lower places and fills the others with zeros.
+/// Moves the bytes up or down by kBytes places and fills the places left empty with zeros.
 template <int kBytes>
 inline Vector ShiftUp(Vector vector)
 {
@@ -37,7 +37,8 @@ inline Vector ShiftDown(Vector vector)
     return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
 }
 
-/// Byte i of the result is byte p of @p vector, p being byte i of @p places; 0 if p >= 128.
+/// Byte i of the result is byte p of @p vector, where p is byte i of @p places, from 0 to 15. It
+/// is 0 if p is 128 or more.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(

@@ -9,9 +9,9 @@
 // 3. Do this bit by bit, starting with the first. Then all but the last d bits are zero, and
 //    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
-//    each other. All bits of a word can be cleared at once: XOR the word into the message at each
-//    of the distances.
-// This is folding. It takes no table and no multiplication.
+//    each other. So all bits of a word can be cleared at once: XOR the word into the message at
+//    each of the distances.
+// This is called folding. It needs neither a table nor a multiplication.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 
@@ -27,13 +27,13 @@ using Word = QAL_UINT64;
 constexpr unsigned kWordBits = 64;
 constexpr unsigned kWordBytes = 8;
 
-/// x^uWidth plus the coefficients below it, x^0 in the lowest bit.
+/// x^uWidth plus the terms below it, whose coefficients are in ulLower, x^0 in the lowest bit.
 struct Polynomial {
     unsigned uWidth;
     QAL_UINT32 ulLower;
 };
 
-/// The remainder of x^uExponent.
+/// The remainder of x^uExponent divided by the polynomial.
 constexpr QAL_UINT32 PowerOfX(Polynomial poly, unsigned uExponent)
 {
     Word ullRem = 1;
@@ -58,7 +58,7 @@ struct Sparse {
 /// The first bit of a byte is its lowest, so the first bit of a little-endian word is its lowest,
 /// too.
 struct LowestBitFirst {
-    /// Converts between a word and its bytes in memory, as a little-endian machine loads them.
+    /// Converts between a word in this order and the word that a little-endian machine loads.
     static Word InMemory(Word ullWord) { return ullWord; }
     /// Moves bits towards the end of the message; those that leave the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
@@ -91,7 +91,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     static_assert(2 * kNearest >= kWordBits, "bits that a word adds to itself would need clearing");
 
   public:
-    /// How many of the following words a cleared word adds to.
+    /// A cleared word adds to at most this many words after it.
     static constexpr unsigned kReach = (kDegree + kWordBits - 1) / kWordBits;
 
     /// Adds to the word that is taken next.
@@ -106,7 +106,8 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
         return ullWord;
     }
 
-    /// Clears the word taken last. At distances shorter than a word, it first adds to itself.
+    /// Clears @p ullWord, the word taken last. At distances shorter than a word, it first adds to
+    /// itself.
     void Clear(Word ullWord)
     {
         ullWord ^= (Within<kDegree - kLower>(ullWord) ^ ...);
@@ -145,11 +146,11 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     Word aullAdded_[kReach] = {};
 };
 
-/// The first word of a message, padded with zeros in front so that whole words remain. Leading
+/// The first word of a message, padded in front with zeros so that only whole words follow. Leading
 /// zeros of a dividend do not change the remainder.
 template <typename Order>
 struct FirstWord {
-    QAL_UINT32 ulBytes; ///< message bytes in it, 1 to 8
+    QAL_UINT32 ulBytes; ///< the number of message bytes in the word, 1 to 8
     Word ullWord;
     Word ullNext; ///< the part of the start value that reaches into the second word
 
@@ -167,7 +168,7 @@ struct LastWord {
     Word ullPastEnd;
 };
 
-/// Folds by Long, which is faster, while at least its kReach words follow; then by Short.
+/// Folds by Long, which is faster, while at least Long's kReach words follow; then by Short.
 template <typename Order, typename Long, typename Short>
 inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {

@@ -1,9 +1,9 @@
-// Folding a long message by whole vectors.
+// Folding a long message a vector at a time.
 //
 // Squaring over GF(2) doubles the exponents and adds no term: (a + b)^2 = a^2 + b^2. The eighth
-// power of a sparse multiple S therefore has the terms of S with their exponents times eight. Its
-// distances are those of S in bytes instead of bits. A vector is folded by XORing it into the
-// message at these distances, without a shift, whatever the order of the bits in a byte.
+// power of a sparse multiple S therefore has the terms of S with their exponents multiplied by
+// eight. Its distances are those of S in bytes instead of bits. A vector is folded by XORing it
+// into the message at these distances, without a shift, whatever the order of the bits in a byte.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_VECTORS_H
 
@@ -43,14 +43,15 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr QAL_UINT32 kMinBytes = kPast + kVectorBytes;
     static constexpr QAL_UINT32 kMaxRest = kPast + kVectorBytes - 1;
 
-    /// Writes a message of at most kMaxRest bytes with the same remainder, and returns its length.
-    /// The given message has at least kMinBytes; @p start is added to its first 16 bytes.
+    /// Writes a message of at most kMaxRest bytes with the same remainder to @p pucRest and returns
+    /// its length. The given message has at least kMinBytes; @p start is added to its first 16
+    /// bytes.
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
         // The vectors cleared so far, as they were just before they were cleared. The next vector
-        // of the message is XORed with those at the multiple's distances before it. Zeros precede
-        // the message.
+        // of the message is XORed with the bytes that precede it by each of the multiple's
+        // distances. Zeros precede the message.
         alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
         QAL_UINT8 *const pucCleared = aucBuffer + kPast;
         for (unsigned i = 0; i < kPast; i += kVectorBytes) {

@@ -1,10 +1,11 @@
-// The forms of the checksums, and the one that the library uses.
+// The CPU forms of the checksums, each for CPUs with certain features, and the choice of the form
+// that the library uses.
 //
 // Every form computes the same values as Crc16Plain() and Crc32Plain(). A form exists only where
-// the compiler may assume the CPU features that it needs. The library's form is chosen when the
-// library is compiled; nothing is detected at run time. No level of x86-64 up to v4 includes
-// carry-less multiplication: to enable it, name a CPU, such as haswell (clmul) or icelake-server
-// (clmul512).
+// the compiler may assume the CPU features that the form needs. The library's form is chosen when
+// the library is compiled; nothing is detected at run time. No level of x86-64 up to v4 includes
+// carry-less multiplication. To enable it, name a CPU with -march, such as haswell (clmul) or
+// icelake-server (clmul512).
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_KERNEL_H
 
@@ -24,25 +25,25 @@
 
 namespace wyx::crc {
 
-/// Any CPU: shifts and XORs of words and vectors, by sparse multiples of the polynomials.
+/// For any CPU: folds by sparse multiples of the polynomials, with shifts and XORs.
 namespace sparse {
 QAL_UINT16 Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 QAL_UINT32 Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 } // namespace sparse
 
-/// The CRC-32 instructions of AArch64; there are none for CRC-16.
+/// Uses the CRC-32 instructions of AArch64. There are none for CRC-16.
 namespace aarch64 {
 using sparse::Crc16;
 QAL_UINT32 Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 } // namespace aarch64
 
-/// Carry-less multiplication of 64-bit words: PCLMULQDQ with SSSE3, or PMULL.
+/// Folds by carry-less multiplication of 64-bit words: PCLMULQDQ with SSSE3, or PMULL.
 namespace clmul {
 QAL_UINT16 Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 QAL_UINT32 Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 } // namespace clmul
 
-/// The same for four vectors at once: VPCLMULQDQ with AVX-512.
+/// The same, four vectors at once: VPCLMULQDQ with AVX-512.
 namespace clmul512 {
 QAL_UINT16 Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);
 QAL_UINT32 Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen);

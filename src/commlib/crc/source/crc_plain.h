@@ -1,4 +1,4 @@
-// The definitions of CRC-16 and CRC-32: a table for each, and one look-up per byte.
+// The plain CRC-16 and CRC-32: one table look-up per byte. The tests compare every form with these.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_PLAIN_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_PLAIN_H
 
@@ -10,7 +10,7 @@ namespace wyx::crc {
 
 constexpr Polynomial kCrc16 = {16, 0x1021}; // x^16 + x^12 + x^5 + 1
 constexpr Polynomial kCrc32 = {32, 0x04C11DB7};
-constexpr QAL_UINT32 kCrc32Reversed = 0xEDB88320; // the same coefficients, x^0 in the highest bit
+constexpr QAL_UINT32 kCrc32Reversed = 0xEDB88320; // the same, with x^0 in the highest bit
 
 /// Entry i is i * x^16 mod the polynomial: eight steps of long division, top bit first.
 consteval std::array<QAL_UINT16, 256> MakeCrc16Table()
@@ -65,10 +65,10 @@ inline QAL_UINT32 Crc32Plain(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UIN
     return ulCrc;
 }
 
-// These return the CRC after the eight bytes of a word. The caller has XORed the CRC so far into
-// the word, which keeps that XOR off the critical path of the look-ups.
+// These return the CRC after the eight bytes of a word. The caller has already XORed the CRC so far
+// into the word; this keeps the XOR off the critical path of the look-ups.
 
-/// The first byte of the message is the highest.
+/// The first byte of the message is the highest byte of the word.
 inline QAL_UINT16 Crc16OfWord(Word ullWord)
 {
     for (unsigned i = 0; i < kWordBytes; ++i) {
@@ -77,7 +77,7 @@ inline QAL_UINT16 Crc16OfWord(Word ullWord)
     return static_cast<QAL_UINT16>(ullWord >> 48);
 }
 
-/// The first byte of the message is the lowest.
+/// The first byte of the message is the lowest byte of the word.
 inline QAL_UINT32 Crc32OfWord(Word ullWord)
 {
     for (unsigned i = 0; i < kWordBytes; ++i) {

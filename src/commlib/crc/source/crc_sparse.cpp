@@ -1,5 +1,5 @@
-// The form for any CPU: folds by sparse multiples of the polynomials, with at most nine table
-// look-ups.
+// The form for any CPU. It folds by sparse multiples of the polynomials and needs at most nine
+// table look-ups per message.
 #include "crc_kernel.h"
 
 #include "crc_fold_vectors.h"
@@ -17,8 +17,8 @@ namespace crc16 {
 // The polynomial itself has four terms, and so do its 8th and 16th powers.
 using Power8 = Sparse<128, 96, 40, 0>;
 using Power16 = Sparse<256, 192, 80, 0>;
-// The multiple of lowest degree that has four terms, the first two of them at least half a word
-// apart, which WordFold needs (SparseMultiples.Crc16Short).
+// The four-term multiple of lowest degree whose two highest exponents differ by at least half a
+// word, as WordFold needs (SparseMultiples.Crc16Short).
 using Short = Sparse<73, 36, 26, 0>;
 static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
               Short::IsMultipleOf(kCrc16));
@@ -33,8 +33,8 @@ QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
     return static_cast<QAL_UINT16>(Crc16OfWord(last.ullWord) ^ (last.ullPastEnd >> 48));
 }
 
-/// Folds by the eighth power of Power8. Its distances are 32, 88 and 128 bytes, so the 128 bytes
-/// folded last are all that is needed, and they stay in registers.
+/// Folds by the eighth power of Power8. Its distances are 32, 88 and 128 bytes, so a vector depends
+/// only on the 128 bytes before it; they stay in registers.
 class RegisterFold {
   public:
     static constexpr unsigned kVectors = 8;
@@ -45,14 +45,15 @@ class RegisterFold {
     /// Takes the next 128 bytes of the message.
     void Take(const QAL_UINT8 *pucData) { TakeEach(pucData, std::make_index_sequence<kVectors>{}); }
 
-    /// Writes the last 128 bytes, which are not cleared, with what was added to them.
+    /// Takes the last 128 bytes of the message and writes them to @p pucRest, together with what
+    /// the bytes before them add. They are not cleared.
     void TakeLast(const QAL_UINT8 *pucData, QAL_UINT8 *pucRest)
     {
         TakeLastEach(pucData, pucRest, std::make_index_sequence<kVectors>{});
     }
 
   private:
-    /// One by one: a loop may become a call to memset().
+    /// Without a loop, as the compiler may turn a loop into a call to memset().
     template <std::size_t... kAt>
     void Clear(std::index_sequence<kAt...>)
     {
@@ -95,12 +96,12 @@ constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: 
                                          QAL_UINT32 ulLen)
 {
     constexpr unsigned kBytes = RegisterFold::kBytes;
-    if (ulLen % kBytes == 1) { // the first 128 bytes must hold both bytes of the start value
+    if (ulLen % kBytes == 1) { // the first block must have room for both bytes of the start value
         uwCrc = Crc16Plain(uwCrc, pucData, 1);
         ++pucData;
         --ulLen;
     }
-    // Zeros in front pad the message to whole blocks of 128 bytes and do not change the remainder.
+    // Zeros in front pad the message to whole blocks of 128 bytes; the remainder stays the same.
     const QAL_UINT32 ulFirst = (ulLen - 1) % kBytes + 1;
     alignas(64) QAL_UINT8 aucBlock[kBytes + kVectorBytes];
     for (unsigned i = 0; i < kBytes; i += kVectorBytes) {
@@ -131,8 +132,9 @@ namespace crc32 {
 
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
-// For what Long leaves: the multiple of lowest degree that has nine terms, the first two of them at
-// least half a word apart. None of a usable degree has fewer terms (SparseMultiples.Crc32Short).
+// Folds what Long leaves: the nine-term multiple of lowest degree whose two highest exponents
+// differ by at least half a word. None of a usable degree has fewer terms
+// (SparseMultiples.Crc32Short).
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
@@ -141,7 +143,7 @@ static_assert(85 - 64 <= 32, "folding the last word but one passes the end");
 
 using Vectors = VectorFold<Long>;
 
-constexpr QAL_UINT32 kMinByLong = 56;     // speed only: below, Short alone is faster
+constexpr QAL_UINT32 kMinByLong = 56;     // speed only: Short alone is faster below
 constexpr QAL_UINT32 kMinByVectors = 512; // speed only: preparing the buffer costs time
 static_assert(kMinByVectors >= Vectors::kMinBytes);
 
@@ -150,7 +152,7 @@ QAL_UINT32 Finish(LastWord last)
     return Crc32OfWord(last.ullWord) ^ static_cast<QAL_UINT32>(last.ullPastEnd);
 }
 
-/// Not inlined: its two callers share it.
+/// Not inlined, so that its two callers share one copy.
 [[gnu::noinline]] QAL_UINT32 ByLong(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     return Finish(FoldWords<LowestBitFirst, Long, Short>(ulCrc, pucData, ulLen));
