@@ -1,8 +1,9 @@
 // MD5 as RFC 1321 defines it: a chain of four words that takes in a block of 64 bytes at a time.
 //
-// Each of the 64 steps of a block adds to one word of the chain a mix of the other three, a word of
-// the block and a constant, rotates the sum and adds one of the other three. The constant of step i
-// (from 1) is the integer part of 2^32 * |sin(i)|, i in radians; the tests recompute all of them.
+// A block takes 64 steps, each of which changes one word of the chain. To that word, the step adds
+// a mix of the other three, a word of the block and a constant; it rotates the sum and adds one of
+// the other three words. The constant of step i (from 1) is the integer part of 2^32 * |sin(i)|,
+// i in radians; the tests recompute all of them.
 #include "wyx_commlib/md5.h"
 
 #include <array>
@@ -14,35 +15,35 @@ namespace {
 
 constexpr QAL_UINT kBlockLen = 64;
 constexpr QAL_UINT kDigestLen = 16;
-constexpr QAL_UINT kCountLen = 8;                    // the message length that ends the padding
-constexpr QAL_UINT kTailLen = kBlockLen - kCountLen; // bytes of the last block before it
+constexpr QAL_UINT kCountLen = 8;                    // bytes of the length that ends the padding
+constexpr QAL_UINT kTailLen = kBlockLen - kCountLen; // bytes of the last block before that length
 
 static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's layout is ABI");
 
-/// A one bit and zeros, to fill the last block.
+/// A one bit and then zeros: what comes between a message and its length.
 constexpr std::array<QAL_UINT8, kBlockLen> PADDING = {0x80};
 
-/// The word that four bytes hold, the low byte first.
+/// The word that four bytes hold, low byte first.
 constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
 {
     return QAL_UINT32{pucBytes[0]} | QAL_UINT32{pucBytes[1]} << 8 | QAL_UINT32{pucBytes[2]} << 16 |
            QAL_UINT32{pucBytes[3]} << 24;
 }
 
-/// The same in the other direction, in one store: every target is little-endian.
+/// Writes a word, low byte first. One store is enough, as every target is little-endian.
 inline void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
 {
     __builtin_memcpy(pucBytes, &ulWord, sizeof ulWord);
 }
 
-/// Not std::rotl(): the type of its count differs between C++ libraries.
+/// Not std::rotl(): the type of its second parameter differs between C++ libraries.
 constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
 {
     return ulWord << iCount | ulWord >> (32 - iCount);
 }
 
-// Every step needs the word that the preceding step computed, here b. Whatever does not depend on b
-// is computed first, so that only the rest is on the critical path.
+// Every step needs the word that the preceding step computed; it is called b here. Whatever does
+// not depend on b is computed first, so that only the rest is on the critical path.
 
 /// Stops the compiler from reassociating a sum in a way that puts work back on the critical path.
 inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
@@ -67,14 +68,14 @@ inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
 }
 
-/// The parity of the three.
+/// Each bit is the parity of b, c and d.
 inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
-/// Each bit of c, inverted where b is set or d is clear.
+/// Each bit is that of c, inverted where b is set or d is clear.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -218,7 +219,7 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
 {
     QAL_UINT index = PendingLen(*context);
 
-    // The length in bits has three bits more than inputLen: the top three go to the high word.
+    // A length in bits is three bits longer than inputLen; the top three go to the high word.
     const QAL_UINT32 ulLowBits = inputLen << 3;
     context->count[0] += ulLowBits;
     context->count[1] += (context->count[0] < ulLowBits ? 1U : 0U) + (inputLen >> 29);

@@ -1,5 +1,5 @@
-// The building blocks of MD5. Exported, but kept out of the public header: their names are too
-// common to expose to every user of the library.
+// The building blocks of MD5. They are exported but kept out of the public header, as their names
+// are too common to expose to every user of the library.
 #ifndef WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 #define WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 
@@ -7,13 +7,13 @@
 
 WYX_C_BEGIN
 
-/// Adds one block to the chaining values. The block may have any alignment.
+/// Updates the chaining values with one block. The block may have any alignment.
 WYX_API void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64]);
 
-/// Writes @p len bytes, a multiple of 4, from words: the low byte of each first.
+/// Writes words as @p len bytes, low byte first; @p len is a multiple of 4.
 WYX_API void Encode(QAL_UINT8 *output, const QAL_UINT32 *input, QAL_UINT len);
 
-/// Reads @p len bytes, a multiple of 4, into words: the low byte of each first.
+/// Reads words from @p len bytes, low byte first; @p len is a multiple of 4.
 WYX_API void Decode(QAL_UINT32 *output, const QAL_UINT8 *input, QAL_UINT len);
 
 WYX_C_END
