@@ -33,7 +33,7 @@ static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == k
 #if defined(WYX_BASE64_HAS_PAIRS)
 using wyx::base64::PairOf;
 #else
-constexpr auto PairOf = wyx::base64::TwoCharactersOf; // a table would serve three groups at most
+constexpr auto PairOf = wyx::base64::TwoCharactersOf; // a table would serve at most three groups
 #endif
 
 /// Writes four characters, the first in the lowest byte.
@@ -63,7 +63,7 @@ QAL_UINT32 EncodeBytes(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return static_cast<QAL_UINT32>(pucEnd - pucOut);
 }
 
-/// The length of a line break; 0 if there is none.
+/// The length of the line break at @p pucIn; 0 if there is none.
 QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
 {
     if (pucIn[0] == '\n') {
@@ -72,16 +72,16 @@ QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
     return pucIn[0] == '\r' && pucIn[1] == '\n' ? 2 : 0;
 }
 
-/// Decodes the usual form at the start of a text: lines with the same number of quads. Returns the
-/// number of characters decoded and adds the number of bytes to @p ulOut.
+/// Decodes the usual layout at the start of a text: lines with the same number of quads. Returns
+/// the number of characters decoded and adds the number of bytes to @p ulOut.
 QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
                        QAL_UINT32 &ulOut)
 {
     const QAL_UINT32 ulLine = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
     QAL_UINT32 ulDone = ulLine;
     ulOut += ulLine / 4 * 3;
-    // Each line is assumed to be as long as the first, so the CPU can start on the next one before
-    // it knows that this one holds nothing unusual.
+    // Each line is assumed to be as long as the first, so the CPU can start on the next line before
+    // it knows whether the current one holds anything unusual.
     while (ulLen - ulDone > 2 + ulLine) { // speed only
         const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
         if (ulBreak == 0 ||
@@ -94,7 +94,7 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return ulDone;
 }
 
-/// Decodes a quad that ends in one or two `=` and returns its number of bytes; 0 for other quads.
+/// Decodes a quad that ends in one or two `=` and returns the number of bytes; 0 for other quads.
 QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 {
     const bool hasTwo = pucQuad[2] != '=';
@@ -112,20 +112,20 @@ QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 
 /// Decodes the text from @p ulDone on, writes from @p ulOut on, and returns the total number of
-/// bytes, or kNoText if a character is not accepted. Not inlined: it needs many registers, which
-/// the usual text would otherwise pay for.
+/// bytes, or kNoText if a character is not accepted. Not inlined, so that the usual text does not
+/// pay for the many registers that this function needs.
 [[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
                                         QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
 {
     QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
     QAL_UINT32 ulFound = 0;
-    // Kept: one character more than the length is read (Base64Decode.ByteBeyondTheLengthIsTested).
+    // Kept: the character after the text is read, too (Base64Decode.ByteBeyondTheLengthIsTested).
     for (QAL_UINT32 i = ulDone; i <= ulLen; ++i) {
         QAL_UINT8 ucMeaning = kMeanings[pucIn[i]];
         if (ucMeaning == kSkipped) {
             continue;
         }
-        if (ulFound == 0) { // a quad begins: decode as far as the form is the usual one
+        if (ulFound == 0) { // a quad begins: decode as far as the layout is the usual one
             i += DecodeLines(pucIn + i, ulLen - i, pucOut, ulOut);
             ucMeaning = kMeanings[pucIn[i]];
         }
@@ -143,7 +143,7 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
             }
         }
     }
-    // In a quad that is not full, n sextets hold n - 1 whole bytes.
+    // In an incomplete quad, n sextets hold n - 1 whole bytes.
     if (ulFound == 3) {
         pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 10);
         pucOut[ulOut++] = static_cast<QAL_UINT8>(ulQuad >> 2);
@@ -168,7 +168,7 @@ QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOu
     return DecodeRest(pucIn, ulLen, ulDone, pucOut, ulOut);
 }
 
-/// A product in 32 bits, which wraps.
+/// A product that wraps in 32 bits.
 constexpr QAL_INT32 Product(QAL_UINT32 ulFactor, QAL_INT32 lLen)
 {
     return static_cast<QAL_INT32>(ulFactor * static_cast<QAL_UINT32>(lLen));
@@ -184,30 +184,30 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
     return Product(3, lLen) / 4 + 4;
 }
 
-// The longest inputs whose output fits the requested block. Kept: a size that has wrapped to a
+// The longest inputs whose output fits in the requested block. Kept: a size that has wrapped to a
 // negative number is requested as the unsigned number with the same bits, which is more than the
 // output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For an
-// input one byte longer, the size is 0.
+// input one byte longer than the longest, the size is 0.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
 constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
 static_assert(DecodedSize(kMostDecoded) == -1 && DecodedSize(kMostDecoded + 1) == 0);
 
-/// Allocates the block for an output; @p lSize is its size by the formula.
+/// Allocates the block for an output; @p lSize is the size that the formula yields.
 QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize, QAL_UINT32 ulLine)
 {
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // A negative length has an empty output, which is just a NUL. One byte is requested for it if
-    // the formula yields a useless size: less than 0, or more than EncodedSize(0).
+    // The output for a negative length is empty, just a NUL. One byte is requested for it if the
+    // formula yields a useless size: less than 0, or more than EncodedSize(0).
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
-/// Releases an output. Not inlined: a release takes the address of a local, and the compiler would
-/// add a stack guard to MOX_BASE64Decode() for that.
+/// Releases an output. Not inlined: wyx::Release() takes the address of a local variable, and for
+/// that the compiler would add a stack guard to MOX_BASE64Decode().
 [[gnu::noinline]] void ReleaseOutput(QAL_UINT8 *&pucOutput, QAL_UINT32 ulLine = __builtin_LINE())
 {
     wyx::Release(pucOutput, ulLine);
@@ -217,7 +217,7 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
 
 extern "C" {
 
-// Kept: the buffer is allocated before the arguments are tested, and a negative length succeeds
+// Kept: the buffer is allocated before the arguments are checked, and a negative length succeeds
 // (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {

@@ -1,5 +1,6 @@
-// Base64 with AVX2: multiplications move six-bit fields to bytes. Sextets become characters, and
-// the other way round, by adding an offset that depends on the range of the alphabet.
+// Base64 with AVX2: multiplications move each six-bit field to a byte of its own. Adding an offset
+// turns sextets into characters, or characters into sextets; the offset depends on the range of the
+// alphabet.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -9,7 +10,7 @@
 namespace wyx::base64::avx2 {
 namespace {
 
-/// Sixteen bytes in both halves of a vector.
+/// The same sixteen bytes in both halves of a vector.
 __m256i Twice(const signed char (&half)[16])
 {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(half)));
@@ -19,7 +20,7 @@ __m256i Twice(const signed char (&half)[16])
 /// of the other twelve has a range of its own.
 __m256i CharactersOf(__m256i sextets)
 {
-    // 0 for upper case, 1 for lower case, and from 2 on: the ten digits, '+', '/'.
+    // The range is 0 for upper case, 1 for lower case, and 2 to 13 for the ten digits, '+' and '/'.
     const __m256i beyondLower = _mm256_subs_epu8(sextets, _mm256_set1_epi8(50));
     const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), sextets);
     const __m256i range =
@@ -35,7 +36,7 @@ __m256i CharactersOf(__m256i sextets)
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     // Each group of bytes b0 b1 b2 becomes a word b1 b0 b2 b1: every six-bit field then lies within
-    // one of its 16-bit halves.
+    // a 16-bit half of the word.
     const __m256i spread = Twice({1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10});
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 28; // speed only
@@ -60,9 +61,10 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    // A character belongs to the alphabet if the sets of its two nibbles have no bit in common.
-    // Bits of the sets: 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for
-    // 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
+    // The set of a high nibble says which range the character may be in, the set of a low nibble
+    // which ranges it excludes. A character belongs to the alphabet if the sets have no bit in
+    // common. The bits are 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8
+    // for 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
         Twice({// Low nibble 0 excludes '@' and '`'; low nibbles A to F exclude ':' and what follows
@@ -75,14 +77,14 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    // A step decodes 24 bytes but writes 32; the 16 characters after it make room for the other 8.
+    // A step decodes 24 bytes but writes 32. The other 8 go where the next 16 characters decode to.
     for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);
         const __m256i low = _mm256_and_si256(in, lowHalf);
         if (_mm256_testz_si256(_mm256_shuffle_epi8(highSets, high),
                                _mm256_shuffle_epi8(lowSets, low)) == 0) {
-            break; // also for the URL-safe characters, which the table form decodes
+            break; // this includes the URL-safe characters, which the table form decodes
         }
         const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
         const __m256i sextets =

@@ -17,8 +17,8 @@ constexpr QAL_UINT32 kBytes = 48; // bytes that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
-/// The source of each byte when every group of three bytes is spread over a word so that no sextet
-/// is split.
+/// The source of each byte when every group of three bytes is spread over a word, in which the bits
+/// of each sextet are contiguous.
 consteval Bytes MakeSpread()
 {
     Bytes aTab{};
@@ -57,10 +57,10 @@ constexpr Bytes kPack = MakePack();
 constexpr Bytes kLowSextets = MakeSextetsFrom(0);
 constexpr Bytes kHighSextets = MakeSextetsFrom(kChars);
 
-// GCC 12 warns about its own header if an intrinsic without a mask is used.
+// For some intrinsics without a mask, GCC 12 warns about its own header: they get a full mask.
 constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};
 
-/// A bit for each of the first @p ulCount bytes of a vector, 1 to 64.
+/// A bit for each of the first @p ulCount bytes of a vector; @p ulCount is 1 to 64.
 QAL_UINT64 First(QAL_UINT32 ulCount)
 {
     return kAll >> (kChars - ulCount);
@@ -81,7 +81,7 @@ __m512i CharactersOf(__m512i bytes)
     return _mm512_maskz_permutexvar_epi8(kAll, sextets, _mm512_loadu_si512(cb64));
 }
 
-/// The sextets of characters; marks those without a value in bit 7.
+/// The sextets of characters; bit 7 is set for characters without a value.
 __m512i SextetsOf(__m512i chars)
 {
     const __m512i sextets = _mm512_permutex2var_epi8(_mm512_loadu_si512(kLowSextets.data()), chars,
@@ -90,7 +90,7 @@ __m512i SextetsOf(__m512i chars)
         sextets, _mm512_and_si512(chars, _mm512_set1_epi32(static_cast<QAL_INT32>(0x80808080))));
 }
 
-/// The bytes of sextets, in the lowest 48 bytes.
+/// The bytes that sextets decode to, in the lowest 48 bytes of the vector.
 __m512i BytesOf(__m512i sextets)
 {
     // Join pairs of sextets into 12 bits, and pairs of those into 24.

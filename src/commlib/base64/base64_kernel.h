@@ -1,17 +1,20 @@
-// The forms of Base64's inner loops, and the one that the library uses.
+// The CPU forms of Base64's inner loops, each for CPUs with certain features, and the choice of the
+// form that the library uses.
 //
 // EncodeGroups() encodes groups of three bytes from the start of the input and returns the number
-// of bytes encoded. DecodeQuads() decodes quads of four characters and stops before the first one
-// that holds a character without a value; it returns the number of characters decoded. Given 16 or
-// more characters before that quad, it decodes all of them; given fewer, it may leave some.
-// base64.cpp processes whatever is left over.
+// of bytes encoded. It may leave some groups at the end.
 //
-// All forms produce the same bytes. None reads outside the input. DecodeQuads() may overwrite bytes
-// after those it decodes: at most as many as the remaining characters decode to, plus one. A
-// decoder's buffer always has that room.
+// DecodeQuads() decodes quads of four characters and returns the number of characters decoded. It
+// stops before the first quad that holds a character without a value, or else after the last whole
+// quad. If there are 16 or more characters up to that point, it decodes all of them; if there are
+// fewer, it may leave some. base64.cpp processes whatever either function leaves.
 //
-// A form exists only where the compiler may assume the CPU features that it needs. The library's
-// form is chosen when the library is compiled; nothing is detected at run time.
+// All forms produce the same bytes. None reads outside the input. DecodeQuads() may write past the
+// bytes it decodes: at most as many bytes as the remaining characters decode to, plus one. The
+// decoder's buffer always has room for these.
+//
+// A form exists only where the compiler may assume the CPU features that the form needs. The
+// library's form is chosen when the library is compiled; nothing is detected at run time.
 #ifndef WYX_COMMLIB_BASE64_KERNEL_H
 #define WYX_COMMLIB_BASE64_KERNEL_H
 
@@ -31,7 +34,7 @@
 #if defined(__ARM_NEON)
 #define WYX_BASE64_HAS_NEON 1
 #else
-#define WYX_BASE64_HAS_TABLE 1 // NEON needs no tables of this size
+#define WYX_BASE64_HAS_TABLE 1 // the NEON form needs no tables of this size
 #if !defined(WYX_BASE64_HAS_AVX512)
 #define WYX_BASE64_HAS_PAIRS 1 // AVX-512 encodes without a table
 #endif
@@ -54,7 +57,7 @@ constexpr QAL_UINT16 TwoCharactersOf(QAL_UINT64 ullBits)
 
 inline constexpr QAL_UINT8 kNoSextet = 0xFF;
 
-/// The sextet of each character, those of the URL-safe alphabet included; kNoSextet for any other
+/// The sextet of each character, including those of the URL-safe alphabet; kNoSextet for any other
 /// byte. The forms that look up sextets make their own tables from this one.
 consteval std::array<QAL_UINT8, 256> MakeSextets()
 {
@@ -68,19 +71,19 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
     return aTab;
 }
 
-/// Any CPU: a look-up yields two characters or decodes one, in tables of 8 and 4 KiB.
+/// For any CPU: a look-up yields two characters or decodes one. The tables have 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace table
 
-/// SSE2: 12 bytes at once. Decodes by the table form.
+/// SSE2: encodes 12 bytes at once, and decodes as the table form does.
 namespace sse2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 using table::DecodeQuads;
 } // namespace sse2
 
-/// AVX2: 24 bytes or 32 characters at once; leaves the rest to sse2 and table.
+/// AVX2: 24 bytes or 32 characters at once. It leaves the rest to sse2 and table.
 namespace avx2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
@@ -92,7 +95,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 } // namespace avx512
 
-/// NEON: 48 bytes or 64 characters at once, then 12 or 16.
+/// NEON: 48 bytes or 64 characters at once, then 12 bytes or 16 characters.
 namespace neon {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

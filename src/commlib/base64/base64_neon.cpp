@@ -1,7 +1,8 @@
-// Base64 with NEON: interleaving loads and stores, which put every third or fourth byte in a vector
-// of its own, and look-ups in tables of 64 entries held in registers. The rest is done 12 bytes or
-// 16 characters at a time. The last such step is moved back to end at the last whole group; the
-// overlap is computed twice, with the same result.
+// Base64 with NEON. De-interleaving loads put the first bytes of all groups in one vector, the
+// second bytes in the next, and so on; interleaving stores do the reverse. Look-ups use tables of
+// 64 entries in registers. What is left is done 12 bytes or 16 characters at a time. The last of
+// these steps is moved back to end at the last whole group; the overlap is computed twice, with the
+// same result.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_NEON)
@@ -40,8 +41,8 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
     // Each group of bytes b0 b1 b2 becomes two numbers of 16 bits, b0 b1 and b1 b2: the first holds
     // two sextets from bits 10 and 4 on, the second from bits 6 and 0 on.
     constexpr QAL_UINT8 kSpread[16] = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 12, 7, 14, 13, 15, 14};
-    constexpr QAL_UINT32 kDown = 0xFFFAFFF6; // by 10 and by 6
-    constexpr QAL_UINT32 kUp = 0x00080004;   // by 4 and by 8
+    constexpr QAL_UINT32 kDown = 0xFFFAFFF6; // right by 10 and by 6
+    constexpr QAL_UINT32 kUp = 0x00080004;   // left by 4 and by 8
     const uint8x16_t bytes = vcombine_u8(vld1_u8(pucIn), vld1_u8(pucIn + 4));
     const uint16x8_t halves = vreinterpretq_u16_u8(vqtbl1q_u8(bytes, vld1q_u8(kSpread)));
     const uint16x8_t low = vshlq_u16(halves, vreinterpretq_s16_u32(vdupq_n_u32(kDown)));
@@ -53,7 +54,7 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
 /// The marked sextets of characters; 0 for those without a value.
 uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
 {
-    // An index of 64 or more looks up 0, so at least one of the two look-ups yields 0.
+    // An index of 64 or more yields 0, so at least one of the two look-ups does.
     return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
 }
 
@@ -69,8 +70,8 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
         const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
-    // Two sextets make 12 bits, and two of those 24. Each insertion overwrites the marks above
-    // the bits it keeps; the marks above the 24 bits are not packed.
+    // Join pairs of sextets into 12 bits, and pairs of those into 24. Each insertion overwrites the
+    // marks above the bits that it keeps; the marks above the 24 bits are not packed.
     const uint16x8_t sextets = vreinterpretq_u16_u8(marked);
     const uint32x4_t pairs =
         vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));
@@ -103,7 +104,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
         vst4q_u8(pucNext, out);
         pucNext += 64;
     }
-    const QAL_UINT32 ulEnd = ulLen / 3 * 3; // of the groups
+    const QAL_UINT32 ulEnd = ulLen / 3 * 3; // of the whole groups
     while (ulDone < ulEnd && ulEnd >= kStepBytes) {
         ulDone = std::min(ulDone, ulEnd - kStepBytes);
         EncodeStep(alphabet, pucIn + ulDone, pucOut + ulDone / 3 * 4);
@@ -136,7 +137,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         vst3q_u8(pucNext, out);
         pucNext += 48;
     }
-    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads, as far as known
+    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads to decode, as far as known
     // Saves the step that would only find the padding.
     if (ulEnd != 0 && pucIn[ulEnd - 1] == '=') { // speed only
         ulEnd -= 4;

@@ -1,4 +1,4 @@
-// The table that encodes two characters of Base64 at once, for forms without wide shuffles.
+// The table that yields two Base64 characters at once, for forms without wide shuffles.
 #ifndef WYX_COMMLIB_BASE64_PAIRS_H
 #define WYX_COMMLIB_BASE64_PAIRS_H
 

@@ -1,4 +1,4 @@
-// Base64 with SSE2: characters are looked up in pairs, as in the table form, but gathered in
+// Base64 with SSE2: characters are looked up in pairs, as in the table form, but collected in
 // vectors. Each pair is inserted straight from memory, and one store replaces eight.
 #include "base64_kernel.h"
 
@@ -17,7 +17,7 @@ short Inserted(QAL_UINT64 ullBits)
     return static_cast<short>(PairOf(ullBits));
 }
 
-/// The eight characters of six bytes, in the lower half. Reads two more bytes.
+/// The eight characters of six bytes, in the lower half of a vector. Reads two more bytes.
 __m128i CharactersOf(const QAL_UINT8 *pucIn)
 {
     QAL_UINT64 ullBits = 0;

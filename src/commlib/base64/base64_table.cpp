@@ -1,6 +1,6 @@
 // Base64 by tables. Encoding looks up 12 bits at a time, which yields two characters. Decoding
-// looks up each of four characters in the table of its place and joins the results into a word of
-// three bytes.
+// looks up each character of a quad in the table for its place, and joins the four results into a
+// word of three bytes.
 #include "base64_kernel.h"
 
 #include <bit>
@@ -23,15 +23,15 @@ void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
 
 constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
 
-/// What each character at place @p ulPlace of a quad adds to the word of three bytes, the first
-/// byte lowest.
+/// What each character at place @p ulPlace of a quad adds to the word of three bytes, whose first
+/// byte is the lowest.
 consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
 {
     const auto aSextets = MakeSextets();
     std::array<QAL_UINT32, 256> aTab{};
     for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
         const QAL_UINT32 ulSextet = aSextets[i];
-        const QAL_UINT32 ulBits = ulSextet << (6 * (3 - ulPlace)); // of 24, the first byte highest
+        const QAL_UINT32 ulBits = ulSextet << (6 * (3 - ulPlace)); // of 24 bits, first byte highest
         const QAL_UINT32 ulWord = (ulBits >> 16) | (ulBits & 0xFF00U) | (ulBits << 16 & 0xFF0000U);
         aTab[i] = ulSextet != kNoSextet ? ulWord : kNoValue;
     }
@@ -47,7 +47,7 @@ QAL_UINT32 WordOf(const QAL_UINT8 *pucQuad)
            kParts[3][pucQuad[3]];
 }
 
-/// The same with one load for all four characters.
+/// The same as WordOf(), but with one load for all four characters.
 QAL_UINT32 WordByShifts(const QAL_UINT8 *pucQuad)
 {
     QAL_UINT32 ulChars;
@@ -86,7 +86,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     QAL_UINT32 ulDone = 0;
     for (; ulLen - ulDone >= 16; ulDone += 16) { // speed only
         const QAL_UINT8 *const pucQuads = pucIn + ulDone;
-        // Half of them each way: the CPU loads and shifts at the same time.
+        // Half of the quads each way: the CPU loads and shifts at the same time.
         const QAL_UINT32 ulFirst = WordByShifts(pucQuads);
         const QAL_UINT32 ulSecond = WordOf(pucQuads + 4);
         const QAL_UINT32 ulThird = WordByShifts(pucQuads + 8);
