@@ -1,5 +1,5 @@
-// Each form of the inner loops against the bit-by-bit model: all lengths, alignments and places of
-// an unusual character, on texts flush against an unmapped page.
+// Compares each CPU form of the inner loops with the bit-by-bit model: at all lengths and
+// alignments, with an unusual character at every place, on texts that end at an unmapped page.
 #include "base64_kernel.h"
 
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ std::vector<Form> Forms()
 }
 
 constexpr QAL_UINT32 kLongest = 300;     // several rounds of the widest form, and all remainders
-constexpr QAL_UINT32 kLeastDecoded = 16; // given this many characters, every form decodes all quads
+constexpr QAL_UINT32 kLeastDecoded = 16; // forms decode all quads of this many characters or more
 
 std::string RandomBytes(std::size_t size, std::mt19937 &random)
 {
@@ -59,8 +59,8 @@ std::string RandomBytes(std::size_t size, std::mt19937 &random)
 /// The characters that have a value.
 const std::string kValued = std::string(kAlphabet) + "-_";
 
-/// The alphabets of the texts. Some forms leave URL-safe characters to another form, so only a text
-/// without such characters tests them to its end.
+/// The alphabets of the texts. Some forms leave URL-safe characters to another form, so only texts
+/// without such characters test these forms from end to end.
 const std::string kAlphabets[] = {std::string(kAlphabet), kValued};
 
 std::string RandomText(const std::string &alphabet, std::size_t size, std::mt19937 &random)
@@ -74,7 +74,7 @@ std::string RandomText(const std::string &alphabet, std::size_t size, std::mt199
 
 class KernelTest : public ::testing::TestWithParam<Form> {
   protected:
-    /// Copies text in front of the unmapped page.
+    /// Copies a text right before the unmapped page.
     const QAL_UINT8 *AtEnd(const std::string &text)
     {
         QAL_UINT8 *const pucText = memory_.End() - text.size();
@@ -85,7 +85,7 @@ class KernelTest : public ::testing::TestWithParam<Form> {
     std::string Encode(const std::string &bytes, QAL_UINT32 &ulDone)
     {
         const auto ulLen = static_cast<QAL_UINT32>(bytes.size());
-        // Not one character more than the bytes require.
+        // Room for exactly the characters of the whole groups.
         QAL_UINT8 *const pucOut = room_.End() - bytes.size() / 3 * 4;
         ulDone = GetParam().pfunEncode(AtEnd(bytes), ulLen, pucOut);
         return {reinterpret_cast<const char *>(pucOut), ulDone / 3 * 4};
@@ -166,7 +166,7 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
                 QAL_UINT32 ulDone = 0;
                 const std::string bytes = Decode(text, ulDone);
                 ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
-                if (at >= kLeastDecoded) { // so that base64.cpp sees the line break
+                if (at >= kLeastDecoded) { // base64.cpp finds line breaks by this
                     ASSERT_EQ(ulDone, at / 4 * 4) << value << " at " << at;
                 }
                 ASSERT_EQ(bytes, expected.substr(0, bytes.size()));
@@ -175,7 +175,7 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
     }
 }
 
-/// A form classifies many characters at once: if it misclassifies one of them, that must not go
+/// A form classifies many characters at once. If it misclassifies one of them, that must not go
 /// unnoticed among the others.
 TEST_P(KernelTest, ClassifiesOneCharacterAmongManyOfAnotherKind)
 {

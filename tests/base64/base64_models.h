@@ -1,4 +1,4 @@
-// What Base64 should be, bit by bit.
+// A model of Base64 that works bit by bit.
 #ifndef WYX_TESTS_BASE64_BASE64_MODELS_H
 #define WYX_TESTS_BASE64_BASE64_MODELS_H
 

@@ -1,5 +1,5 @@
-// Base64 both ways: published vectors, a bit-by-bit model, and a record of the calls to the
-// platform.
+// Encoding and decoding: compared with published vectors and a bit-by-bit model. The calls to the
+// platform are recorded.
 #include "wyx_commlib/base64.h"
 
 #include <gtest/gtest.h>
@@ -35,8 +35,9 @@ QAL_UINT8 *Bytes(char *pch)
 
 using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
-/// The result of a call whose input is copied flush against an unmapped page; none if the call
-/// failed. @p beyond follows the input, and is empty if no byte after the input may be read.
+/// The result of a call; none if the call failed. The input and @p beyond are placed right before
+/// an unmapped page. @p beyond follows the input; it is empty if no byte after the input may be
+/// read.
 std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
                                    std::string_view beyond)
 {
@@ -173,7 +174,7 @@ TEST_F(Base64Decode, LenientForms)
     const Case cases[] = {
         {"TWE", "Ma"},
         {"TQ", "M"},
-        {"T", kEmpty}, // six bits are less than a byte
+        {"T", kEmpty}, // six bits are not a whole byte
         {"TWFuT", "Man"},
         {"TW\r\nFu", "Man"},
         {"T=WFu", "Man"},
@@ -266,7 +267,8 @@ TEST_F(Base64Decode, RandomTexts)
     }
 }
 
-// Lines of equal length, the usual form, and what may go wrong in the middle of them.
+// Lines of equal length, which is the usual layout: whole, cut off at the end, and with a character
+// inserted or removed.
 TEST_F(Base64Decode, LinesOfEveryLength)
 {
     Random random;
@@ -281,7 +283,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
                 text += lineBreak;
             }
             ASSERT_EQ(Decoded(text), ModelDecoded(text + '\0')) << length;
-            for (std::size_t cut = 0; cut < 3; ++cut) { // no break at the end
+            for (std::size_t cut = 0; cut < 3; ++cut) { // the end is cut off
                 const std::string shorter = text.substr(0, text.size() - cut - 1);
                 ASSERT_EQ(Decoded(shorter), ModelDecoded(shorter + '\0')) << length;
             }
@@ -295,7 +297,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
     }
 }
 
-/// Something else follows where the length of the preceding lines suggests a line break.
+/// Where the length of the preceding lines suggests a line break, there is something else.
 TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
 {
     for (const std::size_t length : {4U, 16U, 76U}) {
@@ -356,7 +358,7 @@ TEST_F(Base64Encode, AgreesWithAnIndependentLibrary)
 }
 #endif
 
-// --- What is requested from the platform.
+// --- What the calls request from the platform.
 
 /// The memory calls of one conversion of @p lLen bytes whose result is kept.
 std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *pucInput,
@@ -472,7 +474,7 @@ struct Length {
     QAL_UINT32 ulSize;
 };
 
-/// Nothing is read: the input is an address that cannot be read.
+/// The call reads nothing: the input is an address that cannot be read.
 void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);
@@ -486,8 +488,8 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// Such a block has the size that the formula yields if that is 0 to 5, where 0 counts as one byte;
-// otherwise it has one byte.
+// The block requested has the size that the formula yields if that is 0 to 5; otherwise it has one
+// byte. The platform allocates one byte for a size of 0.
 TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 {
     constexpr Length kLengths[] = {
@@ -532,8 +534,8 @@ TEST_F(Base64Decode, NegativeLengthDecodesToNothing)
     }
 }
 
-/// The call fails as if the allocation had failed, but allocates nothing: no block of the wrapped
-/// size could hold the output.
+/// The call fails as if the allocation had failed, but requests nothing: a block of the wrapped
+/// size could not hold the output.
 void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lLen)
 {
     SCOPED_TRACE(lLen);
@@ -558,7 +560,8 @@ TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
     }
 }
 
-/// The call requests a block of that size. The request is made to fail: the block would be huge.
+/// The call requests a block of @p length.ulSize bytes. The request is made to fail, as the block
+/// would be huge.
 void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);
@@ -606,12 +609,12 @@ TEST_F(Base64Free, ReleasesAndSetsNull)
     EXPECT_EQ(pucText, nullptr);
     EXPECT_EQ(platform.MemoryTrace(), "free");
     EXPECT_TRUE(platform.Events().back().setsNull);
-    MOX_BASE64Free(&pucText); // a second time does no harm
+    MOX_BASE64Free(&pucText); // releasing twice does no harm
     EXPECT_EQ(pucText, nullptr);
     EXPECT_EQ(platform.LiveBlocks(), 0U);
 }
 
-// The adapter keeps a separate account for each place that allocates or releases.
+// An adapter may keep a separate account for each source line that allocates or releases.
 TEST_F(Base64Free, EveryMemoryCallPassesItsOwnLine)
 {
     char achGood[] = "TWFu";
@@ -630,7 +633,7 @@ TEST_F(Base64Free, EveryMemoryCallPassesItsOwnLine)
         lines.insert(event.line);
     }
     EXPECT_EQ(lines.size(), 5U);
-    EXPECT_EQ(events[2].line, events[4].line); // both are the decoder's buffer
+    EXPECT_EQ(events[2].line, events[4].line); // both allocate the decoder's buffer
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// CRC-16: the published values, and bit-by-bit division as an independent method for all others.
+// CRC-16: compared with published values, and with bit-by-bit division as an independent method.
 #include "wyx_commlib/crc.h"
 
 #include "crc_checks.h"
@@ -14,10 +14,10 @@ TEST(Crc16, CheckValues)
     EXPECT_EQ(kCrc.Whole(Text("123456789")), 0x31C3); // as catalogued for CRC-16/XMODEM
     EXPECT_EQ(kCrc.Whole(Text("a")), 0x7C87);
     EXPECT_EQ(kCrc.Piece(kCrc.Whole(Text("1234")), Text("56789")), 0x31C3);
-    EXPECT_EQ(kCrc.Piece(0xFFFF, Text("123456789")), 0x29B1); // a start value of all ones
+    EXPECT_EQ(kCrc.Piece(0xFFFF, Text("123456789")), 0x29B1); // the start value is all ones
 }
 
-// The CRC of a single byte, starting from 0, is its table entry.
+// The CRC of a single byte, starting from 0, is the table entry of that byte.
 TEST(Crc16, TableEntries)
 {
     EXPECT_EQ(kCrc.Whole(Text("\x01")), 0x1021);

@@ -1,4 +1,4 @@
-// CRC-32: the published values, and bit-by-bit division as an independent method for all others.
+// CRC-32: compared with published values, and with bit-by-bit division as an independent method.
 #include "wyx_commlib/crc.h"
 
 #include "crc_checks.h"
@@ -27,7 +27,7 @@ TEST(Crc32, InvertedByTheCallerIsTheCommonCrc32)
     EXPECT_EQ(~kCrc.Piece(0xFFFFFFFF, Text("123456789")), 0xCBF43926U);
 }
 
-// The CRC of a single byte, starting from 0, is its table entry.
+// The CRC of a single byte, starting from 0, is the table entry of that byte.
 TEST(Crc32, TableEntries)
 {
     EXPECT_EQ(kCrc.Whole(Text("\x01")), 0x77073096U);

@@ -1,4 +1,4 @@
-// Checks that hold for a CRC of either width and for every implementation of it.
+// Checks for a CRC of either width and for every CPU form of it.
 #ifndef WYX_TESTS_CRC_CRC_CHECKS_H
 #define WYX_TESTS_CRC_CRC_CHECKS_H
 
@@ -24,8 +24,8 @@ template <typename Word>
 struct Crc {
     QAL_UINT32 (*pfunWhole)(const QAL_UINT8 *, QAL_UINT32, Word *);
     QAL_UINT32 (*pfunPiece)(Word, const QAL_UINT8 *, QAL_UINT32, Word *);
-    Word poly;      ///< the coefficients below the highest one, that of x^0 in the lowest bit
-    bool reflected; ///< the first bit of a byte, and of the CRC, is its lowest
+    Word poly;      ///< the coefficients below the highest one, with that of x^0 in the lowest bit
+    bool reflected; ///< true if the first bit of a byte, and of the CRC, is its lowest
     QAL_UINT32 ulInvalidPara;
 
     Word Whole(Bytes message) const
@@ -57,8 +57,8 @@ inline Bytes Text(std::string_view text)
     return {reinterpret_cast<const QAL_UINT8 *>(text.data()), text.size()};
 }
 
-/// The definition, by schoolbook division, bit by bit. The start value is added to the first bits
-/// of the message, and as many zero bits as the CRC is wide follow it.
+/// The CRC by its definition: long division, bit by bit. The start value is added to the first bits
+/// of the message, which is followed by as many zero bits as the CRC has.
 template <typename Word>
 Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
 {
@@ -80,7 +80,7 @@ Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
         if (!dividend[at]) {
             continue;
         }
-        for (std::size_t i = 0; i < kWidth; ++i) { // the highest coefficient clears dividend[at]
+        for (std::size_t i = 0; i < kWidth; ++i) { // dividend[at] itself is not read again
             const bool isSet = ((crc.poly >> (kWidth - 1 - i)) & 1U) != 0;
             dividend[at + 1 + i] = dividend[at + 1 + i] != isSet;
         }
@@ -112,7 +112,7 @@ void ExpectRefusesNull(const Crc<Word> &crc)
     }
 }
 
-/// An empty message is not read at all: here its pointer leads to an unmapped page.
+/// An empty message is not read at all: here its pointer points to an unmapped page.
 template <typename Word>
 void ExpectEmptyChangesNothing(const Crc<Word> &crc)
 {
@@ -127,7 +127,7 @@ void ExpectEmptyChangesNothing(const Crc<Word> &crc)
     }
 }
 
-/// The CRC of a single byte, starting from 0, is its table entry.
+/// The CRC of a single byte, starting from 0, is the table entry of that byte.
 template <typename Word>
 void ExpectEveryByte(const Crc<Word> &crc)
 {
@@ -167,7 +167,7 @@ void ExpectSplitsToJoin(const Crc<Word> &crc)
         for (std::size_t at = 0; at < all.size(); at += size) {
             const Bytes piece = all.subspan(at, std::min(size, all.size() - at));
             EXPECT_EQ(crc.pfunPiece(value, piece.data(), static_cast<QAL_UINT32>(piece.size()),
-                                    &value), // in place, as in a caller's loop
+                                    &value), // the result replaces the start value
                       0U);
         }
         EXPECT_EQ(value, expected) << size;
@@ -197,7 +197,7 @@ void ExpectLengthsAndAlignments(const Crc<Word> &crc)
     }
 }
 
-/// No byte before or after the message is read, not even by a form that reads many at once.
+/// No byte before or after the message is read, even by a form that reads many bytes at once.
 template <typename Word>
 void ExpectReadsNothingOutside(const Crc<Word> &crc)
 {
@@ -216,7 +216,7 @@ void ExpectReadsNothingOutside(const Crc<Word> &crc)
     }
 }
 
-/// The result may be written over the message itself: nothing is read after that.
+/// The result may be written over part of the message, which is not read after that.
 template <typename Word>
 void ExpectResultMayLieInTheMessage(const Crc<Word> &crc)
 {

@@ -1,5 +1,5 @@
-// Every form of the checksums computes the same as one look-up per byte: at the lengths where a
-// method starts, ends or changes, at every alignment, and for any split.
+// Every CPU form of the checksums computes the same values as one table look-up per byte: at the
+// lengths where a method starts, ends or changes, at every alignment, and for any split.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 namespace wyx::test {
 namespace {
 
-/// A form, both as it is and with the signatures of the public calls, which the shared checks call.
+/// A form, both as it is and with the signatures of the public calls, which crc_checks.h expects.
 template <typename Word, auto pfunPlainForm, auto pfunForm, QAL_UINT32 ulPolynomial,
           bool isReflected>
 struct FormOf {
@@ -43,7 +43,7 @@ template <typename Form>
 class CrcForms : public testing::Test {};
 TYPED_TEST_SUITE_P(CrcForms);
 
-/// Lengths at which methods and loops begin and end: all the small ones, and those around the sizes
+/// The lengths at which methods and loops begin and end: all small ones, and those around the sizes
 /// of chunks and buffers.
 std::vector<std::size_t> Lengths()
 {
@@ -106,7 +106,7 @@ TYPED_TEST_P(CrcForms, EveryAlignment)
     }
 }
 
-/// Messages of zeros with a single one bit, at every place.
+/// Messages of zeros with a single one bit, which takes every place.
 TYPED_TEST_P(CrcForms, EveryBitOfAMessage)
 {
     for (const std::size_t len : {20U, 100U, 700U}) {

@@ -1,5 +1,5 @@
-// A message longer than 2^31 bytes: a sum or index that is signed, or has fewer than 32 bits, would
-// go wrong.
+// A message longer than 2^31 bytes: a length or an index of 32 bits would overflow if it were
+// signed.
 #include <sys/mman.h>
 
 #include <array>
@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kSize = 0x80000000 + 1;
 
-/// The effect of a run of zero bytes on the CRC so far. It is linear, so the image of each bit is
-/// enough.
+/// The effect of a run of zero bytes on the CRC so far. It is linear, so it is enough to know what
+/// becomes of each bit.
 template <typename Word>
 using ZeroRun = std::array<Word, 8 * sizeof(Word)>;
 
@@ -54,7 +54,7 @@ void ExpectVeryLongMessage(const Crc<Word> &crc)
         GTEST_SKIP() << "no address space for the message";
     }
     auto *const pucMessage = static_cast<QAL_UINT8 *>(pMapped);
-    pucMessage[kSize - 1] = 0x80; // all other bytes read as zero, and take no memory
+    pucMessage[kSize - 1] = 0x80; // all other bytes are zero and take no memory
 
     constexpr Word kStart = 0x1234;
     const Word afterZeros = Apply(RunOfTwoTo31(crc), kStart);

@@ -1,7 +1,7 @@
-// The meet-in-the-middle search that found the sparse multiples by which the form for any CPU
-// folds. A polynomial x^a + x^b + ... is a multiple of P if the remainders of its terms add up to
-// 0. So the remainders of all sums of a few terms are tabulated, and two sums with the same
-// remainder make a multiple.
+// The form for any CPU folds by sparse multiples of the polynomials. This is the meet-in-the-middle
+// search that found them. A polynomial x^a + x^b + ... is a multiple of P if the remainders of its
+// terms add up to 0. So the search tabulates the remainders of all sums of a few terms; two sums
+// with the same remainder make a multiple.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 namespace wyx::test {
 namespace {
 
-using Exponents = std::vector<unsigned>; ///< of the terms of a polynomial, highest first
+using Exponents = std::vector<unsigned>; ///< those of a polynomial's terms, highest first
 
 /// The remainders of x^0 to x^uHighest, divided by the polynomial of degree @p uWidth whose lower
 /// coefficients are @p ulLower.
@@ -33,7 +33,7 @@ std::vector<QAL_UINT32> Remainders(unsigned uWidth, QAL_UINT32 ulLower, unsigned
 const std::vector<QAL_UINT32> kCrc16 = Remainders(16, 0x1021, 96);
 const std::vector<QAL_UINT32> kCrc32 = Remainders(32, 0x04C11DB7, 300);
 
-/// Calls visit(exponents, remainder) for every sum of @p count terms from x^1 to x^uHighest.
+/// Calls visit(exponents, remainder) for every sum of @p count terms out of x^1 to x^uHighest.
 template <typename Visit>
 void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count,
                 Exponents &exponents, QAL_UINT32 ulSum, const Visit &visit)
@@ -49,7 +49,7 @@ void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, un
     }
 }
 
-/// The sums of a number of terms up to a degree, by their remainders.
+/// All sums that have a given number of terms up to a given degree, by their remainders.
 class Sums {
   public:
     Sums(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count)
@@ -67,7 +67,7 @@ class Sums {
     template <typename Visit>
     void Find(QAL_UINT32 ulSum, const Visit &visit) const
     {
-        if (filter_[ulSum % filter_.size()]) { // nearly all of the look-ups end here
+        if (filter_[ulSum % filter_.size()]) { // false in nearly all look-ups
             for (auto [it, end] = sums_.equal_range(ulSum); it != end; ++it) {
                 visit(it->second);
             }
@@ -79,8 +79,8 @@ class Sums {
     std::vector<bool> filter_;
 };
 
-/// All multiples up to degree @p uHighest that have @p count terms, one of them constant, and whose
-/// second-highest exponent is at least @p uGap below the highest.
+/// All multiples up to degree @p uHighest that have @p count terms, one of them the constant, and
+/// whose second-highest exponent is at least @p uGap below the highest.
 std::set<Exponents> Multiples(const std::vector<QAL_UINT32> &remainders, unsigned uHighest,
                               unsigned count, unsigned uGap)
 {

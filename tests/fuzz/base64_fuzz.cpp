@@ -1,5 +1,5 @@
-// Base64 both ways, on blocks of exactly the bytes that may be read, with the allocation failing if
-// the input says so.
+// Encodes and decodes blocks that hold exactly the bytes that may be read. If the input says so,
+// the allocation fails.
 #include "../base64/base64_models.h"
 #include "fuzz_support.h"
 #include "platform_double.h"
@@ -12,7 +12,7 @@ using fuzz::Block;
 
 using Result = std::optional<std::string>;
 
-/// What a call handed over; the block must have the size that the contract states.
+/// What a call handed over. The block must have @p blockSize bytes.
 Result Taken(QAL_INT32 lLen, QAL_UINT8 *pucOutput, std::size_t blockSize)
 {
     if (pucOutput == nullptr) {
@@ -41,7 +41,7 @@ Result Encode(std::string_view bytes)
     return Taken(lLen, pucOutput, 4 * bytes.size() / 3 + 5);
 }
 
-/// @p text includes the byte after its length.
+/// @p text includes the byte past the length that the decoder is given.
 Result Decode(std::string_view text)
 {
     const Block block(text);

@@ -1,4 +1,4 @@
-// Both checksums, whole and in two pieces, against division bit by bit.
+// Compares both checksums, whole and in two pieces, with bit-by-bit division.
 #include "../crc/crc_checks.h"
 #include "fuzz_support.h"
 #include "wyx_commlib/crc.h"

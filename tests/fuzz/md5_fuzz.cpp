@@ -1,4 +1,5 @@
-// MD5 of a message in pieces against the definition, and an independent library where there is one.
+// Compares the MD5 of a message fed in pieces with the definition, and with an independent library
+// if there is one.
 #include "../md5/md5_models.h"
 #include "fuzz_support.h"
 #include "wyx_commlib/md5.h"
@@ -11,7 +12,7 @@ using namespace wyx::test;
 
 WYX_FUZZ_TARGET(md5)
 {
-    // The first bytes, up to a 0, are the lengths of the pieces; the last piece takes the rest.
+    // The bytes up to the first NUL are the lengths of the pieces; the last piece takes the rest.
     const std::string_view lengths = input.Text();
     const fuzz::Block message(input.Rest());
     std::string_view rest(reinterpret_cast<const char *>(message.Data()), message.Size());

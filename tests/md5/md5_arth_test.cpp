@@ -1,5 +1,5 @@
-// MD5: the published vectors, a model computed from the definition, and an independent library
-// where the machine has one.
+// MD5: compared with published vectors, with a model that follows the definition, and with an
+// independent library if the machine has one.
 #include "wyx_commlib/md5.h"
 
 #include <gtest/gtest.h>
@@ -88,7 +88,7 @@ TEST(Md5, EveryLengthAcrossThePaddingBoundaries)
     Random random;
     SCOPED_TRACE(random.Trace());
     const std::vector<QAL_UINT8> message = random.Bytes(330);
-    for (std::size_t len = 0; len <= message.size(); ++len) { // 55, 56, 63, 64, 65 among them
+    for (std::size_t len = 0; len <= message.size(); ++len) { // 55, 56, 63, 64 and 65 among them
         const Bytes head(message.data(), len);
         EXPECT_EQ(Md5(head), ModelMd5(head)) << len;
     }
@@ -220,7 +220,7 @@ TEST(Md5, CountCarriesIntoItsHighWord)
     context.count[1] = 0xFFFFFFFF;
     XELP_MD5_Update(&context, aucTwo, 2);
     EXPECT_EQ(context.count[0], 8U);
-    EXPECT_EQ(context.count[1], 0U); // 2^64 bits count as none
+    EXPECT_EQ(context.count[1], 0U); // the count wraps at 2^64 bits
 }
 
 #ifdef WYX_TEST_LONG_MESSAGE
@@ -272,7 +272,7 @@ TEST(Md5, WipedContextNeedsInitAgain)
     XELP_MD5_Init(&context);
     XELP_MD5_Final(digest.data(), &context);
     EXPECT_EQ(Hex(digest), kPublished[0].digest);
-    XELP_MD5_Final(digest.data(), &context); // wiped
+    XELP_MD5_Final(digest.data(), &context); // on the wiped context
     EXPECT_NE(Hex(digest), kPublished[0].digest);
     XELP_MD5_Init(&context);
     XELP_MD5_Final(digest.data(), &context);

@@ -1,4 +1,4 @@
-// MD5 by its definition, taken literally and without regard to speed.
+// A model of MD5 that follows the definition literally, without regard to speed.
 #ifndef WYX_TESTS_MD5_MD5_MODELS_H
 #define WYX_TESTS_MD5_MD5_MODELS_H
 

@@ -13,7 +13,7 @@ struct Call {
     const void *pDest;
     QAL_ULONG ulDestMax;
     QAL_ULONG ulCount;
-    int iByte; // -1: a copy
+    int iByte; // -1 for a copy
 };
 std::vector<Call> calls;
 
@@ -53,7 +53,7 @@ TEST(Md5Services, EveryCopyIsBoundedByItsCount)
 
     calls.clear();
     XELP_MD5_Update(&context, aucInput,
-                    sizeof aucInput); // 61 fill the block, 64 bypass the buffer
+                    sizeof aucInput); // 61 fill the block, 64 bypass the buffer, 8 remain
     ASSERT_EQ(calls.size(), 2U);
     EXPECT_EQ(calls[0].pDest, context.buffer + 3);
     EXPECT_EQ(calls[0].ulCount, 61U);
@@ -72,8 +72,8 @@ TEST(Md5Services, EveryCopyIsBoundedByItsCount)
     }
 }
 
-// The wipe is a call into another library, even if the compiler knows that nothing uses the context
-// later.
+// The wipe is a call into another library, so it happens even if the compiler knows that nothing
+// uses the context later.
 TEST(Md5Services, FinalEndsByWipingTheWholeContext)
 {
     MD5_S_CTX context;

@@ -13,8 +13,8 @@ int strangers = 0;
 
 extern "C" {
 
-// Exported from the executable, so they replace the library's in every call that is not bound
-// inside it.
+// They are exported from the executable, so they replace the library's functions in every call that
+// is not bound inside the library.
 __attribute__((visibility("default"))) void Encode(void *);
 __attribute__((visibility("default"))) void Decode(void *);
 __attribute__((visibility("default"))) void MD5Transform(void *);

@@ -1,7 +1,7 @@
-// Does the wipe survive an optimiser that sees everything? The digest, the platform's fill and the
-// caller are compiled and optimised as one program here, and the context is a local variable that
-// nothing reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. The stack belongs
-// to the test, which reads it after the thread that ran on it has ended.
+// Does the wipe survive an optimiser that sees everything? MD5, wyx_memset_s() and their caller are
+// compiled and optimised as one program here, and the context is a local variable that nothing
+// reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. The stack belongs to the
+// test, which reads the stack after the thread that ran on it has ended.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -17,7 +17,7 @@ namespace wyx::test {
 namespace {
 
 constexpr std::size_t kStackSize = 1 << 20;
-constexpr std::size_t kDepth = 1 << 16; // keeps the context away from what the thread's end writes
+constexpr std::size_t kDepth = 1 << 16; // keeps the context away from what an ending thread writes
 
 struct Job {
     void (*pfunEnd)(QAL_UINT8 *, MD5_S_CTX *);
