@@ -1,6 +1,6 @@
 /* Replaces the memory services: every block of the library comes from one array, and the most that
- * was ever in use is known. An executable's own functions take precedence over those of the adapter
- * library, which still provides the rest. */
+ * was ever in use is recorded. An executable's own functions take precedence over those of the
+ * adapter library, which still provides the rest. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants faults in copies of the client's adapter: the suite has to report the promise each breaks.
+"""Plants faults in copies of the client's adapter: the suite must report the broken promise.
 
     planted_faults_test.py SUITE SOURCE_FOLDER WORK_FOLDER C_COMPILER
 """
@@ -13,7 +13,7 @@ import sys
 SUITE, SOURCE, WORK, COMPILER = sys.argv[1:]
 SOURCE, WORK = pathlib.Path(SOURCE), pathlib.Path(WORK)
 
-FAULTS = [  # a text that the adapter has once, its replacement, a part of the broken promise
+FAULTS = [  # a text that occurs once in the adapter, its replacement, part of the broken promise
     ("calloc(1, ulSize != 0 ? ulSize : 1)", "malloc(ulSize != 0 ? ulSize : 1)", "zero bytes"),
     ("malloc(ulSize != 0 ? ulSize : 1)", "(ulSize != 0 ? malloc(ulSize) : NULL)", "size of 0"),
     ("void *const block = malloc(ulSize != 0 ? ulSize : 1);",
@@ -79,7 +79,7 @@ FAULTS = [  # a text that the adapter has once, its replacement, a part of the b
 
 
 def try_on(name, text):
-    """What the suite prints for an adapter of this source."""
+    """Runs the suite on an adapter built from this source."""
     source = WORK / f"{name}.c"
     library = WORK / f"{name}.so"
     source.write_text(text)
@@ -99,17 +99,17 @@ if sound.returncode != 0 or "not ok" in sound.stdout:
     failures += 1
 for number, (there, planted, promise) in enumerate(FAULTS):
     if adapter.count(there) != 1:
-        print(f"FAILED: in the adapter {adapter.count(there)} times: {there}")
+        print(f"FAILED: occurs {adapter.count(there)} times in the adapter: {there}")
         failures += 1
         continue
     result = try_on(f"fault{number}", adapter.replace(there, planted))
     broken = re.findall(r"^not ok .*", result.stdout, re.MULTILINE)
     if result.returncode != 1 or not any(re.search(promise, line) for line in broken):
-        print(f"FAILED: not found: {planted!r}; broken: {broken}")
+        print(f"FAILED: not reported: {planted!r}; broken: {broken}")
         failures += 1
 nothing = subprocess.run([SUITE, WORK / "none.so"], capture_output=True, text=True)
 if nothing.returncode != 2 or "none.so" not in nothing.stderr:
-    print("FAILED: no library, and", nothing)
+    print("FAILED: a missing library was not reported:", nothing)
     failures += 1
 print(f"{len(FAULTS)} faults planted, {failures} failures")
 sys.exit(failures != 0)

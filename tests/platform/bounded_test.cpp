@@ -1,5 +1,5 @@
-// What the default adapter does beyond the contract that tests/adapter tests, and what a *Kept*
-// comment of its source refers to.
+// What the default adapter does beyond the contract, which tests/adapter tests, and what a *Kept*
+// comment in its source names.
 #include <gtest/gtest.h>
 
 #include "bounded.h"

@@ -18,7 +18,7 @@ QAL_UINT64 Now()
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
 }
 
-/// Waits until the clock is no longer ahead: each call advanced it by at least a millisecond.
+/// Waits until the clock is no longer ahead: earlier calls advanced it by a millisecond each.
 void CatchUp()
 {
     for (QAL_UINT64 ullTime; (ullTime = XELP_GetSystemTime()) > Now();) {

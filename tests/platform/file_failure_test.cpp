@@ -133,7 +133,7 @@ TEST_F(FileFailure, RegularFileIsReadWholeAtOpenAndClosed)
     EXPECT_EQ(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
     EXPECT_EQ(XELP_Fgetc(pstruFile), static_cast<QAL_UINT8>(text[0]));
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
-    EXPECT_EQ(Trace(), "") << "calls of the system after opening";
+    EXPECT_EQ(Trace(), "") << "called the system after opening";
 }
 
 TEST_F(FileFailure, SizeIsOnlyAHint)
@@ -450,7 +450,7 @@ TEST_F(FileFailure, FileThatAppearsUnderANameRenamedAwayIsNotRemoved)
     folder.Make("text.ibk", "another's");
     EXPECT_NE(XELP_Remove(name.c_str()), 0);
     EXPECT_EQ(folder.Content("text.ibk"), "another's");
-    EXPECT_EQ(XELP_Remove(name.c_str()), 0) << "refused once";
+    EXPECT_EQ(XELP_Remove(name.c_str()), 0) << "refused twice";
 }
 
 TEST_F(FileFailure, NameRenamedAwayAndCreatedAgainIsRemoved)

@@ -136,7 +136,7 @@ TEST_F(File, UnreadableFilesAreRefused)
     EXPECT_EQ(folder.Content("text"), "secret");
 }
 
-/// A user may create files in the directory, but not list it.
+/// The user may create files in the directory, but not list it.
 TEST_F(File, UnreadableDirectoryCanHoldFiles)
 {
     WYX_NEED_NOBODY();
@@ -184,7 +184,7 @@ TEST_F(File, SymbolicLinksAreFollowedForReadingOnly)
     EXPECT_FALSE(folder.Has("none"));
 }
 
-/// A user may write to the file, but not read it.
+/// The user may write to the file, but not read it.
 TEST_F(File, UnreadableFileThatWasLookedForIsNotEmptied)
 {
     WYX_NEED_NOBODY();
@@ -312,8 +312,8 @@ TEST_F(File, PipeStreamsAndStepsBackAcrossEveryRefill)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A writer that opens the pipe after its end begins a new text, which the file that is already
-/// open does not read.
+/// A writer that opens the pipe after its end was read begins a new text, which the reader that is
+/// already open does not see.
 TEST_F(File, PipeEndsOnce)
 {
     const std::string name = folder.File("pipe");
@@ -329,7 +329,7 @@ TEST_F(File, PipeEndsOnce)
     EXPECT_EQ(XELP_Fclose(pstruFile), 0);
 }
 
-/// A signal arrives every millisecond, and the kernel restarts no call.
+/// A signal arrives every millisecond, and the kernel does not restart the calls it interrupts.
 TEST_F(File, SignalsInterruptNoService)
 {
     static volatile sig_atomic_t iSignals = 0;
@@ -340,12 +340,12 @@ TEST_F(File, SignalsInterruptNoService)
 
     const std::string name = folder.File("pipe");
     ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
-    std::thread writer([&] { // opening it waits for the reader
+    std::thread writer([&] {
         sigset_t alarm;
         sigemptyset(&alarm);
         sigaddset(&alarm, SIGALRM);
         pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
-        usleep(20000);
+        usleep(20000); // meanwhile, signals interrupt the reader's open()
         const int iFd = open(name.c_str(), O_WRONLY | O_CLOEXEC);
         for (const char cByte : {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j'}) {
             usleep(5000);

@@ -1,4 +1,4 @@
-// The accounting allocator, whichever kind the adapter itself was built with.
+// The accounting allocator, whether or not the adapter itself was built with it.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -89,7 +89,7 @@ TEST(MemoryAccounting, BlockOfSize0HoldsOneByte)
     auto *pcBlock = static_cast<QAL_CHAR *>(XELP_MemMallocS(0, 0, 5, "zero.c"));
     EXPECT_EQ(*pcBlock, 0);
     *pcBlock = 1;
-    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // the bytes requested
+    ExpectUse(UseOf("zero.c", 5), {1, 0, 1, 0, 1, 0}); // counts the bytes requested
     XELP_MemFreeD(pcBlock, 6, "zero.c");
 }
 
@@ -243,9 +243,9 @@ TEST(MemoryAccounting, HoldsBackNoMoreThanItsLimits)
             XELP_MemFreeD(XELP_MemMallocD(ulSize, 61, "hold.c"), 62, "hold.c");
         }
     };
-    release(2000000, 1); // alone above the limit of bytes: all others are released
+    release(2000000, 1); // above the byte limit by itself: all others are freed
     const std::size_t alone = system.LiveBlocks();
-    release(1, 1); // now the large block is released, but not the newest
+    release(1, 1); // now the large block is freed, but not the newest
     EXPECT_EQ(system.LiveBlocks(), alone);
     release(1, 3000);
     EXPECT_EQ(system.LiveBlocks(), alone + 2 * 1023) << "a block and its entry for each";
@@ -285,12 +285,12 @@ TEST(MemoryAccounting, ReleaseThroughAVariableClearsIt)
     EXPECT_EQ(pBlock, nullptr);
 }
 
-/// The chains of the books grow with the blocks that are live or held back, and the old ones are
-/// released.
+/// The chains of the books grow with the blocks that are live or held back, and the old chains are
+/// freed.
 TEST(MemoryAccounting, TableGrowsWithTheBlocks)
 {
     SystemDouble &system = SystemDouble::Instance();
-    XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // only it is held back
+    XELP_MemFreeD(XELP_MemMallocD(2000000, 1, "grow.c"), 1, "grow.c"); // now the only one held back
     const std::size_t before = system.LiveBlocks();
     system.Reset();
     std::vector<void *> blocks;
@@ -352,7 +352,7 @@ TEST(MemoryAccounting, FailureOfAnyInternalAllocationFailsTheCallAndLeaksNothing
         const char *pszFile;
     } cases[] = {{"malloc", 1, "known.c"}, // the block
                  {"calloc", 1, "known.c"}, // its entry
-                 {"calloc", 2, "new.c"}};  // that of the line
+                 {"calloc", 2, "new.c"}};  // the line's entry
     for (const auto &c : cases) {
         for (const bool isZeroed : {false, true}) {
             const std::size_t held = system.LiveBlocks();
@@ -374,7 +374,7 @@ TEST(MemoryAccounting, ChainsGrowLongerIfThereIsNoMemoryForMore)
     const QAL_ULONG ulBefore = Use().ulLiveBlocks;
     std::vector<void *> blocks;
     for (QAL_UINT32 i = 0; i < 20000; ++i) {
-        system.Fail("calloc", 2, ENOMEM); // the second in one allocation would be for the chains
+        system.Fail("calloc", 2, ENOMEM); // the second one of an allocation is for the chains
         blocks.push_back(XELP_MemMallocD(1, 71, "known.c"));
         ASSERT_NE(blocks.back(), nullptr);
         system.Reset();
@@ -491,7 +491,7 @@ TEST_F(MemoryAccountingDeathTest, HandlerOfTheAbortCanAllocate)
             XELP_MemFreeD(XELP_MemMallocD(8, 1, "handler.c"), 2, "handler.c");
             _exit(7);
         });
-        alarm(60); // if it waits for the lock
+        alarm(60); // in case it waits for the lock
         int iForeign = 0;
         XELP_MemFreeD(&iForeign, 91, "foreign.c");
     };

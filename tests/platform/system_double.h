@@ -2,7 +2,8 @@
 // adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
 // It records every call, can make any of them fail, be interrupted or do only part of its work,
-// and knows which descriptors and blocks are held. All other calls go through to the system.
+// and knows which descriptors and blocks are held. Calls that it does not make fail go through to
+// the system, except sync().
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 
@@ -30,8 +31,8 @@ class SystemDouble {
     void Reset();
 
     /// Makes @p call fail with @p iError without doing anything, @p times in a row. The first to
-    /// fail is the @p n-th from now on; the next one is number 1. With error 0 a write or rename
-    /// reports success.
+    /// fail is the @p n-th from now on; the next call is number 1. With error 0, a write or rename
+    /// returns 0.
     void Fail(const std::string &call, int n, int iError, int times = 1);
     /// Makes every call that may be interrupted fail with EINTR @p times before it is carried out.
     void InterruptEach(int times);
@@ -46,7 +47,7 @@ class SystemDouble {
     void ReportSizeLimit(unsigned long limit) { sizeLimit_ = limit; }
     /// ... and this time for every clock.
     void ReportTime(time_t seconds, long nanoseconds) { time_ = {seconds, nanoseconds}; }
-    /// Runs @p action after the @p n-th @p call from now on; the next one is number 1.
+    /// Runs @p action after the @p n-th @p call from now on; the next call is number 1.
     void After(const std::string &call, int n, std::function<void()> action);
 
     /// How often a call was made since Reset(), failing and interrupted ones included.
@@ -101,7 +102,7 @@ class SystemDouble {
     std::set<void *> blocks_;
     std::map<std::string, int> interrupted_;
     int interruptEach_ = 0;
-    std::size_t readLimit_ = 0; // 0: none
+    std::size_t readLimit_ = 0; // 0: no limit
     std::size_t writeLimit_ = 0;
     std::optional<off_t> size_;
     std::optional<int> blockSize_;

@@ -1,5 +1,5 @@
 // The wipe of a secret must not be optimised away, not even if the optimiser sees everything. So
-// the routine is part of this file, and the block is released right after it.
+// this file includes the routine's source, and releases the block right after the wipe.
 #include "linux/bounded.cpp"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::size_t kSize = 64;
-const void *volatile pWatched = nullptr; // volatile: to the compiler, free() reads neither
+const void *volatile pWatched = nullptr; // volatile: the compiler assumes that free() reads neither
 volatile int iFirstByte = -1;
 
 } // namespace
@@ -54,7 +54,7 @@ TEST(Wipe, PlainMemsetIsOptimisedAway)
 {
     const int iLeft = FirstByteLeftBehind([](char *psz) { __builtin_memset(psz, 0, kSize); });
     if (iLeft != 's') {
-        GTEST_SKIP() << "this build optimises nothing away, so it proves nothing";
+        GTEST_SKIP() << "this build optimises nothing away, so the test above proves nothing";
     }
 }
 

@@ -14,7 +14,7 @@ namespace wyx::test {
 
 class GuardedMemory {
   public:
-    /// At least @p size bytes, rounded up to whole pages; aborts if the system has none.
+    /// @p size bytes, rounded up to whole pages; aborts if there is no memory.
     explicit GuardedMemory(std::size_t size)
         : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
           size_((size + page_ - 1) / page_ * page_)
@@ -35,7 +35,7 @@ class GuardedMemory {
 
     /// The first byte; the byte before it is out of bounds.
     QAL_UINT8 *Begin() const { return pucAll_ + page_; }
-    /// Past the last byte, out of bounds itself.
+    /// One past the last byte; out of bounds itself.
     QAL_UINT8 *End() const { return Begin() + size_; }
     std::size_t Size() const { return size_; }
 

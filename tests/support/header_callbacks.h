@@ -10,7 +10,7 @@ static void Zero(void *pstruUserNode)
     *(int *)pstruUserNode = 0;
 }
 
-/* The callback of a walk: adds up, and stores the last user node. */
+/* The callback of a walk: adds up the user nodes, and stores the last one. */
 static QAL_UINT32 Add(void *pProcessCondition, void *pstruUserNode, void **pOther)
 {
     *(int *)pProcessCondition += *(int *)pstruUserNode;

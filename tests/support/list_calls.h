@@ -1,5 +1,5 @@
-// The calls that both linked lists have, under their own prefix, with the same arguments. Init is
-// not among them: it takes a capacity for one list only.
+// The calls that both linked lists have, each under its own prefix, with the same arguments. Init
+// is not among them: only one of the lists takes a capacity.
 #ifndef WYX_TESTS_SUPPORT_LIST_CALLS_H
 #define WYX_TESTS_SUPPORT_LIST_CALLS_H
 

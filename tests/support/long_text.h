@@ -13,8 +13,8 @@ namespace wyx::test {
 
 inline constexpr std::size_t k4Gib = std::size_t{1} << 32;
 
-/// A text of about 4 GiB of the letter x. Its first bytes, and those on either side of 4 GiB, are
-/// separate; all others are 64 MiB that repeat.
+/// A text of about 4 GiB of the letter x. Its first bytes, and those on either side of 4 GiB, have
+/// memory of their own; all others are the same 64 MiB again and again.
 class LongText {
   public:
     LongText()

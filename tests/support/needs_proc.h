@@ -1,4 +1,4 @@
-// Include this in one source file of a test program to have it skipped where /proc is missing.
+// Include this in one source file of a test program to skip the program where /proc is missing.
 #ifndef WYX_TESTS_SUPPORT_NEEDS_PROC_H
 #define WYX_TESTS_SUPPORT_NEEDS_PROC_H
 

@@ -13,8 +13,8 @@ namespace wyx::test {
 
 constexpr uid_t kNobody = 65534;
 
-/// Drops root's privileges for good, so call it in a child process. For another user it does
-/// nothing.
+/// Drops root's privileges for good, so call it in a child process. Does nothing for any other
+/// user.
 inline bool BecomeNobody()
 {
     return geteuid() != 0 ||

@@ -1,7 +1,7 @@
 // A double of the platform, which a test links in front of the default adapter.
 //
-// It counts and records every call of the library, can make any of them fail, and knows at every
-// moment which blocks and files are held. Memory is the double's own, filled with a pattern, so
+// It counts and records every call of the library, can make any of them fail, and always knows
+// which blocks and how many files are held. Memory is the double's own, filled with a pattern, so
 // that code which assumes a zeroed block is noticed; files go through to the default adapter, or to
 // a disk in memory if a test needs many small ones.
 #ifndef WYX_TESTS_SUPPORT_PLATFORM_DOUBLE_H
@@ -28,7 +28,7 @@ enum class Service { kAllocate, kOpen, kRead, kSeek, kWrite, kClose, kRemove, kR
 /// What happens at a failing call.
 enum class Failure {
     kOnce,      ///< that call fails, later ones work
-    kFromThere, ///< that call fails and so do all later ones
+    kFromThere, ///< that call fails, and so do all later ones
 };
 
 /// A block requested, a block released, or a file call, in the order of the calls.
@@ -68,7 +68,7 @@ class PlatformDouble {
     /// Begins a new step of a test: forgets counts, records and planned failures, and records from
     /// here on. The clock, the disk in memory and recorded misuses stay.
     void StartRecording();
-    /// The record of calls since Reset(), if RecordEvents(true), or since StartRecording().
+    /// The calls made since StartRecording(), or since RecordEvents(true).
     void RecordEvents(bool isOn) { isRecording_ = isOn; }
     const std::vector<Event> &Events() const { return events_; }
     /// The memory calls of the record as "D 5", "S 24", "free", joined by ", ".

@@ -1,4 +1,4 @@
-// Random numbers of a test, which can be reproduced: the seed is part of every failure's message.
+// Random numbers that a test can reproduce: the seed is part of every failure's message.
 #ifndef WYX_TESTS_SUPPORT_RANDOM_H
 #define WYX_TESTS_SUPPORT_RANDOM_H
 
@@ -17,8 +17,8 @@ namespace wyx::test {
 class Random {
   public:
     Random() : ullSeed_(ChooseSeed()), engine_(ullSeed_) {}
-    /// Numbers that are not random: each is made from the next one of these bytes; after the last
-    /// byte, all are 0.
+    /// Numbers that are not random: each is made from the next of these bytes; after the last byte,
+    /// all are 0.
     explicit Random(std::string_view bytes) : ullSeed_(0), hasBytes_(true), bytes_(bytes) {}
 
     /// Are any of those bytes left?

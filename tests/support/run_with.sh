@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a test that needs programs which a machine may lack: run_with.sh "PROGRAM..." COMMAND...
-# If one is missing, it says how to get it and ends with 77, which CTest takes for skipped.
+# If one is missing, says how to install it and exits with 77, which CTest takes for skipped.
 set -euo pipefail
 
 # The Debian package that has a program, if their names differ.

@@ -1,6 +1,7 @@
 /*
- * Tests what os_adapter.h and bounded.h require of every adapter, on the library it is given, and
- * prints a line for each promise. What only the default adapter promises is not tested.
+ * Tests whether the library that it is given keeps what os_adapter.h and bounded.h require of every
+ * adapter, and prints a line for each promise. What only the default adapter promises is not
+ * tested.
  *
  * Each promise is tested in a process of its own, so that a crash or an endless loop is a result
  * like any other. Files get names in a new temporary folder, but are accessed through the adapter
@@ -29,7 +30,7 @@
 #include "bounded.h"
 #include "os_adapter.h"
 
-/* The services, as the adapter has them. */
+/* The services; for each, p_<name> points to the adapter's function. */
 #define SERVICES(X)         \
     X(XELP_MemMallocD)      \
     X(XELP_MemMallocS)      \
@@ -77,7 +78,7 @@ static void End(int iResult)
     exit(iResult);
 }
 
-/* Says why a promise is not kept. */
+/* Reports why a promise is not kept, and ends the process. */
 static void Broken(const char *pszWhat, unsigned uLine)
 {
     printf("%s (line %u)", pszWhat, uLine);
@@ -548,7 +549,7 @@ static void ClockCountsMilliseconds(void)
     QAL_UINT64 passed;
     nanosleep(&pause, NULL);
     passed = p_XELP_GetSystemTime() - start;
-    CHECK(passed >= 150 && passed < 20000); /* the clock may be adjusted, the machine busy */
+    CHECK(passed >= 150 && passed < 20000); /* the clock may be adjusted, or the machine busy */
 }
 
 /* ---- Strings -----------------------------------------------------------------------------------
@@ -628,7 +629,7 @@ static void StrChrFindsTheEnd(void)
 static void StrChrTakesNegatives(void)
 {
     char *const where = AtEnd("a\xE4z\xE4");
-    CHECK(p_XELP_StrChr(where, -28) == where + 1); /* 0xE4, where plain char is signed */
+    CHECK(p_XELP_StrChr(where, -28) == where + 1); /* 0xE4 as a signed char */
     CHECK(p_XELP_StrrChr(where, -28) == where + 3);
 }
 
@@ -690,7 +691,7 @@ static void StriCmpOrders(void)
 /* ---- Bounded routines --------------------------------------------------------------------------
  */
 
-/* A block of the given size, filled with old bytes, that ends where memory does. */
+/* A block of the given size, filled with old bytes, that ends at MemoryEnd(). */
 static char *Block(size_t size)
 {
     char *const end = MemoryEnd();
@@ -698,7 +699,7 @@ static char *Block(size_t size)
     return end - size;
 }
 
-/* Whether part of such a block, and the two bytes before the block, are as they were. */
+/* Do part of such a block and the two bytes before the block still hold the old bytes? */
 static int IsOld(const char *pBlock, size_t from, size_t to)
 {
     const unsigned char *const bytes = (const unsigned char *)pBlock;
@@ -945,7 +946,7 @@ static const struct {
 };
 enum { PROMISES = sizeof kPromises / sizeof kPromises[0] };
 
-/* Also removes what the adapter has left there, if its files are the system's. */
+/* Removes the folder, and what the adapter has left in it if its files are the system's. */
 static void RemoveFolder(void)
 {
     DIR *const folder = opendir(pszFolder);
@@ -959,7 +960,7 @@ static void RemoveFolder(void)
     rmdir(pszFolder);
 }
 
-/* Tests a promise in a process of its own; what that prints goes to acReason. */
+/* Tests a promise in a process of its own; what that process prints goes to acReason. */
 static int Try(int promise, char *acReason, size_t size)
 {
     int ends[2], status = 0;

@@ -23,7 +23,7 @@ endfunction()
 file(REMOVE_RECURSE "${BUILD_FOLDER}")
 file(MAKE_DIRECTORY "${BUILD_FOLDER}")
 
-# A static adapter would be resolved inside the library.
+# A static adapter must be refused: its services would be resolved inside the library.
 file(TOUCH "${BUILD_FOLDER}/libclient_adapter.a")
 execute_process(
     COMMAND ${configure} -S "${PROJECT_FOLDER}" -B "${BUILD_FOLDER}/static"
@@ -33,7 +33,7 @@ if(rc EQUAL 0 OR NOT message MATCHES "must be a shared library")
     message(FATAL_ERROR "a static adapter was accepted, or refused for another reason: ${message}")
 endif()
 
-# The library as part of the client's project; the adapter is a target of it.
+# The library as part of the client's project; the adapter is a target of that project.
 set(part "${BUILD_FOLDER}/part")
 run(${configure} -S "${CMAKE_CURRENT_LIST_DIR}" -B "${part}")
 run("${CMAKE_COMMAND}" --build "${part}")

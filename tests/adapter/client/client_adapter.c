@@ -1,6 +1,6 @@
 /*
- * A client's own adapter, as small as one can be: files live in memory, and every block and every
- * caller is checked. A fault ends the process with a message.
+ * A client's own adapter, as small as one can be: files live in memory, every block is counted, and
+ * every caller is checked. An unexpected caller or argument ends the process with a message.
  */
 #define _GNU_SOURCE
 #include <pthread.h>
@@ -27,7 +27,7 @@ struct xelpFile {
 };
 
 static Stored files[MAX_FILES];
-static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; /* of the names of all files */
+static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER; /* protects the names of all files */
 static long liveBlocks;
 
 static void Fail(const char *what, const char *detail)
@@ -292,7 +292,7 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
         return Refuse(pszDest, -1);
     }
     va_start(arguments, pszFormat);
-    /* The C library's routine refuses a bound that does not fit in an int. */
+    /* Some C libraries refuse a bound that does not fit in an int. */
     length =
         vsnprintf(pszDest, ulDestMax < 0x7FFFFFFF ? ulDestMax : 0x7FFFFFFF, pszFormat, arguments);
     va_end(arguments);
