@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The libraries against the baseline of the binary interface, and the check itself against baselines
-# that differ from them in a known way: abi_baseline_test.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
+# Checks the libraries against the baseline of the binary interface, and then the check itself with
+# baselines that differ in a known way: abi_baseline_test.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
 set -euo pipefail
 
 source_folder=$1
@@ -40,7 +40,8 @@ expect() {
     fi
 }
 
-# The changes that docs/abi.md lists, in its order. A sed script makes a baseline of the state before.
+# The changes that docs/abi.md lists, in its order. Each sed script turns the baseline into that from
+# before the change.
 # Additions: a call, a status, a type, an enumerator.
 expect "only additions" libwyx_commlib.abi \
     "/<elf-symbol name='XELP_CRC_16'/d; /<function-decl name='XELP_CRC_16'/,/<\/function-decl>/d"
@@ -51,7 +52,7 @@ expect "only additions" libwyx_public_types.abi "/<enumerator name='INI_KEYVALUE
 # A removed call, of either library.
 expect "breaks callers" libwyx_commlib.abi "s/XELP_CRC_16'/XELP_CRC_Gone'/g"
 expect "breaks callers" libwyx_os_adapter.abi "s/XELP_Fopen'/XELP_Gone'/g"
-# Names: a type, a record, an enumeration, a member, an enumerator; and one of these removed.
+# A renamed type, record, enumeration, member and enumerator, and a removed enumerator.
 expect "gone: typedef DLinkList_S_Gone" libwyx_public_types.abi \
     "s/<typedef-decl name='DLinkList_S_Head'/<typedef-decl name='DLinkList_S_Gone'/"
 expect "breaks callers" libwyx_public_types.abi \
@@ -67,7 +68,7 @@ expect "breaks callers" libwyx_public_types.abi \
     "s/<enumerator name='INI_BLANK_LINE'/<enumerator name='INI_GONE_LINE'/"
 expect "breaks callers" libwyx_public_types.abi \
     "s/.*name='XELP_ERR_INI_KEY_NOT_FOUND'.*/&\n<enumerator name='XELP_ERR_INI_GONE' value='22'\/>/"
-# An additional argument, and the types of an argument, of a result and of a callback's argument.
+# A change in the number of arguments, and in the type of an argument, a result and a callback.
 expect "breaks callers" libwyx_commlib.abi "/<function-decl name='XELP_CRC_32'/{n;p}"
 expect "breaks callers" libwyx_commlib.abi \
     "/<function-decl name='XELP_CRC_32'/,/<\/function-decl>/s/<parameter type-id='f694c952'/<parameter type-id='7487a4b5'/"
@@ -90,11 +91,11 @@ expect "only additions" services.txt "1i XELP_AGone"
 # The baseline of the version before.
 expect "another major version" libwyx_commlib.abi "1s/\.so\.[0-9]*'/.so.0'/"
 
-# Renewing takes additions, and refuses what breaks callers at the same major version.
+# Renewing accepts additions, and refuses what breaks callers at the same major version.
 plant libwyx_public_types.abi "s/<var-decl name='ulLineNum'/<var-decl name='ulGone'/"
 abi renew "$build"
 ((status == 1)) || fail "renewed a renamed member at the same major version"
-grep -q "'ulGone'" "$work/libwyx_public_types.abi" || fail "wrote the baseline all the same"
+grep -q "'ulGone'" "$work/libwyx_public_types.abi" || fail "wrote the baseline anyway"
 sed -i "1s/\.so\.[0-9]*'/.so.0'/" "$work"/*.abi
 abi renew "$build"
 ((status == 0)) || fail "refused a renamed member at a higher major version"

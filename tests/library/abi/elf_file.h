@@ -1,5 +1,6 @@
 // What a dynamic linker and a debugger see of a shared library, read from the file itself, so that
-// a library built for another machine can be checked as well. 64 bits, little-endian.
+// a library built for another machine can be checked as well. Reads 64-bit little-endian files
+// only.
 #ifndef WYX_TESTS_ABI_ELF_FILE_H
 #define WYX_TESTS_ABI_ELF_FILE_H
 

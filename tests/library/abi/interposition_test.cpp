@@ -1,5 +1,5 @@
-// This executable defines functions that have the names of exported ones. The dynamic linker would
-// also bind the library's own calls to them, if those went through it.
+// This executable defines functions with the names of exported ones. If the library's own calls
+// went through the dynamic linker, they would be bound to these functions.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

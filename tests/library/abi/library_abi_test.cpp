@@ -23,7 +23,7 @@ struct Library {
     const char *pszFile;
     const char *pszExports; ///< paths of the lists, separated by ":"
     const char *pszHeaders; ///< paths of folders and files, separated by ":"
-    Names needed;           ///< beside the C library
+    Names needed;           ///< libraries that it needs, apart from the C library
 };
 
 void PrintTo(const Library &library, std::ostream *pOut)
@@ -39,7 +39,7 @@ const Library kCommlib = {"libwyx_commlib",
 const Library kAdapter = {
     "libwyx_os_adapter", WYX_OS_ADAPTER_FILE, WYX_OS_ADAPTER_EXPORTS, WYX_OS_ADAPTER_HEADERS, {}};
 
-// What compiler options add to every library. There are no start files.
+// What compiler options add to every library. The libraries are linked without start files.
 const Names kToolchainImports = {"__stack_chk_fail", "__stack_chk_guard"};
 
 std::string ReadFile(const std::filesystem::path &path)
@@ -124,7 +124,7 @@ Names Minus(const Names &left, const Names &right)
     return difference;
 }
 
-/// The dynamic linker counts, too: it holds some of the C library's symbols.
+/// Counts the dynamic linker as part of the C library, some of whose symbols it holds.
 bool IsCLibrary(const std::string &soname)
 {
     return soname == "libc.so.6" || soname == "libc.so" || soname.rfind("ld-linux", 0) == 0;
@@ -135,7 +135,7 @@ class LibraryAbi : public ::testing::TestWithParam<Library> {
     const Library &library = GetParam();
     const ElfFile elf = ElfFile(library.pszFile);
 
-    /// An instrumented build links the instrumentation's run-time into everything.
+    /// An instrumented build links the instrumentation's run-time into both libraries.
     static constexpr bool kInstrumented = WYX_INSTRUMENTED;
 };
 
@@ -261,7 +261,8 @@ TEST_P(LibraryAbi, RunsNothingAtLoadOrUnload)
     }
 }
 
-// Android emulates it with memory that is allocated at first use, and aborts if there is none.
+// Android emulates such storage with memory that it allocates at first use, and aborts if there is
+// none.
 TEST_P(LibraryAbi, HoldsNoThreadLocalStorage)
 {
     if (kInstrumented) {

@@ -8,7 +8,7 @@ using wyx::test::Trial;
 
 namespace {
 
-/// Without memory a converter returns 0 and null; with it, the text.
+/// Without memory, a converter returns 0 and null; otherwise, it returns the text.
 template <typename Convert>
 void Check(Trial &trial, Convert convert, const char *pszExpected)
 {

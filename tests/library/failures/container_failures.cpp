@@ -1,5 +1,6 @@
-// The containers. Only Init and the operations that store allocate. All others must request nothing
-// from the platform, which is checked as well, so no failure of the platform can reach them.
+// The containers. Only Init and the operations that store something allocate. All others must
+// request nothing from the platform, so that none of its failures can reach them; this is checked
+// as well.
 #include <string>
 
 #include "letters.h"
@@ -152,7 +153,7 @@ void InsertAndTearDown(Trial &trial)
                 EXPECT_EQ(ulStatus, trial.Struck() ? List::kMemory : 0U);
                 EXPECT_EQ(trial.Calls(Service::kAllocate), List::kAllocatesNodes ? 1U : 0U);
                 if (trial.Struck()) {
-                    EXPECT_EQ(TextOf<List>(pList), expected) << "unchanged";
+                    EXPECT_EQ(TextOf<List>(pList), expected) << "a failed call changed the list";
                     trial.Lift();
                     ulStatus = Do(trial, List::Insert, pList, User(step.ch),
                                   List::Position(step.ulPosition));
@@ -161,7 +162,7 @@ void InsertAndTearDown(Trial &trial)
                 expected = step.pszAfter;
                 EXPECT_EQ(TextOf<List>(pList), expected);
             }
-            // There is no such position, with memory for a node or without.
+            // There is no position 4; a lack of memory is reported first.
             const QAL_UINT32 ulStatus =
                 Do(trial, List::Insert, pList, User('f'), List::Position(4));
             EXPECT_EQ(ulStatus, trial.Struck() ? List::kMemory : List::kInvalid);
@@ -295,7 +296,7 @@ WYX_SCENARIO(HashSave)
                 ulStatus = WYX_CALL(XELP_Hash_SaveNode, pTable, pUser, 1, pUser);
                 EXPECT_EQ(ulStatus, trial.Struck() ? XELP_ERR_HASH_MEMORY : 0U);
                 if (trial.Struck()) {
-                    EXPECT_EQ(TextOfTable(pTable), expected) << "unchanged";
+                    EXPECT_EQ(TextOfTable(pTable), expected) << "a failed call changed the table";
                     trial.Lift();
                     EXPECT_EQ(WYX_CALL(XELP_Hash_SaveNode, pTable, pUser, 1, pUser), 0U);
                 }

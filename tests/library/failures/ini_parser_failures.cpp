@@ -1,4 +1,4 @@
-// The INI module. The models compute what a call without memory leaves.
+// The INI module. The models compute what a call without memory leaves behind.
 #include <cstring>
 
 #include "../../ini_parser/ini_support.h"
@@ -59,7 +59,7 @@ Snapshot LoadedUpTo(QAL_UINT32 n, Failure failure)
             const std::size_t end = at + n - ulReads - 1;
             const std::string_view read = kFile.substr(0, end);
             model::Load(read, doc, heap);
-            // A line that was cut off is one more line; if there was nothing, the load ends.
+            // A line cut off there counts as a line, and the load goes on; without one, it ends.
             if (failure == Failure::kOnce && model::Read(read, at).ulStatus == kOk) {
                 Snapshot rest;
                 model::Load(kFile.substr(end), rest, heap);
@@ -450,7 +450,7 @@ WYX_SCENARIO(IniGrow)
 
 namespace {
 
-/// Stores a line in a slot that is empty: what a slot holds is the caller's to release.
+/// Stores a line in an emptied slot: whatever a slot holds, the caller must release first.
 template <typename Call, typename Model>
 void CompareStore(Trial &trial, Call call, Model model)
 {

@@ -1,4 +1,4 @@
-// Operations that call no service that could fail: CRC, MD5, the scanner, the address parsers, and
+// Operations that call no service that can fail: CRC, MD5, the scanner, the address parsers, and
 // the parts of the INI grammar that only read. A failure of the platform cannot reach them.
 #include <array>
 #include <cstring>

@@ -3,7 +3,7 @@
 // A scenario is a function that sets something up, calls operations of one module, and checks what
 // they promise. It runs once undisturbed, then with the first, the second, ... call of each service
 // failing, once alone and once with all that follow, until the failure no longer occurs. Only calls
-// made by WYX_CALL are disturbed, and each of them is counted as tried.
+// made through WYX_CALL are disturbed, and the operation of each is recorded in Tried().
 #ifndef WYX_TESTS_FAILURES_TRIAL_H
 #define WYX_TESTS_FAILURES_TRIAL_H
 
@@ -22,7 +22,7 @@ struct Fault {
     Service service = Service::kAllocate;
     QAL_UINT32 n = 0; ///< 0: none fails
     Failure failure = Failure::kOnce;
-    QAL_UINT32 ulWritten = 0; ///< what a failing write still writes
+    QAL_UINT32 ulWritten = 0; ///< how many items a failing write still writes
 };
 
 /// One run of a scenario.
@@ -30,7 +30,7 @@ class Trial {
   public:
     explicit Trial(const Fault &fault) : fault_(fault) {}
 
-    /// Calls an operation; the result is the operation's.
+    /// Calls an operation and returns its result.
     template <typename Call>
     auto Do(const char *pszOperation, Call call)
     {
@@ -49,7 +49,7 @@ class Trial {
     /// Did the last call meet the failure?
     bool Struck() const { return wasStruck_; }
     bool Struck(Service service) const { return wasStruck_ && fault_.service == service; }
-    /// Did any call so far?
+    /// Has any call met it so far?
     bool EverStruck() const { return wasEverStruck_; }
     const Fault &TheFault() const { return fault_; }
     /// From here on nothing fails.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compiles every public header alone, and together with its own second inclusion, in each standard of
-# C and C++ that users have:
+# Compiles every public header alone, included once and included twice, in each standard of C and
+# C++ that users have:
 #
 #     check_headers.sh C_COMPILER CXX_COMPILER SOURCE_FOLDER WORK_FOLDER
 set -euo pipefail
@@ -25,7 +25,7 @@ checked=0
 for standard in c99 c11 c17 c++11 c++14 c++17 c++20; do
     language=c
     [[ $standard == c++* ]] && language=c++
-    # Without the compiler's own search path: a header must only include ours.
+    # Without the compiler's own search path: our headers must include no others.
     if "${compiler[$language]}" -x "$language" -std="$standard" -fsyntax-only -nostdinc \
         -Wall -Wextra -Wpedantic -Wconversion -Wundef -Werror \
         -I "$source_folder/include" -I "$source_folder/platform" "${units[@]}"; then

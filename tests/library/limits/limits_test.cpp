@@ -1,7 +1,7 @@
 // Sizes at which small costs add up: a million lines, a million keys in one bucket, a line joined
 // from a hundred thousand, lengths at the edge of 32 bits.
 //
-// Each test prints the time it took. They only run with `ctest -C slow -L slow`.
+// The tests print the time they take. They run only with `ctest -C slow -L slow`.
 #include <gtest/gtest.h>
 #include <time.h>
 
@@ -131,7 +131,7 @@ TEST(Limits, LineOfAHundredThousandContinuations)
     EXPECT_STREQ(doc.pStrLine[1], "k=v\n");
     XELP_IniFreeIniStruct(&doc);
 
-    // If each of them adds a byte, the line is too long at the 512th.
+    // If each continued line adds a byte, the joined line is too long at the 512th.
     {
         std::ofstream out(file, std::ios::binary);
         for (int i = 0; i < kLines; ++i) {
@@ -158,7 +158,7 @@ QAL_UINT32 Count(void *pCount, void *, void **)
     return 0;
 }
 
-// Each save compares with every key of its bucket: for a million keys that is 5 * 10^11
+// Each save compares the key with every key in its bucket: for a million keys that is 5 * 10^11
 // comparisons, which take hours. So fewer are saved that way, and the bucket of a million is made
 // by joining others.
 TEST(Limits, MillionKeysInOneBucket)
@@ -305,7 +305,7 @@ TEST(Limits, LongestBase64)
     }
     ASSERT_NE(pucText, nullptr);
     EXPECT_EQ(lTextLen, (kLongest + 2) / 3 * 4);
-    // The decoder takes two characters less: the padding, and one that holds less than a byte.
+    // The decoder accepts two characters fewer: drop the padding and the character before it.
     QAL_UINT8 *pucBytes = nullptr;
     constexpr QAL_INT32 kLongestText = 1431655758;
     pucText[kLongestText] = '\0';

@@ -2,14 +2,15 @@
 // a log, and injects a fault at one of them.
 //
 //   WYX_FAULT_LOG   the log, one name of a call per line
-//   WYX_FAULT_AT    which call, from 1; none without it
+//   WYX_FAULT_AT    which call, counted from 1; if it is not set, no fault is injected
 //   WYX_FAULT_DO    "fail <errno>"
 //                   "short"       a read or write moves only half
 //                   "die before"  the process is killed before the call
-//                   "die amid"    the process is killed after half of a write, or before the call
+//                   "die amid"    the process is killed after half of a read or write, or before
+//                                 any other call
 //                   "stop"        the process stops before the call, until it is continued
-//   WYX_FAULT_CHANGES  another log, of the calls that change or flush files: a word, the file, and,
-//                      for a write, the number of bytes, for a rename, the new name
+//   WYX_FAULT_CHANGES  another log, of the calls that change or flush files: a word, the file, and
+//                      then the number of bytes of a write, or the new name of a rename
 //   WYX_FAULT_TIME  the time that the clock shows, in seconds since 1970
 #include <dirent.h>
 #include <dlfcn.h>
@@ -129,7 +130,7 @@ auto Make(const char *pszCall, Call call) -> decltype(call())
     return Make(pszCall, decltype(call())(-1), call);
 }
 
-/// Makes a call that moves bytes, or half of it.
+/// Makes a call that moves bytes; if the plan requests it, only half of them.
 template <typename Call>
 ssize_t Move(const char *pszCall, size_t size, Call call)
 {
@@ -172,7 +173,7 @@ Result Note(Result result, const char *pszChange, const std::string &file,
 std::string NameOf(int iFd)
 {
     if (ChangesLog() == nullptr) {
-        return {}; // and makes no calls of its own
+        return {}; // without a system call
     }
     char szName[4096] = {};
     const std::string link = "/proc/self/fd/" + std::to_string(iFd);
@@ -304,7 +305,7 @@ WYX_CALL(int, ftruncate, (int iFd, off_t length), (iFd, length))
 WYX_CALL(off_t, lseek, (int iFd, off_t offset, int iWhence), (iFd, offset, iWhence))
 WYX_CALL(int, getrlimit, (__rlimit_resource_t resource, rlimit *pstru), (resource, pstru))
 
-// What the tool calls in addition.
+// Further calls that the tool makes.
 WYX_CALL(int, stat, (const char *pszName, struct stat *pstru), (pszName, pstru))
 WYX_CALL(int, lstat, (const char *pszName, struct stat *pstru), (pszName, pstru))
 WYX_CALL(int, fstatat, (int iDir, const char *pszName, struct stat *pstru, int iFlags),

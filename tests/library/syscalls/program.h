@@ -40,7 +40,7 @@ inline pid_t Start(const Words &command, const Words &environment)
     words.push_back(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        // LD_PRELOAD has only the library's name: it would take a blank in a path for a separator.
+        // LD_PRELOAD has only the library's name: a space in a path would act as a separator.
         setenv("LD_LIBRARY_PATH", WYX_FAULT_FOLDER, 1);
         for (const std::string &setting : environment) {
             putenv(const_cast<char *>(setting.c_str()));

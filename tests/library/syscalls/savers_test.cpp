@@ -37,7 +37,7 @@ std::string ContentWith(const std::string &value)
     return "; about\n[a]\nk=" + value + " ;note\n[b]\nx=" + std::string(70, 'y') + "\n";
 }
 
-/// The number of system calls of a save, including the loading before it.
+/// The number of system calls of a load and the save after it.
 int CallsOfASave(const TargetFolder &folder)
 {
     folder.Reset(ContentWith("old"));
@@ -66,7 +66,7 @@ int Continue(pid_t saver)
 TEST(Savers, TwoLoseNothingWhereverTheyMeet)
 {
     if (WYX_WRITES_COUNTS) {
-        GTEST_SKIP() << "an instrumented library makes many calls of its own to meet at";
+        GTEST_SKIP() << "an instrumented library makes many calls of its own";
     }
     const TargetFolder folder;
     const int calls = CallsOfASave(folder);

@@ -1,4 +1,4 @@
-// Saving a file while its system calls fail and the process dies at each of them: at every point
+// Saves a file with each of its system calls failing or the process dying there: at every point,
 // the old or the whole new content exists, and the tool finds it.
 #include <gtest/gtest.h>
 
@@ -47,7 +47,7 @@ class SystemCalls : public ::testing::Test {
     void Reset() const { folder_.Reset(kOld); }
     std::vector<std::string> Beside() const { return folder_.Beside(); }
 
-    /// Runs a command with a fault at its @p at-th call; none if it did not get that far.
+    /// Runs a command with a fault at its @p at-th call; nullopt if it made fewer calls.
     std::optional<int> RunWith(const Words &command, const Fault &fault, int at)
     {
         const fs::path log = folder_.Log();
@@ -76,8 +76,8 @@ class SystemCalls : public ::testing::Test {
     std::string call_; ///< the name of the call that met the fault
 };
 
-// During a save by the library there is a moment without a file of the target's name. In that
-// moment the whole new content is beside the target.
+// During a save by the library, there is a moment when no file has the target's name. In that
+// moment, the whole new content is in a file beside it.
 TEST_F(SystemCalls, SaveOfTheLibrary)
 {
     const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
@@ -95,12 +95,12 @@ TEST_F(SystemCalls, SaveOfTheLibrary)
             SCOPED_TRACE(call_ + ", call " + std::to_string(at) + ": " + fault.what);
             const std::optional<std::string> content = Content(target_);
             const std::vector<std::string> beside = Beside();
-            if (*status == 0) { // success is never claimed for less
+            if (*status == 0) { // success means the whole new content
                 EXPECT_EQ(content, kNew);
                 EXPECT_TRUE(beside.empty());
             } else if (content) {
                 EXPECT_TRUE(content == kOld || content == kNew) << *content;
-                // The new file may be left, cut off if it could not be written completely.
+                // The new file may be left behind, cut off if it could not be written completely.
                 EXPECT_LE(beside.size(), 1U);
                 EXPECT_TRUE(beside.empty() || kNew.starts_with(beside[0])) << beside[0];
             } else {
@@ -214,7 +214,7 @@ TEST_F(SystemCalls, FailedSaveLeavesWhatThePageSays)
         std::optional<std::string> target;
         std::vector<std::string> beside;
     } cases[] = {
-        // The first open, fstat and close are those of the loading.
+        // The first open, fstat and close belong to the load.
         {"open", 3, 0, kNew, nothing},  // the directory's: everything is flushed instead
         {"open", 4, 50, kOld, nothing}, // the new file cannot be created
         {"fstat", 2, 50, kOld, nothing},
@@ -269,9 +269,9 @@ TEST_F(SystemCalls, EveryCallOfASaveIsKnown)
 }
 
 #ifdef WYX_TOOL
-// Calls that no test makes fail: they ask whether a file is a terminal, follow the links of a name
-// inside realpath(), which can fail as a whole, and list a directory inside fdopendir() and
-// readdir(), whose failure is the end of the list: leftovers then stay until the next change.
+// Calls that no test makes fail. They ask whether a file is a terminal; follow the links of a name
+// inside realpath(), which the tests do make fail; and list a directory inside fdopendir() and
+// readdir(), where a failure ends the list, so that leftovers stay until the next change.
 const std::set<std::string> kNeverFail = {"fcntl", "getdents64", "ioctl", "readlinkat"};
 
 TEST_F(SystemCalls, EveryCallOfTheToolIsKnown)

@@ -1,8 +1,8 @@
 // Many threads at once: each with its own objects, and all reading one document.
 //
-// The checks here only see wrong results; built with the thread sanitizer (preset tsan) the test
-// sees every access that is not ordered, too. It runs on the default adapter: the services must
-// be safe to call from any thread.
+// The checks here only see wrong results; built with the thread sanitizer (preset tsan), the test
+// also reports accesses that are not ordered. It runs on the default adapter, because the services
+// must be safe to call from any thread.
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -34,7 +34,7 @@ std::atomic<int> g_failedFlushes = 0;
 } // namespace
 } // namespace wyx::test
 
-// Replaces the C library's, for the adapter, too.
+// Replaces the C library's fsync(), which the adapter calls.
 extern "C" int fsync(int iFile)
 {
     if (wyx::test::g_flushFails) {
@@ -134,8 +134,8 @@ TEST(Threads, EachThreadHasADocument)
     });
 }
 
-// Of all threads that have closed a file, only those whose flush failed get the failure from their
-// next rename; the files of the others are renamed.
+// Only the threads whose flush failed get the failure from their next rename; the files of the
+// other threads are renamed.
 TEST(Threads, FailureToCloseStaysWithItsThread)
 {
     const TempFolder folder;
