@@ -17,8 +17,8 @@
  * calls, which take a length. No result depends on whether the compiler's plain `char` is signed.
  *
  * **Threads.** The library starts none, takes no lock and keeps no state between calls. Calls on
- * different objects may run on any threads at once. Two threads must not use one object at once
- * unless its header allows it.
+ * different objects may run on any threads at once. Two threads must not use the same object at
+ * once unless its header allows it.
  *
  * **Targets** are 64-bit and little-endian; this header does not compile for any other.
  */

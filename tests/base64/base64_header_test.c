@@ -3,7 +3,7 @@
 
 #include <string.h>
 
-/* once more */
+/* included again */
 #include "wyx_commlib/base64.h"
 
 int main(void)

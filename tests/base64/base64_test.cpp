@@ -297,7 +297,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
     }
 }
 
-/// Where the length of the preceding lines suggests a line break, there is something else.
+/// Where the length of the preceding lines suggests a line break, there may be any other byte.
 TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
 {
     for (const std::size_t length : {4U, 16U, 76U}) {
@@ -488,8 +488,8 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// The block requested has the size that the formula yields if that is 0 to 5; otherwise it has one
-// byte. The platform allocates one byte for a size of 0.
+// The size requested is the one that the formula yields if that is 0 to 5, and otherwise 1. The
+// platform allocates one byte for a size of 0.
 TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
 {
     constexpr Length kLengths[] = {

@@ -197,7 +197,7 @@ void ExpectLengthsAndAlignments(const Crc<Word> &crc)
     }
 }
 
-/// No byte before or after the message is read, even by a form that reads many bytes at once.
+/// No byte before or after the message is read, not even by a form that reads many at once.
 template <typename Word>
 void ExpectReadsNothingOutside(const Crc<Word> &crc)
 {

@@ -106,7 +106,7 @@ TYPED_TEST_P(CrcForms, EveryAlignment)
     }
 }
 
-/// Messages of zeros with a single one bit, which takes every place.
+/// Messages of zeros with a single one bit, at each place in turn.
 TYPED_TEST_P(CrcForms, EveryBitOfAMessage)
 {
     for (const std::size_t len : {20U, 100U, 700U}) {

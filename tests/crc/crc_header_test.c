@@ -3,7 +3,7 @@
 
 #include "header_check.h"
 
-/* once more */
+/* included again */
 #include "wyx_commlib/crc.h"
 
 WYX_CHECK(sizeof(QAL_UINT8) == 1 && (QAL_UINT8)-1 > 0);

@@ -49,7 +49,7 @@ void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, un
     }
 }
 
-/// All sums that have a given number of terms up to a given degree, by their remainders.
+/// The sums of a given number of terms up to a given degree, looked up by their remainders.
 class Sums {
   public:
     Sums(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count)

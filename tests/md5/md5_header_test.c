@@ -6,7 +6,7 @@
 
 #include "header_check.h"
 
-/* once more */
+/* included again */
 #include "wyx_commlib/md5.h"
 
 WYX_CHECK(sizeof(MD5_S_CTX) == 88);

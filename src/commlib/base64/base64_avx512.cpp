@@ -1,5 +1,5 @@
 // Base64 with the byte permutations of AVX-512: one vector holds the whole alphabet, two hold the
-// sextets of all characters, and one instruction looks up 64 bytes.
+// sextets of the characters 0 to 127, and one instruction looks up 64 bytes.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX512)
@@ -57,7 +57,7 @@ constexpr Bytes kPack = MakePack();
 constexpr Bytes kLowSextets = MakeSextetsFrom(0);
 constexpr Bytes kHighSextets = MakeSextetsFrom(kChars);
 
-// For some intrinsics without a mask, GCC 12 warns about its own header: they get a full mask.
+// GCC 12 warns about its own header for some unmasked intrinsics, so masked ones are used instead.
 constexpr QAL_UINT64 kAll = ~QAL_UINT64{0};
 
 /// A bit for each of the first @p ulCount bytes of a vector; @p ulCount is 1 to 64.

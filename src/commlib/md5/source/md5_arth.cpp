@@ -15,7 +15,7 @@ namespace {
 
 constexpr QAL_UINT kBlockLen = 64;
 constexpr QAL_UINT kDigestLen = 16;
-constexpr QAL_UINT kCountLen = 8;                    // bytes of the length that ends the padding
+constexpr QAL_UINT kCountLen = 8;                    // bytes of the message length at the end
 constexpr QAL_UINT kTailLen = kBlockLen - kCountLen; // bytes of the last block before that length
 
 static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's layout is ABI");
