@@ -136,8 +136,8 @@ typedef QAL_UINT32 (*XELP_DLinkList_ProcessFun)(void *pProcessCondition, void *p
 
 /** The link node of one element, released together with it. For reading only. */
 typedef struct xelpDLinkList_S_Node {
-    struct xelpDLinkList_S_Node *pstruPNode; /**< the previous link node; null in the first */
-    struct xelpDLinkList_S_Node *pstruNNode; /**< the next link node; null in the last */
+    struct xelpDLinkList_S_Node *pstruPNode; /**< the previous link node, or null */
+    struct xelpDLinkList_S_Node *pstruNNode; /**< the next link node, or null */
     void *pstruUserNode;                     /**< the user node, never null */
 } DLinkList_S_Node;
 
@@ -166,13 +166,13 @@ WYX_API QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
                                        XELP_DLinkList_FreeNode pfunFreeNode, void **pstruHead);
 
 /**
- * @brief Tears a list down. Linear.
+ * @brief Tears a list down. Linear time.
  *
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_DLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; with any other value the user nodes
- *                       become yours again
+ *                       callback, from first to last; with any other value the user nodes become
+ *                       yours again
  * @return 0, or #XELP_ERR_DLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag);
@@ -191,28 +191,29 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_DLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
+ * @brief Removes the first match from the list. Linear time. The cursor moves to its successor.
  *
  * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. The arguments are checked in the order in which the statuses
- * below mention them.
+ * the cursor moves to its predecessor. The arguments are checked in the order in which they are
+ * listed with the statuses.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
  *                            if an argument is refused
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
- *         list), a null condition or a null @p pstruNode; #XELP_ERR_DLL_NULL for an empty list;
- *         #XELP_ERR_DLL_FIND if no element matches.
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
+ *         in the list), a null condition or a null @p pstruNode;
+ *         #XELP_ERR_DLL_NULL for an empty list; #XELP_ERR_DLL_FIND if no element matches.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondition,
                                          XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases it. Linear. The cursor moves as in Remove.
+ * @brief Removes the first match and releases its user node. Linear time.
  *
- * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback.
+ * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback. The
+ * cursor moves as in XELP_DLinkList_Remove().
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -223,7 +224,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondit
                                          XELP_DLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear. The cursor moves to it.
+ * @brief Finds the first match. Linear time. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
@@ -331,7 +332,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor and releases it. Constant time.
+ * @brief Removes the element at the cursor and releases its user node. Constant time.
  *
  * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
@@ -360,7 +361,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the first element and releases it. Constant time.
+ * @brief Removes the first element and releases its user node. Constant time.
  *
  * Calls XELP_DLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
@@ -370,7 +371,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Removes the last element and releases it. Constant time.
+ * @brief Removes the last element and releases its user node. Constant time.
  *
  * Calls XELP_DLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
@@ -380,12 +381,13 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements from first to last. Linear, plus the cost of the callback.
+ * @brief Visits the elements from first to last. Linear time, plus that of the callback.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element there and moved the cursor back, the new element is visited next.
+ *   callback inserted an element after it and moved the cursor back, the new element is visited
+ *   next.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
  *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
  *   element has no successor: after its removal the walk returns to its predecessor, even if it has

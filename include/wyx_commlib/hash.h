@@ -121,8 +121,8 @@ typedef enum xelpHashFreeUserNode WYX_ENUM32 {
  * @param[in]  pKeyValue    the caller's key, or the table's copy of one
  * @param[out] pulHashValue the hash value, any 32-bit number; its remainder modulo the number of
  *                          buckets is the index of the bucket
- * @return 0 if the hash value was written. Anything else is a failure, and the call then returns
- *         #XELP_ERR_HASH_HASHVALUE.
+ * @return 0 if the hash value was written. Anything else is a failure: the call that needed the
+ *         value then returns #XELP_ERR_HASH_HASHVALUE.
  */
 typedef QAL_UINT32 (*XELP_Hash_Function)(void *pKeyValue, QAL_UINT32 *pulHashValue);
 
@@ -164,7 +164,7 @@ typedef QAL_UINT32 (*XELP_Hash_ProcessFun)(void *pProcessCondition, void *pstruU
 typedef struct xelpHash_S_Node {
     void *pstruKey;                     /**< the table's copy of the key, never null */
     void *pstruUserNode;                /**< the user node, never null */
-    struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket; null in the last */
+    struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket, or null */
 } Hash_S_Node;
 
 /** What a handle points to; the buckets follow it directly. For reading only. */
@@ -219,7 +219,7 @@ WYX_API QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNod
  * @param[in] pstruNode      the user node, not null; kept until it is removed or deleted, or the
  *                           table is torn down; still yours on failure
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument or a length of 0;
- *         #XELP_ERR_HASH_HASHVALUE; #XELP_ERR_HASH_RESAVE if the key is stored already;
+ *         #XELP_ERR_HASH_HASHVALUE; #XELP_ERR_HASH_RESAVE if the key is already stored;
  *         #XELP_ERR_HASH_MEMORY. A failure changes nothing.
  */
 WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_UINT32 ulKeyLen,
@@ -228,7 +228,7 @@ WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_
 /**
  * @brief Removes the entry of a key. The cursor moves to the next entry of the bucket.
  *
- * The key callback takes the key copy.
+ * The key callback takes the key copy. If the bucket has no next entry, the cursor is then nowhere.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[in]  pKeyValue      the key, borrowed; not null
@@ -239,7 +239,7 @@ WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_
 WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pstruNode);
 
 /**
- * @brief Removes the entry of a key and releases it.
+ * @brief Removes the entry of a key and releases its user node.
  *
  * Calls XELP_Hash_RemoveNode(), then passes the user node to the node callback.
  *
@@ -253,9 +253,11 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
  * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
  * The call hashes the entry's key copy to find the bucket, and finds the entry there by its
- * address; the comparator does not run. The key callback takes the key copy. If the hash function
- * now leads to a different bucket than when the entry was saved, the entry is not found: the call
- * sets the result to null, changes nothing else and returns 0.
+ * address; the comparator does not run. The key callback takes the key copy. If the bucket has no
+ * next entry, the cursor is then nowhere.
+ *
+ * If the hash function now leads to a different bucket than when the entry was saved, the entry is
+ * not found: the call sets the result to null, changes nothing else and returns 0.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
@@ -266,7 +268,7 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode);
 
 /**
- * @brief Removes the entry at the cursor and releases it.
+ * @brief Removes the entry at the cursor and releases its user node.
  *
  * Calls XELP_Hash_RemoveCurNode(), then passes the user node, if there is one, to the node
  * callback.
@@ -299,9 +301,8 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   rest of *its* bucket. If the callback keeps doing either, the walk may never end.
  * - nowhere: the walk is done with the bucket.
  *
- * When the walk is done with a bucket, it goes to the start of the next bucket that it has not
- * started at yet. So it starts at every bucket once, in order, even if the cursor has already led
- * it into that bucket.
+ * The walk starts each bucket once, in order. A bucket that the cursor led it into does not count
+ * as started, so the entries of that bucket may be visited twice.
  *
  * The walk compares addresses of chain nodes to see whether the cursor is still on that entry. If
  * the callback removes the entry it was called for and saves another, the new chain node may get

@@ -22,7 +22,7 @@
  * #XELP_SLL_FreeUserNode_Yes passes it to the list's release callback. After
  * XELP_SLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
  * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice. The list's one block belongs to the library until
+ * deleting both releases it twice. The block that holds the list belongs to the library until
  * XELP_SLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
@@ -71,9 +71,9 @@
  * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
- * much like this header, but differ on purpose. From dlink.h it differs as follows:
+ * much like this header, but differ on purpose. This one differs from dlink.h as follows:
  * - #XELP_ERR_SLL_FULL is 30, so the statuses from #XELP_ERR_SLL_FIND to #XELP_ERR_SLL_BREAK are 10
- *   higher than there.
+ *   higher.
  * - `ulTotalNum` of the head is the capacity, not the number of elements.
  * - To see whether the list is empty, Insert and the calls for head and tail look at the first or
  *   the last element. All others look at the element count, and those that need a cursor also look
@@ -145,8 +145,8 @@ typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *p
 
 /** A slot. For reading only. The index 0xFFFFFFFF, here and in the head, means *none*. */
 typedef struct xelpSLinkList_S_Node {
-    QAL_UINT32 ulPNode;  /**< the previous element; none in the first */
-    QAL_UINT32 ulNNode;  /**< the next element, or the next free slot; none in the last */
+    QAL_UINT32 ulPNode;  /**< the previous element, or none */
+    QAL_UINT32 ulNNode;  /**< the next element or the next free slot, or none */
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
 
@@ -164,7 +164,7 @@ typedef struct xelpSLinkList_S_Head {
 } SLinkList_S_Head;
 
 /**
- * @brief Creates an empty list. Linear in the capacity.
+ * @brief Creates an empty list. The time is linear in the capacity.
  *
  * The first elements take the slots 0, 1, 2 and so on. Freed slots are reused before slots that
  * were never used, and the slot freed last is reused first.
@@ -183,13 +183,13 @@ WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_Node
                                        XELP_SLinkList_FreeNode pfunFreeNode, void **pstruHead);
 
 /**
- * @brief Tears a list down. Linear.
+ * @brief Tears a list down. Linear time.
  *
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
  * @param[in] enFlag     0 (#XELP_SLL_FreeUserNode_Yes): every user node goes to the release
- *                       callback, first to last; with any other value the user nodes
- *                       become yours again
+ *                       callback, from first to last; with any other value the user nodes become
+ *                       yours again
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag);
@@ -209,28 +209,29 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_SLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match from the list. Linear. The cursor moves to its successor.
+ * @brief Removes the first match from the list. Linear time. The cursor moves to its successor.
  *
  * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. The arguments are checked in the order in which the statuses
- * below mention them.
+ * the cursor moves to its predecessor. The arguments are checked in the order in which they are
+ * listed with the statuses.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
  *                            if an argument is refused
- * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither here nor in the
- *         list), a null condition or a null @p pstruNode; #XELP_ERR_SLL_NULL for an empty list;
- *         #XELP_ERR_SLL_FIND if no element matches.
+ * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
+ *         in the list), a null condition or a null @p pstruNode;
+ *         #XELP_ERR_SLL_NULL for an empty list; #XELP_ERR_SLL_FIND if no element matches.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
                                          XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases it. Linear. The cursor moves as in Remove.
+ * @brief Removes the first match and releases its user node. Linear time.
  *
- * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback.
+ * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback. The
+ * cursor moves as in XELP_SLinkList_Remove().
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -241,7 +242,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondit
                                          XELP_SLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear. The cursor moves to it.
+ * @brief Finds the first match. Linear time. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
@@ -312,8 +313,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
  * @brief Moves the cursor to the previous element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
- * @param[out] pstruNode  the user node, still stored; null at the first element; untouched by
- *                        any other failure
+ * @param[out] pstruNode  the user node, still stored; null if the cursor is on the first element;
+ *                        untouched by any other failure
  * @return as XELP_SLinkList_PriorPtr(), and #XELP_ERR_SLL_INVALID_PARA for a null @p pstruNode.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
@@ -322,9 +323,9 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
  * @brief Moves the cursor to the next element and returns its user node. Constant time.
  *
  * @param[in]  pstruHead  the handle, borrowed
- * @param[out] pstruNode  the user node, still stored; null at the last element; untouched by
- *                        any other failure. Not checked: it must not be null unless the list is
- *                        empty
+ * @param[out] pstruNode  the user node, still stored; null if the cursor is on the last element;
+ *                        untouched by any other failure. The pointer is not checked: it must not
+ *                        be null unless the list is empty
  * @return as XELP_SLinkList_NextPtr().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
@@ -354,8 +355,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
  * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
- * @param[out] pstruNode  the user node, handed over; untouched on failure. Not checked: it must
- *                        not be null unless the list is empty
+ * @param[out] pstruNode  the user node, handed over; untouched on failure. The pointer is not
+ *                        checked: it must not be null unless the list is empty
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
@@ -379,7 +380,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor and releases it. Constant time.
+ * @brief Removes the element at the cursor and releases its user node. Constant time.
  *
  * Calls XELP_SLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
@@ -389,7 +390,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Removes the first element and releases it. Constant time.
+ * @brief Removes the first element and releases its user node. Constant time.
  *
  * Calls XELP_SLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
@@ -399,7 +400,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Removes the last element and releases it. Constant time.
+ * @brief Removes the last element and releases its user node. Constant time.
  *
  * Calls XELP_SLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
@@ -409,12 +410,13 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements from first to last. Linear, plus the cost of the callback.
+ * @brief Visits the elements from first to last. Linear time, plus that of the callback.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element there and moved the cursor back, the new element is visited next.
+ *   callback inserted an element after it and moved the cursor back, the new element is visited
+ *   next.
  * - on another element: the walk continues *with* that element. If the callback removed or deleted
  *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
  *   element has no successor: after its removal the walk returns to its predecessor, even if it has
@@ -441,8 +443,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * These two calls take and return a slot in the same way as Insert and the removals do. If you take
- * slots yourself, the list counts more elements than it has. Even then no call reads or writes
+ * These two calls take and return a slot in the same way as the Insert and Remove calls do. If you
+ * take slots yourself, the list counts more elements than it has. Even then no call reads or writes
  * outside the block. If the list counts only slots that you took, it has no cursor: calls that need
  * a cursor then report an empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and
  * a walk visits nothing and returns 0.
@@ -462,7 +464,7 @@ WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
 /**
  * @brief Returns a slot to the free chain. Constant time.
  *
- * The slot is the next to be taken.
+ * It will be the next slot to be taken.
  *
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. The slot
