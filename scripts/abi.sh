@@ -2,12 +2,12 @@
 # Compares the binary interface with its baseline in tests/library/abi/baseline, or renews the baseline:
 #
 #     scripts/abi.sh check BUILD_FOLDER    the libraries of a build with debug information
-#     scripts/abi.sh renew [BUILD_FOLDER]  compares, writes the baseline; builds in build/abi if no
-#                                          build is given
+#     scripts/abi.sh renew [BUILD_FOLDER]  compares, then writes the baseline; without BUILD_FOLDER,
+#                                          builds in build/abi first
 #
 # The baseline has the exports of both libraries, every type of the public headers (most calls take
 # the containers' records as void *, so the calls do not lead to these types), and the services that
-# the library asks of its adapter. Names are compared first, because abidiff does not report a type
+# the library asks of its adapter. Names are compared, too, because abidiff does not report a type
 # or member that was renamed. `renew` refuses what breaks callers unless the major version is
 # higher than the baseline's. docs/abi.md has the policy. CC names the C compiler. Exits with 77 if
 # libabigail or debug information is missing.
@@ -90,7 +90,7 @@ names() {
     ' "$1" | LC_ALL=C sort -u
 }
 
-# compare_names OLD NEW: says what differs; prints nothing for two equal lists
+# compare_names OLD NEW: prints what differs; nothing for two equal lists
 compare_names() {
     LC_ALL=C comm -23 "$1" "$2" | sed 's/^/gone: /'
     LC_ALL=C comm -13 "$1" "$2" | sed 's/^/new: /'
@@ -133,7 +133,7 @@ compare() {
     cat "$work/$1.names" >>"$work/$1.report"
 }
 
-# compare_services: like compare; a client's adapter lacks what is new
+# compare_services: like compare. A new service breaks clients' adapters, which lack it.
 compare_services() {
     compare_names "$baseline/services.txt" "$work/services.txt" >"$work/services.report"
     verdict=same

@@ -3,9 +3,10 @@
 # best one for this machine: scripts/bench.sh [DIR [ARGUMENT...]]
 #
 # DIR (default: build/bench) receives the two build trees and the results: bench.json, and
-# bench.html, a page of charts that docs/benchmarks.md explains. Arguments go to every program, such
-# as --only CRC or --rounds 51; --rounds 1 only checks that everything works and all contenders
-# agree. WYX_BENCH_PROGRAMS="crc md5" runs just those, WYX_BENCH_LEVELS=baseline one of the builds.
+# bench.html, a page of charts that docs/benchmarks.md explains. Every program gets the arguments,
+# such as --only CRC or --rounds 51; --rounds 1 only checks that everything works and all contenders
+# agree. WYX_BENCH_PROGRAMS="crc md5" runs only these programs, WYX_BENCH_LEVELS=baseline only that
+# build.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Lays out the part of the NDK that comes from Android's C library, from the sources of that library.
+"""Lays out the part of the NDK that comes from Android's C library, using that library's sources.
 
     scripts/bionic_sysroot.py BIONIC FOLDER
 
@@ -7,7 +7,7 @@ BIONIC has libc/include, libc/kernel, libc/arch-common and libc/libc.map.txt as 
 FOLDER becomes a stand-in for the NDK, for compiling and linking with Debian's clang and lld and the
 headers of libc++: its libc.so has an empty function for each symbol that API level 24 has on the
 processor, so that the linker refuses any other symbol. With FOLDER as ANDROID_NDK_HOME, the presets for
-Android configure. What is linked in this way cannot run.
+Android can be configured. What is linked in this way cannot run.
 """
 
 import pathlib
@@ -22,7 +22,7 @@ ARCHITECTURES = {  # by ABI: the triple, the kernel's name, the name in the list
     "x86_64": ("x86_64-linux-android", "x86", "x86_64"),
 }
 ALL_NAMES = {"arm", "arm64", "riscv64", "x86", "x86_64"}
-# Not part of the NDK: for other parts of the system, or gone.
+# Not part of the NDK: meant for other parts of the system, or removed.
 HIDDEN_SECTIONS = re.compile("PRIVATE|PLATFORM|DEPRECATED")
 HIDDEN_TAGS = {"apex", "llndk", "systemapi", "future"}
 
@@ -57,7 +57,7 @@ def copy(source, target):
 
 
 def libcxx():
-    """The folder of libc++'s headers that belong to the compiler."""
+    """The folder of the compiler's libc++ headers."""
     resources = subprocess.run(["clang++", "-print-resource-dir"], check=True, text=True,
                                capture_output=True).stdout.strip()
     folder = pathlib.Path(resources).parents[2] / "include/c++/v1"
@@ -101,7 +101,7 @@ def main():
         start = libc / "arch-common/bionic/crtbegin_so.c"
         run(*compiler, "-c", start, "-o", folder / "crtbegin_so.o")
         run(*compiler, "-x", "assembler", "-c", "-", "-o", folder / "crtend_so.o", input=b"")
-        # The compiler's own library: empty, so that code that needs any of it is found.
+        # The compiler's own library is empty, so that code that needs it cannot be linked.
         run("llvm-ar" if shutil.which("llvm-ar") else "ar", "cr", folder / "libgcc.a")
         print(f"{abi}: {len(found)} symbols at API level {API}")
 

@@ -80,7 +80,7 @@ class Target:
                 skip(f"{program} is not installed")
 
     def environment(self, **more):
-        """The environment in which a program loads the shim, and the libraries of the folder of links."""
+        """The environment in which a program loads the shim, and the libraries from the folder of links."""
         settings = {"LD_LIBRARY_PATH": str(self.run_folder), "LD_PRELOAD": str(self.shim), **more}
         if self.native:
             return {**os.environ, **settings}
@@ -94,7 +94,7 @@ class Target:
 def build(target, name, *arguments):
     """Configures and builds by the preset; returns the compile commands of the units."""
     folder = target.work / name
-    # Without a launcher: one that caches objects of another folder changes the names in them.
+    # Without a compiler launcher: a cache might return objects that name files of another folder.
     plain = {name: value for name, value in os.environ.items()
              if not name.endswith("_COMPILER_LAUNCHER")}
     made = run("cmake", "--preset", PRESETS[target.abi], "-B", folder, "-D", "WYX_WERROR=ON",
@@ -144,7 +144,7 @@ def look_at(target, path, needed):
     if found != needed:
         fail(f"{name} needs {found}")
     if re.findall(r"\(SONAME\).*\[(.*)\]", dynamic) != [name]:
-        fail(f"{name}: its SONAME")
+        fail(f"{name} has another SONAME than its name")
     segments = readelf(path, "-l")
     loads = re.findall(r"^ +LOAD .* (0x[0-9a-f]+)$", segments, re.MULTILINE)
     if not loads or any(int(align, 16) != PAGE for align in loads):
@@ -153,7 +153,7 @@ def look_at(target, path, needed):
         fail(f"{name} has thread-local storage")
     identity = re.search(r"Build ID: ([0-9a-f]+)", readelf(path, "-n"))
     if identity is None or len(identity[1]) != 40:
-        fail(f"{name}: its build-id")
+        fail(f"{name} has no build-id of 20 bytes")
     symbols = readelf(path, "-s", "--dyn-syms")
     for word in set(re.findall(r"(?:__emutls|_ZT[ISV]|_Unwind|__cxa_|__gxx)\w*", symbols)):
         if word not in TOOLCHAIN and word != "__emutls_unregister_key":  # of Android's start file
@@ -185,7 +185,7 @@ def look_at_both(target):
 
 
 def plant_faults(target):
-    """Mistakes that the build must find have to be build errors."""
+    """Code that a library must not contain has to be a build error."""
     link = ["-shared", "-fPIC", "-fuse-ld=lld", "-nostdlib++", "-rtlib=libgcc", "--unwindlib=none",
             "-Wl,-z,defs", "-o", os.devnull, "-x", "c++", "-"]
     for code, symbol in (
@@ -195,7 +195,7 @@ def plant_faults(target):
             ("int *f() { return new int; }", "operator new")):
         linked = run(*target.clang("c++"), *link, input=code, check=False)
         if symbol is None and linked.returncode != 0:
-            fail(f"a sound library cannot be linked: {linked.stdout}")
+            fail(f"a library without a mistake cannot be linked: {linked.stdout}")
         if symbol is not None and f"undefined symbol: {symbol}" not in linked.stdout:
             fail(f"a library that needs {symbol} was linked: {linked.stdout}")
 
@@ -207,8 +207,8 @@ def make_shim(target):
         input="#include <errno.h>\n"
               "int *__errno(void);\n"
               "int *__errno(void) { return &errno; }\n"
-              # The stack protector of Android has its value at a fixed distance from the thread's
-              # pointer, where the first library's thread-local storage is here.
+              # Android's stack protector reads its value at a fixed distance from the thread
+              # pointer. On this C library, the thread-local storage of the first library is there.
               "__thread volatile char acSlots[128];\n")
     target.run_folder.mkdir()
     for library in target.prefix.rglob("libwyx_*.so"):
@@ -256,7 +256,7 @@ def save(target):
     last = max((i for i, call in enumerate(names) if call == "fsync"), default=0)
     wanted = re.compile(r"fsync .*fsync .*unlink(at)? .*rename(at2?)? .*fsync")
     if not wanted.search(" ".join(names)):
-        fail("the order of a save")
+        fail("the system calls of a save are not in the right order")
     for call in names[flushed:last]:
         if STEADY.search(call):
             fail(f"a save calls {call} after its file is written: is something allocated there?")
@@ -270,7 +270,7 @@ def binds_here(target, command):
 
 
 def run_suite(target, tests):
-    """The contract, on the adapter for Android."""
+    """Tests the contract on the adapter for Android."""
     ran = run(*tests["adapter_contract_test"]["command"], target.run_folder / "libwyx_os_adapter.so",
               check=False, cwd=target.work, env=target.environment())
     kept = re.search(r"# (\d+) kept, 0 broken", ran.stdout)
@@ -295,7 +295,7 @@ def run_programs(target, tests):
         command = [*target.emulator, program]
         if not binds_here(target, command):
             fail(f"{source.name} does not run on the libraries for Android")
-        # As the build folder runs it, except for the program and its folder.
+        # Run as in the build folder, except for the program and its folder.
         ran = run(*(f"-DCOMMAND={';'.join(map(str, command))}" if word.startswith("-DCOMMAND=")
                     else f"-DFOLDER={target.work / 'example'}" if word.startswith("-DFOLDER=")
                     else word for word in tests[source.stem]["command"]), check=False,

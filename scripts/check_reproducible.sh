@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds both libraries in two folders of different names and depths, and compares them byte by byte,
-# with debug information, without, and stripped: scripts/check_reproducible.sh [SCRATCH_FOLDER]
+# Builds both libraries in two folders of different names and depths, with and without debug
+# information, and compares the libraries byte by byte, also after stripping them:
+# scripts/check_reproducible.sh [SCRATCH_FOLDER]
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
@@ -19,8 +20,8 @@ copy_source() {
     tar -C "$source_folder" -c --exclude=./build --exclude=./.git . | tar -C "$1" -x
 }
 
-# build SOURCE BUILD TYPE, without anything from the environment that both builds would share by
-# chance
+# build SOURCE BUILD TYPE: builds the libraries, without the timestamp that both builds would share if
+# the environment sets one
 build() {
     env -u SOURCE_DATE_EPOCH cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE="$3" \
         -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >/dev/null
@@ -33,7 +34,7 @@ copy_source "$one"
 copy_source "$two"
 for type in Release RelWithDebInfo; do
     build "$one" "$one/build/$type" "$type"
-    build "$two" "$scratch/outside-$type" "$type" # the build folder elsewhere as well
+    build "$two" "$scratch/outside-$type" "$type" # with the build folder outside the source folder
     for name in libwyx_commlib.so libwyx_os_adapter.so; do
         left=$one/build/$type/lib/$name
         right=$scratch/outside-$type/lib/$name

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares every value that wyx reads in files with what Python's configparser reads.
+"""Compares every value that wyx reads from files with what Python's configparser reads.
 
     scripts/compare_values.py WYX LIST
 

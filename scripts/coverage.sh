@@ -9,7 +9,7 @@
 # all are 0 if not given. Prints the totals and what is not covered; report/ and report-tool/ in
 # build/coverage and report/ in build/coverage-aarch64 have every line. A line that ends in
 # "// never: REASON" is left out: no input can reach it. So is memory.cpp: the accounting adapter is
-# built in its place, so that all tests are run with that one, too.
+# built instead, so that all tests run with that adapter, too.
 set -euo pipefail
 
 min_lines=${1:-0}
@@ -56,8 +56,8 @@ done
 
 cmake --preset coverage
 cmake --build --preset coverage
-# Some tests run the tool as a user without rights, who has to be able to write counts, too. Notes of
-# units that are no longer built would contradict the present ones.
+# Some tests run the tool as an unprivileged user, who must be able to write the counts, too. Notes
+# (.gcno) of units that are no longer built would contradict the others.
 ninja -C "$build" -t cleandead >/dev/null
 find "$build" -name '*.gcno' | while read -r notes; do
     [[ -e ${notes%.gcno}.o ]] || rm "$notes"

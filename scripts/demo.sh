@@ -31,7 +31,7 @@ if ! { configure >"$work/log" 2>&1 && make_tool; }; then
 fi
 wyx=$PWD/$(find "$build" -type f -name wyx -perm -u+x | head -n 1)
 
-# Runs what a user would type; some of it is refused, which is part of the show.
+# Runs what a user would type. Some of it is refused on purpose.
 try() {
     echo "\$ wyx ${*@Q}" | sed "s/'\([A-Za-z0-9._=-]*\)'/\1/g"
     (cd "$work" && "$wyx" "$@" 2>&1) || echo "(exit code $?)"
@@ -78,7 +78,7 @@ while IFS= read -r -d '' file; do
         cmp -s -- "$file" "$copy" || { echo "$file: refused, but changed"; wrong=$((wrong + 1)); }
         continue
     fi
-    # One line replaced another and the indented ones that continued it.
+    # One line must have replaced another line and the indented lines that continued it.
     difference=$(diff -a -- "$file" "$copy") || true
     if [[ $(grep -ac '^>' <<<"$difference") == 1 &&
         $(grep -ac '^< [^[:blank:]]' <<<"$difference") == [01] &&

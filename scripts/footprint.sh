@@ -7,9 +7,10 @@
 #
 #     scripts/footprint.sh --check LIBRARY BYTES MAP
 #
-# fails if text, data and bss of the library, as size(1) counts them, are more than BYTES. Two gaps are
-# not counted: the one that lld leaves after the data it makes read-only, which takes no bytes, and the
-# page that GNU ld sometimes needs for the stubs of a processor's erratum, which MAP, its map, shows.
+# fails if text, data and bss of the library, as size(1) counts them, are more than BYTES. Two things are
+# not counted: the gap that lld leaves after the data it makes read-only, which takes no bytes of the
+# file, and the page that GNU ld sometimes adds for stubs that work around a processor's erratum. MAP, the
+# linker's map, shows these stubs.
 set -euo pipefail
 
 if [[ ${1:-} == --check ]]; then

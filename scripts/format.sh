@@ -2,7 +2,7 @@
 # Formats every C and C++ file of the tree: scripts/format.sh [--check]
 #
 # With --check, changes nothing and fails if a file would change. Each version of clang-format formats
-# differently; the tree uses version 14. With another one, formats nothing and exits with 77.
+# differently; the tree uses version 14. With another version, formats nothing and exits with 77.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

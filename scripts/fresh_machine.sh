@@ -5,8 +5,8 @@
 # runs scripts/test.sh and scripts/demo.sh in a clone in its home, which others cannot enter. An ordinary
 # user runs both scripts in the source archive, without a network, in a folder whose name has a space and
 # a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
-# debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone. With
-# WYX_MOUNT=0 they are not, and the tests that need them are skipped.
+# debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone; with
+# WYX_MOUNT=0 they are not mounted, and the tests that need them are skipped.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -35,7 +35,7 @@ cp -r /etc/apt/apt.conf.d /etc/apt/sources.list* "$root/etc/apt/"
 cp -L /etc/resolv.conf "$root/etc/"
 cp -u /var/cache/apt/archives/*.deb "$root/var/cache/apt/archives/" 2>/dev/null || true
 
-# in_root USER COMMAND...: as after a login, with nothing of this environment
+# in_root USER COMMAND...: runs the command as after a login, without this script's environment
 in_root() {
     local user=$1 start=$SECONDS
     shift

@@ -33,8 +33,8 @@ else
     cmake --build "$build_folder" --target "${targets[@]/#/fuzz_}"
 fi
 
-# Short stacks of allocations and a short quarantine: the models allocate more than the library, and
-# a finding can be replayed with the defaults.
+# Short allocation stacks and a small quarantine save time and memory, because the models allocate more
+# than the library. A finding can be replayed with the defaults.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1:malloc_context_size=1:quarantine_size_mb=8}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 failed=0

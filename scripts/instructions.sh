@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Counts the instructions of each operation and compares them with those of the last time:
+# Counts the instructions of each operation and compares the counts with the recorded ones:
 # scripts/instructions.sh [--update]
 #
-# Unlike times, the counts are the same on every machine. They are taken for the builds below, by a
-# plug-in for qemu, which also fixes the CPU by which the C library chooses its functions. The table
-# of docs/instruction-counts.md is the budget: a count that is more than 2 % above it fails, and one
-# that is more than 2 % below it asks for --update, which writes the new counts into the page.
-# Other compilers or another C library count differently: their columns are skipped.
+# Unlike times, the counts are the same on every machine. A plug-in for qemu takes them for the builds
+# below; qemu also fixes the CPU for which the C library chooses its functions. The table of
+# docs/instruction-counts.md is the budget. The script fails if a count is more than 2 % above its
+# budget. If one is more than 2 % below, the script asks for --update, which writes the new counts into
+# the page. Other compilers or another C library produce other counts: their columns are skipped.
 #
 #     scripts/instructions.sh --compare COUNTS PAGE
 #
-# only compares a table of counts with that of a page.
+# only compares a table of counts with the table of a page.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -89,7 +89,7 @@ count() {
         -L"$tree/lib" -lwyx_commlib -lwyx_os_adapter -Wl,-rpath,"\$ORIGIN/lib" -o "$tree/driver"
     {
         echo "Operation|$column"
-        # Not even the environment and the program's name may differ: their size moves the stack.
+        # Not even the environment and the program's name may vary: their size moves the stack.
         (cd "$tree" && env -i "${emulator[@]}" -plugin ../plugin.so ./driver) | awk -F'\t' '
             NF == 1 { print "*compiler*|" $1; next }
             NF != 5 { exit 1 }

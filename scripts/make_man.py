@@ -57,7 +57,7 @@ def inline(text):
 
 
 def sentences(text):
-    """Text lines: one for each sentence, none of which the formatter takes for a request."""
+    """Text lines, a new one for each sentence; the formatter takes none of them for a request."""
     text = " ".join(text.split())
     # Marked as a whole, since a mark may span several sentences.
     marked = inline(re.sub(r"(?<=[A-Za-z0-9)`\"*][.!?]) +(?=[A-Z`\"#*@(])", "\0", text)).split("\0")
@@ -68,7 +68,7 @@ def sentences(text):
 
 
 def listing(code):
-    """An example or a declaration, as it is."""
+    """An example or a declaration, printed as it is."""
     lines = [escape(line, code=True) for line in code.strip("\n").splitlines()]
     return [".Bd -literal -offset indent",
             *("\\&" + line if line.startswith((".", "'")) else line for line in lines), ".Ed"]

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Prints a bill of materials (SPDX 2.3) of a folder of packages: scripts/make_sbom.py FOLDER
 
-FOLDER has the archive of the sources and Debian packages. They are listed with their SHA-256 and with
-what they need of each other and of the system. The licence is that of the file LICENSE; without it, the
-bill says that none is stated. The same folder produces the same bytes: the time is SOURCE_DATE_EPOCH, by
-default that of the archive.
+FOLDER has the source archive and the Debian packages. The bill lists them with their SHA-256, and with what
+they need from each other and from the system. The licence is that of the file LICENSE; without the file,
+the bill says that none is stated. The same folder produces the same bytes: the time is SOURCE_DATE_EPOCH,
+by default that of the archive.
 """
 
 import datetime
@@ -65,7 +65,7 @@ def main():
         needs[package["SPDXID"]] = re.findall(r"([^\s,|]+)(?: \(([^)]*)\))?", fields.get("Depends", ""))
     for one, others in needs.items():
         for other, bound in others:
-            # Of the system; which licence it has is not for this bill to say.
+            # A package of the system: this bill does not state its licence.
             packages.setdefault(other, {
                 "SPDXID": id_of(other), "name": other, "primaryPackagePurpose": "LIBRARY",
                 "downloadLocation": "NOASSERTION", "filesAnalyzed": False,

@@ -2,17 +2,18 @@
 """Models how long AArch64 cores take for the innermost loops: model_cycles.py LIBRARY [WORD...]
 
 Prints a Markdown table of the loops of all functions whose names contain one of the words (default:
-Base64, CRC and MD5), by llvm-mca of LLVM 19 (Debian: llvm-19). Cores without a model of their own use
-that of a close relative: neoverse-n1 for A76, neoverse-n2 for A710, neoverse-v1 for X1. A model is
-no measurement: every load hits the first cache, every branch is predicted, and loads never wait for
-stores. No core takes fewer cycles than the width of its decoder allows, which the models ignore.
+those of Base64, CRC and MD5). The cycles are those of llvm-mca of LLVM 19 (Debian: llvm-19). Cores
+without a model of their own use that of a close relative: neoverse-n1 for A76, neoverse-n2 for A710,
+neoverse-v1 for X1. A model is not a measurement: every load hits the first cache, every branch is
+predicted, and loads never wait for stores. The models ignore the width of the decoder, so the table
+has at least the cycles that decoding takes.
 """
 import re
 import subprocess
 import sys
 
 CORES = {"A55": ("cortex-a55", 2), "A510": ("cortex-a510", 3), "A76": ("neoverse-n1", 4),
-         "A710": ("neoverse-n2", 5), "X1": ("neoverse-v1", 5)}  # LLVM's name, decoded a cycle
+         "A710": ("neoverse-n2", 5), "X1": ("neoverse-v1", 5)}  # LLVM's name, width of the decoder
 ROUNDS = 200
 
 
@@ -26,7 +27,7 @@ def functions(library):
 
 
 def loops(code):
-    """The stretches from the target of a jump back to the jump that contain no other, and no call."""
+    """Innermost loops without a call: the code from the target of a backward jump up to the jump."""
     jumps = {at: int(to[1], 16) for at, text in code.items()
              if (to := re.match(r"(?:b|cb|tb)\S*\s.*?([0-9a-f]+) <", text))}
     back = [(to, at) for at, to in jumps.items() if to in code and to < at]
@@ -55,7 +56,7 @@ def main():
     print("|---|--:|--:|" + "--:|" * len(CORES))
     for name, code in functions(library):
         for first, body in loops(code) if any(word in name for word in words) else ():
-            # A round consumes as many bytes as its largest step of a pointer or count; 0: not known.
+            # A round consumes as many bytes as its largest step of a pointer or count; 0: unknown.
             steps = [int(step or after, 0) for _, step, after in re.findall(
                 r"(?:add|subs?)\s+([xw]\d+), \1, #(\w+)$|\], #(\d+)$", "\n".join(body), re.M)]
             bounds = [max(cycles(body, cpu), len(body) / width) for cpu, width in CORES.values()]

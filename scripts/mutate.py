@@ -30,8 +30,8 @@ killed, if fewer than --least mistakes were tried, and, unless it is a sample, i
 100 mistakes that can be seen were killed.
 
 With --build and --asan-build, existing build folders of the presets "release" and "asan" are used;
-they must be built from this tree. Mistakes that these do not compile are planted in the --cross-build
-of the preset "aarch64", whose tests run under emulation.
+they must be built from this tree. Mistakes in lines that these builds do not compile are planted in the
+--cross-build of the preset "aarch64", whose tests run under emulation.
 """
 
 import argparse
@@ -141,7 +141,7 @@ class Image:
                 for name in rule.split(":", 1)[1].split()}
 
     def compile(self, unit, root, folders, output):
-        """Compiles a unit of a copy of some folders: None, or why that failed."""
+        """Compiles a unit from a copy of some folders; returns None, or why that failed."""
         def moved(word):
             if not word.startswith("-I"):
                 return word
@@ -154,7 +154,7 @@ class Image:
         command[command.index("-c") + 1] = str(root / unit)
         command = [w for w in without(command, "-MF", "-MT")
                    if w not in ("-MD", "-Werror", "-g") and w[:2] != "-W"]
-        # The copy has the original's file names in it, so that equal code makes an equal object.
+        # The object names the original's files, not the copy's, so that equal code makes an equal object.
         command += ["-w", "-fno-lto", "-frandom-seed=0", f"-ffile-prefix-map={root}/="]
         process = subprocess.Popen(command, text=True, cwd=self.build.folder, start_new_session=True,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
@@ -345,7 +345,7 @@ class Runner:
         image.plain[unit] = output
 
     def prepare(self, files, pool):
-        """Compiles the unchanged units in the same way and checks that all tests pass."""
+        """Compiles the unchanged units as the changed ones will be, and checks that all tests pass."""
         for build in [*self.builds, *([self.cross] if self.cross else [])]:
             images = dict.fromkeys(i for file in files for i in build.images(file))
             units = {(image, unit): file for image in images for file in files
@@ -501,7 +501,7 @@ def faults_of(ends, places, listed, files, least, is_sample):
 
 
 def hidden_of(ends, places, listed):
-    """Listed survivors that change nothing a test could see: these are not mistakes, either."""
+    """Listed survivors that change nothing a test could see, and so are not mistakes."""
     return [m for m, end in ends.items() if end == "surviving" and
             listed.get(places[m].key, "").startswith("equivalent")]
 
@@ -542,7 +542,7 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--build", type=pathlib.Path, help="a build folder for the preset release")
     parser.add_argument("--asan-build", type=pathlib.Path, help="a build folder for the preset asan")
-    parser.add_argument("--cross-build", type=pathlib.Path, help="one for the preset aarch64")
+    parser.add_argument("--cross-build", type=pathlib.Path, help="a build folder for the preset aarch64")
     parser.add_argument("--no-asan", action="store_true", help="do not try again under sanitizers")
     parser.add_argument("--report", type=pathlib.Path, help="write every mistake and its outcome here")
     parser.add_argument("--list", action="store_true", help="only list the mistakes")

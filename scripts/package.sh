@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
 # Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
 #
-# Makes Debian packages of the libraries, of what is needed to build with them, of the tool (not
-# with WYX_BUILD_TOOL=OFF) and of the debug information of both, libwyx_commlib-VERSION.tar.xz, a bill
-# of materials (SPDX) and SHA256SUMS of all of them. FOLDER replaces build/packages. The same sources
-# produce the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the last commit.
-# Installs what is missing (Debian).
+# Makes, in FOLDER (default: build/packages):
+#
+# - Debian packages of the libraries, of what is needed to build with them, of the tool (not with
+#   WYX_BUILD_TOOL=OFF), and of the debug information of libraries and tool
+# - libwyx_commlib-VERSION.tar.xz, the sources
+# - a bill of materials (SPDX)
+# - SHA256SUMS of all of these files
+#
+# The same sources produce the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the
+# last commit. Installs what is missing (Debian).
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -21,7 +26,7 @@ if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     fi
 fi
 export SOURCE_DATE_EPOCH
-export LC_ALL=C.UTF-8 # in which CPack can pack from a folder of any name
+export LC_ALL=C.UTF-8 # so that CPack can pack from a folder of any name
 umask 022
 mkdir -p "$folder"
 folder=$(cd "$folder" && pwd)

@@ -2,14 +2,14 @@
 # Cuts the power in the middle of saves, on an ext4 file system in a file: scripts/power_cut.sh [CUTS]
 #
 # A client of the library saves a file on the mounted image and is killed before each of its system
-# calls in turn, of the first CUTS (1000) at most. At that moment the image is copied twice: as the
-# device holds it, without what is still in the page cache, and after everything was flushed. A power
-# cut leaves one of the two, or something in between. The copies are mounted, which replays their
-# journal, and the old content or the whole new content must be there, under the target's name or the
-# new file's.
+# calls in turn, at most the first CUTS (1000). At that moment the image is copied twice: as the device
+# holds it, without what is still in the page cache, and after everything was flushed. A power cut
+# leaves one of the two, or something in between. The copies are mounted, which replays their journal,
+# and the old content or the whole new content must be there, under the target's name or the new
+# file's.
 #
-# ext4 flushes more than it is asked to: with a new file, its directory entry, too. That can hide a
-# missing flush, so power_cut_test then checks every combination of what a device may lose.
+# ext4 flushes more than it is asked to: when a new file is flushed, its directory entry is, too. That
+# can hide a missing flush, so power_cut_test then checks every combination of what a device may lose.
 #
 # Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names a build
 # folder of any preset without sanitizers (build/release).

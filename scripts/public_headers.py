@@ -77,7 +77,7 @@ def parse(text):
             groups.append((title.strip(), rest.strip(), []))
             continue
         if text[block.end():].lstrip().startswith("#"):
-            continue  # a macro, which only the headers use
+            continue  # a macro: only the headers use it
         rest = re.sub(r"/\*.*?\*/", lambda match: " " * len(match[0]), text[block.end():],
                       flags=re.S)
         depth = 0

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 build=$1
-report=$build/tests.xml # which the presets ask CTest for
+report=$build/tests.xml # the presets make CTest write it
 if [[ ! -e $report ]]; then
     echo "No test was run in $build"
     exit
@@ -28,6 +28,6 @@ run=$(sed -n 's/.*<testcase name="\([^"]*\)".*/\1/p' "$report")
 left=$(ctest --test-dir "$build" -C slow -N | sed -n 's/^ *Test *#[0-9]*: //p' |
     grep -vxF -e "$run" | paste -sd ' ') || true # all of them were run
 if [[ -n $left ]]; then
-    echo "Not a part of this run: $left"
+    echo "Not part of this run: $left"
     echo "To run them: ctest --test-dir $build -C slow -R '^(${left// /|})\$'"
 fi

@@ -2,7 +2,7 @@
 # Builds presets, runs their tests and lists those that were skipped: scripts/test.sh [PRESET...]
 #
 # Without a preset: release; `cmake --workflow --list-presets` names the others. Installs what is
-# missing (Debian), builds in build/PRESET. A preset that fails does not keep the next from being run.
+# missing (Debian), builds in build/PRESET. If a preset fails, the next one is still run.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
