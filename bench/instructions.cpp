@@ -1,10 +1,10 @@
 // Runs each operation for scripts/instructions.sh, which counts its instructions.
 //
 // A line of the output has the operation's name (in asterisks if it is not ours), the number to
-// divide its counts by, and three counts of all instructions so far. The emulator's plug-in adds
-// a count at each mark: after a round that warms up, after another round, and after two more.
+// divide its counts by, and three counts of all instructions so far. The emulator's plug-in writes
+// a count at each mark: after a round that warms up, after one more round, and after two more.
 // Whatever else runs between two marks is the same both times, so the second difference minus the
-// first is the cost of one round alone.
+// first is the cost of one round.
 #include <arpa/inet.h>
 #include <gnu/libc-version.h>
 #include <sys/syscall.h>

@@ -265,7 +265,7 @@ class IniFile {
     const char *Name() const { return name_.c_str(); }
 
   private:
-    // Always of the same length, because the cost depends on it.
+    // Values of the same length, because the cost depends on the length.
     std::string name_ = FolderOfFiles() + "/wyx_bench.XXXXXX";
 };
 

@@ -8,7 +8,8 @@ set(WYX_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/wyx_commlib" CACHE STRIN
 set(WYX_INSTALL_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig" CACHE STRING
     "Folder of the pkg-config files, below the prefix")
 
-# With a client's own adapter, the client provides wyx::os_adapter to its own users as well.
+# With a client's own adapter, the installed wyx::os_adapter brings only the headers: the client's
+# users link the adapter itself.
 if(WYX_OS_ADAPTER)
     set(adapter wyx_client_adapter)
 else()

@@ -1,5 +1,5 @@
-# Manual pages: wyx(1), made from the tool's grammar, wyx-adapter-suite(1), and those of section 3, made
-# from the comments of the headers.
+# Manual pages: wyx(1), made from the tool's grammar; wyx-adapter-suite(1); and the pages of section 3,
+# made from the comments of the headers.
 include_guard(GLOBAL)
 
 set(WYX_MAN_DATE "November 22, 2026") # of the last change that readers would notice

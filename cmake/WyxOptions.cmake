@@ -28,12 +28,13 @@ target_compile_options(wyx_build_options INTERFACE
     $<$<BOOL:${WYX_WERROR}>:-Werror>
     $<$<BOOL:${WYX_CHAR}>:-f${WYX_CHAR}-char>)
 if(WYX_SANITIZE)
-    # A target with the property WYX_UNSANITIZED is linked with the sanitizers, but compiled without.
+    # A target with the property WYX_UNSANITIZED is linked with the sanitizers, but compiled without
+    # them.
     set(sanitize "$<NOT:$<BOOL:$<TARGET_PROPERTY:WYX_UNSANITIZED>>>")
     target_compile_options(wyx_build_options INTERFACE
         $<${sanitize}:-fsanitize=${WYX_SANITIZE}> $<${sanitize}:-fno-sanitize-recover=all>
         -fno-omit-frame-pointer
-        # The instrumentation hides from GCC what is initialised.
+        # With instrumentation, GCC does not see what is initialised.
         $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
     target_link_options(wyx_build_options INTERFACE -fsanitize=${WYX_SANITIZE})
 endif()

@@ -20,7 +20,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 0wyx1) # older than any that Debian might make
+set(CPACK_DEBIAN_PACKAGE_RELEASE 0wyx1) # older than any package that Debian might make
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
@@ -111,7 +111,7 @@ set(CPACK_WYX_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(CPACK_WYX_PACKAGES
     "runtime=${library};development=libwyx-commlib-dev;static=libwyx-commlib-static;debug=${library}-dbgsym;tool=wyx;tool_debug=wyx-dbgsym")
 
-# Corrects what CPack has no variable for. libwyx-commlib-dev gets no Multi-Arch field: it contains a
+# Sets what CPack has no variable for. libwyx-commlib-dev gets no Multi-Arch field: it contains a
 # program, which differs between processors.
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/correct_packages.cmake")
 set(CPACK_WYX_MULTI_ARCH

@@ -64,7 +64,7 @@ function(wyx_shared_library target)
         # uses an exported object may hold the only copy of it.
         LINKER:-Bsymbolic-functions
         LINKER:--as-needed LINKER:--gc-sections
-        # Without a kind, lld makes an id of 8 bytes, which Android's debugger does not know.
+        # If no kind is given, lld makes an id of 8 bytes, which Android's debugger does not accept.
         LINKER:--build-id=sha1
         LINKER:--hash-style=gnu
         LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)

@@ -42,7 +42,7 @@ file(GLOB modules "${CPACK_TEMPORARY_DIRECTORY}/development/usr/lib*/pkgconfig/*
     "${CPACK_TEMPORARY_DIRECTORY}/development/usr/lib/*/pkgconfig/*.pc")
 foreach(module IN LISTS modules)
     file(READ "${module}" text)
-    string(REGEX REPLACE "^prefix=[^\n]*" "prefix=/usr" text "${text}") # a package is not moved
+    string(REGEX REPLACE "^prefix=[^\n]*" "prefix=/usr" text "${text}") # a package stays where it is
     file(WRITE "${module}" "${text}")
 endforeach()
 if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/development/usr/bin/wyx-adapter-suite")

@@ -1,4 +1,4 @@
-// The ini_parser_example in C++: shows a configuration, changes a key of it and saves it:
+// ini_parser_example in C++: shows a configuration, changes a key of it and saves it:
 // cpp_example FILE
 #include <cstdio>
 #include <cstdlib>

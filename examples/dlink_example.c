@@ -1,5 +1,5 @@
-/* A queue of jobs in a doubly linked list: urgent ones go to the front, one is looked up and taken
- * back, and a walk deletes the ones that are done. */
+/* A queue of jobs in a doubly linked list: urgent jobs go to the front, one job is looked up and
+ * taken back, and a walk deletes the jobs that are done. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -39,8 +39,8 @@ static int AddJob(void *list, const char *name, int isDone, XELP_E_DLL_Insert_Po
     return 0;
 }
 
-/* May delete the job it is called for: the walk continues with the next one. If it was the last,
- * the one before it is visited again, which does no harm here. */
+/* May delete the job it is called for: the walk continues with the next job. If the last job was
+ * deleted, the one before it is visited again, which does no harm here. */
 static QAL_UINT32 DeleteIfDone(void *list, void *userNode, void **other)
 {
     const struct job *job = userNode;

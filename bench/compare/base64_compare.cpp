@@ -1,5 +1,5 @@
-// Base64 both ways, compared with GLib and with OpenSSL's block functions. OpenSSL's allocate
-// nothing, so their buffer is allocated for each call, as ours is.
+// Base64 both ways, compared with GLib and with OpenSSL's block functions. OpenSSL's functions
+// allocate nothing, so a buffer is allocated for each of their calls, as ours does.
 #include <glib.h>
 #include <openssl/evp.h>
 

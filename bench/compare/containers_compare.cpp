@@ -492,7 +492,7 @@ struct GlibHash {
 };
 
 /// @tparam Wanted  the type that a key is looked up as: std::string_view, or std::string, which is
-///                 constructed for each call, as in a program that does not know better.
+///                 constructed for each call, as in a program that was not tuned.
 template <typename Wanted>
 struct StandardHash {
     struct Hash {

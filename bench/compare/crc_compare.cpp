@@ -33,7 +33,8 @@ QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
     return ulCrc;
 }
 
-/// The others invert the CRC before and after. Started with this, they compute ours, complemented.
+/// The others invert the CRC before and after. Started with this value, they compute the complement
+/// of ours.
 constexpr QAL_UINT32 kInverted = 0xFFFFFFFF;
 
 template <typename Keeper>

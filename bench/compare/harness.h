@@ -87,7 +87,7 @@ struct Contender {
     std::string name;
     const char *pszRole; ///< "ours", "peer" or "limit"
     Batch batch;
-    std::function<std::string()> result; ///< of one repetition; none for other work
+    std::function<std::string()> result; ///< of one repetition; none for different work
     Target target;
     std::vector<double> nsPerRound; ///< for one repetition
 };
@@ -111,7 +111,7 @@ class Case {
         return Add(std::move(name), "peer", std::move(op), target, true);
     }
 
-    /// Other work to compare with; its result is not compared.
+    /// Different work to compare with; its result is not compared.
     template <typename Op>
     Case &Other(std::string name, Op op, Target target = {})
     {
@@ -158,9 +158,9 @@ class Case {
     std::vector<Contender> contenders_;
 };
 
-/// The tables of one program. Its arguments: --level baseline|best, --rounds N (at least 15, or 1
-/// just to check that everything works), --json FILE, --only TEXT (the cases whose task or name
-/// contains it).
+/// The tables of one program. The program's arguments: --level baseline|best, --rounds N (at least
+/// 15, or 1 just to check that everything works), --json FILE, --only TEXT (the cases whose task or
+/// name contains the text).
 class Report {
   public:
     Report(int argc, char **argv);

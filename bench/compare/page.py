@@ -112,7 +112,7 @@ class Scale:
 
     def x(self, ratio):
         share = (math.log10(ratio) - self.low) / (self.high - self.low)
-        share = min(max(share, 0), 1)  # the whiskers of a disturbed run may reach further
+        share = min(max(share, 0), 1)  # in a disturbed run, a whisker may reach further
         return round(self.left + share * (self.right - self.left), 1)
 
     def ticks(self):

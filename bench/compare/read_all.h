@@ -8,7 +8,7 @@
 
 namespace wyx::bench {
 
-/// Reads every byte once, a large buffer in enough streams to keep the load units busy.
+/// Reads every byte once; reads a large buffer in enough streams to keep the load units busy.
 inline std::uint64_t ReadAll(const void *pData, std::size_t size)
 {
     constexpr std::size_t kStreams = 32;

@@ -1,5 +1,5 @@
-# Replaces the NDK's toolchain file, with Debian's clang and lld, using what
-# scripts/bionic_sysroot.py laid out. Takes the same variables, as far as the presets set them.
+# Replaces the NDK's toolchain file: uses Debian's clang and lld with the files that
+# scripts/bionic_sysroot.py laid out. Takes those of the NDK's variables that the presets set.
 set(CMAKE_SYSTEM_NAME Android)
 set(CMAKE_SYSTEM_VERSION 1) # keeps CMake from looking for an NDK
 if(ANDROID_ABI STREQUAL "arm64-v8a")
@@ -21,7 +21,8 @@ foreach(language C CXX)
 endforeach()
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
-# Like the NDK, without the C++ library. The build-id is of lld's default kind, unless one is named.
+# Like the NDK, without the C++ library. The build-id is of lld's default kind, unless the build names
+# another kind.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-nostdinc++>)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT
     "-fuse-ld=lld -nostdlib++ -rtlib=libgcc --unwindlib=none -Wl,--build-id")

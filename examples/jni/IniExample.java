@@ -27,7 +27,7 @@ public final class IniExample {
         }
         try (IniFile ini = new IniFile(file)) {
             System.out.println("port: " + ini.get("net", "port"));
-            expect(note.equals(ini.get("net", "note")), "the note is another");
+            expect(note.equals(ini.get("net", "note")), "the note reads back differently");
             try {
                 ini.get("none", "port");
                 throw new AssertionError("a section that is not there was found");
@@ -36,7 +36,7 @@ public final class IniExample {
             }
             try {
                 ini.set("net", "a\0b", "c");
-                throw new AssertionError("a NUL went through");
+                throw new AssertionError("a NUL was accepted");
             } catch (IllegalArgumentException expected) {
                 System.out.println(expected.getMessage());
             }

@@ -1,7 +1,7 @@
 /*
- * The native half of IniFile.java. Texts come as bytes of UTF-8 with a terminator; a status other
- * than success becomes an IniException with its text. No reference or block outlives a call but the
- * document.
+ * The native half of IniFile.java. Texts come as UTF-8 bytes with a terminator. A status other than
+ * success becomes an IniException with its text. Only the document outlives a call: no reference
+ * and no other block does.
  */
 #include "wyx_commlib_IniFile.h" /* made by javac -h: the compiler sees that both halves agree */
 

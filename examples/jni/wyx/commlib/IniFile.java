@@ -3,15 +3,16 @@ package wyx.commlib;
 import java.nio.charset.StandardCharsets;
 
 /**
- * An INI file in memory: load it, look up and set values, save it. Not for several threads at once.
+ * An INI file in memory: load it, look up and set values, save it. Only one thread at a time may use
+ * an object.
  *
  * <p>Text crosses the border as UTF-8 bytes, not as the modified UTF-8 of JNI's own string calls, which
- * writes characters beyond U+FFFF in another way than files do. A byte sequence of a file that is no
- * UTF-8 reads as U+FFFD.
+ * encodes characters beyond U+FFFF differently than files do. Bytes of a file that are not valid UTF-8
+ * read as U+FFFD.
  */
 public final class IniFile implements AutoCloseable {
     static {
-        System.loadLibrary("wyx_jni"); // brings the library and its adapter along
+        System.loadLibrary("wyx_jni"); // loads the library and its adapter, too
     }
 
     private long handle; // of the document; 0 when it is saved or closed
@@ -29,7 +30,7 @@ public final class IniFile implements AutoCloseable {
 
     /**
      * Sets the value of a key; adds the key and its section if they are missing. Text is written as
-     * it is given: a line end in it makes several lines, so check what users type first.
+     * given: a line end in it makes several lines, so check what users type before you set it.
      */
     public void set(String section, String key, String value) throws IniException {
         set(open(), bytes(section), bytes(key), bytes(value));
