@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: layouts, enumerators, and calls with C linkage.
+/* Checks the header in plain C99, included twice: layouts, enumerators, and calls with C linkage.
  */
 #include "wyx_commlib/dlink.h"
 
@@ -7,7 +7,7 @@
 #include "header_callbacks.h"
 #include "header_check.h"
 
-/* once more */
+/* included again */
 #include "wyx_commlib/dlink.h"
 
 WYX_CHECK(sizeof(xelpDLLErrCode) == 4);
@@ -45,7 +45,7 @@ WYX_CHECK(offsetof(struct xelpDLinkList_S_Head, ulTotalNum) == 24);
 WYX_CHECK(offsetof(struct xelpDLinkList_S_Head, pfunCmpNode) == 32);
 WYX_CHECK(offsetof(struct xelpDLinkList_S_Head, pfunFreeNode) == 40);
 
-/* The tags name the enumerations as well. */
+/* Each enumeration also has a tag, which names a type of the same size. */
 WYX_CHECK(sizeof(enum xelpDLLErrCode) == sizeof(xelpDLLErrCode));
 WYX_CHECK(sizeof(enum xelpDLLInsertPosition) == sizeof(XELP_E_DLL_Insert_Position));
 WYX_CHECK(sizeof(enum xelpDLLFreeUserNode) == sizeof(XELP_E_DLL_FreeUserNode));

@@ -61,7 +61,7 @@ class HashTest : public PlatformTest {
     {
         Key key(ch);
         const QAL_UINT32 ulStatus = XELP_Hash_SaveNode(table, key.szText, 2, User(ch));
-        key.szText[0] = '!'; // the table has a copy
+        key.szText[0] = '!'; // the table has its own copy
         return ulStatus;
     }
 
@@ -228,7 +228,7 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
     g_onRelease = [&](char chWhat, char) {
         const auto ended =
             std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
-        // Both blocks of every earlier entry have been released before this entry's key is.
+        // Both blocks of every earlier entry are released before this entry's key is.
         EXPECT_EQ(platform.Events().size(),
                   2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
     };
@@ -749,8 +749,9 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
         const char *pszAfter;
     } aCase[] = {
         {"does nothing", nullptr, "gdaebc", "gda|eb|[c]"},
-        {"deletes each", [&](char) { return XELP_Hash_DeleteCurNode(table); }, "gdaebc", "||"},
-        {"removes each", [&](char) { return RemoveCur(); }, "gdaebc", "||"},
+        {"deletes each entry", [&](char) { return XELP_Hash_DeleteCurNode(table); }, "gdaebc",
+         "||"},
+        {"removes each entry", [&](char) { return RemoveCur(); }, "gdaebc", "||"},
         {"deletes each by its key",
          [&](char ch) { return XELP_Hash_DeleteNode(table, Key(ch).szText); }, "gdaebc", "||"},
         {"deletes the newest of a bucket", at('g', deleteCurrent), "gdaebc", "da|eb|[c]"},
@@ -761,7 +762,7 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
          "gaebc", "ga|eb|[c]"},
         {"removes an entry of a later bucket: continues there, then visits all of that bucket",
          at('g', [&] { remove('e'); }), "gbbc", "gda|b|[c]"},
-        {"removes the oldest of a later bucket: leaves its bucket", at('g', [&] { remove('b'); }),
+        {"removes the oldest of a later bucket: ends this bucket", at('g', [&] { remove('b'); }),
          "gec", "gda|e|[c]"},
         {"queries the same entry", at('d', [&] { query('d'); }), "gdaebc", "gda|eb|[c]"},
         {"queries without a match", at('d', [&] { EXPECT_EQ(Query('z'), XELP_ERR_HASH_FIND); }),

@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: layouts, enumerators, and calls with C linkage.
+/* Checks the header in plain C99, included twice: layouts, enumerators, and calls with C linkage.
  */
 #include "wyx_commlib/hash.h"
 
@@ -8,7 +8,7 @@
 #include "header_check.h"
 #include "os_adapter.h"
 
-/* once more */
+/* included again */
 #include "wyx_commlib/hash.h"
 
 WYX_CHECK(sizeof(xelpHashErrCode) == 4);
@@ -44,7 +44,7 @@ WYX_CHECK(offsetof(struct xelpHash_S_Head, pfunFreeKey) == 32);
 WYX_CHECK(offsetof(struct xelpHash_S_Head, pfunFreeNode) == 40);
 WYX_CHECK(offsetof(struct xelpHash_S_Head, pstruNow) == 48);
 
-/* The tags name the enumerations as well. */
+/* Each enumeration also has a tag, which names a type of the same size. */
 WYX_CHECK(sizeof(enum xelpHashErrCode) == sizeof(xelpHashErrCode));
 WYX_CHECK(sizeof(enum xelpHashFreeUserNode) == sizeof(XELP_E_HASH_FreeUserNode));
 

@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: layouts, enumerators, and calls with C linkage.
+/* Checks the header in plain C99, included twice: layouts, enumerators, and calls with C linkage.
  */
 #include "wyx_commlib/slink.h"
 
@@ -7,7 +7,7 @@
 #include "header_callbacks.h"
 #include "header_check.h"
 
-/* once more */
+/* included again */
 #include "wyx_commlib/slink.h"
 
 WYX_CHECK(sizeof(xelpSLLErrCode) == 4);
@@ -49,7 +49,7 @@ WYX_CHECK(offsetof(struct xelpSLinkList_S_Head, pstruBase) == 24);
 WYX_CHECK(offsetof(struct xelpSLinkList_S_Head, pfunCmpNode) == 32);
 WYX_CHECK(offsetof(struct xelpSLinkList_S_Head, pfunFreeNode) == 40);
 
-/* The tags name the enumerations as well. */
+/* Each enumeration also has a tag, which names a type of the same size. */
 WYX_CHECK(sizeof(enum xelpSLLErrCode) == sizeof(xelpSLLErrCode));
 WYX_CHECK(sizeof(enum xelpSLLInsertPosition) == sizeof(XELP_E_SLL_Insert_Position));
 WYX_CHECK(sizeof(enum xelpSLLFreeUserNode) == sizeof(XELP_E_SLL_FreeUserNode));

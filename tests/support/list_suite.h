@@ -2,8 +2,7 @@
 //
 // User nodes are letters. A list is written as its letters, with the letter at the cursor in
 // brackets: "a[b]c". A description (see DLink and SLink) names the calls and statuses of a list,
-// and can read the list of a handle. What only one of the lists does is tested in the test of that
-// list.
+// and can read the list of a handle. Each list's own test file tests what only that list does.
 #ifndef WYX_TESTS_SUPPORT_LIST_SUITE_H
 #define WYX_TESTS_SUPPORT_LIST_SUITE_H
 
@@ -59,7 +58,7 @@ inline QAL_UINT32 IsNextLetter(const void *pCondition, void *pUserNode)
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
-/// The content of a handle's list, first to last.
+/// The content of a handle's list, from first to last.
 struct Observed {
     std::vector<void *> users;
     std::vector<std::uint64_t> places; ///< where each element is: an address or an index
@@ -957,7 +956,7 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
         const char *pszAfter;
     } aCase[] = {
         {"does nothing", nullptr, "abc", "ab[c]"},
-        {"deletes each", [&](char) { return List::Delete_CurNode(this->list); }, "abc", ""},
+        {"deletes each element", [&](char) { return List::Delete_CurNode(this->list); }, "abc", ""},
         {"deletes the first each time", [&](char) { return List::Delete_HeadNode(this->list); },
          "abc", ""},
         {"removes the first", at('a', removeCurrent), "abc", "b[c]"},
@@ -997,8 +996,8 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
                 EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kFind);
             }),
          "abc", "ab[c]"},
-        {"moves the cursor on", at('a', [&] { EXPECT_EQ(List::NextPtr(this->list), 0U); }), "abc",
-         "ab[c]"},
+        {"moves the cursor forward", at('a', [&] { EXPECT_EQ(List::NextPtr(this->list), 0U); }),
+         "abc", "ab[c]"},
         {"moves the cursor back", at('b', [&] { EXPECT_EQ(List::PriorPtr(this->list), 0U); }),
          "ababc", "ab[c]"},
         {"moves the cursor there and back",
@@ -1021,7 +1020,7 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
                 EXPECT_EQ(List::PriorPtr(this->list), 0U);
             }),
          "abxc", "abx[c]"},
-        {"inserts at the front: starts again", at('c', [&] { insert(List::kFrontFirst); }),
+        {"inserts at the front: continues from there", at('c', [&] { insert(List::kFrontFirst); }),
          "abcxabc", "xab[c]"},
         {"inserts at the end: continues there", at('a', [&] { insert(List::kAfterLast); }), "ax",
          "abc[x]"},

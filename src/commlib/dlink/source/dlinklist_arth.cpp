@@ -1,5 +1,5 @@
-// Doubly linked list. Only Join() changes the links of a neighbour and the head's links to the ends
-// of the list, and only Unlink() removes an element.
+// Doubly linked list. Insertion and removal both use Join() to set the links on both sides of a
+// gap. Only Unlink() removes an element.
 #include "wyx_commlib/dlink.h"
 
 #include <cstdint>
@@ -161,7 +161,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return ulStatus;
 }
 
-/// Deletes the element at the cursor or at an end. Not inlined: three calls share one copy.
+/// Deletes the element at the cursor or at an end. Not inlined, so that three calls share one copy.
 [[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
                                           QAL_UINT32 (*pfunRemove)(void *, void **))
 {

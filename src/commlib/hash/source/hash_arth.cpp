@@ -51,8 +51,8 @@ Node **FindNode(Node **ppLink, const Node *pNode)
     return ppLink;
 }
 
-/// Checks the arguments of a call that looks up a key, then finds the link to the entry. Returns
-/// the status of the call.
+/// Checks the arguments of a call that looks up a key, and finds the link to the key's entry.
+/// Returns the status of the call.
 QAL_UINT32 Search(void *pstruHashHead, void *pKeyValue, void **ppUserNode, Node **&ppLink)
 {
     if (pstruHashHead == nullptr || pKeyValue == nullptr || ppUserNode == nullptr) {
@@ -80,7 +80,7 @@ void *Unlink(Head &head, Node **ppLink)
     // the next bucket (HashCursor.StaysInTheBucketOfARemovedEntry).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // released above; an adapter may keep the node for inspection
+    pNode->pstruKey = nullptr; // already released; an adapter may keep the node for inspection
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;

@@ -1,6 +1,6 @@
 // List in one block, which holds the head and an array of slots. Links are slot indexes. The free
-// slots form a chain. Only Join() changes the links of a neighbour and the head's links to the ends
-// of the list, and only Unlink() removes an element.
+// slots form a chain. Insertion and removal both use Join() to set the links on both sides of a
+// gap. Only Unlink() removes an element.
 #include "wyx_commlib/slink.h"
 
 #include "blocks.h"
@@ -119,7 +119,7 @@ void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 }
 
 /// The cursor, or kNone if the list is empty, that is, if its count is 0. The count includes slots
-/// taken with SLinkList_Remove_FreeNode(); if it counts nothing else, the cursor is kNone, too
+/// taken with SLinkList_Remove_FreeNode(); if it counts only such slots, the cursor is kNone, too
 /// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
@@ -206,7 +206,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return ulStatus;
 }
 
-/// Deletes the element at the cursor or at an end. Not inlined: three calls share one copy.
+/// Deletes the element at the cursor or at an end. Not inlined, so that three calls share one copy.
 [[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
                                           QAL_UINT32 (*pfunRemove)(void *, void **))
 {
