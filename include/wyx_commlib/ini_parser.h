@@ -5,9 +5,9 @@
  * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
  * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
  * for byte. It folds lines of 80 bytes or more, and some of these come back changed at the next
- * load: with an LF instead of a CR LF, for example. It joins continued lines, adds a CR to a last
- * line without a line end, and drops what followed a NUL in a line.
- * docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save would change.
+ * load: with an LF instead of a CR LF, for example. Continued lines are written joined, a last line
+ * without a line end gets a CR, and what followed a NUL in a line is lost. docs/round-trips.md has
+ * the details, and `wyx ini check` warns of lines that a save would change.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -24,23 +24,24 @@
  * Every successful load needs exactly one XELP_IniFreeIniStruct() or XELP_IniSaveFileContent().
  *
  * ## The file
- * - A line ends at CR LF, LF CR, a lone LF or a lone CR, and this line end stays part of it. A last
+ * - A line ends at CR LF, LF CR, a lone LF or a lone CR. The line end is part of the line. A last
  *   line without a line end gets a CR.
  * - A backslash directly before a line end joins the next line to this one; the backslash and the
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
- *   before any other byte is kept, one at the end of the file is dropped. Oddities: after a lone LF
- *   or CR, a line that *begins* with a backslash is joined to the line before it, whose line end
- *   stays in the text. Right after a backslash and an LF, another LF is a whole line end, even if
- *   a CR follows; right after a backslash and a CR, another CR is one, even if an LF follows.
- * - A line, continuations joined and line end included, may hold 511 bytes. If one is longer, the
- *   load fails.
+ *   before any other byte is kept; a backslash at the end of the file is dropped. Oddities: after
+ *   a lone LF or CR, a line that *begins* with a backslash is joined to the line before it, whose
+ *   line end stays in the text. Right after a backslash and an LF, another LF is a complete line
+ *   end, even if a CR follows. Right after a backslash and a CR, another CR is a complete line
+ *   end, even if an LF follows.
+ * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
+ *   a line is longer, the load fails.
  * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. A
  *   NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
- * Blanks are tab and space; white bytes are blanks, CR and LF. The first byte that is not a blank
- * decides what a line is:
+ * A blank is a tab or a space; a white byte is a blank, a CR or an LF. The first byte that is not a
+ * blank decides what a line is:
  *
  * | line                  | first byte   | parts                                       |
  * |-----------------------|--------------|---------------------------------------------|
@@ -54,12 +55,12 @@
  *
  * - A line that would be a key line but has no `=` is of no known kind. Every lookup, edit or
  *   check that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
- * - After a header, a comment begins at the first " ;", a space and a semicolon; a tab instead of
+ * - After a header, a comment begins at the first " ;" (a space and a semicolon); a tab instead of
  *   the space does not count.
  * - In a value, the search for a comment goes from one `;` to the next. A `;` without a space
- *   before it ends the search: the rest of the line is value. A " ;" begins the comment, unless
- *   the line has a quotation mark after it that has no backslash before it; the search then
- *   resumes after that mark.
+ *   before it ends the search: the rest of the line belongs to the value. A " ;" begins the
+ *   comment, unless a quotation mark follows later in the line: the search then resumes after that
+ *   mark. A quotation mark with a backslash directly before it does not count.
  * - Names are compared without regard to the case of ASCII letters.
  * - Oddity: if there is nothing but blanks between the `=` and the line end, the value is the first
  *   byte of the line end, CR or LF.
@@ -75,11 +76,11 @@
  *
  * No text is truncated at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
  * included, fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that its
- * description gives for a text that is too long.
+ * description names for a text that is too long.
  *
  * ## Threads
- * Any number of threads may look up values in one document that none of them changes. Otherwise a
- * document is for one thread at a time, and a file for one saver at a time: see
+ * Any number of threads may look up values in one document that none of them changes. Otherwise
+ * only one thread at a time may use a document. A file may have only one saver at a time: see
  * XELP_IniSaveFileContent().
  */
 #ifndef WYX_COMMLIB_INI_PARSER_H
@@ -126,7 +127,7 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
 
 /** Kinds of a stored line. */
 typedef enum WYX_ENUM32 {
-    INI_COMENT_LINE = 0,   /**< comment; the name has a single M */
+    INI_COMENT_LINE = 0,   /**< comment; the name is spelled with a single M */
     INI_BLANK_LINE = 1,    /**< nothing but blanks before the line end */
     INI_SECTION_LINE = 2,  /**< section header */
     INI_KEYVALUE_LINE = 3, /**< key line */
@@ -137,17 +138,18 @@ typedef enum WYX_ENUM32 {
 
 /**
  * A document. The record is yours; what it points to belongs to the library. A record in which
- * every byte is zero is an empty document. A document *without lines* is one whose ulLineNum is 0;
- * deleting all lines does not make it one, because their slots stay.
+ * every byte is zero is an empty document. A document *without lines* is one whose ulLineNum is 0.
+ * Deleting lines does not change ulLineNum, because their slots stay.
  */
 typedef struct XelpIniFileStruct {
-    QAL_UINT32 ulLabel;      /**< 1 once a line was stored or deleted; a save writes only then */
-    QAL_UINT32 ulLineNum;    /**< slots in use, those without a line included */
+    QAL_UINT32 ulLabel;      /**< 0 after a load, 1 as soon as a line has been stored or deleted.
+                                  XELP_IniSaveFileContent() writes the document only if this is 1 */
+    QAL_UINT32 ulLineNum;    /**< number of slots in use, including those without a line */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
-    QAL_UINT32 ulIniFileNum; /**< sum of lineNum over all lines loaded, see IniGetOneLine(), less
-                                  one for each line deleted since */
+    QAL_UINT32 ulIniFileNum; /**< sum of the lineNum that IniGetOneLine() reported for each line
+                                  loaded, minus 1 for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
-                                  is null if it has none; all are null from ulLineNum on */
+                                  is null if it has no line. All slots from ulLineNum on are null */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -159,13 +161,13 @@ typedef struct XelpIniFileStruct {
  * @param[in]  filename        the file's name, borrowed
  * @param[out] pStructIniLine  the document, handed over: release it with XELP_IniFreeIniStruct()
  *                             or XELP_IniSaveFileContent(). What the record held before is
- *                             overwritten, *not* released. All zero after a failure, but untouched
- *                             for a null argument
+ *                             overwritten, *not* released. After a failure the record is all zero,
+ *                             but a null argument leaves it untouched
  * @return
  * - #XELP_ERR_INI_OK: loaded; an empty file becomes a document without lines
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument
  * - #XELP_ERR_INI_OPEN_FILE: the file cannot be opened
- * - #XELP_ERR_INI_LINE_TOO_LONG: a line, continuations joined, of more than 511 bytes
+ * - #XELP_ERR_INI_LINE_TOO_LONG: a line of more than 511 bytes, with its continuations joined
  * - #XELP_ERR_INI_INTERNAL: no memory, or the file cannot step back by a byte
  */
 WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
@@ -189,11 +191,12 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line, or of
  *                             the last slot if no line fails the check. Empty slots count, and
- *                             joined lines count as one, so it is not a line number of the file;
- *                             untouched for a null argument or a document without lines
+ *                             joined lines count as one, so this is not a line number of the file.
+ *                             Untouched for a null argument or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine, or a line that is an empty string
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument, a null pStrLine, or a line that is an empty
+ *   string
  * - #XELP_ERR_INI_FILE_EMPTY: no lines, or only empty slots
  * - #XELP_ERR_INI_LINE_UNKNOWN: a line of no known kind
  * - #XELP_ERR_INI_FILE_FORMAT: a key line before the first header
@@ -205,9 +208,10 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
 /**
  * @brief Writes a changed document to its file, and releases it whatever the result.
  *
- * The lines go to a new file; then the target is removed, and the new file gets its name. The
- * replacement is not atomic: after a crash between removal and renaming, only the new file has the
- * content. docs/durability.md says what is on disk at each point, and how to recover.
+ * The lines go to a new file; then the target is removed, and the new file is renamed to the
+ * target's name. The replacement is not atomic: after a crash between the removal and the renaming,
+ * only the new file has the content. docs/durability.md says what is on disk at each point, and how
+ * to recover.
  *
  * **A target may have only one saver at a time, across all processes.** Of two savers at the same
  * time, one may lose its edits; with an adapter of your own, both contents can be lost. Take a lock
@@ -216,33 +220,33 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *
  * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
  * and ".ibk". Today that time has 13 digits. So:
- * - A path without any dot fails, and so does one with fewer than two bytes after its last dot.
- *   `./cfg` works where `cfg` does not.
+ * - A save to a path without a dot fails, and so does a save to a path with fewer than two bytes
+ *   after its last dot. `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory, the new file may be outside the target's
  *   directory: for `my.dir/cfg` it is beside `my.dir`, for `../cfg` in the working directory. If
- *   it is on another file system, the target is removed and the renaming then fails: only the new
- *   file has the content.
+ *   that is on another file system, the target is removed and the renaming then fails: only the
+ *   new file has the content.
  * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
  *   target `NAME.ini` can be saved if `NAME` has at most 238.
  *
  * **A save never creates its target.** If the target does not exist, its removal fails, and the
- * content stays in the new file. Create an empty file first. A target that is a symbolic
- * link is itself replaced by a file, even if it leads nowhere.
+ * content stays in the new file. Create an empty file first. If the target is a symbolic link, the
+ * link itself is replaced by a file, even if it is dangling.
  *
- * A line of 80 bytes or more is folded: a backslash and LF follow every 78 or 79 bytes until fewer
- * than 80 are left. A load joins the pieces again. docs/round-trips.md lists the lines that come
- * back changed.
+ * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
+ * fewer than 80 are left. A load joins the pieces again. docs/round-trips.md lists the lines that
+ * come back changed.
  *
  * @param[in]     filename        the target's name, borrowed
  * @param[in,out] pStructIniLine  the document, not null; taken: its record is zero afterwards
  * @return
- * - #XELP_ERR_INI_OK: written and in place; or the document's ulLabel was not 1, and nothing was
- *   written, whatever the name
+ * - #XELP_ERR_INI_OK: written and in place; or the document's ulLabel was not 1, so nothing was
+ *   written and the name was ignored
  * - #XELP_ERR_INI_FILE_EMPTY: the name is null or empty
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file has the new file's name
- *   already and is left alone, or not everything could be written, and the new file was removed
- *   if that was possible
+ * - #XELP_ERR_INI_WRITE_FILE: the target is as it was. Either a file already has the new file's
+ *   name and is left alone, or not everything could be written, and the new file was removed if
+ *   that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
  *   whole content. With the default adapter a failed flush also has this status:
@@ -262,14 +266,14 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * @brief The value of a key.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[in]  section         the section's name, borrowed; its last block counts
- * @param[in]  key             the key's name, borrowed; its last line counts
+ * @param[in]  section         the section's name, borrowed; the section's last block is searched
+ * @param[in]  key             the key's name, borrowed; the key's last line there is used
  * @param[out] buf             the value, handed over: release it with XELP_MemFreeD(). Null if the
  *                             key has none or the search fails; untouched for a refused argument
  *                             or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: found, with or without a value
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -291,9 +295,9 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  *                             without lines
  * @return
  * - #XELP_ERR_INI_OK: at least one section
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
- * - #XELP_ERR_INI_SECTION_NOT_FOUND: it has no section
+ * - #XELP_ERR_INI_SECTION_NOT_FOUND: the document has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
  * - the status of a line that makes a lookup fail, though malformed key lines do no harm here
  */
@@ -310,7 +314,7 @@ WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStru
  * @param[out] keyList         the names, as for XELP_IniGetSectionList()
  * @return
  * - #XELP_ERR_INI_OK: at least one key
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND; #XELP_ERR_INI_KEY_NOT_FOUND: the block has no key
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -340,16 +344,18 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  *
  * If the key exists, its last line in the section's last block is rewritten as `key=value ;comment`
  * with the key as spelled in the file and the old comment. A new key goes after the last line of
- * the block, a new section at the end of the document. Lines that an edit writes end in LF.
+ * the block, and a new section goes at the end of the document. Lines that an edit writes end in
+ * LF.
  *
  * Names and values are written as given, neither checked nor escaped. The following may read back
  * as something else, and some of them change other lines at the next load:
- * - a line end in any of them: what follows it may become another line
- * - a value that is empty (it reads back as the line end, or as none if the line has a comment),
- *   begins with a blank or ends in a white byte (these are lost), holds " ;" (a comment may begin
- *   there), holds `;` where the line has a comment (the comment becomes part of the value), or
- *   ends in an odd number of backslashes where the line has no comment (the last one joins the
- *   next line to this one)
+ * - a name or value that holds a line end: what follows it may become another line
+ * - an empty value: it reads back as the line end, or as no value if the line has a comment
+ * - a value that begins with a blank or ends in a white byte: those bytes are lost
+ * - a value that holds " ;": a comment may begin there
+ * - a value that holds `;`, if the line has a comment: the comment may become part of the value
+ * - a value that ends in an odd number of backslashes, if the line has no comment: the last
+ *   backslash joins the next line to this one
  * - a key that is empty, begins or ends with a white byte, begins with `[`, `#`, `;` or a
  *   backslash, or holds `=`
  * - a section name that is empty, begins with a blank or ends in a white byte, or holds `]`
@@ -360,16 +366,16 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * docs/round-trips.md has further cases: lines of 80 bytes or more, and an edited line before one
  * that begins with a CR or a backslash.
  *
- * If an existing line cannot be rewritten, it is gone nevertheless, but ulLabel stays as it was:
- * unless something else was edited, a save then writes nothing and the file keeps the key. If a
- * new key line cannot be stored, the slot made for it stays behind, empty. Oddity: if the header
- * of a new section cannot be stored, its key is added all the same, at the end of the document,
- * and the status is that of the key.
+ * If an existing line cannot be rewritten, the line is gone, but ulLabel stays as it was: unless
+ * something else was edited, a save then writes nothing and the file keeps the key. If a new key
+ * line cannot be stored, the slot made for it stays behind, empty. Oddity: if the header of a new
+ * section cannot be stored, its key is added all the same, at the end of the document, and the
+ * status is that of the key.
  *
  * @param[in,out] pStructIniLine  the document
  * @param[in]     section         the section's name, borrowed
  * @param[in]     key             the key's name, borrowed; null adds the section alone
- * @param[in]     buf             the value, borrowed; null for none, written like an empty one
+ * @param[in]     buf             the value, borrowed; null is written like an empty value
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null document, pStrLine or section; a null key for a section
@@ -390,7 +396,7 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * @param[in]     section         the section's name, borrowed
  * @return
  * - #XELP_ERR_INI_OK: at least one block deleted
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -408,7 +414,7 @@ WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
  * @param[in]     key             the key's name, borrowed
  * @return
  * - #XELP_ERR_INI_OK: at least one line deleted
- * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or pStrLine
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND, #XELP_ERR_INI_KEY_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
@@ -435,9 +441,10 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  * @param[out] linePtr     the line, handed over: release it with XELP_MemFreeD(). Null if there is
  *                         no memory; untouched on every other failure.
  * @param[in]  iniFilePtr  a file open for reading; its position is after the line on success
- * @param[out] byteNum     its length in bytes, without a CR that was added; 0 on failure
- * @param[out] lineNum     1, and 1 more for each line end that was removed, except a lone LF or CR
- *                         at the end of the file; 0 on failure
+ * @param[out] byteNum     the line's length in bytes, not counting a CR that was added; 0 on
+ *                         failure
+ * @param[out] lineNum     1, plus 1 for each line end that was removed, except a lone LF or CR at
+ *                         the end of the file; 0 on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line of up to 511 bytes that begins with a NUL
@@ -476,7 +483,7 @@ WYX_API void IniSkimEndSpaceAndEnd(QAL_INT8 **strLine, const QAL_INT8 *begin);
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: the line is null or empty
- * - #XELP_ERR_INI_LINE_UNKNOWN: it is of no known kind; the kind is #INI_ERROR_LINE
+ * - #XELP_ERR_INI_LINE_UNKNOWN: the line is of no known kind, and lineType is #INI_ERROR_LINE
  */
 WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineType);
 
@@ -485,7 +492,8 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
  * @param[out] commentLine  what follows the first " ;", without leading blanks and trailing white
- *                          bytes; the empty string if only blanks come before a line end
+ *                          bytes; the empty string if only blanks come before a line end or the
+ *                          end of the text
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -496,18 +504,18 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
 /**
  * @brief The parts of a section header.
  *
- * Lenient: the name is between the first `[` and the first `]` of the line, wherever they are,
- * without leading blanks and trailing white bytes. Text between the `]` and a " ;" is ignored.
- * Oddity: if the brackets enclose only white bytes, with a CR or LF among them, the first CR or LF
- * is the name.
+ * This call is lenient: the name is between the first `[` and the first `]` of the line, wherever
+ * they are, without leading blanks and trailing white bytes. Text between the `]` and a " ;" is
+ * ignored. Oddity: if the brackets enclose only white bytes, with a CR or LF among them, the first
+ * CR or LF is the name.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name
  * @param[out] commentLine  the comment, null if there is none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_SECTION: null, shorter than 3 bytes, without a `[` or `]`, a `]` before the
- *   first `[`, or nothing but blanks between them
+ * - #XELP_ERR_INI_SECTION: the line is null, is shorter than 3 bytes, lacks a `[` or `]`, has a `]`
+ *   before the first `[`, or has nothing but blanks between the brackets
  * - #XELP_ERR_INI_LINE_UNKNOWN: text or a tab after the `]`, but no " ;" there
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
@@ -517,7 +525,8 @@ WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **secti
 /**
  * @brief The parts of a key line.
  *
- * Oddity: if a lone `;` without a line end follows the `=` and its blanks, it is the value.
+ * Oddity: if only blanks come between the `=` and a `;` that is the last byte of the line, the `;`
+ * is the value.
  *
  * @param[in]  linePtr      the line, borrowed, not null
  * @param[out] keyName      the key
@@ -537,12 +546,13 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  * @brief Checks a section header strictly.
  *
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
- * no bracket. After the `]` only blanks, the line end and a comment are allowed, and the comment
- * must begin with " ;". Oddities: a name of blanks that ends in a tab passes, though lookups refuse
- * it, and a line that ends in a tab fails if only blanks come between the `]` and that tab.
+ * must not hold a bracket. After the `]` only blanks, the line end and a comment are allowed, and
+ * the comment must begin with " ;". Oddities: a name of blanks that ends in a tab passes, though
+ * lookups refuse it, and a line that ends in a tab fails if only blanks come between the `]` and
+ * that tab.
  *
  * @param[in] strSectionLine  the line, borrowed
- * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION, for null as well.
+ * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION if the line is null or fails the check.
  */
 WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
 
@@ -551,15 +561,16 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
  *
  * The key must not be empty, begin with CR or LF, or hold a space; tabs inside it pass. The value
  * may be absent. Otherwise it is a list of items:
- * - An item that begins with a quotation mark ends at the next one without a backslash before it.
- * - Any other item ends at the next comma in the rest of the line, the comment included; without a
- *   comma, at the next `;` or the end of the line. Quotation marks inside it mean nothing.
- * - A comma must have an item before it and a blank after it. Something must follow the blanks,
- *   even if only the line end, but not a comma or `;`. Items may also follow each other without a
- *   comma.
+ * - An item that begins with a quotation mark ends at the next quotation mark that has no backslash
+ *   before it. The item after it may follow without a comma.
+ * - Any other item ends at the next comma in the rest of the line, even at a comma in the comment.
+ *   If there is no comma, the item ends at the next `;` or the end of the line. Quotation marks
+ *   inside it are ordinary text.
+ * - A comma must have an item before it and at least one blank after it. After the blanks must come
+ *   something other than a comma or `;`; a line end is enough.
  * - A `;` at the start of the value or at the end of an item must have a blank before it; unlike
  *   in a lookup, a tab will do. It begins the comment and ends the check.
- * - An item whose only byte is the last one of the line is not checked.
+ * - An item that is only the last byte of the line is not checked.
  *
  * @param[in] strKeyValue  the line, borrowed, not null
  * @return
@@ -652,7 +663,7 @@ WYX_API QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIni
 /**
  * @brief Appends a section header.
  *
- * @param[in,out] pStructIniLine  the document; without the header on failure
+ * @param[in,out] pStructIniLine  the document; it has no new header after a failure
  * @param[in]     section         the section's name, borrowed
  * @return as IniSaveSectionToIniStruct(), or #XELP_ERR_INI_INTERNAL if the document cannot grow.
  */
