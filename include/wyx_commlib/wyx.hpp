@@ -7,8 +7,9 @@
  * call is the manual. The containers have no wrapper.
  *
  * - Text and bytes go in as views. If a C call needs a terminating NUL, a `const char *` or
- *   `std::string` is passed on as it is, and any other view of a text is copied first.
- * - Results come out as values that own what the C calls hand over and release it.
+ *   `std::string` is passed on as it is, and a `std::string_view` is copied first.
+ * - Results come out as values that own what the C calls hand over, and release it when they are
+ *   destroyed.
  * - A failure is a wyx::result without a value, or a wyx::ini_names without names. It holds the
  *   module, the status and its text.
  *
@@ -27,8 +28,9 @@
  * auto saved = std::move(*doc).save("net.ini");
  * @endcode
  *
- * A std::string, std::vector or copied text made here allocates as usual; with exceptions it may
- * throw std::bad_alloc. Threads: as the header of each C call says.
+ * A std::string, a std::vector or a copy of a text that is made here allocates as usual, and may
+ * throw std::bad_alloc where exceptions are enabled. The header of each C call says which threads
+ * may use it.
  */
 #ifndef WYX_COMMLIB_WYX_HPP
 #define WYX_COMMLIB_WYX_HPP
@@ -64,7 +66,7 @@ namespace wyx {
 /// The module that a status belongs to.
 enum class module : int { ini = 1, address = 2, base64 = 3 };
 
-/// The number of an error: the module in the upper half, its status in the lower one. Never 0.
+/// The number of an error: the module in the upper half, its status in the lower half. Never 0.
 constexpr int error_number(module of, QAL_UINT32 status) noexcept
 {
     return static_cast<int>(of) << 16 | static_cast<int>(status);
@@ -92,13 +94,14 @@ enum class errc : int {
     base64_refused = error_number(module::base64, 1) ///< any failure: the calls have no statuses
 };
 
-/// The status in an error: a number of its module's enumeration, or 1 for Base64, which has none.
+/// The status in an error: a number of its module's enumeration, or 1 for Base64, which has no
+/// enumeration.
 constexpr QAL_UINT32 status_of(errc error) noexcept
 {
     return static_cast<QAL_UINT32>(error) & 0xFFFFU;
 }
 
-/// The text of an error, as status_text.h has it, or that of a Base64 call's failure.
+/// The text of an error: that of status_text.h, or for Base64 a text of its own.
 inline const char *text_of(errc error) noexcept
 {
     switch (static_cast<module>(static_cast<int>(error) >> 16)) {
@@ -149,7 +152,7 @@ class outcome {
 };
 } // namespace detail
 
-/// A value, or why there is none. Can be moved, but not copied.
+/// A value, or the reason why there is none. It can be moved but not copied.
 template <typename T>
 class [[nodiscard]] result : public detail::outcome {
     union {
@@ -159,7 +162,7 @@ class [[nodiscard]] result : public detail::outcome {
   public:
     using value_type = T;
     result(T value) noexcept : value_(std::move(value)) {}
-    result(errc error) noexcept : outcome(error) {} ///< not errc{}, which is success
+    result(errc error) noexcept : outcome(error) {} ///< must not be errc{}, which means success
     result(result &&other) noexcept : outcome(other)
     {
         if (has_value()) {
@@ -174,7 +177,9 @@ class [[nodiscard]] result : public detail::outcome {
         }
     }
 
-    /// The value; there must be one.
+    /// The value; there must be one. The reference is valid only while this result exists. So do
+    /// not write `for (auto &item : *call())`: in C++20 and earlier, the temporary result is
+    /// destroyed before the loop begins. Keep the result in a variable instead.
     T &operator*() &noexcept { return value_; }
     const T &operator*() const &noexcept { return value_; }
     T &&operator*() &&noexcept { return std::move(value_); }
@@ -185,7 +190,7 @@ class [[nodiscard]] result : public detail::outcome {
     T value_or(T other) &&noexcept { return std::move(has_value() ? value_ : other); }
 
 #if defined(__cpp_lib_expected)
-    /// Converts to the standard's type.
+    /// Converts to std::expected.
     operator std::expected<T, errc>() &&
     {
         return has_value() ? std::expected<T, errc>(std::move(value_)) : std::unexpected(error());
@@ -193,16 +198,16 @@ class [[nodiscard]] result : public detail::outcome {
 #endif
 };
 
-/// Success, or why the call failed.
+/// Success, or the reason why the call failed.
 template <>
 class [[nodiscard]] result<void> : public detail::outcome {
   public:
     using value_type = void;
     result() noexcept = default;
-    result(errc error) noexcept : outcome(error) {} ///< errc{} is success
+    result(errc error) noexcept : outcome(error) {} ///< errc{} means success
 
 #if defined(__cpp_lib_expected)
-    /// Converts to the standard's type.
+    /// Converts to std::expected.
     operator std::expected<void, errc>() const
     {
         return has_value() ? std::expected<void, errc>() : std::unexpected(error());
@@ -214,9 +219,9 @@ class [[nodiscard]] result<void> : public detail::outcome {
 /// @name Arguments and results
 /// @{
 
-/// Text for a C call: borrowed if it is known to end in a NUL, copied from any other view. A null
-/// pointer stays a null pointer. A NUL inside the text ends it, except for the Base64 decoder,
-/// which skips it.
+/// Text for a C call: borrowed if it is known to end in a NUL, otherwise copied. A null pointer
+/// stays a null pointer. A NUL inside the text ends it, except for the Base64 decoder, which skips
+/// it.
 class c_text {
     std::unique_ptr<char[]> copy_;
     const char *begin_;
@@ -244,8 +249,8 @@ class c_text {
 };
 
 /// A borrowed piece of memory: any contiguous range of trivially copyable elements, or a text
-/// without its NUL. A `char[]` counts as a text and must contain a NUL; to pass all of it, pass its
-/// size, too.
+/// without its NUL. A `char[]` counts as a text and must contain a NUL; to pass the whole array,
+/// pass its size as well.
 class bytes {
     const void *data_;
     std::size_t size_;
@@ -267,7 +272,8 @@ class bytes {
     std::size_t size() const noexcept { return size_; }
 };
 
-/// A short text held in the object itself, with a NUL after it. What is added must fit.
+/// A text of up to kRoom bytes, held in the object itself with a NUL after it. What is added must
+/// fit.
 template <std::size_t kRoom>
 class short_text {
     std::array<char, kRoom + 1> text_{};
@@ -295,7 +301,7 @@ class short_text {
             std::to_chars(first, text_.data() + kRoom, number, base).ptr - first);
         return *this;
     }
-    /// Adds bytes as two hexadecimal digits each.
+    /// Adds two hexadecimal digits for each byte.
     short_text &add_hex(bytes raw) noexcept
     {
         for (std::size_t i = 0; i < raw.size(); ++i) {
@@ -310,11 +316,12 @@ class short_text {
 /// @{
 
 namespace detail {
-/// Passes memory of any size in pieces to a call with a 32-bit length; empty memory makes no call.
+/// Passes memory of any size in pieces to a call that takes a 32-bit length; for empty memory there
+/// is no call.
 template <typename Call>
 void in_pieces(bytes input, Call call) noexcept
 {
-    constexpr std::size_t kPiece = 0xFFFFFFC0U; // whole blocks of MD5
+    constexpr std::size_t kPiece = 0xFFFFFFC0U; // a multiple of MD5's 64-byte block
     for (std::size_t done = 0; done < input.size();) {
         const std::size_t size = input.size() - done < kPiece ? input.size() - done : kPiece;
         call(input.data() + done, static_cast<QAL_UINT32>(size));
@@ -491,7 +498,7 @@ struct ipv4 {
         return address;
     }
 
-    /// As `a.b.c.d` or `a.b.c.d:port`, which parse() reads as the same address.
+    /// The address as `a.b.c.d` or `a.b.c.d:port`. parse() reads it as the same address.
     short_text<21> text() const noexcept
     {
         short_text<21> text;
@@ -537,8 +544,8 @@ struct ipv6 {
         return static_cast<QAL_UINT32>(octets[2 * i] << 8 | octets[2 * i + 1]);
     }
 
-    /// The short form of RFC 5952, every group in hexadecimal; if the port is not 0, in brackets
-    /// and followed by the port. parse() reads it as the same address.
+    /// The short form of RFC 5952, with every group in hexadecimal. If the port is not 0, the
+    /// address is in brackets and the port follows. parse() reads it as the same address.
     short_text<47> text() const noexcept
     {
         std::size_t gap = 8;
@@ -592,7 +599,7 @@ Stream &operator<<(Stream &stream, const Address &address)
 /// @name INI files
 /// @{
 
-/// A value as the file has it; released with XELP_MemFreeD().
+/// A value as it is in the file; released with XELP_MemFreeD().
 class ini_text {
     struct release {
         void operator()(QAL_INT8 *taken) const noexcept
@@ -613,8 +620,8 @@ class ini_text {
     std::string str() const { return c_str(); }
 };
 
-/// A list of names: a range of std::string_view, released with XELP_IniFreeList(). Empty after a
-/// failure, such as a section without keys; error() then says why.
+/// A list of names: a range of std::string_view, released with XELP_IniFreeList(). After a failure
+/// the list is empty, and error() says why. A section without keys is such a failure.
 class ini_names : public detail::outcome {
     struct release {
         void operator()(QAL_INT8 **taken) const noexcept { XELP_IniFreeList(taken); }
@@ -670,7 +677,7 @@ inline bool equals_in_any_case(std::string_view text, std::string_view lower) no
     return is_equal;
 }
 
-/// The value of a trimmed text, if all of the text can be read as one.
+/// The value of a trimmed text, or none if not all of the text can be read as a T.
 template <typename T>
 std::optional<T> read_as(std::string_view text)
 {
@@ -704,7 +711,7 @@ std::optional<T> read_as(std::string_view text)
         const auto read = std::from_chars(text.data(), last, value);
         return read.ec == std::errc{} && read.ptr == last ? std::optional<T>(value) : std::nullopt;
 #else
-        // strtod() reads more than std::from_chars() and expects the locale's decimal point.
+        // strtod() accepts more than std::from_chars() and expects the locale's decimal point.
         if (text.find_first_of("+\v\f") == 0 || text.find_first_of("xX") != text.npos) {
             return std::nullopt;
         }
@@ -757,7 +764,7 @@ class document {
 
   public:
     /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
-    /// marks around an item are left out. A comma at the end adds no item.
+    /// marks around an item are removed. A comma at the end adds no item.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
@@ -789,7 +796,7 @@ class document {
     const XELP_IN_S_INI_FILE_STRUCT &record() const noexcept { return doc_; }
     bool is_changed() const noexcept { return doc_.ulLabel != 0; }
 
-    /// The value of a key as the file has it: XELP_IniGetKeyValue().
+    /// The value of a key as it is in the file: XELP_IniGetKeyValue().
     result<ini_text> get(const c_text &section, const c_text &key) const noexcept
     {
         QAL_INT8 *value = nullptr;
@@ -800,11 +807,14 @@ class document {
         return ini_text(value);
     }
 
-    /// The value of a key as an integer (decimal, or hexadecimal after 0x), bool (1, true, yes, on
-    /// and 0, false, no, off in any case), floating-point number, std::string or list. Blanks and
-    /// line ends around the value are ignored. A value that cannot be read whole, or does not fit
-    /// the type, fails with errc::ini_key_value; so does a key without a value, unless the type is
-    /// a string or list.
+    /// The value of a key as an integer (decimal, or hexadecimal after 0x), a bool (1, true, yes,
+    /// on and 0, false, no, off in any case), a floating-point number, a std::string or a list.
+    /// Blanks and line ends around the value are ignored. The call fails with errc::ini_key_value
+    /// if it cannot read the whole value or the value does not fit the type. A key without a value
+    /// is the same failure, unless the type is a string or a list.
+    ///
+    /// Keep the result while you use its value. In C++20 and earlier, this loop reads a list that
+    /// is already destroyed: `for (auto &item : *doc.get<wyx::document::list>(section, key))`.
     template <typename T>
     result<T> get(const c_text &section, const c_text &key) const
     {
@@ -816,7 +826,8 @@ class document {
         return read ? result<T>(*std::move(read)) : result<T>(errc::ini_key_value);
     }
 
-    /// The same, or a default if get() fails. If the default is a text, the type is std::string.
+    /// The value that get() returns, or @p fallback if get() fails. If @p fallback is a text, the
+    /// type is std::string.
     template <typename T>
     auto get_or(const c_text &section, const c_text &key, T fallback) const
     {
@@ -869,7 +880,7 @@ class document {
         }
     }
 
-    /// Adds a section that does not exist yet: XELP_IniSetKeyValue() without a key.
+    /// Adds a section that does not exist yet: XELP_IniSetKeyValue() with a null key.
     result<void> add_section(const c_text &section) noexcept
     {
         return set(section, nullptr, nullptr);
@@ -888,7 +899,8 @@ class document {
     }
 
     /// Checks the document against the strict grammar: XELP_IniCheckFile().
-    /// @param[out] slot  null, or receives the slot that the check reached, from 1; 0 if none
+    /// @param[out] slot  receives the number of the slot that the check reached, counted from 1, or
+    ///                   0 if it reached none; may be null
     result<void> check(QAL_UINT32 *slot = nullptr) const noexcept
     {
         QAL_UINT32 reached = 0;
@@ -899,8 +911,9 @@ class document {
         return error_from(status);
     }
 
-    /// Writes the document to a file if it was changed: XELP_IniSaveFileContent(). That consumes
-    /// the document whatever the result, hence `std::move(doc).save(name)`; it is empty afterwards.
+    /// Writes the document to a file if it was changed: XELP_IniSaveFileContent(). A save consumes
+    /// the document whatever the result, so write `std::move(doc).save(name)`. The document is
+    /// empty afterwards.
     result<void> save(const c_text &filename) &&noexcept
     {
         return error_from(XELP_IniSaveFileContent(filename.get(), &doc_));
