@@ -25,8 +25,8 @@ namespace {
 constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
-// One more byte can add two to a full line: itself, and the backslash before it, which turned out
-// to be text. The zero fill terminates the text.
+// The byte that makes a line too long can add two bytes to a full line: itself, and the backslash
+// before it, which turned out to be text. The zero fill terminates the text.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
@@ -53,7 +53,7 @@ enum State : QAL_UINT8 {
     kEscapedCr, // a backslash and a CR: is the line end complete?
 };
 
-/// What is done with a byte; several may apply.
+/// What to do with a byte; the values can be combined.
 enum Act : QAL_UINT8 {
     kDrop = 0,       // not part of the text
     kStore = 1,      // the byte is part of the text
@@ -83,8 +83,8 @@ constexpr Cell JoinKeep = {kJoin | kStore, kText};
 constexpr Cell JoinEnd = {kJoin | kStore | kDone, kText};
 constexpr Cell End = {kDone, kText};
 
-/// One object, so that one register holds the address of both tables; and eight columns for six
-/// states, so that a row is found by a shift.
+/// Both tables are in one object, so that one register holds their address. There are eight columns
+/// for six states, so that a shift finds the row.
 struct Tables {
     std::array<ByteClass, 256> aClasses;
     Cell cells[5][8];
@@ -123,9 +123,9 @@ bool IsPlain(QAL_INT32 lByte)
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    // Every byte costs a call. The call goes through a register, because through a linker stub it
-    // would take a fifth more instructions. The asm statement hides from the compiler which
-    // function is called and where in the buffer the limit is: otherwise Clang steps an index
+    // Every byte costs a call. The call goes through a register: through a linker stub it would
+    // take a fifth more instructions. The asm statement hides from the compiler which function is
+    // called and where in the buffer the limit is. If Clang knew the limit, it would step an index
     // instead of a pointer.
     QAL_INT32 (*pfunGetc)(XELP_S_File *) = XELP_Fgetc;
     const QAL_INT8 *pszTooLong = pszText + kLongestLine + 1;
@@ -254,14 +254,14 @@ QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QAL_UINT32
         return ulStatus;
     }
 
-    const QAL_UINT32 ulRead = INI_StrLen(strOneLine); // a NUL cuts the line
+    const QAL_UINT32 ulRead = INI_StrLen(strOneLine); // a NUL ends the line
     if (ulRead == 0) {
         return XELP_ERR_INI_FILE_EMPTY;
     }
     QAL_UINT32 ulLen = ulRead;
     if (!IsLineEnd(strOneLine[ulRead - 1])) {
         strOneLine[ulLen++] = '\r';
-        strOneLine[ulLen] = '\0'; // not yet 0 if a NUL cut the line
+        strOneLine[ulLen] = '\0'; // this byte is not yet 0 if a NUL ended the line
     }
     *linePtr = AllocateText(ulLen + 1);
     if (*linePtr == nullptr) {

@@ -11,7 +11,7 @@ namespace wyx::ini {
 namespace {
 
 constexpr QAL_UINT32 kLineSize = kLongestLine + 1;
-// The size of the buffer less the fixed characters of the longest form. Kept: this leaves no room
+// The size of the buffer minus the fixed characters of the longest form. Kept: this leaves no room
 // for the terminator, so texts of exactly this length with a comment do not fit, and the formatter
 // leaves the line empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
 constexpr QAL_UINT32 kMostSectionText = kLineSize - 5; // "[", "] ;", "\n"
@@ -50,7 +50,7 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
     return XELP_ERR_INI_OK;
 }
 
-/// Makes sure that two slots follow the last line: one to fill, and one that stays free.
+/// Makes sure that two free slots follow the slots in use: one to fill, and one that stays free.
 QAL_UINT32 MakeRoom(Document &doc)
 {
     return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)
@@ -74,7 +74,7 @@ QAL_UINT32 AddSection(Document &doc, QAL_INT8 *pszSection, QAL_INT8 *pszKey, QAL
     if (pszKey == nullptr) {
         return ulStatus;
     }
-    // Kept: the key is added even if its header was refused
+    // Kept: the key is added even if its header was not
     // (IniSetKeyValue.RefusedHeaderStillAddsKey).
     return IniInsertKeyInIniStruct(&doc, doc.ulLineNum - 1, pszKey, pszValue, nullptr);
 }
@@ -124,7 +124,7 @@ class Remover {
     QAL_INT8 *pszHeld_[2] = {nullptr, nullptr}; // the lines that the names point into
 };
 
-/// kFound if a key line names this key, 0 if it names another, or the parser's status.
+/// kFound if a key line names this key, 0 if it names another, or the status of a failed parse.
 QAL_UINT32 MatchKeyLine(QAL_INT8 *pszLine, const QAL_INT8 *pszKey)
 {
     KeyParts parts{};
@@ -154,7 +154,7 @@ QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8
             ulMatch = MatchHeader(pszLine, pszSection);
             isInSection = ulMatch == kFound;
             if (isInSection && ulResult == XELP_ERR_INI_SECTION_NOT_FOUND) {
-                ulResult = XELP_ERR_INI_KEY_NOT_FOUND; // so far
+                ulResult = XELP_ERR_INI_KEY_NOT_FOUND; // until a line is removed
             }
         } else if (kind == Kind::kKey && isInSection && pszKey != nullptr) {
             ulMatch = MatchKeyLine(pszLine, pszKey);
@@ -277,7 +277,7 @@ QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine, QA
     if (ulStatus != XELP_ERR_INI_OK) {
         return ulStatus;
     }
-    const QAL_UINT32 ulSlot = ulLoction + 1; // wraps to slot 0 in a document without lines
+    const QAL_UINT32 ulSlot = ulLoction + 1; // 0xFFFFFFFF wraps to slot 0
     if (doc.pStrLine[ulSlot] != nullptr) {
         for (QAL_UINT32 i = doc.ulLineNum; i > ulSlot; --i) {
             doc.pStrLine[i] = doc.pStrLine[i - 1];

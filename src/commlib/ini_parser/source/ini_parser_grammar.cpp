@@ -3,11 +3,11 @@
 
 namespace wyx::ini {
 
-// These are not inlined: one copy for all parsers saves about 600 bytes, and the calls add less
-// than 2 % to the instructions of a parser.
+// The next three functions are not inlined: one copy for all parsers saves about 600 bytes, and the
+// calls add less than 2 % to the instructions of a parser.
 
-// The adapter returns a 32-bit length. If that has wrapped, it leads to a byte before the
-// terminator, and the search goes on from there.
+// The adapter returns a 32-bit length. If the length has wrapped, pszEnd is before the terminator,
+// and the search goes on from there.
 [[gnu::noinline]] const QAL_INT8 *EndOf(const QAL_INT8 *psz)
 {
     const QAL_INT8 *const pszEnd = psz + INI_StrLen(psz);
@@ -30,7 +30,7 @@ namespace wyx::ini {
 
 namespace {
 
-/// Releases a part, even one that is null. Not inlined: Release() takes the address of a local
+/// Releases a part, which may be null. Not inlined: Release() takes the address of a local
 /// variable, so the compiler would add a stack guard to every parser.
 [[gnu::noinline]] void ReleasePart(QAL_INT8 *&pszPart, QAL_UINT32 ulLine = __builtin_LINE())
 {
@@ -96,9 +96,10 @@ QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine = __builtin_LINE())
 /**
  * The last byte of the value that begins at @p pszBegin, white bytes at its end included.
  *
- * A " ;" ends it unless a quotation mark follows anywhere; then the search resumes after that mark.
- * A `;` without a space before it ends the search. Quotation marks are not paired. The result is
- * before @p pszBegin if the value is empty.
+ * The first `;` decides. If it has no space before it, the rest of the line belongs to the value. A
+ * " ;" ends the value, unless an unescaped quotation mark follows anywhere in the line: the search
+ * then resumes after that mark. Quotation marks are not paired. The result is before @p pszBegin if
+ * the value is empty.
  */
 const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 {
@@ -198,7 +199,7 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     if (linePtr == nullptr) {
         return XELP_ERR_INI_SECTION;
     }
-    // A line too short for a header is refused here as well.
+    // This also refuses a line that is too short for a header.
     const QAL_INT8 *const pszOpen = FindByte(linePtr, kOpen);
     const QAL_INT8 *const pszClose = FindByte(linePtr, kClose);
     if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {

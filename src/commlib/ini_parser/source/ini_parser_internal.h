@@ -25,8 +25,8 @@ constexpr QAL_INT8 kSeparator = ','; // between the items of a value
 constexpr QAL_INT8 kEscape = '\\';   // before a line end: the line continues on the next
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
-// A save folds a line of 80 bytes or more: it writes pieces of 78 or 79 bytes, each followed by the
-// two bytes that continue it, and then the rest. So no line of the file has more than 81 bytes.
+// A save folds a line of 80 bytes or more: it writes pieces of 78 or 79 bytes, each followed by a
+// backslash and an LF, and then the rest. So no line of the file has more than 81 bytes.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
 
@@ -86,8 +86,8 @@ struct Range {
     const QAL_INT8 *pszLast;
 };
 
-/// The bytes from @p pszBegin up to the one before @p pszEnd, at least one, without leading blanks
-/// and trailing white bytes. One byte is always left, whatever it is.
+/// The bytes from @p pszBegin up to the one before @p pszEnd, without leading blanks and trailing
+/// white bytes. There must be at least one byte, and one is always left, whatever it is.
 Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 
 /// The first quotation mark after @p psz that has no backslash before it, or null.
@@ -112,14 +112,14 @@ void ReleaseParts(KeyParts &parts);
 
 using Document = XELP_IN_S_INI_FILE_STRUCT;
 
-/// May a call read the document? It may have no lines, but needs its array.
+/// True if a call may read the document, which needs its array but may have no lines.
 inline bool IsReadable(const Document *pDoc)
 {
     return pDoc != nullptr && pDoc->pStrLine != nullptr;
 }
 
-/// The kind of a line that is not empty. An inline loop, because keys are short and a call to the
-/// adapter to find the `=` would cost several times as much.
+/// The kind of a line that is not empty. The loop is inline, because keys are short and a call to
+/// the adapter to find the `=` would cost several times as much.
 inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
 {
     const QAL_INT8 *psz = pszLine;
@@ -177,8 +177,8 @@ inline QAL_UINT32 Classify(const QAL_INT8 *pszLine, Kind &kind)
     }
 }
 
-/// A walk over slots: ulSlot is its position, ulEnd the first slot that it does not visit. Upwards,
-/// the step is 2^32 - 1, which acts as -1.
+/// A walk over slots: ulSlot is its position, and ulEnd is the first slot that it does not visit.
+/// On a walk up, ulStep is 2^32 - 1, which acts as -1.
 struct Walk {
     const Document &doc;
     QAL_UINT32 ulSlot;
@@ -196,11 +196,11 @@ inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
     return {doc, ulLast, ulEnd, 0U - 1U};
 }
 
-/// Returned by a visit to report a match and end the walk. Not a status.
+/// What a visit returns to report a match and end the walk. It is not a status.
 constexpr QAL_UINT32 kFound = 1;
 
 /**
- * Passes the lines of a walk to @p visit, with their kinds; removed lines are skipped.
+ * Calls @p visit with each line of a walk and the line's kind. Empty slots are skipped.
  *
  * @return 0 at the end of the walk, otherwise what ended it: a status of Classify(), or what a
  *         visit returned.
@@ -225,7 +225,7 @@ QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
     return XELP_ERR_INI_OK;
 }
 
-/// kFound if a header names this section, 0 if it names another, or a parser's status.
+/// kFound if a header names this section, 0 if it names another, or the status of a failed parse.
 QAL_UINT32 MatchHeader(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection);
 
 /// One block of a section: the slots of its header and of its last line.
@@ -242,7 +242,7 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
  *
  * @param[out] ulSlot  its slot
  * @param[out] parts   its parts, which the caller releases
- * @return 0, XELP_ERR_INI_KEY_NOT_FOUND, or the status of a malformed line on the way.
+ * @return 0, XELP_ERR_INI_KEY_NOT_FOUND, or the status of a line that could not be read or parsed.
  */
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,
                    KeyParts &parts);

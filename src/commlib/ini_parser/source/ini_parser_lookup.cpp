@@ -1,8 +1,8 @@
 // Lookups, and the two searches they share with the edits.
 //
 // There is no index: every call walks the lines and parses the ones it needs. Searches go from the
-// end of the document to the section, and from the end of its block to the key, because the last
-// of several with the same name counts.
+// end of the document up to the section, and from the end of its block up to the key, because the
+// last of several sections or keys with the same name counts.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {

@@ -9,11 +9,11 @@ constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
 constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, one to spare
-// Kept: room for the ending, 10 digits and the terminator, so the name for a target without a dot
-// does not fit (IniSaveFileContent.NameWithoutDotFails).
+// Kept: room for the ending, 10 digits and the terminator. Today's time has 13 digits, so the name
+// does not fit if the target has no dot (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
 
-/// 1 if the last of the bytes begins a two-byte character, 0 otherwise. It begins one if the run of
+/// 1 if the last byte begins a two-byte character, 0 otherwise. It begins one if the run of
 /// high-bit bytes that ends with it has an odd length.
 QAL_UINT32 OpensCharacter(const QAL_INT8 *psz, QAL_UINT32 ulLen)
 {
@@ -31,7 +31,7 @@ QAL_UINT32 Write(XELP_S_File *pstruFile, const QAL_INT8 *psz, QAL_UINT32 ulLen)
                                                           : XELP_ERR_INI_WRITE_FILE;
 }
 
-/// The name of the new file, to be released; null if there is no memory for it.
+/// The name of the new file, which the caller releases; null if there is no memory for it.
 QAL_INT8 *NewFileName(const QAL_INT8 *pszTarget, QAL_UINT64 ullTargetLen)
 {
     const QAL_UINT64 ullSize = ullTargetLen + kNameRoom;
@@ -93,7 +93,7 @@ QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
     if (XELP_Remove(pszTarget) != 0 || XELP_Rename(pszNewFile, pszTarget) != 0) {
         return XELP_ERR_INI_CREATE_FILE;
     }
-    XELP_Remove(pszNewFile); // normally gone, unless an adapter renames by copying
+    XELP_Remove(pszNewFile); // already gone, unless the adapter renames by copying
     return XELP_ERR_INI_OK;
 }
 
