@@ -1,7 +1,7 @@
 // The grammar of a line and the check of a document.
 //
-// The input is a document: its lines end at NUL, so that they may hold anything else; a line of one
-// byte 0xFF is a slot that was removed.
+// The input is a document. Each line ends at a NUL, so it may hold anything else. A line that is a
+// single byte 0xFF stands for a removed line.
 #include "../ini_parser/ini_support.h"
 #include "../ini_parser/models.h"
 #include "fuzz_support.h"
@@ -21,7 +21,8 @@ void CompareParts(const model::Parts &expected, QAL_UINT32 ulStatus, QAL_INT8 *p
     EXPECT_EQ(TakeText(pszComment, expected.commentBlock), expected.comment);
 }
 
-/// Runs @p call with all allocations working, then with the first, the second, ... failing.
+/// Runs @p call without a failing allocation, and then with the first failing, the second, and so
+/// on.
 template <typename Call>
 void FailEach(Call call)
 {

@@ -1,4 +1,4 @@
-// Loading a file, with one allocation, or one and all later ones, failing if the input says so.
+// Loading a file. If the input says so, an allocation fails, alone or with all later ones.
 #include "../ini_parser/ini_support.h"
 #include "../ini_parser/models.h"
 #include "fuzz_support.h"
@@ -7,7 +7,8 @@ using namespace wyx::test;
 
 WYX_FUZZ_TARGET(ini_parser_load)
 {
-    // Most inputs load undisturbed: a byte from 0x20 on belongs to a text.
+    // Most inputs load undisturbed: a first byte of 0x20 or above, such as a letter, plans no
+    // failure.
     const QAL_UINT8 ucPlan = input.Byte();
     const QAL_UINT32 ulFailAt = ucPlan < 0x20 ? ucPlan / 2U : 0U;
     const Failure failure = ucPlan % 2 == 0 ? Failure::kOnce : Failure::kFromThere;

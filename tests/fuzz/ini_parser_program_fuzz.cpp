@@ -1,5 +1,5 @@
-// The life of a document, directed by the input: load, look up, edit, save and load again, each
-// step compared with the model, with allocations and file calls failing here and there.
+// The life of a document, directed by the input: load, look up, edit, save and load again. Each
+// step is compared with the model, and some allocations and file calls fail.
 #include "../ini_parser/ini_support.h"
 #include "../ini_parser/models.h"
 #include "fuzz_support.h"
@@ -14,7 +14,7 @@ constexpr char kTarget[] = "dir.d/conf.ini";
 constexpr char kNewFile[] = "dir.d/conf1700000000123.ibk";
 constexpr QAL_UINT64 kTime = 1700000000123;
 
-/// A name or value: mostly one of a few, so that steps find each other's lines.
+/// A name or value, often one of a few, so that steps find each other's lines.
 Line TextOf(Input &input)
 {
     static constexpr std::string_view kFew[] = {"a", "A", "b",   "k",  "key", " x ",
@@ -26,7 +26,7 @@ Line TextOf(Input &input)
     if (ulChoice < 20) {
         return std::string(input.Text());
     }
-    if (ulChoice < 23) { // about as long as a line can be, or as a fold
+    if (ulChoice < 23) { // about as long as a fold, half a line or a whole line
         static constexpr QAL_UINT32 kLengths[] = {74, 249, 498};
         return std::string(kLengths[ulChoice - 20] + input.Below(16),
                            static_cast<char>('a' + input.Below(4)));
@@ -54,7 +54,7 @@ class Life {
     }
 
   private:
-    /// Makes an allocation of the next step fail, in about one step of four.
+    /// In about one step out of four, makes an allocation of the step fail.
     model::Heap Plan()
     {
         const QAL_UINT32 ulPlan = input_.Below(64);
@@ -68,7 +68,7 @@ class Life {
         return model::Heap(ulFailAt, failure);
     }
 
-    /// The step ended like the model's, with the same document and the same memory calls.
+    /// Expects the model's status, document and memory calls.
     void Compare(QAL_UINT32 ulStatus, QAL_UINT32 ulExpected, const model::Heap &heap)
     {
         EXPECT_EQ(ulStatus, ulExpected);
@@ -244,7 +244,7 @@ class Life {
         EXPECT_EQ(ulLineNo, ulExpectedNo);
     }
 
-    /// Stores a line in place of another, which its caller has released.
+    /// Releases a line, and stores another in its slot.
     void Replace()
     {
         if (doc_.ulLineNum == 0) {
@@ -280,7 +280,7 @@ class Life {
             case 0:
                 platform_.Fail(Service::kAllocate, 1);
                 break;
-            case 1: // the first open only probes for the new file
+            case 1: // the first open only looks whether the new file exists
                 platform_.Fail(Service::kOpen, 2);
                 break;
             case 2:

@@ -29,7 +29,7 @@ TEST_F(IniCheckSectionLine, AcceptsOrReturns110)
         {"", kSection},
         {"[", kSection},
         {"[a", kSection},
-        {"[]", kSection}, // shorter than three
+        {"[]", kSection}, // shorter than three bytes
         {"[a]", kOk},
         {"[a]\n", kOk},
         {"[a]\r\n", kOk},
@@ -47,10 +47,10 @@ TEST_F(IniCheckSectionLine, AcceptsOrReturns110)
         {"\xEF\xBB\xBF[a]\n", kSection},
         {"[aa\n", kSection},
         {"[]\n", kSection},
-        {"[] a]\n", kSection}, // the first ] counts
+        {"[] a]\n", kSection}, // the first `]` counts
         {"[ ]\n", kSection},
         {"[   ]\n", kSection},
-        {"[\t ]\n", kSection}, // the byte that the skip stops at is a space
+        {"[\t ]\n", kSection}, // the skip stops at a space, the last byte
         {"[a[b]\n", kSection},
         {"[[a]\n", kSection},
         {"[a[]\n", kSection},
@@ -63,7 +63,7 @@ TEST_F(IniCheckSectionLine, AcceptsOrReturns110)
         {"[a]\r", kOk},
         {"[a]\n\n\n", kOk},
         {"[a] \n \r\n ", kOk},
-        {"[a]\t", kSection}, // a single byte may be left, but not a tab
+        {"[a]\t", kSection}, // if one byte is left, it may not be a tab
         {"[a] \t", kSection},
         {"[a]\nx", kSection},
         {"[a]\n;c", kSection},
@@ -89,7 +89,7 @@ TEST_F(IniCheckSectionLine, SingleTabPasses)
 {
     EXPECT_EQ(::IniCheckSectionLine("[\t]"), kOk);
     EXPECT_EQ(::IniCheckSectionLine("[\t]\n"), kOk);
-    EXPECT_EQ(::IniCheckSectionLine("[\t\t]\n"), kOk); // the skip stops at the last one
+    EXPECT_EQ(::IniCheckSectionLine("[\t\t]\n"), kOk); // the skip stops at the last tab
     EXPECT_EQ(::IniCheckSectionLine("[ \t] ;c\n"), kOk);
 
     QAL_INT8 *pszName = Sentinel();
@@ -116,7 +116,7 @@ TEST_F(IniCheckKeyLine, Keys)
         {"k ;c\n", kLineUnknown}, {"=", kKeyName},
         {"=1\n", kKeyName},       {" =1\n", kKeyName},
         {"\t=1\n", kKeyName},     {" \t =1\n", kKeyName},
-        {"\n=1\n", kKeyName}, // to the parser this is not a key
+        {"\n=1\n", kKeyName}, // the parser refuses this key as well
         {"\nk=1\n", kKeyName},    {"a b = 1\n", kKeyName},
         {"a  b=", kKeyName},      {"a\t b=1\n", kKeyName},
         {"k=1\n", kOk},           {" \tk\t =1\n", kOk},
@@ -176,11 +176,11 @@ TEST_F(IniCheckKeyLine, UnquotedItems)
         {"k=a;", kComment},
         {"k=ab;", kComment},
         {"k=\x01;c\n", kComment}, // no byte but the terminator ends the line
-        {"k=a;b ;c\n", kComment}, // the first one counts
+        {"k=a;b ;c\n", kComment}, // the first `;` counts
         {"k=a ;b;c\n", kOk},
         {"k=a\n;c", kComment},
         {"k=\na\n", kOk},
-        {"k=a\"b\n", kOk}, // a mark inside an item is text
+        {"k=a\"b\n", kOk}, // a quotation mark inside an item is text
         {"k=a\"b;\"\n", kComment},
         {"k==\n", kOk},
         {"k=#\n", kOk},
@@ -198,7 +198,7 @@ TEST_F(IniCheckKeyLine, Separators)
         {"k=a,b\n", kKeyValue},
         {"k=a,\n", kKeyValue},
         {"k=a,", kKeyValue},
-        {"k=a, ", kKeyValue}, // nothing after it
+        {"k=a, ", kKeyValue}, // no item after the comma
         {"k=a, \t ", kKeyValue},
         {"k=a, \n", kOk}, // the line end counts as an item
         {"k=a, \r\n", kOk},
@@ -241,7 +241,7 @@ TEST_F(IniCheckKeyLine, QuotedItems)
         {"k=\"a,b;c ;d\"\n", kOk},
         {"k=\"a\\\"b\"\n", kOk},
         {"k=\"abc\n", kKeyValue},
-        {"k=\"abc\\\"\n", kKeyValue},   // escaped
+        {"k=\"abc\\\"\n", kKeyValue},   // the second mark is escaped
         {"k=\"abc\\\\\"\n", kKeyValue}, // escaped, too: only the byte before it counts
         {"k=\"", kOk},                  // a single byte is not checked
         {"k=\"\n", kKeyValue},
@@ -330,7 +330,7 @@ TEST_F(IniCheckFile, NullArgumentIs170AndLeavesTheNumber)
     const Document empty;
     QAL_UINT32 ulLineNo = 77;
     EXPECT_EQ(XELP_IniCheckFile(nullptr, &ulLineNo), kInputPara);
-    EXPECT_EQ(XELP_IniCheckFile(&empty, &ulLineNo), kInputPara); // comes before FILE_EMPTY
+    EXPECT_EQ(XELP_IniCheckFile(&empty, &ulLineNo), kInputPara); // checked before FILE_EMPTY
     EXPECT_EQ(XELP_IniCheckFile(&doc, nullptr), kInputPara);
     EXPECT_EQ(ulLineNo, 77U);
 }

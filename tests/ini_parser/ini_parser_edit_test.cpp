@@ -1,4 +1,4 @@
-// Setting and deleting, and the line storage under them.
+// Setting and deleting, and the line store below them.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -72,7 +72,7 @@ TEST_F(IniSaveStringToIniStruct, StoresACopyAndMarksTheDocument)
     EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 3, "after the last\n"), kOk);
     Snapshot expected = Edited({"[a]\n", "text\xFF", "k=1\n"}, 3);
     expected.slots[3] = "after the last\n";
-    EXPECT_EQ(Look(doc), expected); // counting the lines is left to the caller
+    EXPECT_EQ(Look(doc), expected); // the caller has to raise the count
 }
 
 TEST_F(IniSaveStringToIniStruct, StoresAnyLength)
@@ -98,7 +98,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
 {
     Document doc({"old\n"});
     QAL_INT8 *pszOld = doc.pStrLine[0];
-    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, pszOld + 1), kOk); // even its own tail
+    EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, pszOld + 1), kOk); // part of the old line
     EXPECT_EQ(FullTrace(), "D 4");
     EXPECT_EQ(Look(doc), Edited({"ld\n"}, 1));
     EXPECT_EQ(TakeText(pszOld), "old\n");
@@ -109,7 +109,7 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
     platform.Fail(Service::kAllocate, 1);
     EXPECT_EQ(::IniSaveStringToIniStruct(&doc, 0, "new\n"), kInternal);
     EXPECT_EQ(FullTrace(), "D 5");
-    EXPECT_EQ(Look(doc), Loaded({kHole})); // even without memory, the slot loses its line
+    EXPECT_EQ(Look(doc), Loaded({kHole})); // without memory the slot loses its line, too
     EXPECT_EQ(TakeText(pszOld), "ld\n");
 }
 
@@ -141,7 +141,7 @@ TEST_F(IniSaveSectionToIniStruct, BuildsALine)
         {"Net", "", kOk, "[Net] ;\n"}, // an empty comment is written
         {"", kNull, kOk, "[]\n"},
         {"", "", kOk, "[] ;\n"},
-        {" ]\n%s\xFF", "%n;\n", kOk, "[ ]\n%s\xFF] ;%n;\n\n"}, // as given
+        {" ]\n%s\xFF", "%n;\n", kOk, "[ ]\n%s\xFF] ;%n;\n\n"}, // written as given
         {kNull, kNull, kInputPara, kHole},
         {kNull, "c", kInputPara, kHole},
     };
@@ -152,7 +152,7 @@ TEST_F(IniSaveSectionToIniStruct, BuildsALine)
 
 TEST_F(IniSaveSectionToIniStruct, AtTheLimit)
 {
-    // 507 bytes together fit, but a comment leaves room for only 506.
+    // 507 bytes together fit, but only 506 if there is a comment.
     const BuildCase cases[] = {
         {Text(507), kNull, kOk, "[" + Text(507) + "]\n"},
         {Text(508), kNull, kInputPara, kHole},
@@ -223,7 +223,7 @@ TEST_F(IniSaveKeyToIniStruct, BuildsALine)
         {"k", kNull, "", kOk, "k= ;\n"},
         {"", "", kNull, kOk, "=\n"},
         {"", kNull, kNull, kOk, "=\n"},
-        {"a=b;[\n", "%s ;\"\n\xFF", kNull, kOk, "a=b;[\n=%s ;\"\n\xFF\n"}, // as given
+        {"a=b;[\n", "%s ;\"\n\xFF", kNull, kOk, "a=b;[\n=%s ;\"\n\xFF\n"}, // written as given
         {kNull, kNull, kNull, kInputPara, kHole},
         {kNull, "v", kNull, kInputPara, kHole},
         {kNull, kNull, "c", kInputPara, kHole},
@@ -236,7 +236,7 @@ TEST_F(IniSaveKeyToIniStruct, BuildsALine)
 
 TEST_F(IniSaveKeyToIniStruct, AtTheLimit)
 {
-    // 508 bytes together fit, but a comment leaves room for only 507.
+    // 508 bytes together fit, but only 507 if there is a comment.
     const BuildCase cases[] = {
         {Text(508), kNull, kNull, kOk, Text(508) + "=\n"},
         {Text(8), Text(500, 'v'), kNull, kOk, Text(8) + "=" + Text(500, 'v') + "\n"},
@@ -308,7 +308,7 @@ TEST_F(IniInsertKeyInIniStruct, InsertsAfterASlot)
             EXPECT_EQ(Look(doc), Edited(c.after, ulPhysical));
             EXPECT_EQ(FullTrace(), "D 5");
         }
-        // A line that cannot be built leaves the slot empty and the count raised.
+        // If the line cannot be built, its slot is still made, and stays empty.
         Lines after = c.after;
         std::replace(after.begin(), after.end(), Line("k=v\n"), Line());
         Snapshot expected = Loaded(after);
@@ -379,7 +379,7 @@ TEST_F(IniInsertSectionToIniStruct, AppendsAtTheEnd)
     Document doc({"k=1\n", kHole});
     EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("Net")), kOk);
     EXPECT_EQ(FullTrace(), "D 7");
-    EXPECT_EQ(Look(doc), Edited({"k=1\n", kHole, "[Net]\n"}, 2)); // no hole is used
+    EXPECT_EQ(Look(doc), Edited({"k=1\n", kHole, "[Net]\n"}, 2)); // the hole is not used
     EXPECT_EQ(::IniInsertSectionToIniStruct(&doc, Arg("")), kOk);
     EXPECT_EQ(Look(doc), Edited({"k=1\n", kHole, "[Net]\n", "[]\n"}, 2));
 
@@ -401,7 +401,7 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
 {
     for (const QAL_UINT32 ulCapacity : {2U, 3U, 4U}) {
         SCOPED_TRACE(ulCapacity);
-        for (const std::size_t size : {1U, 508U}) { // grows even for a refused name
+        for (const std::size_t size : {1U, 508U}) { // the array grows even if the name is refused
             Compare(
                 Loaded({"0", "1"}, ulCapacity),
                 [&](auto *pDoc) { return ::IniInsertSectionToIniStruct(pDoc, Arg(Text(size))); },
@@ -410,7 +410,7 @@ TEST_F(IniInsertSectionToIniStruct, GrowsFirst)
     }
 }
 
-// 2^32 - 1 is the highest count of lines. One more wraps to 0, which must not pass for room.
+// 2^32 - 1 is the highest count of lines. One more wraps to 0, which must not look like free room.
 TEST_F(IniInsertSectionToIniStruct, FullCountGrows)
 {
     Document doc({"0"}, 1);
@@ -453,7 +453,7 @@ struct SetCase {
     Line key;
     Line value;
     QAL_UINT32 ulStatus;
-    Lines after; // if equal to the lines before, the document is not marked as edited
+    Lines after; // if equal to `before`, the document is not marked as edited
     std::string section = "a";
 };
 
@@ -595,10 +595,10 @@ TEST_F(IniSetKeyValue, ReplacedLineTooLongLosesTheOldOne)
         QAL_UINT32 ulStatus;
         const char *pszEnd;
     } const cases[] = {
-        {"k=1\n", 507, kOk, "\n"},      // 508 with the key
-        {"k=1\n", 508, kInputPara, ""}, // 509
+        {"k=1\n", 507, kOk, "\n"},      // 508 bytes with the key
+        {"k=1\n", 508, kInputPara, ""}, // 509 bytes
         {"k=1 ;c\n", 505, kOk, " ;c\n"},
-        {"k=1 ;c\n", 506, kFileEmpty, ""}, // 508 with the comment
+        {"k=1 ;c\n", 506, kFileEmpty, ""}, // 508 bytes with key and comment
         {"k=1 ;c\n", 507, kInputPara, ""},
     };
     for (const auto &c : cases) {
@@ -622,7 +622,7 @@ TEST_F(IniSetKeyValue, ReplacedLineTooLongLosesTheOldOne)
 TEST_F(IniSetKeyValue, FailedReplacementLosesTheOldLine)
 {
     Document doc({"[a]\n", "k=1 ;c\n"});
-    platform.Fail(Service::kAllocate, 5); // after a, k, 1 and c
+    platform.Fail(Service::kAllocate, 5); // the first four are for a, k, 1 and c
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg("a"), Arg("k"), Arg("v")), kInternal);
     EXPECT_EQ(FullTrace(), "D 2, free, D 2, D 2, D 2, free, D 8, free, free, free");
     EXPECT_EQ(Look(doc), Loaded({"[a]\n", kHole}));
@@ -641,7 +641,7 @@ TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKey)
     EXPECT_EQ(Look(doc), Edited({"[z]\n", "x=1\n", "k=v\n", kHole}, 2));
 
     Document noMemory({"[z]\n"});
-    platform.Fail(Service::kAllocate, 2); // after z
+    platform.Fail(Service::kAllocate, 2); // the first is for z
     EXPECT_EQ(XELP_IniSetKeyValue(&noMemory, Arg("a"), Arg("k"), Arg("v")), kOk);
     EXPECT_EQ(FullTrace(), "D 2, free, D 5, D 5");
     EXPECT_EQ(Look(noMemory), Edited({"[z]\n", "k=v\n"}, 1));
@@ -713,7 +713,7 @@ TEST_F(IniSetKeyValue, ArgumentsMayPointIntoTheReplacedLine)
 
 TEST_F(IniSetKeyValue, ArgumentsMayPointIntoLinesThatMove)
 {
-    Document doc({"[a]\n", "[b]\n", "x=a"}, 4); // grows, and the lines below move down
+    Document doc({"[a]\n", "[b]\n", "x=a"}, 4); // the array grows, and the last lines move down
     QAL_INT8 *const pszLine = doc.pStrLine[2];
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, pszLine + 2, pszLine, pszLine + 1), kOk);
     EXPECT_EQ(Look(doc), Edited({"[a]\n", "x=a==a\n", "[b]\n", "x=a"}, 3, 54));
@@ -726,7 +726,7 @@ struct DeleteCase {
     Lines after;
 };
 
-/// Deletes as a table says, then again alongside the model with allocations failing.
+/// Deletes as a table says, then again beside the model, with allocations failing.
 class DeleteTest : public EditTest {
   protected:
     void Check(const DeleteCase &c, const RealEdit &edit, const ModelEdit &modelEdit)
@@ -852,7 +852,7 @@ TEST_F(IniDelSection, NameMayPointIntoDeletedLines)
     }
     EXPECT_EQ(platform.LiveBlocks(), 0U);
     {
-        Document doc({"[;s]\n", ";s", "[;s]\n"}); // a whole line
+        Document doc({"[;s]\n", ";s", "[;s]\n"}); // the name is a whole line
         EXPECT_EQ(XELP_IniDelSection(&doc, doc.pStrLine[1]), kOk);
         EXPECT_EQ(Look(doc), Edited({kHole, kHole, kHole}, 0));
     }
@@ -982,7 +982,7 @@ TEST_F(IniDelKey, NamesMayPointIntoDeletedLines)
         EXPECT_EQ(Look(doc), Edited({"[s]\n", kHole, kHole, "[s]\n", kHole}, 2));
     }
     {
-        Document doc({"[k=1]\n", "k=1", "[k=1]\n", "k=2\n"}); // a whole line
+        Document doc({"[k=1]\n", "k=1", "[k=1]\n", "k=2\n"}); // the name is a whole line
         EXPECT_EQ(XELP_IniDelKey(&doc, doc.pStrLine[1], "k"), kOk);
         EXPECT_EQ(Look(doc), Edited({"[k=1]\n", kHole, "[k=1]\n", kHole}, 2));
     }

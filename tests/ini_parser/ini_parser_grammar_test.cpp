@@ -9,12 +9,12 @@
 
 namespace {
 
-/// Which of the next searches for '=' finds nothing, counted from 1; 0: none of them.
+/// Which of the next searches for '=' finds nothing, counted from 1; 0 if each finds what is there.
 int lEqualsUntilLost = 0;
 
 } // namespace
 
-// Replaces the adapter's, to remove an '=' between two searches.
+// Replaces the adapter's function, so that an '=' can vanish between two searches.
 extern "C" QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar)
 {
     if (lChar == '=' && lEqualsUntilLost > 0 && --lEqualsUntilLost == 0) {
@@ -28,7 +28,7 @@ namespace {
 
 class IniSkim : public PlatformTest {
   protected:
-    /// Where a pointer at @p from ends up.
+    /// The position to which a pointer at @p from moves.
     static std::ptrdiff_t Forward(const char *pszText, std::ptrdiff_t from, std::ptrdiff_t end)
     {
         QAL_INT8 *pch = Arg(pszText) + from;
@@ -98,7 +98,7 @@ const TypeCase kTypes[] = {
     {"\r", kOk, INI_BLANK_LINE},
     {"\r\n", kOk, INI_BLANK_LINE},
     {" \t\r\n", kOk, INI_BLANK_LINE},
-    {"\nk=1\n", kOk, INI_BLANK_LINE}, // the first byte decides
+    {"\nk=1\n", kOk, INI_BLANK_LINE}, // the first non-blank byte decides
     // Blanks without a line end.
     {" ", kOk, INI_INVALID_LINE},
     {"\t", kOk, INI_INVALID_LINE},
@@ -138,7 +138,7 @@ TEST(IniGetLineType, FirstNonBlankByteDecides)
     }
 }
 
-/// The result of a parser; the blocks it handed over are released again.
+/// The result of a parser. The blocks that it handed over have been released.
 struct Parsed {
     QAL_UINT32 ulStatus = 77;
     Line name;
@@ -192,7 +192,7 @@ class ParserTest : public PlatformTest {
         return parsed;
     }
 
-    /// Makes each allocation of a parser fail in turn; expects 80, null parts and no leak.
+    /// Makes each allocation of a parser fail in turn. Expects status 80, null parts and no leak.
     template <typename Parse>
     void EveryAllocationFailing(Parse parse, QAL_UINT32 ulAllocations)
     {
@@ -255,7 +255,7 @@ TEST_F(IniParseCommentLine, EmptyCommentIsEmptyText)
         std::size_t block;
     } const cases[] = {
         {" ;", 1},          // nothing follows
-        {" ; ", 2},         // a blank: room for the first byte of a comment
+        {" ; ", 2},         // the block has room for the byte that is left
         {" ;\t\t ", 2},     //
         {" ;\n", 2},        //
         {" ;\r\n", 2},      //
@@ -451,7 +451,7 @@ TEST_F(IniParseKeyLine, ReturnsKeyValueAndComment)
         {"k=a\t;b\n", "k", "a\t;b", nullptr},
         {"k=;c\n", "k", ";c", nullptr},
         {"k=\t;c\n", "k", ";c", nullptr},
-        {"k=a;b ;c\n", "k", "a;b ;c", nullptr}, // the first one decides
+        {"k=a;b ;c\n", "k", "a;b ;c", nullptr}, // the first `;` decides
         {"k=;\n", "k", ";", nullptr},
         {"k= ;", "k", ";", nullptr}, // a single byte is the value, whatever it is
         {"k=  ;", "k", ";", nullptr},
@@ -466,11 +466,11 @@ TEST_F(IniParseKeyLine, ReturnsKeyValueAndComment)
         {"k=x ;y\" ;z\" ;c\n", "k", "x ;y\" ;z\"", "c"},
         {"k=x ;y\";c\n", "k", "x ;y\";c", nullptr},
         {"k=x ;y\"a;b ;c\n", "k", "x ;y\"a;b ;c", nullptr},
-        {"k=x ;y\\\"z\n", "k", "x", "y\\\"z"}, // an escaped one does not count
+        {"k=x ;y\\\"z\n", "k", "x", "y\\\"z"}, // an escaped quotation mark does not count
         {"k=x ;y\\\"z\" ;c\n", "k", "x ;y\\\"z\"", "c"},
-        {"k=x ;y\\\\\"z\n", "k", "x", "y\\\\\"z"}, // nor does one after two backslashes
+        {"k=x ;y\\\\\"z\n", "k", "x", "y\\\\\"z"}, // nor does a mark after two backslashes
         {"k=x ;y\"", "k", "x ;y\"", nullptr},      // the mark is the last byte
-        {"k=x ;y\"z", "k", "x ;y\"z", nullptr},    // the search would begin at the last byte
+        {"k=x ;y\"z", "k", "x ;y\"z", nullptr},    // the search would resume at the last byte
         {"k=x ;y\";", "k", "x ;y\";", nullptr},
         {"k= ;\"\n", "k", ";\"", nullptr},
     };
@@ -554,7 +554,7 @@ TEST_F(IniParseKeyLine, EveryAllocationFailing)
     }
 }
 
-/// All results for a line, compared with the model.
+/// Compares all results for a line with the model.
 class IniGrammarModel : public ParserTest {
   protected:
     void CompareType(const std::string &line)

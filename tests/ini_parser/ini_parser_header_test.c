@@ -5,7 +5,7 @@
 
 #include "header_check.h"
 
-/* once more */
+/* the second time */
 #include "wyx_commlib/ini_parser.h"
 
 WYX_CHECK(sizeof(XELP_IN_S_INI_FILE_STRUCT) == 24);
@@ -53,7 +53,7 @@ WYX_CHECK(INI_LINE_BUTT == 255);
 
 typedef XELP_IN_S_INI_FILE_STRUCT Doc;
 
-/* Every call with the arguments it must take; another prototype does not compile. */
+/* Every call with the arguments that it must take. With another prototype this does not compile. */
 static const struct {
     QAL_UINT32 (*pfunLoad)(const QAL_INT8 *, Doc *);
     void (*pfunFree)(Doc *);

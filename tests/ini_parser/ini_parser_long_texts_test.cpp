@@ -1,5 +1,5 @@
-// Texts whose length does not fit in 32 bits: a length that wraps must not turn them into a short
-// or empty text, or a block smaller than its content.
+// Texts whose length does not fit in 32 bits. A length that wraps must not lead to a short or empty
+// text, or to a block that is smaller than its content.
 #include <cstring>
 
 #include "ini_support.h"
@@ -62,8 +62,8 @@ class IniLongTexts : public PlatformTest {
 
 LongText *IniLongTexts::pText_ = nullptr;
 
-// 2^32 - 1 bytes leave no room for the terminator; 2^32 bytes would be stored as no bytes, and
-// 2^32 + 5 as five.
+// 2^32 - 1 bytes leave no room for the terminator. A wrapped length would store 2^32 bytes as an
+// empty text, and 2^32 + 5 bytes as five.
 constexpr std::size_t kTooLong[] = {k4Gib - 1, k4Gib, k4Gib + 5};
 
 TEST_F(IniLongTexts, LineTooLongToStoreIsRefused)

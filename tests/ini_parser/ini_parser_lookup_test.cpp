@@ -42,7 +42,7 @@ void PrintTo(const ListResult &result, std::ostream *pOut)
     }
 }
 
-/// An address that no list has: the value of an out-pointer before a call.
+/// The value of an out-pointer before a call: an address that no list has.
 QAL_INT8 **ListSentinel()
 {
     return reinterpret_cast<QAL_INT8 **>(std::uintptr_t{0x5E});
@@ -84,10 +84,10 @@ class LookupTest : public PlatformTest {
     }
 
     std::string trace_;      // memory calls of the last lookup
-    bool hasFailed_ = false; // did an allocation fail?
+    bool hasFailed_ = false; // true if an allocation failed
 
   private:
-    /// Checks a list completely, or its address after a failure, and releases it.
+    /// Checks a list and releases it; after a failure, checks only the list's address.
     void TakeList(const XELP_IN_S_INI_FILE_STRUCT &doc, QAL_INT8 **list, ListResult &result)
     {
         trace_ = platform.MemoryTrace();
@@ -97,7 +97,7 @@ class LookupTest : public PlatformTest {
             EXPECT_EQ(list, ListSentinel());
             return;
         }
-        EXPECT_EQ(list, platform.Events()[0].pBlock); // null, or the list, even if released
+        EXPECT_EQ(list, platform.Events()[0].pBlock); // null, or the list, which may be released
         if (result.ulStatus != kOk) {
             EXPECT_EQ(platform.SizeOf(list), std::nullopt);
             return;
@@ -198,8 +198,8 @@ const ValueCase kValues[] = {
     {"CommentsAndBlanks", {"[a]\n", "k=1\n", ";k=2\n", "#k=3\n", "\n", "  ", "\t\r\n"}, kOk, "1"},
     {"Holes", {kHole, "[a]\n", kHole, "k=1\n", kHole}, kOk, "1"},
     {"HolesAlone", {kHole, kHole}, kSectionNotFound, {}},
-    // Lines that end a walk: the first goes from the document's end up to the header, the second
-    // from the block's end up to the key.
+    // Lines that end a walk. The first walk goes from the document's end up to the header, and the
+    // second goes from the block's end up to the key.
     {"UnknownLineAfterIt", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
     {"UnknownLineInTheBlock", {"[a]\n", "garbage\n", "k=1\n"}, kLineUnknown, {}},
     {"UnknownLineBefore", {"garbage\n", "[a]\n", "k=1\n"}, kOk, "1"},
@@ -310,10 +310,10 @@ TEST_F(IniGetSectionList, HasRoomForANamePerLine)
 
 TEST_F(IniGetSectionList, TooManyLinesForAListIs80)
 {
-    // No line is read before there is a list, so a count alone is enough.
+    // No line is read before there is a list, so the test only has to raise the count.
     Document doc({"[a]\n"});
     for (const QAL_UINT32 ulLineNum :
-         {0x1FFFFFFFU, 0xFFFFFFFFU}) { // 8 bytes more than 32 bits can count
+         {0x1FFFFFFFU, 0xFFFFFFFFU}) { // the list's size does not fit in 32 bits
         doc.ulLineNum = ulLineNum;
         QAL_UINT32 ulCount = 77;
         QAL_INT8 **list = ListSentinel();
@@ -462,7 +462,7 @@ TEST_F(IniGetKeyList, OutlivesTheDocument)
 
 class IniFreeList : public LookupTest {
   protected:
-    /// A list on the double's memory.
+    /// A list in the double's memory.
     static QAL_INT8 **MakeList(std::size_t count)
     {
         auto **const list = static_cast<QAL_INT8 **>(XELP_MemMallocD(
@@ -515,7 +515,7 @@ TEST_F(IniFreeList, StopsAtTheFirstNull)
     XELP_MemFreeD(pszLast, 0, "a test");
 }
 
-/// Random documents compared with the model, each allocation failing in turn.
+/// Compares random documents with the model, while each allocation fails in turn.
 class IniLookupModel : public LookupTest {
   protected:
     void Compare(const Snapshot &snapshot, const std::string &section, const std::string &key)

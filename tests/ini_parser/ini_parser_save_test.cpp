@@ -29,7 +29,7 @@ std::string Joined(const std::vector<std::string> &pieces)
 
 class IniSaveStringToIniFile : public PlatformTest {
   protected:
-    /// Writes a line to a file and records how.
+    /// Writes a line to a file, and records the calls and the content.
     QAL_UINT32 Write(const char *pszLine)
     {
         std::map<std::string, std::string> &disk = platform.UseMemoryDisk();
@@ -56,8 +56,8 @@ class IniSaveStringToIniFile : public PlatformTest {
         EXPECT_EQ(content_, Joined(pieces));
     }
 
-    std::string trace_;   // the calls, after the file was opened
-    std::string content_; // of the file
+    std::string trace_;   // the calls, from the opening of the file on
+    std::string content_; // the content of the file
 };
 
 const std::string kFold = "\\\n";
@@ -99,7 +99,7 @@ TEST_F(IniSaveStringToIniFile, PairsOfHighBytesAreNotSplit)
         }
         return text;
     };
-    // The pair ends with the 78th byte, or begins with it.
+    // The pair ends with the 78th byte, begins with it, or begins after it.
     ExpectPieces(Text(76) + pair + "bc", {Text(76) + pair, kFold, "bc"});
     ExpectPieces(Text(77) + pair + "c", {Text(77) + pair, kFold, "c"});
     ExpectPieces(Text(78) + pair, {Text(78), kFold, pair});
@@ -124,14 +124,14 @@ TEST_F(IniSaveStringToIniFile, EveryWriteFailing)
     const std::vector<std::string> pieces = model::Fold(line);
     ASSERT_EQ(pieces.size(), 5U);
     for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 6; ++ulFailAt) {
-        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // capped at all bytes but one
+        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // at most all bytes but one
             SCOPED_TRACE(ulFailAt);
             platform.StartRecording();
             platform.Fail(Service::kWrite, ulFailAt, Failure::kOnce, ulWritten);
             const bool fails = ulFailAt <= pieces.size();
             EXPECT_EQ(Write(line.c_str()), fails ? kWriteFile : kOk);
             EXPECT_EQ(platform.HasFailed(), fails);
-            EXPECT_EQ(platform.Calls(Service::kWrite), fails ? ulFailAt : 5); // none after it
+            EXPECT_EQ(platform.Calls(Service::kWrite), fails ? ulFailAt : 5); // no more calls
         }
     }
     platform.StartRecording();
@@ -171,13 +171,13 @@ class IniSaveFileContent : public PlatformTest {
 
     Disk &TheDisk() { return *platform.MemoryDisk(); }
 
-    /// Saves a changed document; it is released whatever happens.
+    /// Saves a changed document, and expects that it is released whatever happens.
     QAL_UINT32 Save(const char *pszName, const Lines &lines, QAL_UINT32 ulLabel = 1)
     {
         return Save(pszName, lines, ulLabel, [] {});
     }
 
-    /// The same, with a planned failure.
+    /// Does the same after calling @p plan, which may plan a failure.
     template <typename Plan>
     QAL_UINT32 Save(const char *pszName, const Lines &lines, QAL_UINT32 ulLabel, Plan plan)
     {
@@ -246,7 +246,7 @@ TEST_F(IniSaveFileContent, NoMemoryIs80)
               kInternal);
     EXPECT_EQ(trace_, "D 20, free, free, free");
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}}));
-    EXPECT_EQ(Save("f.ini", kDocument), kOk); // without a failure, it works
+    EXPECT_EQ(Save("f.ini", kDocument), kOk); // the next save succeeds
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}}));
 }
 
@@ -257,7 +257,7 @@ TEST_F(IniSaveFileContent, TemporaryNameTakenIs180)
     EXPECT_EQ(Save("f.ini", kDocument), kWriteFile);
     EXPECT_EQ(trace_, "D 20, open r f1700000000123.ibk, close, free, free, free, free");
     EXPECT_EQ(TheDisk(), before);
-    platform.SetTime(kTime + 1); // a millisecond later it works
+    platform.SetTime(kTime + 1); // a millisecond later the save succeeds
     EXPECT_EQ(Save("f.ini", kDocument), kOk);
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}, {"f1700000000123.ibk", "another's"}}));
 }
@@ -409,7 +409,7 @@ const NameCase kNames[] = {
     {"LongestTime", "f.configuration", "f18446744073709551615.ibk", 18446744073709551615ULL},
     // Without a dot, there is room for ten digits.
     {"TenDigits", "config", "config1700000000.ibk", 1700000000},
-    // If the digits alone do not fit, only the ending is left.
+    // If not even the digits fit, the name is only the ending.
     {"FifteenDigits", "config", ".ibk", 170000000012345},
     {"TwentyDigits", "config", ".ibk", 18446744073709551615ULL},
 };
@@ -432,7 +432,7 @@ TEST_F(IniSaveFileContent, NameWithoutDotFails)
     } const cases[] = {
         {"/data/cfg/config", kTime},
         {"config", kTime},
-        {"config", 17000000001},    // 11 digits: one too many
+        {"config", 17000000001},    // 11 digits: one digit too many
         {"config", 17000000001234}, // 14 digits
         {"f.i", kTime},             // an ending of one letter leaves too little room
         {"f.", kTime},
@@ -492,7 +492,7 @@ TEST_F(IniSaveFileContent, RealFiles)
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"f.ini"});
     EXPECT_EQ(folder.Content("f.ini"), "[a]\r\nk=1\r\nl=" + Text(76) + "\\\n" + Text(24) + "\n");
 
-    // Unchanged: not even the time of the file changes.
+    // An unchanged document does not even change the file's time.
     const auto before = std::filesystem::last_write_time(folder.File("f.ini"));
     ASSERT_EQ(XELP_IniGetFileContent(folder.File("f.ini").c_str(), &doc), kOk);
     EXPECT_EQ(Look(doc).slots[2], "l=" + Text(100) + "\n");
@@ -589,8 +589,8 @@ TEST_F(IniRoundTrip, ComesBackAsItWas)
         {Text(78) + "   " + Text(80) + "\n", "k=1\n"},
         {Text(77) + "\xE4\xB8" + "b\n"},
         {Text(77) + "\xE4\xB8\n", "k=1\n"}, // after the fold, a lone LF ends the line
-        {Text(76) + "\\\\b\n"},             // a pair of backslashes before a fold
-        {Text(78) + "\\b\n"},               // one after a fold
+        {Text(76) + "\\\\b\n"},             // a pair of backslashes before the fold
+        {Text(78) + "\\b\n"},               // a backslash after the fold
         {Text(509) + "\r\n", "k=1\n"},
         {"a\n\\b\n", "c\r\n"},
         {"a\\b\\\\c\n"},
@@ -617,11 +617,11 @@ TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashComesBackChanged)
         {{Text(78) + "\n\r", "k=1\n\r"},
          Text(78) + "\\\n\n\rk=1\n\r",
          {Text(78) + "\n", "\r", "k=1\n\r"}},
-        // After the fold, a lone CR: taken for that second byte, too, so the next line is joined.
+        // After the fold, a lone CR: it is taken for that second byte, so the next line is joined.
         {{Text(77) + "\xE4\xB8\r", "k=1\r"},
          Text(77) + "\xE4\xB8\\\n\rk=1\r",
          {Text(77) + "\xE4\xB8k=1\r"}},
-        // A backslash before the fold pairs with the fold's.
+        // A backslash before the fold forms a pair with the backslash of the fold.
         {{Text(77) + "\\b\n", "k=1\n"},
          Text(77) + "\\\\\nb\nk=1\n",
          {Text(77) + "\\\\\n", "b\n", "k=1\n"}},
@@ -730,7 +730,7 @@ TEST_F(IniRoundTrip, RandomProgramsBesideTheModel)
             ASSERT_EQ(XELP_IniGetFileContent("f.ini", &doc), ulLoad);
             ASSERT_EQ(Look(doc), expected);
             if (ulLoad != kOk) {
-                break; // a value that is folded into too long a line cannot be loaded again
+                break; // joined lines have become too long to load
             }
             for (auto edits = random.UpTo(6); edits > 0; --edits) {
                 const std::string &section = sections[random.UpTo(2)];

@@ -138,7 +138,7 @@ TEST_F(IniServices, Save)
                      "strcat 20 \"1700000000123\"", "strcat 20 \".ibk\"", "memset 24 0 24"}));
 }
 
-/// If an adapter's formatter cuts text off instead of emptying it, the stored line is cut off.
+/// If an adapter's formatter truncates a text instead of emptying it, the truncated line is stored.
 TEST_F(IniServices, CutOffLineIsStoredAsItIs)
 {
     Document doc({"[a]\n"});

@@ -37,12 +37,12 @@ class ReaderTest : public PlatformTest {
         }
     };
 
-    /// A line that was read.
+    /// The result for a line that was read.
     static Result Read(const std::string &line, QAL_UINT32 ulBytes, QAL_UINT32 ulLines)
     {
         return {kOk, line, false, ulBytes, ulLines};
     }
-    /// A failure that leaves the pointer unchanged.
+    /// The result of a failure that leaves the pointer unchanged.
     static Result Failed(QAL_UINT32 ulStatus) { return {ulStatus, {}, true, 0, 0}; }
 
     void TearDown() override
@@ -176,10 +176,10 @@ TEST_F(IniReader, BackslashAfterLoneLineEndJoins)
     EXPECT_EQ(ReadOne().line, "a\n\\b\n");
     EXPECT_EQ(ReadOne().line, "c\n");
 
-    Open("a\r\\\rb\r"); // and that line can be continued itself
+    Open("a\r\\\rb\r"); // the joined line can itself be continued
     EXPECT_EQ(ReadOne(), Read("a\rb\r", 4, 2));
 
-    Open("a\r\n\\b\r\n"); // a line end of two bytes is complete before
+    Open("a\r\n\\b\r\n"); // after a line end of two bytes, nothing is joined
     EXPECT_EQ(ReadOne().line, "a\r\n");
     EXPECT_EQ(ReadOne().line, "\\b\r\n");
 
@@ -195,7 +195,7 @@ TEST_F(IniReader, NothingLeftIs130AndLeavesThePointer)
         Open(pszFile);
         EXPECT_EQ(ReadOne(), Failed(kFileEmpty));
         EXPECT_EQ(trace_, "");
-        EXPECT_EQ(ReadOne().ulStatus, kFileEmpty); // and it stays that way
+        EXPECT_EQ(ReadOne().ulStatus, kFileEmpty); // the next call finds no line either
     }
 }
 
@@ -213,12 +213,12 @@ TEST_F(IniReader, NulCutsItsLine)
         QAL_UINT32 ulBytes;
         QAL_UINT32 ulLines;
     } const cases[] = {
-        {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end are cut off, CR is added
+        {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end are cut off, a CR is added
         {"ab\0\nx"s, "ab\r", 2, 1},        //
         {"ab\0"s, "ab\r", 2, 1},           //
         {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut after a joined line end and a kept backslash
-        {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut after a line end, which needs no other
-        {"a\\\nb\0c\r\nx"s, "ab\r", 2, 2}, // cut in a continuation, which counts
+        {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut after a line end, so no CR is added
+        {"a\\\nb\0c\r\nx"s, "ab\r", 2, 2}, // cut in a continuation, which counts as a line
         {"a\\\0b\nx"s, "a\\\r", 2, 1},     // a backslash before a NUL is kept
         {"a\\\n\0b\nx"s, "a\r", 1, 2},     // a NUL after a continuation
     };
@@ -267,12 +267,12 @@ TEST_F(IniReader, LineOf511BytesIsTheLongest)
         {a(510) + "\nb", a(510) + "\n", 1, "b"},
         {a(510) + "\rb", a(510) + "\r", 1, "b"},
         {a(509) + "\r\nb", a(509) + "\r\n", 1, "b"},
-        {a(511), a(511) + "\r", 1, ""}, // the added CR is one more
+        {a(511), a(511) + "\r", 1, ""}, // the added CR does not count
         {a(511) + "\\", a(511) + "\r", 1, ""},
         {a(511) + "\\\n", a(511) + "\r", 1, ""},
         {a(509) + "\\\\", a(509) + "\\\\\r", 1, ""},
         {a(509) + "\\b", a(509) + "\\b\r", 1, ""},
-        {a(300) + "\\\n" + a(210) + "\nb", a(510) + "\n", 2, "b"}, // joining bytes do not count
+        {a(300) + "\\\n" + a(210) + "\nb", a(510) + "\n", 2, "b"}, // removed bytes do not count
         {a(510) + "\\\n\nb", a(510) + "\n", 2, "b"},
     };
     for (const auto &c : fits) {
@@ -292,12 +292,12 @@ TEST_F(IniReader, LongerLineIs140AndStopsAtTheByteTooMany)
     } const tooLong[] = {
         {a(512) + "b", "b"},      {a(512), ""},
         {a(511) + "\nb", "b"},    {a(511) + "\rb", "b"},
-        {a(510) + "\r\nb", "b"}, // though that byte completed the line
+        {a(510) + "\r\nb", "b"}, // though the last byte completes the line
         {a(510) + "\n\rb", "b"},  {a(511) + "\\\n\nb", "b"},
         {a(511) + "\\\nbc", "c"}, {a(510) + "\\\\b", "b"}, // 512 with the pair
         {a(511) + "\\\\b", "b"},                           // 513 with the pair
         {a(510) + "\\bc", "c"},   {a(511) + "\\bc", "c"},
-        {a(5000), a(4488)},       {std::string(600, '\0'), std::string(88, '\0')}, // a NUL counts
+        {a(5000), a(4488)},       {std::string(600, '\0'), std::string(88, '\0')}, // NULs count
     };
     for (const auto &c : tooLong) {
         SCOPED_TRACE(Shown(c.file));
@@ -436,7 +436,7 @@ TEST_F(IniLoad, OverwritesWhatTheRecordHeld)
     ASSERT_EQ(XELP_IniGetFileContent("f", &first), kOk);
     first.ulLabel = 1;
     Document second;
-    static_cast<XELP_IN_S_INI_FILE_STRUCT &>(second) = first; // without releasing it
+    static_cast<XELP_IN_S_INI_FILE_STRUCT &>(second) = first; // first still owns the lines
     platform.StartRecording();
     EXPECT_EQ(XELP_IniGetFileContent("f", &second), kOk);
     EXPECT_EQ(FullTrace(), "open r f, D 1600, D 5, close");
@@ -606,7 +606,7 @@ TEST_F(IniLoad, FileThatEndsEarlyIsLoadedSoFar)
         SCOPED_TRACE(n);
         platform.UseMemoryDisk()["f"] = content.substr(0, n) + std::string(20, 'x');
         platform.StartRecording();
-        // Bytes given back are read twice; the double ends the file after this many reads.
+        // A byte that was given back is read twice. The double ends the file after ulReads reads.
         Snapshot expected;
         model::Heap heap;
         ASSERT_EQ(model::Load(content.substr(0, n), expected, heap), kOk);
@@ -630,7 +630,7 @@ TEST_F(IniLoad, FailedOpenIs30)
     Document doc;
     EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOpenFile);
     EXPECT_EQ(Look(doc), Snapshot{});
-    EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOk); // without a failure, it works
+    EXPECT_EQ(XELP_IniGetFileContent("f", &doc), kOk); // the next call succeeds
 }
 
 TEST_F(IniLoad, FailedCloseIsIgnored)
@@ -722,7 +722,7 @@ TEST_F(IniRelease, RecordThatHoldsNothingIsAccepted)
     Document doc;
     platform.StartRecording();
     XELP_IniFreeIniStruct(&doc);
-    EXPECT_EQ(FullTrace(), "free null"); // the array is released even if there is none
+    EXPECT_EQ(FullTrace(), "free null"); // the adapter is called for a null array, too
     EXPECT_EQ(Look(doc), Snapshot{});
     doc.ulLabel = doc.ulTotalLine = doc.ulIniFileNum = 7;
     XELP_IniFreeIniStruct(&doc);
@@ -787,7 +787,7 @@ TEST_F(IniRemallocIniLine, WrappedSizeIsRequested)
         QAL_UINT32 ulTotalLine;
         const char *pszTrace;
     } cases[] = {
-        {0x1FFFFFCE, "D 0, free"}, // with 50 more, the first that wraps
+        {0x1FFFFFCE, "D 0, free"}, // the lowest count that wraps if 50 slots are added
         {0x1FFFFFE0, "D 144, free"},
         {0xFFFFFFFF, "D 392, free"},
     };

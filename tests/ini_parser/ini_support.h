@@ -1,5 +1,5 @@
-// What the tests of the INI module share: statuses by short names, and documents built by hand and
-// compared as a whole.
+// What the tests of the INI module share: short names for the statuses, and documents that are
+// built by hand and compared as a whole.
 #ifndef WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 #define WYX_TESTS_INI_PARSER_INI_SUPPORT_H
 
@@ -18,7 +18,7 @@
 
 namespace wyx::test {
 
-// The statuses as numbers, which is what callers have compiled in.
+// The statuses as numbers, because callers have the numbers compiled in.
 inline constexpr QAL_UINT32 kOk = 0;
 inline constexpr QAL_UINT32 kSectionNotFound = 10;
 inline constexpr QAL_UINT32 kKeyNotFound = 20;
@@ -37,12 +37,12 @@ inline constexpr QAL_UINT32 kKeyValue = 180;
 inline constexpr QAL_UINT32 kWriteFile = 180;
 inline constexpr QAL_UINT32 kComment = 190;
 
-/// A slot of a document: a line, or kHole where one was removed.
+/// A slot of a document: a line, or kHole if it has none.
 using Line = std::optional<std::string>;
 using Lines = std::vector<Line>;
 inline constexpr std::nullopt_t kHole = std::nullopt;
 
-/// Bytes as they would be written in source code.
+/// Bytes as a string literal would show them.
 std::string Shown(std::string_view bytes);
 
 /// Everything that a caller can see of a document.
@@ -59,15 +59,15 @@ void PrintTo(const Snapshot &snapshot, std::ostream *pOut);
 /// A snapshot of a document just loaded from a file with these lines.
 Snapshot Loaded(Lines lines, QAL_UINT32 ulCapacity = 200);
 
-/// Takes a snapshot. Fails the test if a block does not have the size its content needs.
+/// Takes a snapshot. The test fails if a block does not have the size that its content needs.
 Snapshot Look(const XELP_IN_S_INI_FILE_STRUCT &record);
 
-/// A document on the double's memory, released at the end of its scope.
+/// A document in the double's memory, released at the end of its scope.
 class Document : public XELP_IN_S_INI_FILE_STRUCT {
   public:
     /// A record that holds nothing.
     Document() : XELP_IN_S_INI_FILE_STRUCT{} {}
-    /// A record of these lines, as if loaded; the double starts recording after that.
+    /// A record of these lines, as if loaded. The double starts recording once it is built.
     explicit Document(const Lines &lines, QAL_UINT32 ulCapacity = 200);
     explicit Document(const Snapshot &snapshot);
     ~Document();
@@ -95,24 +95,24 @@ inline QAL_INT8 *Sentinel()
     return reinterpret_cast<QAL_INT8 *>(std::uintptr_t{0x5E});
 }
 
-/// Copies and releases a text that the module handed over; fails the test if the size of its block
-/// is not @p blockSize (0: the size the text needs).
+/// Copies and releases a text that the module handed over. The test fails if the size of its block
+/// is not @p blockSize (0: the size that the text needs).
 Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
 
-/// The double's record without reads, joined by ", ": "D 5", "free", "free null", "open r name",
-/// "seek -1 1", "write 5", "close", "remove name", "rename a -> b".
+/// The double's record without the reads, joined by ", ": "D 5", "free", "free null",
+/// "open r name", "seek -1 1", "write 5", "close", "remove name", "rename a -> b".
 std::string FullTrace();
-/// The file calls in it.
+/// The file calls in FullTrace().
 std::string FileTrace();
 
-/// Fails the test if a block of the double's record was requested or released by anything but the
-/// tests and the units of the module.
+/// The test fails if anything but the tests and the units of the module requested or released a
+/// block.
 void ExpectSites();
 
 /// A text of up to @p maxSize of these bytes.
 std::string RandomText(Random &random, std::string_view bytes, std::size_t maxSize);
 
-/// Up to twelve lines: of the first @p common kinds, and occasionally of any.
+/// Up to twelve lines, most of them of the first @p common kinds, and a few of any kind.
 Lines RandomLines(Random &random, const Lines &kinds, std::size_t common);
 
 /// Names the cases of a table by their pszName.
@@ -130,7 +130,7 @@ class AllStrings {
     AllStrings(std::string_view alphabet, std::size_t maxLength)
         : alphabet_(alphabet), maxLength_(maxLength)
     {}
-    /// Calls @p call with each of them.
+    /// Calls @p call with each string.
     template <typename Call>
     void ForEach(Call call) const
     {

@@ -84,7 +84,7 @@ std::string Heap::Trace() const
 
 ReadLine Read(std::string_view file, std::size_t at)
 {
-    // What is at a position: a byte, or none after the end.
+    // The byte at a position; none after the end.
     const auto byteAt = [&](std::size_t i) { return i < file.size() ? Line{{file[i]}} : Line{}; };
     const auto isEnd = [](const Line &byte) { return byte == "\n" || byte == "\r"; };
 
@@ -111,7 +111,7 @@ ReadLine Read(std::string_view file, std::size_t at)
                 text += *b1;
                 ++i;
                 isComplete = true;
-            } else if (b1 != "\\") { // a backslash joins the line that it begins
+            } else if (b1 != "\\") { // a backslash would join the line that it begins
                 read.stepsBack = 1;
                 isComplete = true;
             }
@@ -125,7 +125,7 @@ ReadLine Read(std::string_view file, std::size_t at)
             i += 2;
         } else if (!b2) {
             i += 2;
-        } else if (b2 == "\\") { // may begin the next continuation
+        } else if (b2 == "\\") { // this backslash may begin the next continuation
             ++ulLines;
             i += 2;
         } else if (isEnd(b2) && b2 != b1) {
@@ -269,7 +269,7 @@ Parts ParseSection(std::string_view line, Heap &heap)
 
 namespace {
 
-/// Position of the " ;" that ends a value beginning at @p begin, or none.
+/// Position of the " ;" that ends the value that begins at @p begin, or kNone.
 std::size_t CommentAfterValue(std::string_view line, std::size_t begin)
 {
     if (begin == line.size() - 1) {
@@ -365,7 +365,7 @@ QAL_UINT32 CheckComment(std::string_view line, std::size_t semicolon)
 
 QAL_UINT32 CheckItems(std::string_view line, std::size_t at);
 
-/// What may follow an item that no comma ends.
+/// Checks what follows an item that does not end at a comma.
 QAL_UINT32 CheckAfterItem(std::string_view line, std::size_t at)
 {
     at = line.find_first_not_of(kBlanks, at);
@@ -375,7 +375,7 @@ QAL_UINT32 CheckAfterItem(std::string_view line, std::size_t at)
     return line[at] == ';' ? CheckComment(line, at) : CheckItems(line, at);
 }
 
-/// What must follow a comma: a blank, and an item.
+/// Checks what follows a comma: a blank and an item.
 QAL_UINT32 CheckAfterComma(std::string_view line, std::size_t comma)
 {
     const std::size_t next = line.find_first_not_of(kBlanks, comma + 1);
@@ -528,7 +528,7 @@ Block FindBlock(const Snapshot &doc, std::string_view section, Heap &heap)
     return block;
 }
 
-/// The last line of a key in a block, with its parts still held.
+/// The last line of a key in a block, with its parts not yet released.
 struct KeyLine {
     QAL_UINT32 ulStatus = kKeyNotFound;
     QAL_UINT32 ulAt = 0;
@@ -657,7 +657,7 @@ QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &he
 
 namespace {
 
-/// Stores a line that was built in 512 bytes; a text that does not fit is empty, and refused.
+/// Stores a line that was built in 512 bytes. A text that does not fit is empty, so it is refused.
 QAL_UINT32 SaveBuilt(Snapshot &doc, QAL_UINT32 ulAt, const std::string &text, Heap &heap)
 {
     return SaveString(doc, ulAt, text.size() < 512 ? text : "", heap);
@@ -695,7 +695,7 @@ QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const 
     }
     const QAL_UINT32 ulAt = ulAfter + 1;
     if (doc.slots[ulAt]) {
-        doc.slots.pop_back(); // an unused one
+        doc.slots.pop_back(); // an unused slot
         doc.slots.insert(doc.slots.begin() + ulAt, std::nullopt);
         ++doc.ulLineNum;
     } else if (ulAt == doc.ulLineNum) {
@@ -755,8 +755,8 @@ void Delete(Snapshot &doc, QAL_UINT32 ulAt, Heap &heap)
     --doc.ulIniFileNum;
 }
 
-/// Both deletions: walks every block of a section, and deletes the lines of @p pKey; null: all
-/// lines.
+/// Both deletions: walks every block of a section and deletes the lines of @p pKey, or all lines if
+/// it is null.
 QAL_UINT32 DeleteIn(Snapshot &doc, std::string_view section, const std::string_view *pKey,
                     Heap &heap)
 {
@@ -815,7 +815,7 @@ std::vector<std::string> Fold(std::string_view line)
 {
     std::vector<std::string> pieces;
     while (line.size() >= 80) {
-        std::size_t run = 0; // non-ASCII bytes at the end of the first 78
+        std::size_t run = 0; // number of non-ASCII bytes at the end of the first 78
         while (run < 78 && static_cast<unsigned char>(line[77 - run]) >= 0x80) {
             ++run;
         }

@@ -1,6 +1,6 @@
-// A second, slow and obvious implementation of the INI module: over strings instead of pointers,
-// looking ahead instead of keeping a state. The tests compare everything that a caller can
-// see, allocations included.
+// A second implementation of the INI module, slow and obvious: it uses strings instead of pointers,
+// and looks ahead instead of keeping a state. The tests compare everything that a caller can see of
+// the two, including allocations.
 #ifndef WYX_TESTS_INI_PARSER_MODELS_H
 #define WYX_TESTS_INI_PARSER_MODELS_H
 
@@ -15,8 +15,8 @@ namespace wyx::test::model {
 /// What a call requests from the allocator, in the form of PlatformDouble::MemoryTrace().
 class Heap {
   public:
-    /// The @p ulFailAt-th request fails (counted from 1; 0: none), and also all later ones with
-    /// Failure::kFromThere.
+    /// The @p ulFailAt-th request fails (counted from 1; 0: none does). With Failure::kFromThere,
+    /// all later requests fail, too.
     explicit Heap(QAL_UINT32 ulFailAt = 0, Failure failure = Failure::kOnce)
         : ulFailAt_(ulFailAt), failure_(failure)
     {}
@@ -40,11 +40,11 @@ struct ReadLine {
     QAL_UINT32 ulBytes = 0; ///< without an appended CR
     QAL_UINT32 ulLines = 0; ///< physical lines
     std::size_t next = 0;   ///< where the next line begins
-    std::size_t reads = 0;  ///< calls that read a byte or met the end
+    std::size_t reads = 0;  ///< calls that read a byte or reached the end
     std::size_t stepsBack = 0;
 };
 
-/// Reads the line at @p at; the allocation of its block always succeeds.
+/// Reads the line at @p at as if there were memory for its block.
 ReadLine Read(std::string_view file, std::size_t at);
 
 /// Loads a file into a document.
@@ -58,7 +58,7 @@ struct Parts {
     Line name;
     Line value;
     Line comment;
-    std::size_t commentBlock = 0; ///< its block's size; an empty comment does not fill it
+    std::size_t commentBlock = 0; ///< size of the comment's block; an empty comment may not fill it
 };
 
 XELP_INI_E_LINE_TYPE TypeOf(std::string_view line); // not empty

@@ -1,13 +1,14 @@
-# Disassembles OBJECT by OBJDUMP and compares the functions ...ByLayer with those ...ByCalls. Both
-# must make the same calls, so nothing is allocated or copied. A CRC must take the same number of
-# instructions; a look-up at most half as many again, since compilers duplicate the branch for a
-# null value.
+# Disassembles OBJECT with OBJDUMP and compares each function ...ByLayer with its ...ByCalls. Both
+# must make the same calls, so the layer allocates and copies nothing. The layer's CRC must not take
+# more instructions; its lookup may take half as many again, since compilers duplicate the branch
+# for a null value.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND "${OBJDUMP}" -dr --no-show-raw-insn "${OBJECT}"
     OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
 
-# read(<function> <variable>): number of its instructions but padding, and what it calls
+# read(<function> <variable>): counts the instructions of a function, except padding, in
+# <variable>_count, and lists what it calls in <variable>_calls
 function(read function variable)
     string(FIND "${listing}" "<${function}>:" start)
     if(start EQUAL -1)

@@ -1,5 +1,5 @@
-// The same work done by the C++ layer and by the C calls: compare_code.cmake compares the machine
-// code.
+// The same work, done by the C++ layer and by the C calls. compare_code.cmake compares the machine
+// code of the two.
 #include "wyx_commlib/wyx.hpp"
 
 extern "C" {

@@ -1,4 +1,4 @@
-// The C++ layer over the library and the default adapter. The test's program is built for each
+// The C++ layer over the library and the default adapter. This program is built once for each C++
 // standard, without exceptions and RTTI.
 #include "wyx_commlib/wyx.hpp"
 
@@ -308,7 +308,7 @@ TEST_F(Layer, MovesLeaveNothingDangling)
     doc = std::move(other);
     EXPECT_EQ(doc.get_or("net", "port", 0), 5060);
     wyx::document full = Load();
-    doc = std::move(full); // what doc held is released, not handed back
+    doc = std::move(full); // what doc held is released, not moved into full
     EXPECT_EQ(full.record().pStrLine, nullptr);
     wyx::document &same = doc;
     doc = std::move(same);
@@ -357,7 +357,7 @@ TEST(LayerValues, ChecksumsOfAnythingContiguous)
     EXPECT_EQ(wyx::crc32(std::string_view("6789"), wyx::crc32("12345")), 0x2DFD2D88U);
     EXPECT_EQ(wyx::crc16("6789", wyx::crc16("12345")), 0x31C3U);
     EXPECT_EQ(wyx::crc32(wyx::bytes(text.data(), 9)), 0x2DFD2D88U);
-    const std::array<QAL_UINT16, 2> words{0x3231, 0x3433}; // two bytes an element
+    const std::array<QAL_UINT16, 2> words{0x3231, 0x3433}; // two bytes per element
     EXPECT_EQ(wyx::crc32(words), wyx::crc32("1234"));
     const char array[] = {'1', '2', '3', '4'};
     EXPECT_EQ(wyx::crc32(wyx::bytes(array, sizeof array)), wyx::crc32("1234"));
@@ -374,7 +374,7 @@ TEST(LayerValues, Md5InOnePieceOrMany)
     wyx::md5 fork = sum;
     EXPECT_EQ(sum.update("c").finish(), wyx::md5_of("abc"));
     EXPECT_EQ(fork.finish(), wyx::md5_of("ab"));
-    EXPECT_EQ(sum.update("abc").finish(), wyx::md5_of("abc")) << "begins again";
+    EXPECT_EQ(sum.update("abc").finish(), wyx::md5_of("abc")) << "finish() begins another message";
 }
 
 TEST(LayerValues, Base64IntoACallersContainer)

@@ -1,5 +1,5 @@
-// What the page on round trips says about the tool: its check warns about a file that a save would
-// change.
+// What the page on round trips says about the tool: `wyx ini check` warns about a file that a save
+// would change.
 #include "../../tool/tool_runner.h"
 #include "golden_vectors.h"
 

@@ -29,7 +29,7 @@ std::string BytesOf(std::string_view span)
             } else {
                 ADD_FAILURE() << "no such escape: " << span;
             }
-        } else if (span[i] == '{') { // the byte before it, repeated
+        } else if (span[i] == '{') { // repeats the byte before it
             const std::size_t close = span.find('}', i);
             const std::string count(span.substr(i + 1, close - i - 1));
             bytes.append(std::stoul(count) - 1, bytes.back());

@@ -13,10 +13,10 @@ struct GoldenVector {
     std::string file;
     std::vector<std::string> loaded;
     std::string
-        warning; ///< the warning of `wyx ini check` about such a file; empty: no file loads as this
+        warning; ///< the warning of `wyx ini check`; empty if no file loads as the stored lines
 };
 
-/// All of them. Fails the test if a row cannot be read.
+/// All rows. The test fails if a row cannot be read.
 std::vector<GoldenVector> GoldenVectors();
 
 } // namespace wyx::test

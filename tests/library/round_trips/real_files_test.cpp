@@ -1,5 +1,5 @@
-// Real files through every client's round trip: load, check, look up every value, change a key,
-// save, load again. Nothing is written: the saves go to a disk in memory.
+// Takes real files through the round trip of a client: load, check, look up every value, change a
+// key, save, load again. No real file is written: the saves go to a disk in memory.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -19,11 +19,12 @@ constexpr std::uintmax_t kLargest = 1 << 20;
 struct Key {
     std::string section;
     std::string name;
-    std::string value; // empty for none
+    std::string value; // empty if there is none
     QAL_UINT32 ulSlot = 0;
 };
 
-/// A text that the library hands over, without the line end that may be all of a value.
+/// Copies and releases a text that the library handed over. A lone CR or LF becomes empty: it
+/// is the value of a line that has none.
 std::string Take(QAL_INT8 *psz)
 {
     const std::string text = psz != nullptr ? psz : "";
@@ -36,8 +37,8 @@ bool IsSame(const std::string &left, const std::string &right)
     return XELP_StriCmp(left.c_str(), right.c_str()) == 0;
 }
 
-/// Reads the key lines one by one. The last block of a section counts, and the lowest line of a
-/// key.
+/// Reads the key lines one by one, and keeps those that lookups find: the last line of a key in the
+/// last block of a section.
 std::vector<Key> VisibleKeys(const Document &doc)
 {
     std::vector<Key> keys;
@@ -82,7 +83,7 @@ struct Count {
     int files = 0;
     int keys = 0;
     int refused = 0;
-    int folded = 0; // did not come back as they were: the page on round trips says which
+    int folded = 0; // files that did not come back as they were; the page on round trips says why
 };
 
 class RealFiles : public PlatformTest {

@@ -33,7 +33,7 @@ TEST_F(RoundTrips, MatchThePage)
         EXPECT_EQ(Shown(file), Shown(vector.file));
         EXPECT_EQ(LoadedFrom(file), loaded);
 
-        // The check is asked about files: about this document only if there is one it loads from.
+        // The tool checks files: a row has a warning exactly if a file loads as its stored lines.
         std::string plain;
         for (const std::string &line : vector.stored) {
             plain += line;
@@ -48,7 +48,7 @@ bool Holds(const std::string &file, std::initializer_list<const char *> any)
         any, [&](const char *bytes) { return file.find(bytes) != std::string::npos; });
 }
 
-// The page says in which cases a file is loaded as lines that do not come back, a NUL aside.
+// The page names two cases, apart from folds and NULs, in which loaded lines do not come back.
 TEST_F(RoundTrips, LoadedLinesComeBackButInTheNamedCases)
 {
     constexpr std::string_view kBytes = "x\\\n\r";
