@@ -241,8 +241,8 @@ class RandomCalls {
 
   private:
     static constexpr QAL_UINT32 kLetters = 20;
-    static constexpr int kMaxDepth = 2;   // of calls in callbacks
-    static constexpr int kMaxVisits = 30; // without a limit, a callback might move back forever
+    static constexpr int kMaxDepth = 2;   // of calls made in callbacks
+    static constexpr int kMaxVisits = 30; // else a callback might move the walk back forever
 
     struct Entry {
         char ch;

@@ -22,7 +22,7 @@
 #include "random.h"
 #include "walker.h"
 
-/// Gives a description a member for a call of its list, named like the call without the prefix.
+/// In a description, declares the member for a list call: the call's name without its prefix.
 #define WYX_LIST_CALL(prefix, name) static constexpr auto name = prefix##_##name;
 
 namespace wyx::test {
@@ -30,7 +30,7 @@ namespace wyx::test {
 // ---- user nodes and callbacks ----
 
 inline std::string g_released; ///< the letters passed to the release callback
-inline std::string g_compared; ///< those passed to IsLetter() ("a") and to IsNextLetter() ("a!")
+inline std::string g_compared; ///< the letters compared: "a" by IsLetter(), "a!" by IsNextLetter()
 inline std::function<void(char)> g_onRelease; ///< what the release callback does in addition
 
 inline void Release(void *pUserNode)
@@ -353,8 +353,8 @@ class RandomCalls {
         Compare();
     }
 
-    /// Makes a Remove or a Delete call, which must take out the element at @p it, and checks it. If
-    /// @p it is the end, the call must return @p ulWithout.
+    /// Makes either the Remove or the Delete call, and checks that it takes out the element at
+    /// @p it. If that is the end, the call must return @p ulWithout.
     template <typename Remove, typename Delete>
     void Take(Iterator it, QAL_UINT32 ulWithout, const Remove &remove, const Delete &destroy)
     {
