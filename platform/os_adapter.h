@@ -31,7 +31,7 @@
  * }
  * @endcode
  *
- * Every service may be called from any thread. Two threads must not use one file at once.
+ * Every service may be called from any thread. Two threads must not use the same file at once.
  */
 #ifndef WYX_OS_ADAPTER_H
 #define WYX_OS_ADAPTER_H
@@ -77,9 +77,9 @@ WYX_API void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT
 WYX_API void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile);
 
 /**
- * @brief Releases the block a variable holds and sets the variable to null.
+ * @brief Releases the block that a variable points to, and sets the variable to null.
  *
- * @param[in,out] ppBlock  the variable, not null; what it holds is taken and may be null
+ * @param[in,out] ppBlock  the variable, not null; the block is taken, and may be null
  * @param[in]     ulLine   the caller's source line
  * @param[in]     pszFile  the caller's source file
  */
@@ -164,13 +164,13 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
 /**
  * @brief Closes a file.
  *
- * *Default adapter*: flushes a written file to the device, and then its directory. If that fails,
- * this call fails. Because callers rarely check, the same thread's next XELP_Remove() or
- * XELP_Rename() fails as well, once, and does nothing else, so that the old file survives. (If the
- * failure cannot be stored for the thread, the next such call of any thread fails instead.) If
- * XELP_Fwrite() already reported a failure, the file is not flushed, and only this call fails. With
- * the build option WYX_OS_ADAPTER_FLUSH=OFF nothing is flushed here or in XELP_Rename(), and a
- * power cut can destroy the files written last.
+ * *Default adapter*: writes out what is still buffered, and flushes the file and then its directory
+ * to the device. If any step fails, this call fails. Because callers rarely check, the same
+ * thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else, so that
+ * the old file survives. (If the failure cannot be stored for the thread, the next such call of any
+ * thread fails instead.) If XELP_Fwrite() already reported a failure, the file is not flushed, and
+ * only this call fails. With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is flushed here or
+ * in XELP_Rename(), and a power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if writing out, flushing or closing the file failed.

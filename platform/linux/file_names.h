@@ -2,11 +2,11 @@
 // its own. A file that appears under such a name belongs to another process, and must not be
 // emptied or removed.
 //
-// A save first checks that the name of its new file is free. It then creates the file, renames
-// it, and removes the old name again. Two processes that save one target in the same millisecond
-// choose the same name. Without these notes the later one could empty the file that the earlier one
-// has just completed, or the earlier one could remove what the later one has just created, and no
-// content would be left.
+// A save first checks that the name of its new file is free. It then creates the file, renames it,
+// and finally removes the new file's old name, in case it is still there. Two processes that save
+// the same target in the same millisecond choose the same name. Without these notes, the later one
+// could empty the file that the earlier one has just completed, or the earlier one could remove
+// what the later one has just created, and no content would be left.
 #ifndef WYX_PLATFORM_LINUX_FILE_NAMES_H
 #define WYX_PLATFORM_LINUX_FILE_NAMES_H
 

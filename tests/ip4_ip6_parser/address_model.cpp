@@ -9,7 +9,7 @@ constexpr QAL_UINT32 kInvalid = 30;
 constexpr std::string_view kDec = "0123456789";
 constexpr std::string_view kHex = "0123456789abcdefABCDEF";
 
-/// The character at a place; NUL after the end.
+/// The character at an index; NUL after the end.
 char At(std::string_view text, std::size_t at)
 {
     return at < text.size() ? text[at] : '\0';
@@ -25,7 +25,7 @@ std::string_view From(std::string_view text, std::size_t at)
     return text.substr(std::min(at, text.size()));
 }
 
-/// The characters of @p set at the start of a text.
+/// The characters at the start of a text that are in @p set.
 std::string_view Leading(std::string_view text, std::string_view set)
 {
     return text.substr(0, std::min(text.find_first_not_of(set), text.size()));

@@ -1,5 +1,5 @@
-// Texts for the address parsers: texts in memory that ends with their terminator, and all short
-// texts over an alphabet.
+// Texts for the address parsers: in memory that ends with the terminator, and all short texts over
+// an alphabet.
 #ifndef WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 #define WYX_TESTS_IP4_IP6_PARSER_ADDRESS_TEXTS_H
 
@@ -23,7 +23,7 @@ class GuardedText {
         return pszText;
     }
 
-    /// The same, as a reader's argument.
+    /// Holds @p text and returns a reader's argument for it.
     Parse_Ipv4v6_S_BUF Buffer(std::string_view text)
     {
         return {Hold(text), static_cast<QAL_INT>(text.size())};

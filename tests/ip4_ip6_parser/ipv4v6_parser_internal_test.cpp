@@ -30,7 +30,7 @@ TEST(Charset, HoldsTheClassesOfEveryByte)
     constexpr std::string_view kDelimiters = "#,:;<=>[]{}";
     for (int iByte = 0; iByte < 256; ++iByte) {
         QAL_UINT32 ulExpected = 0;
-        if (iByte < 0x80) { // the C locale of the test
+        if (iByte < 0x80) { // the test runs in the C locale
             const auto ch = static_cast<char>(iByte);
             const bool isToken = kTokens.find(ch) != std::string_view::npos;
             ulExpected |= std::isupper(iByte) != 0 ? 0x01U : 0;
@@ -222,7 +222,7 @@ TEST(TdU16, ValueIsReducedTo16Bits)
         {"-1", 10, 65535, 2},
         {"-65535", 10, 1, 6},
         {"18446744073709551615", 10, 0xFFFF, 20},
-        {"18446744073709551616", 10, 0xFFFF, 20}, // beyond 64 bits it stays at the maximum
+        {"18446744073709551616", 10, 0xFFFF, 20}, // beyond 64 bits, the maximum
         {"-18446744073709551616", 10, 0xFFFF, 21},
         {"-18446744073709551615", 10, 1, 21},
         {"10001", 16, 1, 5},

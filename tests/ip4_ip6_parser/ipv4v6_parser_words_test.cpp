@@ -230,12 +230,12 @@ TEST(UsualIpv4, UsesTheTable)
         EXPECT_EQ(Parsed(memory, text), Ipv4{}) << text;
     }
     {
-        const Reclassified dot('.', 0x04); // now belongs to the first octet, like all that follows
+        const Reclassified dot('.', 0x04); // now the whole text is the first octet
         EXPECT_EQ(words.Read("1.2.3.4"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4"), Ipv4{});
     }
     {
-        const Reclassified colon(':', 0x04); // now belongs to the last octet, without a value
+        const Reclassified colon(':', 0x04); // a digit without a value: 4:80 is the last octet
         EXPECT_EQ(words.Read("1.2.3.4:80"), kLeft);
         EXPECT_EQ(Parsed(memory, "1.2.3.4:80"), (Ipv4{0, 0x01020304, 0}));
     }

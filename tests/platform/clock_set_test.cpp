@@ -1,4 +1,4 @@
-// The clock when the system's clock is set while a process runs.
+// The adapter's clock when the system's clock is set while a process runs.
 #include <gtest/gtest.h>
 
 #include "os_adapter.h"

@@ -250,7 +250,7 @@ TEST_F(PipeFailure, SeeksOnlyWithinTheBuffer)
     expectRefused(7, SEEK_SET, EINVAL);
     expectRefused(-3, SEEK_CUR, EINVAL);
     expectRefused(3, SEEK_CUR, EINVAL);
-    expectRefused(0, SEEK_END, ESPIPE); // not known yet
+    expectRefused(0, SEEK_END, ESPIPE); // the end is not known yet
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'e') << "a refused call moved the position";
     EXPECT_EQ(XELP_Fseek(pstruFile, 2, SEEK_SET), 0);
     EXPECT_EQ(XELP_Fgetc(pstruFile), 'c');
@@ -328,7 +328,7 @@ TEST_F(FileFailure, OpenForWritingWithoutMemoryClosesNothing)
     system.Reset();
     system.Fail("malloc", 1, ENOMEM);
     EXPECT_EQ(Open(name, "w"), nullptr);
-    EXPECT_EQ(system.Calls("close"), 0) << "a descriptor of somebody else";
+    EXPECT_EQ(system.Calls("close"), 0) << "closed somebody else's descriptor";
     EXPECT_FALSE(folder.Has("text"));
 }
 
@@ -1230,7 +1230,7 @@ TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
         EXPECT_EQ(errno, ENAMETOOLONG);
         EXPECT_EQ(system.Calls("open"), iFits + 1);
         system.Reset();
-        system.Fail("rename", 1, 0); // reports success, which the system never would
+        system.Fail("rename", 1, 0); // reports success, as the system never would
         EXPECT_EQ(XELP_Rename(target.c_str(), name.c_str()), 0);
         EXPECT_EQ(system.Calls("open"), iFits + 1); // flushes the old entry
         EXPECT_EQ(system.Calls("sync"), 1 - iFits);

@@ -422,7 +422,7 @@ TEST_F(MemoryAccountingDeathTest, BooksBeginEmpty)
                  "^libwyx_os_adapter: a.c:1 releases .* is no block");
 
     SystemDouble &system = SystemDouble::Instance();
-    system.Fail("calloc", 3, ENOMEM); // of the chains, after the entries of the block and the line
+    system.Fail("calloc", 3, ENOMEM); // the chains; the block's entry and the line's come first
     EXPECT_EQ(XELP_MemMallocD(1, 1, "a.c"), nullptr);
     system.Reset();
     EXPECT_TRUE(LiveBlocks().empty());
@@ -459,7 +459,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
     EXPECT_DEATH(XELP_MemFreeD(pucBlock + 8, 92, "foreign.c"),
                  "foreign.c:92 releases .*, which lies inside a block of 24 bytes that alloc.c:81 "
                  "allocated");
-    EXPECT_DEATH(XELP_MemFreeD(pucBlock + 24, 92, "foreign.c"), "which is no block"); // after it
+    EXPECT_DEATH(XELP_MemFreeD(pucBlock + 24, 92, "foreign.c"), "which is no block"); // its end
     void *const pBeforeAll = reinterpret_cast<void *>(QAL_ULONG{16});
     EXPECT_DEATH(XELP_MemFreeD(pBeforeAll, 92, "foreign.c"), "which is no block");
     XELP_MemFreeD(pucBlock, 93, "own.c");

@@ -191,7 +191,7 @@ using wyx::test::SystemDouble;
 
 extern "C" {
 
-// The linker's names of the system's own functions, and of their replacements.
+// The linker's names for the system's own functions, and for their replacements.
 int __real_open(const char *pszName, int iFlags, ...);
 int __real_close(int iFd);
 int __real_fstat(int iFd, struct stat *pstru);

@@ -40,7 +40,7 @@ expect() {
     fi
 }
 
-# The changes that docs/abi.md lists, in its order. Each sed script turns the baseline into that from
+# The changes that docs/abi.md lists, in its order. Each sed script turns the baseline into the one
 # before the change.
 # Additions: a call, a status, a type, an enumerator.
 expect "only additions" libwyx_commlib.abi \

@@ -39,7 +39,7 @@ const Library kCommlib = {"libwyx_commlib",
 const Library kAdapter = {
     "libwyx_os_adapter", WYX_OS_ADAPTER_FILE, WYX_OS_ADAPTER_EXPORTS, WYX_OS_ADAPTER_HEADERS, {}};
 
-// What compiler options add to every library. The libraries are linked without start files.
+// What compiler options make a library import. The libraries are linked without start files.
 const Names kToolchainImports = {"__stack_chk_fail", "__stack_chk_guard"};
 
 std::string ReadFile(const std::filesystem::path &path)

@@ -24,7 +24,7 @@ model::Heap HeapOf(const Trial &trial)
                                                : model::Heap();
 }
 
-/// A document and its model, through a disturbed call and an undisturbed one.
+/// Compares a document with its model, after a disturbed call and after an undisturbed one.
 template <typename Call, typename Model>
 void Compare(Trial &trial, const Lines &lines, QAL_UINT32 ulCapacity, Call call, Model model)
 {
@@ -323,7 +323,7 @@ void CheckNames(const Trial &trial, QAL_UINT32 ulStatus, QAL_UINT32 ulCount, QAL
     }
 }
 
-/// A list of names, from a disturbed call and an undisturbed one.
+/// Compares a list of names with the model's, from a disturbed call and from an undisturbed one.
 template <typename Call, typename Model>
 void CompareNames(Trial &trial, Call call, Model model)
 {

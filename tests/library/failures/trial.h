@@ -20,7 +20,7 @@ namespace wyx::test {
 /// The n-th call of a service within a scenario fails.
 struct Fault {
     Service service = Service::kAllocate;
-    QAL_UINT32 n = 0; ///< 0: none fails
+    QAL_UINT32 n = 0; ///< 0: no call fails
     Failure failure = Failure::kOnce;
     QAL_UINT32 ulWritten = 0; ///< how many items a failing write still writes
 };

@@ -48,8 +48,8 @@ char *Arg(const char *psz)
     return const_cast<char *>(psz);
 }
 
-// Loading grows the array of slots by 50, copying it each time: 10^10 pointers in all for a million
-// lines. An edit of the first section walks all lines.
+// Loading grows the array by 50 slots at a time and copies it each time: 10^10 pointers in all for
+// a million lines. An edit of the first section walks all lines.
 TEST(Limits, MillionLines)
 {
     const TempFolder folder;

@@ -152,7 +152,7 @@ const char *ChangesLog()
     return pszLog;
 }
 
-/// Records a change in its log, if it happened.
+/// Records a change in the log of changes, if it happened.
 template <typename Result>
 Result Note(Result result, const char *pszChange, const std::string &file,
             const std::string &detail = {})
@@ -196,7 +196,7 @@ mode_t ModeOf(int iFlags, va_list arguments)
 
 } // namespace
 
-// A call of the C library with the same arguments.
+// Defines a call that passes its arguments on to the C library's own function.
 #define WYX_CALL(result, name, parameters, arguments)                                 \
     result name parameters                                                            \
     {                                                                                 \

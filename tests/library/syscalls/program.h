@@ -75,7 +75,7 @@ class TargetFolder {
     std::filesystem::path Target() const { return folder_ / "conf.d" / "net.ini"; }
     std::filesystem::path Log() const { return folder_ / "log"; }
 
-    /// The target with this content, and nothing else.
+    /// Leaves a target with this content in the folder, and nothing else.
     void Reset(const std::string &content) const
     {
         std::filesystem::remove(Log());
@@ -84,7 +84,7 @@ class TargetFolder {
         std::ofstream(Target(), std::ios::binary) << content;
     }
 
-    /// The files beside the target, by their content.
+    /// The contents of the files beside the target.
     std::vector<std::string> Beside() const
     {
         std::vector<std::string> contents;

@@ -1,5 +1,6 @@
-// Several savers of one target at once, each in a process. The library requires one saver at a
-// time. With several, savers may fail and leave their new files, but no content may be lost.
+// Several savers of the same target at once, each in a process of its own. The library requires one
+// saver at a time. With several, savers may fail and leave their new files behind, but no content
+// may be lost.
 #include <gtest/gtest.h>
 #include <signal.h>
 

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 /// What is done to one system call.
 struct Fault {
-    std::string what; ///< as the preloaded library takes it
+    std::string what; ///< the value of WYX_FAULT_DO
     bool kills;
 };
 
@@ -142,8 +142,8 @@ const std::set<std::string> kNoFiles = {
     "mprotect", "futex",         "getpid", "getrandom", "rt_sigprocmask", "exit_group",
     "geteuid",  "rt_sigaction",  "umask",  "getuid",    "getgid"};
 
-/// The calls that a program makes after its first one for files that can be made to fail, as seen
-/// by strace; nothing if strace does not work.
+/// The calls for files that strace sees a program make, from the first one on that can be made to
+/// fail; empty if strace does not work.
 std::vector<std::string> CallsSeenByStrace(const Words &command, const TargetFolder &folder)
 {
     const fs::path trace = folder.Target().parent_path() / "trace";
