@@ -10,9 +10,10 @@
  * alone is larger. While a block is held back, its memory is not reused, and a second release of it
  * is recognised: the message names the line that allocated it and both lines that released it. (If
  * there was no memory to record the line of the first release, the message names the allocating
- * line in its place.) Later, the message names the line of the second release and, if a newer block
- * contains the address, that block's lines. If a live block starts at the address by then, there is
- * no message: the second release takes that block from its owner.
+ * line in its place.) Once a block is no longer held back, the message names the line of the second
+ * release and, if a newer block contains the address, at least the line that allocated that block.
+ * If a live block starts at the address by then, there is no message: the second release takes that
+ * block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, and a release fills it with 0x5A. Nothing checks these
  * patterns, so a write to a released block is not noticed; neither is a write past a block's end.
@@ -26,7 +27,7 @@
 
 WYX_C_BEGIN
 
-/** The use of memory by one call site, or by all. Sizes count the bytes requested. */
+/** The memory use of one call site, or of all together. Sizes count the bytes requested. */
 typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
@@ -52,15 +53,15 @@ typedef struct wyxMem_S_Block {
 } wyxMem_S_Block;
 
 /**
- * @brief The use of all call sites together.
+ * @brief The memory use of all call sites together.
  *
- * @param[out] pstruUse  the use
+ * @param[out] pstruUse  the memory use
  */
 WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
 
 /**
- * @brief The use of each call site that ever got a block, in the order of their first calls, to
- * allocate or to release.
+ * @brief The memory use of each call site that ever got a block, in the order of their first calls,
+ * to allocate or to release.
  *
  * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
  * @param[in]  ulMax       how many fit there; the rest are left out
@@ -78,7 +79,7 @@ WYX_API QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax);
 WYX_API QAL_ULONG wyx_mem_blocks(wyxMem_S_Block *pstruBlocks, QAL_ULONG ulMax);
 
 /**
- * @brief Prints the use of all call sites together, and then of each, as text.
+ * @brief Prints as text the memory use of all call sites together, and then that of each.
  *
  * @param[in] lFd  the descriptor to print to, such as 2 for the standard error output
  */

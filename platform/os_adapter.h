@@ -31,7 +31,7 @@
  * }
  * @endcode
  *
- * Every service may be called from any thread. Two threads must not use the same file at once.
+ * Every service may be called from any thread. Two threads must not use the same open file at once.
  */
 #ifndef WYX_OS_ADAPTER_H
 #define WYX_OS_ADAPTER_H
