@@ -44,7 +44,8 @@ bool Flush(int iFd);
 /// Writes everything to its device.
 void FlushEverything();
 
-/// Reserves blocks for a range of a file, which may go beyond its end, without changing its size.
+/// Reserves blocks for a range of a file, which may extend past the file's end, without changing
+/// the file's size.
 bool ReserveBlocks(int iFd, off_t lFrom, off_t lUpTo);
 
 /// Sets the size of a file, which releases the blocks reserved beyond it.

@@ -21,8 +21,8 @@ struct Writer : xelpFile {
     off_t lBlock;        // the unit of reservation
     int iFd;
     int iDirFd;      // the directory that holds the file; -1 if it cannot be read
-    int iError;      // what made the file fail; it then takes no more bytes
-    bool isReported; // that failure has been reported by a short count
+    int iError;      // the first error; after it, the file takes no more bytes
+    bool isReported; // that error has been reported by a short count
     bool isRegular;  // neither a pipe nor a device
     bool isBuffered; // bytes may wait, if blocks can be reserved for them
     bool hasSpare;   // there may be blocks after the last one that is needed

@@ -31,7 +31,7 @@ constexpr QAL_ULONG kSiteChains = 256; // speed only
 constexpr QAL_ULONG kFirstBlockChains = 1024;
 static_assert(std::has_single_bit(kFirstBlockChains));
 
-/// A line that allocates or releases. The entry itself is never freed.
+/// The entry of a line that allocates or releases; it is never freed.
 struct Site {
     Site *pstruNextInChain;
     Site *pstruNext;         // in the order of their first use
