@@ -9,7 +9,7 @@ namespace {
 struct Good {
     const char *text;
     const char *result;
-    const char *note; // a part of its only note; null for none
+    const char *note; // part of its only note; null for no note
 };
 
 constexpr Good kGood[] = {

@@ -118,7 +118,7 @@ TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
     EXPECT_EQ(Wyx(decode, {.in = "T*W F\x80u\t"}).out, "Man");
     EXPECT_EQ(Wyx({"base64", "-di"}, {.in = "T*WFu"}).code, kOk);
     EXPECT_EQ(Wyx({"base64", "--decode", "--ignore-garbage"}, {.in = "!"}).out, "");
-    EXPECT_EQ(Wyx(decode, {.in = "TWFu!T"}).code, kMalformed) << "cut off all the same";
+    EXPECT_EQ(Wyx(decode, {.in = "TWFu!T"}).code, kMalformed) << "still cut off";
     WYX_NEED_PROGRAM("base64", "coreutils");
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -135,7 +135,7 @@ TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
     EXPECT_TRUE(ours.out == theirs.out);
 }
 
-// "timeout" ends with 124 if the tool is still there.
+// "timeout" ends with 124 if the tool is still running.
 TEST_F(Base64ToolTest, EndsWithItsOutput)
 {
     const Outcome full = Shell("timeout 30 \"$WYX\" base64 /dev/zero > /dev/full");

@@ -1,4 +1,4 @@
-// What the tool answers a shell that asks for the completions of a word.
+// What the tool answers when a shell asks for the completions of a word.
 #include "tool_runner.h"
 
 namespace wyx::test {

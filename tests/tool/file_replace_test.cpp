@@ -1,5 +1,5 @@
-// system/file_replace.h. The system calls that matter are watched, and made to fail or to find that
-// somebody else was faster.
+// Tests system/file_replace.h. The system calls that matter are watched and made to fail, or
+// somebody else changes the file just before them.
 #include "system/file_replace.h"
 
 #include <fcntl.h>
@@ -24,12 +24,12 @@
 
 namespace {
 
-std::vector<std::string> calls;     // "fsync FILE", "rename FROM TO", ... in their order
+std::vector<std::string> calls;     // "flush file", "rename", ... in their order
 std::function<void()> atFlush;      // what somebody else does before a file is flushed
-std::function<void()> atInstall;    // and before it takes its name, or its length
+std::function<void()> atInstall;    // and before a file gets its name or its length
 std::set<int> *openFlags = nullptr; // unless null, collects the flags that files are opened with
 mode_t newMode = 0;                 // the mode that the last file was created with
-bool hasUnnamedFiles = true;        // does the file system know O_TMPFILE?
+bool hasUnnamedFiles = true;        // does the file system support O_TMPFILE?
 bool hasExclusiveRename = true;     // and RENAME_NOREPLACE?
 bool isOtherDevice = false;         // is the file of a name now on another device?
 
@@ -37,8 +37,8 @@ bool isOtherDevice = false;         // is the file of a name now on another devi
 struct Fault {
     std::string call;
     int error = 0;
-    int at = 1;             // which of these calls, from 1
-    bool isForGood = false; // and all after it
+    int at = 1;             // which of these calls fails, from 1
+    bool isForGood = false; // do all calls after it fail, too?
 };
 Fault fault;
 
@@ -53,7 +53,7 @@ bool Strikes(const std::string &call)
     return fault.at == 0 || (fault.at < 0 && fault.isForGood);
 }
 
-/// Makes a system call, or lets it fail.
+/// Makes a system call, or makes it fail.
 template <typename... Arguments>
 long Call(const char *name, long number, Arguments... arguments)
 {
@@ -69,7 +69,7 @@ void Meddle(const std::function<void()> &meddle)
 
 } // namespace
 
-// In the place of the C library's.
+// These replace the C library's functions.
 extern "C" {
 
 int fsync(int fd)
@@ -181,7 +181,8 @@ ssize_t getrandom(void *bytes, size_t size, unsigned flags)
     return Call("getrandom", SYS_getrandom, bytes, size, flags);
 }
 
-// Every file seems to have an access list, and none can be given one.
+// While fsetxattr is to fail, every file seems to have an access list, and no file can be given
+// one.
 ssize_t flistxattr(int, char *names, size_t size) noexcept
 {
     constexpr char kNames[] = "user.note\0system.posix_acl_access";
@@ -275,8 +276,8 @@ TEST_F(FileReplaceTest, FlushesTheFileBeforeAndTheDirectoryAfter)
     EXPECT_EQ(Read(name), kOld);
 }
 
-// Nothing is inherited by another program, and a new name or a leftover that turns out to be a link
-// or a device is not followed, waited for or written to.
+// No other program inherits the descriptors. If a new name or a leftover turns out to be a link or
+// a device, the link is not followed and the device is neither waited for nor written to.
 TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
 {
     Write(".f.ini.wyx-abcdef~", "left by a killed one");
@@ -293,10 +294,10 @@ TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
     const std::set<int> expected = {
         O_RDONLY | O_CLOEXEC | O_NOCTTY,                           // the target
         O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK, // a leftover
-        O_RDONLY | O_CLOEXEC | O_DIRECTORY,                        // to flush it
+        O_RDONLY | O_CLOEXEC | O_DIRECTORY,                        // the directory, to flush it
         O_RDWR | O_CLOEXEC | O_TMPFILE,                            // the new file
-        O_RDWR | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,        // with a name
-        O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY,                // in place
+        O_RDWR | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,        // the new file, with a name
+        O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY,                // the target, to write in place
         O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW,      // a copy
     };
     EXPECT_EQ(seen, expected);
@@ -397,7 +398,7 @@ TEST_F(FileReplaceTest, ChangesOfOthersAreNotLost)
     }
     atFlush = nullptr;
     Write("f.ini", kOld);
-    // Something is mounted over it, with a file of the same inode number.
+    // Another file is mounted over the target and has the same inode number.
     isOtherDevice = true;
     EXPECT_TRUE(Mentions(Message([&] { Replace(Open(), kNew); }), {"changed by somebody"}));
     isOtherDevice = false;
@@ -420,7 +421,7 @@ TEST_F(FileReplaceTest, ANewFileReplacesNone)
             Replace(Open(), kNew);
             EXPECT_EQ(Read(name), kNew);
             EXPECT_EQ(Names(), alone);
-            // Somebody makes it meanwhile, or at the last moment.
+            // Somebody makes a file of that name meanwhile, or at the last moment.
             for (std::function<void()> *const moment : {&atFlush, &atInstall}) {
                 unlink(name.c_str());
                 atFlush = nullptr;

@@ -14,7 +14,7 @@ using nlohmann::json;
 
 class IniCheckToolTest : public ToolTest {
   protected:
-    /// The findings of a file as "LINE CODE", one a line.
+    /// The findings in a file as "LINE CODE", one per line.
     std::string Findings(const std::string &content, int code)
     {
         const std::string name = Write("f.ini", content);
@@ -175,7 +175,7 @@ std::pair<QAL_UINT32, QAL_UINT32> LibraryCheck(const std::string &name)
     return {ulStatus, ulStatus == XELP_ERR_INI_OK ? 0 : ulLine};
 }
 
-// Both lines are joined to the one above, and nothing of them is left.
+// Both lines are joined to the line above, and add nothing to it.
 TEST_F(IniCheckToolTest, TwoBackslashLinesAtTheEndAreReadAsTheLibraryReadsThem)
 {
     for (const char *const end : {"\n", ""}) {
@@ -212,7 +212,7 @@ TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
         const auto [status, slot] = LibraryCheck(name);
         const json findings =
             json::parse(Wyx({"ini", "check", "-e", "--json", name}).out).at(0).at("findings");
-        // The library's check refuses a document without lines, which as a file is ordinary.
+        // The library's check refuses a document without lines, but the tool accepts an empty file.
         ASSERT_EQ(findings.empty(), status == XELP_ERR_INI_OK || status == XELP_ERR_INI_FILE_EMPTY);
         if (!findings.empty()) {
             EXPECT_EQ(findings[0]["code"], status);
@@ -224,7 +224,7 @@ TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
 
 TEST_F(IniCheckToolTest, NumbersAreThoseOfTheLinesInTheFile)
 {
-    // Every stored line is marked with the number of the line of the file it begins on.
+    // The text of every stored line holds the number of the file's line that it begins on.
     Random random;
     SCOPED_TRACE(random.Trace());
     for (const char *const end : {"\n", "\r\n", "\r"}) {

@@ -18,7 +18,7 @@ using nlohmann::json;
 
 class IniEditToolTest : public ToolTest {
   protected:
-    /// Sets in a file of this content; the content afterwards, or what went wrong.
+    /// Sets keys in a file with this content, and returns the content afterwards.
     std::string Set(const std::string &content, const std::vector<std::string> &arguments)
     {
         const std::string name = Write("f.ini", content);
@@ -31,7 +31,7 @@ class IniEditToolTest : public ToolTest {
         return Read(name);
     }
 
-    /// Expects that a change is refused with a message, and nothing done.
+    /// Expects that a change is refused with a message, and that nothing is changed.
     void Refused(const std::string &content, const std::vector<std::string> &arguments, int code,
                  const std::vector<std::string> &messages)
     {
@@ -151,7 +151,8 @@ TEST_F(IniEditToolTest, Set)
          "[b]\n[a] # x\nk=1\n",
          {"b", "k=3"},
          "[b]\nk=3\n[a] # x\nk=1\n"},
-        // A value that goes on: in lines joined by backslashes, or indented as others read it.
+        // A value that continues: in lines joined by backslashes, or in indented lines, which other
+        // programs read as part of it.
         {"Continued", "[a]\nk = x \\\n  y \\\n  z ;c\nl=1\n", {"a", "k=2"}, "[a]\nk = 2 ;c\nl=1\n"},
         {"ContinuedFromTheStart", "[a]\nk = \\\n  y\nl=1\n", {"a", "k=2"}, "[a]\nk = 2\nl=1\n"},
         {"ContinuedAtTheEnd", "[a]\nk=x\\", {"a", "k=2"}, "[a]\nk=2"},
@@ -173,8 +174,8 @@ TEST_F(IniEditToolTest, Set)
          "[a]\nk = x\n  y\n  z=1\n\n[b]\n",
          {"a", "l=2"},
          "[a]\nk = x\n  y\n  z=1\nl = 2\n\n[b]\n"},
-        // After a line end that a backslash escapes, an empty line ends with the same lone LF or
-        // CR; the CR or LF after it begins the next line.
+        // After a line end that a backslash escapes, an empty line ends at the same lone LF or CR;
+        // the CR or LF after that belongs to the next line.
         {"EmptyJoinedLine", "[a]\nx=1\\\n\n\rk=1\n", {"a", "k=2"}, "[a]\nx=1\\\n\n\rk=2\n"},
         {"EmptyJoinedLineCr", "[a]\rx=1\\\r\r\nk=1\r", {"a", "k=2"}, "[a]\rx=1\\\r\r\nk=2\r"},
         {"NewKeyAfterAnEmptyJoinedLine",
@@ -271,8 +272,8 @@ TEST_F(IniEditToolTest, SetRefusesWhatWouldBreakTheFile)
     }
 }
 
-// Where a line is one thing to the library and another to other programs, nobody can know whom the
-// file is for.
+// If the library and other programs read a line differently, nobody can know for which program the
+// file was written.
 TEST_F(IniEditToolTest, RefusesWhatWouldBeDamageForOtherPrograms)
 {
     const std::string nested = "[a]\nk = 1\n  l = 2\n";
@@ -326,7 +327,7 @@ TEST_F(IniEditToolTest, RefusesWhatWouldBeDamageForOtherPrograms)
          "\\",
          {"set", "a", "k=2"},
          {"key 'k' of section 'a' would not read back the same"}},
-        // What the deleted line kept apart.
+        // Lines that only the deleted line kept apart.
         {"LinesThatMeet",
          "[a]\nl=1\nk=1\r\n\\x=1\n",
          {"del", "a", "k"},
@@ -530,7 +531,7 @@ TEST_F(IniEditToolTest, WhatCannotBeChanged)
 TEST_F(IniEditToolTest, DirectoryThatCannotBeListed)
 {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can open every directory to look at what came of it";
+        GTEST_SKIP() << "only root can open every directory to look at the result";
     }
     WYX_NEED_NOBODY();
     ASSERT_EQ(chmod(Directory().c_str(), 0333), 0);
@@ -571,7 +572,7 @@ TEST_F(IniEditToolTest, FullDiskLosesNothing)
         content += "key" + std::to_string(i) + "=value\n";
     }
     const std::string name = Write("f.ini", content);
-    // Too small for the working copy, and for the file that the save makes beside it.
+    // Too small for the copy in memory, or for the new file.
     for (const rlim_t limit : {rlim_t{100}, rlim_t{content.size()}, rlim_t{content.size() + 5}}) {
         SCOPED_TRACE(limit);
         const Outcome outcome =
@@ -585,7 +586,7 @@ TEST_F(IniEditToolTest, FullDiskLosesNothing)
 
 TEST_F(IniEditToolTest, FullAndReadOnlyFileSystems)
 {
-    // A file system of its own, in a name space that ends with the shell.
+    // A file system of its own, in a mount namespace that ends with the shell.
     const std::string script =
         "exec unshare -m sh -c '"
         "mount -t tmpfs -o size=64k tmpfs . 2>/dev/null && cd \"$PWD\" || exit 77\n"

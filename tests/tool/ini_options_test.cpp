@@ -48,12 +48,12 @@ TEST_F(IniOptionsTest, Default)
         return Wyx(words, here);
     };
     EXPECT_EQ(get({"f.ini", "net", "port"}).out, "5060\n");
-    EXPECT_EQ(get({"f.ini", "net", "empty"}).out, "\n") << "it is there, without a value";
+    EXPECT_EQ(get({"f.ini", "net", "empty"}).out, "\n") << "the key is there, without a value";
     EXPECT_EQ(get({"f.ini", "net", "none"}).out, "a  b\n");
     EXPECT_EQ(get({"f.ini", "none", "port"}).out, "a  b\n");
     EXPECT_EQ(get({"f.ini", "none", "port"}).code, kOk);
     EXPECT_EQ(json::parse(get({"f.ini", "net", "none", "--json"}).out)["value"], "a  b");
-    EXPECT_EQ(get({"none.ini", "net", "port"}).code, kIo) << "a file that cannot be read has none";
+    EXPECT_EQ(get({"none.ini", "net", "port"}).code, kIo) << "no default for an unreadable file";
     EXPECT_EQ(Wyx({"ini", "get", "--default=", "f.ini", "net", "none"}, here).out, "\n");
 }
 
@@ -142,7 +142,7 @@ TEST_F(IniOptionsTest, Existing)
             Wyx({"ini", "set", "--existing", file, "net.port=1", setting, "net.user=2"});
         EXPECT_EQ(outcome.code, kNo);
         EXPECT_TRUE(Mentions(outcome.err, {"no "}));
-        EXPECT_EQ(Read(file), kSample) << "nothing is changed then";
+        EXPECT_EQ(Read(file), kSample) << "must not change if a key is missing";
     }
 }
 
@@ -161,8 +161,8 @@ TEST_F(IniOptionsTest, StandardInputIsFiltered)
         Wyx({"ini", "set", "-", "net", "port=1"}, {.in = kSample, .out = Channel::kFull}).code,
         kIo);
     EXPECT_EQ(Wyx({"ini", "set", "--strict", "-", "a", "k=1"}, {.in = "x\n"}).code, kMalformed);
-    EXPECT_EQ(Names(), names) << "no file '-'";
-    // A file that has this name is reached all the same.
+    EXPECT_EQ(Names(), names) << "no file '-' may be made";
+    // A file of this name can still be named.
     Write("-", kSample);
     EXPECT_EQ(Wyx({"ini", "set", "./-", "net", "port=1"}, here).code, kOk);
     EXPECT_EQ(Read(Path("-")), With(kSample, "5060", "1"));
@@ -249,8 +249,8 @@ TEST_F(IniOptionsTest, DiffsAreThoseOfTheCommonPrograms)
         "set -- @ s0.k0=x",
         "set -- @ s4.k5=x",
         "set -- @ s0.k0=x s0.k5=x", // contexts that overlap
-        "set -- @ s0.k0=x s1.k1=x", // that do not meet
-        "set -- @ s0.k0=x s1.k0=x", // that just meet
+        "set -- @ s0.k0=x s1.k1=x", // contexts that do not touch
+        "set -- @ s0.k0=x s1.k0=x", // contexts that just touch
         "set -- @ s0.new=1 s4.new=2",
         "set -- @ new.k=1",
         "set -- @ s1.k1=a s1.k2=b s1.k3=c s3.k1=d",

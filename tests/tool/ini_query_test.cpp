@@ -248,7 +248,7 @@ TEST_F(IniQueryTest, JsonOfEveryByte)
     for (int i = 1; i < 256; ++i) {
         text += i == '\n' || i == '\r' || i == '\\' ? "" : std::string(1, static_cast<char>(i));
     }
-    // Lengths, smallest and largest characters, surrogates, and what is cut off.
+    // Characters of each length, the smallest and the largest; surrogates; truncated characters.
     for (const char *const bytes :
          {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80",
           "\xF4\x8F\xBF\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
@@ -328,7 +328,7 @@ TEST_F(IniQueryTest, ListGoesOnBehindALineThatIsTooLong)
               json({{"line", 2}, {"lines", 3}, {"kind", "error"}, {"code", 140}}));
 }
 
-// Each verb that only reads a file says what is wrong with one that it cannot read.
+// Each verb that only reads a file says what is wrong with a file that it cannot read.
 struct BadFile {
     const char *name;
     std::string content;
@@ -417,7 +417,7 @@ TEST_F(IniQueryTest, WhatIsNoFile)
     const Outcome closed = Wyx({"ini", "list", "-"}, {.isInClosed = true});
     EXPECT_EQ(closed.code, kIo);
     EXPECT_TRUE(Mentions(closed.err, {"standard input"}));
-    // Standard input is where it belongs, whatever the last word is.
+    // The '-' for standard input comes first, so the hint for a misplaced file is not given.
     const Outcome input = Wyx({"ini", "get", "-", "net", file}, {.isInClosed = true});
     EXPECT_EQ(input.code, kIo);
     EXPECT_EQ(input.err.find("comes first"), std::string::npos) << input.err;
@@ -428,7 +428,7 @@ TEST_F(IniQueryTest, WithoutProcTheMessageNamesIt)
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
     GTEST_SKIP() << "the sanitizer itself needs /proc";
 #endif
-    // Something else covers it in a name space that ends with the shell.
+    // An empty file system covers /proc, in a mount namespace that ends with the shell.
     const Outcome outcome = Shell(
         "exec unshare -rm sh -c '"
         "mount -t tmpfs none /proc 2>/dev/null || exit 77\n"

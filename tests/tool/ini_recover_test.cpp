@@ -152,7 +152,8 @@ TEST_F(IniRecoverTest, WithoutRightsNothingIsRestored)
     EXPECT_EQ(Read(target), "[a]\nk=1\n");
 }
 
-// Out of three the newest is empty and the next one cut off: neither is restored unasked.
+// Of three leftovers, the newest is empty and the next one is cut off: neither is restored without
+// --force.
 TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
 {
     Write(kOld, "[a]\nk=1\n");
@@ -192,7 +193,7 @@ TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
     EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "1", "--force"}).code, kOk);
     struct stat status = {};
     ASSERT_EQ(stat(Path("other").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0600U); // the other name is another file now
+    EXPECT_EQ(status.st_mode & 07777U, 0600U); // the other name is a different file now
     EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", "net.ini.old", "other"}));
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give a file away";
@@ -201,11 +202,11 @@ TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
     ASSERT_EQ(chown(Path(kNew).c_str(), 1234, 1234), 0);
     EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"somebody else's"}));
     EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kNo);
-    ASSERT_EQ(chown(target.c_str(), 1234, 1234), 0); // who may change the file anyway
+    ASSERT_EQ(chown(target.c_str(), 1234, 1234), 0); // its owner could change the file anyway
     EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kOk);
 }
 
-// A save leaves no symbolic link, and one that somebody planted is not in the way of a leftover.
+// A save never leaves a symbolic link. A link that somebody planted does not hide a real leftover.
 TEST_F(IniRecoverTest, SymbolicLinksAreNoLeftovers)
 {
     Write("secret", "[a]\nk=secret\n");
@@ -219,7 +220,7 @@ TEST_F(IniRecoverTest, SymbolicLinksAreNoLeftovers)
 TEST_F(IniRecoverTest, NamesAreCutAsASaveCutsThem)
 {
     ASSERT_EQ(mkdir(Path("my.dir").c_str(), 0777), 0);
-    Write("my1700000000123.ibk", "[a]\n"); // of a file without a dot, beside its directory
+    Write("my1700000000123.ibk", "[a]\n"); // left beside my.dir by a save of a file without a dot
     Write("a.b1700000000123.ibk", "[a]\n");
     Write("plain1700000000123.ibk", "[a]\n");
     const Surroundings here = {.directory = Directory()};

@@ -1,7 +1,7 @@
 #!/bin/sh
 # kill_test.sh WYX [N]: kills 'wyx ini set' N times (200) at random moments. Each time the file must
-# hold the old content or the new one, whole, and nothing may be left that another program loads.
-# The next change must remove what is left.
+# hold the whole old content or the whole new one, and no file may be left that another program would
+# load. The next change must remove what is left.
 set -eu
 wyx=$1 count=${2:-200}
 folder=$(mktemp -d)
@@ -21,7 +21,7 @@ mv old.ini old.expected
 cp old.expected f.ini
 begin=$(date +%s%N)
 "$wyx" ini set f.ini a k=new
-most=$((($(date +%s%N) - begin) * 5 / 4 / 1000000)) # in milliseconds: a quarter longer than a run
+most=$((($(date +%s%N) - begin) * 5 / 4 / 1000000)) # in milliseconds: 5/4 of the time of a run
 killed=0 changed=0 left=0
 i=0
 while [ $i -lt "$count" ]; do

@@ -1,5 +1,5 @@
-// The verbs, run with each call of the library for memory, or to open a file or move in it, failing
-// in turn.
+// The verbs, run with each of the library's calls that allocate memory, open a file or seek in it
+// failing in turn.
 #include <new>
 
 #include "platform_double.h"
@@ -47,7 +47,8 @@ class ToolMemoryTest : public test::ToolTest {
         return {code, testing::internal::GetCapturedStdout(), Read(Path("f.ini"))};
     }
 
-    /// Runs a verb with each call of a service failing in turn, until none is left to fail.
+    /// Runs a verb again and again, each time with the next call of a service failing, until no
+    /// call fails.
     void FailEach(Service service, const std::vector<std::string> &command, const Ended &usual)
     {
         for (QAL_UINT32 at = 1;; ++at) {
@@ -64,8 +65,8 @@ class ToolMemoryTest : public test::ToolTest {
                 EXPECT_EQ(ended.file, usual.file);
                 break;
             }
-            // In the trial of which characters the decoder accepts, a failure looks like a refused
-            // character, whether the text has that character or not.
+            // When the tool asks the decoder which characters it accepts, a failure looks like a
+            // refused character, whether the text has that character or not.
             const bool isTrial = command[0] == "base64" &&
                                  (ended.code == ExitCode::kMalformed || ended.out == usual.out);
             EXPECT_TRUE(ended.code == ExitCode::kIo || isTrial) << static_cast<int>(ended.code);

@@ -1,4 +1,4 @@
-// The tool as a new user tries it: what it says about common mistakes, and its help.
+// The tool as a new user meets it: what it says about common mistakes, and its help.
 #include <nlohmann/json.hpp>
 
 #include "tool_runner.h"
@@ -199,7 +199,7 @@ TEST_F(MistakesTest, FailureAsJson)
         EXPECT_TRUE(Mentions(outcome.err, {json["error"]}));
     }
     const Outcome file = Wyx({"ini", "get", "--", "--json", "net", "port"}, here);
-    EXPECT_EQ(file.out, "") << "a file's name, no option";
+    EXPECT_EQ(file.out, "") << "after '--', it is a file's name, not an option";
     // A verb with several files has an item for each.
     const nlohmann::json sums =
         nlohmann::json::parse(Wyx({"sum", "--crc16", "--json", "none", "net.ini"}, here).out);

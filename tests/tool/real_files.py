@@ -3,13 +3,12 @@
 
   real_files.py [--most N] WYX FILE_OR_FOLDER...
 
-For every file that Python's configparser reads with sections: a new key, a changed key, a deleted
-key and a new section. Each time no other byte may change (one run of bytes is replaced, inserted or
-removed, and it is that of the line), every other value must be the same to configparser, and to git
-where it reads the file as configuration; and values that 'wyx ini get' and configparser both have
-must agree. A change that is refused is counted with its reason, and the file must be as it was.
-Exits with 1 if anything differs, or if more than one file in a hundred is refused; with 77 if there
-is no such file.
+In every file that Python's configparser reads with sections, adds a key, changes a key, deletes a key
+and adds a section. Each edit may change only the bytes of its line: one run of bytes is replaced,
+inserted or removed. Every other value must stay the same for configparser, and for git if it reads the
+file as configuration. Values that 'wyx ini get' and configparser both find must agree. A refused edit
+is counted with its reason, and must leave the file as it was. Exits with 1 if anything differs, or if
+edits are refused in more than one file in a hundred; with 77 if configparser reads no file.
 """
 import collections
 import configparser
@@ -62,7 +61,7 @@ def git(path):
 
 
 def changed_lines(before, after):
-    """The lines of the bytes that differ, in both."""
+    """The bytes that differ: those before and those after."""
     front = 0
     while front < min(len(before), len(after)) and before[front] == after[front]:
         front += 1
@@ -74,7 +73,7 @@ def changed_lines(before, after):
 
 
 def has_comment(value, read):
-    """Is a value what wyx reads with a comment after it, which configparser takes for text?"""
+    """Is a value what wyx reads, followed by a comment that configparser takes for text?"""
     return value.startswith(read) and value[len(read):].lstrip(' \t').startswith(';')
 
 
@@ -117,7 +116,7 @@ class Trial:
         return True
 
     def compare_values(self, path, values):
-        """What 'get' has for keys of one line must be what configparser has."""
+        """For keys whose value is on one line, 'get' must return what configparser has."""
         for section in list(values)[-2:]:
             for key, value in list(values[section].items())[:3]:
                 if value is None or '\n' in value:

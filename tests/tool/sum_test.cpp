@@ -49,7 +49,8 @@ TEST_F(SumTest, FilesInPieces)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
-    // Sizes around that of the tool's pieces; and a pipe, which returns pieces of any size.
+    // Sizes around that of the pieces in which the tool reads; and a pipe, which returns pieces of
+    // any size.
     for (const std::size_t size : {262143U, 262144U, 262145U, 1000003U, 5000001U}) {
         const std::vector<QAL_UINT8> bytes = random.Bytes(size);
         const std::string text(bytes.begin(), bytes.end());
@@ -158,7 +159,8 @@ TEST_F(SumTest, ListsOfTheCommonProgramBothWays)
     }
 }
 
-/// What md5sum and the tool make of the same words. Their messages name different programs.
+/// The outcomes of md5sum and of the tool for the same words. Their messages differ in the
+/// program's name.
 struct Both {
     Outcome theirs;
     Outcome ours;
@@ -187,7 +189,7 @@ TEST_F(SumTest, OptionsAreThoseOfTheCommonProgram)
         EXPECT_EQ(both.ours.code, 0) << both.ours.err;
         EXPECT_EQ(both.ours.out, both.theirs.out);
     }
-    // Verdicts, byte for byte, and whether there was any complaint.
+    // Verdicts, byte for byte, and whether anything was written to standard error.
     const std::string good = Shell("md5sum plain", here).out;
     const std::string bad = "00000000000000000000000000000000  plain\n";
     const std::string missing = "00000000000000000000000000000000  missing\n";
@@ -218,7 +220,7 @@ TEST_F(SumTest, OptionsAreThoseOfTheCommonProgram)
             EXPECT_EQ(both.ours.out, both.theirs.out);
             EXPECT_EQ(both.ours.code == 0, both.theirs.code == 0) << both.ours.err;
             EXPECT_EQ(both.ours.err.empty(), both.theirs.err.empty()) << both.ours.err;
-            // The warnings that sum up a list have the same words.
+            // The warnings at the end of a list use the same words.
             for (const char *const word : {"formatted", "read", "match", "verified"}) {
                 EXPECT_EQ(both.ours.err.find(word) == std::string::npos,
                           both.theirs.err.find(word) == std::string::npos)

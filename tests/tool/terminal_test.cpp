@@ -125,7 +125,8 @@ TEST_F(TerminalTest, OutOfMemory)
 
 TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
 {
-    // A file that is opened while a standard stream is closed would get its number, and its output.
+    // A file that is opened while a standard stream is closed would get the stream's number, and
+    // the output meant for it.
     const std::string name = Write("set.ini", "[a]\n");
     for (int i = 1; i <= 3; ++i) {
         const std::string setting = "k=" + std::to_string(i);
@@ -140,7 +141,7 @@ TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
     EXPECT_EQ(Wyx({"ini", "set", name, "a", "=1"}, {.err = Channel::kClosed}).code, kUsage);
 }
 
-// A signal leaves no copy of a file in any folder.
+// If a signal ends the check, it leaves no copy of the file in any folder, because it makes none.
 TEST_F(TerminalTest, CheckNeedsNoTemporaryFolder)
 {
     const std::string name = Write("f.ini", "[a]\nk=" + std::string(100, 'x') + "\n");
@@ -157,14 +158,14 @@ TEST_F(TerminalTest, ProgressOfSlowInput)
     const Outcome shown = Shell(slow, {.err = Channel::kTerminal});
     EXPECT_EQ(shown.out, "2dfd2d88  -\n");
     EXPECT_TRUE(Mentions(shown.err, {"standard input: 9 B"}));
-    EXPECT_TRUE(shown.err.ends_with("\r\x1B[K")) << "the line is not wiped";
+    EXPECT_TRUE(shown.err.ends_with("\r\x1B[K")) << "the line is still there";
     const Outcome large =
         Shell("(head -c 3000 /dev/zero; sleep 0.7; echo) | \"$WYX\" sum --crc32 -",
               {.err = Channel::kTerminal});
     EXPECT_TRUE(Mentions(large.err, {"standard input: 2.9 KiB"}));
     const std::string huge = Write("huge", "");
     ASSERT_EQ(truncate(huge.c_str(), off_t{1} << 40), 0);
-    // It ends when the file has become empty.
+    // The tool ends when the file has become empty.
     const Outcome part = Shell("\"$WYX\" sum --md5 huge & sleep 2; : > huge; wait",
                                {.err = Channel::kTerminal, .directory = Directory()});
     EXPECT_TRUE(Mentions(part.err, {"'huge': ", " of 1.0 TiB (0%)"}));

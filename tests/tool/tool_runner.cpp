@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 
 constexpr int kCannotRun = 127;
 
-/// Both ends of what the tool reads from or writes to.
+/// Both ends of a pipe or terminal that the tool reads from or writes to.
 struct Ends {
     int mine = -1;
     int tools = -1;
@@ -93,8 +93,8 @@ std::string ToolPath()
     return pszOther != nullptr ? pszOther : WYX_TOOL_PATH;
 }
 
-/// The tool and its libraries once more, for a user who may not enter the folder of the build.
-/// Lives as long as the test program.
+/// A second copy of the tool and its libraries, for a user who may not enter the build folder. It
+/// lasts as long as the test program.
 class ToolForAll {
   public:
     ToolForAll()
@@ -146,14 +146,14 @@ void Attach(int fd, int standard)
     if (setup.fileSizeLimit) {
         const rlimit limit = {*setup.fileSizeLimit, *setup.fileSizeLimit};
         isReady = isReady && setrlimit(RLIMIT_FSIZE, &limit) == 0;
-        // The limit would also cut off the counts of a coverage build, so they get no place.
+        // The limit would also cut off the counts of a coverage build, so they are not written.
         setenv("GCOV_PREFIX", "/dev/null", 1);
         setenv("GCOV_ERROR_FILE", "/dev/null", 1);
     }
     if (setup.isNobody) {
         isReady = isReady && BecomeNobody();
     }
-    // An exit code that no verb uses, so that a report of a sanitizer is never taken for a result.
+    // An exit code that no verb uses, so that a sanitizer's report is never taken for a result.
     setenv("ASAN_OPTIONS", "exitcode=99", 1);
     setenv("LSAN_OPTIONS", "exitcode=99", 1);
     setenv("UBSAN_OPTIONS", "exitcode=99:print_stacktrace=1", 1);
@@ -173,7 +173,8 @@ void Attach(int fd, int standard)
     _exit(kCannotRun);
 }
 
-/// Moves input and output until the tool has closed its ends. Its terminal stays until then.
+/// Passes on input and output until the tool has closed its ends. A terminal for its input stays
+/// open until then.
 void Converse(int in, bool isInTerminal, std::string_view input, int out, std::string &output,
               int err, std::string &errors)
 {
@@ -183,7 +184,7 @@ void Converse(int in, bool isInTerminal, std::string_view input, int out, std::s
         if (now > 0) {
             text.append(piece.data(), static_cast<std::size_t>(now));
         } else if (now == 0 || errno != EINTR) {
-            close(fd); // a terminal reports its end as an error
+            close(fd); // a terminal reports the end of its output as an error
             fd = -1;
         }
     };
@@ -202,7 +203,7 @@ void Converse(int in, bool isInTerminal, std::string_view input, int out, std::s
             if (now > 0) {
                 input.remove_prefix(static_cast<std::size_t>(now));
             } else if (errno != EAGAIN && errno != EINTR) {
-                input = {}; // the tool reads no more
+                input = {}; // the tool has stopped reading
             }
         }
         if (out != -1 && fds[1].revents != 0) {

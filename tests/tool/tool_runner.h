@@ -23,11 +23,11 @@ constexpr int kNo = 1;
 constexpr int kUsage = 2;
 constexpr int kIo = 3;
 constexpr int kMalformed = 4;
-/// Ended by SIGPIPE, as a filter whose reader has gone.
+/// The tool was ended by SIGPIPE, like any filter whose reader has gone.
 constexpr int kPipeSignal = 128 + 13;
 
 struct Outcome {
-    int code = -1; ///< the exit code; 128 and the signal for one that killed the tool
+    int code = -1; ///< the exit code; 128 plus the signal if a signal killed the tool
     std::string out;
     std::string err;
 };
@@ -43,14 +43,14 @@ struct Surroundings {
     Channel err = Channel::kPipe;
     std::map<std::string, std::string> environment{}; ///< in addition to that of the test
     std::optional<rlim_t> fileSizeLimit{};            ///< RLIMIT_FSIZE
-    bool isNobody = false;   ///< run as a user without rights; root needs CanBeNobody()
+    bool isNobody = false;   ///< run as an unprivileged user; root needs CanBeNobody()
     std::string directory{}; ///< the working directory; empty: that of the test
 };
 
 /// Runs "wyx" with arguments.
 Outcome Wyx(const std::vector<std::string> &arguments, const Surroundings &setup = {});
 
-/// Runs a script of the shell, with "$WYX" as the command that runs the tool.
+/// Runs a shell script in which "$WYX" is the command that runs the tool.
 Outcome Shell(const std::string &script, const Surroundings &setup = {});
 
 /// Does the machine have a program to compare results with?
@@ -73,7 +73,7 @@ class ToolTest : public ::testing::Test {
     ToolTest();
     ~ToolTest() override;
 
-    /// The path of a file of the directory.
+    /// The path of a file in the directory.
     std::string Path(const std::string &name) const { return directory_ + "/" + name; }
     const std::string &Directory() const { return directory_; }
     /// Makes a file in the directory, and returns its path.
