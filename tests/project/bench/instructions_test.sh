@@ -18,7 +18,7 @@ judge() {
     fi
 }
 
-# change ROW SCALE: the table of the page, with the first count of a row scaled.
+# change ROW SCALE: writes the table of the page, with the first count of a row scaled, to $counts.
 change() {
     awk -F'|' -v OFS='|' -v row=" $1 " -v scale="$2" '
         $2 == row { $3 = " " $3 * scale " "; ++found }

@@ -11,7 +11,7 @@ NAME = re.compile(r"\b([A-Z]\w*)\.([A-Z]\w*)\b")
 
 
 def kept_comments(text):
-    """(line number, comment from *Kept* on) for each; a comment ends with its lines."""
+    """(line number, text from *Kept* on) for each comment; it ends where the comment lines end."""
     comment = re.compile(r"//+ ?(.*)|^ *\*(?!/) ?(.*)")
     lines = text.split("\n")
     for at, line in enumerate(lines):
@@ -28,7 +28,7 @@ def kept_comments(text):
 
 
 def tests():
-    """The names of all tests in headers, and in units that a test program is made of."""
+    """The names of all tests in headers and in the units of test programs."""
     found = set()
     for list_file in (ROOT / "tests").rglob("CMakeLists.txt"):
         listed = list_file.read_text(encoding="utf-8")

@@ -1,4 +1,4 @@
-"""The site's pages say everything about the headers, and nothing that is not in them."""
+"""The site's pages show all that the headers declare, and nothing that is not in them."""
 import re
 import subprocess
 import sys

@@ -1,4 +1,4 @@
-# Runs PROGRAM in FOLDER on the file it expects and on one that cannot be changed, and checks what it
+# Runs PROGRAM in FOLDER on the file it expects and on a file that cannot be changed, and checks what it
 # prints and what it leaves.
 cmake_minimum_required(VERSION 3.25)
 

@@ -1,8 +1,8 @@
 """Types queries into the search field of the site in a real browser: search_test.py FOLDER
 
-Builds the site in FOLDER. Each query must have one of its pages among the first three results, or as the
-very first, to which Enter leads. Without what the site is made with it ends with 77, which CTest takes
-for skipped.
+Builds the site in FOLDER. Each query must have one of its pages among the first three results; some must
+have it as the very first, to which Enter leads. If a tool that makes the site is missing, the test ends
+with 77, which CTest takes for skipped.
 """
 import html
 import json
@@ -82,7 +82,7 @@ QUERIES = {
     "qwxzy": "",
 }
 
-# Types as a user does, and leaves what the list then shows in the page.
+# Types as a user does, and stores in the page what the list then shows.
 TYPIST = """
 <script>
 window.addEventListener("load", function () {
@@ -132,7 +132,7 @@ def shown(site):
 
 
 def is_right(expected, found, counted):
-    """Does one of the first results lead to an expected page, and have the name that is with it?"""
+    """Does one of the first results lead to an expected page, and have the expected name, if any?"""
     names = [word for word in expected.split() if ".html" not in word]
     for place in (word for word in expected.split() if ".html" in word):
         for result in found[:counted]:

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Builds the libraries as for Android, lays out the archive, and looks into it.
+"""Builds the libraries as for Android, lays out the archive, and checks what is in it.
 
     check_aar.py SOURCE_FOLDER WORK_FOLDER ABI C_COMPILER [ARGUMENT_OF_CMAKE...]
 
@@ -75,10 +75,10 @@ def install(name, *arguments):
 
 shutil.rmtree(WORK, ignore_errors=True)
 WORK.mkdir(parents=True)
-# What the project sets for Android is set here.
+# These options are what the project sets for Android.
 prefix = install("build", "-DCMAKE_PLATFORM_NO_VERSIONED_SONAME=ON",
                  "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,max-page-size=16384")
-# The libraries of the other ABI: these with the number of its processor.
+# The libraries of the other ABI are copies of these with that processor's number in them.
 OTHER, number = ("x86_64", 62) if ABI == "arm64-v8a" else ("arm64-v8a", 183)
 other = patched("other", "libwyx_*", set_machine(number))
 
@@ -87,7 +87,7 @@ print(made.stdout, made.stderr)
 if made.returncode != 0:
     sys.exit(1)
 
-# The same bytes from other folders, in another order, at another time, in another time zone.
+# The bytes must be the same from other folders, in another order, at another time, in another time zone.
 moved = WORK / "moved/to/another/folder"
 shutil.copytree(prefix, moved, symlinks=True)
 for path in moved.rglob("*"):
@@ -98,9 +98,10 @@ expect((WORK / "one.aar").read_bytes() == (WORK / "two.aar").read_bytes(), "two 
 
 archive = zipfile.ZipFile(WORK / "one.aar")
 names = archive.namelist()
-expect(archive.testzip() is None, "broken archive")
-expect(names == sorted(names) and len(set(names)) == len(names), "order of the files")
-expect(all(entry.date_time == (1980, 1, 1, 0, 0, 0) for entry in archive.infolist()), "times")
+expect(archive.testzip() is None, "the archive is broken")
+expect(names == sorted(names) and len(set(names)) == len(names), "the files are not in order")
+expect(all(entry.date_time == (1980, 1, 1, 0, 0, 0) for entry in archive.infolist()),
+       "a file has another time")
 
 
 def read(name):
@@ -146,16 +147,16 @@ for library in ("wyx_commlib", "wyx_os_adapter"):
             expected.add(f"{folder}/include/{name}")
 expect(set(names) == expected, f"files: {sorted(set(names) ^ expected)}")
 
-# The licence is a file of the project.
+# A file LICENSE in the project is added to the archive.
 licensed = WORK / "licensed"
 (licensed / "scripts").mkdir(parents=True)
 shutil.copy(SOURCE / "scripts/make_aar.py", licensed / "scripts")
 (licensed / "LICENSE").write_text("Made-up licence for a test\n")
 make(WORK / "licensed.aar", prefix, other, project=licensed)
 expect(zipfile.ZipFile(WORK / "licensed.aar").read("LICENSE") == b"Made-up licence for a test\n",
-       "the licence")
+       "the licence is missing")
 
-# Programs are compiled and linked as Prefab instructs the build system, with either kind of module.
+# Compiles and links programs as Prefab instructs the build system, with either kind of module.
 archive.extractall(WORK / "unpacked")
 for kind in ("", "_static"):
     command = [COMPILER, SOURCE / "tests/shipping/install/consumer/consumer.c", "-o", WORK / f"consumer{kind}"]

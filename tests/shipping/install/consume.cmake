@@ -42,7 +42,7 @@ else()
     file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/moved")
 endif()
 
-# check_static(<program>): it needs none of the shared libraries, and exports nothing of them
+# check_static(<program>): the program must not need the shared libraries, nor export any of their symbols
 function(check_static program)
     execute_process(COMMAND readelf -W -d --dyn-syms "${program}" OUTPUT_VARIABLE dynamic
         COMMAND_ERROR_IS_FATAL ANY)
@@ -55,13 +55,13 @@ function(check_static program)
 endfunction()
 
 if(WAY STREQUAL find_package)
-    # It finds the adapter relative to itself.
+    # The suite finds the adapter relative to itself.
     execute_process(COMMAND "${WORK_DIR}/moved/${BINDIR}/wyx-adapter-suite" OUTPUT_QUIET
         COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 if(WAY STREQUAL tool)
-    unset(ENV{LD_LIBRARY_PATH}) # it finds the libraries relative to itself
+    unset(ENV{LD_LIBRARY_PATH}) # the tool finds the libraries relative to itself
     run("${WORK_DIR}/moved/${BINDIR}/wyx" --version)
     set(files bash-completion/completions/wyx)
     if(HAS_MANUALS)

@@ -58,6 +58,6 @@ expect "port=|proxy=" ini set f.ini net p
 expect "proxy=" ini set f.ini net port=1 pro
 expect "newest" ini recover --show n
 expect "" ini get none.ini n
-# A name with a blank is offered as it must be typed in the shell.
+# A name with a space is offered as it must be typed in the shell.
 [[ $shell == bash ]] && expect 'two\ words' ini get f.ini t
 exit $failed

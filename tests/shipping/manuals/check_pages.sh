@@ -25,7 +25,7 @@ lint)
         grep -qx '\.Ar \[SECTION\.\]KEY=VALUE \.\.\.' "$man/man1/wyx.1" ||
             fail "wyx(1): the operands of 'set' are not those of the grammar"
     fi
-    # Here they must be found.
+    # Here the pages that they refer to must exist.
     while read -r name section; do
         [[ -e $man/man$section/$name.$section ]] || fail "no page $name($section)"
     done < <(sed -n 's/^\.\(It \)\?Xr \([^ ]*\) \([1-9]\).*/\2 \3/p' "$man"/man3/* | sort -u)
@@ -48,8 +48,8 @@ complete)
         esac
         overview=$man/man3/wyx_$stem.3
         [[ -e $overview ]] || { fail "$overview is missing"; continue; }
-        # Prototypes, by another method than the one that makes them: joined from the page, as in
-        # the header.
+        # Prototypes, checked by a method that does not depend on the one that makes the pages: joined
+        # from the page, they are as in the header.
         flat=$(sed 's|/\*.*\*/||; /\/\*/,/\*\//d' "$header" | tr -s ' \n' ' ')
         count=0
         while read -r name; do
@@ -60,7 +60,7 @@ complete)
             count=$((count + 1))
             page=$man/man3/$name.3
             case $(readlink "$page") in
-            '') # a page of its own
+            '') # the call has a page of its own
                 grep -q "^\.It Xr $name 3$" "$overview" || fail "$overview: does not list $name"
                 [[ $(grep -c '^\.Nm\|^\.Xr' "$page") -lt 10 ]] || fail "$page: is not about one call"
                 for section in SYNOPSIS DESCRIPTION EXAMPLES 'SEE ALSO'; do

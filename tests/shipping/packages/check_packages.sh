@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes the packages, unpacks them, and builds and runs a program with the result:
+# Makes the packages, unpacks them, and builds and runs programs with the result:
 # check_packages.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
 #
-# BUILD_FOLDER is a build of the project with the tool, whose package is made from there: building
-# it again would take long.
+# BUILD_FOLDER is a build of the project with the tool. The tool's package is made from it, because
+# building the tool again would take long.
 set -euo pipefail
 
 source_folder=$1
@@ -16,7 +16,7 @@ fail() {
     failures=$((failures + 1))
 }
 
-export SOURCE_DATE_EPOCH=1700000000 LC_ALL=C.UTF-8 # as package.sh
+export SOURCE_DATE_EPOCH=1700000000 LC_ALL=C.UTF-8 # as package.sh sets it
 packages=$work/packages
 rm -rf "$work"
 mkdir -p "$work"
@@ -44,7 +44,7 @@ for name in $expected; do
         $(field Depends) == "wyx (= $revision)" ||
         $(field Depends) == "libwyx-commlib-dev (= $revision)" ]] ||
         fail "$name depends on $(field Depends)"
-    ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: long synopsis"
+    ((${#name} && $(field Description | head -n 1 | wc -c) <= 80)) || fail "$name: the synopsis is too long"
     # All files are root's, readable by everyone, writable by no one else, and have the given time.
     while read -r mode owner size date time path _; do
         [[ $owner == root/root && $mode =~ ^[dl-]rw.r.[x-]r.[x-]$|^l && $date == 2023-11-14 ]] ||
@@ -52,7 +52,7 @@ for name in $expected; do
     done < <(TZ=UTC0 dpkg-deb -c "$package")
     control=$work/control/$name
     (mkdir -p "$control" && cd "$root" && dpkg-deb -e "$package" "$control" &&
-        md5sum --quiet -c "$control/md5sums") || fail "$name: sums of its files"
+        md5sum --quiet -c "$control/md5sums") || fail "$name: the sums of its files are wrong"
     [[ -z $(find "$control" -name 'p*inst' -o -name 'p*rm') ]] || fail "$name has scripts"
     case $name in
     libwyx-commlib-dev | wyx-dbgsym) expected_kind=no ;;
@@ -65,52 +65,55 @@ for name in $expected; do
     done
 done
 if grep -rqaF -e "$source_folder" -e "$work" "$root"; then
-    fail "names a folder of the build: $(grep -rlaF -e "$source_folder" -e "$work" "$root")"
+    fail "these files name a folder of the build: $(grep -rlaF -e "$source_folder" -e "$work" "$root")"
 fi
 
-# What programs depend on that use a call: every export is listed.
+# Every export is in the list from which packages of programs get their dependencies.
 diff <(sed -n 's/^ \(.*\)@Base .*/\1/p' "$work/control/libwyx-commlib$major/symbols" | sort) \
-    <(sort "$source_folder"/{src/commlib,platform}/exports.txt) || fail "the list of symbols"
+    <(sort "$source_folder"/{src/commlib,platform}/exports.txt) ||
+    fail "the list of symbols differs from the exports"
 
 # The libraries have no path to one another; libraries and tool are stripped, and their debug
 # information is found by build-id.
 libdir=$(dirname "$(find "$root" -name libwyx_commlib.so)")
 for library in libwyx_commlib libwyx_os_adapter; do
     file=$libdir/$library.so.$version
-    [[ $(readlink "$libdir/$library.so") == "$library.so.$major" ]] || fail "$library.so leads astray"
+    [[ $(readlink "$libdir/$library.so") == "$library.so.$major" ]] ||
+        fail "$library.so links to the wrong file"
     [[ $(readlink "$libdir/$library.so.$major") == "$library.so.$version" ]] ||
-        fail "$library.so.$major leads astray"
-    [[ $(readelf -d "$file") != *RUNPATH* ]] || fail "$library has a path"
+        fail "$library.so.$major links to the wrong file"
+    [[ $(readelf -d "$file") != *RUNPATH* ]] || fail "$library has a RUNPATH"
 done
 for file in "$libdir"/libwyx_{commlib,os_adapter}.so."$version" "$root/usr/bin/wyx"; do
     name=$(basename "$file")
-    [[ $(readelf -SW "$file") != *.debug_info* ]] || fail "$name has its debug information"
+    [[ $(readelf -SW "$file") != *.debug_info* ]] || fail "$name still has its debug information"
     id=$(LC_ALL=C readelf -n "$file" | sed -n 's/.*Build ID: //p')
-    ((${#id} == 40)) || fail "$name: a build-id of $((${#id} / 2)) bytes"
+    ((${#id} == 40)) || fail "$name has a build-id of $((${#id} / 2)) bytes, not 20"
     debug=$root/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
     [[ -e $debug && $(readelf -SW "$debug") == *.debug_info* ]] ||
         fail "$name: no debug information for the build-id $id"
-    # It leads to lines of the project's own sources, as needed for crash reports.
+    # It has lines of the project's own sources, which crash reports need.
     (($(readelf --debug-dump=decodedline "$debug" 2>/dev/null | grep -c '\.cpp') > 0)) ||
-        fail "$name: no lines of its sources"
+        fail "$name: its debug information has no lines of its sources"
 done
 
-# Programs in C and C++, by pkg-config and by CMake, as after an installation.
-# pkg-config takes no blanks in the name of a root.
+# Programs in C and C++, built with pkg-config and with CMake, as after an installation.
+# pkg-config accepts no spaces in the name of a root.
 cd "$work"
 export PKG_CONFIG_SYSROOT_DIR=root PKG_CONFIG_LIBDIR=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
 unset PKG_CONFIG_PATH
-grep -qx 'prefix=/usr' "$libdir/pkgconfig/wyx_commlib.pc" || fail "the prefix in wyx_commlib.pc"
+grep -qx 'prefix=/usr' "$libdir/pkgconfig/wyx_commlib.pc" || fail "the prefix in wyx_commlib.pc is wrong"
 if command -v pkg-config >/dev/null; then
     read -ra flags < <(pkg-config --cflags --libs wyx_commlib)
     mkdir "$work/run"
     "${CC:-cc}" "$source_folder/tests/shipping/install/consumer/consumer.c" -o "$work/run/consumer" \
         "${flags[@]}" -Wl,-rpath-link,"$libdir" && (cd "$work/run" && ./consumer) ||
-        fail "a program in C"
+        fail "a C program cannot be built or run"
     read -ra flags < <(pkg-config --static --cflags --libs wyx_commlib)
     "${CC:-cc}" -static "$source_folder/tests/shipping/install/consumer/consumer.c" \
         -o "$work/run/consumer_static" "${flags[@]}" &&
-        (cd "$work/run" && LD_LIBRARY_PATH='' ./consumer_static) || fail "a static program in C"
+        (cd "$work/run" && LD_LIBRARY_PATH='' ./consumer_static) ||
+        fail "a static C program cannot be built or run"
 fi
 [[ $(readelf -SW "$libdir/libwyx_commlib.a") != *.debug_info* ]] ||
     fail "the archive has debug information"
@@ -118,9 +121,9 @@ cmake -S "$source_folder/tests/shipping/install/consumer" -B "$work/consumer" -G
     -D CMAKE_PREFIX_PATH="$root/usr" >"$work/log" 2>&1 &&
     cmake --build "$work/consumer" >>"$work/log" 2>&1 &&
     ctest --test-dir "$work/consumer" --no-tests=error >>"$work/log" 2>&1 ||
-    { cat "$work/log"; fail "programs by find_package"; }
-"$root/usr/bin/wyx-adapter-suite" >/dev/null || fail "the suite of the contract"
-[[ $("$root/usr/bin/wyx" --version) == *"$version"* ]] || fail "wyx --version"
+    { cat "$work/log"; fail "programs cannot be built with find_package, or do not run"; }
+"$root/usr/bin/wyx-adapter-suite" >/dev/null || fail "wyx-adapter-suite fails"
+[[ $("$root/usr/bin/wyx" --version) == *"$version"* ]] || fail "wyx --version does not print $version"
 for file in man/man1/wyx.1.gz man/man3/wyx_crc.3.gz man/man3/XELP_CRC_32.3.gz \
     bash-completion/completions/wyx zsh/vendor-completions/_wyx fish/vendor_completions.d/wyx.fish; do
     [[ -s $root/usr/share/$file ]] || fail "no $file"
@@ -129,12 +132,12 @@ done
 # The archive has the files that git knows, and the same packages can be made from it later.
 archive=libwyx_commlib-$version
 [[ -z $(TZ=UTC0 tar -tvf "$packages/$archive.tar.xz" | grep -v '^-rw.r-.r-. 0/0 .* 2023-11-14 22:13 ') ]] ||
-    fail "owners, modes or times in the archive of the sources"
+    fail "the source archive has wrong owners, modes or times"
 tar -C "$work" -xf "$packages/$archive.tar.xz"
 if git -C "$source_folder" rev-parse --git-dir >/dev/null 2>&1; then
     diff <(git -C "$source_folder" ls-files | LC_ALL=C sort) \
         <(cd "$work/$archive" && find . -type f -o -type l | sed 's,^\./,,' | LC_ALL=C sort) ||
-        fail "the archive of the sources"
+        fail "the source archive does not have the files that git knows"
 fi
 sleep 1
 WYX_BUILD_TOOL=OFF "$work/$archive/scripts/package.sh" "$work/again" >/dev/null
@@ -142,14 +145,15 @@ for file in "$work"/again/*.deb "$work"/again/*.tar.xz; do
     cmp "$file" "$packages/$(basename "$file")" || fail "not the same bytes: $file"
 done
 (cd "$work/again" && sha256sum --quiet -c SHA256SUMS && (($(wc -l <SHA256SUMS) == 6))) ||
-    fail "SHA256SUMS"
+    fail "SHA256SUMS does not match the files"
 
 # The bill of materials has every file with its sum, and what it needs.
 licence=NONE
 [[ ! -e $source_folder/LICENSE ]] || licence=$(<"$source_folder/LICENSE")
-"$source_folder/tests/shipping/packages/check_sbom.py" "$packages" "$licence" || fail "the bill of materials"
+"$source_folder/tests/shipping/packages/check_sbom.py" "$packages" "$licence" ||
+    fail "the bill of materials is wrong"
 
-# One file states the licence for all of them.
+# The file LICENSE states the licence for the packages, the archive and the bill.
 text="Made-up licence for a test, copyright of nobody $RANDOM"
 echo "$text" >"$work/$archive/LICENSE"
 WYX_BUILD_TOOL=OFF "$work/$archive/scripts/package.sh" "$work/again" >/dev/null
@@ -161,7 +165,7 @@ done
 [[ $(tar -xOf "$work/again/$archive.tar.xz" "$archive/LICENSE") == "$text" ]] ||
     fail "the archive does not have the licence"
 "$source_folder/tests/shipping/packages/check_sbom.py" "$work/again" "$text" ||
-    fail "the licence in the bill of materials"
+    fail "the bill of materials does not have the licence"
 
 ((failures == 0)) && echo "packages: as they should be"
 exit $((failures != 0))

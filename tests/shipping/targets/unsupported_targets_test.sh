@@ -2,8 +2,8 @@
 # Compiles the base types and configures the project for processors of each kind:
 # unsupported_targets_test.sh SOURCE_FOLDER WORK_FOLDER
 #
-# Clang knows all of them without their system's headers, and types.h includes none. If Clang is
-# missing, exits with 77 after the part that the compiler in CC can do.
+# Clang can compile for all of them without system headers, and types.h includes none. If Clang is
+# missing, the test exits with 77 after the part that the compiler in CC can do.
 set -euo pipefail
 export LC_ALL=C
 
@@ -23,7 +23,7 @@ compiles() { # COMMAND...
     "$@" -fsyntax-only -I "$source_folder/include" "$work/types.c" 2>"$work/log"
 }
 
-refused() { # WHAT COMMAND...: the first message is the header's own
+refused() { # WHAT COMMAND...: the compiler must fail, and its first message must be the header's own
     local what=$1
     shift
     if compiles "$@"; then

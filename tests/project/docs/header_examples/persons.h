@@ -1,5 +1,5 @@
-/* The records of the recipes for containers: names, whose first letters are noted when they are
- * shown or released. */
+/* The records of the recipes for containers. They hold names, whose first letters are noted when
+ * the records are shown or released. */
 #ifndef WYX_TESTS_DOCS_PERSONS_H
 #define WYX_TESTS_DOCS_PERSONS_H
 
