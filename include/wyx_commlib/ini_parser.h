@@ -35,8 +35,8 @@
  *   end, even if an LF follows.
  * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
  *   a line is longer, the load fails.
- * - A NUL ends the text of its line, which then gets a CR unless it already ends in a line end. A
- *   NUL at the start of a line ends the file, unless that line is too long.
+ * - A NUL ends the text of its line. The text then gets a CR unless it already ends in a line end.
+ *   A NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
  *
  * ## The lines
@@ -176,7 +176,7 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
 /**
  * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the document, not null; its lines are taken; it may be empty
+ * @param[in,out] pStructIniLine  the document, which may be empty but not null; its lines are taken
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
@@ -223,9 +223,9 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * - A save to a path without a dot fails, and so does a save to a path with fewer than two bytes
  *   after its last dot. `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory, the new file may be outside the target's
- *   directory: for `my.dir/cfg` it is beside `my.dir`, for `../cfg` in the working directory. If
- *   that is on another file system, the target is removed and the renaming then fails: only the
- *   new file has the content.
+ *   directory: for `my.dir/cfg` it is beside `my.dir`, and for `../cfg` it is in the working
+ *   directory. If the new file is on another file system than the target, the target is removed
+ *   and the renaming then fails: only the new file has the content.
  * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
  *   target `NAME.ini` can be saved if `NAME` has at most 238.
  *
@@ -234,11 +234,12 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * link itself is replaced by a file, even if it is dangling.
  *
  * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
- * fewer than 80 are left. A load joins the pieces again. docs/round-trips.md lists the lines that
- * come back changed.
+ * fewer than 80 bytes are left. A load joins the pieces again. docs/round-trips.md lists the lines
+ * that come back changed.
  *
  * @param[in]     filename        the target's name, borrowed
- * @param[in,out] pStructIniLine  the document, not null; taken: its record is zero afterwards
+ * @param[in,out] pStructIniLine  the document, not null; it is taken, and its record is all zero
+ *                                afterwards
  * @return
  * - #XELP_ERR_INI_OK: written and in place; or the document's ulLabel was not 1, so nothing was
  *   written and the name was ignored
@@ -257,7 +258,7 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 
 /** @} */
 /** @name Lookups
- * A lookup never changes the document, whose lines it reads in one or two passes. It fails as soon
+ * A lookup never changes the document. It reads the lines in one or two passes, and fails as soon
  * as it reaches a line that is an empty string (#XELP_ERR_INI_INPUT_PARA_ERR), a line of no known
  * kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed header or, in the section's block, a malformed key
  * line (a status of IniParseSectionLine() or IniParseKeyLine()). @{ */
@@ -269,8 +270,8 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
  * @param[in]  section         the section's name, borrowed; the section's last block is searched
  * @param[in]  key             the key's name, borrowed; the key's last line there is used
  * @param[out] buf             the value, handed over: release it with XELP_MemFreeD(). Null if the
- *                             key has none or the search fails; untouched for a refused argument
- *                             or a document without lines
+ *                             key has no value or the search fails; untouched for a refused
+ *                             argument or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: found, with or without a value
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
@@ -287,12 +288,12 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * @brief The names of all sections, in the document's order, repeated ones included.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[out] sectionNum      number of names; after a failure, how many were found before it
+ * @param[out] sectionNum      number of names; after a failure, the number found before it
  * @param[out] sectionList     the names with a null pointer after the last, handed over: release
- *                             the list with XELP_IniFreeList(). After a failure it may hold the
- *                             address of a list that was already released: neither use nor release
- *                             it. Both results are untouched for a refused argument or a document
- *                             without lines
+ *                             the list with XELP_IniFreeList(). After a failure the pointer may
+ *                             hold the address of a list that was already released: neither use nor
+ *                             release that list. Both results are untouched for a refused argument
+ *                             or a document without lines
  * @return
  * - #XELP_ERR_INI_OK: at least one section
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument or a null pStrLine
@@ -560,17 +561,17 @@ WYX_API QAL_UINT32 IniCheckSectionLine(const QAL_INT8 *strSectionLine);
  * @brief Checks a key line strictly.
  *
  * The key must not be empty, begin with CR or LF, or hold a space; tabs inside it pass. The value
- * may be absent. Otherwise it is a list of items:
+ * may be absent. If there is a value, it is a list of items:
  * - An item that begins with a quotation mark ends at the next quotation mark that has no backslash
- *   before it. The item after it may follow without a comma.
+ *   before it. The next item may follow it without a comma.
  * - Any other item ends at the next comma in the rest of the line, even at a comma in the comment.
  *   If there is no comma, the item ends at the next `;` or the end of the line. Quotation marks
  *   inside it are ordinary text.
- * - A comma must have an item before it and at least one blank after it. After the blanks must come
- *   something other than a comma or `;`; a line end is enough.
+ * - A comma must have an item before it and at least one blank after it. Something other than a
+ *   comma or `;` must follow the blanks; a line end is enough.
  * - A `;` at the start of the value or at the end of an item must have a blank before it; unlike
  *   in a lookup, a tab will do. It begins the comment and ends the check.
- * - An item that is only the last byte of the line is not checked.
+ * - If an item consists of only the last byte of the line, it is not checked.
  *
  * @param[in] strKeyValue  the line, borrowed, not null
  * @return
@@ -619,7 +620,7 @@ WYX_API QAL_UINT32 IniSaveStringToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIn
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: the parts have more than 507 bytes together, or the name is null
- * - #XELP_ERR_INI_FILE_EMPTY: exactly 507 bytes together, with a comment
+ * - #XELP_ERR_INI_FILE_EMPTY: the parts have exactly 507 bytes together, and there is a comment
  * - #XELP_ERR_INI_INTERNAL: no memory; the slot is null
  */
 WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
@@ -637,7 +638,7 @@ WYX_API QAL_UINT32 IniSaveSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructI
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_INPUT_PARA_ERR: the parts have more than 508 bytes together, or the key is null
- * - #XELP_ERR_INI_FILE_EMPTY: exactly 508 bytes together, with a comment
+ * - #XELP_ERR_INI_FILE_EMPTY: the parts have exactly 508 bytes together, and there is a comment
  * - #XELP_ERR_INI_INTERNAL: no memory; the slot is null
  */
 WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,

@@ -135,7 +135,7 @@ inline std::error_code make_error_code(errc error) noexcept
 }
 
 namespace detail {
-/// What every result says about a failure.
+/// What all results have in common: whether the call failed, and why.
 class outcome {
     errc error_{};
 
@@ -145,7 +145,7 @@ class outcome {
 
     bool has_value() const noexcept { return error_ == errc{}; }
     explicit operator bool() const noexcept { return has_value(); }
-    errc error() const noexcept { return error_; }                   ///< errc{} if there is none
+    errc error() const noexcept { return error_; }                   ///< errc{} after a success
     QAL_UINT32 status() const noexcept { return status_of(error_); } ///< see status_of()
     const char *message() const noexcept { return text_of(error_); } ///< never null
     std::error_code code() const noexcept { return make_error_code(error_); }
@@ -316,8 +316,8 @@ class short_text {
 /// @{
 
 namespace detail {
-/// Passes memory of any size in pieces to a call that takes a 32-bit length; for empty memory there
-/// is no call.
+/// Passes memory of any size, in pieces, to a call that takes a 32-bit length. Makes no call for
+/// empty memory.
 template <typename Call>
 void in_pieces(bytes input, Call call) noexcept
 {
@@ -417,7 +417,7 @@ class base64_buffer {
 namespace detail {
 using base64_call = QAL_INT32(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
-/// An empty input has an empty result; the C calls would report it as a failure.
+/// The result of an empty input is empty; the C calls would report a failure.
 inline result<base64_buffer> base64(base64_call *call, const void *data, std::size_t size) noexcept
 {
     if (size == 0) {
@@ -479,7 +479,7 @@ result<void> base64_decode(const c_text &input, Container &output)
 /// @name Addresses
 /// @{
 
-/// An IPv4 address and its port, if the text had one.
+/// An IPv4 address, and its port if it has one.
 struct ipv4 {
     QAL_UINT32 number = 0; ///< 10.0.0.1 is 0x0A000001
     std::optional<QAL_UINT16> port;
@@ -525,7 +525,7 @@ struct ipv4 {
 /// An IPv6 address and its port.
 struct ipv6 {
     std::array<QAL_UINT8, 16> octets{}; ///< in network order
-    QAL_UINT16 port = 0;                ///< 0 if the text had none, or port 0
+    QAL_UINT16 port = 0;                ///< 0 if the text had no port, or port 0
 
     /// Reads an address, with or without brackets and a port: XELP_Parse_IPV6().
     static result<ipv6> parse(const c_text &text) noexcept
@@ -791,7 +791,7 @@ class document {
         }
     }
 
-    /// The record, for calls that this class does not wrap; empty in a moved-from document.
+    /// The record, for calls that this class does not wrap; all zero in a moved-from document.
     XELP_IN_S_INI_FILE_STRUCT &record() noexcept { return doc_; }
     const XELP_IN_S_INI_FILE_STRUCT &record() const noexcept { return doc_; }
     bool is_changed() const noexcept { return doc_.ulLabel != 0; }
@@ -810,8 +810,8 @@ class document {
     /// The value of a key as an integer (decimal, or hexadecimal after 0x), a bool (1, true, yes,
     /// on and 0, false, no, off in any case), a floating-point number, a std::string or a list.
     /// Blanks and line ends around the value are ignored. The call fails with errc::ini_key_value
-    /// if it cannot read the whole value or the value does not fit the type. A key without a value
-    /// is the same failure, unless the type is a string or a list.
+    /// if it cannot read the whole value or the value does not fit the type. It fails in the same
+    /// way if the key has no value, unless the type is a string or a list.
     ///
     /// Keep the result while you use its value. In C++20 and earlier, this loop reads a list that
     /// is already destroyed: `for (auto &item : *doc.get<wyx::document::list>(section, key))`.

@@ -118,12 +118,12 @@ bool IsPlain(QAL_INT32 lByte)
 /**
  * Reads the bytes of one line.
  *
- * @param[out] pszText  the text, or part of it on failure; on entry kBufferSize zero bytes
+ * @param[out] pszText  the text, or part of it on failure; on entry it must hold kBufferSize zeros
  * @param[out] ulLines  number of physical lines
  */
 QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLines)
 {
-    // Every byte costs a call. The call goes through a register: through a linker stub it would
+    // Every byte costs a call. The call goes through a register: with a linker stub, the loop would
     // take a fifth more instructions. The asm statement hides from the compiler which function is
     // called and where in the buffer the limit is. If Clang knew the limit, it would step an index
     // instead of a pointer.
@@ -170,7 +170,8 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     }
 }
 
-/// Appends all lines of a file to the document.
+/// Appends the lines of a file to the document. Never returns 0: the status after the last line is
+/// XELP_ERR_INI_FILE_EMPTY.
 QAL_UINT32 ReadLines(XELP_S_File *pstruFile, Document &doc)
 {
     QAL_UINT32 ulBytes = 0;
@@ -215,7 +216,7 @@ QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
     if (pStructIniLine->pStrLine != nullptr) {
         pStructIniLine->ulTotalLine = kFirstSlots;
         ulStatus = ReadLines(pstruFile, *pStructIniLine);
-        if (ulStatus == XELP_ERR_INI_FILE_EMPTY) { // the end of a complete file
+        if (ulStatus == XELP_ERR_INI_FILE_EMPTY) { // no more lines
             ulStatus = XELP_ERR_INI_OK;
         } else {
             XELP_IniFreeIniStruct(pStructIniLine);

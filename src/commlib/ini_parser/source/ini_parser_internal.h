@@ -22,7 +22,7 @@ constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
 constexpr QAL_INT8 kQuote = '"';
 constexpr QAL_INT8 kSeparator = ','; // between the items of a value
-constexpr QAL_INT8 kEscape = '\\';   // before a line end: the line continues on the next
+constexpr QAL_INT8 kEscape = '\\';   // before a line end: joins the next line to this one
 
 constexpr QAL_UINT32 kLongestLine = 511; // its line end included
 // A save folds a line of 80 bytes or more: it writes pieces of 78 or 79 bytes, each followed by a
@@ -86,7 +86,7 @@ struct Range {
     const QAL_INT8 *pszLast;
 };
 
-/// The bytes from @p pszBegin up to the one before @p pszEnd, without leading blanks and trailing
+/// The bytes from @p pszBegin up to the byte before @p pszEnd, without leading blanks and trailing
 /// white bytes. There must be at least one byte, and one is always left, whatever it is.
 Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 
