@@ -21,8 +21,7 @@ void CompareParts(const model::Parts &expected, QAL_UINT32 ulStatus, QAL_INT8 *p
     EXPECT_EQ(TakeText(pszComment, expected.commentBlock), expected.comment);
 }
 
-/// Runs @p call without a failing allocation, and then with the first failing, the second, and so
-/// on.
+/// Runs @p call with no allocation failing, and then with each allocation failing in turn.
 template <typename Call>
 void FailEach(Call call)
 {

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Which of the next searches for '=' finds nothing, counted from 1; 0 if each finds what is there.
+/// 1 makes the next search for '=' find nothing, 2 the search after that, and so on; 0 none.
 int lEqualsUntilLost = 0;
 
 } // namespace

@@ -5,7 +5,7 @@
 
 #include "header_check.h"
 
-/* the second time */
+/* a second time */
 #include "wyx_commlib/ini_parser.h"
 
 WYX_CHECK(sizeof(XELP_IN_S_INI_FILE_STRUCT) == 24);

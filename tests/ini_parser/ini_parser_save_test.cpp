@@ -114,7 +114,7 @@ TEST_F(IniSaveStringToIniFile, PairsOfHighBytesAreNotSplit)
     ExpectPieces(Text(77) + "\xFFyz", {Text(77) + "\xFFy", kFold, "z"});
     ExpectPieces(Text(77) + "\x7Fyz", {Text(77) + "\x7F", kFold, "yz"});
     ExpectPieces(Text(75) + "\xE2\x82\xACyz", {Text(75) + "\xE2\x82\xACy", kFold, "z"});
-    // A piece of 79 bytes leaves at least one.
+    // A piece of 79 bytes leaves at least one byte.
     ExpectPieces(Text(77) + "\xE4\n\n", {Text(77) + "\xE4\n", kFold, "\n"});
 }
 
@@ -499,7 +499,7 @@ TEST_F(IniSaveFileContent, RealFiles)
     EXPECT_EQ(XELP_IniSaveFileContent(folder.File("f.ini").c_str(), &doc), kOk);
     EXPECT_EQ(std::filesystem::last_write_time(folder.File("f.ini")), before);
 
-    // The target is missing or a directory: the content stays beside it.
+    // The target is missing or a directory: the content stays in the new file.
     std::filesystem::create_directory(folder.File("d.ini"));
     for (const char *pszTarget : {"new.ini", "d.ini"}) {
         SCOPED_TRACE(pszTarget);
@@ -659,7 +659,7 @@ TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
         const char *pszSection;
         const char *pszKey;
         const char *pszValue;
-        QAL_UINT32 ulStatus; // of the look-up after saving and loading
+        QAL_UINT32 ulStatus; // of the lookup after saving and loading
         Line value;
     } const cases[] = {
         {"[s]\n", "s", "k", "a;b", kOk, "a;b"}, // reads back

@@ -15,7 +15,8 @@ bool IsOneOf(char c, std::string_view set)
     return set.find(c) != kNone;
 }
 
-/// The text from its first non-blank byte (or its last byte) to its last non-white byte.
+/// The text from its first non-blank byte, or from its last byte if all are blank, to its last
+/// non-white byte.
 std::string_view Trimmed(std::string_view text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size() - 1));

@@ -105,7 +105,7 @@ TEST_F(Layer, ResultsBecomeStdExpected)
 }
 #endif
 
-// ---- look-ups
+// ---- lookups
 
 TEST_F(Layer, GetReturnsTheValueAsTheFileHasIt)
 {

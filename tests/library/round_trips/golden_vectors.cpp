@@ -27,7 +27,7 @@ std::string BytesOf(std::string_view span)
                 bytes += ch == 'r' ? '\r' : ch == 'n' ? '\n' : '\\';
                 ++i;
             } else {
-                ADD_FAILURE() << "no such escape: " << span;
+                ADD_FAILURE() << "unknown escape: " << span;
             }
         } else if (span[i] == '{') { // repeats the byte before it
             const std::size_t close = span.find('}', i);

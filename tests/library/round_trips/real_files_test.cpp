@@ -162,7 +162,7 @@ TEST_F(RealFiles, FromThisMachineAreLookedUpAndChanged)
         }
     }
     std::cout << count.files << " files with " << count.keys << " keys; " << count.refused
-              << " are not INI by the library's check; " << count.folded
+              << " other files were refused; " << count.folded
               << " did not come back from the save as they were\n";
     if (count.files == 0) {
         GTEST_SKIP() << "there are no INI files on this machine";

@@ -33,7 +33,7 @@ TEST_F(RoundTrips, MatchThePage)
         EXPECT_EQ(Shown(file), Shown(vector.file));
         EXPECT_EQ(LoadedFrom(file), loaded);
 
-        // The tool checks files: a row has a warning exactly if a file loads as its stored lines.
+        // The tool checks files: a row has a warning if and only if a file loads as its lines.
         std::string plain;
         for (const std::string &line : vector.stored) {
             plain += line;
