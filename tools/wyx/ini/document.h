@@ -20,7 +20,7 @@ struct Lookup {
     bool operator==(const Lookup &) const = default;
 };
 
-/// Replaces a header that cannot be read. Its name is a line end, which nobody can ask for.
+/// Replaces a header that cannot be read. Its name is a line end, a name that nobody can ask for.
 constexpr const char *kNobodysHeader = "[\n]\n";
 
 /// A document of the library.

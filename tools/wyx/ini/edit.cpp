@@ -333,7 +333,7 @@ void Editor::RequireSameForOthers(std::size_t line) const
     RequireJoinable(line);
 }
 
-/// Refuses to touch joined lines if they may be lines of their own.
+/// Refuses to touch joined lines that other programs may read as lines of their own.
 void Editor::RequireJoinable(std::size_t line) const
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
@@ -385,7 +385,7 @@ void Editor::Replace(std::size_t line)
     }
 }
 
-/// Puts a new key after the last one of its section, or after the header.
+/// Puts a new key after the last key of its section, or else after the header.
 void Editor::Insert(std::size_t before)
 {
     std::size_t begin = before; // the first line after the header

@@ -28,7 +28,7 @@ Owners OwnersOf(const IniText &text);
 /// Does a line look like a key and its value, whichever program reads it?
 bool LooksLikeKey(std::string_view line);
 
-/// Can an indented line be nothing but part of the value above it? No program takes it for a key,
+/// Can an indented line only be part of the value above it? No program takes such a line for a key,
 /// a header or a directive.
 bool IsOnlyText(std::string_view line);
 

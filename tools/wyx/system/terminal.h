@@ -65,7 +65,7 @@ class Progress {
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    /// Takes note of how many bytes have been read so far, and updates the line if it is time to.
+    /// Call with the number of bytes read so far; updates the line from time to time.
     void Advance(std::uint64_t done);
 
   private:

@@ -256,7 +256,7 @@ void NoteOctets(const std::string &text, std::vector<std::string> &notes)
     }
 }
 
-/// The port's text, from after its colon; empty for none.
+/// The port's text, after the colon; empty if there is no port.
 std::string PortText(const std::string &text, const Address &address)
 {
     const std::size_t bracket = text.find("]:");

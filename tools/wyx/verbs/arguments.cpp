@@ -25,7 +25,7 @@ std::string Dashed(std::string_view option)
     return "--" + std::string(option);
 }
 
-/// The verb, or option of a verb, that a wrong word in a verb's place was probably meant to be.
+/// What a wrong word in a verb's place probably means: a verb, or an option of a verb.
 std::string MeantVerb(const Command &family, const std::string &word)
 {
     std::vector<std::string> below;

@@ -30,7 +30,7 @@ std::string FilledLine(std::string_view line, std::size_t column)
     return filled;
 }
 
-/// Wraps paragraphs. A line that begins with a blank stays as it is.
+/// Wraps paragraphs. A line that begins with a space stays as it is.
 std::string Filled(std::string_view text)
 {
     std::string filled;

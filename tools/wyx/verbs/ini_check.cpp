@@ -100,7 +100,7 @@ struct NameLess {
 void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 {
     bool isQuoted = false;
-    bool isEarlier = false; // a ';' without a space before it, which ends the search for a comment
+    bool isEarlier = false; // has a ';' without a space come first? It ends the search for comments
     for (std::size_t at = 1; at < value.size(); ++at) {
         const char before = value[at - 1];
         isQuoted = isQuoted != (before == '"' && !value.substr(0, at - 1).ends_with('\\'));
@@ -207,7 +207,7 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(number, "nul",
                          "NUL byte: the rest of the line is not read, and lost in a save");
     }
-    // The file ends in a line end, but its last line lost it to a backslash.
+    // The file ends in a line end, but a backslash took it from the last line.
     const bool isEscaped = bytes.ends_with('\n') && !source.HasNul() && !stored.lines.empty() &&
                            stored.lines.back().isEnded;
     if (stored.rest != 0 || isEscaped || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {

@@ -35,7 +35,7 @@ struct Candidate {
     std::string bytes;
     std::size_t lines = 0;
     bool loads = false;
-    bool isTruncated = false; // no line end, or a backslash before it: a save ends every line
+    bool isTruncated = false; // no line end, or a backslash before it, as if a save was cut off
     bool isTrusted = false;   // its owner is this user or the file's, and it has no other hard link
     bool isSame = false;      // the same content as the file itself
 
