@@ -7,7 +7,8 @@
 
 namespace {
 
-/// The text of a test. Finding its end takes the default adapter half a second each time.
+/// The text of a test, and its end. The calls below use this end, because the default adapter would
+/// take half a second to find it.
 const QAL_CHAR *pszLong = nullptr;
 const QAL_CHAR *pszLongEnd = nullptr;
 
@@ -99,7 +100,7 @@ TEST_F(IniLongTexts, BuiltLineIsRefusedAsTooLong)
     EXPECT_EQ(platform.MemoryTrace(), "");
 }
 
-// A name of 2^32 - 1 bytes.
+// The name has 2^32 - 1 bytes.
 TEST_F(IniLongTexts, SectionNameLeavesNoRoomForItsEnd)
 {
     char *pszName = nullptr;
