@@ -221,7 +221,7 @@ inline Operation HashFind(std::size_t size)
 inline Operation HashFindInOneBucket(std::size_t size)
 {
     return [table = std::make_shared<Table<OneBucket>>(size)] {
-        table->Find(&table->numbers.front()); // the first one saved is the last of the chain
+        table->Find(&table->numbers.front()); // the first key saved is the last of the chain
     };
 }
 
@@ -237,7 +237,7 @@ inline std::string LastSection(std::size_t lines)
     return Section((lines - 1) / 10);
 }
 
-/// A folder in memory if possible: the times of a disk vary.
+/// A folder in memory if possible, because the times of a disk vary.
 inline std::string FolderOfFiles()
 {
     const char *const pszMemory = "/dev/shm";
@@ -245,7 +245,7 @@ inline std::string FolderOfFiles()
                                         : std::filesystem::temp_directory_path().string();
 }
 
-/// A header every ten lines, and about 25 bytes a line.
+/// An INI file with a header every ten lines and about 25 bytes per line.
 class IniFile {
   public:
     explicit IniFile(std::size_t lines)

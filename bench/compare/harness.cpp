@@ -195,7 +195,7 @@ bool Report::HasSameResults(const Task &task, const Case &c) const
                                  contender.result() != expected)) {
             std::fprintf(stderr, "%s, %s: the result of %s is %s\n", task.name.c_str(),
                          c.name_.c_str(), contender.name.c_str(),
-                         expected.empty() ? "empty" : "another than ours");
+                         expected.empty() ? "empty" : "different from ours");
             isSame = false;
         }
     }
@@ -229,9 +229,8 @@ void Report::Print(const Task &task) const
             }
         }
     }
-    std::printf(
-        "\n## %s, %s build\n\nHow many times as fast ours is; [target], ! where missed.\n\n",
-        task.name.c_str(), level_.c_str());
+    std::printf("\n## %s, %s build\n\nHow many times as fast ours is; [target], ! if missed.\n\n",
+                task.name.c_str(), level_.c_str());
     std::string head = "| case | ours | GB/s |";
     std::string rule = "|---|---|---|";
     for (const std::string &other : others) {

@@ -322,9 +322,9 @@ def page(runs, home=None):
                "figures.</p>")
     yield ("<p>A ratio says how many times as fast ours is: right of the line at 1 ours is "
            "faster, left of it slower. The scale is logarithmic; whiskers are half the distance between the "
-           "quartiles. At the end of a line are the times of ours and of the other. A limit is what "
-           "the work cannot do without, such as reading its input: its bars show how much of that "
-           "speed ours reaches.</p>")
+           "quartiles. At the end of a line are the times of ours and of the other. A limit is the "
+           "part that no implementation can avoid, such as reading the input: its bars show how much "
+           "of that speed ours reaches.</p>")
     yield key() + "<nav>"
     yield from (f'<a href="#{escape(task)}">{escape(task)}</a>' for task in tasks)
     yield "</nav>"
