@@ -41,7 +41,7 @@ def check(folder):
     pages = {file: Page(file) for file in sorted(folder.rglob("*.html"))}
     errors, count = [], 0
     for file, page in pages.items():
-        errors += [f"{file.name}: {text}: was to be made something else" for text in page.unmade]
+        errors += [f"{file.name}: {text}: Doxygen left this as text" for text in page.unmade]
         for link in page.links + page.loads:
             parts = urlsplit(link)
             if parts.scheme in ("http", "https") and link in page.loads:

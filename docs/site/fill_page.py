@@ -53,7 +53,7 @@ def calls(header, _page):
 
 
 def _returned_by(status, header):
-    """The calls; those that do not return it if they are much fewer."""
+    """The calls that return a status; if they are most of the calls, those that do not."""
     able = {name for other in header.statuses for name in other.calls}
     others = [call.name for call in header.calls if call.name in able - set(status.calls)]
     if len(status.calls) > max(2, 2 * len(others)):
@@ -63,7 +63,7 @@ def _returned_by(status, header):
 
 
 def statuses(header, page):
-    """On the page of all statuses each has a place of its own, for the search to lead to."""
+    """On the page of all statuses, each status has an anchor of its own, to which the search leads."""
     def number(status):
         place = f'<a name="{page}-{status.name.lower()}"></a>' if page == "error-codes" else ""
         return f"{place}{status.number}"
@@ -105,7 +105,7 @@ def licence(file):
 
 
 def drawing(alternative, file):
-    """A link as well, since a phone shows drawings small."""
+    """A drawing that is also a link to its file, since a phone shows drawings small."""
     if not file.is_file():
         sys.exit(f"{file}: there is no such drawing")
     return (f'@htmlonly<a class="drawing" href="{file.name}"><img src="{file.name}" '
@@ -129,7 +129,7 @@ COMMANDS = {"calls": calls, "statuses": statuses, "failures": failures}
 
 
 def _link(match, file):
-    # Doxygen takes no line end and no code in the text of a link.
+    # Doxygen accepts neither a line end nor code in the text of a link.
     text, target = " ".join(match[1].replace("`", "").split()), match[2]
     if re.match(r"\w+:", target):
         return match[0]
@@ -190,8 +190,8 @@ def fill(file):
 
 
 def _spans(text):
-    """What Doxygen would misread: a leading `::` in code is not a global scope, a quotation mark in code
-    ends nothing, a bar in code within a table is not a border, and strong text may begin with code."""
+    """Escapes what Doxygen would misread: a leading `::` in code is not a global scope, a quotation mark in
+    code ends nothing, a bar in code within a table is not a border, and strong text may begin with code."""
     def code(match):
         shown = match[1].replace(r"\|", "|").replace("&", "&amp;").replace("<", "&lt;")
         shown = re.sub(r"[\\@#%$|]|--|^::", lambda special: "\\" + special[0], shown)

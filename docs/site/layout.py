@@ -34,7 +34,7 @@ def navigation():
 
 
 if __name__ == "__main__":
-    # Doxygen takes the silence of a filter that failed for an empty page.
+    # Fill every page first: if its filter fails, Doxygen only shows an empty page.
     for page_file in pages.every():
         fill_page.fill(page_file)
     layout = Path(sys.argv[1]).read_text()

@@ -15,7 +15,8 @@ from pathlib import Path
 import headers
 import pages
 
-# Tables whose rows are entries of their own, the list of sections, and what hovers over names in code.
+# Classes that are not searched as text: tables whose rows are entries of their own, the list of sections,
+# and tooltips of names in code.
 SKIPPED = {"calls", "statuses", "failures", "toc", "ttc"}
 EMPTY_TAGS = {"br", "img", "hr", "input", "meta", "link"}
 
@@ -80,7 +81,7 @@ def joined(text, length=None):
 
 
 def entry(kind, title, where, url, text="", shown=None, names=""):
-    """The kinds: page, section, call, part (of a call), status, name. What is shown is the beginning of the text."""
+    """Kinds are page, section, call, part (of a call), status and name. The list shows the text's beginning."""
     return {"kind": kind, "title": title, "where": where, "url": url, "text": joined(text),
             "shown": joined(text, 110) if shown is None else joined(shown, 110), "names": names}
 
@@ -104,7 +105,7 @@ def of_pages(site):
 
 
 def places(site):
-    """{name: (url, kind of Doxygen)} of what the headers declare, and of the headers themselves."""
+    """{name: (url, Doxygen's kind)} of what the headers declare, and of the headers themselves."""
     found = {}
     for compound in xml.etree.ElementTree.parse(site / "names.xml").getroot():
         name, file = compound.findtext("name"), compound.findtext("filename") or ""

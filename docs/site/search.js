@@ -80,7 +80,7 @@
             this.field("where", { boost: 2 });
             this.field("text");
             searchData.forEach(function (entry, at) {
-                // A name counts as much without the prefix that all names have.
+                // A name without the prefix that all names have counts as much as the whole name.
                 builder.add({ at: at, title: entry.title.replace(/^(XELP|MOX)_/, ""),
                               names: entry.names, where: entry.where, text: entry.text });
             });
@@ -97,7 +97,7 @@
         return found.filter(function (other) { return other !== word; });
     }
 
-    // Each word is looked for by itself, so that entries with all of them come first.
+    // Each word is looked for by itself, so that entries with all words come first.
     function scores(word) {
         // What looks like a name is not looked for in texts.
         var fields = word.indexOf("_") < 0 ? index.fields : ["title", "names"];

@@ -21,7 +21,7 @@ window.addEventListener("load", function () {
         jQuery.fx.off = wasOff;
     }
 
-    if (tree && tree.clientHeight > 0) { // a narrow screen has a menu in its place
+    if (tree && tree.clientHeight > 0) { // a narrow screen has a menu instead
         open();
     }
 });

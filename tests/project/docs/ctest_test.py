@@ -1,4 +1,4 @@
-"""What the documents say of CTest and of the presets is true: ctest_test.py BUILD_FOLDER CTEST"""
+"""What the documents say about CTest and the presets is true: ctest_test.py BUILD_FOLDER CTEST"""
 import json
 import re
 import subprocess
@@ -39,7 +39,7 @@ class Documents(unittest.TestCase):
                 full.startswith(name) for full in names), name)
 
     def test_every_command_finds_tests(self):
-        """CTest exits with 0 if it finds none."""
+        """CTest exits with 0 if it finds no test, so this looks for the tests themselves."""
         if BUILD.name not in ("dev", "release"):
             self.skipTest("the commands are for the presets dev and release")
         filters = {found for page in PAGES for found in re.findall(

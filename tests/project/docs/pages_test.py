@@ -204,9 +204,9 @@ class Links(unittest.TestCase):
             b='<a name="there"></a>'))
 
     def test_a_reference_that_became_no_link_is_an_error(self):
-        self.assertEqual(["a.html: @ref there: was to be made something else"],
+        self.assertEqual(["a.html: @ref there: Doxygen left this as text"],
                          self.errors(a="<p>see @ref there for it</p>"))
-        self.assertEqual(["a.html: <tt>: was to be made something else"],
+        self.assertEqual(["a.html: <tt>: Doxygen left this as text"],
                          self.errors(a="<h1>of &lt;tt>x</h1>"))
 
     def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
