@@ -566,7 +566,7 @@ struct FaultCase {
     const char *name;
     Fault fault;
     bool isUnnamed;
-    std::vector<std::string> messages; // empty if the change succeeds all the same
+    std::vector<std::string> messages; // empty if the change still succeeds
 };
 
 TEST_F(FileReplaceTest, FailuresLeaveTheOldContent)

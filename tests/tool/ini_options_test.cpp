@@ -162,7 +162,7 @@ TEST_F(IniOptionsTest, StandardInputIsFiltered)
         kIo);
     EXPECT_EQ(Wyx({"ini", "set", "--strict", "-", "a", "k=1"}, {.in = "x\n"}).code, kMalformed);
     EXPECT_EQ(Names(), names) << "no file '-' may be made";
-    // A file of this name can still be named.
+    // A file of this name can be reached as "./-".
     Write("-", kSample);
     EXPECT_EQ(Wyx({"ini", "set", "./-", "net", "port=1"}, here).code, kOk);
     EXPECT_EQ(Read(Path("-")), With(kSample, "5060", "1"));
