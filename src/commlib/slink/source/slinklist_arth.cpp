@@ -491,14 +491,13 @@ QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFu
         return XELP_ERR_SLL_NULL;
     }
     for (QAL_UINT32 ulNode = head.ulFirstNode; ulNode != kNone;) {
-        const Node &node = head.pstruBase[ulNode];
         head.ulNow = ulNode;
-        if (pfunProcess(pProcessCondition, node.pstruUserNode, pOther) != 0) {
+        if (pfunProcess(pProcessCondition, head.pstruBase[ulNode].pstruUserNode, pOther) != 0) {
             return XELP_ERR_SLL_BREAK;
         }
         // Kept: if the callback removed the last element, the cursor is on its predecessor, which
         // is visited again (ListTest.WalkContinuesFromTheCursor).
-        ulNode = head.ulNow != ulNode ? head.ulNow : node.ulNNode;
+        ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
     }
     return 0;
 }
