@@ -88,88 +88,107 @@ QAL_UINT PendingLen(const MD5_S_CTX &context)
     return (context.count[0] >> 3) % kBlockLen;
 }
 
+/// The constants of the steps.
+constexpr QAL_UINT32 kSines[64] = {
+    0xD76AA478, 0xE8C7B756, 0x242070DB, 0xC1BDCEEE, 0xF57C0FAF, 0x4787C62A, 0xA8304613, 0xFD469501,
+    0x698098D8, 0x8B44F7AF, 0xFFFF5BB1, 0x895CD7BE, 0x6B901122, 0xFD987193, 0xA679438E, 0x49B40821,
+    0xF61E2562, 0xC040B340, 0x265E5A51, 0xE9B6C7AA, 0xD62F105D, 0x02441453, 0xD8A1E681, 0xE7D3FBC8,
+    0x21E1CDE6, 0xC33707D6, 0xF4D50D87, 0x455A14ED, 0xA9E3E905, 0xFCEFA3F8, 0x676F02D9, 0x8D2A4C8A,
+    0xFFFA3942, 0x8771F681, 0x6D9D6122, 0xFDE5380C, 0xA4BEEA44, 0x4BDECFA9, 0xF6BB4B60, 0xBEBFBC70,
+    0x289B7EC6, 0xEAA127FA, 0xD4EF3085, 0x04881D05, 0xD9D4D039, 0xE6DB99E5, 0x1FA27CF8, 0xC4AC5665,
+    0xF4292244, 0x432AFF97, 0xAB9423A7, 0xFC93A039, 0x655B59C3, 0x8F0CCC92, 0xFFEFF47D, 0x85845DD1,
+    0x6FA87E4F, 0xFE2CE6E0, 0xA3014314, 0x4E0811A1, 0xF7537E82, 0xBD3AF235, 0x2AD7D2BB, 0xEB86D391,
+};
+
 /// Takes in any number of whole blocks. The chain stays in registers from block to block.
 void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ulBlocks)
 {
     const auto x = [&pucBlock](QAL_UINT i) { return LoadWord(pucBlock + 4 * i); };
+    const QAL_UINT32 *pulSines = kSines;
+    const auto sine = [&pulSines](QAL_UINT i) { return pulSines[i]; };
     QAL_UINT32 a = state[0];
     QAL_UINT32 b = state[1];
     QAL_UINT32 c = state[2];
     QAL_UINT32 d = state[3];
     for (; ulBlocks != 0; --ulBlocks, pucBlock += kBlockLen) {
+#ifdef __aarch64__
+        // Hides from the compiler what it points to. As an operand, a constant would take two
+        // instructions; one instruction loads two.
+        __asm__("" : "+r"(pulSines));
+#endif
         const QAL_UINT32 ulOldA = a;
         const QAL_UINT32 ulOldB = b;
         const QAL_UINT32 ulOldC = c;
         const QAL_UINT32 ulOldD = d;
 
         // Round 1: the words in order
-        StepF(a, b, c, d, x(0), 7, 0xD76AA478U);
-        StepF(d, a, b, c, x(1), 12, 0xE8C7B756U);
-        StepF(c, d, a, b, x(2), 17, 0x242070DBU);
-        StepF(b, c, d, a, x(3), 22, 0xC1BDCEEEU);
-        StepF(a, b, c, d, x(4), 7, 0xF57C0FAFU);
-        StepF(d, a, b, c, x(5), 12, 0x4787C62AU);
-        StepF(c, d, a, b, x(6), 17, 0xA8304613U);
-        StepF(b, c, d, a, x(7), 22, 0xFD469501U);
-        StepF(a, b, c, d, x(8), 7, 0x698098D8U);
-        StepF(d, a, b, c, x(9), 12, 0x8B44F7AFU);
-        StepF(c, d, a, b, x(10), 17, 0xFFFF5BB1U);
-        StepF(b, c, d, a, x(11), 22, 0x895CD7BEU);
-        StepF(a, b, c, d, x(12), 7, 0x6B901122U);
-        StepF(d, a, b, c, x(13), 12, 0xFD987193U);
-        StepF(c, d, a, b, x(14), 17, 0xA679438EU);
-        StepF(b, c, d, a, x(15), 22, 0x49B40821U);
+        StepF(a, b, c, d, x(0), 7, sine(0));
+        StepF(d, a, b, c, x(1), 12, sine(1));
+        StepF(c, d, a, b, x(2), 17, sine(2));
+        StepF(b, c, d, a, x(3), 22, sine(3));
+        StepF(a, b, c, d, x(4), 7, sine(4));
+        StepF(d, a, b, c, x(5), 12, sine(5));
+        StepF(c, d, a, b, x(6), 17, sine(6));
+        StepF(b, c, d, a, x(7), 22, sine(7));
+        StepF(a, b, c, d, x(8), 7, sine(8));
+        StepF(d, a, b, c, x(9), 12, sine(9));
+        StepF(c, d, a, b, x(10), 17, sine(10));
+        StepF(b, c, d, a, x(11), 22, sine(11));
+        StepF(a, b, c, d, x(12), 7, sine(12));
+        StepF(d, a, b, c, x(13), 12, sine(13));
+        StepF(c, d, a, b, x(14), 17, sine(14));
+        StepF(b, c, d, a, x(15), 22, sine(15));
         // Round 2: every fifth word from 1 on
-        StepG(a, b, c, d, x(1), 5, 0xF61E2562U);
-        StepG(d, a, b, c, x(6), 9, 0xC040B340U);
-        StepG(c, d, a, b, x(11), 14, 0x265E5A51U);
-        StepG(b, c, d, a, x(0), 20, 0xE9B6C7AAU);
-        StepG(a, b, c, d, x(5), 5, 0xD62F105DU);
-        StepG(d, a, b, c, x(10), 9, 0x02441453U);
-        StepG(c, d, a, b, x(15), 14, 0xD8A1E681U);
-        StepG(b, c, d, a, x(4), 20, 0xE7D3FBC8U);
-        StepG(a, b, c, d, x(9), 5, 0x21E1CDE6U);
-        StepG(d, a, b, c, x(14), 9, 0xC33707D6U);
-        StepG(c, d, a, b, x(3), 14, 0xF4D50D87U);
-        StepG(b, c, d, a, x(8), 20, 0x455A14EDU);
-        StepG(a, b, c, d, x(13), 5, 0xA9E3E905U);
-        StepG(d, a, b, c, x(2), 9, 0xFCEFA3F8U);
-        StepG(c, d, a, b, x(7), 14, 0x676F02D9U);
-        StepG(b, c, d, a, x(12), 20, 0x8D2A4C8AU);
+        StepG(a, b, c, d, x(1), 5, sine(16));
+        StepG(d, a, b, c, x(6), 9, sine(17));
+        StepG(c, d, a, b, x(11), 14, sine(18));
+        StepG(b, c, d, a, x(0), 20, sine(19));
+        StepG(a, b, c, d, x(5), 5, sine(20));
+        StepG(d, a, b, c, x(10), 9, sine(21));
+        StepG(c, d, a, b, x(15), 14, sine(22));
+        StepG(b, c, d, a, x(4), 20, sine(23));
+        StepG(a, b, c, d, x(9), 5, sine(24));
+        StepG(d, a, b, c, x(14), 9, sine(25));
+        StepG(c, d, a, b, x(3), 14, sine(26));
+        StepG(b, c, d, a, x(8), 20, sine(27));
+        StepG(a, b, c, d, x(13), 5, sine(28));
+        StepG(d, a, b, c, x(2), 9, sine(29));
+        StepG(c, d, a, b, x(7), 14, sine(30));
+        StepG(b, c, d, a, x(12), 20, sine(31));
         // Round 3: every third word from 5 on
-        StepH(a, b, c, d, x(5), 4, 0xFFFA3942U);
-        StepH(d, a, b, c, x(8), 11, 0x8771F681U);
-        StepH(c, d, a, b, x(11), 16, 0x6D9D6122U);
-        StepH(b, c, d, a, x(14), 23, 0xFDE5380CU);
-        StepH(a, b, c, d, x(1), 4, 0xA4BEEA44U);
-        StepH(d, a, b, c, x(4), 11, 0x4BDECFA9U);
-        StepH(c, d, a, b, x(7), 16, 0xF6BB4B60U);
-        StepH(b, c, d, a, x(10), 23, 0xBEBFBC70U);
-        StepH(a, b, c, d, x(13), 4, 0x289B7EC6U);
-        StepH(d, a, b, c, x(0), 11, 0xEAA127FAU);
-        StepH(c, d, a, b, x(3), 16, 0xD4EF3085U);
-        StepH(b, c, d, a, x(6), 23, 0x04881D05U);
-        StepH(a, b, c, d, x(9), 4, 0xD9D4D039U);
-        StepH(d, a, b, c, x(12), 11, 0xE6DB99E5U);
-        StepH(c, d, a, b, x(15), 16, 0x1FA27CF8U);
-        StepH(b, c, d, a, x(2), 23, 0xC4AC5665U);
+        StepH(a, b, c, d, x(5), 4, sine(32));
+        StepH(d, a, b, c, x(8), 11, sine(33));
+        StepH(c, d, a, b, x(11), 16, sine(34));
+        StepH(b, c, d, a, x(14), 23, sine(35));
+        StepH(a, b, c, d, x(1), 4, sine(36));
+        StepH(d, a, b, c, x(4), 11, sine(37));
+        StepH(c, d, a, b, x(7), 16, sine(38));
+        StepH(b, c, d, a, x(10), 23, sine(39));
+        StepH(a, b, c, d, x(13), 4, sine(40));
+        StepH(d, a, b, c, x(0), 11, sine(41));
+        StepH(c, d, a, b, x(3), 16, sine(42));
+        StepH(b, c, d, a, x(6), 23, sine(43));
+        StepH(a, b, c, d, x(9), 4, sine(44));
+        StepH(d, a, b, c, x(12), 11, sine(45));
+        StepH(c, d, a, b, x(15), 16, sine(46));
+        StepH(b, c, d, a, x(2), 23, sine(47));
         // Round 4: every seventh word from 0 on
-        StepI(a, b, c, d, x(0), 6, 0xF4292244U);
-        StepI(d, a, b, c, x(7), 10, 0x432AFF97U);
-        StepI(c, d, a, b, x(14), 15, 0xAB9423A7U);
-        StepI(b, c, d, a, x(5), 21, 0xFC93A039U);
-        StepI(a, b, c, d, x(12), 6, 0x655B59C3U);
-        StepI(d, a, b, c, x(3), 10, 0x8F0CCC92U);
-        StepI(c, d, a, b, x(10), 15, 0xFFEFF47DU);
-        StepI(b, c, d, a, x(1), 21, 0x85845DD1U);
-        StepI(a, b, c, d, x(8), 6, 0x6FA87E4FU);
-        StepI(d, a, b, c, x(15), 10, 0xFE2CE6E0U);
-        StepI(c, d, a, b, x(6), 15, 0xA3014314U);
-        StepI(b, c, d, a, x(13), 21, 0x4E0811A1U);
-        StepI(a, b, c, d, x(4), 6, 0xF7537E82U);
-        StepI(d, a, b, c, x(11), 10, 0xBD3AF235U);
-        StepI(c, d, a, b, x(2), 15, 0x2AD7D2BBU);
-        StepI(b, c, d, a, x(9), 21, 0xEB86D391U);
+        StepI(a, b, c, d, x(0), 6, sine(48));
+        StepI(d, a, b, c, x(7), 10, sine(49));
+        StepI(c, d, a, b, x(14), 15, sine(50));
+        StepI(b, c, d, a, x(5), 21, sine(51));
+        StepI(a, b, c, d, x(12), 6, sine(52));
+        StepI(d, a, b, c, x(3), 10, sine(53));
+        StepI(c, d, a, b, x(10), 15, sine(54));
+        StepI(b, c, d, a, x(1), 21, sine(55));
+        StepI(a, b, c, d, x(8), 6, sine(56));
+        StepI(d, a, b, c, x(15), 10, sine(57));
+        StepI(c, d, a, b, x(6), 15, sine(58));
+        StepI(b, c, d, a, x(13), 21, sine(59));
+        StepI(a, b, c, d, x(4), 6, sine(60));
+        StepI(d, a, b, c, x(11), 10, sine(61));
+        StepI(c, d, a, b, x(2), 15, sine(62));
+        StepI(b, c, d, a, x(9), 21, sine(63));
 
         a += ulOldA;
         b += ulOldB;
