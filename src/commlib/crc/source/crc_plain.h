@@ -48,7 +48,10 @@ static_assert(aCrc32_tab[1] == 0x77073096 && aCrc32_tab[128] == kCrc32Reversed &
                   aCrc32_tab[255] == 0x2D02EF8D,
               "wrong polynomial or bit order");
 
-inline QAL_UINT16 Crc16Plain(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+// Not inlined: where a message is known to be short, compilers would unroll the loop completely.
+
+[[gnu::noinline]] inline QAL_UINT16 Crc16Plain(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
+                                               QAL_UINT32 ulLen)
 {
     QAL_UINT32 ulCrc = uwCrc;
     for (QAL_UINT32 i = 0; i < ulLen; ++i) {
@@ -57,7 +60,8 @@ inline QAL_UINT16 Crc16Plain(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UIN
     return static_cast<QAL_UINT16>(ulCrc);
 }
 
-inline QAL_UINT32 Crc32Plain(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+[[gnu::noinline]] inline QAL_UINT32 Crc32Plain(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData,
+                                               QAL_UINT32 ulLen)
 {
     for (QAL_UINT32 i = 0; i < ulLen; ++i) {
         ulCrc = aCrc32_tab[(pucData[i] ^ ulCrc) & 0xFFU] ^ (ulCrc >> 8);

@@ -26,7 +26,8 @@ static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
 // The message is multiplied by x^16, so 16 zero bits follow it.
 static_assert(73 - 64 <= 16, "folding the last word but one passes the end");
 
-QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
+/// Not inlined: its two callers share it.
+[[gnu::noinline]] QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     const LastWord last =
         FoldWords<HighestBitFirst, Power16, Short>(Word{uwCrc} << 48, pucData, ulLen);
