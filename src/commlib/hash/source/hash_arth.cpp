@@ -188,7 +188,9 @@ QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_UINT32 u
     return 0;
 }
 
-QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, void **pstruNode)
+// Not inlined into XELP_Hash_DeleteNode().
+[[gnu::noinline]] QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue,
+                                                  void **pstruNode)
 {
     Node **ppLink = nullptr;
     const QAL_UINT32 ulStatus = Search(pstruHashHead, pKeyValue, pstruNode, ppLink);
@@ -205,7 +207,8 @@ QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue)
     });
 }
 
-QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
+// Not inlined into XELP_Hash_DeleteCurNode().
+[[gnu::noinline]] QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
 {
     if (pstruHashHead == nullptr || pstruNode == nullptr) {
         return XELP_ERR_HASH_INVALID_PARA;
