@@ -175,9 +175,9 @@ struct Found {
 };
 
 /// Checks the arguments of a search in the documented order, sets the result to null and looks for
-/// the match.
-Found Search(void *pstruHead, const void *pCmpCondition, XELP_DLinkList_NodeCmp pfunCmpNode,
-             void **ppUserNode)
+/// the match. Not inlined: two calls share one copy.
+[[gnu::noinline]] Found Search(void *pstruHead, const void *pCmpCondition,
+                               XELP_DLinkList_NodeCmp pfunCmpNode, void **ppUserNode)
 {
     if (pstruHead == nullptr) {
         return {XELP_ERR_DLL_INVALID_PARA, nullptr};

@@ -79,9 +79,8 @@ QAL_UINT32 TakeSlot(Head &head)
 }
 
 /// Returns a slot to the free chain, as the next to be taken.
-void ReturnSlot(Head &head, QAL_UINT32 ulNode)
+void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
 {
-    Node &node = head.pstruBase[ulNode];
     wyx_memset_s(&node, sizeof node, 0, sizeof node);
     node.ulNNode = head.ulFirstNoUseNode;
     head.ulFirstNoUseNode = ulNode;
@@ -110,12 +109,19 @@ Gap GapOfLast(const Node &node)
 /// Removes an element, puts the cursor beside the gap, and hands over the element's user node.
 void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 {
+    Node &node = head.pstruBase[ulNode];
     Join(head, gap, gap.ulNext, gap.ulPrev);
     // Kept: the cursor moves here from wherever it was, even when the first or the last element is
     // removed (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
-    *ppUserNode = head.pstruBase[ulNode].pstruUserNode;
-    ReturnSlot(head, ulNode);
+    *ppUserNode = node.pstruUserNode;
+    ReturnSlot(head, node, ulNode);
+}
+
+/// Removes any element. Not inlined: two calls share one copy.
+[[gnu::noinline]] void UnlinkAnywhere(Head &head, QAL_UINT32 ulNode, void **ppUserNode)
+{
+    Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), ppUserNode);
 }
 
 /// The cursor, or kNone if the list is empty, that is, if its count is 0. The count includes slots
@@ -220,9 +226,9 @@ struct Found {
 };
 
 /// Checks the arguments of a search in the documented order, sets the result to null and looks for
-/// the match.
-Found Search(void *pstruHead, const void *pCmpCondition, XELP_SLinkList_NodeCmp pfunCmpNode,
-             void **ppUserNode)
+/// the match. Not inlined: two calls share one copy.
+[[gnu::noinline]] Found Search(void *pstruHead, const void *pCmpCondition,
+                               XELP_SLinkList_NodeCmp pfunCmpNode, void **ppUserNode)
 {
     if (pstruHead == nullptr) {
         return {XELP_ERR_SLL_INVALID_PARA, kNone};
@@ -277,7 +283,7 @@ QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfun
     pHead->pstruBase = pBase;
     pHead->pfunCmpNode = pfunCmpNode;
     pHead->pfunFreeNode = pfunFreeNode;
-    for (QAL_UINT32 i = 0; i < ulNodeNum - 1; ++i) {
+    for (QAL_UINT32 i = 0; i < ulNodeNum; ++i) {
         pBase[i].ulNNode = i + 1;
     }
     pBase[ulNodeNum - 1].ulNNode = kNone;
@@ -333,7 +339,7 @@ QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondition,
     const Found found = Search(pstruHead, pCmpCondition, pfunCmpNode, pstruNode);
     if (found.ulStatus == 0) {
         Head &head = *static_cast<Head *>(pstruHead);
-        Unlink(head, found.ulNode, GapOf(head.pstruBase[found.ulNode]), pstruNode);
+        UnlinkAnywhere(head, found.ulNode, pstruNode);
     }
     return found.ulStatus;
 }
@@ -451,7 +457,7 @@ QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
     if (ulNode == kNone) {
         return XELP_ERR_SLL_NULL;
     }
-    Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), pstruNode);
+    UnlinkAnywhere(head, ulNode, pstruNode);
     return 0;
 }
 
@@ -495,9 +501,13 @@ QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFu
         if (pfunProcess(pProcessCondition, head.pstruBase[ulNode].pstruUserNode, pOther) != 0) {
             return XELP_ERR_SLL_BREAK;
         }
-        // Kept: if the callback removed the last element, the cursor is on its predecessor, which
-        // is visited again (ListTest.WalkContinuesFromTheCursor).
-        ulNode = head.ulNow != ulNode ? head.ulNow : head.pstruBase[ulNode].ulNNode;
+        if (head.ulNow == ulNode) [[likely]] {
+            ulNode = head.pstruBase[ulNode].ulNNode;
+        } else {
+            // Kept: if the callback removed the last element, the cursor is on its predecessor,
+            // which is visited again (ListTest.WalkContinuesFromTheCursor).
+            ulNode = head.ulNow;
+        }
     }
     return 0;
 }
@@ -521,7 +531,7 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     if (ulFreeNode >= head.ulTotalNum) { // true for kNone, too
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    ReturnSlot(head, ulFreeNode);
+    ReturnSlot(head, head.pstruBase[ulFreeNode], ulFreeNode);
     return 0;
 }
 
