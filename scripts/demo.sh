@@ -12,7 +12,7 @@ source scripts/temp_folder.sh
 work=$(temp_folder)
 trap 'rm -rf "$work"' EXIT
 
-# A separate folder, so that the release's own keeps its tests.
+# A separate folder, so that the build folder of the release keeps its tests.
 build=build/demo
 echo "Building the release in $build ..."
 configure() {

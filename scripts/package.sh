@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the packages and the archive of the sources: scripts/package.sh [FOLDER]
+# Makes the packages and the source archive: scripts/package.sh [FOLDER]
 #
 # Makes, in FOLDER (default: build/packages):
 #

@@ -1,4 +1,4 @@
-// Files by descriptor: reading them piece by piece, whatever their size, and writing.
+// Reading files of any size piece by piece, and writing them, by descriptor.
 #ifndef WYX_TOOL_FILE_INPUT_H
 #define WYX_TOOL_FILE_INPUT_H
 

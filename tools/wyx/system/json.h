@@ -32,7 +32,7 @@ class Json {
     static Json array();
     static Json object();
 
-    /// A member of an object; null if it was not set before. Makes an object of null.
+    /// A member of an object; null if it was not set before. Turns null into an object.
     Json &operator[](std::string_view member);
     /// Adds an item to an array.
     void push_back(Json item);
@@ -84,6 +84,7 @@ class Results {
     }
 
     /// Writes the document, if there is one.
+    /// @return the most serious exit code
     ExitCode Finish() const;
 
   private:
