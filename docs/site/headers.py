@@ -12,8 +12,8 @@ sys.path.insert(0, str(ROOT / "scripts"))
 from public_headers import parse, sections, statuses_of  # noqa: E402
 
 # Words of sentences that say what a failed call leaves behind.
-LEFT = re.compile("nothing changed|changes nothing|as it was|slot is null|stays? (with|behind|done)"
-                  "|are deleted$|was not read|all the same|is gone")
+LEFT = re.compile("nothing changed|changes nothing|as it was|slot is null|stays? (with|empty|done)"
+                  "|are deleted$|was not read|added anyway|is gone")
 STATUS = re.compile(r"XELP_(?:ERR|OK)_[A-Z0-9_]+")
 
 

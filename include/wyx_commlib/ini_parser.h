@@ -369,9 +369,9 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  *
  * If an existing line cannot be rewritten, the line is gone, but ulLabel stays as it was: unless
  * something else was edited, a save then writes nothing and the file keeps the key. If a new key
- * line cannot be stored, the slot made for it stays behind, empty. Oddity: if the header of a new
- * section cannot be stored, its key is added all the same, at the end of the document, and the
- * status is that of the key.
+ * line cannot be stored, the slot made for it stays empty. Oddity: if the header of a new section
+ * cannot be stored, its key is added anyway, at the end of the document, and the status is that of
+ * the key.
  *
  * @param[in,out] pStructIniLine  the document
  * @param[in]     section         the section's name, borrowed
@@ -649,7 +649,7 @@ WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLi
  * @brief Inserts a key line after a slot, or into the next slot if that is empty.
  *
  * @param[in,out] pStructIniLine  the document; if the line cannot be stored, the slot made for it
- *                                stays behind, empty; unchanged if the document cannot grow
+ *                                stays empty; unchanged if the document cannot grow
  * @param[in]     ulLoction       the slot, below ulLineNum; 0xFFFFFFFF inserts before the first
  *                                line
  * @param[in]     pKeyNameLine    the key, borrowed

@@ -18,7 +18,7 @@ constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {
     static_assert(Sparse<8 * kPart - 32, kExponents...>::IsMultipleOf(kCrc32));
-    static_assert(((kExponents < 96) && ...), "the sum would not end within two words");
+    static_assert(((kExponents < 96) && ...), "the sum would not fit in two words");
 
     Word ullFirst;
     Word ullSecond;

@@ -88,7 +88,8 @@ class WordFold;
 template <typename Order, unsigned kDegree, unsigned... kLower>
 class WordFold<Order, Sparse<kDegree, kLower...>> {
     static constexpr unsigned kNearest = std::min({(kDegree - kLower)...});
-    static_assert(2 * kNearest >= kWordBits, "bits that a word adds to itself would need clearing");
+    static_assert(2 * kNearest >= kWordBits,
+                  "bits that a word adds to itself would add to it again");
 
   public:
     /// A cleared word adds to at most this many words after it.

@@ -24,7 +24,7 @@ static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
               Short::IsMultipleOf(kCrc16));
 
 // The message is multiplied by x^16, so 16 zero bits follow it.
-static_assert(73 - 64 <= 16, "folding the last word but one passes the end");
+static_assert(73 - 64 <= 16, "clearing the last word but one would reach past the zeros");
 
 /// Not inlined: its two callers share it.
 [[gnu::noinline]] QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
@@ -140,7 +140,7 @@ using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
 // The message is multiplied by x^32, so 32 zero bits follow it.
-static_assert(85 - 64 <= 32, "folding the last word but one passes the end");
+static_assert(85 - 64 <= 32, "clearing the last word but one would reach past the zeros");
 
 using Vectors = VectorFold<Long>;
 

@@ -21,7 +21,7 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulHashSize)
 }
 
 static_assert(BlockSize(536870904) <= kMaxBlockSize && BlockSize(536870905) > kMaxBlockSize,
-              "the header names the largest number of buckets");
+              "hash.h states the largest number of buckets");
 
 /// The bucket a key belongs to; null if the hash function fails.
 Node **FindBucket(const Head &head, void *pKey)

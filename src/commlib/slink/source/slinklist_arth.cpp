@@ -21,7 +21,7 @@ constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 }
 
 static_assert(BlockSize(268435452) <= kMaxBlockSize && BlockSize(268435453) > kMaxBlockSize,
-              "the header names the largest capacity");
+              "slink.h states the largest capacity");
 
 /// A place between two neighbours. At an end of the list, the missing neighbour is kNone.
 struct Gap {
