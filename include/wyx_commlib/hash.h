@@ -37,8 +37,8 @@
  * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
  * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
  * node callback. After XELP_Hash_DeInit() with any other flag it is yours again. A user node that a
- * query returns stays in the table. The table itself and its chain nodes belong to the library
- * until XELP_Hash_DeInit().
+ * query returns stays in the table. The table itself and its chain nodes belong to the library: a
+ * chain node is released when its entry leaves the table, and the rest by XELP_Hash_DeInit().
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
@@ -51,7 +51,9 @@
  * - a Remove or Delete that removes an entry puts it on the next entry of the same bucket, or
  *   nowhere if the removed entry was the last of its bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
- * - the Get calls leave it alone. No call just moves the cursor.
+ * - the Get calls leave it alone.
+ *
+ * A list has calls that only move the cursor; a table has none.
  *
  * **Results.** XELP_Hash_RemoveCurNode() sets its result to null as soon as it has accepted its
  * arguments. If XELP_Hash_RemoveNode() or XELP_Hash_QueryNode() fails, its result is untouched.
@@ -81,10 +83,10 @@
  * query moves the cursor. Different tables are independent.
  *
  * **Siblings.** dlink.h and slink.h (lists) look much like this header, but differ on purpose.
- * Here, XELP_Hash_Init() sets the comparator, no call takes another, and it compares two keys. A
- * missing cursor has a status of its own. A search that fails leaves its result untouched. A
- * teardown that does not release the user nodes does not release the key copies either. Statuses up
- * to 70 have the same numbers as in dlink.h; those of slink.h are different from 30 on.
+ * Here, only XELP_Hash_Init() takes a comparator, and the comparator compares two keys. A missing
+ * cursor has a status of its own. A search that fails leaves its result untouched. A teardown that
+ * does not release the user nodes does not release the key copies either. Statuses up to 70 have
+ * the same numbers as in dlink.h. In slink.h, the statuses from 30 on have different numbers.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -304,10 +306,10 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * The walk starts each bucket once, in order. A bucket that the cursor led it into does not count
  * as started, so the entries of that bucket may be visited twice.
  *
- * The walk compares addresses of chain nodes to see whether the cursor is still on that entry. If
- * the callback removes the entry it was called for and saves another, the new chain node may get
- * the address of the old one. If it does, the walk continues after the new entry; if not, it
- * continues with the new entry. Rely on neither.
+ * The walk compares addresses of chain nodes to see whether the cursor is still on the entry it
+ * has just visited. If the callback removes the entry it was called for and saves another, the new
+ * chain node may get the address of the old one. If it does, the walk continues after the new
+ * entry; if not, it continues with the new entry. Rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
