@@ -1,4 +1,4 @@
-/* Counts the words of standard input in a hash table from words to counters. */
+/* Counts how often each word of standard input occurs, in a hash table from words to counters. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -6,7 +6,7 @@
 #include "os_adapter.h" /* for the release of key copies */
 #include "wyx_commlib/hash.h"
 
-#define BUCKETS 1021 /* prime, and about as many as there may be words */
+#define BUCKETS 1021 /* a prime, near the number of different words expected */
 
 /* FNV-1a, 32 bits. A key is a string; the table does not pass its length. */
 static QAL_UINT32 HashWord(void *key, QAL_UINT32 *value)
