@@ -1,7 +1,7 @@
 // Tests the hash table through its calls, and by looking at its head and chain nodes.
 //
-// Keys are strings of one letter, and user nodes are letters. hash_calls.h says how a table is
-// written.
+// Keys are strings of one letter, and user nodes are letters. Expected tables are strings such as
+// "[d]a|b|", which hash_calls.h explains.
 #include "wyx_commlib/hash.h"
 
 #include <algorithm>

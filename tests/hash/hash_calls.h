@@ -317,7 +317,8 @@ class RandomCalls {
         EXPECT_EQ(platform_.LiveBlocks(), 1 + 2 * keys.size());
     }
 
-    /// Saves a letter while the allocation of number @p ulFailAt fails. If that is 0, none fails.
+    /// Saves a letter. If @p ulFailAt is 1 or 2, the first or second allocation fails; if it is 0,
+    /// none fails.
     void Save(char ch, QAL_UINT32 ulFailAt = 0)
     {
         const Found found = Find(ch);
