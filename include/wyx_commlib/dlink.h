@@ -22,8 +22,8 @@
  * #XELP_DLL_FreeUserNode_Yes passes it to the list's release callback. After
  * XELP_DLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
  * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice. The list itself and its link nodes belong to the library until
- * XELP_DLinkList_Deinit().
+ * deleting both releases it twice. The list itself and its link nodes belong to the library: a link
+ * node is released when its element leaves the list, and the rest by XELP_DLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
  * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
