@@ -20,9 +20,10 @@
  * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
  *
- * Texts must be NUL-terminated and shorter than 2 GiB (one of 4 GiB or more is refused as
- * malformed); nothing after the terminator is read. No call allocates or keeps a pointer. All calls
- * may run on any number of threads; see #QAL_CHARset for the one thing they share.
+ * Texts must be NUL-terminated and shorter than 2 GiB (XELP_Parse_IPV4() and XELP_Parse_IPV6()
+ * refuse one of 4 GiB or more as malformed); nothing after the terminator is read. No call
+ * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for
+ * the one thing they share.
  *
  * @code{.c}
  * QAL_UINT32 addr;
@@ -82,8 +83,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  *
  * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
  * empty. A head of eight groups is the whole address. Otherwise the characters after the head
- * select the form. In the table, *h* is a hexadecimal digit: the first character of the run or IPv4
- * address named after it. *end* is the end of the text or a `]`.
+ * select the form. In the table, *h* is a hexadecimal digit; the run or IPv4 address listed after
+ * it begins with that digit. *end* is the end of the text or a `]`.
  *
  * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
@@ -193,8 +194,8 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
 /**
  * @brief Reads a run of up to eight groups separated by single colons.
  *
- * A colon ends the run, and is not consumed, if no hexadecimal digit follows it, as at a `::`, or
- * if it follows the eighth group. A text without a digit at the cursor is an empty run.
+ * A text without a digit at the cursor is an empty run. A colon ends the run, and is not consumed,
+ * if no hexadecimal digit follows it, as at a `::`, or if it follows the eighth group.
  *
  * After any other colon, a dotted quad is left to the caller, with the cursor on that colon, if its
  * first octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`.
