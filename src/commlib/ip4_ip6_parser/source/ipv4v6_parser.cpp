@@ -1,6 +1,7 @@
 // The address parsers. They read a text with the scanner, except for the usual form of a dotted
-// address, which is read in words. The IPv6 parser makes one decision: which form the characters
-// after the head select. It tries the forms in the order of the table in the header.
+// address, which is read several characters at a time. The IPv6 parser makes one decision: which
+// form the characters after the head select. It tries the forms in the order of the table in the
+// header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -137,8 +138,8 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
 }
 
 /// Reads the rest of the text, after a gap, as a dotted quad, but never accepts it. Kept: nothing
-/// sets ulQuadOctets, so these forms fail unless a port follows
-/// (ParseIpv6.DottedQuadAfterGapFails).
+/// sets ulQuadOctets, so the text fails unless the cursor is on the colon of a port instead of a
+/// quad (ParseIpv6.DottedQuadAfterGapFails).
 [[gnu::cold]] void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;

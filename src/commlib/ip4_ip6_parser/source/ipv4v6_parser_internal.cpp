@@ -74,7 +74,9 @@ constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
 constexpr QAL_INT kDottedTailLen = 5; // the shortest tail left to the caller, colon included
 
 constexpr QAL_UINT8 kHexBase = 16;
-constexpr QAL_UINT8 kGroupEnd = 0x80; // low four bits 0: as a first digit, it counts as 0
+// The value of a character that may follow a group. Its low four bits are 0, so that the character
+// counts as 0 if a caller's own table lets it begin a group.
+constexpr QAL_UINT8 kGroupEnd = 0x80;
 
 /// The values of the hexadecimal digits; kGroupEnd for what may follow a group, 0 for everything
 /// else. A table, because the branch predictor cannot guess whether the next digit is a letter.
@@ -144,9 +146,9 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
     }
 }
 
-/// Reads a run of groups and adds its length to @p ulLen. The cursor is a local copy of the
-/// caller's, so it stays in registers; in memory, each digit would wait for the store of the digit
-/// before it.
+/// Reads a run of groups and adds its length to @p ulLen. The cursor is core_td_hexseq()'s local
+/// copy of the one that it was passed, so it stays in registers; in memory, each digit would wait
+/// for the store of the digit before it.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (!IsOf(kHexDigit, *struBuf.cur_bp)) {

@@ -25,8 +25,8 @@ inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
     return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;
 }
 
-/// Moves the cursor, backwards if @p lCount is negative, and changes the number of characters left
-/// to match. That number has 32 bits, and wraps.
+/// Moves the cursor, backwards if @p lCount is negative, and updates the number of characters left.
+/// That number has 32 bits, and wraps.
 inline void Advance(Parse_Ipv4v6_S_BUF &struBuf, QAL_LONG lCount)
 {
     struBuf.cur_bp += lCount;

@@ -1,8 +1,9 @@
 // The usual form of a dotted address, read in words of four and eight characters.
 //
 // Such texts differ in where their dots are. A loop over the characters would exit at a different
-// point each time, which branch predictors cannot learn. Here positions are computed from words,
-// and every branch only asks whether the text has the usual form.
+// point each time, which branch predictors cannot learn. Here positions are computed from words.
+// One branch depends on whether there is a colon; the others depend only on whether the text has
+// the usual form.
 #include "ipv4v6_parser_words.h"
 
 #include <bit>
@@ -82,7 +83,8 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     if (ulLen < kShortestUsual || ulLen > kLongestUsual || !AreDigitsAsUsual()) {
         return kNotUsual;
     }
-    // In the usual form, a colon is among the last eight characters, the terminator included.
+    // In the usual form, the colon, if any, is among the last eight characters, the terminator
+    // included.
     const QAL_UINT64 ullTail = EightFrom(pszText + ulLen - 7);
     const QAL_UINT64 ullColonIs0 = ullTail ^ ':' * kEachByte;
     const QAL_UINT64 ullColons = (ullColonIs0 - kEachByte) & ~ullColonIs0 & 0x80 * kEachByte;
