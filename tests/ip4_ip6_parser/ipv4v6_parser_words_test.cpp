@@ -1,6 +1,6 @@
 // The usual form of a dotted address: texts read in words match the model, and unusual ones are
-// left to the scanner. A changed table of character classes sends every text to the scanner, which
-// then reads the usual form the same way.
+// left to the scanner. If the table of character classes lacks a decimal digit, every text goes to
+// the scanner, which reads a usual text without that digit the same way.
 #include "../../src/commlib/ip4_ip6_parser/source/ipv4v6_parser_words.h"
 
 #include <gtest/gtest.h>
@@ -188,7 +188,8 @@ TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
 }
 
 // If the table does not class one of the decimal digits as a digit, every text goes to the scanner.
-// A text whose octets do not contain that digit must read the same there as in words.
+// For a text whose octets do not contain that digit, the scanner must return what ReadUsualIpv4()
+// returned before.
 TEST(UsualIpv4, ScannerReadsTheSame)
 {
     Words words;

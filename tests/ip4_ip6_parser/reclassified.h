@@ -1,4 +1,4 @@
-// A caller's own table of character classes.
+// A caller's changes to the table of character classes.
 #ifndef WYX_TESTS_IP4_IP6_PARSER_RECLASSIFIED_H
 #define WYX_TESTS_IP4_IP6_PARSER_RECLASSIFIED_H
 
@@ -6,7 +6,7 @@
 
 namespace wyx::test {
 
-/// Changes the classes of a byte for the duration of a test.
+/// Changes the classes of a byte for as long as the object lives.
 class Reclassified {
   public:
     Reclassified(char ch, QAL_UINT32 ulClasses)
