@@ -411,7 +411,7 @@ QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFu
         // Kept: if the callback removed the last element, the cursor is on its predecessor, which
         // is visited again (ListTest.WalkContinuesFromTheCursor).
         pNode = head.pstruNow;
-        if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
+        if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) [[likely]] {
             pNode = pNode->pstruNNode;
         }
     }

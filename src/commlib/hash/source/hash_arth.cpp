@@ -268,7 +268,7 @@ QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfun
                 return XELP_ERR_HASH_BREAK;
             }
             pNode = head.pstruNow;
-            if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) {
+            if (reinterpret_cast<std::uintptr_t>(pNode) == uVisited) [[likely]] {
                 pNode = pNode->pstruNNode;
             }
         }
