@@ -54,7 +54,7 @@
  *
  * **Cost and limits.** The searches (XELP_DLinkList_Remove(), XELP_DLinkList_Delete() and
  * XELP_DLinkList_Query()) are linear in the number of elements up to the match; a walk and the
- * teardown are linear in the number of all elements; every other call takes constant time. Each
+ * teardown are linear in the total number of elements; every other call takes constant time. Each
  * element takes one block of 24 bytes, and the list itself takes one of 48. A list can hold up to
  * 4294967295 elements; no call checks this limit.
  *
@@ -103,7 +103,7 @@ typedef enum xelpDLLInsertPosition WYX_ENUM32 {
 /** What happens to the user nodes when the list is torn down. */
 typedef enum xelpDLLFreeUserNode WYX_ENUM32 {
     XELP_DLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_DLL_FreeUserNode_No = 1,  /**< they stay yours; any value but 0 does the same */
+    XELP_DLL_FreeUserNode_No = 1,  /**< they become yours again; any value but 0 does the same */
     XELP_DLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_DLL_FreeUserNode;
 
@@ -134,7 +134,7 @@ typedef void (*XELP_DLinkList_FreeNode)(void *pstruUserNode);
 typedef QAL_UINT32 (*XELP_DLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                                 void **pOther);
 
-/** The link node of one element, released together with it. For reading only. */
+/** The link node of one element, released when the element leaves the list. For reading only. */
 typedef struct xelpDLinkList_S_Node {
     struct xelpDLinkList_S_Node *pstruPNode; /**< the previous link node, or null */
     struct xelpDLinkList_S_Node *pstruNNode; /**< the next link node, or null */
@@ -191,11 +191,10 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_DLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match from the list. Linear time. The cursor moves to its successor.
+ * @brief Removes the first match. Linear time. The cursor moves to the match's successor.
  *
  * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. The arguments are checked in the order in which they are
- * listed with the statuses.
+ * the cursor moves to its predecessor. All arguments are checked first, even if the list is empty.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null

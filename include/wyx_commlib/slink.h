@@ -63,9 +63,9 @@
  *
  * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity. The searches
  * (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) are linear in the
- * number of elements up to the match; a walk and the teardown are linear in the number of all
- * elements; every other call takes constant time. The block takes 48 bytes plus 16 for each
- * slot. Its size is a 32-bit number, so the largest capacity is 268435452.
+ * number of elements up to the match; a walk and the teardown are linear in the total number of
+ * elements; every other call takes constant time. The block takes 48 bytes plus 16 for each slot.
+ * Its size is a 32-bit number, so the largest capacity is 268435452.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
@@ -112,7 +112,7 @@ typedef enum xelpSLLInsertPosition WYX_ENUM32 {
 /** What happens to the user nodes when the list is torn down. */
 typedef enum xelpSLLFreeUserNode WYX_ENUM32 {
     XELP_SLL_FreeUserNode_Yes = 0, /**< each goes to the release callback */
-    XELP_SLL_FreeUserNode_No = 1,  /**< they stay yours; any value but 0 does the same */
+    XELP_SLL_FreeUserNode_No = 1,  /**< they become yours again; any value but 0 does the same */
     XELP_SLL_FreeUserNode_BUTT = 2 /**< end marker */
 } XELP_E_SLL_FreeUserNode;
 
@@ -209,11 +209,10 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_SLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match from the list. Linear time. The cursor moves to its successor.
+ * @brief Removes the first match. Linear time. The cursor moves to the match's successor.
  *
  * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. The arguments are checked in the order in which they are
- * listed with the statuses.
+ * the cursor moves to its predecessor. All arguments are checked first, even if the list is empty.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null

@@ -87,9 +87,9 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-// The gap that an element leaves when it is removed. GapOfFirst() and GapOfLast() do not read the
-// link that should be empty there. Even if somebody changed that link, the new first or last
-// element gets no neighbour on that side.
+// The gap that an element leaves when it is removed. GapOfFirst() does not read the link to the
+// previous element, and GapOfLast() does not read the link to the next. So even if somebody changed
+// these links, the new first element gets no predecessor, and the new last element no successor.
 
 Gap GapOf(const Node &node)
 {
@@ -225,8 +225,8 @@ struct Found {
     QAL_UINT32 ulNode; // kNone unless the status is 0
 };
 
-/// Checks the arguments of a search in the documented order, sets the result to null and looks for
-/// the match. Not inlined: two calls share one copy.
+/// Checks the arguments of a search, sets the result to null and looks for the match. Not inlined:
+/// two calls share one copy.
 [[gnu::noinline]] Found Search(void *pstruHead, const void *pCmpCondition,
                                XELP_SLinkList_NodeCmp pfunCmpNode, void **ppUserNode)
 {
