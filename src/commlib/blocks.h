@@ -1,5 +1,5 @@
-// Allocates and releases blocks of memory, in the same way for every module. The functions pass the
-// caller's file and line to the platform, not those of this header.
+// Allocates arrays and releases blocks of memory. The functions pass the caller's file and line to
+// the platform, not those of this header.
 #ifndef WYX_COMMLIB_BLOCKS_H
 #define WYX_COMMLIB_BLOCKS_H
 
