@@ -306,8 +306,9 @@ TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
     EXPECT_EQ(g_released, "");
 }
 
-/// If a slot is returned while its element is still in the list, the element links to a free slot.
-/// Removing the first or the last element must not follow such a link.
+/// Returning a slot while its element is still in the list overwrites both links of the element.
+/// Even then, removing the first element must not read its link to the previous element, and
+/// removing the last must not read its link to the next.
 TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
 {
     for (const bool isDelete : {false, true}) {

@@ -290,7 +290,8 @@ class RandomCalls {
         if (model_.Size() == 0 || model_.IsFull() || model_.Size() > 20) {
             isGrowing_ = random_.UpTo(3) == 0 ? model_.Size() == 0 : isGrowing_;
         }
-        const std::uint64_t ullInsert = isGrowing_ ? 7 : 2; // of the 9 that change the size
+        // Of the numbers 0 to 8, those below ullInsert insert and the others remove.
+        const std::uint64_t ullInsert = isGrowing_ ? 7 : 2;
         const std::uint64_t ull = random_.UpTo(17);
         if (ull < ullInsert) {
             Insert();
@@ -510,7 +511,7 @@ class RandomCalls {
         for (std::uint64_t i = random_.UpTo(2); i != 0; --i) {
             Step();
         }
-        // To a walk, the same place means the same element, even if there is a new element now.
+        // To a walk, the element in the same place is the same element, even if it is a new one.
         expected_ = model_.cursor;
         if (expected_ != model_.elements.end() && expected_->place == visited) {
             ++expected_;
