@@ -162,7 +162,7 @@ typedef void (*XELP_Hash_FreeNode)(void *pstruUserNode);
 typedef QAL_UINT32 (*XELP_Hash_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                            void **pOther);
 
-/** The chain node of one entry, released together with it. For reading only. */
+/** The chain node of one entry, released when the entry leaves the table. For reading only. */
 typedef struct xelpHash_S_Node {
     void *pstruKey;                     /**< the table's copy of the key, never null */
     void *pstruUserNode;                /**< the user node, never null */

@@ -89,7 +89,7 @@ WYX_C_BEGIN
 
 /** Statuses of the list's calls; 0 is success. The values are ABI: never renumbered or reused. */
 typedef enum xelpSLLErrCode WYX_ENUM32 {
-    XELP_ERR_SLL_INVALID_PARA = 10, /**< a null or zero argument, no comparator, invalid position */
+    XELP_ERR_SLL_INVALID_PARA = 10, /**< a null, zero or out-of-range argument, or no comparator */
     XELP_ERR_SLL_MEMORY = 20,       /**< no memory */
     XELP_ERR_SLL_FULL = 30,         /**< no free slot */
     XELP_ERR_SLL_FIND = 40,         /**< no element matches */

@@ -223,7 +223,7 @@ static inline const QAL_CHAR *wyx_slink_status_text(QAL_UINT32 ulStatus)
         case 0:
             return "success";
         case 10:
-            return "a null or zero argument, no comparator, invalid position";
+            return "a null, zero or out-of-range argument, or no comparator";
         case 20:
             return "no memory";
         case 30:
