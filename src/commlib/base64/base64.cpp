@@ -33,7 +33,7 @@ static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == k
 #if defined(WYX_BASE64_HAS_PAIRS)
 using wyx::base64::PairOf;
 #else
-constexpr auto PairOf = wyx::base64::TwoCharactersOf; // a table would serve at most three groups
+constexpr auto PairOf = wyx::base64::TwoCharactersOf; // not worth a table: at most four groups
 #endif
 
 /// Writes four characters, the first in the lowest byte.
@@ -73,7 +73,8 @@ QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
 }
 
 /// Decodes the usual layout at the start of a text: lines with the same number of quads. Returns
-/// the number of characters decoded and adds the number of bytes to @p ulOut.
+/// the number of characters processed, line breaks included, and adds the number of bytes to
+/// @p ulOut.
 QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
                        QAL_UINT32 &ulOut)
 {
@@ -94,7 +95,8 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return ulDone;
 }
 
-/// Decodes a quad that ends in one or two `=` and returns the number of bytes; 0 for other quads.
+/// Decodes a quad of two or three characters that have a value, filled up with `=`. Returns the
+/// number of bytes, or 0 for any other quad.
 QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 {
     const bool hasTwo = pucQuad[2] != '=';
@@ -119,7 +121,8 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
 {
     QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
     QAL_UINT32 ulFound = 0;
-    // Kept: the character after the text is read, too (Base64Decode.ByteBeyondTheLengthIsTested).
+    // Kept: the loop also reads the character after the text
+    // (Base64Decode.ByteBeyondTheLengthIsTested).
     for (QAL_UINT32 i = ulDone; i <= ulLen; ++i) {
         QAL_UINT8 ucMeaning = kMeanings[pucIn[i]];
         if (ucMeaning == kSkipped) {
@@ -184,10 +187,11 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
     return Product(3, lLen) / 4 + 4;
 }
 
-// The longest inputs whose output fits in the requested block. Kept: a size that has wrapped to a
-// negative number is requested as the unsigned number with the same bits, which is more than the
-// output needs (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For an
-// input one byte longer than the longest, the size is 0.
+// The longest inputs that the calls accept. Kept: a size that has wrapped to a negative number is
+// requested as the unsigned number with the same bits, which is more than the output needs
+// (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For any longer input,
+// the wrapped size is too small for the output, or the length of the output does not fit in a
+// QAL_INT32.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
 constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);

@@ -77,14 +77,15 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    // A step decodes 24 bytes but writes 32. The other 8 go where the next 16 characters decode to.
+    // A step decodes 32 characters to 24 bytes, but writes 32 bytes. The other 8 go where the next
+    // 16 characters decode to.
     for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);
         const __m256i low = _mm256_and_si256(in, lowHalf);
         if (_mm256_testz_si256(_mm256_shuffle_epi8(highSets, high),
                                _mm256_shuffle_epi8(lowSets, low)) == 0) {
-            break; // this includes the URL-safe characters, which the table form decodes
+            break; // even for a URL-safe character, which the table form decodes
         }
         const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
         const __m256i sextets =

@@ -10,7 +10,7 @@
 // fewer, it may leave some. base64.cpp processes whatever either function leaves.
 //
 // All forms produce the same bytes. None reads outside the input. DecodeQuads() may write past the
-// bytes it decodes: at most as many bytes as the remaining characters decode to, plus one. The
+// decoded bytes: at most as many bytes as the remaining characters could decode to, plus one. The
 // decoder's buffer always has room for these.
 //
 // A form exists only where the compiler may assume the CPU features that the form needs. The
@@ -34,7 +34,7 @@
 #if defined(__ARM_NEON)
 #define WYX_BASE64_HAS_NEON 1
 #else
-#define WYX_BASE64_HAS_TABLE 1 // the NEON form needs no tables of this size
+#define WYX_BASE64_HAS_TABLE 1 // the table form; NEON does without it
 #if !defined(WYX_BASE64_HAS_AVX512)
 #define WYX_BASE64_HAS_PAIRS 1 // AVX-512 encodes without a table
 #endif
@@ -71,7 +71,7 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
     return aTab;
 }
 
-/// For any CPU: a look-up yields two characters or decodes one. The tables have 8 and 4 KiB.
+/// For any CPU: a look-up yields two characters or decodes one. The tables take 8 and 4 KiB.
 namespace table {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

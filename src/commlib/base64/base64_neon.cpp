@@ -1,8 +1,8 @@
 // Base64 with NEON. De-interleaving loads put the first bytes of all groups in one vector, the
 // second bytes in the next, and so on; interleaving stores do the reverse. Look-ups use tables of
 // 64 entries in registers. What is left is done 12 bytes or 16 characters at a time. The last of
-// these steps is moved back to end at the last whole group; the overlap is computed twice, with the
-// same result.
+// these steps starts early enough to end with the last whole group; the overlap is computed twice,
+// with the same result.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_NEON)

@@ -1,5 +1,5 @@
 // Base64 with SSE2: characters are looked up in pairs, as in the table form, but collected in
-// vectors. Each pair is inserted straight from memory, and one store replaces eight.
+// vectors. Most pairs are inserted straight from memory, and one store replaces eight.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_SSE2)
@@ -11,7 +11,7 @@
 namespace wyx::base64::sse2 {
 namespace {
 
-/// The characters that encode the lowest 12 bits, in the type that _mm_insert_epi16() takes.
+/// The characters that encode the lowest 12 bits, as a signed 16-bit element of a vector.
 short Inserted(QAL_UINT64 ullBits)
 {
     return static_cast<short>(PairOf(ullBits));
