@@ -2,9 +2,10 @@
  * @file md5.h
  * @brief MD5 digest of a message, fed in one piece or in many.
  *
- * RFC 1321 defines the digest. Use it to compare with stored digests and to detect accidents. It
- * does not protect against attackers: two messages with the same MD5 can be made in seconds. For
- * passwords, signatures, or a file that somebody else could have replaced, use something else.
+ * RFC 1321 defines the digest. Use it to compare with stored digests and to detect accidental
+ * changes. It does not protect against attackers: two messages with the same MD5 can be made in
+ * seconds. For passwords, signatures, or a file that somebody else could have replaced, use
+ * something else.
  *
  * The calls return nothing and check nothing, so never pass a null pointer. None of them allocates
  * or keeps a pointer. Different contexts may be used on different threads at once; use one context

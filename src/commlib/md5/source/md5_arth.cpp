@@ -112,8 +112,8 @@ void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ul
     QAL_UINT32 d = state[3];
     for (; ulBlocks != 0; --ulBlocks, pucBlock += kBlockLen) {
 #ifdef __aarch64__
-        // Hides from the compiler what it points to. As an operand, a constant would take two
-        // instructions; one instruction loads two.
+        // Hides from the compiler what pulSines points to: otherwise it would build most constants
+        // with two instructions. From memory, one instruction loads two constants.
         __asm__("" : "+r"(pulSines));
 #endif
         const QAL_UINT32 ulOldA = a;
