@@ -1,5 +1,6 @@
-// Compares each CPU form of the inner loops with the bit-by-bit model: at all lengths and
-// alignments, with an unusual character at every place, on texts that end at an unmapped page.
+// Compares each CPU form of the inner loops with the bit-by-bit model: at all lengths up to
+// kLongest and all alignments, with an unusual character at every place, on texts that end at an
+// unmapped page.
 #include "base64_kernel.h"
 
 #include <gtest/gtest.h>
@@ -45,7 +46,7 @@ std::vector<Form> Forms()
 }
 
 constexpr QAL_UINT32 kLongest = 300;     // several rounds of the widest form, and all remainders
-constexpr QAL_UINT32 kLeastDecoded = 16; // forms decode all quads of this many characters or more
+constexpr QAL_UINT32 kLeastDecoded = 16; // from this many characters on, forms decode all quads
 
 std::string RandomBytes(std::size_t size, std::mt19937 &random)
 {
@@ -166,7 +167,7 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
                 QAL_UINT32 ulDone = 0;
                 const std::string bytes = Decode(text, ulDone);
                 ASSERT_LE(ulDone, at / 4 * 4) << value << " at " << at;
-                if (at >= kLeastDecoded) { // base64.cpp finds line breaks by this
+                if (at >= kLeastDecoded) { // base64.cpp looks for a line break where a form stops
                     ASSERT_EQ(ulDone, at / 4 * 4) << value << " at " << at;
                 }
                 ASSERT_EQ(bytes, expected.substr(0, bytes.size()));

@@ -535,7 +535,7 @@ TEST_F(Base64Decode, NegativeLengthDecodesToNothing)
 }
 
 /// The call fails as if the allocation had failed, but requests nothing: a block of the wrapped
-/// size could not hold the output.
+/// size could not hold the output, or a QAL_INT32 could not hold the output's length.
 void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lLen)
 {
     SCOPED_TRACE(lLen);
