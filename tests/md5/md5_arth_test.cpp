@@ -244,7 +244,7 @@ TEST(Md5, OnePieceWhoseBitCountExceeds32Bits)
 #else
 TEST(Md5, OnePieceWhoseBitCountExceeds32Bits)
 {
-    GTEST_SKIP() << "takes minutes in this build: run the release preset";
+    GTEST_SKIP() << "takes too long in this build: run the release preset";
 }
 #endif
 
