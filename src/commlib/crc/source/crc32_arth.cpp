@@ -1,4 +1,4 @@
-// The public CRC-32 calls; crc_kernel.h lists the CPU forms that compute it.
+// The public CRC-32 calls. crc_kernel.h chooses the code that computes the CRC.
 #include "wyx_commlib/crc.h"
 
 #include "crc_kernel.h"

@@ -22,7 +22,8 @@ namespace wyx::crc {
 ///
 /// Multiply a word W by the whole quotient and drop the terms below x^64: what is left is
 /// W * x^width divided by P, times x^64. This is exact: x^(64 + width) divided by P leaves a
-/// remainder R below x^width, so W * R / P is below x^64, in the part that is dropped.
+/// remainder R below x^width, so the product differs from W * x^(64 + width) / P by W * R / P. That
+/// is below x^64, so it changes only terms that are dropped.
 constexpr Word Inverse(Polynomial poly)
 {
     Word ullRem = 1;

@@ -48,7 +48,8 @@ static_assert(aCrc32_tab[1] == 0x77073096 && aCrc32_tab[128] == kCrc32Reversed &
                   aCrc32_tab[255] == 0x2D02EF8D,
               "wrong polynomial or bit order");
 
-// Neither is inlined: where a message is known to be short, compilers would unroll the whole loop.
+// Crc16Plain() and Crc32Plain() are not inlined: where a message is known to be short, compilers
+// would unroll the whole loop.
 
 [[gnu::noinline]] inline QAL_UINT16 Crc16Plain(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
                                                QAL_UINT32 ulLen)
