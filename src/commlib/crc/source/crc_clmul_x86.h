@@ -8,7 +8,7 @@
 
 namespace wyx::crc {
 
-/// No limit: products are faster than the XORs of the sparse form at every length.
+/// No limit, although on some CPUs the sparse form is faster for messages of several KiB.
 constexpr QAL_UINT32 kMaxCrc16ByClmul = ~QAL_UINT32{0};
 
 /// The product of the low words, and the product of the high ones.
@@ -37,8 +37,8 @@ inline Vector ShiftDown(Vector vector)
     return reinterpret_cast<Vector>(_mm_srli_si128(reinterpret_cast<__m128i>(vector), kBytes));
 }
 
-/// Byte i of the result is byte p of @p vector, where p is byte i of @p places, from 0 to 15. It
-/// is 0 if p is 128 or more.
+/// Byte i of the result is byte p of @p vector, where p is byte i of @p places, or 0 if p is 128 or
+/// more. No caller passes places from 16 to 127.
 inline Vector PickBytes(Vector vector, Vector places)
 {
     return reinterpret_cast<Vector>(
