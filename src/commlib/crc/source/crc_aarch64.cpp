@@ -9,11 +9,12 @@
 namespace wyx::crc {
 namespace {
 
-// A CRC instruction processes eight bytes. One can start in each cycle, but its result arrives two
-// or three cycles later, so a single stream leaves the unit idle in between. Three parts of equal
-// length are therefore processed side by side and then joined: the CRC v of a part is carried over
-// by adding v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces this power
-// of x by five lower ones, so that every bit added falls into the last 16 bytes of that part.
+// A CRC instruction processes up to eight bytes. One can start in each cycle, but its result
+// arrives two or three cycles later, so a single stream leaves the unit idle in between. Three
+// parts of equal length are therefore processed side by side and then joined: the CRC v of a part
+// is carried over by adding v * x^(8 * kPart - 32) to the next part. The sparse multiple below
+// replaces this power of x by five lower ones, so that every bit added falls into the last 16 bytes
+// of that part.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {

@@ -9,8 +9,8 @@
 // 3. Do this bit by bit, starting with the first. Then all but the last d bits are zero, and
 //    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
-//    each other. So all bits of a word can be cleared at once: XOR the word into the message at
-//    each of the distances.
+//    each other. So if no distance is shorter than a word, all bits of a word can be cleared at
+//    once: XOR the word into the message at each of the distances.
 // This is called folding. It needs neither a table nor a multiplication.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H

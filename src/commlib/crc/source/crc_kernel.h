@@ -1,5 +1,5 @@
-// The CPU forms of the checksums, each for CPUs with certain features, and the choice of the form
-// that the library uses.
+// The CPU forms of the checksums, which differ in the CPU features that they need, and the choice
+// of the form that the library uses.
 //
 // Every form computes the same values as Crc16Plain() and Crc32Plain(). A form exists only where
 // the compiler may assume the CPU features that the form needs. The library's form is chosen when

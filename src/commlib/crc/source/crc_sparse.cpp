@@ -46,8 +46,8 @@ class RegisterFold {
     /// Takes the next 128 bytes of the message.
     void Take(const QAL_UINT8 *pucData) { TakeEach(pucData, std::make_index_sequence<kVectors>{}); }
 
-    /// Takes the last 128 bytes of the message and writes them to @p pucRest, together with what
-    /// the bytes before them add. They are not cleared.
+    /// Takes the last 128 bytes of the message, which are not cleared. Writes them to @p pucRest
+    /// with what the preceding bytes add to them.
     void TakeLast(const QAL_UINT8 *pucData, QAL_UINT8 *pucRest)
     {
         TakeLastEach(pucData, pucRest, std::make_index_sequence<kVectors>{});
@@ -76,7 +76,8 @@ class RegisterFold {
     }
 
     /// Vector kAt of the next 128 bytes. The array's vectors before kAt are already from these
-    /// bytes; vector kAt and those after it are still from the preceding 128 bytes.
+    /// bytes, or zero in TakeLast(); vector kAt and those after it are still from the preceding 128
+    /// bytes.
     template <std::size_t kAt>
     Vector Folded(const QAL_UINT8 *pucData) const
     {
@@ -134,8 +135,8 @@ namespace crc32 {
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
 // Folds what Long leaves: the nine-term multiple of lowest degree whose two highest exponents
-// differ by at least half a word. None of a usable degree has fewer terms
-// (SparseMultiples.Crc32Short).
+// differ by at least half a word. None has fewer terms up to degree 96, the highest that the
+// assertion on the zeros below allows (SparseMultiples.Crc32Short).
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
@@ -144,7 +145,7 @@ static_assert(85 - 64 <= 32, "clearing the last word but one would reach past th
 
 using Vectors = VectorFold<Long>;
 
-constexpr QAL_UINT32 kMinByLong = 56;     // speed only: Short alone is faster below
+constexpr QAL_UINT32 kMinByLong = 56;     // speed only: Long pays from about here
 constexpr QAL_UINT32 kMinByVectors = 512; // speed only: preparing the buffer costs time
 static_assert(kMinByVectors >= Vectors::kMinBytes);
 
