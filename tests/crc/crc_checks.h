@@ -174,7 +174,7 @@ void ExpectSplitsToJoin(const Crc<Word> &crc)
     }
 }
 
-/// Every length at every alignment, with the bytes around the message different each time.
+/// Every length up to kMaxLen at 17 alignments, each time with different bytes around the message.
 template <typename Word>
 void ExpectLengthsAndAlignments(const Crc<Word> &crc)
 {

@@ -1,7 +1,7 @@
-// The form for any CPU folds by sparse multiples of the polynomials. This is the meet-in-the-middle
-// search that found them. A polynomial x^a + x^b + ... is a multiple of P if the remainders of its
-// terms add up to 0. So the search tabulates the remainders of all sums of a few terms; two sums
-// with the same remainder make a multiple.
+// The form for any CPU folds by sparse multiples of the polynomials. This meet-in-the-middle search
+// found those that are not powers of the CRC-16 polynomial. A polynomial x^a + x^b + ... is a
+// multiple of P if the remainders of its terms add up to 0. So the search tabulates the remainders
+// of all sums of a few terms; two sums with the same remainder make a multiple.
 #include <gtest/gtest.h>
 
 #include <algorithm>
