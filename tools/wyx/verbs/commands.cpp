@@ -66,7 +66,7 @@ constexpr Command kCommands[] = {
                 {'\0', "crc16", "", "CRC-16: polynomial 0x1021, initial value 0"},
                 {'\0', "crc32", "",
                  "CRC-32: polynomial 0x04C11DB7, initial value 0, not inverted: not that of zlib"},
-                {'\0', "md5", "", "MD5, which detects accidents, not forgeries"},
+                {'\0', "md5", "", "MD5, which detects accidental changes, not forgeries"},
                 {'c', "check", "",
                  "read lists of sums from the FILEs and verify them; the number of digits selects "
                  "the algorithm"},
