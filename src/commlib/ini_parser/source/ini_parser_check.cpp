@@ -1,4 +1,4 @@
-// The strict grammar of a line, which only the check of a whole document uses.
+// The strict grammar of a line. Lookups and edits do not use it.
 #include "ini_parser_internal.h"
 
 namespace wyx::ini {
@@ -38,7 +38,7 @@ const QAL_INT8 *ItemAfter(const QAL_INT8 *pszComma)
 QAL_UINT32 CheckItems(const QAL_INT8 *psz, const QAL_INT8 *pszLineLast)
 {
     while (psz < pszLineLast) {
-        const QAL_INT8 *pszItemEnd; // the first byte after the item
+        const QAL_INT8 *pszItemEnd; // where the check goes on after the item
         if (*psz == kQuote) {
             const QAL_INT8 *const pszQuote = NextQuote(psz);
             if (pszQuote == nullptr) {

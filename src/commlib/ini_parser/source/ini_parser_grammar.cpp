@@ -3,8 +3,8 @@
 
 namespace wyx::ini {
 
-// The next three functions are not inlined: one copy for all parsers saves about 600 bytes, and the
-// calls add less than 2 % to the instructions of a parser.
+// The next three functions are not inlined: one copy for all parsers saves 350 to 480 bytes. The
+// calls add 1 to 4 % to the instructions of a parser.
 
 // The adapter returns a 32-bit length. If the length has wrapped, pszEnd is before the terminator,
 // and the search goes on from there.
@@ -126,8 +126,8 @@ QAL_UINT32 ParseAfterEqual(const QAL_INT8 *pszEqual, QAL_INT8 **ppszValue, QAL_I
     const QAL_INT8 *const pszLineLast = LastByte(pszEqual);
     const QAL_INT8 *const pszFirst = SkipBlanks(pszEqual + 1, pszLineLast);
     const QAL_INT8 *const pszLast = TrimWhite(ValueLast(pszFirst, pszLineLast), pszFirst);
-    // Kept: only blanks make an empty value, so after a bare `=` the line end becomes the value
-    // (IniParseKeyLine.BareEqualYieldsLineEnd).
+    // Kept: a line end is not skipped as blanks are, so after a bare `=` the value is the first
+    // byte of the line end (IniParseKeyLine.BareEqualYieldsLineEnd).
     if (pszLast >= pszFirst && !IsBlank(*pszFirst)) {
         *ppszValue = CopyText({pszFirst, pszLast});
         if (*ppszValue == nullptr) {

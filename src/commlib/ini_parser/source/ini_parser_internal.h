@@ -151,7 +151,7 @@ inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
 
 /// What a line is to a walk.
 enum class Kind {
-    kSkipped, ///< a comment, or nothing but white bytes
+    kSkipped, ///< a comment or a blank line
     kSection, ///< a section header
     kKey,     ///< a key line
 };
@@ -228,7 +228,7 @@ QAL_UINT32 ForEachLine(Walk &walk, const Visit &visit)
 /// kFound if a header names this section, 0 if it names another, or the status of a failed parse.
 QAL_UINT32 MatchHeader(const QAL_INT8 *pszLine, const QAL_INT8 *pszSection);
 
-/// One block of a section: the slots of its header and of its last line.
+/// One block of a section: the slot of its header, and its last slot, which may be empty.
 struct Block {
     QAL_UINT32 ulHeader;
     QAL_UINT32 ulLast;
