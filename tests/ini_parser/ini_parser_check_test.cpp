@@ -50,7 +50,7 @@ TEST_F(IniCheckSectionLine, AcceptsOrReturns110)
         {"[] a]\n", kSection}, // the first `]` counts
         {"[ ]\n", kSection},
         {"[   ]\n", kSection},
-        {"[\t ]\n", kSection}, // the skip stops at a space, the last byte
+        {"[\t ]\n", kSection}, // the skip over blanks stops at the last byte, a space
         {"[a[b]\n", kSection},
         {"[[a]\n", kSection},
         {"[a[]\n", kSection},

@@ -217,7 +217,7 @@ TEST_F(IniSaveKeyToIniStruct, BuildsALine)
         {"k", "v", kNull, kOk, "k=v\n"},
         {"k", kNull, "c", kOk, "k= ;c\n"},
         {"k", kNull, kNull, kOk, "k=\n"},
-        // An empty value or comment is not the same as none.
+        // An empty comment is not the same as none, but an empty value is.
         {"k", "", "", kOk, "k= ;\n"},
         {"k", "", kNull, kOk, "k=\n"},
         {"k", kNull, "", kOk, "k= ;\n"},
@@ -516,7 +516,7 @@ const SetCase kSets[] = {
     {"NewKeyWithoutValue", {"[a]\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
     {"NewKeyWithEmptyValue", {"[a]\n"}, "k", "", kOk, {"[a]\n", "k=\n"}},
     {"NewKeyIsNoPrefix", {"[a]\n", "kk=1\n"}, "k", "v", kOk, {"[a]\n", "kk=1\n", "k=v\n"}},
-    // Existing keys keep their spelling and comment, and become canonical.
+    // An existing key keeps its spelling and comment, and its line becomes canonical.
     {"Replaced", {"[a]\r\n", "k=1\r\n", "l=2\r\n"}, "k", "v", kOk, {"[a]\r\n", "k=v\n", "l=2\r\n"}},
     {"ReplacedInItsSpelling", {"[A]\n", " \tKey = 1\r\n"}, "kEY", "v", kOk, {"[A]\n", "Key=v\n"}},
     {"ReplacedWithComment",
@@ -726,7 +726,7 @@ struct DeleteCase {
     Lines after;
 };
 
-/// Deletes as a table says, then again beside the model, with allocations failing.
+/// Checks a deletion against a table, and then against the model while allocations fail.
 class DeleteTest : public EditTest {
   protected:
     void Check(const DeleteCase &c, const RealEdit &edit, const ModelEdit &modelEdit)

@@ -97,7 +97,7 @@ class LookupTest : public PlatformTest {
             EXPECT_EQ(list, ListSentinel());
             return;
         }
-        EXPECT_EQ(list, platform.Events()[0].pBlock); // null, or the list, which may be released
+        EXPECT_EQ(list, platform.Events()[0].pBlock); // null, or the list, released or not
         if (result.ulStatus != kOk) {
             EXPECT_EQ(platform.SizeOf(list), std::nullopt);
             return;

@@ -124,7 +124,7 @@ TEST_F(IniSaveStringToIniFile, EveryWriteFailing)
     const std::vector<std::string> pieces = model::Fold(line);
     ASSERT_EQ(pieces.size(), 5U);
     for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 6; ++ulFailAt) {
-        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // at most all bytes but one
+        for (const QAL_UINT32 ulWritten : {0U, 1U, 500U}) { // 500 stands for all but one
             SCOPED_TRACE(ulFailAt);
             platform.StartRecording();
             platform.Fail(Service::kWrite, ulFailAt, Failure::kOnce, ulWritten);

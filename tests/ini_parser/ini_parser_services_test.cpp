@@ -11,8 +11,8 @@
 
 namespace {
 
-/// The calls as "memset 24 0 24" (bound, byte, count), "memcpy 480 80" (bound, count), and, with
-/// the bound and the text in quotation marks, "strcpy 4 ...", "strcat 20 ...", "sprintf 512 ...".
+/// The calls: "memset 24 0 24" (bound, byte, count), "memcpy 480 80" (bound, count), and
+/// "strcpy 4 ...", "strcat 20 ...", "sprintf 512 ..." (bound, then the text in quotation marks).
 std::vector<std::string> calls;
 
 void Record(const char *pszWhat, QAL_ULONG ulMax, const std::string &what)

@@ -216,7 +216,7 @@ TEST_F(IniReader, NulCutsItsLine)
         {"ab\0cd\nx"s, "ab\r", 2, 1},      // text and line end are cut off, a CR is added
         {"ab\0\nx"s, "ab\r", 2, 1},        //
         {"ab\0"s, "ab\r", 2, 1},           //
-        {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut after a joined line end and a kept backslash
+        {"a\n\\\0b\nx"s, "a\n\\\r", 3, 1}, // cut after a line end and a kept backslash
         {"a\n\\\n\0b\nx"s, "a\n", 2, 2},   // cut after a line end, so no CR is added
         {"a\\\nb\0c\r\nx"s, "ab\r", 2, 2}, // cut in a continuation, which counts as a line
         {"a\\\0b\nx"s, "a\\\r", 2, 1},     // a backslash before a NUL is kept

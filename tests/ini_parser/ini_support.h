@@ -67,7 +67,8 @@ class Document : public XELP_IN_S_INI_FILE_STRUCT {
   public:
     /// A record that holds nothing.
     Document() : XELP_IN_S_INI_FILE_STRUCT{} {}
-    /// A record of these lines, as if loaded. The double starts recording once it is built.
+    /// A record of these lines, as if loaded. The double starts recording at the end of the
+    /// constructor.
     explicit Document(const Lines &lines, QAL_UINT32 ulCapacity = 200);
     explicit Document(const Snapshot &snapshot);
     ~Document();
