@@ -91,8 +91,8 @@
 WYX_C_BEGIN
 
 /**
- * Statuses of the INI calls. The values are ABI: never renumbered, never reused. They are not in
- * the order of their numbers, and there is no end marker.
+ * Statuses of the INI calls. The values are ABI: never renumbered, never reused. They are not
+ * listed in ascending order, and there is no end marker.
  */
 typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_OK = 0,                 /**< success */
@@ -183,8 +183,8 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 /**
  * @brief Checks a whole document against a stricter grammar.
  *
- * Lookups and edits are more lenient on purpose: a document that fails this check can still be
- * used. The check fails for a key line before the first header, for a line of no known kind, and
+ * Lookups and edits are more lenient on purpose: a document that fails this check may still be
+ * usable. The check fails for a key line before the first header, for a line of no known kind, and
  * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. It reads the lines from the top and
  * stops at the first that fails.
  *
@@ -214,9 +214,9 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * to recover.
  *
  * **A target may have only one saver at a time, across all processes.** Of two savers at the same
- * time, one may lose its edits; with an adapter of your own, both contents can be lost. Take a lock
- * before you load and keep it until the save returns, as docs/durability.md shows. Do not lock the
- * target itself, which a save replaces.
+ * time, one may lose its edits; with an adapter of your own, what both of them wrote can be lost.
+ * Take a lock before you load and keep it until the save returns, as docs/durability.md shows. Do
+ * not lock the target itself, which a save replaces.
  *
  * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
  * and ".ibk". Today that time has 13 digits. So:
