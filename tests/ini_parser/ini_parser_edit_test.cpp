@@ -726,7 +726,7 @@ struct DeleteCase {
     Lines after;
 };
 
-/// Checks a deletion against a table, and then against the model while allocations fail.
+/// Checks a deletion against a table, and against the model, also with failing allocations.
 class DeleteTest : public EditTest {
   protected:
     void Check(const DeleteCase &c, const RealEdit &edit, const ModelEdit &modelEdit)
