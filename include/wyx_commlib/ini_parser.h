@@ -31,10 +31,11 @@
  *   before any other byte is kept; a backslash at the end of the file is dropped. Oddities: after
  *   a lone LF or CR, a line that *begins* with a backslash is joined to the line before it, whose
  *   line end stays in the text. Right after a backslash and an LF, another LF is a complete line
- *   end, even if a CR follows. Right after a backslash and a CR, another CR is a complete line
- *   end, even if an LF follows.
+ *   end, even if a CR or a backslash follows. Right after a backslash and a CR, another CR is a
+ *   complete line end, even if an LF or a backslash follows.
  * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
- *   a line is longer, the load fails.
+ *   a line is longer, the load fails. Oddity: a last line of 511 bytes without a line end is
+ *   loaded, but with the CR that it gets it is too long to be loaded again after a save.
  * - A NUL ends the text of its line. The text then gets a CR unless it already ends in a line end.
  *   A NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
@@ -70,13 +71,13 @@
  *   one, and XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
- * In the worst case, a lookup or an edit takes time proportional to the number of lines in the
+ * In the worst case, a lookup or an edit takes time proportional to the number of slots in the
  * document: docs/modules/ini_parser.md has figures. To create many keys, write the file and load
  * it.
  *
- * No text is truncated at 4 GiB. A call that would have to copy a text of 4 GiB or more, terminator
- * included, fails as if there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that its
- * description names for a text that is too long.
+ * No text is truncated at 4 GiB. Copying a text of 4 GiB or more, terminator included, fails as if
+ * there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that the call's description
+ * names for a text that is too long.
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise
@@ -96,8 +97,10 @@ WYX_C_BEGIN
  */
 typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_OK = 0,                 /**< success */
-    XELP_ERR_INI_SECTION_NOT_FOUND = 10, /**< no section of that name */
-    XELP_ERR_INI_KEY_NOT_FOUND = 20,     /**< no key of that name in the section */
+    XELP_ERR_INI_SECTION_NOT_FOUND = 10, /**< no section of that name; for a list of sections, no
+                                              section at all */
+    XELP_ERR_INI_KEY_NOT_FOUND = 20,     /**< no key of that name in the section; for a list of
+                                              keys, no key at all */
     XELP_ERR_INI_OPEN_FILE = 30,         /**< the file cannot be opened for reading */
     XELP_ERR_INI_READ_FILE = 40,         /**< never returned */
     XELP_ERR_INI_CREATE_FILE = 50,       /**< the saved file cannot be created or put in place */
@@ -367,11 +370,11 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * docs/round-trips.md has further cases: lines of 80 bytes or more, and an edited line before one
  * that begins with a CR or a backslash.
  *
- * If an existing line cannot be rewritten, the line is gone, but ulLabel stays as it was: unless
- * something else was edited, a save then writes nothing and the file keeps the key. If a new key
- * line cannot be stored, the slot made for it stays empty. Oddity: if the header of a new section
- * cannot be stored, its key is added anyway, at the end of the document, and the status is that of
- * the key.
+ * If the new form of an existing line cannot be stored, the old line is gone, but ulLabel stays as
+ * it was: unless something else was edited, a save then writes nothing and the file keeps the key.
+ * If a new key line cannot be stored, the slot made for it stays empty. Oddity: if the header of a
+ * new section cannot be stored, its key is added anyway, at the end of the document, and the status
+ * is that of the key.
  *
  * @param[in,out] pStructIniLine  the document
  * @param[in]     section         the section's name, borrowed
@@ -548,9 +551,9 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  *
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
  * must not hold a bracket. After the `]` only blanks, the line end and a comment are allowed, and
- * the comment must begin with " ;". Oddities: a name of blanks that ends in a tab passes, though
- * lookups refuse it, and a line that ends in a tab fails if only blanks come between the `]` and
- * that tab.
+ * the comment must begin with " ;". Oddities: a name of blanks that ends in a tab passes, and so do
+ * tabs between the `]` and the line end, though lookups refuse both. A line that ends in a tab
+ * fails if only blanks come between the `]` and that tab.
  *
  * @param[in] strSectionLine  the line, borrowed
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION if the line is null or fails the check.
