@@ -152,7 +152,8 @@ class outcome {
 };
 } // namespace detail
 
-/// A value, or the reason why there is none. It can be moved but not copied.
+/// A value, or the reason why there is none. It can be move-constructed, but neither assigned nor
+/// copied.
 template <typename T>
 class [[nodiscard]] result : public detail::outcome {
     union {
@@ -751,7 +752,8 @@ std::optional<T> read_as(std::string_view text)
 }
 } // namespace detail
 
-/// An INI document. It owns its lines and can be moved; a save consumes it.
+/// An INI document. It owns its lines, releases them with XELP_IniFreeIniStruct() and can be moved;
+/// a save consumes it.
 class document {
     XELP_IN_S_INI_FILE_STRUCT doc_{};
 
@@ -764,7 +766,8 @@ class document {
 
   public:
     /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
-    /// marks around an item are removed. A comma at the end adds no item.
+    /// marks around an item are removed. A backslash does not escape a quotation mark. A comma at
+    /// the end adds no item.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
