@@ -3,8 +3,9 @@
  * @brief CRC-16 and CRC-32 of a buffer, in one call or piece by piece.
  *
  * Both start from 0 and are not inverted at the end, so XELP_CRC_32() differs from zlib's crc32().
- * Stored checksums depend on this. A CRC detects accidental changes, not attacks: anyone can
- * construct a message that has a given CRC.
+ * Stored checksums depend on this. Zero bytes at the start of a message do not change its CRC. A
+ * CRC detects most accidental changes, but not attacks: anyone can construct a message that has a
+ * given CRC.
  *
  * No call allocates, keeps a pointer or holds state: all of them may run on any number of threads.
  *
