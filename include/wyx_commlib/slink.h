@@ -145,7 +145,7 @@ typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *p
 
 /** A slot. For reading only. The index 0xFFFFFFFF, here and in the head, means *none*. */
 typedef struct xelpSLinkList_S_Node {
-    QAL_UINT32 ulPNode;  /**< the previous element, or none */
+    QAL_UINT32 ulPNode;  /**< the previous element, or none; 0 in a free slot */
     QAL_UINT32 ulNNode;  /**< the next element or the next free slot, or none */
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
