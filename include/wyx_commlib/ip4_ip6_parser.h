@@ -13,9 +13,9 @@
  *
  * @warning **XELP_Parse_IPV6() does not always read the whole text.** It ignores whatever follows a
  * port, and whatever follows a `]` unless the next character is a colon, so `::1]:80abc` and
- * `[::1]x` are accepted. It also ignores a dot after eight groups, and everything after that dot.
- * Other text directly after an address is not ignored: the status is 30 for `::1x`, `::1 `,
- * `::1%eth0` and `1::/64`.
+ * `[::1]x` are accepted. It also ignores a dot after the eighth group of an address without `::`,
+ * and everything after that dot. Other text directly after an address is not ignored: the status is
+ * 30 for `::1x`, `::1 `, `::1%eth0` and `1::/64`.
  *
  * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
@@ -160,7 +160,8 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and which
  * form the groups of an IPv6 address. The values of digits are not in the table: if a character
  * that has no value in its base is classed as a digit, strtoul(), which converts octets, stops at
- * it, and core_td_hex4() counts it as 0. Ports are read by strtoul() alone.
+ * it, and core_td_hex4() counts it as 0, unless it ends the group. Ports are read by strtoul()
+ * alone.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
