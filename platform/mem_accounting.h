@@ -15,8 +15,9 @@
  * If a live block starts at the address by then, there is no message: the second release takes that
  * block from its owner.
  *
- * XELP_MemMallocD() fills a block with 0xA5, and a release fills it with 0x5A. Nothing checks these
- * patterns, so a write to a released block is not noticed; neither is a write past a block's end.
+ * XELP_MemMallocD() fills a block with 0xA5, and a release fills the bytes requested with 0x5A.
+ * Nothing checks these patterns, so a write to a released block is not noticed; neither is a write
+ * past a block's end.
  *
  * All calls may run on any number of threads.
  */

@@ -105,9 +105,9 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
  * next attempt to open that name for writing within ten seconds fails if the name exists by then.
- * Only the last 64 such names are remembered; that number includes the old names of renamed files
- * (see XELP_Remove()). Within these limits, two saves in different processes never both take a name
- * that both found free.
+ * Only the last 64 such failures are remembered; that number includes renames (see XELP_Remove()).
+ * Within these limits, two saves in different processes that find the same name free never write to
+ * the same file.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -183,7 +183,8 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * *Default adapter*: never removes a directory. It may also report an earlier failure: see
  * XELP_Fclose(). If this process renamed a file whose name ended in ".ibk" within the last ten
  * seconds, and has not given that name to a file since, the next call for that name fails, once: a
- * file that now has the name may belong to another process.
+ * file that now has the name may belong to another process. XELP_Fopen() says how many such renames
+ * are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, for example because there is no such file.
@@ -213,7 +214,7 @@ WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNew
  * *Default adapter*: milliseconds since 1970-01-01 00:00 UTC. A process never gets a value twice:
  * if it asks more often than once a millisecond, or if the clock is set back, each call returns one
  * more than the call before, until the clock has caught up. So two saves in one process never
- * choose the same name for their new files.
+ * write to the same new file.
  *
  * @return a count of milliseconds.
  */
