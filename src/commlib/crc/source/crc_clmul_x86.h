@@ -8,8 +8,9 @@
 
 namespace wyx::crc {
 
-/// No limit, although on some CPUs the sparse form is faster for messages of several KiB.
-constexpr QAL_UINT32 kMaxCrc16ByClmul = ~QAL_UINT32{0};
+/// From about 1 KiB on, the sparse form takes less time, measured on AMD Zen 5: it spends three
+/// XORs and a byte shift on each vector instead of two products.
+constexpr QAL_UINT32 kMaxCrc16ByClmul = 1023; // speed only
 
 /// The product of the low words, and the product of the high ones.
 inline Vector MultiplyLow(Vector a, Vector b)
