@@ -42,7 +42,7 @@
  * **Results.** A call that returns a user node sets the result to null before it looks at anything
  * else, even at the handle; so if the call fails, the result is null. XELP_DLinkList_Remove() and
  * XELP_DLinkList_Query() are different: they check all their arguments first, and if they refuse
- * one, the result is untouched.
+ * one, the result is untouched. Otherwise they set it to null and then search.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.

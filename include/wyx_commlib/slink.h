@@ -43,7 +43,7 @@
  * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer.
  *   They set the result to null before they look at anything else, even at the handle.
  * - Remove and Query refuse a null result pointer, after they have checked all other arguments. A
- *   refused argument leaves the result untouched; any other failure sets it to null.
+ *   refused argument leaves the result untouched. Otherwise they set it to null and then search.
  * - Get_CurNode refuses a null result pointer. If it fails, the result is untouched.
  * - Get_PriorNode refuses a null result pointer. If the cursor is on the first element, the result
  *   is set to null; a refused argument or an empty list leaves it untouched.
