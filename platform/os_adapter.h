@@ -16,7 +16,9 @@
  * if (file != NULL) {
  *     int isWhole = XELP_Fwrite(text, 1, len, file) == len;
  *     if (XELP_Fclose(file) != 0 || !isWhole) {
- *         XELP_Remove("list.new");
+ *         if (XELP_Remove("list.new") != 0) { // it may only have reported that the close failed
+ *             XELP_Remove("list.new");
+ *         }
  *     } else {
  *         status = XELP_Rename("list.new", "list");
  *     }
