@@ -134,9 +134,10 @@ namespace crc32 {
 
 // The only multiple up to this degree that has five terms or fewer (SparseMultiples.Crc32Long).
 using Long = Sparse<300, 155, 117, 89, 0>;
-// Folds what Long leaves: the nine-term multiple of lowest degree whose two highest exponents
-// differ by at least half a word. None has fewer terms up to degree 96, the highest that the
-// assertion on the zeros below allows (SparseMultiples.Crc32Short).
+// Folds what Long leaves, and messages that are too short for Long. It is the nine-term multiple of
+// lowest degree whose two highest exponents differ by at least half a word. Up to degree 96, no
+// multiple with such a gap has fewer terms (SparseMultiples.Crc32Short). Above degree 96, the
+// assertion on the 32 zero bits, below, would fail.
 using Short = Sparse<85, 48, 41, 39, 17, 13, 6, 3, 0>;
 static_assert(Long::IsMultipleOf(kCrc32) && Short::IsMultipleOf(kCrc32));
 
