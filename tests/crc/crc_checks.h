@@ -57,8 +57,8 @@ inline Bytes Text(std::string_view text)
     return {reinterpret_cast<const QAL_UINT8 *>(text.data()), text.size()};
 }
 
-/// The CRC by its definition: long division, bit by bit. The start value is added to the first bits
-/// of the message, which is followed by as many zero bits as the CRC has.
+/// The CRC by its definition: long division, bit by bit. The message is extended by one zero bit
+/// for each bit of the CRC; then the start value is added to the first bits.
 template <typename Word>
 Word Remainder(const Crc<Word> &crc, Word start, Bytes message)
 {
@@ -112,7 +112,7 @@ void ExpectRefusesNull(const Crc<Word> &crc)
     }
 }
 
-/// An empty message is not read at all: here its pointer points to an unmapped page.
+/// An empty message is not read at all: here its pointer points to an inaccessible page.
 template <typename Word>
 void ExpectEmptyChangesNothing(const Crc<Word> &crc)
 {

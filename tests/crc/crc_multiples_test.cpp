@@ -33,7 +33,8 @@ std::vector<QAL_UINT32> Remainders(unsigned uWidth, QAL_UINT32 ulLower, unsigned
 const std::vector<QAL_UINT32> kCrc16 = Remainders(16, 0x1021, 96);
 const std::vector<QAL_UINT32> kCrc32 = Remainders(32, 0x04C11DB7, 300);
 
-/// Calls visit(exponents, remainder) for every sum of @p count terms out of x^1 to x^uHighest.
+/// Calls visit(exponents, remainder) for every sum of @p count terms out of x^1 to x^uHighest. The
+/// terms are appended to @p exponents, and @p ulSum is added to the remainder.
 template <typename Visit>
 void ForEachSum(const std::vector<QAL_UINT32> &remainders, unsigned uHighest, unsigned count,
                 Exponents &exponents, QAL_UINT32 ulSum, const Visit &visit)
