@@ -152,7 +152,8 @@ typedef struct XelpIniFileStruct {
     QAL_UINT32 ulIniFileNum; /**< sum of the lineNum that IniGetOneLine() reported for each line
                                   loaded, minus 1 for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
-                                  is null if it has no line. All slots from ulLineNum on are null */
+                                  is null if it has no line. Slots from ulLineNum on are null
+                                  unless you store a line there */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
