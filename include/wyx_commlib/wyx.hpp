@@ -191,7 +191,7 @@ class [[nodiscard]] result : public detail::outcome {
     T value_or(T other) &&noexcept { return std::move(has_value() ? value_ : other); }
 
 #if defined(__cpp_lib_expected)
-    /// Converts to std::expected.
+    /// Moves into a std::expected.
     operator std::expected<T, errc>() &&
     {
         return has_value() ? std::expected<T, errc>(std::move(value_)) : std::unexpected(error());
