@@ -89,8 +89,8 @@ struct Order32 {
     }
 };
 
-/// CRC-16: the first bit of a byte is its highest. With the bytes of a block in reverse order, the
-/// highest coefficient is the highest bit.
+/// CRC-16: the first bit of a byte is its highest. With the bytes of each vector in reverse order,
+/// the highest coefficient of a vector is its highest bit.
 struct Order16 {
     using Bits = HighestBitFirst;
 

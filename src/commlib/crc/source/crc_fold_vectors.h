@@ -49,8 +49,8 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
-        // The vectors cleared last, as they were just before they were cleared. The next vector
-        // of the message is XORed with the bytes that precede it by each of the multiple's
+        // Stores each vector's value just before it is cleared, as later vectors need it. The next
+        // vector of the message is XORed with the bytes that precede it by each of the multiple's
         // distances. Zeros precede the message.
         alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
         QAL_UINT8 *const pucCleared = aucBuffer + kPast;
