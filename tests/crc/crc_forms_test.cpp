@@ -1,5 +1,5 @@
-// Compares every CPU form of the checksums with one table look-up per byte, at many lengths and at
-// every alignment, and the CRC of pieces with that of the whole message.
+// Compares every CPU form of the checksums with the plain form, at many lengths and at every
+// alignment, and the CRC of pieces with that of the whole message.
 #include <gtest/gtest.h>
 
 #include <algorithm>
