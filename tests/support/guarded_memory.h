@@ -1,4 +1,4 @@
-// Memory with an unmapped page on either side: one byte read or written outside it ends the test.
+// Memory between two inaccessible pages: one byte read or written outside it ends the test.
 #ifndef WYX_TESTS_SUPPORT_GUARDED_MEMORY_H
 #define WYX_TESTS_SUPPORT_GUARDED_MEMORY_H
 
