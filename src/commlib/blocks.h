@@ -23,8 +23,9 @@ void Release(T *&pBlock, QAL_UINT32 ulLine = __builtin_LINE(),
  * Allocates a block for an array. The allocator takes a size of 32 bits.
  *
  * Kept: if the size does not fit, its low 32 bits are requested anyway, and the block is released
- * again (SLinkListInit.WrappedSizeIsRequestedAndReportedAsMemory,
- * HashInit.WrappedSizeIsRequestedAndReportedAsMemory, IniRemallocIniLine.WrappedSizeIsRequested).
+ * again (SLinkListInit.WrappedSizeIsRequestedAndReturnsMemoryStatus,
+ * HashInit.WrappedSizeIsRequestedAndReturnsMemoryStatus,
+ * IniRemallocIniLine.WrappedSizeIsRequested).
  *
  * @return the block; null if there is no memory or the size does not fit in 32 bits.
  */

@@ -177,7 +177,7 @@ TEST_F(HashInit, WithoutMemoryLeavesTheHandle)
     EXPECT_EQ(Letter(pTable), kUntouched);
 }
 
-TEST_F(HashInit, WrappedSizeIsRequestedAndReportedAsMemory)
+TEST_F(HashInit, WrappedSizeIsRequestedAndReturnsMemoryStatus)
 {
     const struct {
         QAL_UINT32 ulHashSize;
@@ -240,7 +240,7 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
               "key, setNull, setNull");
 }
 
-TEST_F(HashDeInit, AnotherFlagCallsNeitherCallback)
+TEST_F(HashDeInit, OtherFlagsCallNeitherCallback)
 {
     for (const QAL_UINT32 ulFlag : {1U, 2U, 3U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(ulFlag);
@@ -322,7 +322,7 @@ TEST_F(HashSaveNode, NullOrZeroArgumentIsRefused)
     EXPECT_EQ(MemoryCalls(), "");
 }
 
-TEST_F(HashSaveNode, FailingHashDoesNothingElse)
+TEST_F(HashSaveNode, FailingHashChangesNothing)
 {
     Build(3, "a");
     platform.StartRecording();
@@ -466,7 +466,7 @@ TEST_F(HashSearch, NullArgumentIsRefusedFirst)
     }
 }
 
-TEST_F(HashSearch, FailingHashDoesNothingElse)
+TEST_F(HashSearch, FailingHashChangesNothing)
 {
     Build(3, "adb", 'a');
     g_hashStatus = 7;
@@ -625,7 +625,7 @@ TEST_F(HashCursor, StaysInTheBucketOfARemovedEntry)
     EXPECT_EQ(Text(), "|b|");
 }
 
-TEST_F(HashCursor, IsOnWhatWasSavedLast)
+TEST_F(HashCursor, IsOnTheEntrySavedLast)
 {
     Build(3, "adg");
     ASSERT_EQ(Save('b'), 0U);

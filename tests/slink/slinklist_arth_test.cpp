@@ -99,7 +99,7 @@ TEST_F(SLinkListInit, ListSizeRefusesNulls)
     EXPECT_EQ(XELP_SLinkList_Get_ListSize(list, nullptr), XELP_ERR_SLL_INVALID_PARA);
 }
 
-TEST_F(SLinkListInit, WrappedSizeIsRequestedAndReportedAsMemory)
+TEST_F(SLinkListInit, WrappedSizeIsRequestedAndReturnsMemoryStatus)
 {
     const struct {
         QAL_UINT32 ulNodeNum;

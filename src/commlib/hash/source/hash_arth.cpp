@@ -141,7 +141,7 @@ QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         for (Node *pNode = head.pstruBase[i]; pNode != nullptr;) {
             // Kept: with any other flag the key copies are not released either
-            // (HashDeInit.AnotherFlagCallsNeitherCallback).
+            // (HashDeInit.OtherFlagsCallNeitherCallback).
             if (enFlag == XELP_HASH_FreeUserNode_Yes) {
                 head.pfunFreeKey(pNode->pstruKey);
                 head.pfunFreeNode(pNode->pstruUserNode);
