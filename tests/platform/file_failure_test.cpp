@@ -977,7 +977,7 @@ TEST_F(FileFailure, LastFailureOfAThreadIsReported)
 
 /// A thread that could not store its failure must not remove what is still needed, so another
 /// thread's call may fail instead.
-TEST_F(FileFailure, FailureThatItsThreadCannotKeepGoesToTheFirstThreadThatAsks)
+TEST_F(FileFailure, FailureItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks)
 {
     for (const bool isOther : {false, true}) {
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -1099,7 +1099,7 @@ TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedOnceAllFailuresAreReported)
         ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(FileFailure, HarmlessErrorAtCloseIsNoFailure)
+TEST_F(FileFailure, HarmlessErrorsAtCloseAreIgnored)
 {
     const struct {
         const char *pszCall;
@@ -1238,7 +1238,7 @@ TEST_F(FileFailure, DirectoriesAreOpenedUpToTheLongestNameThatFits)
     }
 }
 
-TEST_F(FileFailure, NamesTooLongAreRefusedAsSuch)
+TEST_F(FileFailure, TooLongNamesFailWithENAMETOOLONG)
 {
     const std::string tooLong = folder.Path() + "/" + std::string(5000, 'x') + "/y";
     errno = 0;
@@ -1258,7 +1258,7 @@ TEST_F(FileFailure, NamesTooLongAreRefusedAsSuch)
 // ---- A save, as the INI module does it ----------------------------------------------------------
 
 /// Each call of a save fails in turn: the old or the new content always stays whole.
-TEST_F(FileFailure, SaveKeepsOneOfTheTwoContentsWhole)
+TEST_F(FileFailure, SaveKeepsTheOldOrTheNewContentWhole)
 {
     const std::string old = folder.File("t.ini");
     const std::string temporary = folder.File("t1.ibk");

@@ -269,7 +269,7 @@ TEST_F(File, FilesThatDoNotReportTheirSizeAreReadWhole)
     }
 }
 
-TEST_F(File, LargeFilesComeBackUnchanged)
+TEST_F(File, LargeFilesReadBackUnchanged)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -330,7 +330,7 @@ TEST_F(File, PipeEndsOnce)
 }
 
 /// A signal arrives every millisecond, and the kernel does not restart the calls it interrupts.
-TEST_F(File, SignalsInterruptNoService)
+TEST_F(File, SignalsDoNotInterruptCalls)
 {
     static volatile sig_atomic_t iSignals = 0;
     struct sigaction action = {};
@@ -374,7 +374,7 @@ TEST_F(File, SignalsInterruptNoService)
 
 // ---- Writing ------------------------------------------------------------------------------------
 
-TEST_F(File, HoldsBlocksForItsBytesAndNoMore)
+TEST_F(File, OccupiesNoMoreBlocksThanItsBytesNeed)
 {
     for (const std::size_t size : {1U, 100U, 5000U, 20000U, 100000U, 3000000U}) {
         SCOPED_TRACE(size);
@@ -594,7 +594,7 @@ TEST_F(File, ClosesWithoutErrorOnceTheDiskIsFull)
 
 // ---- Removing and renaming ----------------------------------------------------------------------
 
-TEST_F(File, RemovesFilesAndLinksButNoDirectories)
+TEST_F(File, RemovesFilesAndLinksButNotDirectories)
 {
     folder.Make("text", "x");
     std::filesystem::create_directory(folder.File("sub"));

@@ -75,7 +75,7 @@ std::string Report()
     return text;
 }
 
-TEST(MemoryAccounting, ReleaseOfNullIsNoRelease)
+TEST(MemoryAccounting, ReleasingNullIsNotCounted)
 {
     const std::string before = Report();
     void *pBlock = nullptr;
@@ -120,7 +120,7 @@ TEST(MemoryAccounting, CountsEachCallSiteSeparately)
     EXPECT_EQ(Use().ulLiveBytes, before.ulLiveBytes);
 }
 
-TEST(MemoryAccounting, ListsSitesInTheOrderOfTheirFirstUseAndAtMostWhatFits)
+TEST(MemoryAccounting, ListsSitesInOrderOfFirstUseUpToTheCapacity)
 {
     void *const pLast = XELP_MemMallocD(1, 900, "z.c");
     void *const pNext = XELP_MemMallocD(1, 100, "a.c");
@@ -138,7 +138,7 @@ TEST(MemoryAccounting, ListsSitesInTheOrderOfTheirFirstUseAndAtMostWhatFits)
     EXPECT_STREQ(few[1].pszFile, "untouched");
 }
 
-TEST(MemoryAccounting, ListsLiveBlocksAndAtMostWhatFits)
+TEST(MemoryAccounting, ListsLiveBlocksUpToTheCapacity)
 {
     const std::size_t before = LiveBlocks().size();
     void *const pFirst = XELP_MemMallocD(11, 21, "live.c");
@@ -368,7 +368,7 @@ TEST(MemoryAccounting, FailureOfAnyInternalAllocationFailsTheCallAndLeaksNothing
     EXPECT_EQ(UseOf("new.c", 71).ulTotalBlocks, 0U);
 }
 
-TEST(MemoryAccounting, ChainsGrowLongerIfThereIsNoMemoryForMore)
+TEST(MemoryAccounting, ChainsGrowLongerWhenTheTableCannotGrow)
 {
     SystemDouble &system = SystemDouble::Instance();
     const QAL_ULONG ulBefore = Use().ulLiveBlocks;
@@ -484,7 +484,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
 }
 
 /// A handler of the signal, which may write a report, can still allocate.
-TEST_F(MemoryAccountingDeathTest, HandlerOfTheAbortCanAllocate)
+TEST_F(MemoryAccountingDeathTest, AbortHandlerCanAllocate)
 {
     const auto releaseForeign = [] {
         std::signal(SIGABRT, [](int) {
