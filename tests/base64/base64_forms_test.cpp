@@ -204,7 +204,7 @@ TEST_P(KernelTest, ClassifiesOneCharacterAmongManyOfAnotherKind)
     }
 }
 
-TEST_P(KernelTest, LeavesFewCharactersOver)
+TEST_P(KernelTest, LeavesFewCharactersUnconverted)
 {
     for (QAL_UINT32 ulLen = kLeastDecoded; ulLen <= kLongest; ++ulLen) {
         QAL_UINT32 ulDone = 0;

@@ -146,7 +146,7 @@ TEST_F(Base64Encode, EveryLengthAndEveryByte)
     }
 }
 
-TEST_F(Base64Decode, WhatWasEncodedComesBack)
+TEST_F(Base64Decode, DecodesWhatWasEncoded)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -203,7 +203,7 @@ TEST_F(Base64Decode, LenientForms)
     }
 }
 
-TEST_F(Base64Decode, ByteBeyondTheLengthIsTested)
+TEST_F(Base64Decode, ByteAfterTheTextIsReadToo)
 {
     EXPECT_EQ(Decoded("TWFu", '!'), std::nullopt);
     EXPECT_EQ(Decoded("TWFu", '\0'), "Man");
@@ -298,7 +298,7 @@ TEST_F(Base64Decode, LinesOfEveryLength)
 }
 
 /// Where the length of the preceding lines suggests a line break, there may be any other byte.
-TEST_F(Base64Decode, AnythingBetweenLinesOfOneLength)
+TEST_F(Base64Decode, AnyByteBetweenLinesOfEqualLength)
 {
     for (const std::size_t length : {4U, 16U, 76U}) {
         const std::string line = std::string(length, 'Q');
@@ -392,7 +392,7 @@ TEST_F(Base64Decode, RequestsOneBlockOfADefiniteSize)
     }
 }
 
-TEST_F(Base64Encode, ArgumentsAreTestedAfterAllocating)
+TEST_F(Base64Encode, ArgumentsAreCheckedAfterAllocating)
 {
     QAL_UINT8 aucBytes[1] = {'x'};
     struct {
@@ -414,7 +414,7 @@ TEST_F(Base64Encode, ArgumentsAreTestedAfterAllocating)
     }
 }
 
-TEST_F(Base64Decode, ArgumentsAreTestedBeforeAllocating)
+TEST_F(Base64Decode, ArgumentsAreCheckedBeforeAllocating)
 {
     QAL_UINT8 aucText[2] = {'x', 0};
     struct {
@@ -490,7 +490,7 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
 
 // The size requested is the one that the formula yields if that is 0 to 5, and otherwise 1. The
 // platform allocates one byte for a size of 0.
-TEST_F(Base64Encode, NegativeLengthGivesAnEmptyText)
+TEST_F(Base64Encode, NegativeLengthReturnsAnEmptyText)
 {
     constexpr Length kLengths[] = {
         {-1, 4},
@@ -562,7 +562,7 @@ TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
 
 /// The call requests a block of @p length.ulSize bytes. The request is made to fail, as the block
 /// would be huge.
-void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &length)
+void ExpectRequestedSize(PlatformDouble &platform, Converter pfunConvert, const Length &length)
 {
     SCOPED_TRACE(length.lLen);
     const GuardedMemory memory(1);
@@ -576,26 +576,26 @@ void ExpectAsked(PlatformDouble &platform, Converter pfunConvert, const Length &
 }
 
 // From 2^29 bytes on, four times the length is a negative number in 32 bits.
-TEST_F(Base64Encode, WrappedSizeIsAskedFor)
+TEST_F(Base64Encode, WrappedSizeIsRequested)
 {
     constexpr Length kLengths[] = {
         {0x1FFFFFFF, 715827886},  {0x20000000, 3579139419}, {0x20000001, 3579139420},
         {0x3FFFFFFA, 4294967293}, {0x3FFFFFFB, 4294967295},
     };
     for (const Length &length : kLengths) {
-        ExpectAsked(platform, MOX_BASE64Encode, length);
+        ExpectRequestedSize(platform, MOX_BASE64Encode, length);
     }
 }
 
 // From 715,827,883 characters on, three times the length is negative in 32 bits.
-TEST_F(Base64Decode, WrappedSizeIsAskedFor)
+TEST_F(Base64Decode, WrappedSizeIsRequested)
 {
     constexpr Length kLengths[] = {
         {715827882, 536870915},   {715827883, 3758096389},  {715827884, 3758096389},
         {1431655757, 4294967294}, {1431655758, 4294967295},
     };
     for (const Length &length : kLengths) {
-        ExpectAsked(platform, MOX_BASE64Decode, length);
+        ExpectRequestedSize(platform, MOX_BASE64Decode, length);
     }
 }
 

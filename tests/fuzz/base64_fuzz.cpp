@@ -27,7 +27,7 @@ Result Taken(QAL_INT32 lLen, QAL_UINT8 *pucOutput, std::size_t blockSize)
     return result;
 }
 
-QAL_UINT8 *Somewhere()
+QAL_UINT8 *ArbitraryPointer()
 {
     return reinterpret_cast<QAL_UINT8 *>(std::uintptr_t{0x5E});
 }
@@ -35,7 +35,7 @@ QAL_UINT8 *Somewhere()
 Result Encode(std::string_view bytes)
 {
     const Block block(bytes);
-    QAL_UINT8 *pucOutput = Somewhere();
+    QAL_UINT8 *pucOutput = ArbitraryPointer();
     const QAL_INT32 lLen =
         MOX_BASE64Encode(block.Data(), static_cast<QAL_INT32>(bytes.size()), &pucOutput);
     return Taken(lLen, pucOutput, 4 * bytes.size() / 3 + 5);
@@ -45,7 +45,7 @@ Result Encode(std::string_view bytes)
 Result Decode(std::string_view text)
 {
     const Block block(text);
-    QAL_UINT8 *pucOutput = Somewhere();
+    QAL_UINT8 *pucOutput = ArbitraryPointer();
     const QAL_INT32 lLen =
         MOX_BASE64Decode(block.Data(), static_cast<QAL_INT32>(text.size() - 1), &pucOutput);
     return Taken(lLen, pucOutput, 3 * (text.size() - 1) / 4 + 4);

@@ -122,7 +122,7 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
     QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
     QAL_UINT32 ulFound = 0;
     // Kept: the loop also reads the character after the text
-    // (Base64Decode.ByteBeyondTheLengthIsTested).
+    // (Base64Decode.ByteAfterTheTextIsReadToo).
     for (QAL_UINT32 i = ulDone; i <= ulLen; ++i) {
         QAL_UINT8 ucMeaning = kMeanings[pucIn[i]];
         if (ucMeaning == kSkipped) {
@@ -189,7 +189,7 @@ constexpr QAL_INT32 DecodedSize(QAL_INT32 lLen)
 
 // The longest inputs that the calls accept. Kept: a size that has wrapped to a negative number is
 // requested as the unsigned number with the same bits, which is more than the output needs
-// (Base64Encode.WrappedSizeIsAskedFor, Base64Decode.WrappedSizeIsAskedFor). For any longer input,
+// (Base64Encode.WrappedSizeIsRequested, Base64Decode.WrappedSizeIsRequested). For any longer input,
 // the wrapped size is too small for the output, or the length of the output does not fit in a
 // QAL_INT32.
 constexpr QAL_INT32 kMostEncoded = 1073741819;
@@ -222,7 +222,7 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
 extern "C" {
 
 // Kept: the buffer is allocated before the arguments are checked, and a negative length succeeds
-// (Base64Encode.ArgumentsAreTestedAfterAllocating, Base64Encode.NegativeLengthGivesAnEmptyText).
+// (Base64Encode.ArgumentsAreCheckedAfterAllocating, Base64Encode.NegativeLengthReturnsAnEmptyText).
 QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_UINT8 **ppucOutput)
 {
     QAL_UINT8 *const pucOutput =
