@@ -46,9 +46,9 @@ TEST(Crc16, RandomMessagesByLongDivision)
     ExpectRemainders(kCrc);
 }
 
-TEST(Crc16, PiecesJoinToTheWhole)
+TEST(Crc16, PiecesMatchTheWhole)
 {
-    ExpectSplitsToJoin(kCrc);
+    ExpectSplitsMatchTheWhole(kCrc);
 }
 
 TEST(Crc16, EveryLengthAtEveryAlignment)

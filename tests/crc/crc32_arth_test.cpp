@@ -21,7 +21,7 @@ TEST(Crc32, CheckValues)
 }
 
 // The library leaves both inversions of the common CRC-32 to the caller.
-TEST(Crc32, InvertedByTheCallerIsTheCommonCrc32)
+TEST(Crc32, InvertingBeforeAndAfterYieldsTheCommonCrc32)
 {
     EXPECT_EQ(kCrc.Piece(0xFFFFFFFF, Text("123456789")), 0x340BC6D9U);
     EXPECT_EQ(~kCrc.Piece(0xFFFFFFFF, Text("123456789")), 0xCBF43926U);
@@ -56,9 +56,9 @@ TEST(Crc32, RandomMessagesByLongDivision)
     ExpectRemainders(kCrc);
 }
 
-TEST(Crc32, PiecesJoinToTheWhole)
+TEST(Crc32, PiecesMatchTheWhole)
 {
-    ExpectSplitsToJoin(kCrc);
+    ExpectSplitsMatchTheWhole(kCrc);
 }
 
 TEST(Crc32, EveryLengthAtEveryAlignment)

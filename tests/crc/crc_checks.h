@@ -152,7 +152,7 @@ void ExpectRemainders(const Crc<Word> &crc)
 }
 
 template <typename Word>
-void ExpectSplitsToJoin(const Crc<Word> &crc)
+void ExpectSplitsMatchTheWhole(const Crc<Word> &crc)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

@@ -64,9 +64,9 @@ TYPED_TEST_P(CrcForms, AgreesWithLongDivision)
     ExpectRemainders(TypeParam::kCrc);
 }
 
-TYPED_TEST_P(CrcForms, PiecesJoinToTheWhole)
+TYPED_TEST_P(CrcForms, PiecesMatchTheWhole)
 {
-    ExpectSplitsToJoin(TypeParam::kCrc);
+    ExpectSplitsMatchTheWhole(TypeParam::kCrc);
     ExpectLongMessage(TypeParam::kCrc);
 }
 
@@ -139,7 +139,7 @@ TYPED_TEST_P(CrcForms, ReadsNothingOutsideTheMessage)
     }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(CrcForms, AgreesWithLongDivision, PiecesJoinToTheWhole,
+REGISTER_TYPED_TEST_SUITE_P(CrcForms, AgreesWithLongDivision, PiecesMatchTheWhole,
                             EveryLengthFromEveryStart, EveryAlignment, EveryBitOfAMessage,
                             ReadsNothingOutsideTheMessage);
 

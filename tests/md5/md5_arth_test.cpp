@@ -94,7 +94,7 @@ TEST(Md5, EveryLengthAcrossThePaddingBoundaries)
     }
 }
 
-TEST(Md5, EverySplitGivesTheSameDigest)
+TEST(Md5, DigestDoesNotDependOnTheSplit)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -176,7 +176,7 @@ TEST(Md5, ReadsNothingOutsideTheInput)
     }
 }
 
-TEST(Md5, InitSetsChainAndCountAlone)
+TEST(Md5, InitSetsOnlyChainAndCount)
 {
     MD5_S_CTX context;
     std::memset(&context, 0xA5, sizeof context);
