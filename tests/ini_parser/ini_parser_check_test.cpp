@@ -365,9 +365,9 @@ TEST_P(IniCheckFileTable, StatusAndSlot)
 
 const FileCase kFiles[] = {
     {"WellFormed", {"; c\n", "\r\n", "[a]\n", "k=1\n", " # d\n", "[b] ;c\n", "l= ;x"}, kOk, 7},
-    {"CommentsAndBlanksAlone", {"; c\n", "#\n", "\n", " \t\r\n"}, kOk, 4},
+    {"OnlyCommentsAndBlanks", {"; c\n", "#\n", "\n", " \t\r\n"}, kOk, 4},
     {"BlanksWithoutLineEnd", {"   "}, kOk, 1},
-    {"HolesAlone", {kHole, kHole, kHole}, kFileEmpty, 3},
+    {"OnlyHoles", {kHole, kHole, kHole}, kFileEmpty, 3},
     {"HoleFirst", {kHole, "[a]\n"}, kOk, 2},
     {"HoleLast", {"[a]\n", kHole}, kOk, 2},
     {"EmptyText", {"[a]\n", "", "garbage\n"}, kInputPara, 2},
@@ -390,7 +390,7 @@ const FileCase kFiles[] = {
 
 INSTANTIATE_TEST_SUITE_P(Table, IniCheckFileTable, ::testing::ValuesIn(kFiles), CaseName());
 
-TEST_F(IniCheckFile, RandomDocumentsBesideTheModel)
+TEST_F(IniCheckFile, RandomDocumentsMatchTheModel)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

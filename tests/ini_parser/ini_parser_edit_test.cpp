@@ -459,7 +459,7 @@ struct SetCase {
 
 class IniSetKeyValueTable : public EditTest, public ::testing::WithParamInterface<SetCase> {};
 
-TEST_P(IniSetKeyValueTable, Leaves)
+TEST_P(IniSetKeyValueTable, StatusAndLines)
 {
     const SetCase &c = GetParam();
     const auto ulPhysical = static_cast<QAL_UINT32>(c.before.size());
@@ -484,12 +484,12 @@ const SetCase kSets[] = {
     {"NoLines", {}, "k", "v", kOk, {"[a]\n", "k=v\n"}},
     {"NewSection", {"[b]\r\n", "k=1\r\n"}, "k", "v", kOk, {"[b]\r\n", "k=1\r\n", "[a]\n", "k=v\n"}},
     {"NewSectionAfterHole", {"[b]\n", kHole}, "k", "v", kOk, {"[b]\n", kHole, "[a]\n", "k=v\n"}},
-    {"NewSectionAlone", {"k=1\n"}, kNull, "v", kOk, {"k=1\n", "[a]\n"}},
+    {"NewSectionWithoutKey", {"k=1\n"}, kNull, "v", kOk, {"k=1\n", "[a]\n"}},
     {"NewSectionAsGiven", {}, "k", kNull, kOk, {"[ b] ;\n]\n", "k=\n"}, " b] ;\n"},
-    {"NewSectionOfNoName", {}, "k", "v", kOk, {"[]\n", "k=v\n"}, ""},
-    {"SectionOfNoNameAgain", {"[]\n", "k=v\n"}, "k", "w", kSection, {"[]\n", "k=v\n"}, ""},
+    {"NewSectionWithEmptyName", {}, "k", "v", kOk, {"[]\n", "k=v\n"}, ""},
+    {"SectionWithEmptyNameExists", {"[]\n", "k=v\n"}, "k", "w", kSection, {"[]\n", "k=v\n"}, ""},
     {"LongestSection", {}, kNull, kNull, kOk, {"[" + Text(507) + "]\n"}, Text(507)},
-    {"TooLongSectionAlone", {"[z]\n"}, kNull, kNull, kInputPara, {"[z]\n"}, Text(508)},
+    {"TooLongSectionWithoutKey", {"[z]\n"}, kNull, kNull, kInputPara, {"[z]\n"}, Text(508)},
     // New keys go after the last line of the section's last block.
     {"NewKeyInEmptyBlock", {"[a]\n"}, "k", "v", kOk, {"[a]\n", "k=v\n"}},
     {"NewKeyBeforeTheNextSection",
@@ -512,10 +512,10 @@ const SetCase kSets[] = {
      {"[a]\n", "x=1\n", kHole, "k=v\n", "[b]\n"}},
     {"NewKeyAfterHoleAtTheEnd", {"[a]\n", kHole}, "k", "v", kOk, {"[a]\n", kHole, "k=v\n"}},
     {"NewKeyAsGiven", {"[a]\n"}, "k=[;\n", " v ;\n", kOk, {"[a]\n", "k=[;\n= v ;\n\n"}},
-    {"NewKeyOfNoName", {"[a]\n"}, "", "v", kOk, {"[a]\n", "=v\n"}},
+    {"NewKeyWithEmptyName", {"[a]\n"}, "", "v", kOk, {"[a]\n", "=v\n"}},
     {"NewKeyWithoutValue", {"[a]\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
     {"NewKeyWithEmptyValue", {"[a]\n"}, "k", "", kOk, {"[a]\n", "k=\n"}},
-    {"NewKeyIsNoPrefix", {"[a]\n", "kk=1\n"}, "k", "v", kOk, {"[a]\n", "kk=1\n", "k=v\n"}},
+    {"NewKeyIsPrefixOfAnother", {"[a]\n", "kk=1\n"}, "k", "v", kOk, {"[a]\n", "kk=1\n", "k=v\n"}},
     // An existing key keeps its spelling and comment, and its line becomes canonical.
     {"Replaced", {"[a]\r\n", "k=1\r\n", "l=2\r\n"}, "k", "v", kOk, {"[a]\r\n", "k=v\n", "l=2\r\n"}},
     {"ReplacedInItsSpelling", {"[A]\n", " \tKey = 1\r\n"}, "kEY", "v", kOk, {"[A]\n", "Key=v\n"}},
@@ -526,9 +526,9 @@ const SetCase kSets[] = {
      kOk,
      {"[a]\n", "K y=v ;c d\n"}},
     {"ReplacedWithEmptyComment", {"[a]\n", "k=1 ;\n"}, "k", "v", kOk, {"[a]\n", "k=v ;\n"}},
-    {"ValueTaken", {"[a]\n", "k=1\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
-    {"ValueTakenFromComment", {"[a]\n", "k=1 ;c\n"}, "k", kNull, kOk, {"[a]\n", "k= ;c\n"}},
-    {"ValueGivenToComment", {"[a]\n", "k= ;c\n"}, "k", "v", kOk, {"[a]\n", "k=v ;c\n"}},
+    {"ValueRemoved", {"[a]\n", "k=1\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
+    {"ValueRemovedBeforeComment", {"[a]\n", "k=1 ;c\n"}, "k", kNull, kOk, {"[a]\n", "k= ;c\n"}},
+    {"ValueAddedBeforeComment", {"[a]\n", "k= ;c\n"}, "k", "v", kOk, {"[a]\n", "k=v ;c\n"}},
     {"SameValue", {"[a]\n", "k=v ;c\n", "; d\n"}, "k", "w", kOk, {"[a]\n", "k=w ;c\n", "; d\n"}},
     {"LowestLineReplaced",
      {"[a]\n", "k=1\n", "k=2\n", "l=3\n"},
@@ -647,7 +647,7 @@ TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKey)
     EXPECT_EQ(Look(noMemory), Edited({"[z]\n", "k=v\n"}, 1));
 }
 
-TEST_F(IniSetKeyValue, KeyOfARefusedHeaderIsTheFirstLineOfAnEmptyDocument)
+TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKeyToAnEmptyDocument)
 {
     Document doc(Lines{});
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg(Text(508)), Arg("k"), Arg("v")), kOk);
@@ -1000,7 +1000,7 @@ TEST_F(IniDelKey, NamesMayPointIntoDeletedLines)
 
 class IniEdit : public EditTest {};
 
-TEST_F(IniEdit, DeletedLastKeyComesBackAfterItsHole)
+TEST_F(IniEdit, DeletedLastKeyIsAddedBackAfterItsHole)
 {
     Document doc({"[a]\n", "j=1\n", "k=2\n", "[b]\n"});
     EXPECT_EQ(XELP_IniDelKey(&doc, "a", "k"), kOk);
@@ -1008,7 +1008,7 @@ TEST_F(IniEdit, DeletedLastKeyComesBackAfterItsHole)
     EXPECT_EQ(Look(doc), Edited({"[a]\n", "j=1\n", kHole, "k=3\n", "[b]\n"}, 3));
 }
 
-TEST_F(IniEdit, DeletedSectionComesBackAtTheEnd)
+TEST_F(IniEdit, DeletedSectionIsAddedBackAtTheEnd)
 {
     Document doc({"[a]\n", "k=1\n", "[b]\n"});
     EXPECT_EQ(XELP_IniDelSection(&doc, "a"), kOk);
@@ -1016,7 +1016,7 @@ TEST_F(IniEdit, DeletedSectionComesBackAtTheEnd)
     EXPECT_EQ(Look(doc), Edited({kHole, kHole, "[b]\n", "[a]\n", "k=2\n"}, 1));
 }
 
-TEST_F(IniEdit, RandomProgramsBesideTheModel)
+TEST_F(IniEdit, RandomProgramsMatchTheModel)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

@@ -43,7 +43,7 @@ class IniSkim : public PlatformTest {
     }
 };
 
-TEST_F(IniSkim, BeginPassesTabsAndSpacesAlone)
+TEST_F(IniSkim, BeginSkipsOnlyTabsAndSpaces)
 {
     EXPECT_EQ(Forward("a", 0, 1), 0);
     EXPECT_EQ(Forward(" \t \ta", 0, 5), 4);
@@ -60,7 +60,7 @@ TEST_F(IniSkim, BeginStopsAtTheEnd)
     EXPECT_EQ(Forward("     ", 4, 3), 4);
 }
 
-TEST_F(IniSkim, EndPassesWhiteBytesAlone)
+TEST_F(IniSkim, EndSkipsOnlyWhitespace)
 {
     EXPECT_EQ(Back("a", 0, 0), 0);
     EXPECT_EQ(Back("a \t\r\n", 4, 0), 0);

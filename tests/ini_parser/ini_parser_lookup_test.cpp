@@ -158,7 +158,7 @@ struct ValueCase {
 
 class IniGetKeyValueTable : public LookupTest, public ::testing::WithParamInterface<ValueCase> {};
 
-TEST_P(IniGetKeyValueTable, Gives)
+TEST_P(IniGetKeyValueTable, StatusAndValue)
 {
     const ValueCase &c = GetParam();
     const Document doc(c.lines);
@@ -177,11 +177,11 @@ const ValueCase kValues[] = {
     // Names.
     {"AnyCaseOfAsciiLetters", {"[aZ]\n", "kZ=1\n"}, kOk, "1", "Az", "Kz"},
     {"TrimmedNames", {"[ Net ]\n", " \tport\t = 1\n"}, kOk, "1", "net", "PORT"},
-    {"NoCaseBeyondAscii", {"[\xC4]\n", "k=1\n"}, kSectionNotFound, {}, "\xE4"},
-    {"NoCaseOfOtherBytes", {"[a]\n", "k@=1\n"}, kKeyNotFound, {}, "a", "k`"},
-    {"SectionIsNoPrefix", {"[ab]\n", "k=1\n"}, kSectionNotFound, {}},
-    {"SectionHasNoPrefix", {"[a]\n", "k=1\n"}, kSectionNotFound, {}, "ab"},
-    {"KeyIsNoPrefix", {"[a]\n", "kk=1\n"}, kKeyNotFound, {}},
+    {"CaseMattersBeyondAscii", {"[\xC4]\n", "k=1\n"}, kSectionNotFound, {}, "\xE4"},
+    {"OnlyLettersHaveCase", {"[a]\n", "k@=1\n"}, kKeyNotFound, {}, "a", "k`"},
+    {"PrefixOfSectionDoesNotMatch", {"[ab]\n", "k=1\n"}, kSectionNotFound, {}},
+    {"LongerSectionDoesNotMatch", {"[a]\n", "k=1\n"}, kSectionNotFound, {}, "ab"},
+    {"PrefixOfKeyDoesNotMatch", {"[a]\n", "kk=1\n"}, kKeyNotFound, {}},
     {"EmptySectionName", {"[a]\n", "k=1\n"}, kSectionNotFound, {}, ""},
     {"EmptyKeyName", {"[a]\n", "k=1\n"}, kKeyNotFound, {}, "a", ""},
     {"IndentedHeader", {"  [a] ;c\n", "k=1\n"}, kOk, "1"},
@@ -197,7 +197,7 @@ const ValueCase kValues[] = {
     // Lines that are skipped.
     {"CommentsAndBlanks", {"[a]\n", "k=1\n", ";k=2\n", "#k=3\n", "\n", "  ", "\t\r\n"}, kOk, "1"},
     {"Holes", {kHole, "[a]\n", kHole, "k=1\n", kHole}, kOk, "1"},
-    {"HolesAlone", {kHole, kHole}, kSectionNotFound, {}},
+    {"OnlyHoles", {kHole, kHole}, kSectionNotFound, {}},
     // Lines that end a walk. The first walk goes from the document's end up to the header, and the
     // second goes from the block's end up to the key.
     {"UnknownLineAfterIt", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},

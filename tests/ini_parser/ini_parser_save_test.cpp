@@ -340,7 +340,7 @@ TEST_F(IniSaveFileContent, OtherFailuresAreIgnored)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}}));
 }
 
-TEST_F(IniSaveFileContent, HolesAloneEmptyTheTarget)
+TEST_F(IniSaveFileContent, DocumentOfHolesEmptiesTheTarget)
 {
     for (const Lines &lines : {Lines{kHole, kHole}, Lines{}}) {
         TheDisk() = {{"f.ini", "old"}};
@@ -400,7 +400,7 @@ const NameCase kNames[] = {
     {"CutAtTheLastDot", "a.b.conf", "a.b1700000000123.ibk"},
     {"NothingBeforeTheDot", ".config", "1700000000123.ibk"},
     {"NothingBeforeTheDotInDirectory", "/d/.config", "/d/1700000000123.ibk"},
-    {"ThisDirectory", "./cfg", "1700000000123.ibk"},
+    {"CurrentDirectory", "./cfg", "1700000000123.ibk"},
     {"ParentDirectory", "../cfg", ".1700000000123.ibk"},
     {"DotInDirectoryAndName", "my.dir/f.ini", "my.dir/f1700000000123.ibk"},
     {"LongEnding", "f.configuration", "f1700000000123.ibk"},
@@ -578,7 +578,7 @@ class IniRoundTrip : public IniSaveFileContent {
     }
 };
 
-TEST_F(IniRoundTrip, ComesBackAsItWas)
+TEST_F(IniRoundTrip, ReadsBackUnchanged)
 {
     const Lines cases[] = {
         {"[a]\r\n", "k=1\n\r", "l=2\r", "m=3\n", "\n", "n=4\r"},
@@ -602,7 +602,7 @@ TEST_F(IniRoundTrip, ComesBackAsItWas)
     EXPECT_EQ(SavedAndLoaded({"no end"}), Lines{"no end\r"});
 }
 
-TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashComesBackChanged)
+TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashReadsBackChanged)
 {
     struct {
         Lines lines;
@@ -637,7 +637,7 @@ TEST_F(IniRoundTrip, FoldAtALineEndOrBackslashComesBackChanged)
     }
 }
 
-TEST_F(IniRoundTrip, EditedFileOfAnotherLineEndComesBackMixed)
+TEST_F(IniRoundTrip, EditingACrLfFileMixesLineEnds)
 {
     TheDisk() = {{"f.ini", "[a]\r\nk=1 ;c\r\n\r\n[b]\r\n"}};
     Document doc;
@@ -705,7 +705,7 @@ TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
     }
 }
 
-TEST_F(IniRoundTrip, RandomProgramsBesideTheModel)
+TEST_F(IniRoundTrip, RandomProgramsMatchTheModel)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

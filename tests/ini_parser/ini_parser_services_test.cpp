@@ -139,7 +139,7 @@ TEST_F(IniServices, Save)
 }
 
 /// If an adapter's formatter truncates a text instead of emptying it, the truncated line is stored.
-TEST_F(IniServices, CutOffLineIsStoredAsItIs)
+TEST_F(IniServices, TruncatedLineIsStoredAsItIs)
 {
     Document doc({"[a]\n"});
     const std::string value(506, 'v');

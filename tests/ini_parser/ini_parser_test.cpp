@@ -599,7 +599,7 @@ TEST_F(IniLoad, EveryStepBackFailing)
     }
 }
 
-TEST_F(IniLoad, FileThatEndsEarlyIsLoadedSoFar)
+TEST_F(IniLoad, FileThatEndsEarlyIsLoadedUpToThere)
 {
     const std::string content = "[a]\r\nb\\\nc\n\\d\r\re";
     for (std::size_t n = 0; n <= content.size(); ++n) {
@@ -806,7 +806,7 @@ TEST_F(IniRemallocIniLine, WrappedSizeIsRequested)
     EXPECT_EQ(Look(doc).slots.size(), 1U);
 }
 
-TEST(IniStrLen, NullHasNone)
+TEST(IniStrLen, CountsBytesAndTreatsNullAsEmpty)
 {
     EXPECT_EQ(INI_StrLen(nullptr), 0U);
     EXPECT_EQ(INI_StrLen(""), 0U);
