@@ -48,7 +48,7 @@ TEST(Ipv4Services, AddressIsCopiedOnceWithItsBound)
     }
 }
 
-TEST(Ipv4Services, NothingIsCopiedOfATextThatIsRefused)
+TEST(Ipv4Services, RefusedTextIsNotCopied)
 {
     for (std::string text : {"", "1.2.3", "1.2.3.4:", "1.2.3.4x", "256.2.3.4", "1.2.3.4:0x"}) {
         SCOPED_TRACE(text);

@@ -9,7 +9,7 @@
 namespace wyx::test {
 namespace {
 
-TEST(LongAddress, IsNotReadWithoutItsRest)
+TEST(LongAddress, IsRefusedNotTruncated)
 {
     LongText text;
     if (!text.IsThere()) {

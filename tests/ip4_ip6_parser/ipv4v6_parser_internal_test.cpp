@@ -296,7 +296,7 @@ TEST(TdHex4, ReadsOneToFourDigits)
     }
 }
 
-TEST(TdHex4, CountOfCharactersLeftEndsTheGroup)
+TEST(TdHex4, RemainingLengthEndsTheGroup)
 {
     char achText[] = "abcd";
     for (QAL_INT lLeft = -1; lLeft < 4; ++lLeft) { // fewer than the text has
@@ -405,7 +405,7 @@ TEST(TdHexseq, DottedTails)
 }
 
 // The count limits the look-ahead, even if more text follows.
-TEST(TdHexseq, CountOfCharactersLeftEndsTheRun)
+TEST(TdHexseq, RemainingLengthEndsTheRun)
 {
     char achText[] = "1:22.333";
     for (QAL_INT lLeft = 3; lLeft <= 5; ++lLeft) {

@@ -445,7 +445,7 @@ TEST(ParseIpv6, RefusedTextsLeaveTheOutputs)
     ExpectIpv6(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv6, PortDoesNotShowInTheStatus)
+TEST(ParseIpv6, PortDoesNotAffectTheStatus)
 {
     constexpr Ipv6Case kCases[] = {
         {"[::1]:80", 0, "00000000000000000000000000000001 80"},

@@ -68,7 +68,7 @@ std::string Joined(const std::string_view (&octets)[4], std::string_view port)
     return text += port;
 }
 
-TEST(UsualIpv4, IsTaken)
+TEST(UsualIpv4, IsReadInWords)
 {
     constexpr std::string_view kOctets[] = {"7", "42", "255", "0", "00", "000", "099"};
     constexpr std::string_view kPorts[] = {"", ":0", ":80", ":443", ":8080", ":65535", ":065536"};
