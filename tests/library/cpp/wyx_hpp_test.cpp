@@ -162,7 +162,7 @@ TEST_F(Layer, TypedValues)
     EXPECT_TRUE(doc.get<wyx::document::list>("net", "none")->empty());
 }
 
-TEST_F(Layer, WhatCannotBeReadWholeFails)
+TEST_F(Layer, ValuesThatDoNotFitTheTypeFail)
 {
     const wyx::document doc = Load();
     EXPECT_EQ(doc.get<int>("net", "big").error(), wyx::errc::ini_key_value);

@@ -58,7 +58,7 @@ TEST(Failures, EveryScenarioUnderEveryFault)
     std::cout << Scenarios().size() << " scenarios, " << faults << " faults" << std::endl;
 }
 
-TEST(Failures, EveryExportedOperationIsTried)
+TEST(Failures, EveryExportedFunctionIsCalled)
 {
     for (const auto &[name, scenario] : Scenarios()) {
         RunWith(name, {});

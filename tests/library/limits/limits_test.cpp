@@ -322,7 +322,7 @@ TEST(Limits, LongestBase64)
     EXPECT_EQ(pucText, nullptr);
 }
 
-TEST(Limits, OctetOfAQuarterOfAGibibyte)
+TEST(Limits, OctetOf256Mebibytes)
 {
     std::string text = std::string(kGib / 4, '0') + "1.2.3.4:" + std::string(1000, '0') + "80";
     QAL_UINT32 ulAddr = 0;

@@ -134,7 +134,7 @@ class RealFiles : public PlatformTest {
     Count count;
 };
 
-TEST_F(RealFiles, FromTheExamplesComeBack)
+TEST_F(RealFiles, FromTheExamplesRoundTrip)
 {
     for (const fs::directory_entry &entry : fs::directory_iterator(WYX_EXAMPLE_FILES)) {
         if (entry.path().extension() == ".ini") {

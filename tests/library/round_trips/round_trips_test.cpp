@@ -49,7 +49,7 @@ bool Holds(const std::string &file, std::initializer_list<const char *> any)
 }
 
 // The page names two cases, apart from folds and NULs, in which loaded lines do not come back.
-TEST_F(RoundTrips, LoadedLinesComeBackButInTheNamedCases)
+TEST_F(RoundTrips, LoadedLinesRoundTripExceptInTheDocumentedCases)
 {
     constexpr std::string_view kBytes = "x\\\n\r";
     constexpr unsigned kLongest = 6;

@@ -66,7 +66,7 @@ class Disk {
 
     /// What the target's name leads to after a cut now, for each combination: "old", "new",
     /// "missing" if the new file is whole, or what is wrong.
-    std::multiset<std::string> AfterACut() const
+    std::multiset<std::string> AfterPowerCut() const
     {
         std::multiset<std::string> states;
         for (unsigned kept = 0; kept < 1U << pending_.size(); ++kept) {
@@ -144,10 +144,10 @@ std::multiset<std::string> StatesOf(const std::vector<Change> &changes,
                                     const std::filesystem::path &target)
 {
     Disk disk(target);
-    std::multiset<std::string> states = disk.AfterACut();
+    std::multiset<std::string> states = disk.AfterPowerCut();
     for (const Change &change : changes) {
         disk.Apply(change);
-        states.merge(disk.AfterACut());
+        states.merge(disk.AfterPowerCut());
     }
     return states;
 }
@@ -176,7 +176,7 @@ TEST_F(PowerCut, LeavesTheOldContentOrTheNew)
     for (const Change &change : changes) {
         disk.Apply(change);
     }
-    const std::multiset<std::string> end = disk.AfterACut();
+    const std::multiset<std::string> end = disk.AfterPowerCut();
     EXPECT_EQ(end.count("new"), end.size()) << "a save that succeeded can be undone";
     std::cout << states.size() << " cuts, after " << states.count("missing")
               << " of them the target was missing and the new file whole\n";
@@ -200,7 +200,7 @@ TEST_F(PowerCut, EveryFlushIsNeeded)
         for (const Change &change : without) {
             disk.Apply(change);
         }
-        const std::multiset<std::string> end = disk.AfterACut();
+        const std::multiset<std::string> end = disk.AfterPowerCut();
         EXPECT_TRUE(states.count("lost") + states.count("a part") != 0 ||
                     end.count("new") != end.size())
             << "flush " << flushes;

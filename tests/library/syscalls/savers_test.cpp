@@ -64,7 +64,7 @@ int Continue(pid_t saver)
 
 /// Two savers in the same millisecond, at every pair of their calls: the first stops before a call,
 /// the second runs up to one of its own calls, the first continues to its end, and then the second.
-TEST(Savers, TwoLoseNothingWhereverTheyMeet)
+TEST(Savers, TwoLoseNothingHoweverTheyInterleave)
 {
     if (WYX_WRITES_COUNTS) {
         GTEST_SKIP() << "an instrumented library makes many calls of its own";

@@ -78,7 +78,7 @@ class SystemCalls : public ::testing::Test {
 
 // During a save by the library, there is a moment when no file has the target's name. In that
 // moment, the whole new content is in a file beside it.
-TEST_F(SystemCalls, SaveOfTheLibrary)
+TEST_F(SystemCalls, SaveByTheLibrary)
 {
     const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
     Reset();
@@ -202,7 +202,7 @@ int PlaceOf(const std::string &log, const std::string &call, int n)
     return 0;
 }
 
-TEST_F(SystemCalls, FailedSaveLeavesWhatThePageSays)
+TEST_F(SystemCalls, FailedSaveLeavesTheFilesAsDocumented)
 {
     const Words command = {WYX_SAVE_CLIENT, target_.string(), "a", "k", "new"};
     const std::vector<std::string> nothing;
