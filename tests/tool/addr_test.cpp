@@ -132,7 +132,7 @@ TEST(AddrToolTest, FaultsAreFound)
     }
 }
 
-TEST(AddrToolTest, GoesOnAfterABadText)
+TEST(AddrToolTest, ContinuesAfterABadText)
 {
     const Outcome outcome = Wyx({"addr", "1.2.3", "1.2.3.4", "--", "-1", "::1"});
     EXPECT_EQ(outcome.code, kMalformed);

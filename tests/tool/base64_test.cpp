@@ -44,7 +44,7 @@ TEST_F(Base64ToolTest, PublishedValues)
     }
 }
 
-TEST_F(Base64ToolTest, StreamsOfAnySizeComeBack)
+TEST_F(Base64ToolTest, StreamsOfAnySizeRoundTrip)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -66,7 +66,7 @@ TEST_F(Base64ToolTest, StreamsOfAnySizeComeBack)
     }
 }
 
-TEST_F(Base64ToolTest, LinesHaveTheWidth)
+TEST_F(Base64ToolTest, LinesHaveTheRequestedWidth)
 {
     const std::string line(76, 'A');
     EXPECT_EQ(Encode(std::string(57, '\0'), "76").out, line + "\n");
@@ -79,7 +79,7 @@ TEST_F(Base64ToolTest, LinesHaveTheWidth)
     EXPECT_EQ(Wyx({"base64", Write("file", setup.in)}).out, line + "\nAAAA\n");
 }
 
-TEST_F(Base64ToolTest, LenientAsTheDecoderIs)
+TEST_F(Base64ToolTest, AsLenientAsTheDecoder)
 {
     EXPECT_EQ(Decode("TWE").out, "Ma");
     EXPECT_EQ(Decode("TQ").out, "M");
@@ -89,7 +89,7 @@ TEST_F(Base64ToolTest, LenientAsTheDecoderIs)
     EXPECT_EQ(Decode("====").code, kOk);
 }
 
-TEST_F(Base64ToolTest, FirstBadCharacterIsNamed)
+TEST_F(Base64ToolTest, FirstBadCharacterIsReported)
 {
     const Outcome blank = Decode("TWFu TWFu");
     EXPECT_EQ(blank.code, kMalformed);
@@ -104,7 +104,7 @@ TEST_F(Base64ToolTest, FirstBadCharacterIsNamed)
     EXPECT_TRUE(Mentions(file.err, {"bad': '?' at offset 0 "}));
 }
 
-TEST_F(Base64ToolTest, OneCharacterTooManyIsACutText)
+TEST_F(Base64ToolTest, OneLeftoverCharacterIsReportedAsCutOff)
 {
     const Outcome outcome = Decode("TWFuT");
     EXPECT_EQ(outcome.code, kMalformed);
@@ -112,7 +112,7 @@ TEST_F(Base64ToolTest, OneCharacterTooManyIsACutText)
     EXPECT_TRUE(Mentions(outcome.err, {"cut off"}));
 }
 
-TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
+TEST_F(Base64ToolTest, IgnoreGarbageSkipsGarbage)
 {
     const std::vector<std::string> decode = {"base64", "-d", "-i"};
     EXPECT_EQ(Wyx(decode, {.in = "T*W F\x80u\t"}).out, "Man");
@@ -136,7 +136,7 @@ TEST_F(Base64ToolTest, GarbageIsSkippedIfItIsIgnored)
 }
 
 // "timeout" ends with 124 if the tool is still running.
-TEST_F(Base64ToolTest, EndsWithItsOutput)
+TEST_F(Base64ToolTest, StopsWhenItsOutputIsLost)
 {
     const Outcome full = Shell("timeout 30 \"$WYX\" base64 /dev/zero > /dev/full");
     EXPECT_EQ(full.code, kIo);

@@ -43,7 +43,7 @@ struct Fault {
 Fault fault;
 
 /// Does this call fail? Then errno says why.
-bool Strikes(const std::string &call)
+bool IsToFail(const std::string &call)
 {
     if (call != fault.call) {
         return false;
@@ -57,7 +57,7 @@ bool Strikes(const std::string &call)
 template <typename... Arguments>
 long Call(const char *name, long number, Arguments... arguments)
 {
-    return Strikes(name) ? -1 : syscall(number, arguments...);
+    return IsToFail(name) ? -1 : syscall(number, arguments...);
 }
 
 void Meddle(const std::function<void()> &meddle)
@@ -308,7 +308,7 @@ TEST_F(FileReplaceTest, OpensFilesWithTheseFlags)
     EXPECT_EQ(seen, std::set<int>{O_RDONLY | O_CLOEXEC | O_NOCTTY});
 }
 
-TEST_F(FileReplaceTest, NobodyElseReadsANewFileThatIsNotDone)
+TEST_F(FileReplaceTest, NobodyElseCanReadAnUnfinishedNewFile)
 {
     for (const bool isUnnamed : {true, false}) {
         hasUnnamedFiles = isUnnamed;
@@ -325,7 +325,7 @@ TEST_F(FileReplaceTest, NobodyElseReadsANewFileThatIsNotDone)
 }
 
 // Without its lock, the new file would look like one that a killed instance left.
-TEST_F(FileReplaceTest, ANewFileIsNoLeftoverToOthers)
+TEST_F(FileReplaceTest, NewFileIsNotMistakenForALeftover)
 {
     hasUnnamedFiles = false;
     unlink(name.c_str());
@@ -339,7 +339,7 @@ TEST_F(FileReplaceTest, ANewFileIsNoLeftoverToOthers)
     EXPECT_EQ(Read(name), kNew);
 }
 
-TEST_F(FileReplaceTest, RightsAreThoseOfTheEffectiveUser)
+TEST_F(FileReplaceTest, ChecksPermissionsOfTheEffectiveUser)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can take another user's rights";
@@ -364,7 +364,7 @@ TEST_F(FileReplaceTest, NothingIsVisibleUntilItIsComplete)
     EXPECT_TRUE(seen[0].starts_with(".f.ini.wyx-") && seen[0].ends_with("~")) << seen[0];
 }
 
-TEST_F(FileReplaceTest, ChangesOfOthersAreNotLost)
+TEST_F(FileReplaceTest, ConcurrentChangesAreNotLost)
 {
     const std::string others = "[a]\nk=9\n"; // of the same length, and at the same time
     const std::function<void()> meddlers[] = {
@@ -408,7 +408,7 @@ TEST_F(FileReplaceTest, ChangesOfOthersAreNotLost)
     EXPECT_EQ(Read(name), others);
 }
 
-TEST_F(FileReplaceTest, ANewFileReplacesNone)
+TEST_F(FileReplaceTest, NewFileDoesNotReplaceAnExistingOne)
 {
     for (const bool isUnnamed : {true, false}) {
         for (const bool isExclusive : {true, false}) {
@@ -435,7 +435,7 @@ TEST_F(FileReplaceTest, ANewFileReplacesNone)
     }
 }
 
-TEST_F(FileReplaceTest, TheLockIsThatOfTheFileWithTheName)
+TEST_F(FileReplaceTest, LocksTheFileThatHasTheName)
 {
     const int fd = open(name.c_str(), O_RDONLY);
     ASSERT_EQ(flock(fd, LOCK_EX), 0);
@@ -510,7 +510,7 @@ TEST_F(FileReplaceTest, SignalsWaitForAChangeInPlace)
     }
 }
 
-TEST_F(FileReplaceTest, LeftoversOfKilledOnesGo)
+TEST_F(FileReplaceTest, LeftoversOfKilledProcessesAreRemoved)
 {
     hasUnnamedFiles = false;
     const pid_t child = fork();
@@ -538,7 +538,7 @@ TEST_F(FileReplaceTest, LeftoversOfKilledOnesGo)
                                                  ".g.ini.wyx-abcdef~"}));
 }
 
-TEST_F(FileReplaceTest, AFailureLeavesNothingBehind)
+TEST_F(FileReplaceTest, FailureLeavesNothingBehind)
 {
     hasUnnamedFiles = false;
     atFlush = [] { throw Failure(ExitCode::kIo, "no room"); };
@@ -547,7 +547,7 @@ TEST_F(FileReplaceTest, AFailureLeavesNothingBehind)
     EXPECT_EQ(Read(name), kOld);
 }
 
-TEST_F(FileReplaceTest, WhatDoesNotReadBackIsNotInstalled)
+TEST_F(FileReplaceTest, ContentThatDoesNotReadBackIsNotInstalled)
 {
     hasUnnamedFiles = false;
     atFlush = [&] {
@@ -690,7 +690,7 @@ TEST_F(FileReplaceTest, KeepsTheOldContentAsALinkOrACopy)
     EXPECT_EQ(Read(Path("old")), "of somebody else");
 }
 
-TEST_F(FileReplaceTest, ReadingThatFailsOrIsInterrupted)
+TEST_F(FileReplaceTest, FailedAndInterruptedReads)
 {
     fault = {"read", EINTR};
     EXPECT_EQ(ReadWhole(FileInput(name), kLimit), kOld);
@@ -704,7 +704,7 @@ TEST_F(FileReplaceTest, ReadingThatFailsOrIsInterrupted)
                          {"cannot read 'f.ini'", "Bad file descriptor"}));
 }
 
-TEST_F(FileReplaceTest, ANewFileWhoseModelCannotBeLookedAtIsNotMade)
+TEST_F(FileReplaceTest, NewFileIsNotCreatedIfItsModelCannotBeExamined)
 {
     unlink(name.c_str());
     const Descriptor none;

@@ -95,7 +95,7 @@ TEST_F(IniCheckToolTest, Warnings)
         {"TrailingBackslashAndCrLf", "[a]\r\nk=1\\\r\n", "2 trailing-backslash\n2 no-line-end\n"},
         {"TrailingBackslashLine", "[a]\nk=1\n\\\n", "3 trailing-backslash\n"},
         {"TwoTrailingBackslashLines", "[a]\nk=1\n\\\n\\\n", "2 continuation\n"},
-        {"TwoTrailingBackslashLinesUnended", "[a]\nk=1\n\\\n\\",
+        {"TwoTrailingBackslashLinesNoLineEnd", "[a]\nk=1\n\\\n\\",
          "2 continuation\n4 trailing-backslash\n"},
         {"TwoTrailingBackslashes", "[a]\nk=1\\\\\n", ""},
         {"Nul", std::string("[a]\nk=1\0x\nl=1\n", 14), "2 nul\n"},
@@ -117,7 +117,7 @@ TEST_F(IniCheckToolTest, Warnings)
     }
 }
 
-TEST_F(IniCheckToolTest, TextHasTheFormOfACompilersMessages)
+TEST_F(IniCheckToolTest, TextLooksLikeCompilerMessages)
 {
     const std::string name = Write("net.ini", "[a]\nk=a,b\nk=1\\\n2\n");
     const Outcome outcome = Wyx({"ini", "check", "net.ini"}, {.directory = Directory()});
@@ -176,7 +176,7 @@ std::pair<QAL_UINT32, QAL_UINT32> LibraryCheck(const std::string &name)
 }
 
 // Both lines are joined to the line above, and add nothing to it.
-TEST_F(IniCheckToolTest, TwoBackslashLinesAtTheEndAreReadAsTheLibraryReadsThem)
+TEST_F(IniCheckToolTest, TwoBackslashLinesAtTheEndAreReadAsInTheLibrary)
 {
     for (const char *const end : {"\n", ""}) {
         const std::string name = Write("f.ini", std::string("[a]\nk=1\n\\\n\\") + end);
@@ -193,7 +193,7 @@ TEST_F(IniCheckToolTest, TwoBackslashLinesAtTheEndAreReadAsTheLibraryReadsThem)
     }
 }
 
-TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
+TEST_F(IniCheckToolTest, FirstErrorMatchesTheLibrary)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -222,7 +222,7 @@ TEST_F(IniCheckToolTest, FirstErrorIsThatOfTheLibrary)
     }
 }
 
-TEST_F(IniCheckToolTest, NumbersAreThoseOfTheLinesInTheFile)
+TEST_F(IniCheckToolTest, LineNumbersMatchTheFile)
 {
     // The text of every stored line holds the number of the file's line that it begins on.
     Random random;

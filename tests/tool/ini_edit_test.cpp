@@ -140,7 +140,7 @@ TEST_F(IniEditToolTest, Set)
          {"a", "l=2"},
          "[a]\r\nk=1\nl=2\n\r\n[b]\r\n"},
         {"ByteOrderMark", "\xEF\xBB\xBF[a]\nk=1\n", {"a", "k=2"}, "\xEF\xBB\xBF[a]\nk=2\n"},
-        {"ByteOrderMarkAlone", "\xEF\xBB\xBF", {"a", "k=2"}, "\xEF\xBB\xBF[a]\nk=2\n"},
+        {"OnlyAByteOrderMark", "\xEF\xBB\xBF", {"a", "k=2"}, "\xEF\xBB\xBF[a]\nk=2\n"},
         {"UnreadableLines",
          "x\n[a]\nquick\nk=1\n!inc d\n: y\n",
          {"a", "k=2", "l=3"},
@@ -274,7 +274,7 @@ TEST_F(IniEditToolTest, SetRefusesWhatWouldBreakTheFile)
 
 // If the library and other programs read a line differently, nobody can know for which program the
 // file was written.
-TEST_F(IniEditToolTest, RefusesWhatWouldBeDamageForOtherPrograms)
+TEST_F(IniEditToolTest, RefusesWhatWouldBreakFilesForOtherPrograms)
 {
     const std::string nested = "[a]\nk = 1\n  l = 2\n";
     const std::string joined = "[a]\nk=C:\\dir\\\nl=1\n[b]\nx=1\n";
@@ -342,7 +342,7 @@ TEST_F(IniEditToolTest, RefusesWhatWouldBeDamageForOtherPrograms)
             {"f.ini:2: NUL byte"});
 }
 
-TEST_F(IniEditToolTest, StrictRefusesWhatElseIsWorkedAround)
+TEST_F(IniEditToolTest, StrictRefusesWhatIsOtherwiseWorkedAround)
 {
     for (const std::string &line :
          {std::string("quick\n"), "x=" + std::string(600, 'x') + "\n", std::string("[c] # d\n")}) {
@@ -352,7 +352,7 @@ TEST_F(IniEditToolTest, StrictRefusesWhatElseIsWorkedAround)
     Refused("\xEF\xBB\xBF[a]\n", {"set", "--strict", "a", "k=2"}, kMalformed, {"byte-order mark"});
 }
 
-TEST_F(IniEditToolTest, WarnsOfWhatTheCheckRefuses)
+TEST_F(IniEditToolTest, WarnsAboutWhatTheCheckRefuses)
 {
     const std::string name = Write("f.ini", "[a]\n");
     for (const char *const setting : {"k=a,b", "a b=1", "k=sip:x;transport=tls"}) {
@@ -364,7 +364,7 @@ TEST_F(IniEditToolTest, WarnsOfWhatTheCheckRefuses)
     }
 }
 
-TEST_F(IniEditToolTest, WhateverIsAcceptedReadsBack)
+TEST_F(IniEditToolTest, AcceptedInputReadsBack)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
@@ -476,7 +476,7 @@ TEST_F(IniEditToolTest, KeepsLinkModeOwnerAndAttributes)
     }
 }
 
-TEST_F(IniEditToolTest, RefusesWhereTheOwnerCannotBeKept)
+TEST_F(IniEditToolTest, RefusesIfTheOwnerCannotBeKept)
 {
     WYX_NEED_NOBODY();
     if (geteuid() != 0) {
@@ -502,7 +502,7 @@ TEST_F(IniEditToolTest, RefusesWhereTheOwnerCannotBeKept)
     EXPECT_EQ(after.st_ino, before.st_ino);
 }
 
-TEST_F(IniEditToolTest, WhatCannotBeChanged)
+TEST_F(IniEditToolTest, FilesThatCannotBeChanged)
 {
     WYX_NEED_NOBODY();
     const std::string name = Write("f.ini", "[a]\nk=1\n");
@@ -549,7 +549,7 @@ TEST_F(IniEditToolTest, DirectoryThatCannotBeListed)
     EXPECT_EQ(Read(name), "[a]\nk=2\n");
 }
 
-TEST_F(IniEditToolTest, FilesThatAreNowhere)
+TEST_F(IniEditToolTest, EmptyNamesAndMissingFolders)
 {
     const Outcome empty = Wyx({"ini", "set", "", "a", "k=1"});
     EXPECT_EQ(empty.code, kUsage);
@@ -607,7 +607,7 @@ TEST_F(IniEditToolTest, FullAndReadOnlyFileSystems)
     EXPECT_TRUE(Mentions(outcome.err, {"No space left on device", "Read-only file system"}));
 }
 
-TEST_F(IniEditToolTest, AMountPointIsChangedInPlaceOnly)
+TEST_F(IniEditToolTest, MountPointIsOnlyChangedInPlace)
 {
     const std::string script =
         "exec unshare -m sh -c '"
@@ -623,7 +623,7 @@ TEST_F(IniEditToolTest, AMountPointIsChangedInPlaceOnly)
     EXPECT_TRUE(Mentions(outcome.err, {"cannot replace", "Device or resource busy", "--in-place"}));
 }
 
-TEST_F(IniEditToolTest, SameValueTouchesNothingNotEvenTheTimes)
+TEST_F(IniEditToolTest, SameValueLeavesTheFileUntouched)
 {
     const std::string name = Write("f.ini", "[a]\nk = 1 ;c\n");
     struct stat before = {};
@@ -636,7 +636,7 @@ TEST_F(IniEditToolTest, SameValueTouchesNothingNotEvenTheTimes)
     EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
 }
 
-TEST_F(IniEditToolTest, WarnsOfHardLinks)
+TEST_F(IniEditToolTest, WarnsAboutHardLinks)
 {
     const std::string name = Write("f.ini", "[a]\nk=1\n");
     ASSERT_EQ(link(name.c_str(), Path("other").c_str()), 0);
@@ -646,7 +646,7 @@ TEST_F(IniEditToolTest, WarnsOfHardLinks)
     EXPECT_EQ(Read(Path("other")), "[a]\nk=1\n");
 }
 
-TEST_F(IniEditToolTest, EditsAtOnceAreAllKept)
+TEST_F(IniEditToolTest, ConcurrentEditsAreAllKept)
 {
     Write("f.ini", "[a]\n");
     const Outcome outcome = Shell(
@@ -696,7 +696,7 @@ TEST_F(IniEditToolTest, Del)
     }
 }
 
-TEST_F(IniEditToolTest, DelOfWhatIsNotThere)
+TEST_F(IniEditToolTest, DelOfAMissingSectionOrKey)
 {
     const std::string content = "[net]\nport=1\n";
     Refused(content, {"del", "b"}, kNo, {"no section 'b'"});

@@ -84,7 +84,7 @@ TEST_F(IniOptionsTest, FormatOfASection)
               json({{"k", "4"}, {"l", "3"}, {"w", "\xEF\xBF\xBD"}, {"w_hex", "f6"}}));
 }
 
-TEST_F(IniOptionsTest, FormatIsThatOfTheCommonProgram)
+TEST_F(IniOptionsTest, FormatMatchesTheCommonProgram)
 {
     WYX_NEED_PROGRAM("crudini", "crudini");
     Write("f.ini", "[a b]\nplain=1\nblank=1 2\nquote=it's \"x\"\nall=%+-./:@_,\nodd=$(x)\nnone=\n");
@@ -95,7 +95,7 @@ TEST_F(IniOptionsTest, FormatIsThatOfTheCommonProgram)
     }
 }
 
-TEST_F(IniOptionsTest, ShellReadsWhatIsWrittenForIt)
+TEST_F(IniOptionsTest, ShellReadsTheShellFormat)
 {
     const std::vector<std::string> values = {"x", "a  b",        "it's",   "$HOME `id` \\ \"q\"",
                                              "*", "K\xC3\xB6ln", "a;b|c&d"};
@@ -235,7 +235,7 @@ TEST_F(IniOptionsTest, DryRunChangesNothing)
     EXPECT_EQ(Read(file), kSample);
 }
 
-TEST_F(IniOptionsTest, DiffsAreThoseOfTheCommonPrograms)
+TEST_F(IniOptionsTest, DiffsMatchTheCommonPrograms)
 {
     WYX_NEED_PROGRAM("diff", "diffutils");
     std::string text;

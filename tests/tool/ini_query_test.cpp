@@ -49,7 +49,7 @@ TEST_F(IniQueryTest, BlanksAroundASectionDoNotCount)
     }
 }
 
-TEST_F(IniQueryTest, AKeyBeforeAllSectionsIsInNone)
+TEST_F(IniQueryTest, KeyBeforeTheFirstSectionIsInNone)
 {
     const Outcome outcome = Wyx({"ini", "get", Write("top.ini", "k=1\n[a]\nl=1\n"), "a", "k"});
     EXPECT_EQ(outcome.code, kNo);
@@ -70,7 +70,7 @@ TEST_F(IniQueryTest, OnlyWordsOfUpTo64BytesAreSuggested)
     EXPECT_FALSE(isSuggested(most + "a", most + "an"));
 }
 
-TEST_F(IniQueryTest, ListWarnsOfNulBytes)
+TEST_F(IniQueryTest, ListWarnsAboutNulBytes)
 {
     const std::string name = Write("nul.ini", std::string_view("[a]\nk=1\0x\nl=1\n", 14));
     const Outcome outcome = Wyx({"ini", "list", name});
@@ -179,7 +179,7 @@ TEST_F(IniQueryTest, NotFound)
     EXPECT_EQ(Wyx({"ini", "get", Write("empty.ini", ""), "a", "k"}).code, kNo);
 }
 
-TEST_F(IniQueryTest, BytesThatAreNoUtf8AreExactInHexadecimal)
+TEST_F(IniQueryTest, InvalidUtf8IsExactInHexadecimal)
 {
     const std::string name = Write("latin.ini", "[a]\nstadt=K\xF6ln\nort=K\xC3\xB6ln\n");
     EXPECT_EQ(Wyx({"ini", "get", name, "a", "stadt"}).out, "K\xF6ln\n");
@@ -217,14 +217,14 @@ TEST_F(IniQueryTest, List)
               "4  key      k=\\x01\\x0a\\x=1\n");
 }
 
-TEST_F(IniQueryTest, ListOfErrorsAlone)
+TEST_F(IniQueryTest, ListOfOnlyErrors)
 {
     EXPECT_EQ(Wyx({"ini", "list", Write("shadow", "root:*:1\ndaemon:*:2\n")}).code, kMalformed);
     EXPECT_EQ(Wyx({"ini", "list", "--json", Path("shadow")}).code, kMalformed);
     EXPECT_EQ(Wyx({"ini", "list", Write("some", "root:*:1\n; ok\n")}).code, kOk);
 }
 
-TEST_F(IniQueryTest, EmptyFileIsNoError)
+TEST_F(IniQueryTest, EmptyFileIsNotAnError)
 {
     const std::string empty = Write("empty.ini", "");
     for (const std::vector<std::string> &arguments :
@@ -312,7 +312,7 @@ TEST_F(IniQueryTest, ListJson)
     EXPECT_EQ(error["lines"][0]["code"], 160);
 }
 
-TEST_F(IniQueryTest, ListGoesOnBehindALineThatIsTooLong)
+TEST_F(IniQueryTest, ListContinuesAfterATooLongLine)
 {
     const std::string half(300, 'x');
     const std::string name =
@@ -395,7 +395,7 @@ TEST_F(IniQueryTest, LinesThatCannotBeRead)
                          {"no section 'c'", "line 4 looks like it"}));
 }
 
-TEST_F(IniQueryTest, WhatIsNoFile)
+TEST_F(IniQueryTest, FilesThatCannotBeRead)
 {
     WYX_NEED_NOBODY();
     for (const char *const verb : {"sections", "list", "check"}) {
@@ -423,7 +423,7 @@ TEST_F(IniQueryTest, WhatIsNoFile)
     EXPECT_EQ(input.err.find("comes first"), std::string::npos) << input.err;
 }
 
-TEST_F(IniQueryTest, WithoutProcTheMessageNamesIt)
+TEST_F(IniQueryTest, MessageMentionsProcIfItIsMissing)
 {
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
     GTEST_SKIP() << "the sanitizer itself needs /proc";

@@ -80,7 +80,7 @@ TEST_F(IniRecoverTest, RestoreAMissingFile)
     EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", kOld}));
 }
 
-TEST_F(IniRecoverTest, RestoreKeepsThePresentContentAndItsMode)
+TEST_F(IniRecoverTest, RestoreKeepsTheCurrentContentAndItsMode)
 {
     Write("net.ini", "[a]\nk=0\n");
     ASSERT_EQ(chmod(target.c_str(), 0640), 0);
@@ -100,7 +100,7 @@ TEST_F(IniRecoverTest, RestoreKeepsThePresentContentAndItsMode)
     EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", "net.ini.old", "net.ini.old1", kNew}));
 }
 
-TEST_F(IniRecoverTest, RestoreRefusesWhatDoesNotLoad)
+TEST_F(IniRecoverTest, RestoreRefusesAFileThatDoesNotLoad)
 {
     Write("net.ini", "[a]\nk=0\n");
     for (const std::string &content :
@@ -113,7 +113,7 @@ TEST_F(IniRecoverTest, RestoreRefusesWhatDoesNotLoad)
     }
 }
 
-TEST_F(IniRecoverTest, TheOldContentGetsAFreeNameOrNothingIsRestored)
+TEST_F(IniRecoverTest, RestoresNothingIfNoNameIsFreeForTheOldContent)
 {
     Write("net.ini", "[a]\nk=0\n");
     Write(kNew, "[a]\nk=2\n");
@@ -132,7 +132,7 @@ TEST_F(IniRecoverTest, TheOldContentGetsAFreeNameOrNothingIsRestored)
     EXPECT_TRUE(Mentions(number.err, {"there is no file number 2", "from 1 to 1"}));
 }
 
-TEST_F(IniRecoverTest, WithoutRightsNothingIsRestored)
+TEST_F(IniRecoverTest, WithoutPermissionNothingIsRestored)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give the files to another user";
@@ -154,7 +154,7 @@ TEST_F(IniRecoverTest, WithoutRightsNothingIsRestored)
 
 // Of three leftovers, the newest is empty and the next one is cut off: neither is restored without
 // --force.
-TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
+TEST_F(IniRecoverTest, EmptyAndTruncatedLeftoversAreNotTrusted)
 {
     Write(kOld, "[a]\nk=1\n");
     Write("net1700000050000.ibk", "[a]\nk=1");
@@ -180,7 +180,7 @@ TEST_F(IniRecoverTest, EmptyAndTruncatedOnesAreNotTrusted)
     EXPECT_EQ(Wyx({"ini", "recover", target, "--force"}).code, kUsage);
 }
 
-TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
+TEST_F(IniRecoverTest, ForeignAndLinkedLeftoversAreNotTrusted)
 {
     Write(kNew, "[a]\nk=2\n");
     ASSERT_EQ(link(Path(kNew).c_str(), Path("other").c_str()), 0);
@@ -207,7 +207,7 @@ TEST_F(IniRecoverTest, SomebodyElsesAndLinkedOnesAreNotTrusted)
 }
 
 // A save never leaves a symbolic link. A link that somebody planted does not hide a real leftover.
-TEST_F(IniRecoverTest, SymbolicLinksAreNoLeftovers)
+TEST_F(IniRecoverTest, SymbolicLinksAreNotLeftovers)
 {
     Write("secret", "[a]\nk=secret\n");
     ASSERT_EQ(symlink("secret", Path(kNew).c_str()), 0);
@@ -217,7 +217,7 @@ TEST_F(IniRecoverTest, SymbolicLinksAreNoLeftovers)
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "2"}).code, kNo);
 }
 
-TEST_F(IniRecoverTest, NamesAreCutAsASaveCutsThem)
+TEST_F(IniRecoverTest, NamesAreCutAsInASave)
 {
     ASSERT_EQ(mkdir(Path("my.dir").c_str(), 0777), 0);
     Write("my1700000000123.ibk", "[a]\n"); // left beside my.dir by a save of a file without a dot

@@ -78,7 +78,7 @@ class ToolMemoryTest : public test::ToolTest {
     PlatformDouble &platform_ = PlatformDouble::Instance();
 };
 
-TEST_F(ToolMemoryTest, AVerbWhoseLibraryFailsChangesNothing)
+TEST_F(ToolMemoryTest, LibraryFailureChangesNothing)
 {
     const std::string file = Write("f.ini", kContent);
     const std::vector<std::string> commands[] = {

@@ -27,20 +27,20 @@ struct Mistake {
 
 const Mistake kMistakes[] = {
     {"NoVerb", {}, kUsage, {"'wyx' needs a verb: sum, base64, addr, ini", "wyx --help"}},
-    {"NoVerbOfIni", {"ini"}, kUsage, {"'wyx ini' needs a verb: get, set", "wyx ini --help"}},
+    {"NoIniVerb", {"ini"}, kUsage, {"'wyx ini' needs a verb: get, set", "wyx ini --help"}},
     {"MisspeltVerb", {"smu", "net.ini"}, kUsage, {"'smu' is not a verb", "did you mean 'sum'?"}},
-    {"MisspeltVerbOfIni", {"ini", "gte", "net.ini"}, kUsage, {"'gte'", "did you mean 'get'?"}},
+    {"MisspeltIniVerb", {"ini", "gte", "net.ini"}, kUsage, {"'gte'", "did you mean 'get'?"}},
     {"UnknownVerb", {"frobnicate"}, kUsage, {"the verbs are: sum, base64, addr, ini"}},
     {"VerbWithoutItsFamily", {"get", "net.ini"}, kUsage, {"'get'", "did you mean 'wyx ini get'?"}},
     {"OptionAsAVerb", {"md5", "net.ini"}, kUsage, {"'md5'", "did you mean 'wyx sum --md5'?"}},
-    {"HelpOfNoVerb", {"help", "gte"}, kUsage, {"'gte' is not a verb of 'wyx'"}},
-    {"HelpOfNoVerbOfIni", {"ini", "help", "gte"}, kUsage, {"did you mean 'get'?"}},
-    {"HelpOfAnOption", {"help", "--md5"}, kUsage, {"'--md5' is not a verb of 'wyx'"}},
-    {"HelpOfAnOptionOfAVerb",
+    {"HelpForUnknownVerb", {"help", "gte"}, kUsage, {"'gte' is not a verb of 'wyx'"}},
+    {"HelpForUnknownIniVerb", {"ini", "help", "gte"}, kUsage, {"did you mean 'get'?"}},
+    {"HelpForAnOption", {"help", "--md5"}, kUsage, {"'--md5' is not a verb of 'wyx'"}},
+    {"HelpForAnOptionOfAVerb",
      {"help", "sum", "--md5"},
      kUsage,
      {"'--md5' is not a verb of 'wyx sum'", "try 'wyx sum --help'"}},
-    {"OptionOfNoVerb", {"--md5", "net.ini"}, kUsage, {"unknown option '--md5'", "wyx --help"}},
+    {"OptionWithoutVerb", {"--md5", "net.ini"}, kUsage, {"unknown option '--md5'", "wyx --help"}},
     {"MisspeltOption", {"sum", "--md6", "net.ini"}, kUsage, {"did you mean '--md5'?"}},
     {"UnknownLetter",
      {"ini", "get", "-x.ini", "net"},
@@ -51,7 +51,7 @@ const Mistake kMistakes[] = {
     {"NegativeNumber", {"base64", "-w", "-1"}, kUsage, {"--wrap '-1' is not a valid number\n"}},
     {"NoNumber", {"base64", "-w7x"}, kUsage, {"--wrap '7x' is not a valid number"}},
     {"HugeNumber", {"base64", "-w99999999999999999999"}, kUsage, {"is not a valid number"}},
-    {"ExcludingOptions",
+    {"ConflictingOptions",
      {"ini", "check", "-e", "--strict", "net.ini"},
      kUsage,
      {"--errors and --strict cannot be used together"}},
@@ -104,7 +104,7 @@ const Mistake kMistakes[] = {
      {"ini", "set", "net.ini", "net", "user=Alice", "Smith"},
      kUsage,
      {"quotation marks of the shell", "'user=Alice Smith'"}},
-    {"SetOfANewFile", {"ini", "set", "new.ini", "net", "port=1"}, kIo, {"--create"}},
+    {"SetInANewFile", {"ini", "set", "new.ini", "net", "port=1"}, kIo, {"--create"}},
 };
 
 TEST_F(MistakesTest, Messages)
@@ -124,7 +124,7 @@ TEST_F(MistakesTest, Messages)
     EXPECT_EQ(Read(Path("net.ini")), before);
 }
 
-TEST_F(MistakesTest, FileThatTheTerminalWaitsFor)
+TEST_F(MistakesTest, MissingFileArgumentDoesNotWaitForATerminal)
 {
     WYX_NEED_TERMINALS();
     const Outcome outcome = Wyx({"sum", "--crc32"}, {.isInTerminal = true});
@@ -212,7 +212,7 @@ TEST_F(MistakesTest, FailureAsJson)
     EXPECT_EQ(checks.at(1)["ok"], true);
 }
 
-TEST_F(MistakesTest, OptionsMayBeAnywhere)
+TEST_F(MistakesTest, OptionsMayAppearAnywhere)
 {
     const Surroundings here = {.directory = Directory()};
     for (const std::vector<std::string> &arguments :

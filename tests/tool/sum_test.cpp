@@ -76,7 +76,7 @@ TEST_F(SumTest, Json)
                                     R"(", "algorithm": "crc16", "sum": "31c3", "bytes": 9}])"));
 }
 
-TEST_F(SumTest, GoesOnBehindAFileThatCannotBeRead)
+TEST_F(SumTest, ContinuesAfterAnUnreadableFile)
 {
     const std::string file = Write("file", "a");
     const Outcome outcome = Wyx({"sum", "--crc32", Path("none"), Directory(), file});
@@ -105,7 +105,7 @@ const std::vector<std::string> kNames = {
     "\\n",         "K\xF6ln",
 };
 
-TEST_F(SumTest, ListsVerifyWhateverTheNames)
+TEST_F(SumTest, ListsVerifyForAnyNames)
 {
     std::vector<std::string> arguments = {"sum", "--crc32", "--"};
     for (const std::string &name : kNames) {
@@ -139,7 +139,7 @@ TEST_F(SumTest, ListsVerifyWhateverTheNames)
     EXPECT_TRUE(Mentions(missing.out, {"plain: FAILED open or read\n", "with blank: FAILED\n"}));
 }
 
-TEST_F(SumTest, ListsOfTheCommonProgramBothWays)
+TEST_F(SumTest, ListsAreExchangedWithTheCommonProgram)
 {
     Surroundings setup;
     setup.directory = Directory();
@@ -171,7 +171,7 @@ Both RunBoth(const std::string &words, const Surroundings &setup)
     return {Shell("LC_ALL=C md5sum " + words, setup), Shell("\"$WYX\" sum --md5 " + words, setup)};
 }
 
-TEST_F(SumTest, OptionsAreThoseOfTheCommonProgram)
+TEST_F(SumTest, OptionsMatchTheCommonProgram)
 {
     Surroundings here;
     here.directory = Directory();

@@ -83,7 +83,7 @@ TEST_F(TerminalTest, OutputThatCannotBeWritten)
     }
 }
 
-TEST_F(TerminalTest, ManyFilesEndWithTheOutput)
+TEST_F(TerminalTest, ManyFilesStopWhenTheOutputIsLost)
 {
     // Each of a verb's files could fail on its own; lost output ends them all.
     const std::string files =
@@ -98,7 +98,7 @@ TEST_F(TerminalTest, ManyFilesEndWithTheOutput)
     EXPECT_TRUE(Mentions(addresses.err, {"No space left"}));
 }
 
-TEST_F(TerminalTest, MessagesThatCannotBeWrittenDoNoHarm)
+TEST_F(TerminalTest, LostMessagesDoNotChangeTheResult)
 {
     const Outcome outcome = Wyx({"sum", "--crc16", Path("none"), fine}, {.err = Channel::kFull});
     EXPECT_EQ(outcome.code, kIo);
@@ -123,7 +123,7 @@ TEST_F(TerminalTest, OutOfMemory)
     EXPECT_TRUE(Mentions(outcome.err, {"wyx: error: out of memory\n"}));
 }
 
-TEST_F(TerminalTest, ClosedStreamsDoNotEndUpInFiles)
+TEST_F(TerminalTest, OutputForClosedStreamsDoesNotEndUpInFiles)
 {
     // A file that is opened while a standard stream is closed would get the stream's number, and
     // the output meant for it.

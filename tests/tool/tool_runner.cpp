@@ -175,8 +175,8 @@ void Attach(int fd, int standard)
 
 /// Passes on input and output until the tool has closed its ends. A terminal for its input stays
 /// open until then.
-void Converse(int in, bool isInTerminal, std::string_view input, int out, std::string &output,
-              int err, std::string &errors)
+void Communicate(int in, bool isInTerminal, std::string_view input, int out, std::string &output,
+                 int err, std::string &errors)
 {
     const auto drain = [](int &fd, std::string &text) {
         std::array<char, 65536> piece;
@@ -235,7 +235,8 @@ Outcome Run(const std::vector<std::string> &command, const Surroundings &setup)
         }
     }
     Outcome outcome;
-    Converse(in.mine, setup.isInTerminal, setup.in, out.mine, outcome.out, err.mine, outcome.err);
+    Communicate(in.mine, setup.isInTerminal, setup.in, out.mine, outcome.out, err.mine,
+                outcome.err);
     int status = 0;
     while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
     }

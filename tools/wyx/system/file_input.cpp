@@ -102,7 +102,7 @@ std::string ReadWhole(FileInput &&input, std::size_t limit)
     return text;
 }
 
-bool HoldsJust(int fd, std::string_view bytes)
+bool HoldsExactly(int fd, std::string_view bytes)
 {
     std::vector<char> piece(kPiece);
     std::size_t at = 0;

@@ -58,7 +58,7 @@ class FileInput {
 std::string ReadWhole(FileInput &&input, std::size_t limit);
 
 /// Does a regular file hold exactly these bytes?
-bool HoldsJust(int fd, std::string_view bytes);
+bool HoldsExactly(int fd, std::string_view bytes);
 
 /// Writes all of a text.
 /// @return false, with errno set, if that fails

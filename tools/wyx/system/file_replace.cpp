@@ -296,7 +296,7 @@ Failure ChangedMeanwhile(const std::string &path)
 /// Refuses a file that does not hold what was written to it.
 void RequireContent(int fd, const std::string &bytes, const std::string &path)
 {
-    if (!HoldsJust(fd, bytes)) {
+    if (!HoldsExactly(fd, bytes)) {
         throw Failure(ExitCode::kIo, "cannot write " + Quoted(path) +
                                          ": what was written does not read back the same");
     }
@@ -356,7 +356,7 @@ bool Target::HasChanged() const
     struct stat now = {};
     const bool exists = lstat(path_.c_str(), &now) == 0;
     return exists != Exists() ||
-           (exists && (!IsSameFile(now, status_) || !HoldsJust(file_.Get(), bytes_)));
+           (exists && (!IsSameFile(now, status_) || !HoldsExactly(file_.Get(), bytes_)));
 }
 
 void Replace(const Target &target, const std::string &bytes, const Descriptor *model)
