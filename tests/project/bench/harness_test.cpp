@@ -34,7 +34,7 @@ TEST(Harness, TimesContendersWithTheSameResult)
     EXPECT_GT(iTimed, 0);
 }
 
-TEST(Harness, FailsForAPeerWithAnotherResult)
+TEST(Harness, FailsForAPeerWithADifferentResult)
 {
     int iTimed = 0;
     const auto counted = [&](auto keep) {

@@ -31,11 +31,11 @@ class Page(unittest.TestCase):
                      "2026-01-02 03:04 UTC to 2026-01-02 03:09 UTC"):
             self.assertIn(f"<dd>{said}</dd>", text)
 
-    def test_members_that_an_older_run_does_not_have_are_unknown(self):
+    def test_members_missing_from_an_older_run_are_unknown(self):
         old = [{k: v for k, v in run.items() if k not in ("date", "cpus", "others")} for run in RUNS]
         self.assertIn("<dt>Date</dt><dd>unknown</dd>", rendered(old))
 
-    def test_each_peer_and_limit_has_a_chart_that_says_its_ratios(self):
+    def test_each_peer_and_limit_has_a_chart_that_shows_its_ratios(self):
         labels = re.findall(r'aria-label="([^"]*)"', rendered())
         self.assertEqual(
             ["Ratios against zlib &amp; co: 16 B baseline 0.50; 1 KiB baseline 4.00, best 16.0",
@@ -48,7 +48,7 @@ class Page(unittest.TestCase):
                           "ours : limit", "100 ns : 20.0 ns", "ours : theirs", "12.3 ms : 12.3 ms"],
                          texts)
 
-    def test_the_name_of_a_case_is_clear_of_the_coloured_field(self):
+    def test_case_names_do_not_overlap_the_coloured_field(self):
         for chart in re.findall(r"<figure>.*?</figure>", rendered(), re.S):
             fields = [(float(y), float(y) + float(height)) for y, height in
                       re.findall(r'<rect class="slow"[^>]* y="([\d.]+)"[^>]* height="([\d.]+)"', chart)]
@@ -64,7 +64,7 @@ class Page(unittest.TestCase):
         self.assertNotIn("circle", limit)
         self.assertNotIn('class="slow"', limit)
 
-    def test_it_names_the_versions_of_the_others_and_leads_back(self):
+    def test_it_names_the_peers_versions_and_links_back(self):
         text = "\n".join(page.page([{"peers": {"zlib": "1.2", "inih": "55"}}, *RUNS], "a&b.html"))
         self.assertIn("<dd>zlib 1.2, inih 55</dd>", text)
         self.assertIn('<a href="a&amp;b.html">', text)
@@ -83,7 +83,7 @@ class Page(unittest.TestCase):
     def test_it_counts_the_targets_that_were_missed(self):
         self.assertIn("<dt>Targets missed</dt><dd>1</dd>", rendered())
 
-    def test_a_busy_machine_is_told_of(self):
+    def test_a_busy_machine_is_reported(self):
         self.assertNotIn('class="warning"', rendered())
         busy = [dict(run, others=1.5) for run in RUNS]
         self.assertRegex(rendered(busy), 'class="warning".*\n?.* 38% of its processors')
@@ -106,7 +106,7 @@ class Sample(unittest.TestCase):
             self.assertGreaterEqual(run["rounds"], 15)
             self.assertRegex(run["date"], r"^20\d\d-\d\d-\d\d \d\d:\d\d UTC$")
 
-    def test_a_busy_machine_is_told_of_in_the_drawing(self):
+    def test_the_drawing_reports_a_busy_machine(self):
         quiet = [dict(run, others=0) if "cases" in run else run for run in self.runs]
         self.assertNotIn("other work", "\n".join(page.summary(quiet)))
         self.assertIn("other work took up to 50%",
@@ -114,7 +114,7 @@ class Sample(unittest.TestCase):
 
 
 class Scale(unittest.TestCase):
-    def test_one_is_always_there_and_everything_in_order_within_the_chart(self):
+    def test_the_chart_always_shows_one_and_keeps_the_order(self):
         for ratios in ([3, 5], [0.2, 0.3], [0.001, 100]):
             scale = page.Scale(ratios, 70, 350)
             places = [scale.x(r) for r in sorted([*ratios, 1])]

@@ -53,7 +53,7 @@ class Headers(unittest.TestCase):
             for status in header.statuses:
                 self.assertEqual(status.is_returned, bool(status.calls), status.name)
 
-    def test_statuses_of_calls_that_a_call_refers_to_are_its_own(self):
+    def test_a_call_has_the_statuses_of_the_calls_it_refers_to(self):
         calls = {s.name: s.calls for s in self.declared["ini_parser.h"].statuses}
         self.assertEqual(["XELP_IniCheckFile", "IniCheckKeyLine"], calls["XELP_ERR_INI_COMMENT"])
         self.assertIn("XELP_IniDelKey", calls["XELP_ERR_INI_KEY_NAME"])
@@ -64,7 +64,7 @@ class Headers(unittest.TestCase):
         self.assertEqual(["XELP_Parse_IPV4"], ports.calls)
 
 
-    def test_what_a_failure_leaves_is_found_wherever_a_call_says_it(self):
+    def test_effects_of_a_failure_are_found_wherever_documented(self):
         calls = {c.name: c for header in self.declared.values() for c in header.calls}
         self.assertEqual(["A failure changes nothing."],
                          headers.left_by_failure(calls["XELP_Hash_SaveNode"]))
@@ -125,11 +125,11 @@ class Pages(unittest.TestCase):
             first = re.search(r"(?m)^## (.*)$", file.read_text())
             self.assertEqual("Recipes", first[1], file.name)
 
-    def test_headings_have_no_marks_of_code(self):
+    def test_headings_have_no_code_markup(self):
         self.assertEqual(["## Of ini check {#tool-of-ini-check}"],
                          fill_page._line("## Of `ini check`", ROOT / "docs/tool.md", {}))
 
-    def test_a_page_lists_its_sections_but_not_what_looks_like_them_in_code(self):
+    def test_a_page_lists_its_sections_but_not_headings_inside_code(self):
         with tempfile.TemporaryDirectory() as folder:
             page = Path(folder) / "x.md"
             page.write_text("# X\n## One `a`\n```sh\n## no\n```\n### Two\n")
@@ -141,7 +141,7 @@ class Pages(unittest.TestCase):
             page.write_text("# X\nno sections\n")
             self.assertEqual([], fill_page.contents(page))
 
-    def test_words_to_search_for_belong_to_the_heading_before_them(self):
+    def test_search_words_belong_to_the_heading_before_them(self):
         with tempfile.TemporaryDirectory() as folder:
             page = Path(folder) / "x.md"
             page.write_text("# X\n\n<!-- search: a, b -->\n\n## One\n<!-- search: c -->\n")
@@ -152,7 +152,7 @@ class Pages(unittest.TestCase):
         link = re.match(r"\[([^]]*)\]\((.*)\)", "[the\n  `wyx` tool](tool.md)")
         self.assertEqual("[the wyx tool](@ref tool)", fill_page._link(link, ROOT / "docs/tool.md"))
 
-    def test_code_that_doxygen_would_take_for_something_else_is_escaped(self):
+    def test_code_that_doxygen_would_misread_is_escaped(self):
         self.assertEqual(r"see <code>\::ffff:1.2.3.4</code> and `a::b` or `a|b`",
                          fill_page._spans("see `::ffff:1.2.3.4` and `a::b` or `a|b`"))
         self.assertEqual(r" * | `x` | <code>\@ &amp; \| \--y</code> |",
@@ -160,18 +160,18 @@ class Pages(unittest.TestCase):
         self.assertEqual("<code>f('x')</code> of `a'b`", fill_page._spans("`f('x')` of `a'b`"))
         self.assertEqual("<strong>`x` is</strong> so", fill_page._spans("**`x` is** so"))
 
-    def test_a_bracket_in_code_begins_no_link(self):
+    def test_a_bracket_in_code_does_not_start_a_link(self):
         found = [m[2] for m in fill_page.LINK.finditer("`[` a [b](c) ![d](e)\n`[\n\n[f\ng](h)")]
         self.assertEqual([None, "c", None, "h"], found)
 
-    def test_a_link_to_nowhere_is_noticed(self):
+    def test_a_link_to_a_missing_page_is_refused(self):
         with self.assertRaises(SystemExit):
             fill_page._link(re.match(r"\[(.*)\]\((.*)\)", "[x](no-such.md)"),
                             ROOT / "docs/tool.md")
 
 
 class Search(unittest.TestCase):
-    def test_tables_are_searched_but_not_shown_and_tooltips_neither(self):
+    def test_tables_are_searched_but_not_shown_and_tooltips_are_ignored(self):
         page = ('<div class="contents"><p>a</p><h2><a class="anchor" id="x"></a>b</h2><p>c</p>'
                 '<table><tr><td>d</td></tr></table><p>e</p><div class="ttc">f</div></div>')
         self.assertEqual([["", "", "a", "a"], ["x", "b", "cde", "ce"]], make_index.Sections(page).found)
@@ -197,19 +197,19 @@ class Links(unittest.TestCase):
                 (Path(folder) / f"{name}.html").write_text(text)
             return check_links.check(Path(folder).resolve())[2]
 
-    def test_links_that_lead_somewhere_are_fine(self):
+    def test_working_links_pass(self):
         self.assertEqual([], self.errors(
             a='<h1 id="top">x</h1><a href="b.html#there">y</a><a href="#top">z</a>'
               '<a href="https://example.org/">elsewhere</a>',
             b='<a name="there"></a>'))
 
-    def test_a_reference_that_became_no_link_is_an_error(self):
+    def test_an_unresolved_reference_is_an_error(self):
         self.assertEqual(["a.html: @ref there: Doxygen left this as text"],
                          self.errors(a="<p>see @ref there for it</p>"))
         self.assertEqual(["a.html: <tt>: Doxygen left this as text"],
                          self.errors(a="<h1>of &lt;tt>x</h1>"))
 
-    def test_dead_links_and_what_is_loaded_from_elsewhere_are_errors(self):
+    def test_dead_links_and_external_resources_are_errors(self):
         self.assertEqual(
             ["a.html: b.html#there: no such place", "a.html: c.html: no such file",
              "a.html: loads https://example.org/x.css"],

@@ -46,7 +46,7 @@ def planted(text=SAMPLE):
 
 
 class Planting(unittest.TestCase):
-    def test_each_line_has_just_these_mistakes(self):
+    def test_each_line_has_exactly_these_mistakes(self):
         self.assertEqual({
             4: {"constexpr int kLimit = 0x11; // <= 16"},
             5: {"constexpr char kMark = '<';"},
@@ -74,7 +74,7 @@ class Planting(unittest.TestCase):
         place, = mutants.places_of("a.cpp", "constexpr int kMin = 5; // speed only").values()
         self.assertTrue(place.is_marked)
 
-    def test_other_numbers_of_a_marked_line_are_no_bounds(self):
+    def test_other_numbers_on_a_marked_line_are_not_bounds(self):
         text = "for (; left >= 28; left -= 24) { // speed only"
         marked = [p.key[2] for p in mutants.places_of("a.cpp", text).values() if p.is_marked]
         self.assertEqual([">= becomes >", "28 becomes 29"], marked)
@@ -109,16 +109,16 @@ class Verdict(unittest.TestCase):
         self.assertEqual([], Fake().faults(*["killed"] * 3))
         self.assertEqual([], Fake().faults(*["killed"] * 6, is_sample=False))
 
-    def test_nothing_tried_fails(self):
+    def test_a_run_that_tries_nothing_fails(self):
         self.assertEqual(["only 0 mistakes were tried, not 2", "no mistake was killed"],
                          Fake().faults("untried", "untried", "untried", least=2))
         self.assertTrue(Fake().faults(least=0))
 
-    def test_too_few_tried_fails(self):
+    def test_a_run_that_tries_too_few_fails(self):
         self.assertEqual(["only 1 mistakes were tried, not 2"],
                          Fake().faults("killed", "untried", "untried", least=2))
 
-    def test_nothing_killed_fails(self):
+    def test_a_run_that_kills_nothing_fails(self):
         self.assertEqual(["no mistake was killed"], Fake().faults("equivalent", "elsewhere", "invalid"))
 
     def test_an_unlisted_survivor_fails(self):
@@ -136,13 +136,13 @@ class Verdict(unittest.TestCase):
         fault, = Fake(listed={first: "why"}).faults("killed")
         self.assertIn("listed as surviving, but killed", fault)
 
-    def test_a_listed_mistake_that_is_gone_fails_a_whole_run_only(self):
+    def test_a_stale_entry_fails_only_a_whole_run(self):
         fake = Fake(listed={("a.cpp", "w = 0;", "0 becomes 1"): "why"})
         self.assertEqual([], fake.faults(*["killed"] * 6))
         fault, = fake.faults(*["killed"] * 6, is_sample=False)
         self.assertIn("no such mistake any more", fault)
 
-    def test_too_few_killed_fails_a_whole_run(self):
+    def test_a_whole_run_that_kills_too_few_fails(self):
         fake = Fake()
         reasons = {p.key: "no test can see it" for p in fake.places.values()}
         fake.listed = reasons
@@ -169,7 +169,7 @@ class Files(unittest.TestCase):
                              ("tools/wyx/verbs/addr.cpp", "tool")):
             self.assertEqual(module, mutate.module_of(file))
 
-    def test_what_all_modules_share_is_tested_by_the_tests_of_all(self):
+    def test_shared_files_are_tested_by_every_module(self):
         self.assertIn("src/commlib/blocks.h", mutate.chosen_files(chosen_part="library"))
         folders = mutate.test_folders_of("src/commlib/blocks.h")
         self.assertLessEqual({"slink", "hash", "base64", "ini_parser", "fuzz", "failures"},
