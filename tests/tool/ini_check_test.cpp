@@ -51,6 +51,7 @@ TEST_F(IniCheckToolTest, ErrorsOfTheLibraryWithLineNumbers)
         {"IndentedHeader", " [a]\nk=1\n", "1 110\n"},
         {"EmptyHeader", "[]\nk=1\n", "1 110\n"},
         {"TextAfterHeader", "[a] x\n", "1 110\n"},
+        {"TabAfterHeader", "[a]\t\nk=1\n", "1 160\n"}, // only lookups refuse it
         {"BlankInKey", "[a]\na b=1\n", "2 120\n"},
         {"NoKey", "[a]\n=1\n", "2 120\n"},
         {"CommaWithoutBlank", "[a]\nk=a,b\n", "2 180\n"},

@@ -55,8 +55,9 @@ class Findings {
     std::vector<Finding> all_;
 };
 
+/// What the library's strict check says of a line.
 /// @param hasSection  has there been a section header yet? The first header sets it.
-QAL_UINT32 CheckLine(const std::string &text, bool &hasSection)
+QAL_UINT32 CheckStrictly(const std::string &text, bool &hasSection)
 {
     std::string line = text;
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
@@ -77,11 +78,12 @@ void CheckGrammar(const StoredLines &stored, Findings &findings)
 {
     bool hasSection = false;
     for (const StoredLine &line : stored.lines) {
-        if (line.isTooLong) {
-            findings.Error(line.first, XELP_ERR_INI_LINE_TOO_LONG);
-            continue;
+        QAL_UINT32 ulStatus = line.isTooLong ? QAL_UINT32{XELP_ERR_INI_LINE_TOO_LONG}
+                                             : CheckStrictly(line.text, hasSection);
+        if (ulStatus == XELP_ERR_INI_OK) {
+            // The strict check accepts a tab after a header, where every lookup fails.
+            ulStatus = ParseLine(line).status;
         }
-        const QAL_UINT32 ulStatus = CheckLine(line.text, hasSection);
         if (ulStatus != XELP_ERR_INI_OK) {
             findings.Error(line.first, ulStatus);
         }
