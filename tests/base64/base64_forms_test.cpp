@@ -1,6 +1,6 @@
 // Compares each CPU form of the inner loops with the bit-by-bit model: at all lengths up to
 // kLongest and all alignments, with an unusual character at every place, on texts that end at an
-// unmapped page.
+// inaccessible page.
 #include "base64_kernel.h"
 
 #include <gtest/gtest.h>
@@ -75,7 +75,7 @@ std::string RandomText(const std::string &alphabet, std::size_t size, std::mt199
 
 class KernelTest : public ::testing::TestWithParam<Form> {
   protected:
-    /// Copies a text right before the unmapped page.
+    /// Copies a text right before the inaccessible page.
     const QAL_UINT8 *AtEnd(const std::string &text)
     {
         QAL_UINT8 *const pucText = memory_.End() - text.size();

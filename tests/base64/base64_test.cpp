@@ -36,7 +36,7 @@ QAL_UINT8 *Bytes(char *pch)
 using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
 /// The result of a call; none if the call failed. The input and @p beyond are placed right before
-/// an unmapped page. @p beyond follows the input; it is empty if no byte after the input may be
+/// an inaccessible page. @p beyond follows the input; it is empty if no byte after the input may be
 /// read.
 std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
                                    std::string_view beyond)

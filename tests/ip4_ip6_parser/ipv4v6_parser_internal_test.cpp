@@ -165,8 +165,8 @@ TEST(Charset, ColonAsADigitBeginsNoPort)
     EXPECT_EQ(aucAddr[15], 4);
 }
 
-// The terminator ends the text whatever the table says about it. The page after it is unmapped, so
-// reading on would end the test.
+// The terminator ends the text whatever the table says about it. The page after it is inaccessible,
+// so reading on would end the test.
 TEST(Charset, TerminatorIsNeverADigit)
 {
     const Reclassified digit('\0', 0x84);
