@@ -77,7 +77,8 @@ constexpr Command kCommands[] = {
                 {'\0', "ignore-missing", "",
                  "with -c: do not report files that are missing; fail if no file was verified"},
                 {'q', "quiet", "", "with -c: do not report files that match"},
-                {'s', "status", "", "with -c: report by the exit code only"},
+                {'s', "status", "",
+                 "with -c: write errors only; the exit code says whether all sums match"},
                 {'\0', "strict", "", "with -c: exit with 4 if a line is improperly formatted"},
                 {'w', "warn", "", "with -c: warn about each improperly formatted line"},
                 kJson,
@@ -136,7 +137,7 @@ constexpr Command kCommands[] = {
         .name = "ini get",
         .summary = "The value of a key, or a whole section",
         .operands = "FILE SECTION [KEY]",
-        .text = "Writes the value as it is in the file, quotation marks included, and an empty "
+        .text = "Writes the value as the library reads it, quotation marks included, and an empty "
                 "line for a key without a value (null in JSON).\n"
                 "\n"
                 "With --format, writes KEY, or all keys of the section as lookups see them: 'sh' "
@@ -244,10 +245,10 @@ constexpr Command kCommands[] = {
         .summary = "All that is wrong with files, and what a save would change",
         .operands = "FILE...",
         .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for a "
-                "code, and make the exit code 4; lookups and edits are more lenient, and may still "
-                "work. Warnings have the form 'FILE:LINE: warning: MESSAGE (WORD)': they point out "
-                "text that lookups read differently than a person would, and what a save by the "
-                "library would change.",
+                "code, and make the exit code 4; lookups and edits may still work. Warnings have "
+                "the form 'FILE:LINE: warning: MESSAGE (WORD)': they point out text that lookups "
+                "read differently than a person would, and what a save by the library would "
+                "change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",
