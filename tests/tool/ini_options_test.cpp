@@ -78,6 +78,7 @@ TEST_F(IniOptionsTest, FormatOfASection)
     EXPECT_EQ(get("sh", {"none"}).code, kNo);
     Write("f.ini", "[a]\n1k=1\n");
     EXPECT_EQ(get("sh", {"a"}).code, kMalformed);
+    EXPECT_EQ(get("sh", {"a", "", "--default=x"}).code, kMalformed);
     Write("f.ini", "[a]\n[b]\nk=1\nK=2\nl=3\nk=4\nw=\xF6\n");
     EXPECT_EQ(get("json", {"a"}).out, "{}\n");
     EXPECT_EQ(json::parse(get("json", {"b"}).out),

@@ -310,6 +310,8 @@ TEST_F(IniQueryTest, ListJson)
     const json error = json::parse(Wyx({"ini", "list", "--json", Write("e.ini", "garbage\n")}).out);
     EXPECT_EQ(error["lines"][0]["kind"], "error");
     EXPECT_EQ(error["lines"][0]["code"], 160);
+    const json header = json::parse(Wyx({"ini", "list", "--json", Write("h.ini", "[a] t\n")}).out);
+    EXPECT_EQ(header["lines"][0]["kind"], "error");
 }
 
 TEST_F(IniQueryTest, ListContinuesAfterATooLongLine)

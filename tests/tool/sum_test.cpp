@@ -203,6 +203,8 @@ TEST_F(SumTest, OptionsMatchTheCommonProgram)
         bad + "x",
         missing + "xy",
         good + escaped + "\n# comment\n",
+        good + "\r\n",
+        good + "d41d8cd98f00b204e9800998ecf8427e  -\n", // standard input, which is empty
         "",
         "x\n",
         bad + missing,

@@ -156,13 +156,15 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
     LineOfName keys;
     for (const StoredLine &line : stored.lines) {
         const LineParts parts = ParseLine(line);
+        if (parts.kind == INI_SECTION_LINE) {
+            keys.clear(); // even a header that cannot be read ends the section before it
+        }
         if (parts.IsUnreadable()) {
             continue;
         }
         LineOfName *names = nullptr;
         if (parts.kind == INI_SECTION_LINE) {
             names = &sections;
-            keys.clear();
         } else if (parts.kind == INI_KEYVALUE_LINE) {
             names = &keys;
         } else {

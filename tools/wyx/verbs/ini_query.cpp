@@ -79,7 +79,7 @@ std::string ShellLine(const KeyValue &pair)
     static const std::string kDigits = "0123456789";
     static const std::string kNames =
         kDigits + "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
-    if (pair.key.find_first_not_of(kNames) != std::string::npos ||
+    if (pair.key.empty() || pair.key.find_first_not_of(kNames) != std::string::npos ||
         kDigits.find(pair.key.front()) != std::string::npos) {
         throw Failure(ExitCode::kMalformed,
                       "key " + Quoted(pair.key) + " cannot be the name of a shell variable",
@@ -128,13 +128,18 @@ ExitCode PutNames(const std::vector<std::string> &names, const char *member, Jso
     return ExitCode::kOk;
 }
 
+std::string KindOf(const LineParts &parts)
+{
+    return parts.IsUnreadable() ? "error" : KindName(parts.kind);
+}
+
 Json ListItem(const StoredLine &line)
 {
     Json item;
     item["line"] = line.first;
     item["lines"] = line.count;
     const LineParts parts = ParseLine(line);
-    item["kind"] = KindName(parts.kind);
+    item["kind"] = KindOf(parts);
     if (!line.isTooLong) {
         SetText(item, "text", line.text);
     }
@@ -158,7 +163,7 @@ std::string ListRow(const StoredLine &line, int numberWidth)
     number.insert(0, static_cast<std::size_t>(numberWidth) - number.size(), ' ');
     const LineParts parts = ParseLine(line);
     const bool isError = parts.IsUnreadable();
-    std::string kind = isError ? "error" : KindName(parts.kind);
+    std::string kind = KindOf(parts);
     const std::size_t padding = kKindWidth - kind.size();
     const std::string text =
         line.isTooLong ? LineStatusText(parts.status) : Shown(WithoutLineEnd(line.text));

@@ -307,7 +307,7 @@ class Checker {
         LineInput lines(list);
         std::string line;
         for (std::size_t number = 1; lines.Next(line); ++number) {
-            if (line.empty() || line.starts_with('#')) {
+            if (line.empty() || line == "\r" || line.starts_with('#')) {
                 continue;
             }
             const std::optional<Entry> entry = ParseLine(line);
@@ -365,9 +365,14 @@ class Checker {
         return Graver(worst, count_.unreadable > 0 ? ExitCode::kIo : ExitCode::kOk);
     }
 
+    static bool IsMissing(const std::string &name)
+    {
+        return name != "-" && access(name.c_str(), F_OK) != 0 && errno == ENOENT;
+    }
+
     void CheckEntry(const Entry &entry)
     {
-        if (options_.isMissingIgnored && access(entry.name.c_str(), F_OK) != 0 && errno == ENOENT) {
+        if (options_.isMissingIgnored && IsMissing(entry.name)) {
             return;
         }
         Json item = ItemOf(entry.name, *entry.algorithm);
