@@ -326,7 +326,7 @@ class RandomCalls {
                                       : found.ulStatus != XELP_ERR_HASH_FIND ? found.ulStatus
                                       : ulFailAt != 0 ? QAL_UINT32{XELP_ERR_HASH_MEMORY}
                                                       : 0U;
-        std::vector<char> key(1 + random_.UpTo(40)); // not terminated: exactly its bytes are copied
+        std::vector<char> key(1 + random_.UpTo(40)); // the table must copy exactly this many bytes
         for (std::size_t i = 0; i < key.size(); ++i) {
             key[i] = static_cast<char>(static_cast<unsigned char>(ch) + 7 * i);
         }
@@ -577,7 +577,7 @@ class RandomCalls {
         const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
         StepInCallback(2);
         g_calls.clear();
-        // To a walk, the same address means the same entry, even if there is a new entry now.
+        // A walk compares addresses only: it takes a new entry at the old address for the old one.
         walk.chNext = cursor_;
         if (cursor_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
             const Bucket &bucket = BucketOf(cursor_);

@@ -80,7 +80,8 @@ void *Unlink(Head &head, Node **ppLink)
     // the next bucket (HashCursor.StaysInTheBucketOfARemovedEntry).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
-    pNode->pstruKey = nullptr; // already released; an adapter may keep the node for inspection
+    // An adapter that keeps released blocks for inspection must not find a dangling pointer here.
+    pNode->pstruKey = nullptr;
     void *const pUserNode = pNode->pstruUserNode;
     Release(pNode);
     --head.ulNodeNum;
