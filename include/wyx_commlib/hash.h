@@ -73,11 +73,12 @@
  * at most once for each entry of the bucket, up to the match. That is a constant number of calls on
  * average, as long as there are about as many buckets as entries and the hash function spreads the
  * entries evenly. XELP_Hash_RemoveCurNode() and XELP_Hash_DeleteCurNode() do the same, but compare
- * addresses instead of keys. Init is linear in the number of buckets; a walk and the teardown are
- * linear in the number of buckets plus the number of entries. The table takes one block of 56 bytes
- * plus 8 for each bucket; each entry takes one block of 24 bytes and another for its key copy. The
- * size of the table's block is a 32-bit number, so the largest number of buckets is 536870904. The
- * number of entries must stay below 4294967296; no call checks this.
+ * addresses instead of keys. Init is linear in the number of buckets, a walk in the number of
+ * buckets plus the number of visits, and the teardown in the number of buckets plus the number of
+ * entries. The table takes one block of 56 bytes plus 8 for each bucket; each entry takes one block
+ * of 24 bytes and another for its key copy. The size of the table's block is a 32-bit number, so
+ * the largest number of buckets is 536870904. The number of entries must stay below 4294967296; no
+ * call checks this.
  *
  * **Threads.** Two threads must not use the same table at once, not even for queries, because a
  * query moves the cursor. Different tables are independent.
