@@ -37,23 +37,24 @@
  * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
  * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
  * node callback. After XELP_Hash_DeInit() with any other flag it is yours again. A user node that a
- * query returns stays in the table. The table itself and its chain nodes belong to the library: a
- * chain node is released when its entry leaves the table, and the rest by XELP_Hash_DeInit().
+ * query returns stays in the table. The table itself and its chain nodes, one for each entry,
+ * belong to the library: a chain node is released when its entry leaves the table;
+ * XELP_Hash_DeInit() releases the table and the chain nodes that are left.
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
  * the number of entries you expect; a prime number helps with a weak hash function.
  *
- * **Cursor.** The cursor is on an entry or nowhere. Unlike the cursor of a list, it may be nowhere
- * even if there are entries. A call that fails leaves the cursor where it is, except a walk that
- * its callback stops.
+ * **Cursor.** The cursor is on an entry or nowhere. It may be nowhere even if there are entries,
+ * unlike the cursors of dlink.h and slink.h. A call that fails leaves the cursor where it is,
+ * except a walk that its callback stops.
  * - SaveNode puts the cursor on the new entry, QueryNode on the match;
  * - a Remove or Delete that removes an entry puts it on the next entry of the same bucket, or
  *   nowhere if the removed entry was the last of its bucket;
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
  * - the Get calls leave it alone.
  *
- * A list has calls that only move the cursor; a table has none.
+ * dlink.h and slink.h have calls that only move the cursor; this header has none.
  *
  * **Results.** XELP_Hash_RemoveCurNode() sets its result to null as soon as it has accepted its
  * arguments. If XELP_Hash_RemoveNode() or XELP_Hash_QueryNode() fails, its result is untouched.
@@ -84,10 +85,11 @@
  * query moves the cursor. Different tables are independent.
  *
  * **Siblings.** dlink.h and slink.h (lists) look much like this header, but differ on purpose.
- * Here, only XELP_Hash_Init() takes a comparator, and the comparator compares two keys. A missing
- * cursor has a status of its own. A search that fails leaves its result untouched. A teardown that
- * does not release the user nodes does not release the key copies either. Statuses up to 70 have
- * the same numbers as in dlink.h. In slink.h, the statuses from 30 on have different numbers.
+ * Here, only XELP_Hash_Init() takes a comparator, and the comparator compares two keys. A cursor
+ * that is nowhere has a status of its own, #XELP_ERR_HASH_NOW_NULL. A search that fails leaves its
+ * result untouched. A teardown that does not release the user nodes does not release the key copies
+ * either. Statuses up to 70 have the same numbers as in dlink.h. In slink.h, the statuses from 30
+ * on have different numbers.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -302,10 +304,10 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   entry it was called for, the cursor is on the next entry of the bucket, so nothing is missed or
  *   visited twice. An entry that the callback saves or queries is visited next, and after it the
  *   rest of *its* bucket. If the callback keeps doing either, the walk may never end.
- * - nowhere: the walk is done with the bucket.
+ * - nowhere: the walk starts the next bucket that it has not started yet, if there is one.
  *
- * The walk starts each bucket once, in order. A bucket that the cursor led it into does not count
- * as started, so the entries of that bucket may be visited twice.
+ * The walk starts each bucket once, in order, even a bucket that the cursor has led it into before.
+ * So an entry may be visited twice.
  *
  * The walk compares addresses of chain nodes to see whether the cursor is still on the entry it
  * has just visited. If the callback removes the entry it was called for and saves another, the new
