@@ -575,7 +575,7 @@ void ExpectRequestedSize(PlatformDouble &platform, Converter pfunConvert, const 
     EXPECT_EQ(platform.MemoryTrace(), "D " + std::to_string(length.ulSize));
 }
 
-// From 2^29 bytes on, four times the length is a negative number in 32 bits.
+// From 2^29 bytes to the longest accepted length, four times the length is negative in 32 bits.
 TEST_F(Base64Encode, WrappedSizeIsRequested)
 {
     constexpr Length kLengths[] = {
@@ -587,7 +587,8 @@ TEST_F(Base64Encode, WrappedSizeIsRequested)
     }
 }
 
-// From 715,827,883 characters on, three times the length is negative in 32 bits.
+// From 715,827,883 characters to the longest accepted length, three times the length is negative in
+// 32 bits.
 TEST_F(Base64Decode, WrappedSizeIsRequested)
 {
     constexpr Length kLengths[] = {
