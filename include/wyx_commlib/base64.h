@@ -74,7 +74,7 @@ WYX_API QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
 /**
  * @brief Releases a buffer that either call handed over, and sets the variable to null.
  *
- * @param[in,out] ppucBuff  not null; the variable that holds the buffer, which is taken. The
+ * @param[in,out] ppucBuff  not null; the variable that holds the buffer. The buffer is taken. The
  *                          variable may hold null, so releasing twice does no harm.
  */
 WYX_API void MOX_BASE64Free(QAL_UINT8 **ppucBuff);

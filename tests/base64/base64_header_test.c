@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: calls with C linkage and the exact arguments. */
+/* Checks the header in plain C99, included twice: prototypes and C linkage. */
 #include "wyx_commlib/base64.h"
 
 #include <string.h>

@@ -360,7 +360,7 @@ TEST_F(Base64Encode, AgreesWithAnIndependentLibrary)
 
 // --- What the calls request from the platform.
 
-/// The memory calls of one conversion of @p lLen bytes whose result is kept.
+/// Converts @p lLen bytes and returns the memory calls made. The caller releases @p pucOutput.
 std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *pucInput,
                     QAL_INT32 lLen, QAL_UINT8 *&pucOutput)
 {
@@ -488,7 +488,7 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// The size requested is the one that the formula yields if that is 0 to 5, and otherwise 1. The
+// If the formula yields 0 to 5, the call requests that size; otherwise, it requests 1 byte. The
 // platform allocates one byte for a size of 0.
 TEST_F(Base64Encode, NegativeLengthReturnsAnEmptyText)
 {

@@ -33,7 +33,8 @@ static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == k
 #if defined(WYX_BASE64_HAS_PAIRS)
 using wyx::base64::PairOf;
 #else
-constexpr auto PairOf = wyx::base64::TwoCharactersOf; // not worth a table: at most four groups
+// The kernel leaves at most four groups, which is not worth a table.
+constexpr auto PairOf = wyx::base64::TwoCharactersOf;
 #endif
 
 /// Writes four characters, the first in the lowest byte.
@@ -128,7 +129,7 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
         if (ucMeaning == kSkipped) {
             continue;
         }
-        if (ulFound == 0) { // a quad begins: decode as far as the layout is the usual one
+        if (ulFound == 0) { // a quad begins: decode what follows in the usual layout
             i += DecodeLines(pucIn + i, ulLen - i, pucOut, ulOut);
             ucMeaning = kMeanings[pucIn[i]];
         }

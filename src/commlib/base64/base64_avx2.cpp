@@ -61,10 +61,11 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    // The set of a high nibble says which range the character may be in, the set of a low nibble
-    // which ranges it excludes. A character belongs to the alphabet if the sets have no bit in
-    // common. The bits are 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8
-    // for 'P' to 'Z' and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
+    // Each nibble has a set of bits that stand for ranges. The set of the high nibble holds the
+    // range that the character may be in. The set of the low nibble holds the ranges that it
+    // excludes. A character belongs to the alphabet if the two sets have no bit in common. The bits
+    // are 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P' to 'Z'
+    // and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.
     const __m256i highSets = Twice({16, 16, 2, 1, 4, 8, 4, 8, 16, 16, 16, 16, 16, 16, 16, 16});
     const __m256i lowSets =
         Twice({// Low nibble 0 excludes '@' and '`'; low nibbles A to F exclude ':' and what follows
@@ -77,8 +78,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
     QAL_UINT32 ulDone = 0;
-    // A step decodes 32 characters to 24 bytes, but writes 32 bytes. The other 8 go where the next
-    // 16 characters decode to.
+    // A step decodes 32 characters to 24 bytes, but writes 32 bytes. The next 16 characters decode
+    // to 12 bytes, so there is room for the 8 extra bytes.
     for (; ulLen - ulDone >= 48; ulDone += 32) { // speed only
         const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pucIn + ulDone));
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), lowHalf);

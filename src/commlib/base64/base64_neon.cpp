@@ -70,8 +70,8 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
         const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
-    // Join pairs of sextets into 12 bits, and pairs of those into 24. Each insertion overwrites the
-    // marks above the bits that it keeps; the marks above the 24 bits are not packed.
+    // Join pairs of sextets into 12 bits, and pairs of those into 24. Each insertion keeps the low
+    // bits and overwrites the mark above them. The highest byte of each word is not packed.
     const uint16x8_t sextets = vreinterpretq_u16_u8(marked);
     const uint32x4_t pairs =
         vreinterpretq_u32_u16(vsliq_n_u16(vshrq_n_u16(sextets, 8), sextets, 6));
@@ -128,7 +128,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         if (vminvq_u8(vandq_u8(vandq_u8(a, b), vandq_u8(c, d))) < kHasValue) {
             break;
         }
-        // Inserting a shifted value overwrites the bits above, and with them the marks.
+        // Each insertion keeps the low bits, overwrites the mark above them, and shifts out the
+        // mark of the value that it inserts.
         const uint8x16x3_t out = {{
             vsliq_n_u8(vshrq_n_u8(b, 4), a, 2),
             vsliq_n_u8(vshrq_n_u8(c, 2), b, 4),
@@ -137,7 +138,8 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         vst3q_u8(pucNext, out);
         pucNext += 48;
     }
-    QAL_UINT32 ulEnd = ulLen / 4 * 4; // of the quads to decode, as far as known
+    // The end of the quads to decode; lowered when a character without a value is found.
+    QAL_UINT32 ulEnd = ulLen / 4 * 4;
     // Saves the step that would only find the padding.
     if (ulEnd != 0 && pucIn[ulEnd - 1] == '=') { // speed only
         ulEnd -= 4;
