@@ -23,7 +23,7 @@
  * XELP_DLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
  * call returns stays in the list. One record may be stored twice; both elements then share it, and
  * deleting both releases it twice. The list itself and its link nodes belong to the library: a link
- * node is released when its element leaves the list, and the rest by XELP_DLinkList_Deinit().
+ * node is released when its element leaves the list, or by XELP_DLinkList_Deinit().
  *
  * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
  * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
@@ -53,10 +53,10 @@
  *   XELP_DLinkList_Process_List() says where the walk then continues.
  *
  * **Cost and limits.** The searches (XELP_DLinkList_Remove(), XELP_DLinkList_Delete() and
- * XELP_DLinkList_Query()) are linear in the number of elements up to the match; a walk and the
- * teardown are linear in the total number of elements; every other call takes constant time. Each
- * element takes one block of 24 bytes, and the list itself takes one of 48. A list can hold up to
- * 4294967295 elements; no call checks this limit.
+ * XELP_DLinkList_Query()) are linear in the number of elements up to the match, a walk in the
+ * number of visits, and the teardown in the total number of elements; every other call takes
+ * constant time. Each element takes one block of 24 bytes, and the list itself takes one of 48. A
+ * list can hold up to 4294967295 elements; no call checks this limit.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.

@@ -63,9 +63,9 @@
  *
  * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity. The searches
  * (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) are linear in the
- * number of elements up to the match; a walk and the teardown are linear in the total number of
- * elements; every other call takes constant time. The block takes 48 bytes plus 16 for each slot.
- * Its size is a 32-bit number, so the largest capacity is 268435452.
+ * number of elements up to the match, a walk in the number of visits, and the teardown in the total
+ * number of elements; every other call takes constant time. The block takes 48 bytes plus 16 for
+ * each slot. Its size is a 32-bit number, so the largest capacity is 268435452.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
