@@ -120,7 +120,7 @@ TEST_P(KernelTest, EncodesWholeGroupsOfEveryLength)
     }
 }
 
-TEST_P(KernelTest, EncodesEveryPairOfBytesAtEveryPlace)
+TEST_P(KernelTest, EncodesEveryPairOfBytes)
 {
     std::string bytes(96, '\0');
     for (unsigned i = 0; i < 65536; i += 7) {

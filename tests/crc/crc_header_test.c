@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: sizes, enumerators, and calls with C linkage. */
+/* Checks the header in plain C99, included twice: sizes, enumerators, and calls with C linkage. */
 #include "wyx_commlib/crc.h"
 
 #include "header_check.h"

@@ -1,5 +1,4 @@
-/* Checks the header in plain C99, included twice: layouts, enumerators, and calls with C linkage.
- */
+/* Checks the header in plain C99, included twice: layouts, enumerators, calls with C linkage. */
 #include "wyx_commlib/dlink.h"
 
 #include <stddef.h>

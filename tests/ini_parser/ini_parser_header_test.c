@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: layouts, enumerators, and prototypes. */
+/* Checks the header in plain C99, included twice: layouts, enumerators, and prototypes. */
 #include "wyx_commlib/ini_parser.h"
 
 #include <stddef.h>

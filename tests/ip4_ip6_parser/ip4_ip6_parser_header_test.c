@@ -1,5 +1,4 @@
-/* The header as plain C99 sees it, included twice: sizes, offsets and enumerators, and calls with C
-   linkage. */
+/* Checks the header in plain C99, included twice: sizes, offsets, enumerators, C linkage. */
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <stddef.h>

@@ -1,4 +1,4 @@
-/* The header as plain C99 sees it, included twice: sizes and offsets, and calls with C linkage. */
+/* Checks the header in plain C99, included twice: sizes and offsets, and calls with C linkage. */
 #include "wyx_commlib/md5.h"
 
 #include <stddef.h>

@@ -1,4 +1,4 @@
-/* The platform's headers as plain C99 sees them, included twice, and calls with C linkage. */
+/* Checks the platform's headers in plain C99, included twice: calls with C linkage. */
 #include "bounded.h"
 #include "mem_accounting.h"
 #include "os_adapter.h"

@@ -189,7 +189,7 @@ QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_UINT32 u
     return 0;
 }
 
-// Not inlined into XELP_Hash_DeleteNode().
+// Not inlined into XELP_Hash_DeleteNode(): a second copy would only make the library larger.
 [[gnu::noinline]] QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue,
                                                   void **pstruNode)
 {
@@ -208,7 +208,7 @@ QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue)
     });
 }
 
-// Not inlined into XELP_Hash_DeleteCurNode().
+// Not inlined into XELP_Hash_DeleteCurNode(): a second copy would only make the library larger.
 [[gnu::noinline]] QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode)
 {
     if (pstruHashHead == nullptr || pstruNode == nullptr) {
