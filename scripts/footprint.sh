@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # What the library costs an application: scripts/footprint.sh
 #
-# Builds the release for x86-64 and, if the cross compiler is installed, for AArch64 in
+# Installs what is missing (Debian), builds the release for x86-64 and AArch64 in
 # build/footprint-*, and prints the size of each module, the relocations and the pages that are
 # written at load. docs/footprint.md explains the tables.
 #
