@@ -30,12 +30,12 @@
  *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
  *   before any other byte is kept; a backslash at the end of the file is dropped. Oddities: after
  *   a lone LF or CR, a line that *begins* with a backslash is joined to the line before it, whose
- *   line end stays in the text. Right after a backslash and an LF, another LF is a complete line
- *   end, even if a CR or a backslash follows. Right after a backslash and a CR, another CR is a
- *   complete line end, even if an LF or a backslash follows.
+ *   line end stays in the text. Right after a joining backslash and an LF, another LF is a complete
+ *   line end, even if a CR or a backslash follows. Right after a joining backslash and a CR,
+ *   another CR is a complete line end, even if an LF or a backslash follows.
  * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
  *   a line is longer, the load fails. Oddity: a last line of 511 bytes without a line end is
- *   loaded, but with the CR that it gets it is too long to be loaded again after a save.
+ *   loaded, but with the CR that it gets it may be too long to be loaded again after a save.
  * - A NUL ends the text of its line. The text then gets a CR unless it already ends in a line end.
  *   A NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
