@@ -159,9 +159,9 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * entry changes the parsers for every thread; do not do it while a parser runs. Bit 0x04 decides
  * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and which
  * form the groups of an IPv6 address. The values of digits are not in the table: if a character
- * that has no value in its base is classed as a digit, strtoul(), which converts octets, stops at
- * it, and core_td_hex4() counts it as 0, unless it ends the group. Ports are read by strtoul()
- * alone.
+ * that has no value in its base is classed as a digit, an octet still has the value that strtoul()
+ * reads, and core_td_hex4() counts the character as 0, unless it ends the group. Ports are read by
+ * the rules of strtoul() alone.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
