@@ -167,12 +167,13 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * @brief Closes a file.
  *
  * *Default adapter*: writes out what is still buffered, and flushes the file and then its directory
- * to the device. If any step fails, this call fails. Because callers rarely check, the same
- * thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else, so that
- * the old file survives. (If the failure cannot be stored for the thread, the next such call of any
- * thread fails instead.) If XELP_Fwrite() already reported a failure, the file is not flushed, and
- * only this call fails. With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is flushed here or
- * in XELP_Rename(), and a power cut can destroy the files written last.
+ * to the device. If any step fails, this call fails; but if a directory cannot be opened, here or
+ * in XELP_Rename(), sync() flushes it and reports no failure. Because callers rarely check, the
+ * same thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else, so
+ * that the old file survives. (If the failure cannot be stored for the thread, the next such call
+ * of any thread fails instead.) If XELP_Fwrite() already reported a failure, the file is not
+ * flushed, and only this call fails. With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is
+ * flushed here or in XELP_Rename(), and a power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if writing out, flushing or closing the file failed.
