@@ -249,9 +249,9 @@ class c_text {
     }
 };
 
-/// A borrowed piece of memory: any contiguous range of trivially copyable elements, or a text
-/// without its NUL. A `char[]` counts as a text and must contain a NUL; to pass the whole array,
-/// pass its size as well.
+/// A borrowed piece of memory: any range of trivially copyable elements that has std::data() and
+/// std::size(), or a text without its NUL. A `char[]` counts as a text and must contain a NUL; to
+/// pass the whole array, pass its size as well.
 class bytes {
     const void *data_;
     std::size_t size_;
