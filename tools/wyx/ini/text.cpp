@@ -263,23 +263,21 @@ std::string LineStatusText(QAL_UINT32 status)
     }
 }
 
-const char *KindName(XELP_INI_E_LINE_TYPE kind)
+const char *KindName(const LineParts &parts)
 {
-    switch (kind) {
-        case INI_COMENT_LINE:
-            return "comment";
-        case INI_BLANK_LINE:
-        case INI_INVALID_LINE:
-            return "blank";
+    if (parts.IsUnreadable()) {
+        return "error";
+    }
+    switch (parts.kind) {
         case INI_SECTION_LINE:
             return "section";
         case INI_KEYVALUE_LINE:
             return "key";
-        case INI_ERROR_LINE:
-        case INI_LINE_BUTT:
-            break;
+        case INI_COMENT_LINE:
+            return "comment";
+        default: // INI_BLANK_LINE or INI_INVALID_LINE
+            return "blank";
     }
-    return "error";
 }
 
 } // namespace wyx::tool

@@ -126,8 +126,8 @@ bool IsSameName(const std::string &left, const std::string &right);
 /// What a status of the library means for a line of a file.
 std::string LineStatusText(QAL_UINT32 status);
 
-/// "comment", "blank", "section", "key" or "error"
-const char *KindName(XELP_INI_E_LINE_TYPE kind);
+/// "section", "key", "comment", "blank", or "error" for a line that the library cannot use
+const char *KindName(const LineParts &parts);
 
 } // namespace wyx::tool
 

@@ -172,7 +172,7 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
         }
         const auto [known, isNew] = names->try_emplace(parts.name, line.first);
         if (!isNew) {
-            const std::string kind = KindName(parts.kind);
+            const std::string kind = KindName(parts);
             findings.Warning(line.first, kind + "-again",
                              kind + " " + Quoted(parts.name) + " is also in line " +
                                  std::to_string(known->second) + ": lookups see the last " +

@@ -128,18 +128,13 @@ ExitCode PutNames(const std::vector<std::string> &names, const char *member, Jso
     return ExitCode::kOk;
 }
 
-std::string KindOf(const LineParts &parts)
-{
-    return parts.IsUnreadable() ? "error" : KindName(parts.kind);
-}
-
 Json ListItem(const StoredLine &line)
 {
     Json item;
     item["line"] = line.first;
     item["lines"] = line.count;
     const LineParts parts = ParseLine(line);
-    item["kind"] = KindOf(parts);
+    item["kind"] = KindName(parts);
     if (!line.isTooLong) {
         SetText(item, "text", line.text);
     }
@@ -163,7 +158,7 @@ std::string ListRow(const StoredLine &line, int numberWidth)
     number.insert(0, static_cast<std::size_t>(numberWidth) - number.size(), ' ');
     const LineParts parts = ParseLine(line);
     const bool isError = parts.IsUnreadable();
-    std::string kind = KindOf(parts);
+    std::string kind = KindName(parts);
     const std::size_t padding = kKindWidth - kind.size();
     const std::string text =
         line.isTooLong ? LineStatusText(parts.status) : Shown(WithoutLineEnd(line.text));
