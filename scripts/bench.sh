@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the library with others that do the same work, in the build that runs everywhere and in the
+# Compares the library with others for the same tasks, in the build that runs everywhere and in the
 # best one for this machine: scripts/bench.sh [DIR [ARGUMENT...]]
 #
 # DIR (default: build/bench) receives the two build trees and the results: bench.json, and

@@ -1,4 +1,4 @@
-// Compares one of our calls with others that do the same work on the same data.
+// Compares one of our calls with others for the same task on the same data.
 //
 // All contenders of a case run in one process and take turns: every round times a batch of each,
 // and a ratio is taken within a round, so that both ran under the same conditions. The median of
