@@ -164,7 +164,8 @@ class Image:
     def link_with(self, objects, output):
         """Links with other objects, by unit, in place of the unchanged ones; did that succeed?"""
         other = {self.compiles[unit][1]: str(path) for unit, path in objects.items()}
-        command = [other.get(word, word) for word in self.link]
+        # Without the linker's map, which footprint.sh reads from the build folder.
+        command = [other.get(word, word) for word in self.link if not word.startswith("-Wl,-Map=")]
         command[command.index("-o") + 1] = str(output)
         return subprocess.run(command, cwd=self.build.folder,
                               capture_output=True).returncode == 0
