@@ -1,4 +1,4 @@
-// The INI module. The models compute what a call without memory leaves behind.
+// The INI module. The models compute the document after a call that ran out of memory.
 #include <cstring>
 
 #include "../../ini_parser/ini_support.h"

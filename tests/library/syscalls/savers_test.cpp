@@ -1,6 +1,6 @@
 // Several savers of the same target at once, each in a process of its own. The library requires one
-// saver at a time. With several, savers may fail and leave their new files behind, but no content
-// may be lost.
+// saver at a time. With several, a save may fail and its new file may stay, but no content may be
+// lost.
 #include <gtest/gtest.h>
 #include <signal.h>
 

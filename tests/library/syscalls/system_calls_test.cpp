@@ -100,7 +100,7 @@ TEST_F(SystemCalls, SaveByTheLibrary)
                 EXPECT_TRUE(beside.empty());
             } else if (content) {
                 EXPECT_TRUE(content == kOld || content == kNew) << *content;
-                // The new file may be left behind, cut off if it could not be written completely.
+                // The new file may stay, cut off if it could not be written completely.
                 EXPECT_LE(beside.size(), 1U);
                 EXPECT_TRUE(beside.empty() || kNew.starts_with(beside[0])) << beside[0];
             } else {

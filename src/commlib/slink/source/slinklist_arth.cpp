@@ -78,7 +78,8 @@ QAL_UINT32 TakeSlot(Head &head)
     return ulNode;
 }
 
-/// Returns a slot to the free chain, as the next to be taken.
+/// Returns a slot to the free chain, as the next to be taken. @p node is the slot's node: if its
+/// address were computed here, every removal would compute it twice.
 void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
 {
     wyx_memset_s(&node, sizeof node, 0, sizeof node);
