@@ -81,7 +81,7 @@ void CheckGrammar(const StoredLines &stored, Findings &findings)
         QAL_UINT32 ulStatus = line.isTooLong ? QAL_UINT32{XELP_ERR_INI_LINE_TOO_LONG}
                                              : CheckStrictly(line.text, hasSection);
         if (ulStatus == XELP_ERR_INI_OK) {
-            // The strict check accepts a tab after a header, where every lookup fails.
+            // The strict check accepts a tab after a header; a lookup that reaches one fails.
             ulStatus = ParseLine(line).status;
         }
         if (ulStatus != XELP_ERR_INI_OK) {
@@ -156,18 +156,14 @@ void WarnOfNames(const StoredLines &stored, Findings &findings)
     LineOfName keys;
     for (const StoredLine &line : stored.lines) {
         const LineParts parts = ParseLine(line);
-        if (parts.kind == INI_SECTION_LINE) {
-            keys.clear(); // even a header that cannot be read ends the section before it
-        }
-        if (parts.IsUnreadable()) {
-            continue;
-        }
         LineOfName *names = nullptr;
         if (parts.kind == INI_SECTION_LINE) {
+            keys.clear(); // even a header that cannot be read ends the section before it
             names = &sections;
         } else if (parts.kind == INI_KEYVALUE_LINE) {
             names = &keys;
-        } else {
+        }
+        if (names == nullptr || parts.IsUnreadable()) {
             continue;
         }
         const auto [known, isNew] = names->try_emplace(parts.name, line.first);
