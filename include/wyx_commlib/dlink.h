@@ -22,13 +22,10 @@
  * #XELP_DLL_FreeUserNode_Yes passes it to the list's release callback. After
  * XELP_DLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
  * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice. The list itself and its link nodes belong to the library: a link
- * node is released when its element leaves the list, or by XELP_DLinkList_Deinit().
+ * deleting both releases it twice.
  *
- * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
- * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
- * stops.
- *
+ * **Cursor.** A list that is not empty has its cursor on one of its elements; an empty list has
+ * none. A call that fails leaves the cursor where it is, except a walk that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
  * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
@@ -36,13 +33,7 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
  *
- * A Remove or Delete moves the cursor even if the cursor was on another element: removing the first
- * element puts it on the new first element, and removing the last puts it on the new last element.
- *
- * **Results.** A call that returns a user node sets the result to null before it looks at anything
- * else, even at the handle; so if the call fails, the result is null. XELP_DLinkList_Remove() and
- * XELP_DLinkList_Query() are different: they check all their arguments first, and if they refuse
- * one, the result is untouched. Otherwise they set it to null and then search.
+ * A Remove or Delete moves the cursor even if the cursor was on another element.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
@@ -52,19 +43,19 @@
  * - The callback of a walk may do anything with the list except tear it down;
  *   XELP_DLinkList_Process_List() says where the walk then continues.
  *
- * **Cost and limits.** The searches (XELP_DLinkList_Remove(), XELP_DLinkList_Delete() and
- * XELP_DLinkList_Query()) are linear in the number of elements up to the match, a walk in the
- * number of visits, and the teardown in the total number of elements; every other call takes
- * constant time. Each element takes one block of 24 bytes, and the list itself takes one of 48. A
- * list can hold up to 4294967295 elements; no call checks this limit.
+ * **Cost and limits.** Not counting your callbacks, the searches (XELP_DLinkList_Remove(),
+ * XELP_DLinkList_Delete() and XELP_DLinkList_Query()) are linear in the number of elements up to
+ * the match, a walk in the number of visits, and the teardown in the number of elements; every
+ * other call takes constant time. Each element takes one block of 24 bytes, and the list itself
+ * takes one of 48. A list can hold up to 4294967295 elements; no call checks this limit.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** slink.h (elements in one block of a fixed capacity) and hash.h (records found by a
  * key) look much like this header, but differ on purpose. In slink.h, the statuses from 30 on have
- * different numbers: no match is 30 here and 40 there. The headers also differ in when a call sets
- * its result to null.
+ * different numbers: no match is 30 here and 40 there. The headers also differ in what a failed
+ * call leaves in its result.
  *
  * **Emptiness.** Not every call looks at the same field to see whether the list is empty. This
  * matters only if somebody changed the head or the link nodes by hand. Remove_CurNode and
@@ -152,7 +143,7 @@ typedef struct xelpDLinkList_S_Head {
 } DLinkList_S_Head;
 
 /**
- * @brief Creates an empty list. Constant time.
+ * @brief Creates an empty list.
  *
  * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
  *                           one
@@ -166,7 +157,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
                                        XELP_DLinkList_FreeNode pfunFreeNode, void **pstruHead);
 
 /**
- * @brief Tears a list down. Linear time.
+ * @brief Tears a list down.
  *
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
@@ -178,7 +169,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
 WYX_API QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag);
 
 /**
- * @brief Stores a user node. Constant time. The cursor moves to the new element.
+ * @brief Stores a user node. The cursor moves to the new element.
  *
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
@@ -191,16 +182,16 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_DLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match. Linear time. The cursor moves to the match's successor.
+ * @brief Removes the first match. The cursor moves to the match's successor.
  *
- * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. All arguments are checked first, even if the list is empty.
+ * Elements are compared from first to last. If the match was the last element, the cursor moves to
+ * its predecessor. All arguments are checked first, even if the list is empty.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            if an argument is refused
+ * @param[out] pstruNode      the user node, handed over; null during the search, and after it
+ *                            if nothing was removed; untouched if an argument is refused
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
  *         in the list), a null condition or a null @p pstruNode;
  *         #XELP_ERR_DLL_NULL for an empty list; #XELP_ERR_DLL_FIND if no element matches.
@@ -209,34 +200,33 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases its user node. Linear time.
+ * @brief Removes the first match and releases its user node.
  *
- * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback. The
- * cursor moves as in XELP_DLinkList_Remove().
+ * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
- * @return as XELP_DLinkList_Remove(); the callback runs only on success.
+ * @return as XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_DLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear time. The cursor moves to it.
+ * @brief Finds the first match. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, still stored; null if there is no match; untouched if
- *                            an argument is refused
+ * @param[out] pstruNode      the user node, still stored; null during the search, and after it
+ *                            if there is no match; untouched if an argument is refused
  * @return as XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Returns the number of elements. Constant time. The cursor does not move.
+ * @brief Returns the number of elements.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulTotalNum  number of elements; untouched on failure
@@ -245,7 +235,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpConditi
 WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ulTotalNum);
 
 /**
- * @brief Puts the cursor on the first element. Constant time.
+ * @brief Puts the cursor on the first element.
  *
  * On an empty list the call succeeds and does nothing.
  *
@@ -255,7 +245,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 WYX_API QAL_UINT32 XELP_DLinkList_Set_CurPtr(void *pstruHead);
 
 /**
- * @brief Returns the user node at the cursor. Constant time. The cursor does not move.
+ * @brief Returns the user node at the cursor. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -264,7 +254,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Set_CurPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the previous element. Constant time.
+ * @brief Moves the cursor to the previous element.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list;
@@ -273,7 +263,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 WYX_API QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the next element. Constant time.
+ * @brief Moves the cursor to the next element.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list;
@@ -282,7 +272,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_PriorPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the previous element and returns its user node. Constant time.
+ * @brief Moves the cursor to the previous element and returns its user node.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -291,7 +281,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the next element and returns its user node. Constant time.
+ * @brief Moves the cursor to the next element and returns its user node.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -300,7 +290,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
 WYX_API QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Returns the first user node. Constant time. The cursor does not move.
+ * @brief Returns the first user node. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -309,7 +299,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Returns the last user node. Constant time. The cursor does not move.
+ * @brief Returns the last user node. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -318,7 +308,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_HeadNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor. Constant time.
+ * @brief Removes the element at the cursor.
  *
  * The cursor moves to the successor of the removed element or, if that was the last element, to its
  * predecessor.
@@ -331,7 +321,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor and releases its user node. Constant time.
+ * @brief Removes the element at the cursor and releases its user node.
  *
  * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
@@ -342,7 +332,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Removes the first element. Constant time. The cursor moves to the new first element.
+ * @brief Removes the first element. The cursor moves to the new first element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -351,7 +341,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the last element. Constant time. The cursor moves to the new last element.
+ * @brief Removes the last element. The cursor moves to the new last element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -360,7 +350,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the first element and releases its user node. Constant time.
+ * @brief Removes the first element and releases its user node.
  *
  * Calls XELP_DLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
@@ -370,7 +360,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Removes the last element and releases its user node. Constant time.
+ * @brief Removes the last element and releases its user node.
  *
  * Calls XELP_DLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
@@ -380,25 +370,24 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements from first to last. Linear time, plus that of the callback.
+ * @brief Visits the elements from first to last.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
- * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element after it and moved the cursor back, the new element is visited
- *   next.
- * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
- *   element has no successor: after its removal the walk returns to its predecessor, even if it has
- *   visited the predecessor before. An element that the callback inserts, queries or moves to is
- *   visited next, because the cursor is then on it. If the callback keeps doing any of these, the
- *   walk may never end.
+ * - still on that element: the walk continues with the element that now follows it.
+ * - on another element: the walk continues *with* that element. So if the callback removes the
+ *   element it was called for, the walk continues with the successor. The *last* element has no
+ *   successor: after its removal the walk returns to its predecessor, even if it has visited the
+ *   predecessor before.
  * - on no element, because the list is empty: the walk ends.
  *
- * The walk compares addresses of link nodes to see whether the cursor is still on that element. If
- * the callback removes the element it was called for and inserts another, the new link node may get
- * the address of the old one. If it does, the walk continues after the new element; if not, it
- * continues with the new element. Rely on neither.
+ * Insert, Query and the removal of another element move the cursor, too. After them the walk may
+ * miss elements, visit elements again or never end.
+ *
+ * The walk recognises an element by the address of its link node. If the callback removes the
+ * element it was called for and inserts another, the new link node may get the address of the old
+ * one. If it does, the walk continues after the new element; if not, it continues with the new
+ * element. Rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

@@ -5,7 +5,6 @@
  * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Its
  * elements are in an array of *slots*, which is allocated with the list: storing and removing never
  * allocate, and a full list refuses another element. The links between elements are slot indexes.
- * Elements are linked both ways, so every move of the cursor by one element takes constant time.
  * Your callbacks compare and release user nodes.
  *
  * @code{.c}
@@ -22,12 +21,10 @@
  * #XELP_SLL_FreeUserNode_Yes passes it to the list's release callback. After
  * XELP_SLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
  * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice. The block that holds the list belongs to the library until
- * XELP_SLinkList_Deinit().
+ * deleting both releases it twice.
  *
- * **Cursor.** A list that is not empty always has its cursor on one of its elements; an empty list
- * has no cursor. A call that fails leaves the cursor where it is, except a walk that its callback
- * stops.
+ * **Cursor.** A list that is not empty has its cursor on one of its elements; an empty list has
+ * none. A call that fails leaves the cursor where it is, except a walk that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
  * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
@@ -35,23 +32,10 @@
  * - Process_List leaves it on the last element visited, unless the callback moved it;
  * - the other Get calls leave it alone.
  *
- * A Remove or Delete moves the cursor even if the cursor was on another element: removing the first
- * element puts it on the new first element, and removing the last puts it on the new last element.
+ * A Remove or Delete moves the cursor even if the cursor was on another element.
  *
  * **Results.** What a call does with a null result pointer, and what it leaves in the result when
- * it fails, differs from call to call:
- * - Get_HeadNode, Get_TailNode, Remove_HeadNode and Remove_TailNode refuse a null result pointer.
- *   They set the result to null before they look at anything else, even at the handle.
- * - Remove and Query refuse a null result pointer, after they have checked all other arguments. A
- *   refused argument leaves the result untouched. Otherwise they set it to null and then search.
- * - Get_CurNode refuses a null result pointer. If it fails, the result is untouched.
- * - Get_PriorNode refuses a null result pointer. If the cursor is on the first element, the result
- *   is set to null; a refused argument or an empty list leaves it untouched.
- * - Get_NextNode does not check the result pointer, which must not be null unless the list is
- *   empty. If the cursor is on the last element, the result is set to null; a null handle or an
- *   empty list leaves it untouched.
- * - Remove_CurNode does not check the result pointer either, which must not be null unless the list
- *   is empty. If the call fails, the result is untouched.
+ * it fails, differs from call to call: see each call.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
@@ -61,24 +45,24 @@
  * - The callback of a walk may do anything with the list except tear it down;
  *   XELP_SLinkList_Process_List() says where the walk then continues.
  *
- * **Cost and limits.** XELP_SLinkList_Init() is linear in the capacity. The searches
- * (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) are linear in the
- * number of elements up to the match, a walk in the number of visits, and the teardown in the total
- * number of elements; every other call takes constant time. The block takes 48 bytes plus 16 for
- * each slot. Its size is a 32-bit number, so the largest capacity is 268435452.
+ * **Cost.** Not counting your callbacks, XELP_SLinkList_Init() is linear in the capacity, the
+ * searches (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) in the
+ * number of elements up to the match, a walk in the number of visits, and a teardown that releases
+ * the user nodes in the number of elements; every other call takes constant time. The block takes
+ * 48 bytes plus 16 for each slot.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
- * much like this header, but differ on purpose. This one differs from dlink.h as follows:
+ * much like this header, but differ on purpose. This one differs from dlink.h in its results (see
+ * above) and as follows:
  * - #XELP_ERR_SLL_FULL is 30, so the statuses from #XELP_ERR_SLL_FIND to #XELP_ERR_SLL_BREAK are 10
  *   higher.
  * - `ulTotalNum` of the head is the capacity, not the number of elements.
  * - To see whether the list is empty, Insert and the calls for head and tail look at the first or
- *   the last element. All others look at the element count, and those that need a cursor also look
- *   at the cursor.
- * - Results are set to null as listed above.
+ *   the last element. The searches and the walk look at the element count; the calls that need a
+ *   cursor look at the count and the cursor.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -164,10 +148,10 @@ typedef struct xelpSLinkList_S_Head {
 } SLinkList_S_Head;
 
 /**
- * @brief Creates an empty list. The time is linear in the capacity.
+ * @brief Creates an empty list.
  *
- * The first elements take the slots 0, 1, 2 and so on. Freed slots are reused before slots that
- * were never used, and the slot freed last is reused first.
+ * The first elements take the slots 0, 1, 2 and so on. The slot freed last is reused first, before
+ * any slot that was never used.
  *
  * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger capacity the size of
  *                           the block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
@@ -183,7 +167,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_Node
                                        XELP_SLinkList_FreeNode pfunFreeNode, void **pstruHead);
 
 /**
- * @brief Tears a list down. Linear time.
+ * @brief Tears a list down.
  *
  * @param[in] pstruHead  the handle, taken; your copy of it is not cleared and must not be used
  *                       again
@@ -195,7 +179,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_Node
 WYX_API QAL_UINT32 XELP_SLinkList_Deinit(void *pstruHead, XELP_E_SLL_FreeUserNode enFlag);
 
 /**
- * @brief Stores a user node. Constant time. The cursor moves to the new element.
+ * @brief Stores a user node. The cursor moves to the new element.
  *
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] pstruNode   the user node, not null; kept until it is removed or deleted, or the list
@@ -209,16 +193,16 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_SLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match. Linear time. The cursor moves to the match's successor.
+ * @brief Removes the first match. The cursor moves to the match's successor.
  *
- * Elements are compared from first to last until one matches. If the match was the last element,
- * the cursor moves to its predecessor. All arguments are checked first, even if the list is empty.
+ * Elements are compared from first to last. If the match was the last element, the cursor moves to
+ * its predecessor. All arguments are checked first, even if the list is empty.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            if an argument is refused
+ * @param[out] pstruNode      the user node, handed over; null during the search, and after it
+ *                            if nothing was removed; untouched if an argument is refused
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
  *         in the list), a null condition or a null @p pstruNode;
  *         #XELP_ERR_SLL_NULL for an empty list; #XELP_ERR_SLL_FIND if no element matches.
@@ -227,34 +211,33 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
                                          XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Removes the first match and releases its user node. Linear time.
+ * @brief Removes the first match and releases its user node.
  *
- * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback. The
- * cursor moves as in XELP_SLinkList_Remove().
+ * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
- * @return as XELP_SLinkList_Remove(); the callback runs only on success.
+ * @return as XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_SLinkList_NodeCmp pfunCmpNode);
 
 /**
- * @brief Finds the first match. Linear time. The cursor moves to it.
+ * @brief Finds the first match. The cursor moves to it.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, still stored; null if there is no match; untouched if
- *                            an argument is refused
+ * @param[out] pstruNode      the user node, still stored; null during the search, and after it
+ *                            if there is no match; untouched if an argument is refused
  * @return as XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
 
 /**
- * @brief Returns the capacity. Constant time. The cursor does not move.
+ * @brief Returns the capacity.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulListSize  capacity in elements; untouched on failure
@@ -263,7 +246,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpConditi
 WYX_API QAL_UINT32 XELP_SLinkList_Get_ListSize(void *pstruHead, QAL_UINT32 *ulListSize);
 
 /**
- * @brief Returns the number of elements. Constant time. The cursor does not move.
+ * @brief Returns the number of elements.
  *
  * @param[in]  pstruHead   the handle, borrowed
  * @param[out] ulTotalNum  number of elements; untouched on failure
@@ -272,7 +255,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_ListSize(void *pstruHead, QAL_UINT32 *ulLi
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ulTotalNum);
 
 /**
- * @brief Puts the cursor on the first element. Constant time.
+ * @brief Puts the cursor on the first element.
  *
  * On an empty list the call succeeds and does nothing.
  *
@@ -282,7 +265,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NodeNumber(void *pstruHead, QAL_UINT32 *ul
 WYX_API QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead);
 
 /**
- * @brief Returns the user node at the cursor. Constant time. The cursor does not move.
+ * @brief Returns the user node at the cursor. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; untouched on failure
@@ -291,7 +274,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the previous element. Constant time.
+ * @brief Moves the cursor to the previous element.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list;
@@ -300,7 +283,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 WYX_API QAL_UINT32 XELP_SLinkList_PriorPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the next element. Constant time.
+ * @brief Moves the cursor to the next element.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list;
@@ -309,7 +292,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_PriorPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
 
 /**
- * @brief Moves the cursor to the previous element and returns its user node. Constant time.
+ * @brief Moves the cursor to the previous element and returns its user node.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null if the cursor is on the first element;
@@ -319,7 +302,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Moves the cursor to the next element and returns its user node. Constant time.
+ * @brief Moves the cursor to the next element and returns its user node.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null if the cursor is on the last element;
@@ -330,7 +313,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Returns the first user node. Constant time. The cursor does not move.
+ * @brief Returns the first user node. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -339,7 +322,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Returns the last user node. Constant time. The cursor does not move.
+ * @brief Returns the last user node. The cursor does not move.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
@@ -348,7 +331,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_HeadNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor. Constant time.
+ * @brief Removes the element at the cursor.
  *
  * The cursor moves to the successor of the removed element or, if that was the last element, to its
  * predecessor.
@@ -361,7 +344,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the first element. Constant time. The cursor moves to the new first element.
+ * @brief Removes the first element. The cursor moves to the new first element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -370,7 +353,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the last element. Constant time. The cursor moves to the new last element.
+ * @brief Removes the last element. The cursor moves to the new last element.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
@@ -379,7 +362,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_HeadNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode);
 
 /**
- * @brief Removes the element at the cursor and releases its user node. Constant time.
+ * @brief Removes the element at the cursor and releases its user node.
  *
  * Calls XELP_SLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
@@ -389,7 +372,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 
 /**
- * @brief Removes the first element and releases its user node. Constant time.
+ * @brief Removes the first element and releases its user node.
  *
  * Calls XELP_SLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
  *
@@ -399,7 +382,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 
 /**
- * @brief Removes the last element and releases its user node. Constant time.
+ * @brief Removes the last element and releases its user node.
  *
  * Calls XELP_SLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
  *
@@ -409,25 +392,23 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
 
 /**
- * @brief Visits the elements from first to last. Linear time, plus that of the callback.
+ * @brief Visits the elements from first to last.
  *
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
- * - still on that element: the walk continues with the element that now follows it. If the
- *   callback inserted an element after it and moved the cursor back, the new element is visited
- *   next.
- * - on another element: the walk continues *with* that element. If the callback removed or deleted
- *   the element it was called for, the cursor is on the successor, so nothing is missed. The *last*
- *   element has no successor: after its removal the walk returns to its predecessor, even if it has
- *   visited the predecessor before. An element that the callback inserts, queries or moves to is
- *   visited next, because the cursor is then on it. If the callback keeps doing any of these, the
- *   walk may never end.
+ * - still on that element: the walk continues with the element that now follows it.
+ * - on another element: the walk continues *with* that element. So if the callback removes the
+ *   element it was called for, the walk continues with the successor. The *last* element has no
+ *   successor: after its removal the walk returns to its predecessor, even if it has visited the
+ *   predecessor before.
  * - on no element, because the list is empty: the walk ends.
  *
- * The walk compares slot indexes to see whether the cursor is still on that element. If the
- * callback removes the element it was called for and inserts another at once, the new element takes
- * the slot just freed, and the walk continues *after* it, unless the callback moves the cursor
- * away.
+ * Insert, Query and the removal of another element move the cursor, too. After them the walk may
+ * miss elements, visit elements again or never end.
+ *
+ * The walk recognises an element by its slot, and the slot freed last is reused first. So if the
+ * callback removes the element it was called for and at once inserts another, the walk continues
+ * *after* the new element, unless the callback then moves the cursor away.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
@@ -443,16 +424,14 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 
 /** @name Building blocks
  * These two calls take and return a slot in the same way as the Insert and Remove calls do. If you
- * take slots yourself, the list counts more elements than it has. Even then no call reads or writes
- * outside the block. If the list counts only slots that you took, it has no cursor: calls that need
- * a cursor then report an empty list (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and
- * a walk visits nothing and returns 0.
+ * take slots yourself, the list counts each as an element until you return it. If it counts only
+ * slots that you took, it has no cursor: calls that need a cursor then report an empty list
+ * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing and returns
+ * 0.
  * @{ */
 
 /**
- * @brief Takes a slot from the free chain without storing an element in it. Constant time.
- *
- * The slot counts as an element until it is returned.
+ * @brief Takes a slot from the free chain without storing an element in it.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return the slot's index, handed over: return it with SLinkList_Insert_FreeNode(); 0xFFFFFFFF
@@ -461,9 +440,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
 
 /**
- * @brief Returns a slot to the free chain. Constant time.
- *
- * It will be the next slot to be taken.
+ * @brief Returns a slot to the free chain.
  *
  * @param[in] pstruHead   the handle, borrowed
  * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. The slot
