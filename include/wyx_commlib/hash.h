@@ -37,9 +37,7 @@
  * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
  * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
  * node callback. After XELP_Hash_DeInit() with any other flag it is yours again. A user node that a
- * query returns stays in the table. The table itself and its chain nodes, one for each entry,
- * belong to the library: a chain node is released when its entry leaves the table;
- * XELP_Hash_DeInit() releases the table and the chain nodes that are left.
+ * query returns stays in the table.
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
@@ -54,14 +52,9 @@
  * - Process_List leaves it on the last entry visited, unless the callback moved it;
  * - the Get calls leave it alone.
  *
- * dlink.h and slink.h have calls that only move the cursor; this header has none.
- *
- * **Results.** XELP_Hash_RemoveCurNode() sets its result to null as soon as it has accepted its
- * arguments. If XELP_Hash_RemoveNode() or XELP_Hash_QueryNode() fails, its result is untouched.
- *
  * **Callbacks** run on the caller's thread, inside the call.
  * - The hash function and the comparator must not change the table or move its cursor. They must
- *   always treat a key and its copy alike.
+ *   treat a key and its copy alike.
  * - The key callback must not use the table, because it runs in the middle of a removal or of the
  *   teardown.
  * - A Delete calls the node callback last, when the entry has left the table and the cursor has
@@ -74,12 +67,11 @@
  * at most once for each entry of the bucket, up to the match. That is a constant number of calls on
  * average, as long as there are about as many buckets as entries and the hash function spreads the
  * entries evenly. XELP_Hash_RemoveCurNode() and XELP_Hash_DeleteCurNode() do the same, but compare
- * addresses instead of keys. Init is linear in the number of buckets, a walk in the number of
- * buckets plus the number of visits, and the teardown in the number of buckets plus the number of
- * entries. The table takes one block of 56 bytes plus 8 for each bucket; each entry takes one block
- * of 24 bytes and another for its key copy. The size of the table's block is a 32-bit number, so
- * the largest number of buckets is 536870904. The number of entries must stay below 4294967296; no
- * call checks this.
+ * addresses instead of keys. Not counting your callbacks, Init is linear in the number of buckets,
+ * a walk in the number of buckets plus the number of visits, and the teardown in the number of
+ * buckets plus the number of entries. The table takes one block of 56 bytes plus 8 for each bucket;
+ * each entry takes one block of 24 bytes and another for its key copy. The number of entries must
+ * stay below 4294967296; no call checks this.
  *
  * **Threads.** Two threads must not use the same table at once, not even for queries, because a
  * query moves the cursor. Different tables are independent.
@@ -87,9 +79,8 @@
  * **Siblings.** dlink.h and slink.h (lists) look much like this header, but differ on purpose.
  * Here, only XELP_Hash_Init() takes a comparator, and the comparator compares two keys. A cursor
  * that is nowhere has a status of its own, #XELP_ERR_HASH_NOW_NULL. A search that fails leaves its
- * result untouched. A teardown that does not release the user nodes does not release the key copies
- * either. Statuses up to 70 have the same numbers as in dlink.h. In slink.h, the statuses from 30
- * on have different numbers.
+ * result untouched. Statuses up to 70 have the same numbers as in dlink.h. In slink.h, the statuses
+ * from 30 on have different numbers.
  */
 #ifndef WYX_COMMLIB_HASH_H
 #define WYX_COMMLIB_HASH_H
@@ -124,8 +115,7 @@ typedef enum xelpHashFreeUserNode WYX_ENUM32 {
  * @brief Hashes a key.
  *
  * @param[in]  pKeyValue    the caller's key, or the table's copy of one
- * @param[out] pulHashValue the hash value, any 32-bit number; its remainder modulo the number of
- *                          buckets is the index of the bucket
+ * @param[out] pulHashValue the hash value, any 32-bit number
  * @return 0 if the hash value was written. Anything else is a failure: the call that needed the
  *         value then returns #XELP_ERR_HASH_HASHVALUE.
  */
@@ -250,16 +240,15 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
- * @return as XELP_Hash_RemoveNode(); the node callback runs only on success.
+ * @return as XELP_Hash_RemoveNode().
  */
 WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 
 /**
  * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
  *
- * The call hashes the entry's key copy to find the bucket, and finds the entry there by its
- * address; the comparator does not run. The key callback takes the key copy. If the bucket has no
- * next entry, the cursor is then nowhere.
+ * The call hashes the entry's key copy to find the bucket; the comparator does not run. The key
+ * callback takes the key copy. If the bucket has no next entry, the cursor is then nowhere.
  *
  * If the hash function now leads to a different bucket than when the entry was saved, the entry is
  * not found: the call sets the result to null, changes nothing else and returns 0.
@@ -299,20 +288,22 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *
  * Before each visit the cursor moves to the entry. After the visit, the position of the cursor
  * decides how the walk continues:
- * - still on that entry: the walk continues with the next entry of the bucket, if there is one.
- * - on another entry: the walk continues *with* that entry. If the callback removed or deleted the
- *   entry it was called for, the cursor is on the next entry of the bucket, so nothing is missed or
- *   visited twice. An entry that the callback saves or queries is visited next, and after it the
- *   rest of *its* bucket. If the callback keeps doing either, the walk may never end.
- * - nowhere: the walk starts the next bucket that it has not started yet, if there is one.
+ * - still on that entry: the walk continues with the next entry of the bucket.
+ * - on another entry: the walk continues *with* that entry, and after it with the rest of *its*
+ *   bucket.
+ * - nowhere: the walk leaves the bucket.
  *
- * The walk starts each bucket once, in order, even a bucket that the cursor has led it into before.
- * So an entry may be visited twice.
+ * At the end of a bucket, or when it leaves one, the walk starts the next bucket that it has not
+ * started yet, even if the cursor has led it into that bucket before.
  *
- * The walk compares addresses of chain nodes to see whether the cursor is still on the entry it
- * has just visited. If the callback removes the entry it was called for and saves another, the new
- * chain node may get the address of the old one. If it does, the walk continues after the new
- * entry; if not, it continues with the new entry. Rely on neither.
+ * So a callback may remove the entry it was called for, and the walk still visits each of the
+ * others once. SaveNode, QueryNode and the removal of another entry move the cursor, too. After
+ * them the walk may miss the rest of a bucket, visit entries again or never end.
+ *
+ * The walk recognises an entry by the address of its chain node. If the callback removes the entry
+ * it was called for and saves another, the new chain node may get the address of the old one. If it
+ * does, the walk continues after the new entry; if not, it continues with the new entry. Rely on
+ * neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
@@ -326,7 +317,7 @@ WYX_API QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_Process
                                           void *pProcessCondition, void **pOther);
 
 /**
- * @brief Returns the number of buckets. Constant time. The cursor does not move.
+ * @brief Returns the number of buckets.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] ulListSize     number of buckets; untouched on failure
@@ -335,7 +326,7 @@ WYX_API QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_Process
 WYX_API QAL_UINT32 XELP_Hash_Get_ListSize(void *pstruHashHead, QAL_UINT32 *ulListSize);
 
 /**
- * @brief Returns the number of entries. Constant time. The cursor does not move.
+ * @brief Returns the number of entries.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] ulTotalNum     number of entries; untouched on failure
