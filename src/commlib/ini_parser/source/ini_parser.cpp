@@ -90,7 +90,8 @@ struct Tables {
     Cell cells[5][8];
 };
 
-// A line ends at CR LF, LF CR, or a lone LF or CR; a backslash before any of these joins two lines.
+// A line ends at CR LF, LF CR, or a lone LF or CR. A backslash before any of these joins two lines,
+// unless it is the second of a pair.
 // Kept: after a lone LF or CR, a line that begins with a backslash is joined to the line before it
 // (IniReader.BackslashAfterLoneLineEndJoins).
 // clang-format off
@@ -134,7 +135,7 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     ulLines = 1;
     for (;;) {
         QAL_INT32 lByte = 0;
-        while (IsPlain(lByte = pfunGetc(pstruFile))) { // nearly every byte needs no more than this
+        while (IsPlain(lByte = pfunGetc(pstruFile))) {
             *pszNext++ = static_cast<QAL_INT8>(lByte);
             if (pszNext == pszTooLong) {
                 return XELP_ERR_INI_LINE_TOO_LONG;
@@ -170,8 +171,8 @@ QAL_UINT32 ReadText(XELP_S_File *pstruFile, QAL_INT8 *pszText, QAL_UINT32 &ulLin
     }
 }
 
-/// Appends the lines of a file to the document. Never returns 0: the status after the last line is
-/// XELP_ERR_INI_FILE_EMPTY.
+/// Appends the lines of a file to the document. Never returns 0: the status after the last line, or
+/// at a line that begins with a NUL, is XELP_ERR_INI_FILE_EMPTY.
 QAL_UINT32 ReadLines(XELP_S_File *pstruFile, Document &doc)
 {
     QAL_UINT32 ulBytes = 0;

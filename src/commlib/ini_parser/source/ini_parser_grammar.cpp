@@ -96,10 +96,11 @@ QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine = __builtin_LINE())
 /**
  * The last byte of the value that begins at @p pszBegin, white bytes at its end included.
  *
- * The first `;` decides. If it has no space before it, the rest of the line belongs to the value. A
- * " ;" ends the value, unless an unescaped quotation mark follows anywhere in the line: the search
- * then resumes after that mark. Quotation marks are not paired. The result is before @p pszBegin if
- * the value is empty.
+ * The search goes from one `;` to the next. If one has no space before it, the rest of the line
+ * belongs to the value. A " ;" ends the value, unless an unescaped quotation mark follows anywhere
+ * in the line: the search then resumes after that mark. Quotation marks are not paired. If the
+ * comment begins at @p pszBegin, the result is before it. A `;` there that is the last byte of the
+ * line begins no comment.
  */
 const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 {
@@ -199,7 +200,6 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     if (linePtr == nullptr) {
         return XELP_ERR_INI_SECTION;
     }
-    // This also refuses a line that is too short for a header.
     const QAL_INT8 *const pszOpen = FindByte(linePtr, kOpen);
     const QAL_INT8 *const pszClose = FindByte(linePtr, kClose);
     if (pszOpen == nullptr || pszClose == nullptr || pszClose - pszOpen < 2) {

@@ -22,11 +22,11 @@ constexpr QAL_INT8 kClose = ']';
 constexpr QAL_INT8 kEqual = '='; // between a key and its value
 constexpr QAL_INT8 kQuote = '"';
 constexpr QAL_INT8 kSeparator = ','; // between the items of a value
-constexpr QAL_INT8 kEscape = '\\';   // before a line end: joins the next line to this one
+constexpr QAL_INT8 kEscape = '\\';   // joins two lines; a quotation mark after it does not count
 
-constexpr QAL_UINT32 kLongestLine = 511; // its line end included
+constexpr QAL_UINT32 kLongestLine = 511; // its line end included, but not a CR that is added
 // A save folds a line of 80 bytes or more: it writes pieces of 78 or 79 bytes, each followed by a
-// backslash and an LF, and then the rest. So no line of the file has more than 81 bytes.
+// backslash and an LF, and then the rest.
 constexpr QAL_UINT32 kFoldFrom = 80;
 constexpr QAL_UINT32 kPiece = 78;
 
@@ -62,7 +62,7 @@ inline const QAL_INT8 *LastByte(const QAL_INT8 *psz)
     return EndOf(psz) - 1;
 }
 
-/// The first byte from @p psz on that is not a blank, or @p pszEnd.
+/// Moves @p psz past blanks, but not past @p pszEnd.
 inline const QAL_INT8 *SkipBlanks(const QAL_INT8 *psz, const QAL_INT8 *pszEnd)
 {
     while (psz < pszEnd && IsBlank(*psz)) {
@@ -71,7 +71,7 @@ inline const QAL_INT8 *SkipBlanks(const QAL_INT8 *psz, const QAL_INT8 *pszEnd)
     return psz;
 }
 
-/// The last byte up to @p psz that is not white, or @p pszBegin.
+/// Moves @p psz back over white bytes, but not past @p pszBegin.
 inline const QAL_INT8 *TrimWhite(const QAL_INT8 *psz, const QAL_INT8 *pszBegin)
 {
     while (psz > pszBegin && IsWhite(*psz)) {

@@ -10,7 +10,8 @@ constexpr QAL_INT8 kContinuation[] = {kEscape, '\n'};
 constexpr QAL_INT8 kNewFileEnding[] = ".ibk";
 constexpr QAL_UINT32 kTimeSize = 22; // 20 digits of a 64-bit number, the terminator, one to spare
 // Kept: room for the ending, 10 digits and the terminator. Today's time has 13 digits, so the name
-// does not fit if the target has no dot (IniSaveFileContent.NameWithoutDotFails).
+// fits only if cutting the target at its last dot removes at least three bytes
+// (IniSaveFileContent.NameWithoutDotFails).
 constexpr QAL_UINT32 kNameRoom = 15;
 
 /// 1 if the last byte begins a two-byte character, 0 otherwise. It begins one if the run of
@@ -63,7 +64,7 @@ bool Exists(const QAL_INT8 *pszName)
     return pstruFile != nullptr;
 }
 
-/// Writes all lines to a new file, and removes it if a write fails.
+/// Writes the lines to a new file, and removes it if a write fails.
 QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
 {
     if (Exists(pszName)) {
@@ -86,8 +87,8 @@ QAL_UINT32 WriteNewFile(const QAL_INT8 *pszName, const Document &doc)
     return ulStatus;
 }
 
-/// Puts the new file in the target's place. If that fails, the new file stays: once the target is
-/// removed, nothing else holds the content.
+/// Puts the new file in the target's place. If that fails, the new file stays, because nothing else
+/// will hold the content.
 QAL_UINT32 ReplaceTarget(const QAL_INT8 *pszTarget, const QAL_INT8 *pszNewFile)
 {
     if (XELP_Remove(pszTarget) != 0 || XELP_Rename(pszNewFile, pszTarget) != 0) {
