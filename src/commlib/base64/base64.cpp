@@ -37,7 +37,7 @@ using wyx::base64::PairOf;
 constexpr auto PairOf = wyx::base64::TwoCharactersOf;
 #endif
 
-/// Writes four characters, the first in the lowest byte.
+/// Writes the four characters of a word, the lowest byte first.
 void StoreQuad(QAL_UINT8 *pucOut, QAL_UINT32 ulChars)
 {
     __builtin_memcpy(pucOut, &ulChars, sizeof ulChars);
@@ -204,8 +204,9 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // The output for a negative length is empty, just a NUL. One byte is requested for it if the
-    // formula yields a useless size: less than 0, or more than EncodedSize(0).
+    // The output for a negative length is empty, just a NUL. If the formula yields a useless size,
+    // less than 0 or more than EncodedSize(0), one byte is requested for it. A size of 0 is enough,
+    // because the adapter takes it for 1.
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
@@ -255,7 +256,6 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     if (pucOutput == nullptr) {
         return 0;
     }
-    // With a negative length nothing is read, not even the character past the end.
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), pucOutput);
     if (ulOut == kNoText) {

@@ -16,11 +16,11 @@ __m256i Twice(const signed char (&half)[16])
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(half)));
 }
 
-/// The characters of 32 sextets: 0 to 25 are upper-case letters, 26 to 51 lower-case letters; each
-/// of the other twelve has a range of its own.
+/// The characters of 32 sextets.
 __m256i CharactersOf(__m256i sextets)
 {
-    // The range is 0 for upper case, 1 for lower case, and 2 to 13 for the ten digits, '+' and '/'.
+    // The range is 0 for upper case (sextets 0 to 25), 1 for lower case (26 to 51), and 2 to 13 for
+    // the ten digits, '+' and '/'.
     const __m256i beyondLower = _mm256_subs_epu8(sextets, _mm256_set1_epi8(50));
     const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), sextets);
     const __m256i range =

@@ -1,6 +1,5 @@
-// Base64 by tables. Encoding looks up 12 bits at a time, which yields two characters. Decoding
-// looks up each character of a quad in the table for its place, and joins the four results into a
-// word of three bytes.
+// Base64 by tables. Encoding looks up 12 bits at a time. Decoding looks up each character of a quad
+// in the table for its place, and joins the four results into a word of three bytes.
 #include "base64_kernel.h"
 
 #include <bit>

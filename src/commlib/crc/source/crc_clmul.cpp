@@ -7,9 +7,9 @@
 namespace wyx::crc {
 namespace {
 
-// Below these lengths another form takes over. This form reads at least one whole vector. The
-// CRC-32 instructions of AArch64 are faster for short messages: a multiplication takes several
-// cycles, and a short message offers no other work for that time.
+// Below these lengths another form takes over. The CRC-32 instructions of AArch64 are faster for
+// short messages: a multiplication takes several cycles, and a short message offers no other work
+// for that time.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
 namespace shorter = aarch64;

@@ -70,8 +70,7 @@ static_assert(aCrc32_tab[1] == 0x77073096 && aCrc32_tab[128] == kCrc32Reversed &
     return ulCrc;
 }
 
-// These return the CRC of a word's eight bytes, starting from 0. Unlike the plain loops above, they
-// do not XOR a message byte into each index: the word already holds all eight.
+// These return the CRC of a word's eight bytes, starting from 0.
 
 /// The first byte of the message is the highest byte of the word.
 inline QAL_UINT16 Crc16OfWord(Word ullWord)

@@ -8,7 +8,7 @@
 namespace wyx::crc {
 namespace {
 
-constexpr QAL_UINT32 kMinByWords = kWordBytes;
+constexpr QAL_UINT32 kMinByWords = kWordBytes; // FirstWord reads a whole word
 
 // ---- CRC-16
 
@@ -54,7 +54,6 @@ class RegisterFold {
     }
 
   private:
-    /// Without a loop, as the compiler may turn a loop into a call to memset().
     template <std::size_t... kAt>
     void Clear(std::index_sequence<kAt...>)
     {

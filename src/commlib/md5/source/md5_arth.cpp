@@ -88,7 +88,6 @@ QAL_UINT PendingLen(const MD5_S_CTX &context)
     return (context.count[0] >> 3) % kBlockLen;
 }
 
-/// The constants of the steps.
 constexpr QAL_UINT32 kSines[64] = {
     0xD76AA478, 0xE8C7B756, 0x242070DB, 0xC1BDCEEE, 0xF57C0FAF, 0x4787C62A, 0xA8304613, 0xFD469501,
     0x698098D8, 0x8B44F7AF, 0xFFFF5BB1, 0x895CD7BE, 0x6B901122, 0xFD987193, 0xA679438E, 0x49B40821,
