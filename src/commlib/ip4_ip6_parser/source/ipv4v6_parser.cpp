@@ -1,7 +1,6 @@
 // The address parsers. They read a text with the scanner, except for the usual form of a dotted
-// address, which is read several characters at a time. The IPv6 parser makes one decision: which
-// form the characters after the head select. It tries the forms in the order of the table in the
-// header.
+// address, which is read several characters at a time. What follows the head of an IPv6 text
+// selects a form; the parser tries the forms in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>

@@ -17,32 +17,32 @@ struct Range {
 };
 
 constexpr Range kRanges[] = {
-    {0x00, 0x08, kControl},                     // 0x20
-    {0x09, 0x0D, kControl | kSpace},            // 0x28: TAB, LF, VT, FF, CR
-    {0x0E, 0x1F, kControl},                     // 0x20
-    {' ', ' ', kSpace | kBlank},                // 0x48
-    {'!', '!', kPunct | kToken},                // 0x1010
-    {'"', '"', kPunct},                         // 0x10: neither token nor delimiter
-    {'#', '#', kPunct | kDelimiter},            // 0x2010
-    {'$', '+', kPunct | kToken},                // 0x1010: $ % & ' ( ) * +
-    {',', ',', kPunct | kDelimiter},            // 0x2010
-    {'-', '/', kPunct | kToken},                // 0x1010: - . /
-    {'0', '9', kDecDigit | kHexDigit | kToken}, // 0x1084
-    {':', '>', kPunct | kDelimiter},            // 0x2010: : ; < = >
-    {'?', '@', kPunct | kToken},                // 0x1010: ? @
-    {'A', 'F', kUpper | kHexDigit | kToken},    // 0x1081
-    {'G', 'Z', kUpper | kToken},                // 0x1001
-    {'[', '[', kPunct | kDelimiter},            // 0x2010
-    {'\\', '\\', kPunct | kToken},              // 0x1010
-    {']', ']', kPunct | kDelimiter},            // 0x2010
-    {'^', '`', kPunct | kToken},                // 0x1010: ^ _ backquote
-    {'a', 'f', kLower | kHexDigit | kToken},    // 0x1082
-    {'g', 'z', kLower | kToken},                // 0x1002
-    {'{', '{', kPunct | kDelimiter},            // 0x2010
-    {'|', '|', kPunct | kToken},                // 0x1010
-    {'}', '}', kPunct | kDelimiter},            // 0x2010
-    {'~', '~', kPunct | kToken},                // 0x1010
-    {0x7F, 0x7F, kControl},                     // 0x20
+    {0x00, 0x08, kControl},
+    {0x09, 0x0D, kControl | kSpace}, // TAB, LF, VT, FF, CR
+    {0x0E, 0x1F, kControl},
+    {' ', ' ', kSpace | kBlank},
+    {'!', '!', kPunct | kToken},
+    {'"', '"', kPunct}, // neither token nor delimiter
+    {'#', '#', kPunct | kDelimiter},
+    {'$', '+', kPunct | kToken}, // $ % & ' ( ) * +
+    {',', ',', kPunct | kDelimiter},
+    {'-', '/', kPunct | kToken}, // - . /
+    {'0', '9', kDecDigit | kHexDigit | kToken},
+    {':', '>', kPunct | kDelimiter}, // : ; < = >
+    {'?', '@', kPunct | kToken},
+    {'A', 'F', kUpper | kHexDigit | kToken},
+    {'G', 'Z', kUpper | kToken},
+    {'[', '[', kPunct | kDelimiter},
+    {'\\', '\\', kPunct | kToken},
+    {']', ']', kPunct | kDelimiter},
+    {'^', '`', kPunct | kToken}, // ^ _ backquote
+    {'a', 'f', kLower | kHexDigit | kToken},
+    {'g', 'z', kLower | kToken},
+    {'{', '{', kPunct | kDelimiter},
+    {'|', '|', kPunct | kToken},
+    {'}', '}', kPunct | kDelimiter},
+    {'~', '~', kPunct | kToken},
+    {0x7F, 0x7F, kControl},
     {0x80, 0xFF, 0},
 };
 
