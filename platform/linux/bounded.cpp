@@ -1,4 +1,4 @@
-// The copies measure first and write only what fits; a formatted text that does not fit is cleared.
+// Nothing is copied unless all of it fits; a formatted text that does not fit is cleared.
 #include "bounded.h"
 
 #include <climits>
@@ -71,7 +71,7 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
         return -1;
     }
     QAL_INT32 lLen = -1;
-    // The length is an int, so no text needs more room; some C libraries refuse a larger bound.
+    // The length is an int, and some C libraries refuse a larger bound.
     const QAL_ULONG ulRoom = ulDestMax < INT_MAX ? ulDestMax : INT_MAX;
     if (pszFormat != nullptr) {
         va_list args;

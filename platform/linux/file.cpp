@@ -33,7 +33,7 @@ constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
     return wyx::os::Refill(static_cast<Reader &>(file)) ? file.pucEnd[++file.lRead] : -1;
 }
 
-/// XELP_Fseek() for any move but the usual one. A separate function for the same reason.
+/// XELP_Fseek() for any move but the usual one; separate for the same reason as GetcAfterRefill().
 [[gnu::noinline]] QAL_INT32 SeekAnywhere(xelpFile &file, QAL_LONG lOffset, QAL_INT32 lWhence)
 {
     if (lWhence != SEEK_SET && lWhence != SEEK_CUR && lWhence != SEEK_END) {

@@ -1,7 +1,8 @@
 // A failure to write out or close a file, kept until it can be reported.
 //
 // Callers rarely check the result of XELP_Fclose(). The thread whose close failed therefore gets
-// the failure again from its next XELP_Remove() or XELP_Rename(), which then does nothing else.
+// the failure again from its next XELP_Remove() or XELP_Rename(), which then does nothing else. A
+// failure that a short count of XELP_Fwrite() has reported is not kept.
 #ifndef WYX_PLATFORM_LINUX_FILE_FAILURE_H
 #define WYX_PLATFORM_LINUX_FILE_FAILURE_H
 
