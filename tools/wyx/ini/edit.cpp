@@ -222,7 +222,6 @@ std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
     return lines;
 }
 
-/// One edit of one text.
 class Editor {
   public:
     Editor(const IniText &text, const Edit &edit)
@@ -478,7 +477,7 @@ void Editor::Remove(std::size_t line)
     }
 }
 
-/// Makes the new text, and checks that every other line in it is as it was.
+/// Makes the new text, and checks that the other lines in it read as before.
 std::unique_ptr<IniText> Editor::Finish() const
 {
     std::vector<Splice> splices = splices_;
@@ -583,7 +582,7 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
 
 /// Removes a header and all lines up to the next header, even those that the library does not see:
 /// otherwise they would become lines of the section before. Directives such as "!include" belong to
-/// no section, and stay.
+/// no section, and stay, unless they hold an '=', which makes them keys to the library.
 void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
 {
     RequireNoOwner(header, LineName(header) + ", a header,");

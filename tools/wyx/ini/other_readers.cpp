@@ -20,7 +20,7 @@ bool IsComment(std::string_view line)
     return text.empty() || text.front() == ';' || text.front() == '#';
 }
 
-/// Does every program accept this byte in a key?
+/// Is this byte usual in keys?
 bool IsLetter(char ch)
 {
     const auto byte = static_cast<unsigned char>(ch);

@@ -25,11 +25,10 @@ using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
 
-/// Does a line look like a key and its value, whichever program reads it?
+/// Does a line look like a key and its value?
 bool LooksLikeKey(std::string_view line);
 
-/// Can an indented line only be part of the value above it? No program takes such a line for a key,
-/// a header or a directive.
+/// Is an indented line part of the value above it, and unlike a key, a header or a directive?
 bool IsOnlyText(std::string_view line);
 
 bool LooksLikeHeader(std::string_view line);

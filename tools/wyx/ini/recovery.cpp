@@ -17,13 +17,13 @@ namespace fs = std::filesystem;
 constexpr std::string_view kEnding = ".ibk";
 constexpr std::size_t kTimeDigits = 13; // of milliseconds since 1970, from 2001 to 2286
 
-/// The target's name as a save cuts it: at the last dot of the whole path, wherever that is.
+/// The target's name as a save cuts it: at the last dot of the whole path.
 std::string CutName(const std::string &target)
 {
     return target.substr(0, target.rfind('.'));
 }
 
-/// The digits between the beginning and the ending of a name that a save made; empty for others.
+/// The digits in a name that a save may have made; empty for other names.
 std::string DigitsOf(std::string_view name, std::string_view beginning)
 {
     if (!name.starts_with(beginning) || !name.ends_with(kEnding) ||

@@ -1,9 +1,9 @@
 // Files that interrupted saves left behind.
 //
-// A save writes the new content to a file beside its target, removes the target, and gives the new
-// file the target's name. Until then the new file's name is the target's up to its last dot, a time
-// in milliseconds, and ".ibk". A crash leaves it there. If the target existed and is gone now, the
-// new file is complete: a save removes the target only after it has written the new file.
+// A save writes the new content to a new file, removes the target, and gives the new file the
+// target's name. Until then the new file's name is the target's path up to its last dot, a time in
+// milliseconds, and ".ibk". A crash leaves it there. If the target existed and is gone now, the new
+// file is complete: a save removes the target only after it has written the new file.
 #ifndef WYX_TOOL_RECOVERY_H
 #define WYX_TOOL_RECOVERY_H
 

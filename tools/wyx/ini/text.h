@@ -18,7 +18,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 /// More bytes than any configuration has: a limit for input that never ends, such as /dev/zero.
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 
-/// The most bytes that the library stores of a line, its line end included.
+/// The most bytes that a line may have for the library, its line end included.
 constexpr std::size_t kLongestLine = 511;
 
 /// The bytes of a file, and a name under which the library loads exactly these bytes.
@@ -83,7 +83,7 @@ struct StoredLine {
     std::string text;       // with its line end; empty for a line that is too long
     std::size_t first = 0;  // number of its first physical line, from 1
     std::size_t count = 0;  // number of physical lines it consists of
-    bool isTooLong = false; // more bytes than the library stores: the file does not load
+    bool isTooLong = false; // more than kLongestLine bytes: the file does not load
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 

@@ -48,9 +48,9 @@ class Target {
     std::string bytes_;
 };
 
-/// Puts a new file in the target's place, with the target's mode, owner and extended attributes.
-/// Killed at any moment, it leaves the old content or the new one, and beside it at most a file
-/// that no other program takes for configuration: ".NAME.wyx-XXXXXX~".
+/// Puts a new file in the target's place, with the target's mode, owner and, where they can be
+/// copied, extended attributes. Killed at any moment, it leaves the old content or the new one, and
+/// beside it at most a file that is named like a hidden backup: ".NAME.wyx-XXXXXX~".
 /// @param model  for a target that does not exist: the file whose attributes the new one gets;
 ///               null for the usual attributes of a new file
 /// @throws Failure; the target is then as it was
@@ -58,11 +58,12 @@ void Replace(const Target &target, const std::string &bytes, const Descriptor *m
 
 /// Writes into the target itself. It keeps its owner and its hard links, but whoever reads it
 /// meanwhile, or after a crash, may find half of the change.
-/// @throws Failure; the old content has then been written back if that was possible
+/// @throws Failure; if a write failed, the old content has been written back if that was possible
 void WriteInPlace(const Target &target, const std::string &bytes);
 
 /// Keeps the target's content under a second name, which must be free.
 /// @return false, with errno set, if that fails
+/// @throws Failure if a copy was needed and could not get the target's attributes
 bool KeepAs(const Target &target, const std::string &path);
 
 } // namespace wyx::tool

@@ -1,5 +1,6 @@
 // The edit distance: how many letters have to be inserted, dropped, replaced or swapped with their
-// neighbour to turn one word into the other, from a table of the distances between their prefixes.
+// neighbour, none of them twice, to turn one word into the other. Case does not count. It is
+// computed from a table of the distances between the words' prefixes.
 #include "system/nearest.h"
 
 #include <algorithm>
@@ -45,7 +46,7 @@ std::size_t Distance(std::string_view left, std::string_view right)
 std::string Nearest(std::string_view word, const std::vector<std::string> &candidates)
 {
     std::string nearest;
-    // Up to a third of the letters wrong is a typo; more is another word.
+    // Up to a third of the letters wrong, or one in a short word, is a typo; more is another word.
     std::size_t best = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string &candidate : candidates) {
         if (word.size() > kLongestWord || candidate.size() > kLongestWord) {

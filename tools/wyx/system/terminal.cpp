@@ -1,5 +1,5 @@
-// Standard output goes through stdio, so that a failed write shows up with the next full buffer, or
-// at the end; standard error is unbuffered.
+// Standard output is buffered by stdio, so a failed write is noticed only when the buffer is
+// written: when it is full, before a message, and at the end. Standard error is unbuffered.
 #include "system/terminal.h"
 
 #include <fcntl.h>

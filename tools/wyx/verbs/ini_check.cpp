@@ -81,7 +81,7 @@ void CheckGrammar(const StoredLines &stored, Findings &findings)
         QAL_UINT32 ulStatus = line.isTooLong ? QAL_UINT32{XELP_ERR_INI_LINE_TOO_LONG}
                                              : CheckStrictly(line.text, hasSection);
         if (ulStatus == XELP_ERR_INI_OK) {
-            // The strict check accepts a tab after a header; a lookup that reaches one fails.
+            // The strict check accepts a tab after a header, but a lookup that reaches it fails.
             ulStatus = ParseLine(line).status;
         }
         if (ulStatus != XELP_ERR_INI_OK) {
@@ -268,7 +268,6 @@ Json ToJson(const Finding &finding)
     return item;
 }
 
-/// Checks one file.
 ExitCode Check(const std::string &name, const Arguments &arguments, Json &item)
 {
     const IniSource source(name);

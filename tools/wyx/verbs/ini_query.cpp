@@ -73,7 +73,7 @@ std::vector<KeyValue> SectionOf(const IniText &text, const std::string &section)
     return all;
 }
 
-/// "port=5060", for a shell to read. Quotation marks only where the shell needs them.
+/// "port=5060", for a shell to read, with quotation marks around a value that is not plain.
 std::string ShellLine(const KeyValue &pair)
 {
     static const std::string kDigits = "0123456789";

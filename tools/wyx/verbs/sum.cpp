@@ -1,9 +1,10 @@
 // wyx sum: checksums of files, and the verification of lists of them.
 //
-// A line of a list is the sum in lower-case hexadecimal digits, two spaces (or a space and a "*")
-// and the file's name, or "CRC32 (NAME) = HEX". If the name holds a line feed, a carriage return or
-// a backslash, the line begins with a backslash and the name has \n, \r and \\ in their place.
-// The number of digits selects the algorithm. Options and lists are those of md5sum.
+// A line of a list is the sum in hexadecimal digits, two spaces (or a space and a "*") and the
+// file's name; the number of digits selects the algorithm. With --tag it is "CRC32 (NAME) = HEX".
+// If the name holds a line feed, a carriage return or a backslash, the line begins with a backslash
+// and the name has \n, \r and \\ in their place, except with --zero. Options and lists follow
+// md5sum.
 #include <unistd.h>
 
 #include <algorithm>
