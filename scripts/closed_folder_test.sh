@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the tests that depend on the project's location, in a folder that other users may not enter
-# (root's home is one) and whose name has a space and a letter beyond ASCII:
+# Runs tests that start programs or open files by their full names, in a folder that other users may
+# not enter (root's home is one) and whose name has a space and a letter beyond ASCII:
 # scripts/closed_folder_test.sh
 set -euo pipefail
 

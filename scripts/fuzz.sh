@@ -3,7 +3,7 @@
 #
 # Each target runs for SECONDS, such as 60, or executions, such as 2000000x. Builds the targets with
 # the preset "fuzz" first, unless WYX_FUZZERS names a folder of built ones. Inputs that reach
-# something new are kept in the build folder (corpus-TARGET) and used again; the seeds in
+# something new are kept beside the targets (corpus-TARGET) and used again; the seeds in
 # tests/fuzz/corpus do not change. A finding is reported with the file that holds it: fix the cause,
 # and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.
 set -euo pipefail

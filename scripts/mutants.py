@@ -1,8 +1,8 @@
 """What mistakes can be planted in a source file, and which of them are listed as survivors.
 
 A mistake is a changed operator, constant, condition or result, or a statement left out. A bound on
-a line whose comment says "speed only" is left alone: it chooses between two paths with the same
-result, so no test can see whether it is off by one. scripts/mutate.py plants the others.
+a line whose comment says "speed only" is not moved by one: at the inputs that then take another path,
+the result is the same. scripts/mutate.py plants the others.
 """
 
 import collections

@@ -51,7 +51,8 @@ new=$'[a]\nk=new\n'
 target=$work/disk/net.ini
 missing=0
 
-# Mounts a copy of the image, and fails if neither content is there.
+# Mounts a copy of the image, and fails if it holds neither content whole, or if the save succeeded but
+# the new content is not there.
 look_at() {
     local content beside whole=0 exists=0
     mount -o loop "$1" "$work/copy"
