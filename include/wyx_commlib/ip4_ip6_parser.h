@@ -2,28 +2,26 @@
  * @file ip4_ip6_parser.h
  * @brief IPv4 and IPv6 addresses with optional ports, from text.
  *
- * Each parser has its own grammar, and stored configuration depends on it. It accepts some texts
- * that the standard forms do not allow, and refuses some that they do.
+ * Each parser has its own grammar: it accepts some texts that the standard forms do not allow, and
+ * refuses some that they do.
  *
- * @warning **Decide on the parsed address, never on the text.** Other parsers read some accepted
- * texts as a different address. A leading zero means decimal here and octal elsewhere (`010.0.0.1`
- * is 10.0.0.1), octets may be hexadecimal, and an octet is reduced modulo 2^32 before its range is
- * checked (`4294967297.0.0.1` is 1.0.0.1). If you allow an address here and another parser reads
- * the same text to connect, it may connect to a different host. Pass on the number, not the text.
+ * @warning **Decide on the parsed address, never on the text**, and pass on the number: another
+ * parser may read the same text as a different address. An octet with a leading zero is decimal
+ * here, not octal (`010.0.0.1` is 10.0.0.1). Octets may be hexadecimal. An octet is reduced modulo
+ * 2^32 before its range is checked (`4294967297.0.0.1` is 1.0.0.1).
  *
  * @warning **XELP_Parse_IPV6() does not always read the whole text.** It ignores whatever follows a
  * port, and whatever follows a `]` unless the next character is a colon, so `::1]:80abc` and
- * `[::1]x` are accepted. It also ignores a dot after the eighth group of an address without `::`,
- * and everything after that dot. Other text directly after an address is not ignored: the status is
- * 30 for `::1x`, `::1 `, `::1%eth0` and `1::/64`.
+ * `[::1]x` are accepted. In an address without `::`, it also ignores a dot after the eighth group
+ * and everything after that dot, provided that core_td_hexseq() reads the eighth group:
+ * `1:2:3:4:5:6:7:8.x` is accepted, `1:2:3:4:5:6:7:88.x` is not. Other text directly after an
+ * address is not ignored: the status is 30 for `::1x`, `::1 `, `::1%eth0` and `1::/64`.
  *
  * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
  *
- * Texts must be NUL-terminated and shorter than 2 GiB (XELP_Parse_IPV4() and XELP_Parse_IPV6()
- * refuse one of 4 GiB or more as malformed); nothing after the terminator is read. No call
- * allocates or keeps a pointer. All calls may run on any number of threads; see #QAL_CHARset for
- * the one thing they share.
+ * Texts must be NUL-terminated and shorter than 2 GiB. No call allocates or keeps a pointer. Any
+ * number of threads may call at once; see #QAL_CHARset for the one thing they share.
  *
  * @code{.c}
  * QAL_UINT32 addr;
@@ -60,7 +58,7 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  *
  * The port is decimal, or hexadecimal after `0x` or `0X`. The number after the colon or that prefix
  * is read by the rules of core_td_u16(): it may begin with white space and a sign, and only its low
- * 16 bits count. A number of 2^64 or more counts as 2^64 - 1. Nothing may follow the port.
+ * 16 bits count. Nothing may follow the port.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
@@ -152,7 +150,6 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * | 0x1000 | token character: letters, digits, `! $ % & ' ( ) * + - . / ? @ \ ^ _ | ~`, backquote |
  * | 0x2000 | delimiter: `# , : ; < = > [ ] { }`                                                  |
  *
- * The space is not a control character, and the double quote is neither token nor delimiter.
  * Bytes from 0x80 on have no class.
  *
  * The table is a variable that the library reads but never writes. Changing bit 0x04 or 0x80 of an
@@ -160,8 +157,7 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * which characters form a decimal octet; bit 0x80 decides which begin a hexadecimal octet and which
  * form the groups of an IPv6 address. The values of digits are not in the table: if a character
  * that has no value in its base is classed as a digit, an octet still has the value that strtoul()
- * reads, and core_td_hex4() counts the character as 0, unless it ends the group. Ports are read by
- * the rules of strtoul() alone.
+ * reads, and core_td_hex4() counts the character as 0, unless it ends the group.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
@@ -195,19 +191,21 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
 /**
  * @brief Reads a run of up to eight groups separated by single colons.
  *
- * A text without a digit at the cursor is an empty run. A colon ends the run, and is not consumed,
- * if no hexadecimal digit follows it, as at a `::`, or if it follows the eighth group.
+ * A text without a hexadecimal digit at the cursor is an empty run. A colon ends the run, and is
+ * not consumed, if no hexadecimal digit follows it, as at a `::`, or if it follows the eighth
+ * group.
  *
- * After any other colon, a dotted quad is left to the caller, with the cursor on that colon, if its
- * first octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`.
- * Otherwise its first octet is read as one more group: either the run ends on the dot, as in
- * `1:1.2.3.4`, or the octet is not a group and the call fails, as for `1:0x1.2.3.4`. The exact rule
- * looks at the second to fourth characters after the colon. If none of them is a dot, the colon is
- * consumed and the run continues. If one is, the colon is consumed only if
+ * The run continues after any other colon, unless the third or fourth character after the colon is
+ * a dot. Such a dot ends the run, with the cursor on the colon, except if
  * - fewer than five characters are left, counting the colon, or
  * - the first character after the colon is `0`, or
  * - the second is `.`, or
  * - any of the second to fourth is `:`.
+ *
+ * So a dotted quad after such a colon is left to the caller if its first octet has two or three
+ * characters and does not begin with `0`, as in `1:10.2.3.4`. Otherwise its first octet is read as
+ * one more group: either the run ends on the dot, as in `1:1.2.3.4`, or the call fails, as for
+ * `1:0x1.2.3.4`.
  *
  * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
  * @param[out]    OUT_len      the number of bytes written, even on failure
