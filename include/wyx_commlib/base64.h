@@ -3,15 +3,16 @@
  * @brief Encodes a buffer to Base64, or decodes it from Base64, into a new buffer.
  *
  * @warning MOX_BASE64Decode() reads **one byte past the length it is given**. That byte must be
- * readable, and must be a character that the decoder accepts. The NUL at the end of a string meets
- * both conditions. Before you decode a piece of a longer text, or bytes received from elsewhere,
- * put a NUL after them.
+ * readable, and must be a character that the decoder accepts. The NUL at the end of a string is
+ * fine. Before you decode a piece of a longer text, or bytes received from elsewhere, put a NUL
+ * after them.
  *
  * The encoder writes the standard alphabet of RFC 4648 with `=` padding and no line breaks. The
  * decoder is lenient: it reads the URL-safe `-` and `_` as `+` and `/`, and skips `=`, CR, LF and
- * NUL anywhere, even in the middle of a group of four. Padding is neither required nor checked. So
- * different texts can decode to the same bytes: compare the bytes, not the texts. If the text
- * contains any other character, such as a space, the call refuses the whole text.
+ * NUL anywhere, even in the middle of a group of four. Padding is not required. Neither padding nor
+ * the unused bits of the last character are checked. So different texts, such as `aGk=`, `aGl=` and
+ * `aGk`, can decode to the same bytes: compare the bytes, not the texts. If the text contains any
+ * other character, such as a space, the call refuses the whole text.
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
  * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. The length of
@@ -44,8 +45,8 @@ WYX_C_BEGIN
  *                         MOX_BASE64Free(); null on failure
  * @return the length of the text without its NUL: 4 characters for every 3 bytes, and 4 for the one
  *         or two bytes that may be left over. 0 and a null pointer for a null input, a length of 0,
- *         more than 1,073,741,819 bytes, or a failed allocation. For 536,870,912 to 1,073,741,819
- *         bytes, the call requests a block of 3.5 to 4.3 GB, which is more than the text needs.
+ *         more than 1,073,741,819 bytes, or a failed allocation. From 536,870,912 bytes on, the
+ *         call requests a block of 3.5 to 4.3 GB, which is more than the text needs.
  */
 WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
@@ -64,9 +65,8 @@ WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
  * @return the number of bytes: 3 for every 4 characters of the alphabet. In an incomplete group at
  *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to no byte. 0 and a null
  *         pointer for a null input, a length of 0, more than 1,431,655,758 characters, a character
- *         that is not accepted, or a failed allocation. For 715,827,883 to 1,431,655,758
- *         characters, the call requests a block of 3.7 to 4.3 GB, which is more than the bytes
- *         need.
+ *         that is not accepted, or a failed allocation. From 715,827,883 characters on, the call
+ *         requests a block of 3.7 to 4.3 GB, which is more than the bytes need.
  */
 WYX_API QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);
