@@ -7,7 +7,7 @@
  * CRC detects most accidental changes, but not attacks: anyone can construct a message that has a
  * given CRC.
  *
- * No call allocates, keeps a pointer or holds state: all of them may run on any number of threads.
+ * No call allocates, keeps a pointer or holds state, and any number of threads may call at once.
  *
  * @code{.c}
  * QAL_UINT32 crc = 0; // for a new message
@@ -50,12 +50,10 @@ WYX_API QAL_UINT32 XELP_CRC_16(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
 /**
  * @brief Continues a CRC-16 over the next piece of a message.
  *
- * Given the CRC of A as @p uwCrc, this call over B computes the CRC of A followed by B.
- *
  * @param[in]  uwCrc      the CRC of the pieces so far; 0 for a new message
  * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
- * @param[out] puwResult  the new CRC; untouched on failure
+ * @param[out] puwResult  the CRC of all pieces up to this one; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
@@ -78,12 +76,10 @@ WYX_API QAL_UINT32 XELP_CRC_32(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
 /**
  * @brief Continues a CRC-32 over the next piece of a message.
  *
- * Given the CRC of A as @p ulCrc, this call over B computes the CRC of A followed by B.
- *
  * @param[in]  ulCrc      the CRC of the pieces so far; 0 for a new message
  * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
- * @param[out] pulResult  the new CRC; untouched on failure
+ * @param[out] pulResult  the CRC of all pieces up to this one; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData,

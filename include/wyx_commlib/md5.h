@@ -2,10 +2,9 @@
  * @file md5.h
  * @brief MD5 digest of a message, fed in one piece or in many.
  *
- * RFC 1321 defines the digest. Use it to compare with stored digests and to detect accidental
- * changes. It does not protect against attackers: two messages with the same MD5 can be made in
- * seconds. For passwords, signatures, or a file that somebody else could have replaced, use
- * something else.
+ * Use MD5 to compare with stored digests and to detect accidental changes. Two messages with the
+ * same MD5 can be made in seconds: for passwords, signatures, or a file that somebody else could
+ * have replaced, use something else.
  *
  * The calls return nothing and check nothing, so never pass a null pointer. None of them allocates
  * or keeps a pointer. Different contexts may be used on different threads at once; use one context
@@ -28,8 +27,7 @@
 WYX_C_BEGIN
 
 /**
- * A message in progress. You provide the record, on the stack if you like. Its layout is ABI, but
- * you never need to look at its fields.
+ * A message in progress. You provide the record. Its layout is ABI.
  */
 typedef struct xelpMD5_S_CTX {
     QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
