@@ -3,15 +3,15 @@
  * @brief Base types of the library, and what holds for every call.
  *
  * **Statuses.** A module's call that can fail returns a #QAL_UINT32: 0 for success, otherwise a
- * value of the module's error enumeration. The numbers are part of the binary interface. The same
- * number can mean different things in different modules, so read a status together with the module
- * it came from. Exceptions, each described with its call: XELP_Parse_IPV4() also returns 1 for
- * success, the MD5 calls return nothing, MOX_BASE64Encode() and MOX_BASE64Decode() return a length,
- * and a few building blocks return nothing or a value of their own.
+ * value of the module's error enumeration. The same number can mean different things in different
+ * modules, so read a status together with the module it came from. Exceptions, each described with
+ * its call: XELP_Parse_IPV4() also returns 1 for success, the MD5 calls return nothing,
+ * MOX_BASE64Encode() and MOX_BASE64Decode() return a length, and a few building blocks return
+ * nothing or a value of their own. So do the services of the platform adapter.
  *
  * **Ownership**, in four words: a call *borrows* an argument (until it returns), *keeps* it (until
- * a named call), *takes* it (it is no longer yours), or *hands over* a result (release it with a
- * named call).
+ * a named call), *takes* it (it is no longer yours), or *hands over* a result (it is yours now;
+ * release it with the named call, if there is one).
  *
  * **Text** is a byte string of no particular encoding. It ends at a NUL, except where a call takes
  * its length or its end. No result depends on whether the compiler's plain `char` is signed.
