@@ -36,7 +36,7 @@ START = """\
  * are for logs and messages and may be reworded in any release; programs should compare numbers. A
  * number means something only together with its module, so no one function covers all of them.
  *
- * The functions look at nothing but the number. Any number of threads may call them.
+ * Any number of threads may call the functions.
  * @code{.c}
  * QAL_UINT32 status = XELP_IniGetFileContent("net.ini", &doc);
  * if (status != XELP_ERR_INI_OK) {

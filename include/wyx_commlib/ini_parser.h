@@ -97,17 +97,16 @@ WYX_C_BEGIN
  */
 typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_OK = 0,                 /**< success */
-    XELP_ERR_INI_SECTION_NOT_FOUND = 10, /**< no section of that name; for a list of sections, no
-                                              section at all */
-    XELP_ERR_INI_KEY_NOT_FOUND = 20,     /**< no key of that name in the section; for a list of
-                                              keys, no key at all */
+    XELP_ERR_INI_SECTION_NOT_FOUND = 10, /**< no section of that name, or no section at all */
+    XELP_ERR_INI_KEY_NOT_FOUND = 20,     /**< no key of that name in the section, or no key at
+                                              all */
     XELP_ERR_INI_OPEN_FILE = 30,         /**< the file cannot be opened for reading */
     XELP_ERR_INI_READ_FILE = 40,         /**< never returned */
     XELP_ERR_INI_CREATE_FILE = 50,       /**< the saved file cannot be created or put in place */
     XELP_ERR_INI_FILE_FORMAT = 60,       /**< a key line before the first section header */
-    XELP_ERR_INI_FILE_EMPTY = 130,       /**< nothing there: end of file, a document without
-                                              lines, an empty text or file name; also a line that
-                                              does not fit its buffer */
+    XELP_ERR_INI_FILE_EMPTY = 130,       /**< end of file, a document without lines, a null or
+                                              empty text or file name, or a line that does not fit
+                                              its buffer */
     XELP_ERR_INI_WRITE_FILE = 180,       /**< the new file cannot be written, or its name is
                                               taken */
     XELP_ERR_INI_SYSTEM_CALL = 70,       /**< never returned */
@@ -122,8 +121,8 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_COMMENT = 190,          /**< a `;` without a blank before it */
     XELP_ERR_INI_LINE_TOO_LONG = 140,    /**< a line of more than 511 bytes */
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
-    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, or text other than a
-                                              comment after a header */
+    XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, text other than a comment
+                                              after a header, or a text without a comment */
     XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a line that is an empty string,
                                               or text too long for one line */
 } xelpIniErrCode;

@@ -7,7 +7,7 @@
  * are for logs and messages and may be reworded in any release; programs should compare numbers. A
  * number means something only together with its module, so no one function covers all of them.
  *
- * The functions look at nothing but the number. Any number of threads may call them.
+ * Any number of threads may call the functions.
  * @code{.c}
  * QAL_UINT32 status = XELP_IniGetFileContent("net.ini", &doc);
  * if (status != XELP_ERR_INI_OK) {
@@ -141,9 +141,9 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 0:
             return "success";
         case 10:
-            return "no section of that name";
+            return "no section of that name, or no section at all";
         case 20:
-            return "no key of that name in the section";
+            return "no key of that name in the section, or no key at all";
         case 30:
             return "the file cannot be opened for reading";
         case 40:
@@ -165,14 +165,15 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 120:
             return "no key name, or a malformed one";
         case 130:
-            return "nothing there: end of file, a document without lines, an empty text or file "
-                   "name";
+            return "end of file, a document without lines, a null or empty text or file name, or "
+                   "a line that does not fit its buffer";
         case 140:
             return "a line of more than 511 bytes";
         case 150:
             return "never returned";
         case 160:
-            return "a line of no known kind, or text other than a comment after a header";
+            return "a line of no known kind, text other than a comment after a header, or a text "
+                   "without a comment";
         case 170:
             return "a null argument, a line that is an empty string, or text too long for one "
                    "line";
