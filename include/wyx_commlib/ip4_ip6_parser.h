@@ -62,8 +62,7 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
- *                          convert it if you need network order. 0 if the text is malformed;
- *                          untouched for a null pointer
+ *                          0 if the text is malformed; untouched for a null pointer
  * @param[out] puwPort      the port; 0 if there is none or the text is malformed; untouched for a
  *                          null pointer
  * @return 0 for an address without a port, #XELP_OK_HAVE_PORT for one with a port (which may be
