@@ -4,10 +4,9 @@
  *
  * Everything here is inline: it adds no state and no export to the library, throws nothing of its
  * own and needs neither exceptions nor RTTI. Where a comment names a C call, the header of that
- * call is the manual. The containers have no wrapper.
+ * call is the manual, also for its use on threads. The containers have no wrapper.
  *
- * - Text and bytes go in as views. If a C call needs a terminating NUL, a `const char *` or
- *   `std::string` is passed on as it is, and a `std::string_view` is copied first.
+ * - Text and bytes go in as views: wyx::c_text and wyx::bytes say what they accept.
  * - Results come out as values that own what the C calls hand over, and release it when they are
  *   destroyed.
  * - A failure is a wyx::result without a value, or a wyx::ini_names without names. It holds the
@@ -29,8 +28,7 @@
  * @endcode
  *
  * A std::string, a std::vector or a copy of a text that is made here allocates as usual, and may
- * throw std::bad_alloc where exceptions are enabled. The header of each C call says which threads
- * may use it.
+ * throw std::bad_alloc where exceptions are enabled.
  */
 #ifndef WYX_COMMLIB_WYX_HPP
 #define WYX_COMMLIB_WYX_HPP
@@ -66,7 +64,7 @@ namespace wyx {
 /// The module that a status belongs to.
 enum class module : int { ini = 1, address = 2, base64 = 3 };
 
-/// The number of an error: the module in the upper half, its status in the lower half. Never 0.
+/// The number of an error: the module in the upper half, its status in the lower half.
 constexpr int error_number(module of, QAL_UINT32 status) noexcept
 {
     return static_cast<int>(of) << 16 | static_cast<int>(status);
@@ -94,8 +92,7 @@ enum class errc : int {
     base64_refused = error_number(module::base64, 1) ///< any failure: the calls have no statuses
 };
 
-/// The status in an error: a number of its module's enumeration, or 1 for Base64, which has no
-/// enumeration.
+/// The status in an error: a number of its module's enumeration, or 1 for Base64.
 constexpr QAL_UINT32 status_of(errc error) noexcept
 {
     return static_cast<QAL_UINT32>(error) & 0xFFFFU;
@@ -178,9 +175,9 @@ class [[nodiscard]] result : public detail::outcome {
         }
     }
 
-    /// The value; there must be one. The reference is valid only while this result exists. So do
-    /// not write `for (auto &item : *call())`: in C++20 and earlier, the temporary result is
-    /// destroyed before the loop begins. Keep the result in a variable instead.
+    /// The value; there must be one. The reference is valid only while this result exists. So keep
+    /// the result in a variable: in `for (auto &item : *call())` the temporary result may be
+    /// destroyed before the loop begins.
     T &operator*() &noexcept { return value_; }
     const T &operator*() const &noexcept { return value_; }
     T &&operator*() &&noexcept { return std::move(value_); }
@@ -600,7 +597,7 @@ Stream &operator<<(Stream &stream, const Address &address)
 /// @name INI files
 /// @{
 
-/// A value as it is in the file; released with XELP_MemFreeD().
+/// A value that XELP_IniGetKeyValue() handed over; released with XELP_MemFreeD().
 class ini_text {
     struct release {
         void operator()(QAL_INT8 *taken) const noexcept
@@ -765,9 +762,9 @@ class document {
     }
 
   public:
-    /// A list of items: a value split at the commas outside quotation marks. Blanks and quotation
-    /// marks around an item are removed. A backslash does not escape a quotation mark. A comma at
-    /// the end adds no item.
+    /// A list of items: a value split at the commas outside quotation marks. Blanks around an item
+    /// are removed, and then a pair of quotation marks around it. A backslash does not escape a
+    /// quotation mark. A comma at the end adds no item.
     using list = std::vector<std::string>;
 
     /// Loads a file: XELP_IniGetFileContent().
@@ -799,7 +796,7 @@ class document {
     const XELP_IN_S_INI_FILE_STRUCT &record() const noexcept { return doc_; }
     bool is_changed() const noexcept { return doc_.ulLabel != 0; }
 
-    /// The value of a key as it is in the file: XELP_IniGetKeyValue().
+    /// The value of a key: XELP_IniGetKeyValue().
     result<ini_text> get(const c_text &section, const c_text &key) const noexcept
     {
         QAL_INT8 *value = nullptr;
@@ -813,11 +810,9 @@ class document {
     /// The value of a key as an integer (decimal, or hexadecimal after 0x), a bool (1, true, yes,
     /// on and 0, false, no, off in any case), a floating-point number, a std::string or a list.
     /// Blanks and line ends around the value are ignored. The call fails with errc::ini_key_value
-    /// if it cannot read the whole value or the value does not fit the type. It fails in the same
-    /// way if the key has no value, unless the type is a string or a list.
-    ///
-    /// Keep the result while you use its value. In C++20 and earlier, this loop reads a list that
-    /// is already destroyed: `for (auto &item : *doc.get<wyx::document::list>(section, key))`.
+    /// if it cannot read the whole value, if the value does not fit the type, or if a number begins
+    /// with a plus sign. It fails in the same way if the key has no value, unless the type is a
+    /// string or a list.
     template <typename T>
     result<T> get(const c_text &section, const c_text &key) const
     {
@@ -854,7 +849,7 @@ class document {
         return error == errc{} ? ini_names(names, size) : ini_names(error);
     }
 
-    /// The names of the keys of a section: XELP_IniGetKeyList().
+    /// The names of the keys in the last block of a section: XELP_IniGetKeyList().
     ini_names keys(const c_text &section) const noexcept
     {
         QAL_INT8 **names = nullptr;
@@ -914,9 +909,8 @@ class document {
         return error_from(status);
     }
 
-    /// Writes the document to a file if it was changed: XELP_IniSaveFileContent(). A save consumes
-    /// the document whatever the result, so write `std::move(doc).save(name)`. The document is
-    /// empty afterwards.
+    /// Writes the document to a file, unless it is unchanged: XELP_IniSaveFileContent(). A save
+    /// empties the document whatever the result, so write `std::move(doc).save(name)`.
     result<void> save(const c_text &filename) &&noexcept
     {
         return error_from(XELP_IniSaveFileContent(filename.get(), &doc_));
