@@ -79,8 +79,7 @@ WYX_API QAL_INT32 wyx_strcat_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL
  * @param[in]  ulDestMax  size of its block in bytes, terminator included; 0 writes nothing
  * @param[in]  pszFormat  the format; arguments follow
  * @return the length of the result, or -1 if it does not fit with its terminator, or cannot be
- *         formatted. *Default adapter*: also -1 for a result of 2,147,483,647 bytes, however large
- *         the block is.
+ *         formatted.
  */
 WYX_API QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *pszFormat,
                                 ...)

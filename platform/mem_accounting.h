@@ -16,8 +16,7 @@
  * block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, and a release fills the bytes requested with 0x5A.
- * Nothing checks these patterns, so a write to a released block is not noticed; neither is a write
- * past a block's end.
+ * The adapter does not notice a write to a released block or past a block's end.
  *
  * All calls may run on any number of threads.
  */
@@ -33,7 +32,7 @@ typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
     QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
-    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps in fewer blocks */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps at another time */
     QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;

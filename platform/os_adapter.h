@@ -147,11 +147,10 @@ WYX_API QAL_INT32 XELP_Fseek(XELP_S_File *pstruFile, QAL_LONG lOffset, QAL_INT32
  * @brief Writes items.
  *
  * *Default adapter*: what was reported as written to a local file system cannot be lost to a full
- * disk: the kernel has it, or blocks are reserved for it. The count shows when such a disk is full
- * or the process's file size limit is reached; the limit raises no SIGXFSZ here. (A FIFO without a
- * reader does raise SIGPIPE.) If the limit has been lowered by the time buffered bytes are handed
- * to the kernel, those beyond it are lost, and XELP_Fclose() fails. After an error the file accepts
- * nothing more; it may end with part of the item that failed.
+ * disk: the kernel has it, or blocks are reserved for it. A short count can mean that the disk is
+ * full or that the process's file size limit is reached. The limit raises no SIGXFSZ here, but a
+ * FIFO without a reader raises SIGPIPE. After an error the file accepts nothing more; it may end
+ * with part of the item that failed.
  *
  * @param[in] pData      the items, borrowed
  * @param[in] ulSize     size of an item in bytes
@@ -264,6 +263,8 @@ WYX_API QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub);
 
 /**
  * @brief Compares two strings without regard to the case of ASCII letters.
+ *
+ * For the order, every ASCII letter counts as a small one, so `_` sorts before `A`.
  *
  * @param[in] pszLeft   a string
  * @param[in] pszRight  another
