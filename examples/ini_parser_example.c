@@ -12,7 +12,7 @@ static void ShowSection(const XELP_IN_S_INI_FILE_STRUCT *doc, const char *sectio
     QAL_UINT32 count = 0, i;
 
     if (XELP_IniGetKeyList(doc, section, &count, &keys) != XELP_ERR_INI_OK) {
-        return; /* a section without keys is no error here; the list must not be touched */
+        return; /* such as for a section without keys; there is no list to use or release */
     }
     for (i = 0; i < count; ++i) {
         if (XELP_IniGetKeyValue(doc, section, keys[i], &value) == XELP_ERR_INI_OK) {

@@ -13,7 +13,7 @@ static int describe(char *text)
     QAL_UINT16 port;
     int i;
 
-    /* From here on only the number counts: other programs may read the text differently. */
+    /* Keep the number, not the text: other programs may read 010.0.0.1 differently. */
     switch (XELP_Parse_IPV4(text, &addr, &port)) {
         case 0:
             port = DEFAULT_PORT;

@@ -36,7 +36,10 @@ public final class IniFile implements AutoCloseable {
         set(open(), bytes(section), bytes(key), bytes(value));
     }
 
-    /** Saves to a file. The document is released whatever the result: load it again to continue. */
+    /**
+     * Saves a changed document to a file. The document is released even if the library reports a
+     * failure: load it again to continue.
+     */
     public void save(String fileName) throws IniException {
         byte[] name = bytes(fileName);
         long saved = open();
