@@ -80,7 +80,7 @@ inline Operation Base64Encode(std::size_t size)
     };
 }
 
-inline Operation Base64Decode(std::size_t size) // of the encoded bytes
+inline Operation Base64Decode(std::size_t size) // in bytes, of what the text encodes
 {
     QAL_UINT8 *pucEncoded = nullptr;
     const QAL_INT32 lLen =

@@ -1,8 +1,8 @@
 // The containers compared with GLib's, the standard library's and the system's tail queue.
 //
-// Every contender stores pointers to the caller's records, in order of ascending numbers, and
-// visits or compares them through a function pointer, as ours must. Code inlined into the caller
-// would be faster, but a call into a shared library cannot be inlined.
+// Every contender stores pointers to the caller's records. The lists visit and compare them through
+// a function pointer, as ours must: code inlined into the caller would be faster, but a call into a
+// shared library cannot be inlined. The standard hash table hashes and compares inline.
 #include <glib.h>
 #include <malloc.h>
 #include <sys/queue.h>

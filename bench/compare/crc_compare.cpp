@@ -14,7 +14,7 @@
 namespace wyx::bench {
 namespace {
 
-/// CRC-16 by its definition, one table look-up after another.
+/// CRC-16 by one table look-up per byte.
 QAL_UINT32 Crc16ByteLoop(const QAL_UINT8 *pucData, std::size_t size)
 {
     static const auto s_aTable = [] {

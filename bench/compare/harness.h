@@ -1,10 +1,11 @@
 // Compares one of our calls with others for the same task on the same data.
 //
 // All contenders of a case run in one process and take turns: every round times a batch of each,
-// and a ratio is taken within a round, so that both ran under the same conditions. The median of
-// the rounds is reported, with half the distance between the quartiles as its spread.
+// and a ratio is taken within a round, so that both ran under about the same conditions. The median
+// of the rounds is reported, with half the distance between the quartiles as its spread.
 //
-// Before anything is timed, every contender of a case runs once and must have the same result.
+// Before anything is timed, all contenders that do the same work run once and must have the same
+// result.
 #ifndef WYX_BENCH_COMPARE_HARNESS_H
 #define WYX_BENCH_COMPARE_HARNESS_H
 

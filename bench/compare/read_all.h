@@ -1,4 +1,4 @@
-// The limits that no implementation can beat, shown next to the comparisons.
+// A limit that is shown next to the comparisons: the time to read the input once.
 #ifndef WYX_BENCH_COMPARE_READ_ALL_H
 #define WYX_BENCH_COMPARE_READ_ALL_H
 
