@@ -4,7 +4,7 @@
     scripts/compare_values.py WYX LIST
 
 LIST holds the files' names, each ended by a NUL byte. Where the two read a dialect differently, the
-reason is counted. Values that differ for no known reason are shown and make the exit code 1.
+reason is counted. Values that differ for no known reason make the exit code 1; the first are shown.
 """
 
 import collections

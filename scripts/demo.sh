@@ -2,7 +2,7 @@
 # Shows what the library is for, on real input: bash scripts/demo.sh
 #
 # Installs what is missing (Debian), builds the release, sets a key in copies of the INI-like files of
-# this machine, and compares every value with what another parser reads. The originals stay as they are.
+# this machine, and compares the values that another parser reads. The originals stay as they are.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

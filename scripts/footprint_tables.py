@@ -2,7 +2,7 @@
 """Prints library sizes as Markdown tables: footprint_tables.py NAME=BUILD_FOLDER...
 
 Reads the libraries and the maps that the linker wrote, which name the object that each piece of a
-section came from. The rows of a library must add up to what size(1) counts.
+section came from. What size(1) counts beyond the modules is in a row of its own.
 """
 
 import collections

@@ -2,11 +2,11 @@
 # Counts the instructions of each operation and compares the counts with the recorded ones:
 # scripts/instructions.sh [--update]
 #
-# Unlike times, the counts are the same on every machine. A plug-in for qemu takes them for the builds
-# below; qemu also fixes the CPU for which the C library chooses its functions. The table of
-# docs/instruction-counts.md is the budget. The script fails if a count is more than 2 % above its
-# budget. If one is more than 2 % below, the script asks for --update, which writes the new counts into
-# the page. Other compilers or another C library produce other counts: their columns are skipped.
+# Unlike times, the counts depend only on the compiler and the C library, not on the machine. A plug-in
+# for qemu takes them for the builds below; qemu also fixes the CPU for which the C library chooses its
+# functions. The table of docs/instruction-counts.md is the budget. The script fails if a count is more
+# than 2 % above its budget. If one is more than 2 % below, the script asks for --update, which writes
+# the new counts into the page. Columns of other compilers or another C library are skipped.
 #
 #     scripts/instructions.sh --compare COUNTS PAGE
 #
