@@ -20,7 +20,7 @@ ExitCode Help(const Command &command)
     return ExitCode::kOk;
 }
 
-/// "wyx" or "wyx ini", followed by a word that is not a verb.
+/// "wyx" or "wyx ini", followed by anything but a verb.
 ExitCode RunFamily(const Command &family, Words words)
 {
     if (words.empty()) {
@@ -59,7 +59,7 @@ ExitCode Run(Words words)
     return arguments.Has("help") ? Help(command) : command.run(arguments);
 }
 
-/// Reports the failure that ended the tool. With --json, also writes it as JSON.
+/// Reports the failure that ended the tool. With --json, not abbreviated, also writes it as JSON.
 ExitCode Ended(const Failure &failure, Words words)
 {
     Report(failure);

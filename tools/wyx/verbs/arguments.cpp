@@ -124,7 +124,7 @@ Arguments::Arguments(const Command &command, Words words) : command_(command)
 void Arguments::Take(Words words)
 {
     // What getopt_long() returns: 1 for an operand, a letter for a short option, kFirstLong and
-    // more for long ones, '?' for an unknown one, ':' for a missing value.
+    // more for long ones, '?' for an option that is wrong, ':' for a missing value.
     const auto options = command_.Options();
     std::string letters = "-:"; // return operands where they are, and ':' for a missing value
     std::vector<option> names;

@@ -9,7 +9,7 @@ namespace wyx::tool {
 
 namespace {
 
-/// Leaves out names with control bytes: they would break the lines, and nobody could type them.
+/// Leaves out names with control bytes, which would break the lines.
 void Offer(std::string_view word, std::string_view current, std::string_view text = {})
 {
     if (word.starts_with(current) && Shown(word) == word) {
