@@ -15,9 +15,8 @@
  * other character, such as a space, the call refuses the whole text.
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
- * bytes and a NUL after them. Every failure returns 0 and sets the pointer to null. The length of
- * an empty result is also 0, so to detect a failure, check the pointer, not the length. All calls
- * may run on any number of threads.
+ * bytes and a NUL after them. To detect a failure, check the pointer, not the length, which is also
+ * 0 for an empty result. Any number of threads may call at once.
  *
  * @code{.c}
  * QAL_UINT8 *text;
