@@ -168,7 +168,6 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return DeleteBy(pstruHead, pfunRemove);
 }
 
-/// What a search found.
 struct Found {
     QAL_UINT32 ulStatus;
     Node *pNode; // null unless the status is 0

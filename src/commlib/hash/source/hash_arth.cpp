@@ -14,7 +14,6 @@ namespace {
 using Head = Hash_S_Head;
 using Node = Hash_S_Node;
 
-/// The size of the head and its buckets, in bytes.
 constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulHashSize)
 {
     return sizeof(Head) + QAL_UINT64{ulHashSize} * sizeof(Node *);

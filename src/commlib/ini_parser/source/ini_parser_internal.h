@@ -152,8 +152,8 @@ inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
 /// What a line is to a walk.
 enum class Kind {
     kSkipped, ///< a comment or a blank line
-    kSection, ///< a section header
-    kKey,     ///< a key line
+    kSection,
+    kKey,
 };
 
 /// Classifies a line; a status other than 0 ends the walk.

@@ -14,7 +14,6 @@ using Node = SLinkList_S_Node;
 
 constexpr QAL_UINT32 kNone = 0xFFFFFFFF;
 
-/// The size of the head and its slots, in bytes.
 constexpr QAL_UINT64 BlockSize(QAL_UINT32 ulNodeNum)
 {
     return sizeof(Head) + QAL_UINT64{ulNodeNum} * sizeof(Node);
@@ -185,7 +184,6 @@ QAL_UINT32 StepAndGet(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, v
     return ulStatus != 0 ? ulStatus : Get(head, head.ulNow, ppUserNode);
 }
 
-/// Removes the first or the last element.
 QAL_UINT32 RemoveEnd(void *pstruHead, QAL_UINT32 Head::*pField, Gap (*pfunGap)(const Node &),
                      void **ppUserNode)
 {
@@ -220,7 +218,6 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
     return DeleteBy(pstruHead, pfunRemove);
 }
 
-/// What a search found.
 struct Found {
     QAL_UINT32 ulStatus;
     QAL_UINT32 ulNode; // kNone unless the status is 0
