@@ -57,7 +57,6 @@ def copy(source, target):
 
 
 def libcxx():
-    """The folder of the compiler's libc++ headers."""
     resources = subprocess.run(["clang++", "-print-resource-dir"], check=True, text=True,
                                capture_output=True).stdout.strip()
     folder = pathlib.Path(resources).parents[2] / "include/c++/v1"

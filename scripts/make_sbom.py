@@ -29,7 +29,6 @@ def relationship(one, kind, other):
 
 
 def fields_of(package):
-    """The fields of a Debian package that the bill needs."""
     lines = subprocess.run(["dpkg-deb", "-f", package, "Package", "Version", "Depends"],
                            check=True, capture_output=True, text=True).stdout.splitlines()
     return dict(line.split(": ", 1) for line in lines)

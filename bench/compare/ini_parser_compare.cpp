@@ -74,7 +74,6 @@ std::string GlibName(const std::string &name)
     return name + ".glib";
 }
 
-/// Makes GKeyFile's file from ours.
 void MakeGlibFile(const std::string &name)
 {
     std::ifstream in(name);

@@ -40,14 +40,12 @@ class IniDocument {
     // Blanks around a section's name do not count: "[ a ]" is section "a", and other programs call
     // it " a ".
 
-    /// The names of all sections.
     /// @throws std::bad_alloc
     std::vector<std::string> Sections() const;
     /// The names of the keys in the last block of a section; empty if there is no such section.
     /// @throws std::bad_alloc
     std::vector<std::string> Keys(const std::string &section) const;
 
-    /// Looks up a key.
     /// @throws std::bad_alloc
     Lookup Find(const std::string &section, const std::string &key) const;
 
@@ -72,7 +70,6 @@ class IniText {
     const std::string &Bytes() const { return source_.Bytes(); }
     const StoredLines &Stored() const { return stored_; }
     const std::vector<StoredLine> &Lines() const { return stored_.lines; }
-    /// The parts of each line.
     const std::vector<LineParts> &Parts() const { return parts_; }
     /// Where each line is in the bytes.
     const std::vector<Range> &Ranges() const { return ranges_; }

@@ -352,7 +352,6 @@ void Editor::RequireJoinable(std::size_t line) const
     }
 }
 
-/// Puts the new value in the place of the old one.
 void Editor::Replace(std::size_t line)
 {
     RequireSameForOthers(line);

@@ -18,7 +18,6 @@ namespace wyx::tool {
 /// The failure of a change that is refused.
 Failure Refusal(const std::string &what, const std::string &hint = {});
 
-/// One change.
 struct Edit {
     enum class Kind { kSet, kDeleteKey, kDeleteSection };
 
@@ -28,7 +27,6 @@ struct Edit {
     std::string value{}; // for kSet; empty: the key gets no value
 };
 
-/// What an edit did.
 struct EditEffect {
     bool isChanged = false;
     std::size_t deletedLines = 0; // lines of the file

@@ -100,7 +100,6 @@ enum class ByteOrderMark { kText, kSkipped };
 
 StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark = ByteOrderMark::kText);
 
-/// The parts of a stored line.
 struct LineParts {
     XELP_INI_E_LINE_TYPE kind = INI_ERROR_LINE;
     QAL_UINT32 status = XELP_ERR_INI_OK; // if not OK: why the parts could not be read

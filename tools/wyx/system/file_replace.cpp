@@ -276,7 +276,6 @@ void AdoptAttributes(int from, int to, const std::string &path)
     }
 }
 
-/// Flushes the directory of a file to the disk.
 void FlushDirectoryOf(const fs::path &path)
 {
     const Descriptor directory(

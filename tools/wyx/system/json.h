@@ -34,7 +34,6 @@ class Json {
 
     /// A member of an object; null if it was not set before. Turns null into an object.
     Json &operator[](std::string_view member);
-    /// Adds an item to an array.
     void push_back(Json item);
 
     /// The document as text; its lines after the first are indented by @p indent or more.
@@ -59,7 +58,6 @@ void SetError(Json &item, const Failure &failure);
 /// Sets a member to an array of texts; the second member, if one is needed, shows all of them.
 void SetTexts(Json &object, const std::string &member, const std::vector<std::string> &texts);
 
-/// Writes a document to standard output.
 void PutJson(const Json &document);
 
 /// What a verb finds out about several inputs, each of which may fail: with --json an item for

@@ -50,7 +50,6 @@ class Arguments {
     /// The operands; the optional ones that were left out are empty.
     const std::string &operator[](std::size_t at) const;
     std::size_t Count() const { return operands_.size(); }
-    /// The operands from a position on.
     Words From(std::size_t at) const { return Words(operands_).subspan(at); }
 
     /// The inputs that the operands name; "-", standard input, if there are no operands.
@@ -78,7 +77,6 @@ class Arguments {
     };
 
     void Take(Words words);
-    /// The option that getopt_long() found.
     const Option &OptionOf(int found) const;
     /// What getopt_long() did not like about a word.
     Failure Wrong(std::string_view word, bool lacksValue) const;

@@ -126,7 +126,6 @@ EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
     return result;
 }
 
-/// What became of the edits.
 struct Outcome {
     std::vector<EditEffect> effects;
     std::string diff; // of a dry run

@@ -44,7 +44,6 @@ IniSource ReadSource(const Arguments &arguments)
     }
 }
 
-/// Reads the file for a lookup.
 IniText ReadText(const Arguments &arguments)
 {
     IniText text(ReadSource(arguments));
@@ -54,7 +53,6 @@ IniText ReadText(const Arguments &arguments)
     return text;
 }
 
-/// A key as lookups see it.
 struct KeyValue {
     std::string key;
     std::optional<std::string> value;

@@ -47,7 +47,6 @@ constexpr std::array kAlgorithms = {
     Algorithm{Kind::kMd5, "md5", "MD5", 32},
 };
 
-/// A sum being computed.
 class Sum {
   public:
     explicit Sum(const Algorithm &algorithm) : algorithm_(algorithm) { XELP_MD5_Init(&md5_); }
@@ -151,7 +150,6 @@ std::optional<std::string> Unescaped(std::string_view name)
     return plain;
 }
 
-/// How the lines of a list look.
 enum class Form { kPlain, kStarred, kTagged };
 
 std::string ListLine(const Algorithm &algorithm, const std::string &digits, const std::string &name,
