@@ -24,7 +24,7 @@ namespace wyx::bench {
 template <typename T>
 void Keep(const T &value)
 {
-    asm volatile("" : : "g"(&value) : "memory");
+    asm volatile("" : : "r"(&value) : "memory");
 }
 
 inline void Check(QAL_UINT32 ulStatus, const char *pszWhat)

@@ -27,7 +27,7 @@ namespace wyx::bench {
 template <typename T>
 inline void Keep(const T &value)
 {
-    asm volatile("" : : "g"(&value) : "memory");
+    asm volatile("" : : "r"(&value) : "memory");
 }
 
 /// Takes the results of an operation that is timed: they count as used.

@@ -47,12 +47,13 @@ void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 /// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_SLL_Insert_Position enPosition, Gap &gap)
 {
+    if (enPosition == XELP_SLL_Insert_After_LastNode) [[likely]] {
+        gap = {head.ulLastNode, kNone};
+        return true;
+    }
     switch (enPosition) {
         case XELP_SLL_Insert_Front_FirstNode:
             gap = {kNone, head.ulFirstNode};
-            return true;
-        case XELP_SLL_Insert_After_LastNode:
-            gap = {head.ulLastNode, kNone};
             return true;
         case XELP_SLL_Insert_Front_CurNode:
             gap = {head.pstruBase[head.ulNow].ulPNode, head.ulNow};
@@ -85,6 +86,15 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
     node.ulNNode = head.ulFirstNoUseNode;
     head.ulFirstNoUseNode = ulNode;
     --head.ulUseNum;
+}
+
+/// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a function that
+/// ends with this call and makes no other needs no stack frame.
+[[gnu::noinline]] QAL_UINT32 ReturnSlotAnd(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
+{
+    __asm__("" : "+r"(ulStatus)); // if Clang knew the result, it would not let a caller end here
+    ReturnSlot(head, head.pstruBase[ulNode], ulNode);
+    return ulStatus;
 }
 
 // The gap that an element leaves when it is removed. GapOfFirst() does not read the link to the
@@ -319,8 +329,7 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     Gap gap = {kNone, kNone};
     // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
     if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
-        SLinkList_Insert_FreeNode(pstruHead, ulNode);
-        return XELP_ERR_SLL_INVALID_PARA;
+        return ReturnSlotAnd(head, ulNode, XELP_ERR_SLL_INVALID_PARA);
     }
     Node &node = head.pstruBase[ulNode];
     node.ulPNode = gap.ulPrev;
@@ -519,8 +528,7 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     return head.ulFirstNoUseNode != kNone ? TakeSlot(head) : kNone;
 }
 
-// Not inlined into XELP_SLinkList_Insert(), so that the usual path there need not save registers.
-[[gnu::noinline]] QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
+QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
 {
     if (pstruHead == nullptr) {
         return XELP_ERR_SLL_INVALID_PARA;
@@ -529,8 +537,7 @@ QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead)
     if (ulFreeNode >= head.ulTotalNum) { // true for kNone, too
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    ReturnSlot(head, head.pstruBase[ulFreeNode], ulFreeNode);
-    return 0;
+    return ReturnSlotAnd(head, ulFreeNode, 0);
 }
 
 } // extern "C"
