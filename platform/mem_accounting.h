@@ -7,12 +7,11 @@
  * ends the process with a message on the standard error output.
  *
  * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the last one
- * alone is larger. While a block is held back, its memory is not reused, and a second release of it
- * is recognised: the message names the line that allocated it and both lines that released it. (If
- * there was no memory to record the line of the first release, the message names the allocating
- * line in its place.) Once a block is no longer held back, the message names the line of the second
- * release and, if a newer block contains the address, at least the line that allocated that block.
- * If a live block starts at the address by then, there is no message: the second release takes that
+ * alone is larger. While a block is held back, its memory is not reused. If it is released again,
+ * the message names the lines of the allocation and of both releases; without memory to record the
+ * first release, it names the allocating line instead. Later, the message names the line of the
+ * second release and, if a newer block contains the address, the line that allocated that block. If
+ * a live block starts at the address by then, there is no message: the second release takes that
  * block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, and a release fills the bytes requested with 0x5A.

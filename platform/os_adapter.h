@@ -4,8 +4,7 @@
  *
  * The shared library reaches the symbols of this header and of bounded.h through the dynamic
  * linker. So a client can put an adapter of its own in place of libwyx_os_adapter, and a test can
- * put a double in front of it. Apart from these symbols, the library uses at most `memcpy` and
- * `strtoul` of the C library, and what the compiler inserts by itself, such as the stack protector.
+ * put a double in front of it.
  *
  * This page is the contract that every adapter must keep. Promises that only the default adapter
  * makes are marked *Default adapter*.
@@ -106,10 +105,9 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * itself a symbolic link is refused. A failed call leaves no new file and changes no old one.
  *
  * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
- * next attempt to open that name for writing within ten seconds fails if the name exists by then.
- * Only the last 64 such failures are remembered; that number includes renames (see XELP_Remove()).
- * Within these limits, two saves in different processes that find the same name free never write to
- * the same file.
+ * next attempt to open that name for writing within ten seconds fails if the name exists by then:
+ * the file may belong to another process's save. The last 64 such failures and renames (see
+ * XELP_Remove()) are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -131,10 +129,10 @@ WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
 /**
  * @brief Moves the position in a file.
  *
- * *Default adapter*: a step back of one byte after a read costs no system call and works for pipes
- * too. In a regular file opened for reading, the position can move anywhere from the start to the
- * end; in a pipe or device, only within the part that is buffered. In a file opened for writing, it
- * can move wherever the system allows.
+ * *Default adapter*: a step back of one byte after a read works for pipes, too. In a regular file
+ * opened for reading, the position can move anywhere from the start to the end; in a pipe or
+ * device, only within the part that is buffered. In a file opened for writing, it can move wherever
+ * the system allows.
  *
  * @param[in] pstruFile  an open file
  * @param[in] lOffset    distance in bytes

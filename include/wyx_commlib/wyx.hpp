@@ -2,9 +2,9 @@
  * @file wyx.hpp
  * @brief The library for C++17 and later: owners, views and values over the C calls.
  *
- * Everything here is inline: it adds no state and no export to the library, throws nothing of its
- * own and needs neither exceptions nor RTTI. Where a comment names a C call, the header of that
- * call is the manual, also for its use on threads. The containers have no wrapper.
+ * Everything here is inline, throws nothing of its own and needs neither exceptions nor RTTI. Where
+ * a comment names a C call, the header of that call is the manual, also for its use on threads. The
+ * containers have no wrapper.
  *
  * - Text and bytes go in as views: wyx::c_text and wyx::bytes say what they accept.
  * - Results come out as values that own what the C calls hand over, and release it when they are
