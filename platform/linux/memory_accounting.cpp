@@ -3,8 +3,8 @@
 // release of a foreign pointer, and its message names the lines of the allocation and of both
 // releases.
 //
-// The records are kept apart from the blocks, so that a caller who writes past a block does not
-// damage them, and a foreign pointer is recognised without reading what it points to.
+// The records are not part of the blocks: a byte written just past a block changes none of them,
+// and a foreign pointer is recognised without reading what it points to.
 #include "mem_accounting.h"
 #include "os_adapter.h"
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-// Neither zero nor text: a caller that assumes a zeroed block or reads a released one misbehaves
-// visibly.
+// Not zero, so that a caller that assumes a zeroed block or reads a released one is likely to
+// misbehave visibly.
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0x5A;
 
