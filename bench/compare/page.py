@@ -83,7 +83,7 @@ def size_of(case):
 
 
 def number(value):
-    """At most three significant digits."""
+    """Three significant digits, or a whole number from 100 on."""
     if value >= 100:
         return f"{value:.0f}"
     return f"{value:.2f}" if value < 10 else f"{value:.1f}"
@@ -103,7 +103,7 @@ def whisker(case):
 
 
 class Scale:
-    """Maps ratios to horizontal positions: logarithmic, with 1 in range and room for every mark."""
+    """Maps ratios to horizontal positions: logarithmic, with 1 and every ratio in range."""
 
     def __init__(self, ratios, left, right):
         self.low = math.log10(min([*ratios, 0.8])) - 0.05
@@ -194,7 +194,7 @@ def percent(ratio):
 
 
 def limit_chart(name, contender, ours):
-    """What share of the possible speed ours reaches: bars that end, at best, at the limit."""
+    """What share of the possible speed ours reaches: bars, and a line at the limit."""
     points = contender["points"]
     left, right = 10, WIDTH - TIMES
     most = max([1, *(point["ratio"] for by_level in points.values() for point in by_level.values())])

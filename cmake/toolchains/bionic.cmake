@@ -1,5 +1,5 @@
 # Replaces the NDK's toolchain file: uses Debian's clang and lld with the files that
-# scripts/bionic_sysroot.py laid out. Takes those of the NDK's variables that the presets set.
+# scripts/bionic_sysroot.py laid out. Of the NDK's variables it knows only those that the presets set.
 set(CMAKE_SYSTEM_NAME Android)
 set(CMAKE_SYSTEM_VERSION 1) # keeps CMake from looking for an NDK
 if(ANDROID_ABI STREQUAL "arm64-v8a")

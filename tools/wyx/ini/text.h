@@ -15,7 +15,7 @@ namespace wyx::tool {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// More bytes than any configuration has: a limit for input that never ends, such as /dev/zero.
+/// A limit for input that never ends, such as /dev/zero.
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 
 /// The most bytes that a line may have for the library, its line end included.

@@ -15,8 +15,8 @@ namespace wyx::tool {
 /// the signals for a closed pipe or a file size limit from ending the tool without a message.
 void PrepareStreams();
 
-/// Standard output is lost, so nothing that the tool could still do matters. Not a Failure, so that
-/// no verb takes it for a failure of the file it works on.
+/// Standard output is lost, and the tool ends. Not a Failure, so that no verb takes it for a
+/// failure of the file it works on.
 struct OutputFailure {
     int error;
 };

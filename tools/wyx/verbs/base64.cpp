@@ -103,7 +103,7 @@ std::array<Character, 256> AskDecoder()
     return characters;
 }
 
-/// Decodes and writes the first characters of a text.
+/// Decodes and writes the first characters of a text, and removes them from it.
 void DecodeFront(std::vector<unsigned char> &text, std::size_t count)
 {
     if (count == 0) {
