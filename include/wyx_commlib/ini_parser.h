@@ -2,12 +2,12 @@
  * @file ini_parser.h
  * @brief INI files: load, check, look up, edit and save.
  *
- * A document holds the lines of a file as they were read. Nothing is parsed on loading: every call
- * reads the lines it needs. A save writes back the lines that no edit touched, but not always byte
- * for byte. It folds lines of 80 bytes or more, and some of these come back changed at the next
- * load: with an LF instead of a CR LF, for example. Continued lines are written joined, a last line
- * without a line end gets a CR, and what followed a NUL in a line is lost. docs/round-trips.md has
- * the details, and `wyx ini check` warns of lines that a save would change.
+ * A document holds the lines of a file; calls parse the lines they need. A save writes back the
+ * lines that no edit touched, but not always byte for byte. It folds lines of 80 bytes or more, and
+ * some of these come back changed at the next load: with an LF instead of a CR LF, for example.
+ * Continued lines are written joined, a last line without a line end gets a CR, and text after a
+ * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save
+ * would change.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -75,9 +75,9 @@
  * document: docs/modules/ini_parser.md has figures. To create many keys, write the file and load
  * it.
  *
- * No text is truncated at 4 GiB. Copying a text of 4 GiB or more, terminator included, fails as if
- * there were no memory (#XELP_ERR_INI_INTERNAL), or with the status that the call's description
- * names for a text that is too long.
+ * Copying a text of 4 GiB or more, terminator included, fails as if there were no memory
+ * (#XELP_ERR_INI_INTERNAL), or with the status that the call's description names for a text that is
+ * too long.
  *
  * ## Threads
  * Any number of threads may look up values in one document that none of them changes. Otherwise
@@ -92,8 +92,7 @@
 WYX_C_BEGIN
 
 /**
- * Statuses of the INI calls. The values are ABI: never renumbered, never reused. They are not
- * listed in ascending order, and there is no end marker.
+ * Statuses of the INI calls. The values are ABI: never renumbered, never reused.
  */
 typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_OK = 0,                 /**< success */
@@ -179,7 +178,8 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
 /**
  * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the document, which may be empty but not null; its lines are taken
+ * @param[in,out] pStructIniLine  the document, which may be empty but not null; the lines in its
+ *                                first ulLineNum slots are taken
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
@@ -188,12 +188,11 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *
  * Lookups and edits are more lenient on purpose: a document that fails this check may still be
  * usable. The check fails for a key line before the first header, for a line of no known kind, and
- * for what IniCheckSectionLine() and IniCheckKeyLine() refuse. It reads the lines from the top and
- * stops at the first that fails.
+ * for what IniCheckSectionLine() and IniCheckKeyLine() refuse.
  *
  * @param[in]  pStructIniLine  the document, borrowed
- * @param[out] pulLineNo       number of a slot, counted from 1: that of the offending line, or of
- *                             the last slot if no line fails the check. Empty slots count, and
+ * @param[out] pulLineNo       number of a slot, counted from 1: that of the first line that
+ *                             fails, or of the last slot if none does. Empty slots count, and
  *                             joined lines count as one, so this is not a line number of the file.
  *                             Untouched for a null argument or a document without lines
  * @return
@@ -229,16 +228,15 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   directory: for `my.dir/cfg` it is beside `my.dir`, and for `../cfg` it is in the working
  *   directory. If the new file is on another file system than the target, the target is removed
  *   and the renaming then fails: only the new file has the content.
- * - The new file's name must not be too long either. Most file systems allow 255 bytes, so a
- *   target `NAME.ini` can be saved if `NAME` has at most 238.
+ * - On most file systems a name may have 255 bytes, so a target `NAME.ini` can be saved only if
+ *   `NAME` has at most 238.
  *
  * **A save never creates its target.** If the target does not exist, its removal fails, and the
  * content stays in the new file. Create an empty file first. If the target is a symbolic link, the
- * link itself is replaced by a file, even if it is dangling.
+ * link itself is replaced by a file.
  *
  * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
- * fewer than 80 bytes are left. A load joins the pieces again. docs/round-trips.md lists the lines
- * that come back changed.
+ * fewer than 80 bytes are left. docs/round-trips.md lists the lines that come back changed.
  *
  * @param[in]     filename        the target's name, borrowed
  * @param[in,out] pStructIniLine  the document, not null; it is taken, and its record is all zero
@@ -261,10 +259,10 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 
 /** @} */
 /** @name Lookups
- * A lookup never changes the document. It reads the lines in one or two passes, and fails as soon
- * as it reaches a line that is an empty string (#XELP_ERR_INI_INPUT_PARA_ERR), a line of no known
- * kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed header or, in the section's block, a malformed key
- * line (a status of IniParseSectionLine() or IniParseKeyLine()). @{ */
+ * A lookup fails as soon as it reaches a line that is an empty string
+ * (#XELP_ERR_INI_INPUT_PARA_ERR), a line of no known kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed
+ * header or, in the section's block, a malformed key line (a status of IniParseSectionLine() or
+ * IniParseKeyLine()). @{ */
 
 /**
  * @brief The value of a key.
@@ -352,7 +350,7 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
  * LF.
  *
  * Names and values are written as given, neither checked nor escaped. The following may read back
- * as something else, and some of them change other lines at the next load:
+ * as something else, make later calls fail, or change other lines at the next load:
  * - a name or value that holds a line end: what follows it may become another line
  * - an empty value: it reads back as the line end, or as no value if the line has a comment
  * - a value that begins with a blank or ends in a white byte: those bytes are lost
@@ -518,8 +516,8 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * @param[out] commentLine  the comment, null if there is none
  * @return
  * - #XELP_ERR_INI_OK
- * - #XELP_ERR_INI_SECTION: the line is null, is shorter than 3 bytes, lacks a `[` or `]`, has a `]`
- *   before the first `[`, or has nothing but blanks between the brackets
+ * - #XELP_ERR_INI_SECTION: the line is null, lacks a `[` or `]`, has a `]` before the first `[`, or
+ *   has nothing but blanks between the brackets
  * - #XELP_ERR_INI_LINE_UNKNOWN: text or a tab after the `]`, but no " ;" there
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
