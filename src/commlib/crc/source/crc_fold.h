@@ -159,6 +159,7 @@ struct FirstWord {
     FirstWord(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
         : ulBytes((ulLen - 1) % kWordBytes + 1),
           ullWord(Order::Later(LoadWord<Order>(pucData) ^ ullStart, kWordBits - 8 * ulBytes)),
+          // two shifts, because a shift by 64 is undefined
           ullNext(Order::Earlier(Order::Earlier(ullStart, 4 * ulBytes), 4 * ulBytes))
     {}
 };
