@@ -1,5 +1,5 @@
 # CPack runs this on the packages that it has made. It adds the field Multi-Arch, and removes the scripts
-# that call ldconfig, which a trigger does.
+# that would call ldconfig: a trigger does that already.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
     return()
 endif()

@@ -83,7 +83,7 @@ def size_of(case):
 
 
 def number(value):
-    """Three significant digits, or a whole number from 100 on."""
+    """Two decimals below 10, one below 100, and then none."""
     if value >= 100:
         return f"{value:.0f}"
     return f"{value:.2f}" if value < 10 else f"{value:.1f}"
