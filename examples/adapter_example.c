@@ -37,7 +37,7 @@ void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLin
 {
     void *block = XELP_MemMallocD(ulSize, ulLine, pszFile);
     (void)ulReserved;
-    return block != NULL ? memset(block, 0, ulSize) : NULL;
+    return block != NULL ? memset(block, 0, ulSize == 0 ? 1 : ulSize) : NULL;
 }
 
 void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszFile)

@@ -107,6 +107,11 @@ for number, (there, planted, promise) in enumerate(FAULTS):
     if result.returncode != 1 or not any(re.search(promise, line) for line in broken):
         print(f"FAILED: not reported: {planted!r}; broken: {broken}")
         failures += 1
+    plan = re.search(r"^1\.\.(\d+)$", result.stdout, re.MULTILINE)
+    lines = re.findall(r"^(?:not )?ok ", result.stdout, re.MULTILINE)
+    if plan is None or int(plan.group(1)) != len(lines):
+        print(f"FAILED: the plan is not the number of lines: {result.stdout}")
+        failures += 1
 nothing = subprocess.run([SUITE, WORK / "none.so"], capture_output=True, text=True)
 if nothing.returncode != 2 or "none.so" not in nothing.stderr:
     print("FAILED: a missing library was not reported:", nothing)

@@ -1043,6 +1043,7 @@ int main(int argc, char **argv)
     }
     SERVICES(FIND)
     if (broken != 0) {
+        printf("1..%d\n", broken);
         return 1;
     }
 

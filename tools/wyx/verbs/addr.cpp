@@ -245,8 +245,8 @@ void NoteOctets(const std::string &text, std::vector<std::string> &notes)
     }
     if (hasZero) {
         notes.emplace_back(
-            "leading zeros are decimal here, but octal elsewhere: another parser "
-            "may read another address");
+            "leading zeros are decimal here, but octal or refused elsewhere: "
+            "another parser may read another address");
     }
     if (hasHex) {
         notes.emplace_back("hexadecimal octets are refused elsewhere");
