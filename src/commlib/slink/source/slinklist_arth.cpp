@@ -47,6 +47,7 @@ void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 /// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_SLL_Insert_Position enPosition, Gap &gap)
 {
+    // Compared first, because appending is usual.
     if (enPosition == XELP_SLL_Insert_After_LastNode) [[likely]] {
         gap = {head.ulLastNode, kNone};
         return true;
