@@ -87,7 +87,7 @@ struct StoredLine {
     bool isEnded = false;   // a CR was added to a line without a line end
 };
 
-/// All lines of a file. The library stops at a line that is too long; this list goes on after it.
+/// The lines of a file. The library stops at a line that is too long; this list goes on after it.
 struct StoredLines {
     std::vector<StoredLine> lines;
     std::size_t rest = 0; // number of the first physical line not read; 0 if all were

@@ -227,7 +227,7 @@ std::optional<Entry> ParseLine(std::string_view line)
     }
     line = WithoutBlanks(line);
     if (line.ends_with('\r')) {
-        line.remove_suffix(1); // from an editor that writes CR LF; in a name it would be escaped
+        line.remove_suffix(1); // from an editor that writes CR LF; our lists escape one in a name
     }
     const bool isEscaped = line.starts_with('\\');
     if (isEscaped) {
