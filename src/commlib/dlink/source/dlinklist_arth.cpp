@@ -28,12 +28,14 @@ void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 /// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
 {
+    // Compared first, because appending is usual.
+    if (enPosition == XELP_DLL_Insert_After_LastNode) [[likely]] {
+        gap = {head.pstruLastNode, nullptr};
+        return true;
+    }
     switch (enPosition) {
         case XELP_DLL_Insert_Front_FirstNode:
             gap = {nullptr, head.pstruFirstNode};
-            return true;
-        case XELP_DLL_Insert_After_LastNode:
-            gap = {head.pstruLastNode, nullptr};
             return true;
         case XELP_DLL_Insert_Front_CurNode:
             gap = {head.pstruNow->pstruPNode, head.pstruNow};
