@@ -1,5 +1,6 @@
-// The form for any CPU folds by sparse multiples of the polynomials. This meet-in-the-middle search
-// found those that are not powers of the CRC-16 polynomial. A polynomial x^a + x^b + ... is a
+// The form for any CPU folds by sparse multiples of the polynomials, and the form with AArch64's
+// CRC-32 instructions joins its parts by one. This meet-in-the-middle search found those that are
+// not powers of the CRC-16 polynomial. A polynomial x^a + x^b + ... is a
 // multiple of P if the remainders of its terms add up to 0. So the search tabulates the remainders
 // of all sums of a few terms; two sums with the same remainder make a multiple.
 #include <gtest/gtest.h>
@@ -143,6 +144,42 @@ TEST(SparseMultiples, Crc32Short)
     }
     EXPECT_EQ(Multiples(kCrc32, 85, 9, kHalfWord),
               (std::set<Exponents>{{85, 48, 41, 39, 17, 13, 6, 3, 0}}));
+}
+
+/// All sums of @p count terms out of x^0 to x^95 that have the remainder of x^uDegree.
+std::set<Exponents> SumsLike(unsigned uDegree, unsigned count)
+{
+    // Multiplied by x, so that the constant is a term like the others.
+    const auto remainders = Remainders(32, 0x04C11DB7, uDegree + 1);
+    const Sums sums(remainders, 96, count / 2);
+    std::set<Exponents> found;
+    Exponents exponents;
+    ForEachSum(remainders, 96, count - count / 2, exponents, remainders[uDegree + 1],
+               [&](const Exponents &terms, QAL_UINT32 ulSum) {
+                   sums.Find(ulSum, [&](const Exponents &rest) {
+                       Exponents all = terms;
+                       all.insert(all.end(), rest.begin(), rest.end());
+                       std::sort(all.begin(), all.end());
+                       if (std::adjacent_find(all.begin(), all.end()) == all.end()) {
+                           for (unsigned &uExponent : all) {
+                               --uExponent;
+                           }
+                           found.insert(all);
+                       }
+                   });
+               });
+    return found;
+}
+
+TEST(SparseMultiples, Crc32Join)
+{
+    // The lengths of a part that the loop can process: steps of 48 bytes, and then 16 bytes.
+    for (unsigned uPart = 48 + 16; uPart < 640; uPart += 48) {
+        for (unsigned count = 1; count <= 5; ++count) {
+            EXPECT_EQ(SumsLike(8 * uPart - 32, count), std::set<Exponents>{}) << uPart;
+        }
+    }
+    EXPECT_EQ(SumsLike(8 * 640 - 32, 5), (std::set<Exponents>{{26, 43, 62, 78, 95}}));
 }
 
 } // namespace

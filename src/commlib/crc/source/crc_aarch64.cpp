@@ -14,8 +14,8 @@ namespace {
 // parts of equal length are therefore processed side by side and then joined: the CRC v of a part
 // is carried over by adding v * x^(8 * kPart - 32) to the next part. The sparse multiple below
 // replaces this power of x by five lower ones, so that every bit added falls into the last 16 bytes
-// of that part. Of the lengths that the loop can process, 640 is the shortest for which there are
-// five such powers; the next is 2,896.
+// of that part. Of the lengths that the loop can process, 640 is the shortest for which five such
+// powers are enough (SparseMultiples.Crc32Join); the next is 2,896.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {
