@@ -236,7 +236,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * link itself is replaced by a file.
  *
  * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
- * fewer than 80 bytes are left. docs/round-trips.md lists the lines that come back changed.
+ * fewer than 80 bytes are left.
  *
  * @param[in]     filename        the target's name, borrowed
  * @param[in,out] pStructIniLine  the document, not null; it is taken, and its record is all zero
@@ -251,8 +251,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. With the default adapter a failed flush also has this status:
- *   docs/durability.md says what each of these cases leaves on disk
+ *   whole content. With the default adapter a failed flush also has this status
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
