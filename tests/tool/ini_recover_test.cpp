@@ -48,9 +48,9 @@ TEST_F(IniRecoverTest, ListAndShow)
               "  1  2023-11-14 22:15:00        12       3  net1700000100456.ibk "
               "(complete if the file existed when its save began)\n"
               "  2  2023-11-14 22:13:20         8       2  net1700000000123.ibk "
-              "(complete if the file existed when its save began)\n"
+              "(of an earlier save, may be cut off)\n"
               "  3  ?                           4       1  net99.ibk "
-              "(complete if the file existed when its save began)\n");
+              "(of an earlier save, may be cut off)\n");
     const json document = json::parse(Wyx({"ini", "recover", "--json", "net.ini"}, utc).out);
     EXPECT_EQ(document["exists"], false);
     EXPECT_EQ(document["leftovers"][0], json::parse(R"({"number": 1, "file": "net1700000100456.ibk",
@@ -161,7 +161,7 @@ TEST_F(IniRecoverTest, EmptyAndTruncatedLeftoversAreNotTrusted)
     Write(kNew, "");
     EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out,
                          {"0       0  " + Path(kNew) + " (empty)",
-                          "net1700000050000.ibk (looks truncated)", "(complete if the file"}));
+                          "net1700000050000.ibk (looks truncated)", "(of an earlier save"}));
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=1\n");
     for (const char *const number : {"1", "2"}) {
         const Outcome outcome = Wyx({"ini", "recover", target, "--restore", number});

@@ -264,8 +264,8 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "A save of the library writes the new content to a file '<FILE up to its "
                 "last dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
-                "left. It is complete if FILE existed when the save began and is gone now. "
-                "Otherwise it may end too early, and its content need not show that. Without an "
+                "left. The newest is complete if FILE existed when its save began and is gone now. "
+                "Any other may end too early, and its content need not show that. Without an "
                 "option, such files are listed, the newest first, with their size and whether they "
                 "look truncated.\n"
                 "\n"

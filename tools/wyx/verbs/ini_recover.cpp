@@ -38,8 +38,6 @@ struct Candidate {
     bool isTruncated = false; // no line end, or a backslash before it, as if a save was cut off
     bool isTrusted = false;   // its owner is this user or the file's, and it has no other hard link
     bool isSame = false;      // the same content as the file itself
-
-    bool IsSound() const { return loads && !bytes.empty() && !isTruncated && isTrusted; }
 };
 
 /// A leftover is examined, shown and restored through one descriptor, so that it is the same file
@@ -93,7 +91,8 @@ std::string TimeOf(const std::string &digits)
     return std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local) > 0 ? text : "?";
 }
 
-std::string Remark(const Candidate &candidate, bool isTargetThere)
+/// Why a leftover is restored only if the user insists; empty if nothing speaks against it.
+std::string Flaw(const Candidate &candidate)
 {
     if (!candidate.isTrusted) {
         return "somebody else's, or has further hard links";
@@ -104,14 +103,24 @@ std::string Remark(const Candidate &candidate, bool isTargetThere)
     if (candidate.bytes.empty()) {
         return "empty";
     }
-    if (candidate.isTruncated) {
-        return "looks truncated";
+    return candidate.isTruncated ? "looks truncated" : "";
+}
+
+std::string Remark(const Candidate &candidate, bool isTargetThere, bool isNewest)
+{
+    const std::string flaw = Flaw(candidate);
+    if (!flaw.empty()) {
+        return flaw;
     }
     if (candidate.isSame) {
         return "same as the file";
     }
-    return isTargetThere ? "differs from the file, may be cut off"
-                         : "complete if the file existed when its save began";
+    if (isTargetThere) {
+        return "differs from the file, may be cut off";
+    }
+    // Only the last save can have removed the file.
+    return isNewest ? "complete if the file existed when its save began"
+                    : "of an earlier save, may be cut off";
 }
 
 void PutRow(const std::string &number, const std::string &saved, const std::string &bytes,
@@ -152,7 +161,7 @@ ExitCode List(const std::string &target, const std::vector<Candidate> &candidate
         } else {
             PutRow(std::to_string(number), TimeOf(leftover.digits),
                    std::to_string(candidate.bytes.size()), std::to_string(candidate.lines),
-                   Shown(leftover.path) + " (" + Remark(candidate, isThere) + ")");
+                   Shown(leftover.path) + " (" + Remark(candidate, isThere, number == 1) + ")");
         }
     }
     if (isJson) {
@@ -164,7 +173,8 @@ ExitCode List(const std::string &target, const std::vector<Candidate> &candidate
 const Candidate &Choose(const std::vector<Candidate> &candidates, const std::string &word)
 {
     if (word == kNewest) {
-        const auto sound = std::ranges::find_if(candidates, &Candidate::IsSound);
+        const auto sound = std::ranges::find_if(
+            candidates, [](const Candidate &candidate) { return Flaw(candidate).empty(); });
         if (sound == candidates.end()) {
             throw Failure(ExitCode::kNo, "none of the files looks complete",
                           "name one by its number");
@@ -208,9 +218,9 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
         throw Failure(ExitCode::kMalformed, Quoted(leftover.path) + " does not load",
                       "'wyx ini check' lists what is wrong with it");
     }
-    if (!candidate.IsSound() && !arguments.Has("force")) {
+    if (!Flaw(candidate).empty() && !arguments.Has("force")) {
         throw Failure(ExitCode::kUsage,
-                      Quoted(leftover.path) + " is not restored: " + Remark(candidate, false),
+                      Quoted(leftover.path) + " is not restored: " + Flaw(candidate),
                       "--force restores it anyway");
     }
     const Target target(name, {.limit = kLargestFile, .mayBeMissing = true});
