@@ -16,8 +16,9 @@
  * **Text** is a byte string of no particular encoding. It ends at a NUL, except where a call takes
  * its length or its end. No result depends on whether the compiler's plain `char` is signed.
  *
- * **Threads.** Calls on different objects may run on any threads at once. Two threads must not use
- * the same object at once unless its header allows it.
+ * **Threads.** Calls on different objects may run on any threads at once, but a file may have only
+ * one saver at a time. Two threads must not use the same object at once unless its header allows
+ * it.
  *
  * **Targets** are 64-bit and little-endian; this header does not compile for any other.
  */
