@@ -154,9 +154,9 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * Changing bit 0x04 or 0x80 of an entry changes the parsers for every thread; do not do it while a
  * parser runs. Bit 0x04 decides which characters form a decimal octet; bit 0x80 decides which begin
  * a hexadecimal octet and which form the groups of an IPv6 address. The values of digits are not in
- * the table: if a character that has no value in its base is classed as a digit, an octet still has
- * the value that strtoul() reads, and core_td_hex4() counts the character as 0, unless it ends the
- * group.
+ * the table: if a character that has no value in its base is classed as a digit, a decimal octet
+ * still has the value that strtoul() reads, a hexadecimal octet that begins with the character is
+ * refused, and core_td_hex4() counts the character as 0, unless it ends the group.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
