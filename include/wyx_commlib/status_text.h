@@ -2,10 +2,10 @@
  * @file status_text.h
  * @brief What a status means, in words: one function for each error enumeration, inline.
  *
- * The texts are the enumerators' comments up to the first semicolon, copied here by
- * `scripts/make_status_text.py`; a number that two enumerators share has the texts of both. They
- * are for logs and messages and may be reworded in any release; programs should compare numbers. A
- * number means something only together with its module, so no one function covers all of them.
+ * `scripts/make_status_text.py` makes the texts from the enumerators' comments; a number that two
+ * enumerators share has the texts of both. They are for logs and messages and may be reworded in
+ * any release; programs should compare numbers. A number means something only together with its
+ * module, so no one function covers all of them.
  *
  * Any number of threads may call the functions.
  * @code{.c}
