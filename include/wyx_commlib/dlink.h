@@ -386,8 +386,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  *
  * The walk recognises an element by the address of its link node. If the callback removes the
  * element it was called for and inserts another, the new link node may get the address of the old
- * one. If it does, the walk continues after the new element; if not, it continues with the new
- * element. Rely on neither.
+ * one. So the walk may continue with the new element or after it: rely on neither.
  *
  * @param[in]     pstruHead          the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null

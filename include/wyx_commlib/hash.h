@@ -301,9 +301,8 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * them the walk may miss the rest of a bucket, visit entries again or never end.
  *
  * The walk recognises an entry by the address of its chain node. If the callback removes the entry
- * it was called for and saves another, the new chain node may get the address of the old one. If it
- * does, the walk continues after the new entry; if not, it continues with the new entry. Rely on
- * neither.
+ * it was called for and saves another, the new chain node may get the address of the old one. So
+ * the walk may continue with the new entry or after it: rely on neither.
  *
  * @param[in]     pstruHashHead      the handle, borrowed
  * @param[in]     pfunProcess        the callback, not null
