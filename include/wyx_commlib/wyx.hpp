@@ -188,7 +188,8 @@ class [[nodiscard]] result : public detail::outcome {
     T value_or(T other) &&noexcept { return std::move(has_value() ? value_ : other); }
 
 #if defined(__cpp_lib_expected)
-    /// Moves into a std::expected.
+    /// Moves into a std::expected: `std::expected<T, errc> e = std::move(r)`. For a bool, keep the
+    /// `=`: with `e(std::move(r))` or `e{std::move(r)}`, e would hold r.has_value().
     operator std::expected<T, errc>() &&
     {
         return has_value() ? std::expected<T, errc>(std::move(value_)) : std::unexpected(error());
