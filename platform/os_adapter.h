@@ -132,7 +132,7 @@ WYX_API QAL_INT32 XELP_Fgetc(XELP_S_File *pstruFile);
  * *Default adapter*: a step back of one byte after a read works for pipes, too. In a regular file
  * opened for reading, the position can move anywhere from the start to the end; in a pipe or
  * device, only within the part that is buffered. In a file opened for writing, it can move wherever
- * the system allows.
+ * the system allows, unless a write has failed.
  *
  * @param[in] pstruFile  an open file
  * @param[in] lOffset    distance in bytes
@@ -182,9 +182,9 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  *
  * *Default adapter*: never removes a directory. It may also report an earlier failure: see
  * XELP_Fclose(). If this process renamed a file whose name ended in ".ibk" within the last ten
- * seconds, and has not given that name to a file since, the next call for that name fails, once: a
- * file that now has the name may belong to another process. XELP_Fopen() says how many such renames
- * are remembered.
+ * seconds, and has not since opened that name for writing or renamed a file to it, the next call
+ * for that name fails, once: a file that now has the name may belong to another process.
+ * XELP_Fopen() says how many such renames are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, for example because there is no such file.
