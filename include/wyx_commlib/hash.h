@@ -21,7 +21,7 @@
  * XELP_Hash_SaveNode(table, name, nameLen + 1, person); // + 1 for the NUL; the table keeps person
  * void *found = NULL;
  * if (XELP_Hash_QueryNode(table, name, &found) == 0) {
- *     // found is the record, still stored; the cursor is on it
+ *     // found is the record, still stored
  * }
  * XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); // releases all key copies and persons
  * @endcode
@@ -31,21 +31,23 @@
  * as part of the key), or both functions know its length. The key copy is aligned like any
  * allocated block.
  *
- * **Ownership.** A call *borrows* the key you pass. The table *keeps* its copy of the key. When a
- * Remove or Delete call, or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes, passes the copy to
- * the key callback, the callback *takes* it and must release it with XELP_MemFreeD(). The table
- * *keeps* a stored user node until its entry leaves the table: a Remove call *hands* it *over*
- * to you, and a Delete call or XELP_Hash_DeInit() with #XELP_HASH_FreeUserNode_Yes passes it to the
- * node callback. After XELP_Hash_DeInit() with any other flag it is yours again. A user node that a
- * query returns stays in the table.
+ * **Ownership**, in the words that types.h defines. A call *borrows* the key you pass. The table
+ * *keeps* its copy of the key. When a Remove or Delete call, or XELP_Hash_DeInit() with
+ * #XELP_HASH_FreeUserNode_Yes, passes the copy to the key callback, the callback *takes* it and
+ * must release it with XELP_MemFreeD(). The table *keeps* a stored user node until its entry leaves
+ * the table. A Remove call *hands* the user node *over* to you. A Delete call or XELP_Hash_DeInit()
+ * with #XELP_HASH_FreeUserNode_Yes passes the user node to the node callback. After
+ * XELP_Hash_DeInit() with any other flag the user nodes are yours again. A user node that a query
+ * returns stays in the table.
  *
  * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
  * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
  * the number of entries you expect; a prime number helps with a weak hash function.
  *
- * **Cursor.** The cursor is on an entry or nowhere. It may be nowhere even if there are entries,
- * unlike the cursors of dlink.h and slink.h. A call that fails leaves the cursor where it is,
- * except a walk that its callback stops.
+ * **Cursor.** The cursor is the table's current position: on an entry or nowhere. RemoveCurNode and
+ * DeleteCurNode act on the entry at the cursor. The cursor may be nowhere even if there are
+ * entries, unlike the cursors of dlink.h and slink.h. A call that fails leaves the cursor where it
+ * is, except a walk (Process_List) that its callback stops.
  * - SaveNode puts the cursor on the new entry, QueryNode on the match;
  * - a Remove or Delete that removes an entry puts it on the next entry of the same bucket, or
  *   nowhere if the removed entry was the last of its bucket;
@@ -162,7 +164,9 @@ typedef struct xelpHash_S_Node {
     struct xelpHash_S_Node *pstruNNode; /**< the next entry of the bucket, or null */
 } Hash_S_Node;
 
-/** What a handle points to; the buckets follow it directly. For reading only. */
+/**
+ * The head of a table. A handle points to it, and the buckets follow it directly. For reading only.
+ */
 typedef struct xelpHash_S_Head {
     QAL_UINT32 ulHashSize;           /**< number of buckets */
     QAL_UINT32 ulNodeNum;            /**< number of entries */
@@ -254,8 +258,8 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
  * not found: the call sets the result to null, changes nothing else and returns 0.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
- * @param[out] pstruNode      the user node, handed over; null if nothing was removed; untouched
- *                            if an argument is refused
+ * @param[out] pstruNode      the user node, handed over; untouched if an argument is refused,
+ *                            otherwise null if nothing was removed
  * @return 0; #XELP_ERR_HASH_INVALID_PARA for a null argument; #XELP_ERR_HASH_NOW_NULL if the
  *         cursor is nowhere; #XELP_ERR_HASH_HASHVALUE.
  */
@@ -293,8 +297,9 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   bucket.
  * - nowhere: the walk leaves the bucket.
  *
- * At the end of a bucket, or when it leaves one, the walk starts the next bucket that it has not
- * started yet, even if the cursor has led it into that bucket before.
+ * The walk starts the buckets in order, each at its first entry. At the end of a bucket, or when it
+ * leaves one, it starts the bucket after the one that it started last, wherever the cursor has led
+ * it since then.
  *
  * So a callback may remove the entry it was called for, and the walk still visits each of the
  * others once. SaveNode, QueryNode and the removal of another entry move the cursor, too. After
