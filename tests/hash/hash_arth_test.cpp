@@ -1,7 +1,7 @@
 // Tests the hash table through its calls, and by looking at its head and chain nodes.
 //
-// Keys are strings of one letter, and user nodes are letters. Expected tables are strings such as
-// "[d]a|b|", which hash_calls.h explains.
+// Most keys are strings of one letter, and user nodes are letters. Expected tables are strings such
+// as "[d]a|b|", which hash_calls.h explains.
 #include "wyx_commlib/hash.h"
 
 #include <algorithm>
@@ -109,8 +109,8 @@ class HashTest : public PlatformTest {
 
     std::string Text() { return TextOf(table); }
 
-    /// The recorded memory calls as text: those of the table by kind, those of the key callback as
-    /// "key".
+    /// The recorded memory calls as text, such as "S 24, key, setNull, freeD": an allocation and
+    /// its size, a release by the key callback, and the two kinds of release by the table.
     std::string MemoryCalls() const
     {
         std::string text;
@@ -403,7 +403,7 @@ TEST_F(HashSearch, FindsTheEntryOfAKey)
         QAL_UINT32 ulStatus;
         const char *pszRemoved; // the table after a removal
         const char *pszQueried; // the table after a query
-        const char *pszCalls;   // of either call, without the releases
+        const char *pszCalls;   // calls of the hash function and the comparator
     } aCase[] = {
         // an empty table is reported before the key is hashed
         {"", '\0', 'a', XELP_ERR_HASH_NULL, "||", "||", ""},

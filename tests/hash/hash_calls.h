@@ -529,8 +529,8 @@ class RandomCalls {
     /// long.
     struct WalkState {
         RandomCalls &calls;
-        char chNext = '\0';         ///< the next entry of the chain; '\0' at its end
-        std::size_t nextBucket = 0; ///< the bucket that the walk starts after that
+        char chNext = '\0';         ///< the next entry of the current chain; '\0' if none
+        std::size_t nextBucket = 0; ///< the bucket that the walk starts after that chain
         int visits = 0;
         bool hasStopped = false;
         void *pOther = nullptr;
@@ -577,7 +577,8 @@ class RandomCalls {
         const auto uVisited = reinterpret_cast<std::uintptr_t>(head.pstruNow);
         StepInCallback(2);
         g_calls.clear();
-        // A walk compares addresses only: it takes a new entry at the old address for the old one.
+        // A walk compares addresses only: it mistakes a new entry at the old address for the old
+        // entry.
         walk.chNext = cursor_;
         if (cursor_ != '\0' && reinterpret_cast<std::uintptr_t>(head.pstruNow) == uVisited) {
             const Bucket &bucket = BucketOf(cursor_);
