@@ -122,8 +122,8 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
     XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, text other than a comment
                                               after a header, or a text without a comment */
-    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a line that is an empty string,
-                                              or text too long for one line */
+    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument or pStrLine, a line that is an
+                                              empty string, or text too long for one line */
 } xelpIniErrCode;
 
 /** Kinds of a stored line. */
@@ -251,7 +251,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. With the default adapter a failed flush also has this status
+ *   whole content. With the default adapter a failure to write out or flush the content also has
+ *   this status
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);

@@ -175,8 +175,8 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
             return "a line of no known kind, text other than a comment after a header, or a text "
                    "without a comment";
         case 170:
-            return "a null argument, a line that is an empty string, or text too long for one "
-                   "line";
+            return "a null argument or pStrLine, a line that is an empty string, or text too "
+                   "long for one line";
         case 180:
             return "the new file cannot be written, or its name is taken, or malformed value";
         case 190:
