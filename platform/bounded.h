@@ -52,7 +52,8 @@ WYX_API QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte
  *
  * The bound counts the text *without* its terminator, unlike the bounds of wyx_strcat_s() and
  * wyx_sprintf_s(): a source of exactly @p ulDestMax bytes is copied whole, so the block must hold
- * @p ulDestMax + 1. The library may pass exactly the length of the text that it copies.
+ * @p ulDestMax + 1. An adapter must not refuse such a source: the library may pass the exact length
+ * of the source as the bound.
  *
  * @param[out] pszDest    the destination; empty on failure
  * @param[in]  ulDestMax  length of the longest text that fits, in bytes

@@ -8,11 +8,13 @@
  *
  * The blocks released last are held back: up to 1,024 blocks, and up to 1 MiB unless the last one
  * alone is larger. While a block is held back, its memory is not reused. If it is released again,
- * the message names the lines of the allocation and of both releases; without memory to record the
- * first release, it names the allocating line instead. Later, the message names the line of the
- * second release and, if a newer block contains the address, the line that allocated that block. If
- * a live block starts at the address by then, there is no message: the second release takes that
- * block from its owner.
+ * the message names the line that allocated it and the lines of both releases. If there was no
+ * memory to record the line of the first release, the allocating line is named in its place.
+ *
+ * If a block is released again when it is no longer held back, the message names the line of the
+ * second release and, if a newer block contains the address, the line that allocated the newer
+ * block. If a live block now starts at that address, there is no message: the second release takes
+ * the live block from its owner.
  *
  * XELP_MemMallocD() fills a block with 0xA5, and a release fills the bytes requested with 0x5A.
  * The adapter does not notice a write to a released block or past a block's end.
@@ -31,7 +33,7 @@ typedef struct wyxMem_S_Use {
     QAL_ULONG ulLiveBlocks;  /**< blocks handed out and not released */
     QAL_ULONG ulLiveBytes;   /**< their size */
     QAL_ULONG ulPeakBlocks;  /**< the most blocks that were live at once */
-    QAL_ULONG ulPeakBytes;   /**< the most bytes that were live at once, perhaps at another time */
+    QAL_ULONG ulPeakBytes;   /**< the most bytes live at once, not always at the peak of blocks */
     QAL_ULONG ulTotalBlocks; /**< all blocks ever handed out */
     QAL_ULONG ulTotalBytes;  /**< their size */
 } wyxMem_S_Use;
@@ -59,8 +61,9 @@ typedef struct wyxMem_S_Block {
 WYX_API void wyx_mem_use(wyxMem_S_Use *pstruUse);
 
 /**
- * @brief The memory use of each call site that ever got a block, in the order of their first calls,
- * to allocate or to release.
+ * @brief The memory use of each call site that ever got a block.
+ *
+ * The list is in the order in which the call sites first requested or released a block.
  *
  * @param[out] pstruSites  room for the call sites; may be null if @p ulMax is 0
  * @param[in]  ulMax       how many fit there; the rest are left out

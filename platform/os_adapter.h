@@ -3,8 +3,8 @@
  * @brief The platform services that the library needs: memory, files, the clock and strings.
  *
  * The shared library reaches the symbols of this header and of bounded.h through the dynamic
- * linker. So a client can put an adapter of its own in place of libwyx_os_adapter, and a test can
- * put a double in front of it.
+ * linker. So a client can put an adapter of its own in place of libwyx_os_adapter, the default
+ * adapter, and a test can put a double in front of it.
  *
  * This page is the contract that every adapter must keep. Promises that only the default adapter
  * makes are marked *Default adapter*.
@@ -15,7 +15,7 @@
  * if (file != NULL) {
  *     int isWhole = XELP_Fwrite(text, 1, len, file) == len;
  *     if (XELP_Fclose(file) != 0 || !isWhole) {
- *         if (XELP_Remove("list.new") != 0) { // it may only have reported that the close failed
+ *         if (XELP_Remove("list.new") != 0) { // it can fail just because the close failed
  *             XELP_Remove("list.new");
  *         }
  *     } else {
@@ -104,10 +104,11 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * error. Opening a FIFO waits until its other end has been opened. For writing, a name that is
  * itself a symbolic link is refused. A failed call leaves no new file and changes no old one.
  *
- * *Default adapter*: if this process could not open a name that ends in ".ibk" for reading, its
- * next attempt to open that name for writing within ten seconds fails if the name exists by then:
- * the file may belong to another process's save. The last 64 such failures and renames (see
- * XELP_Remove()) are remembered.
+ * *Default adapter*: a save of the INI module writes a new file whose name ends in ".ibk". After
+ * this process has failed to open such a name for reading, its next attempt within ten seconds to
+ * open that name for writing fails if the name exists by then: the file may belong to another
+ * process's save. The adapter remembers the last 64 events, counting both these failures to open a
+ * file for reading and the renames that XELP_Remove() describes.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -164,13 +165,14 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * @brief Closes a file.
  *
  * *Default adapter*: writes out what is still buffered, and flushes the file and then its directory
- * to the device. If any step fails, this call fails; but if a directory cannot be opened, here or
- * in XELP_Rename(), sync() flushes it and reports no failure. Because callers rarely check, the
- * same thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else, so
- * that the old file survives. (If the failure cannot be stored for the thread, the next such call
- * of any thread fails instead.) If XELP_Fwrite() already reported a failure, the file is not
- * flushed, and only this call fails. With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is
- * flushed here or in XELP_Rename(), and a power cut can destroy the files written last.
+ * to the device. If any step fails, this call fails. A directory that cannot be opened, here or in
+ * XELP_Rename(), is flushed by sync(), which reports no failure. Because callers rarely check, the
+ * same thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else: the
+ * file that it would have removed or replaced survives. (If the failure cannot be stored for the
+ * thread, the next such call of any thread fails instead.) If XELP_Fwrite() already reported a
+ * failure, this call fails without flushing the file, and no later call reports the failure again.
+ * With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is flushed here or in XELP_Rename(), and
+ * a power cut can destroy the files written last.
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if writing out, flushing or closing the file failed.
@@ -181,10 +183,10 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * @brief Removes a file.
  *
  * *Default adapter*: never removes a directory. It may also report an earlier failure: see
- * XELP_Fclose(). If this process renamed a file whose name ended in ".ibk" within the last ten
- * seconds, and has not since opened that name for writing or renamed a file to it, the next call
- * for that name fails, once: a file that now has the name may belong to another process.
- * XELP_Fopen() says how many such renames are remembered.
+ * XELP_Fclose(). After this process has renamed a file whose name ended in ".ibk", the next call
+ * for the old name fails, once: a file that has that name by then may belong to another process.
+ * The adapter forgets the rename after ten seconds, or once this process opens the old name for
+ * writing or renames a file to it. XELP_Fopen() says how many such renames are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, for example because there is no such file.
@@ -213,8 +215,8 @@ WYX_API QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNew
  *
  * *Default adapter*: milliseconds since 1970-01-01 00:00 UTC. A process never gets a value twice:
  * if it asks more often than once a millisecond, or if the clock is set back, each call returns one
- * more than the call before, until the clock has caught up. So two saves in one process never
- * write to the same new file.
+ * more than the call before, until the clock has caught up. A save puts the time into the name of
+ * its new file, so two saves in one process never write to the same new file.
  *
  * @return a count of milliseconds.
  */
@@ -262,7 +264,7 @@ WYX_API QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub);
 /**
  * @brief Compares two strings without regard to the case of ASCII letters.
  *
- * For the order, every ASCII letter counts as a small one, so `_` sorts before `A`.
+ * For the order, every ASCII letter counts as lower case, so `_` sorts before `A`.
  *
  * @param[in] pszLeft   a string
  * @param[in] pszRight  another
