@@ -5,7 +5,7 @@
 #include "wyx_commlib/types.h"
 
 /// An open file as its caller holds it: a Reader or a Writer. A writer never has a byte to read or
-/// to step back to, so XELP_Fgetc() and XELP_Fseek() check the kind only in unusual cases.
+/// to step back over, so the usual paths of XELP_Fgetc() and XELP_Fseek() need not check the kind.
 ///
 /// Positions in the buffer count back from its end: reading a byte then takes one addition, which
 /// also shows whether there is a byte left.

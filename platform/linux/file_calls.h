@@ -1,5 +1,6 @@
 // The system calls for files, except fstat() and lseek(). Only these functions rely on what Linux
-// does beyond POSIX, at the comments that begin with "Linux:". In a port, check those places first.
+// does beyond POSIX; a comment that begins with "Linux:" marks each such place. In a port, check
+// those places first.
 #ifndef WYX_PLATFORM_LINUX_FILE_CALLS_H
 #define WYX_PLATFORM_LINUX_FILE_CALLS_H
 
@@ -38,10 +39,10 @@ ssize_t Read(int iFd, QAL_UINT8 *pucTo, QAL_ULONG ulRoom);
 /// Writes bytes and returns how many; fewer than requested on failure.
 QAL_ULONG Write(int iFd, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 
-/// Writes what a file or directory holds to its device.
+/// Flushes a file or directory to its device.
 bool Flush(int iFd);
 
-/// Writes everything to its device.
+/// Flushes all file systems to their devices.
 void FlushEverything();
 
 /// Reserves blocks for a range of a file, which may extend past the file's end, without changing

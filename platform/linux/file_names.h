@@ -1,12 +1,12 @@
-// Names under which this process has no file, because it has just found none there or has renamed
-// its own. A file that appears under such a name belongs to another process, and must not be
-// emptied or removed.
+// Names under which this process has just found no file that it can read, or from which it has just
+// renamed a file away. A file that then appears under such a name may belong to another process,
+// and must not be emptied or removed.
 //
-// A save first checks that the name of its new file is free. It then creates the file, renames it,
-// and finally removes the new file's old name, in case it is still there. Two processes that save
-// the same target in the same millisecond choose the same name. Without these notes, the later one
-// could empty the file that the earlier one has just completed, or the earlier one could remove
-// what the later one has just created, and no content would be left.
+// A save first checks that the name of its new file is free. It then creates the file, gives it the
+// target's name, and finally removes the first name, in case the renaming left it there. Two
+// processes that save the same target in the same millisecond choose the same name for their new
+// files. If such names were not noted, one process could empty the file that the other has just
+// completed, or remove the file that the other has just created, and no content would be left.
 #ifndef WYX_PLATFORM_LINUX_FILE_NAMES_H
 #define WYX_PLATFORM_LINUX_FILE_NAMES_H
 

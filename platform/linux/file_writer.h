@@ -3,7 +3,7 @@
 // One system call per line would make large files slow, but buffered bytes could be lost to a full
 // disk after they were reported as written. So blocks are reserved ahead, and only bytes that have
 // a block are buffered; all others go to the kernel at once. A small file reserves one block at a
-// time: releasing unused ones would cost more system calls.
+// time, so that it has no unused blocks: releasing them would cost more system calls.
 #ifndef WYX_PLATFORM_LINUX_FILE_WRITER_H
 #define WYX_PLATFORM_LINUX_FILE_WRITER_H
 

@@ -227,8 +227,8 @@ void ForgetOldest()
     std::free(pstruBlock);
 }
 
-/// Prints what is known about a pointer that must not be released, and aborts. Unlocks first, so
-/// that a handler of the signal can still allocate.
+/// Prints what is known about a pointer that must not be released, and aborts. Unlocks before it
+/// aborts, so that a SIGABRT handler can still allocate.
 [[noreturn]] void Refuse(const void *pMemory, const Block *pstruBlock, const QAL_CHAR *pszFile,
                          QAL_UINT32 ulLine)
 {

@@ -1,5 +1,5 @@
-// What the default adapter does beyond the contract, and what a *Kept* comment in its source names.
-// tests/adapter tests the contract itself.
+// What the default adapter does beyond the contract, and the test that a *Kept* comment in its
+// source names. tests/adapter tests the contract itself.
 #include <gtest/gtest.h>
 
 #include "bounded.h"

@@ -975,8 +975,8 @@ TEST_F(FileFailure, LastFailureOfAThreadIsReported)
     ExpectPending(EDQUOT);
 }
 
-/// A thread that could not store its failure must not remove what is still needed, so another
-/// thread's call may fail instead.
+/// A failure that cannot be stored for its thread makes the next removal or renaming fail, in any
+/// thread.
 TEST_F(FileFailure, FailureItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks)
 {
     for (const bool isOther : {false, true}) {
@@ -994,7 +994,8 @@ TEST_F(FileFailure, FailureItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks
     }
 }
 
-/// One report is enough to keep what is still needed, so these failures are not counted.
+/// Failures that cannot be stored for their threads are not counted: only the last of them is
+/// reported.
 TEST_F(FileFailure, FailuresThatCannotBeKeptAreReportedAsOne)
 {
     for (const int iError : {EIO, EDQUOT}) {

@@ -483,7 +483,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
     EXPECT_DEATH(releaseInsideOfOneThere(), "foreign.c:92 releases .*, which lies inside a block");
 }
 
-/// A handler of the signal, which may write a report, can still allocate.
+/// A SIGABRT handler, which may write a report, can still allocate.
 TEST_F(MemoryAccountingDeathTest, AbortHandlerCanAllocate)
 {
     const auto releaseForeign = [] {

@@ -1,4 +1,4 @@
-/* Checks the platform's headers in plain C99, included twice: calls with C linkage. */
+/* Checks the platform's headers in plain C99, included twice: sizes, and calls with C linkage. */
 #include "bounded.h"
 #include "mem_accounting.h"
 #include "os_adapter.h"

@@ -2,8 +2,8 @@
 // adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
 // It records every call, can make any of them fail, be interrupted or do only part of its work,
-// and knows which descriptors and blocks are held. Calls that it does not make fail go through to
-// the system, except sync().
+// and knows which descriptors and blocks are held. Except for sync(), a call that is not made to
+// fail goes through to the system.
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 
@@ -55,8 +55,8 @@ class SystemDouble {
     /// The calls for files since Reset(), as "open a, fsync a, ..."; names are relative to @p
     /// folder, which itself shows as ".".
     std::string Trace(const std::string &folder) const;
-    /// How many bytes were written since Reset(), and up to where blocks are reserved after them
-    /// without a gap.
+    /// How many bytes were written since Reset(), and where the blocks end that are reserved after
+    /// those bytes without a gap.
     std::size_t Written() const { return written_; }
     off_t ReservedUpTo() const { return reserved_; }
 

@@ -9,7 +9,8 @@
 namespace {
 
 constexpr std::size_t kSize = 64;
-const void *volatile pWatched = nullptr; // volatile: the compiler assumes that free() reads neither
+// Both are volatile, because the compiler assumes that free() uses neither.
+const void *volatile pWatched = nullptr;
 volatile int iFirstByte = -1;
 
 } // namespace
