@@ -12,26 +12,27 @@
  * XELP_DLinkList_Insert(list, person, XELP_DLL_Insert_After_LastNode); // the list keeps person
  * void *found = NULL;
  * if (XELP_DLinkList_Query(list, "Ada", NULL, &found) == 0) {
- *     // found is the record, still stored; the cursor is on it
+ *     // found is the record, still stored
  * }
  * XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_Yes); // releases every person still stored
  * @endcode
  *
- * **Ownership.** The list *keeps* a stored user node until it leaves the list: a Remove call
- * *hands* it *over* to you, and a Delete call or XELP_DLinkList_Deinit() with
- * #XELP_DLL_FreeUserNode_Yes passes it to the list's release callback. After
- * XELP_DLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
- * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice.
+ * **Ownership**, in the words that types.h defines. The list *keeps* a stored user node until it
+ * leaves the list. A Remove call *hands* the user node *over* to you. A Delete call or
+ * XELP_DLinkList_Deinit() with #XELP_DLL_FreeUserNode_Yes passes the user node to the list's
+ * release callback. After XELP_DLinkList_Deinit() with any other flag the user nodes are yours
+ * again. A user node that a Query or Get call returns stays in the list. One record may be stored
+ * twice; both elements then share it, and deleting both releases it twice.
  *
- * **Cursor.** A list that is not empty has its cursor on one of its elements; an empty list has
- * none. A call that fails leaves the cursor where it is, except a walk that its callback stops.
+ * **Cursor.** The cursor is the list's current position: it is on one of the elements, or nowhere
+ * if the list is empty. A call that fails leaves the cursor where it is, except a walk
+ * (Process_List) that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
- * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
- *   if that was the last element, on its predecessor;
- * - Process_List leaves it on the last element visited, unless the callback moved it;
- * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave it alone.
+ * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
+ * - every Remove and every Delete that succeeds puts the cursor on the successor of the removed
+ *   element or, if that was the last element, on its predecessor;
+ * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
+ * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave the cursor alone.
  *
  * A Remove or Delete moves the cursor even if the cursor was on another element.
  *
@@ -132,7 +133,7 @@ typedef struct xelpDLinkList_S_Node {
     void *pstruUserNode;                     /**< the user node, never null */
 } DLinkList_S_Node;
 
-/** What a handle points to. For reading only. */
+/** The head of a list. A handle points to it. For reading only. */
 typedef struct xelpDLinkList_S_Head {
     DLinkList_S_Node *pstruFirstNode;     /**< the first link node; null if the list is empty */
     DLinkList_S_Node *pstruLastNode;      /**< the last link node; null if the list is empty */

@@ -16,21 +16,22 @@
  * XELP_SLinkList_Deinit(list, XELP_SLL_FreeUserNode_Yes); // releases every person still stored
  * @endcode
  *
- * **Ownership.** The list *keeps* a stored user node until it leaves the list: a Remove call
- * *hands* it *over* to you, and a Delete call or XELP_SLinkList_Deinit() with
- * #XELP_SLL_FreeUserNode_Yes passes it to the list's release callback. After
- * XELP_SLinkList_Deinit() with any other flag it is yours again. A user node that a Query or Get
- * call returns stays in the list. One record may be stored twice; both elements then share it, and
- * deleting both releases it twice.
+ * **Ownership**, in the words that types.h defines. The list *keeps* a stored user node until it
+ * leaves the list. A Remove call *hands* the user node *over* to you. A Delete call or
+ * XELP_SLinkList_Deinit() with #XELP_SLL_FreeUserNode_Yes passes the user node to the list's
+ * release callback. After XELP_SLinkList_Deinit() with any other flag the user nodes are yours
+ * again. A user node that a Query or Get call returns stays in the list. One record may be stored
+ * twice; both elements then share it, and deleting both releases it twice.
  *
- * **Cursor.** A list that is not empty has its cursor on one of its elements; an empty list has
- * none. A call that fails leaves the cursor where it is, except a walk that its callback stops.
+ * **Cursor.** The cursor is the list's current position: it is on one of the elements, or nowhere
+ * if the list is empty. A call that fails leaves the cursor where it is, except a walk
+ * (Process_List) that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
- * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move it by one element;
- * - every Remove and every Delete that succeeds puts it on the successor of the removed element or,
- *   if that was the last element, on its predecessor;
- * - Process_List leaves it on the last element visited, unless the callback moved it;
- * - the other Get calls leave it alone.
+ * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
+ * - every Remove and every Delete that succeeds puts the cursor on the successor of the removed
+ *   element or, if that was the last element, on its predecessor;
+ * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
+ * - the other Get calls leave the cursor alone.
  *
  * A Remove or Delete moves the cursor even if the cursor was on another element.
  *
@@ -134,7 +135,8 @@ typedef struct xelpSLinkList_S_Node {
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
 
-/** What a handle points to; the slots follow it directly. For reading only. */
+/** The head of a list. A handle points to it, and the slots follow it directly. For reading only.
+ */
 typedef struct xelpSLinkList_S_Head {
     QAL_UINT32 ulFirstNode;               /**< the first element; none if the list is empty */
     QAL_UINT32 ulLastNode;                /**< the last element; none if the list is empty */
