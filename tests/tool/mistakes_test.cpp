@@ -191,6 +191,8 @@ TEST_F(MistakesTest, FailureAsJson)
          {std::vector<std::string>{"ini", "sections", "none.ini", "--json"},
           std::vector<std::string>{"sum", "--json", "--md6"},
           std::vector<std::string>{"ini", "get", "--format=sh", "net.ini", "net", "--json"},
+          std::vector<std::string>{"ini", "get", "--format=sh", "net.ini", "net", "port", "--json"},
+          std::vector<std::string>{"ini", "recover", "net.ini", "--show", "1", "--json"},
           std::vector<std::string>{"ini", "set", "-", "net", "k=1", "--json"},
           std::vector<std::string>{"ini", "--json"}}) {
         const Outcome outcome = Wyx(arguments, here);

@@ -492,7 +492,8 @@ std::unique_ptr<IniText> Editor::Finish() const
             expected.push_back(changed_ == i ? std::nullopt : std::optional(i));
         }
     }
-    const bool isEndAdded = Count() > 0 && text_.Lines().back().isEnded && added_ > 0;
+    const bool isEndAdded =
+        added_ > 0 && Count() > 0 && LineEndLength(text_.BytesOf(Count() - 1)) == 0;
     std::size_t at = 0;
     const auto isSame = [&](std::size_t old) {
         const std::string_view text = text_.Lines()[old].text;

@@ -196,6 +196,7 @@ ExitCode RunIniKeys(const Arguments &arguments)
 ExitCode RunIniGet(const Arguments &arguments)
 {
     static constexpr std::string_view kFormats[] = {"sh", "lines", "json"};
+    arguments.RequireWithout("format", {"json"});
     const std::optional<std::string> format = arguments.Value("format");
     if (format && std::ranges::find(kFormats, *format) == std::end(kFormats)) {
         throw arguments.Misuse("no format " + Quoted(*format), "the formats are: sh, lines, json");
@@ -207,7 +208,7 @@ ExitCode RunIniGet(const Arguments &arguments)
     const std::string &section = arguments[1];
     const std::string &key = arguments[2];
     if (arguments.Count() < 3) {
-        arguments.RequireWithout("format", {"default", "json"});
+        arguments.RequireWithout("format", {"default"});
         return PutFormatted(*format, section, SectionOf(text, section));
     }
     std::optional<std::string> value = arguments.Value("default");

@@ -245,6 +245,7 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
 ExitCode RunIniRecover(const Arguments &arguments)
 {
     arguments.RequireOneOf({"show", "restore"});
+    arguments.RequireWithout("show", {"json"});
     arguments.RequireWith("restore", {"force"});
     const std::string &target = arguments[0];
     const std::vector<Candidate> candidates = ExamineAll(target);
