@@ -249,7 +249,8 @@ class c_text {
 
 /// A borrowed piece of memory: any range of trivially copyable elements that has std::data() and
 /// std::size(), or a text without its NUL. A `char[]` counts as a text and must contain a NUL; to
-/// pass the whole array, pass its size as well.
+/// pass the whole array, pass its size as well. Another type that converts to std::string_view,
+/// such as std::pmr::string, must be converted first.
 class bytes {
     const void *data_;
     std::size_t size_;
