@@ -185,8 +185,8 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  * *Default adapter*: never removes a directory. It may also report an earlier failure: see
  * XELP_Fclose(). After this process has renamed a file whose name ended in ".ibk", the next call
  * for the old name fails, once: a file that has that name by then may belong to another process.
- * The adapter forgets the rename after ten seconds, or once this process opens the old name for
- * writing or renames a file to it. XELP_Fopen() says how many such renames are remembered.
+ * The adapter forgets the rename after ten to eleven seconds, or once this process opens the old
+ * name for writing or renames a file to it. XELP_Fopen() says how many such renames are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, for example because there is no such file.
