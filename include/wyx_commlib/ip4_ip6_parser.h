@@ -99,8 +99,9 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
  * XELP_Parse_IPV4() accepts without a port, up to the end of the text. The address begins with the
  * bytes of the head; bytes that come from neither the head, the run nor the four octets are 0.
- * Where a run and the head overlap, the run wins (`1:2:3:4:5:6:7::8:9` loses its seventh group);
- * bytes of a run that would be before byte 0 are dropped.
+ * Where a run or the four octets overlap the head, they win (`1:2:3:4:5:6:7::8:9` and
+ * `1:2:3:4:5:6:7.1.2.3.4` lose their seventh group); bytes of a run that would be before byte 0 are
+ * dropped.
  *
  * - *Refused*: status 30, outputs untouched.
  * - *Failed*: status 30, outputs written. But if another colon comes next, it is taken for the
