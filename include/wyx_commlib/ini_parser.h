@@ -6,8 +6,8 @@
  * lines that no edit touched, but not always byte for byte. It folds lines of 80 bytes or more, and
  * some of these come back changed at the next load: with an LF instead of a CR LF, for example.
  * Continued lines are written joined, a last line without a line end gets a CR, and text after a
- * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns of lines that a save
- * would change.
+ * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns if a save would change a
+ * file.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
@@ -251,8 +251,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. With the default adapter a failure to write out or flush the content also has
- *   this status
+ *   whole content. With the default adapter a failure to write out the content, or to flush it or a
+ *   directory, also has this status
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
