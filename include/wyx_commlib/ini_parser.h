@@ -6,8 +6,8 @@
  * lines that no edit touched, but not always byte for byte. It folds lines of 80 bytes or more, and
  * some of these come back changed at the next load: with an LF instead of a CR LF, for example.
  * Continued lines are written joined, a last line without a line end gets a CR, and text after a
- * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns if a save would change a
- * file.
+ * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns if a save would
+ * change a file.
  *
  * @code{.c}
  * XELP_IN_S_INI_FILE_STRUCT doc;
