@@ -2,8 +2,9 @@
 //
 // A save writes the new content to a new file, removes the target, and gives the new file the
 // target's name. Until then the new file's name is the target's path up to its last dot, a time in
-// milliseconds, and ".ibk". A crash leaves it there. If the target existed and is gone now, the new
-// file is complete: a save removes the target only after it has written the new file.
+// milliseconds, and ".ibk". A crash leaves it there. If the target existed and is gone now, and
+// nothing else removed it, the new file is complete: a save removes the target only after it has
+// written the new file.
 #ifndef WYX_TOOL_RECOVERY_H
 #define WYX_TOOL_RECOVERY_H
 
