@@ -76,9 +76,10 @@ constexpr Command kCommands[] = {
                 {'z', "zero", "", "end each line with a NUL byte, and escape no name"},
                 {'\0', "ignore-missing", "",
                  "with -c: do not report files that are missing; fail if no file was verified"},
-                {'q', "quiet", "", "with -c: do not report files that match"},
+                {'q', "quiet", "", "with -c: do not report files that match, except in JSON"},
                 {'s', "status", "",
-                 "with -c: write errors only; the exit code says whether all sums match"},
+                 "with -c: write errors only, except in JSON; the exit code says whether all "
+                 "sums match"},
                 {'\0', "strict", "", "with -c: exit with 4 if a line is improperly formatted"},
                 {'w', "warn", "", "with -c: warn about each improperly formatted line"},
                 kJson,
