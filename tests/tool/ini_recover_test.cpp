@@ -46,7 +46,7 @@ TEST_F(IniRecoverTest, ListAndShow)
     EXPECT_EQ(list.out,
               "  N  SAVED                   BYTES   LINES  FILE\n"
               "  1  2023-11-14 22:15:00        12       3  net1700000100456.ibk "
-              "(complete if the file existed when its save began)\n"
+              "(complete if its save removed the file)\n"
               "  2  2023-11-14 22:13:20         8       2  net1700000000123.ibk "
               "(of an earlier save, may be cut off)\n"
               "  3  ?                           4       1  net99.ibk "

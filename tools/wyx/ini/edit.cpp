@@ -409,8 +409,10 @@ void Editor::Insert(std::size_t before)
         if (parts.kind == INI_KEYVALUE_LINE && !owners_[i]) {
             style = StyleOf(i);
             last = LastLineOf(i);
-        } else if (!style && parts.IsUnreadable()) {
-            last = i; // whatever this line is, the new one must not separate it from its header
+        } else if (!style && !owners_[i] && parts.IsUnreadable()) {
+            // Whatever this line is, the new one must not separate it from its header, nor from
+            // the lines that are indented below it.
+            last = LastLineOf(i);
         }
     }
     if (!style) {

@@ -119,7 +119,7 @@ std::string Remark(const Candidate &candidate, bool isTargetThere, bool isNewest
         return "differs from the file, may be cut off";
     }
     // Only the last save can have removed the file.
-    return isNewest ? "complete if the file existed when its save began"
+    return isNewest ? "complete if its save removed the file"
                     : "of an earlier save, may be cut off";
 }
 
