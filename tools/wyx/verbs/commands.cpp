@@ -268,12 +268,13 @@ constexpr Command kCommands[] = {
                 "left. The newest is complete if FILE existed when its save began, is gone now, "
                 "and nothing else removed it. Any other may end too early, and its content need "
                 "not show that. Without an option, such files are listed, the newest first, with "
-                "their size and whether they look truncated.\n"
+                "their size and a remark, for example that they look truncated.\n"
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
-                "FILE.old1, FILE.old2, ... It refuses content that does not load. 'newest' is the "
-                "newest file that loads, is not empty, does not look truncated, and is yours or "
-                "FILE's owner's, without further hard links.",
+                "FILE.old1, FILE.old2, ...; if FILE is a symbolic link, beside the file it leads "
+                "to, under that file's name. It refuses content that does not load. 'newest' is "
+                "the newest file that loads, is not empty, does not look truncated, and is yours "
+                "or FILE's owner's, without further hard links.",
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",
