@@ -40,7 +40,10 @@
 
 WYX_C_BEGIN
 
-/** Statuses of all calls here; 0 is success. The values are ABI: never renumbered, never reused. */
+/**
+ * Statuses of all calls here except core_td_convert_hex(); 0 is success. The values are ABI: never
+ * renumbered, never reused.
+ */
 typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
     XELP_OK_HAVE_PORT = 1,                   /**< success, and the IPv4 text carried a port */
     XELP_ERR_PARSE_IPV4V6_INVALID_PARA = 10, /**< a pointer is null; nothing was written */
