@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "bounded.h"
 #include "harness.h"
 #include "os_adapter.h"
 #include "wyx_commlib/ini_parser.h"
@@ -161,56 +160,6 @@ std::string ShownByInih(const std::string &name)
     return text;
 }
 
-/// Room for @p ulCount lines, filled with zeros.
-QAL_INT8 **MakeSlots(QAL_ULONG ulCount)
-{
-    const QAL_ULONG ulSize = ulCount * sizeof(QAL_INT8 *);
-    void *const pBlock = XELP_MemMallocD(static_cast<QAL_UINT32>(ulSize), __LINE__, __FILE__);
-    wyx_memset_s(pBlock, ulSize, 0, ulSize);
-    return static_cast<QAL_INT8 **>(pBlock);
-}
-
-/// Makes the calls to the adapter that a load and a release of this file need, and does as little
-/// as possible beside them. The lines must end in LF. Returns the number of lines.
-QAL_ULONG CallAdapterOnly(const char *pszName)
-{
-    QAL_ULONG ulSlots = 200;
-    QAL_ULONG ulLines = 0;
-    QAL_INT8 **ppszLines = MakeSlots(ulSlots);
-    XELP_S_File *const pFile = XELP_Fopen(pszName, "r");
-    for (QAL_INT32 lByte = 0; lByte != -1; XELP_Fseek(pFile, -1, 1)) {
-        QAL_INT8 line[514];
-        wyx_memset_s(line, sizeof line, 0, sizeof line);
-        QAL_INT8 *pszNext = line;
-        while ((lByte = XELP_Fgetc(pFile)) > '\n') {
-            *pszNext++ = static_cast<QAL_INT8>(lByte);
-        }
-        if (lByte == -1) {
-            break;
-        }
-        *pszNext++ = '\n';
-        lByte = XELP_Fgetc(pFile); // an LF is followed by a look at the next byte
-        const QAL_UINT32 ulLen = XELP_StrLen(line);
-        ppszLines[ulLines] =
-            static_cast<QAL_INT8 *>(XELP_MemMallocD(ulLen + 1, __LINE__, __FILE__));
-        wyx_strcpy_s(ppszLines[ulLines], ulLen, line);
-        if (++ulLines + 1 >= ulSlots) {
-            QAL_INT8 **const ppszMore = MakeSlots(ulSlots + 50);
-            wyx_memcpy_s(ppszMore, (ulSlots + 50) * sizeof *ppszMore, ppszLines,
-                         ulSlots * sizeof *ppszMore);
-            XELP_MemFreeD(ppszLines, __LINE__, __FILE__);
-            ppszLines = ppszMore;
-            ulSlots += 50;
-        }
-    }
-    XELP_Fclose(pFile);
-    for (QAL_ULONG i = 0; i < ulLines; ++i) {
-        XELP_MemFreeD(ppszLines[i], __LINE__, __FILE__);
-    }
-    XELP_MemFreeD(ppszLines, __LINE__, __FILE__);
-    return ulLines;
-}
-
 struct Targets {
     Target loadInih;
     Target loadKeyFile;
@@ -255,8 +204,7 @@ void AddFile(Report &report, const std::string &name, int iLines, const Targets 
                 keep(pFile, [&] { return Shown(pFile); });
                 iniparser_freedict(pFile);
             },
-            targets.loadIniparser)
-        .Limit("its calls to the adapter", [=](auto keep) { keep(CallAdapterOnly(name.c_str())); });
+            targets.loadIniparser);
 
     static XELP_IN_S_INI_FILE_STRUCT s_aDocs[2];
     XELP_IN_S_INI_FILE_STRUCT *const pDoc = &s_aDocs[iLines > 40 ? 1 : 0];
