@@ -329,7 +329,7 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     const QAL_UINT32 ulNode = TakeSlot(head);
     Gap gap = {kNone, kNone};
     // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
-    if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) {
+    if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) [[unlikely]] {
         return ReturnSlotAnd(head, ulNode, XELP_ERR_SLL_INVALID_PARA);
     }
     Node &node = head.pstruBase[ulNode];
