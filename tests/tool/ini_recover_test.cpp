@@ -106,8 +106,14 @@ TEST_F(IniRecoverTest, RestoreRefusesAFileThatDoesNotLoad)
     for (const std::string &content :
          {"[a]\nk=" + std::string(600, 'x') + "\n", std::string("[a]\nk=\0\n", 8)}) {
         Write(kNew, content);
-        EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"(does not load)"}));
-        EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "1"}).code, kMalformed);
+        const char *const why = content.size() == 8 ? "has a NUL byte" : "does not load";
+        EXPECT_TRUE(Mentions(Wyx({"ini", "recover", target}).out, {"(" + std::string(why) + ")"}));
+        EXPECT_EQ(
+            json::parse(Wyx({"ini", "recover", "--json", target}).out)["leftovers"][0]["loads"],
+            false);
+        const Outcome outcome = Wyx({"ini", "recover", target, "--restore", "1", "--force"});
+        EXPECT_EQ(outcome.code, kMalformed);
+        EXPECT_TRUE(Mentions(outcome.err, {why}));
         EXPECT_EQ(Read(target), "[a]\nk=0\n");
         EXPECT_EQ(Names(), (std::vector<std::string>{"net.ini", kNew}));
     }
@@ -149,6 +155,34 @@ TEST_F(IniRecoverTest, WithoutPermissionNothingIsRestored)
     const Outcome closed = Wyx({"ini", "recover", target}, {.isNobody = true});
     EXPECT_EQ(closed.code, kIo);
     EXPECT_TRUE(Mentions(closed.err, {"cannot open", "Permission denied"}));
+    EXPECT_EQ(Read(target), "[a]\nk=1\n");
+}
+
+// What cannot be read is listed with its reason, and does not stand in the way of the others.
+TEST_F(IniRecoverTest, ALeftoverThatCannotBeReadDoesNotHideTheOthers)
+{
+    Write(kOld, "[a]\nk=1\n");
+    Write(kNew, std::string((std::size_t{16} << 20) + 1, '\n'));
+    const Outcome list = Wyx({"ini", "recover", target});
+    EXPECT_EQ(list.code, kMalformed);
+    EXPECT_TRUE(Mentions(list.out, {"?       ?  " + Path(kNew) + " (cannot be read)",
+                                    Path(kOld) + " (of an earlier save, may be cut off)"}));
+    EXPECT_TRUE(Mentions(list.err, {Path(kNew), "too large"}));
+    const Outcome asJson = Wyx({"ini", "recover", "--json", target});
+    EXPECT_EQ(asJson.code, kMalformed);
+    const json leftovers = json::parse(asJson.out)["leftovers"];
+    EXPECT_EQ(leftovers.size(), 2U);
+    EXPECT_EQ(leftovers[0].count("loads"), 0U);
+    EXPECT_TRUE(Mentions(leftovers[0]["error"], {"too large"}));
+    EXPECT_EQ(leftovers[1]["loads"], true);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "newest"}).out, "[a]\nk=1\n");
+    for (const char *const option : {"--show", "--restore"}) {
+        const Outcome outcome = Wyx({"ini", "recover", target, option, "1"});
+        EXPECT_EQ(outcome.code, kMalformed);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(Mentions(outcome.err, {"too large"}));
+    }
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--restore", "newest"}).code, kOk);
     EXPECT_EQ(Read(target), "[a]\nk=1\n");
 }
 

@@ -272,9 +272,9 @@ constexpr Command kCommands[] = {
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as the first free one of "
                 "FILE.old1, FILE.old2, ...; if FILE is a symbolic link, beside the file it leads "
-                "to, under that file's name. It refuses content that does not load. 'newest' is "
-                "the newest file that loads, is not empty, does not look truncated, and is yours "
-                "or FILE's owner's, without further hard links.",
+                "to, under that file's name. It refuses content that does not load or has a NUL "
+                "byte. 'newest' is the newest file that loads, has no NUL byte, is not empty, does "
+                "not look truncated, and is yours or FILE's owner's, without further hard links.",
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",

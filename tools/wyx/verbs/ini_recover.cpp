@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,21 +31,30 @@ constexpr int kMostBackups = 1000;
 /// first part of the content, and nothing in the file says how much was still to come.
 struct Candidate {
     Leftover leftover;
+    std::optional<Failure> failure; // why it could not be read; then the rest is not set
     Descriptor file;
     std::string bytes;
     std::size_t lines = 0;
     bool loads = false;
+    bool hasNul = false;      // the library would cut a line there
     bool isTruncated = false; // no line end, or a backslash before it, as if a save was cut off
     bool isTrusted = false;   // its owner is this user or the file's, and it has no other hard link
     bool isSame = false;      // the same content as the file itself
 };
 
+/// Is this the whole content of the file?
+bool IsContentOf(const std::string &target, const std::string &bytes)
+{
+    const Descriptor file(open(target.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    return file.IsOpen() && HoldsExactly(file.Get(), bytes);
+}
+
 /// A leftover is examined, shown and restored through one descriptor, so that it is the same file
 /// each time.
-Candidate Examine(const Leftover &leftover, const std::string &target)
+/// @throws Failure if it cannot be read
+void Examine(Candidate &candidate, const std::string &target)
 {
-    Candidate candidate;
-    candidate.leftover = leftover;
+    const Leftover &leftover = candidate.leftover;
     candidate.file = Descriptor(
         open(leftover.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
     struct stat status = {};
@@ -56,7 +65,8 @@ Candidate Examine(const Leftover &leftover, const std::string &target)
     const std::string &bytes = candidate.bytes;
     const StoredLines stored = ReadStoredLines(IniSource::OfBytes(leftover.path, bytes));
     candidate.lines = stored.lines.size();
-    candidate.loads = stored.IsLoadable() && bytes.find('\0') == std::string::npos;
+    candidate.loads = stored.IsLoadable();
+    candidate.hasNul = bytes.find('\0') != std::string::npos;
     candidate.isTruncated =
         !bytes.empty() && (LineEndLength(bytes) == 0 || WithoutLineEnd(bytes).ends_with('\\'));
     struct stat present = {};
@@ -64,15 +74,20 @@ Candidate Examine(const Leftover &leftover, const std::string &target)
     candidate.isTrusted =
         S_ISREG(status.st_mode) && status.st_nlink == 1 &&
         (status.st_uid == geteuid() || (isThere && status.st_uid == present.st_uid));
-    candidate.isSame = isThere && IniSource(target).Bytes() == bytes;
-    return candidate;
+    candidate.isSame = isThere && IsContentOf(target, bytes);
 }
 
 std::vector<Candidate> ExamineAll(const std::string &target)
 {
     std::vector<Candidate> candidates;
     for (const Leftover &leftover : FindLeftovers(target)) {
-        candidates.push_back(Examine(leftover, target));
+        Candidate &candidate = candidates.emplace_back();
+        candidate.leftover = leftover;
+        try {
+            Examine(candidate, target);
+        } catch (const Failure &failure) {
+            candidate.failure = failure;
+        }
     }
     return candidates;
 }
@@ -91,14 +106,27 @@ std::string TimeOf(const std::string &digits)
     return std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local) > 0 ? text : "?";
 }
 
-/// Why a leftover is restored only if the user insists; empty if nothing speaks against it.
+/// Why a leftover is never restored; empty if it can be.
+std::string Obstacle(const Candidate &candidate)
+{
+    if (candidate.failure) {
+        return "cannot be read";
+    }
+    if (candidate.hasNul) {
+        return "has a NUL byte";
+    }
+    return candidate.loads ? "" : "does not load";
+}
+
+/// Why a leftover is not restored, or only if the user insists; empty if nothing speaks against it.
 std::string Flaw(const Candidate &candidate)
 {
+    const std::string obstacle = Obstacle(candidate);
+    if (!obstacle.empty()) {
+        return obstacle;
+    }
     if (!candidate.isTrusted) {
         return "somebody else's, or has further hard links";
-    }
-    if (!candidate.loads) {
-        return "does not load";
     }
     if (candidate.bytes.empty()) {
         return "empty";
@@ -142,32 +170,43 @@ ExitCode List(const std::string &target, const std::vector<Candidate> &candidate
     if (!isJson) {
         PutRow("N", "SAVED", "BYTES", "LINES", "FILE");
     }
+    ExitCode code = ExitCode::kOk;
     std::size_t number = 0;
     for (const Candidate &candidate : candidates) {
         const Leftover &leftover = candidate.leftover;
+        const auto &failure = candidate.failure;
         ++number;
         if (isJson) {
             Json item;
             item["number"] = number;
             SetText(item, "file", leftover.path);
             item["saved"] = TimeOf(leftover.digits);
-            item["bytes"] = candidate.bytes.size();
-            item["lines"] = candidate.lines;
-            item["loads"] = candidate.loads;
-            item["truncated"] = candidate.isTruncated;
-            item["trusted"] = candidate.isTrusted;
-            item["same"] = candidate.isSame;
+            if (failure) {
+                SetText(item, "error", failure->what());
+            } else {
+                item["bytes"] = candidate.bytes.size();
+                item["lines"] = candidate.lines;
+                item["loads"] = candidate.loads && !candidate.hasNul;
+                item["truncated"] = candidate.isTruncated;
+                item["trusted"] = candidate.isTrusted;
+                item["same"] = candidate.isSame;
+            }
             document["leftovers"].push_back(std::move(item));
         } else {
             PutRow(std::to_string(number), TimeOf(leftover.digits),
-                   std::to_string(candidate.bytes.size()), std::to_string(candidate.lines),
+                   failure ? "?" : std::to_string(candidate.bytes.size()),
+                   failure ? "?" : std::to_string(candidate.lines),
                    Shown(leftover.path) + " (" + Remark(candidate, isThere, number == 1) + ")");
+        }
+        if (failure) {
+            Report(*failure);
+            code = Graver(code, failure->Code());
         }
     }
     if (isJson) {
         PutJson(document);
     }
-    return ExitCode::kOk;
+    return code;
 }
 
 const Candidate &Choose(const std::vector<Candidate> &candidates, const std::string &word)
@@ -192,7 +231,11 @@ const Candidate &Choose(const std::vector<Candidate> &candidates, const std::str
         throw Failure(ExitCode::kNo, "there is no file number " + word,
                       "the numbers go from 1 to " + std::to_string(candidates.size()));
     }
-    return candidates[number - 1];
+    const Candidate &candidate = candidates[number - 1];
+    if (candidate.failure) {
+        throw *candidate.failure;
+    }
+    return candidate;
 }
 
 /// Keeps the present content of a file under a name that is free.
@@ -214,8 +257,8 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
 {
     const std::string &name = arguments[0];
     const Leftover &leftover = candidate.leftover;
-    if (!candidate.loads) {
-        throw Failure(ExitCode::kMalformed, Quoted(leftover.path) + " does not load",
+    if (!Obstacle(candidate).empty()) {
+        throw Failure(ExitCode::kMalformed, Quoted(leftover.path) + " " + Obstacle(candidate),
                       "'wyx ini check' lists what is wrong with it");
     }
     if (!Flaw(candidate).empty() && !arguments.Has("force")) {
