@@ -190,6 +190,7 @@ TEST_F(MistakesTest, FailureAsJson)
     for (const std::vector<std::string> &arguments :
          {std::vector<std::string>{"ini", "sections", "none.ini", "--json"},
           std::vector<std::string>{"sum", "--json", "--md6"},
+          std::vector<std::string>{"sum", "--js", "--md6"},
           std::vector<std::string>{"ini", "get", "--format=sh", "net.ini", "net", "--json"},
           std::vector<std::string>{"ini", "get", "--format=sh", "net.ini", "net", "port", "--json"},
           std::vector<std::string>{"ini", "recover", "net.ini", "--show", "1", "--json"},

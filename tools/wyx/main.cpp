@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "system/json.h"
@@ -59,12 +60,18 @@ ExitCode Run(Words words)
     return arguments.Has("help") ? Help(command) : command.run(arguments);
 }
 
-/// Reports the failure that ended the tool. With --json, not abbreviated, also writes it as JSON.
+/// Is it --json, perhaps abbreviated?
+bool MeansJson(std::string_view word)
+{
+    return word.starts_with("--j") && std::string_view("--json").starts_with(word);
+}
+
+/// Reports the failure that ended the tool. With --json, also writes it as JSON.
 ExitCode Ended(const Failure &failure, Words words)
 {
     Report(failure);
     const auto end = std::ranges::find(words, "--");
-    if (std::find(words.begin(), end, "--json") != end) {
+    if (std::any_of(words.begin(), end, MeansJson)) {
         Json json;
         SetText(json, "error", failure.what());
         if (!failure.Hint().empty()) {
