@@ -30,10 +30,13 @@ constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
            QAL_UINT32{pucBytes[3]} << 24;
 }
 
-/// Writes a word, low byte first. One store is enough, as every target is little-endian.
-inline void StoreWord(QAL_UINT8 *pucBytes, QAL_UINT32 ulWord)
+/// Writes words, low byte first. One store is enough for each, as every target is little-endian.
+inline void StoreWords(QAL_UINT8 *pucBytes, const QAL_UINT32 *pulWords, QAL_UINT ulLen)
 {
-    __builtin_memcpy(pucBytes, &ulWord, sizeof ulWord);
+    for (QAL_UINT i = 0; i < ulLen / 4; ++i) {
+        const QAL_UINT32 ulWord = pulWords[i];
+        __builtin_memcpy(pucBytes + 4 * i, &ulWord, sizeof ulWord);
+    }
 }
 
 /// Not std::rotl(): the type of its second parameter differs between C++ libraries.
@@ -206,9 +209,7 @@ extern "C" {
 
 void Encode(QAL_UINT8 *output, const QAL_UINT32 *input, QAL_UINT len)
 {
-    for (QAL_UINT i = 0; i < len / 4; ++i) {
-        StoreWord(output + 4 * i, input[i]);
-    }
+    StoreWords(output, input, len);
 }
 
 void Decode(QAL_UINT32 *output, const QAL_UINT8 *input, QAL_UINT len)
@@ -248,7 +249,9 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
         wyx_memcpy_s(&context->buffer[index], partLen, input, partLen);
         TransformBlocks(context->state, context->buffer, 1);
         const QAL_UINT blocks = (inputLen - partLen) / kBlockLen;
-        TransformBlocks(context->state, &input[partLen], blocks);
+        if (blocks != 0) { // speed only
+            TransformBlocks(context->state, &input[partLen], blocks);
+        }
         i = partLen + blocks * kBlockLen;
         index = 0;
     }
@@ -258,14 +261,14 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
 void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context)
 {
     QAL_UINT8 bits[kCountLen];
-    Encode(bits, context->count, kCountLen);
+    StoreWords(bits, context->count, kCountLen);
 
     const QAL_UINT index = PendingLen(*context);
     const QAL_UINT padLen = (index < kTailLen ? kTailLen : kTailLen + kBlockLen) - index;
     XELP_MD5_Update(context, PADDING.data(), padLen);
     XELP_MD5_Update(context, bits, kCountLen);
 
-    Encode(digest, context->state, kDigestLen);
+    StoreWords(digest, context->state, kDigestLen);
     // Not memset(), which an optimiser may drop as a dead store.
     wyx_memset_s(context, sizeof *context, 0, sizeof *context);
 }
