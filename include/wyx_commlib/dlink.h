@@ -316,8 +316,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument; #XELP_ERR_DLL_NULL if there is no
- *         cursor.
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument; #XELP_ERR_DLL_NULL if the cursor
+ *         is nowhere.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
@@ -327,8 +327,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNo
  * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL if there is no
- *         cursor.
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL if the cursor
+ *         is nowhere.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 

@@ -13,14 +13,14 @@ struct DLink {
     using Position = XELP_E_DLL_Insert_Position;
     using Flag = XELP_E_DLL_FreeUserNode;
 
-    static constexpr QAL_UINT32 kInvalid = XELP_ERR_DLL_INVALID_PARA;
-    static constexpr QAL_UINT32 kMemory = XELP_ERR_DLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_DLL_BUTT; // never returned: there is no limit
-    static constexpr QAL_UINT32 kFind = XELP_ERR_DLL_FIND;
-    static constexpr QAL_UINT32 kHead = XELP_ERR_DLL_HEAD;
-    static constexpr QAL_UINT32 kTail = XELP_ERR_DLL_TAIL;
-    static constexpr QAL_UINT32 kNull = XELP_ERR_DLL_NULL;
-    static constexpr QAL_UINT32 kBreak = XELP_ERR_DLL_BREAK;
+    static constexpr QAL_UINT32 kErrInvalid = XELP_ERR_DLL_INVALID_PARA;
+    static constexpr QAL_UINT32 kErrMemory = XELP_ERR_DLL_MEMORY;
+    static constexpr QAL_UINT32 kErrFull = XELP_ERR_DLL_BUTT; // never returned: there is no limit
+    static constexpr QAL_UINT32 kErrFind = XELP_ERR_DLL_FIND;
+    static constexpr QAL_UINT32 kErrHead = XELP_ERR_DLL_HEAD;
+    static constexpr QAL_UINT32 kErrTail = XELP_ERR_DLL_TAIL;
+    static constexpr QAL_UINT32 kErrNull = XELP_ERR_DLL_NULL;
+    static constexpr QAL_UINT32 kErrBreak = XELP_ERR_DLL_BREAK;
     static constexpr Position kFrontFirst = XELP_DLL_Insert_Front_FirstNode;
     static constexpr Position kAfterLast = XELP_DLL_Insert_After_LastNode;
     static constexpr Position kFrontCur = XELP_DLL_Insert_Front_CurNode;
@@ -30,7 +30,7 @@ struct DLink {
 
     static constexpr std::size_t kCapacity = 0; // no limit
     static constexpr char kResultIfEmpty = '-'; // the calls set it to null
-    static constexpr bool kChecksEveryResult = true;
+    static constexpr bool kRefusesEveryNullResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;
     WYX_EACH_LIST_CALL(WYX_LIST_CALL, XELP_DLinkList)

@@ -39,13 +39,13 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
     EXPECT_EQ(XELP_DLinkList_Query(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
     EXPECT_EQ(XELP_DLinkList_Remove(list, &ch, nullptr, &pResult), XELP_ERR_DLL_NULL);
     EXPECT_EQ(Walker<DLink::Process_List>().Walk(list), XELP_ERR_DLL_NULL);
-    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and these do not
-    EXPECT_EQ(status(kGetTailNode), 0U);
     const DLinkList_S_Head before = Head();
     EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 0U);
     EXPECT_EQ(Text(), "[x]"); // the new element is the first and the last
     EXPECT_EQ(XELP_DLinkList_Delete_CurNode(list), 0U);
     Head() = before;
+    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and these do not
+    EXPECT_EQ(status(kGetTailNode), 0U);
     Head().ulTotalNum = 3;
 
     DLinkList_S_Node *const pNow = Head().pstruNow;
@@ -75,7 +75,7 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
 using DLinkListEnds = DLinkListTest;
 
 /// Here the links that lead out of the list at its ends are not null, although they should be.
-TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirLinkOutOfTheList)
+TEST_F(DLinkListEnds, AreRemovedWithoutReadingTheirOutwardLink)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -167,7 +167,7 @@ TEST_F(DLinkListMemory, TeardownReleasesEachNodeAfterItsUserNodeAndTheHeadLast)
     EXPECT_EQ(g_released, "abc");
 }
 
-TEST_F(DLinkListMemory, EveryCallPassesItsOwnLine)
+TEST_F(DLinkListMemory, EveryMemoryCallPassesItsOwnLine)
 {
     platform.RecordEvents(true);
     ASSERT_EQ(XELP_DLinkList_Init(IsLetter, Release, &list), 0U);

@@ -833,7 +833,7 @@ TEST_F(HashWalk, ComparesAddressesWhenTheCurrentEntryIsReplaced)
 
 using HashMemory = HashTest;
 
-TEST_F(HashMemory, EveryCallPassesItsOwnLine)
+TEST_F(HashMemory, EveryMemoryCallPassesItsOwnLine)
 {
     platform.RecordEvents(true);
     Build(3, "ab");

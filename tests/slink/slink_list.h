@@ -17,14 +17,14 @@ struct SLink {
     using Position = XELP_E_SLL_Insert_Position;
     using Flag = XELP_E_SLL_FreeUserNode;
 
-    static constexpr QAL_UINT32 kInvalid = XELP_ERR_SLL_INVALID_PARA;
-    static constexpr QAL_UINT32 kMemory = XELP_ERR_SLL_MEMORY;
-    static constexpr QAL_UINT32 kFull = XELP_ERR_SLL_FULL;
-    static constexpr QAL_UINT32 kFind = XELP_ERR_SLL_FIND;
-    static constexpr QAL_UINT32 kHead = XELP_ERR_SLL_HEAD;
-    static constexpr QAL_UINT32 kTail = XELP_ERR_SLL_TAIL;
-    static constexpr QAL_UINT32 kNull = XELP_ERR_SLL_NULL;
-    static constexpr QAL_UINT32 kBreak = XELP_ERR_SLL_BREAK;
+    static constexpr QAL_UINT32 kErrInvalid = XELP_ERR_SLL_INVALID_PARA;
+    static constexpr QAL_UINT32 kErrMemory = XELP_ERR_SLL_MEMORY;
+    static constexpr QAL_UINT32 kErrFull = XELP_ERR_SLL_FULL;
+    static constexpr QAL_UINT32 kErrFind = XELP_ERR_SLL_FIND;
+    static constexpr QAL_UINT32 kErrHead = XELP_ERR_SLL_HEAD;
+    static constexpr QAL_UINT32 kErrTail = XELP_ERR_SLL_TAIL;
+    static constexpr QAL_UINT32 kErrNull = XELP_ERR_SLL_NULL;
+    static constexpr QAL_UINT32 kErrBreak = XELP_ERR_SLL_BREAK;
     static constexpr Position kFrontFirst = XELP_SLL_Insert_Front_FirstNode;
     static constexpr Position kAfterLast = XELP_SLL_Insert_After_LastNode;
     static constexpr Position kFrontCur = XELP_SLL_Insert_Front_CurNode;
@@ -34,7 +34,7 @@ struct SLink {
 
     static constexpr QAL_UINT32 kCapacity = 12;
     static constexpr char kResultIfEmpty = '?'; // calls like Get_CurNode leave it alone
-    static constexpr bool kChecksEveryResult = false;
+    static constexpr bool kRefusesEveryNullResult = false;
 
     static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,
                            void **pstruHead)

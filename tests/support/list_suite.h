@@ -178,17 +178,17 @@ class ListTest : public PlatformTest {
         }
     }
 
-    /// Makes the call with a null handle and checks the status and the result. If @p hasResult,
-    /// also makes the call with a null result pointer on "[a]" and checks that it is refused.
-    void RunWithNulls(const Call &call, bool hasResult, char chResult)
+    /// Makes the call with a null handle and checks the status and the result. If
+    /// @p mustRefuseNullResult, also makes the call with a null result pointer on "[a]".
+    void RunWithNulls(const Call &call, bool mustRefuseNullResult, char chResult)
     {
         SCOPED_TRACE(call.pszName);
         void *pResult = User(kUntouched);
-        EXPECT_EQ(call.pfun(nullptr, &pResult), List::kInvalid);
+        EXPECT_EQ(call.pfun(nullptr, &pResult), List::kErrInvalid);
         EXPECT_EQ(Letter(pResult), chResult);
-        if (hasResult) {
+        if (mustRefuseNullResult) {
             Build("[a]");
-            EXPECT_EQ(call.pfun(list, nullptr), List::kInvalid);
+            EXPECT_EQ(call.pfun(list, nullptr), List::kErrInvalid);
             EXPECT_EQ(Text(), "[a]");
         }
     }
@@ -334,9 +334,9 @@ class RandomCalls {
         const QAL_UINT32 ulStatus =
             List::Insert(list_, pUserNode, static_cast<typename List::Position>(ulPosition));
         if (model_.IsFull()) {
-            EXPECT_EQ(ulStatus, List::kFull);
+            EXPECT_EQ(ulStatus, List::kErrFull);
         } else if (ulPosition > 3 && model_.Size() != 0) {
-            EXPECT_EQ(ulStatus, List::kInvalid);
+            EXPECT_EQ(ulStatus, List::kErrInvalid);
         } else {
             EXPECT_EQ(ulStatus, 0U);
             const Iterator cursor = model_.cursor;
@@ -355,20 +355,21 @@ class RandomCalls {
     }
 
     /// Makes either the Remove or the Delete call, and checks that it takes out the element at
-    /// @p it. If that is the end, the call must return @p ulWithout.
+    /// @p it. If @p it is elements.end(), there is no such element, and the call must return
+    /// @p ulIfNone.
     template <typename Remove, typename Delete>
-    void Take(Iterator it, QAL_UINT32 ulWithout, const Remove &remove, const Delete &destroy)
+    void Take(Iterator it, QAL_UINT32 ulIfNone, const Remove &remove, const Delete &destroy)
     {
         const bool isFound = it != model_.elements.end();
         const char ch = isFound ? Letter(model_.Remove(it)) : kNull;
         g_released.clear();
         if (random_.UpTo(1) == 0) {
             void *pResult = nullptr;
-            EXPECT_EQ(remove(&pResult), isFound ? 0U : ulWithout);
+            EXPECT_EQ(remove(&pResult), isFound ? 0U : ulIfNone);
             EXPECT_EQ(Letter(pResult), ch);
             EXPECT_EQ(g_released, "");
         } else {
-            EXPECT_EQ(destroy(), isFound ? 0U : ulWithout);
+            EXPECT_EQ(destroy(), isFound ? 0U : ulIfNone);
             EXPECT_EQ(g_released, isFound ? std::string{ch} : "");
         }
         Compare();
@@ -378,13 +379,13 @@ class RandomCalls {
     {
         if (random_.UpTo(1) == 0) {
             Take(
-                model_.elements.begin(), List::kNull,
+                model_.elements.begin(), List::kErrNull,
                 [&](void **pp) { return List::Remove_HeadNode(list_, pp); },
                 [&] { return List::Delete_HeadNode(list_); });
         } else {
             Take(
                 model_.Size() == 0 ? model_.elements.end() : std::prev(model_.elements.end()),
-                List::kNull, [&](void **pp) { return List::Remove_TailNode(list_, pp); },
+                List::kErrNull, [&](void **pp) { return List::Remove_TailNode(list_, pp); },
                 [&] { return List::Delete_TailNode(list_); });
         }
     }
@@ -392,7 +393,8 @@ class RandomCalls {
     void RemoveCurrent()
     {
         Take(
-            model_.cursor, List::kNull, [&](void **pp) { return List::Remove_CurNode(list_, pp); },
+            model_.cursor, List::kErrNull,
+            [&](void **pp) { return List::Remove_CurNode(list_, pp); },
             [&] { return List::Delete_CurNode(list_); });
     }
 
@@ -400,7 +402,7 @@ class RandomCalls {
     {
         const char ch = AnyLetter();
         Take(
-            Find(ch), model_.Size() == 0 ? List::kNull : List::kFind,
+            Find(ch), model_.Size() == 0 ? List::kErrNull : List::kErrFind,
             [&](void **pp) { return List::Remove(list_, &ch, nullptr, pp); },
             [&] { return List::Delete(list_, &ch, IsLetter); });
     }
@@ -411,9 +413,10 @@ class RandomCalls {
         const Iterator it = Find(ch);
         const bool isFound = it != model_.elements.end();
         void *pResult = User(kUntouched);
-        EXPECT_EQ(List::Query(list_, &ch, nullptr, &pResult), isFound              ? 0U
-                                                              : model_.Size() == 0 ? List::kNull
-                                                                                   : List::kFind);
+        EXPECT_EQ(List::Query(list_, &ch, nullptr, &pResult), isFound ? 0U
+                                                              : model_.Size() == 0
+                                                                  ? List::kErrNull
+                                                                  : List::kErrFind);
         EXPECT_EQ(Letter(pResult), isFound ? ch : kNull);
         if (isFound) {
             model_.cursor = it;
@@ -428,7 +431,7 @@ class RandomCalls {
         EXPECT_EQ(List::Get_NodeNumber(list_, &ulCount), 0U);
         EXPECT_EQ(ulCount, model_.Size());
         void *apResult[3] = {};
-        const QAL_UINT32 ulStatus = isEmpty ? List::kNull : 0U;
+        const QAL_UINT32 ulStatus = isEmpty ? List::kErrNull : 0U;
         EXPECT_EQ(List::Get_HeadNode(list_, &apResult[0]), ulStatus);
         EXPECT_EQ(List::Get_CurNode(list_, &apResult[1]), ulStatus);
         EXPECT_EQ(List::Get_TailNode(list_, &apResult[2]), ulStatus);
@@ -447,10 +450,10 @@ class RandomCalls {
         const bool isAtEnd =
             !isEmpty && model_.cursor == (isForward ? std::prev(model_.elements.end())
                                                     : model_.elements.begin());
-        const QAL_UINT32 ulStatus = isEmpty     ? List::kNull
+        const QAL_UINT32 ulStatus = isEmpty     ? List::kErrNull
                                     : !isAtEnd  ? 0U
-                                    : isForward ? List::kTail
-                                                : List::kHead;
+                                    : isForward ? List::kErrTail
+                                                : List::kErrHead;
         if (ulStatus == 0) {
             std::advance(model_.cursor, isForward ? 1 : -1);
         }
@@ -482,7 +485,7 @@ class RandomCalls {
         visits_ = 0;
         const bool isEmpty = model_.Size() == 0;
         const QAL_UINT32 ulStatus = List::Process_List(list_, Visit, this, nullptr);
-        EXPECT_EQ(ulStatus, isEmpty ? List::kNull : hasStopped_ ? List::kBreak : 0U);
+        EXPECT_EQ(ulStatus, isEmpty ? List::kErrNull : hasStopped_ ? List::kErrBreak : 0U);
         if (ulStatus == 0) {
             EXPECT_EQ(expected_, model_.elements.end());
         }
@@ -500,7 +503,7 @@ class RandomCalls {
     QAL_UINT32 Visited(void *pUserNode)
     {
         if (::testing::Test::HasFailure() || expected_ == model_.elements.end()) {
-            ADD_FAILURE() << "visited after the end";
+            ADD_FAILURE() << "visited after the end, or after an earlier failure";
             hasStopped_ = true;
             return 1;
         }
@@ -539,9 +542,9 @@ TYPED_TEST_P(ListTest, InitRefusesNullArguments)
     using List = TypeParam;
     void *pList = User(kUntouched);
     this->platform.RecordEvents(true);
-    EXPECT_EQ(List::Init(IsLetter, nullptr, &pList), List::kInvalid);
+    EXPECT_EQ(List::Init(IsLetter, nullptr, &pList), List::kErrInvalid);
     EXPECT_EQ(Letter(pList), kUntouched);
-    EXPECT_EQ(List::Init(IsLetter, Release, nullptr), List::kInvalid);
+    EXPECT_EQ(List::Init(IsLetter, Release, nullptr), List::kErrInvalid);
     EXPECT_TRUE(this->platform.Events().empty());
 }
 
@@ -550,7 +553,7 @@ TYPED_TEST_P(ListTest, InitWithoutMemoryLeavesTheHandle)
     using List = TypeParam;
     void *pList = User(kUntouched);
     this->platform.Fail(Service::kAllocate, 1);
-    EXPECT_EQ(List::Init(IsLetter, Release, &pList), List::kMemory);
+    EXPECT_EQ(List::Init(IsLetter, Release, &pList), List::kErrMemory);
     EXPECT_EQ(Letter(pList), kUntouched);
 }
 
@@ -573,7 +576,7 @@ TYPED_TEST_P(ListTest, InitMakesAnEmptyList)
 TYPED_TEST_P(ListTest, DeinitReleasesUserNodesForFlag0Only)
 {
     using List = TypeParam;
-    EXPECT_EQ(List::Deinit(nullptr, List::kYes), List::kInvalid);
+    EXPECT_EQ(List::Deinit(nullptr, List::kYes), List::kErrInvalid);
     for (const QAL_UINT32 ulFlag : {0U, 1U, 2U, 3U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(ulFlag);
         for (const std::string text : {"", "[a]", "a[b]ca"}) {
@@ -619,10 +622,10 @@ TYPED_TEST_P(ListTest, InsertPutsTheElementAtItsPosition)
         {"a[b]c", 3, 0, "ab[x]c"},
         {"ab[c]", 3, 0, "abc[x]"},
         {"[a]", 3, 0, "a[x]"},
-        {"a[b]c", 4, List::kInvalid, "a[b]c"},
-        {"[a]", 5, List::kInvalid, "[a]"},
-        {"a[b]c", 99, List::kInvalid, "a[b]c"},
-        {"a[b]c", 0xFFFFFFFF, List::kInvalid, "a[b]c"},
+        {"a[b]c", 4, List::kErrInvalid, "a[b]c"},
+        {"[a]", 5, List::kErrInvalid, "[a]"},
+        {"a[b]c", 99, List::kErrInvalid, "a[b]c"},
+        {"a[b]c", 0xFFFFFFFF, List::kErrInvalid, "a[b]c"},
     };
     for (const auto &c : aCase) {
         SCOPED_TRACE(std::string(c.pszBefore) + " at " + std::to_string(c.ulPosition));
@@ -644,8 +647,8 @@ TYPED_TEST_P(ListTest, InsertRefusesNullsBeforeItAllocates)
     using List = TypeParam;
     this->Build("[a]b");
     this->platform.StartRecording();
-    EXPECT_EQ(List::Insert(nullptr, User('x'), List::kAfterLast), List::kInvalid);
-    EXPECT_EQ(List::Insert(this->list, nullptr, List::kAfterLast), List::kInvalid);
+    EXPECT_EQ(List::Insert(nullptr, User('x'), List::kAfterLast), List::kErrInvalid);
+    EXPECT_EQ(List::Insert(this->list, nullptr, List::kAfterLast), List::kErrInvalid);
     EXPECT_TRUE(this->platform.Events().empty());
     EXPECT_EQ(this->Text(), "[a]b");
 }
@@ -657,25 +660,25 @@ TYPED_TEST_P(ListTest, CursorCallsMoveTheCursorAndReturnElements)
         {"", TestFixture::kSetCurPtr, 0, kUntouched, ""},
         {"ab[c]", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
         {"[a]bc", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
-        {"", TestFixture::kGetCurNode, List::kNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kGetCurNode, List::kErrNull, List::kResultIfEmpty, ""},
         {"[a]", TestFixture::kGetCurNode, 0, 'a', "[a]"},
         {"a[b]c", TestFixture::kGetCurNode, 0, 'b', "a[b]c"},
-        {"", TestFixture::kPriorPtr, List::kNull, kUntouched, ""},
-        {"[a]b", TestFixture::kPriorPtr, List::kHead, kUntouched, "[a]b"},
+        {"", TestFixture::kPriorPtr, List::kErrNull, kUntouched, ""},
+        {"[a]b", TestFixture::kPriorPtr, List::kErrHead, kUntouched, "[a]b"},
         {"a[b]c", TestFixture::kPriorPtr, 0, kUntouched, "[a]bc"},
-        {"", TestFixture::kNextPtr, List::kNull, kUntouched, ""},
-        {"a[b]", TestFixture::kNextPtr, List::kTail, kUntouched, "a[b]"},
+        {"", TestFixture::kNextPtr, List::kErrNull, kUntouched, ""},
+        {"a[b]", TestFixture::kNextPtr, List::kErrTail, kUntouched, "a[b]"},
         {"a[b]c", TestFixture::kNextPtr, 0, kUntouched, "ab[c]"},
-        {"", TestFixture::kGetPriorNode, List::kNull, List::kResultIfEmpty, ""},
-        {"[a]b", TestFixture::kGetPriorNode, List::kHead, kNull, "[a]b"},
+        {"", TestFixture::kGetPriorNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"[a]b", TestFixture::kGetPriorNode, List::kErrHead, kNull, "[a]b"},
         {"a[b]c", TestFixture::kGetPriorNode, 0, 'a', "[a]bc"},
-        {"", TestFixture::kGetNextNode, List::kNull, List::kResultIfEmpty, ""},
-        {"a[b]", TestFixture::kGetNextNode, List::kTail, kNull, "a[b]"},
+        {"", TestFixture::kGetNextNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"a[b]", TestFixture::kGetNextNode, List::kErrTail, kNull, "a[b]"},
         {"a[b]c", TestFixture::kGetNextNode, 0, 'c', "ab[c]"},
-        {"", TestFixture::kGetHeadNode, List::kNull, kNull, ""},
+        {"", TestFixture::kGetHeadNode, List::kErrNull, kNull, ""},
         {"[a]", TestFixture::kGetHeadNode, 0, 'a', "[a]"},
         {"ab[c]", TestFixture::kGetHeadNode, 0, 'a', "ab[c]"},
-        {"", TestFixture::kGetTailNode, List::kNull, kNull, ""},
+        {"", TestFixture::kGetTailNode, List::kErrNull, kNull, ""},
         {"[a]", TestFixture::kGetTailNode, 0, 'a', "[a]"},
         {"[a]bc", TestFixture::kGetTailNode, 0, 'c', "[a]bc"},
     };
@@ -688,27 +691,27 @@ TYPED_TEST_P(ListTest, RemovalMovesTheCursorBesideTheGap)
 {
     using List = TypeParam;
     const typename TestFixture::Case aCase[] = {
-        {"", TestFixture::kRemoveCurNode, List::kNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kRemoveCurNode, List::kErrNull, List::kResultIfEmpty, ""},
         {"[a]", TestFixture::kRemoveCurNode, 0, 'a', ""},
         {"[a]bc", TestFixture::kRemoveCurNode, 0, 'a', "[b]c"},
         {"a[b]c", TestFixture::kRemoveCurNode, 0, 'b', "a[c]"},
         {"ab[c]", TestFixture::kRemoveCurNode, 0, 'c', "a[b]"},
-        {"", TestFixture::kRemoveHeadNode, List::kNull, kNull, ""},
+        {"", TestFixture::kRemoveHeadNode, List::kErrNull, kNull, ""},
         {"[a]", TestFixture::kRemoveHeadNode, 0, 'a', ""},
         {"[a]bc", TestFixture::kRemoveHeadNode, 0, 'a', "[b]c"},
         {"ab[c]", TestFixture::kRemoveHeadNode, 0, 'a', "[b]c"},
-        {"", TestFixture::kRemoveTailNode, List::kNull, kNull, ""},
+        {"", TestFixture::kRemoveTailNode, List::kErrNull, kNull, ""},
         {"[a]", TestFixture::kRemoveTailNode, 0, 'a', ""},
         {"[a]bc", TestFixture::kRemoveTailNode, 0, 'c', "a[b]"},
         {"ab[c]", TestFixture::kRemoveTailNode, 0, 'c', "a[b]"},
-        {"", TestFixture::kDeleteCurNode, List::kNull, kUntouched, ""},
+        {"", TestFixture::kDeleteCurNode, List::kErrNull, kUntouched, ""},
         {"[a]", TestFixture::kDeleteCurNode, 0, kUntouched, "", "a"},
         {"a[b]c", TestFixture::kDeleteCurNode, 0, kUntouched, "a[c]", "b"},
         {"ab[c]", TestFixture::kDeleteCurNode, 0, kUntouched, "a[b]", "c"},
-        {"", TestFixture::kDeleteHeadNode, List::kNull, kUntouched, ""},
+        {"", TestFixture::kDeleteHeadNode, List::kErrNull, kUntouched, ""},
         {"[a]", TestFixture::kDeleteHeadNode, 0, kUntouched, "", "a"},
         {"ab[c]", TestFixture::kDeleteHeadNode, 0, kUntouched, "[b]c", "a"},
-        {"", TestFixture::kDeleteTailNode, List::kNull, kUntouched, ""},
+        {"", TestFixture::kDeleteTailNode, List::kErrNull, kUntouched, ""},
         {"[a]", TestFixture::kDeleteTailNode, 0, kUntouched, "", "a"},
         {"[a]bc", TestFixture::kDeleteTailNode, 0, kUntouched, "a[b]", "c"},
     };
@@ -733,14 +736,14 @@ TYPED_TEST_P(ListTest, NullArgumentsAreRefused)
         this->RunWithNulls(call, true, List::kResultIfEmpty);
     }
     for (const auto &call : {TestFixture::kGetNextNode, TestFixture::kRemoveCurNode}) {
-        this->RunWithNulls(call, List::kChecksEveryResult, List::kResultIfEmpty);
+        this->RunWithNulls(call, List::kRefusesEveryNullResult, List::kResultIfEmpty);
     }
 
     this->Build("[a]");
     QAL_UINT32 ulCount = 9;
-    EXPECT_EQ(List::Get_NodeNumber(nullptr, &ulCount), List::kInvalid);
+    EXPECT_EQ(List::Get_NodeNumber(nullptr, &ulCount), List::kErrInvalid);
     EXPECT_EQ(ulCount, 9U);
-    EXPECT_EQ(List::Get_NodeNumber(this->list, nullptr), List::kInvalid);
+    EXPECT_EQ(List::Get_NodeNumber(this->list, nullptr), List::kErrInvalid);
 }
 
 TYPED_TEST_P(ListTest, SearchesTakeTheFirstMatch)
@@ -757,15 +760,15 @@ TYPED_TEST_P(ListTest, SearchesTakeTheFirstMatch)
         const char *pszRemoved;
         const char *pszCompared;
     } aCase[] = {
-        {"", 'a', nullptr, List::kNull, kNull, "", "", ""},
+        {"", 'a', nullptr, List::kErrNull, kNull, "", "", ""},
         {"[a]", 'a', nullptr, 0, 'a', "[a]", "", "a"},
         {"[a]bcb", 'b', nullptr, 0, 'b', "a[b]cb", "a[c]b", "ab"},
         {"a[b]c", 'a', nullptr, 0, 'a', "[a]bc", "[b]c", "a"},
         {"[a]bc", 'c', nullptr, 0, 'c', "ab[c]", "a[b]", "abc"},
-        {"a[b]c", 'x', nullptr, List::kFind, kNull, "a[b]c", "a[b]c", "abc"},
+        {"a[b]c", 'x', nullptr, List::kErrFind, kNull, "a[b]c", "a[b]c", "abc"},
         // the comparator passed to the call is used instead of the list's own
         {"[a]bc", 'a', IsNextLetter, 0, 'b', "a[b]c", "a[c]", "a!b!"},
-        {"a[b]c", 'c', IsNextLetter, List::kFind, kNull, "a[b]c", "a[b]c", "a!b!c!"},
+        {"a[b]c", 'c', IsNextLetter, List::kErrFind, kNull, "a[b]c", "a[b]c", "a!b!c!"},
     };
     for (const auto &c : aCase) {
         SCOPED_TRACE(std::string(c.pszBefore) + " for " + c.ch);
@@ -804,14 +807,14 @@ TYPED_TEST_P(ListTest, SearchesCheckTheirArgumentsFirst)
         SCOPED_TRACE(text);
         this->Build(text);
         void *pResult = User(kUntouched);
-        EXPECT_EQ(List::Query(nullptr, &ch, IsLetter, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Remove(nullptr, &ch, IsLetter, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Delete(nullptr, &ch, IsLetter), List::kInvalid);
-        EXPECT_EQ(List::Query(this->list, nullptr, IsLetter, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Remove(this->list, nullptr, nullptr, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Delete(this->list, nullptr, nullptr), List::kInvalid);
-        EXPECT_EQ(List::Query(this->list, &ch, nullptr, nullptr), List::kInvalid);
-        EXPECT_EQ(List::Remove(this->list, &ch, IsLetter, nullptr), List::kInvalid);
+        EXPECT_EQ(List::Query(nullptr, &ch, IsLetter, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Remove(nullptr, &ch, IsLetter, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Delete(nullptr, &ch, IsLetter), List::kErrInvalid);
+        EXPECT_EQ(List::Query(this->list, nullptr, IsLetter, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Remove(this->list, nullptr, nullptr, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Delete(this->list, nullptr, nullptr), List::kErrInvalid);
+        EXPECT_EQ(List::Query(this->list, &ch, nullptr, nullptr), List::kErrInvalid);
+        EXPECT_EQ(List::Remove(this->list, &ch, IsLetter, nullptr), List::kErrInvalid);
         EXPECT_EQ(Letter(pResult), kUntouched);
         EXPECT_EQ(this->Text(), text);
     }
@@ -825,9 +828,9 @@ TYPED_TEST_P(ListTest, SearchesNeedAComparator)
     for (const std::string text : {"", "[a]"}) {
         SCOPED_TRACE(text);
         void *pResult = User(kUntouched);
-        EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Remove(this->list, &ch, nullptr, &pResult), List::kInvalid);
-        EXPECT_EQ(List::Delete(this->list, &ch, nullptr), List::kInvalid);
+        EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Remove(this->list, &ch, nullptr, &pResult), List::kErrInvalid);
+        EXPECT_EQ(List::Delete(this->list, &ch, nullptr), List::kErrInvalid);
         EXPECT_EQ(Letter(pResult), kUntouched);
         EXPECT_EQ(this->Text(), text);
         if (text.empty()) {
@@ -865,10 +868,10 @@ TYPED_TEST_P(ListTest, WalkRefusesNullsAndAnEmptyList)
 {
     using List = TypeParam;
     Walker<List::Process_List> walker;
-    EXPECT_EQ(List::Process_List(nullptr, walker.Visit, &walker, nullptr), List::kInvalid);
+    EXPECT_EQ(List::Process_List(nullptr, walker.Visit, &walker, nullptr), List::kErrInvalid);
     this->Build("");
-    EXPECT_EQ(List::Process_List(this->list, nullptr, &walker, nullptr), List::kInvalid);
-    EXPECT_EQ(walker.Walk(this->list), List::kNull);
+    EXPECT_EQ(List::Process_List(this->list, nullptr, &walker, nullptr), List::kErrInvalid);
+    EXPECT_EQ(walker.Walk(this->list), List::kErrNull);
     EXPECT_EQ(walker.visited, "");
 }
 
@@ -915,14 +918,14 @@ TYPED_TEST_P(ListTest, WalkStopsAtOnceWithTheCursorWhereTheCallbackLeftIt)
         this->Build("[a]bcd");
         Walker<List::Process_List> walker;
         walker.onVisit = [&](char ch) { return ch == 'c' ? ulStop : 0; };
-        EXPECT_EQ(walker.Walk(this->list), List::kBreak);
+        EXPECT_EQ(walker.Walk(this->list), List::kErrBreak);
         EXPECT_EQ(walker.visited, "abc");
         EXPECT_EQ(this->Text(), "ab[c]d");
     }
     this->Build("[a]bcd");
     Walker<List::Process_List> walker;
     walker.onVisit = [&](char ch) { return ch == 'b' ? List::Delete_CurNode(this->list) + 1 : 0; };
-    EXPECT_EQ(walker.Walk(this->list), List::kBreak);
+    EXPECT_EQ(walker.Walk(this->list), List::kErrBreak);
     EXPECT_EQ(walker.visited, "ab");
     EXPECT_EQ(this->Text(), "a[c]d");
 }
@@ -994,7 +997,7 @@ TYPED_TEST_P(ListTest, WalkContinuesFromTheCursor)
          at('a',
             [&] {
                 const char ch = 'z';
-                EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kFind);
+                EXPECT_EQ(List::Query(this->list, &ch, nullptr, &pResult), List::kErrFind);
             }),
          "abc", "ab[c]"},
         {"moves the cursor forward", at('a', [&] { EXPECT_EQ(List::NextPtr(this->list), 0U); }),

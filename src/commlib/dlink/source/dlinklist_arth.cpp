@@ -18,7 +18,8 @@ struct Gap {
     Node *pNext;
 };
 
-/// Sets the links on both sides of a gap; at an end of the list, sets the head's link instead.
+/// Makes the neighbour before a gap link forward to @p pAfterPrev, and the neighbour after it link
+/// back to @p pBeforeNext. At an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 {
     (gap.pPrev != nullptr ? gap.pPrev->pstruNNode : head.pstruFirstNode) = pAfterPrev;
@@ -28,7 +29,7 @@ void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 /// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_DLL_Insert_Position enPosition, Gap &gap)
 {
-    // Compared first, because appending is usual.
+    // Checked first, because appending is the most common case.
     if (enPosition == XELP_DLL_Insert_After_LastNode) [[likely]] {
         gap = {head.pstruLastNode, nullptr};
         return true;
@@ -78,8 +79,8 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
-    // Kept: the cursor moves here from wherever it was, even when the first or the last element is
-    // removed (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: every removal moves the cursor here from wherever it was, even that of the first or the
+    // last element (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;
     ReleaseNode(pNode);
@@ -164,8 +165,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 }
 
 /// Deletes the element at the cursor or at an end. Not inlined, so that three calls share one copy.
-[[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
-                                          QAL_UINT32 (*pfunRemove)(void *, void **))
+[[gnu::noinline]] QAL_UINT32 DeleteAt(void *pstruHead, QAL_UINT32 (*pfunRemove)(void *, void **))
 {
     return DeleteBy(pstruHead, pfunRemove);
 }
@@ -219,7 +219,7 @@ QAL_UINT32 XELP_DLinkList_Init(XELP_DLinkList_NodeCmp pfunCmpNode,
     if (pHead == nullptr) {
         return XELP_ERR_DLL_MEMORY;
     }
-    pHead->pfunCmpNode = pfunCmpNode;
+    pHead->pfunCmpNode = pfunCmpNode; // the other fields are 0: the platform fills the block with 0
     pHead->pfunFreeNode = pfunFreeNode;
     *pstruHead = pHead;
     return 0;
@@ -236,7 +236,7 @@ QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag
             head.pfunFreeNode(pNode->pstruUserNode);
         }
         Node *const pNext = pNode->pstruNNode;
-        wyx::Release(pNode);
+        wyx::Release(pNode); // not ReleaseNode(), so that the platform can tell it from a removal
         pNode = pNext;
     }
     wyx::Release(pstruHead);
@@ -249,6 +249,8 @@ QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
     if (pstruHead == nullptr || pstruNode == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
+    // Kept: the node is allocated before the position is checked, so without memory an invalid
+    // position is reported as no memory (DLinkListMemory.FailedInsertChangesNothing).
     auto *const pNode = static_cast<Node *>(XELP_MemMallocS(sizeof(Node), 0, __LINE__, __FILE__));
     if (pNode == nullptr) {
         return XELP_ERR_DLL_MEMORY;
@@ -367,7 +369,7 @@ QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_CurNode);
+    return DeleteAt(pstruHead, XELP_DLinkList_Remove_CurNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Remove_HeadNode(void *pstruHead, void **pstruNode)
@@ -382,12 +384,12 @@ QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_HeadNode);
+    return DeleteAt(pstruHead, XELP_DLinkList_Remove_HeadNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_DLinkList_Remove_TailNode);
+    return DeleteAt(pstruHead, XELP_DLinkList_Remove_TailNode);
 }
 
 QAL_UINT32 XELP_DLinkList_Process_List(void *pstruHead, XELP_DLinkList_ProcessFun pfunProcess,

@@ -28,7 +28,8 @@ struct Gap {
     QAL_UINT32 ulNext;
 };
 
-/// Sets the links on both sides of a gap; at an end of the list, sets the head's link instead.
+/// Makes the neighbour before a gap link forward to @p ulAfterPrev, and the neighbour after it link
+/// back to @p ulBeforeNext. At an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
     Node *const pBase = head.pstruBase;
@@ -47,7 +48,7 @@ void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 /// Finds the gap for a position in a list that is not empty; returns false for an invalid position.
 bool FindGap(const Head &head, XELP_E_SLL_Insert_Position enPosition, Gap &gap)
 {
-    // Compared first, because appending is usual.
+    // Checked first, because appending is the most common case.
     if (enPosition == XELP_SLL_Insert_After_LastNode) [[likely]] {
         gap = {head.ulLastNode, kNone};
         return true;
@@ -122,8 +123,8 @@ void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 {
     Node &node = head.pstruBase[ulNode];
     Join(head, gap, gap.ulNext, gap.ulPrev);
-    // Kept: the cursor moves here from wherever it was, even when the first or the last element is
-    // removed (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: every removal moves the cursor here from wherever it was, even that of the first or the
+    // last element (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
     *ppUserNode = node.pstruUserNode;
     ReturnSlot(head, node, ulNode);
@@ -223,8 +224,7 @@ QAL_UINT32 DeleteBy(void *pstruHead, const Remove &remove)
 }
 
 /// Deletes the element at the cursor or at an end. Not inlined, so that three calls share one copy.
-[[gnu::noinline]] QAL_UINT32 DeletePlaced(void *pstruHead,
-                                          QAL_UINT32 (*pfunRemove)(void *, void **))
+[[gnu::noinline]] QAL_UINT32 DeleteAt(void *pstruHead, QAL_UINT32 (*pfunRemove)(void *, void **))
 {
     return DeleteBy(pstruHead, pfunRemove);
 }
@@ -481,17 +481,17 @@ QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruNode)
 
 QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_CurNode);
+    return DeleteAt(pstruHead, XELP_SLinkList_Remove_CurNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_HeadNode);
+    return DeleteAt(pstruHead, XELP_SLinkList_Remove_HeadNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead)
 {
-    return DeletePlaced(pstruHead, XELP_SLinkList_Remove_TailNode);
+    return DeleteAt(pstruHead, XELP_SLinkList_Remove_TailNode);
 }
 
 QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead, XELP_SLinkList_ProcessFun pfunProcess,
