@@ -94,8 +94,8 @@ class ReaderTest : public PlatformTest {
     std::string trace_; // memory calls of the last ReadOne()
 };
 
-/// A cell of the reader's table: what a byte does after LF, CR or another byte, with and without a
-/// pending backslash.
+/// A cell of the reader's table: what a byte does after LF, CR or another byte, after an escape (a
+/// backslash), and after an escaped LF or CR.
 struct Cell {
     const char *pszName;
     std::string file;
@@ -125,45 +125,45 @@ const Cell kCells[] = {
     {"EndAfterOther", "a", "a\r", 1, 1, 0, ""},
     {"EndAfterLf", "a\n", "a\n", 2, 1, 0, ""},
     {"EndAfterCr", "a\r", "a\r", 2, 1, 0, ""},
-    {"EndPending", "a\\", "a\r", 1, 1, 0, ""},
-    {"EndPendingAfterLf", "a\\\n", "a\r", 1, 1, 0, ""},
-    {"EndPendingAfterCr", "a\\\r", "a\r", 1, 1, 0, ""},
+    {"EndAfterEscape", "a\\", "a\r", 1, 1, 0, ""},
+    {"EndAfterEscapedLf", "a\\\n", "a\r", 1, 1, 0, ""},
+    {"EndAfterEscapedCr", "a\\\r", "a\r", 1, 1, 0, ""},
     // Backslash.
     {"BackslashAfterOther", "a\\b\n", "a\\b\n", 4, 1, 0, ""},
     {"BackslashAfterLf", "a\n\\b\n", "a\n\\b\n", 5, 1, 0, ""},
     {"BackslashAfterCr", "a\r\\b\r", "a\r\\b\r", 5, 1, 0, ""},
-    {"BackslashPending", "a\\\\\nb", "a\\\\\n", 4, 1, 1, "b"},
-    {"BackslashPendingAfterLf", "a\\\n\\\nb\nc", "ab\n", 3, 3, 1, "c"},
-    {"BackslashPendingAfterLfKept", "a\\\n\\b", "a\\b\r", 3, 2, 0, ""},
-    {"BackslashPendingAfterCr", "a\\\r\\\rb\rc", "ab\r", 3, 3, 1, "c"},
-    {"BackslashPendingAfterCrKept", "a\\\r\\b", "a\\b\r", 3, 2, 0, ""},
+    {"BackslashAfterEscape", "a\\\\\nb", "a\\\\\n", 4, 1, 1, "b"},
+    {"BackslashAfterEscapedLf", "a\\\n\\\nb\nc", "ab\n", 3, 3, 1, "c"},
+    {"BackslashAfterEscapedLfIsText", "a\\\n\\b", "a\\b\r", 3, 2, 0, ""},
+    {"BackslashAfterEscapedCr", "a\\\r\\\rb\rc", "ab\r", 3, 3, 1, "c"},
+    {"BackslashAfterEscapedCrIsText", "a\\\r\\b", "a\\b\r", 3, 2, 0, ""},
     // LF.
     {"LfAfterOther", "a\nb", "a\n", 2, 1, 1, "b"},
     {"LfAfterLf", "a\n\nb", "a\n", 2, 1, 1, "\nb"},
     {"LfAfterCr", "a\r\nb", "a\r\n", 3, 1, 0, "b"},
-    {"LfPending", "a\\\nb\nc", "ab\n", 3, 2, 1, "c"},
-    {"LfPendingAfterLf", "a\\\n\nb", "a\n", 2, 2, 0, "b"},
-    {"LfPendingAfterCr", "a\\\r\nb\nc", "ab\n", 3, 2, 1, "c"},
-    {"LfPendingAfterCrForgets", "a\\\r\n\nb", "a\n", 2, 2, 1, "b"},
+    {"LfAfterEscape", "a\\\nb\nc", "ab\n", 3, 2, 1, "c"},
+    {"LfAfterEscapedLf", "a\\\n\nb", "a\n", 2, 2, 0, "b"},
+    {"LfAfterEscapedCr", "a\\\r\nb\nc", "ab\n", 3, 2, 1, "c"},
+    {"LfAfterEscapedCrLfIsALineEnd", "a\\\r\n\nb", "a\n", 2, 2, 1, "b"},
     // CR.
     {"CrAfterOther", "a\rb", "a\r", 2, 1, 1, "b"},
     {"CrAfterLf", "a\n\rb", "a\n\r", 3, 1, 0, "b"},
     {"CrAfterCr", "a\r\rb", "a\r", 2, 1, 1, "\rb"},
-    {"CrPending", "a\\\rb\rc", "ab\r", 3, 2, 1, "c"},
-    {"CrPendingAfterLf", "a\\\n\rb\rc", "ab\r", 3, 2, 1, "c"},
-    {"CrPendingAfterLfForgets", "a\\\n\r\rb", "a\r", 2, 2, 1, "b"},
-    {"CrPendingAfterCr", "a\\\r\rb", "a\r", 2, 2, 0, "b"},
+    {"CrAfterEscape", "a\\\rb\rc", "ab\r", 3, 2, 1, "c"},
+    {"CrAfterEscapedLf", "a\\\n\rb\rc", "ab\r", 3, 2, 1, "c"},
+    {"CrAfterEscapedLfCrIsALineEnd", "a\\\n\r\rb", "a\r", 2, 2, 1, "b"},
+    {"CrAfterEscapedCr", "a\\\r\rb", "a\r", 2, 2, 0, "b"},
     // Any other byte.
     {"OtherAfterOther", "ab\r\nc", "ab\r\n", 4, 1, 0, "c"},
     {"OtherAfterLf", "\nb", "\n", 1, 1, 1, "b"},
     {"OtherAfterCr", "\rb", "\r", 1, 1, 1, "b"},
-    {"OtherPending", "\\b\r\n", "\\b\r\n", 4, 1, 0, ""},
-    {"OtherPendingAfterLf", "\\\nb\\\nc\r\n", "bc\r\n", 4, 3, 0, ""},
-    {"OtherPendingAfterCr", "\\\rb\\\rc\r\n", "bc\r\n", 4, 3, 0, ""},
+    {"OtherAfterEscape", "\\b\r\n", "\\b\r\n", 4, 1, 0, ""},
+    {"OtherAfterEscapedLf", "\\\nb\\\nc\r\n", "bc\r\n", 4, 3, 0, ""},
+    {"OtherAfterEscapedCr", "\\\rb\\\rc\r\n", "bc\r\n", 4, 3, 0, ""},
     // Byte 255, which as a signed number is -1, like the end of a file.
     {"Byte255AfterOther", "a\xFF\r\nc", "a\xFF\r\n", 4, 1, 0, "c"},
     {"Byte255AfterLf", "\n\xFF", "\n", 1, 1, 1, "\xFF"},
-    {"Byte255Pending", "\\\xFF\r\n", "\\\xFF\r\n", 4, 1, 0, ""},
+    {"Byte255AfterEscape", "\\\xFF\r\n", "\\\xFF\r\n", 4, 1, 0, ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, IniReaderCell, ::testing::ValuesIn(kCells), CaseName());
@@ -283,7 +283,7 @@ TEST_F(IniReader, LineOf511BytesIsTheLongest)
     }
 }
 
-TEST_F(IniReader, LongerLineIs140AndStopsAtTheByteTooMany)
+TEST_F(IniReader, LongerLineIs140AndStopsAtTheFirstExcessByte)
 {
     const auto a = [](std::size_t count) { return std::string(count, 'a'); };
     struct {
@@ -524,7 +524,7 @@ std::string FileOfLines(std::size_t count)
     return file;
 }
 
-TEST_F(IniLoad, GrowsWithTheLineBeforeTheLast)
+TEST_F(IniLoad, GrowsWhenOneFreeSlotIsLeft)
 {
     struct {
         std::size_t lines;

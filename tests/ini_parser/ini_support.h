@@ -101,7 +101,8 @@ inline QAL_INT8 *Sentinel()
 Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
 
 /// The double's record without the reads, joined by ", ": "D 5", "free", "free null",
-/// "open r name", "seek -1 1", "write 5", "close", "remove name", "rename a -> b".
+/// "open r name", "seek -1 1", "write 5", "close", "remove name", "rename a -> b". "D 5" is a
+/// request of XELP_MemMallocD() for 5 bytes.
 std::string FullTrace();
 /// The file calls in FullTrace().
 std::string FileTrace();

@@ -26,7 +26,7 @@ constexpr QAL_UINT32 kFirstSlots = 200;
 constexpr QAL_UINT32 kMoreSlots = 50;
 
 // The byte that makes a line too long can add two bytes to a full line: itself, and the backslash
-// before it, which turned out to be text. The zero fill terminates the text.
+// before it, which turned out to be text. The last byte stays 0: IniGetOneLine() clears the buffer.
 constexpr QAL_UINT32 kBufferSize = kLongestLine + 2 + 1;
 
 enum ByteClass : QAL_UINT8 { kOther, kBackslash, kLf, kCr, kEnd };
@@ -110,7 +110,7 @@ ByteClass ClassOf(QAL_INT32 lByte)
     return lByte == 0xFF ? kOther : kTables.aClasses[static_cast<QAL_UINT8>(lByte)];
 }
 
-/// True for nearly every byte, and only for bytes of the class kOther.
+/// True for every byte of the class kOther except 255, which is left to ClassOf().
 bool IsPlain(QAL_INT32 lByte)
 {
     return kTables.aClasses[static_cast<QAL_UINT8>(lByte)] == kOther;

@@ -50,7 +50,7 @@ QAL_UINT32 BuildKey(LineBuffer &line, const QAL_INT8 *pszName, const QAL_INT8 *p
     return XELP_ERR_INI_OK;
 }
 
-/// Makes sure that two free slots follow the slots in use: one to fill, and one that stays free.
+/// Makes sure that a slot is free for a new line, and that one more stays free, as after a load.
 QAL_UINT32 MakeRoom(Document &doc)
 {
     return QAL_UINT64{doc.ulLineNum} + 1 >= doc.ulTotalLine ? IniRemallocIniLine(&doc)

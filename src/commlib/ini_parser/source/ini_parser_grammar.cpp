@@ -98,9 +98,9 @@ QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine = __builtin_LINE())
  *
  * The search goes from one `;` to the next. If one has no space before it, the rest of the line
  * belongs to the value. A " ;" ends the value, unless an unescaped quotation mark follows anywhere
- * in the line: the search then resumes after that mark. Quotation marks are not paired. If the
- * comment begins at @p pszBegin, the result is before it. A `;` there that is the last byte of the
- * line begins no comment.
+ * in the line: the search then resumes after that mark. Quotation marks are not paired. If there is
+ * no value, so that the comment begins at @p pszBegin, the result is before @p pszBegin. But a line
+ * whose last byte is a `;` at @p pszBegin has that byte as its value.
  */
 const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 {
@@ -221,6 +221,7 @@ QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **sectionLine,
     if (*pszRest == '\0') {
         return XELP_ERR_INI_OK;
     }
+    // From the byte before, because a comment begins with a space, which was skipped above.
     const QAL_UINT32 ulStatus = IniParseCommentLine(pszRest - 1, commentLine);
     if (ulStatus != XELP_ERR_INI_OK) {
         ReleasePart(*sectionLine);

@@ -87,7 +87,7 @@ struct Range {
 };
 
 /// The bytes from @p pszBegin up to the byte before @p pszEnd, without leading blanks and trailing
-/// white bytes. There must be at least one byte, and one is always left, whatever it is.
+/// white bytes. There must be at least one byte. If all are white, one white byte is left.
 Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 
 /// The first quotation mark after @p psz that has no backslash before it, or null.
@@ -118,7 +118,7 @@ inline bool IsReadable(const Document *pDoc)
     return pDoc != nullptr && pDoc->pStrLine != nullptr;
 }
 
-/// The kind of a line that is not empty. The loop is inline, because keys are short and a call to
+/// The type of a line that is not empty. The loop is inline, because keys are short and a call to
 /// the adapter to find the `=` would cost several times as much.
 inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
 {
@@ -149,7 +149,7 @@ inline XELP_INI_E_LINE_TYPE TypeOf(const QAL_INT8 *pszLine)
     return INI_KEYVALUE_LINE;
 }
 
-/// What a line is to a walk.
+/// The kind of a line, as far as a walk needs it.
 enum class Kind {
     kSkipped, ///< a comment or a blank line
     kSection,

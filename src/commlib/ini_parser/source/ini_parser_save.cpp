@@ -132,7 +132,7 @@ QAL_UINT32 IniSaveStringToIniFile(XELP_S_File *pTmpFilePtr, QAL_INT8 *strIniLine
     }
     auto ulRemainLen = static_cast<QAL_UINT32>(ullLen);
     while (ulRemainLen >= kFoldFrom) {
-        const QAL_UINT32 ulPiece = kPiece | OpensCharacter(psz, kPiece);
+        const QAL_UINT32 ulPiece = kPiece + OpensCharacter(psz, kPiece);
         if (Write(pTmpFilePtr, psz, ulPiece) != XELP_ERR_INI_OK) {
             return XELP_ERR_INI_WRITE_FILE;
         }
