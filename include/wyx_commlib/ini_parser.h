@@ -667,7 +667,10 @@ WYX_API QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *
  * @param[in,out] pStructIniLine  the document; it has no new header after a failure
  * @param[in]     section         the section's name, borrowed
- * @return as IniSaveSectionToIniStruct(), or #XELP_ERR_INI_INTERNAL if the document cannot grow.
+ * @return
+ * - #XELP_ERR_INI_OK
+ * - #XELP_ERR_INI_INPUT_PARA_ERR: the name has more than 507 bytes or is null
+ * - #XELP_ERR_INI_INTERNAL: no memory
  */
 WYX_API QAL_UINT32 IniInsertSectionToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                                QAL_INT8 *section);
