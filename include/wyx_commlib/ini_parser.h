@@ -459,7 +459,7 @@ WYX_API QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QA
 /** @} */
 /** @name Building blocks: grammar of a line
  * Parts of a line are handed over, each in an allocation of its own: release them with
- * XELP_MemFreeD(). A part that is absent is null, and so is every part after a failure. @{ */
+ * XELP_MemFreeD(). @{ */
 
 /**
  * @brief Moves a pointer forward over blanks.
@@ -495,7 +495,7 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
  * @param[out] commentLine  what follows the first " ;", without leading blanks and trailing white
  *                          bytes; the empty string if only blanks come before a line end or the
- *                          end of the text
+ *                          end of the text; null on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -512,8 +512,8 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * CR or LF is the name.
  *
  * @param[in]  linePtr      the line, borrowed
- * @param[out] sectionLine  the name
- * @param[out] commentLine  the comment, null if there is none
+ * @param[out] sectionLine  the name; null on failure
+ * @param[out] commentLine  the comment; null if there is none, and on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_SECTION: the line is null, lacks a `[` or `]`, has a `]` before the first `[`, or
@@ -531,9 +531,9 @@ WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **secti
  * is the value.
  *
  * @param[in]  linePtr      the line, borrowed, not null
- * @param[out] keyName      the key
- * @param[out] keyValue     the value, null if there is none
- * @param[out] commentLine  the comment, null if there is none
+ * @param[out] keyName      the key; null on failure
+ * @param[out] keyValue     the value; null if there is none, and on failure
+ * @param[out] commentLine  the comment; null if there is none, and on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no `=`
