@@ -575,7 +575,7 @@ static char *AtEnd(const char *pszText)
     return copy;
 }
 
-/* Sets a locale in which bytes beyond ASCII are letters, if there is one. */
+/* Leaves the C locale, if possible for one in which bytes beyond ASCII are letters. */
 static void LeaveC(void)
 {
     static const char *const kNames[] = {"tr_TR.ISO-8859-9", "de_DE.ISO-8859-1", "tr_TR.UTF-8",
