@@ -445,7 +445,7 @@ result<void> assign_to(Container &output, const result<base64_buffer> &converted
 }
 } // namespace detail
 
-/// Encodes bytes: MOX_BASE64Encode().
+/// Encodes bytes: MOX_BASE64Encode(). Unlike that call, accepts empty input: the result is empty.
 inline result<base64_buffer> base64_encode(bytes input) noexcept
 {
     return detail::base64(MOX_BASE64Encode, input.data(), input.size());
@@ -458,8 +458,8 @@ result<void> base64_encode(bytes input, Container &output)
     return detail::assign_to(output, base64_encode(input));
 }
 
-/// Decodes text: MOX_BASE64Decode(). The byte after the text, which that call reads, is always a
-/// NUL.
+/// Decodes text: MOX_BASE64Decode(). Unlike that call, accepts empty text: the result is empty. The
+/// byte after the text, which that call reads, is always a NUL.
 inline result<base64_buffer> base64_decode(const c_text &input) noexcept
 {
     if (input.get() == nullptr) {
