@@ -323,8 +323,8 @@ void Editor::RequireSameForOthers(std::size_t line) const
     const bool isText = std::ranges::any_of(
         continuations, [&](std::size_t i) { return IsOnlyText(text_.BytesOf(i)); });
     for (const std::size_t i : continuations) {
-        const LineParts &parts = text_.Parts()[i];
-        if (parts.kind == INI_SECTION_LINE || (!isText && LooksLikeKey(text_.BytesOf(i)))) {
+        const std::string_view bytes = text_.BytesOf(i);
+        if (LooksLikeHeader(bytes) || (!isText && LooksLikeKey(bytes))) {
             throw Refusal(LineName(i) + " is indented below " + shown + " in " + LineName(line) +
                           ": it is part of that value or a line of its own, and programs differ");
         }
@@ -413,6 +413,8 @@ void Editor::Insert(std::size_t before)
             // Whatever this line is, the new one must not separate it from its header, nor from
             // the lines that are indented below it.
             last = LastLineOf(i);
+        } else if (LooksLikeHeader(text_.BytesOf(i))) {
+            RequireNoOwner(i, LineName(i) + ", which looks like a header,");
         }
     }
     if (!style) {

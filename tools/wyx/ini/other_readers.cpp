@@ -40,15 +40,11 @@ std::string SectionOf(std::string_view line)
 }
 
 /// Calls @p found with each line that other programs may read as a line of its own, until it
-/// returns true. Skips lines that continue a key: those programs read them as parts of its value.
+/// returns true.
 template <typename Found>
 std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
 {
-    const Owners owners = OwnersOf(text);
     for (std::size_t i = lines.begin; i < lines.end; ++i) {
-        if (owners[i]) {
-            continue;
-        }
         std::size_t number = text.Lines()[i].first;
         bool isFirst = true;
         for (const std::string_view line : text.LinesOf(i)) {
@@ -142,7 +138,11 @@ Range BlockOf(const IniText &text, const std::string &section)
 
 std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines, const std::string &key)
 {
+    const Owners owners = OwnersOf(text);
     return FindLine(text, lines, [&](std::string_view line, std::size_t i, bool isFirst) {
+        if (owners[i]) {
+            return false; // those programs read it as part of a value
+        }
         const LineParts &parts = text.Parts()[i];
         const bool isKnown = isFirst && !parts.IsUnreadable() && IsSameName(parts.name, key);
         return !isKnown && IsSameName(KeyOf(line), key);
