@@ -8,12 +8,14 @@ set(WYX_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/wyx_commlib" CACHE STRIN
 set(WYX_INSTALL_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig" CACHE STRING
     "Folder of the pkg-config files, below the prefix")
 
-# With a client's own adapter, the installed wyx::os_adapter brings only the headers: the client's
-# users link the adapter itself.
+# With a client's own adapter, the installed wyx::os_adapter and the pkg-config file of that name bring
+# only the headers: the client's users link the adapter itself.
 if(WYX_OS_ADAPTER)
     set(adapter wyx_client_adapter)
+    set(WYX_PC_ADAPTER_LIBS "")
 else()
     set(adapter wyx_os_adapter)
+    set(WYX_PC_ADAPTER_LIBS "-L\${libdir} -lwyx_os_adapter")
 endif()
 set_target_properties(wyx_commlib PROPERTIES EXPORT_NAME commlib)
 set_target_properties(${adapter} PROPERTIES EXPORT_NAME os_adapter)

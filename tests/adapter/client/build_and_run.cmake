@@ -47,6 +47,18 @@ run(${configure} -S "${PROJECT_FOLDER}" -B "${alone}"
 run("${CMAKE_COMMAND}" --build "${alone}")
 run("${CMAKE_COMMAND}" -E rm "${part}/wyx_commlib/lib/libwyx_commlib.so.1")
 run_client("${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${alone}/lib" "${part}/client")
+
+# That library installed: pkg-config names no adapter, and the client links its own.
+set(prefix "${BUILD_FOLDER}/prefix")
+run("${CMAKE_COMMAND}" --install "${alone}" --prefix "${prefix}")
+file(GLOB_RECURSE modules "${prefix}/wyx_commlib.pc")
+get_filename_component(modules "${modules}" DIRECTORY)
+run("${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${modules}" pkg-config --cflags --libs wyx_commlib)
+separate_arguments(flags UNIX_COMMAND "${output}")
+get_filename_component(libraries "${modules}" DIRECTORY)
+run("${C_COMPILER}" "${CMAKE_CURRENT_LIST_DIR}/client.c" -o "${prefix}/client" ${flags}
+    "${part}/libclient_adapter.so" "-Wl,-rpath,${part}:${libraries}")
+run_client("${prefix}/client")
 file(GLOB_RECURSE default_adapter "${BUILD_FOLDER}/*/libwyx_os_adapter*")
 if(default_adapter)
     message(FATAL_ERROR "the default adapter was built: ${default_adapter}")
