@@ -110,7 +110,7 @@ void *NewList(Trial &trial)
     g_released.clear();
     void *pList = User('h');
     const QAL_UINT32 ulStatus = List::Init(trial, IsLetter, Release, &pList);
-    EXPECT_EQ(ulStatus, trial.Struck() ? List::kErrMemory : 0U);
+    EXPECT_EQ(ulStatus, trial.Struck() ? List::kMemory : 0U);
     if (trial.Struck()) {
         EXPECT_EQ(pList, User('h')) << "the handle is stored only on success";
         pList = nullptr;
@@ -150,7 +150,7 @@ void InsertAndTearDown(Trial &trial)
             for (const auto &step : kSteps) {
                 QAL_UINT32 ulStatus =
                     Do(trial, List::Insert, pList, User(step.ch), List::Position(step.ulPosition));
-                EXPECT_EQ(ulStatus, trial.Struck() ? List::kErrMemory : 0U);
+                EXPECT_EQ(ulStatus, trial.Struck() ? List::kMemory : 0U);
                 EXPECT_EQ(trial.Calls(Service::kAllocate), List::kAllocatesNodes ? 1U : 0U);
                 if (trial.Struck()) {
                     EXPECT_EQ(TextOf<List>(pList), expected) << "a failed call changed the list";
@@ -165,7 +165,7 @@ void InsertAndTearDown(Trial &trial)
             // There is no position 4; a lack of memory is reported first.
             const QAL_UINT32 ulStatus =
                 Do(trial, List::Insert, pList, User('f'), List::Position(4));
-            EXPECT_EQ(ulStatus, trial.Struck() ? List::kErrMemory : List::kErrInvalid);
+            EXPECT_EQ(ulStatus, trial.Struck() ? List::kMemory : List::kInvalid);
             EXPECT_EQ(TextOf<List>(pList), expected);
             EXPECT_EQ(DoPure(trial, List::Deinit, pList, List::kYes), 0U);
             EXPECT_EQ(g_released, "decab");
