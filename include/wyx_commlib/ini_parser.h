@@ -2,9 +2,9 @@
  * @file ini_parser.h
  * @brief INI files: load, check, look up, edit and save.
  *
- * A document holds the lines of a file; calls parse the lines they need. A save writes back the
- * lines that no edit touched, but not always byte for byte. It folds lines of 80 bytes or more, and
- * some of these come back changed at the next load: with an LF instead of a CR LF, for example.
+ * A document holds the lines of a file; calls parse the lines they need. A save keeps the lines
+ * that no edit touched, but not always byte for byte. It folds lines of 80 bytes or more, and some
+ * of these come back changed at the next load: with an LF instead of a CR LF, for example.
  * Continued lines are written joined, a last line without a line end gets a CR, and text after a
  * NUL is lost. docs/round-trips.md has the details, and `wyx ini check` warns if a save would
  * change a file.
@@ -111,8 +111,9 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_SYSTEM_CALL = 70,       /**< never returned */
     XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or the file cannot step back by a byte */
     XELP_ERR_INI_EXCEED_BUF_SIZE = 90,   /**< never returned */
-    XELP_ERR_INI_VALUE_NULL = 100,       /**< a second search for the `=` of a key line found
-                                              none; cannot happen with a correct adapter */
+    XELP_ERR_INI_VALUE_NULL = 100,       /**< the adapter found the `=` of a key line, but not
+                                              when asked again; cannot happen with a correct
+                                              adapter */
     XELP_ERR_INI_SECTION = 110,          /**< malformed section header */
     XELP_ERR_INI_KEY_NAME = 120,         /**< no key name, or a malformed one */
     XELP_ERR_INI_KEY_VALUE = 180,        /**< malformed value; has the number of
@@ -122,8 +123,9 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
     XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, text other than a comment
                                               after a header, or a text without a comment */
-    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument or pStrLine, a line that is an
-                                              empty string, or text too long for one line */
+    XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a null pStrLine, a line that is
+                                              an empty string, or text too long for one
+                                              line */
 } xelpIniErrCode;
 
 /** Kinds of a stored line. */
@@ -178,8 +180,8 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
 /**
  * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the document, which may be empty but not null; the lines in its
- *                                first ulLineNum slots are taken
+ * @param[in,out] pStructIniLine  the document, which may be empty but not null; its array and the
+ *                                lines in its first ulLineNum slots are taken
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
@@ -220,8 +222,9 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * Take a lock before you load and keep it until the save returns, as docs/durability.md shows. Do
  * not lock the target itself, which a save replaces.
  *
- * **The name of the new file** is the target's path up to its last dot, the time in milliseconds,
- * and ".ibk". Today that time has 13 digits. So:
+ * **The name of the new file** is the target's path without its last dot and what follows it, then
+ * the time in milliseconds, then ".ibk": net1700000000123.ibk for net.ini. It may be at most 14
+ * bytes longer than the path, and today the time has 13 digits. So:
  * - A save to a path without a dot fails, and so does a save to a path with fewer than two bytes
  *   after its last dot. `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory, the new file may be outside the target's
@@ -251,8 +254,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   that was possible
  * - #XELP_ERR_INI_CREATE_FILE: the new file cannot be created, and the target is as it was; or the
  *   target cannot be removed, or the new file cannot be renamed, and the new file stays with the
- *   whole content. With the default adapter a failure to write out the content, or to flush it or a
- *   directory, also has this status
+ *   whole content. With the default adapter, a failure to close the new file, or to flush it or a
+ *   directory, also has this status; docs/durability.md says which file then has the content
  */
 WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
                                            XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
@@ -301,7 +304,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: the document has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that makes a lookup fail, though malformed key lines do no harm here
+ * - the status of a line that makes a lookup fail; no key line with a `=` does here
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -402,8 +405,8 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that makes a lookup fail, though malformed key lines do no harm here;
- *   the section's lines before that one are deleted
+ * - the status of a line that makes a lookup fail; no key line with a `=` does here. The section's
+ *   lines before that line are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -538,7 +541,7 @@ WYX_API QAL_UINT32 IniParseSectionLine(const QAL_INT8 *linePtr, QAL_INT8 **secti
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no `=`
  * - #XELP_ERR_INI_KEY_NAME: nothing but blanks before the `=`, or a key that begins with CR or LF
- * - #XELP_ERR_INI_VALUE_NULL: a second search for the `=` found none
+ * - #XELP_ERR_INI_VALUE_NULL: the adapter found the `=`, but not when asked again
  * - #XELP_ERR_INI_INTERNAL: no memory
  */
 WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_INT8 **keyValue,
@@ -550,8 +553,8 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
  * must not hold a bracket. After the `]` only blanks, the line end and a comment are allowed, and
  * the comment must begin with " ;". Oddities: a name of blanks that ends in a tab passes, and so do
- * tabs between the `]` and the line end, though lookups refuse both. A line that ends in a tab
- * fails if only blanks come between the `]` and that tab.
+ * tabs between the `]` and the line end, though lookups refuse both. If there is no line end, the
+ * line fails if it ends in a tab and only blanks come between the `]` and that tab.
  *
  * @param[in] strSectionLine  the line, borrowed
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION if the line is null or fails the check.

@@ -159,7 +159,7 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 90:
             return "never returned";
         case 100:
-            return "a second search for the = of a key line found none";
+            return "the adapter found the = of a key line, but not when asked again";
         case 110:
             return "malformed section header";
         case 120:
@@ -175,8 +175,8 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
             return "a line of no known kind, text other than a comment after a header, or a text "
                    "without a comment";
         case 170:
-            return "a null argument or pStrLine, a line that is an empty string, or text too "
-                   "long for one line";
+            return "a null argument, a null pStrLine, a line that is an empty string, or text "
+                   "too long for one line";
         case 180:
             return "the new file cannot be written, or its name is taken, or malformed value";
         case 190:
