@@ -39,6 +39,10 @@ export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 failed=0
 for name in "${targets[@]}"; do
+    if [[ ! -x $programs/fuzz_$name ]]; then
+        echo "$programs has no fuzz target $name" >&2
+        exit 2
+    fi
     kept=$programs/corpus-$name
     mkdir -p "$kept"
     log=$programs/$name.log
