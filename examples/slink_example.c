@@ -1,4 +1,4 @@
-/* Keeps the last few log messages in a list of a fixed capacity: once it exists, logging allocates
+/* Keeps the last few log messages in a fixed-capacity list: once it exists, logging allocates
  * nothing, and the newest message replaces the oldest. */
 #include <stdio.h>
 #include <stdlib.h>

@@ -20,7 +20,7 @@ FUNCTIONS = {
     "xelpCRC16_ErrCode": ("crc16", "the CRC-16 calls"),
     "xelpCRC_ErrCode": ("crc32", "the CRC-32 calls"),
     "xelpDLLErrCode": ("dlink", "the doubly linked list"),
-    "xelpSLLErrCode": ("slink", "the list of a fixed capacity"),
+    "xelpSLLErrCode": ("slink", "the fixed-capacity list"),
     "xelpHashErrCode": ("hash", "the hash table"),
     "xelpIniErrCode": ("ini", "the INI calls"),
     "xelpPARSE_IPV4V6_ErrCode": ("address", "the address parsers"),

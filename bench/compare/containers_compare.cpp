@@ -371,7 +371,7 @@ void AddLists(Report &report, std::vector<Record> &records)
 
     const Target pooledFill = {1.5, 1.5};
     const auto indexed = [&](const char *pszName) -> Case & {
-        return report.Add("List of a fixed capacity", pszName + count);
+        return report.Add("Fixed-capacity list", pszName + count);
     };
     indexed("append, take first")
         .Ours(AppendTakeFirst<OurRecords<OurIndexed>>(records))
@@ -640,7 +640,7 @@ void PrintMemory()
     PrintBytes("TAILQ", count, [&] { return Filled<TailQueue>(records); });
     PrintBytes("std::list", count, [&] { return Filled<StandardList>(records); });
     PrintBytes("GQueue", count, [&] { return Filled<GlibQueue>(records); });
-    PrintBytes("our list of a fixed capacity", count,
+    PrintBytes("our fixed-capacity list", count,
                [&] { return Filled<OurRecords<OurIndexed>>(records); });
     PrintBytes("our hash table, with keys", count, [&] { return FilledTable<OurHash>(records); });
     PrintBytes("GHashTable, with keys", count, [&] { return FilledTable<GlibHash>(records); });

@@ -46,24 +46,28 @@
  * - The callback of a walk may do anything with the list except tear it down;
  *   XELP_SLinkList_Process_List() says where the walk then continues.
  *
- * **Cost.** Not counting your callbacks, XELP_SLinkList_Init() is linear in the capacity, the
- * searches (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()) in the
- * number of elements up to the match, a walk in the number of visits, and a teardown that releases
- * the user nodes in the number of elements; every other call takes constant time. The block takes
- * 48 bytes plus 16 for each slot.
+ * **Cost.** Not counting your callbacks, the following calls take linear time, and every other call
+ * takes constant time:
+ * - XELP_SLinkList_Init(), in the capacity;
+ * - the searches (XELP_SLinkList_Remove(), XELP_SLinkList_Delete() and XELP_SLinkList_Query()), in
+ *   the number of elements up to the match;
+ * - a walk, in the number of visits;
+ * - a teardown that releases the user nodes, in the number of elements.
+ *
+ * The block takes 48 bytes plus 16 for each slot.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
- * much like this header, but differ on purpose. This one differs from dlink.h in its results (see
- * above) and as follows:
- * - #XELP_ERR_SLL_FULL is 30, so the statuses from #XELP_ERR_SLL_FIND to #XELP_ERR_SLL_BREAK are 10
- *   higher.
- * - `ulTotalNum` of the head is the capacity, not the number of elements.
- * - To see whether the list is empty, Insert and the calls for head and tail look at the first or
- *   the last element. The searches and the walk look at the element count; the calls that need a
- *   cursor look at the count and the cursor.
+ * much like this header, but differ on purpose. In dlink.h, the statuses from FIND to BREAK are 10
+ * lower, `ulTotalNum` of the head is the number of elements, and some calls leave other results
+ * when they fail.
+ *
+ * **Emptiness.** Not every call looks at the same field to see whether the list is empty. This
+ * matters only if somebody took or returned slots by hand, or changed the head or the slots. Insert
+ * and the calls for head and tail look at the first or the last element. The searches and the walk
+ * look at the element count; the calls that need a cursor look at the count and the cursor.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -426,8 +430,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 
 /** @name Building blocks
  * These two calls take and return a slot in the same way as the Insert and Remove calls do. If you
- * take slots yourself, the list counts each as an element until you return it. If it counts only
- * slots that you took, it has no cursor: calls that need a cursor then report an empty list
+ * take slots yourself, the list counts each as an element until you return it. If it has no
+ * element but such slots, it has no cursor: calls that need a cursor then report an empty list
  * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing and returns
  * 0.
  * @{ */

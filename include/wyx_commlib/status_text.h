@@ -212,7 +212,7 @@ static inline const QAL_CHAR *wyx_address_status_text(QAL_UINT32 ulStatus)
 }
 
 /**
- * @brief The text of a status of the list of a fixed capacity.
+ * @brief The text of a status of the fixed-capacity list.
  *
  * @param[in] ulStatus  the status
  * @return a constant string, never null: "success" for 0, "unknown status" for a number that

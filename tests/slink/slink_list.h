@@ -1,4 +1,4 @@
-// Describes the list of a fixed capacity to the test suite that both lists share.
+// Describes the fixed-capacity list to the test suite that both lists share.
 #ifndef WYX_TESTS_SLINK_SLINK_LIST_H
 #define WYX_TESTS_SLINK_SLINK_LIST_H
 

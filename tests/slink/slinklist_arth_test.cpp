@@ -1,4 +1,4 @@
-// Tests of the list of a fixed capacity: the suite that both lists share, and what only this list
+// Tests of the fixed-capacity list: the suite that both lists share, and what only this list
 // does.
 #include "wyx_commlib/slink.h"
 
@@ -138,7 +138,7 @@ TEST_F(SLinkListInit, LargestCapacityIsRequestedWhole)
 
 using SLinkListResults = SLinkListTest;
 
-TEST_F(SLinkListResults, AreClearedAsDocumented)
+TEST_F(SLinkListResults, AreLeftAsDocumented)
 {
     const Case aCase[] = {
         {"", kGetCurNode, XELP_ERR_SLL_NULL, '?', ""},
@@ -284,7 +284,7 @@ TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
     EXPECT_EQ(g_released, "a");
 }
 
-TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
+TEST_F(SLinkListSlots, CountOf0MeansEmptyThoughAnElementIsLeft)
 {
     Build("[a]");
     ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // it is already free
@@ -309,7 +309,7 @@ TEST_F(SLinkListSlots, ListIsEmptyAfterAFreeSlotWasReturnedAgain)
 /// Returning a slot while its element is still in the list overwrites both links of the element.
 /// Even then, removing the first element must not read its link to the previous element, and
 /// removing the last must not read its link to the next.
-TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
+TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsOutwardLink)
 {
     for (const bool isDelete : {false, true}) {
         SCOPED_TRACE(isDelete);
@@ -331,7 +331,8 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
         EXPECT_EQ(SLinkList_Insert_FreeNode(list, 1), 0U);
-        Head().pstruBase[2].ulPNode = 7; // following the link out of the list would write here
+        Head().pstruBase[2].ulPNode =
+            7; // following the last element's forward link would write here
         EXPECT_EQ(isDelete ? XELP_SLinkList_Delete_TailNode(list)
                            : XELP_SLinkList_Remove_TailNode(list, &pResult),
                   0U);
@@ -344,7 +345,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsLinkOutOfTheList)
 }
 
 /// Whatever slots are taken and returned by hand, no call reads or writes outside the block.
-TEST_F(SLinkListSlots, RandomCallsByHandStayInTheBlock)
+TEST_F(SLinkListSlots, RandomCallsStayInTheBlockWhenSlotsAreTakenByHand)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

@@ -80,7 +80,7 @@ QAL_UINT32 TakeSlot(Head &head)
     return ulNode;
 }
 
-/// Returns a slot to the free chain, as the next to be taken. @p node is the slot's node: if its
+/// Returns a slot to the free chain, as the next to be taken. @p node is slot @p ulNode: if its
 /// address were computed here, every removal would compute it twice.
 void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
 {
@@ -90,11 +90,13 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-/// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a function that
-/// ends with this call and makes no other needs no stack frame.
+/// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a function whose
+/// only call is this one, as a tail call, needs no stack frame.
 [[gnu::noinline]] QAL_UINT32 ReturnSlotAnd(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
 {
-    __asm__("" : "+r"(ulStatus)); // if Clang knew the result, it would not let a caller end here
+    // Hides the value from Clang, which would otherwise give up the tail call in order to return
+    // the constant itself.
+    __asm__("" : "+r"(ulStatus));
     ReturnSlot(head, head.pstruBase[ulNode], ulNode);
     return ulStatus;
 }
@@ -136,8 +138,8 @@ void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
     Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), ppUserNode);
 }
 
-/// The cursor, or kNone if the list is empty, that is, if its count is 0. The count includes slots
-/// taken with SLinkList_Remove_FreeNode(); if it counts only such slots, the cursor is kNone, too
+/// The cursor, or kNone if the count is 0. The count includes slots taken with
+/// SLinkList_Remove_FreeNode(). If all counted slots were, the cursor is kNone, too
 /// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
@@ -154,7 +156,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Sets a result to the user node of an element. If the element is kNone, the list is empty.
+/// Sets a result to the user node of an element. Reports an empty list if the element is kNone.
 QAL_UINT32 Get(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     if (ulNode == kNone) {
@@ -186,7 +188,7 @@ QAL_UINT32 StepOnly(void *pstruHead, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd
 }
 
 // Kept: the result is set to null if there is no further element, but not if the list is empty
-// (SLinkListResults.AreClearedAsDocumented).
+// (SLinkListResults.AreLeftAsDocumented).
 QAL_UINT32 StepAndGet(Head &head, QAL_UINT32 Node::*pLink, QAL_UINT32 ulAtEnd, void **ppUserNode)
 {
     const QAL_UINT32 ulStatus = Step(head, pLink, ulAtEnd);
@@ -292,6 +294,7 @@ QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfun
     pHead->pstruBase = pBase;
     pHead->pfunCmpNode = pfunCmpNode;
     pHead->pfunFreeNode = pfunFreeNode;
+    // The platform fills the block with 0, so only the links of the free chain are set.
     for (QAL_UINT32 i = 0; i < ulNodeNum; ++i) {
         pBase[i].ulNNode = i + 1;
     }
@@ -326,6 +329,8 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     if (head.ulFirstNoUseNode == kNone) {
         return XELP_ERR_SLL_FULL;
     }
+    // Kept: the slot is taken before the position is checked, so an invalid position wipes it
+    // (SLinkListSlots.RefusedPositionReturnsTheSlot).
     const QAL_UINT32 ulNode = TakeSlot(head);
     Gap gap = {kNone, kNone};
     // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
@@ -400,7 +405,7 @@ QAL_UINT32 XELP_SLinkList_Set_CurPtr(void *pstruHead)
     return 0;
 }
 
-// Kept: no failure touches the result (SLinkListResults.AreClearedAsDocumented).
+// Kept: no failure touches the result (SLinkListResults.AreLeftAsDocumented).
 QAL_UINT32 XELP_SLinkList_Get_CurNode(void *pstruHead, void **pstruNode)
 {
     if (pstruHead == nullptr || pstruNode == nullptr) {

@@ -1,4 +1,4 @@
-/* The recipes of the page on the list of a fixed capacity, and those of the doubly linked list that
+/* The recipes of the page on the fixed-capacity list, and those of the doubly linked list that
  * it refers to. */
 #include <string.h>
 
