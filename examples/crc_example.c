@@ -9,8 +9,8 @@
  * frame, its own CRC included, is then 0. */
 static int IsIntact(const QAL_UINT8 *frame, QAL_UINT32 frameLen)
 {
-    QAL_UINT16 rest;
-    return XELP_CRC_16(frame, frameLen, &rest) == 0 && rest == 0;
+    QAL_UINT16 remainder;
+    return XELP_CRC_16(frame, frameLen, &remainder) == 0 && remainder == 0;
 }
 
 int main(void)

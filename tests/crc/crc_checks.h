@@ -127,7 +127,6 @@ void ExpectEmptyChangesNothing(const Crc<Word> &crc)
     }
 }
 
-/// The CRC of a single byte, starting from 0, is the table entry of that byte.
 template <typename Word>
 void ExpectEveryByte(const Crc<Word> &crc)
 {

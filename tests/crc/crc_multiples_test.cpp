@@ -1,8 +1,8 @@
 // The form for any CPU folds by sparse multiples of the polynomials, and the form with AArch64's
-// CRC-32 instructions joins its parts by one. This meet-in-the-middle search found those that are
-// not powers of the CRC-16 polynomial. A polynomial x^a + x^b + ... is a
-// multiple of P if the remainders of its terms add up to 0. So the search tabulates the remainders
-// of all sums of a few terms; two sums with the same remainder make a multiple.
+// CRC-32 instructions joins its parts by such a multiple. This meet-in-the-middle search found
+// those that are not powers of the CRC-16 polynomial. A polynomial x^a + x^b + ... is a multiple of
+// P if the remainders of its terms add up to 0. So the search tabulates the remainders of all sums
+// of a few terms; two sums with the same remainder make a multiple.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -82,7 +82,7 @@ class Sums {
 };
 
 /// Calls visit(exponents), highest first, for every sum of terms with the remainder @p ulWanted:
-/// each has @p count terms up to x^uHighest and one of the @p sums.
+/// each is a sum of @p count terms up to x^uHighest, plus one of the @p sums.
 template <typename Visit>
 void ForEachSumLike(QAL_UINT32 ulWanted, const std::vector<QAL_UINT32> &remainders,
                     unsigned uHighest, unsigned count, const Sums &sums, const Visit &visit)

@@ -7,15 +7,15 @@
 namespace wyx::crc {
 namespace {
 
-// Below these lengths another form takes over. The CRC-32 instructions of AArch64 are faster for
-// short messages: a multiplication takes several cycles, and a short message offers no other work
-// for that time.
+// Below these lengths another form takes over, and also for long CRC-16 messages. The CRC-32
+// instructions of AArch64 are faster for short messages: a multiplication takes several cycles, and
+// a short message offers no other work for that time.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
-namespace shorter = aarch64;
+namespace other = aarch64;
 constexpr QAL_UINT32 kMin32 = 384; // speed only
 #else
-namespace shorter = sparse;
+namespace other = sparse;
 constexpr QAL_UINT32 kMin32 = kVectorBytes;
 #endif
 static_assert(kMin16 >= kVectorBytes && kMin32 >= kVectorBytes, "the first vector is read whole");
@@ -25,7 +25,7 @@ static_assert(kMin16 >= kVectorBytes && kMin32 >= kVectorBytes, "the first vecto
 QAL_UINT16 clmul::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     if (ulLen < kMin16 || ulLen > kMaxCrc16ByClmul) { // speed only
-        return shorter::Crc16(uwCrc, pucData, ulLen);
+        return other::Crc16(uwCrc, pucData, ulLen);
     }
     return Crc16OfLanes<Lanes1>(uwCrc, pucData, ulLen);
 }
@@ -33,7 +33,7 @@ QAL_UINT16 clmul::Crc16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 u
 QAL_UINT32 clmul::Crc32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     if (ulLen < kMin32) { // speed only
-        return shorter::Crc32(ulCrc, pucData, ulLen);
+        return other::Crc32(ulCrc, pucData, ulLen);
     }
     return Crc32OfLanes<Lanes1>(ulCrc, pucData, ulLen);
 }

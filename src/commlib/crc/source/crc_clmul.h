@@ -20,8 +20,8 @@ namespace wyx::crc {
 
 /// x^(64 + width) divided by P, without the quotient's highest term, x^64.
 ///
-/// Multiply a word W by the whole quotient and drop the terms below x^64: what is left is
-/// W * x^width divided by P, times x^64. This is exact: x^(64 + width) divided by P leaves a
+/// Multiply a word W by the whole quotient and drop the terms below x^64: what is left is Q * x^64,
+/// where Q is the quotient of W * x^width by P. This is exact: x^(64 + width) divided by P leaves a
 /// remainder R below x^width, so the product differs from W * x^(64 + width) / P by W * R / P. That
 /// is below x^64, so it changes only terms that are dropped.
 constexpr Word Inverse(Polynomial poly)
@@ -65,7 +65,7 @@ struct Order32 {
 
     /// Converts between a block in memory and the bit order of a product.
     template <typename Lanes>
-    static typename Lanes::Block InMemory(typename Lanes::Block block)
+    static typename Lanes::Block SwapOrder(typename Lanes::Block block)
     {
         return block;
     }
@@ -77,14 +77,14 @@ struct Order32 {
         // word W, which is the low word, and the 32 bits after it.
         constexpr Vector kFirstHalf = {Reversed(PowerOfX(kCrc32, 64 + 32 - 1)), 0};
         const Vector rest =
-            ShiftDown<4>(MultiplyLow(vector, kFirstHalf) ^ ShiftUp<4>(ShiftDown<8>(vector)));
+            ShiftDown<4>(MultiplyLowWords(vector, kFirstHalf) ^ ShiftUp<4>(ShiftDown<8>(vector)));
         // Divide W * x^32 by P. The inverse has its x^64 in the lowest bit. Its x^0 is left out, as
         // that term only contributes below x^64.
         constexpr Vector kInverse = {(Reversed(Inverse(kCrc32)) << 1) | 1, 0};
-        const Vector quotient = MultiplyLow(rest, kInverse);
+        const Vector quotient = MultiplyLowWords(rest, kInverse);
         // The quotient times P differs from W * x^32 by the remainder, in the last 32 bits.
         constexpr Vector kPolynomial = {(Reversed(kCrc32.ulLower) >> 31) | 1, 0};
-        const Vector value = MultiplyLow(quotient, kPolynomial) ^ rest;
+        const Vector value = MultiplyLowWords(quotient, kPolynomial) ^ rest;
         return static_cast<QAL_UINT32>(value[1]);
     }
 };
@@ -100,7 +100,7 @@ struct Order16 {
     }
 
     template <typename Lanes>
-    static typename Lanes::Block InMemory(typename Lanes::Block block)
+    static typename Lanes::Block SwapOrder(typename Lanes::Block block)
     {
         return Lanes::Backwards(block);
     }
@@ -109,13 +109,13 @@ struct Order16 {
     static QAL_UINT32 Remainder(Vector vector)
     {
         constexpr Vector kFirstHalf = {0, PowerOfX(kCrc16, 64 + 16)};
-        const Vector sum = MultiplyHigh(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
+        const Vector sum = MultiplyHighWords(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
         const Vector rest = ShiftDown<2>(sum); // the word above the last 16 bits
         constexpr Vector kInverse = {Inverse(kCrc16), 0};
         // The inverse lacks its x^64; adding rest makes up for that.
-        const Vector quotient = ShiftDown<8>(MultiplyLow(rest, kInverse)) ^ rest;
+        const Vector quotient = ShiftDown<8>(MultiplyLowWords(rest, kInverse)) ^ rest;
         constexpr Vector kPolynomial = {kCrc16.ulLower, 0};
-        const Vector value = MultiplyLow(quotient, kPolynomial) ^ sum;
+        const Vector value = MultiplyLowWords(quotient, kPolynomial) ^ sum;
         return static_cast<QAL_UINT16>(value[0]);
     }
 };
@@ -136,7 +136,7 @@ struct Lanes1 {
     /// The sum of the halves' products with their factors.
     static Block Multiply(Block block, Block factors)
     {
-        return MultiplyLow(block, factors) ^ MultiplyHigh(block, factors);
+        return MultiplyLowWords(block, factors) ^ MultiplyHighWords(block, factors);
     }
 
     /// The first @p ulBytes bytes, 1 to 16, with the start value added and zeros in front. Reads a
@@ -180,13 +180,13 @@ inline QAL_UINT32 FoldBlocks(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32
 
     const QAL_UINT8 *const pucEnd = pucData + ulLen;
     const QAL_UINT32 ulFirst = (ulLen - 1) % kBytes + 1;
-    const Vector start = {Order::Bits::InMemory(ullStart)};
-    auto block = Order::template InMemory<Lanes>(Lanes::LoadFirst(pucData, start, ulFirst));
+    const Vector start = {Order::Bits::SwapOrder(ullStart)};
+    auto block = Order::template SwapOrder<Lanes>(Lanes::LoadFirst(pucData, start, ulFirst));
     auto beyond = Lanes::StartBeyond(start, ulFirst);
     pucData += ulFirst;
 
     const auto take = [&] { // the next block of the message
-        const auto taken = Order::template InMemory<Lanes>(Lanes::Load(pucData) ^ beyond);
+        const auto taken = Order::template SwapOrder<Lanes>(Lanes::Load(pucData) ^ beyond);
         beyond = typename Lanes::Block{};
         pucData += kBytes;
         return taken;

@@ -13,21 +13,21 @@ namespace wyx::crc {
 constexpr QAL_UINT32 kMaxCrc16ByClmul = 383; // speed only
 
 /// The product of the low words, and the product of the high ones.
-inline Vector MultiplyLow(Vector a, Vector b)
+inline Vector MultiplyLowWords(Vector a, Vector b)
 {
     return reinterpret_cast<Vector>(vmull_p64(a[0], b[0]));
 }
 
 #if defined(__clang__)
 // For vmull_high_p64(), Clang would move both words through general registers.
-inline Vector MultiplyHigh(Vector a, Vector b)
+inline Vector MultiplyHighWords(Vector a, Vector b)
 {
     Vector product;
     __asm__("pmull2 %0.1q, %1.2d, %2.2d" : "=w"(product) : "w"(a), "w"(b));
     return product;
 }
 #else
-inline Vector MultiplyHigh(Vector a, Vector b)
+inline Vector MultiplyHighWords(Vector a, Vector b)
 {
     return reinterpret_cast<Vector>(
         vmull_high_p64(reinterpret_cast<poly64x2_t>(a), reinterpret_cast<poly64x2_t>(b)));

@@ -13,13 +13,13 @@ namespace wyx::crc {
 constexpr QAL_UINT32 kMaxCrc16ByClmul = 1023; // speed only
 
 /// The product of the low words, and the product of the high ones.
-inline Vector MultiplyLow(Vector a, Vector b)
+inline Vector MultiplyLowWords(Vector a, Vector b)
 {
     return reinterpret_cast<Vector>(
         _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x00));
 }
 
-inline Vector MultiplyHigh(Vector a, Vector b)
+inline Vector MultiplyHighWords(Vector a, Vector b)
 {
     return reinterpret_cast<Vector>(
         _mm_clmulepi64_si128(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b), 0x11));

@@ -10,7 +10,8 @@
 //    the last d bits are a message with the same remainder.
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. So if no distance is shorter than a word, all bits of a word can be cleared at
-//    once: XOR the word into the message at each of the distances.
+//    once: XOR the word into the message at each of the distances. If a distance is shorter, but
+//    at least half a word, the word is first XORed into itself.
 // This is called folding. It needs neither a table nor a multiplication.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
@@ -59,7 +60,7 @@ struct Sparse {
 /// too.
 struct LowestBitFirst {
     /// Converts between a word in this order and the word that a little-endian machine loads.
-    static Word InMemory(Word ullWord) { return ullWord; }
+    static Word SwapOrder(Word ullWord) { return ullWord; }
     /// Moves bits towards the end of the message; those that leave the word are dropped.
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
@@ -68,7 +69,7 @@ struct LowestBitFirst {
 /// The first bit of a byte is its highest, so the first bit of a big-endian word is its highest,
 /// too.
 struct HighestBitFirst {
-    static Word InMemory(Word ullWord) { return __builtin_bswap64(ullWord); }
+    static Word SwapOrder(Word ullWord) { return __builtin_bswap64(ullWord); }
     static Word Later(Word ullWord, unsigned uPlaces) { return ullWord >> uPlaces; }
     static Word Earlier(Word ullWord, unsigned uPlaces) { return ullWord << uPlaces; }
 };
@@ -78,10 +79,10 @@ inline Word LoadWord(const QAL_UINT8 *puc)
 {
     Word ullWord;
     __builtin_memcpy(&ullWord, puc, sizeof ullWord);
-    return Order::InMemory(ullWord);
+    return Order::SwapOrder(ullWord);
 }
 
-/// Folds a message word by word. Holds the bits that cleared words add to words not yet taken.
+/// Folds a message word by word. Holds the bits that folded words add to words not yet taken.
 template <typename Order, typename Multiple>
 class WordFold;
 
@@ -89,27 +90,27 @@ template <typename Order, unsigned kDegree, unsigned... kLower>
 class WordFold<Order, Sparse<kDegree, kLower...>> {
     static constexpr unsigned kNearest = std::min({(kDegree - kLower)...});
     static_assert(2 * kNearest >= kWordBits,
-                  "bits that a word adds to itself would add to it again");
+                  "a bit that is folded within its word would have to be folded there again");
 
   public:
-    /// A cleared word adds to at most this many words after it.
+    /// A folded word adds to at most this many words after it.
     static constexpr unsigned kReach = (kDegree + kWordBits - 1) / kWordBits;
 
     /// Adds to the word that is taken next.
     void Add(Word ullWord) { aullAdded_[0] ^= ullWord; }
 
-    /// Takes the next word of the message and returns it with what the cleared words add to it.
+    /// Takes the next word of the message and returns it with what the folded words add to it.
     Word Take(Word ullMessage)
     {
         const Word ullWord = ullMessage ^ aullAdded_[0];
-        MoveUp(std::make_index_sequence<kReach - 1>{});
+        MoveToFront(std::make_index_sequence<kReach - 1>{});
         aullAdded_[kReach - 1] = 0;
         return ullWord;
     }
 
-    /// Clears @p ullWord, the word taken last. At distances shorter than a word, it first adds to
-    /// itself.
-    void Clear(Word ullWord)
+    /// Folds @p ullWord, the word taken last, into the words after it. At distances shorter than a
+    /// word, it is first folded into itself.
+    void FoldIn(Word ullWord)
     {
         ullWord ^= (Within<kDegree - kLower>(ullWord) ^ ...);
         (AddAfter<kDegree - kLower>(ullWord), ...);
@@ -117,7 +118,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
 
   private:
     template <std::size_t... kAt>
-    void MoveUp(std::index_sequence<kAt...>)
+    void MoveToFront(std::index_sequence<kAt...>)
     {
         ((aullAdded_[kAt] = aullAdded_[kAt + 1]), ...);
     }
@@ -180,12 +181,12 @@ inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ul
     Word ullWord = first.ullWord;
     QAL_UINT32 i = first.ulBytes;
     for (; ulLen - i >= longFold.kReach * kWordBytes; i += kWordBytes) { // speed only
-        longFold.Clear(ullWord);
+        longFold.FoldIn(ullWord);
         ullWord = longFold.Take(LoadWord<Order>(pucData + i));
     }
     WordFold<Order, Short> shortFold;
     for (; i < ulLen; i += kWordBytes) {
-        shortFold.Clear(ullWord);
+        shortFold.FoldIn(ullWord);
         ullWord = shortFold.Take(longFold.Take(LoadWord<Order>(pucData + i)));
     }
     return {ullWord, shortFold.Take(0)};
@@ -200,7 +201,7 @@ inline LastWord FoldWords(Word ullStart, const QAL_UINT8 *pucData, QAL_UINT32 ul
     fold.Add(first.ullNext);
     Word ullWord = first.ullWord;
     for (QAL_UINT32 i = first.ulBytes; i < ulLen; i += kWordBytes) {
-        fold.Clear(ullWord);
+        fold.FoldIn(ullWord);
         ullWord = fold.Take(LoadWord<Order>(pucData + i));
     }
     return {ullWord, fold.Take(0)};

@@ -36,12 +36,13 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr unsigned kStep = 4 * kVectorBytes;
     static_assert(kNearest >= kStep, "a vector would add to its own step");
 
-    static constexpr unsigned kPast = (kDegree + kVectorBytes - 1) / kVectorBytes * kVectorBytes;
+    // How many bytes back a vector depends on others, rounded up to whole vectors.
+    static constexpr unsigned kReach = (kDegree + kVectorBytes - 1) / kVectorBytes * kVectorBytes;
     static constexpr unsigned kChunk = 4096;
 
   public:
-    static constexpr QAL_UINT32 kMinBytes = kPast + kVectorBytes;
-    static constexpr QAL_UINT32 kMaxRest = kPast + kVectorBytes - 1;
+    static constexpr QAL_UINT32 kMinBytes = kReach + kVectorBytes;
+    static constexpr QAL_UINT32 kMaxRest = kReach + kVectorBytes - 1;
 
     /// Writes a message of at most kMaxRest bytes with the same remainder to @p pucRest and returns
     /// its length. The given message has at least kMinBytes; @p start is added to its first 16
@@ -49,33 +50,32 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
-        // Stores each vector's value just before it is cleared, as later vectors need it. The next
-        // vector of the message is XORed with the bytes that precede it by each of the multiple's
-        // distances. Zeros precede the message.
-        alignas(64) QAL_UINT8 aucBuffer[kPast + kChunk + kPast];
-        QAL_UINT8 *const pucCleared = aucBuffer + kPast;
-        for (unsigned i = 0; i < kPast; i += kVectorBytes) {
+        // The message is folded into the buffer, because each vector is XORed with the folded bytes
+        // that precede it by each of the multiple's distances. Zeros precede the message.
+        alignas(64) QAL_UINT8 aucBuffer[kReach + kChunk + kReach];
+        QAL_UINT8 *const pucFolded = aucBuffer + kReach;
+        for (unsigned i = 0; i < kReach; i += kVectorBytes) {
             StoreVector(aucBuffer + i, Vector{});
         }
         QAL_UINT32 ulLeft = ulLen;
-        QAL_UINT32 ulCleared = 0;
+        QAL_UINT32 ulFolded = 0;
         for (;;) {
-            ulCleared = std::min(ulLeft - kPast, kChunk) / kVectorBytes * kVectorBytes;
-            StoreVector(pucCleared, Folded(pucData, pucCleared) ^ start);
+            ulFolded = std::min(ulLeft - kReach, kChunk) / kVectorBytes * kVectorBytes;
+            StoreVector(pucFolded, Folded(pucData, pucFolded) ^ start);
             start = Vector{};
-            ClearFrom(kVectorBytes, ulCleared, pucData, pucCleared);
-            pucData += ulCleared;
-            ulLeft -= ulCleared;
+            FoldFrom(kVectorBytes, ulFolded, pucData, pucFolded);
+            pucData += ulFolded;
+            ulLeft -= ulFolded;
             if (ulLeft <= kMaxRest) {
                 break;
             }
-            for (unsigned i = 0; i < kPast; i += kVectorBytes) {
-                StoreVector(aucBuffer + i, LoadVector(pucCleared + ulCleared - kPast + i));
+            for (unsigned i = 0; i < kReach; i += kVectorBytes) {
+                StoreVector(aucBuffer + i, LoadVector(pucFolded + ulFolded - kReach + i));
             }
         }
-        // The rest is not cleared, so it adds nothing to itself: the buffer has zeros in its place.
-        QAL_UINT8 *const pucEnd = pucCleared + ulCleared;
-        for (unsigned i = 0; i < kPast; i += kVectorBytes) {
+        // The rest adds nothing to itself, so the buffer has zeros in its place.
+        QAL_UINT8 *const pucEnd = pucFolded + ulFolded;
+        for (unsigned i = 0; i < kReach; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});
         }
         for (QAL_UINT32 i = 0; i + kVectorBytes <= ulLeft; i += kVectorBytes) {
@@ -88,27 +88,27 @@ class VectorFold<Sparse<kDegree, kLower...>> {
 
   private:
     /// The vectors of a step do not depend on each other, which keeps in-order CPUs busy.
-    static void ClearFrom(QAL_UINT32 i, QAL_UINT32 ulEnd, const QAL_UINT8 *pucData,
-                          QAL_UINT8 *pucCleared)
+    static void FoldFrom(QAL_UINT32 i, QAL_UINT32 ulEnd, const QAL_UINT8 *pucData,
+                         QAL_UINT8 *pucFolded)
     {
         for (; i + kStep <= ulEnd; i += kStep) { // speed only
-            const Vector first = Folded(pucData + i, pucCleared + i);
-            const Vector second = Folded(pucData + i + 16, pucCleared + i + 16);
-            const Vector third = Folded(pucData + i + 32, pucCleared + i + 32);
-            const Vector fourth = Folded(pucData + i + 48, pucCleared + i + 48);
-            StoreVector(pucCleared + i, first);
-            StoreVector(pucCleared + i + 16, second);
-            StoreVector(pucCleared + i + 32, third);
-            StoreVector(pucCleared + i + 48, fourth);
+            const Vector first = Folded(pucData + i, pucFolded + i);
+            const Vector second = Folded(pucData + i + 16, pucFolded + i + 16);
+            const Vector third = Folded(pucData + i + 32, pucFolded + i + 32);
+            const Vector fourth = Folded(pucData + i + 48, pucFolded + i + 48);
+            StoreVector(pucFolded + i, first);
+            StoreVector(pucFolded + i + 16, second);
+            StoreVector(pucFolded + i + 32, third);
+            StoreVector(pucFolded + i + 48, fourth);
         }
         for (; i < ulEnd; i += kVectorBytes) {
-            StoreVector(pucCleared + i, Folded(pucData + i, pucCleared + i));
+            StoreVector(pucFolded + i, Folded(pucData + i, pucFolded + i));
         }
     }
 
-    static Vector Folded(const QAL_UINT8 *pucMessage, const QAL_UINT8 *pucCleared)
+    static Vector Folded(const QAL_UINT8 *pucMessage, const QAL_UINT8 *pucFolded)
     {
-        return (LoadVector(pucMessage) ^ ... ^ LoadVector(pucCleared - (kDegree - kLower)));
+        return (LoadVector(pucMessage) ^ ... ^ LoadVector(pucFolded - (kDegree - kLower)));
     }
 };
 

@@ -8,7 +8,8 @@
 namespace wyx::crc {
 namespace {
 
-constexpr QAL_UINT32 kMinByWords = kWordBytes; // FirstWord reads a whole word
+constexpr QAL_UINT32 kMinByWords = kWordBytes;
+static_assert(kMinByWords >= kWordBytes, "FirstWord reads a whole word");
 
 // ---- CRC-16
 
@@ -34,20 +35,21 @@ static_assert(73 - 64 <= 16, "clearing the last word but one would reach past th
     return static_cast<QAL_UINT16>(Crc16OfWord(last.ullWord) ^ (last.ullPastEnd >> 48));
 }
 
-/// Folds by the eighth power of Power8. Its distances are 32, 88 and 128 bytes, so a vector depends
-/// only on the 128 bytes before it; they stay in registers.
+/// Folds by the 64th power of the polynomial, which is Power8 to the eighth. The distances of that
+/// power are 32, 88 and 128 bytes: 2, 5 1/2 and 8 vectors. So a vector depends only on the 128
+/// bytes before it, which stay in registers.
 class RegisterFold {
   public:
     static constexpr unsigned kVectors = 8;
     static constexpr unsigned kBytes = kVectors * kVectorBytes;
 
-    RegisterFold() { Clear(std::make_index_sequence<kVectors>{}); }
+    RegisterFold() { SetToZero(std::make_index_sequence<kVectors>{}); }
 
     /// Takes the next 128 bytes of the message.
     void Take(const QAL_UINT8 *pucData) { TakeEach(pucData, std::make_index_sequence<kVectors>{}); }
 
-    /// Takes the last 128 bytes of the message, which are not cleared. Writes them to @p pucRest
-    /// with what the preceding bytes add to them.
+    /// Takes the last 128 bytes of the message, which are not folded further. Writes them to @p
+    /// pucRest with what the preceding bytes add to them.
     void TakeLast(const QAL_UINT8 *pucData, QAL_UINT8 *pucRest)
     {
         TakeLastEach(pucData, pucRest, std::make_index_sequence<kVectors>{});
@@ -55,7 +57,7 @@ class RegisterFold {
 
   private:
     template <std::size_t... kAt>
-    void Clear(std::index_sequence<kAt...>)
+    void SetToZero(std::index_sequence<kAt...>)
     {
         ((aVectors_[kAt] = Vector{}), ...);
     }
@@ -83,14 +85,16 @@ class RegisterFold {
         const Vector before2 = aVectors_[(kAt + kVectors - 2) % kVectors];
         const Vector before6 = aVectors_[(kAt + kVectors - 6) % kVectors];
         const Vector before5 = aVectors_[(kAt + kVectors - 5) % kVectors];
-        const Vector halfBetween = {before6[1], before5[0]};
-        return LoadVector(pucData + kAt * kVectorBytes) ^ aVectors_[kAt] ^ halfBetween ^ before2;
+        const Vector before5AndAHalf = {before6[1], before5[0]};
+        return LoadVector(pucData + kAt * kVectorBytes) ^ aVectors_[kAt] ^ before5AndAHalf ^
+               before2;
     }
 
     Vector aVectors_[kVectors];
 };
 
 constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: set-up costs time
+static_assert(kMinByRegisters >= RegisterFold::kBytes + 2, "ByRegisters() reads two blocks");
 
 /// Not inlined, so that short messages do not pay for the buffer.
 [[gnu::noinline]] QAL_UINT16 ByRegisters(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
