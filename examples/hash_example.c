@@ -65,7 +65,7 @@ int main(void)
     void *found = NULL;
     QAL_UINT32 words = 0;
     char the[] = "the"; /* keys are not const, since the callbacks may write to them */
-    char word[64];
+    char word[64];      /* scanf() splits words that are longer */
     int isGood = 1;
 
     if (XELP_Hash_Init(BUCKETS, HashWord, CompareWords, ReleaseWord, ReleaseCounter, &table) != 0) {
