@@ -21,8 +21,9 @@ those of code for another CPU than the library's. The mistake is
 Bounds on lines marked "speed only" are left out. The tests of a module are those in
 tests/<module>/, tests/fuzz/ and tests/library/failures/; those of the adapter are in
 tests/platform/, tests/library/threads/ and tests/library/syscalls/, and the suite in
-tools/adapter_suite/; those of the tool are in tests/tool/. The tests that kill the most mistakes in
-the least time run first.
+tools/adapter_suite/; those of the tool are in tests/tool/. Only programs are run, without the slow
+ones and those that NO_TESTS_OF_CODE matches; the tests that kill the most mistakes in the least time
+run first.
 
 A survivor must be listed in tests/project/mutation/survivors.txt with the reason why no test can see
 it. The run fails if a survivor is not listed, if a test kills a listed mistake, if nothing was
