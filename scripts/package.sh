@@ -37,7 +37,8 @@ list_sources() { # the project's files: those git knows, or all of an unpacked a
     if [[ -e .git ]]; then
         git ls-files -z
     else
-        find . -path ./build -prune -o \( -type f -o -type l \) -print0
+        find . \( -path ./build -o -samefile "$folder" \) -prune -o \
+            \( -type f -o -type l \) -print0
     fi
 }
 list_sources | LC_ALL=C sort -z | tar --create --no-recursion --format=gnu \
