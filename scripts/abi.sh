@@ -5,7 +5,7 @@
 #     scripts/abi.sh renew [BUILD_FOLDER]  compares, then writes the baseline; without BUILD_FOLDER,
 #                                          builds in build/abi first
 #
-# The baseline has the exports of both libraries, every type of the public headers (most calls take
+# The baseline has the exports of both libraries, every type of the public C headers (most calls take
 # the containers' records as void *, so the calls do not lead to these types), and the services that
 # the library asks of its adapter. Names are compared, too, because abidiff does not report a type
 # or member that was renamed. `renew` refuses what breaks callers unless the major version is
