@@ -80,7 +80,7 @@ constexpr Command kCommands[] = {
                 {'s', "status", "",
                  "with -c: write errors only, except in JSON; the exit code says whether all "
                  "sums match"},
-                {'\0', "strict", "", "with -c: exit with 4 if a line is improperly formatted"},
+                {'\0', "strict", "", "with -c: fail if a line is improperly formatted"},
                 {'w', "warn", "", "with -c: warn about each improperly formatted line"},
                 kJson,
                 kHelp,
