@@ -48,7 +48,8 @@ describe() {
         --headers-dir "$source_folder/platform" --no-architecture --no-corpus-path
         --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names
         --no-write-default-sizes --type-id-style hash)
-    # The accounting build of the adapter has calls of its own, which are not part of the interface.
+    # The accounting build of the adapter has calls and types of its own, which are not part of the
+    # interface.
     printf '[suppress_function]\n  symbol_name_regexp = ^wyx_mem_\n  drop = yes\n' >"$work/own"
     options+=(--suppressions "$work/own")
     for name in libwyx_commlib libwyx_os_adapter; do
@@ -59,7 +60,7 @@ describe() {
 
     own_major=$(soname "$1/lib/libwyx_commlib.so")
     own_major=${own_major##*.}
-    headers=("$source_folder"/include/wyx_commlib/*.h "$source_folder"/platform/*.h)
+    headers=("$source_folder"/include/wyx_commlib/*.h "$source_folder"/platform/{os_adapter,bounded}.h)
     {
         printf '#include "%s"\n' "${headers[@]}"
         echo "extern int wyx_public_types; int wyx_public_types;" # abidw needs a symbol
