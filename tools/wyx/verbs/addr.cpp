@@ -203,7 +203,10 @@ Fault Ipv6Fault(const std::string &text)
     if (!isEnd && text[at] != ':') {
         return Instead(text, at, "':' and a group, ']' or the end");
     }
-    return Instead(text, EndOfRun(text, at, "]:"), "a port");
+    for (const char ch : {']', ':'}) {
+        at += at < text.size() && text[at] == ch ? 1U : 0U;
+    }
+    return Instead(text, at, "a port");
 }
 
 Fault FaultOf(const std::string &text)
