@@ -42,6 +42,7 @@ const Mistake kMistakes[] = {
      {"'--md5' is not a verb of 'wyx sum'", "try 'wyx sum --help'"}},
     {"OptionWithoutVerb", {"--md5", "net.ini"}, kUsage, {"unknown option '--md5'", "wyx --help"}},
     {"MisspeltOption", {"sum", "--md6", "net.ini"}, kUsage, {"did you mean '--md5'?"}},
+    {"AmbiguousOption", {"sum", "--s"}, kUsage, {"'--s' is ambiguous: --status, --strict"}},
     {"UnknownLetter",
      {"ini", "get", "-x.ini", "net"},
      kUsage,

@@ -188,8 +188,17 @@ Failure Arguments::Wrong(std::string_view word, bool lacksValue) const
     for (const Option &known : command_.Options()) {
         names.emplace_back(known.name);
     }
-    const std::string near = Nearest(name, names);
     const std::string shown = Quoted(Dashed(name));
+    std::string meant;
+    for (const std::string &known : names) {
+        if (known.starts_with(name)) { // so does another, or the word would have been accepted
+            meant += (meant.empty() ? "" : ", ") + Dashed(known);
+        }
+    }
+    if (!meant.empty()) {
+        return Misuse(shown + " is ambiguous: " + meant);
+    }
+    const std::string near = Nearest(name, names);
     return near.empty() ? Misuse("unknown option " + shown)
                         : Misuse("unknown option " + shown, "did you mean '--" + near + "'?");
 }
