@@ -61,6 +61,7 @@ TEST_F(IniRecoverTest, ListAndShow)
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "2"}).out, "[a]\nk=1\n");
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "4"}).code, kNo);
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "0"}).code, kNo);
+    EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "99999999999999999999"}).code, kNo);
     EXPECT_EQ(Wyx({"ini", "recover", target, "--show", "x"}).code, kUsage);
 
     Write("net.ini", "[a]\nk=1\n");

@@ -220,13 +220,11 @@ const Candidate &Choose(const std::vector<Candidate> &candidates, const std::str
         }
         return *sound;
     }
-    const bool isNumber = !word.empty() && word.size() < 9 &&
-                          word.find_first_not_of("0123456789") == std::string::npos;
-    const std::size_t number = isNumber ? std::stoul(word) : 0;
-    if (!isNumber) {
+    if (word.empty() || word.find_first_not_of("0123456789") != std::string::npos) {
         throw Failure(ExitCode::kUsage,
                       Quoted(word) + " is neither a number nor '" + kNewest + "'");
     }
+    const std::size_t number = word.size() < 9 ? std::stoul(word) : 0;
     if (number == 0 || number > candidates.size()) {
         throw Failure(ExitCode::kNo, "there is no file number " + word,
                       "the numbers go from 1 to " + std::to_string(candidates.size()));
