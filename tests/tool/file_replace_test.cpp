@@ -460,8 +460,9 @@ TEST_F(FileReplaceTest, WaitsForALockButNotForever)
     const auto begin = std::chrono::steady_clock::now();
     const auto wait = std::chrono::milliseconds(700);
     testing::internal::CaptureStderr();
-    const std::string message =
-        Message([&] { const Target target(name, {.limit = kLimit, .wait = wait}); });
+    const std::string message = Message([&] {
+        const Target target(name, {.limit = kLimit, .wait = wait, .lockedHint = "--wait"});
+    });
     const std::string announced = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(Mentions(message, {"is locked by another program", "--wait"}));
     EXPECT_TRUE(Mentions(announced, {"waiting up to 1 s"}));

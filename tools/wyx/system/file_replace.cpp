@@ -118,23 +118,24 @@ void RemoveLeftovers(const fs::path &path)
 }
 
 /// Locks a file against other instances. If the file system has no locks, goes on without one.
-void Lock(int fd, const std::string &name, std::chrono::milliseconds wait)
+void Lock(int fd, const std::string &name, const TargetOptions &options)
 {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begin = Clock::now();
     bool isAnnounced = false;
     while (!IsFree(fd) && (errno == EWOULDBLOCK || errno == EINTR)) {
         const auto waited = Clock::now() - begin;
-        if (waited >= wait) {
+        if (waited >= options.wait) {
             throw Failure(ExitCode::kIo,
                           Quoted(name) + " is locked by another program; nothing was changed",
-                          "--wait SECONDS waits longer");
+                          options.lockedHint);
         }
         if (!isAnnounced && waited >= kAnnounce) {
             isAnnounced = true;
-            PutWarning(Quoted(name) + " is locked by another program; waiting up to " +
-                       std::to_string(std::chrono::ceil<std::chrono::seconds>(wait).count()) +
-                       " s for it");
+            PutWarning(
+                Quoted(name) + " is locked by another program; waiting up to " +
+                std::to_string(std::chrono::ceil<std::chrono::seconds>(options.wait).count()) +
+                " s for it");
         }
         std::this_thread::sleep_for(kRetry);
     }
@@ -173,7 +174,7 @@ class NewFile {
             const int error = errno;
             path_.clear();
             throw SystemFailure("cannot write to the directory " + Quoted(directory), error,
-                                error == EACCES || error == EPERM
+                                target.Exists() && (error == EACCES || error == EPERM)
                                     ? std::string("a change replaces the file; ") + kInPlaceHint
                                     : "");
         }
@@ -341,7 +342,7 @@ Target::Target(const std::string &name, const TargetOptions &options)
         if (!file_.IsOpen()) {
             throw SystemFailure("cannot open " + Quoted(name), errno);
         }
-        Lock(file_.Get(), name, options.wait);
+        Lock(file_.Get(), name, options);
         struct stat now = {};
         isCurrent = fstat(file_.Get(), &status_) == 0 && stat(path_.c_str(), &now) == 0 &&
                     IsSameFile(status_, now);

@@ -20,6 +20,7 @@ struct TargetOptions {
     bool mayBeMissing = false;                   ///< accept a name without a file
     std::function<std::string()> missingHint{};  ///< what to do about a file that is missing
     std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
+    const char *lockedHint = "";                 ///< what to do about a file that stays locked
 };
 
 /// The file to change: the one that its name leads to, through symbolic links. It is locked (flock)

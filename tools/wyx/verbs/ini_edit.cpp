@@ -163,7 +163,8 @@ Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
                                                   ? "'wyx ini set --create' makes a new file"
                                                   : recovery;
                                    },
-                               .wait = WaitOf(arguments)});
+                               .wait = WaitOf(arguments),
+                               .lockedHint = "--wait SECONDS waits longer"});
     EditResult result = EditBytes(arguments, target.Bytes(), edits);
     const bool isNew = !target.Exists();
     if (!isNew && result.bytes == target.Bytes()) {
