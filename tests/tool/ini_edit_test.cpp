@@ -390,6 +390,11 @@ TEST_F(IniEditToolTest, WarnsAboutWhatTheCheckRefuses)
         EXPECT_TRUE(Mentions(outcome.err, {"warning", "wyx ini check"}));
         EXPECT_EQ(Wyx({"ini", "check", "-e", name}).code, kMalformed);
     }
+    Write("f.ini", "[a]\n");
+    const Outcome outcome = Wyx({"ini", "set", name, "b[c", "k=1"});
+    EXPECT_EQ(outcome.code, kOk);
+    EXPECT_TRUE(Mentions(outcome.err, {"warning: 'b[c' reads back", "(110)"}));
+    EXPECT_EQ(Wyx({"ini", "check", "-e", name}).code, kMalformed);
 }
 
 TEST_F(IniEditToolTest, AcceptedInputReadsBack)
@@ -552,8 +557,14 @@ TEST_F(IniEditToolTest, FilesThatCannotBeChanged)
     ASSERT_EQ(chmod(Directory().c_str(), 0555), 0);
     const Outcome closed = Wyx({"ini", "set", name, "a", "k=2"}, {.isNobody = true});
     EXPECT_EQ(closed.code, kIo);
-    EXPECT_TRUE(Mentions(closed.err, {"cannot write to the directory", "Permission denied"}));
+    EXPECT_TRUE(
+        Mentions(closed.err, {"cannot write to the directory", "Permission denied", "--in-place"}));
     EXPECT_EQ(Read(name), "[a]\nk=1\n");
+    const Outcome absent =
+        Wyx({"ini", "set", "--create", Path("new.ini"), "a", "k=2"}, {.isNobody = true});
+    EXPECT_EQ(absent.code, kIo);
+    EXPECT_TRUE(Mentions(absent.err, {"cannot write to the directory", "Permission denied"}));
+    EXPECT_FALSE(Mentions(absent.err, {"--in-place"})); // it would not help
 }
 
 TEST_F(IniEditToolTest, DirectoryThatCannotBeListed)

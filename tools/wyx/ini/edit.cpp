@@ -408,15 +408,16 @@ void Editor::Insert(std::size_t before)
         const LineParts &parts = text_.Parts()[i];
         if (parts.kind == INI_KEYVALUE_LINE && !owners_[i]) {
             style = StyleOf(i);
-            last = LastLineOf(i);
+            last = i;
         } else if (!style && !owners_[i] && parts.IsUnreadable()) {
             // Whatever this line is, the new one must not separate it from its header, nor from
             // the lines that are indented below it.
-            last = LastLineOf(i);
+            last = i;
         } else if (LooksLikeHeader(text_.BytesOf(i))) {
             RequireNoOwner(i, LineName(i) + ", which looks like a header,");
         }
     }
+    last = LastLineOf(last);
     if (!style) {
         style = Style();
         if (end < Count()) {
@@ -574,13 +575,19 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
     std::unique_ptr<IniText> after = Finish();
     const std::size_t line = changed_ ? *changed_ : addedAt_ + added_ - 1;
     RequireSet(*after, line);
-    std::string stored = after->Lines()[line].text;
-    const QAL_UINT32 ulStatus = IniCheckKeyLine(stored.data());
-    if (ulStatus != XELP_ERR_INI_OK) {
-        warnings.push_back(Quoted(edit_.key) +
-                           " reads back as it was set, but 'wyx ini check' will refuse its line: " +
-                           LineStatusText(ulStatus) + " (" + std::to_string(ulStatus) + ")");
+    const auto warn = [&](const std::string &name, QAL_UINT32 ulStatus) {
+        if (ulStatus != XELP_ERR_INI_OK) {
+            warnings.push_back(
+                Quoted(name) +
+                " reads back as it was set, but 'wyx ini check' will refuse its line: " +
+                LineStatusText(ulStatus) + " (" + std::to_string(ulStatus) + ")");
+        }
+    };
+    if (meant.isNewSection) {
+        warn(edit_.section, IniCheckSectionLine(after->Lines()[line - 1].text.c_str()));
     }
+    std::string stored = after->Lines()[line].text;
+    warn(edit_.key, IniCheckKeyLine(stored.data()));
     return after;
 }
 
