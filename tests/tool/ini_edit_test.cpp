@@ -89,7 +89,7 @@ TEST_F(IniEditToolTest, Set)
         {"NoLineEndCrLf", "[a]\r\nk=1", {"a", "l=2"}, "[a]\r\nk=1\r\nl=2\r\n"},
         {"NoLineEndStays", "[a]\nk=1\nl=2", {"a", "k=3"}, "[a]\nk=3\nl=2"},
         {"NoLineEndOfTheChangedLineStays", "[a]\nk=1", {"a", "k=3"}, "[a]\nk=3"},
-        {"OneLineEnd", "[a]", {"a", "k=1"}, "[a]\nk=1\n"},
+        {"HeaderWithoutLineEnd", "[a]", {"a", "k=1"}, "[a]\nk=1\n"},
         {"ValueWithEquals", "[a]\n", {"a", "k=x=y"}, "[a]\nk=x=y\n"},
         {"QuotedValue", "[a]\n", {"a", "k=\"x ;y\", \" z \""}, "[a]\nk=\"x ;y\", \" z \"\n"},
         {"BracketedValue", "[a]\n", {"a", "k=[x,y]"}, "[a]\nk=[x,y]\n"},
@@ -168,7 +168,7 @@ TEST_F(IniEditToolTest, Set)
          "[a]\nk = if x; then (\n      n=1\n      run \"$n\"\n      )\nl=1\n",
          {"a", "k=2"},
          "[a]\nk = 2\nl=1\n"},
-        {"IndentedBelowNothing", "[a]\nk =\n  y\nl=1\n", {"a", "k=2"}, "[a]\nk =2\nl=1\n"},
+        {"IndentedBelowAnEmptyValue", "[a]\nk =\n  y\nl=1\n", {"a", "k=2"}, "[a]\nk =2\nl=1\n"},
         {"IndentedSameFirstLine", "[a]\nk = x\n  y\n", {"a", "k=x"}, "[a]\nk = x\n"},
         {"NewKeyAfterIndentedLines",
          "[a]\nk = x\n  y\n  z=1\n\n[b]\n",
@@ -604,7 +604,7 @@ TEST_F(IniEditToolTest, EmptyNamesAndMissingFolders)
     EXPECT_TRUE(Names().empty());
 }
 
-TEST_F(IniEditToolTest, FullDiskLosesNothing)
+TEST_F(IniEditToolTest, FileSizeLimitLosesNothing)
 {
     std::string content = "[a]\nk=1\n";
     for (int i = 0; i < 2000; ++i) {

@@ -59,8 +59,7 @@ std::vector<LineParts> PartsOf(const StoredLines &stored)
     return all;
 }
 
-/// Does a file use LF CR as a line end? In other files, CR LF may follow a lone LF; the CR then
-/// belongs to the second line end.
+/// Does a file use LF CR as a line end?
 bool HasLfCr(std::string_view bytes)
 {
     for (std::size_t at = bytes.find("\n\r"); at != std::string_view::npos;
@@ -83,7 +82,7 @@ std::vector<Range> RangesOf(const IniSource &source, const StoredLines &stored)
     for (const StoredLine &line : stored.lines) {
         std::size_t end = raw[std::min(line.first + line.count - 1, raw.size()) - 1].end;
         if (!hasLfCr && bytes.substr(0, end).ends_with("\n\r") && end < bytes.size()) {
-            --end;
+            --end; // SplitLines() paired LF CR, but the CR belongs to a CR LF
         }
         ranges.push_back({begin, end});
         begin = end;
@@ -255,7 +254,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
     const std::string &file = source_.Name();
     const auto unread = [](std::size_t line) {
         return "line " + std::to_string(line) +
-               " looks like it, but cannot be read; see: wyx ini check";
+               " looks like it, but is not read as one; see: wyx ini check";
     };
     if (status == XELP_ERR_INI_KEY_NOT_FOUND) {
         const std::string message =

@@ -28,8 +28,8 @@ class IniDocument {
   public:
     /// Holds the lines that the library can read: slot i is line i. The slots of the other lines
     /// are empty, as if those lines had been removed, and every call skips them. A header that
-    /// cannot be read gets a name of its own, so that the keys after it do not become keys of the
-    /// section before it.
+    /// cannot be read is replaced by kNobodysHeader, so that the keys after it do not become keys
+    /// of the section before it.
     IniDocument(const StoredLines &stored, const std::vector<LineParts> &parts);
     ~IniDocument();
     IniDocument(IniDocument &&other) noexcept : record_(std::exchange(other.record_, {})) {}

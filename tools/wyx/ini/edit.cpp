@@ -19,7 +19,7 @@ constexpr std::string_view kBlanks = " \t";
 constexpr const char *kEndsInBackslash =
     " ends in a backslash, which would join the next line to it";
 constexpr const char *kIsAmbiguous =
-    ", but cannot be read: a second one would make the file ambiguous";
+    ", but is not read as one: a second one would make the file ambiguous";
 constexpr std::size_t kLongestSection = kLongestLine - 4; // in brackets, before CR LF
 
 bool IsBlank(char ch)
@@ -27,7 +27,7 @@ bool IsBlank(char ch)
     return kBlanks.find(ch) != std::string_view::npos;
 }
 
-bool HasBlankEnd(std::string_view text)
+bool HasOuterBlank(std::string_view text)
 {
     return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
 }
@@ -69,7 +69,7 @@ void RequireKey(const std::string &key)
     if (HasLineEnd(key)) {
         throw Refusal(shown + " holds a line end");
     }
-    if (HasBlankEnd(key)) {
+    if (HasOuterBlank(key)) {
         throw Refusal(shown + " begins or ends with a blank, which would be lost",
                       "write KEY=VALUE without blanks beside the '='");
     }
@@ -93,7 +93,7 @@ void RequireValue(const std::string &key, const std::string &value)
     if (HasLineEnd(value)) {
         throw Refusal(shown + " holds a line end");
     }
-    if (HasBlankEnd(value)) {
+    if (HasOuterBlank(value)) {
         throw Refusal(shown + " begins or ends with a blank, which would be lost",
                       "quotation marks are kept as part of a value, and keep blanks inside them");
     }
@@ -154,7 +154,7 @@ std::string KeyLine(const Style &style, const Edit &edit)
 
 /// The line that the library would change, found by making the change in a trial document.
 struct Meant {
-    std::size_t line = 0; // the line of the key; for a new key, a line after its place
+    std::size_t line = 0; // the line of the key; for a new key, any line below the header
     bool isKey = false;   // the key is there
     bool isNewSection = false;
 };
@@ -244,9 +244,9 @@ class Editor {
     Style StyleOf(std::size_t key) const;
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
     void RequireSameForOthers(std::size_t line) const;
-    void RequireJoinable(std::size_t line) const;
+    void RequireClearJoins(std::size_t line) const;
     void Replace(std::size_t line);
-    void Insert(std::size_t before);
+    void Insert(std::size_t lineBelow);
     void Append();
     void InsertAfter(std::optional<std::size_t> line, const std::string &textLine);
     void Remove(std::size_t line);
@@ -329,11 +329,11 @@ void Editor::RequireSameForOthers(std::size_t line) const
                           ": it is part of that value or a line of its own, and programs differ");
         }
     }
-    RequireJoinable(line);
+    RequireClearJoins(line);
 }
 
 /// Refuses to touch joined lines that other programs may read as lines of their own.
-void Editor::RequireJoinable(std::size_t line) const
+void Editor::RequireClearJoins(std::size_t line) const
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
@@ -384,9 +384,9 @@ void Editor::Replace(std::size_t line)
 }
 
 /// Puts a new key after the last key of its section, or else after the header.
-void Editor::Insert(std::size_t before)
+void Editor::Insert(std::size_t lineBelow)
 {
-    std::size_t begin = before; // the first line after the header
+    std::size_t begin = lineBelow; // becomes the first line after the header
     while (text_.Parts()[begin - 1].kind != INI_SECTION_LINE) {
         --begin;
     }
@@ -440,7 +440,7 @@ void Editor::Append()
                           Quoted(edit_.section) + kIsAmbiguous,
                       "change that line by hand");
     }
-    if (HasBlankEnd(edit_.section)) {
+    if (HasOuterBlank(edit_.section)) {
         throw Refusal("section " + Quoted(edit_.section) +
                       " begins or ends with a blank, which would be lost");
     }
@@ -461,17 +461,17 @@ void Editor::InsertAfter(std::optional<std::size_t> line, const std::string &tex
 {
     const std::string lineEnd = line ? LineEndAfter(*line) : "\n";
     std::size_t at = text_.Bytes().size();
-    bool isEnded = true;
+    bool hasLineEnd = true;
     if (line) {
         const std::string_view bytes = text_.BytesOf(*line);
         at = *line + 1 < Count() ? text_.Ranges()[*line].end : at;
-        isEnded = LineEndLength(bytes) > 0;
+        hasLineEnd = LineEndLength(bytes) > 0;
         if (EndsInBackslash(bytes.substr(0, bytes.size() - LineEndLength(bytes)))) {
             throw Refusal(LineName(*line) +
                           " ends in a backslash, which would join the new line to it");
         }
     }
-    splices_.push_back({{at, at}, (isEnded ? "" : lineEnd) + textLine + lineEnd});
+    splices_.push_back({{at, at}, (hasLineEnd ? "" : lineEnd) + textLine + lineEnd});
 }
 
 void Editor::Remove(std::size_t line)
@@ -488,7 +488,8 @@ std::unique_ptr<IniText> Editor::Finish() const
     std::ranges::sort(splices, {}, [](const Splice &splice) { return splice.old.begin; });
     auto after = std::make_unique<IniText>(
         IniSource::OfBytes(text_.Source().Name(), Apply(text_.Bytes(), splices)));
-    std::vector<std::optional<std::size_t>> expected; // the old lines; none for a new line
+    // Where each line was before; none for a new or changed line.
+    std::vector<std::optional<std::size_t>> expected;
     for (std::size_t i = 0; i <= Count(); ++i) {
         if (i == addedAt_) {
             expected.resize(expected.size() + added_);
@@ -543,8 +544,8 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
         throw Refusal(shown + " would read back as " + Quoted(read) +
                       (isCut ? ": ' ;' in it begins a comment" : ""));
     }
-    // For example, a backslash at the end of the file belongs to no line, but would join a line
-    // that is added.
+    // A line can have the right value and still be wrong. For example, a backslash at the end of
+    // the file belongs to no line, but would join a line that is added.
     const std::string &key = changed_ ? text_.Parts()[*changed_].name : edit_.key;
     const std::optional<std::string> comment =
         changed_ ? text_.Parts()[*changed_].comment : std::nullopt;
@@ -597,11 +598,11 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
 void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
 {
     RequireNoOwner(header, LineName(header) + ", a header,");
-    RequireJoinable(header);
+    RequireClearJoins(header);
     Remove(header);
     for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
          ++i) {
-        RequireJoinable(i);
+        RequireClearJoins(i);
         if (text_.Parts()[i].IsUnreadable() && text_.BytesOf(i).starts_with('!')) {
             warnings.push_back(LineName(i) + " is kept: a directive belongs to no section");
         } else {
@@ -661,7 +662,8 @@ EditResult ApplyEdits(const std::string &name, const std::string &bytes,
             result.effects.emplace_back();
             continue;
         }
-        if (text->Document().Find(edit.section, {}).status == XELP_ERR_INI_KEY_NOT_FOUND) {
+        const QAL_UINT32 ulStatus = text->Document().Find(edit.section, {}).status;
+        if (ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) { // the section exists
             edit.section = Trimmed(edit.section);
         }
         EditEffect effect;

@@ -14,14 +14,13 @@ std::size_t IndentOf(std::string_view line)
     return std::min(line.find_first_not_of(kBlanks), line.size());
 }
 
-bool IsComment(std::string_view line)
+bool IsBlankOrComment(std::string_view line)
 {
     const std::string_view text = Trimmed(line);
     return text.empty() || text.front() == ';' || text.front() == '#';
 }
 
-/// Is this byte usual in keys?
-bool IsLetter(char ch)
+bool IsUsualInKeys(char ch)
 {
     const auto byte = static_cast<unsigned char>(ch);
     return std::isalnum(byte) != 0 || byte >= 0x80 || ch == '_';
@@ -49,7 +48,7 @@ std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found foun
         bool isFirst = true;
         for (const std::string_view line : text.LinesOf(i)) {
             const bool isOwn = isFirst || IndentOf(line) == 0;
-            if (isOwn && !IsComment(line) && found(line, i, isFirst)) {
+            if (isOwn && !IsBlankOrComment(line) && found(line, i, isFirst)) {
                 return number;
             }
             isFirst = false;
@@ -64,32 +63,33 @@ std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found foun
 Owners OwnersOf(const IniText &text)
 {
     Owners owners(text.Lines().size());
-    std::optional<std::size_t> key;
-    std::size_t keyIndent = 0;
-    std::vector<std::size_t> pauses; // blank lines and indented comments since the last other line
+    std::optional<std::size_t> owner;
+    std::size_t ownerIndent = 0;
+    // Blank lines and indented comments since the last line of another kind.
+    std::vector<std::size_t> pauses;
     for (std::size_t i = 0; i < owners.size(); ++i) {
         const LineParts &parts = text.Parts()[i];
         const bool isSection = parts.kind == INI_SECTION_LINE;
         const std::string_view line = text.BytesOf(i);
         const std::size_t indent = IndentOf(line);
         if (!isSection && parts.kind != INI_KEYVALUE_LINE && !parts.IsUnreadable()) {
-            if (indent > keyIndent || Trimmed(line).empty()) {
+            if (indent > ownerIndent || Trimmed(line).empty()) {
                 pauses.push_back(i);
             }
             continue;
         }
-        if (key && indent > keyIndent) {
-            owners[i] = key;
+        if (owner && indent > ownerIndent) {
+            owners[i] = owner;
             for (const std::size_t pause : pauses) {
-                owners[pause] = key;
+                owners[pause] = owner;
             }
         } else {
-            key = i;
-            keyIndent = indent;
+            owner = i;
+            ownerIndent = indent;
         }
         pauses.clear();
         if (isSection) {
-            key = std::nullopt;
+            owner = std::nullopt;
         }
     }
     return owners;
@@ -102,16 +102,16 @@ bool LooksLikeKey(std::string_view line)
         return false;
     }
     const std::string_view name = Trimmed(line.substr(0, equals));
-    return !name.empty() && IsLetter(name.front()) && std::ranges::all_of(name, [](char ch) {
-        return IsLetter(ch) || std::string_view(" -./").find(ch) != std::string_view::npos;
+    return !name.empty() && IsUsualInKeys(name.front()) && std::ranges::all_of(name, [](char ch) {
+        return IsUsualInKeys(ch) || std::string_view(" -./").find(ch) != std::string_view::npos;
     });
 }
 
 bool IsOnlyText(std::string_view line)
 {
     const std::string_view text = Trimmed(line);
-    const bool isKey =
-        std::ranges::all_of(text, [](char ch) { return IsLetter(ch) || ch == '-' || ch == '.'; });
+    const bool isKey = std::ranges::all_of(
+        text, [](char ch) { return IsUsualInKeys(ch) || ch == '-' || ch == '.'; });
     return !isKey && std::string_view("#;![").find(text.front()) == std::string_view::npos &&
            text.find_first_of("=:") == std::string_view::npos;
 }

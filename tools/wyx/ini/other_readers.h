@@ -18,9 +18,9 @@
 
 namespace wyx::tool {
 
-/// For each line, the key line that it continues because it is indented deeper; none for most
-/// lines. Blank lines, and comments that are indented deeper, too, belong to a key if another of
-/// its lines follows them.
+/// For each line, the key line or unreadable line that it may continue because it is indented
+/// deeper; none for most lines. Blank lines, and comments that are indented deeper, too, belong to
+/// a key if another of its lines follows them.
 using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
@@ -28,7 +28,7 @@ Owners OwnersOf(const IniText &text);
 /// Does a line look like a key and its value?
 bool LooksLikeKey(std::string_view line);
 
-/// Is an indented line part of the value above it, and unlike a key, a header or a directive?
+/// Can an indented line be nothing but text: neither a key, nor a header, comment or directive?
 bool IsOnlyText(std::string_view line);
 
 bool LooksLikeHeader(std::string_view line);

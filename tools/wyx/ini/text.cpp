@@ -76,9 +76,9 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
 std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, std::size_t number)
 {
     const auto isJoined = [&](const RawLine &line, const RawLine &next) {
-        const bool hasText = next.end < bytes.size() || next.end - next.endLen > next.begin + 1;
+        const bool isAlone = next.end == bytes.size() && next.end - next.endLen <= next.begin + 1;
         return IsContinued(bytes, line) ||
-               (line.endLen == 1 && !line.isEmptyJoined && bytes[next.begin] == '\\' && hasText);
+               (line.endLen == 1 && !line.isEmptyJoined && bytes[next.begin] == '\\' && !isAlone);
     };
     while (number < raw.size() && isJoined(raw[number - 1], raw[number])) {
         ++number;
@@ -174,7 +174,7 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
         line.count = last - next + 1;
         if (ulStatus == XELP_ERR_INI_OK) {
             line.text = pszText;
-            line.isEnded = line.text.size() > ulBytes;
+            line.lacksEnd = line.text.size() > ulBytes;
         } else if (ulStatus == XELP_ERR_INI_LINE_TOO_LONG && next <= raw.size()) {
             line.isTooLong = true;
             if (XELP_Fseek(file.Get(), static_cast<QAL_LONG>(raw[last - 1].end), 0) != 0) {

@@ -54,9 +54,9 @@ struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
-    // An empty line that a backslash joins to the line before, when both end in the same lone LF or
-    // CR. For the library it ends at that byte, even if the other of the two bytes follows: in
-    // backslash, LF, LF, CR, the empty line is the second LF.
+    // An empty line after a backslash and a lone LF, which join it to the line before. The library
+    // ends it at its own LF, and does not pair that LF with a CR after it. The same with CR and LF
+    // swapped.
     bool isEmptyJoined = false;
 };
 
@@ -84,7 +84,7 @@ struct StoredLine {
     std::size_t first = 0;  // number of its first physical line, from 1
     std::size_t count = 0;  // number of physical lines it consists of
     bool isTooLong = false; // more than kLongestLine bytes: the file does not load
-    bool isEnded = false;   // a CR was added to a line without a line end
+    bool lacksEnd = false;  // it has no line end in the file; `text` got a CR
 };
 
 /// The lines of a file. The library stops at a line that is too long; this list goes on after it.

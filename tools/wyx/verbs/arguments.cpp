@@ -253,7 +253,7 @@ std::vector<std::string> Arguments::Inputs() const
     return operands_.empty() ? std::vector<std::string>{"-"} : operands_;
 }
 
-void Arguments::RequireOneOf(std::initializer_list<std::string_view> options) const
+void Arguments::RequireAtMostOneOf(std::initializer_list<std::string_view> options) const
 {
     std::string_view first;
     for (const std::string_view option : options) {
@@ -278,7 +278,7 @@ void Arguments::RequireWithout(std::string_view other,
                                std::initializer_list<std::string_view> options) const
 {
     for (const std::string_view option : options) {
-        RequireOneOf({other, option});
+        RequireAtMostOneOf({other, option});
     }
 }
 

@@ -58,7 +58,7 @@ class Arguments {
 
     /// Refuses options that make no sense together.
     /// @throws Failure
-    void RequireOneOf(std::initializer_list<std::string_view> options) const;
+    void RequireAtMostOneOf(std::initializer_list<std::string_view> options) const;
     /// Refuses options that make sense only with another one.
     /// @throws Failure
     void RequireWith(std::string_view needed,

@@ -102,10 +102,12 @@ struct NameLess {
 void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 {
     bool isQuoted = false;
-    bool isEarlier = false; // has a ';' without a space come first? It ends the search for comments
+    bool hasPlain = false; // a ';' without a space before it, which ends the search for comments
     for (std::size_t at = 1; at < value.size(); ++at) {
         const char before = value[at - 1];
-        isQuoted = isQuoted != (before == '"' && !value.substr(0, at - 1).ends_with('\\'));
+        if (before == '"' && !value.substr(0, at - 1).ends_with('\\')) {
+            isQuoted = !isQuoted;
+        }
         if (value[at] != ';') {
             continue;
         }
@@ -115,14 +117,14 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
             return;
         }
         if (!isQuoted && before == ' ') {
-            findings.Warning(line, isEarlier ? "semicolon-before-comment" : "quoted-comment",
-                             isEarlier ? "lookups take ' ;' for part of the value, as a ';' "
-                                         "without a space before it comes first"
-                                       : "lookups take ' ;' for part of the value, as a '\"' "
-                                         "follows it");
+            findings.Warning(line, hasPlain ? "semicolon-before-comment" : "quoted-comment",
+                             hasPlain ? "lookups take ' ;' for part of the value, as a ';' "
+                                        "without a space before it comes first"
+                                      : "lookups take ' ;' for part of the value, as a '\"' "
+                                        "follows it");
             return;
         }
-        isEarlier = isEarlier || before != ' ';
+        hasPlain = hasPlain || before != ' ';
     }
 }
 
@@ -130,7 +132,7 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     for (const StoredLine &line : stored.lines) {
-        if (HasLineEnd(WithoutLineEnd(line.text))) {
+        if (HasLineEnd(WithoutLineEnd(line.text))) { // only such a join keeps the first line end
             findings.Warning(line.first, "leading-backslash",
                              "the next line begins with a backslash, and is taken for part of "
                              "this one");
@@ -141,7 +143,7 @@ void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &
             findings.Warning(line.first, "fold",
                              "80 bytes or more: the library's save folds it into several lines");
         }
-        if (line.isEnded && !source.HasNul()) {
+        if (line.lacksEnd && !source.HasNul()) {
             findings.Warning(line.first, "no-line-end",
                              "no line end: the library's save adds a lone CR");
         }
@@ -207,9 +209,9 @@ void WarnOfBytes(const IniSource &source, const StoredLines &stored, Findings &f
         findings.Warning(number, "nul",
                          "NUL byte: the rest of the line is not read, and lost in a save");
     }
-    // The file ends in a line end, but a backslash took it from the last line.
+    // The file ends in a line end, but a backslash escapes it, so the library adds another one.
     const bool isEscaped = bytes.ends_with('\n') && !source.HasNul() && !stored.lines.empty() &&
-                           stored.lines.back().isEnded;
+                           stored.lines.back().lacksEnd;
     if (stored.rest != 0 || isEscaped || (bytes.ends_with('\\') && !bytes.ends_with("\\\\"))) {
         findings.Warning(raw.size(), "trailing-backslash",
                          "the backslash at the end of the file is not read, and lost in a save");
@@ -290,7 +292,7 @@ ExitCode Check(const std::string &name, const Arguments &arguments, Json &item)
 
 ExitCode RunIniCheck(const Arguments &arguments)
 {
-    arguments.RequireOneOf({"errors", "strict"});
+    arguments.RequireAtMostOneOf({"errors", "strict"});
     Results results(arguments.Has("json"));
     for (const std::string &name : arguments.From(0)) {
         Json item;

@@ -230,7 +230,7 @@ ExitCode RunSettings(const Arguments &arguments, const std::vector<Edit> &edits)
 
 ExitCode RunIniSet(const Arguments &arguments)
 {
-    arguments.RequireOneOf({"existing", "if-missing"});
+    arguments.RequireAtMostOneOf({"existing", "if-missing"});
     if (IsDotted(arguments[1])) {
         return RunSettings(arguments, ParseDotted(arguments.From(1)));
     }
@@ -242,7 +242,7 @@ ExitCode RunIniSet(const Arguments &arguments)
 
 ExitCode RunIniMerge(const Arguments &arguments)
 {
-    arguments.RequireOneOf({"existing", "if-missing"});
+    arguments.RequireAtMostOneOf({"existing", "if-missing"});
     if (arguments[0] == "-") {
         throw arguments.Misuse("FILE cannot be '-': standard input is what is merged into it");
     }

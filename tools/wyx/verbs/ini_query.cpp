@@ -235,9 +235,10 @@ ExitCode RunIniList(const Arguments &arguments)
 {
     const IniSource source = ReadSource(arguments);
     const StoredLines stored = ReadStoredLines(source);
-    const bool isNothing = std::ranges::all_of(
+    // A file is malformed if it does not load, or if it has lines and none of them can be read.
+    const bool isUnreadable = std::ranges::all_of(
         stored.lines, [](const StoredLine &line) { return ParseLine(line).IsUnreadable(); });
-    const bool isWhole = stored.IsLoadable() && (stored.lines.empty() || !isNothing);
+    const bool isMalformed = !stored.IsLoadable() || (!stored.lines.empty() && isUnreadable);
     if (arguments.Has("json")) {
         Json json;
         SetText(json, "file", arguments[0]);
@@ -256,7 +257,7 @@ ExitCode RunIniList(const Arguments &arguments)
     if (source.HasNul()) {
         PutWarning(source.Name() + " holds NUL bytes: what follows one on its line is not read");
     }
-    return isWhole ? ExitCode::kOk : ExitCode::kMalformed;
+    return isMalformed ? ExitCode::kMalformed : ExitCode::kOk;
 }
 
 } // namespace wyx::tool

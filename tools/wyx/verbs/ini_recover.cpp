@@ -38,8 +38,9 @@ struct Candidate {
     bool loads = false;
     bool hasNul = false;      // the library would cut a line there
     bool isTruncated = false; // no line end, or a backslash before it, as if a save was cut off
-    bool isTrusted = false;   // its owner is this user or the file's, and it has no other hard link
-    bool isSame = false;      // the same content as the file itself
+    bool isTrusted =
+        false; // it is owned by this user or the target's owner, and has no other hard link
+    bool isSame = false; // the same content as the file itself
 };
 
 /// Is this the whole content of the file?
@@ -118,7 +119,7 @@ std::string Obstacle(const Candidate &candidate)
     return candidate.loads ? "" : "does not load";
 }
 
-/// Why a leftover is not restored, or only if the user insists; empty if nothing speaks against it.
+/// Why a leftover is not restored, or only if the user insists; empty if there is no objection.
 std::string Flaw(const Candidate &candidate)
 {
     const std::string obstacle = Obstacle(candidate);
@@ -285,7 +286,7 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
 
 ExitCode RunIniRecover(const Arguments &arguments)
 {
-    arguments.RequireOneOf({"show", "restore"});
+    arguments.RequireAtMostOneOf({"show", "restore"});
     arguments.RequireWithout("show", {"json"});
     arguments.RequireWith("restore", {"force"});
     const std::string &target = arguments[0];
