@@ -44,7 +44,7 @@ WYX_C_BEGIN
  *                         MOX_BASE64Free(); null on failure
  * @return the length of the text without its NUL: 4 characters for every 3 bytes, and 4 for the one
  *         or two bytes that may be left over. 0 and a null pointer for a null input, a length of 0,
- *         more than 1,073,741,819 bytes, or a failed allocation. From 536,870,912 bytes on, the
+ *         more than 1,073,741,819 bytes, or a failed allocation. For 536,870,912 bytes or more, the
  *         call requests a block of 3.5 to 4.3 GB, which is more than the text needs.
  */
 WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
@@ -64,8 +64,8 @@ WYX_API QAL_INT32 MOX_BASE64Encode(QAL_UINT8 *pucInput, const QAL_INT32 lInputle
  * @return the number of bytes: 3 for every 4 characters of the alphabet. In an incomplete group at
  *         the end, 3 characters decode to 2 bytes, 2 to 1 byte, and 1 to no byte. 0 and a null
  *         pointer for a null input, a length of 0, more than 1,431,655,758 characters, a character
- *         that is not accepted, or a failed allocation. From 715,827,883 characters on, the call
- *         requests a block of 3.7 to 4.3 GB, which is more than the bytes need.
+ *         that is not accepted, or a failed allocation. For 715,827,883 characters or more, the
+ *         call requests a block of 3.7 to 4.3 GB, which is more than the bytes need.
  */
 WYX_API QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen,
                                    QAL_UINT8 **ppucOutput);

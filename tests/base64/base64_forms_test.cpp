@@ -46,7 +46,7 @@ std::vector<Form> Forms()
 }
 
 constexpr QAL_UINT32 kLongest = 300;     // several rounds of the widest form, and all remainders
-constexpr QAL_UINT32 kLeastDecoded = 16; // from this many characters on, forms decode all quads
+constexpr QAL_UINT32 kLeastDecoded = 16; // with at least this many, forms decode all quads
 
 std::string RandomBytes(std::size_t size, std::mt19937 &random)
 {

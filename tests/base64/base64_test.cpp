@@ -370,7 +370,7 @@ std::string TraceOf(PlatformDouble &platform, Converter pfunConvert, QAL_UINT8 *
     return platform.MemoryTrace();
 }
 
-TEST_F(Base64Encode, RequestsOneBlockOfADefiniteSize)
+TEST_F(Base64Encode, RequestsOneBlockOfTheExactSize)
 {
     std::vector<QAL_UINT8> bytes(1000, 'x');
     for (int iLen = 1; iLen <= 1000; ++iLen) {
@@ -381,7 +381,7 @@ TEST_F(Base64Encode, RequestsOneBlockOfADefiniteSize)
     }
 }
 
-TEST_F(Base64Decode, RequestsOneBlockOfADefiniteSize)
+TEST_F(Base64Decode, RequestsOneBlockOfTheExactSize)
 {
     std::vector<QAL_UINT8> text(1001, 'x');
     for (int iLen = 1; iLen <= 1000; ++iLen) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-using wyx::base64::kSextets;
+using wyx::base64::kSextetCount;
 namespace kernel = wyx::base64::kernel;
 
 constexpr QAL_UINT8 kRefused = wyx::base64::kNoSextet;
@@ -33,7 +33,7 @@ static_assert(kMeanings['A'] == 0 && kMeanings['_'] == 63 && kMeanings['='] == k
 #if defined(WYX_BASE64_HAS_PAIRS)
 using wyx::base64::PairOf;
 #else
-// The kernel leaves at most four groups, which is not worth a table.
+// The kernel leaves at most 11 bytes, which are not worth a table.
 constexpr auto PairOf = wyx::base64::TwoCharactersOf;
 #endif
 
@@ -79,32 +79,32 @@ QAL_UINT32 LineBreakAt(const QAL_UINT8 *pucIn)
 QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut,
                        QAL_UINT32 &ulOut)
 {
-    const QAL_UINT32 ulLine = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
-    QAL_UINT32 ulDone = ulLine;
-    ulOut += ulLine / 4 * 3;
+    const QAL_UINT32 ulLineLen = kernel::DecodeQuads(pucIn, ulLen, pucOut + ulOut);
+    QAL_UINT32 ulDone = ulLineLen;
+    ulOut += ulLineLen / 4 * 3;
     // Each line is assumed to be as long as the first, so the CPU can start on the next line before
     // it knows whether the current one holds anything unusual.
-    while (ulLen - ulDone > 2 + ulLine) { // speed only
+    while (ulLen - ulDone > 2 + ulLineLen) { // speed only
         const QAL_UINT32 ulBreak = LineBreakAt(pucIn + ulDone);
         if (ulBreak == 0 ||
-            kernel::DecodeQuads(pucIn + ulDone + ulBreak, ulLine, pucOut + ulOut) != ulLine) {
+            kernel::DecodeQuads(pucIn + ulDone + ulBreak, ulLineLen, pucOut + ulOut) != ulLineLen) {
             break;
         }
-        ulDone += ulBreak + ulLine;
-        ulOut += ulLine / 4 * 3;
+        ulDone += ulBreak + ulLineLen;
+        ulOut += ulLineLen / 4 * 3;
     }
     return ulDone;
 }
 
-/// Decodes a quad of two or three characters that have a value, filled up with `=`. Returns the
-/// number of bytes, or 0 for any other quad.
+/// Decodes a padded quad: two or three characters with a sextet, then `=`. Returns the number of
+/// bytes, or 0 for any other quad.
 QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 {
     const bool hasTwo = pucQuad[2] != '=';
     const QAL_UINT32 ulFirst = kMeanings[pucQuad[0]];
     const QAL_UINT32 ulSecond = kMeanings[pucQuad[1]];
     const QAL_UINT32 ulThird = hasTwo ? kMeanings[pucQuad[2]] : 0U;
-    if ((ulFirst | ulSecond | ulThird) >= kSextets || pucQuad[3] != '=') {
+    if ((ulFirst | ulSecond | ulThird) >= kSextetCount || pucQuad[3] != '=') {
         return 0;
     }
     pucOut[0] = static_cast<QAL_UINT8>(ulFirst << 2 | ulSecond >> 4);
@@ -112,11 +112,11 @@ QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
     return hasTwo ? 2 : 1;
 }
 
-constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
+constexpr QAL_UINT32 kTextRefused = std::numeric_limits<QAL_UINT32>::max();
 
 /// Decodes the text from @p ulDone on, writes from @p ulOut on, and returns the total number of
-/// bytes, or kNoText if a character is not accepted. Not inlined, so that the usual text does not
-/// pay for the many registers that this function needs.
+/// bytes, or kTextRefused if a character is not accepted. Not inlined, so that the usual text does
+/// not pay for the many registers that this function needs.
 [[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
                                         QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
 {
@@ -134,9 +134,9 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
             ucMeaning = kMeanings[pucIn[i]];
         }
         if (ucMeaning == kRefused) {
-            return kNoText;
+            return kTextRefused;
         }
-        if (ucMeaning < kSextets && i < ulLen) {
+        if (ucMeaning < kSextetCount && i < ulLen) {
             ulQuad = ulQuad << 6 | ucMeaning;
             if (++ulFound == 4) {
                 pucOut[ulOut] = static_cast<QAL_UINT8>(ulQuad >> 16);
@@ -157,8 +157,8 @@ constexpr QAL_UINT32 kNoText = std::numeric_limits<QAL_UINT32>::max();
     return ulOut;
 }
 
-/// Decodes @p ulLen characters and returns the number of bytes, or kNoText if a character is not
-/// accepted. The character after the text is tested like the others.
+/// Decodes @p ulLen characters and returns the number of bytes, or kTextRefused if a character is
+/// not accepted. The character after the text is tested like the others.
 QAL_UINT32 DecodeText(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     const QAL_UINT32 ulDone = kernel::DecodeQuads(pucIn, ulLen, pucOut);
@@ -198,22 +198,22 @@ constexpr QAL_INT32 kMostDecoded = 1431655758;
 static_assert(EncodedSize(kMostEncoded) == -1 && EncodedSize(kMostEncoded + 1) == 0);
 static_assert(DecodedSize(kMostDecoded) == -1 && DecodedSize(kMostDecoded + 1) == 0);
 
-/// Allocates the block for an output; @p lSize is the size that the formula yields.
+/// Allocates the block for an output; @p lSize is EncodedSize() or DecodedSize() of the length.
 QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize, QAL_UINT32 ulLine)
 {
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // The output for a negative length is empty, just a NUL. If the formula yields a useless size,
-    // less than 0 or more than EncodedSize(0), one byte is requested for it. A size of 0 is enough,
-    // because the adapter takes it for 1.
+    // The output for a negative length is empty, just a NUL, but the size may have wrapped to any
+    // number. Unless it is 0 to 5, one byte is requested instead. A size of 0 is enough, because
+    // the adapter treats 0 as 1.
     const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 
-/// Releases an output. Not inlined: wyx::Release() takes the address of a local variable, and for
-/// that the compiler would add a stack guard to MOX_BASE64Decode().
+/// Releases an output. Not inlined: wyx::Release() takes the address of a local variable, which
+/// would make the compiler add a stack guard to MOX_BASE64Decode().
 [[gnu::noinline]] void ReleaseOutput(QAL_UINT8 *&pucOutput, QAL_UINT32 ulLine = __builtin_LINE())
 {
     wyx::Release(pucOutput, ulLine);
@@ -258,7 +258,7 @@ QAL_INT32 MOX_BASE64Decode(QAL_UINT8 *pucInput, const QAL_INT32 lInputlen, QAL_U
     }
     const QAL_UINT32 ulOut =
         lInputlen < 0 ? 0 : DecodeText(pucInput, static_cast<QAL_UINT32>(lInputlen), pucOutput);
-    if (ulOut == kNoText) {
+    if (ulOut == kTextRefused) {
         ReleaseOutput(*ppucOutput);
         return 0;
     }

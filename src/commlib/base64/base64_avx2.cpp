@@ -1,6 +1,6 @@
 // Base64 with AVX2: multiplications move each six-bit field to a byte of its own. Adding an offset
-// turns sextets into characters, or characters into sextets; the offset depends on the range of the
-// alphabet.
+// turns sextets into characters, or characters into sextets; the offset depends on which range the
+// character is in: A to Z, a to z, 0 to 9, or + and /.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -61,8 +61,8 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
-    // Each nibble has a set of bits that stand for ranges. The set of the high nibble holds the
-    // range that the character may be in. The set of the low nibble holds the ranges that it
+    // Two tables map a nibble to a set of ranges, one bit for each range. highSets: the range that
+    // a character with this high nibble may be in. lowSets: the ranges that this low nibble
     // excludes. A character belongs to the alphabet if the two sets have no bit in common. The bits
     // are 1 for '0' to '9', 2 for '+' and '/', 4 for 'A' to 'O' and 'a' to 'o', 8 for 'P' to 'Z'
     // and 'p' to 'z', 16 for high nibbles that no character of the alphabet has.

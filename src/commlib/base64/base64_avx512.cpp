@@ -17,8 +17,8 @@ constexpr QAL_UINT32 kBytes = 48; // bytes that they encode
 
 using Bytes = std::array<QAL_UINT8, kChars>;
 
-/// The source of each byte when every group of three bytes is spread over a word, in which the bits
-/// of each sextet are contiguous.
+/// For each byte of the result, the index of the input byte that goes there. Spreads every group of
+/// three bytes over a word in which the bits of each sextet are contiguous.
 consteval Bytes MakeSpread()
 {
     Bytes aTab{};
@@ -29,7 +29,7 @@ consteval Bytes MakeSpread()
     return aTab;
 }
 
-/// The source of each byte when words of three bytes, the last byte lowest, are packed.
+/// The same for packing words of three bytes, the last byte lowest.
 consteval Bytes MakePack()
 {
     Bytes aTab{};

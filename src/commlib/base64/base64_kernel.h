@@ -5,9 +5,9 @@
 // of bytes encoded. It may leave some groups at the end.
 //
 // DecodeQuads() decodes quads of four characters and returns the number of characters decoded. It
-// stops before the first quad that holds a character without a value, or else after the last whole
-// quad. If there are 16 or more characters up to that point, it decodes all of them; if there are
-// fewer, it may leave some. base64.cpp processes whatever either function leaves.
+// decodes up to the first quad that holds a character without a sextet, or to the end of the last
+// whole quad. It may stop earlier only if that is fewer than 16 characters. base64.cpp processes
+// whatever either function leaves.
 //
 // All forms produce the same bytes. None reads outside the input. DecodeQuads() may write past the
 // decoded bytes: at most as many bytes as the remaining characters could decode to, plus one. The
@@ -36,7 +36,7 @@
 #else
 #define WYX_BASE64_HAS_TABLE 1 // the table form; NEON does without it
 #if !defined(WYX_BASE64_HAS_AVX512)
-#define WYX_BASE64_HAS_PAIRS 1 // AVX-512 encodes without a table
+#define WYX_BASE64_HAS_PAIRS 1 // the library's form has the table of pairs; AVX-512 has none
 #endif
 #endif
 
@@ -45,13 +45,13 @@ namespace wyx::base64 {
 /// The alphabet of RFC 4648, and a NUL.
 inline constexpr QAL_CHAR cb64[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-inline constexpr QAL_UINT8 kSextets = 64;
+inline constexpr QAL_UINT8 kSextetCount = 64;
 
 /// The two characters that encode the lowest 12 bits, the first in the low byte.
 constexpr QAL_UINT16 TwoCharactersOf(QAL_UINT64 ullBits)
 {
-    const QAL_UINT32 ulFirst = static_cast<QAL_UINT8>(cb64[ullBits / kSextets % kSextets]);
-    const QAL_UINT32 ulSecond = static_cast<QAL_UINT8>(cb64[ullBits % kSextets]);
+    const QAL_UINT32 ulFirst = static_cast<QAL_UINT8>(cb64[ullBits / kSextetCount % kSextetCount]);
+    const QAL_UINT32 ulSecond = static_cast<QAL_UINT8>(cb64[ullBits % kSextetCount]);
     return static_cast<QAL_UINT16>(ulFirst | ulSecond << 8);
 }
 
@@ -63,7 +63,7 @@ consteval std::array<QAL_UINT8, 256> MakeSextets()
 {
     std::array<QAL_UINT8, 256> aTab{};
     aTab.fill(kNoSextet);
-    for (QAL_UINT8 i = 0; i < kSextets; ++i) {
+    for (QAL_UINT8 i = 0; i < kSextetCount; ++i) {
         aTab[static_cast<QAL_UINT8>(cb64[i])] = i;
     }
     aTab['-'] = aTab['+'];

@@ -88,7 +88,7 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut)
 {
     const uint8x16x4_t alphabet = vld1q_u8_x4(reinterpret_cast<const QAL_UINT8 *>(cb64));
-    const uint8x16_t sextet = vdupq_n_u8(0x3F);
+    const uint8x16_t sextetMask = vdupq_n_u8(0x3F);
     QAL_UINT32 ulDone = 0;
     QAL_UINT8 *pucNext = pucOut;
     for (; ulLen - ulDone >= 48; ulDone += 48) {
@@ -97,9 +97,9 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
         const uint8x16_t third = vsliq_n_u8(vshrq_n_u8(in.val[2], 6), in.val[1], 2);
         const uint8x16x4_t out = {{
             vqtbl4q_u8(alphabet, vshrq_n_u8(in.val[0], 2)),
-            vqtbl4q_u8(alphabet, vandq_u8(second, sextet)),
-            vqtbl4q_u8(alphabet, vandq_u8(third, sextet)),
-            vqtbl4q_u8(alphabet, vandq_u8(in.val[2], sextet)),
+            vqtbl4q_u8(alphabet, vandq_u8(second, sextetMask)),
+            vqtbl4q_u8(alphabet, vandq_u8(third, sextetMask)),
+            vqtbl4q_u8(alphabet, vandq_u8(in.val[2], sextetMask)),
         }};
         vst4q_u8(pucNext, out);
         pucNext += 64;

@@ -12,7 +12,7 @@ namespace wyx::base64::sse2 {
 namespace {
 
 /// The characters that encode the lowest 12 bits, as a signed 16-bit element of a vector.
-short Inserted(QAL_UINT64 ullBits)
+short PairElement(QAL_UINT64 ullBits)
 {
     return static_cast<short>(PairOf(ullBits));
 }
@@ -24,9 +24,9 @@ __m128i CharactersOf(const QAL_UINT8 *pucIn)
     __builtin_memcpy(&ullBits, pucIn, sizeof ullBits);
     ullBits = __builtin_bswap64(ullBits);
     __m128i chars = _mm_cvtsi32_si128(PairOf(ullBits >> 52));
-    chars = _mm_insert_epi16(chars, Inserted(ullBits >> 40), 1);
-    chars = _mm_insert_epi16(chars, Inserted(ullBits >> 28), 2);
-    return _mm_insert_epi16(chars, Inserted(ullBits >> 16), 3);
+    chars = _mm_insert_epi16(chars, PairElement(ullBits >> 40), 1);
+    chars = _mm_insert_epi16(chars, PairElement(ullBits >> 28), 2);
+    return _mm_insert_epi16(chars, PairElement(ullBits >> 16), 3);
 }
 
 } // namespace
