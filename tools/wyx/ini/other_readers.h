@@ -3,8 +3,8 @@
 // A file is written for the program that reads it, and that program may read a line differently
 // from the library: a value may continue in the indented lines below it; "key : value" and a bare
 // "key" may be keys; a backslash at the end of a line may mean nothing. The file rarely shows which
-// dialect it is in. So an edit is refused if it would be right for one program and damage for
-// another.
+// dialect it is in. So some edits are refused that would be right for one program and damage
+// for another.
 #ifndef WYX_TOOL_INI_OTHER_READERS_H
 #define WYX_TOOL_INI_OTHER_READERS_H
 

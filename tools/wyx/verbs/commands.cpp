@@ -53,10 +53,11 @@ constexpr Command kCommands[] = {
         .summary = "Checksums of files, and their verification",
         .operands = "[FILE...]",
         .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two spaces "
-                "and the name; '-' or no FILE is standard input. If a name holds a line end or a "
-                "backslash, its line begins with a backslash, and the name has \\n, \\r and \\\\ "
-                "in their place. Lists of MD5 sums have the form that md5sum writes, and lists by "
-                "md5sum can be verified unless they were written with its option -z.",
+                "and the name; '-' or no FILE is standard input (a terminal only with '-'). If a "
+                "name holds a line end or a backslash, its line begins with a backslash, and the "
+                "name has \\n, \\r and \\\\ in their place. Lists of MD5 sums have the form that "
+                "md5sum writes, and lists by md5sum can be verified unless they were written with "
+                "its option -z.",
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
@@ -91,10 +92,10 @@ constexpr Command kCommands[] = {
         .name = "base64",
         .summary = "Base64 of a file, and back",
         .operands = "[FILE]",
-        .text = "Works on streams of any size; '-' or no FILE is standard input. Decoding also "
-                "takes the URL-safe '-' and '_', and skips padding, line ends and NUL bytes "
-                "wherever they are. Any other character ends it with an error that names its "
-                "offset.",
+        .text = "Works on streams of any size; '-' or no FILE is standard input (a terminal "
+                "only with '-'). Decoding also takes the URL-safe '-' and '_', and skips padding, "
+                "line ends and NUL bytes wherever they are. Any other character ends it with an "
+                "error that names its offset.",
         .examples = "  wyx base64 picture.png > picture.txt\n"
                     "  wyx base64 -d picture.txt | cmp - picture.png\n"
                     "  printf secret | wyx base64 -w 0\n",
@@ -111,9 +112,9 @@ constexpr Command kCommands[] = {
         .operands = "[TEXT...]",
         .text = "For each TEXT, writes the family, the address in canonical form and the port, or "
                 "what is wrong and at which offset. '-' or no TEXT reads a list from standard "
-                "input, one address per line. Notes warn about texts that other parsers read "
-                "differently, such as a leading zero. An IPv6 address with port 0 is shown like "
-                "one without a port.",
+                "input (a terminal only with '-'), one address per line. Notes warn about texts "
+                "that other parsers read differently, such as a leading zero. An IPv6 address "
+                "with port 0 is shown like one without a port.",
         .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
                     "  wyx addr --json 010.0.0.1\n"
                     "  wyx addr < LIST\n",
@@ -160,9 +161,9 @@ constexpr Command kCommands[] = {
         .operands = "FILE [SECTION] [SECTION.]KEY=VALUE...",
         .text = "Only the value changes, or a line is added. Indented lines below a key that "
                 "belong to its value go with the old one; no other byte of the file changes. A key "
-                "that exists keeps its place, layout and comment; a new one goes after the last "
-                "key of its section's last block and is laid out like it; a new section goes to "
-                "the end of the file. 'KEY=' sets an empty value. The file keeps its mode and "
+                "that exists keeps its place, layout and ' ;' comment; a new one goes after the "
+                "last key of its section's last block and is laid out like it; a new section goes "
+                "to the end of the file. 'KEY=' sets an empty value. The file keeps its mode and "
                 "owner; a symbolic link is followed. With '-' for FILE, standard input is changed, "
                 "and written to standard output.\n"
                 "\n"
@@ -171,8 +172,8 @@ constexpr Command kCommands[] = {
                 "\n"
                 "What is written is read back and compared before it takes the file's place (with "
                 "--in-place, afterwards). A name or value that would not read back the same is "
-                "refused, and the file left as it was. So is a change that would be right for one "
-                "program and damage for another.",
+                "refused, and the file left as it was. So are some changes that would be right for "
+                "one program and damage for another.",
         .examples = "  wyx ini set net.ini net port=5061\n"
                     "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
                     "  wyx ini set net.ini net.port=5061 sip.user=alice\n"
