@@ -1,8 +1,8 @@
 // The new content goes to a file without a name (O_TMPFILE), which disappears with the process.
-// Once it is complete, it gets a temporary name beside the target, and right after that the
-// target's name. On a file system that needs a name for every file, it has the temporary name from
-// the start. An instance that finds such a file and can lock it removes it: the process that made
-// the file is gone.
+// Once it is complete, it gets the target's name; if there is a target to replace, it first gets a
+// temporary name beside it. On a file system that needs a name for every file, it has the temporary
+// name from the start. An instance that finds such a file and can lock it removes it: the process
+// that made the file is gone.
 #include "system/file_replace.h"
 
 #include <fcntl.h>

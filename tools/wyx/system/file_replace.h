@@ -1,5 +1,5 @@
-// Changing a file without ever losing it: the new content is complete before it takes the old one's
-// place, in one step.
+// Changing a file. Replace() never loses it: the new content is complete before it takes the old
+// one's place, in one step.
 #ifndef WYX_TOOL_FILE_REPLACE_H
 #define WYX_TOOL_FILE_REPLACE_H
 

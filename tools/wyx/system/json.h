@@ -1,6 +1,6 @@
 // JSON output. Texts of files are bytes without a known encoding, JSON is UTF-8: a text that is not
-// valid UTF-8 is shown with replacement characters, and a second member has its exact bytes in
-// hexadecimal: "value" and "value_hex".
+// valid UTF-8 is shown with replacement characters. If SetText() or SetTexts() sets it, a second
+// member has its exact bytes in hexadecimal: "value" and "value_hex".
 #ifndef WYX_TOOL_JSON_H
 #define WYX_TOOL_JSON_H
 

@@ -42,7 +42,7 @@ std::string Quoted(std::string_view text);
 enum class Colour { kError, kWarning, kName, kFaint };
 enum class Stream { kOut, kErr };
 
-/// The text in a colour if the stream is a terminal with colours and NO_COLOR is not set.
+/// The text in a colour if the stream is a terminal with colours and NO_COLOR is not set, or empty.
 std::string Painted(Stream stream, Colour colour, std::string_view text);
 
 void PutError(std::string_view message);
