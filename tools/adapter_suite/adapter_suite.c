@@ -1,7 +1,7 @@
 /*
- * Tests whether the library that it is given keeps what os_adapter.h and bounded.h require of every
- * adapter, and prints a line for each promise. What only the default adapter promises is not
- * tested.
+ * Tests whether the library that it is given keeps promises of os_adapter.h and bounded.h, and
+ * prints a line for each. What only the default adapter promises is not tested, and neither are
+ * reads and writes that fail.
  *
  * Each promise is tested in a process of its own, so that a crash or an endless loop is a result
  * like any other. Files get names in a new temporary folder, but are accessed through the adapter
@@ -1019,11 +1019,11 @@ int main(int argc, char **argv)
     if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
         fputs(
             "usage: wyx-adapter-suite [LIBRARY]\n"
-            "Tests what os_adapter.h and bounded.h promise on an adapter: LIBRARY, or what\n"
+            "Tests promises of os_adapter.h and bounded.h on an adapter: LIBRARY, or what\n"
             "WYX_OS_ADAPTER names, or " WYX_DEFAULT_ADAPTER
             ".\n"
-            "Prints a line for each promise; ends with 1 if one is not kept or a service is\n"
-            "missing, with 2 if nothing could be tried.\n",
+            "Prints a line for each promise, or for each service that is missing; ends with 1 if\n"
+            "one is not kept or a service is missing, with 2 if nothing could be tried.\n",
             stderr);
         return 2;
     }
