@@ -9,7 +9,7 @@ libraries are built by the preset for Android, with all warnings as errors, for 
 
 Their behaviour is then checked on Debian's C library, under emulation if the machine has another
 processor, with a shim for the one function that only Android has: the examples and the tests of headers,
-compiled against Android's headers, and those tests of BUILD_FOLDER (a release build for the same
+compiled against Android's headers, and those quick tests of BUILD_FOLDER (a release build for the same
 processor) that call the libraries.
 """
 
