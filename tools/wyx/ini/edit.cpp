@@ -244,6 +244,8 @@ class Editor {
     Style StyleOf(std::size_t key) const;
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
     void RequireSameForOthers(std::size_t line) const;
+    void RequireNoOthersHeader(std::size_t line) const;
+    void RequireNoOwnLine(std::size_t line, bool (*looksOwn)(std::string_view)) const;
     void RequireClearJoins(std::size_t line) const;
     void Replace(std::size_t line);
     void Insert(std::size_t lineBelow);
@@ -332,24 +334,42 @@ void Editor::RequireSameForOthers(std::size_t line) const
     RequireClearJoins(line);
 }
 
+/// Refuses to work on a block in which only other programs read a line as a header.
+void Editor::RequireNoOthersHeader(std::size_t line) const
+{
+    if (LooksLikeHeader(text_.BytesOf(line))) {
+        RequireNoOwner(line, LineName(line) + ", which looks like a header,");
+    }
+    RequireNoOwnLine(line, LooksLikeHeader);
+}
+
+/// Refuses a line to which another one is joined that looks like a line of its own.
+void Editor::RequireNoOwnLine(std::size_t line, bool (*looksOwn)(std::string_view)) const
+{
+    const std::vector<std::string_view> lines = text_.LinesOf(line);
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        if (!lines[i].empty() && !IsBlank(lines[i].front()) && looksOwn(lines[i])) {
+            throw Refusal("the backslash before line " +
+                          std::to_string(text_.Lines()[line].first + i) +
+                          " joins it to the line before, but it looks like a line of its own, and "
+                          "programs differ");
+        }
+    }
+}
+
 /// Refuses to touch joined lines that other programs may read as lines of their own.
 void Editor::RequireClearJoins(std::size_t line) const
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        const std::string_view joined = lines[i];
-        const std::string number = std::to_string(text_.Lines()[line].first + i);
-        if (joined.starts_with('\\')) {
-            throw Refusal("line " + number +
+        if (lines[i].starts_with('\\')) {
+            throw Refusal("line " + std::to_string(text_.Lines()[line].first + i) +
                           " begins with a backslash, which joins it to the line before");
         }
-        if (!joined.empty() && !IsBlank(joined.front()) &&
-            (LooksLikeKey(joined) || LooksLikeHeader(joined))) {
-            throw Refusal("the backslash before line " + number +
-                          " joins it to the line before, but it looks like a line of its own, and "
-                          "programs differ");
-        }
     }
+    RequireNoOwnLine(line, [](std::string_view joined) {
+        return LooksLikeKey(joined) || LooksLikeHeader(joined);
+    });
 }
 
 void Editor::Replace(std::size_t line)
@@ -399,12 +419,14 @@ void Editor::Insert(std::size_t lineBelow)
             "line " + std::to_string(*line) + " looks like key " + Quoted(edit_.key) + kIsAmbiguous,
             "change that line by hand");
     }
+    RequireNoOwner(begin - 1, LineName(begin - 1) + ", the header,");
     if (end < Count()) {
         RequireNoOwner(end, LineName(end) + ", the next header,");
     }
     std::size_t last = begin - 1;
     std::optional<Style> style;
     for (std::size_t i = begin; i < end; ++i) {
+        RequireNoOthersHeader(i);
         const LineParts &parts = text_.Parts()[i];
         if (parts.kind == INI_KEYVALUE_LINE && !owners_[i]) {
             style = StyleOf(i);
@@ -413,8 +435,6 @@ void Editor::Insert(std::size_t lineBelow)
             // Whatever this line is, the new one must not separate it from its header, nor from
             // the lines that are indented below it.
             last = i;
-        } else if (LooksLikeHeader(text_.BytesOf(i))) {
-            RequireNoOwner(i, LineName(i) + ", which looks like a header,");
         }
     }
     last = LastLineOf(last);
@@ -602,6 +622,7 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
     Remove(header);
     for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
          ++i) {
+        RequireNoOthersHeader(i);
         RequireClearJoins(i);
         if (text_.Parts()[i].IsUnreadable() && text_.BytesOf(i).starts_with('!')) {
             warnings.push_back(LineName(i) + " is kept: a directive belongs to no section");
