@@ -245,7 +245,7 @@ class Editor {
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
     void RequireSameForOthers(std::size_t line) const;
     void RequireNoOthersHeader(std::size_t line) const;
-    void RequireNoOwnLine(std::size_t line, bool (*looksOwn)(std::string_view)) const;
+    void RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view)) const;
     void RequireClearJoins(std::size_t line) const;
     void Replace(std::size_t line);
     void Insert(std::size_t lineBelow);
@@ -340,11 +340,11 @@ void Editor::RequireNoOthersHeader(std::size_t line) const
     if (LooksLikeHeader(text_.BytesOf(line))) {
         RequireNoOwner(line, LineName(line) + ", which looks like a header,");
     }
-    RequireNoOwnLine(line, LooksLikeHeader);
+    RequireNoJoined(line, LooksLikeHeader);
 }
 
 /// Refuses a line to which another one is joined that looks like a line of its own.
-void Editor::RequireNoOwnLine(std::size_t line, bool (*looksOwn)(std::string_view)) const
+void Editor::RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view)) const
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
@@ -367,7 +367,7 @@ void Editor::RequireClearJoins(std::size_t line) const
                           " begins with a backslash, which joins it to the line before");
         }
     }
-    RequireNoOwnLine(line, [](std::string_view joined) {
+    RequireNoJoined(line, [](std::string_view joined) {
         return LooksLikeKey(joined) || LooksLikeHeader(joined);
     });
 }

@@ -38,9 +38,8 @@ struct Candidate {
     bool loads = false;
     bool hasNul = false;      // the library would cut a line there
     bool isTruncated = false; // no line end, or a backslash before it, as if a save was cut off
-    bool isTrusted =
-        false; // it is owned by this user or the target's owner, and has no other hard link
-    bool isSame = false; // the same content as the file itself
+    bool isTrusted = false;   // this user's or the target's owner's, without another hard link
+    bool isSame = false;      // the same content as the target
 };
 
 /// Is this the whole content of the file?
