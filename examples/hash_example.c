@@ -1,4 +1,4 @@
-/* Counts how often each word of standard input occurs, in a hash table from words to counters. */
+/* Counts how often each word of standard input occurs, with a hash table from words to counters. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -64,7 +64,7 @@ int main(void)
     void *table = NULL;
     void *found = NULL;
     QAL_UINT32 words = 0;
-    char the[] = "the"; /* keys are not const, since the callbacks may write to them */
+    char the[] = "the"; /* not const, because the calls take a void * */
     char word[64];      /* scanf() splits words that are longer */
     int isGood = 1;
 
@@ -79,7 +79,7 @@ int main(void)
     printf("%u different words\n", words);
     if (XELP_Hash_QueryNode(table, the, &found) == 0) {
         printf("\"the\": %lu\n", *(unsigned long *)found);
-        XELP_Hash_DeleteCurNode(table); /* the query moved the cursor to it */
+        XELP_Hash_DeleteCurNode(table); /* the query put the cursor on it */
     }
 
     XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes); /* releases every word and counter */

@@ -3,9 +3,9 @@
  * @brief Chained hash table of the caller's records, with a fixed number of buckets.
  *
  * The table stores pointers to records of yours, the *user nodes*, each under a key: a string of
- * bytes that the table copies. You must supply four callbacks: the hash function, the comparator of
- * keys, the *key callback*, which releases a key copy, and the *node callback*, which releases a
- * user node.
+ * bytes that the table copies. The key copy and the pointer make an *entry*. You must supply four
+ * callbacks: the hash function, the comparator of keys, the *key callback* (releases a key copy)
+ * and the *node callback* (releases a user node).
  *
  * The key callback usually looks like this:
  * @code{.c}
@@ -31,28 +31,28 @@
  * as part of the key), or both functions know its length. The key copy is aligned like any
  * allocated block.
  *
- * **Ownership**, in the words that types.h defines. A call *borrows* the key you pass. The table
- * *keeps* its copy of the key. When a Remove or Delete call, or XELP_Hash_DeInit() with
- * #XELP_HASH_FreeUserNode_Yes, passes the copy to the key callback, the callback *takes* it and
+ * **Ownership**, in the words that types.h defines. A call *borrows* the key you pass. Its copy
+ * belongs to the table until a Remove or Delete call, or XELP_Hash_DeInit() with
+ * #XELP_HASH_FreeUserNode_Yes, passes it to the key callback. The key callback *takes* the copy and
  * must release it with XELP_MemFreeD(). The table *keeps* a stored user node until its entry leaves
  * the table. A Remove call *hands* the user node *over* to you. A Delete call or XELP_Hash_DeInit()
  * with #XELP_HASH_FreeUserNode_Yes passes the user node to the node callback. After
- * XELP_Hash_DeInit() with any other flag the user nodes are yours again. A user node that a query
- * returns stays in the table.
+ * XELP_Hash_DeInit() with any other flag the user nodes are yours again, but the key copies leak. A
+ * user node that a query returns stays in the table.
  *
- * **Order.** The bucket of an entry is its hash value modulo the number of buckets. Within a
- * bucket, the entry saved last comes first. The number of buckets never changes, so choose it for
- * the number of entries you expect; a prime number helps with a weak hash function.
+ * **Buckets.** The bucket of an entry is the hash value of its key, modulo the number of buckets.
+ * Within a bucket, the entry saved last comes first. The number of buckets never changes, so choose
+ * it for the number of entries you expect; a prime number helps with a weak hash function.
  *
  * **Cursor.** The cursor is the table's current position: on an entry or nowhere. RemoveCurNode and
  * DeleteCurNode act on the entry at the cursor. The cursor may be nowhere even if there are
  * entries, unlike the cursors of dlink.h and slink.h. A call that fails leaves the cursor where it
  * is, except a walk (Process_List) that its callback stops.
  * - SaveNode puts the cursor on the new entry, QueryNode on the match;
- * - a Remove or Delete that removes an entry puts it on the next entry of the same bucket, or
- *   nowhere if the removed entry was the last of its bucket;
- * - Process_List leaves it on the last entry visited, unless the callback moved it;
- * - the Get calls leave it alone.
+ * - a Remove or Delete that removes an entry puts the cursor on the next entry of the same bucket,
+ *   or nowhere if the removed entry was the last of its bucket;
+ * - Process_List leaves the cursor on the last entry visited, unless the callback moved it;
+ * - the Get calls leave the cursor alone.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - The hash function and the comparator must not change the table or move its cursor. They must
@@ -60,15 +60,15 @@
  * - The key callback must not use the table, because it runs in the middle of a removal or of the
  *   teardown.
  * - A Delete calls the node callback last, when the entry has left the table and the cursor has
- *   moved. The callback may use the table, but must not tear it down. When XELP_Hash_DeInit() calls
- *   it, it must not use the table at all.
+ *   moved. The node callback may use the table, but must not tear it down. During
+ *   XELP_Hash_DeInit(), the node callback must not use the table at all.
  * - The callback of a walk may do anything with the table except tear it down;
  *   XELP_Hash_Process_List() says where the walk then continues.
  *
  * **Cost and limits.** A call with a key calls the hash function at most once, and the comparator
- * at most once for each entry of the bucket, up to the match. That is a constant number of calls on
- * average, as long as there are about as many buckets as entries and the hash function spreads the
- * entries evenly. XELP_Hash_RemoveCurNode() and XELP_Hash_DeleteCurNode() do the same, but compare
+ * at most once for each entry of the bucket, up to the match. With about as many buckets as entries
+ * and a hash function that spreads the entries evenly, that is a constant number of comparisons on
+ * average. XELP_Hash_RemoveCurNode() and XELP_Hash_DeleteCurNode() do the same, but compare
  * addresses instead of keys. Not counting your callbacks, Init is linear in the number of buckets,
  * a walk in the number of buckets plus the number of visits, and the teardown in the number of
  * buckets plus the number of entries. The table takes one block of 56 bytes plus 8 for each bucket;
@@ -165,7 +165,7 @@ typedef struct xelpHash_S_Node {
 } Hash_S_Node;
 
 /**
- * The head of a table. A handle points to it, and the buckets follow it directly. For reading only.
+ * The head of a table, which a handle points to. The buckets follow directly. For reading only.
  */
 typedef struct xelpHash_S_Head {
     QAL_UINT32 ulHashSize;           /**< number of buckets */
@@ -200,11 +200,12 @@ WYX_API QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfun
  *
  * @param[in] pstruHashHead  the handle, taken; your copy of it is not cleared and must not be used
  *                           again
- * @param[in] enFlag         0 (#XELP_HASH_FreeUserNode_Yes): bucket by bucket, every key copy goes
- *                           to the key callback, then its user node to the node callback. With any
- *                           other value neither callback is called: the user nodes become yours
- *                           again, *and the key copies leak*, because nothing points to them any
- *                           more. To keep the user nodes without a leak, remove every entry first
+ * @param[in] enFlag         0 (#XELP_HASH_FreeUserNode_Yes): for each entry, bucket by bucket, the
+ *                           key copy goes to the key callback, then the user node to the node
+ *                           callback. With any other value neither callback is called: the user
+ *                           nodes become yours again, *and the key copies leak*, because nothing
+ *                           points to them any more. To keep the user nodes without a leak, remove
+ *                           every entry first
  * @return 0, or #XELP_ERR_HASH_INVALID_PARA for a null handle.
  */
 WYX_API QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag);
@@ -225,9 +226,9 @@ WYX_API QAL_UINT32 XELP_Hash_SaveNode(void *pstruHashHead, void *pKeyValue, QAL_
                                       void *pstruNode);
 
 /**
- * @brief Removes the entry of a key. The cursor moves to the next entry of the bucket.
+ * @brief Removes the entry of a key. The cursor is then on the bucket's next entry or nowhere.
  *
- * The key callback takes the key copy. If the bucket has no next entry, the cursor is then nowhere.
+ * The key callback takes the key copy.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[in]  pKeyValue      the key, borrowed; not null
@@ -240,7 +241,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 /**
  * @brief Removes the entry of a key and releases its user node.
  *
- * Calls XELP_Hash_RemoveNode(), then passes the user node to the node callback.
+ * Calls XELP_Hash_RemoveNode(), then passes the user node, if there is one, to the node callback.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
@@ -249,13 +250,13 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 
 /**
- * @brief Removes the entry at the cursor. The cursor moves to the next entry of the bucket.
+ * @brief Removes the entry at the cursor. The cursor is then on the bucket's next entry or nowhere.
  *
- * The call hashes the entry's key copy to find the bucket; the comparator does not run. The key
- * callback takes the key copy. If the bucket has no next entry, the cursor is then nowhere.
+ * The key callback takes the key copy.
  *
- * If the hash function now leads to a different bucket than when the entry was saved, the entry is
- * not found: the call sets the result to null, changes nothing else and returns 0.
+ * The call hashes the key copy to find the bucket; the comparator does not run. If the hash
+ * function now leads to a different bucket than when the entry was saved, the entry is not found:
+ * the call sets the result to null, changes nothing else and returns 0.
  *
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[out] pstruNode      the user node, handed over; untouched if an argument is refused,
@@ -298,12 +299,12 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  * - nowhere: the walk leaves the bucket.
  *
  * The walk starts the buckets in order, each at its first entry. At the end of a bucket, or when it
- * leaves one, it starts the bucket after the one that it started last, wherever the cursor has led
- * it since then.
+ * leaves one, the walk starts the bucket after the one that it started last, even if the cursor has
+ * led it to other buckets in between.
  *
  * So a callback may remove the entry it was called for, and the walk still visits each of the
- * others once. SaveNode, QueryNode and the removal of another entry move the cursor, too. After
- * them the walk may miss the rest of a bucket, visit entries again or never end.
+ * others once. But SaveNode, QueryNode and the removal of another entry may move the cursor
+ * elsewhere: the walk may then miss the rest of a bucket, visit entries again or never end.
  *
  * The walk recognises an entry by the address of its chain node. If the callback removes the entry
  * it was called for and saves another, the new chain node may get the address of the old one. So

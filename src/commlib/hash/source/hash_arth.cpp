@@ -128,6 +128,7 @@ QAL_UINT32 XELP_Hash_Init(QAL_UINT32 ulHashSize, XELP_Hash_Function pfunHash,
     pHead->pfunCmpNode = pfunNodeCmp;
     pHead->pfunFreeKey = pfunFreeKey;
     pHead->pfunFreeNode = pfunFreeNode;
+    // The rest of the block is zero already: empty buckets, no entries, the cursor nowhere.
     *pstruHashHead = pHead;
     return 0;
 }
