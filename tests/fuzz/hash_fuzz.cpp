@@ -1,8 +1,7 @@
 #include "../hash/hash_calls.h"
 #include "fuzz_support.h"
 
-// The input describes a table, and then a program of calls on it, which includes those that
-// callbacks make.
+// The input describes a table, and then the calls on it, including those that callbacks make.
 WYX_FUZZ_TARGET(hash)
 {
     using namespace wyx::test::hash;

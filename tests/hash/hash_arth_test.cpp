@@ -245,21 +245,14 @@ TEST_F(HashDeInit, OtherFlagsCallNeitherCallback)
     for (const QAL_UINT32 ulFlag : {1U, 2U, 3U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(ulFlag);
         Build(3, "adb");
-        std::vector<void *> keys;
-        for (QAL_UINT32 i = 0; i < 3; ++i) {
-            for (const Hash_S_Node *p = Head().pstruBase[i]; p != nullptr; p = p->pstruNNode) {
-                keys.push_back(p->pstruKey);
-            }
-        }
+        const std::vector<void *> copies = KeyCopiesOf(table);
         platform.StartRecording();
         EXPECT_EQ(XELP_Hash_DeInit(table, static_cast<XELP_E_HASH_FreeUserNode>(ulFlag)), 0U);
         table = nullptr;
         EXPECT_EQ(g_calls, "");
         EXPECT_EQ(MemoryCalls(), "setNull, setNull, setNull, setNull");
         EXPECT_EQ(platform.LiveBlocks(), 3U); // the key copies
-        for (void *const pKey : keys) {
-            XELP_MemFreeD(pKey, 1, "the test");
-        }
+        std::for_each(copies.begin(), copies.end(), FreeKeyCopy);
     }
 }
 

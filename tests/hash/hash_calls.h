@@ -1,9 +1,9 @@
 // A hash table of letters: its callbacks, and random calls that are compared with a plain model.
 //
 // A key begins with a letter, and only that letter counts. Its hash value is the letter's place in
-// the alphabet, counted from 0. A table is written bucket by bucket, each from the newest entry to
-// the oldest, with the entry at the cursor in brackets: a table of three buckets is "[d]a|b|" after
-// a, b and d were saved.
+// the alphabet, counted from 0. The text of a table lists the buckets with | between them, each
+// from the newest entry to the oldest, and the entry at the cursor in brackets: a table of three
+// buckets is "[d]a|b|" after a, b and d were saved.
 #ifndef WYX_TESTS_HASH_HASH_CALLS_H
 #define WYX_TESTS_HASH_HASH_CALLS_H
 
@@ -25,7 +25,7 @@ namespace wyx::test::hash {
 
 // ---- callbacks ----
 
-/// The calls of the callbacks, each followed by a space: "hX" hashes key X, "X=Y" compares two
+/// The callbacks that were called, each followed by a space: "hX" hashes key X, "X=Y" compares two
 /// keys, "kX" releases a key copy, and "nX" releases a user node.
 inline std::string g_calls;
 /// If set, called on each release, with 'k' or 'n' and the letter.
@@ -117,7 +117,7 @@ inline void ForEachNode(const void *pTable,
     }
 }
 
-/// The text of a handle's table. Also checks everything that the text does not show.
+/// The text of a handle's table. Also checks what the text does not show.
 inline std::string TextOf(const void *pTable)
 {
     const Hash_S_Head &head = HeadOf(pTable);
@@ -170,7 +170,7 @@ class RandomCalls {
         };
     }
 
-    /// Makes a call. The table grows and shrinks in turn.
+    /// Makes a call. The table grows for a while, then shrinks, and so on.
     void Step()
     {
         const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));
@@ -362,7 +362,7 @@ class RandomCalls {
         cursor_ = found.ulStatus == 0 ? ch : cursor_;
     }
 
-    /// Removes an entry from the model. The cursor goes to the next entry of the bucket.
+    /// Removes an entry from the model. The cursor goes to the next entry of the bucket or nowhere.
     void Forget(Bucket &bucket, std::size_t place)
     {
         bucket.erase(bucket.begin() + static_cast<std::ptrdiff_t>(place));
@@ -370,11 +370,11 @@ class RandomCalls {
     }
 
     /// Makes a Delete call and checks it. The call must release the user node last.
-    void Delete(const std::function<QAL_UINT32()> &destroy, QAL_UINT32 ulStatus, bool isFound,
+    void Delete(const std::function<QAL_UINT32()> &deleteCall, QAL_UINT32 ulStatus, bool isFound,
                 char ch, const std::string &calls)
     {
         awaited_ = isFound ? calls + std::string{'n', ch, ' '} : "";
-        EXPECT_EQ(destroy(), ulStatus);
+        EXPECT_EQ(deleteCall(), ulStatus);
         EXPECT_EQ(awaited_, "") << "the user node was not released";
         if (!isFound) {
             EXPECT_EQ(g_calls, calls);
@@ -445,8 +445,8 @@ class RandomCalls {
         EXPECT_EQ(g_calls, calls);
     }
 
-    /// Removes the entry at the cursor while the hash function leads to a different bucket than
-    /// when the entry was saved.
+    /// Tries to remove the entry at the cursor while the hash function leads to a different bucket
+    /// than when the entry was saved.
     void RemoveCurrentWithAnotherHash()
     {
         const QAL_UINT32 ulBase = g_hashBase;
@@ -528,7 +528,7 @@ class RandomCalls {
     /// A walk whose callback makes random calls. The callback stops it at random, or if it gets too
     /// long.
     struct WalkState {
-        RandomCalls &calls;
+        RandomCalls &owner;
         char chNext = '\0';         ///< the next entry of the current chain; '\0' if none
         std::size_t nextBucket = 0; ///< the bucket that the walk starts after that chain
         int visits = 0;
@@ -538,8 +538,8 @@ class RandomCalls {
         /// The letter that the walk must visit next; '\0' if it must end.
         char Expected()
         {
-            while (chNext == '\0' && nextBucket < calls.buckets_.size()) {
-                const Bucket &bucket = calls.buckets_[nextBucket++];
+            while (chNext == '\0' && nextBucket < owner.buckets_.size()) {
+                const Bucket &bucket = owner.buckets_[nextBucket++];
                 chNext = bucket.empty() ? '\0' : bucket[0].ch;
             }
             return chNext;
@@ -564,7 +564,7 @@ class RandomCalls {
     {
         WalkState &walk = *static_cast<WalkState *>(pWalk);
         EXPECT_EQ(ppOther, &walk.pOther);
-        return walk.calls.Visited(walk, Letter(pUserNode));
+        return walk.owner.Visited(walk, Letter(pUserNode));
     }
 
     QAL_UINT32 Visited(WalkState &walk, char ch)
@@ -594,7 +594,7 @@ class RandomCalls {
     void *table_;
     Random &random_;
     std::vector<Bucket> buckets_;
-    char cursor_ = '\0';
+    char cursor_ = '\0';  // '\0': nowhere
     std::string awaited_; // what g_calls must be when a user node is released; "" if none is due
     bool isGrowing_ = true;
     int depth_ = 0;
