@@ -6,9 +6,9 @@
  * same MD5 can be made in seconds: for passwords, signatures, or a file that somebody else could
  * have replaced, use something else.
  *
- * The calls return nothing and check nothing, so never pass a null pointer. None of them allocates
- * or keeps a pointer. Different contexts may be used on different threads at once; use one context
- * on one thread at a time.
+ * A *context* is the state of a message in progress. Use one context on one thread at a time;
+ * different contexts may be used on different threads at once. The calls return nothing and check
+ * nothing, so never pass a null pointer. None of them allocates or keeps a pointer.
  *
  * @code{.c}
  * MD5_S_CTX context;
@@ -26,13 +26,11 @@
 
 WYX_C_BEGIN
 
-/**
- * A message in progress. You provide the record. Its layout is ABI.
- */
+/** A context. You provide its memory. The layout is ABI. */
 typedef struct xelpMD5_S_CTX {
     QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
     QAL_UINT32 count[2];  /**< length of the message so far in bits, modulo 2^64, low word first */
-    QAL_UINT8 buffer[64]; /**< the bytes after the last whole block */
+    QAL_UINT8 buffer[64]; /**< begins with the bytes after the last whole block of 64 */
 } MD5_S_CTX;
 
 /**

@@ -321,7 +321,7 @@ namespace detail {
 template <typename Call>
 void in_pieces(bytes input, Call call) noexcept
 {
-    constexpr std::size_t kPiece = 0xFFFFFFC0U; // a multiple of MD5's 64-byte block
+    constexpr std::size_t kPiece = 0xFFFFFFC0U; // the largest 32-bit multiple of MD5's block length
     for (std::size_t done = 0; done < input.size();) {
         const std::size_t size = input.size() - done < kPiece ? input.size() - done : kPiece;
         call(input.data() + done, static_cast<QAL_UINT32>(size));

@@ -15,12 +15,13 @@ namespace {
 
 constexpr QAL_UINT kBlockLen = 64;
 constexpr QAL_UINT kDigestLen = 16;
-constexpr QAL_UINT kCountLen = 8;                    // bytes of the message length at the end
-constexpr QAL_UINT kTailLen = kBlockLen - kCountLen; // bytes of the last block before that length
+// The last block ends with the length of the message.
+constexpr QAL_UINT kCountLen = 8;
+constexpr QAL_UINT kCountAt = kBlockLen - kCountLen;
 
 static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's layout is ABI");
 
-/// A one bit and then zeros: what comes between a message and its length.
+/// What comes between a message and its length: a one bit and then zeros.
 constexpr std::array<QAL_UINT8, kBlockLen> PADDING = {0x80};
 
 /// The word that four bytes hold, low byte first.
@@ -30,7 +31,8 @@ constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
            QAL_UINT32{pucBytes[3]} << 24;
 }
 
-/// Writes words, low byte first. One store is enough for each, as every target is little-endian.
+/// Writes words as @p ulLen bytes, low byte first. Every target is little-endian, so one store is
+/// enough for a word.
 inline void StoreWords(QAL_UINT8 *pucBytes, const QAL_UINT32 *pulWords, QAL_UINT ulLen)
 {
     for (QAL_UINT i = 0; i < ulLen / 4; ++i) {
@@ -45,8 +47,8 @@ constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
     return ulWord << iCount | ulWord >> (32 - iCount);
 }
 
-// Every step needs the word that the preceding step computed; it is called b here. Whatever does
-// not depend on b is computed first, so that only the rest is on the critical path.
+// Every step needs the word that the preceding step computed, b. Whatever does not depend on b is
+// computed first, so that only the rest is on the critical path.
 
 /// Stops the compiler from reassociating a sum in a way that puts work back on the critical path.
 inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
@@ -55,15 +57,15 @@ inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
     return ulSum;
 }
 
-/// Bit by bit, b chooses between c and d.
+/// The mix: each bit of c where b is set, of d where b is clear.
 inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-/// Bit by bit, d chooses between b and c. The two terms share no bit, so they can be added one
-/// after the other.
+/// The mix: each bit of b where d is set, of c where d is clear. The two terms share no bit, so
+/// they can be added one after the other.
 inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -71,21 +73,21 @@ inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
 }
 
-/// Each bit is the parity of b, c and d.
+/// The mix: each bit is the parity of those of b, c and d.
 inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
-/// Each bit is that of c, inverted where b is set or d is clear.
+/// The mix: each bit of c, inverted where b is set or d is clear.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (c ^ (b | ~d)), iRotate);
 }
 
-/// How many bytes the context's buffer holds.
+/// How many bytes of the message wait in the context's buffer.
 QAL_UINT PendingLen(const MD5_S_CTX &context)
 {
     return (context.count[0] >> 3) % kBlockLen;
@@ -105,7 +107,7 @@ constexpr QAL_UINT32 kSines[64] = {
 /// Takes in any number of whole blocks. The chain stays in registers from block to block.
 void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ulBlocks)
 {
-    const auto x = [&pucBlock](QAL_UINT i) { return LoadWord(pucBlock + 4 * i); };
+    const auto word = [&pucBlock](QAL_UINT i) { return LoadWord(pucBlock + 4 * i); };
     const QAL_UINT32 *pulSines = kSines;
     const auto sine = [&pulSines](QAL_UINT i) { return pulSines[i]; };
     QAL_UINT32 a = state[0];
@@ -124,73 +126,73 @@ void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ul
         const QAL_UINT32 ulOldD = d;
 
         // Round 1: the words in order
-        StepF(a, b, c, d, x(0), 7, sine(0));
-        StepF(d, a, b, c, x(1), 12, sine(1));
-        StepF(c, d, a, b, x(2), 17, sine(2));
-        StepF(b, c, d, a, x(3), 22, sine(3));
-        StepF(a, b, c, d, x(4), 7, sine(4));
-        StepF(d, a, b, c, x(5), 12, sine(5));
-        StepF(c, d, a, b, x(6), 17, sine(6));
-        StepF(b, c, d, a, x(7), 22, sine(7));
-        StepF(a, b, c, d, x(8), 7, sine(8));
-        StepF(d, a, b, c, x(9), 12, sine(9));
-        StepF(c, d, a, b, x(10), 17, sine(10));
-        StepF(b, c, d, a, x(11), 22, sine(11));
-        StepF(a, b, c, d, x(12), 7, sine(12));
-        StepF(d, a, b, c, x(13), 12, sine(13));
-        StepF(c, d, a, b, x(14), 17, sine(14));
-        StepF(b, c, d, a, x(15), 22, sine(15));
+        StepF(a, b, c, d, word(0), 7, sine(0));
+        StepF(d, a, b, c, word(1), 12, sine(1));
+        StepF(c, d, a, b, word(2), 17, sine(2));
+        StepF(b, c, d, a, word(3), 22, sine(3));
+        StepF(a, b, c, d, word(4), 7, sine(4));
+        StepF(d, a, b, c, word(5), 12, sine(5));
+        StepF(c, d, a, b, word(6), 17, sine(6));
+        StepF(b, c, d, a, word(7), 22, sine(7));
+        StepF(a, b, c, d, word(8), 7, sine(8));
+        StepF(d, a, b, c, word(9), 12, sine(9));
+        StepF(c, d, a, b, word(10), 17, sine(10));
+        StepF(b, c, d, a, word(11), 22, sine(11));
+        StepF(a, b, c, d, word(12), 7, sine(12));
+        StepF(d, a, b, c, word(13), 12, sine(13));
+        StepF(c, d, a, b, word(14), 17, sine(14));
+        StepF(b, c, d, a, word(15), 22, sine(15));
         // Round 2: every fifth word from 1 on
-        StepG(a, b, c, d, x(1), 5, sine(16));
-        StepG(d, a, b, c, x(6), 9, sine(17));
-        StepG(c, d, a, b, x(11), 14, sine(18));
-        StepG(b, c, d, a, x(0), 20, sine(19));
-        StepG(a, b, c, d, x(5), 5, sine(20));
-        StepG(d, a, b, c, x(10), 9, sine(21));
-        StepG(c, d, a, b, x(15), 14, sine(22));
-        StepG(b, c, d, a, x(4), 20, sine(23));
-        StepG(a, b, c, d, x(9), 5, sine(24));
-        StepG(d, a, b, c, x(14), 9, sine(25));
-        StepG(c, d, a, b, x(3), 14, sine(26));
-        StepG(b, c, d, a, x(8), 20, sine(27));
-        StepG(a, b, c, d, x(13), 5, sine(28));
-        StepG(d, a, b, c, x(2), 9, sine(29));
-        StepG(c, d, a, b, x(7), 14, sine(30));
-        StepG(b, c, d, a, x(12), 20, sine(31));
+        StepG(a, b, c, d, word(1), 5, sine(16));
+        StepG(d, a, b, c, word(6), 9, sine(17));
+        StepG(c, d, a, b, word(11), 14, sine(18));
+        StepG(b, c, d, a, word(0), 20, sine(19));
+        StepG(a, b, c, d, word(5), 5, sine(20));
+        StepG(d, a, b, c, word(10), 9, sine(21));
+        StepG(c, d, a, b, word(15), 14, sine(22));
+        StepG(b, c, d, a, word(4), 20, sine(23));
+        StepG(a, b, c, d, word(9), 5, sine(24));
+        StepG(d, a, b, c, word(14), 9, sine(25));
+        StepG(c, d, a, b, word(3), 14, sine(26));
+        StepG(b, c, d, a, word(8), 20, sine(27));
+        StepG(a, b, c, d, word(13), 5, sine(28));
+        StepG(d, a, b, c, word(2), 9, sine(29));
+        StepG(c, d, a, b, word(7), 14, sine(30));
+        StepG(b, c, d, a, word(12), 20, sine(31));
         // Round 3: every third word from 5 on
-        StepH(a, b, c, d, x(5), 4, sine(32));
-        StepH(d, a, b, c, x(8), 11, sine(33));
-        StepH(c, d, a, b, x(11), 16, sine(34));
-        StepH(b, c, d, a, x(14), 23, sine(35));
-        StepH(a, b, c, d, x(1), 4, sine(36));
-        StepH(d, a, b, c, x(4), 11, sine(37));
-        StepH(c, d, a, b, x(7), 16, sine(38));
-        StepH(b, c, d, a, x(10), 23, sine(39));
-        StepH(a, b, c, d, x(13), 4, sine(40));
-        StepH(d, a, b, c, x(0), 11, sine(41));
-        StepH(c, d, a, b, x(3), 16, sine(42));
-        StepH(b, c, d, a, x(6), 23, sine(43));
-        StepH(a, b, c, d, x(9), 4, sine(44));
-        StepH(d, a, b, c, x(12), 11, sine(45));
-        StepH(c, d, a, b, x(15), 16, sine(46));
-        StepH(b, c, d, a, x(2), 23, sine(47));
+        StepH(a, b, c, d, word(5), 4, sine(32));
+        StepH(d, a, b, c, word(8), 11, sine(33));
+        StepH(c, d, a, b, word(11), 16, sine(34));
+        StepH(b, c, d, a, word(14), 23, sine(35));
+        StepH(a, b, c, d, word(1), 4, sine(36));
+        StepH(d, a, b, c, word(4), 11, sine(37));
+        StepH(c, d, a, b, word(7), 16, sine(38));
+        StepH(b, c, d, a, word(10), 23, sine(39));
+        StepH(a, b, c, d, word(13), 4, sine(40));
+        StepH(d, a, b, c, word(0), 11, sine(41));
+        StepH(c, d, a, b, word(3), 16, sine(42));
+        StepH(b, c, d, a, word(6), 23, sine(43));
+        StepH(a, b, c, d, word(9), 4, sine(44));
+        StepH(d, a, b, c, word(12), 11, sine(45));
+        StepH(c, d, a, b, word(15), 16, sine(46));
+        StepH(b, c, d, a, word(2), 23, sine(47));
         // Round 4: every seventh word from 0 on
-        StepI(a, b, c, d, x(0), 6, sine(48));
-        StepI(d, a, b, c, x(7), 10, sine(49));
-        StepI(c, d, a, b, x(14), 15, sine(50));
-        StepI(b, c, d, a, x(5), 21, sine(51));
-        StepI(a, b, c, d, x(12), 6, sine(52));
-        StepI(d, a, b, c, x(3), 10, sine(53));
-        StepI(c, d, a, b, x(10), 15, sine(54));
-        StepI(b, c, d, a, x(1), 21, sine(55));
-        StepI(a, b, c, d, x(8), 6, sine(56));
-        StepI(d, a, b, c, x(15), 10, sine(57));
-        StepI(c, d, a, b, x(6), 15, sine(58));
-        StepI(b, c, d, a, x(13), 21, sine(59));
-        StepI(a, b, c, d, x(4), 6, sine(60));
-        StepI(d, a, b, c, x(11), 10, sine(61));
-        StepI(c, d, a, b, x(2), 15, sine(62));
-        StepI(b, c, d, a, x(9), 21, sine(63));
+        StepI(a, b, c, d, word(0), 6, sine(48));
+        StepI(d, a, b, c, word(7), 10, sine(49));
+        StepI(c, d, a, b, word(14), 15, sine(50));
+        StepI(b, c, d, a, word(5), 21, sine(51));
+        StepI(a, b, c, d, word(12), 6, sine(52));
+        StepI(d, a, b, c, word(3), 10, sine(53));
+        StepI(c, d, a, b, word(10), 15, sine(54));
+        StepI(b, c, d, a, word(1), 21, sine(55));
+        StepI(a, b, c, d, word(8), 6, sine(56));
+        StepI(d, a, b, c, word(15), 10, sine(57));
+        StepI(c, d, a, b, word(6), 15, sine(58));
+        StepI(b, c, d, a, word(13), 21, sine(59));
+        StepI(a, b, c, d, word(4), 6, sine(60));
+        StepI(d, a, b, c, word(11), 10, sine(61));
+        StepI(c, d, a, b, word(2), 15, sine(62));
+        StepI(b, c, d, a, word(9), 21, sine(63));
 
         a += ulOldA;
         b += ulOldB;
@@ -236,37 +238,39 @@ void XELP_MD5_Init(MD5_S_CTX *context)
 
 void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputLen)
 {
-    QAL_UINT index = PendingLen(*context);
+    QAL_UINT pendingLen = PendingLen(*context);
 
     // A length in bits is three bits longer than inputLen; the top three go to the high word.
     const QAL_UINT32 ulLowBits = inputLen << 3;
     context->count[0] += ulLowBits;
     context->count[1] += (context->count[0] < ulLowBits ? 1U : 0U) + (inputLen >> 29);
 
-    const QAL_UINT partLen = kBlockLen - index;
-    QAL_UINT i = 0;
-    if (inputLen >= partLen) {
-        wyx_memcpy_s(&context->buffer[index], partLen, input, partLen);
+    const QAL_UINT missingLen = kBlockLen - pendingLen;
+    QAL_UINT doneLen = 0;
+    if (inputLen >= missingLen) {
+        wyx_memcpy_s(&context->buffer[pendingLen], missingLen, input, missingLen);
         TransformBlocks(context->state, context->buffer, 1);
-        const QAL_UINT blocks = (inputLen - partLen) / kBlockLen;
+        const QAL_UINT blocks = (inputLen - missingLen) / kBlockLen;
         if (blocks != 0) { // speed only
-            TransformBlocks(context->state, &input[partLen], blocks);
+            TransformBlocks(context->state, &input[missingLen], blocks);
         }
-        i = partLen + blocks * kBlockLen;
-        index = 0;
+        doneLen = missingLen + blocks * kBlockLen;
+        pendingLen = 0;
     }
-    wyx_memcpy_s(&context->buffer[index], inputLen - i, &input[i], inputLen - i);
+    wyx_memcpy_s(&context->buffer[pendingLen], inputLen - doneLen, &input[doneLen],
+                 inputLen - doneLen);
 }
 
 void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context)
 {
-    QAL_UINT8 bits[kCountLen];
-    StoreWords(bits, context->count, kCountLen);
+    // Taken before the padding, because XELP_MD5_Update() counts the padding, too.
+    QAL_UINT8 count[kCountLen];
+    StoreWords(count, context->count, kCountLen);
 
-    const QAL_UINT index = PendingLen(*context);
-    const QAL_UINT padLen = (index < kTailLen ? kTailLen : kTailLen + kBlockLen) - index;
+    const QAL_UINT pendingLen = PendingLen(*context);
+    const QAL_UINT padLen = (pendingLen < kCountAt ? kCountAt : kCountAt + kBlockLen) - pendingLen;
     XELP_MD5_Update(context, PADDING.data(), padLen);
-    XELP_MD5_Update(context, bits, kCountLen);
+    XELP_MD5_Update(context, count, kCountLen);
 
     StoreWords(digest, context->state, kDigestLen);
     // Not memset(), which an optimiser may drop as a dead store.
