@@ -57,13 +57,13 @@ Digest Md5(Bytes message)
     return digest;
 }
 
-struct Vector {
+struct TestVector {
     std::string_view message;
     std::string_view digest;
 };
 
 // The test suite of RFC 1321, A.5.
-constexpr Vector kPublished[] = {
+constexpr TestVector kPublished[] = {
     {"", "d41d8cd98f00b204e9800998ecf8427e"},
     {"a", "0cc175b9c0f1b6a831c399e269772661"},
     {"abc", "900150983cd24fb0d6963f7d28e17f72"},
@@ -77,7 +77,7 @@ constexpr Vector kPublished[] = {
 
 TEST(Md5, PublishedVectors)
 {
-    for (const Vector &vector : kPublished) {
+    for (const TestVector &vector : kPublished) {
         EXPECT_EQ(Hex(Md5(Text(vector.message))), vector.digest) << vector.message;
         EXPECT_EQ(Hex(ModelMd5(Text(vector.message))), vector.digest) << vector.message;
     }

@@ -7,31 +7,31 @@
 
 namespace {
 
-int strangers = 0;
+int ownCalls = 0; // of the functions below
 
 } // namespace
 
 extern "C" {
 
-// They are exported from the executable, so they replace the library's functions in every call that
-// is not bound inside the library.
+// The executable exports them, so a call in the library reaches them unless the library was linked
+// to bind the call to its own function.
 __attribute__((visibility("default"))) void Encode(void *);
 __attribute__((visibility("default"))) void Decode(void *);
 __attribute__((visibility("default"))) void MD5Transform(void *);
 
 void Encode(void *)
 {
-    ++strangers;
+    ++ownCalls;
 }
 
 void Decode(void *)
 {
-    ++strangers;
+    ++ownCalls;
 }
 
 void MD5Transform(void *)
 {
-    ++strangers;
+    ++ownCalls;
 }
 
 } // extern "C"
@@ -39,12 +39,12 @@ void MD5Transform(void *)
 namespace wyx::test {
 namespace {
 
-TEST(Md5Symbols, AProgramsOwnFunctionsDoNotReplaceThem)
+TEST(Md5Symbols, LibraryDoesNotCallAProgramsOwnFunctions)
 {
     Encode(nullptr);
     Decode(nullptr);
     MD5Transform(nullptr);
-    ASSERT_EQ(strangers, 3);
+    ASSERT_EQ(ownCalls, 3);
 
     MD5_S_CTX context;
     QAL_UINT8 aucDigest[16];
@@ -55,7 +55,7 @@ TEST(Md5Symbols, AProgramsOwnFunctionsDoNotReplaceThem)
     XELP_MD5_Update(&context, aucMessage, sizeof aucMessage);
     XELP_MD5_Final(aucDigest, &context);
     EXPECT_EQ(std::memcmp(aucDigest, aucExpected, sizeof aucDigest), 0);
-    EXPECT_EQ(strangers, 3);
+    EXPECT_EQ(ownCalls, 3);
 }
 
 } // namespace

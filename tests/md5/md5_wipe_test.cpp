@@ -1,7 +1,7 @@
 // Does the wipe survive an optimiser that sees everything? MD5, wyx_memset_s() and their caller are
 // compiled and optimised as one program here, and the context is a local variable that nothing
-// reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. The stack belongs to the
-// test, which reads the stack after the thread that ran on it has ended.
+// reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. A thread does this on
+// a stack that the test provides. The test reads the stack after the thread has ended.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -20,15 +20,15 @@ constexpr std::size_t kStackSize = 1 << 20;
 constexpr std::size_t kDepth = 1 << 16; // keeps the context away from what an ending thread writes
 
 struct Job {
-    void (*pfunEnd)(QAL_UINT8 *, MD5_S_CTX *);
-    volatile std::uintptr_t context;
+    void (*pfunEnd)(QAL_UINT8 *, MD5_S_CTX *); // null for a direct call of XELP_MD5_Final()
+    volatile std::uintptr_t uContext;
     QAL_UINT8 aucDigest[16];
 };
 
 __attribute__((noinline)) void DigestSecret(Job &job)
 {
     MD5_S_CTX context;
-    job.context = reinterpret_cast<std::uintptr_t>(&context);
+    job.uContext = reinterpret_cast<std::uintptr_t>(&context);
     XELP_MD5_Init(&context);
     const QAL_UINT8 aucSecret[] = "correct horse battery staple";
     XELP_MD5_Update(&context, aucSecret, sizeof aucSecret);
@@ -62,7 +62,7 @@ std::vector<QAL_UINT8> Remains(void (*pfunEnd)(QAL_UINT8 *, MD5_S_CTX *))
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
 
-    const std::size_t offset = job.context - reinterpret_cast<std::uintptr_t>(pStack);
+    const std::size_t offset = job.uContext - reinterpret_cast<std::uintptr_t>(pStack);
     EXPECT_LT(offset, kStackSize - sizeof(MD5_S_CTX));
     const auto *const pucContext = static_cast<const QAL_UINT8 *>(pStack) + offset;
     std::vector<QAL_UINT8> remains(pucContext, pucContext + sizeof(MD5_S_CTX));
