@@ -17,7 +17,7 @@ int main(void)
     if (ferror(stdin)) {
         return EXIT_FAILURE;
     }
-    XELP_MD5_Final(digest, &context); /* the context is wiped; begin it again before its next use */
+    XELP_MD5_Final(digest, &context); /* wipes the context */
 
     for (i = 0; i < sizeof digest; ++i) {
         printf("%02x", (unsigned int)digest[i]);
