@@ -412,8 +412,8 @@ TEST_F(HashSearch, FindsTheEntryOfAKey)
     for (const auto &c : aCase) {
         SCOPED_TRACE(std::string(c.pszSaved) + " for " + c.ch);
         const char chFound = c.ulStatus == 0 ? c.ch : kUntouched;
-        const std::string keyGone = c.ulStatus == 0 ? std::string{'k', c.ch, ' '} : "";
-        const std::string nodeGone = c.ulStatus == 0 ? std::string{'n', c.ch, ' '} : "";
+        const std::string keyRelease = c.ulStatus == 0 ? std::string{'k', c.ch, ' '} : "";
+        const std::string nodeRelease = c.ulStatus == 0 ? std::string{'n', c.ch, ' '} : "";
 
         Build(3, c.pszSaved, c.chCursor);
         EXPECT_EQ(Query(c.ch), c.ulStatus);
@@ -426,14 +426,14 @@ TEST_F(HashSearch, FindsTheEntryOfAKey)
         EXPECT_EQ(Remove(c.ch), c.ulStatus);
         EXPECT_EQ(chResult, chFound);
         EXPECT_EQ(Text(), c.pszRemoved);
-        EXPECT_EQ(g_calls, c.pszCalls + keyGone);
+        EXPECT_EQ(g_calls, c.pszCalls + keyRelease);
         EXPECT_EQ(MemoryCalls(), c.ulStatus == 0 ? "key, setNull" : "");
 
         Build(3, c.pszSaved, c.chCursor);
         platform.StartRecording();
         EXPECT_EQ(XELP_Hash_DeleteNode(table, Key(c.ch).szText), c.ulStatus);
         EXPECT_EQ(Text(), c.pszRemoved);
-        EXPECT_EQ(g_calls, c.pszCalls + keyGone + nodeGone);
+        EXPECT_EQ(g_calls, c.pszCalls + keyRelease + nodeRelease);
         EXPECT_EQ(MemoryCalls(), c.ulStatus == 0 ? "key, setNull" : "");
     }
 }

@@ -53,7 +53,7 @@ inline QAL_UINT32 CompareLetters(void *pKey, void *pStored)
     return Letter(pKey) == Letter(pStored) ? 0U : 0x80000000U;
 }
 
-inline void Release(char chWhat, char ch)
+inline void RecordRelease(char chWhat, char ch)
 {
     g_calls += std::string{chWhat, ch, ' '};
     if (g_onRelease) {
@@ -68,13 +68,13 @@ inline void FreeKeyCopy(void *pStored)
 
 inline void ReleaseKey(void *pStored)
 {
-    Release('k', Letter(pStored));
+    RecordRelease('k', Letter(pStored));
     FreeKeyCopy(pStored);
 }
 
 inline void ReleaseNode(void *pUserNode)
 {
-    Release('n', Letter(pUserNode));
+    RecordRelease('n', Letter(pUserNode));
 }
 
 /// Resets what an earlier test set and recorded.

@@ -283,7 +283,7 @@ TEST(Md5Blocks, TransformFollowsTheDefinition)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
-    for (int iRound = 0; iRound < 200; ++iRound) {
+    for (int iRun = 0; iRun < 200; ++iRun) {
         const std::vector<QAL_UINT8> block = random.Bytes(64 + 1);
         Chain chain;
         for (QAL_UINT32 &ul : chain) {
@@ -291,7 +291,7 @@ TEST(Md5Blocks, TransformFollowsTheDefinition)
         }
         const Chain expected = ModelBlock(chain, Bytes(block).subspan(1));
         MD5Transform(chain.data(), block.data() + 1);
-        EXPECT_EQ(chain, expected) << iRound;
+        EXPECT_EQ(chain, expected) << iRun;
     }
 }
 
@@ -328,13 +328,13 @@ TEST(Md5, AgreesWithAnIndependentLibrary)
 {
     Random random;
     SCOPED_TRACE(random.Trace());
-    for (int iRound = 0; iRound < 300; ++iRound) {
+    for (int iRun = 0; iRun < 300; ++iRun) {
         const std::vector<QAL_UINT8> message = random.Bytes(random.UpTo(5000));
         Digest expected;
         ASSERT_EQ(EVP_Digest(message.data(), message.size(), expected.data(), nullptr, EVP_md5(),
                              nullptr),
                   1);
-        EXPECT_EQ(Md5(message), expected) << iRound;
+        EXPECT_EQ(Md5(message), expected) << iRun;
     }
 }
 #else

@@ -13,8 +13,8 @@ int ownCalls = 0; // of the functions below
 
 extern "C" {
 
-// The executable exports them, so a call in the library reaches them unless the library was linked
-// to bind the call to its own function.
+// The executable exports these functions, so a call in the library reaches them unless the library
+// was linked to bind the call to its own function.
 __attribute__((visibility("default"))) void Encode(void *);
 __attribute__((visibility("default"))) void Decode(void *);
 __attribute__((visibility("default"))) void MD5Transform(void *);

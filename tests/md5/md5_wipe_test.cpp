@@ -1,7 +1,7 @@
 // Does the wipe survive an optimiser that sees everything? MD5, wyx_memset_s() and their caller are
 // compiled and optimised as one program here, and the context is a local variable that nothing
-// reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. A thread does this on
-// a stack that the test provides. The test reads the stack after the thread has ended.
+// reads after XELP_MD5_Final(): to the optimiser, stores to it are dead. The context is on the
+// stack of a thread. The test provides this stack, and reads it after the thread has ended.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
