@@ -15,7 +15,7 @@ constexpr char kNewFile[] = "dir.d/conf1700000000123.ibk";
 constexpr QAL_UINT64 kTime = 1700000000123;
 
 /// A name or value, often one of a few, so that steps find each other's lines.
-Line TextOf(Input &input)
+MaybeText TextOf(Input &input)
 {
     static constexpr std::string_view kFew[] = {"a", "A", "b",   "k",  "key", " x ",
                                                 "",  "=", "v;w", "\n", "\\",  "\x80\xFF"};
@@ -130,8 +130,8 @@ class Life {
     void Set()
     {
         const Text section(TextOf(input_).value_or(""));
-        const Line key = TextOf(input_);
-        const Line value = TextOf(input_);
+        const MaybeText key = TextOf(input_);
+        const MaybeText value = TextOf(input_);
         const Text keyText(key.value_or(""));
         const Text valueText(value.value_or(""));
         model::Heap heap = Plan();
@@ -217,9 +217,9 @@ class Life {
             return;
         }
         const QAL_UINT32 ulAfter = input_.Word() % doc_.ulLineNum;
-        const Line name = TextOf(input_);
-        const Line value = TextOf(input_);
-        const Line comment = TextOf(input_);
+        const MaybeText name = TextOf(input_);
+        const MaybeText value = TextOf(input_);
+        const MaybeText comment = TextOf(input_);
         model::Heap heap = Plan();
         const QAL_UINT32 ulStatus =
             IniInsertKeyInIniStruct(&doc_, ulAfter, Arg(name), Arg(value), Arg(comment));
@@ -228,7 +228,7 @@ class Life {
 
     void InsertSection()
     {
-        const Line name = TextOf(input_);
+        const MaybeText name = TextOf(input_);
         model::Heap heap = Plan();
         const QAL_UINT32 ulStatus = IniInsertSectionToIniStruct(&doc_, Arg(name));
         Compare(ulStatus, model::InsertSection(expected_, name, heap), heap);
@@ -254,8 +254,8 @@ class Life {
         XELP_MemFreeD(doc_.pStrLine[ulAt], 0, "a target");
         doc_.pStrLine[ulAt] = nullptr;
         expected_.slots[ulAt].reset();
-        const Line name = TextOf(input_);
-        const Line comment = TextOf(input_);
+        const MaybeText name = TextOf(input_);
+        const MaybeText comment = TextOf(input_);
         const bool isSection = input_.Below(2) == 0;
         model::Heap heap = Plan();
         if (isSection) {

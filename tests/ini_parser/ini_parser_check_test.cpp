@@ -13,7 +13,8 @@ struct LineCase {
     QAL_UINT32 ulStatus;
 };
 
-class IniCheckSectionLine : public PlatformTest {
+/// A check of a line allocates nothing.
+class CheckTest : public PlatformTest {
   protected:
     void TearDown() override
     {
@@ -21,6 +22,8 @@ class IniCheckSectionLine : public PlatformTest {
         PlatformTest::TearDown();
     }
 };
+
+class IniCheckSectionLine : public CheckTest {};
 
 TEST_F(IniCheckSectionLine, AcceptsOrReturns110)
 {
@@ -97,7 +100,7 @@ TEST_F(IniCheckSectionLine, SingleTabPasses)
     EXPECT_EQ(::IniParseSectionLine("[\t]\n", &pszName, &pszComment), kSection);
 }
 
-class IniCheckKeyLine : public IniCheckSectionLine {};
+class IniCheckKeyLine : public CheckTest {};
 
 /// Checks a table of lines.
 template <std::size_t kCount>
@@ -175,7 +178,7 @@ TEST_F(IniCheckKeyLine, UnquotedItems)
         {"k=a;b\n", kComment},
         {"k=a;", kComment},
         {"k=ab;", kComment},
-        {"k=\x01;c\n", kComment}, // no byte but the terminator ends the line
+        {"k=\x01;c\n", kComment}, // a control byte is text
         {"k=a;b ;c\n", kComment}, // the first `;` counts
         {"k=a ;b;c\n", kOk},
         {"k=a\n;c", kComment},
@@ -335,7 +338,7 @@ TEST_F(IniCheckFile, NullArgumentIs170AndLeavesTheNumber)
     EXPECT_EQ(ulLineNo, 77U);
 }
 
-TEST_F(IniCheckFile, EmptyDocumentIs130AndLeavesTheNumber)
+TEST_F(IniCheckFile, DocumentWithoutLinesIs130AndLeavesTheNumber)
 {
     const Document doc(Lines{});
     QAL_UINT32 ulLineNo = 77;

@@ -116,8 +116,8 @@ TEST_F(IniSaveStringToIniStruct, DoesNotReleaseWhatTheSlotHeld)
 class IniSaveSectionToIniStruct : public EditTest {
   protected:
     struct BuildCase {
-        Line name;
-        Line comment;
+        MaybeText name;
+        MaybeText comment;
         QAL_UINT32 ulStatus;
         Line line;
     };
@@ -190,9 +190,9 @@ TEST_F(IniSaveSectionToIniStruct, FailedAllocationIs80)
 class IniSaveKeyToIniStruct : public EditTest {
   protected:
     struct BuildCase {
-        Line name;
-        Line value;
-        Line comment;
+        MaybeText name;
+        MaybeText value;
+        MaybeText comment;
         QAL_UINT32 ulStatus;
         Line line;
     };
@@ -295,7 +295,7 @@ TEST_F(IniInsertKeyInIniStruct, InsertsAfterASlot)
         {"after a hole at the end", {"0", kHole}, 1, {"0", kHole, "k=v\n"}},
         {"after a hole", {"0", kHole, "2"}, 1, {"0", kHole, "k=v\n", "2"}},
         {"holes further down move", {"0", "1", kHole, "3"}, 0, {"0", "k=v\n", "1", kHole, "3"}},
-        {"in an empty document", {}, kBeforeTheFirst, {"k=v\n"}},
+        {"in a document without lines", {}, kBeforeTheFirst, {"k=v\n"}},
         {"before the first", {"0", "1"}, kBeforeTheFirst, {"k=v\n", "0", "1"}},
         {"in a hole at the start", {kHole, "1"}, kBeforeTheFirst, {"k=v\n", "1"}},
     };
@@ -450,8 +450,8 @@ TEST_F(IniSetKeyValue, NullArgumentIs170AndChangesNothing)
 struct SetCase {
     const char *pszName;
     Lines before;
-    Line key;
-    Line value;
+    MaybeText key;
+    MaybeText value;
     QAL_UINT32 ulStatus;
     Lines after; // if equal to `before`, the document is not marked as edited
     std::string section = "a";
@@ -529,7 +529,12 @@ const SetCase kSets[] = {
     {"ValueRemoved", {"[a]\n", "k=1\n"}, "k", kNull, kOk, {"[a]\n", "k=\n"}},
     {"ValueRemovedBeforeComment", {"[a]\n", "k=1 ;c\n"}, "k", kNull, kOk, {"[a]\n", "k= ;c\n"}},
     {"ValueAddedBeforeComment", {"[a]\n", "k= ;c\n"}, "k", "v", kOk, {"[a]\n", "k=v ;c\n"}},
-    {"SameValue", {"[a]\n", "k=v ;c\n", "; d\n"}, "k", "w", kOk, {"[a]\n", "k=w ;c\n", "; d\n"}},
+    {"ValueOfTheSameLength",
+     {"[a]\n", "k=v ;c\n", "; d\n"},
+     "k",
+     "w",
+     kOk,
+     {"[a]\n", "k=w ;c\n", "; d\n"}},
     {"LowestLineReplaced",
      {"[a]\n", "k=1\n", "k=2\n", "l=3\n"},
      "k",
@@ -544,24 +549,19 @@ const SetCase kSets[] = {
      {"[a]\n", "k=1\n", "[a]\n", "k=v\n", "[b]\n", "k=3\n"}},
     // Refused.
     {"NullKeyInExistingSection", {"[a]\n", "k=1\n"}, kNull, "v", kInputPara, {"[a]\n", "k=1\n"}},
-    {"UnknownLineAfterIt",
+    {"UnknownLineBelow",
      {"[a]\n", "k=1\n", "x\n"},
      "k",
      "v",
      kLineUnknown,
      {"[a]\n", "k=1\n", "x\n"}},
-    {"UnknownLineBefore", {"x\n", "[a]\n", "k=1\n"}, "k", "v", kOk, {"x\n", "[a]\n", "k=v\n"}},
+    {"UnknownLineAbove", {"x\n", "[a]\n", "k=1\n"}, "k", "v", kOk, {"x\n", "[a]\n", "k=v\n"}},
     {"UnknownLineAndNoSection", {"x\n"}, "k", "v", kLineUnknown, {"x\n"}},
     {"EmptyText", {"[a]\n", "k=1\n", ""}, "k", "v", kInputPara, {"[a]\n", "k=1\n", ""}},
-    {"BadHeaderAfterIt",
-     {"[a]\n", "k=1\n", "[]\n"},
-     "k",
-     "v",
-     kSection,
-     {"[a]\n", "k=1\n", "[]\n"}},
+    {"BadHeaderBelow", {"[a]\n", "k=1\n", "[]\n"}, "k", "v", kSection, {"[a]\n", "k=1\n", "[]\n"}},
     {"BadHeaderComment", {"[a]\n", "[b]x\n"}, "k", "v", kLineUnknown, {"[a]\n", "[b]x\n"}},
-    {"BadKeyAfterIt", {"[a]\n", "k=1\n", "=2\n"}, "k", "v", kKeyName, {"[a]\n", "k=1\n", "=2\n"}},
-    {"BadKeyBefore", {"[a]\n", "=2\n", "k=1\n"}, "k", "v", kOk, {"[a]\n", "=2\n", "k=v\n"}},
+    {"BadKeyBelow", {"[a]\n", "k=1\n", "=2\n"}, "k", "v", kKeyName, {"[a]\n", "k=1\n", "=2\n"}},
+    {"BadKeyAbove", {"[a]\n", "=2\n", "k=1\n"}, "k", "v", kOk, {"[a]\n", "=2\n", "k=v\n"}},
     {"NullKeyBeforeBadKey", {"[a]\n", "=2\n"}, kNull, "v", kInputPara, {"[a]\n", "=2\n"}},
 };
 
@@ -647,7 +647,7 @@ TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKey)
     EXPECT_EQ(Look(noMemory), Edited({"[z]\n", "k=v\n"}, 1));
 }
 
-TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKeyToAnEmptyDocument)
+TEST_F(IniSetKeyValue, RefusedHeaderStillAddsKeyToADocumentWithoutLines)
 {
     Document doc(Lines{});
     EXPECT_EQ(XELP_IniSetKeyValue(&doc, Arg(Text(508)), Arg("k"), Arg("v")), kOk);
@@ -789,11 +789,11 @@ TEST_F(IniDelSection, EveryBlockIsDeletedWithAllItsLines)
          kLineUnknown,
          {kHole, kHole, "x\n", "l=2\n"}},
         {"empty text in the block", {"[a]\n", "k=1\n", ""}, kInputPara, {kHole, kHole, ""}},
-        {"unknown line after it", {"[a]\n", "[b]\n", "x\n"}, kLineUnknown, {kHole, "[b]\n", "x\n"}},
-        {"empty text after it", {"[a]\n", "[b]\n", ""}, kInputPara, {kHole, "[b]\n", ""}},
-        {"bad header after it", {"[a]\n", "k=1\n", "[]\n"}, kSection, {kHole, kHole, "[]\n"}},
+        {"unknown line below", {"[a]\n", "[b]\n", "x\n"}, kLineUnknown, {kHole, "[b]\n", "x\n"}},
+        {"empty text below", {"[a]\n", "[b]\n", ""}, kInputPara, {kHole, "[b]\n", ""}},
+        {"bad header below", {"[a]\n", "k=1\n", "[]\n"}, kSection, {kHole, kHole, "[]\n"}},
         {"bad header comment", {"[a]\n", "[a]x\n"}, kLineUnknown, {kHole, "[a]x\n"}},
-        {"unknown line before", {"x\n", "[a]\n"}, kLineUnknown, {"x\n", "[a]\n"}},
+        {"unknown line above", {"x\n", "[a]\n"}, kLineUnknown, {"x\n", "[a]\n"}},
     };
     for (const DeleteCase &c : cases) {
         Check(
@@ -924,21 +924,21 @@ TEST_F(IniDelKey, EveryLineInEveryBlockIsDeleted)
          kLineUnknown,
          {"[a]\n", kHole, "x\n", "k=2\n"}},
         {"empty text in the block", {"[a]\n", "k=1\n", ""}, kInputPara, {"[a]\n", kHole, ""}},
-        {"unknown line after it",
+        {"unknown line below",
          {"[a]\n", "k=1\n", "[b]\n", "x\n"},
          kLineUnknown,
          {"[a]\n", kHole, "[b]\n", "x\n"}},
-        {"empty text after it",
+        {"empty text below",
          {"[a]\n", "k=1\n", "[b]\n", ""},
          kInputPara,
          {"[a]\n", kHole, "[b]\n", ""}},
-        {"bad header after it", {"[a]\n", "k=1\n", "[]\n"}, kSection, {"[a]\n", kHole, "[]\n"}},
+        {"bad header below", {"[a]\n", "k=1\n", "[]\n"}, kSection, {"[a]\n", kHole, "[]\n"}},
         {"bad header comment",
          {"[a]\n", "k=1\n", "[a];\n"},
          kLineUnknown,
          {"[a]\n", kHole, "[a];\n"}},
-        {"unknown line before", {"x\n", "[a]\n", "k=1\n"}, kLineUnknown, {"x\n", "[a]\n", "k=1\n"}},
-        {"empty text before", {"", "[a]\n", "k=1\n"}, kInputPara, {"", "[a]\n", "k=1\n"}},
+        {"unknown line above", {"x\n", "[a]\n", "k=1\n"}, kLineUnknown, {"x\n", "[a]\n", "k=1\n"}},
+        {"empty text above", {"", "[a]\n", "k=1\n"}, kInputPara, {"", "[a]\n", "k=1\n"}},
     };
     for (const DeleteCase &c : cases) {
         Check(
@@ -1021,8 +1021,9 @@ TEST_F(IniEdit, RandomProgramsMatchTheModel)
     Random random;
     SCOPED_TRACE(random.Trace());
     const std::vector<std::string> sections = {"a", "A", "b", "net", "c d"};
-    const Lines keys = {"k", "K", "port", "x y", "l", kNull};
-    const Lines values = {"1", kNull, "", "two words", "a ;b", Text(504), Text(507)};
+    const std::vector<MaybeText> keys = {"k", "K", "port", "x y", "l", kNull};
+    const std::vector<MaybeText> values = {"1",    kNull,     "",       "two words",
+                                           "a ;b", Text(504), Text(507)};
     const Lines starts = {"[a]\n", "k=1 ;c\n", " Port = 2\n", "; c\n", "\n", "[b] ;x\r\n",
                           "k=3\n", kHole,      "x y=4 ;\n",   "[A]\n", "  ", "bad\n"};
     for (int i = 0; i < 300 && !HasFailure(); ++i) {
@@ -1032,8 +1033,8 @@ TEST_F(IniEdit, RandomProgramsMatchTheModel)
         Document doc(expected);
         for (int step = 0; step < 60 && !HasFailure(); ++step) {
             const std::string &section = sections[random.UpTo(sections.size() - 1)];
-            const Line &key = keys[random.UpTo(keys.size() - 1)];
-            const Line &value = values[random.UpTo(values.size() - 1)];
+            const MaybeText &key = keys[random.UpTo(keys.size() - 1)];
+            const MaybeText &value = values[random.UpTo(values.size() - 1)];
             const auto ulFailAt =
                 static_cast<QAL_UINT32>(random.UpTo(4) == 0 ? random.UpTo(20) : 0);
             platform.StartRecording();

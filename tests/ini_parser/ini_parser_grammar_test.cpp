@@ -141,15 +141,15 @@ TEST(IniGetLineType, FirstNonBlankByteDecides)
 /// The result of a parser. The blocks that it handed over have been released.
 struct Parsed {
     QAL_UINT32 ulStatus = 77;
-    Line name;
-    Line value;
-    Line comment;
+    MaybeText name;
+    MaybeText value;
+    MaybeText comment;
     bool operator==(const Parsed &) const = default;
 };
 
 void PrintTo(const Parsed &parsed, std::ostream *pOut)
 {
-    const auto shown = [](const Line &part) { return part ? Shown(*part) : "none"; };
+    const auto shown = [](const MaybeText &part) { return part ? Shown(*part) : "none"; };
     *pOut << parsed.ulStatus << ": name " << shown(parsed.name) << ", value " << shown(parsed.value)
           << ", comment " << shown(parsed.comment);
 }
@@ -335,7 +335,7 @@ TEST_F(IniParseSectionLine, ReturnsNameAndComment)
     };
     for (const SectionCase &c : cases) {
         SCOPED_TRACE(Shown(c.pszLine));
-        const Line comment = c.pszComment != nullptr ? Line(c.pszComment) : Line();
+        const MaybeText comment = c.pszComment != nullptr ? MaybeText(c.pszComment) : MaybeText();
         EXPECT_EQ(Section(c.pszLine, c.commentBlock), (Parsed{kOk, c.pszName, {}, comment}));
         const std::size_t block =
             comment && c.commentBlock == 0 ? comment->size() + 1 : c.commentBlock;
@@ -476,8 +476,8 @@ TEST_F(IniParseKeyLine, ReturnsKeyValueAndComment)
     };
     for (const KeyCase &c : cases) {
         SCOPED_TRACE(Shown(c.pszLine));
-        const Line value = c.pszValue != nullptr ? Line(c.pszValue) : Line();
-        const Line comment = c.pszComment != nullptr ? Line(c.pszComment) : Line();
+        const MaybeText value = c.pszValue != nullptr ? MaybeText(c.pszValue) : MaybeText();
+        const MaybeText comment = c.pszComment != nullptr ? MaybeText(c.pszComment) : MaybeText();
         EXPECT_EQ(Key(c.pszLine, c.commentBlock), (Parsed{kOk, c.pszName, value, comment}));
         std::string trace = "D " + std::to_string(std::strlen(c.pszName) + 1);
         if (value) {

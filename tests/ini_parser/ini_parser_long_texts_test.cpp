@@ -1,5 +1,5 @@
-// Texts whose length does not fit in 32 bits. A length that wraps must not lead to a short or empty
-// text, or to a block that is smaller than its content.
+// Texts of about 4 GiB. A length that wraps must not lead to a short or empty text, or to a block
+// that is smaller than its content.
 #include <cstring>
 
 #include "ini_support.h"
@@ -93,10 +93,10 @@ TEST_F(IniLongTexts, LongestLineIsRequestedWhole)
 TEST_F(IniLongTexts, BuiltLineIsRefusedAsTooLong)
 {
     char szShort[] = "k";
-    char *const pszLong = Make(k4Gib + 5);
+    char *const pszTooLong = Make(k4Gib + 5);
     XELP_IN_S_INI_FILE_STRUCT doc = {};
-    EXPECT_EQ(::IniSaveSectionToIniStruct(&doc, 0, pszLong, nullptr), kInputPara);
-    EXPECT_EQ(::IniSaveKeyToIniStruct(&doc, 0, szShort, pszLong, nullptr), kInputPara);
+    EXPECT_EQ(::IniSaveSectionToIniStruct(&doc, 0, pszTooLong, nullptr), kInputPara);
+    EXPECT_EQ(::IniSaveKeyToIniStruct(&doc, 0, szShort, pszTooLong, nullptr), kInputPara);
     EXPECT_EQ(platform.MemoryTrace(), "");
 }
 

@@ -13,7 +13,7 @@ namespace {
 /// The result of looking up a value.
 struct ValueResult {
     QAL_UINT32 ulStatus = 77;
-    Line value;
+    MaybeText value;
     bool isUntouched = false;
     bool operator==(const ValueResult &) const = default;
 };
@@ -130,7 +130,7 @@ TEST_F(IniGetKeyValue, NullArgumentIs170AndLeavesTheValue)
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&doc, "a", "k", nullptr), kInputPara);
-    // These arguments are refused even for an empty document.
+    // These arguments are refused even for a document without lines.
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, nullptr, "k", &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", nullptr, &pszValue), kInputPara);
     EXPECT_EQ(XELP_IniGetKeyValue(&noLines, "a", "k", nullptr), kInputPara);
@@ -140,7 +140,7 @@ TEST_F(IniGetKeyValue, NullArgumentIs170AndLeavesTheValue)
     EXPECT_EQ(FullTrace(), "");
 }
 
-TEST_F(IniGetKeyValue, EmptyDocumentIs130AndLeavesTheValue)
+TEST_F(IniGetKeyValue, DocumentWithoutLinesIs130AndLeavesTheValue)
 {
     const Document doc(Lines{});
     EXPECT_EQ(Get(doc, "a", "k"), (ValueResult{kFileEmpty, {}, true}));
@@ -151,7 +151,7 @@ struct ValueCase {
     const char *pszName;
     Lines lines;
     QAL_UINT32 ulStatus;
-    Line value;
+    MaybeText value;
     const char *pszSection = "a";
     const char *pszKey = "k";
 };
@@ -200,15 +200,15 @@ const ValueCase kValues[] = {
     {"OnlyHoles", {kHole, kHole}, kSectionNotFound, {}},
     // Lines that end a walk. The first walk goes from the document's end up to the header, and the
     // second goes from the block's end up to the key.
-    {"UnknownLineAfterIt", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
+    {"UnknownLineBelow", {"[a]\n", "k=1\n", "[b]\n", "garbage\n"}, kLineUnknown, {}},
     {"UnknownLineInTheBlock", {"[a]\n", "garbage\n", "k=1\n"}, kLineUnknown, {}},
-    {"UnknownLineBefore", {"garbage\n", "[a]\n", "k=1\n"}, kOk, "1"},
+    {"UnknownLineAbove", {"garbage\n", "[a]\n", "k=1\n"}, kOk, "1"},
     {"UnknownLineAndNoSection", {"garbage\n", "[b]\n", "k=1\n"}, kLineUnknown, {}},
-    {"EmptyTextAfterIt", {"[a]\n", "k=1\n", ""}, kInputPara, {}},
-    {"EmptyTextBefore", {"", "[a]\n", "k=1\n"}, kOk, "1"},
-    {"BadHeaderAfterIt", {"[a]\n", "k=1\n", "[ ]\n"}, kSection, {}},
-    {"TextAfterALaterHeader", {"[a]\n", "k=1\n", "[b] x\n"}, kLineUnknown, {}},
-    {"BadHeaderBefore", {"[]\n", "[a]\n", "k=1\n"}, kOk, "1"},
+    {"EmptyTextBelow", {"[a]\n", "k=1\n", ""}, kInputPara, {}},
+    {"EmptyTextAbove", {"", "[a]\n", "k=1\n"}, kOk, "1"},
+    {"BadHeaderBelow", {"[a]\n", "k=1\n", "[ ]\n"}, kSection, {}},
+    {"TextAfterAHeaderBelow", {"[a]\n", "k=1\n", "[b] x\n"}, kLineUnknown, {}},
+    {"BadHeaderAbove", {"[]\n", "[a]\n", "k=1\n"}, kOk, "1"},
     {"BadKeyAfterTheKey", {"[a]\n", "k=1\n", "=2\n"}, kKeyName, {}},
     {"BadKeyBeforeTheKey", {"[a]\n", "=2\n", "k=1\n"}, kOk, "1"},
     {"BadKeyInAnotherSection", {"[a]\n", "k=1\n", "[b]\n", "=2\n"}, kOk, "1"},
@@ -248,7 +248,7 @@ TEST_F(IniGetSectionList, NullArgumentIs170AndLeavesBothResults)
     EXPECT_EQ(FullTrace(), "");
 }
 
-TEST_F(IniGetSectionList, EmptyDocumentIs130AndLeavesBothResults)
+TEST_F(IniGetSectionList, DocumentWithoutLinesIs130AndLeavesBothResults)
 {
     const Document doc(Lines{});
     EXPECT_EQ(Sections(doc), (ListResult{kFileEmpty, 77, {}}));
@@ -354,7 +354,7 @@ TEST_F(IniGetKeyList, NullArgumentIs170AndLeavesBothResults)
     EXPECT_EQ(FullTrace(), "");
 }
 
-TEST_F(IniGetKeyList, EmptyDocumentIs130AndLeavesBothResults)
+TEST_F(IniGetKeyList, DocumentWithoutLinesIs130AndLeavesBothResults)
 {
     const Document doc(Lines{});
     EXPECT_EQ(Keys(doc, "a"), (ListResult{kFileEmpty, 77, {}}));

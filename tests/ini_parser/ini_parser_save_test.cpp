@@ -171,7 +171,7 @@ class IniSaveFileContent : public PlatformTest {
 
     Disk &TheDisk() { return *platform.MemoryDisk(); }
 
-    /// Saves a changed document, and expects that it is released whatever happens.
+    /// Saves a document, and expects that it is released whatever happens.
     QAL_UINT32 Save(const char *pszName, const Lines &lines, QAL_UINT32 ulLabel = 1)
     {
         return Save(pszName, lines, ulLabel, [] {});
@@ -250,7 +250,7 @@ TEST_F(IniSaveFileContent, NoMemoryIs80)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}}));
 }
 
-TEST_F(IniSaveFileContent, TemporaryNameTakenIs180)
+TEST_F(IniSaveFileContent, NewFileNameTakenIs180)
 {
     const Disk before = {{"f.ini", "old"}, {"f1700000000123.ibk", "another's"}};
     TheDisk() = before;
@@ -262,7 +262,7 @@ TEST_F(IniSaveFileContent, TemporaryNameTakenIs180)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", kContent}, {"f1700000000123.ibk", "another's"}}));
 }
 
-TEST_F(IniSaveFileContent, TemporaryFileNotCreatedIs50)
+TEST_F(IniSaveFileContent, NewFileNotCreatedIs50)
 {
     TheDisk() = {{"f.ini", "old"}};
     EXPECT_EQ(Save("f.ini", kDocument, 1, [&] { platform.Fail(Service::kOpen, 2); }), kCreateFile);
@@ -272,7 +272,7 @@ TEST_F(IniSaveFileContent, TemporaryFileNotCreatedIs50)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}}));
 }
 
-TEST_F(IniSaveFileContent, EveryWriteFailingRemovesTheTemporaryFile)
+TEST_F(IniSaveFileContent, EveryWriteFailingRemovesTheNewFile)
 {
     const Lines lines = {"[a]\n", Text(99) + "\n", kHole, "k=1\n"}; // 4, 78, 2, 22, 4
     for (QAL_UINT32 ulFailAt = 1; ulFailAt <= 5; ++ulFailAt) {
@@ -299,7 +299,7 @@ TEST_F(IniSaveFileContent, EveryWriteFailingRemovesTheTemporaryFile)
                     {"f1700000000123.ibk", "[a]\n" + Text(78) + "\\\n" + Text(21) + "\nk="}}));
 }
 
-TEST_F(IniSaveFileContent, MissingTargetKeepsTheTemporaryFile)
+TEST_F(IniSaveFileContent, MissingTargetKeepsTheNewFile)
 {
     EXPECT_EQ(Save("f.ini", kDocument), kCreateFile);
     EXPECT_EQ(trace_,
@@ -317,7 +317,7 @@ TEST_F(IniSaveFileContent, TargetNotRemovedKeepsBoth)
     EXPECT_EQ(TheDisk(), (Disk{{"f.ini", "old"}, {"f1700000000123.ibk", kContent}}));
 }
 
-TEST_F(IniSaveFileContent, FailedRenameKeepsTheTemporaryFile)
+TEST_F(IniSaveFileContent, FailedRenameKeepsTheNewFile)
 {
     TheDisk() = {{"f.ini", "old"}};
     EXPECT_EQ(Save("f.ini", kDocument, 1, [&] { platform.Fail(Service::kRename, 1); }),
@@ -373,24 +373,24 @@ TEST_F(IniSaveFileContent, DocumentMayBeFull)
 struct NameCase {
     const char *pszName;
     const char *pszTarget;
-    const char *pszTemporary;
+    const char *pszNewFile;
     QAL_UINT64 ullTime = kTime;
 };
 
 class IniSaveFileContentName : public IniSaveFileContent,
                                public ::testing::WithParamInterface<NameCase> {};
 
-TEST_P(IniSaveFileContentName, Temporary)
+TEST_P(IniSaveFileContentName, NewFile)
 {
     const NameCase &c = GetParam();
     platform.SetTime(c.ullTime);
     TheDisk() = {{c.pszTarget, "old"}};
     EXPECT_EQ(Save(c.pszTarget, kDocument), kOk);
-    const std::string temporary = c.pszTemporary;
+    const std::string newFile = c.pszNewFile;
     EXPECT_TRUE(trace_.starts_with(
-        "D " + std::to_string(std::string(c.pszTarget).size() + 15) + ", open r " + temporary +
-        ", open w " + temporary + ", write 5, write 4, close, remove " + c.pszTarget + ", rename " +
-        temporary + " -> " + c.pszTarget + ", remove " + temporary + ", free"))
+        "D " + std::to_string(std::string(c.pszTarget).size() + 15) + ", open r " + newFile +
+        ", open w " + newFile + ", write 5, write 4, close, remove " + c.pszTarget + ", rename " +
+        newFile + " -> " + c.pszTarget + ", remove " + newFile + ", free"))
         << trace_;
     EXPECT_EQ(TheDisk(), (Disk{{c.pszTarget, kContent}}));
 }
@@ -466,12 +466,12 @@ TEST_F(IniSaveFileContent, EveryCallFailingKeepsOldOrNew)
                 EXPECT_EQ(platform.HasFailed(), ulFailAt <= ulCalls);
                 const Disk &disk = TheDisk();
                 const auto target = disk.find("f.ini");
-                const auto temporary = disk.find("f1700000000123.ibk");
+                const auto newFile = disk.find("f1700000000123.ibk");
                 if (ulStatus == kOk) {
                     EXPECT_EQ(disk, (Disk{{"f.ini", kContent}}));
                 } else {
                     const bool hasOld = target != disk.end() && target->second == "old";
-                    const bool hasNew = temporary != disk.end() && temporary->second == kContent;
+                    const bool hasNew = newFile != disk.end() && newFile->second == kContent;
                     EXPECT_TRUE(hasOld || hasNew);
                     EXPECT_TRUE(hasOld || ulStatus == kCreateFile);
                 }
@@ -653,14 +653,14 @@ TEST_F(IniRoundTrip, EditingACrLfFileMixesLineEnds)
 
 TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
 {
-    const Line kNone;
+    const MaybeText kNone;
     struct {
         const char *pszLoaded; // the file's content before the edit
         const char *pszSection;
         const char *pszKey;
         const char *pszValue;
         QAL_UINT32 ulStatus; // of the lookup after saving and loading
-        Line value;
+        MaybeText value;
     } const cases[] = {
         {"[s]\n", "s", "k", "a;b", kOk, "a;b"}, // reads back
         {"[s]\n", "s", "k", "a\\\\", kOk, "a\\\\"},
@@ -710,7 +710,7 @@ TEST_F(IniRoundTrip, RandomProgramsMatchTheModel)
     Random random;
     SCOPED_TRACE(random.Trace());
     const std::vector<std::string> sections = {"a", "b", "a long name of a section, with blanks"};
-    const Lines keys = {"k", "K", "port", "x y", "l"};
+    const std::vector<MaybeText> keys = {"k", "K", "port", "x y", "l"};
     const auto value = [&] {
         constexpr std::string_view kBytes = "aaaa  ;,\"\\\xE4\xB8\r\n";
         std::string text;
@@ -734,8 +734,8 @@ TEST_F(IniRoundTrip, RandomProgramsMatchTheModel)
             }
             for (auto edits = random.UpTo(6); edits > 0; --edits) {
                 const std::string &section = sections[random.UpTo(2)];
-                const Line &key = keys[random.UpTo(4)];
-                const Line text = value();
+                const MaybeText &key = keys[random.UpTo(4)];
+                const MaybeText text = value();
                 switch (random.UpTo(6)) {
                     case 0:
                         ASSERT_EQ(XELP_IniDelSection(&doc, section.c_str()),

@@ -153,7 +153,7 @@ Document::~Document()
     XELP_MemFreeD(pStrLine, 0, kSite);
 }
 
-Line TakeText(QAL_INT8 *pszText, std::size_t blockSize)
+MaybeText TakeText(QAL_INT8 *pszText, std::size_t blockSize)
 {
     if (pszText == nullptr) {
         return std::nullopt;

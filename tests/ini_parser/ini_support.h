@@ -37,8 +37,9 @@ inline constexpr QAL_UINT32 kKeyValue = 180;
 inline constexpr QAL_UINT32 kWriteFile = 180;
 inline constexpr QAL_UINT32 kComment = 190;
 
+using MaybeText = std::optional<std::string>;
 /// A slot of a document: a line, or kHole if it has none.
-using Line = std::optional<std::string>;
+using Line = MaybeText;
 using Lines = std::vector<Line>;
 inline constexpr std::nullopt_t kHole = std::nullopt;
 
@@ -85,7 +86,7 @@ inline QAL_INT8 *Arg(const std::string &text)
 {
     return const_cast<QAL_INT8 *>(text.c_str());
 }
-inline QAL_INT8 *Arg(const Line &text)
+inline QAL_INT8 *Arg(const MaybeText &text)
 {
     return text ? Arg(*text) : nullptr;
 }
@@ -98,7 +99,7 @@ inline QAL_INT8 *Sentinel()
 
 /// Copies and releases a text that the module handed over. The test fails if the size of its block
 /// is not @p blockSize (0: the size that the text needs).
-Line TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
+MaybeText TakeText(QAL_INT8 *pszText, std::size_t blockSize = 0);
 
 /// The double's record without the reads, joined by ", ": "D 5", "free", "free null",
 /// "open r name", "seek -1 1", "write 5", "close", "remove name", "rename a -> b". "D 5" is a

@@ -15,8 +15,8 @@ bool IsOneOf(char c, std::string_view set)
     return set.find(c) != kNone;
 }
 
-/// The text from its first non-blank byte, or from its last byte if all are blank, to its last
-/// non-white byte.
+/// The text without leading blanks and trailing white bytes. If all are white, one white byte is
+/// left.
 std::string_view Trimmed(std::string_view text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size() - 1));
@@ -44,7 +44,7 @@ std::size_t QuoteFrom(std::string_view line, std::size_t from)
 /// Releases parts.
 void Discard(const Parts &parts, Heap &heap)
 {
-    for (const Line *const pPart : {&parts.name, &parts.value, &parts.comment}) {
+    for (const MaybeText *const pPart : {&parts.name, &parts.value, &parts.comment}) {
         heap.Give(*pPart ? 1 : 0);
     }
 }
@@ -85,9 +85,9 @@ std::string Heap::Trace() const
 
 ReadLine Read(std::string_view file, std::size_t at)
 {
-    // The byte at a position; none after the end.
-    const auto byteAt = [&](std::size_t i) { return i < file.size() ? Line{{file[i]}} : Line{}; };
-    const auto isEnd = [](const Line &byte) { return byte == "\n" || byte == "\r"; };
+    using MaybeByte = std::optional<char>; // none after the end of the file
+    const auto byteAt = [&](std::size_t i) { return i < file.size() ? file[i] : MaybeByte(); };
+    const auto isEnd = [](MaybeByte byte) { return byte == '\n' || byte == '\r'; };
 
     ReadLine read;
     std::string text;
@@ -95,9 +95,9 @@ ReadLine Read(std::string_view file, std::size_t at)
     QAL_UINT32 ulLines = 1;
     bool hasMetEnd = false;
     for (bool isComplete = false; !isComplete && text.size() <= 511;) {
-        const Line b0 = byteAt(i);
-        const Line b1 = byteAt(i + 1);
-        const Line b2 = byteAt(i + 2);
+        const MaybeByte b0 = byteAt(i);
+        const MaybeByte b1 = byteAt(i + 1);
+        const MaybeByte b2 = byteAt(i + 2);
         if (!b0) {
             hasMetEnd = isComplete = true;
         } else if (isEnd(b0)) {
@@ -112,21 +112,21 @@ ReadLine Read(std::string_view file, std::size_t at)
                 text += *b1;
                 ++i;
                 isComplete = true;
-            } else if (b1 != "\\") { // a backslash would join the line that it begins
+            } else if (b1 != '\\') { // a backslash would join the line that it begins
                 read.stepsBack = 1;
                 isComplete = true;
             }
-        } else if (b0 != "\\") {
+        } else if (b0 != '\\') {
             text += *b0;
             ++i;
         } else if (!b1) {
             ++i;
         } else if (!isEnd(b1)) {
-            text += *b0 + *b1;
+            text += {*b0, *b1};
             i += 2;
         } else if (!b2) {
             i += 2;
-        } else if (b2 == "\\") { // this backslash may begin the next continuation
+        } else if (b2 == '\\') { // this backslash may begin the next continuation
             ++ulLines;
             i += 2;
         } else if (isEnd(b2) && b2 != b1) {
@@ -152,7 +152,7 @@ ReadLine Read(std::string_view file, std::size_t at)
     }
     read.ulBytes = static_cast<QAL_UINT32>(text.size());
     read.ulLines = ulLines;
-    read.line = isEnd(Line{{text.back()}}) ? text : text + '\r';
+    read.line = isEnd(text.back()) ? text : text + '\r';
     return read;
 }
 
@@ -645,7 +645,7 @@ Names GetKeys(const Snapshot &doc, std::string_view section, Heap &heap)
     return names.names.empty() ? Released(kKeyNotFound, names, heap) : names;
 }
 
-QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &heap)
+QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &text, Heap &heap)
 {
     if (!text || text->empty()) {
         return kFileEmpty;
@@ -658,7 +658,8 @@ QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &he
 
 namespace {
 
-/// Stores a line that was built in 512 bytes. A text that does not fit is empty, so it is refused.
+/// Stores a line that was built in 512 bytes. A text that does not fit becomes empty, so it is
+/// refused.
 QAL_UINT32 SaveBuilt(Snapshot &doc, QAL_UINT32 ulAt, const std::string &text, Heap &heap)
 {
     return SaveString(doc, ulAt, text.size() < 512 ? text : "", heap);
@@ -666,8 +667,8 @@ QAL_UINT32 SaveBuilt(Snapshot &doc, QAL_UINT32 ulAt, const std::string &text, He
 
 } // namespace
 
-QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &comment,
-                       Heap &heap)
+QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &name,
+                       const MaybeText &comment, Heap &heap)
 {
     if (!name || name->size() + comment.value_or("").size() > 507) {
         return kInputPara;
@@ -675,8 +676,8 @@ QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const L
     return SaveBuilt(doc, ulAt, "[" + *name + (comment ? "] ;" + *comment : "]") + "\n", heap);
 }
 
-QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &value,
-                   const Line &comment, Heap &heap)
+QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &name, const MaybeText &value,
+                   const MaybeText &comment, Heap &heap)
 {
     if (!name || name->size() + value.value_or("").size() + comment.value_or("").size() > 508) {
         return kInputPara;
@@ -686,8 +687,8 @@ QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line 
                      heap);
 }
 
-QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const Line &value,
-                     const Line &comment, Heap &heap)
+QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const MaybeText &name,
+                     const MaybeText &value, const MaybeText &comment, Heap &heap)
 {
     if (doc.ulLineNum + 1 >= doc.ulTotalLine) {
         if (const QAL_UINT32 ulStatus = Grow(doc, heap); ulStatus != kOk) {
@@ -705,7 +706,7 @@ QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const 
     return SaveKey(doc, ulAt, name, value, comment, heap);
 }
 
-QAL_UINT32 InsertSection(Snapshot &doc, const Line &name, Heap &heap)
+QAL_UINT32 InsertSection(Snapshot &doc, const MaybeText &name, Heap &heap)
 {
     if (doc.ulLineNum + 1 >= doc.ulTotalLine) {
         if (const QAL_UINT32 ulStatus = Grow(doc, heap); ulStatus != kOk) {
@@ -717,8 +718,8 @@ QAL_UINT32 InsertSection(Snapshot &doc, const Line &name, Heap &heap)
     return ulStatus;
 }
 
-QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const Line &key, const Line &value,
-                    Heap &heap)
+QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const MaybeText &key,
+                    const MaybeText &value, Heap &heap)
 {
     const Block block = FindBlock(doc, section, heap);
     if (block.ulStatus == kSectionNotFound) {

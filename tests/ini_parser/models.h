@@ -55,10 +55,10 @@ QAL_UINT32 Grow(Snapshot &doc, Heap &heap);
 /// The parts of a line.
 struct Parts {
     QAL_UINT32 ulStatus = 0;
-    Line name;
-    Line value;
-    Line comment;
-    std::size_t commentBlock = 0; ///< size of the comment's block; an empty comment may not fill it
+    MaybeText name;
+    MaybeText value;
+    MaybeText comment;
+    std::size_t commentBlock = 0; ///< size of the comment's block; an empty comment may need less
 };
 
 XELP_INI_E_LINE_TYPE TypeOf(std::string_view line); // not empty
@@ -71,7 +71,7 @@ QAL_UINT32 CheckFile(const Snapshot &doc, QAL_UINT32 &ulLineNo);
 
 struct Value {
     QAL_UINT32 ulStatus = 0;
-    Line value;
+    MaybeText value;
 };
 Value GetValue(const Snapshot &doc, std::string_view section, std::string_view key, Heap &heap);
 
@@ -83,16 +83,16 @@ struct Names {
 Names GetSections(const Snapshot &doc, Heap &heap);
 Names GetKeys(const Snapshot &doc, std::string_view section, Heap &heap);
 
-QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const Line &text, Heap &heap);
-QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &comment,
-                       Heap &heap);
-QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const Line &name, const Line &value,
-                   const Line &comment, Heap &heap);
-QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const Line &name, const Line &value,
-                     const Line &comment, Heap &heap);
-QAL_UINT32 InsertSection(Snapshot &doc, const Line &name, Heap &heap);
-QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const Line &key, const Line &value,
-                    Heap &heap);
+QAL_UINT32 SaveString(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &text, Heap &heap);
+QAL_UINT32 SaveSection(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &name,
+                       const MaybeText &comment, Heap &heap);
+QAL_UINT32 SaveKey(Snapshot &doc, QAL_UINT32 ulAt, const MaybeText &name, const MaybeText &value,
+                   const MaybeText &comment, Heap &heap);
+QAL_UINT32 InsertKey(Snapshot &doc, QAL_UINT32 ulAfter, const MaybeText &name,
+                     const MaybeText &value, const MaybeText &comment, Heap &heap);
+QAL_UINT32 InsertSection(Snapshot &doc, const MaybeText &name, Heap &heap);
+QAL_UINT32 SetValue(Snapshot &doc, std::string_view section, const MaybeText &key,
+                    const MaybeText &value, Heap &heap);
 QAL_UINT32 DeleteSection(Snapshot &doc, std::string_view section, Heap &heap);
 QAL_UINT32 DeleteKey(Snapshot &doc, std::string_view section, std::string_view key, Heap &heap);
 
