@@ -162,8 +162,8 @@ QAL_UINT32 DeleteLines(Document &doc, const QAL_INT8 *pszSection, const QAL_INT8
         if (ulMatch != XELP_ERR_INI_OK && ulMatch != kFound) {
             return ulMatch;
         }
-        const bool isKey = kind == Kind::kKey && ulMatch == kFound;
-        if (pszKey == nullptr ? isInSection : isKey) {
+        const bool isTheKey = kind == Kind::kKey && ulMatch == kFound;
+        if (pszKey == nullptr ? isInSection : isTheKey) {
             remover.Remove(walk.ulSlot);
             ulResult = XELP_ERR_INI_OK;
         }

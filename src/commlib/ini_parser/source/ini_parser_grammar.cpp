@@ -94,13 +94,13 @@ QAL_INT8 *CopyText(Range range, QAL_UINT32 ulLine = __builtin_LINE())
 }
 
 /**
- * The last byte of the value that begins at @p pszBegin, white bytes at its end included.
+ * The last byte of the value that begins at @p pszBegin, white bytes at its end included. If the
+ * comment begins at @p pszBegin, the result is before it.
  *
- * The search goes from one `;` to the next. If one has no space before it, the rest of the line
- * belongs to the value. A " ;" ends the value, unless an unescaped quotation mark follows anywhere
- * in the line: the search then resumes after that mark. Quotation marks are not paired. If there is
- * no value, so that the comment begins at @p pszBegin, the result is before @p pszBegin. But a line
- * whose last byte is a `;` at @p pszBegin has that byte as its value.
+ * The first `;` decides. If there is no space before it, the rest of the line belongs to the value.
+ * Otherwise it ends the value, unless an unescaped quotation mark follows anywhere in the line:
+ * then the first `;` after the first such mark decides in the same way. Quotation marks are not
+ * paired. A `;` at @p pszBegin that is the last byte of the line is the value.
  */
 const QAL_INT8 *ValueLast(const QAL_INT8 *pszBegin, const QAL_INT8 *pszLineLast)
 {

@@ -93,7 +93,7 @@ Range Trimmed(const QAL_INT8 *pszBegin, const QAL_INT8 *pszEnd);
 /// The first quotation mark after @p psz that has no backslash before it, or null.
 const QAL_INT8 *NextQuote(const QAL_INT8 *psz);
 
-/// The parts of a key line, each a block of its own or null.
+/// The parts of a key line, each in an allocation of its own, or null.
 struct KeyParts {
     QAL_INT8 *pszName;
     QAL_INT8 *pszValue;
@@ -242,14 +242,14 @@ QAL_UINT32 FindSection(const Document &doc, const QAL_INT8 *pszSection, Block &b
  *
  * @param[out] ulSlot  its slot
  * @param[out] parts   its parts, which the caller releases
- * @return 0, XELP_ERR_INI_KEY_NOT_FOUND, or the status of a line that could not be read or parsed.
+ * @return 0, XELP_ERR_INI_KEY_NOT_FOUND, or the status that ended the search.
  */
 QAL_UINT32 FindKey(const Document &doc, Block block, const QAL_INT8 *pszKey, QAL_UINT32 &ulSlot,
                    KeyParts &parts);
 
 // ---- Memory ----
 
-/// A block for a text, or null if there is no memory or its size does not fit in 32 bits.
+/// Memory for a text, or null if there is none or the size does not fit in 32 bits.
 inline QAL_INT8 *AllocateText(QAL_UINT64 ullSize, QAL_UINT32 ulLine = __builtin_LINE(),
                               const QAL_CHAR *pszFile = __builtin_FILE())
 {
