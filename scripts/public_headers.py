@@ -127,7 +127,7 @@ def statuses_of(call, groups, seen=()):
     result = re.sub(r"never returns #\w+", "", " ".join(sections(call.doc)[3].split()))
     if "the status of a line that makes a lookup fail" in result:
         lookups = " ".join(next(text for title, text, _ in groups if title == "Lookups").split())
-        if "no key line with a `=` does here" in result:
+        if "malformed key lines do not count here" in result:
             lookups = lookups.replace(" or IniParseKeyLine()", "")
         result += lookups
     names = set(re.findall(r"XELP_(?:ERR|OK)_[A-Z0-9_]+", result))

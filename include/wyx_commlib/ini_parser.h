@@ -27,12 +27,12 @@
  * - A line ends at CR LF, LF CR, a lone LF or a lone CR. The line end is part of the line. A last
  *   line without a line end gets a CR.
  * - A backslash directly before a line end joins the next line to this one; the backslash and the
- *   line end are removed. Two backslashes in a row are both kept and join nothing. A backslash
- *   before any other byte is kept; a backslash at the end of the file is dropped. Oddities: after
- *   a lone LF or CR, a line that *begins* with a backslash is joined to the line before it, whose
- *   line end stays in the text. Right after a joining backslash and an LF, another LF is a complete
- *   line end, even if a CR or a backslash follows. Right after a joining backslash and a CR,
- *   another CR is a complete line end, even if an LF or a backslash follows.
+ *   line end are removed. A pair of backslashes is kept and joins nothing. A backslash before any
+ *   other byte is kept; a backslash at the end of the file is dropped. Oddities: after a lone LF or
+ *   CR, a line that *begins* with a backslash is joined to the line before it, whose line end stays
+ *   in the text. If a joining backslash and an LF are followed by another LF, this LF ends the line
+ *   at once: a CR or a backslash after it belongs to the next line. The same holds with LF and CR
+ *   exchanged.
  * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
  *   a line is longer, the load fails. Oddity: a last line of 511 bytes without a line end is
  *   loaded, but with the CR that it gets it may be too long to be loaded again after a save.
@@ -58,10 +58,10 @@
  *   check that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
  * - After a header, a comment begins at the first " ;" (a space and a semicolon); a tab instead of
  *   the space does not count.
- * - In a value, the search for a comment goes from one `;` to the next. A `;` without a space
- *   before it ends the search: the rest of the line belongs to the value. A " ;" begins the
- *   comment, unless a quotation mark follows later in the line: the search then resumes after that
- *   mark. A quotation mark with a backslash directly before it does not count.
+ * - In a value, the first `;` decides whether there is a comment. If there is no space before it,
+ *   the rest of the line belongs to the value. Otherwise the comment begins there, unless a
+ *   quotation mark follows later in the line: then the first `;` after the first such mark decides
+ *   in the same way. A quotation mark with a backslash directly before it does not count.
  * - Names are compared without regard to the case of ASCII letters.
  * - Oddity: if there is nothing but blanks between the `=` and the line end, the value is the first
  *   byte of the line end, CR or LF.
@@ -71,17 +71,17 @@
  *   one, and XELP_IniDelKey() deletes all of them.
  *
  * ## Limits
- * In the worst case, a lookup or an edit takes time proportional to the number of slots in the
- * document: docs/modules/ini_parser.md has figures. To create many keys, write the file and load
- * it.
+ * In the worst case, a lookup or an edit takes time proportional to the number of lines, deleted
+ * ones included: docs/modules/ini_parser.md has figures. To create many keys, write the file and
+ * load it.
  *
  * Copying a text of 4 GiB or more, terminator included, fails as if there were no memory
  * (#XELP_ERR_INI_INTERNAL), or with the status that the call's description names for a text that is
  * too long.
  *
  * ## Threads
- * Any number of threads may look up values in one document that none of them changes. Otherwise
- * only one thread at a time may use a document. A file may have only one saver at a time: see
+ * The lookups and XELP_IniCheckFile() may read a document on any number of threads at once. Any
+ * other call must have the document to itself. A file may have only one saver at a time: see
  * XELP_IniSaveFileContent().
  */
 #ifndef WYX_COMMLIB_INI_PARSER_H
@@ -140,20 +140,21 @@ typedef enum WYX_ENUM32 {
 } XELP_INI_E_LINE_TYPE;
 
 /**
- * A document. The record is yours; what it points to belongs to the library. A record in which
- * every byte is zero is an empty document. A document *without lines* is one whose ulLineNum is 0.
- * Deleting lines does not change ulLineNum, because their slots stay.
+ * A document: an array of slots, each of which holds a line or is empty. The record is yours; what
+ * it points to belongs to the library. A record in which every byte is zero holds no document. A
+ * document *without lines* is one whose ulLineNum is 0. Deleting a line empties its slot and leaves
+ * ulLineNum as it is.
  */
 typedef struct XelpIniFileStruct {
     QAL_UINT32 ulLabel;      /**< 0 after a load, 1 as soon as a line has been stored or deleted.
                                   XELP_IniSaveFileContent() writes the document only if this is 1 */
-    QAL_UINT32 ulLineNum;    /**< number of slots in use, including those without a line */
+    QAL_UINT32 ulLineNum;    /**< number of slots in use, empty ones included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
     QAL_UINT32 ulIniFileNum; /**< sum of the lineNum that IniGetOneLine() reported for each line
                                   loaded, minus 1 for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
-                                  is null if it has no line. Slots from ulLineNum on are null
-                                  unless you store a line there */
+                                  is null if empty. Slots from ulLineNum on are empty unless
+                                  you store a line there */
 } XELP_IN_S_INI_FILE_STRUCT;
 
 /** @name Documents
@@ -180,7 +181,7 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
 /**
  * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the document, which may be empty but not null; its array and the
+ * @param[in,out] pStructIniLine  the record, not null; it may hold no document. The array and the
  *                                lines in its first ulLineNum slots are taken
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
@@ -189,14 +190,14 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  * @brief Checks a whole document against a stricter grammar.
  *
  * Lookups and edits are more lenient on purpose: a document that fails this check may still be
- * usable. The check fails for a key line before the first header, for a line of no known kind, and
- * for what IniCheckSectionLine() and IniCheckKeyLine() refuse.
+ * usable.
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the first line that
  *                             fails, or of the last slot if none does. Empty slots count, and
- *                             joined lines count as one, so this is not a line number of the file.
- *                             Untouched for a null argument or a document without lines
+ *                             joined lines count as one, so the line may have another number in
+ *                             the file. Untouched for a refused argument or a document without
+ *                             lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument, a null pStrLine, or a line that is an empty
@@ -210,12 +211,12 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
                                      QAL_UINT32 *pulLineNo);
 
 /**
- * @brief Writes a changed document to its file, and releases it whatever the result.
+ * @brief Saves a document if it has changes, and releases it whatever the result.
  *
- * The lines go to a new file; then the target is removed, and the new file is renamed to the
- * target's name. The replacement is not atomic: after a crash between the removal and the renaming,
- * only the new file has the content. docs/durability.md says what is on disk at each point, and how
- * to recover.
+ * The lines go to a new file; then the file that you name, the *target*, is removed, and the new
+ * file gets its name. If the target is a symbolic link, the link itself is replaced. The
+ * replacement is not atomic: after a crash between the removal and the renaming, only the new file
+ * has the content. docs/durability.md says what is on disk at each point, and how to recover.
  *
  * **A target may have only one saver at a time, across all processes.** Of two savers at the same
  * time, one may lose its edits; with an adapter of your own, what both of them wrote can be lost.
@@ -224,7 +225,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *
  * **The name of the new file** is the target's path without its last dot and what follows it, then
  * the time in milliseconds, then ".ibk": net1700000000123.ibk for net.ini. It may be at most 14
- * bytes longer than the path, and today the time has 13 digits. So:
+ * bytes longer than the path, but the time, with 13 digits today, and ".ibk" have 17. So:
  * - A save to a path without a dot fails, and so does a save to a path with fewer than two bytes
  *   after its last dot. `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory, the new file may be outside the target's
@@ -235,8 +236,7 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  *   `NAME` has at most 238.
  *
  * **A save never creates its target.** If the target does not exist, its removal fails, and the
- * content stays in the new file. Create an empty file first. If the target is a symbolic link, the
- * link itself is replaced by a file.
+ * content stays in the new file. Create an empty file first.
  *
  * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
  * fewer than 80 bytes are left.
@@ -304,7 +304,7 @@ WYX_API QAL_UINT32 XELP_IniGetKeyValue(const XELP_IN_S_INI_FILE_STRUCT *pStructI
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND: the document has no section
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that makes a lookup fail; no key line with a `=` does here
+ * - the status of a line that makes a lookup fail; malformed key lines do not count here
  */
 WYX_API QAL_UINT32 XELP_IniGetSectionList(const XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                           QAL_UINT32 *sectionNum, QAL_INT8 ***sectionList);
@@ -347,10 +347,10 @@ WYX_API void XELP_IniFreeList(QAL_INT8 **strList);
 /**
  * @brief Sets the value of a key; adds the key and its section if they are missing.
  *
- * If the key exists, its last line in the section's last block is rewritten as `key=value ;comment`
- * with the key as spelled in the file and the old comment. A new key goes after the last line of
- * the block, and a new section goes at the end of the document. Lines that an edit writes end in
- * LF.
+ * If the section's last block has the key, the key's last line there is rewritten as
+ * `key=value ;comment`, with the old spelling of the key and the old comment, if any. Otherwise the
+ * key goes after the last line of that block. A new section goes at the end of the document. Lines
+ * that an edit writes end in LF.
  *
  * Names and values are written as given, neither checked nor escaped. The following may read back
  * as something else, make later calls fail, or change other lines at the next load:
@@ -405,8 +405,8 @@ WYX_API QAL_UINT32 XELP_IniSetKeyValue(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine
  * - #XELP_ERR_INI_FILE_EMPTY: the document has no lines
  * - #XELP_ERR_INI_SECTION_NOT_FOUND
  * - #XELP_ERR_INI_INTERNAL: no memory
- * - the status of a line that makes a lookup fail; no key line with a `=` does here. The section's
- *   lines before that line are deleted
+ * - the status of a line that makes a lookup fail; malformed key lines do not count here. The
+ *   section's lines before the one that failed are deleted
  */
 WYX_API QAL_UINT32 XELP_IniDelSection(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                       const QAL_INT8 *section);
@@ -444,7 +444,7 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  * @brief Reads one line, with continuations joined.
  *
  * @param[out] linePtr     the line, handed over: release it with XELP_MemFreeD(). Null if there is
- *                         no memory; untouched on every other failure.
+ *                         no memory; untouched on every other failure
  * @param[in]  iniFilePtr  a file open for reading; its position is after the line on success
  * @param[out] byteNum     the line's length in bytes, not counting a CR that was added; 0 on
  *                         failure
@@ -553,8 +553,8 @@ WYX_API QAL_UINT32 IniParseKeyLine(QAL_INT8 *linePtr, QAL_INT8 **keyName, QAL_IN
  * The `[` must be the first byte of the line. The name must hold something other than blanks, and
  * must not hold a bracket. After the `]` only blanks, the line end and a comment are allowed, and
  * the comment must begin with " ;". Oddities: a name of blanks that ends in a tab passes, and so do
- * tabs between the `]` and the line end, though lookups refuse both. If there is no line end, the
- * line fails if it ends in a tab and only blanks come between the `]` and that tab.
+ * tabs between the `]` and the line end, though lookups refuse both. Without a line end, blanks
+ * after the `]` fail if the last of them is a tab.
  *
  * @param[in] strSectionLine  the line, borrowed
  * @return #XELP_ERR_INI_OK, or #XELP_ERR_INI_SECTION if the line is null or fails the check.
