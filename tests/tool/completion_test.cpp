@@ -53,6 +53,7 @@ TEST_F(CompletionTest, Values)
 {
     EXPECT_EQ(Offered({"ini", "recover", "--show", ""}), "newest|");
     EXPECT_EQ(Offered({"ini", "get", "--format", ""}), "sh|lines|json|");
+    EXPECT_EQ(Offered({"ini", "get", "--form", ""}), "sh|lines|json|");
     EXPECT_EQ(Offered({"base64", "-w", ""}), "");
     EXPECT_EQ(Offered({"base64", "-w", "5", ""}), "files|");
     EXPECT_EQ(Offered({"base64", "-w", "--", ""}), "files|");

@@ -204,6 +204,16 @@ TEST_F(MistakesTest, FailureAsJson)
     }
     const Outcome file = Wyx({"ini", "get", "--", "--json", "net", "port"}, here);
     EXPECT_EQ(file.out, "") << "after '--', it is a file's name, not an option";
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"ini", "get", "--default", "--json", "none.ini", "net", "k"},
+          std::vector<std::string>{"ini", "get", "--def", "--json", "none.ini", "net", "k"},
+          std::vector<std::string>{"ini", "recover", "net.ini", "--show", "--json"},
+          std::vector<std::string>{"base64", "-w", "--json"}}) {
+        EXPECT_EQ(Wyx(arguments, here).out, "") << "it is the value of another option";
+    }
+    EXPECT_NE(Wyx({"ini", "get", "--default", "--", "--json", "none.ini", "net", "k"}, here).out,
+              "")
+        << "the '--' is a value";
     // A verb with several files has an item for each.
     const nlohmann::json sums =
         nlohmann::json::parse(Wyx({"sum", "--crc16", "--json", "none", "net.ini"}, here).out);

@@ -1,5 +1,4 @@
 // wyx: the command-line tool of libwyx_commlib.
-#include <algorithm>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -66,12 +65,25 @@ bool MeansJson(std::string_view word)
     return word.starts_with("--j") && std::string_view("--json").starts_with(word);
 }
 
+/// Is --json among the options? A value of another option is no option.
+bool AsksForJson(Words words)
+{
+    const Command &command = TakeCommand(words);
+    bool isValue = false;
+    for (const std::string &word : words) {
+        if (!isValue && (word == "--" || MeansJson(word))) {
+            return word != "--";
+        }
+        isValue = !isValue && OptionBeforeItsValue(command, word) != nullptr;
+    }
+    return false;
+}
+
 /// Reports the failure that ended the tool. With --json, also writes it as JSON.
 ExitCode Ended(const Failure &failure, Words words)
 {
     Report(failure);
-    const auto end = std::ranges::find(words, "--");
-    if (std::any_of(words.begin(), end, MeansJson)) {
+    if (AsksForJson(words)) {
         Json json;
         SetText(json, "error", failure.what());
         if (!failure.Hint().empty()) {

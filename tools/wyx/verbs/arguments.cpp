@@ -101,6 +101,16 @@ std::vector<Operand> OperandsOf(const Command &command)
     return operands;
 }
 
+const Option *OptionBeforeItsValue(const Command &command, std::string_view word)
+{
+    const auto options = command.Options();
+    const auto option = std::ranges::find_if(options, [&](const Option &known) {
+        const bool isLong = word.size() > 2 && Dashed(known.name).starts_with(word);
+        return !known.value.empty() && (isLong || word == std::string{'-', known.letter});
+    });
+    return option == options.end() ? nullptr : &*option;
+}
+
 Arguments::Arguments(const Command &command, Words words) : command_(command)
 {
     Take(words);

@@ -29,6 +29,9 @@ struct Operand {
 };
 std::vector<Operand> OperandsOf(const Command &command);
 
+/// The option whose value is the word after this one; null if there is none.
+const Option *OptionBeforeItsValue(const Command &command, std::string_view word);
+
 /// Options and operands of a command, as getopt_long() takes them apart: options may be anywhere
 /// before a "--", and long ones may be abbreviated.
 class Arguments {

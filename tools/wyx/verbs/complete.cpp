@@ -24,15 +24,6 @@ struct Typed {
     bool isPlain = false;            // after "--"
 };
 
-const Option *OptionOf(const Command &command, const std::string &word)
-{
-    const auto options = command.Options();
-    const auto option = std::ranges::find_if(options, [&](const Option &known) {
-        return word == "--" + std::string(known.name) || word == std::string{'-', known.letter};
-    });
-    return option == options.end() ? nullptr : &*option;
-}
-
 Typed Read(const Command &command, Words words)
 {
     Typed typed;
@@ -44,8 +35,7 @@ Typed Read(const Command &command, Words words)
         } else if (word == "--") {
             typed.isPlain = true;
         } else {
-            const Option *const option = OptionOf(command, word);
-            typed.waiting = option != nullptr && !option->value.empty() ? option : nullptr;
+            typed.waiting = OptionBeforeItsValue(command, word);
         }
     }
     return typed;
