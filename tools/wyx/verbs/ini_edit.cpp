@@ -23,9 +23,11 @@ namespace {
 
 constexpr std::size_t kLongestWait = 86400; // a day
 
+/// Blanks around a section's name do not count.
 bool IsSameKey(const Edit &left, const Edit &right)
 {
-    return IsSameName(left.section, right.section) && IsSameName(left.key, right.key);
+    return IsSameName(std::string(Trimmed(left.section)), std::string(Trimmed(right.section))) &&
+           IsSameName(left.key, right.key);
 }
 
 /// Adds the edit for a key, which must not be set twice.
