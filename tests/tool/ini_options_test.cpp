@@ -83,6 +83,16 @@ TEST_F(IniOptionsTest, FormatOfASection)
     EXPECT_EQ(get("json", {"a"}).out, "{}\n");
     EXPECT_EQ(json::parse(get("json", {"b"}).out),
               json({{"k", "4"}, {"l", "3"}, {"w", "\xEF\xBF\xBD"}, {"w_hex", "f6"}}));
+    Write("f.ini", "[a]\nk_hex=1\nk=2\nK_HEX_hex=3\n");
+    EXPECT_EQ(json::parse(get("json", {"a"}).out),
+              json({{"k", "2"}, {"k_hex", "1"}, {"K_HEX_hex", "3"}}));
+    for (const char *const clash : {"k=\xF6\nk_hex=1\n", "k_hex=1\nk=\xF6\n", "\xF6=1\n\xFC=2\n"}) {
+        Write("f.ini", std::string("[a]\n") + clash);
+        const Outcome outcome = get("json", {"a"});
+        EXPECT_EQ(outcome.code, kMalformed);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(Mentions(outcome.err, {"needs a JSON member", "'--format=lines'"}));
+    }
 }
 
 TEST_F(IniOptionsTest, FormatMatchesTheCommonProgram)

@@ -100,12 +100,23 @@ Json Json::object()
 Json &Json::operator[](std::string_view member)
 {
     scalar_.clear();
-    const auto known = std::ranges::find(names_, member);
+    const std::string name = Literal(member);
+    const auto known = std::ranges::find(names_, name);
     if (known != names_.end()) {
         return values_[static_cast<std::size_t>(known - names_.begin())];
     }
-    names_.emplace_back(member);
+    names_.push_back(name);
     return values_.emplace_back();
+}
+
+bool Json::Adopt(const Json &other)
+{
+    if (std::ranges::find_first_of(names_, other.names_) != names_.end()) {
+        return false;
+    }
+    names_.insert(names_.end(), other.names_.begin(), other.names_.end());
+    values_.insert(values_.end(), other.values_.begin(), other.values_.end());
+    return true;
 }
 
 void Json::push_back(Json item)
@@ -121,7 +132,7 @@ std::string Json::Text(std::size_t indent) const
     std::string text = isArray_ ? "[" : "{";
     for (std::size_t i = 0; i < values_.size(); ++i) {
         text += (i == 0 ? "\n" : ",\n") + std::string(indent + kIndent, ' ') +
-                (isArray_ ? "" : Literal(names_[i]) + ": ") + values_[i].Text(indent + kIndent);
+                (isArray_ ? "" : names_[i] + ": ") + values_[i].Text(indent + kIndent);
     }
     if (!values_.empty()) {
         text += "\n" + std::string(indent, ' ');

@@ -35,6 +35,9 @@ class Json {
     /// A member of an object; null if it was not set before. Turns null into an object.
     Json &operator[](std::string_view member);
     void push_back(Json item);
+    /// Adds the members of another object.
+    /// @return false if a member has the name of another one; nothing was added then
+    bool Adopt(const Json &other);
 
     /// The document as text; its lines after the first are indented by @p indent or more.
     std::string Text(std::size_t indent = 0) const;
@@ -42,7 +45,7 @@ class Json {
   private:
     std::string scalar_ = "null"; // empty for an array or object
     bool isArray_ = false;
-    std::vector<std::string> names_; // of an object's members
+    std::vector<std::string> names_; // of an object's members, as they are written
     std::vector<Json> values_;
 };
 

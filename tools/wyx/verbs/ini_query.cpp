@@ -18,6 +18,7 @@ namespace wyx::tool {
 
 namespace {
 
+constexpr const char *kAnyName = "'--format=lines' takes any name";
 constexpr int kKindWidth = 9; // of the longest name of a kind, and two spaces
 
 bool Exists(const std::string &name)
@@ -81,7 +82,7 @@ std::string ShellLine(const KeyValue &pair)
         kDigits.find(pair.key.front()) != std::string::npos) {
         throw Failure(ExitCode::kMalformed,
                       "key " + Quoted(pair.key) + " cannot be the name of a shell variable",
-                      "'--format=lines' and '--format=json' take any name");
+                      kAnyName);
     }
     const std::string value = pair.value.value_or("");
     if (!value.empty() && value.find_first_not_of(kNames + "@%+=:,./-") == std::string::npos) {
@@ -101,7 +102,14 @@ ExitCode PutFormatted(const std::string &format, const std::string &section,
     std::string text;
     for (const KeyValue &pair : pairs) {
         if (format == "json") {
-            SetOptional(json, pair.key, pair.value);
+            Json own;
+            SetOptional(own, pair.key, pair.value);
+            if (!json.Adopt(own)) {
+                throw Failure(
+                    ExitCode::kMalformed,
+                    "key " + Quoted(pair.key) + " needs a JSON member that another key has already",
+                    kAnyName);
+            }
         } else if (format == "sh") {
             text += ShellLine(pair);
         } else {
