@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string_view>
 
 #include "ini/document.h"
@@ -99,24 +98,6 @@ void RequireValue(const std::string &key, const std::string &value)
     }
 }
 
-/// Bytes of the old text, and what takes their place.
-struct Splice {
-    Range old;
-    std::string bytes;
-};
-
-/// The text after applying the splices, which are in order and do not overlap.
-std::string Apply(const std::string &bytes, const std::vector<Splice> &splices)
-{
-    std::string result;
-    std::size_t at = 0;
-    for (const Splice &splice : splices) {
-        result.append(bytes, at, splice.old.begin - at).append(splice.bytes);
-        at = splice.old.end;
-    }
-    return result.append(bytes, at);
-}
-
 /// How a key line is laid out, up to its value.
 struct Style {
     std::string indent;
@@ -152,13 +133,6 @@ std::string KeyLine(const Style &style, const Edit &edit)
            (edit.value.empty() ? "" : style.afterEquals + edit.value);
 }
 
-/// The line that the library would change, found by making the change in a trial document.
-struct Meant {
-    std::size_t line = 0; // the line of the key; for a new key, any line below the header
-    bool isKey = false;   // the key is there
-    bool isNewSection = false;
-};
-
 /// Does a slot of a document still hold what it held when the document was made from the text?
 bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, std::size_t slot)
 {
@@ -173,30 +147,24 @@ bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, st
     return !isEmpty && text.Lines()[slot].text == record.pStrLine[slot];
 }
 
-Meant FindMeant(const IniText &text, const Edit &edit)
+/// The line of a key that exists: the one that the library changes in a trial document.
+std::size_t LineOfKey(const IniText &text, const Edit &edit, const Lookup &old)
 {
-    const Lookup old = text.Document().Find(edit.section, edit.key);
-    Meant meant;
-    meant.isKey = old.status == XELP_ERR_INI_OK;
-    meant.isNewSection = !meant.isKey && old.status != XELP_ERR_INI_KEY_NOT_FOUND;
-    if (meant.isNewSection) {
-        return meant;
-    }
     IniDocument trial(text.Stored(), text.Parts());
     XELP_IN_S_INI_FILE_STRUCT &record = *trial.Record();
     std::string section = edit.section;
     std::string key = edit.key;
     std::string other = old.value == "1" ? "2" : "1"; // so that its line changes
-    // If the line becomes too long, the call fails, but only after it has added or emptied a slot.
+    // If the line becomes too long, the call fails, but only after it has emptied the slot.
     if (XELP_IniSetKeyValue(&record, section.data(), key.data(), other.data()) ==
         XELP_ERR_INI_INTERNAL) {
         throw std::bad_alloc();
     }
-    const std::size_t count = text.Lines().size();
-    while (meant.line < count && IsAsBefore(text, record, meant.line)) {
-        ++meant.line;
+    std::size_t line = 0;
+    while (IsAsBefore(text, record, line)) {
+        ++line;
     }
-    return meant;
+    return line;
 }
 
 /// The lines that the library deletes, found in the same way.
@@ -238,7 +206,6 @@ class Editor {
     {
         return "line " + std::to_string(text_.Lines()[line].first);
     }
-    std::string LineEndAfter(std::size_t line) const;
     std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
     std::size_t LastLineOf(std::size_t key) const;
     Style StyleOf(std::size_t key) const;
@@ -248,10 +215,10 @@ class Editor {
     void RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view)) const;
     void RequireClearJoins(std::size_t line) const;
     void Replace(std::size_t line);
-    void Insert(std::size_t lineBelow);
+    void Insert();
     void Append();
-    void InsertAfter(std::optional<std::size_t> line, const std::string &textLine);
     void Remove(std::size_t line);
+    void Add(std::size_t line, std::initializer_list<std::string> lines);
     void RemoveBlock(std::size_t header, std::vector<std::string> &warnings);
     std::unique_ptr<IniText> Finish() const;
     void RequireSet(const IniText &after, std::size_t line) const;
@@ -260,24 +227,12 @@ class Editor {
     const IniText &text_;
     const Edit &edit_;
     const Owners owners_;
-    std::vector<Splice> splices_;
-    std::set<std::size_t> removed_;      // lines that are removed
-    std::optional<std::size_t> changed_; // the line that changes
-    std::size_t added_ = 0;              // how many new lines are inserted ...
-    std::size_t addedAt_ = 0;            // ... before this line
+    std::vector<std::size_t> removed_;   // lines that are removed, in order
+    std::optional<std::size_t> changed_; // one of them: its changed form is the new line
+    std::string written_;                // the new lines ...
+    std::size_t added_ = 0;              // ... how many they are ...
+    std::size_t addedAt_ = 0;            // ... and the line before which they are inserted
 };
-
-/// The line end of a line; if it has none, that of the file's first line, or else LF.
-std::string Editor::LineEndAfter(std::size_t line) const
-{
-    for (const std::size_t i : {line, std::size_t{0}}) {
-        const std::string_view bytes = text_.BytesOf(i);
-        if (const std::size_t length = LineEndLength(bytes); length > 0) {
-            return std::string(bytes.substr(bytes.size() - length));
-        }
-    }
-    return "\n";
-}
 
 /// The lines that go with a key line because they are indented below it.
 std::vector<std::size_t> Editor::ContinuationsOf(std::size_t line) const
@@ -395,25 +350,18 @@ void Editor::Replace(std::size_t line)
         throw Refusal("the line of " + Quoted(edit_.key) +
                       " is joined by a backslash inside its name or comment");
     }
-    const std::size_t at = text_.Ranges()[line].begin;
-    splices_.push_back({{at + headSize, at + bytes.size() - tail.size()}, edit_.value});
+    written_ = text_.BytesOf(line);
+    written_.replace(headSize, bytes.size() - tail.size() - headSize, edit_.value);
     changed_ = line;
-    for (const std::size_t i : ContinuationsOf(line)) {
-        Remove(i);
-    }
+    added_ = 1;
+    addedAt_ = line;
+    Remove(line);
 }
 
 /// Puts a new key after the last key of its section, or else after the header.
-void Editor::Insert(std::size_t lineBelow)
+void Editor::Insert()
 {
-    std::size_t begin = lineBelow; // becomes the first line after the header
-    while (text_.Parts()[begin - 1].kind != INI_SECTION_LINE) {
-        --begin;
-    }
-    std::size_t end = begin;
-    while (end < Count() && text_.Parts()[end].kind != INI_SECTION_LINE) {
-        ++end;
-    }
+    const auto [begin, end] = BlockOf(text_, edit_.section);
     if (const auto line = LineOfOthersKey(text_, {begin, end}, edit_.key)) {
         throw Refusal(
             "line " + std::to_string(*line) + " looks like key " + Quoted(edit_.key) + kIsAmbiguous,
@@ -437,7 +385,6 @@ void Editor::Insert(std::size_t lineBelow)
             last = i;
         }
     }
-    last = LastLineOf(last);
     if (!style) {
         style = Style();
         if (end < Count()) {
@@ -447,9 +394,7 @@ void Editor::Insert(std::size_t lineBelow)
             style->indent = next.substr(0, next.find('['));
         }
     }
-    InsertAfter(last, KeyLine(*style, edit_));
-    added_ = 1;
-    addedAt_ = last + 1;
+    Add(LastLineOf(last) + 1, {KeyLine(*style, edit_)});
 }
 
 /// Puts a new section at the end.
@@ -470,61 +415,69 @@ void Editor::Append()
             style = StyleOf(i);
         }
     }
-    const std::optional<std::size_t> last = Count() > 0 ? std::optional(Count() - 1) : std::nullopt;
-    const std::string lineEnd = last ? LineEndAfter(*last) : "\n";
-    InsertAfter(last, "[" + edit_.section + "]" + lineEnd + KeyLine(style, edit_));
-    added_ = 2;
-    addedAt_ = Count();
+    Add(Count(), {"[" + edit_.section + "]", KeyLine(style, edit_)});
 }
 
-void Editor::InsertAfter(std::optional<std::size_t> line, const std::string &textLine)
+/// Adds lines before a line, or at the end. They end as the line above does; if that has no line
+/// end, as the file's first line; or else in LF.
+void Editor::Add(std::size_t line, std::initializer_list<std::string> lines)
 {
-    const std::string lineEnd = line ? LineEndAfter(*line) : "\n";
-    std::size_t at = text_.Bytes().size();
-    bool hasLineEnd = true;
-    if (line) {
-        const std::string_view bytes = text_.BytesOf(*line);
-        at = *line + 1 < Count() ? text_.Ranges()[*line].end : at;
-        hasLineEnd = LineEndLength(bytes) > 0;
-        if (EndsInBackslash(bytes.substr(0, bytes.size() - LineEndLength(bytes)))) {
-            throw Refusal(LineName(*line) +
-                          " ends in a backslash, which would join the new line to it");
-        }
+    const std::string_view above = line > 0 ? text_.BytesOf(line - 1) : "";
+    const std::string_view first = line > 0 ? text_.BytesOf(0) : "";
+    if (EndsInBackslash(WithoutLineEnd(above))) {
+        throw Refusal(LineName(line - 1) +
+                      " ends in a backslash, which would join the new line to it");
     }
-    splices_.push_back({{at, at}, (hasLineEnd ? "" : lineEnd) + textLine + lineEnd});
+    std::string lineEnd = "\n";
+    for (const std::string_view model : {first, above}) {
+        const std::size_t length = LineEndLength(model);
+        lineEnd = length > 0 ? model.substr(model.size() - length) : lineEnd;
+    }
+    written_ = line > 0 && LineEndLength(above) == 0 ? lineEnd : "";
+    for (const std::string &text : lines) {
+        written_ += text + lineEnd;
+    }
+    added_ = lines.size();
+    addedAt_ = line;
 }
 
+/// Removes a line and those that continue it.
 void Editor::Remove(std::size_t line)
 {
-    if (removed_.insert(line).second) {
-        splices_.push_back({text_.Ranges()[line], {}});
-    }
+    removed_.push_back(line);
+    const std::vector<std::size_t> continuations = ContinuationsOf(line);
+    removed_.insert(removed_.end(), continuations.begin(), continuations.end());
 }
 
 /// Makes the new text, and checks that the other lines in it read as before.
 std::unique_ptr<IniText> Editor::Finish() const
 {
-    std::vector<Splice> splices = splices_;
-    std::ranges::sort(splices, {}, [](const Splice &splice) { return splice.old.begin; });
-    auto after = std::make_unique<IniText>(
-        IniSource::OfBytes(text_.Source().Name(), Apply(text_.Bytes(), splices)));
-    // Where each line was before; none for a new or changed line.
+    const std::size_t begin = Count() > 0 ? text_.Ranges().front().begin : 0;
+    const std::size_t end = Count() > 0 ? text_.Ranges().back().end : 0;
+    std::string bytes = text_.Bytes().substr(0, begin);
+    // Where each line was before; none for a new line.
     std::vector<std::optional<std::size_t>> expected;
     for (std::size_t i = 0; i <= Count(); ++i) {
+        if (i == Count()) {
+            bytes += text_.Bytes().substr(end);
+        }
         if (i == addedAt_) {
+            bytes += written_;
             expected.resize(expected.size() + added_);
         }
-        if (i < Count() && removed_.count(i) == 0) {
-            expected.push_back(changed_ == i ? std::nullopt : std::optional(i));
+        if (i < Count() && !std::ranges::binary_search(removed_, i)) {
+            bytes += text_.BytesOf(i);
+            expected.emplace_back(i);
         }
     }
-    const bool isEndAdded =
-        added_ > 0 && Count() > 0 && LineEndLength(text_.BytesOf(Count() - 1)) == 0;
+    auto after = std::make_unique<IniText>(IniSource::OfBytes(text_.Source().Name(), bytes));
     std::size_t at = 0;
     const auto isSame = [&](std::size_t old) {
         const std::string_view text = text_.Lines()[old].text;
+        const bool isEndAdded =
+            old + 1 == Count() && addedAt_ == Count() && LineEndLength(text_.BytesOf(old)) == 0;
         return WithoutLineEnd(text) == WithoutLineEnd(after->Lines()[at].text) &&
-               (text_.BytesOf(old) == after->BytesOf(at) || (isEndAdded && old + 1 == Count()));
+               (text_.BytesOf(old) == after->BytesOf(at) || isEndAdded);
     };
     while (at < expected.size() && at < after->Lines().size() &&
            (!expected[at] || isSame(*expected[at]))) {
@@ -581,20 +534,20 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
 
 std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
 {
-    const Meant meant = FindMeant(text_, edit_);
-    if (meant.isKey) {
-        const std::string old = text_.Parts()[meant.line].value.value_or("");
-        if (old == edit_.value && ContinuationsOf(meant.line).empty()) {
+    const Lookup old = text_.Document().Find(edit_.section, edit_.key);
+    if (old.status == XELP_ERR_INI_OK) {
+        const std::size_t line = LineOfKey(text_, edit_, old);
+        if (old.value.value_or("") == edit_.value && ContinuationsOf(line).empty()) {
             return nullptr;
         }
-        Replace(meant.line);
-    } else if (meant.isNewSection) {
-        Append();
+        Replace(line);
+    } else if (old.status == XELP_ERR_INI_KEY_NOT_FOUND) {
+        Insert();
     } else {
-        Insert(meant.line);
+        Append();
     }
     std::unique_ptr<IniText> after = Finish();
-    const std::size_t line = changed_ ? *changed_ : addedAt_ + added_ - 1;
+    const std::size_t line = addedAt_ + added_ - 1;
     RequireSet(*after, line);
     const auto warn = [&](const std::string &name, QAL_UINT32 ulStatus) {
         if (ulStatus != XELP_ERR_INI_OK) {
@@ -604,7 +557,7 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
                 LineStatusText(ulStatus) + " (" + std::to_string(ulStatus) + ")");
         }
     };
-    if (meant.isNewSection) {
+    if (added_ == 2) {
         warn(edit_.section, IniCheckSectionLine(after->Lines()[line - 1].text.c_str()));
     }
     std::string stored = after->Lines()[line].text;
@@ -619,7 +572,7 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
 {
     RequireNoOwner(header, LineName(header) + ", a header,");
     RequireClearJoins(header);
-    Remove(header);
+    removed_.push_back(header);
     for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
          ++i) {
         RequireNoOthersHeader(i);
@@ -627,7 +580,7 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
         if (text_.Parts()[i].IsUnreadable() && text_.BytesOf(i).starts_with('!')) {
             warnings.push_back(LineName(i) + " is kept: a directive belongs to no section");
         } else {
-            Remove(i);
+            removed_.push_back(i);
         }
     }
 }
@@ -638,9 +591,6 @@ std::unique_ptr<IniText> Editor::Delete(std::size_t &deletedLines,
     for (const std::size_t line : FindDeleted(text_, edit_)) {
         if (edit_.kind == Edit::Kind::kDeleteKey) {
             RequireSameForOthers(line);
-            for (const std::size_t i : ContinuationsOf(line)) {
-                Remove(i);
-            }
             Remove(line);
         } else if (text_.Parts()[line].kind == INI_SECTION_LINE) {
             RemoveBlock(line, warnings);

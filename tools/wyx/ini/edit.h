@@ -1,9 +1,9 @@
 // Changing the text of a file, in memory: bytes in, bytes out.
 //
-// The library decides which line to change: the change is first made in a trial document, which
-// shows the line that differs. In the text, that line's bytes are replaced, and so are the indented
-// lines that continue it. The new text is read back before it is returned: the key must have the
-// new value, and every other line must read as before.
+// The library decides which lines to change or delete: it does so in a trial document, and the
+// lines that differ are replaced or removed in the text, with the indented lines that continue
+// them. The new text is read back before it is returned: a key that is set must have the new value,
+// and every other line must read as before.
 #ifndef WYX_TOOL_INI_EDIT_H
 #define WYX_TOOL_INI_EDIT_H
 
