@@ -14,28 +14,15 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
 constexpr const char *kEndsInBackslash =
     " ends in a backslash, which would join the next line to it";
 constexpr const char *kIsAmbiguous =
     ", but is not read as one: a second one would make the file ambiguous";
 constexpr std::size_t kLongestSection = kLongestLine - 4; // in brackets, before CR LF
 
-bool IsBlank(char ch)
-{
-    return kBlanks.find(ch) != std::string_view::npos;
-}
-
 bool HasOuterBlank(std::string_view text)
 {
-    return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
-}
-
-/// Does a text end in a backslash that joins what follows? Pairs of backslashes are text.
-bool EndsInBackslash(std::string_view text)
-{
-    const std::size_t last = text.find_last_not_of('\\');
-    return (text.size() - (last == std::string_view::npos ? 0 : last + 1)) % 2 == 1;
+    return Trimmed(text) != text;
 }
 
 void RequireSection(const std::string &section)
@@ -106,17 +93,23 @@ struct Style {
     std::string afterEquals;
 };
 
-Style StyleOfLine(std::string_view line, bool hasValue)
+/// The style of a key line; that of "k=v" if its '=' is not in its first line.
+Style StyleOf(const IniText &text, std::size_t key)
 {
-    const std::size_t name = std::min(line.find_first_not_of(kBlanks), line.size());
+    const std::string_view line = text.LinesOf(key).front();
     const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return {};
+    }
+    const std::size_t name = line.find_first_not_of(kBlanks);
     const std::size_t nameEnd = line.find_last_not_of(kBlanks, equals - 1) + 1;
     const std::size_t value = std::min(line.find_first_not_of(kBlanks, equals + 1), line.size());
     Style style;
     style.indent = line.substr(0, name);
     style.nameWidth = equals - name;
     style.beforeEquals = line.substr(nameEnd, equals - nameEnd);
-    style.afterEquals = hasValue ? line.substr(equals + 1, value - equals - 1) : style.beforeEquals;
+    style.afterEquals =
+        text.Parts()[key].value ? line.substr(equals + 1, value - equals - 1) : style.beforeEquals;
     return style;
 }
 
@@ -207,8 +200,6 @@ class Editor {
         return "line " + std::to_string(text_.Lines()[line].first);
     }
     std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
-    std::size_t LastLineOf(std::size_t key) const;
-    Style StyleOf(std::size_t key) const;
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
     void RequireSameForOthers(std::size_t line) const;
     void RequireNoOthersHeader(std::size_t line) const;
@@ -244,20 +235,6 @@ std::vector<std::size_t> Editor::ContinuationsOf(std::size_t line) const
         }
     }
     return lines;
-}
-
-std::size_t Editor::LastLineOf(std::size_t key) const
-{
-    const std::vector<std::size_t> continuations = ContinuationsOf(key);
-    return continuations.empty() ? key : continuations.back();
-}
-
-Style Editor::StyleOf(std::size_t key) const
-{
-    const std::string_view first = text_.LinesOf(key).front();
-    return first.find('=') != std::string_view::npos
-               ? StyleOfLine(first, text_.Parts()[key].value.has_value())
-               : Style();
 }
 
 /// Refuses to rely on a line that other readers take for part of a value.
@@ -303,7 +280,7 @@ void Editor::RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        if (!lines[i].empty() && !IsBlank(lines[i].front()) && looksOwn(lines[i])) {
+        if (lines[i].find_first_not_of(kBlanks) == 0 && looksOwn(lines[i])) {
             throw Refusal("the backslash before line " +
                           std::to_string(text_.Lines()[line].first + i) +
                           " joins it to the line before, but it looks like a line of its own, and "
@@ -377,7 +354,7 @@ void Editor::Insert()
         RequireNoOthersHeader(i);
         const LineParts &parts = text_.Parts()[i];
         if (parts.kind == INI_KEYVALUE_LINE && !owners_[i]) {
-            style = StyleOf(i);
+            style = StyleOf(text_, i);
             last = i;
         } else if (!style && !owners_[i] && parts.IsUnreadable()) {
             // Whatever this line is, the new one must not separate it from its header, nor from
@@ -394,7 +371,8 @@ void Editor::Insert()
             style->indent = next.substr(0, next.find('['));
         }
     }
-    Add(LastLineOf(last) + 1, {KeyLine(*style, edit_)});
+    const std::vector<std::size_t> continuations = ContinuationsOf(last);
+    Add((continuations.empty() ? last : continuations.back()) + 1, {KeyLine(*style, edit_)});
 }
 
 /// Puts a new section at the end.
@@ -412,7 +390,7 @@ void Editor::Append()
     Style style;
     for (std::size_t i = 0; i < Count(); ++i) {
         if (text_.Parts()[i].kind == INI_KEYVALUE_LINE && !owners_[i]) {
-            style = StyleOf(i);
+            style = StyleOf(text_, i);
         }
     }
     Add(Count(), {"[" + edit_.section + "]", KeyLine(style, edit_)});
@@ -627,7 +605,6 @@ EditResult ApplyEdits(const std::string &name, const std::string &bytes,
     auto text = std::make_unique<IniText>(IniSource::OfBytes(name, bytes));
     EditResult result;
     for (Edit edit : edits) {
-        RequireWritable(edit);
         if (keepsExisting &&
             text->Document().Find(edit.section, edit.key).status == XELP_ERR_INI_OK) {
             result.effects.emplace_back();

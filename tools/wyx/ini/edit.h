@@ -42,7 +42,7 @@ struct EditResult {
 /// @throws Failure
 void RequireWritable(const Edit &edit);
 
-/// Applies edits to the text of a file, one after the other.
+/// Applies edits, which are writable, to the text of a file, one after the other.
 /// @param name           the file's name in messages
 /// @param keepsExisting  skip edits of keys that exist
 /// @throws Failure for an edit that cannot be made, or would not read back as requested

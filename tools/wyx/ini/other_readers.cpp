@@ -7,8 +7,6 @@ namespace wyx::tool {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
-
 std::size_t IndentOf(std::string_view line)
 {
     return std::min(line.find_first_not_of(kBlanks), line.size());

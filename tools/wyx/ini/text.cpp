@@ -60,14 +60,11 @@ class LibraryFile {
     XELP_S_File *pstruFile_;
 };
 
-/// Does a backslash join the next line to this one? Pairs of backslashes are text.
+/// Does a trailing backslash join the next line to this one?
 bool IsContinued(std::string_view bytes, const RawLine &line)
 {
-    std::size_t backslashes = 0;
-    for (std::size_t at = line.end - line.endLen; at > line.begin && bytes[at - 1] == '\\'; --at) {
-        ++backslashes;
-    }
-    return line.endLen > 0 && backslashes % 2 == 1;
+    return line.endLen > 0 &&
+           EndsInBackslash(bytes.substr(line.begin, line.end - line.endLen - line.begin));
 }
 
 /// Number of the last physical line that the library joins to line @p number. It joins a line after
@@ -135,6 +132,11 @@ std::size_t LineEndLength(std::string_view text)
         return 0;
     }
     return size > 1 && IsLineEnd(text[size - 2]) && text[size - 2] != text[size - 1] ? 2 : 1;
+}
+
+bool EndsInBackslash(std::string_view text)
+{
+    return (text.size() - (text.find_last_not_of('\\') + 1)) % 2 == 1; // npos + 1 is 0
 }
 
 std::string_view Trimmed(std::string_view text)

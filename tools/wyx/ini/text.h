@@ -75,6 +75,11 @@ inline bool HasLineEnd(std::string_view text)
     return text.find_first_of("\r\n") != std::string_view::npos;
 }
 
+constexpr std::string_view kBlanks = " \t";
+
+/// Does a text end in a backslash that joins what follows? Pairs of backslashes are text.
+bool EndsInBackslash(std::string_view text);
+
 /// A text without the blanks and line ends around it.
 std::string_view Trimmed(std::string_view text);
 

@@ -195,8 +195,8 @@ class NewFile {
     /// @return false, with errno set, if that fails
     bool Install()
     {
-        if (!target_.Exists()) {
-            return path_.empty() ? Link(file_, target_.Path()) : InstallNamed();
+        if (!target_.Exists() && path_.empty()) {
+            return Link(file_, target_.Path());
         }
         for (int i = 0; path_.empty() && i < kMostNames; ++i) {
             const std::string path = NewName(target_.Path());
@@ -206,29 +206,19 @@ class NewFile {
                 return false;
             }
         }
-        return TakeName(rename(path_.c_str(), target_.Path().c_str()) == 0);
+        const char *const from = path_.c_str();
+        const char *const to = target_.Path().c_str();
+        // A file that somebody has just made is not replaced.
+        if ((target_.Exists() ? rename(from, to)
+                              : renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE)) == 0) {
+            path_.clear();
+            return true;
+        }
+        const bool isUnknown = errno == EINVAL || errno == ENOSYS;
+        return !target_.Exists() && isUnknown && link(from, to) == 0;
     }
 
   private:
-    /// Takes the target's name, unless somebody has just made a file of that name.
-    bool InstallNamed()
-    {
-        if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.Path().c_str(),
-                      RENAME_NOREPLACE) == 0) {
-            return TakeName(true);
-        }
-        const bool isUnknown = errno == EINVAL || errno == ENOSYS;
-        return isUnknown && link(path_.c_str(), target_.Path().c_str()) == 0;
-    }
-
-    bool TakeName(bool isInstalled)
-    {
-        if (isInstalled) {
-            path_.clear();
-        }
-        return isInstalled;
-    }
-
     const Target &target_;
     Descriptor file_;
     std::string path_; // empty while the file has no name

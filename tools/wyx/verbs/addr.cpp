@@ -55,34 +55,21 @@ std::string Ipv4Text(QAL_UINT32 ulAddr)
 /// Groups without leading zeros, the longest run of two or more zero groups as "::".
 std::string Ipv6Text(const std::array<QAL_UINT8, 2 * kGroups> &bytes)
 {
-    std::array<unsigned, kGroups> groups = {};
-    for (std::size_t i = 0; i < kGroups; ++i) {
-        groups[i] = static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
-    }
-    std::size_t best = kGroups;
-    std::size_t bestLength = 1;
-    for (std::size_t i = 0; i < kGroups; ++i) {
-        std::size_t end = i;
-        while (end < kGroups && groups[end] == 0) {
-            ++end;
-        }
-        if (end - i > bestLength) {
-            best = i;
-            bestLength = end - i;
-        }
-    }
-    std::string text;
-    for (std::size_t i = 0; i < kGroups; ++i) {
-        if (i == best) {
-            text += "::";
-            i += bestLength - 1;
-            continue;
-        }
+    std::string text = ":"; // a colon before and after each group
+    for (std::size_t i = 0; i < bytes.size(); i += 2) {
         char group[8];
-        std::snprintf(group, sizeof group, "%x", groups[i]);
-        text += (text.empty() || text.back() == ':' ? "" : ":") + std::string(group);
+        std::snprintf(group, sizeof group, "%x:", unsigned{bytes[i]} << 8 | bytes[i + 1]);
+        text += group;
     }
-    return text;
+    std::string zeros = ":0:0:0:0:0:0:0:0:";
+    while (zeros.size() > 3 && text.find(zeros) == std::string::npos) {
+        zeros.resize(zeros.size() - 2);
+    }
+    if (zeros.size() > 3) {
+        text.replace(text.find(zeros), zeros.size(), "::");
+    }
+    const std::size_t begin = text.starts_with("::") ? 0 : 1;
+    return text.substr(begin, text.size() - begin - (text.ends_with("::") ? 0 : 1));
 }
 
 std::optional<Address> Parse(std::string text)

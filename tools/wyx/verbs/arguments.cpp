@@ -195,16 +195,14 @@ Failure Arguments::Wrong(std::string_view word, bool lacksValue) const
     }
     const std::string_view name = word.substr(2, word.find('=') - 2);
     std::vector<std::string> names;
+    std::string meant;
     for (const Option &known : command_.Options()) {
         names.emplace_back(known.name);
-    }
-    const std::string shown = Quoted(Dashed(name));
-    std::string meant;
-    for (const std::string &known : names) {
-        if (known.starts_with(name)) { // so does another, or the word would have been accepted
-            meant += (meant.empty() ? "" : ", ") + Dashed(known);
+        if (known.name.starts_with(name)) { // so does another, or it would have been accepted
+            meant += (meant.empty() ? "" : ", ") + Dashed(known.name);
         }
     }
+    const std::string shown = Quoted(Dashed(name));
     if (!meant.empty()) {
         return Misuse(shown + " is ambiguous: " + meant);
     }
@@ -281,14 +279,6 @@ void Arguments::RequireWith(std::string_view needed,
         if (Has(option) && !Has(needed)) {
             throw Misuse(Dashed(option) + " only makes sense with " + Dashed(needed));
         }
-    }
-}
-
-void Arguments::RequireWithout(std::string_view other,
-                               std::initializer_list<std::string_view> options) const
-{
-    for (const std::string_view option : options) {
-        RequireAtMostOneOf({other, option});
     }
 }
 

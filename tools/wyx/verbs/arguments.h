@@ -66,10 +66,6 @@ class Arguments {
     /// @throws Failure
     void RequireWith(std::string_view needed,
                      std::initializer_list<std::string_view> options) const;
-    /// Refuses options that make no sense with another one.
-    /// @throws Failure
-    void RequireWithout(std::string_view other,
-                        std::initializer_list<std::string_view> options) const;
 
     Failure Misuse(const std::string &message, const std::string &hint = {}) const;
 

@@ -4,7 +4,6 @@
 // calls judge every line, and lines have the numbers that an editor shows.
 #include <algorithm>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -261,11 +260,7 @@ Json ToJson(const Finding &finding)
     Json item;
     item["line"] = finding.line;
     item["severity"] = finding.IsError() ? "error" : "warning";
-    if (finding.IsError()) {
-        item["code"] = finding.code;
-    } else {
-        item["code"] = finding.word;
-    }
+    item["code"] = finding.IsError() ? Json(finding.code) : Json(finding.word);
     item["message"] = finding.message;
     return item;
 }

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,7 +18,7 @@ namespace wyx::tool {
 namespace {
 
 constexpr const char *kAnyName = "'--format=lines' takes any name";
-constexpr int kKindWidth = 9; // of the longest name of a kind, and two spaces
+constexpr std::size_t kKindWidth = 9; // of the longest name of a kind, and two spaces
 
 bool Exists(const std::string &name)
 {
@@ -158,10 +157,10 @@ Json ListItem(const StoredLine &line)
     return item;
 }
 
-std::string ListRow(const StoredLine &line, int numberWidth)
+std::string ListRow(const StoredLine &line, std::size_t numberWidth)
 {
     std::string number = std::to_string(line.first);
-    number.insert(0, static_cast<std::size_t>(numberWidth) - number.size(), ' ');
+    number.insert(0, numberWidth - number.size(), ' ');
     const LineParts parts = ParseLine(line);
     const bool isError = parts.IsUnreadable();
     std::string kind = KindName(parts);
@@ -204,7 +203,7 @@ ExitCode RunIniKeys(const Arguments &arguments)
 ExitCode RunIniGet(const Arguments &arguments)
 {
     static constexpr std::string_view kFormats[] = {"sh", "lines", "json"};
-    arguments.RequireWithout("format", {"json"});
+    arguments.RequireAtMostOneOf({"format", "json"});
     const std::optional<std::string> format = arguments.Value("format");
     if (format && std::ranges::find(kFormats, *format) == std::end(kFormats)) {
         throw arguments.Misuse("no format " + Quoted(*format), "the formats are: sh, lines, json");
@@ -216,7 +215,7 @@ ExitCode RunIniGet(const Arguments &arguments)
     const std::string &section = arguments[1];
     const std::string &key = arguments[2];
     if (arguments.Count() < 3) {
-        arguments.RequireWithout("format", {"default"});
+        arguments.RequireAtMostOneOf({"format", "default"});
         return PutFormatted(*format, section, SectionOf(text, section));
     }
     std::optional<std::string> value = arguments.Value("default");
@@ -257,7 +256,7 @@ ExitCode RunIniList(const Arguments &arguments)
         PutJson(json);
     } else {
         const std::size_t last = stored.lines.empty() ? 1 : stored.lines.back().first;
-        const int width = static_cast<int>(std::to_string(last).size());
+        const std::size_t width = std::to_string(last).size();
         for (const StoredLine &line : stored.lines) {
             Put(ListRow(line, width));
         }

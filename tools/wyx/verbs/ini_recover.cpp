@@ -160,6 +160,25 @@ void PutRow(const std::string &number, const std::string &saved, const std::stri
     Put(row + rest + "\n");
 }
 
+Json ToJson(const Candidate &candidate, std::size_t number)
+{
+    Json item;
+    item["number"] = number;
+    SetText(item, "file", candidate.leftover.path);
+    item["saved"] = TimeOf(candidate.leftover.digits);
+    if (candidate.failure) {
+        SetText(item, "error", candidate.failure->what());
+        return item;
+    }
+    item["bytes"] = candidate.bytes.size();
+    item["lines"] = candidate.lines;
+    item["loads"] = candidate.loads && !candidate.hasNul;
+    item["truncated"] = candidate.isTruncated;
+    item["trusted"] = candidate.isTrusted;
+    item["same"] = candidate.isSame;
+    return item;
+}
+
 ExitCode List(const std::string &target, const std::vector<Candidate> &candidates, bool isJson)
 {
     const bool isThere = access(target.c_str(), F_OK) == 0;
@@ -177,21 +196,7 @@ ExitCode List(const std::string &target, const std::vector<Candidate> &candidate
         const auto &failure = candidate.failure;
         ++number;
         if (isJson) {
-            Json item;
-            item["number"] = number;
-            SetText(item, "file", leftover.path);
-            item["saved"] = TimeOf(leftover.digits);
-            if (failure) {
-                SetText(item, "error", failure->what());
-            } else {
-                item["bytes"] = candidate.bytes.size();
-                item["lines"] = candidate.lines;
-                item["loads"] = candidate.loads && !candidate.hasNul;
-                item["truncated"] = candidate.isTruncated;
-                item["trusted"] = candidate.isTrusted;
-                item["same"] = candidate.isSame;
-            }
-            document["leftovers"].push_back(std::move(item));
+            document["leftovers"].push_back(ToJson(candidate, number));
         } else {
             PutRow(std::to_string(number), TimeOf(leftover.digits),
                    failure ? "?" : std::to_string(candidate.bytes.size()),
@@ -286,7 +291,7 @@ ExitCode Restore(const Arguments &arguments, const Candidate &candidate)
 ExitCode RunIniRecover(const Arguments &arguments)
 {
     arguments.RequireAtMostOneOf({"show", "restore"});
-    arguments.RequireWithout("show", {"json"});
+    arguments.RequireAtMostOneOf({"show", "json"});
     arguments.RequireWith("restore", {"force"});
     const std::string &target = arguments[0];
     const std::vector<Candidate> candidates = ExamineAll(target);

@@ -440,7 +440,9 @@ ExitCode RunSum(const Arguments &arguments)
     const Options options = OptionsOf(arguments);
     const std::vector<std::string> names = arguments.Inputs();
     if (arguments.Has("check")) {
-        arguments.RequireWithout("check", {"binary", "text", "tag", "zero"});
+        for (const char *const option : {"binary", "text", "tag", "zero"}) {
+            arguments.RequireAtMostOneOf({"check", option});
+        }
         return Checker(options).Check(names);
     }
     arguments.RequireWith("check", {"ignore-missing", "quiet", "status", "strict", "warn"});
