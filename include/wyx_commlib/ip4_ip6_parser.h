@@ -5,17 +5,17 @@
  * Each parser has its own grammar: it accepts some texts that the standard forms do not allow, and
  * refuses some that they do.
  *
- * @warning **Decide on the parsed address, never on the text**, and pass on the number: another
- * parser may read the same text as a different address. An octet with a leading zero is decimal
- * here, not octal (`010.0.0.1` is 10.0.0.1). Octets may be hexadecimal. An octet is reduced modulo
- * 2^32 before its range is checked (`4294967297.0.0.1` is 1.0.0.1).
+ * @warning **Check the parsed address, not the text**, and pass it on instead of the text: another
+ * parser may read the same text as a different address. Here `010.0.0.1` is 10.0.0.1, as leading
+ * zeros do not make an octet octal. Octets may be hexadecimal (`0x0A.0.0.1`). An octet below 2^64
+ * is reduced modulo 2^32 before its range is checked (`4294967297.0.0.1` is 1.0.0.1).
  *
  * @warning **XELP_Parse_IPV6() does not always read the whole text.** It ignores whatever follows a
  * port, and whatever follows a `]` unless the next character is a colon, so `::1]:80abc` and
- * `[::1]x` are accepted. In an address without `::`, it also ignores a dot after the eighth group
- * and everything after that dot, provided that core_td_hexseq() reads the eighth group:
- * `1:2:3:4:5:6:7:8.x` is accepted, `1:2:3:4:5:6:7:88.x` is not. Other text directly after an
- * address is not ignored: the status is 30 for `::1x`, `::1 `, `::1%eth0` and `1::/64`.
+ * `[::1]x` are accepted. After eight groups without `::`, it may also ignore a dot and whatever
+ * follows the dot: `1:2:3:4:5:6:7:8.x` is accepted, but `1:2:3:4:5:6:7:88.x` is not, as `88.` may
+ * begin a dotted quad. Other text directly after an address is not ignored: the status is 30 for
+ * `::1x`, `::1 `, `::1%eth0` and `1::/64`.
  *
  * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
  * and white space and a sign are accepted before them (`:-1` is port 65535).
@@ -59,9 +59,9 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  * octet of 2^64 or more is refused. A smaller one is reduced modulo 2^32, and must then be at most
  * 255. Nothing may come before the first octet, or between octets and dots.
  *
- * The port is decimal, or hexadecimal after `0x` or `0X`. The number after the colon or that prefix
- * is read by the rules of core_td_u16(): it may begin with white space and a sign, and only its low
- * 16 bits count. Nothing may follow the port.
+ * The port is decimal, or hexadecimal after `0x` or `0X`. core_td_u16() reads it, after that prefix
+ * if there is one. So it may begin with white space and a sign, and only its low 16 bits count.
+ * Nothing may follow it.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
@@ -77,14 +77,18 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 /**
  * @brief Reads an IPv6 address, with or without brackets, with or without a port.
  *
- * The text is an optional `[`, the address, an optional `]`, and optionally `:` with a decimal
- * port. Either bracket may appear without the other. Neither `]` nor a port may follow an address
- * that ends in a dotted quad.
+ * The text is an optional `[`, the address, an optional `]`, and optionally `:` and a decimal port.
+ * Either bracket may appear without the other. Neither `]` nor a port may follow an address that
+ * ends in a dotted quad.
  *
- * The address begins with the *head*, the run of groups that core_td_hexseq() reads; it may be
- * empty. A head of eight groups is the whole address. Otherwise the characters after the head
- * select the form. In the table, *h* is a hexadecimal digit; the run or IPv4 address listed after
- * it begins with that digit. *end* is the end of the text or a `]`.
+ * The address begins with the *head*: the groups that core_td_hexseq() reads, possibly none. A head
+ * of eight groups is the whole address. Otherwise the characters after the head select one of the
+ * forms in the table. There,
+ * - *h* is a hexadecimal digit, the first character of what is listed after it,
+ * - *run* is more groups, which core_td_hexseq() reads,
+ * - *IPv4* is an address without a port, which XELP_Parse_IPV4() reads to the end of the text,
+ * - *bad* means that core_td_hexseq() refuses the head or the run,
+ * - *end* is the end of the text or a `]`.
  *
  * | After the head       | Example              | Outcome                                       |
  * |----------------------|----------------------|-----------------------------------------------|
@@ -99,21 +103,18 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
  * | `::` *end*           | `1::`                | accepted                                      |
  * | anything else        | `1:2:3`, `1::/64`    | refused                                       |
  *
- * A *bad* head or run is one that core_td_hexseq() cannot read. *IPv4* is an address that
- * XELP_Parse_IPV4() accepts without a port, up to the end of the text. The address begins with the
- * bytes of the head; bytes that come from neither the head, the run nor the four octets are 0.
- * Where a run or the four octets overlap the head, they win (`1:2:3:4:5:6:7::8:9` and
- * `1:2:3:4:5:6:7.1.2.3.4` lose their seventh group); bytes of a run that would be before byte 0 are
- * dropped.
- *
  * - *Refused*: status 30, outputs untouched.
- * - *Failed*: status 30, outputs written. But if another colon comes next, it is taken for the
- *   colon of a port, and if a port can be read, the call succeeds: `1::2::3` is 1::2:0:0 with port
- *   3, `::::80` is `::` with port 80.
- * - If no number follows the colon of a port, the text is refused, whatever its form.
+ * - *Failed*: status 30, outputs written. But if the form ends in a colon and another colon
+ *   follows, a port is read after that one, and the call succeeds: `1::2::3` is 1::2:0:0 with
+ *   port 3, `::::80` is `::` with port 80.
+ * - If there is no number where a port is read, the text is refused, whatever its form.
  *
- * So the standard forms with a dotted quad after `::` are not accepted, and any other address that
- * ends in a dotted quad is accepted only if its head stops on a dot: see core_td_hexseq().
+ * So a dotted quad must follow a dot. The standard forms, in which it follows a colon, are not
+ * accepted.
+ *
+ * The bytes of the head come first. The run or the four octets go where the table says, even over
+ * bytes of the head: `1:2:3:4:5:6:7::8:9` and `1:2:3:4:5:6:7.1.2.3.4` lose their seventh group.
+ * Bytes of a run that would be before byte 0 are dropped. The other bytes of the address are 0.
  *
  * @param[in]  pszIPV6Addr  the text, borrowed
  * @param[out] pucAddr      the 16 bytes of the address in network order; untouched for a null
@@ -126,7 +127,8 @@ WYX_API QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, Q
 WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort);
 
 /** @name Building blocks
- * Readers for the parts of an address. They do not check pointers. @{ */
+ * Readers for the parts of an address, and their table of characters. The readers do not check
+ * pointers. @{ */
 
 /** A reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
@@ -138,7 +140,7 @@ typedef struct xelpParse_Ipv4v6_S_BUF {
 typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
 
 /**
- * @brief The classes of every byte, indexed by its unsigned value.
+ * @brief The classes of each byte, indexed by the byte's unsigned value.
  *
  * | Bit    | Class                                                                               |
  * |--------|-------------------------------------------------------------------------------------|
@@ -156,23 +158,26 @@ typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
  * Bytes from 0x80 on have no class.
  *
  * Changing bit 0x04 or 0x80 of an entry changes the parsers for every thread; do not do it while a
- * parser runs. Bit 0x04 decides which characters form a decimal octet; bit 0x80 decides which begin
- * a hexadecimal octet and which form the groups of an IPv6 address. The values of digits are not in
- * the table: if a character that has no value in its base is classed as a digit, a decimal octet
- * still has the value that strtoul() reads, a hexadecimal octet that begins with the character is
- * refused, and core_td_hex4() counts the character as 0, unless it ends the group.
+ * parser runs. Bit 0x04 decides which characters form a decimal octet. Bit 0x80 decides which
+ * characters form a group of an IPv6 address, and which may follow the `0x` of a hexadecimal octet.
+ *
+ * The table does not hold the values of digits. So if a character that is no digit is classed as
+ * one, then
+ * - a decimal octet that contains it has the value that strtoul() reads,
+ * - an octet in which it comes right after the `0x` is refused,
+ * - core_td_hex4() counts it as 0, unless it ends the group.
  */
 extern WYX_API QAL_UINT32 QAL_CHARset[256];
 
 /**
- * @brief Reads a number and keeps its low 16 bits.
+ * @brief Reads a number and reduces it to 16 bits.
  *
  * Follows the rules of the C library's strtoul(): leading white space, a sign and, in base 16, a
- * `0x` are accepted. There is no range check: `70000` is read as 4464, `-1` as 65535. Digits that
- * make 2^64 or more count as 2^64 - 1, with or without a sign, so the result is 65535.
+ * `0x` or `0X` are accepted. There is no range check: `70000` is read as 4464, `-1` as 65535. A
+ * number of 2^64 or more is read as 65535, with either sign.
  *
  * @param[out]    OUT_val     the number; untouched on failure
- * @param[in]     IN_base     its base, 10 or 16
+ * @param[in]     IN_base     the base, 10 or 16
  * @param[in,out] IN_dec_buf  the text, borrowed; moved past the number, not moved on failure
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if there is no number.
  */
@@ -194,24 +199,24 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
 /**
  * @brief Reads a run of up to eight groups separated by single colons.
  *
- * A text without a hexadecimal digit at the cursor is an empty run. A colon ends the run, and is
- * not consumed, if no hexadecimal digit follows it, as at a `::`, or if it follows the eighth
- * group.
+ * If there is no hexadecimal digit at the cursor, the run is empty. Otherwise it ends at the end of
+ * the text, or before a `.` or `]`, a colon after the eighth group, or a colon that no hexadecimal
+ * digit follows, such as the first of `::`.
  *
- * The run continues after any other colon, unless the third or fourth character after the colon is
- * a dot. Such a dot ends the run, with the cursor on the colon, except if
+ * The run also ends before a colon if the third or fourth character after the colon is a dot, as in
+ * some dotted quads, unless
  * - fewer than five characters are left, counting the colon, or
  * - the first character after the colon is `0`, or
  * - the second is `.`, or
  * - any of the second to fourth is `:`.
  *
- * So a dotted quad after such a colon is left to the caller if its first octet has two or three
- * characters and does not begin with `0`, as in `1:10.2.3.4`. Otherwise its first octet is read as
- * one more group: either the run ends on the dot, as in `1:1.2.3.4`, or the call fails, as for
- * `1:0x1.2.3.4`.
+ * So after fewer than eight groups, a colon and a dotted quad are left to the caller if the first
+ * octet has two or three characters and does not begin with `0`, as in `1:10.2.3.4`. Otherwise the
+ * first octet is read as one more group: either the run ends before the dot, as in `1:1.2.3.4`, or
+ * the call fails, as for `1:0x1.2.3.4`.
  *
  * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
- * @param[out]    OUT_len      the number of bytes written, even on failure
+ * @param[out]    OUT_len      the number of bytes written; set on failure, too
  * @param[in,out] IN_dec_buf   the text, borrowed; moved past the run; on failure, to the character
  *                             at fault
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if core_td_hex4() refuses a group.

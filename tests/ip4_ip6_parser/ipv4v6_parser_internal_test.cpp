@@ -369,7 +369,7 @@ TEST(TdHexseq, ReadsRunsOfGroups)
         {"1:g", {0, "\0\1"s, 1}},
         {"1:2:3:4:5:6:7:8:9", {0, "\0\1\0\2\0\3\0\4\0\5\0\6\0\7\0\10"s, 15}},
         {"12345", {30, "", 4}},
-        {"1:2g", {30, "\0\1"s, 3}}, // the groups before it stay written
+        {"1:2g", {30, "\0\1"s, 3}}, // the group before the bad one stays written
         {"1:22222", {30, "\0\1"s, 6}},
     };
     GuardedText memory;

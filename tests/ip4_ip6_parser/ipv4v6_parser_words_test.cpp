@@ -22,7 +22,7 @@ namespace wyx::test {
 namespace {
 
 /// The status and the outputs of a text that is not read in words.
-constexpr Ipv4 kLeft = {address::kNotUsual, 0xA5A5A5A5, 0xA5A5};
+constexpr Ipv4 kLeftToScanner = {address::kNotUsual, 0xA5A5A5A5, 0xA5A5};
 
 /// Reads a text twice: with its terminator in the last byte of a block of memory, and with its
 /// first character in the first byte of another.
@@ -40,7 +40,7 @@ class Words {
   private:
     static Ipv4 ReadAt(const QAL_CHAR *pszText, std::string_view text)
     {
-        Ipv4 result = kLeft;
+        Ipv4 result = kLeftToScanner;
         result.status = address::ReadUsualIpv4(pszText, static_cast<QAL_UINT32>(text.size()),
                                                result.address, result.port);
         return result;
@@ -52,7 +52,7 @@ class Words {
 
 Ipv4 Parsed(GuardedText &memory, std::string_view text)
 {
-    Ipv4 result = kLeft;
+    Ipv4 result = kLeftToScanner;
     result.status = XELP_Parse_IPV4(memory.Hold(text), &result.address, &result.port);
     return result;
 }
@@ -94,7 +94,7 @@ bool Agrees(Words &words, GuardedText &memory, std::string_view text)
 {
     const Ipv4 expected = ModelIpv4(text);
     const Ipv4 result = words.Read(text);
-    EXPECT_TRUE(result == kLeft || result == expected) << text;
+    EXPECT_TRUE(result == kLeftToScanner || result == expected) << text;
     EXPECT_EQ(Parsed(memory, text), expected) << text;
     return !testing::Test::HasFailure();
 }
@@ -114,7 +114,7 @@ TEST(UsualIpv4, EveryNumberInEveryPlace)
                     const std::string text = Joined(octets, port);
                     ASSERT_TRUE(Agrees(words, memory, text));
                     const bool isUsual = value <= 255 && octet.size() <= 3;
-                    ASSERT_EQ(words.Read(text) != kLeft, isUsual) << text;
+                    ASSERT_EQ(words.Read(text) != kLeftToScanner, isUsual) << text;
                 }
             }
         }
@@ -211,10 +211,10 @@ TEST(UsualIpv4, ScannerReadsTheSame)
             text += ':' + std::to_string(random.UpTo(65535));
         }
         const Ipv4 inWords = words.Read(text);
-        ASSERT_NE(inWords, kLeft) << text;
+        ASSERT_NE(inWords, kLeftToScanner) << text;
         ASSERT_EQ(Parsed(memory, text), inWords) << text;
         const Reclassified none(chNone, 0x80);
-        ASSERT_EQ(words.Read(text), kLeft) << text;
+        ASSERT_EQ(words.Read(text), kLeftToScanner) << text;
         ASSERT_EQ(Parsed(memory, text), inWords) << text << " without " << chNone;
     }
 }
@@ -225,19 +225,19 @@ TEST(UsualIpv4, UsesTheTable)
     GuardedText memory;
     for (char chDigit = '0'; chDigit <= '9'; ++chDigit) {
         const Reclassified none(chDigit, 0x80);
-        EXPECT_EQ(words.Read("8.8.8.8"), kLeft) << chDigit;
-        EXPECT_EQ(words.Read("1.1.1.1:80"), kLeft) << chDigit;
+        EXPECT_EQ(words.Read("8.8.8.8"), kLeftToScanner) << chDigit;
+        EXPECT_EQ(words.Read("1.1.1.1:80"), kLeftToScanner) << chDigit;
         const std::string text = std::string("1.2.3.") + chDigit;
         EXPECT_EQ(Parsed(memory, text), Ipv4{}) << text;
     }
     {
         const Reclassified dot('.', 0x04); // now the whole text is the first octet
-        EXPECT_EQ(words.Read("1.2.3.4"), kLeft);
+        EXPECT_EQ(words.Read("1.2.3.4"), kLeftToScanner);
         EXPECT_EQ(Parsed(memory, "1.2.3.4"), Ipv4{});
     }
     {
         const Reclassified colon(':', 0x04); // a digit without a value: 4:80 is the last octet
-        EXPECT_EQ(words.Read("1.2.3.4:80"), kLeft);
+        EXPECT_EQ(words.Read("1.2.3.4:80"), kLeftToScanner);
         EXPECT_EQ(Parsed(memory, "1.2.3.4:80"), (Ipv4{0, 0x01020304, 0}));
     }
     EXPECT_EQ(words.Read("8.8.8.8"), (Ipv4{0, 0x08080808, 0}));

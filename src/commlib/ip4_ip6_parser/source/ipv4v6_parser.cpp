@@ -1,6 +1,6 @@
-// The address parsers. They read a text with the scanner, except for the usual form of a dotted
-// address, which is read several characters at a time. What follows the head of an IPv6 text
-// selects a form; the parser tries the forms in the order of the table in the header.
+// The address parsers. The usual form of a dotted address is read several characters at a time, any
+// other text with the scanner. What follows the head of an IPv6 text selects a form; the parser
+// tries the forms in the order of the table in the header.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -19,8 +19,9 @@ constexpr QAL_INT32 kDec = 10;
 constexpr QAL_INT32 kHex = 16;
 constexpr QAL_UINT32 kGroupBufferLen = 20; // core_td_hexseq() needs 16
 
-/// Sets the cursor to the start of a text. False if the text's length does not fit in 32 bits: the
-/// adapter's count has then wrapped, and the character at that index is not the terminator.
+/// Sets the cursor to the start of a text. False if the text's length does not fit in 32 bits:
+/// XELP_StrLen() has then wrapped, and the character at the index that it returned is not the
+/// terminator.
 bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
 {
     const QAL_UINT32 ulLen = XELP_StrLen(pszText);
@@ -28,10 +29,10 @@ bool StartAt(QAL_CHAR *pszText, Parse_Ipv4v6_S_BUF &struBuf)
     return pszText[ulLen] == '\0';
 }
 
-/// Steps over the character at the cursor if it is @p chText.
-bool StepOver(Parse_Ipv4v6_S_BUF &struBuf, QAL_CHAR chText)
+/// Steps over the character at the cursor if it is @p chExpected.
+bool StepOver(Parse_Ipv4v6_S_BUF &struBuf, QAL_CHAR chExpected)
 {
-    if (*struBuf.cur_bp != chText) {
+    if (*struBuf.cur_bp != chExpected) {
         return false;
     }
     Advance(struBuf, 1);
@@ -43,7 +44,7 @@ bool HasHexPrefix(const QAL_CHAR *pszText)
     return pszText[0] == '0' && (pszText[1] | 0x20) == 'x';
 }
 
-/// Does the character at the cursor belong to the class? The terminator never does, whatever the
+/// Does the character at the cursor belong to the class? The terminator does not, whatever the
 /// table says about it.
 bool IsAt(QAL_UINT32 ulClass, const Parse_Ipv4v6_S_BUF &struBuf)
 {
@@ -71,14 +72,14 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
             Advance(struBuf, 1);
         }
     }
-    // Kept: the value is cut to 32 bits before its range is checked
+    // Kept: the value is reduced to 32 bits before its range is checked
     // (ParseIpv4.OctetIsReducedTo32Bits).
     const auto ulReduced = static_cast<QAL_UINT32>(ulValue);
     ucOctet = static_cast<QAL_UINT8>(ulReduced);
     return ulReduced <= 0xFF;
 }
 
-/// Reads a text of any form, character by character. The outputs are untouched on failure.
+/// Reads an address of any form, character by character. The outputs are untouched on failure.
 [[gnu::noinline]] QAL_UINT32 ScanIpv4(Parse_Ipv4v6_S_BUF struBuf, QAL_UINT32 &ulAddr,
                                       QAL_UINT16 &uwPort)
 {
@@ -109,7 +110,7 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     std::swap(aucOctets[0], aucOctets[3]);
     std::swap(aucOctets[1], aucOctets[2]);
     wyx_memcpy_s(&ulAddr, kIp4Len, aucOctets, kIp4Len);
-    uwPort = uwPortRead; // last, even if it is 0 (ParseIpv4.PortIsWrittenLast)
+    uwPort = uwPortRead; // after the address, which it may overlap (ParseIpv4.PortIsWrittenLast)
     return hasPort ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
 
@@ -118,12 +119,12 @@ struct Ipv6Work {
     Parse_Ipv4v6_S_BUF struBuf;
     QAL_UINT8 aucAddr[kIp6Len]; // in network order
     QAL_UINT16 uwPort;
-    QAL_UINT16 uwQuadPort;   // of a dotted quad at the end
+    QAL_UINT16 uwQuadPort;   // written by XELP_Parse_IPV4(), not used
     QAL_UINT32 ulQuadOctets; // stays 0, see TryQuadAfterGap()
     QAL_UINT8 aucRun[kGroupBufferLen];
-    QAL_UINT32 ulRunLen;
-    bool isTailTaken;    // a dotted quad has filled the last four bytes
-    QAL_UINT32 ulResult; // so far; a port that can be read makes it 0
+    QAL_UINT32 ulRunLen; // of the head, then of the run after the gap
+    bool isQuadTaken;    // a dotted quad has filled the last four bytes
+    QAL_UINT32 ulResult; // the status so far; reading a port sets it to 0
 };
 
 /// Writes the run into the address so that it ends before byte @p ulEnd. Kept: where the run and
@@ -136,9 +137,9 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     wyx_memcpy_s(work.aucAddr + (ulEnd - ulKept), ulKept, work.aucRun + ulDropped, ulKept);
 }
 
-/// Reads the rest of the text, after a gap, as a dotted quad, but never accepts it. Kept: nothing
-/// sets ulQuadOctets, so the text fails unless the cursor is on the colon of a port instead of a
-/// quad (ParseIpv6.DottedQuadAfterGapFails).
+/// Reads the rest of the text as a dotted quad, but never accepts it. Kept: nothing sets
+/// ulQuadOctets, so the text fails unless the rest begins with the colon of a port
+/// (ParseIpv6.DottedQuadAfterGapFails, ParseIpv6.PortMakesUpForAFailure).
 [[gnu::cold]] void TryQuadAfterGap(Ipv6Work &work)
 {
     QAL_UINT32 ulAddr = 0;
@@ -147,14 +148,14 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     if (ulStatus == 0 && work.ulQuadOctets == kIp4Len) {            // never: the count stays 0
         wyx_memcpy_s(work.aucAddr + 12, kIp4Len, &ulAddr, kIp4Len); // never: as above
         work.ulResult = 0;                                          // never: as above
-        work.isTailTaken = true;                                    // never: as above
+        work.isQuadTaken = true;                                    // never: as above
     }
 }
 
 // One function per form. Each returns false to refuse the text at once, with the outputs untouched.
 // After true, the outputs are written, even if ulResult is a failure, unless a port is malformed.
 
-/// `::h`: from here on, ulRunLen is the length of the run after the gap.
+/// `::h`
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);
@@ -197,7 +198,7 @@ bool TakeDottedQuad(Ipv6Work &work)
     }
     const QAL_UINT32 ulNetworkOrder = __builtin_bswap32(ulAddr);
     __builtin_memcpy(work.aucAddr + kIp6Len - kIp4Len, &ulNetworkOrder, kIp4Len);
-    work.isTailTaken = true;
+    work.isQuadTaken = true;
     return true;
 }
 
@@ -271,11 +272,11 @@ QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16
         return XELP_ERR_PARSE_IPV4V6_INVALID;
     }
 
-    if (!work.isTailTaken && work.ulResult == 0) {
+    if (!work.isQuadTaken && work.ulResult == 0) {
         StepOver(struBuf, ']');
     }
     // Kept: a port makes up for a failure before it (ParseIpv6.PortMakesUpForAFailure).
-    if (!work.isTailTaken && StepOver(struBuf, ':')) {
+    if (!work.isQuadTaken && StepOver(struBuf, ':')) {
         if (core_td_u16(&work.uwPort, kDec, &struBuf) != 0) {
             return XELP_ERR_PARSE_IPV4V6_INVALID;
         }

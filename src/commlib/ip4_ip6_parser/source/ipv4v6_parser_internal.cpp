@@ -1,5 +1,4 @@
-// The scanner under the address parsers: the table of character classes and the readers that
-// consult it.
+// The scanner under the address parsers: the table of character classes, and the readers.
 #include "ipv4v6_parser_internal.h"
 
 #include <array>
@@ -70,8 +69,8 @@ consteval QAL_UINT32 ClassesOf(unsigned uByte)
 }
 
 constexpr QAL_UINT16 kGroupDigits = 4;
-constexpr QAL_UINT32 kRunBytes = 16;  // eight groups
-constexpr QAL_INT kDottedTailLen = 5; // the shortest tail left to the caller, colon included
+constexpr QAL_UINT32 kRunBytes = 16;       // eight groups
+constexpr QAL_INT kShortestDottedTail = 5; // colon included
 
 constexpr QAL_UINT8 kHexBase = 16;
 // The value of a character that may follow a group. Its low four bits are 0, so that the character
@@ -103,7 +102,7 @@ QAL_UINT8 HexValue(QAL_CHAR ch)
 /// group (TdHexseq.DottedTails).
 bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 {
-    if (struBuf.cur_bp_rem_len < kDottedTailLen) {
+    if (struBuf.cur_bp_rem_len < kShortestDottedTail) {
         return true;
     }
     const QAL_CHAR *const pszText = struBuf.cur_bp;
@@ -146,9 +145,9 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
     }
 }
 
-/// Reads a run of groups and adds its length to @p ulLen. The cursor is core_td_hexseq()'s local
-/// copy of the one that it was passed, so it stays in registers; in memory, each digit would wait
-/// for the store of the digit before it.
+/// Reads a run of groups and adds its length to @p ulLen. @p struBuf is a local copy of the
+/// caller's cursor, made by core_td_hexseq(), so it stays in registers; in memory, each digit would
+/// wait for the store of the digit before it.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (!IsOf(kHexDigit, *struBuf.cur_bp)) {

@@ -20,9 +20,9 @@ constexpr QAL_UINT32 kToken = 0x1000;
 constexpr QAL_UINT32 kDelimiter = 0x2000;
 
 /// Reads the table each time: callers may have changed it.
-inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR chText)
+inline bool IsOf(QAL_UINT32 ulClass, QAL_CHAR ch)
 {
-    return (QAL_CHARset[static_cast<QAL_UINT8>(chText)] & ulClass) != 0;
+    return (QAL_CHARset[static_cast<QAL_UINT8>(ch)] & ulClass) != 0;
 }
 
 /// Moves the cursor, backwards if @p lCount is negative, and updates the number of characters left.

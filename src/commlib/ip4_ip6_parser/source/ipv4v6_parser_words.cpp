@@ -32,8 +32,8 @@ QAL_UINT64 EightFrom(const QAL_CHAR *pszText)
     return ullChars;
 }
 
-/// Not 0 if any byte is above 9. Adding 6 to a byte from 10 to 15 sets a bit in its upper half; a
-/// larger byte already has one, so it does not matter that it may carry into the next byte.
+/// Not 0 if and only if a byte is above 9. Adding 6 to a byte from 10 to 15 sets a bit in its upper
+/// half; a larger byte already has one, so it does not matter that it may carry into the next byte.
 template <typename Word>
 constexpr Word AboveNine(Word word)
 {
@@ -64,8 +64,8 @@ bool ReadUsualPort(QAL_UINT64 ullTail, QAL_UINT32 ulColon, QAL_UINT16 &uwPort)
         return false;
     }
     // The last digit is in the highest byte; whatever precedes the first digit becomes 0.
-    const QAL_UINT32 ulBefore = 8 * (ulColon + 2);
-    QAL_UINT64 ullDigits = (ullTail << 8 ^ '0' * kEachByte) >> ulBefore << ulBefore;
+    const QAL_UINT32 ulBitsBefore = 8 * (ulColon + 2);
+    QAL_UINT64 ullDigits = (ullTail << 8 ^ '0' * kEachByte) >> ulBitsBefore << ulBitsBefore;
     if (AboveNine(ullDigits) != 0) {
         return false;
     }
@@ -98,13 +98,13 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
         ulEnd = ulLen - 7 + ulColon;
     }
 
-    QAL_UINT32 ulSum = 0;
+    QAL_UINT32 ulOctets = 0;
     QAL_UINT32 ulAboveNine = 0;
     // Takes the digits of the next octet: hundreds in byte 1, tens in byte 2, ones in byte 3. False
     // if the octet exceeds 255.
     const auto take = [&](QAL_UINT32 ulDigits) {
         ulAboveNine |= AboveNine(ulDigits);
-        ulSum = ulSum << 8 | (ulDigits * (100U << 16 | 10U << 8 | 1U)) >> 24;
+        ulOctets = ulOctets << 8 | (ulDigits * (100U << 16 | 10U << 8 | 1U)) >> 24;
         return __builtin_bswap32(ulDigits) <= 0x020505;
     };
     QAL_UINT32 ulAt = 0;
@@ -126,12 +126,12 @@ QAL_UINT32 ReadUsualIpv4(const QAL_CHAR *pszText, QAL_UINT32 ulLen, QAL_UINT32 &
     if (ulDigits < 1 || ulDigits > 3) {
         return kNotUsual;
     }
-    const QAL_UINT32 ulBefore = 8 * (4 - ulDigits);
-    if (!take((FourFrom(pszText + ulEnd - 4) ^ 0x30303030U) >> ulBefore << ulBefore) ||
+    const QAL_UINT32 ulBitsBefore = 8 * (4 - ulDigits);
+    if (!take((FourFrom(pszText + ulEnd - 4) ^ 0x30303030U) >> ulBitsBefore << ulBitsBefore) ||
         ulAboveNine != 0) {
         return kNotUsual;
     }
-    wyx_memcpy_s(&ulAddr, kIp4Len, &ulSum, kIp4Len);
+    wyx_memcpy_s(&ulAddr, kIp4Len, &ulOctets, kIp4Len);
     uwPort = uwUsualPort;
     return ullColons != 0 ? QAL_UINT32{XELP_OK_HAVE_PORT} : 0;
 }
