@@ -4,15 +4,16 @@
  *
  * @warning MOX_BASE64Decode() reads **one byte past the length it is given**. That byte must be
  * readable, and must be a character that the decoder accepts. The NUL at the end of a string is
- * fine. Before you decode a piece of a longer text, or bytes received from elsewhere, put a NUL
- * after them.
+ * fine. Before you decode a piece of a longer text, or what you read from a file or a connection,
+ * put a NUL after it.
  *
- * The encoder writes the standard alphabet of RFC 4648 with `=` padding and no line breaks. The
- * decoder is lenient: it reads the URL-safe `-` and `_` as `+` and `/`, and skips `=`, CR, LF and
- * NUL anywhere, even in the middle of a group of four. Padding is not required. Neither padding nor
- * the unused bits of the last character are checked. So different texts, such as `aGk=`, `aGl=` and
- * `aGk`, can decode to the same bytes: compare the bytes, not the texts. If the text contains any
- * other character, such as a space, the call refuses the whole text.
+ * The encoder writes the standard alphabet of RFC 4648 with `=` padding and no line breaks.
+ *
+ * The decoder is lenient. It reads the URL-safe `-` and `_` as `+` and `/`. It skips `=`, CR, LF
+ * and NUL anywhere, even in the middle of a group of four. A text that contains any other
+ * character, such as a space, is refused as a whole. Padding is not required, and neither padding
+ * nor the unused bits of the last character are checked. So different texts, such as `aGk=`, `aGl=`
+ * and `aGk`, can decode to the same bytes: compare the bytes, not the texts.
  *
  * Both calls return a length and hand over a buffer from XELP_MemMallocD() that holds that many
  * bytes and a NUL after them. To detect a failure, check the pointer, not the length, which is also

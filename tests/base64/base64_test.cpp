@@ -35,9 +35,8 @@ QAL_UINT8 *Bytes(char *pch)
 
 using Converter = QAL_INT32 (*)(QAL_UINT8 *, QAL_INT32, QAL_UINT8 **);
 
-/// The result of a call; none if the call failed. The input and @p beyond are placed right before
-/// an inaccessible page. @p beyond follows the input; it is empty if no byte after the input may be
-/// read.
+/// The result of a call, or none if it failed. In memory, @p beyond follows the input, and an
+/// inaccessible page follows @p beyond. If @p beyond is empty, no byte after the input may be read.
 std::optional<std::string> Convert(Converter pfunConvert, std::string_view input,
                                    std::string_view beyond)
 {
@@ -517,18 +516,16 @@ TEST_F(Base64Encode, NegativeLengthReturnsAnEmptyText)
     }
 }
 
-TEST_F(Base64Decode, NegativeLengthDecodesToNothing)
+// Three times -715,827,883 is 2^31 - 1 in 32 bits; three times -1,431,655,763 is 7, and three times
+// -1,431,655,765 is 1.
+TEST_F(Base64Decode, NegativeLengthReturnsNoBytes)
 {
-    constexpr Length
-        kLengths[] =
-            {
-                {-1, 4},          {-2, 3},          {-3, 2},          {-4, 1},
-                {-5, 1},          {-6, 0},          {-7, 1},          {-1000, 1},
-                {-715827882, 1},  {-715827883, 1}, // three times this is 2^31 - 1 in 32 bits
-                {-1000000000, 1}, {-1073741824, 1}, {-1431655763, 5}, // three times this is 7
-                {-1431655765, 4},                                     // three times this is 1
-                {-1431655766, 4}, {INT_MIN, 1},
-            };
+    constexpr Length kLengths[] = {
+        {-1, 4},          {-2, 3},          {-3, 2},          {-4, 1},
+        {-5, 1},          {-6, 0},          {-7, 1},          {-1000, 1},
+        {-715827882, 1},  {-715827883, 1},  {-1000000000, 1}, {-1073741824, 1},
+        {-1431655763, 5}, {-1431655765, 4}, {-1431655766, 4}, {INT_MIN, 1},
+    };
     for (const Length &length : kLengths) {
         ExpectEmptyResult(platform, MOX_BASE64Decode, length);
     }
@@ -545,7 +542,7 @@ void ExpectTooLong(PlatformDouble &platform, Converter pfunConvert, QAL_INT32 lL
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-TEST_F(Base64Encode, LengthWhoseWrappedSizeIsTooSmallFails)
+TEST_F(Base64Encode, TooLongInputFailsWithoutAllocating)
 {
     for (const QAL_INT32 lLen : {0x3FFFFFFC, 0x3FFFFFFD, 0x3FFFFFFF, 0x40000000, 0x40000001,
                                  0x5FFFFFFF, 0x60000000, INT_MAX}) {
@@ -553,7 +550,7 @@ TEST_F(Base64Encode, LengthWhoseWrappedSizeIsTooSmallFails)
     }
 }
 
-TEST_F(Base64Decode, LengthWhoseWrappedSizeIsTooSmallFails)
+TEST_F(Base64Decode, TooLongInputFailsWithoutAllocating)
 {
     for (const QAL_INT32 lLen : {1431655759, 1431655760, 1431655765, 1431655766, INT_MAX}) {
         ExpectTooLong(platform, MOX_BASE64Decode, lLen);

@@ -96,20 +96,20 @@ QAL_UINT32 DecodeLines(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     return ulDone;
 }
 
-/// Decodes a padded quad: two or three characters with a sextet, then `=`. Returns the number of
-/// bytes, or 0 for any other quad.
+/// Decodes a padded quad: three characters with a sextet and `=`, or two and `==`. Returns the
+/// number of bytes, or 0 for any other quad.
 QAL_UINT32 DecodePadded(const QAL_UINT8 *pucQuad, QAL_UINT8 *pucOut)
 {
-    const bool hasTwo = pucQuad[2] != '=';
+    const bool hasThird = pucQuad[2] != '=';
     const QAL_UINT32 ulFirst = kMeanings[pucQuad[0]];
     const QAL_UINT32 ulSecond = kMeanings[pucQuad[1]];
-    const QAL_UINT32 ulThird = hasTwo ? kMeanings[pucQuad[2]] : 0U;
+    const QAL_UINT32 ulThird = hasThird ? kMeanings[pucQuad[2]] : 0U;
     if ((ulFirst | ulSecond | ulThird) >= kSextetCount || pucQuad[3] != '=') {
         return 0;
     }
     pucOut[0] = static_cast<QAL_UINT8>(ulFirst << 2 | ulSecond >> 4);
     pucOut[1] = static_cast<QAL_UINT8>(ulSecond << 4 | ulThird >> 2);
-    return hasTwo ? 2 : 1;
+    return hasThird ? 2 : 1;
 }
 
 constexpr QAL_UINT32 kTextRefused = std::numeric_limits<QAL_UINT32>::max();
@@ -120,7 +120,7 @@ constexpr QAL_UINT32 kTextRefused = std::numeric_limits<QAL_UINT32>::max();
 [[gnu::noinline]] QAL_UINT32 DecodeRest(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT32 ulDone,
                                         QAL_UINT8 *pucOut, QAL_UINT32 ulOut)
 {
-    QAL_UINT32 ulQuad = 0; // the sextets gathered, the last one lowest
+    QAL_UINT32 ulQuad = 0; // the sextets found, the last one lowest
     QAL_UINT32 ulFound = 0;
     // Kept: the loop also reads the character after the text
     // (Base64Decode.ByteAfterTheTextIsReadToo).
@@ -207,8 +207,8 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     // The output for a negative length is empty, just a NUL, but the size may have wrapped to any
     // number. Unless it is 0 to 5, one byte is requested instead. A size of 0 is enough, because
     // the adapter treats 0 as 1.
-    const bool isUseless = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
-    const QAL_UINT32 ulSize = isUseless ? 1 : static_cast<QAL_UINT32>(lSize);
+    const bool isTooLarge = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
+    const QAL_UINT32 ulSize = isTooLarge ? 1 : static_cast<QAL_UINT32>(lSize);
     return static_cast<QAL_UINT8 *>(XELP_MemMallocD(ulSize, ulLine, __FILE__));
 }
 

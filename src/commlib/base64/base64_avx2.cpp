@@ -1,6 +1,6 @@
 // Base64 with AVX2: multiplications move each six-bit field to a byte of its own. Adding an offset
-// turns sextets into characters, or characters into sextets; the offset depends on which range the
-// character is in: A to Z, a to z, 0 to 9, or + and /.
+// turns sextets into characters, or characters into sextets. There is one offset for A to Z, one
+// for a to z, one for 0 to 9, one for + and one for /.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)
@@ -26,9 +26,9 @@ __m256i CharactersOf(__m256i sextets)
     const __m256i range =
         _mm256_andnot_si256(isUpper, _mm256_max_epu8(beyondLower, _mm256_set1_epi8(1)));
     constexpr signed char kDigit = '0' - 52;
-    const __m256i distance = Twice({'A', 'a' - 26, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit,
-                                    kDigit, kDigit, kDigit, kDigit, '+' - 62, '/' - 63, 0, 0});
-    return _mm256_add_epi8(sextets, _mm256_shuffle_epi8(distance, range));
+    const __m256i offsets = Twice({'A', 'a' - 26, kDigit, kDigit, kDigit, kDigit, kDigit, kDigit,
+                                   kDigit, kDigit, kDigit, kDigit, '+' - 62, '/' - 63, 0, 0});
+    return _mm256_add_epi8(sextets, _mm256_shuffle_epi8(offsets, range));
 }
 
 } // namespace
@@ -73,7 +73,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
                // '+' and '/' remain.
                16 | 4 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2, 16 | 2,
                16 | 2 | 1, 16 | 1 | 8, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8 | 2, 16 | 1 | 8});
-    const __m256i distances = Twice(
+    const __m256i offsets = Twice(
         {0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0});
     const __m256i lowHalf = _mm256_set1_epi8(0x0F);
     const __m256i pack = Twice({2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1});
@@ -90,7 +90,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         }
         const __m256i isSlash = _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/'));
         const __m256i sextets =
-            _mm256_add_epi8(in, _mm256_shuffle_epi8(distances, _mm256_add_epi8(high, isSlash)));
+            _mm256_add_epi8(in, _mm256_shuffle_epi8(offsets, _mm256_add_epi8(high, isSlash)));
         // Join pairs of sextets into 12 bits, pairs of those into 24, and put the bytes in order.
         const __m256i pairs = _mm256_maddubs_epi16(sextets, _mm256_set1_epi32(0x01400140));
         const __m256i words = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));

@@ -39,7 +39,7 @@ consteval Bytes MakePack()
     return aTab;
 }
 
-static_assert((kNoSextet & 0x80) != 0, "bit 7 marks characters without a value");
+static_assert((kNoSextet & 0x80) != 0, "bit 7 marks characters without a sextet");
 
 /// The sextets of the characters from @p ucFirst on.
 consteval Bytes MakeSextetsFrom(QAL_UINT8 ucFirst)
@@ -81,7 +81,7 @@ __m512i CharactersOf(__m512i bytes)
     return _mm512_maskz_permutexvar_epi8(kAll, sextets, _mm512_loadu_si512(cb64));
 }
 
-/// The sextets of characters; bit 7 is set for characters without a value.
+/// The sextets of characters; bit 7 is set for characters without one.
 __m512i SextetsOf(__m512i chars)
 {
     const __m512i sextets = _mm512_permutex2var_epi8(_mm512_loadu_si512(kLowSextets.data()), chars,
@@ -130,7 +130,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         _mm512_mask_storeu_epi8(pucOut, First(kBytes), BytesOf(sextets));
         pucOut += kBytes;
     }
-    // The quads that are left, or those before a character without a value.
+    // The quads that are left, or those before a character without a sextet.
     QAL_UINT32 ulQuads = std::min((ulLen - ulDone) / 4, kChars / 4);
     if (ulQuads == 0) {
         return ulDone;

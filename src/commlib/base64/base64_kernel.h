@@ -4,10 +4,11 @@
 // EncodeGroups() encodes groups of three bytes from the start of the input and returns the number
 // of bytes encoded. It may leave some groups at the end.
 //
-// DecodeQuads() decodes quads of four characters and returns the number of characters decoded. It
-// decodes up to the first quad that holds a character without a sextet, or to the end of the last
-// whole quad. It may stop earlier only if that is fewer than 16 characters. base64.cpp processes
-// whatever either function leaves.
+// DecodeQuads() decodes quads of four characters from the start of the text and returns the number
+// of characters decoded. It decodes the whole quads before the first character that has no sextet
+// (six-bit value). If those quads have fewer than 16 characters in all, it may leave some of them.
+//
+// base64.cpp processes whatever either function leaves.
 //
 // All forms produce the same bytes. None reads outside the input. DecodeQuads() may write past the
 // decoded bytes: at most as many bytes as the remaining characters could decode to, plus one. The
@@ -34,9 +35,9 @@
 #if defined(__ARM_NEON)
 #define WYX_BASE64_HAS_NEON 1
 #else
-#define WYX_BASE64_HAS_TABLE 1 // the table form; NEON does without it
+#define WYX_BASE64_HAS_TABLE 1 // the table form; the NEON form does not need it
 #if !defined(WYX_BASE64_HAS_AVX512)
-#define WYX_BASE64_HAS_PAIRS 1 // the library's form has the table of pairs; AVX-512 has none
+#define WYX_BASE64_HAS_PAIRS 1 // the library's form uses base64_pairs.h
 #endif
 #endif
 
@@ -83,7 +84,7 @@ QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *puc
 using table::DecodeQuads;
 } // namespace sse2
 
-/// AVX2: 24 bytes or 32 characters at once. It leaves the rest to sse2 and table.
+/// AVX2: 24 bytes or 32 characters at once. It passes the rest to sse2 and table.
 namespace avx2 {
 QAL_UINT32 EncodeGroups(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);
 QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucOut);

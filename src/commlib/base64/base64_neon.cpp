@@ -1,8 +1,10 @@
 // Base64 with NEON. De-interleaving loads put the first bytes of all groups in one vector, the
 // second bytes in the next, and so on; interleaving stores do the reverse. Look-ups use tables of
-// 64 entries in registers. What is left is done 12 bytes or 16 characters at a time. The last of
-// these steps starts early enough to end with the last whole group; the overlap is computed twice,
-// with the same result.
+// 64 entries in registers.
+//
+// A round processes 48 bytes or 64 characters. The rest is processed in steps of 12 bytes or 16
+// characters. The last step starts early enough to end with the last whole group: what it repeats
+// has the same result.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_NEON)
@@ -15,16 +17,16 @@
 namespace wyx::base64::neon {
 namespace {
 
-constexpr QAL_UINT8 kHasValue = 0x80; // marks the sextet of a character that has a value
+constexpr QAL_UINT8 kMark = 0x80; // distinguishes a sextet of 0 from none
 
-/// The sextets of the characters 0 to 127, marked; 0 for characters without a value.
+/// The sextets of the characters 0 to 127, marked; 0 for characters without one.
 consteval std::array<QAL_UINT8, 128> MakeMarkedSextets()
 {
     const auto aSextets = MakeSextets();
     std::array<QAL_UINT8, 128> aTab{};
     for (QAL_UINT32 i = 0; i < aTab.size(); ++i) {
         if (aSextets[i] != kNoSextet) {
-            aTab[i] = static_cast<QAL_UINT8>(aSextets[i] | kHasValue);
+            aTab[i] = static_cast<QAL_UINT8>(aSextets[i] | kMark);
         }
     }
     return aTab;
@@ -43,6 +45,7 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
     constexpr QAL_UINT8 kSpread[16] = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 12, 7, 14, 13, 15, 14};
     constexpr QAL_UINT32 kDown = 0xFFFAFFF6; // right by 10 and by 6
     constexpr QAL_UINT32 kUp = 0x00080004;   // left by 4 and by 8
+    // Two loads, as one would read 16 bytes: byte 8 of the input is byte 12 of the vector.
     const uint8x16_t bytes = vcombine_u8(vld1_u8(pucIn), vld1_u8(pucIn + 4));
     const uint16x8_t halves = vreinterpretq_u16_u8(vqtbl1q_u8(bytes, vld1q_u8(kSpread)));
     const uint16x8_t low = vshlq_u16(halves, vreinterpretq_s16_u32(vdupq_n_u32(kDown)));
@@ -51,22 +54,22 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
     vst1q_u8(pucOut, vqtbl4q_u8(alphabet, vandq_u8(both, vdupq_n_u8(0x3F))));
 }
 
-/// The marked sextets of characters; 0 for those without a value.
+/// The marked sextets of characters; 0 for those without one.
 uint8x16_t SextetsOf(uint8x16x4_t low, uint8x16x4_t high, uint8x16_t chars)
 {
     // An index of 64 or more yields 0, so at least one of the two look-ups does.
     return vorrq_u8(vqtbl4q_u8(low, chars), vqtbl4q_u8(high, veorq_u8(chars, vdupq_n_u8(0x40))));
 }
 
-/// Decodes 16 characters to 12 bytes. If a character has no value, writes nothing and returns the
+/// Decodes 16 characters to 12 bytes. If a character has no sextet, writes nothing and returns the
 /// number of characters before it.
 QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucIn,
                       QAL_UINT8 *pucOut)
 {
     constexpr QAL_UINT8 kPack[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 0, 0, 0, 0};
     const uint8x16_t marked = SextetsOf(low, high, vld1q_u8(pucIn));
-    if (vminvq_u8(marked) < kHasValue) {
-        const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kHasValue)));
+    if (vminvq_u8(marked) < kMark) {
+        const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kMark)));
         const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
@@ -125,7 +128,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         const uint8x16_t b = SextetsOf(low, high, in.val[1]);
         const uint8x16_t c = SextetsOf(low, high, in.val[2]);
         const uint8x16_t d = SextetsOf(low, high, in.val[3]);
-        if (vminvq_u8(vandq_u8(vandq_u8(a, b), vandq_u8(c, d))) < kHasValue) {
+        if (vminvq_u8(vandq_u8(vandq_u8(a, b), vandq_u8(c, d))) < kMark) {
             break;
         }
         // Each insertion keeps the low bits, overwrites the mark above them, and shifts out the
@@ -138,7 +141,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         vst3q_u8(pucNext, out);
         pucNext += 48;
     }
-    // The end of the quads to decode; lowered when a character without a value is found.
+    // The end of the quads to decode; lowered when a character without a sextet is found.
     QAL_UINT32 ulEnd = ulLen / 4 * 4;
     // Saves the step that would only find the padding.
     if (ulEnd != 0 && pucIn[ulEnd - 1] == '=') { // speed only

@@ -1,4 +1,4 @@
-// The table that yields two Base64 characters at once, for forms without wide shuffles.
+// The table that yields two Base64 characters at once.
 #ifndef WYX_COMMLIB_BASE64_PAIRS_H
 #define WYX_COMMLIB_BASE64_PAIRS_H
 

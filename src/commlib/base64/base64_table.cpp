@@ -20,7 +20,7 @@ void StorePair(QAL_UINT8 *pucOut, QAL_UINT64 ullBits)
     __builtin_memcpy(pucOut, &uwPair, sizeof uwPair);
 }
 
-constexpr QAL_UINT32 kNoValue = 0x80000000; // outside the three bytes
+constexpr QAL_UINT32 kNoPart = 0x80000000; // outside the three bytes
 
 /// What each character at place @p ulPlace of a quad adds to the word of three bytes, whose first
 /// byte is the lowest.
@@ -32,7 +32,7 @@ consteval std::array<QAL_UINT32, 256> MakeParts(QAL_UINT32 ulPlace)
         const QAL_UINT32 ulSextet = aSextets[i];
         const QAL_UINT32 ulBits = ulSextet << (6 * (3 - ulPlace)); // of 24 bits, first byte highest
         const QAL_UINT32 ulWord = (ulBits >> 16) | (ulBits & 0xFF00U) | (ulBits << 16 & 0xFF0000U);
-        aTab[i] = ulSextet != kNoSextet ? ulWord : kNoValue;
+        aTab[i] = ulSextet != kNoSextet ? ulWord : kNoPart;
     }
     return aTab;
 }
@@ -90,7 +90,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
         const QAL_UINT32 ulSecond = WordOf(pucQuads + 4);
         const QAL_UINT32 ulThird = WordByShifts(pucQuads + 8);
         const QAL_UINT32 ulFourth = WordOf(pucQuads + 12);
-        if (((ulFirst | ulSecond | ulThird | ulFourth) & kNoValue) != 0) {
+        if (((ulFirst | ulSecond | ulThird | ulFourth) & kNoPart) != 0) {
             break;
         }
         StoreThree(pucOut, ulFirst);
@@ -101,7 +101,7 @@ QAL_UINT32 DecodeQuads(const QAL_UINT8 *pucIn, QAL_UINT32 ulLen, QAL_UINT8 *pucO
     }
     for (; ulLen - ulDone >= 4; ulDone += 4) {
         const QAL_UINT32 ulWord = WordOf(pucIn + ulDone);
-        if ((ulWord & kNoValue) != 0) {
+        if ((ulWord & kNoPart) != 0) {
             break;
         }
         StoreThree(pucOut, ulWord);
