@@ -498,7 +498,7 @@ struct ipv4 {
         return address;
     }
 
-    /// The address as `a.b.c.d` or `a.b.c.d:port`. parse() reads it as the same address.
+    /// The address as `a.b.c.d` or `a.b.c.d:port`. parse() of this text yields an equal object.
     short_text<21> text() const noexcept
     {
         short_text<21> text;
@@ -544,8 +544,8 @@ struct ipv6 {
         return static_cast<QAL_UINT32>(octets[2 * i] << 8 | octets[2 * i + 1]);
     }
 
-    /// The short form of RFC 5952, with every group in hexadecimal. If the port is not 0, the
-    /// address is in brackets and the port follows. parse() reads it as the same address.
+    /// The short form of RFC 5952, without a dotted quad. If the port is not 0, the address is in
+    /// brackets and the port follows. parse() of this text yields an equal object.
     short_text<47> text() const noexcept
     {
         std::size_t gap = 8;
