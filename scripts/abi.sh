@@ -15,14 +15,14 @@ set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
 baseline=${WYX_ABI_BASELINE:-$source_folder/tests/library/abi/baseline}
-names=(libwyx_commlib libwyx_os_adapter libwyx_public_types)
+files=(libwyx_commlib.abi libwyx_os_adapter.abi libwyx_public_types.abi services.txt)
 cc=${CC:-gcc}
 source "$source_folder/scripts/temp_folder.sh"
 work=$(temp_folder)
 trap 'rm -rf "$work"' EXIT
 
 usage() {
-    sed -n '2,15s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,13s/^# \{0,1\}//p' "$0" >&2
     exit 2
 }
 
@@ -31,17 +31,13 @@ skip() {
     exit 77
 }
 
-# soname LIBRARY
-soname() {
-    LC_ALL=C readelf -d "$1" | sed -n 's/.*Library soname: \[\(.*\)\]$/\1/p'
-}
-
 # major FILE.abi: the major version in the SONAME
 major() {
     sed -n "1s/.* soname='[^']*\.so\.\([0-9]*\)'.*/\1/p" "$1"
 }
 
-# describe BUILD_FOLDER: writes $work/NAME.abi, without what differs by folder and processor
+# describe BUILD_FOLDER: writes the files of a baseline to $work, without what differs by folder
+# and processor
 describe() {
     local own_major name headers=() options=(
         --drop-private-types --headers-dir "$source_folder/include"
@@ -53,13 +49,13 @@ describe() {
     printf '[suppress_function]\n  symbol_name_regexp = ^wyx_mem_\n  drop = yes\n' >"$work/own"
     options+=(--suppressions "$work/own")
     for name in libwyx_commlib libwyx_os_adapter; do
+        [[ -e $1/lib/$name.so ]] || { echo "$1/lib/$name.so is missing" >&2; exit 1; }
         [[ $(LC_ALL=C readelf -SW "$1/lib/$name.so") == *" .debug_info "* ]] ||
             skip "$1/lib/$name.so has no debug information (WYX_DEBUG_INFO)"
         abidw --exported-interfaces-only "${options[@]}" "$1/lib/$name.so" >"$work/$name.abi"
     done
 
-    own_major=$(soname "$1/lib/libwyx_commlib.so")
-    own_major=${own_major##*.}
+    own_major=$(major "$work/libwyx_commlib.abi")
     headers=("$source_folder"/include/wyx_commlib/*.h "$source_folder"/platform/{os_adapter,bounded}.h)
     {
         printf '#include "%s"\n' "${headers[@]}"
@@ -97,11 +93,15 @@ compare_names() {
     LC_ALL=C comm -13 "$1" "$2" | sed 's/^/new: /'
 }
 
-# compare NAME: sets `verdict` to same, compatible or incompatible, and writes the report to $work
+# compare FILE: sets `verdict` to same, compatible or incompatible, and writes $work/FILE.report
 compare() {
+    if [[ $1 == services.txt ]]; then
+        compare_services
+        return
+    fi
     local status=0 options=(--no-architecture --ignore-soname)
-    [[ $1 != libwyx_public_types ]] || options+=(--non-reachable-types)
-    abidiff "${options[@]}" --harmless "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.report" ||
+    [[ $1 != libwyx_public_types.abi ]] || options+=(--non-reachable-types)
+    abidiff "${options[@]}" --harmless "$baseline/$1" "$work/$1" >"$work/$1.report" ||
         status=$?
     if ((status & 3)); then
         cat "$work/$1.report" >&2
@@ -114,12 +114,12 @@ compare() {
     fi
     # Again, without what is known to be harmless, such as an additional status.
     status=0
-    abidiff "${options[@]}" --no-added-syms "$baseline/$1.abi" "$work/$1.abi" >"$work/$1.harm" ||
+    abidiff "${options[@]}" --no-added-syms "$baseline/$1" "$work/$1" >"$work/$1.harm" ||
         status=$?
-    names "$baseline/$1.abi" >"$work/$1.old"
-    names "$work/$1.abi" >"$work/$1.new"
+    names "$baseline/$1" >"$work/$1.old"
+    names "$work/$1" >"$work/$1.new"
     [[ -s $work/$1.old && -s $work/$1.new ]] || { echo "$1: no names found" >&2; exit 1; }
-    if [[ $1 != libwyx_public_types ]]; then # which types a library reaches depends on the compiler
+    if [[ $1 != libwyx_public_types.abi ]]; then # which types a library reaches depends on the compiler
         sed -i '/^symbol /!d' "$work/$1.old" "$work/$1.new"
     fi
     compare_names "$work/$1.old" "$work/$1.new" >"$work/$1.names"
@@ -136,41 +136,37 @@ compare() {
 
 # compare_services: like compare. A new service breaks clients' adapters, which lack it.
 compare_services() {
-    compare_names "$baseline/services.txt" "$work/services.txt" >"$work/services.report"
+    compare_names "$baseline/services.txt" "$work/services.txt" >"$work/services.txt.report"
     verdict=same
-    if grep -q '^new: ' "$work/services.report"; then
+    if grep -q '^new: ' "$work/services.txt.report"; then
         verdict=incompatible
-    elif [[ -s $work/services.report ]]; then
+    elif [[ -s $work/services.txt.report ]]; then
         verdict=compatible
     fi
 }
 
 (($# >= 1)) || usage
-command -v abidiff >/dev/null && command -v abidw >/dev/null ||
-    skip "libabigail (abigail-tools) is not installed"
+command -v abidw >/dev/null || skip "libabigail (abigail-tools) is not installed"
 
 case $1 in
 check)
     (($# == 2)) || usage
     describe "$2"
     failed=0
-    for name in "${names[@]}" services; do
-        if [[ $name == services ]]; then
-            compare_services
-        else
-            [[ -e $baseline/$name.abi ]] || { echo "$baseline/$name.abi is missing" >&2; exit 1; }
-            compare "$name"
-            if [[ $(major "$baseline/$name.abi") != "$(major "$work/$name.abi")" ]]; then
-                echo "$name: the baseline is for another major version; run: scripts/abi.sh renew"
-                failed=1
-                continue
-            fi
+    for file in "${files[@]}"; do
+        name=${file%.*}
+        [[ -e $baseline/$file ]] || { echo "$baseline/$file is missing" >&2; exit 1; }
+        compare "$file"
+        if [[ $(major "$baseline/$file") != "$(major "$work/$file")" ]]; then
+            echo "$name: the baseline is for another major version; run: scripts/abi.sh renew"
+            failed=1
+            continue
         fi
         if [[ $verdict == same ]]; then
             echo "$name: as in the baseline"
             continue
         fi
-        cat "$work/$name.report"
+        cat "$work/$file.report"
         failed=1
         if [[ $verdict == compatible ]]; then
             echo "$name: only additions; raise the minor version, then run: scripts/abi.sh renew"
@@ -191,29 +187,18 @@ renew)
     fi
     describe "$build"
     new_major=$(major "$work/libwyx_commlib.abi")
-    old_major=$new_major
-    if [[ -e $baseline/libwyx_commlib.abi ]]; then
-        old_major=$(major "$baseline/libwyx_commlib.abi")
-    fi
-    for name in "${names[@]}" services; do
-        if [[ $name == services ]]; then
-            [[ -e $baseline/services.txt ]] || continue
-            compare_services
-        else
-            [[ -e $baseline/$name.abi ]] || continue
-            compare "$name"
-        fi
-        cat "$work/$name.report"
+    old_major=$(major "$baseline/libwyx_commlib.abi" 2>/dev/null) || old_major=$new_major
+    for file in "${files[@]}"; do
+        [[ -e $baseline/$file ]] || continue
+        compare "$file"
+        cat "$work/$file.report"
         if [[ $verdict == incompatible ]] && ((new_major <= old_major)); then
-            echo "$name breaks callers: raise the major version first (docs/abi.md)" >&2
+            echo "${file%.*} breaks callers: raise the major version first (docs/abi.md)" >&2
             exit 1
         fi
     done
     mkdir -p "$baseline"
-    for name in "${names[@]}"; do
-        cp "$work/$name.abi" "$baseline"
-    done
-    cp "$work/services.txt" "$baseline"
+    cp "${files[@]/#/$work/}" "$baseline"
     echo "written: $baseline"
     ;;
 *) usage ;;
