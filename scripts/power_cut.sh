@@ -1,21 +1,19 @@
 #!/usr/bin/env bash
-# Cuts the power in the middle of saves, on an ext4 file system in a file: scripts/power_cut.sh [CUTS]
+# Cuts the power in the middle of saves, on an ext4 file system in a file: scripts/power_cut.sh
 #
 # A client of the library saves a file on the mounted image and is killed before each of its system
-# calls in turn, at most the first CUTS (1000). At that moment the image is copied twice: as the device
-# holds it, without what is still in the page cache, and after everything was flushed. A power cut
-# leaves one of the two, or something in between. The copies are mounted, which replays their journal,
-# and the old content or the whole new content must be there, under the target's name or the new
-# file's.
+# calls in turn. At that moment the image is copied twice: as the device holds it, without what is still
+# in the page cache, and after everything was flushed. A power cut leaves one of the two, or something in
+# between. The copies are mounted, which replays their journal. The target must have the old content or
+# the whole new content; if it is missing, the new file must have the whole new content.
 #
 # ext4 flushes more than it is asked to: when a new file is flushed, its directory entry is, too. That
 # can hide a missing flush, so power_cut_test then checks every combination of what a device may lose.
 #
-# Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names a build
-# folder of any preset without sanitizers (build/release).
+# Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names the
+# build folder (build/release), of a preset without sanitizers and coverage.
 set -euo pipefail
 
-most=${1:-1000}
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD:-$source_folder/build/release}
 client=$build/tests/library/syscalls/save_client
@@ -79,7 +77,7 @@ fail() {
 }
 
 exec 3>&2 2>/dev/null # the shell reports every killed client
-for ((at = 1; at <= most; ++at)); do
+for ((at = 1; ; ++at)); do
     rm -f "$work"/disk/net* "$work/log"
     printf '%s' "$old" >"$target"
     sync -f "$target"
@@ -90,9 +88,8 @@ for ((at = 1; at <= most; ++at)); do
     cp --sparse=always "$work/image" "$work/lost"
     sync -f "$work/disk"
     cp --sparse=always "$work/image" "$work/kept"
-    for cut in lost kept; do
-        look_at "$work/$cut"
-    done
+    look_at "$work/lost"
+    look_at "$work/kept"
     ((status != 0)) || break # it was not killed: that was the last call
 done
 ((missing > 0)) || fail "the target was never missing"
