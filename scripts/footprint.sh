@@ -14,14 +14,14 @@
 set -euo pipefail
 
 if [[ ${1:-} == --check ]]; then
-    padding=$(size -A "$2" | awk '$1 == ".relro_padding" { print $2 }')
-    stubs=0
-    while read -r start end; do
-        stubs=$((stubs + end - start))
-    done < <(awk '$1 ~ /^0x/ && /linker stubs$/ { start = $1; next } start && $1 ~ /^0x/ { print start, $1; start = "" }' "$4")
-    total=$(($(size "$2" | awk 'NR == 2 { print $4 }') - ${padding:-0} - stubs))
-    echo "$(basename "$2"): text, data and bss are $total bytes of $3 ($(($3 - total)) left)"
-    ((total <= $3))
+    library=${2:?LIBRARY is missing} bytes=${3:?BYTES is missing} map=${4:?MAP is missing}
+    padding=$(size -A "$library" | awk '$1 == ".relro_padding" { print "-", $2 }')
+    stubs=$(awk '$1 ~ /^0x/ && /linker stubs$/ { start = $1; next }
+        start && $1 ~ /^0x/ { print "-", $1, "+", start; start = "" }' "$map")
+    total=$(size "$library" | awk 'NR == 2 { print $4 }')
+    total=$((total $padding $stubs))
+    echo "$(basename "$library"): text, data and bss are $total bytes of $bytes ($((bytes - total)) left)"
+    ((total <= bytes))
     exit
 fi
 

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Prints library sizes as Markdown tables: footprint_tables.py NAME=BUILD_FOLDER...
+"""Prints library sizes as Markdown tables: footprint_tables.py PROCESSOR=BUILD_FOLDER...
 
-Reads the libraries and the maps that the linker wrote, which name the object that each piece of a
-section came from. What size(1) counts beyond the modules is in a row of its own.
+PROCESSOR is aarch64 or x86-64. Reads the libraries and the maps that the linker wrote, which name the
+object that each piece of a section came from. What size(1) counts beyond the modules is in a row of its
+own.
 """
 
 import collections
+import os
 import pathlib
 import re
 import subprocess
@@ -19,7 +21,7 @@ PAGES = {"aarch64": (4096, 16384), "x86-64": (4096,)}
 
 def output(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True,
-                          env={"LC_ALL": "C", "PATH": "/usr/bin:/bin"}).stdout
+                          env={"LC_ALL": "C", "PATH": os.environ["PATH"]}).stdout
 
 
 def column(section):
