@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes include/wyx_commlib/status_text.h: scripts/make_status_text.py [--check]
 
-The texts are the comments of the enumerators in the public headers, up to their first semicolon, so
-that a log, the manual and the site say the same. With --check it writes nothing and fails if the
-header in the tree differs from what it would write.
+The texts are the comments of the enumerators in the public headers, up to their first semicolon or to
+the colon of "never returned:", so that a log says the same as the manual and the site. With --check it
+writes nothing and fails if the header in the tree differs from what it would write.
 """
 import re
 import sys
@@ -78,7 +78,7 @@ WYX_C_END
 
 
 def text_of(comment):
-    """The comment of an enumerator up to its first semicolon, without marks."""
+    """The beginning of an enumerator's comment, without marks."""
     text = re.split(r"(?<=never returned): |;\s", " ".join(comment.split()))[0]
     return re.sub(r"[`#]", "", text.replace("`;`", "semicolon")).rstrip(".").replace('"', '\\"')
 
@@ -115,8 +115,10 @@ def make():
 
 
 if __name__ == "__main__":
+    if sys.argv[1:] not in ([], ["--check"]):
+        sys.exit(__doc__)
     made = make()
-    if "--check" in sys.argv[1:]:
+    if sys.argv[1:]:
         if HEADER.read_text(encoding="utf-8") != made:
             sys.exit("status_text.h differs from the enumerations: run scripts/make_status_text.py")
     else:
