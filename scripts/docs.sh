@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
 # Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
 #
-# Installs Doxygen, its theme and the search library if they are missing (Debian). Fails on any
-# warning and on any broken link. FOLDER replaces build/docs.
+# Installs Doxygen, its theme and the search library if they are missing (Debian). Fails if Doxygen warns
+# or a link between the pages is broken. FOLDER replaces build/docs.
 set -euo pipefail
 
-cd "$(dirname "$0")/.."
+root=$(cd "$(dirname "$0")/.." && pwd)
+WYX_SITE=$(realpath -m "${1:-$root/build/docs}")
+cd "$root"
 scripts/install_packages.sh doxygen doxygen-awesome-css libjs-lunr python3
 
 export LC_ALL=C.UTF-8
-site=${1:-build/docs}
-mkdir -p "$site"
-WYX_SITE=$(cd "$site" && pwd)
+mkdir -p "$WYX_SITE"
 WYX_THEME=${WYX_THEME:-/usr/share/doxygen-awesome-css}
 WYX_LUNR=${WYX_LUNR:-/usr/share/javascript/lunr/lunr.min.js}
 WYX_VERSION=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
@@ -28,4 +28,4 @@ doxygen docs/site/Doxyfile
 bench/compare/page.py docs/bench-sample.json benchmarks.html >"$WYX_SITE/html/bench-sample.html"
 docs/site/make_index.py "$WYX_SITE" >"$WYX_SITE/html/search-data.js"
 docs/site/check_links.py "$WYX_SITE/html"
-echo "written: $site/html/index.html"
+echo "written: $WYX_SITE/html/index.html"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the commands of the README in a bare Debian root: scripts/fresh_machine.sh [FOLDER]
 #
-# FOLDER (default: a temporary one) holds the root, some 3 GiB. Root builds the libraries alone, then
+# FOLDER (default: a new temporary one) keeps the root, some 3 GiB. Root builds the libraries alone, then
 # runs scripts/test.sh and scripts/demo.sh in a clone in its home, which others cannot enter. An ordinary
 # user runs both scripts in the source archive, without a network, in a folder whose name has a space and
 # a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
@@ -9,6 +9,7 @@
 # WYX_MOUNT=0 they are not mounted, and the tests that need them are skipped.
 set -euo pipefail
 
+[[ -z ${1:-} ]] || set -- "$(realpath -m "$1")"
 cd "$(dirname "$0")/.."
 source scripts/temp_folder.sh
 ((EUID == 0)) || { echo "only root can make a root folder" >&2; exit 1; }
@@ -16,7 +17,7 @@ scripts/install_packages.sh debootstrap git
 if [[ ${WYX_MOUNT:-1} == 1 ]]; then
     WYX_MOUNT=2 exec unshare --mount scripts/fresh_machine.sh "$@" # mounts end with this script
 fi
-root=$(realpath "${1:-$(temp_folder)}")/root
+root=${1:-$(temp_folder)}/root
 release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 # The first address of the main distribution among apt's own.
 mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' "Created-By: Packages" |

@@ -5,7 +5,7 @@
 # the preset "fuzz" first, unless WYX_FUZZERS names a folder of built ones. Inputs that reach
 # something new are kept beside the targets (corpus-TARGET) and used again; the seeds in
 # tests/fuzz/corpus do not change. A finding is reported with the file that holds it: fix the cause,
-# and put the file into tests/fuzz/corpus/TARGET, where every test run replays it.
+# and put the file into tests/fuzz/corpus/TARGET, so that fuzz_replay_test replays it.
 set -euo pipefail
 
 if (($# < 2)) || [[ ! $2 =~ ^[1-9][0-9]*x?$ ]]; then
@@ -29,7 +29,7 @@ if [[ -n ${WYX_FUZZERS:-} ]]; then
     programs=$WYX_FUZZERS
 else
     programs=$build_folder/tests/fuzz
-    (cd "$source_folder" && cmake --preset fuzz -B "$build_folder" >/dev/null)
+    cmake -S "$source_folder" --preset fuzz -B "$build_folder" >/dev/null
     cmake --build "$build_folder" --target "${targets[@]/#/fuzz_}"
 fi
 

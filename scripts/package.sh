@@ -13,11 +13,10 @@
 # last commit. Installs what is missing (Debian).
 set -euo pipefail
 
-cd "$(dirname "$0")/.."
-folder=${1:-build/packages}
-tool=${WYX_BUILD_TOOL:-ON}
-packages=(g++ cmake ninja-build dpkg-dev file gzip python3 xz-utils)
-scripts/install_packages.sh "${packages[@]}"
+root=$(cd "$(dirname "$0")/.." && pwd)
+folder=$(realpath -m "${1:-$root/build/packages}")
+cd "$root"
+scripts/install_packages.sh g++ cmake ninja-build dpkg-dev file gzip python3 xz-utils
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     if [[ -e .git ]]; then
         SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
@@ -29,7 +28,6 @@ export SOURCE_DATE_EPOCH
 export LC_ALL=C.UTF-8 # so that CPack can pack from a folder of any name
 umask 022
 mkdir -p "$folder"
-folder=$(cd "$folder" && pwd)
 rm -f "$folder"/*.deb "$folder"/*.tar.xz "$folder"/*.spdx.json "$folder"/SHA256SUMS
 
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
@@ -48,7 +46,7 @@ list_sources | LC_ALL=C sort -z | tar --create --no-recursion --format=gnu \
 
 # No path to libraries is stored: packages put them where the system looks.
 cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
-    -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="$tool" -DWYX_BUILD_TESTS=OFF \
+    -DCMAKE_SKIP_RPATH=ON -DWYX_DEBUG_INFO=ON -DWYX_BUILD_TOOL="${WYX_BUILD_TOOL:-ON}" -DWYX_BUILD_TESTS=OFF \
     -DWYX_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$folder/build" >/dev/null
 (cd "$folder/build" && cpack -B "$folder/cpack" >"$folder/log" 2>&1) || { cat "$folder/log" >&2; exit 1; }
