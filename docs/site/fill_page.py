@@ -6,7 +6,7 @@ comment on a line of its own by what it asks for:
 
     <!-- calls: crc.h -->                         a table of the header's calls
     <!-- statuses: crc.h -->                      a table of its statuses
-    <!-- failures: crc.h -->                      what its calls leave where they fail
+    <!-- failures: crc.h -->                      what its calls leave if they fail
     <!-- example: examples/crc_example.c -->      the program, with its calls linked
     <!-- search: power cut, crash -->             nothing; the search finds the section by these words
     <!-- licence: LICENSE -->                     the text of the licence, if there is that file
