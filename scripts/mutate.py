@@ -6,10 +6,10 @@
     scripts/mutate.py --sample 60 --seed 1  some of them, chosen by the seed
 
 A mistake is a changed operator, constant, condition or result, or a statement left out
-(scripts/mutants.py). Each is planted in a copy of its unit outside the tree; only that unit is
-compiled again, and the library, adapter or tool is linked from it and the other units' objects. A
-test is built again, too, if it includes a header of src/ or has the unit compiled into it, such as
-those of code for another CPU than the library's. The mistake is
+(scripts/mutants.py). Each is planted in a copy of its module outside the tree. Only the units that read
+the changed file are compiled again, and the library, adapter or tool is linked from them and the other
+units' objects. A test is built again, too, if it includes a header of src/ or has such a unit compiled
+into it, such as those of code for another CPU than the library's. The mistake is
 
     killed      if a test of its module fails or hangs, or a static assertion fails
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
@@ -516,8 +516,8 @@ def share_killed(ends, places, listed):
     return counts["killed"] / visible if visible else 0.0
 
 
-def chosen_files(modules=None, names=None, chosen_part=None):
-    """The source files of some modules, names or a part; by default all but the tool's."""
+def chosen_files(modules=None, names=None):
+    """The source files of some modules or names; by default all but the tool's."""
     files = sorted(str(p.relative_to(TREE)) for part in PARTS.values()
                    for p in (TREE / part.sources).rglob("*")
                    if p.suffix in (".cpp", ".h"))
@@ -525,8 +525,6 @@ def chosen_files(modules=None, names=None, chosen_part=None):
         return [f for f in files if pathlib.Path(f).name in names]
     if modules:
         return [f for f in files if module_of(f) in modules]
-    if chosen_part:
-        return [f for f in files if part_of(f) == chosen_part]
     return [f for f in files if part_of(f) != "tool"]
 
 
@@ -535,7 +533,6 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--module", action="append",
                         help="a folder of src/commlib; library: what they share; platform; tool")
-    parser.add_argument("--part", choices=PARTS, help="everything of this part")
     parser.add_argument("--file", action="append", help="a source file, by its name alone")
     parser.add_argument("--sample", type=int, help="how many mistakes to plant")
     parser.add_argument("--seed", type=int, default=0, help="which mistakes --sample chooses")
@@ -551,7 +548,7 @@ def main():
     parser.add_argument("--list", action="store_true", help="only list the mistakes")
     arguments = parser.parse_args()
 
-    files = chosen_files(arguments.module, arguments.file, arguments.part)
+    files = chosen_files(arguments.module, arguments.file)
     places = {}
     for file in files:
         places |= mutants.places_of(file, (TREE / file).read_text())
