@@ -94,7 +94,7 @@ function(wyx_shared_library target)
 endfunction()
 
 # wyx_static_library(<target>): the same objects as an archive, <target>_static, for linking
-# everything into one file. In another project's build it is made only if something links it.
+# everything into one file. Without install rules, it is made only if something links it.
 function(wyx_static_library target)
     add_library(${target}_static STATIC $<TARGET_OBJECTS:${target}>)
     set_target_properties(${target}_static PROPERTIES
