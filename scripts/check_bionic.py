@@ -4,8 +4,9 @@
     WYX_BIONIC=FOLDER scripts/check_bionic.py ABI WORK_FOLDER BUILD_FOLDER
 
 FOLDER has Android's headers and the list of its symbols, as scripts/bionic_sysroot.py needs them;
-without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. Both
-libraries are built by the preset for Android, with all warnings as errors, for API level 24.
+without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. What
+WORK_FOLDER has is deleted. Both libraries are built by the preset for Android, with warnings as errors,
+for API level 24.
 
 Their behaviour is then checked on Debian's C library, under emulation if the machine has another
 processor, with a shim for the one function that only Android has: the examples and the tests of headers,

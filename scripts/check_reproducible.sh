@@ -2,16 +2,15 @@
 # Builds both libraries in two folders of different names and depths, with and without debug
 # information, and compares the libraries byte by byte, also after stripping them:
 # scripts/check_reproducible.sh [SCRATCH_FOLDER]
+#
+# The copies are made in SCRATCH_FOLDER (a temporary one), which must not be in the tree unless it is in
+# build/.
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
-if (($# > 0)); then
-    mkdir -p "$1"
-    scratch=$(mktemp -d "$1/reproducible.XXXXXX")
-else
-    source "$source_folder/scripts/temp_folder.sh"
-    scratch=$(temp_folder)
-fi
+source "$source_folder/scripts/temp_folder.sh"
+(($# == 0)) || mkdir -p "$1"
+scratch=$(temp_folder ${1:+-p "$1"})
 trap 'rm -rf "$scratch"' EXIT
 
 # copy_source FOLDER: copies the project's files as they are in the working tree

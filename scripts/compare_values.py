@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Compares every value that wyx reads from files with what Python's configparser reads.
+"""Compares the values that Python's configparser reads from files with what wyx reads.
 
     scripts/compare_values.py WYX LIST
 
 LIST holds the files' names, each ended by a NUL byte. Where the two read a dialect differently, the
-reason is counted. Values that differ for no known reason make the exit code 1; the first are shown.
+reason is counted. If values differ for no known reason, the first are shown and the exit code is 1. It
+is also 1 if configparser can read none of the files.
 """
 
 import collections

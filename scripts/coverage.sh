@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Coverage by all quick tests:
+# Measures the coverage by the quick tests:
 #
 #     scripts/coverage.sh [LINES BRANCHES [ARM_LINES ARM_BRANCHES [TOOL_LINES TOOL_BRANCHES]]]
 #
@@ -9,15 +9,9 @@
 # all are 0 if not given. Prints the totals and what is not covered; report/ and report-tool/ in
 # build/coverage and report/ in build/coverage-aarch64 have every line. A line that ends in
 # "// never: REASON" is left out: no input can reach it. So is memory.cpp: the accounting adapter is
-# built instead, so that all tests run with that adapter, too.
+# built instead, so that the tests run with that adapter, too.
 set -euo pipefail
 
-min_lines=${1:-0}
-min_branches=${2:-0}
-min_arm_lines=${3:-0}
-min_arm_branches=${4:-0}
-min_tool_lines=${5:-0}
-min_tool_branches=${6:-0}
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh g++ cmake ninja-build libgtest-dev gcovr \
     g++-aarch64-linux-gnu googletest qemu-user
@@ -48,7 +42,7 @@ cmake --preset coverage -B "$cross" -DWYX_BUILD_TOOL=OFF -DWYX_BUILD_EXAMPLES=OF
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/aarch64-linux-gnu.cmake"
 cmake --build "$cross" --target crc_tests base64_tests
 ctest --test-dir "$cross" -R '_forms_test$|^base64_test$' --no-tests=error --output-on-failure -j2
-report "$cross" report "$min_arm_lines" "$min_arm_branches" \
+report "$cross" report "${3:-0}" "${4:-0}" \
     --filter 'src/.*(aarch64|neon)' --gcov-executable aarch64-linux-gnu-gcov
 for file in base64_neon.cpp crc_aarch64.cpp crc_clmul_aarch64.h; do
     grep -q "/$file\"" "$cross/report/coverage.json" || { echo "no coverage of $file" >&2; exit 1; }
@@ -56,17 +50,17 @@ done
 
 cmake --preset coverage
 cmake --build --preset coverage
-# Some tests run the tool as an unprivileged user, who must be able to write the counts, too. Notes
-# (.gcno) of units that are no longer built would contradict the others.
+# Notes (.gcno) of units that are no longer built would contradict the others.
 ninja -C "$build" -t cleandead >/dev/null
 find "$build" -name '*.gcno' | while read -r notes; do
     [[ -e ${notes%.gcno}.o ]] || rm "$notes"
 done
+# Some tests run the tool as an unprivileged user, who must be able to write the counts, too.
 find "$build/tools/wyx" "$build/src" "$build/platform" -name '*.gcno' | while read -r notes; do
     install -m 666 /dev/null "${notes%.gcno}.gcda"
 done
 ctest --preset coverage
-report "$build" report "$min_lines" "$min_branches" --filter 'src/' --filter 'platform/linux/'
+report "$build" report "${1:-0}" "${2:-0}" --filter 'src/' --filter 'platform/linux/'
 # Every call that may throw has a branch for that case: these branches are left out.
-report "$build" report-tool "$min_tool_lines" "$min_tool_branches" \
+report "$build" report-tool "${5:-0}" "${6:-0}" \
     --filter 'tools/wyx/' --exclude-throw-branches

@@ -2,7 +2,8 @@
 # Shows what the library is for, on real input: bash scripts/demo.sh
 #
 # Installs what is missing (Debian), builds the release, sets a key in copies of the INI-like files of
-# this machine, and compares the values that another parser reads. The originals stay as they are.
+# this machine, and compares the values with those that another parser reads. The originals stay as they
+# are.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -12,7 +13,7 @@ source scripts/temp_folder.sh
 work=$(temp_folder)
 trap 'rm -rf "$work"' EXIT
 
-# A separate folder, so that the build folder of the release keeps its tests.
+# Not build/release, which would lose its tests.
 build=build/demo
 echo "Building the release in $build ..."
 configure() {
@@ -29,7 +30,7 @@ if ! { configure >"$work/log" 2>&1 && make_tool; }; then
     tail -n 30 "$work/log" >&2
     exit 1
 fi
-wyx=$PWD/$(find "$build" -type f -name wyx -perm -u+x | head -n 1)
+wyx=$PWD/$build/tools/wyx/wyx
 
 # Runs what a user would type. Some of it is refused on purpose.
 try() {
@@ -96,7 +97,7 @@ done
 ((wrong == 0)) || { echo "$wrong files were changed in some other way"; exit 1; }
 
 echo
-echo "== Every value, compared with Python's configparser"
+echo "== The values that Python's configparser reads, compared"
 if command -v python3 >/dev/null; then
     scripts/compare_values.py "$wyx" "$work/list"
 else

@@ -2,22 +2,20 @@
 # Installs those of the given Debian packages that are missing: scripts/install_packages.sh PACKAGE...
 #
 # Does nothing, and needs no rights, if all of them are installed. On a system without apt-get it
-# only names what is wanted; the configure step then reports what is really missing.
+# only names them.
 set -euo pipefail
 
-missing=()
-if command -v dpkg-query >/dev/null; then
-    for package in "$@"; do
-        # A package that was removed but left its configuration is known, but not installed.
-        if [[ $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) != *" installed" ]]; then
-            missing+=("$package")
-        fi
-    done
-fi
 if ! command -v apt-get >/dev/null; then
     echo "no apt-get here: make sure that the equivalents of these Debian packages are installed: $*" >&2
     exit 0
 fi
+missing=()
+for package in "$@"; do
+    # A package that was removed but left its configuration is known, but not installed.
+    if [[ $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) != *" installed" ]]; then
+        missing+=("$package")
+    fi
+done
 if ((${#missing[@]} == 0)); then
     exit 0
 fi

@@ -4,17 +4,14 @@
 #
 # Unlike times, the counts depend only on the compiler and the C library, not on the machine. A plug-in
 # for qemu takes them for the builds below; qemu also fixes the CPU for which the C library chooses its
-# functions. The table of docs/instruction-counts.md is the budget. The script fails if a count is more
-# than 2 % above its budget. If one is more than 2 % below, the script asks for --update, which writes
-# the new counts into the page. Columns of other compilers or another C library are skipped.
+# functions. The table of docs/instruction-counts.md is the budget. The script fails if a count of ours
+# is more than 2 % above its budget. If one is more than 2 % below, the script asks for --update, which
+# writes the new counts into the page. Columns of other compilers or another C library are skipped.
 #
 #     scripts/instructions.sh --compare COUNTS PAGE
 #
 # only compares a table of counts with the table of a page.
 set -euo pipefail
-
-cd "$(dirname "$0")/.."
-page=docs/instruction-counts.md
 
 compare() { # COUNTS PAGE
     awk -F' *[|] *' '
@@ -59,10 +56,12 @@ compare() { # COUNTS PAGE
 }
 
 if [[ ${1:-} == --compare ]]; then
-    compare "$2" "$3"
+    compare "${2:?COUNTS is missing}" "${3:?PAGE is missing}"
     exit
 fi
 
+cd "$(dirname "$0")/.."
+page=docs/instruction-counts.md
 scripts/install_packages.sh clang cmake g++ g++-aarch64-linux-gnu lld ninja-build qemu-user
 out=build/instructions
 mkdir -p "$out"
@@ -75,12 +74,10 @@ count() {
     read -ra emulator <<<"$qemu"
     emulator[0]=$(command -v "${emulator[0]}")
     local flags=(-DCMAKE_BUILD_TYPE=Release -DWYX_CPU_LEVEL="$level" -DWYX_BUILD_TESTS=OFF
-        -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF -DWYX_INSTALL=OFF)
+        -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF -DWYX_INSTALL=OFF
+        -DCMAKE_{C,CXX}_FLAGS="${options[*]}") # Clang's target and linker
     if [[ $qemu == qemu-aarch64* ]]; then
         flags+=(-DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=aarch64)
-    fi
-    if ((${#options[@]})); then # Clang's target and linker
-        flags+=(-DCMAKE_{C,CXX}_FLAGS="${options[*]}")
     fi
     cmake -S . -B "$tree" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
         -DCMAKE_C_COMPILER="$c_compiler" "${flags[@]}" >/dev/null
@@ -95,8 +92,10 @@ count() {
             NF != 5 { exit 1 }
             { count = ($5 - 2 * $4 + $3) / $2; printf count < 100 ? "%s|%.2f\n" : "%s|%.0f\n", $1, count }'
     } >"$tree.column"
+    columns+=("$tree.column")
 }
 
+columns=()
 aarch64="qemu-aarch64 -cpu cortex-a76 -L /usr/aarch64-linux-gnu"
 x86_64="qemu-x86_64 -cpu qemu64"
 clang_aarch64=(clang clang++ --target=aarch64-linux-gnu -fuse-ld=lld)
@@ -107,7 +106,6 @@ count "+crc+crypto GCC" "$aarch64" armv8-a+crc+crypto aarch64-linux-gnu-{gcc,g++
 count "x86-64 Clang" "$x86_64" baseline clang clang++ -fuse-ld=lld
 count "x86-64 GCC" "$x86_64" baseline gcc g++
 
-columns=("$out"/{AArch64-Clang,AArch64-GCC,+crc+crypto-Clang,+crc+crypto-GCC,x86-64-Clang,x86-64-GCC}.column)
 paste -d'|' "${columns[@]}" | awk -F'|' '
     { printf "| %s", $1; for (i = 2; i <= NF; i += 2) printf " | %s", $i; print " |" }
     NR == 1 { printf "|---"; for (i = 2; i <= NF; i += 2) printf "|--:"; print "|" }' >"$out/table"

@@ -4,8 +4,9 @@
     scripts/make_tool_man.py tools/wyx/verbs/commands.cpp docs/man/wyx.1.in
         --version 1.0.0 --date "May 1, 2026" --output FILE
 
-Reads the tables in commands.cpp as the compiler does: braces, string and character literals,
-designators, and the constants defined there. Anything else ends it with an error.
+Understands what the tables in commands.cpp are made of: braces, string and character literals,
+designators, and the options defined before the table. Another name stands for itself; other marks end the
+script with an error.
 """
 
 import argparse

@@ -1,6 +1,6 @@
 """Reads the public headers, whose comments are the manual: declarations, comments, statuses.
 
-Understands the comments as this project writes them; anything else ends the script with an error.
+Understands the headers as this project writes them, not C in general.
 """
 
 import re

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Lists what the last run of a test preset left out, and why: scripts/skipped_tests.sh BUILD_FOLDER
+# Lists the tests that the last run of a test preset left out: scripts/skipped_tests.sh BUILD_FOLDER
 set -euo pipefail
 
-build=$1
+build=${1:?BUILD_FOLDER is missing}
 report=$build/tests.xml # the presets make CTest write it
 if [[ ! -e $report ]]; then
     echo "No test was run in $build"

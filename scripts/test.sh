@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds presets, runs their tests and lists those that were skipped: scripts/test.sh [PRESET...]
 #
-# Without a preset: release; `cmake --workflow --list-presets` names the others. Installs what is
+# Without a preset: release; `cmake --workflow --list-presets` lists them. Installs what is
 # missing (Debian), builds in build/PRESET. If a preset fails, the next one is still run.
 set -euo pipefail
 
@@ -23,7 +23,8 @@ for preset in "$@"; do
     esac
 done
 scripts/install_packages.sh "${packages[@]}"
-# A test that needs one of these is skipped without it. Clang and lintian are left out for their size.
+# A test that needs one of these is skipped without it. Large ones, such as Clang and
+# a JDK, are left out.
 optional=(abigail-tools crudini dpkg-dev e2fsprogs file fish libssl-dev mandoc meson pkg-config python3 strace
     xz-utils zlib1g-dev zsh)
 scripts/install_packages.sh "${optional[@]}" || echo "continuing; tests without their packages are skipped"
