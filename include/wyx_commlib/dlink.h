@@ -2,9 +2,9 @@
  * @file dlink.h
  * @brief Doubly linked list of the caller's records, with a cursor.
  *
- * The list stores pointers to records of yours, the *user nodes*, in an order you choose. It
- * allocates one small link node for each and never looks into your records: your callbacks compare
- * and release them.
+ * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Each
+ * stored pointer is an *element*; the list allocates a small *link node* for it. The list never
+ * looks into your records: your callbacks compare and release them.
  *
  * @code{.c}
  * void *list = NULL;
@@ -29,18 +29,16 @@
  * (Process_List) that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
- * - every Remove and every Delete that succeeds puts the cursor on the successor of the removed
- *   element or, if that was the last element, on its predecessor;
+ * - a Remove or Delete that removes an element puts the cursor, wherever it was, on the successor
+ *   of the removed element or, if there is no successor, on the predecessor;
  * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
- * - Get_CurNode, Get_HeadNode, Get_TailNode and Get_NodeNumber leave the cursor alone.
- *
- * A Remove or Delete moves the cursor even if the cursor was on another element.
+ * - the other Get calls leave the cursor alone.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
  * - A Delete calls the release callback last, when the element has left the list and the cursor has
- *   moved. The callback may use the list, but must not tear it down. When XELP_DLinkList_Deinit()
- *   calls it, it must not use the list at all.
+ *   moved. The release callback may use the list, but must not tear it down. During
+ *   XELP_DLinkList_Deinit(), the release callback must not use the list at all.
  * - The callback of a walk may do anything with the list except tear it down;
  *   XELP_DLinkList_Process_List() says where the walk then continues.
  *
@@ -55,14 +53,14 @@
  *
  * **Siblings.** slink.h (elements in one block of a fixed capacity) and hash.h (records found by a
  * key) look much like this header, but differ on purpose. In slink.h, the statuses from 30 on have
- * different numbers: no match is 30 here and 40 there. The headers also differ in what a failed
- * call leaves in its result.
+ * different numbers: no match is 30 here and 40 there. Some calls of slink.h leave something else
+ * in the result when they fail.
  *
  * **Emptiness.** Not every call looks at the same field to see whether the list is empty. This
  * matters only if somebody changed the head or the link nodes by hand. Remove_CurNode and
- * Delete_CurNode look at the cursor; the calls for head and tail look at the first or the last
- * element; Insert, Get_CurNode, the searches, the walk and the calls that move the cursor by one
- * element look at the element count.
+ * Delete_CurNode look at the cursor; the HeadNode calls look at the first element, the TailNode
+ * calls at the last; Insert, Get_CurNode, the searches, the walk and the calls that move the cursor
+ * by one element look at the element count.
  */
 #ifndef WYX_COMMLIB_DLINK_H
 #define WYX_COMMLIB_DLINK_H
@@ -133,7 +131,7 @@ typedef struct xelpDLinkList_S_Node {
     void *pstruUserNode;                     /**< the user node, never null */
 } DLinkList_S_Node;
 
-/** The head of a list. A handle points to it. For reading only. */
+/** The head of a list, which a handle points to. For reading only. */
 typedef struct xelpDLinkList_S_Head {
     DLinkList_S_Node *pstruFirstNode;     /**< the first link node; null if the list is empty */
     DLinkList_S_Node *pstruLastNode;      /**< the last link node; null if the list is empty */
@@ -146,8 +144,8 @@ typedef struct xelpDLinkList_S_Head {
 /**
  * @brief Creates an empty list.
  *
- * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
- *                           one
+ * @param[in]  pfunCmpNode   comparator for searches that pass none; may be null if every search
+ *                           passes one
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_DLinkList_Deinit();
  *                           untouched on failure
@@ -183,16 +181,17 @@ WYX_API QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_DLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match. The cursor moves to the match's successor.
+ * @brief Removes the first match.
  *
- * Elements are compared from first to last. If the match was the last element, the cursor moves to
- * its predecessor. All arguments are checked first, even if the list is empty.
+ * All arguments are checked first, even if the list is empty. Elements are compared from first to
+ * last. The cursor moves to the successor of the match or, if there is no successor, to the
+ * predecessor.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, handed over; null during the search, and after it
- *                            if nothing was removed; untouched if an argument is refused
+ * @param[out] pstruNode      the user node, handed over; null during the search and if nothing
+ *                            matches; untouched if an argument is refused
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
  *         in the list), a null condition or a null @p pstruNode;
  *         #XELP_ERR_DLL_NULL for an empty list; #XELP_ERR_DLL_FIND if no element matches.
@@ -203,7 +202,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
 /**
  * @brief Removes the first match and releases its user node.
  *
- * Calls XELP_DLinkList_Remove(), then passes the user node to the list's release callback.
+ * Calls XELP_DLinkList_Remove(), then passes the user node, if there is one, to the release
+ * callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -219,8 +219,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, still stored; null during the search, and after it
- *                            if there is no match; untouched if an argument is refused
+ * @param[out] pstruNode      the user node, still stored; null during the search and if nothing
+ *                            matches; untouched if an argument is refused
  * @return as XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
@@ -311,24 +311,23 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 /**
  * @brief Removes the element at the cursor.
  *
- * The cursor moves to the successor of the removed element or, if that was the last element, to its
+ * The cursor moves to the successor of the removed element or, if there is no successor, to the
  * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, handed over; null on failure
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument; #XELP_ERR_DLL_NULL if the cursor
- *         is nowhere.
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null argument; #XELP_ERR_DLL_NULL for an empty list.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
 
 /**
  * @brief Removes the element at the cursor and releases its user node.
  *
- * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
+ * Calls XELP_DLinkList_Remove_CurNode(), then passes the user node, if there is one, to the release
+ * callback.
  *
  * @param[in] pstruHead  the handle, borrowed
- * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL if the cursor
- *         is nowhere.
+ * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete_CurNode(void *pstruHead);
 
@@ -353,7 +352,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the first element and releases its user node.
  *
- * Calls XELP_DLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
+ * Calls XELP_DLinkList_Remove_HeadNode(), then passes the user node, if there is one, to the
+ * release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
@@ -363,7 +363,8 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases its user node.
  *
- * Calls XELP_DLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
+ * Calls XELP_DLinkList_Remove_TailNode(), then passes the user node, if there is one, to the
+ * release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_DLL_INVALID_PARA for a null handle; #XELP_ERR_DLL_NULL for an empty list.
@@ -376,13 +377,14 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete_TailNode(void *pstruHead);
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it.
- * - on another element: the walk continues *with* that element. So if the callback removes the
- *   element it was called for, the walk continues with the successor. The *last* element has no
- *   successor: after its removal the walk returns to its predecessor, even if it has visited the
- *   predecessor before.
- * - on no element, because the list is empty: the walk ends.
+ * - on another element: the walk continues *with* that element.
+ * - nowhere, because the list is empty: the walk ends.
  *
- * Insert, Query and the removal of another element move the cursor, too. After them the walk may
+ * So if the callback removes the element it was called for, the walk continues with the successor.
+ * The *last* element has no successor: if the callback removes it, the walk continues with the
+ * predecessor, even if that was visited before.
+ *
+ * Insert, Query and the removal of another element may move the cursor elsewhere: the walk may then
  * miss elements, visit elements again or never end.
  *
  * The walk recognises an element by the address of its link node. If the callback removes the

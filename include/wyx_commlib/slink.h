@@ -2,10 +2,10 @@
  * @file slink.h
  * @brief Fixed-capacity list of the caller's records, with a cursor, in one block of memory.
  *
- * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Its
- * elements are in an array of *slots*, which is allocated with the list: storing and removing never
- * allocate, and a full list refuses another element. The links between elements are slot indexes.
- * Your callbacks compare and release user nodes.
+ * The list stores pointers to records of yours, the *user nodes*, in an order you choose. Each
+ * stored pointer is an *element* and takes one *slot* of an array that is allocated with the list.
+ * So storing and removing never allocate, and a full list refuses another element. The list never
+ * looks into your records: your callbacks compare and release them.
  *
  * @code{.c}
  * void *list = NULL;
@@ -28,12 +28,10 @@
  * (Process_List) that its callback stops.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
- * - every Remove and every Delete that succeeds puts the cursor on the successor of the removed
- *   element or, if that was the last element, on its predecessor;
+ * - a Remove or Delete that removes an element puts the cursor, wherever it was, on the successor
+ *   of the removed element or, if there is no successor, on the predecessor;
  * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
  * - the other Get calls leave the cursor alone.
- *
- * A Remove or Delete moves the cursor even if the cursor was on another element.
  *
  * **Results.** What a call does with a null result pointer, and what it leaves in the result when
  * it fails, differs from call to call: see each call.
@@ -41,8 +39,8 @@
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
  * - A Delete calls the release callback last, when the element has left the list and the cursor has
- *   moved. The callback may use the list, but must not tear it down. When XELP_SLinkList_Deinit()
- *   calls it, it must not use the list at all.
+ *   moved. The release callback may use the list, but must not tear it down. During
+ *   XELP_SLinkList_Deinit(), the release callback must not use the list at all.
  * - The callback of a walk may do anything with the list except tear it down;
  *   XELP_SLinkList_Process_List() says where the walk then continues.
  *
@@ -54,20 +52,21 @@
  * - a walk, in the number of visits;
  * - a teardown that releases the user nodes, in the number of elements.
  *
- * The block takes 48 bytes plus 16 for each slot.
+ * The list takes one block of 48 bytes plus 16 for each slot.
  *
  * **Threads.** Two threads must not use the same list at once, not even for queries, because a
  * query moves the cursor. Different lists are independent.
  *
  * **Siblings.** dlink.h (elements allocated one by one) and hash.h (records found by a key) look
  * much like this header, but differ on purpose. In dlink.h, the statuses from FIND to BREAK are 10
- * lower, `ulTotalNum` of the head is the number of elements, and some calls leave other results
- * when they fail.
+ * lower, `ulTotalNum` of the head is the number of elements, and some calls leave something else in
+ * the result when they fail.
  *
  * **Emptiness.** Not every call looks at the same field to see whether the list is empty. This
  * matters only if somebody took or returned slots by hand, or changed the head or the slots. Insert
- * and the calls for head and tail look at the first or the last element. The searches and the walk
- * look at the element count; the calls that need a cursor look at the count and the cursor.
+ * and the HeadNode calls look at the first element, the TailNode calls at the last. The searches
+ * and the walk look at the element count; the calls that need a cursor look at the count and the
+ * cursor.
  */
 #ifndef WYX_COMMLIB_SLINK_H
 #define WYX_COMMLIB_SLINK_H
@@ -132,15 +131,17 @@ typedef void (*XELP_SLinkList_FreeNode)(void *pstruUserNode);
 typedef QAL_UINT32 (*XELP_SLinkList_ProcessFun)(void *pProcessCondition, void *pstruUserNode,
                                                 void **pOther);
 
-/** A slot. For reading only. The index 0xFFFFFFFF, here and in the head, means *none*. */
+/**
+ * A slot. For reading only. Elements are linked by slot indexes; the index 0xFFFFFFFF, here and in
+ * the head, means *none*.
+ */
 typedef struct xelpSLinkList_S_Node {
     QAL_UINT32 ulPNode;  /**< the previous element, or none; 0 in a free slot */
     QAL_UINT32 ulNNode;  /**< the next element or the next free slot, or none */
     void *pstruUserNode; /**< the user node; null in a free slot */
 } SLinkList_S_Node;
 
-/** The head of a list. A handle points to it, and the slots follow it directly. For reading only.
- */
+/** The head of a list, which a handle points to. The slots follow directly. For reading only. */
 typedef struct xelpSLinkList_S_Head {
     QAL_UINT32 ulFirstNode;               /**< the first element; none if the list is empty */
     QAL_UINT32 ulLastNode;                /**< the last element; none if the list is empty */
@@ -160,9 +161,10 @@ typedef struct xelpSLinkList_S_Head {
  * any slot that was never used.
  *
  * @param[in]  ulNodeNum     capacity in elements, 1 to 268435452; for a larger capacity the size of
- *                           the block wraps, and the call fails with #XELP_ERR_SLL_MEMORY
- * @param[in]  pfunCmpNode   comparator for searches that pass none; null if every search passes
- *                           one
+ *                           the block does not fit in 32 bits, and the call fails with
+ *                           #XELP_ERR_SLL_MEMORY
+ * @param[in]  pfunCmpNode   comparator for searches that pass none; may be null if every search
+ *                           passes one
  * @param[in]  pfunFreeNode  release callback for user nodes; not null
  * @param[out] pstruHead     the handle, handed over: release it with XELP_SLinkList_Deinit();
  *                           untouched on failure
@@ -199,16 +201,17 @@ WYX_API QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
                                          XELP_E_SLL_Insert_Position enPosition);
 
 /**
- * @brief Removes the first match. The cursor moves to the match's successor.
+ * @brief Removes the first match.
  *
- * Elements are compared from first to last. If the match was the last element, the cursor moves to
- * its predecessor. All arguments are checked first, even if the list is empty.
+ * All arguments are checked first, even if the list is empty. Elements are compared from first to
+ * last. The cursor moves to the successor of the match or, if there is no successor, to the
+ * predecessor.
  *
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, handed over; null during the search, and after it
- *                            if nothing was removed; untouched if an argument is refused
+ * @param[out] pstruNode      the user node, handed over; null during the search and if nothing
+ *                            matches; untouched if an argument is refused
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle, no comparator (neither in the call nor
  *         in the list), a null condition or a null @p pstruNode;
  *         #XELP_ERR_SLL_NULL for an empty list; #XELP_ERR_SLL_FIND if no element matches.
@@ -219,7 +222,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
 /**
  * @brief Removes the first match and releases its user node.
  *
- * Calls XELP_SLinkList_Remove(), then passes the user node to the list's release callback.
+ * Calls XELP_SLinkList_Remove(), then passes the user node, if there is one, to the release
+ * callback.
  *
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
@@ -235,8 +239,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @param[in]  pstruHead      the handle, borrowed
  * @param[in]  pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
- * @param[out] pstruNode      the user node, still stored; null during the search, and after it
- *                            if there is no match; untouched if an argument is refused
+ * @param[out] pstruNode      the user node, still stored; null during the search and if nothing
+ *                            matches; untouched if an argument is refused
  * @return as XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
@@ -339,7 +343,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
 /**
  * @brief Removes the element at the cursor.
  *
- * The cursor moves to the successor of the removed element or, if that was the last element, to its
+ * The cursor moves to the successor of the removed element or, if there is no successor, to the
  * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
@@ -370,7 +374,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove_TailNode(void *pstruHead, void **pstruN
 /**
  * @brief Removes the element at the cursor and releases its user node.
  *
- * Calls XELP_SLinkList_Remove_CurNode(), then passes the user node to the list's release callback.
+ * Calls XELP_SLinkList_Remove_CurNode(), then passes the user node, if there is one, to the release
+ * callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -380,7 +385,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_CurNode(void *pstruHead);
 /**
  * @brief Removes the first element and releases its user node.
  *
- * Calls XELP_SLinkList_Remove_HeadNode(), then passes the user node to the list's release callback.
+ * Calls XELP_SLinkList_Remove_HeadNode(), then passes the user node, if there is one, to the
+ * release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -390,7 +396,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_HeadNode(void *pstruHead);
 /**
  * @brief Removes the last element and releases its user node.
  *
- * Calls XELP_SLinkList_Remove_TailNode(), then passes the user node to the list's release callback.
+ * Calls XELP_SLinkList_Remove_TailNode(), then passes the user node, if there is one, to the
+ * release callback.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
@@ -403,13 +410,14 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete_TailNode(void *pstruHead);
  * Before each visit the cursor moves to the element. After the visit, the position of the cursor
  * decides how the walk continues:
  * - still on that element: the walk continues with the element that now follows it.
- * - on another element: the walk continues *with* that element. So if the callback removes the
- *   element it was called for, the walk continues with the successor. The *last* element has no
- *   successor: after its removal the walk returns to its predecessor, even if it has visited the
- *   predecessor before.
- * - on no element, because the list is empty: the walk ends.
+ * - on another element: the walk continues *with* that element.
+ * - nowhere, because the list is empty: the walk ends.
  *
- * Insert, Query and the removal of another element move the cursor, too. After them the walk may
+ * So if the callback removes the element it was called for, the walk continues with the successor.
+ * The *last* element has no successor: if the callback removes it, the walk continues with the
+ * predecessor, even if that was visited before.
+ *
+ * Insert, Query and the removal of another element may move the cursor elsewhere: the walk may then
  * miss elements, visit elements again or never end.
  *
  * The walk recognises an element by its slot, and the slot freed last is reused first. So if the
@@ -429,11 +437,11 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * These two calls take and return a slot in the same way as the Insert and Remove calls do. If you
- * take slots yourself, the list counts each as an element until you return it. If it has no
- * element but such slots, it has no cursor: calls that need a cursor then report an empty list
- * (#XELP_ERR_SLL_NULL), a search reports #XELP_ERR_SLL_FIND, and a walk visits nothing and returns
- * 0.
+ * XELP_SLinkList_Insert() takes a free slot, and a Remove call returns one. With these two calls
+ * you take and return slots yourself. Until you return a slot, the list counts it as an element.
+ * While you hold a slot and the list stores no user node, a search reports #XELP_ERR_SLL_FIND, a
+ * walk visits nothing and returns 0, and the other calls that need an element report an empty list
+ * (#XELP_ERR_SLL_NULL).
  * @{ */
 
 /**
@@ -449,9 +457,8 @@ WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
  * @brief Returns a slot to the free chain.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] ulFreeNode  index of a slot that SLinkList_Remove_FreeNode() returned, taken. The slot
- *                        must not be free already and must not hold an element. Neither is checked:
- *                        returning such a slot corrupts the list
+ * @param[in] ulFreeNode  the slot's index from SLinkList_Remove_FreeNode(), taken. Not checked: a
+ *                        slot that is already free or holds an element corrupts the list
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle or for an index that is not below the
  *         capacity, such as 0xFFFFFFFF.
  */

@@ -20,7 +20,7 @@ void Release(T *&pBlock, QAL_UINT32 ulLine = __builtin_LINE(),
 }
 
 /**
- * Allocates a block for an array. The allocator takes a size of 32 bits.
+ * Allocates a block for an array. @p allocate takes a size of 32 bits.
  *
  * Kept: if the size does not fit, its low 32 bits are requested anyway, and the block is released
  * again (SLinkListInit.WrappedSizeIsRequestedAndReturnsMemoryStatus,

@@ -28,8 +28,8 @@ struct DLink {
     static constexpr Flag kYes = XELP_DLL_FreeUserNode_Yes;
     static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
 
-    static constexpr std::size_t kCapacity = 0; // no limit
-    static constexpr char kResultIfEmpty = '-'; // the calls set it to null
+    static constexpr std::size_t kCapacity = 0;   // no limit
+    static constexpr char kResultIfEmpty = kNull; // as the calls at the cursor leave it
     static constexpr bool kRefusesEveryNullResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;

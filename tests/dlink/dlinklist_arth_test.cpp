@@ -32,7 +32,7 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
     void *pResult = nullptr;
 
     Build("a[b]c");
-    Head().ulTotalNum = 0; // the following calls look at the count ...
+    Head().ulTotalNum = 0; // most calls look at the count
     for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode}) {
         EXPECT_EQ(status(call), XELP_ERR_DLL_NULL) << call.pszName;
     }
@@ -41,10 +41,10 @@ TEST_F(DLinkListEmptiness, IsDecidedByTheDocumentedField)
     EXPECT_EQ(Walker<DLink::Process_List>().Walk(list), XELP_ERR_DLL_NULL);
     const DLinkList_S_Head before = Head();
     EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 0U);
-    EXPECT_EQ(Text(), "[x]"); // the new element is the first and the last
+    EXPECT_EQ(Text(), "[x]"); // inserted as into an empty list
     EXPECT_EQ(XELP_DLinkList_Delete_CurNode(list), 0U);
     Head() = before;
-    EXPECT_EQ(status(kGetHeadNode), 0U); // ... and these do not
+    EXPECT_EQ(status(kGetHeadNode), 0U); // but these two do not
     EXPECT_EQ(status(kGetTailNode), 0U);
     Head().ulTotalNum = 3;
 
@@ -182,8 +182,8 @@ TEST_F(DLinkListMemory, EveryMemoryCallPassesItsOwnLine)
     for (const Event &event : platform.Events()) {
         lines.insert(event.line);
     }
-    // The head is allocated and released. A node is allocated; it is released by a refused
-    // insertion, by a removal and by the teardown.
+    // One line allocates the head, and one releases it. One line allocates a node, and three
+    // release nodes: after a refused insertion, in a removal and in the teardown.
     EXPECT_EQ(lines.size(), 6U);
 }
 

@@ -1,5 +1,4 @@
-// Tests of the fixed-capacity list: the suite that both lists share, and what only this list
-// does.
+// Tests of the fixed-capacity list: the suite that both lists share, and what only this list does.
 #include "wyx_commlib/slink.h"
 
 #include <cstring>
@@ -106,12 +105,12 @@ TEST_F(SLinkListInit, WrappedSizeIsRequestedAndReturnsMemoryStatus)
         const char *pszCalls;
     } aCase[] = {
         {268435453, "S 0, freeD"},   // the first size that wraps
-        {268435454, "S 16, freeD"},  //
+        {268435454, "S 16, freeD"},  // less than the head
         {0x10000000, "S 48, freeD"}, // the head alone
         {0x10000001, "S 64, freeD"}, // the head and one slot
         {0x20000000, "S 48, freeD"}, // wraps twice
-        {0x80000003, "S 96, freeD"}, //
-        {0xFFFFFFFF, "S 32, freeD"}, // less than the head
+        {0x80000003, "S 96, freeD"}, // wraps eight times
+        {0xFFFFFFFF, "S 32, freeD"}, // the largest number
     };
     for (const auto &c : aCase) {
         SCOPED_TRACE(c.ulNodeNum);
@@ -331,8 +330,8 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsOutwardLink)
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('a'), SLink::kAfterLast), 0U);
         ASSERT_EQ(XELP_SLinkList_Insert(list, User('b'), SLink::kAfterLast), 0U);
         EXPECT_EQ(SLinkList_Insert_FreeNode(list, 1), 0U);
-        Head().pstruBase[2].ulPNode =
-            7; // following the last element's forward link would write here
+        // Following the last element's forward link would write here.
+        Head().pstruBase[2].ulPNode = 7;
         EXPECT_EQ(isDelete ? XELP_SLinkList_Delete_TailNode(list)
                            : XELP_SLinkList_Remove_TailNode(list, &pResult),
                   0U);
@@ -344,7 +343,7 @@ TEST_F(SLinkListSlots, EndIsRemovedWithoutReadingItsOutwardLink)
     }
 }
 
-/// Whatever slots are taken and returned by hand, no call reads or writes outside the block.
+/// The slots returned by hand may hold elements, so the links may lead anywhere within the block.
 TEST_F(SLinkListSlots, RandomCallsStayInTheBlockWhenSlotsAreTakenByHand)
 {
     Random random;

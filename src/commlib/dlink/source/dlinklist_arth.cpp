@@ -18,7 +18,7 @@ struct Gap {
     Node *pNext;
 };
 
-/// Makes the neighbour before a gap link forward to @p pAfterPrev, and the neighbour after it link
+/// Links the neighbour before the gap forward to @p pAfterPrev, and the neighbour after the gap
 /// back to @p pBeforeNext. At an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, Node *pAfterPrev, Node *pBeforeNext)
 {
@@ -68,8 +68,8 @@ Gap GapOfLast(const Node &node)
     return {node.pstruPNode, nullptr};
 }
 
-/// Releases an element. Not inlined: Release() passes the address of a local pointer to the
-/// platform, so if it were inlined, every caller would get a stack guard.
+/// Releases a link node. Not inlined: Release() passes the address of a local pointer to the
+/// platform, so every caller would get a stack guard.
 [[gnu::noinline]] void ReleaseNode(Node *pNode)
 {
     Release(pNode);
@@ -79,8 +79,8 @@ Gap GapOfLast(const Node &node)
 void *Unlink(Head &head, Node *pNode, Gap gap)
 {
     Join(head, gap, gap.pNext, gap.pPrev);
-    // Kept: every removal moves the cursor here from wherever it was, even that of the first or the
-    // last element (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: the cursor moves even if it was on another element
+    // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.pstruNow = gap.pNext != nullptr ? gap.pNext : gap.pPrev;
     void *const pUserNode = pNode->pstruUserNode;
     ReleaseNode(pNode);
@@ -98,7 +98,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Sets a result to the user node of an element. If the element is null, the list is empty.
+/// Sets a result to the user node of an element. Reports an empty list if @p pNode is null.
 QAL_UINT32 Get(const Node *pNode, void **ppUserNode)
 {
     if (pNode == nullptr) {
@@ -236,7 +236,7 @@ QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag
             head.pfunFreeNode(pNode->pstruUserNode);
         }
         Node *const pNext = pNode->pstruNNode;
-        wyx::Release(pNode); // not ReleaseNode(), so that the platform can tell it from a removal
+        wyx::Release(pNode); // not ReleaseNode(): the teardown passes a line of its own
         pNode = pNext;
     }
     wyx::Release(pstruHead);

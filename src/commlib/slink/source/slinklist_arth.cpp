@@ -28,7 +28,7 @@ struct Gap {
     QAL_UINT32 ulNext;
 };
 
-/// Makes the neighbour before a gap link forward to @p ulAfterPrev, and the neighbour after it link
+/// Links the neighbour before the gap forward to @p ulAfterPrev, and the neighbour after the gap
 /// back to @p ulBeforeNext. At an end of the list, sets the head's link instead.
 void Join(Head &head, Gap gap, QAL_UINT32 ulAfterPrev, QAL_UINT32 ulBeforeNext)
 {
@@ -94,8 +94,8 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
 /// only call is this one, as a tail call, needs no stack frame.
 [[gnu::noinline]] QAL_UINT32 ReturnSlotAnd(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
 {
-    // Hides the value from Clang, which would otherwise give up the tail call in order to return
-    // the constant itself.
+    // Hides the value from Clang, which would otherwise have each caller return the constant, and
+    // so give up the tail call.
     __asm__("" : "+r"(ulStatus));
     ReturnSlot(head, head.pstruBase[ulNode], ulNode);
     return ulStatus;
@@ -125,21 +125,21 @@ void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
 {
     Node &node = head.pstruBase[ulNode];
     Join(head, gap, gap.ulNext, gap.ulPrev);
-    // Kept: every removal moves the cursor here from wherever it was, even that of the first or the
-    // last element (ListTest.RemovalMovesTheCursorBesideTheGap).
+    // Kept: the cursor moves even if it was on another element
+    // (ListTest.RemovalMovesTheCursorBesideTheGap).
     head.ulNow = gap.ulNext != kNone ? gap.ulNext : gap.ulPrev;
     *ppUserNode = node.pstruUserNode;
     ReturnSlot(head, node, ulNode);
 }
 
-/// Removes any element. Not inlined: two calls share one copy.
+/// Removes an element, wherever it is in the list. Not inlined: two calls share one copy.
 [[gnu::noinline]] void UnlinkAnywhere(Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), ppUserNode);
 }
 
-/// The cursor, or kNone if the count is 0. The count includes slots taken with
-/// SLinkList_Remove_FreeNode(). If all counted slots were, the cursor is kNone, too
+/// The cursor, or kNone if the count is 0. The count includes slots taken by hand, so even if the
+/// count is not 0, there may be no element, and the cursor is then kNone, too
 /// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
@@ -156,7 +156,7 @@ Head *ClearAndOpen(void *pstruHead, void **ppUserNode)
     return static_cast<Head *>(pstruHead);
 }
 
-/// Sets a result to the user node of an element. Reports an empty list if the element is kNone.
+/// Sets a result to the user node of an element. Reports an empty list if @p ulNode is kNone.
 QAL_UINT32 Get(const Head &head, QAL_UINT32 ulNode, void **ppUserNode)
 {
     if (ulNode == kNone) {
@@ -294,7 +294,7 @@ QAL_UINT32 XELP_SLinkList_Init(QAL_UINT32 ulNodeNum, XELP_SLinkList_NodeCmp pfun
     pHead->pstruBase = pBase;
     pHead->pfunCmpNode = pfunCmpNode;
     pHead->pfunFreeNode = pfunFreeNode;
-    // The platform fills the block with 0, so only the links of the free chain are set.
+    // In the slots, only the links of the free chain are set: the platform fills the block with 0.
     for (QAL_UINT32 i = 0; i < ulNodeNum; ++i) {
         pBase[i].ulNNode = i + 1;
     }
@@ -540,7 +540,7 @@ QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
         return XELP_ERR_SLL_INVALID_PARA;
     }
     Head &head = *static_cast<Head *>(pstruHead);
-    if (ulFreeNode >= head.ulTotalNum) { // true for kNone, too
+    if (ulFreeNode >= head.ulTotalNum) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
     return ReturnSlotAnd(head, ulFreeNode, 0);
