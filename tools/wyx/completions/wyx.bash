@@ -1,7 +1,7 @@
 # Completion of wyx for bash: the tool itself offers the words that fit.
 
-# _wyx_plain WORD: a word of the command line without its quotes. Nothing in it is expanded but a
-# tilde: completing must not run what somebody is typing.
+# _wyx_plain WORD: a word of the command line without its quotes. Nothing but ~/ at its beginning is
+# expanded: completing must not run what somebody is typing.
 _wyx_plain() {
     local word=${1//[\\\"\']/}
     printf '%s' "${word/#~\//$HOME/}"

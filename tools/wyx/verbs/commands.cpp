@@ -14,15 +14,13 @@ constexpr Option kHelp = {'h', "help", "", "explain the verb, with examples, and
 constexpr Option kJson = {'\0', "json", "", "write JSON"};
 constexpr Option kStrict = {'\0', "strict", "",
                             "refuse a file with a byte-order mark, or with lines that cannot be "
-                            "read; without it they are worked around, and kept"};
+                            "read, instead of working around them"};
 constexpr Option kInPlace = {'\0', "in-place", "",
                              "write into the file itself, for a file that is somebody else's or a "
-                             "mount point. A crash may leave half of the change, and programs "
-                             "that read the file meanwhile may see it"};
+                             "mount point. A crash may leave half of the change"};
 constexpr Option kCreate = {'\0', "create", "", "make the file if it does not exist"};
 constexpr Option kDryRun = {'n', "dry-run", "", "change nothing, and write the change as a diff"};
-constexpr Option kExisting = {'\0', "existing", "",
-                              "fail if a key is missing; change nothing then"};
+constexpr Option kExisting = {'\0', "existing", "", "change nothing and fail if a key is missing"};
 constexpr Option kIfMissing = {'\0', "if-missing", "", "change no key that exists"};
 constexpr Option kWait = {'\0', "wait", "SECONDS",
                           "how long to wait for a file that another program has locked, 10 by "
@@ -52,12 +50,10 @@ constexpr Command kCommands[] = {
         .name = "sum",
         .summary = "Checksums of files, and their verification",
         .operands = "[FILE...]",
-        .text = "Each FILE, of any size, becomes a line: the sum in hexadecimal digits, two spaces "
-                "and the name; '-' or no FILE is standard input (a terminal only with '-'). If a "
-                "name holds a line end or a backslash, its line begins with a backslash, and the "
-                "name has \\n, \\r and \\\\ in their place. Lists of MD5 sums have the form that "
-                "md5sum writes, and lists by md5sum can be verified unless they were written with "
-                "its option -z.",
+        .text = "Writes a line for each FILE: the sum in hexadecimal digits, two spaces and the "
+                "name. '-' or no FILE is standard input; a terminal needs the '-'. If a name "
+                "holds a line end or a backslash, its line begins with a backslash, and the name "
+                "has \\n, \\r and \\\\ in their place. With --md5, the lists are those of md5sum.",
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
@@ -92,10 +88,9 @@ constexpr Command kCommands[] = {
         .name = "base64",
         .summary = "Base64 of a file, and back",
         .operands = "[FILE]",
-        .text = "Works on streams of any size; '-' or no FILE is standard input (a terminal "
-                "only with '-'). Decoding also takes the URL-safe '-' and '_', and skips padding, "
-                "line ends and NUL bytes wherever they are. Any other character ends it with an "
-                "error that names its offset.",
+        .text = "'-' or no FILE is standard input; a terminal needs the '-'. Decoding also takes "
+                "the URL-safe '-' and '_', and skips padding, line ends and NUL bytes. Any other "
+                "character is an error, unless -i skips it.",
         .examples = "  wyx base64 picture.png > picture.txt\n"
                     "  wyx base64 -d picture.txt | cmp - picture.png\n"
                     "  printf secret | wyx base64 -w 0\n",
@@ -110,11 +105,11 @@ constexpr Command kCommands[] = {
         .name = "addr",
         .summary = "What IPv4 and IPv6 addresses mean to the library",
         .operands = "[TEXT...]",
-        .text = "For each TEXT, writes the family, the address in canonical form and the port, or "
-                "what is wrong and at which offset. '-' or no TEXT reads a list from standard "
-                "input (a terminal only with '-'), one address per line. Notes warn about texts "
-                "that other parsers read differently, such as a leading zero. An IPv6 address "
-                "with port 0 is shown like one without a port.",
+        .text = "For each TEXT, writes the family, the address and the port, or what is wrong and "
+                "at which offset. '-' or no TEXT reads a list from standard input, one address "
+                "per line; a terminal needs the '-'. Notes warn about texts that other parsers "
+                "read differently, such as a leading zero. An IPv6 address with port 0 is shown "
+                "like one without a port.",
         .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
                     "  wyx addr --json 010.0.0.1\n"
                     "  wyx addr < LIST\n",
@@ -131,7 +126,7 @@ constexpr Command kCommands[] = {
         .examples = "  wyx ini sections net.ini           what sections there are\n"
                     "  wyx ini get net.ini net port       a value\n"
                     "  wyx ini set net.ini net port=5061  change it\n"
-                    "  wyx ini check *.ini                all that is wrong with files\n",
+                    "  wyx ini check *.ini                what is wrong with files\n",
         .options = {kHelp},
         .run = nullptr,
     },
@@ -142,9 +137,9 @@ constexpr Command kCommands[] = {
         .text = "Writes the value as the library reads it, quotation marks included, and an empty "
                 "line for a key without a value (null in JSON).\n"
                 "\n"
-                "With --format, writes KEY, or all keys of the section as lookups see them: 'sh' "
-                "as assignments that a shell can read, 'lines' as '[ SECTION ] KEY = VALUE' "
-                "(without ' = VALUE' if there is none), 'json' as one object.",
+                "With --format, writes KEY, or all keys of the section: 'sh' as assignments that "
+                "a shell can read, 'lines' as '[ SECTION ] KEY = VALUE' (without ' = VALUE' if "
+                "there is none), 'json' as one object.",
         .examples = "  wyx ini get net.ini net port\n"
                     "  port=$(wyx ini get --default 5060 net.ini net port)\n"
                     "  eval \"$(wyx ini get --format=sh net.ini net)\"\n",
@@ -157,23 +152,20 @@ constexpr Command kCommands[] = {
     },
     {
         .name = "ini set",
-        .summary = "Set keys, all of them in one step",
+        .summary = "Set one or more keys",
         .operands = "FILE [SECTION] [SECTION.]KEY=VALUE...",
-        .text = "Only the value changes, or a line is added. Indented lines below a key that "
-                "belong to its value go with the old one; no other byte of the file changes. A key "
-                "that exists keeps its place, layout and ' ;' comment; a new one goes after the "
-                "last key of its section's last block and is laid out like it; a new section goes "
-                "to the end of the file. 'KEY=' sets an empty value. The file keeps its mode and "
-                "owner; a symbolic link is followed. With '-' for FILE, standard input is changed, "
-                "and written to standard output.\n"
+        .text = "In the line of a key that exists, only what 'wyx ini get' writes is replaced; "
+                "indented lines that continue the old value are removed. A new key goes below the "
+                "last key of its section's last block, a new section to the end of the file. "
+                "'KEY=' sets an empty value. With '-' for FILE, standard input is changed, and "
+                "written to standard output.\n"
                 "\n"
                 "Without the operand SECTION, each setting names its section: in "
                 "SECTION.KEY=VALUE, the section ends at the last dot before the '='.\n"
                 "\n"
-                "What is written is read back and compared before it takes the file's place (with "
-                "--in-place, afterwards). A name or value that would not read back the same is "
-                "refused, and the file left as it was. So are some changes that would be right for "
-                "one program and damage for another.",
+                "The file is replaced in one step (but see --in-place), and keeps its mode and "
+                "owner. A name or value that would not read back the same is refused, and so are "
+                "some changes that would be right for one program and damage for another.",
         .examples = "  wyx ini set net.ini net port=5061\n"
                     "  wyx ini set net.ini sip user=alice 'display=\"Alice ;-)\"' proxy=\n"
                     "  wyx ini set net.ini net.port=5061 sip.user=alice\n"
@@ -188,9 +180,8 @@ constexpr Command kCommands[] = {
         .summary = "Delete a key, or a whole section",
         .operands = "FILE SECTION [KEY]",
         .text = "Deletes every line of the key in every block of the section, with the indented "
-                "lines that belong to its value; without a KEY, every block of the section, with "
-                "all lines up to the next header except directives such as '!include'. No other "
-                "byte of the file changes.",
+                "lines that continue its value; without a KEY, every block of the section, with "
+                "all lines up to the next header except directives such as '!include FILE'.",
         .examples = "  wyx ini del net.ini net port\n"
                     "  wyx ini del net.ini net\n"
                     "  wyx ini del - net < net.ini > less.ini\n",
@@ -201,10 +192,10 @@ constexpr Command kCommands[] = {
         .name = "ini merge",
         .summary = "Set the keys that standard input has",
         .operands = "FILE",
-        .text = "Reads an INI file from standard input and sets each of its keys in FILE, as 'wyx "
-                "ini set' does; comments and sections without keys are not carried over. If a "
-                "section has a key more than once, its last line counts. Input with a byte-order "
-                "mark, a line that cannot be read or a key before the first section is refused.",
+        .text = "Sets each key of an INI file on standard input, as 'wyx ini set' does; comments "
+                "and sections without keys are not copied. If a section has a key more than once, "
+                "its last line counts. Input with a byte-order mark, a line that cannot be read "
+                "or a key before the first section is refused.",
         .examples = "  wyx ini merge net.ini < changes.ini\n"
                     "  wyx ini merge --if-missing net.ini < defaults.ini\n"
                     "  wyx ini merge -n net.ini < changes.ini    what it would change\n",
@@ -214,7 +205,7 @@ constexpr Command kCommands[] = {
     },
     {
         .name = "ini sections",
-        .summary = "The names of all sections",
+        .summary = "The names of the sections",
         .operands = "FILE",
         .text = "A section that is in the file more than once is listed each time.",
         .examples = "  wyx ini sections net.ini\n"
@@ -244,13 +235,12 @@ constexpr Command kCommands[] = {
     },
     {
         .name = "ini check",
-        .summary = "All that is wrong with files, and what a save would change",
+        .summary = "What is wrong with files, and what a save would change",
         .operands = "FILE...",
-        .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for a "
-                "code, and make the exit code 4; lookups and edits may still work. Warnings have "
-                "the form 'FILE:LINE: warning: MESSAGE (WORD)': they point out text that lookups "
-                "read differently than a person would, and what a save by the library would "
-                "change.",
+        .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for "
+                "a code, and make the exit code 4. Warnings have the form 'FILE:LINE: warning: "
+                "MESSAGE (WORD)': they point out what a person may read differently than lookups "
+                "do, and what a save by the library would change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",
@@ -264,18 +254,16 @@ constexpr Command kCommands[] = {
         .name = "ini recover",
         .summary = "What an interrupted save left beside a file",
         .operands = "FILE",
-        .text = "A save of the library writes the new content to a file '<FILE up to its "
-                "last dot><time>.ibk', removes FILE, and renames. After a crash the '.ibk' file is "
-                "left. The newest is complete if FILE existed when its save began, is gone now, "
-                "and nothing else removed it. Any other may end too early, and its content need "
-                "not show that. Without an option, such files are listed, the newest first, with "
-                "their size and a remark, for example that they look truncated.\n"
+        .text = "A save of the library writes the new content to a file '<FILE up to its last "
+                "dot><time>.ibk', removes FILE, and renames. A crash can leave the '.ibk' file. "
+                "Lists such files, the newest first. The newest is complete if FILE existed when "
+                "its save began, is gone now, and nothing else removed it; any other may end too "
+                "early.\n"
                 "\n"
-                "--restore keeps what FILE holds as FILE.old, or as the first free one of "
-                "FILE.old1, FILE.old2, ...; if FILE is a symbolic link, beside the file it leads "
-                "to, under that file's name. It refuses content that does not load or has a NUL "
-                "byte. 'newest' is the newest file that loads, has no NUL byte, is not empty, does "
-                "not look truncated, and is yours or FILE's owner's, without further hard links.",
+                "--restore keeps what FILE holds as FILE.old, or as FILE.old1, FILE.old2, ... if "
+                "that is taken; for a symbolic link, beside the file it leads to. It refuses "
+                "content that does not load or has a NUL byte. 'newest' is the newest file that "
+                "can be restored without --force.",
         .examples = "  wyx ini recover net.ini\n"
                     "  wyx ini recover net.ini --show newest | diff net.ini -\n"
                     "  wyx ini recover net.ini --restore newest\n",
