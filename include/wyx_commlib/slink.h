@@ -445,7 +445,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
  * @{ */
 
 /**
- * @brief Takes a slot from the free chain without storing an element in it.
+ * @brief Takes a free slot without storing an element in it.
  *
  * @param[in] pstruHead  the handle, borrowed
  * @return the slot's index, handed over: return it with SLinkList_Insert_FreeNode(); 0xFFFFFFFF
@@ -454,11 +454,11 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
 WYX_API QAL_UINT32 SLinkList_Remove_FreeNode(void *pstruHead);
 
 /**
- * @brief Returns a slot to the free chain.
+ * @brief Returns a slot that you took.
  *
  * @param[in] pstruHead   the handle, borrowed
- * @param[in] ulFreeNode  the slot's index from SLinkList_Remove_FreeNode(), taken. Not checked: a
- *                        slot that is already free or holds an element corrupts the list
+ * @param[in] ulFreeNode  the slot's index from SLinkList_Remove_FreeNode(), taken. If the slot is
+ *                        already free or holds an element, the call corrupts the list
  * @return 0, or #XELP_ERR_SLL_INVALID_PARA for a null handle or for an index that is not below the
  *         capacity, such as 0xFFFFFFFF.
  */

@@ -29,7 +29,7 @@ struct DLink {
     static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
 
     static constexpr std::size_t kCapacity = 0;   // no limit
-    static constexpr char kResultIfEmpty = kNull; // as the calls at the cursor leave it
+    static constexpr char kResultIfEmpty = kNull; // left by the calls that need a cursor
     static constexpr bool kRefusesEveryNullResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;

@@ -33,7 +33,7 @@ struct SLink {
     static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
 
     static constexpr QAL_UINT32 kCapacity = 12;
-    static constexpr char kResultIfEmpty = kUntouched; // as the calls at the cursor leave it
+    static constexpr char kResultIfEmpty = kUntouched; // left by the calls that need a cursor
     static constexpr bool kRefusesEveryNullResult = false;
 
     static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,

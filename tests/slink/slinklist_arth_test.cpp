@@ -140,16 +140,16 @@ using SLinkListResults = SLinkListTest;
 TEST_F(SLinkListResults, AreLeftAsDocumented)
 {
     const Case aCase[] = {
-        {"", kGetCurNode, XELP_ERR_SLL_NULL, '?', ""},
-        {"", kGetPriorNode, XELP_ERR_SLL_NULL, '?', ""},
-        {"", kGetNextNode, XELP_ERR_SLL_NULL, '?', ""},
-        {"", kRemoveCurNode, XELP_ERR_SLL_NULL, '?', ""},
-        {"[a]b", kGetPriorNode, XELP_ERR_SLL_HEAD, '-', "[a]b"},
-        {"a[b]", kGetNextNode, XELP_ERR_SLL_TAIL, '-', "a[b]"},
-        {"", kGetHeadNode, XELP_ERR_SLL_NULL, '-', ""},
-        {"", kGetTailNode, XELP_ERR_SLL_NULL, '-', ""},
-        {"", kRemoveHeadNode, XELP_ERR_SLL_NULL, '-', ""},
-        {"", kRemoveTailNode, XELP_ERR_SLL_NULL, '-', ""},
+        {"", kGetCurNode, XELP_ERR_SLL_NULL, kUntouched, ""},
+        {"", kGetPriorNode, XELP_ERR_SLL_NULL, kUntouched, ""},
+        {"", kGetNextNode, XELP_ERR_SLL_NULL, kUntouched, ""},
+        {"", kRemoveCurNode, XELP_ERR_SLL_NULL, kUntouched, ""},
+        {"[a]b", kGetPriorNode, XELP_ERR_SLL_HEAD, kNull, "[a]b"},
+        {"a[b]", kGetNextNode, XELP_ERR_SLL_TAIL, kNull, "a[b]"},
+        {"", kGetHeadNode, XELP_ERR_SLL_NULL, kNull, ""},
+        {"", kGetTailNode, XELP_ERR_SLL_NULL, kNull, ""},
+        {"", kRemoveHeadNode, XELP_ERR_SLL_NULL, kNull, ""},
+        {"", kRemoveTailNode, XELP_ERR_SLL_NULL, kNull, ""},
     };
     for (const Case &c : aCase) {
         Run(c);
@@ -250,11 +250,11 @@ TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
         Call call;
         char chResult;
     } aCase[] = {
-        {kGetCurNode, '?'},     {kPriorPtr, '?'},       {kNextPtr, '?'},
-        {kGetPriorNode, '?'},   {kGetNextNode, '?'},    {kRemoveCurNode, '?'},
-        {kDeleteCurNode, '?'},  {kGetHeadNode, '-'},    {kGetTailNode, '-'},
-        {kRemoveHeadNode, '-'}, {kRemoveTailNode, '-'}, {kDeleteHeadNode, '?'},
-        {kDeleteTailNode, '?'},
+        {kGetCurNode, kUntouched},     {kPriorPtr, kUntouched},    {kNextPtr, kUntouched},
+        {kGetPriorNode, kUntouched},   {kGetNextNode, kUntouched}, {kRemoveCurNode, kUntouched},
+        {kDeleteCurNode, kUntouched},  {kGetHeadNode, kNull},      {kGetTailNode, kNull},
+        {kRemoveHeadNode, kNull},      {kRemoveTailNode, kNull},   {kDeleteHeadNode, kUntouched},
+        {kDeleteTailNode, kUntouched},
     };
     for (const auto &c : aCase) {
         EXPECT_EQ(Status(c.call), XELP_ERR_SLL_NULL) << c.call.pszName;

@@ -92,7 +92,7 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
 
 /// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a function whose
 /// only call is this one, as a tail call, needs no stack frame.
-[[gnu::noinline]] QAL_UINT32 ReturnSlotAnd(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
+[[gnu::noinline]] QAL_UINT32 ReturnSlotAndStatus(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
 {
     // Hides the value from Clang, which would otherwise have each caller return the constant, and
     // so give up the tail call.
@@ -138,8 +138,8 @@ void Unlink(Head &head, QAL_UINT32 ulNode, Gap gap, void **ppUserNode)
     Unlink(head, ulNode, GapOf(head.pstruBase[ulNode]), ppUserNode);
 }
 
-/// The cursor, or kNone if the count is 0. The count includes slots taken by hand, so even if the
-/// count is not 0, there may be no element, and the cursor is then kNone, too
+/// The cursor, or kNone if the count is 0. The count includes slots taken by hand, so the list may
+/// be empty even if the count is not 0; the cursor is then kNone, too
 /// (SLinkListSlots.ListIsEmptyThoughASlotWasTakenByHand).
 QAL_UINT32 Cursor(const Head &head)
 {
@@ -335,7 +335,7 @@ QAL_UINT32 XELP_SLinkList_Insert(void *pstruHead, void *pstruNode,
     Gap gap = {kNone, kNone};
     // Kept: an empty list accepts any position (ListTest.InsertPutsTheElementAtItsPosition).
     if (head.ulFirstNode != kNone && !FindGap(head, enPosition, gap)) [[unlikely]] {
-        return ReturnSlotAnd(head, ulNode, XELP_ERR_SLL_INVALID_PARA);
+        return ReturnSlotAndStatus(head, ulNode, XELP_ERR_SLL_INVALID_PARA);
     }
     Node &node = head.pstruBase[ulNode];
     node.ulPNode = gap.ulPrev;
@@ -543,7 +543,7 @@ QAL_UINT32 SLinkList_Insert_FreeNode(void *pstruHead, QAL_UINT32 ulFreeNode)
     if (ulFreeNode >= head.ulTotalNum) {
         return XELP_ERR_SLL_INVALID_PARA;
     }
-    return ReturnSlotAnd(head, ulFreeNode, 0);
+    return ReturnSlotAndStatus(head, ulFreeNode, 0);
 }
 
 } // extern "C"
