@@ -130,13 +130,13 @@ WYX_API QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QA
  * Readers for the parts of an address, and their table of characters. The readers do not check
  * pointers. @{ */
 
-/** A reader's position in a NUL-terminated text. */
+/** A cursor: a reader's position in a NUL-terminated text. */
 typedef struct xelpParse_Ipv4v6_S_BUF {
     QAL_CHAR *cur_bp;       /**< the next character to read */
     QAL_INT cur_bp_rem_len; /**< characters left before the terminating NUL */
 } Parse_Ipv4v6_S_BUF;
 
-/** A pointer to a position. */
+/** A pointer to a cursor. */
 typedef Parse_Ipv4v6_S_BUF *Parse_Ipv4v6_S_BUF_PTR;
 
 /**

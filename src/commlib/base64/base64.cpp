@@ -178,6 +178,7 @@ constexpr QAL_INT32 Product(QAL_UINT32 ulFactor, QAL_INT32 lLen)
     return static_cast<QAL_INT32>(ulFactor * static_cast<QAL_UINT32>(lLen));
 }
 
+// The sizes of the blocks for the outputs. Both wrap for some lengths.
 constexpr QAL_INT32 EncodedSize(QAL_INT32 lLen)
 {
     return Product(4, lLen) / 3 + 5;

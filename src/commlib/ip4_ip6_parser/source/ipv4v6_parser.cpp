@@ -1,6 +1,6 @@
 // The address parsers. The usual form of a dotted address is read several characters at a time, any
 // other text with the scanner. What follows the head of an IPv6 text selects a form; the parser
-// tries the forms in the order of the table in the header.
+// tries the forms in the order of the table in the header. A gap is a `::`.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// What the address parsers share with the scanner under them: the character classes, and how the
-// cursor moves.
+// What the address parsers share with each other and with the scanner under them: the character
+// classes, how the cursor moves, and the lengths of addresses.
 #ifndef WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 #define WYX_COMMLIB_IPV4V6_PARSER_INTERNAL_H
 
