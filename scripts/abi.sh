@@ -41,7 +41,8 @@ major() {
 describe() {
     local own_major name headers=() options=(
         --drop-private-types --headers-dir "$source_folder/include"
-        --headers-dir "$source_folder/platform" --no-architecture --no-corpus-path
+        --header-file "$source_folder/platform/os_adapter.h"
+        --header-file "$source_folder/platform/bounded.h" --no-architecture --no-corpus-path
         --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names
         --no-write-default-sizes --type-id-style hash)
     # The accounting build of the adapter has calls and types of its own, which are not part of the

@@ -104,6 +104,7 @@ abi renew "$build"
 ((status == 0)) || fail "refused to renew with an addition"
 abi check "$build"
 ((status == 0)) || fail "the renewed baseline is not that of the build"
+! grep -q "'pucEnd'" "$work/libwyx_os_adapter.abi" || fail "the renewed baseline has the members of xelpFile"
 
 if ((failures == 0)); then
     echo "every kind of change is noticed"
