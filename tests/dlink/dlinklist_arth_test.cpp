@@ -174,7 +174,8 @@ TEST_F(DLinkListMemory, EveryMemoryCallPassesItsOwnLine)
     for (const char ch : {'a', 'b', 'c'}) {
         ASSERT_EQ(XELP_DLinkList_Insert(list, User(ch), XELP_DLL_Insert_After_LastNode), 0U);
     }
-    EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT), 10U);
+    EXPECT_EQ(XELP_DLinkList_Insert(list, User('x'), XELP_DLL_Insert_BUTT),
+              XELP_ERR_DLL_INVALID_PARA);
     EXPECT_EQ(XELP_DLinkList_Delete_HeadNode(list), 0U);
     EXPECT_EQ(XELP_DLinkList_Deinit(list, XELP_DLL_FreeUserNode_No), 0U);
     list = nullptr;

@@ -90,8 +90,8 @@ void ReturnSlot(Head &head, Node &node, QAL_UINT32 ulNode)
     --head.ulUseNum;
 }
 
-/// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a function whose
-/// only call is this one, as a tail call, needs no stack frame.
+/// Returns a slot to the free chain, and @p ulStatus to the caller. Not inlined: a caller that
+/// makes no other call makes this one as a tail call, and needs no stack frame.
 [[gnu::noinline]] QAL_UINT32 ReturnSlotAndStatus(Head &head, QAL_UINT32 ulNode, QAL_UINT32 ulStatus)
 {
     // Hides the value from Clang, which would otherwise have each caller return the constant, and
