@@ -358,7 +358,8 @@ class RandomCalls {
     /// @p it. If @p it is elements.end(), there is no such element, and the call must return
     /// @p ulIfNone.
     template <typename Remove, typename Delete>
-    void Take(Iterator it, QAL_UINT32 ulIfNone, const Remove &remove, const Delete &destroy)
+    void RemoveOrDelete(Iterator it, QAL_UINT32 ulIfNone, const Remove &remove,
+                        const Delete &destroy)
     {
         const bool isFound = it != model_.elements.end();
         const char ch = isFound ? Letter(model_.Remove(it)) : kNull;
@@ -378,12 +379,12 @@ class RandomCalls {
     void RemoveEnd()
     {
         if (random_.UpTo(1) == 0) {
-            Take(
+            RemoveOrDelete(
                 model_.elements.begin(), List::kErrNull,
                 [&](void **pp) { return List::Remove_HeadNode(list_, pp); },
                 [&] { return List::Delete_HeadNode(list_); });
         } else {
-            Take(
+            RemoveOrDelete(
                 model_.Size() == 0 ? model_.elements.end() : std::prev(model_.elements.end()),
                 List::kErrNull, [&](void **pp) { return List::Remove_TailNode(list_, pp); },
                 [&] { return List::Delete_TailNode(list_); });
@@ -392,7 +393,7 @@ class RandomCalls {
 
     void RemoveCurrent()
     {
-        Take(
+        RemoveOrDelete(
             model_.cursor, List::kErrNull,
             [&](void **pp) { return List::Remove_CurNode(list_, pp); },
             [&] { return List::Delete_CurNode(list_); });
@@ -401,7 +402,7 @@ class RandomCalls {
     void RemoveMatch()
     {
         const char ch = AnyLetter();
-        Take(
+        RemoveOrDelete(
             Find(ch), model_.Size() == 0 ? List::kErrNull : List::kErrFind,
             [&](void **pp) { return List::Remove(list_, &ch, nullptr, pp); },
             [&] { return List::Delete(list_, &ch, IsLetter); });
