@@ -445,7 +445,7 @@ TEST(ParseIpv6, RefusedTextsLeaveTheOutputs)
     ExpectIpv6(std::begin(kCases), std::end(kCases));
 }
 
-TEST(ParseIpv6, PortDoesNotAffectTheStatus)
+TEST(ParseIpv6, SuccessIs0WithOrWithoutAPort)
 {
     constexpr Ipv6Case kCases[] = {
         {"[::1]:80", 0, "00000000000000000000000000000001 80"},

@@ -249,7 +249,7 @@ QAL_UINT32 XELP_Parse_IPV4(QAL_CHAR *pszIPV4Addr, QAL_UINT32 *pulAddr, QAL_UINT1
     return ulStatus != kNotUsual ? ulStatus : ScanIpv4(struBuf, *pulAddr, *puwPort);
 }
 
-// Kept: a port does not affect the status (ParseIpv6.PortDoesNotAffectTheStatus).
+// Kept: success is 0, with or without a port (ParseIpv6.SuccessIs0WithOrWithoutAPort).
 QAL_UINT32 XELP_Parse_IPV6(QAL_CHAR *pszIPV6Addr, QAL_UINT8 *pucAddr, QAL_UINT16 *puwPort)
 {
     if (pszIPV6Addr == nullptr || pucAddr == nullptr || puwPort == nullptr) {
