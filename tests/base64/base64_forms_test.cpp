@@ -57,12 +57,12 @@ std::string RandomBytes(std::size_t size, std::mt19937 &random)
     return bytes;
 }
 
-/// The characters that have a value.
-const std::string kValued = std::string(kAlphabet) + "-_";
+/// The characters that have a sextet.
+const std::string kWithSextet = std::string(kAlphabet) + "-_";
 
 /// The alphabets of the texts. Some forms leave URL-safe characters to another form, so only texts
 /// without such characters test these forms from end to end.
-const std::string kAlphabets[] = {std::string(kAlphabet), kValued};
+const std::string kAlphabets[] = {std::string(kAlphabet), kWithSextet};
 
 std::string RandomText(const std::string &alphabet, std::size_t size, std::mt19937 &random)
 {
@@ -158,7 +158,7 @@ TEST_P(KernelTest, StopsBeforeTheQuadOfAnUnusualCharacter)
         const std::string expected = *ModelDecoded(plain + '\0');
         for (unsigned value = 0; value < 256; ++value) {
             const char ch = static_cast<char>(value);
-            if (kValued.find(ch) != std::string::npos) {
+            if (kWithSextet.find(ch) != std::string::npos) {
                 continue;
             }
             for (std::size_t at = 0; at < plain.size(); ++at) {
@@ -185,16 +185,16 @@ TEST_P(KernelTest, ClassifiesOneCharacterAmongManyOfAnotherKind)
         const std::string expected = *ModelDecoded(plain + '\0');
         for (unsigned value = 0; value < 256; ++value) {
             const char ch = static_cast<char>(value);
-            const bool hasValue = kValued.find(ch) != std::string::npos;
+            const bool hasSextet = kWithSextet.find(ch) != std::string::npos;
             for (std::size_t at = kLeastDecoded; at < plain.size(); at += 5) {
                 std::string text = plain;
                 text[at] = ch;
                 QAL_UINT32 ulDone = 0;
                 const std::string bytes = Decode(text, ulDone);
-                ASSERT_EQ(ulDone, hasValue ? text.size() : at / 4 * 4)
+                ASSERT_EQ(ulDone, hasSextet ? text.size() : at / 4 * 4)
                     << value << " at " << at << " among " << kind;
                 std::string whole = expected;
-                if (hasValue) {
+                if (hasSextet) {
                     whole.replace(at / 4 * 3, 3, *ModelDecoded(text.substr(at / 4 * 4, 4) + '\0'));
                 }
                 ASSERT_EQ(bytes, whole.substr(0, bytes.size()))
@@ -210,7 +210,7 @@ TEST_P(KernelTest, LeavesFewCharactersUnconverted)
         QAL_UINT32 ulDone = 0;
         Encode(RandomBytes(ulLen, random), ulDone);
         ASSERT_GT(ulDone + 8, ulLen);
-        Decode(RandomText(kValued, ulLen, random), ulDone);
+        Decode(RandomText(kWithSextet, ulLen, random), ulDone);
         ASSERT_EQ(ulDone, ulLen / 4 * 4);
     }
 }
