@@ -51,9 +51,10 @@ constexpr Command kCommands[] = {
         .summary = "Checksums of files, and their verification",
         .operands = "[FILE...]",
         .text = "Writes a line for each FILE: the sum in hexadecimal digits, two spaces and the "
-                "name. '-' or no FILE is standard input; a terminal needs the '-'. If a name "
-                "holds a line end or a backslash, its line begins with a backslash, and the name "
-                "has \\n, \\r and \\\\ in their place. With --md5, the lists are those of md5sum.",
+                "name. '-' or no FILE is standard input; without the '-', it must not be a "
+                "terminal. If a name holds a line end or a backslash, its line begins with a "
+                "backslash, and the name has \\n, \\r and \\\\ in their place. With --md5, the "
+                "lists are those of md5sum.",
         .examples = "  wyx sum --crc32 *.ini > LIST    make a list\n"
                     "  wyx sum -c LIST                 verify it: exit code 1 if a file differs\n"
                     "  md5sum * | wyx sum --md5 -c     verify another program's list\n"
@@ -88,9 +89,9 @@ constexpr Command kCommands[] = {
         .name = "base64",
         .summary = "Base64 of a file, and back",
         .operands = "[FILE]",
-        .text = "'-' or no FILE is standard input; a terminal needs the '-'. Decoding also takes "
-                "the URL-safe '-' and '_', and skips padding, line ends and NUL bytes. Any other "
-                "character is an error, unless -i skips it.",
+        .text = "'-' or no FILE is standard input; without the '-', it must not be a terminal. "
+                "Decoding also takes the URL-safe '-' and '_', and skips padding, line ends and "
+                "NUL bytes. Any other character is an error, unless -i skips it.",
         .examples = "  wyx base64 picture.png > picture.txt\n"
                     "  wyx base64 -d picture.txt | cmp - picture.png\n"
                     "  printf secret | wyx base64 -w 0\n",
@@ -107,9 +108,9 @@ constexpr Command kCommands[] = {
         .operands = "[TEXT...]",
         .text = "For each TEXT, writes the family, the address and the port, or what is wrong and "
                 "at which offset. '-' or no TEXT reads a list from standard input, one address "
-                "per line; a terminal needs the '-'. Notes warn about texts that other parsers "
-                "read differently, such as a leading zero. An IPv6 address with port 0 is shown "
-                "like one without a port.",
+                "per line; without the '-', it must not be a terminal. Notes warn about texts "
+                "that other parsers read differently, such as a leading zero. An IPv6 address "
+                "with port 0 is shown like one without a port.",
         .examples = "  wyx addr 10.0.0.1:5060 '[2001:db8::1]:443'\n"
                     "  wyx addr --json 010.0.0.1\n"
                     "  wyx addr < LIST\n",
@@ -238,9 +239,9 @@ constexpr Command kCommands[] = {
         .summary = "What is wrong with files, and what a save would change",
         .operands = "FILE...",
         .text = "Errors have the form 'FILE:LINE: MESSAGE (CODE)', with the library's status for "
-                "a code, and make the exit code 4. Warnings have the form 'FILE:LINE: warning: "
-                "MESSAGE (WORD)': they point out what a person may read differently than lookups "
-                "do, and what a save by the library would change.",
+                "a code; a file with errors is malformed (exit code 4). Warnings have the form "
+                "'FILE:LINE: warning: MESSAGE (WORD)': they point out what a person may read "
+                "differently than lookups do, and what a save by the library would change.",
         .examples = "  wyx ini check net.ini\n"
                     "  wyx ini check --errors *.ini && echo fine\n"
                     "  wyx ini check --json - < net.ini\n",
@@ -256,9 +257,9 @@ constexpr Command kCommands[] = {
         .operands = "FILE",
         .text = "A save of the library writes the new content to a file '<FILE up to its last "
                 "dot><time>.ibk', removes FILE, and renames. A crash can leave the '.ibk' file. "
-                "Lists such files, the newest first. The newest is complete if FILE existed when "
-                "its save began, is gone now, and nothing else removed it; any other may end too "
-                "early.\n"
+                "Lists the files that may come from such a save, the newest first. The newest "
+                "that a save of FILE left is complete if FILE existed when that save began, is "
+                "gone now, and nothing else removed it; any other may end too early.\n"
                 "\n"
                 "--restore keeps what FILE holds as FILE.old, or as FILE.old1, FILE.old2, ... if "
                 "that is taken; for a symbolic link, beside the file it leads to. It refuses "
