@@ -129,6 +129,7 @@ TEST_F(IniEditToolTest, Set)
          "[a]\nx=" + std::string(300, 'x') + "\\\n" + std::string(300, 'x') + "\nk=1\n",
          {"a", "k=2"},
          "[a]\nx=" + std::string(300, 'x') + "\\\n" + std::string(300, 'x') + "\nk=2\n"},
+        {"EqualsInAJoinedLine", "[a]\n  k\\\n = 1\n", {"a", "l=2"}, "[a]\n  k\\\n = 1\nl=2\n"},
         {"OtherContinuation", "[a]\nk=1\\\n2\nl=3\n", {"a", "l=4"}, "[a]\nk=1\\\n2\nl=4\n"},
         {"MixedEndsReplaced", mixed, {"a", "k=2"}, "[a]\r\nk=2\n\r\nl=\xE4 \t\r\n\n[b]\rm=2"},
         {"MixedEndsInserted",

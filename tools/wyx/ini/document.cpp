@@ -22,6 +22,23 @@ std::string WithCode(const std::string &text, QAL_UINT32 status)
     return text + " (" + std::to_string(status) + ")";
 }
 
+/// Refuses UTF-16 text and NUL bytes.
+void RequireText(const IniSource &source)
+{
+    const std::string &bytes = source.Bytes();
+    if (source.IsUtf16()) {
+        throw Failure(ExitCode::kMalformed, source.Name() + " is UTF-16 text",
+                      "convert it first: iconv -f UTF-16 -t UTF-8");
+    }
+    const std::size_t nul = bytes.find('\0');
+    if (nul != std::string::npos) {
+        const std::size_t line = SplitLines(std::string_view(bytes).substr(0, nul + 1)).size();
+        throw Failure(ExitCode::kMalformed,
+                      Where(source, line) + "NUL byte: this is a binary file, or a damaged one",
+                      "what follows a NUL on its line is not read; see: wyx ini check");
+    }
+}
+
 /// The line of a key that lookups do not find, in an earlier block of the section.
 std::optional<std::size_t> LineOfHiddenKey(const IniText &text, const std::string &section,
                                            const std::string &key)
@@ -172,22 +189,6 @@ Lookup IniDocument::Find(const std::string &section, const std::string &key) con
     const LibraryText owned(pszValue);
     RequireMemory(ulStatus);
     return {ulStatus, ValueOf(pszValue)};
-}
-
-void RequireText(const IniSource &source)
-{
-    const std::string &bytes = source.Bytes();
-    if (source.IsUtf16()) {
-        throw Failure(ExitCode::kMalformed, source.Name() + " is UTF-16 text",
-                      "convert it first: iconv -f UTF-16 -t UTF-8");
-    }
-    const std::size_t nul = bytes.find('\0');
-    if (nul != std::string::npos) {
-        const std::size_t line = SplitLines(std::string_view(bytes).substr(0, nul + 1)).size();
-        throw Failure(ExitCode::kMalformed,
-                      Where(source, line) + "NUL byte: this is a binary file, or a damaged one",
-                      "what follows a NUL on its line is not read; see: wyx ini check");
-    }
 }
 
 IniText::IniText(IniSource source)

@@ -36,6 +36,8 @@ class IniDocument {
     IniDocument &operator=(IniDocument &&) = delete;
 
     XELP_IN_S_INI_FILE_STRUCT *Record() { return &record_; }
+    /// What a slot holds; null if it is empty.
+    const QAL_INT8 *Line(std::size_t slot) const { return record_.pStrLine[slot]; }
 
     // Blanks around a section's name do not count: "[ a ]" is section "a", and other programs call
     // it " a ".
@@ -63,7 +65,8 @@ struct Range {
 /// be read. The other lines are in Bytes() and Lines(), but no lookup finds them.
 class IniText {
   public:
-    /// @throws Failure for what is not text, see RequireText()
+    /// @throws Failure for what is not text: UTF-16, and files with NUL bytes, at which the library
+    ///         would cut lines
     explicit IniText(IniSource source);
 
     const IniSource &Source() const { return source_; }
@@ -99,11 +102,6 @@ class IniText {
     std::vector<Range> ranges_;
     IniDocument document_;
 };
-
-/// Refuses what is not text: UTF-16, and files with NUL bytes, at which the library would cut
-/// lines.
-/// @throws Failure
-void RequireText(const IniSource &source);
 
 } // namespace wyx::tool
 

@@ -1,6 +1,7 @@
 #include "ini/edit.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -126,61 +127,51 @@ std::string KeyLine(const Style &style, const Edit &edit)
            (edit.value.empty() ? "" : style.afterEquals + edit.value);
 }
 
-/// Does a slot of a document still hold what it held when the document was made from the text?
-bool IsAsBefore(const IniText &text, const XELP_IN_S_INI_FILE_STRUCT &record, std::size_t slot)
-{
-    const bool isEmpty = record.pStrLine[slot] == nullptr;
-    const LineParts &parts = text.Parts()[slot];
-    if (parts.IsUnreadable() && parts.kind != INI_SECTION_LINE) {
-        return isEmpty;
-    }
-    if (parts.IsUnreadable()) {
-        return !isEmpty && std::string_view(record.pStrLine[slot]) == kNobodysHeader;
-    }
-    return !isEmpty && text.Lines()[slot].text == record.pStrLine[slot];
-}
-
-/// The line of a key that exists: the one that the library changes in a trial document.
-std::size_t LineOfKey(const IniText &text, const Edit &edit, const Lookup &old)
+/// The lines that a change of a document changes, removes or empties, found in a trial document.
+/// @param change  makes the change, and returns the library's status
+std::vector<std::size_t> FindChanged(const IniText &text, const auto &change)
 {
     IniDocument trial(text.Stored(), text.Parts());
-    XELP_IN_S_INI_FILE_STRUCT &record = *trial.Record();
-    std::string section = edit.section;
-    std::string key = edit.key;
-    std::string other = old.value == "1" ? "2" : "1"; // so that its line changes
-    // If the line becomes too long, the call fails, but only after it has emptied the slot.
-    if (XELP_IniSetKeyValue(&record, section.data(), key.data(), other.data()) ==
-        XELP_ERR_INI_INTERNAL) {
+    if (change(trial.Record()) == XELP_ERR_INI_INTERNAL) {
         throw std::bad_alloc();
-    }
-    std::size_t line = 0;
-    while (IsAsBefore(text, record, line)) {
-        ++line;
-    }
-    return line;
-}
-
-/// The lines that the library deletes, found in the same way.
-std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
-{
-    IniDocument trial(text.Stored(), text.Parts());
-    const QAL_UINT32 ulStatus =
-        edit.kind == Edit::Kind::kDeleteKey
-            ? XELP_IniDelKey(trial.Record(), edit.section.c_str(), edit.key.c_str())
-            : XELP_IniDelSection(trial.Record(), edit.section.c_str());
-    if (ulStatus == XELP_ERR_INI_INTERNAL) {
-        throw std::bad_alloc();
-    }
-    if (ulStatus != XELP_ERR_INI_OK) {
-        throw text.NotFound(ulStatus, edit.section, edit.key);
     }
     std::vector<std::size_t> lines;
     for (std::size_t i = 0; i < text.Lines().size(); ++i) {
-        if (!IsAsBefore(text, *trial.Record(), i)) {
+        const char *const before = text.Document().Line(i);
+        const char *const after = trial.Line(i);
+        if (before != nullptr && (after == nullptr || std::strcmp(before, after) != 0)) {
             lines.push_back(i);
         }
     }
     return lines;
+}
+
+/// The line of a key that exists.
+/// @param old  its value
+std::size_t FindKey(const IniText &text, const Edit &edit, const std::optional<std::string> &old)
+{
+    std::string section = edit.section;
+    std::string key = edit.key;
+    std::string other = old == "1" ? "2" : "1"; // so that its line changes
+    // If the line becomes too long, the call fails, but only after it has emptied the slot.
+    const auto set = [&](XELP_IN_S_INI_FILE_STRUCT *record) {
+        return XELP_IniSetKeyValue(record, section.data(), key.data(), other.data());
+    };
+    return FindChanged(text, set).front();
+}
+
+std::vector<std::size_t> FindDeleted(const IniText &text, const Edit &edit)
+{
+    return FindChanged(text, [&](XELP_IN_S_INI_FILE_STRUCT *record) {
+        const QAL_UINT32 ulStatus =
+            edit.kind == Edit::Kind::kDeleteKey
+                ? XELP_IniDelKey(record, edit.section.c_str(), edit.key.c_str())
+                : XELP_IniDelSection(record, edit.section.c_str());
+        if (ulStatus != XELP_ERR_INI_OK && ulStatus != XELP_ERR_INI_INTERNAL) {
+            throw text.NotFound(ulStatus, edit.section, edit.key);
+        }
+        return ulStatus;
+    });
 }
 
 class Editor {
@@ -486,7 +477,7 @@ void Editor::RequireSet(const IniText &after, std::size_t line) const
     const LineParts &parts = after.Parts()[line];
     if (parts.value != value) {
         const std::string read = parts.value.value_or("");
-        if (EndsInBackslash(edit_.value) && edit_.value == read + "\\") {
+        if (edit_.value == read + "\\") {
             throw Refusal(shown + kEndsInBackslash);
         }
         const bool isCut =
@@ -514,7 +505,7 @@ std::unique_ptr<IniText> Editor::Set(std::vector<std::string> &warnings)
 {
     const Lookup old = text_.Document().Find(edit_.section, edit_.key);
     if (old.status == XELP_ERR_INI_OK) {
-        const std::size_t line = LineOfKey(text_, edit_, old);
+        const std::size_t line = FindKey(text_, edit_, old.value);
         if (old.value.value_or("") == edit_.value && ContinuationsOf(line).empty()) {
             return nullptr;
         }
@@ -599,10 +590,9 @@ void RequireWritable(const Edit &edit)
     }
 }
 
-EditResult ApplyEdits(const std::string &name, const std::string &bytes,
-                      const std::vector<Edit> &edits, bool keepsExisting)
+EditResult ApplyEdits(std::unique_ptr<const IniText> text, const std::vector<Edit> &edits,
+                      bool keepsExisting)
 {
-    auto text = std::make_unique<IniText>(IniSource::OfBytes(name, bytes));
     EditResult result;
     for (Edit edit : edits) {
         if (keepsExisting &&

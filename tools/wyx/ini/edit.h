@@ -8,9 +8,11 @@
 #define WYX_TOOL_INI_EDIT_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "ini/document.h"
 #include "system/exit_code.h"
 
 namespace wyx::tool {
@@ -43,11 +45,10 @@ struct EditResult {
 void RequireWritable(const Edit &edit);
 
 /// Applies edits, which are writable, to the text of a file, one after the other.
-/// @param name           the file's name in messages
 /// @param keepsExisting  skip edits of keys that exist
 /// @throws Failure for an edit that cannot be made, or would not read back as requested
-EditResult ApplyEdits(const std::string &name, const std::string &bytes,
-                      const std::vector<Edit> &edits, bool keepsExisting);
+EditResult ApplyEdits(std::unique_ptr<const IniText> text, const std::vector<Edit> &edits,
+                      bool keepsExisting);
 
 } // namespace wyx::tool
 

@@ -192,18 +192,12 @@ StoredLines ReadStoredLines(const IniSource &source, ByteOrderMark mark)
 
 LineParts ParseLine(const StoredLine &line)
 {
+    LineParts parts;
     if (line.isTooLong) {
-        LineParts parts;
         parts.status = XELP_ERR_INI_LINE_TOO_LONG;
         return parts;
     }
-    return ParseLine(line.text);
-}
-
-LineParts ParseLine(const std::string &text)
-{
-    std::string copy = text; // the library takes a writable line, but does not write to it
-    LineParts parts;
+    std::string copy = line.text; // the library takes a writable line, but does not write to it
     parts.status = IniGetLineType(copy.data(), &parts.kind);
     QAL_INT8 *pszName = nullptr;
     QAL_INT8 *pszValue = nullptr;

@@ -116,8 +116,6 @@ struct LineParts {
     bool IsUnreadable() const { return status != XELP_ERR_INI_OK; }
 };
 
-LineParts ParseLine(const std::string &text);
-
 /// Parses a stored line. A line that is too long gets a status and no parts.
 LineParts ParseLine(const StoredLine &line);
 

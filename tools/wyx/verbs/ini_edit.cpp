@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -111,16 +112,16 @@ EditResult EditBytes(const Arguments &arguments, const std::string &bytes,
                      const std::vector<Edit> &edits)
 {
     const std::string name = arguments[0] == "-" ? "(standard input)" : arguments[0];
-    const IniText text(IniSource::OfBytes(name, bytes));
+    auto text = std::make_unique<const IniText>(IniSource::OfBytes(name, bytes));
     if (arguments.Has("strict")) {
-        text.RequireReadable();
+        text->RequireReadable();
     }
     if (arguments.Has("existing")) {
         for (const Edit &edit : edits) {
-            text.Value(edit.section, edit.key); // throws if the key is missing
+            text->Value(edit.section, edit.key); // throws if the key is missing
         }
     }
-    EditResult result = ApplyEdits(name, bytes, edits, arguments.Has("if-missing"));
+    EditResult result = ApplyEdits(std::move(text), edits, arguments.Has("if-missing"));
     for (const std::string &warning : result.warnings) {
         PutWarning(warning);
     }

@@ -63,10 +63,11 @@ void Examine(Candidate &candidate, const std::string &target)
     }
     candidate.bytes = ReadWhole(FileInput(candidate.file, leftover.path), kLargestFile);
     const std::string &bytes = candidate.bytes;
-    const StoredLines stored = ReadStoredLines(IniSource::OfBytes(leftover.path, bytes));
+    const IniSource source = IniSource::OfBytes(leftover.path, bytes);
+    const StoredLines stored = ReadStoredLines(source);
     candidate.lines = stored.lines.size();
     candidate.loads = stored.IsLoadable();
-    candidate.hasNul = bytes.find('\0') != std::string::npos;
+    candidate.hasNul = source.HasNul();
     candidate.isTruncated =
         !bytes.empty() && (LineEndLength(bytes) == 0 || WithoutLineEnd(bytes).ends_with('\\'));
     struct stat present = {};
