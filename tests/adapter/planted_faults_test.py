@@ -21,10 +21,10 @@ FAULTS = [  # a text that occurs once in the adapter, its replacement, part of t
      "aligned"),
     ("    *ppBlock = NULL;\n", "", "sets the variable to null"),
     ("liveBlocks, pBlock != NULL, __ATOMIC_RELAXED);\n    free(pBlock);",
-     "liveBlocks, *(char *)pBlock != 1, __ATOMIC_RELAXED);", "both releases take null"),
+     "liveBlocks, *(char *)pBlock != 1, __ATOMIC_RELAXED);", "both releases accept null"),
     ("    stored->size = 0;\n", "", "empties a file"),
     ('strcmp(pszMode, "w") == 0 ? Create(pszName) : Find(pszName)', "Create(pszName)",
-     "does not exist, and does not make it"),
+     "does not exist, and does not create it"),
     ("pstruFile->stored->data[pstruFile->at++] : -1",
      "(signed char)pstruFile->stored->data[pstruFile->at++] : -1", "every byte comes back"),
     ("pstruFile->stored->data[pstruFile->at++] : -1",
@@ -35,10 +35,9 @@ FAULTS = [  # a text that occurs once in the adapter, its replacement, part of t
     ("(QAL_UINT32)(base + lOffset)", "(QAL_UINT32)(base + lOffset) / 4096 * 4096 == "
      "(QAL_UINT32)base / 4096 * 4096 ? (QAL_UINT32)(base + lOffset) : (QAL_UINT32)base",
      "steps back by one byte"),
-    ("    stored->size += ulSize * ulCount;\n    return ulCount;",
-     "    stored->size += ulSize * ulCount;\n    return ulSize * ulCount;", "number of items"),
+    ("    }\n    return ulCount;", "    }\n    return ulSize * ulCount;", "number of items"),
     ("ulSize == 0 || ulCount", "ulCount", "no item, or of items of no size"),
-    ("memcpy(stored->data + stored->size, pData", "memcpy(stored->data, pData",
+    ("    pstruFile->at += ulSize * ulCount;\n", "    pstruFile->at = ulSize * ulCount;\n",
      "follows what was written before"),
     ("        stored->name[0] = '\\0';\n    }\n    pthread_mutex_unlock(&lock);\n"
      "    return stored != NULL ? 0 : -1;",
@@ -61,7 +60,7 @@ FAULTS = [  # a text that occurs once in the adapter, its replacement, part of t
     ("return strrchr(pszStr, lChar);", "return strchr(pszStr, lChar);", "the last of each byte"),
     ("return strstr(pszStr, pszSub);", "return *pszSub != 0 ? strstr(pszStr, pszSub) : NULL;",
      "StrStr"),
-    ("left = Small((unsigned char)*pszLeft++);", "left = Small(*(const signed char *)pszLeft++);",
+    ("left = Lower((unsigned char)*pszLeft++);", "left = Lower(*(const signed char *)pszLeft++);",
      "StriCmp orders"),
     ("byte >= 'A' && byte <= 'Z'", "byte >= 'A' && byte <= '_'", "ASCII letters only"),
     ("ulCount > ulDestMax) {\n        return 1;\n    }\n    memcpy",
@@ -97,12 +96,12 @@ sound = try_on("sound", adapter)
 if sound.returncode != 0 or "not ok" in sound.stdout:
     print("the adapter itself:", sound.stdout, sound.stderr)
     failures += 1
-for number, (there, planted, promise) in enumerate(FAULTS):
-    if adapter.count(there) != 1:
-        print(f"FAILED: occurs {adapter.count(there)} times in the adapter: {there}")
+for number, (original, planted, promise) in enumerate(FAULTS):
+    if adapter.count(original) != 1:
+        print(f"FAILED: occurs {adapter.count(original)} times in the adapter: {original}")
         failures += 1
         continue
-    result = try_on(f"fault{number}", adapter.replace(there, planted))
+    result = try_on(f"fault{number}", adapter.replace(original, planted))
     broken = re.findall(r"^not ok .*", result.stdout, re.MULTILINE)
     if result.returncode != 1 or not any(re.search(promise, line) for line in broken):
         print(f"FAILED: not reported: {planted!r}; broken: {broken}")

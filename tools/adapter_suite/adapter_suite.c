@@ -1,11 +1,10 @@
 /*
- * Tests whether the library that it is given keeps promises of os_adapter.h and bounded.h, and
- * prints a line for each. What only the default adapter promises is not tested, and neither are
- * reads and writes that fail.
+ * Tests promises of os_adapter.h and bounded.h on an adapter, and prints a line for each. What only
+ * the default adapter promises is not tested, and neither are reads and writes that fail.
  *
  * Each promise is tested in a process of its own, so that a crash or an endless loop is a result
- * like any other. Files get names in a new temporary folder, but are accessed through the adapter
- * alone: they need not be files of the system.
+ * like any other. The suite reads and writes files through the adapter alone, under names in a new
+ * temporary folder: they need not be files of the system.
  */
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -65,7 +64,7 @@ static const int kIsSanitized = 1;
 static const int kIsSanitized = 0;
 #endif
 
-enum { SECONDS = 30, PAGE = 65536, OLD = 0xEE, SKIPPED = 77 };
+enum { MAX_SECONDS = 30, PAGE = 65536, OLD = 0xEE, SKIPPED = 77 };
 
 static const char *pszFolder; /* for the names of files */
 static const char kCaller[] = "adapter_suite.c";
@@ -109,7 +108,7 @@ static void Release(void *pBlock)
     p_XELP_MemFreeD(pBlock, __LINE__, kCaller);
 }
 
-static void MemoryIsApart(void)
+static void BlocksDoNotOverlap(void)
 {
     unsigned char *blocks[2 * SIZES];
     int i;
@@ -129,7 +128,7 @@ static void MemoryIsApart(void)
     }
 }
 
-static void MemoryIsAligned(void)
+static void BlocksAreAligned(void)
 {
     void *blocks[2 * SIZES];
     int i;
@@ -142,7 +141,7 @@ static void MemoryIsAligned(void)
     }
 }
 
-static void MemoryIsZeroed(void)
+static void BlocksAreZeroed(void)
 {
     int round, i;
     size_t at;
@@ -160,7 +159,7 @@ static void MemoryIsZeroed(void)
     }
 }
 
-static void MemoryOfZeroBytes(void)
+static void SizeOfZeroCountsAsOne(void)
 {
     int isZeroed;
     for (isZeroed = 0; isZeroed < 2; ++isZeroed) {
@@ -195,7 +194,7 @@ static void MemoryRunsOut(void)
     }
 }
 
-static void ReleaseTakesNull(void)
+static void ReleasesAcceptNull(void)
 {
     void *block = NULL;
     Release(NULL);
@@ -203,7 +202,7 @@ static void ReleaseTakesNull(void)
     CHECK(block == NULL);
 }
 
-static void ReleaseClears(void)
+static void ReleaseSetsNull(void)
 {
     int isZeroed;
     for (isZeroed = 0; isZeroed < 2; ++isZeroed) {
@@ -455,7 +454,7 @@ static void SeekFailsInPlace(void)
     CHECK(p_XELP_Fclose(file) == 0);
 }
 
-static void FilesAreApart(void)
+static void OpenFilesAreIndependent(void)
 {
     XELP_S_File *one, *other, *written;
     Put("one", "abc", 3);
@@ -575,8 +574,8 @@ static char *AtEnd(const char *pszText)
     return copy;
 }
 
-/* Leaves the C locale, if possible for one in which bytes beyond ASCII are letters. */
-static void LeaveC(void)
+/* Sets a locale other than C if there is one, preferably one with letters beyond ASCII. */
+static void LeaveTheCLocale(void)
 {
     static const char *const kNames[] = {"tr_TR.ISO-8859-9", "de_DE.ISO-8859-1", "tr_TR.UTF-8",
                                          "de_DE.UTF-8",      "C.UTF-8",          "C.utf8"};
@@ -591,7 +590,7 @@ static void StrLenCounts(void)
     char text[301];
     unsigned length;
     memset(text, 'x', sizeof text);
-    for (length = 300; length < sizeof text; --length) {
+    for (length = sizeof text; length-- > 0;) {
         text[length] = '\0';
         CHECK(p_XELP_StrLen(AtEnd(text)) == length);
     }
@@ -626,7 +625,7 @@ static void StrChrFindsTheEnd(void)
     CHECK(p_XELP_StrChr(where, 0) == where && p_XELP_StrrChr(where, 0) == where);
 }
 
-static void StrChrTakesNegatives(void)
+static void StrChrReducesToAByte(void)
 {
     char *const where = AtEnd("a\xE4z\xE4");
     CHECK(p_XELP_StrChr(where, -28) == where + 1); /* 0xE4 as a signed char */
@@ -655,7 +654,7 @@ static int Sign(int i)
     return (i > 0) - (i < 0);
 }
 
-static int Small(int i)
+static int Lower(int i)
 {
     return i >= 'A' && i <= 'Z' ? i + ('a' - 'A') : i;
 }
@@ -664,10 +663,10 @@ static void StriCmpFolds(void)
 {
     int left, right;
     char text[2][5] = {"aZ?m", "Az?M"};
-    LeaveC();
+    LeaveTheCLocale();
     for (left = 1; left < 256; ++left) {
         for (right = 1; right < 256; ++right) {
-            const int isEqual = Small(left) == Small(right);
+            const int isEqual = Lower(left) == Lower(right);
             text[0][2] = (char)left;
             text[1][2] = (char)right;
             CHECK((p_XELP_StriCmp(text[0], text[1]) == 0) == isEqual);
@@ -681,7 +680,7 @@ static void StriCmpOrders(void)
     for (left = 0; left < 256; ++left) {
         for (right = 0; right < 256; ++right) {
             const char text[2][2] = {{(char)left, '\0'}, {(char)right, '\0'}};
-            CHECK(Sign(p_XELP_StriCmp(text[0], text[1])) == Sign(Small(left) - Small(right)));
+            CHECK(Sign(p_XELP_StriCmp(text[0], text[1])) == Sign(Lower(left) - Lower(right)));
         }
     }
     CHECK(p_XELP_StriCmp("abc", "ABCd") < 0 && p_XELP_StriCmp("ABCd", "abc") > 0);
@@ -699,7 +698,7 @@ static char *Block(size_t size)
     return end - size;
 }
 
-/* Do part of such a block and the two bytes before the block still hold the old bytes? */
+/* Do these bytes of such a block, and the two bytes before the block, still have the value OLD? */
 static int IsOld(const char *pBlock, size_t from, size_t to)
 {
     const unsigned char *const bytes = (const unsigned char *)pBlock;
@@ -767,7 +766,7 @@ static void MemsetRefuses(void)
     CHECK(p_wyx_memset_s(NULL, 4, 0, 1) != 0);
 }
 
-/* A text of up to eight bytes. */
+/* A text of this length, eight at most. */
 static const char *Text(size_t length)
 {
     return &"tttttttt"[8 - length];
@@ -888,20 +887,20 @@ static const struct {
     const char *pszPromise;
     void (*try)(void);
 } kPromises[] = {
-    {"memory: blocks are writable and do not overlap", MemoryIsApart},
-    {"memory: blocks are aligned for every type", MemoryIsAligned},
-    {"memory: XELP_MemMallocS fills with zero bytes, reused memory included", MemoryIsZeroed},
-    {"memory: a size of 0 counts as 1", MemoryOfZeroBytes},
+    {"memory: blocks are writable and do not overlap", BlocksDoNotOverlap},
+    {"memory: blocks are aligned for every type", BlocksAreAligned},
+    {"memory: XELP_MemMallocS fills with zero bytes, reused memory included", BlocksAreZeroed},
+    {"memory: a size of 0 counts as 1", SizeOfZeroCountsAsOne},
     {"memory: a request that cannot be met returns null", MemoryRunsOut},
-    {"memory: both releases take null", ReleaseTakesNull},
+    {"memory: both releases accept null", ReleasesAcceptNull},
     {"memory: XELP_MemFreeSetNullD releases a block of either kind and sets the variable to null",
-     ReleaseClears},
+     ReleaseSetsNull},
     {"memory: several threads may use it at once", MemoryOnThreads},
     {"files: every byte comes back as it was written, line ends included", FilesKeepEveryByte},
     {"files: 70,000 bytes written at once come back", FilesMayBeLarge},
     {"files: after the last byte, XELP_Fgetc returns -1", FilesEnd},
     {"files: mode \"w\" empties a file that exists", FilesAreEmptied},
-    {"files: mode \"r\" refuses a file that does not exist, and does not make it",
+    {"files: mode \"r\" refuses a file that does not exist, and does not create it",
      FilesThatAreMissing},
     {"files: what is written follows what was written before", WritesFollowOneAnother},
     {"files: XELP_Fwrite returns the number of items", WritesCountItems},
@@ -910,7 +909,7 @@ static const struct {
     {"files: XELP_Fseek steps back by one byte after each read", SeekStepsBack},
     {"files: XELP_Fseek moves from the start, the position and the end", SeekMoves},
     {"files: XELP_Fseek to before the start fails and leaves the position", SeekFailsInPlace},
-    {"files: files that are open at once do not disturb one another", FilesAreApart},
+    {"files: files that are open at once do not disturb one another", OpenFilesAreIndependent},
     {"files: XELP_Remove removes the file, and no other", RemoveRemoves},
     {"files: XELP_Remove fails for a file that does not exist", RemoveFails},
     {"files: XELP_Rename moves the content to the new name", RenameRenames},
@@ -921,15 +920,15 @@ static const struct {
     {"strings: XELP_StrLen counts the bytes before the terminator", StrLenCounts},
     {"strings: XELP_StrChr finds the first, XELP_StrrChr the last of each byte", StrChrFinds},
     {"strings: XELP_StrChr and XELP_StrrChr find the terminator", StrChrFindsTheEnd},
-    {"strings: XELP_StrChr and XELP_StrrChr take a negative character for its byte",
-     StrChrTakesNegatives},
+    {"strings: XELP_StrChr and XELP_StrrChr reduce a negative value to its byte",
+     StrChrReducesToAByte},
     {"strings: XELP_StrStr finds the first occurrence, an empty string at the start", StrStrFinds},
     {"strings: XELP_StriCmp ignores the case of ASCII letters only, in any locale", StriCmpFolds},
-    {"strings: XELP_StriCmp orders by unsigned bytes, letters as small ones", StriCmpOrders},
+    {"strings: XELP_StriCmp orders by unsigned bytes, letters as lower case", StriCmpOrders},
     {"bounded: wyx_memcpy_s copies up to the bound, zero bytes included", MemcpyCopies},
-    {"bounded: wyx_memcpy_s refuses more, and null, and leaves the destination", MemcpyRefuses},
+    {"bounded: wyx_memcpy_s refuses more, and null, and changes nothing", MemcpyRefuses},
     {"bounded: wyx_memset_s fills up to the bound with a value reduced to a byte", MemsetFills},
-    {"bounded: wyx_memset_s refuses more, and null, and leaves the destination", MemsetRefuses},
+    {"bounded: wyx_memset_s refuses more, and null, and changes nothing", MemsetRefuses},
     {"bounded: wyx_strcpy_s copies a text of exactly the bound, which leaves out the terminator",
      StrcpyCopies},
     {"bounded: wyx_strcpy_s refuses a longer text, and null, and leaves an empty destination",
@@ -984,7 +983,7 @@ static int Try(int promise, char *acReason, size_t size)
         exit(2);
     }
     if (child == 0) {
-        alarm(SECONDS);
+        alarm(MAX_SECONDS);
         close(ends[0]);
         if (dup2(ends[1], STDOUT_FILENO) == -1) {
             exit(2);
@@ -1023,7 +1022,7 @@ int main(int argc, char **argv)
             "WYX_OS_ADAPTER names, or " WYX_DEFAULT_ADAPTER
             ".\n"
             "Prints a line for each promise, or for each service that is missing; ends with 1 if\n"
-            "one is not kept or a service is missing, with 2 if nothing could be tried.\n",
+            "one is not kept or a service is missing, with 2 if nothing could be tested.\n",
             stderr);
         return 2;
     }

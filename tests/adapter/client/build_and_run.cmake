@@ -1,4 +1,4 @@
-# Builds the library on a client's own adapter in both possible ways, and runs the client:
+# Builds the library on a client's own adapter, named as a target and as a file, and runs the client:
 # cmake -DPROJECT_FOLDER=... -DBUILD_FOLDER=... -DGENERATOR=... -DC_COMPILER=... -DCXX_COMPILER=...
 #       -P build_and_run.cmake
 set(configure "${CMAKE_COMMAND}" -G "${GENERATOR}" -DCMAKE_BUILD_TYPE=Release

@@ -1,6 +1,7 @@
 /*
- * A client's own adapter, as small as one can be: files live in memory, every block is counted, and
- * every caller is checked. An unexpected caller or argument ends the process with a message.
+ * A small adapter of a client's own: files live in memory, and live blocks are counted. An
+ * unexpected caller of a memory service, or a reserved argument other than 0, ends the process with
+ * a message.
  */
 #define _GNU_SOURCE
 #include <pthread.h>
@@ -144,11 +145,14 @@ QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 ulCount,
                        XELP_S_File *pstruFile)
 {
     Stored *const stored = pstruFile->stored;
-    if (ulSize == 0 || ulCount > (MAX_SIZE - stored->size) / ulSize) {
+    if (ulSize == 0 || ulCount > (MAX_SIZE - pstruFile->at) / ulSize) {
         return 0;
     }
-    memcpy(stored->data + stored->size, pData, ulSize * ulCount);
-    stored->size += ulSize * ulCount;
+    memcpy(stored->data + pstruFile->at, pData, ulSize * ulCount);
+    pstruFile->at += ulSize * ulCount;
+    if (stored->size < pstruFile->at) {
+        stored->size = pstruFile->at;
+    }
     return ulCount;
 }
 
@@ -216,8 +220,8 @@ QAL_CHAR *XELP_StrStr(const QAL_CHAR *pszStr, const QAL_CHAR *pszSub)
     return strstr(pszStr, pszSub);
 }
 
-/* ASCII only, whatever the locale. */
-static int Small(int byte)
+/* Ignores the locale. */
+static int Lower(int byte)
 {
     return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
 }
@@ -226,8 +230,8 @@ QAL_INT32 XELP_StriCmp(const QAL_CHAR *pszLeft, const QAL_CHAR *pszRight)
 {
     int left, right;
     do {
-        left = Small((unsigned char)*pszLeft++);
-        right = Small((unsigned char)*pszRight++);
+        left = Lower((unsigned char)*pszLeft++);
+        right = Lower((unsigned char)*pszRight++);
     } while (left == right && left != 0);
     return left - right;
 }
