@@ -28,9 +28,9 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
     if (pDest == nullptr || ulCount > ulDestMax) {
         return kRefused;
     }
-    // For all the optimiser knows, this statement reads the block. Otherwise an optimiser that also
-    // sees the caller, as in link-time optimisation, could drop the fill because nobody reads it.
-    // memset() returns pDest.
+    // The optimiser must assume that this statement reads the block. Otherwise, if it also sees the
+    // caller, as in link-time optimisation, it could drop a fill that nobody reads. memset()
+    // returns pDest.
     __asm__ volatile("" : : "r"(std::memset(pDest, lByte, ulCount)) : "memory");
     return 0;
 }
@@ -71,7 +71,7 @@ QAL_INT32 wyx_sprintf_s(QAL_CHAR *pszDest, QAL_ULONG ulDestMax, const QAL_CHAR *
         return -1;
     }
     QAL_INT32 lLen = -1;
-    // The length is an int, and some C libraries refuse a larger bound.
+    // vsnprintf() returns an int, and some C libraries refuse a larger bound.
     const QAL_ULONG ulRoom = ulDestMax < INT_MAX ? ulDestMax : INT_MAX;
     if (pszFormat != nullptr) {
         va_list args;

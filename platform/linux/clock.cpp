@@ -11,8 +11,8 @@ constexpr QAL_UINT64 kMsPerSecond = 1000;
 constexpr QAL_UINT64 kNsPerMs = 1000000;
 
 /// The last value that was returned. A save puts the time into the name of its new file, so two
-/// saves of one target at the same moment must not get the same value, even if the clock is set
-/// back in between.
+/// saves of one target must not get the same value, even within a millisecond or after the clock
+/// was set back.
 constinit std::atomic<QAL_UINT64> ullLast = 0;
 static_assert(std::atomic<QAL_UINT64>::is_always_lock_free);
 

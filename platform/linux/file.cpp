@@ -21,8 +21,8 @@ using wyx::os::Writer;
 
 constexpr bool kFlush = WYX_OS_ADAPTER_FLUSH != 0;
 
-/// XELP_Fgetc() when no byte is buffered. A separate function, so that the usual case needs no
-/// stack frame.
+/// XELP_Fgetc() when all buffered bytes are read. A separate function, so that the usual case needs
+/// no stack frame.
 [[gnu::noinline]] QAL_INT32 GetcAfterRefill(xelpFile &file)
 {
     file.lRead = -1;
@@ -64,7 +64,7 @@ XELP_S_File *XELP_Fopen(const QAL_CHAR *pszName, const QAL_CHAR *pszMode)
     if (std::strcmp(pszMode, "r") == 0) {
         Reader *const pstruReader = wyx::os::OpenReader(pszName);
         if (pstruReader == nullptr) {
-            wyx::os::NoteName(Seen::kUnreadable, pszName);
+            wyx::os::AddNote(Seen::kUnreadable, pszName);
         }
         return pstruReader;
     }
@@ -143,7 +143,7 @@ QAL_INT32 XELP_Remove(const QAL_CHAR *pszName)
     if (ReportKeptFailure()) {
         return -1;
     }
-    if (wyx::os::TakeName(Seen::kRenamedAway, pszName)) {
+    if (wyx::os::RemoveNote(Seen::kRenamedAway, pszName)) {
         errno = ENOENT; // the caller's file has another name now
         return -1;
     }
@@ -155,8 +155,8 @@ QAL_INT32 XELP_Rename(const QAL_CHAR *pszOldName, const QAL_CHAR *pszNewName)
     if (ReportKeptFailure() || wyx::os::Rename(pszOldName, pszNewName) != 0) {
         return -1;
     }
-    wyx::os::NoteName(Seen::kRenamedAway, pszOldName);
-    wyx::os::TakeName(Seen::kRenamedAway, pszNewName); // this name leads to the caller's file
+    wyx::os::AddNote(Seen::kRenamedAway, pszOldName);
+    wyx::os::RemoveNote(Seen::kRenamedAway, pszNewName); // this name now leads to the caller's file
     if (kFlush) {
         const DirName oldDir = wyx::os::DirectoryOf(pszOldName);
         const DirName newDir = wyx::os::DirectoryOf(pszNewName);

@@ -70,8 +70,8 @@ void FlushEverything()
 
 bool ReserveBlocks(int iFd, off_t lFrom, off_t lUpTo)
 {
-    // Linux: the portable posix_fallocate() would change the size, and would write zeros where
-    // blocks cannot be reserved.
+    // Linux: the portable posix_fallocate() would change the size, and may write zeros where blocks
+    // cannot be reserved.
     return Retry([&] { return fallocate(iFd, FALLOC_FL_KEEP_SIZE, lFrom, lUpTo - lFrom); }) == 0;
 }
 

@@ -1,7 +1,8 @@
-// A thread's failure is kept under a pthread key, not in a thread_local variable: Android emulates
-// such variables, allocates at each thread's first use and aborts if there is no memory. A key also
-// has a value for each thread, which lasts as long as the thread, but storing that value returns an
-// error if there is no memory. A process in which nothing fails has no key and looks up no value.
+// A thread's failure is kept under a pthread key, not in a thread_local variable: Android's
+// toolchain may emulate such a variable, allocating at each thread's first use and aborting if
+// there is no memory. A key, too, has a value for each thread, which lasts as long as the thread,
+// but storing it returns an error if there is no memory. A process in which nothing fails creates
+// no key.
 #include "file_failure.h"
 
 #include <pthread.h>
@@ -18,11 +19,12 @@ constinit pthread_key_t key = {}; // never deleted, as nothing runs when the lib
 /// How many failures are kept. Those of threads that have ended still count.
 constinit std::atomic<int> iKept = 0;
 
-/// A failure that could not be stored for its thread; the first thread that asks takes it.
+/// A failure that could not be stored for its thread. The first thread that asks and has no failure
+/// of its own takes it.
 constinit std::atomic<int> iForAnyThread = 0;
 
-/// Creates the key at the first failure.
-bool HasKey()
+/// Creates the key unless it exists; false if that fails.
+bool EnsureKey()
 {
     pthread_mutex_lock(&mutex);
     if (!hasKey && pthread_key_create(&key, nullptr) == 0) {
@@ -32,12 +34,12 @@ bool HasKey()
     return hasKey;
 }
 
-bool SetOwn(int iError)
+bool SetThreadError(int iError)
 {
     return pthread_setspecific(key, reinterpret_cast<void *>(std::intptr_t{iError})) == 0;
 }
 
-int Own()
+int ThreadError()
 {
     return hasKey ? static_cast<int>(reinterpret_cast<std::intptr_t>(pthread_getspecific(key))) : 0;
 }
@@ -48,8 +50,8 @@ namespace wyx::os {
 
 void KeepFailure(int iError)
 {
-    const bool isFirst = Own() == 0;
-    if (HasKey() && SetOwn(iError)) {
+    const bool isFirst = ThreadError() == 0;
+    if (EnsureKey() && SetThreadError(iError)) {
         iKept += isFirst ? 1 : 0;
     } else if (iForAnyThread.exchange(iError) == 0) {
         ++iKept;
@@ -61,9 +63,9 @@ int TakeFailure()
     if (iKept == 0) {
         return 0;
     }
-    int iError = Own();
+    int iError = ThreadError();
     if (iError != 0) {
-        SetOwn(0);
+        SetThreadError(0);
     } else {
         iError = iForAnyThread.exchange(0);
     }

@@ -1,4 +1,4 @@
-// A failure to write out or close a file, kept until it can be reported.
+// A failure to write out, flush or close a file, kept until it can be reported.
 //
 // Callers rarely check the result of XELP_Fclose(). The thread whose close failed therefore gets
 // the failure again from its next XELP_Remove() or XELP_Rename(), which then does nothing else. A
@@ -11,7 +11,8 @@ namespace wyx::os {
 /// Keeps an error number for the calling thread, or for any thread if that is not possible.
 void KeepFailure(int iError);
 
-/// Returns the error number kept for the calling thread and forgets it; 0 if there is none.
+/// Returns and forgets the error number kept for the calling thread, or else the one kept for any
+/// thread; 0 if there is none.
 int TakeFailure();
 
 } // namespace wyx::os

@@ -11,7 +11,7 @@ namespace {
 using wyx::os::Seen;
 
 constexpr QAL_UINT32 kNotes = 64;
-constexpr QAL_UINT64 kSeconds = 10;
+constexpr QAL_UINT64 kNoteSeconds = 10;
 
 // A note is one word, so that no lock is needed: 40 bits of the name's hash and 24 of the time, in
 // seconds. One pair of names in 2^40 shares a hash; then a call may be refused needlessly.
@@ -52,14 +52,14 @@ QAL_UINT64 Now()
 
 namespace wyx::os {
 
-void NoteName(Seen enSeen, const QAL_CHAR *pszName)
+void AddNote(Seen enSeen, const QAL_CHAR *pszName)
 {
     if (BelongsToASave(pszName)) {
         aullNotes[ulNext++ % kNotes] = HashOf(enSeen, pszName) | Now();
     }
 }
 
-bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
+bool RemoveNote(Seen enSeen, const QAL_CHAR *pszName)
 {
     if (!BelongsToASave(pszName)) {
         return false;
@@ -69,7 +69,7 @@ bool TakeName(Seen enSeen, const QAL_CHAR *pszName)
     for (std::atomic<QAL_UINT64> &note : aullNotes) {
         QAL_UINT64 ullNote = note;
         if (ullNote != 0 && (ullNote & ~kTimeMask) == ullHash) {
-            isFound |= ((Now() - ullNote) & kTimeMask) <= kSeconds;
+            isFound |= ((Now() - ullNote) & kTimeMask) <= kNoteSeconds;
             note.compare_exchange_strong(ullNote, 0); // unless a new note took its place
         }
     }

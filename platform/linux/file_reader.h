@@ -1,9 +1,9 @@
 // Files open for reading.
 //
 // A regular file is read whole when it is opened: XELP_Fgetc() can report an error only as -1,
-// which a caller would take for the end of the file. Other kinds stream through a buffer that keeps
-// the last byte of the previous part, so that the position can always step back over the byte read
-// last. Either way, the position only moves within what is in memory.
+// which a caller would take for the end of the file. Pipes and devices stream through a buffer that
+// keeps the last byte of the previous part, so that the position can always step back over the byte
+// read last. Either way, the position only moves within what is in memory.
 #ifndef WYX_PLATFORM_LINUX_FILE_READER_H
 #define WYX_PLATFORM_LINUX_FILE_READER_H
 
@@ -24,7 +24,7 @@ Reader *OpenReader(const QAL_CHAR *pszName);
 
 void CloseReader(Reader &reader);
 
-/// Reads the next part of a stream into the empty buffer; false at its end.
+/// Reads the next part of a stream once all buffered bytes are read; false at its end or on error.
 bool Refill(Reader &reader);
 
 /// Moves the position within what is buffered; 0 on success.

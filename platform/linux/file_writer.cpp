@@ -34,7 +34,7 @@ bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
         // Opened now: by the time the file is closed, a relative name may lead elsewhere.
         writer.iDirFd = wyx::os::OpenDirectory(wyx::os::DirectoryOf(pszName));
     }
-    const bool mustBeNew = wyx::os::TakeName(wyx::os::Seen::kUnreadable, pszName);
+    const bool mustBeNew = wyx::os::RemoveNote(wyx::os::Seen::kUnreadable, pszName);
     writer.iFd = wyx::os::Open(pszName, O_WRONLY | O_CREAT | O_EXCL);
     const bool isNew = writer.iFd != -1;
     if (!isNew && errno == EEXIST && !mustBeNew) {
@@ -55,8 +55,9 @@ bool OpenInto(Writer &writer, const QAL_CHAR *pszName)
     if (writer.isRegular && status.st_size != 0 && !wyx::os::Truncate(writer.iFd, 0)) {
         return false;
     }
-    wyx::os::TakeName(wyx::os::Seen::kRenamedAway, pszName); // now the name leads to a file of ours
-    writer.isBuffered = writer.isRegular;
+    // From here on, the name leads to a file of ours.
+    wyx::os::RemoveNote(wyx::os::Seen::kRenamedAway, pszName);
+    writer.mayBuffer = writer.isRegular;
     const bool isSmall = status.st_blksize > 0 && status.st_blksize < kBlockMax;
     writer.lBlock = isSmall ? status.st_blksize : kBlockMax;
     return true;
@@ -109,7 +110,7 @@ bool Reserve(Writer &writer, off_t lUpTo)
     }
     off_t lEnd = lUpTo;
     if (lUpTo > kOneByOne) {
-        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again as there is already
+        lEnd += lUpTo < kReserveMax ? lUpTo : kReserveMax; // as much again, up to a limit
         writer.hasSpare = true; // a failed call may leave some blocks reserved, too
     }
     lEnd += (writer.lBlock - lEnd % writer.lBlock) % writer.lBlock;
@@ -185,12 +186,12 @@ QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     if (ulCount > kWriteBuffer - writer.ulWaiting && !EmptyBuffer(writer)) {
         return 0;
     }
-    if (ulCount > kWriteBuffer || !writer.isBuffered) {
+    if (ulCount > kWriteBuffer || !writer.mayBuffer) {
         return WriteNow(writer, pucFrom, ulCount);
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(writer.lWritten) + writer.ulWaiting + ulCount;
     if (!Reserve(writer, static_cast<off_t>(ulEnd))) {
-        writer.isBuffered = false; // the disk is full or cannot reserve: do not try again
+        writer.mayBuffer = false; // the disk is full or cannot reserve: do not try again
         return EmptyBuffer(writer) ? WriteNow(writer, pucFrom, ulCount) : 0;
     }
     std::memcpy(writer.pucBuffer + writer.ulWaiting, pucFrom, ulCount);
@@ -209,7 +210,7 @@ QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence)
         return -1;
     }
     writer.lWritten = lPosition;
-    writer.isBuffered = false; // overwriting can need blocks, too, and none are reserved
+    writer.mayBuffer = false; // lReserved says nothing about gaps and overwritten bytes
     return 0;
 }
 

@@ -24,7 +24,7 @@ struct Writer : xelpFile {
     int iError;      // the first error; after it, the file takes no more bytes
     bool isReported; // that error has been reported by a short count
     bool isRegular;  // neither a pipe nor a device
-    bool isBuffered; // bytes may wait, if blocks can be reserved for them
+    bool mayBuffer;  // bytes for which blocks can be reserved may wait
     bool hasSpare;   // there may be blocks after the last one that is needed
 };
 
@@ -37,7 +37,8 @@ QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 /// Moves the position as lseek() does; 0 on success.
 QAL_INT32 SeekWriter(Writer &writer, QAL_LONG lOffset, QAL_INT32 lWhence);
 
-/// Writes what is buffered, flushes and closes; returns what made the file fail, or 0.
+/// Writes what is buffered, flushes and closes; returns the first error of the file, or 0. Keeps an
+/// error that has not been reported.
 int CloseWriter(Writer &writer);
 
 } // namespace wyx::os

@@ -35,7 +35,7 @@ void XELP_MemFreeD(void *pBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFi
 
 void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 /*ulLine*/, const QAL_CHAR * /*pszFile*/)
 {
-    std::free(std::exchange(*ppBlock, nullptr)); // last, so that it is a tail call
+    std::free(std::exchange(*ppBlock, nullptr)); // free() comes last: a tail call
 }
 
 } // extern "C"

@@ -324,7 +324,7 @@ QAL_ULONG wyx_mem_sites(wyxMem_S_Site *pstruSites, QAL_ULONG ulMax)
     QAL_ULONG ulCount = 0;
     for (const Site *pstru = books.pstruFirstSite; pstru != nullptr; pstru = pstru->pstruNext) {
         if (pstru->struUse.ulTotalBlocks == 0) {
-            continue; // it only releases
+            continue; // it never got a block
         }
         if (ulCount < ulMax) {
             pstruSites[ulCount] = {pstru->pszFile, pstru->ulLine, pstru->struUse};

@@ -1,5 +1,5 @@
-// Strings. Length and searches call the C library, whose functions for them are tuned for the CPU
-// and ignore the locale. Case folding is our own: the C library's depends on the locale.
+// Strings. Length and searches come from the C library, where they are tuned for the CPU and ignore
+// the locale. Case folding is our own: the C library's depends on the locale.
 #include "os_adapter.h"
 
 #include <cstring>
