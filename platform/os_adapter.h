@@ -2,12 +2,12 @@
  * @file os_adapter.h
  * @brief The platform services that the library needs: memory, files, the clock and strings.
  *
- * The shared library reaches the symbols of this header and of bounded.h through the dynamic
- * linker. So a client can put an adapter of its own in place of libwyx_os_adapter, the default
- * adapter, and a test can put a double in front of it.
+ * The shared library calls the services of this header and of bounded.h through the dynamic linker.
+ * So a client can put an adapter of its own in place of libwyx_os_adapter, the default adapter, and
+ * a test can put a double in front of it.
  *
- * This page is the contract that every adapter must keep. Promises that only the default adapter
- * makes are marked *Default adapter*.
+ * The two headers are the contract that every adapter must keep. What only the default adapter
+ * promises is marked *Default adapter*.
  *
  * @code{.c}
  * QAL_UINT32 len = XELP_StrLen(text);
@@ -15,7 +15,7 @@
  * if (file != NULL) {
  *     int isWhole = XELP_Fwrite(text, 1, len, file) == len;
  *     if (XELP_Fclose(file) != 0 || !isWhole) {
- *         if (XELP_Remove("list.new") != 0) { // it can fail just because the close failed
+ *         if (XELP_Remove("list.new") != 0) { // a failed close can make it fail, once
  *             XELP_Remove("list.new");
  *         }
  *     } else {
@@ -80,7 +80,7 @@ WYX_API void XELP_MemFreeD(void *pBlock, QAL_UINT32 ulLine, const QAL_CHAR *pszF
 /**
  * @brief Releases the block that a variable points to, and sets the variable to null.
  *
- * @param[in,out] ppBlock  the variable, not null; the block is taken, and may be null
+ * @param[in,out] ppBlock  the variable's address, not null; the block is taken, and may be null
  * @param[in]     ulLine   the caller's source line
  * @param[in]     pszFile  the caller's source file
  */
@@ -94,8 +94,8 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * @brief Opens a file.
  *
  * An adapter must refuse a regular file that it cannot read to its end. XELP_Fgetc() cannot report
- * an error, so the library would take the error for the end of the file, and the next save would
- * write back only what came before it.
+ * a read error: the library would take it for the end of the file, and the next save would lose the
+ * rest.
  *
  * *Default adapter*: descriptors are close-on-exec. If this or any other file service fails, errno
  * says why. Directories and modes other than "r" and "w" are refused. For reading, a regular file
@@ -104,11 +104,11 @@ WYX_API void XELP_MemFreeSetNullD(void **ppBlock, QAL_UINT32 ulLine, const QAL_C
  * error. Opening a FIFO waits until its other end has been opened. For writing, a name that is
  * itself a symbolic link is refused. A failed call leaves no new file and changes no old one.
  *
- * *Default adapter*: a save of the INI module writes a new file whose name ends in ".ibk". After
- * this process has failed to open such a name for reading, its next attempt within ten seconds to
- * open that name for writing fails if the name exists by then: the file may belong to another
- * process's save. The adapter remembers the last 64 events, counting both these failures to open a
- * file for reading and the renames that XELP_Remove() describes.
+ * *Default adapter*: a save of the INI module writes a new file whose name ends in ".ibk". If this
+ * process fails to open such a name for reading, and then opens it for writing within ten seconds,
+ * the second call fails if the name exists by then: the file may belong to another process's save.
+ * The adapter remembers the last 64 of these failures and of the renames that XELP_Remove()
+ * describes, counted together.
  *
  * @param[in] pszName  the file's name, borrowed
  * @param[in] pszMode  "r": an existing file for reading; "w": a new or emptied file for writing.
@@ -165,14 +165,16 @@ WYX_API QAL_UINT32 XELP_Fwrite(const void *pData, QAL_UINT32 ulSize, QAL_UINT32 
  * @brief Closes a file.
  *
  * *Default adapter*: writes out what is still buffered, and flushes the file and then its directory
- * to the device. If any step fails, this call fails. A directory that cannot be opened, here or in
- * XELP_Rename(), is flushed by sync(), which reports no failure. Because callers rarely check, the
- * same thread's next XELP_Remove() or XELP_Rename() fails as well, once, and does nothing else: the
- * file that it would have removed or replaced survives. (If the failure cannot be stored for the
- * thread, the next such call of any thread fails instead.) If XELP_Fwrite() already reported a
- * failure, this call fails without flushing the file, and no later call reports the failure again.
- * With the build option WYX_OS_ADAPTER_FLUSH=OFF, nothing is flushed here or in XELP_Rename(), and
- * a power cut can destroy the files written last.
+ * to the device. If any step fails, this call fails. If XELP_Fwrite() has already reported a
+ * failure, this call fails without flushing the file. If the directory cannot be opened, it is
+ * flushed by sync(), which reports no failure. With the build option WYX_OS_ADAPTER_FLUSH=OFF,
+ * neither this call nor XELP_Rename() flushes anything, and a power cut can destroy the files
+ * written last.
+ *
+ * *Default adapter*: callers rarely check the result. So a failure that XELP_Fwrite() has not
+ * reported makes the same thread's next XELP_Remove() or XELP_Rename() fail as well, once, and do
+ * nothing else: the file that it would have removed or replaced survives. (If the failure cannot be
+ * stored for the thread, the next such call of any thread fails instead.)
  *
  * @param[in] pstruFile  the file, taken, whatever the result
  * @return 0, or another value if writing out, flushing or closing the file failed.
@@ -184,9 +186,9 @@ WYX_API QAL_INT32 XELP_Fclose(XELP_S_File *pstruFile);
  *
  * *Default adapter*: never removes a directory. It may also report an earlier failure: see
  * XELP_Fclose(). After this process has renamed a file whose name ended in ".ibk", the next call
- * for the old name fails, once: a file that has that name by then may belong to another process.
- * The adapter forgets the rename after ten to eleven seconds, or once this process opens the old
- * name for writing or renames a file to it. XELP_Fopen() says how many such renames are remembered.
+ * for the old name fails: a file that has that name by then may belong to another process. The
+ * adapter forgets the rename after ten to eleven seconds, or once this process opens the old name
+ * for writing or renames a file to it. XELP_Fopen() says how many such renames are remembered.
  *
  * @param[in] pszName  the file's name, borrowed
  * @return 0, or another value if nothing was removed, for example because there is no such file.
@@ -196,9 +198,9 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 /**
  * @brief Renames a file; replaces a file that has the new name.
  *
- * *Default adapter*: flushes the directory to the device, or both directories if they differ. If
- * that fails, this call fails although the file has its new name, because a power cut may bring
- * back the old one. It may also report an earlier failure: see XELP_Fclose().
+ * *Default adapter*: like XELP_Fclose(), flushes the directory, or both if they differ. If that
+ * fails, this call fails although the file has its new name, because a power cut may bring back the
+ * old one. It may also report an earlier failure: see XELP_Fclose().
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its new name, borrowed; must be on the same file system
@@ -238,7 +240,7 @@ WYX_API QAL_UINT32 XELP_StrLen(const QAL_CHAR *pszStr);
  * @brief First occurrence of a byte.
  *
  * @param[in] pszStr  the string
- * @param[in] lChar   the byte; 0 finds the string's own terminator
+ * @param[in] lChar   the value, reduced to a byte; 0 finds the string's own terminator
  * @return a pointer to it, or null if there is none.
  */
 WYX_API QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
@@ -247,7 +249,7 @@ WYX_API QAL_CHAR *XELP_StrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);
  * @brief Last occurrence of a byte.
  *
  * @param[in] pszStr  the string
- * @param[in] lChar   the byte; 0 finds the string's own terminator
+ * @param[in] lChar   the value, reduced to a byte; 0 finds the string's own terminator
  * @return a pointer to it, or null if there is none.
  */
 WYX_API QAL_CHAR *XELP_StrrChr(const QAL_CHAR *pszStr, QAL_INT32 lChar);

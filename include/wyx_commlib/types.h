@@ -6,8 +6,8 @@
  * value of the module's error enumeration. The same number can mean different things in different
  * modules, so read a status together with the module it came from. Exceptions, each described with
  * its call: XELP_Parse_IPV4() also returns 1 for success, the MD5 calls return nothing,
- * MOX_BASE64Encode() and MOX_BASE64Decode() return a length, and a few building blocks return
- * nothing or a value of their own. So do the services of the platform adapter.
+ * MOX_BASE64Encode() and MOX_BASE64Decode() return a length, and a few building blocks and the
+ * services of the platform adapter return nothing or a value of their own.
  *
  * **Ownership**, in four words: a call *borrows* an argument (until it returns), *keeps* it (until
  * a named call), *takes* it (it is no longer yours), or *hands over* a result (it is yours now;
