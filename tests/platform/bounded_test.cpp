@@ -1,5 +1,4 @@
-// What the default adapter does beyond the contract, and the test that a *Kept* comment in its
-// source names. tests/adapter tests the contract itself.
+// The test that a *Kept* comment in the default adapter names, and a text that cannot be formatted.
 #include <gtest/gtest.h>
 
 #include "bounded.h"

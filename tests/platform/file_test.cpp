@@ -1,5 +1,5 @@
-// What the default adapter promises about files beyond the contract that tools/adapter_suite tests,
-// on real files, pipes, devices and full disks.
+// The default adapter's file services on real files, pipes, devices and full disks, beyond what
+// tools/adapter_suite tests.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -44,7 +44,7 @@ int InChild(const std::function<int()> &run)
     return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : 1000 + WTERMSIG(iStatus);
 }
 
-/// Expects that such a child succeeded, or skips the test if the child could not run it.
+/// Expects that a child succeeded, or skips the test if the child could not run it.
 void ExpectSuccess(int iResult, const char *pszWhyNotHere)
 {
     if (iResult == kNotHere) {
@@ -440,15 +440,15 @@ TEST_F(File, FileSizeLimitShowsInTheCount)
                 return 2;
             }
             if (Write(pstruFile, line) != 0 || errno != EFBIG) {
-                return 5;
+                return 3;
             }
             if (XELP_Fclose(pstruFile) == 0) {
-                return 3;
+                return 4;
             }
             return folder.Content("text") == std::string(limit, 'x') &&
                            XELP_Remove(folder.File("text").c_str()) == 0
                        ? 0
-                       : 4;
+                       : 5;
         });
         ExpectSuccess(iResult, "no limits here");
     }
@@ -485,7 +485,7 @@ TEST_F(File, LargeWriteEndsAtTheFileSizeLimit)
     }
 }
 
-/// Runs on a disk of one mebibyte, mounted so that no other process sees it.
+/// Runs a function in a child process, on a disk of one mebibyte that no other process sees.
 int OnSmallDisk(const std::function<int(const std::string &folder)> &run)
 {
     const TempFolder folder;

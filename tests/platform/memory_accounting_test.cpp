@@ -1,4 +1,4 @@
-// The accounting allocator, whether or not the adapter itself was built with it.
+// The accounting allocator, even if the adapter itself was built without it.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

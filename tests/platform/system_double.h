@@ -1,9 +1,9 @@
 // A double of the system calls under the default adapter, linked into a test together with the
 // adapter's objects: the linker's --wrap redirects their calls here (see CMakeLists.txt).
 //
-// It records every call, can make any of them fail, be interrupted or do only part of its work,
-// and knows which descriptors and blocks are held. Except for sync(), a call that is not made to
-// fail goes through to the system.
+// It counts calls, can make them fail, be interrupted or do only part of their work, and knows
+// which descriptors and blocks are held. Except for sync(), a call that is not made to fail goes
+// through to the system.
 #ifndef WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 #define WYX_TESTS_PLATFORM_SYSTEM_DOUBLE_H
 
@@ -50,7 +50,7 @@ class SystemDouble {
     /// Runs @p action after the @p n-th @p call from now on; the next call is number 1.
     void After(const std::string &call, int n, std::function<void()> action);
 
-    /// How often a call was made since Reset(), failing and interrupted ones included.
+    /// How often a call was made since Reset(), including those that failed or were interrupted.
     int Calls(const std::string &call) const;
     /// The calls for files since Reset(), as "open a, fsync a, ..."; names are relative to @p
     /// folder, which itself shows as ".".
@@ -66,6 +66,7 @@ class SystemDouble {
     // What the wrapped calls use.
     /// Counts and records a call; true if it must fail, with errno set.
     bool Strike(const std::string &call, const std::string &detail = {});
+    /// Runs the actions planned for after this call.
     void Done(const std::string &call);
     std::string NameOf(int iFd) const;
     void Opened(int iFd, const char *pszName);
