@@ -91,8 +91,7 @@ static void Broken(const char *pszWhat, unsigned uLine)
         }                                 \
     } while (0)
 
-/* ---- Memory ------------------------------------------------------------------------------------
- */
+/* ---- Memory ---------------------------------------------------------------------------------- */
 
 static const QAL_UINT32 kSizes[] = {0, 1, 2, 7, 8, 15, 16, 17, 100, 4096, 100000, 2000000};
 enum { SIZES = sizeof kSizes / sizeof kSizes[0] };
@@ -259,8 +258,7 @@ static void MemoryOnThreads(void)
     OnThreads(UseMemory);
 }
 
-/* ---- Files -------------------------------------------------------------------------------------
- */
+/* ---- Files ----------------------------------------------------------------------------------- */
 
 static const char *Name(const char *pszFile)
 {
@@ -538,8 +536,7 @@ static void FilesOnThreads(void)
     OnThreads(UseFiles);
 }
 
-/* ---- Clock -------------------------------------------------------------------------------------
- */
+/* ---- Clock ----------------------------------------------------------------------------------- */
 
 static void ClockCountsMilliseconds(void)
 {
@@ -551,8 +548,7 @@ static void ClockCountsMilliseconds(void)
     CHECK(passed >= 150 && passed < 20000); /* the clock may be adjusted, or the machine busy */
 }
 
-/* ---- Strings -----------------------------------------------------------------------------------
- */
+/* ---- Strings --------------------------------------------------------------------------------- */
 
 /* The end of memory that can be read and written. */
 static char *MemoryEnd(void)
@@ -687,8 +683,7 @@ static void StriCmpOrders(void)
     CHECK(p_XELP_StriCmp(AtEnd("abc"), "abc\x80") < 0);
 }
 
-/* ---- Bounded routines --------------------------------------------------------------------------
- */
+/* ---- Bounded routines ------------------------------------------------------------------------ */
 
 /* A block of the given size, filled with old bytes, that ends at MemoryEnd(). */
 static char *Block(size_t size)
@@ -880,8 +875,7 @@ static void SprintfRefuses(void)
     CHECK(p_wyx_sprintf_s(NULL, 8, "%s", "x") == -1);
 }
 
-/* ---- The list ----------------------------------------------------------------------------------
- */
+/* ---- The list -------------------------------------------------------------------------------- */
 
 static const struct {
     const char *pszPromise;
