@@ -57,12 +57,11 @@ def copy(source, target):
 
 
 def libcxx():
+    """The folder of libc++'s headers, or None."""
     resources = subprocess.run(["clang++", "-print-resource-dir"], check=True, text=True,
                                capture_output=True).stdout.strip()
     folder = pathlib.Path(resources).parents[2] / "include/c++/v1"
-    if not (folder / "cstdint").exists():
-        sys.exit(f"bionic_sysroot.py: no headers of libc++ in {folder}")
-    return folder
+    return folder if (folder / "cstdint").exists() else None
 
 
 def main():
@@ -70,6 +69,8 @@ def main():
         sys.exit(__doc__)
     libc = pathlib.Path(sys.argv[1]) / "libc"
     ndk = pathlib.Path(sys.argv[2])
+    if not libcxx():
+        sys.exit("bionic_sysroot.py: the headers of libc++ are not installed")
     shutil.rmtree(ndk, ignore_errors=True)
     usr = ndk / "sysroot/usr"
     include = usr / "include"

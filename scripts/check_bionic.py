@@ -79,6 +79,8 @@ class Target:
         for program in programs:
             if not shutil.which(program):
                 skip(f"{program} is not installed")
+        if not bionic_sysroot.libcxx():
+            skip("the headers of libc++ (libc++-dev) are not installed")
 
     def environment(self, **more):
         """The environment in which a program loads the shim, and the libraries from the folder of links."""
@@ -114,8 +116,7 @@ def build(target, name, *arguments):
 def build_all(target):
     shutil.rmtree(target.work, ignore_errors=True)
     target.work.mkdir(parents=True)
-    print(run(SOURCE / "scripts/bionic_sysroot.py", os.environ["WYX_BIONIC"], target.ndk).stdout,
-          end="")
+    subprocess.run([SOURCE / "scripts/bionic_sysroot.py", os.environ["WYX_BIONIC"], target.ndk], check=True)
     commands = build(target, "build") + build(target, "accounting",
                                               "-D", "WYX_OS_ADAPTER_ACCOUNTING=ON")
     compiled = {pathlib.Path(command["file"]) for command in commands}
