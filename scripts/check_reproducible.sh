@@ -10,7 +10,7 @@ set -euo pipefail
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
 source "$source_folder/scripts/temp_folder.sh"
 (($# == 0)) || mkdir -p "$1"
-scratch=$(temp_folder ${1:+-p "$1"})
+scratch=$(TMPDIR=${1:-${TMPDIR:-/tmp}} temp_folder)
 trap 'rm -rf "$scratch"' EXIT
 
 # copy_source FOLDER: copies the project's files as they are in the working tree

@@ -55,7 +55,7 @@ find /etc /usr/lib /usr/share -type f -readable \
 echo
 echo "== A key is set in copies of this machine's $(tr -cd '\0' <"$work/list" | wc -c) INI-like files"
 # Each change is flushed to the device, which is quick on a memory disk.
-memory=$(temp_folder -p /dev/shm 2>/dev/null || temp_folder)
+memory=$(TMPDIR=/dev/shm temp_folder 2>/dev/null || temp_folder)
 trap 'rm -rf "$work" "$memory"' EXIT
 copy=$memory/copy.ini
 one=0 none=0 wrong=0
