@@ -75,15 +75,16 @@ if(TARGET wyx_manuals)
         COMPONENT development)
 endif()
 
+# The programs find the libraries relative to themselves, too.
+file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
 if(TARGET wyx_adapter_suite)
+    set_target_properties(wyx_adapter_suite PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
     install(TARGETS wyx_adapter_suite RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         COMPONENT development)
     install(FILES "${WYX_MAN_FOLDER}/man1/wyx-adapter-suite.1"
         DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT development)
 endif()
 if(TARGET wyx)
-    # The tool finds the libraries relative to itself, too.
-    file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(wyx PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
     install(TARGETS wyx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
     if(TARGET wyx_manuals)

@@ -117,8 +117,9 @@ set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/correct_packages.cmake
 set(CPACK_WYX_MULTI_ARCH
     "${library}=same;libwyx-commlib-static=same;${library}-dbgsym=same;wyx=foreign")
 
+# The target package_source; scripts/package.sh makes the source archive without it.
 set(CPACK_SOURCE_GENERATOR TXZ)
-set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}") # as package.sh expects
-set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/;^${PROJECT_SOURCE_DIR}/build/")
+set(CPACK_SOURCE_PACKAGE_FILE_NAME "libwyx_commlib-${PROJECT_VERSION}")
+set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git(/|$);^${PROJECT_SOURCE_DIR}/build/")
 
 include(CPack)

@@ -69,7 +69,7 @@ function(wyx_shared_library target)
         LINKER:--hash-style=gnu
         LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
     if(ANDROID OR CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-        # Devices with 16 KiB pages, emulated ones included, only load libraries aligned for them.
+        # For devices with 16 KiB pages, emulated ones included.
         target_link_options(${target} PRIVATE
             LINKER:-z,max-page-size=16384 LINKER:-z,common-page-size=16384)
     endif()

@@ -4,7 +4,7 @@
 #
 # DIR (default: build/bench) receives the two build trees and the results: bench.json, and
 # bench.html, a page of charts that docs/benchmarks.md explains. Every program gets the arguments,
-# such as --only CRC or --rounds 51; --rounds 1 only checks that everything works and all contenders
+# such as --only CRC or --rounds 51; --rounds 1 is enough to check that everything works and all contenders
 # agree. WYX_BENCH_PROGRAMS="crc md5" runs only these programs, WYX_BENCH_LEVELS=baseline only that
 # build.
 set -euo pipefail
