@@ -87,7 +87,7 @@ class LookupTest : public PlatformTest {
     bool hasFailed_ = false; // true if an allocation failed
 
   private:
-    /// Checks a list and releases it; after a failure, checks only the list's address.
+    /// Checks a list and releases it; after a failure, checks that it was released.
     void TakeList(const XELP_IN_S_INI_FILE_STRUCT &doc, QAL_INT8 **list, ListResult &result)
     {
         trace_ = platform.MemoryTrace();

@@ -662,10 +662,12 @@ TEST_F(IniRoundTrip, TextsThatDoNotReadBack)
         QAL_UINT32 ulStatus; // of the lookup after saving and loading
         MaybeText value;
     } const cases[] = {
-        {"[s]\n", "s", "k", "a;b", kOk, "a;b"}, // reads back
+        // These do read back.
+        {"[s]\n", "s", "k", "a;b", kOk, "a;b"},
         {"[s]\n", "s", "k", "a\\\\", kOk, "a\\\\"},
         {"[s]\nk=1 ;c\n", "s", "k", "a\\", kOk, "a\\"},
         {"[[s]\n", "[s", "k", "v", kOk, "v"},
+        // These do not.
         {"[s]\n", "s", "k", "a\nb=1", kOk, "a"},
         {"[s]\n", "s", "k", "", kOk, "\n"},
         {"[s]\n", "s", "k", nullptr, kOk, "\n"},
