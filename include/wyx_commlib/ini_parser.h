@@ -224,8 +224,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * not lock the target itself, which a save replaces.
  *
  * **The name of the new file** is the target's path without its last dot and what follows it, then
- * the time in milliseconds, then ".ibk": net1700000000123.ibk for net.ini. It may be at most 14
- * bytes longer than the path, but the time, with 13 digits today, and ".ibk" have 17. So:
+ * the time in milliseconds, then ".ibk": net1700000000123.ibk for net.ini. With today's 13 digits
+ * that adds 17 bytes, but the name may be at most 14 bytes longer than the path. So:
  * - A save to a path without a dot fails, and so does a save to a path with fewer than two bytes
  *   after its last dot. `./cfg` works where `cfg` does not.
  * - If the last dot is in the name of a directory, the new file may be outside the target's
