@@ -54,6 +54,7 @@
  * | `list="a ;b", c ;x`   | any other    | key `list`, value `"a ;b", c`, comment `x`  |
  * | `u=h;b ;c`            | any other    | key `u`, value `h;b ;c`, no comment         |
  *
+ * - Blanks before a name, value or comment, and white bytes after it, are not part of it.
  * - A line that would be a key line but has no `=` is of no known kind. Every lookup, edit or
  *   check that reaches it fails with #XELP_ERR_INI_LINE_UNKNOWN.
  * - After a header, a comment begins at the first " ;" (a space and a semicolon); a tab instead of
@@ -262,10 +263,10 @@ WYX_API QAL_UINT32 XELP_IniSaveFileContent(const QAL_INT8 *filename,
 
 /** @} */
 /** @name Lookups
- * A lookup fails as soon as it reaches a line that is an empty string
- * (#XELP_ERR_INI_INPUT_PARA_ERR), a line of no known kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed
- * header or, in the section's block, a malformed key line (a status of IniParseSectionLine() or
- * IniParseKeyLine()). @{ */
+ * A lookup in a section reads the document from its end up to the section's last header. A lookup
+ * fails as soon as it reaches a line that is an empty string (#XELP_ERR_INI_INPUT_PARA_ERR), a line
+ * of no known kind (#XELP_ERR_INI_LINE_UNKNOWN), a malformed header or, in the section's block, a
+ * malformed key line (a status of IniParseSectionLine() or IniParseKeyLine()). @{ */
 
 /**
  * @brief The value of a key.
@@ -496,9 +497,8 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  * @brief The comment after a header or value.
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
- * @param[out] commentLine  what follows the first " ;", without leading blanks and trailing white
- *                          bytes; the empty string if only blanks come before a line end or the
- *                          end of the text; null on failure
+ * @param[out] commentLine  what follows the first " ;"; the empty string if only blanks come before
+ *                          a line end or the end of the text; null on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"
@@ -510,9 +510,8 @@ WYX_API QAL_UINT32 IniParseCommentLine(const QAL_INT8 *linePtr, QAL_INT8 **comme
  * @brief The parts of a section header.
  *
  * This call is lenient: the name is between the first `[` and the first `]` of the line, wherever
- * they are, without leading blanks and trailing white bytes. Text between the `]` and a " ;" is
- * ignored. Oddity: if the brackets enclose only white bytes, with a CR or LF among them, the first
- * CR or LF is the name.
+ * they are. Text between the `]` and a " ;" is ignored. Oddity: if the brackets enclose only white
+ * bytes, with a CR or LF among them, the first CR or LF is the name.
  *
  * @param[in]  linePtr      the line, borrowed
  * @param[out] sectionLine  the name; null on failure

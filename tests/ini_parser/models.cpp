@@ -41,7 +41,6 @@ std::size_t QuoteFrom(std::string_view line, std::size_t from)
     return at;
 }
 
-/// Releases parts.
 void Discard(const Parts &parts, Heap &heap)
 {
     for (const MaybeText *const pPart : {&parts.name, &parts.value, &parts.comment}) {
