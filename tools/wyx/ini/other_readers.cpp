@@ -42,15 +42,12 @@ template <typename Found>
 std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
 {
     for (std::size_t i = lines.begin; i < lines.end; ++i) {
-        std::size_t number = text.Lines()[i].first;
-        bool isFirst = true;
-        for (const std::string_view line : text.LinesOf(i)) {
-            const bool isOwn = isFirst || IndentOf(line) == 0;
-            if (isOwn && !IsBlankOrComment(line) && found(line, i, isFirst)) {
-                return number;
+        const std::vector<std::string_view> joined = text.LinesOf(i);
+        for (std::size_t j = 0; j < joined.size(); ++j) {
+            const bool isOwn = j == 0 || IndentOf(joined[j]) == 0;
+            if (isOwn && !IsBlankOrComment(joined[j]) && found(joined[j], i, j == 0)) {
+                return text.Lines()[i].first + j;
             }
-            isFirst = false;
-            ++number;
         }
     }
     return std::nullopt;

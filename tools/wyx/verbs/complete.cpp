@@ -126,12 +126,9 @@ void PutCompletions(Words words)
         OfferOptions(*command, current);
     } else if (command->run == nullptr) {
         OfferVerbs(*command, current);
-    } else if (isHelp) {
-        return;
-    } else if (at < operands.size()) {
-        OfferOperand(operands[at].name, typed.operands, current);
-    } else if (!operands.empty() && operands.back().isRepeated) {
-        OfferOperand(operands.back().name, typed.operands, current);
+    } else if (!isHelp && !operands.empty() &&
+               (at < operands.size() || operands.back().isRepeated)) {
+        OfferOperand(operands[std::min(at, operands.size() - 1)].name, typed.operands, current);
     }
 }
 

@@ -156,15 +156,13 @@ Outcome DryRun(const Arguments &arguments, const std::vector<Edit> &edits)
 Outcome EditFile(const Arguments &arguments, const std::vector<Edit> &edits)
 {
     const std::string &name = arguments[0];
+    const auto missingHint = [&] {
+        const std::string recovery = RecoveryHint(name);
+        return recovery.empty() ? "'wyx ini set --create' makes a new file" : recovery;
+    };
     const Target target(name, {.limit = kLargestFile,
                                .mayBeMissing = arguments.Has("create"),
-                               .missingHint =
-                                   [&] {
-                                       const std::string recovery = RecoveryHint(name);
-                                       return recovery.empty()
-                                                  ? "'wyx ini set --create' makes a new file"
-                                                  : recovery;
-                                   },
+                               .missingHint = missingHint,
                                .wait = WaitOf(arguments),
                                .lockedHint = "--wait SECONDS waits longer"});
     EditResult result = EditBytes(arguments, target.Bytes(), edits);
