@@ -10,12 +10,12 @@ set_property(CACHE WYX_CHAR PROPERTY STRINGS "" signed unsigned)
 set(WYX_CPU_LEVEL baseline CACHE STRING
     "CPU the library is compiled for: baseline, native, or a value of -march such as x86-64-v3")
 
-# What every target of the project is compiled with.
+# What the targets of the project are compiled with.
 add_library(wyx_build_options INTERFACE)
 target_compile_features(wyx_build_options INTERFACE cxx_std_20)
 target_compile_options(wyx_build_options INTERFACE
-    # The build produces the same bytes in any folder: file names start at the source folder, also
-    # in __FILE__, and debug information always names the same build folder.
+    # The libraries have the same bytes from any folder: file names start at the source folder, also in
+    # __FILE__, and the build folder is called "." in debug information.
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
     "-ffile-prefix-map=${CMAKE_BINARY_DIR}=."
     -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Wvla -Wcast-qual -Wcast-align

@@ -20,7 +20,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 0wyx1) # older than any package that Debian might make
+set(CPACK_DEBIAN_PACKAGE_RELEASE 0wyx1) # older than a package of Debian for this version
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
@@ -31,7 +31,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(control "${PROJECT_BINARY_DIR}/debian")
 file(WRITE "${control}/triggers" "activate-noawait ldconfig\n")
-# A program that uses any call depends on the version that it was linked with, or a later one.
+# A program that uses the library depends on the version that it was linked with, or a later one.
 set(shlibs "")
 set(symbols "")
 foreach(target IN ITEMS wyx_commlib wyx_os_adapter)

@@ -88,7 +88,7 @@ names() {
     ' "$1" | LC_ALL=C sort -u
 }
 
-# compare_names OLD NEW: prints what differs; nothing for two equal lists
+# compare_names OLD NEW: prints what differs
 compare_names() {
     LC_ALL=C comm -23 "$1" "$2" | sed 's/^/gone: /'
     LC_ALL=C comm -13 "$1" "$2" | sed 's/^/new: /'

@@ -2,7 +2,7 @@
 # Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
 #
 # Installs Doxygen, its theme and the search library if they are missing (Debian). Fails if Doxygen warns
-# or a link between the pages is broken. FOLDER replaces build/docs.
+# or a link between the pages is broken. FOLDER replaces build/docs; what its folder html has is deleted.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)

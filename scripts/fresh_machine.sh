@@ -3,8 +3,8 @@
 #
 # FOLDER (default: a new temporary one) keeps the root, some 3 GiB. Root builds the libraries alone, then
 # runs scripts/test.sh and scripts/demo.sh in a clone in its home, which others cannot enter. An ordinary
-# user runs both scripts in the source archive, without a network, in a folder whose name has a space and
-# a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
+# user runs both scripts in the source archive, without name resolution, in a folder whose name has a
+# space and a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
 # debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone; with
 # WYX_MOUNT=0 they are not mounted, and the tests that need them are skipped.
 set -euo pipefail
@@ -64,6 +64,6 @@ home="$root/home/newcomer/wyx für alle"
 mkdir -p "$home"
 git archive HEAD | tar -x -C "$home"
 chroot "$root" chown -R newcomer: "/home/newcomer"
-rm "$root/etc/resolv.conf" # no network any more
+rm "$root/etc/resolv.conf" # no name resolution any more
 in_root newcomer "cd 'wyx für alle' && bash scripts/test.sh"
 in_root newcomer "cd 'wyx für alle' && bash scripts/demo.sh"

@@ -9,6 +9,8 @@
 # - a bill of materials (SPDX)
 # - SHA256SUMS of all of these files
 #
+# Packages, archives and bills that FOLDER already has are deleted.
+#
 # The same sources produce the same bytes: all times are SOURCE_DATE_EPOCH, by default the time of the
 # last commit. Installs what is missing (Debian).
 set -euo pipefail
@@ -25,7 +27,7 @@ if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     fi
 fi
 export SOURCE_DATE_EPOCH
-export LC_ALL=C.UTF-8 # so that CPack can pack from a folder of any name
+export LC_ALL=C.UTF-8 # CPack could not pack from a folder with letters beyond ASCII
 umask 022
 mkdir -p "$folder"
 rm -f "$folder"/*.deb "$folder"/*.tar.xz "$folder"/*.spdx.json "$folder"/SHA256SUMS
