@@ -156,10 +156,10 @@ constexpr Command kCommands[] = {
         .summary = "Set one or more keys",
         .operands = "FILE [SECTION] [SECTION.]KEY=VALUE...",
         .text = "In the line of a key that exists, only what 'wyx ini get' writes is replaced; "
-                "indented lines that continue the old value are removed. A new key goes below the "
-                "last key of its section's last block, a new section to the end of the file. "
-                "'KEY=' sets an empty value. With '-' for FILE, standard input is changed, and "
-                "written to standard output.\n"
+                "indented lines that continue the old value are removed. A new key goes into its "
+                "section's last block, a new section to the end of the file. 'KEY=' sets an empty "
+                "value. With '-' for FILE, standard input is changed, and written to standard "
+                "output.\n"
                 "\n"
                 "Without the operand SECTION, each setting names its section: in "
                 "SECTION.KEY=VALUE, the section ends at the last dot before the '='.\n"
