@@ -172,10 +172,16 @@ TEST_F(IniQueryTest, NotFound)
     const Outcome section = Wyx({"ini", "get", file, "nte", "port"});
     EXPECT_EQ(section.code, kNo);
     EXPECT_TRUE(Mentions(section.err, {"no section 'nte'", "did you mean 'Net'?"}));
-    const Outcome hidden =
-        Wyx({"ini", "get", Write("hidden.ini", "[a]\nk=1\n[b]\n[a]\n"), "a", "k"});
-    EXPECT_EQ(hidden.code, kNo);
-    EXPECT_TRUE(Mentions(hidden.err, {"line 2 has it", "the last one counts"}));
+    const std::string blocks = Write("blocks.ini", "[a]\nk=1\n[b]\n[a]\nl : 2\n[c] x\n");
+    for (const char *const name : {"a", " a "}) {
+        const Outcome hidden = Wyx({"ini", "get", blocks, name, "k"});
+        EXPECT_EQ(hidden.code, kNo);
+        EXPECT_TRUE(Mentions(hidden.err, {"line 2 has it", "the last one counts"}));
+        const Outcome unread = Wyx({"ini", "get", blocks, name, "l"});
+        EXPECT_TRUE(Mentions(unread.err, {"line 5 looks like it"}));
+    }
+    const Outcome header = Wyx({"ini", "get", blocks, " c ", "k"});
+    EXPECT_TRUE(Mentions(header.err, {"line 6 looks like it"}));
     EXPECT_EQ(Wyx({"ini", "get", Write("empty.ini", ""), "a", "k"}).code, kNo);
 }
 

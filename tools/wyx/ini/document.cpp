@@ -253,6 +253,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
                           const std::string &key) const
 {
     const std::string &file = source_.Name();
+    const std::string name(Trimmed(section));
     const auto unread = [](std::size_t line) {
         return "line " + std::to_string(line) +
                " looks like it, but is not read as one; see: wyx ini check";
@@ -260,12 +261,12 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
     if (status == XELP_ERR_INI_KEY_NOT_FOUND) {
         const std::string message =
             file + ": no key " + Quoted(key) + " in section " + Quoted(section);
-        if (const auto hidden = LineOfHiddenKey(*this, section, key)) {
+        if (const auto hidden = LineOfHiddenKey(*this, name, key)) {
             return {ExitCode::kNo, message,
                     "line " + std::to_string(*hidden) +
                         " has it, but in an earlier block of the section: the last one counts"};
         }
-        if (const auto line = LineOfOthersKey(*this, BlockOf(*this, section), key)) {
+        if (const auto line = LineOfOthersKey(*this, BlockOf(*this, name), key)) {
             return {ExitCode::kNo, message, unread(*line)};
         }
         return {ExitCode::kNo, message, DidYouMean(key, document_.Keys(section))};
@@ -276,7 +277,7 @@ Failure IniText::NotFound(QAL_UINT32 status, const std::string &section,
                 "write the name without its brackets: " +
                     Quoted(section.substr(1, section.size() - 2))};
     }
-    if (const auto line = LineOfOthersSection(*this, section)) {
+    if (const auto line = LineOfOthersSection(*this, name)) {
         return {ExitCode::kNo, message, unread(*line)};
     }
     return {ExitCode::kNo, message, DidYouMean(section, Sections())};
