@@ -61,20 +61,21 @@ configure() { # SYSTEM PROCESSOR TARGET
 }
 
 configure Linux riscv64 riscv64-linux-gnu || fail "no configuration for riscv64: $(cat "$work/log")"
-while read -r system processor target; do
+while read -r system processor bytes target; do
     if configure "$system" "$processor" "$target"; then
         fail "$target can be configured"
     fi
     # CMake breaks the lines of a message.
     message=$(tr -s '\n ' ' ' <"$work/log")
-    [[ $message == *"libwyx_commlib supports 64-bit little-endian Linux and Android only, not $system on $processor (for Gradle: ndk { abiFilters 'arm64-v8a', 'x86_64' })"* &&
+    [[ $message == *"libwyx_commlib supports 64-bit little-endian Linux and Android only, not $system on $processor with pointers of $bytes bytes (for Gradle: ndk { abiFilters 'arm64-v8a', 'x86_64' })"* &&
         $(grep -c 'CMake Error' "$work/log") == 1 ]] ||
         fail "$target is refused with: $(cat "$work/log")"
 done <<'TARGETS'
-Android armv7-a armv7a-linux-androideabi24
-Linux i686 i386-linux-gnu
-Linux s390x s390x-linux-gnu
-FreeBSD x86_64 x86_64-unknown-freebsd
+Android armv7-a 4 armv7a-linux-androideabi24
+Linux i686 4 i386-linux-gnu
+Linux x86_64 4 x86_64-linux-gnux32
+Linux s390x 8 s390x-linux-gnu
+FreeBSD x86_64 8 x86_64-unknown-freebsd
 TARGETS
 
 ((failures == 0)) && echo "targets: as they should be"
