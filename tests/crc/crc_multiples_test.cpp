@@ -159,14 +159,14 @@ TEST(SparseMultiples, Crc32Short)
               (std::set<Exponents>{{85, 48, 41, 39, 17, 13, 6, 3, 0}}));
 }
 
-/// All sums of @p count terms out of x^0 to x^95 that have the remainder of x^uDegree.
+/// All sums of @p count terms out of x^0 to x^96 that have the remainder of x^uDegree.
 std::set<Exponents> SumsLike(unsigned uDegree, unsigned count)
 {
     // Multiplied by x, so that the constant is a term like the others.
     const auto remainders = Remainders(32, 0x04C11DB7, uDegree + 1);
-    const Sums sums(remainders, 96, count / 2);
+    const Sums sums(remainders, 97, count / 2);
     std::set<Exponents> found;
-    ForEachSumLike(remainders[uDegree + 1], remainders, 96, count - count / 2, sums,
+    ForEachSumLike(remainders[uDegree + 1], remainders, 97, count - count / 2, sums,
                    [&](Exponents all) {
                        for (unsigned &uExponent : all) {
                            --uExponent;

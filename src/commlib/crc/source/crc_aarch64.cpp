@@ -9,18 +9,18 @@
 namespace wyx::crc {
 namespace {
 
-// A CRC instruction processes up to eight bytes. One can start in each cycle, but its result
-// arrives two or three cycles later, so a single stream leaves the unit idle in between. Three
-// parts of equal length are therefore processed side by side and then joined: the CRC v of a part
-// is carried over by adding v * x^(8 * kPart - 32) to the next part. The sparse multiple below
-// replaces this power of x by five lower ones, so that every bit added falls into the last 16 bytes
-// of that part. Of the lengths that the loop can process, 640 is the shortest for which five such
-// powers are enough (SparseMultiples.Crc32Join); the next is 2,896.
+// A CRC instruction processes up to eight bytes. The CPU can start one in each cycle, but must wait
+// two or three cycles for the result, which the next one needs. Three parts of equal length are
+// therefore processed side by side and then joined: the CRC v of a part is carried over by adding
+// v * x^(8 * kPart - 32) to the next part. The sparse multiple below replaces this power of x by
+// five lower ones, so that every bit added falls into the last 16 bytes of that part. Of the
+// lengths that the loop can process, 640 bytes is the shortest for which five such powers are
+// enough (SparseMultiples.Crc32Join); the next is 2,896 bytes.
 constexpr unsigned kPart = 640;
 template <unsigned... kExponents>
 struct JoinOf {
     static_assert(Sparse<8 * kPart - 32, kExponents...>::IsMultipleOf(kCrc32));
-    static_assert(((kExponents < 96) && ...), "the sum would not fit in two words");
+    static_assert(((kExponents <= 96) && ...), "the sum would not fit in two words");
 
     Word ullFirst;
     Word ullSecond;
@@ -52,8 +52,8 @@ QAL_UINT32 AfterTwoWords(QAL_UINT32 ulCrc, const QAL_UINT8 *puc)
     return AfterWord(AfterWord(ulCrc, puc), puc + kWordBytes);
 }
 
-/// The CRC after the last two words of a part, with @p ulBefore, the CRC of the preceding part,
-/// joined in.
+/// The CRC after the last two words of a part. Joins in @p ulBefore, the CRC of what precedes the
+/// part.
 QAL_UINT32 AfterJoin(QAL_UINT32 ulCrc, const QAL_UINT8 *puc, QAL_UINT32 ulBefore)
 {
     const Join join(ulBefore);

@@ -7,11 +7,11 @@
 namespace wyx::crc {
 namespace {
 
-// Below these lengths another form takes over, and also for long CRC-16 messages. The CRC-32
-// instructions of AArch64 are faster for short messages: a multiplication takes several cycles, and
-// a short message offers no other work for that time.
+// Another form computes the CRC of shorter messages, and the CRC-16 of long ones.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
+// The CRC-32 instructions are faster for short messages: a multiplication takes several cycles, and
+// a short message offers no other work for that time.
 namespace other = aarch64;
 constexpr QAL_UINT32 kMin32 = 384; // speed only
 #else

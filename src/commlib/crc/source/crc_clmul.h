@@ -2,9 +2,12 @@
 //
 // Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. In
 // terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both powers of x may be
-// reduced modulo P. The two products then have at most 96 bits, and XORing them into the later
-// vector replaces the earlier one. This is the folding of crc_fold.h with products in place of a
-// sparse multiple's shifts. It works over any distance D.
+// reduced modulo the CRC's polynomial P. The two products then have at most 96 bits, and XORing
+// them into the later vector replaces the earlier one. This is the folding of crc_fold.h with
+// products in place of a sparse multiple's shifts. It works over any distance D.
+//
+// A message is folded block by block. A block has one lane (Lanes1) or four (Lanes4, in
+// crc_clmul512.cpp), and each lane holds a vector.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_CLMUL_H
 
@@ -73,8 +76,8 @@ struct Order32 {
     /// The remainder of a vector followed by 32 zero bits.
     static QAL_UINT32 Remainder(Vector vector)
     {
-        // Fold the first half into the second one and the zeros after it. This leaves 96 bits: a
-        // word W, which is the low word, and the 32 bits after it.
+        // Fold the first half into the second one and the zeros after it. This leaves 96 bits: the
+        // low word, W, and the 32 bits after it.
         constexpr Vector kFirstHalf = {Reversed(PowerOfX(kCrc32, 64 + 32 - 1)), 0};
         const Vector rest =
             ShiftDown<4>(MultiplyLowWords(vector, kFirstHalf) ^ ShiftUp<4>(ShiftDown<8>(vector)));
@@ -110,10 +113,10 @@ struct Order16 {
     {
         constexpr Vector kFirstHalf = {0, PowerOfX(kCrc16, 64 + 16)};
         const Vector sum = MultiplyHighWords(vector, kFirstHalf) ^ ShiftDown<6>(ShiftUp<8>(vector));
-        const Vector rest = ShiftDown<2>(sum); // the word above the last 16 bits
+        const Vector word = ShiftDown<2>(sum); // W: all but the last 16 bits
         constexpr Vector kInverse = {Inverse(kCrc16), 0};
-        // The inverse lacks its x^64; adding rest makes up for that.
-        const Vector quotient = ShiftDown<8>(MultiplyLowWords(rest, kInverse)) ^ rest;
+        // The inverse lacks its x^64; adding W makes up for that.
+        const Vector quotient = ShiftDown<8>(MultiplyLowWords(word, kInverse)) ^ word;
         constexpr Vector kPolynomial = {kCrc16.ulLower, 0};
         const Vector value = MultiplyLowWords(quotient, kPolynomial) ^ sum;
         return static_cast<QAL_UINT16>(value[0]);
@@ -133,13 +136,13 @@ struct Lanes1 {
     static Block Load(const QAL_UINT8 *puc) { return LoadVector(puc); }
     static Block Backwards(Block block) { return PickBytes(block, kBackwards); }
 
-    /// The sum of the halves' products with their factors.
+    /// In each vector: the sum of its two halves, each times its factor.
     static Block Multiply(Block block, Block factors)
     {
         return MultiplyLowWords(block, factors) ^ MultiplyHighWords(block, factors);
     }
 
-    /// The first @p ulBytes bytes, 1 to 16, with the start value added and zeros in front. Reads a
+    /// The first @p ulBytes (1 to 16) bytes, with the start value added and zeros in front. Reads a
     /// whole block.
     static Block LoadFirst(const QAL_UINT8 *puc, Vector start, QAL_UINT32 ulBytes)
     {

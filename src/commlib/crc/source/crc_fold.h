@@ -11,7 +11,7 @@
 // 4. Bits that are closer together than the smallest of the distances d - a, ..., d do not affect
 //    each other. So if no distance is shorter than a word, all bits of a word can be cleared at
 //    once: XOR the word into the message at each of the distances. If a distance is shorter, but
-//    at least half a word, the word is first XORed into itself.
+//    at least half a word, the word is first XORed into itself at that distance.
 // This is called folding. It needs neither a table nor a multiplication.
 #ifndef WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
 #define WYX_COMMLIB_CRC_SOURCE_CRC_FOLD_H
@@ -82,7 +82,7 @@ inline Word LoadWord(const QAL_UINT8 *puc)
     return Order::SwapOrder(ullWord);
 }
 
-/// Folds a message word by word. Holds the bits that folded words add to words not yet taken.
+/// Folds a message word by word. Holds what the folded words add to the words after them.
 template <typename Order, typename Multiple>
 class WordFold;
 

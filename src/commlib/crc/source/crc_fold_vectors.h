@@ -50,8 +50,8 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
-        // The message is folded into the buffer, because each vector is XORed with the folded bytes
-        // that precede it by each of the multiple's distances. Zeros precede the message.
+        // The buffer keeps the folded bytes, because folding a vector reads those at each of the
+        // multiple's distances before it. Zeros precede the message.
         alignas(64) QAL_UINT8 aucBuffer[kReach + kChunk + kReach];
         QAL_UINT8 *const pucFolded = aucBuffer + kReach;
         for (unsigned i = 0; i < kReach; i += kVectorBytes) {
@@ -73,7 +73,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
                 StoreVector(aucBuffer + i, LoadVector(pucFolded + ulFolded - kReach + i));
             }
         }
-        // The rest adds nothing to itself, so the buffer has zeros in its place.
+        // The rest is not folded further, so zeros take its place in the buffer.
         QAL_UINT8 *const pucEnd = pucFolded + ulFolded;
         for (unsigned i = 0; i < kReach; i += kVectorBytes) {
             StoreVector(pucEnd + i, Vector{});

@@ -26,7 +26,8 @@ consteval std::array<QAL_UINT16, 256> MakeCrc16Table()
     return aTab;
 }
 
-/// Entry i is i * x^32 mod the polynomial, bits reversed: long division, bottom bit first.
+/// Entry i is i * x^32 mod the polynomial, with the bits of both i and the entry in reverse order:
+/// eight steps of long division, bottom bit first.
 consteval std::array<QAL_UINT32, 256> MakeCrc32Table()
 {
     std::array<QAL_UINT32, 256> aTab{};
@@ -70,7 +71,7 @@ static_assert(aCrc32_tab[1] == 0x77073096 && aCrc32_tab[128] == kCrc32Reversed &
     return ulCrc;
 }
 
-// These return the CRC of a word's eight bytes, starting from 0.
+// Crc16OfWord() and Crc32OfWord() return the CRC of a word's eight bytes, starting from 0.
 
 /// The first byte of the message is the highest byte of the word.
 inline QAL_UINT16 Crc16OfWord(Word ullWord)

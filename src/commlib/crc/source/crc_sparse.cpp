@@ -27,7 +27,7 @@ static_assert(Power8::IsMultipleOf(kCrc16) && Power16::IsMultipleOf(kCrc16) &&
 // The message is multiplied by x^16, so 16 zero bits follow it.
 static_assert(73 - 64 <= 16, "clearing the last word but one would reach past the zeros");
 
-/// Not inlined: its two callers share it.
+/// Not inlined, so that its two callers share one copy.
 [[gnu::noinline]] QAL_UINT16 ByWords(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData, QAL_UINT32 ulLen)
 {
     const LastWord last =
@@ -76,9 +76,9 @@ class RegisterFold {
          ...);
     }
 
-    /// Vector kAt of the next 128 bytes. The array's vectors before kAt are already from these
-    /// bytes, or zero in TakeLast(); vector kAt and those after it are still from the preceding 128
-    /// bytes.
+    /// Vector kAt of the next 128 bytes, with what the preceding bytes add to it. In the array, the
+    /// vectors before kAt already hold these 128 bytes, or zeros in TakeLast(); the others still
+    /// hold the preceding 128 bytes.
     template <std::size_t kAt>
     Vector Folded(const QAL_UINT8 *pucData) const
     {
@@ -149,7 +149,7 @@ static_assert(85 - 64 <= 32, "clearing the last word but one would reach past th
 
 using Vectors = VectorFold<Long>;
 
-constexpr QAL_UINT32 kMinByLong = 56;     // speed only: Long pays from about here
+constexpr QAL_UINT32 kMinByLong = 56;     // speed only: Long pays off from about here
 constexpr QAL_UINT32 kMinByVectors = 512; // speed only: preparing the buffer costs time
 static_assert(kMinByVectors >= Vectors::kMinBytes);
 
