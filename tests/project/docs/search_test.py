@@ -68,7 +68,7 @@ QUERIES = {
     "md5 hex": "md5.html#md5-the-digest-of-a-buffer-as-hexadecimal-text",
     "digest of a file": "md5.html#md5-the-digest-of-a-file",
     "delete section": "ini_parser.html#ini_parser-delete-a-key-or-a-section",
-    "zlib crc32": "crc.html#crc-the-crc-32-of-zlib-png-and-zip-files",
+    "zlib crc32": "crc.html#crc-the-crc-32-that-zlib-png-and-zip-use",
     "queue": "dlink.html#dlink-use-it-as-a-queue",
     "ipv6 port": "ip4_ip6_parser.html#ip4_ip6_parser-connect-to-an-ipv6-address-with-an-optional-port",
     "python": "bindings.html",
