@@ -2,10 +2,10 @@
 //
 // Each row measures an operation at sizes that grow kStep-fold and compares the cost per element or
 // per call at neighbouring sizes. The cost per element stays the same if the operation is linear,
-// except where the data outgrows a cache, and grows kStep-fold if it is quadratic. The program
-// fails if a cost grows more than kBound-fold between two sizes, and does so again when the row is
-// repeated, except in rows that say why it may. The last row is quadratic on purpose: the program
-// also fails if it does not notice that.
+// except where the data outgrows a cache, and grows kStep-fold if it is quadratic. Unless a row
+// says why it may grow faster, it is measured again if its cost grows more than kBound-fold between
+// two sizes, and the program fails if that happens twice. The last row is quadratic on purpose: the
+// program also fails if it does not notice that.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -80,7 +80,8 @@ inline Operation Base64Encode(std::size_t size)
     };
 }
 
-inline Operation Base64Decode(std::size_t size) // in bytes, of what the text encodes
+/// @p size is the number of bytes that the text encodes.
+inline Operation Base64Decode(std::size_t size)
 {
     QAL_UINT8 *pucEncoded = nullptr;
     const QAL_INT32 lLen =
@@ -265,7 +266,7 @@ class IniFile {
     const char *Name() const { return name_.c_str(); }
 
   private:
-    // Values of the same length, because the cost depends on the length.
+    // mkstemp() keeps this length: a longer name would cost more.
     std::string name_ = FolderOfFiles() + "/wyx_bench.XXXXXX";
 };
 

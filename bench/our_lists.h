@@ -18,7 +18,7 @@ class OurList {
     void Append(void *pElement) { kInsert(pList_, pElement, kAfterLast); }
     void Prepend(void *pElement) { kInsert(pList_, pElement, kFrontFirst); }
 
-    // Null if there is none.
+    // These return null if there is no such element.
     void *TakeFirst()
     {
         void *pElement = nullptr;

@@ -1,5 +1,5 @@
 // Base64 both ways, compared with GLib and with OpenSSL's block functions. OpenSSL's functions
-// allocate nothing, so a buffer is allocated for each of their calls, as ours does.
+// allocate nothing, so a buffer is allocated for each of their calls: our calls allocate one, too.
 #include <glib.h>
 #include <openssl/evp.h>
 
@@ -128,7 +128,7 @@ void AddSizes(Report &report)
                 "OpenSSL",
                 [=](auto keep) {
                     auto *const pucBytes = static_cast<unsigned char *>(std::malloc(text.size()));
-                    // It also counts the bytes that padding replaces.
+                    // The size also counts the bytes that padding replaces.
                     const int iSize = EVP_DecodeBlock(pucBytes, AsBytes(text), lText);
                     KeepBytes(keep, pucBytes, std::min(iSize, lBytes));
                     std::free(pucBytes);

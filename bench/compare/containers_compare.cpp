@@ -237,7 +237,7 @@ struct GlibQueue {
     GQueue *pQueue;
 };
 
-/// The plain list without a queue's head: it finds its last element by walking.
+/// GLib's plain list, without a queue's head. To append, it would walk to the last element.
 struct GlibList {
     explicit GlibList(std::size_t) {}
     GlibList(const GlibList &) = delete;

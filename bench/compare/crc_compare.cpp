@@ -143,7 +143,7 @@ int main(int argc, char **argv)
         uc = static_cast<QAL_UINT8>(ulState >> 24);
     }
     wyx::bench::Report report(argc, argv);
-    wyx::bench::AddSizes(report, data.data() + 1); // unaligned, like most buffers
+    wyx::bench::AddSizes(report, data.data() + 1); // unaligned
     wyx::bench::AddPieces(report, data.data() + 1);
     return report.Run();
 }

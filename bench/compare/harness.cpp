@@ -211,7 +211,7 @@ void Report::Time(Case &c) const
     }
     for (std::size_t round = 0; round < rounds_; ++round) {
         for (std::size_t turn = 0; turn < repeats.size(); ++turn) {
-            const std::size_t i = (round + turn) % repeats.size(); // they begin rounds in turn
+            const std::size_t i = (round + turn) % repeats.size(); // another one begins each round
             Contender &contender = c.contenders_[i];
             contender.nsPerRound[round] =
                 TimeBatch(contender, repeats[i]) / static_cast<double>(repeats[i]);

@@ -1,8 +1,8 @@
 // Compares one of our calls with others for the same task on the same data.
 //
-// All contenders of a case run in one process and take turns: every round times a batch of each,
-// and a ratio is taken within a round, so that both ran under about the same conditions. The median
-// of the rounds is reported, with half the distance between the quartiles as its spread.
+// All contenders of a case run in one process and take turns: every round times a batch of each. A
+// ratio compares two times of the same round, taken under about the same conditions. The median of
+// the rounds is reported, with half the distance between the quartiles as its spread.
 //
 // Before anything is timed, all contenders that do the same work run once and must have the same
 // result.
@@ -23,7 +23,7 @@
 
 namespace wyx::bench {
 
-/// Makes the compiler believe that @p value is used, and memory with it.
+/// Makes the compiler believe that @p value is read, and that memory is read and written.
 template <typename T>
 inline void Keep(const T &value)
 {
@@ -74,7 +74,8 @@ class Shown {
     std::string &text_;
 };
 
-/// What the ratio to a peer should reach, in each of the two builds; none if nothing is set.
+/// What the ratio to a peer should reach in each of the two builds; without a value, there is no
+/// target.
 struct Target {
     std::optional<double> baseline;
     std::optional<double> best;

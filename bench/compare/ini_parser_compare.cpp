@@ -43,7 +43,7 @@ int Ignore(void * /*user*/, const char * /*section*/, const char * /*name*/, con
     return 1;
 }
 
-/// Looks up a key; its value is copied, because ours hands over a copy.
+/// A key to look up, and a copy of its value, because ours hands over a copy.
 struct Wanted {
     const char *pszSection;
     const char *pszKey;

@@ -1,5 +1,5 @@
-// Addresses compared with inet_pton(). One repetition parses a whole set: of 4,096 addresses, which
-// a branch predictor can memorise, or of 32,768, which it cannot.
+// Parsing addresses, compared with inet_pton(). One repetition parses a whole set: 4,096 addresses,
+// which a branch predictor can memorise, or 32,768, which it cannot.
 #include <arpa/inet.h>
 
 #include <array>
@@ -22,7 +22,7 @@ std::string RandomIpv4(std::mt19937 &random)
     const unsigned long value = random();
     std::string text;
     for (int iShift = 24; iShift >= 0; iShift -= 8) {
-        // Octets of one, two and three digits are equally frequent, unlike those of random bytes.
+        // Random bytes alone would mostly have three digits.
         const unsigned long octet = value >> iShift & 0xFF;
         const unsigned long few[] = {octet % 10, octet % 100, octet};
         text += std::to_string(few[random() % 3]) + (iShift > 0 ? "." : "");
@@ -36,7 +36,7 @@ std::string RandomIpv6(std::mt19937 &random)
     for (unsigned char &byte : address) {
         byte = static_cast<unsigned char>(random());
     }
-    if (random() % 2 == 0) { // half of them with a gap
+    if (random() % 2 == 0) { // about half of them with a gap
         const std::size_t first = random() % 6 * 2;
         std::memset(address + first, 0, 4 + random() % 2 * 2);
     }
