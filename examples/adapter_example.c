@@ -8,8 +8,8 @@
 #include "os_adapter.h"
 #include "wyx_commlib/base64.h"
 
-/* Blocks are cut from the array one after another; it starts over once all are released. There is
- * no lock, so only one thread may use it. */
+/* Blocks are cut from the array one after another. Once all are released, cutting starts
+ * over. There is no lock, so only one thread may use the array. */
 static union {
     unsigned char bytes[4096];
     long double aligned;

@@ -11,7 +11,7 @@ int main(void)
     QAL_UINT8 *bytes = NULL;
     QAL_INT32 textLen, bytesLen, i;
 
-    /* The pointer shows a failure: an empty result has the length 0 too. */
+    /* Check the pointer, not the length: an empty result has the length 0, too. */
     textLen = MOX_BASE64Encode(key, sizeof key, &text);
     if (text == NULL) {
         return EXIT_FAILURE;

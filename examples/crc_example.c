@@ -5,8 +5,8 @@
 
 #include "wyx_commlib/crc.h"
 
-/* A frame ends in the CRC-16 of what comes before it, high byte first. The CRC-16 of the whole
- * frame, its own CRC included, is then 0. */
+/* A frame ends in the CRC-16 of its other bytes, high byte first. The CRC-16 of the whole frame,
+ * those two bytes included, is then 0. */
 static int IsIntact(const QAL_UINT8 *frame, QAL_UINT32 frameLen)
 {
     QAL_UINT16 remainder;

@@ -11,7 +11,7 @@ struct job {
     int isDone;
 };
 
-/* 0 for a match, as strcmp() does. */
+/* Returns 0 for a match, as strcmp() does. */
 static QAL_UINT32 CompareName(const void *condition, void *userNode)
 {
     const struct job *job = userNode;

@@ -26,7 +26,7 @@ static int describe(char *text)
             break;
     }
     if (XELP_Parse_IPV6(text, addr6, &port) == 0) {
-        if (port == 0) { /* the status does not say whether there was one */
+        if (port == 0) { /* the status does not say whether the text has a port */
             port = DEFAULT_PORT;
         }
         printf("%s: IPv6 ", text);

@@ -7,15 +7,15 @@ import java.nio.charset.StandardCharsets;
  * an object.
  *
  * <p>Text crosses the border as UTF-8 bytes, not as the modified UTF-8 of JNI's own string calls, which
- * encodes characters beyond U+FFFF differently than files do. Bytes of a file that are not valid UTF-8
- * read as U+FFFD.
+ * encodes characters beyond U+FFFF in its own way. Bytes of a file that are not valid UTF-8 read as
+ * U+FFFD.
  */
 public final class IniFile implements AutoCloseable {
     static {
         System.loadLibrary("wyx_jni"); // loads the library and its adapter, too
     }
 
-    private long handle; // of the document; 0 when it is saved or closed
+    private long handle; // of the document; 0 once it is saved or closed
 
     /** Loads a file. */
     public IniFile(String fileName) throws IniException {
