@@ -63,7 +63,7 @@ WYX_API void *XELP_MemMallocD(QAL_UINT32 ulSize, QAL_UINT32 ulLine, const QAL_CH
  * @param[in] ulReserved  always 0
  * @param[in] ulLine      the caller's source line
  * @param[in] pszFile     the caller's source file; must stay valid until the block is released
- * @return as XELP_MemMallocD().
+ * @return as for XELP_MemMallocD().
  */
 WYX_API void *XELP_MemMallocS(QAL_UINT32 ulSize, QAL_UINT32 ulReserved, QAL_UINT32 ulLine,
                               const QAL_CHAR *pszFile);

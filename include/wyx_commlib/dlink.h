@@ -25,14 +25,14 @@
  * twice; both elements then share it, and deleting both releases it twice.
  *
  * **Cursor.** The cursor is the list's current position: it is on one of the elements, or nowhere
- * if the list is empty. A call that fails leaves the cursor where it is, except a walk
- * (Process_List) that its callback stops.
+ * if the list is empty.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
  * - a Remove or Delete that removes an element puts the cursor, wherever it was, on the successor
  *   of the removed element or, if there is no successor, on the predecessor;
  * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
- * - the other Get calls leave the cursor alone.
+ * - the other Get calls leave the cursor alone;
+ * - a call that fails leaves the cursor where it is, except a walk that its callback stops.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - A comparator must not change the list or move its cursor.
@@ -208,7 +208,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Remove(void *pstruHead, const void *pCmpCondit
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
- * @return as XELP_DLinkList_Remove().
+ * @return as for XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_DLinkList_NodeCmp pfunCmpNode);
@@ -221,7 +221,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, still stored; null during the search and if nothing
  *                            matches; untouched if an argument is refused
- * @return as XELP_DLinkList_Remove().
+ * @return as for XELP_DLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_DLinkList_NodeCmp pfunCmpNode, void **pstruNode);
@@ -277,7 +277,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_NextPtr(void *pstruHead);
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
- * @return as XELP_DLinkList_PriorPtr(), and #XELP_ERR_DLL_INVALID_PARA for a null @p pstruNode.
+ * @return as for XELP_DLinkList_PriorPtr(), and #XELP_ERR_DLL_INVALID_PARA for a null @p pstruNode.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
@@ -286,7 +286,7 @@ WYX_API QAL_UINT32 XELP_DLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null on failure
- * @return as XELP_DLinkList_NextPtr(), and #XELP_ERR_DLL_INVALID_PARA for a null @p pstruNode.
+ * @return as for XELP_DLinkList_NextPtr(), and #XELP_ERR_DLL_INVALID_PARA for a null @p pstruNode.
  */
 WYX_API QAL_UINT32 XELP_DLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 

@@ -46,13 +46,13 @@
  *
  * **Cursor.** The cursor is the table's current position: on an entry or nowhere. RemoveCurNode and
  * DeleteCurNode act on the entry at the cursor. The cursor may be nowhere even if there are
- * entries, unlike the cursors of dlink.h and slink.h. A call that fails leaves the cursor where it
- * is, except a walk (Process_List) that its callback stops.
+ * entries, unlike the cursors of dlink.h and slink.h.
  * - SaveNode puts the cursor on the new entry, QueryNode on the match;
  * - a Remove or Delete that removes an entry puts the cursor on the next entry of the same bucket,
  *   or nowhere if the removed entry was the last of its bucket;
  * - Process_List leaves the cursor on the last entry visited, unless the callback moved it;
- * - the Get calls leave the cursor alone.
+ * - the Get calls leave the cursor alone;
+ * - a call that fails leaves the cursor where it is, except a walk that its callback stops.
  *
  * **Callbacks** run on the caller's thread, inside the call.
  * - The hash function and the comparator must not change the table or move its cursor. They must
@@ -245,7 +245,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
- * @return as XELP_Hash_RemoveNode().
+ * @return as for XELP_Hash_RemoveNode().
  */
 WYX_API QAL_UINT32 XELP_Hash_DeleteNode(void *pstruHashHead, void *pKeyValue);
 
@@ -284,7 +284,7 @@ WYX_API QAL_UINT32 XELP_Hash_DeleteCurNode(void *pstruHashHead);
  * @param[in]  pstruHashHead  the handle, borrowed
  * @param[in]  pKeyValue      the key, borrowed; not null
  * @param[out] pstruNode      the user node, still stored; untouched on failure
- * @return as XELP_Hash_RemoveNode().
+ * @return as for XELP_Hash_RemoveNode().
  */
 WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, void **pstruNode);
 
@@ -298,9 +298,9 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   bucket.
  * - nowhere: the walk leaves the bucket.
  *
- * The walk starts the buckets in order, each at its first entry. At the end of a bucket, or when it
- * leaves one, the walk starts the bucket after the one that it started last, even if the cursor has
- * led it to other buckets in between.
+ * The walk takes the buckets in order and begins each at its first entry. When a bucket ends, or
+ * the walk leaves it, the next bucket in that order begins, even if the cursor has led the walk
+ * into a different bucket in the meantime.
  *
  * So a callback may remove the entry it was called for, and the walk still visits each of the
  * others once. But SaveNode, QueryNode and the removal of another entry may move the cursor

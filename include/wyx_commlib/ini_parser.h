@@ -658,7 +658,7 @@ WYX_API QAL_UINT32 IniSaveKeyToIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLi
  * @param[in]     pKeyNameLine    the key, borrowed
  * @param[in]     buf             the value, borrowed; null for none
  * @param[in]     pCommentLine    the comment, borrowed; null for none
- * @return as IniSaveKeyToIniStruct(), or #XELP_ERR_INI_INTERNAL if the document cannot grow.
+ * @return as for IniSaveKeyToIniStruct(), or #XELP_ERR_INI_INTERNAL if the document cannot grow.
  */
 WYX_API QAL_UINT32 IniInsertKeyInIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine,
                                            QAL_UINT32 ulLoction, QAL_INT8 *pKeyNameLine,

@@ -17,8 +17,8 @@
  * begin a dotted quad. Other text directly after an address is not ignored: the status is 30 for
  * `::1x`, `::1 `, `::1%eth0` and `1::/64`.
  *
- * @warning **Ports are not range-checked.** They are reduced to 16 bits (`:70000` is port 4464),
- * and white space and a sign are accepted before them (`:-1` is port 65535).
+ * @warning **Ports are not range-checked:** `:70000` is port 4464. White space and a sign are
+ * accepted before them (`:-1` is port 65535).
  *
  * Texts must be NUL-terminated and shorter than 2 GiB. No call allocates or keeps a pointer. Any
  * number of threads may call at once; see #QAL_CHARset for the one thing they share.
@@ -60,8 +60,8 @@ typedef enum xelpPARSE_IPV4V6_ErrCode WYX_ENUM32 {
  * 255. Nothing may come before the first octet, or between octets and dots.
  *
  * The port is decimal, or hexadecimal after `0x` or `0X`. core_td_u16() reads it, after that prefix
- * if there is one. So it may begin with white space and a sign, and only its low 16 bits count.
- * Nothing may follow it.
+ * if there is one. So it may begin with white space and a sign, and is not range-checked. Nothing
+ * may follow it.
  *
  * @param[in]  pszIPV4Addr  the text, borrowed
  * @param[out] pulAddr      the address as a number in host order: 0x0A000001 for `10.0.0.1`;
@@ -178,7 +178,7 @@ extern WYX_API QAL_UINT32 QAL_CHARset[256];
  *
  * @param[out]    OUT_val     the number; untouched on failure
  * @param[in]     IN_base     the base, 10 or 16
- * @param[in,out] IN_dec_buf  the text, borrowed; moved past the number, not moved on failure
+ * @param[in,out] IN_dec_buf  the cursor, borrowed; moved past the number, not moved on failure
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if there is no number.
  */
 WYX_API QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base,
@@ -190,7 +190,7 @@ WYX_API QAL_UINT32 core_td_u16(QAL_UINT16 *OUT_val, QAL_INT32 IN_base,
  * A `.`, `:`, `]` or the end of the text must follow the group; it is not consumed.
  *
  * @param[out]    OUT_hex4    the value; 0 on failure
- * @param[in,out] IN_dec_buf  the text, borrowed; moved past the group; on failure, to the
+ * @param[in,out] IN_dec_buf  the cursor, borrowed; moved past the group; on failure, to the
  *                            character at fault: the digits before it stay consumed
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID.
  */
@@ -217,8 +217,8 @@ WYX_API QAL_UINT32 core_td_hex4(QAL_UINT16 *OUT_hex4, Parse_Ipv4v6_S_BUF_PTR IN_
  *
  * @param[out]    OUT_hex_seq  two bytes for each group, the high one first; room for 16
  * @param[out]    OUT_len      the number of bytes written; set on failure, too
- * @param[in,out] IN_dec_buf   the text, borrowed; moved past the run; on failure, to the character
- *                             at fault
+ * @param[in,out] IN_dec_buf   the cursor, borrowed; moved past the run; on failure, to the
+ *                             character at fault
  * @return 0, or #XELP_ERR_PARSE_IPV4V6_INVALID if core_td_hex4() refuses a group.
  */
 WYX_API QAL_UINT32 core_td_hexseq(QAL_UINT8 *OUT_hex_seq, QAL_UINT32 *OUT_len,

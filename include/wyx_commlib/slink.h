@@ -24,14 +24,14 @@
  * twice; both elements then share it, and deleting both releases it twice.
  *
  * **Cursor.** The cursor is the list's current position: it is on one of the elements, or nowhere
- * if the list is empty. A call that fails leaves the cursor where it is, except a walk
- * (Process_List) that its callback stops.
+ * if the list is empty.
  * - Insert puts the cursor on the new element, Query on the match, Set_CurPtr on the first element;
  * - PriorPtr, NextPtr, Get_PriorNode and Get_NextNode move the cursor by one element;
  * - a Remove or Delete that removes an element puts the cursor, wherever it was, on the successor
  *   of the removed element or, if there is no successor, on the predecessor;
  * - Process_List leaves the cursor on the last element visited, unless the callback moved it;
- * - the other Get calls leave the cursor alone.
+ * - the other Get calls leave the cursor alone;
+ * - a call that fails leaves the cursor where it is, except a walk that its callback stops.
  *
  * **Results.** What a call does with a null result pointer, and what it leaves in the result when
  * it fails, differs from call to call: see each call.
@@ -228,7 +228,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Remove(void *pstruHead, const void *pCmpCondit
  * @param[in] pstruHead      the handle, borrowed
  * @param[in] pCmpCondition  passed to the comparator, borrowed; not null
  * @param[in] pfunCmpNode    comparator for this search; null to use the list's own
- * @return as XELP_SLinkList_Remove().
+ * @return as for XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondition,
                                          XELP_SLinkList_NodeCmp pfunCmpNode);
@@ -241,7 +241,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Delete(void *pstruHead, const void *pCmpCondit
  * @param[in]  pfunCmpNode    comparator for this search; null to use the list's own
  * @param[out] pstruNode      the user node, still stored; null during the search and if nothing
  *                            matches; untouched if an argument is refused
- * @return as XELP_SLinkList_Remove().
+ * @return as for XELP_SLinkList_Remove().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Query(void *pstruHead, const void *pCmpCondition,
                                         XELP_SLinkList_NodeCmp pfunCmpNode, void **pstruNode);
@@ -307,7 +307,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_NextPtr(void *pstruHead);
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null if the cursor is on the first element;
  *                        untouched by any other failure
- * @return as XELP_SLinkList_PriorPtr(), and #XELP_ERR_SLL_INVALID_PARA for a null @p pstruNode.
+ * @return as for XELP_SLinkList_PriorPtr(), and #XELP_ERR_SLL_INVALID_PARA for a null @p pstruNode.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNode);
 
@@ -318,7 +318,7 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
  * @param[out] pstruNode  the user node, still stored; null if the cursor is on the last element;
  *                        untouched by any other failure. The pointer is not checked: it must not
  *                        be null unless the list is empty
- * @return as XELP_SLinkList_NextPtr().
+ * @return as for XELP_SLinkList_NextPtr().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
 

@@ -184,7 +184,7 @@ TEST_F(HashInit, WrappedSizeIsRequestedAndReturnsMemoryStatus)
         const char *pszCalls;
     } aCase[] = {
         {536870905, "S 0, freeD"},   // the first size that wraps
-        {536870906, "S 8, freeD"},   //
+        {536870906, "S 8, freeD"},   // 8 bytes more
         {0x20000000, "S 56, freeD"}, // the head alone
         {0x20000001, "S 64, freeD"}, // the head and one bucket
         {0x40000000, "S 56, freeD"}, // wraps twice
@@ -226,11 +226,11 @@ TEST_F(HashDeInit, Flag0ReleasesKeysAndUserNodesInOrder)
     ASSERT_EQ(Text(), "da|eb|[f]c");
     platform.StartRecording();
     g_onRelease = [&](char chWhat, char) {
-        const auto ended =
+        const auto releasedEntries =
             std::count(g_calls.begin(), g_calls.end(), 'n') - (chWhat == 'n' ? 1 : 0);
         // Both blocks of every earlier entry are released before this entry's key is.
         EXPECT_EQ(platform.Events().size(),
-                  2 * static_cast<std::size_t>(ended) + (chWhat == 'n' ? 1U : 0U));
+                  2 * static_cast<std::size_t>(releasedEntries) + (chWhat == 'n' ? 1U : 0U));
     };
     EXPECT_EQ(XELP_Hash_DeInit(table, XELP_HASH_FreeUserNode_Yes), 0U);
     table = nullptr;
@@ -347,7 +347,7 @@ TEST_F(HashSaveNode, CopiesTheKeyAsItIs)
     Build(1, "");
     char acKey[300];
     for (std::size_t i = 0; i < sizeof acKey; ++i) {
-        acKey[i] = static_cast<char>('a' + i); // includes NULs and bytes above 0x7F
+        acKey[i] = static_cast<char>('a' + i); // includes a NUL and bytes above 0x7F
     }
     for (const QAL_UINT32 ulKeyLen : {1U, 2U, 255U, 300U}) {
         SCOPED_TRACE(ulKeyLen);
@@ -607,7 +607,7 @@ TEST_F(HashRemoveCurNode, EntryNotInItsBucketReturnsSuccessAndNull)
 
 using HashCursor = HashTest;
 
-TEST_F(HashCursor, StaysInTheBucketOfARemovedEntry)
+TEST_F(HashCursor, DoesNotMoveToAnotherBucket)
 {
     Build(3, "adgb", 'b');
     EXPECT_EQ(Remove('d'), 0U);
@@ -755,7 +755,7 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
          "gaebc", "ga|eb|[c]"},
         {"removes an entry of a later bucket: continues there, then visits all of that bucket",
          at('g', [&] { remove('e'); }), "gbbc", "gda|b|[c]"},
-        {"removes the oldest of a later bucket: goes to the next bucket",
+        {"removes the oldest of a later bucket: leaves its own bucket and begins the next",
          at('g', [&] { remove('b'); }), "gec", "gda|e|[c]"},
         {"queries the same entry", at('d', [&] { query('d'); }), "gdaebc", "gda|eb|[c]"},
         {"queries without a match", at('d', [&] { EXPECT_EQ(Query('z'), XELP_ERR_HASH_FIND); }),
@@ -783,7 +783,7 @@ TEST_F(HashWalk, ContinuesFromTheCursor)
                 }
             }),
          "gd", "||"},
-        {"walks the table itself: continues where the inner walk ended",
+        {"makes a walk of its own: continues where the inner walk ended",
          at('g',
             [&] {
                 Walker inner;
@@ -840,8 +840,8 @@ TEST_F(HashMemory, EveryMemoryCallPassesItsOwnLine)
             lines.insert(event.line);
         }
     }
-    // The table, a key copy and a node are allocated. A key copy is released by a failing save; a
-    // node is released by a removal and by the teardown, and the table by the teardown.
+    // The table, a key copy and a chain node are allocated. A key copy is released by a failing
+    // save; a chain node, by a removal and by the teardown; the table, by the teardown.
     EXPECT_EQ(lines.size(), 7U);
 }
 

@@ -170,7 +170,8 @@ class RandomCalls {
         };
     }
 
-    /// Makes a call. The table grows for a while, then shrinks, and so on.
+    /// Does one random thing, mostly a single call. The table grows for a while, then shrinks, and
+    /// so on.
     void Step()
     {
         const char ch = static_cast<char>('a' + random_.UpTo(kLetters - 1));

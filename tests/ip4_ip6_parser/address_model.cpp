@@ -187,7 +187,7 @@ Ipv6 ModelIpv6(std::string_view text)
                     place(run.bytes, 16);
                 } else if (chNext == ':') {
                     ++at;
-                    status = kInvalid; // whatever follows
+                    status = kInvalid; // unless a port follows
                     place(run.bytes, 12);
                 } else {
                     return {};

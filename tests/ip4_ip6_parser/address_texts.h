@@ -42,7 +42,8 @@ class GuardedText {
     GuardedMemory memory_{4096};
 };
 
-// Texts are one letter shorter where tests are slow: sanitizers, emulation.
+// Texts are one letter shorter where tests are slow: with sanitizers, for coverage, and when
+// cross-compiled.
 #ifdef WYX_TEST_QUICK
 constexpr std::size_t kLettersLess = 1;
 #else

@@ -1,6 +1,6 @@
 // The usual form of a dotted address: texts read in words match the model, and unusual ones are
-// left to the scanner. If the table of character classes lacks a decimal digit, every text goes to
-// the scanner, which reads a usual text without that digit the same way.
+// left to ScanIpv4(). If the table of character classes lacks a decimal digit, every text goes to
+// ScanIpv4(), which reads a usual text without that digit the same way.
 #include "../../src/commlib/ip4_ip6_parser/source/ipv4v6_parser_words.h"
 
 #include <gtest/gtest.h>
@@ -60,10 +60,10 @@ Ipv4 Parsed(GuardedText &memory, std::string_view text)
 /// Four octets in a row, then the port.
 std::string Joined(const std::string_view (&octets)[4], std::string_view port)
 {
-    std::string text;
-    for (const std::string_view octet : octets) {
-        text += text.empty() ? "" : ".";
-        text += octet;
+    std::string text(octets[0]);
+    for (int i = 1; i < 4; ++i) {
+        text += '.';
+        text += octets[i];
     }
     return text += port;
 }
@@ -137,8 +137,8 @@ TEST(UsualIpv4, SeveralPiecesInARow)
     constexpr std::string_view kOctets[] = {"",    "0",    "9",  "99",  "001", "255", "256",
                                             "999", "0000", "1a", "0x1", "1.",  "1:1"};
     constexpr std::string_view kPorts[] = {
-        "",    ":",   ":9",      ":123456", ":1234567", ":12345678", ":9x",      ":x9",
-        ": 9", ":-1", ":0x1234", ":9.9",    ":9:9",     ":9:99999",  ":9:99999", ".:999999"};
+        "",    ":",   ":9",      ":123456", ":1234567", ":12345678", ":9x",       ":x9",
+        ": 9", ":-1", ":0x1234", ":9.9",    ":9:9",     ":9:99999",  ":9:999999", ".:999999"};
     constexpr std::size_t kStep = kLettersLess == 0 ? 1 : 7; // still uses every port
     Words words;
     GuardedText memory;
@@ -187,10 +187,10 @@ TEST(UsualIpv4, EveryByteInPlaceOfTheDots)
     }
 }
 
-// If the table does not class one of the decimal digits as a digit, every text goes to the scanner.
-// For a text whose octets do not contain that digit, the scanner must return what ReadUsualIpv4()
-// returned before.
-TEST(UsualIpv4, ScannerReadsTheSame)
+// If the table does not class one of the decimal digits as a digit, every text goes to
+// ScanIpv4(). For a text whose octets do not contain that digit, it must return what
+// ReadUsualIpv4() returned before.
+TEST(UsualIpv4, ScanIpv4ReadsTheSame)
 {
     Words words;
     GuardedText memory;

@@ -1,5 +1,5 @@
 // Chained hash table. One block holds the head and its buckets; each entry has a chain node and a
-// copy of its key. A search returns the link that leads to an entry, because a removal has to
+// copy of its key. A search finds the link that leads to an entry, because a removal has to
 // change that link.
 #include "wyx_commlib/hash.h"
 
@@ -76,7 +76,7 @@ void *Unlink(Head &head, Node **ppLink)
     Node *pNode = *ppLink;
     *ppLink = pNode->pstruNNode;
     // Kept: if the last entry of a chain is removed, the cursor becomes null; it does not move to
-    // the next bucket (HashCursor.StaysInTheBucketOfARemovedEntry).
+    // the next bucket (HashCursor.DoesNotMoveToAnotherBucket).
     head.pstruNow = pNode->pstruNNode;
     head.pfunFreeKey(pNode->pstruKey);
     // An adapter that keeps released blocks for inspection must not find a dangling pointer here.
@@ -141,7 +141,7 @@ QAL_UINT32 XELP_Hash_DeInit(void *pstruHashHead, XELP_E_HASH_FreeUserNode enFlag
     const Head &head = *static_cast<const Head *>(pstruHashHead);
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         for (Node *pNode = head.pstruBase[i]; pNode != nullptr;) {
-            // Kept: with any other flag the key copies are not released either
+            // Kept: a flag that spares the user nodes leaks the key copies
             // (HashDeInit.OtherFlagsCallNeitherCallback).
             if (enFlag == XELP_HASH_FreeUserNode_Yes) {
                 head.pfunFreeKey(pNode->pstruKey);

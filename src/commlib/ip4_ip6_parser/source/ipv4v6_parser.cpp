@@ -1,6 +1,6 @@
-// The address parsers. The usual form of a dotted address is read several characters at a time, any
-// other text with the scanner. What follows the head of an IPv6 text selects a form; the parser
-// tries the forms in the order of the table in the header. A gap is a `::`.
+// The address parsers. The usual form of a dotted address is read several characters at a time; any
+// other, by ScanIpv4(), character by character. What follows the head of an IPv6 text selects a
+// form; the parser tries the forms in the order of the table in the header. A gap is a `::`.
 #include "wyx_commlib/ip4_ip6_parser.h"
 
 #include <cstdlib>
@@ -79,7 +79,8 @@ bool ReadOctet(Parse_Ipv4v6_S_BUF &struBuf, QAL_UINT8 &ucOctet)
     return ulReduced <= 0xFF;
 }
 
-/// Reads an address of any form, character by character. The outputs are untouched on failure.
+/// Reads an address of any form, character by character. The outputs are untouched on failure. Not
+/// inlined, so that an address of the usual form pays for no stack guard.
 [[gnu::noinline]] QAL_UINT32 ScanIpv4(Parse_Ipv4v6_S_BUF struBuf, QAL_UINT32 &ulAddr,
                                       QAL_UINT16 &uwPort)
 {
@@ -152,10 +153,11 @@ void PlaceRun(Ipv6Work &work, QAL_UINT32 ulEnd)
     }
 }
 
-// One function per form. Each returns false to refuse the text at once, with the outputs untouched.
-// After true, the outputs are written, even if ulResult is a failure, unless a port is malformed.
+// One function for each way a text can go on after its head. Each returns false to refuse the text
+// at once, with the outputs untouched. After true, the outputs are written, even if ulResult is a
+// failure, unless a port is malformed.
 
-/// `::h`
+/// `::h`, and what follows the run
 bool TakeGapAndRun(Ipv6Work &work)
 {
     Advance(work.struBuf, 2);

@@ -146,8 +146,8 @@ bool GoesOnAfterColon(const Parse_Ipv4v6_S_BUF &struBuf)
 }
 
 /// Reads a run of groups and adds its length to @p ulLen. @p struBuf is a local copy of the
-/// caller's cursor, made by core_td_hexseq(), so it stays in registers; in memory, each digit would
-/// wait for the store of the digit before it.
+/// caller's cursor, made by core_td_hexseq(), so it stays in registers; in memory, reading a digit
+/// would wait for the store that moved the cursor to it.
 inline QAL_UINT32 ReadGroups(QAL_UINT8 *pucBytes, QAL_UINT32 &ulLen, Parse_Ipv4v6_S_BUF &struBuf)
 {
     if (!IsOf(kHexDigit, *struBuf.cur_bp)) {

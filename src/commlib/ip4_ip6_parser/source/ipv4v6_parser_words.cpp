@@ -53,7 +53,8 @@ bool AreDigitsAsUsual()
 }
 
 constexpr QAL_UINT32 kShortestUsual = 7; // 1.2.3.4
-constexpr QAL_UINT32 kLongestUsual = 22; // speed only: 255.255.255.255:065535
+// 255.255.255.255:065535. The checks after that of the length refuse longer texts, too.
+constexpr QAL_UINT32 kLongestUsual = 22; // speed only
 
 /// Reads the decimal port after a colon. @p ullTail holds the last eight characters of the text,
 /// its terminator included, and @p ulColon is the colon's index among them. False unless one or
