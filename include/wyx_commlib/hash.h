@@ -298,9 +298,9 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   bucket.
  * - nowhere: the walk leaves the bucket.
  *
- * The walk takes the buckets in order and begins each at its first entry. When a bucket ends, or
- * the walk leaves it, the next bucket in that order begins, even if the cursor has led the walk
- * into a different bucket in the meantime.
+ * The walk begins the buckets in order, each at its first entry. When a bucket ends, or the walk
+ * leaves it, the walk begins the bucket after the one that it began last. A bucket into which the
+ * cursor has led the walk does not count as begun.
  *
  * So a callback may remove the entry it was called for, and the walk still visits each of the
  * others once. But SaveNode, QueryNode and the removal of another entry may move the cursor

@@ -525,7 +525,7 @@ struct ipv4 {
 /// An IPv6 address and its port.
 struct ipv6 {
     std::array<QAL_UINT8, 16> octets{}; ///< in network order
-    QAL_UINT16 port = 0;                ///< 0 if the text had no port, or port 0
+    QAL_UINT16 port = 0;                ///< also 0 if the text had no port
 
     /// Reads an address, with or without brackets and a port: XELP_Parse_IPV6().
     static result<ipv6> parse(const c_text &text) noexcept
