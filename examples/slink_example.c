@@ -7,7 +7,7 @@
 
 #define KEPT_MESSAGES 3
 
-/* The messages are literals: there is nothing to release, but a list needs a callback. */
+/* The messages are static: there is nothing to release, but a list needs a callback. */
 static void ReleaseNothing(void *userNode)
 {
     (void)userNode;

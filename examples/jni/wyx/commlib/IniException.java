@@ -2,7 +2,7 @@ package wyx.commlib;
 
 import java.io.IOException;
 
-/** A call of the library failed. The message is the text of its status. */
+/** A call of the library failed. The message is the text of its status and the number. */
 public final class IniException extends IOException {
     private static final long serialVersionUID = 1;
 

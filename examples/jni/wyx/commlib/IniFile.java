@@ -22,7 +22,7 @@ public final class IniFile implements AutoCloseable {
         handle = load(bytes(fileName));
     }
 
-    /** The value of a key; if it has none, null or the first byte of the line end. */
+    /** The value of a key. An empty one is null before a comment, else the first byte of the line end. */
     public String get(String section, String key) throws IniException {
         byte[] value = get(open(), bytes(section), bytes(key));
         return value == null ? null : new String(value, StandardCharsets.UTF_8);
