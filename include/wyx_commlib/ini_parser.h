@@ -35,7 +35,7 @@
  *   exchanged.
  * - A line may have at most 511 bytes, with its continuations joined and its line end included. If
  *   a line is longer, the load fails. Oddity: a last line of 511 bytes without a line end is
- *   loaded, but with the CR that it gets it may be too long to be loaded again after a save.
+ *   loaded and gets a CR, which may make it too long to be loaded again after a save.
  * - A NUL ends the text of its line. The text then gets a CR unless it already ends in a line end.
  *   A NUL at the start of a line ends the file, unless that line is too long.
  * - A byte-order mark is not recognised: it belongs to the first line.
@@ -110,7 +110,7 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_WRITE_FILE = 180,       /**< the new file cannot be written, or its name is
                                               taken */
     XELP_ERR_INI_SYSTEM_CALL = 70,       /**< never returned */
-    XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or the file cannot step back by a byte */
+    XELP_ERR_INI_INTERNAL = 80,          /**< no memory, or seeking back by a byte failed */
     XELP_ERR_INI_EXCEED_BUF_SIZE = 90,   /**< never returned */
     XELP_ERR_INI_VALUE_NULL = 100,       /**< the adapter found the `=` of a key line, but not
                                               when asked again; cannot happen with a correct
@@ -123,7 +123,8 @@ typedef enum xelpIniErrCode WYX_ENUM32 {
     XELP_ERR_INI_LINE_TOO_LONG = 140,    /**< a line of more than 511 bytes */
     XELP_ERR_INI_VALUE_INVALID = 150,    /**< never returned */
     XELP_ERR_INI_LINE_UNKNOWN = 160,     /**< a line of no known kind, text other than a comment
-                                              after a header, or a text without a comment */
+                                              after a header, or no comment where one was
+                                              expected */
     XELP_ERR_INI_INPUT_PARA_ERR = 170    /**< a null argument, a null pStrLine, a line that is
                                               an empty string, or text too long for one
                                               line */
@@ -151,8 +152,8 @@ typedef struct XelpIniFileStruct {
                                   XELP_IniSaveFileContent() writes the document only if this is 1 */
     QAL_UINT32 ulLineNum;    /**< number of slots in use, empty ones included */
     QAL_UINT32 ulTotalLine;  /**< slots allocated: 200 at first, then 50 more at a time */
-    QAL_UINT32 ulIniFileNum; /**< sum of the lineNum that IniGetOneLine() reported for each line
-                                  loaded, minus 1 for each line deleted since */
+    QAL_UINT32 ulIniFileNum; /**< sum of the lineNum values that IniGetOneLine() reported for
+                                  the lines loaded, minus 1 for each line deleted since */
     QAL_INT8 **pStrLine;     /**< the slots: each points to a line in an allocation of its own, or
                                   is null if empty. Slots from ulLineNum on are empty unless
                                   you store a line there */
@@ -174,7 +175,7 @@ typedef struct XelpIniFileStruct {
  * - #XELP_ERR_INI_INPUT_PARA_ERR: a null argument
  * - #XELP_ERR_INI_OPEN_FILE: the file cannot be opened
  * - #XELP_ERR_INI_LINE_TOO_LONG: a line of more than 511 bytes, with its continuations joined
- * - #XELP_ERR_INI_INTERNAL: no memory, or the file cannot step back by a byte
+ * - #XELP_ERR_INI_INTERNAL: no memory, or seeking back by a byte failed
  */
 WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
                                           XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
@@ -182,8 +183,8 @@ WYX_API QAL_UINT32 XELP_IniGetFileContent(const QAL_INT8 *filename,
 /**
  * @brief Releases a document and zeroes its record, which can then be used for another load.
  *
- * @param[in,out] pStructIniLine  the record, not null; it may hold no document. The array and the
- *                                lines in its first ulLineNum slots are taken
+ * @param[in,out] pStructIniLine  the record, not null; it need not hold a document. The array and
+ *                                the lines in its first ulLineNum slots are taken
  */
 WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
 
@@ -195,9 +196,9 @@ WYX_API void XELP_IniFreeIniStruct(XELP_IN_S_INI_FILE_STRUCT *pStructIniLine);
  *
  * @param[in]  pStructIniLine  the document, borrowed
  * @param[out] pulLineNo       number of a slot, counted from 1: that of the first line that
- *                             fails, or of the last slot if none does. Empty slots count, and
- *                             joined lines count as one, so the line may have another number in
- *                             the file. Untouched for a refused argument or a document without
+ *                             fails, or of the last slot in use if none does. Empty slots count,
+ *                             and joined lines count as one, so the line may have another number
+ *                             in the file. Untouched for a refused argument or a document without
  *                             lines
  * @return
  * - #XELP_ERR_INI_OK: well formed
@@ -455,7 +456,7 @@ WYX_API QAL_UINT32 INI_StrLen(const QAL_INT8 *para);
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_FILE_EMPTY: end of file, or a line of up to 511 bytes that begins with a NUL
  * - #XELP_ERR_INI_LINE_TOO_LONG: more than 511 bytes; the rest of the line was not read
- * - #XELP_ERR_INI_INTERNAL: no memory, or the file cannot step back by a byte
+ * - #XELP_ERR_INI_INTERNAL: no memory, or seeking back by a byte failed
  */
 WYX_API QAL_UINT32 IniGetOneLine(QAL_INT8 **linePtr, XELP_S_File *iniFilePtr, QAL_UINT32 *byteNum,
                                  QAL_UINT32 *lineNum);
@@ -497,8 +498,8 @@ WYX_API QAL_UINT32 IniGetLineType(QAL_INT8 *linePtr, XELP_INI_E_LINE_TYPE *lineT
  * @brief The comment after a header or value.
  *
  * @param[in]  linePtr      a line or the rest of one, borrowed, not null
- * @param[out] commentLine  what follows the first " ;"; the empty string if only blanks come before
- *                          a line end or the end of the text; null on failure
+ * @param[out] commentLine  what follows the first " ;"; the empty string if there are only blanks
+ *                          between the " ;" and a line end or the end of the text; null on failure
  * @return
  * - #XELP_ERR_INI_OK
  * - #XELP_ERR_INI_LINE_UNKNOWN: there is no " ;"

@@ -155,7 +155,7 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 70:
             return "never returned";
         case 80:
-            return "no memory, or the file cannot step back by a byte";
+            return "no memory, or seeking back by a byte failed";
         case 90:
             return "never returned";
         case 100:
@@ -172,8 +172,8 @@ static inline const QAL_CHAR *wyx_ini_status_text(QAL_UINT32 ulStatus)
         case 150:
             return "never returned";
         case 160:
-            return "a line of no known kind, text other than a comment after a header, or a text "
-                   "without a comment";
+            return "a line of no known kind, text other than a comment after a header, or no "
+                   "comment where one was expected";
         case 170:
             return "a null argument, a null pStrLine, a line that is an empty string, or text "
                    "too long for one line";

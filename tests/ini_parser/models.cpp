@@ -111,7 +111,7 @@ ReadLine Read(std::string_view file, std::size_t at)
                 text += *b1;
                 ++i;
                 isComplete = true;
-            } else if (b1 != '\\') { // a backslash would join the line that it begins
+            } else if (b1 != '\\') { // a line that begins with a backslash is joined
                 read.stepsBack = 1;
                 isComplete = true;
             }

@@ -12,8 +12,9 @@ namespace {
 
 constexpr QAL_UINT32 kLineSize = kLongestLine + 1;
 // The size of the buffer minus the fixed characters of the longest form. Kept: this leaves no room
-// for the terminator, so texts of exactly this length with a comment do not fit, and the formatter
-// leaves the line empty (IniSaveKeyToIniStruct.AtTheLimit, IniSaveSectionToIniStruct.AtTheLimit).
+// for the terminator, so parts of exactly this total length do not fit if there is a comment, and
+// the formatter leaves the line empty (IniSaveKeyToIniStruct.AtTheLimit,
+// IniSaveSectionToIniStruct.AtTheLimit).
 constexpr QAL_UINT32 kMostSectionText = kLineSize - 5; // "[", "] ;", "\n"
 constexpr QAL_UINT32 kMostKeyText = kLineSize - 4;     // "=", " ;", "\n"
 

@@ -112,7 +112,7 @@ void ReleaseParts(KeyParts &parts);
 
 using Document = XELP_IN_S_INI_FILE_STRUCT;
 
-/// True if a call may read the document, which needs its array but may have no lines.
+/// True if a call may read the document. It must have its array, but need not have lines.
 inline bool IsReadable(const Document *pDoc)
 {
     return pDoc != nullptr && pDoc->pStrLine != nullptr;
@@ -186,14 +186,14 @@ struct Walk {
     QAL_UINT32 ulStep;
 };
 
-inline Walk Down(const Document &doc, QAL_UINT32 ulFirst, QAL_UINT32 ulEnd)
+inline Walk Down(const Document &doc, QAL_UINT32 ulStart, QAL_UINT32 ulEnd)
 {
-    return {doc, ulFirst, ulEnd, 1};
+    return {doc, ulStart, ulEnd, 1};
 }
 
-inline Walk Up(const Document &doc, QAL_UINT32 ulLast, QAL_UINT32 ulEnd)
+inline Walk Up(const Document &doc, QAL_UINT32 ulStart, QAL_UINT32 ulEnd)
 {
-    return {doc, ulLast, ulEnd, 0U - 1U};
+    return {doc, ulStart, ulEnd, 0U - 1U};
 }
 
 /// What a visit returns to report a match and end the walk. It is not a status.
