@@ -487,8 +487,8 @@ void ExpectEmptyResult(PlatformDouble &platform, Converter pfunConvert, const Le
     EXPECT_EQ(pucOutput, nullptr);
 }
 
-// If the formula yields 0 to 5, the call requests that size; otherwise, it requests 1 byte. The
-// platform allocates one byte for a size of 0.
+// If EncodedSize() in base64.cpp returns 0 to 5, the call requests that size; otherwise, it
+// requests 1 byte. The platform allocates one byte for a size of 0.
 TEST_F(Base64Encode, NegativeLengthReturnsAnEmptyText)
 {
     constexpr Length kLengths[] = {

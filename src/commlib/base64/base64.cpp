@@ -205,8 +205,8 @@ QAL_UINT8 *AllocateOutput(QAL_INT32 lInputlen, QAL_INT32 lMost, QAL_INT32 lSize,
     if (lInputlen > lMost) {
         return nullptr;
     }
-    // The output for a negative length is empty, just a NUL, but the size may have wrapped to any
-    // number. Unless it is 0 to 5, one byte is requested instead. A size of 0 is enough, because
+    // The output for a negative length is empty, just a NUL, but lSize may be negative or far too
+    // large. Unless lSize is 0 to 5, one byte is requested instead. A size of 0 is enough, because
     // the adapter treats 0 as 1.
     const bool isTooLarge = lInputlen < 0 && (lSize < 0 || lSize > EncodedSize(0));
     const QAL_UINT32 ulSize = isTooLarge ? 1 : static_cast<QAL_UINT32>(lSize);

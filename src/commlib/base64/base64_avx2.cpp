@@ -1,6 +1,6 @@
-// Base64 with AVX2: multiplications move each six-bit field to a byte of its own. Adding an offset
-// turns sextets into characters, or characters into sextets. There is one offset for A to Z, one
-// for a to z, one for 0 to 9, one for + and one for /.
+// Base64 with AVX2: multiplications move each six-bit field to a byte of its own, and back. Adding
+// an offset turns sextets into characters, or characters into sextets. There is one offset for A to
+// Z, one for a to z, one for 0 to 9, one for + and one for /.
 #include "base64_kernel.h"
 
 #if defined(WYX_BASE64_HAS_AVX2)

@@ -45,7 +45,8 @@ void EncodeStep(uint8x16x4_t alphabet, const QAL_UINT8 *pucIn, QAL_UINT8 *pucOut
     constexpr QAL_UINT8 kSpread[16] = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 12, 7, 14, 13, 15, 14};
     constexpr QAL_UINT32 kDown = 0xFFFAFFF6; // right by 10 and by 6
     constexpr QAL_UINT32 kUp = 0x00080004;   // left by 4 and by 8
-    // Two loads, as one would read 16 bytes: byte 8 of the input is byte 12 of the vector.
+    // Two loads of 8 bytes, because one of 16 would read past the 12: byte 8 of the input is byte
+    // 12 of the vector.
     const uint8x16_t bytes = vcombine_u8(vld1_u8(pucIn), vld1_u8(pucIn + 4));
     const uint16x8_t halves = vreinterpretq_u16_u8(vqtbl1q_u8(bytes, vld1q_u8(kSpread)));
     const uint16x8_t low = vshlq_u16(halves, vreinterpretq_s16_u32(vdupq_n_u32(kDown)));
@@ -69,8 +70,8 @@ QAL_UINT32 DecodeStep(uint8x16x4_t low, uint8x16x4_t high, const QAL_UINT8 *pucI
     constexpr QAL_UINT8 kPack[16] = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 0, 0, 0, 0};
     const uint8x16_t marked = SextetsOf(low, high, vld1q_u8(pucIn));
     if (vminvq_u8(marked) < kMark) {
-        const uint16x8_t areNone = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kMark)));
-        const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(areNone, 4)), 0);
+        const uint16x8_t noSextet = vreinterpretq_u16_u8(vcltq_u8(marked, vdupq_n_u8(kMark)));
+        const QAL_UINT64 ullNone = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(noSextet, 4)), 0);
         return static_cast<QAL_UINT32>(std::countr_zero(ullNone)) / 4; // four bits per character
     }
     // Join pairs of sextets into 12 bits, and pairs of those into 24. Each insertion keeps the low
