@@ -187,7 +187,7 @@ TEST(Md5, InitSetsOnlyChainAndCount)
     EXPECT_EQ(std::count(std::begin(context.buffer), std::end(context.buffer), 0xA5), 64);
 }
 
-TEST(Md5, UpdateKeepsCountAndPendingBytes)
+TEST(Md5, UpdateStoresBitCountAndPendingBytes)
 {
     Random random;
     SCOPED_TRACE(random.Trace());

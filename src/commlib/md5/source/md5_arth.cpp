@@ -47,8 +47,8 @@ constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
     return ulWord << iCount | ulWord >> (32 - iCount);
 }
 
-// Every step needs the word that the preceding step computed, b. Whatever does not depend on b is
-// computed first, so that only the rest is on the critical path.
+// The parameter b of a step is the word that the preceding step changed. Whatever does not depend
+// on b is computed first, so that only the rest is on the critical path.
 
 /// Stops the compiler from reassociating a sum in a way that puts work back on the critical path.
 inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
@@ -240,7 +240,7 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
 {
     QAL_UINT pendingLen = PendingLen(*context);
 
-    // A length in bits is three bits longer than inputLen; the top three go to the high word.
+    // inputLen * 8 can take three bits more than inputLen; its top three go to the high word.
     const QAL_UINT32 ulLowBits = inputLen << 3;
     context->count[0] += ulLowBits;
     context->count[1] += (context->count[0] < ulLowBits ? 1U : 0U) + (inputLen >> 29);
