@@ -192,6 +192,7 @@ class Editor {
     }
     std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
+    void RequireNextHeaderAlone(std::size_t header) const;
     void RequireSameForOthers(std::size_t line) const;
     void RequireNoOthersHeader(std::size_t line) const;
     void RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view)) const;
@@ -238,6 +239,14 @@ void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
     }
 }
 
+/// Refuses to change what is before a header, if there is one, that other readers take for text.
+void Editor::RequireNextHeaderAlone(std::size_t header) const
+{
+    if (header < Count()) {
+        RequireNoOwner(header, LineName(header) + ", the next header,");
+    }
+}
+
 /// Refuses to touch a line that is one thing to the library and another to other readers.
 void Editor::RequireSameForOthers(std::size_t line) const
 {
@@ -253,6 +262,7 @@ void Editor::RequireSameForOthers(std::size_t line) const
             throw Refusal(LineName(i) + " is indented below " + shown + " in " + LineName(line) +
                           ": it is part of that value or a line of its own, and programs differ");
         }
+        RequireClearJoins(i);
     }
     RequireClearJoins(line);
 }
@@ -262,6 +272,8 @@ void Editor::RequireNoOthersHeader(std::size_t line) const
 {
     if (LooksLikeHeader(text_.BytesOf(line))) {
         RequireNoOwner(line, LineName(line) + ", which looks like a header,");
+        throw Refusal(LineName(line) +
+                      " looks like a header, but is not read as one, and programs differ");
     }
     RequireNoJoined(line, LooksLikeHeader);
 }
@@ -271,7 +283,7 @@ void Editor::RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        if (lines[i].find_first_not_of(kBlanks) == 0 && looksOwn(lines[i])) {
+        if (MayBeOwn(text_, owners_, line, i) && looksOwn(lines[i])) {
             throw Refusal("the backslash before line " +
                           std::to_string(text_.Lines()[line].first + i) +
                           " joins it to the line before, but it looks like a line of its own, and "
@@ -336,9 +348,7 @@ void Editor::Insert()
             "change that line by hand");
     }
     RequireNoOwner(begin - 1, LineName(begin - 1) + ", the header,");
-    if (end < Count()) {
-        RequireNoOwner(end, LineName(end) + ", the next header,");
-    }
+    RequireNextHeaderAlone(end);
     std::size_t last = begin - 1;
     std::optional<Style> style;
     for (std::size_t i = begin; i < end; ++i) {
@@ -448,6 +458,10 @@ std::unique_ptr<IniText> Editor::Finish() const
         return WithoutLineEnd(text) == WithoutLineEnd(after->Lines()[at].text) &&
                (text_.BytesOf(old) == after->BytesOf(at) || isEndAdded);
     };
+    const auto nameOf = [&](std::size_t line) {
+        return line < expected.size() && expected[line] ? LineName(*expected[line])
+                                                        : "the line of " + Quoted(edit_.key);
+    };
     while (at < expected.size() && at < after->Lines().size() &&
            (!expected[at] || isSame(*expected[at]))) {
         ++at;
@@ -456,10 +470,18 @@ std::unique_ptr<IniText> Editor::Finish() const
         if (EndsInBackslash(edit_.value)) {
             throw Refusal(ShownValue() + kEndsInBackslash);
         }
-        const std::string where = at < expected.size() && expected[at]
-                                      ? LineName(*expected[at])
-                                      : "the line of " + Quoted(edit_.key);
-        throw Refusal(where + " would run together with the line after it");
+        throw Refusal(nameOf(at) + " would run together with the line after it");
+    }
+    const Owners owners = OwnersOf(*after);
+    for (at = 0; at < expected.size(); ++at) {
+        if (!owners[at] || !expected[*owners[at]]) {
+            continue;
+        }
+        const std::size_t owner = *expected[*owners[at]];
+        if (!expected[at] || owners_[*expected[at]] != owner) {
+            throw Refusal(nameOf(at) + " would be indented below " + LineName(owner) +
+                          ": other programs would read it as part of the value there");
+        }
     }
     return after;
 }
@@ -542,8 +564,8 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
     RequireNoOwner(header, LineName(header) + ", a header,");
     RequireClearJoins(header);
     removed_.push_back(header);
-    for (std::size_t i = header + 1; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE;
-         ++i) {
+    std::size_t i = header + 1;
+    for (; i < Count() && text_.Parts()[i].kind != INI_SECTION_LINE; ++i) {
         RequireNoOthersHeader(i);
         RequireClearJoins(i);
         if (text_.Parts()[i].IsUnreadable() && text_.BytesOf(i).starts_with('!')) {
@@ -552,6 +574,7 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
             removed_.push_back(i);
         }
     }
+    RequireNextHeaderAlone(i);
 }
 
 std::unique_ptr<IniText> Editor::Delete(std::size_t &deletedLines,

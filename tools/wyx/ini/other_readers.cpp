@@ -39,12 +39,13 @@ std::string SectionOf(std::string_view line)
 /// Calls @p found with each line that other programs may read as a line of its own, until it
 /// returns true.
 template <typename Found>
-std::optional<std::size_t> FindLine(const IniText &text, Range lines, Found found)
+std::optional<std::size_t> FindLine(const IniText &text, const Owners &owners, Range lines,
+                                    Found found)
 {
     for (std::size_t i = lines.begin; i < lines.end; ++i) {
         const std::vector<std::string_view> joined = text.LinesOf(i);
         for (std::size_t j = 0; j < joined.size(); ++j) {
-            const bool isOwn = j == 0 || IndentOf(joined[j]) == 0;
+            const bool isOwn = j == 0 || MayBeOwn(text, owners, i, j);
             if (isOwn && !IsBlankOrComment(joined[j]) && found(joined[j], i, j == 0)) {
                 return text.Lines()[i].first + j;
             }
@@ -81,13 +82,26 @@ Owners OwnersOf(const IniText &text)
         } else {
             owner = i;
             ownerIndent = indent;
+            for (const std::string_view joined : text.LinesOf(i)) {
+                if (LooksLikeKey(joined) || LooksLikeHeader(joined)) {
+                    ownerIndent = std::min(ownerIndent, IndentOf(joined));
+                }
+            }
         }
         pauses.clear();
-        if (isSection) {
+        if (isSection && !owners[i]) {
             owner = std::nullopt;
         }
     }
     return owners;
+}
+
+bool MayBeOwn(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined)
+{
+    const std::size_t owner = owners[line].value_or(line);
+    const LineParts &parts = text.Parts()[owner];
+    const bool hasValue = parts.kind == INI_KEYVALUE_LINE || parts.IsUnreadable();
+    return !hasValue || IndentOf(text.LinesOf(line)[joined]) <= IndentOf(text.BytesOf(owner));
 }
 
 bool LooksLikeKey(std::string_view line)
@@ -134,7 +148,7 @@ Range BlockOf(const IniText &text, const std::string &section)
 std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines, const std::string &key)
 {
     const Owners owners = OwnersOf(text);
-    return FindLine(text, lines, [&](std::string_view line, std::size_t i, bool isFirst) {
+    return FindLine(text, owners, lines, [&](std::string_view line, std::size_t i, bool isFirst) {
         if (owners[i]) {
             return false; // those programs read it as part of a value
         }
@@ -146,11 +160,12 @@ std::optional<std::size_t> LineOfOthersKey(const IniText &text, Range lines, con
 
 std::optional<std::size_t> LineOfOthersSection(const IniText &text, const std::string &section)
 {
-    return FindLine(
-        text, {0, text.Lines().size()}, [&](std::string_view line, std::size_t i, bool isFirst) {
-            const bool isKnown = isFirst && !text.Parts()[i].IsUnreadable();
-            return !isKnown && LooksLikeHeader(line) && IsSameName(SectionOf(line), section);
-        });
+    return FindLine(text, OwnersOf(text), {0, text.Lines().size()},
+                    [&](std::string_view line, std::size_t i, bool isFirst) {
+                        const bool isKnown = isFirst && !text.Parts()[i].IsUnreadable();
+                        return !isKnown && LooksLikeHeader(line) &&
+                               IsSameName(SectionOf(line), section);
+                    });
 }
 
 } // namespace wyx::tool

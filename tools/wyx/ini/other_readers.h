@@ -25,6 +25,11 @@ using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
 
+/// May other readers take a line that a backslash joins to a stored line for a line of its own,
+/// since it is not indented deeper than the line whose value it would continue?
+/// @param joined  its number among the lines that the stored line consists of, from 0
+bool MayBeOwn(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined);
+
 /// Does a line look like a key and its value?
 bool LooksLikeKey(std::string_view line);
 
