@@ -208,6 +208,7 @@ TEST_F(IniOptionsTest, Merge)
         EXPECT_EQ(refused.err.find("--strict"), std::string::npos) << refused.err;
         EXPECT_EQ(Read(file), kSample);
     }
+    EXPECT_TRUE(Mentions(merge("[a]\nx\n", {}).err, {"lists the lines that cannot be read"}));
     EXPECT_EQ(Wyx({"ini", "merge", Path("new.ini")}, {.in = other}).code, kIo);
     EXPECT_EQ(Wyx({"ini", "merge", "--create", Path("new.ini")}, {.in = "[a]\nk=1\n"}).code, kOk);
     EXPECT_EQ(Read(Path("new.ini")), "[a]\nk=1\n");

@@ -244,7 +244,7 @@ void IniText::RequireReadable() const
             throw Failure(ExitCode::kMalformed,
                           Where(source_, Lines()[i].first) +
                               WithCode(LineStatusText(parts_[i].status), parts_[i].status),
-                          "'wyx ini check' lists all that is wrong with a file");
+                          "'wyx ini check' lists the lines that cannot be read");
         }
     }
 }

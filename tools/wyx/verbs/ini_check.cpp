@@ -1,4 +1,4 @@
-// wyx ini check: everything that is wrong with files, and what may surprise their authors.
+// wyx ini check: what is wrong with files, and what may surprise their authors.
 //
 // The library's own check stops at the first faulty line and counts stored lines. Here the same
 // calls judge every line, and lines have the numbers that an editor shows.
