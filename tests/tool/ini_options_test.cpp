@@ -208,6 +208,9 @@ TEST_F(IniOptionsTest, Merge)
         EXPECT_EQ(refused.err.find("--strict"), std::string::npos) << refused.err;
         EXPECT_EQ(Read(file), kSample);
     }
+    const Outcome early = merge("; c\nk=1\n", {});
+    EXPECT_EQ(early.code, kUsage);
+    EXPECT_TRUE(Mentions(early.err, {"(standard input):2: key before the first section header"}));
     EXPECT_TRUE(Mentions(merge("[a]\nx\n", {}).err, {"lists the lines that cannot be read"}));
     EXPECT_EQ(Wyx({"ini", "merge", Path("new.ini")}, {.in = other}).code, kIo);
     EXPECT_EQ(Wyx({"ini", "merge", "--create", Path("new.ini")}, {.in = "[a]\nk=1\n"}).code, kOk);

@@ -89,10 +89,15 @@ std::vector<Edit> EditsOf(const IniText &other)
     other.RequireReadable();
     std::vector<Edit> edits;
     std::string section;
-    for (const LineParts &parts : other.Parts()) {
+    for (std::size_t i = 0; i < other.Parts().size(); ++i) {
+        const LineParts &parts = other.Parts()[i];
         if (parts.kind == INI_SECTION_LINE) {
             section = parts.name;
         } else if (parts.kind == INI_KEYVALUE_LINE) {
+            if (section.empty()) {
+                throw Refusal(other.Source().Name() + ":" + std::to_string(other.Lines()[i].first) +
+                              ": " + LineStatusText(XELP_ERR_INI_FILE_FORMAT));
+            }
             const Edit edit{Edit::Kind::kSet, section, parts.name, parts.value.value_or("")};
             std::erase_if(edits, [&](const Edit &known) { return IsSameKey(known, edit); });
             AddSetting(edits, edit);
