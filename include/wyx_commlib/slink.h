@@ -316,8 +316,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_PriorNode(void *pstruHead, void **pstruNod
  *
  * @param[in]  pstruHead  the handle, borrowed
  * @param[out] pstruNode  the user node, still stored; null if the cursor is on the last element;
- *                        untouched by any other failure. The pointer is not checked: it must not
- *                        be null unless the list is empty
+ *                        untouched by any other failure. The result pointer is not checked: it
+ *                        must not be null unless the list is empty
  * @return as for XELP_SLinkList_NextPtr().
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Get_NextNode(void *pstruHead, void **pstruNode);
@@ -347,8 +347,8 @@ WYX_API QAL_UINT32 XELP_SLinkList_Get_TailNode(void *pstruHead, void **pstruNode
  * predecessor.
  *
  * @param[in]  pstruHead  the handle, borrowed
- * @param[out] pstruNode  the user node, handed over; untouched on failure. The pointer is not
- *                        checked: it must not be null unless the list is empty
+ * @param[out] pstruNode  the user node, handed over; untouched on failure. The result pointer is
+ *                        not checked: it must not be null unless the list is empty
  * @return 0; #XELP_ERR_SLL_INVALID_PARA for a null handle; #XELP_ERR_SLL_NULL for an empty list.
  */
 WYX_API QAL_UINT32 XELP_SLinkList_Remove_CurNode(void *pstruHead, void **pstruNode);
@@ -437,11 +437,11 @@ WYX_API QAL_UINT32 XELP_SLinkList_Process_List(void *pstruHead,
                                                void *pProcessCondition, void **pOther);
 
 /** @name Building blocks
- * XELP_SLinkList_Insert() takes a free slot, and a Remove call returns one. With these two calls
- * you take and return slots yourself. Until you return a slot, the list counts it as an element.
- * While you hold a slot and the list stores no user node, a search reports #XELP_ERR_SLL_FIND, a
- * walk visits nothing and returns 0, and the other calls that need an element report an empty list
- * (#XELP_ERR_SLL_NULL).
+ * XELP_SLinkList_Insert() takes a free slot, and a Remove call returns one. With the two calls
+ * below you take and return slots yourself. Until you return a slot, the list counts it as an
+ * element. While you hold a slot and the list stores no user node, a search reports
+ * #XELP_ERR_SLL_FIND, a walk visits nothing and returns 0, and the other calls that need an element
+ * report an empty list (#XELP_ERR_SLL_NULL).
  * @{ */
 
 /**

@@ -28,8 +28,9 @@ struct DLink {
     static constexpr Flag kYes = XELP_DLL_FreeUserNode_Yes;
     static constexpr Flag kNo = XELP_DLL_FreeUserNode_No;
 
-    static constexpr std::size_t kCapacity = 0;   // no limit
-    static constexpr char kResultIfEmpty = kNull; // left by the calls that need a cursor
+    static constexpr std::size_t kCapacity = 0; // no limit
+    /// What calls that need a cursor leave in the result for an empty list or a null handle.
+    static constexpr char kResultWithoutCursor = kNull;
     static constexpr bool kRefusesEveryNullResult = true;
 
     static constexpr auto Init = XELP_DLinkList_Init;

@@ -33,7 +33,8 @@ struct SLink {
     static constexpr Flag kNo = XELP_SLL_FreeUserNode_No;
 
     static constexpr QAL_UINT32 kCapacity = 12;
-    static constexpr char kResultIfEmpty = kUntouched; // left by the calls that need a cursor
+    /// What calls that need a cursor leave in the result for an empty list or a null handle.
+    static constexpr char kResultWithoutCursor = kUntouched;
     static constexpr bool kRefusesEveryNullResult = false;
 
     static QAL_UINT32 Init(NodeCmp pfunCmpNode, XELP_SLinkList_FreeNode pfunFreeNode,

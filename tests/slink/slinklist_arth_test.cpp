@@ -244,7 +244,7 @@ TEST_F(SLinkListSlots, CanBeTakenAndReturnedByHand)
 TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
 {
     Build("");
-    ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // it counts, but holds no element
+    ASSERT_EQ(SLinkList_Remove_FreeNode(list), 0U); // slot 0 counts, but holds no element
     const SLinkList_S_Head before = Head();
     const struct {
         Call call;
@@ -286,7 +286,7 @@ TEST_F(SLinkListSlots, ListIsEmptyThoughASlotWasTakenByHand)
 TEST_F(SLinkListSlots, CountOf0MeansEmptyThoughAnElementIsLeft)
 {
     Build("[a]");
-    ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // it is already free
+    ASSERT_EQ(SLinkList_Insert_FreeNode(list, SLink::kCapacity - 1), 0U); // already free
     EXPECT_EQ(Head().ulUseNum, 0U);
     for (const Call &call : {kGetCurNode, kPriorPtr, kNextPtr, kGetPriorNode, kGetNextNode,
                              kRemoveCurNode, kDeleteCurNode}) {

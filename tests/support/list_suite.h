@@ -661,7 +661,7 @@ TYPED_TEST_P(ListTest, CursorCallsMoveTheCursorAndReturnElements)
         {"", TestFixture::kSetCurPtr, 0, kUntouched, ""},
         {"ab[c]", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
         {"[a]bc", TestFixture::kSetCurPtr, 0, kUntouched, "[a]bc"},
-        {"", TestFixture::kGetCurNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kGetCurNode, List::kErrNull, List::kResultWithoutCursor, ""},
         {"[a]", TestFixture::kGetCurNode, 0, 'a', "[a]"},
         {"a[b]c", TestFixture::kGetCurNode, 0, 'b', "a[b]c"},
         {"", TestFixture::kPriorPtr, List::kErrNull, kUntouched, ""},
@@ -670,10 +670,10 @@ TYPED_TEST_P(ListTest, CursorCallsMoveTheCursorAndReturnElements)
         {"", TestFixture::kNextPtr, List::kErrNull, kUntouched, ""},
         {"a[b]", TestFixture::kNextPtr, List::kErrTail, kUntouched, "a[b]"},
         {"a[b]c", TestFixture::kNextPtr, 0, kUntouched, "ab[c]"},
-        {"", TestFixture::kGetPriorNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kGetPriorNode, List::kErrNull, List::kResultWithoutCursor, ""},
         {"[a]b", TestFixture::kGetPriorNode, List::kErrHead, kNull, "[a]b"},
         {"a[b]c", TestFixture::kGetPriorNode, 0, 'a', "[a]bc"},
-        {"", TestFixture::kGetNextNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kGetNextNode, List::kErrNull, List::kResultWithoutCursor, ""},
         {"a[b]", TestFixture::kGetNextNode, List::kErrTail, kNull, "a[b]"},
         {"a[b]c", TestFixture::kGetNextNode, 0, 'c', "ab[c]"},
         {"", TestFixture::kGetHeadNode, List::kErrNull, kNull, ""},
@@ -692,7 +692,7 @@ TYPED_TEST_P(ListTest, RemovalMovesTheCursorBesideTheGap)
 {
     using List = TypeParam;
     const typename TestFixture::Case aCase[] = {
-        {"", TestFixture::kRemoveCurNode, List::kErrNull, List::kResultIfEmpty, ""},
+        {"", TestFixture::kRemoveCurNode, List::kErrNull, List::kResultWithoutCursor, ""},
         {"[a]", TestFixture::kRemoveCurNode, 0, 'a', ""},
         {"[a]bc", TestFixture::kRemoveCurNode, 0, 'a', "[b]c"},
         {"a[b]c", TestFixture::kRemoveCurNode, 0, 'b', "a[c]"},
@@ -734,10 +734,10 @@ TYPED_TEST_P(ListTest, NullArgumentsAreRefused)
         this->RunWithNulls(call, true, kNull);
     }
     for (const auto &call : {TestFixture::kGetCurNode, TestFixture::kGetPriorNode}) {
-        this->RunWithNulls(call, true, List::kResultIfEmpty);
+        this->RunWithNulls(call, true, List::kResultWithoutCursor);
     }
     for (const auto &call : {TestFixture::kGetNextNode, TestFixture::kRemoveCurNode}) {
-        this->RunWithNulls(call, List::kRefusesEveryNullResult, List::kResultIfEmpty);
+        this->RunWithNulls(call, List::kRefusesEveryNullResult, List::kResultWithoutCursor);
     }
 
     this->Build("[a]");

@@ -236,7 +236,7 @@ QAL_UINT32 XELP_DLinkList_Deinit(void *pstruHead, XELP_E_DLL_FreeUserNode enFlag
             head.pfunFreeNode(pNode->pstruUserNode);
         }
         Node *const pNext = pNode->pstruNNode;
-        wyx::Release(pNode); // not ReleaseNode(): the teardown passes a line of its own
+        wyx::Release(pNode); // not ReleaseNode(): the teardown passes its own line number
         pNode = pNext;
     }
     wyx::Release(pstruHead);
@@ -249,8 +249,8 @@ QAL_UINT32 XELP_DLinkList_Insert(void *pstruHead, void *pstruNode,
     if (pstruHead == nullptr || pstruNode == nullptr) {
         return XELP_ERR_DLL_INVALID_PARA;
     }
-    // Kept: the node is allocated before the position is checked, so without memory an invalid
-    // position is reported as no memory (DLinkListMemory.FailedInsertChangesNothing).
+    // Kept: the node is allocated before the position is checked, so a failed allocation is
+    // reported even if the position is invalid (DLinkListMemory.FailedInsertChangesNothing).
     auto *const pNode = static_cast<Node *>(XELP_MemMallocS(sizeof(Node), 0, __LINE__, __FILE__));
     if (pNode == nullptr) {
         return XELP_ERR_DLL_MEMORY;
