@@ -474,12 +474,12 @@ std::unique_ptr<IniText> Editor::Finish() const
     }
     const Owners owners = OwnersOf(*after);
     for (at = 0; at < expected.size(); ++at) {
-        if (!owners[at] || !expected[*owners[at]]) {
+        if (!owners[at]) {
             continue;
         }
-        const std::size_t owner = *expected[*owners[at]];
-        if (!expected[at] || owners_[*expected[at]] != owner) {
-            throw Refusal(nameOf(at) + " would be indented below " + LineName(owner) +
+        const std::size_t owner = *owners[at];
+        if (!expected[at] || !expected[owner] || owners_[*expected[at]] != *expected[owner]) {
+            throw Refusal(nameOf(at) + " would be indented below " + nameOf(owner) +
                           ": other programs would read it as part of the value there");
         }
     }

@@ -82,10 +82,10 @@ Owners OwnersOf(const IniText &text)
         } else {
             owner = i;
             ownerIndent = indent;
-            for (const std::string_view joined : text.LinesOf(i)) {
-                if (LooksLikeKey(joined) || LooksLikeHeader(joined)) {
-                    ownerIndent = std::min(ownerIndent, IndentOf(joined));
-                }
+        }
+        for (const std::string_view joined : text.LinesOf(i)) {
+            if (LooksLikeKey(joined) || LooksLikeHeader(joined)) {
+                ownerIndent = std::min(ownerIndent, IndentOf(joined));
             }
         }
         pauses.clear();
