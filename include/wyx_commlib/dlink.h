@@ -40,7 +40,7 @@
  *   moved. The release callback may use the list, but must not tear it down. During
  *   XELP_DLinkList_Deinit(), the release callback must not use the list at all.
  * - The callback of a walk may do anything with the list except tear it down;
- *   XELP_DLinkList_Process_List() says where the walk then continues.
+ *   XELP_DLinkList_Process_List() tells how the walk then continues.
  *
  * **Cost and limits.** Not counting your callbacks, the searches (XELP_DLinkList_Remove(),
  * XELP_DLinkList_Delete() and XELP_DLinkList_Query()) are linear in the number of elements up to

@@ -48,8 +48,8 @@
  * DeleteCurNode act on the entry at the cursor. The cursor may be nowhere even if there are
  * entries, unlike the cursors of dlink.h and slink.h.
  * - SaveNode puts the cursor on the new entry, QueryNode on the match;
- * - a Remove or Delete that removes an entry puts the cursor on the next entry of the same bucket,
- *   or nowhere if the removed entry was the last of its bucket;
+ * - a Remove or Delete that removes an entry puts the cursor, wherever it was, on the entry that
+ *   followed the removed one in its bucket, or nowhere if none followed;
  * - Process_List leaves the cursor on the last entry visited, unless the callback moved it;
  * - the Get calls leave the cursor alone;
  * - a call that fails leaves the cursor where it is, except a walk that its callback stops.
@@ -63,7 +63,7 @@
  *   moved. The node callback may use the table, but must not tear it down. During
  *   XELP_Hash_DeInit(), the node callback must not use the table at all.
  * - The callback of a walk may do anything with the table except tear it down;
- *   XELP_Hash_Process_List() says where the walk then continues.
+ *   XELP_Hash_Process_List() tells how the walk then continues.
  *
  * **Cost and limits.** A call with a key calls the hash function at most once, and the comparator
  * at most once for each entry of the bucket, up to the match. With about as many buckets as entries
@@ -241,7 +241,8 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveNode(void *pstruHashHead, void *pKeyValue, vo
 /**
  * @brief Removes the entry of a key and releases its user node.
  *
- * Calls XELP_Hash_RemoveNode(), then passes the user node, if there is one, to the node callback.
+ * Calls XELP_Hash_RemoveNode(). If that removes an entry, passes its user node to the node
+ * callback.
  *
  * @param[in] pstruHashHead  the handle, borrowed
  * @param[in] pKeyValue      the key, borrowed; not null
@@ -269,7 +270,7 @@ WYX_API QAL_UINT32 XELP_Hash_RemoveCurNode(void *pstruHashHead, void **pstruNode
 /**
  * @brief Removes the entry at the cursor and releases its user node.
  *
- * Calls XELP_Hash_RemoveCurNode(), then passes the user node, if there is one, to the node
+ * Calls XELP_Hash_RemoveCurNode(). If that removes an entry, passes its user node to the node
  * callback.
  *
  * @param[in] pstruHashHead  the handle, borrowed
@@ -298,9 +299,9 @@ WYX_API QAL_UINT32 XELP_Hash_QueryNode(void *pstruHashHead, void *pKeyValue, voi
  *   bucket.
  * - nowhere: the walk leaves the bucket.
  *
- * The walk begins the buckets in order, each at its first entry. When a bucket ends, or the walk
- * leaves it, the walk begins the bucket after the one that it began last. A bucket into which the
- * cursor has led the walk does not count as begun.
+ * The walk takes the buckets in order, and each from its first entry. A different bucket into which
+ * the cursor leads the walk is a detour: after it, the walk takes the bucket that would have come
+ * next without the detour.
  *
  * So a callback may remove the entry it was called for, and the walk still visits each of the
  * others once. But SaveNode, QueryNode and the removal of another entry may move the cursor

@@ -237,8 +237,8 @@ WYX_API QAL_UINT32 XELP_IniCheckFile(const XELP_IN_S_INI_FILE_STRUCT *pStructIni
  * - On most file systems a name may have 255 bytes, so a target `NAME.ini` can be saved only if
  *   `NAME` has at most 238.
  *
- * **A save never creates its target.** If the target does not exist, its removal fails, and the
- * content stays in the new file. Create an empty file first.
+ * **A save does not create its target.** If no file has the target's name, the removal fails, and
+ * the content stays in the new file. Create an empty file first.
  *
  * A line of 80 bytes or more is folded: a backslash and an LF follow every 78 or 79 bytes until
  * fewer than 80 bytes are left.

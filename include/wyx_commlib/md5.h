@@ -8,7 +8,7 @@
  *
  * A *context* is the state of a message in progress. Use one context on one thread at a time;
  * different contexts may be used on different threads at once. The calls return nothing and check
- * nothing, so never pass a null pointer. None of them allocates or keeps a pointer.
+ * nothing, so never pass a null pointer. They allocate nothing and keep no pointer.
  *
  * @code{.c}
  * MD5_S_CTX context;
@@ -30,7 +30,7 @@ WYX_C_BEGIN
 typedef struct xelpMD5_S_CTX {
     QAL_UINT32 state[4];  /**< chaining values A, B, C, D */
     QAL_UINT32 count[2];  /**< length of the message so far in bits, modulo 2^64, low word first */
-    QAL_UINT8 buffer[64]; /**< begins with the bytes after the last whole block of 64 */
+    QAL_UINT8 buffer[64]; /**< begins with the bytes that do not fill a block yet */
 } MD5_S_CTX;
 
 /**
@@ -57,7 +57,7 @@ WYX_API void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UIN
  * @param[out]    digest   receives the 16 bytes of the digest; must not overlap @p context
  * @param[in,out] context  a context initialised by XELP_MD5_Init(), borrowed; all of it is zero
  *                         afterwards. Registers and the stack are not wiped. Call XELP_MD5_Init()
- *                         before you use @p context again: otherwise the digest is not an MD5.
+ *                         before you use @p context again: otherwise the next digest is wrong.
  * @par Source
  * RFC 1321. The digest of the empty message is d41d8cd98f00b204e9800998ecf8427e, that of "abc" is
  * 900150983cd24fb0d6963f7d28e17f72.

@@ -42,7 +42,7 @@
  *   moved. The release callback may use the list, but must not tear it down. During
  *   XELP_SLinkList_Deinit(), the release callback must not use the list at all.
  * - The callback of a walk may do anything with the list except tear it down;
- *   XELP_SLinkList_Process_List() says where the walk then continues.
+ *   XELP_SLinkList_Process_List() tells how the walk then continues.
  *
  * **Cost.** Not counting your callbacks, the following calls take linear time, and every other call
  * takes constant time:

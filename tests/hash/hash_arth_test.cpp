@@ -563,7 +563,7 @@ TEST_F(HashRemoveCurNode, NullIsRefused)
     EXPECT_EQ(g_calls, "");
 }
 
-TEST_F(HashRemoveCurNode, CursorIsNullAfterTheLastEntryOfABucket)
+TEST_F(HashRemoveCurNode, CursorIsNullIfTheLastEntryOfABucketIsRemoved)
 {
     Build(3, "adb");
     EXPECT_EQ(Remove('a'), 0U);
@@ -840,8 +840,8 @@ TEST_F(HashMemory, EveryMemoryCallPassesItsOwnLine)
             lines.insert(event.line);
         }
     }
-    // The table, a key copy and a chain node are allocated. A key copy is released by a failing
-    // save; a chain node, by a removal and by the teardown; the table, by the teardown.
+    // Three lines allocate: the table, a key copy, a chain node. Four release: a key copy if a save
+    // fails, a chain node in a removal and in the teardown, and the table in the teardown.
     EXPECT_EQ(lines.size(), 7U);
 }
 

@@ -156,8 +156,9 @@ inline std::vector<void *> KeyCopiesOf(const void *pTable)
 
 // ---- a plain model, and random calls compared with it ----
 
-/// Makes random calls on a table and on plain vectors, and compares the two after each call. The
-/// table must be empty at first, and nothing else may hold blocks of the platform double.
+/// Makes random calls on a table, does the same to a model of plain vectors, and compares the two
+/// after each call. At first the table must be empty, and hold the only block of the platform
+/// double.
 class RandomCalls {
   public:
     RandomCalls(void *pTable, Random &random)
@@ -251,7 +252,7 @@ class RandomCalls {
     };
     using Bucket = std::vector<Entry>; // from the newest to the oldest
 
-    struct Found {
+    struct Outcome {
         QAL_UINT32 ulStatus;
         std::size_t place;
         std::string calls; // of the hash function and the comparator
@@ -277,23 +278,26 @@ class RandomCalls {
     }
 
     /// What a search for a key must find, and which callbacks it must call.
-    Found Find(char ch)
+    Outcome OutcomeInBucket(char ch)
     {
-        Found found = {XELP_ERR_HASH_HASHVALUE, 0, {'h', ch, ' '}};
+        Outcome expected = {XELP_ERR_HASH_HASHVALUE, 0, {'h', ch, ' '}};
         if (g_hashStatus == 0) {
             const Bucket &bucket = BucketOf(ch);
-            found.place = PlaceIn(bucket, ch);
-            const bool isFound = found.place < bucket.size();
-            found.ulStatus = isFound ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
-            for (std::size_t i = 0; i < found.place + (isFound ? 1U : 0U); ++i) {
-                found.calls += std::string{ch, '=', bucket[i].ch, ' '};
+            expected.place = PlaceIn(bucket, ch);
+            const bool isFound = expected.place < bucket.size();
+            expected.ulStatus = isFound ? 0U : QAL_UINT32{XELP_ERR_HASH_FIND};
+            for (std::size_t i = 0; i < expected.place + (isFound ? 1U : 0U); ++i) {
+                expected.calls += std::string{ch, '=', bucket[i].ch, ' '};
             }
         }
-        return found;
+        return expected;
     }
 
     /// The same for the calls that first check whether the table is empty.
-    Found Search(char ch) { return Count() != 0 ? Find(ch) : Found{XELP_ERR_HASH_NULL, 0, ""}; }
+    Outcome OutcomeInTable(char ch)
+    {
+        return Count() != 0 ? OutcomeInBucket(ch) : Outcome{XELP_ERR_HASH_NULL, 0, ""};
+    }
 
     void Compare()
     {
@@ -322,9 +326,9 @@ class RandomCalls {
     /// none fails.
     void Save(char ch, QAL_UINT32 ulFailAt = 0)
     {
-        const Found found = Find(ch);
-        const QAL_UINT32 ulExpected = found.ulStatus == 0 ? QAL_UINT32{XELP_ERR_HASH_RESAVE}
-                                      : found.ulStatus != XELP_ERR_HASH_FIND ? found.ulStatus
+        const Outcome expected = OutcomeInBucket(ch);
+        const QAL_UINT32 ulExpected = expected.ulStatus == 0 ? QAL_UINT32{XELP_ERR_HASH_RESAVE}
+                                      : expected.ulStatus != XELP_ERR_HASH_FIND ? expected.ulStatus
                                       : ulFailAt != 0 ? QAL_UINT32{XELP_ERR_HASH_MEMORY}
                                                       : 0U;
         std::vector<char> key(1 + random_.UpTo(40)); // the table must copy exactly this many bytes
@@ -337,7 +341,7 @@ class RandomCalls {
         EXPECT_EQ(
             XELP_Hash_SaveNode(table_, key.data(), static_cast<QAL_UINT32>(key.size()), User(ch)),
             ulExpected);
-        EXPECT_EQ(g_calls, found.calls);
+        EXPECT_EQ(g_calls, expected.calls);
         EXPECT_EQ(platform_.Calls(Service::kAllocate), ulExpected == 0 ? 2U
                                                        : ulExpected == XELP_ERR_HASH_MEMORY
                                                            ? ulFailAt
@@ -355,15 +359,16 @@ class RandomCalls {
 
     void Query(char ch)
     {
-        const Found found = Search(ch);
+        const Outcome expected = OutcomeInTable(ch);
         void *pResult = User(kUntouched);
-        EXPECT_EQ(XELP_Hash_QueryNode(table_, Key(ch).szText, &pResult), found.ulStatus);
-        EXPECT_EQ(Letter(pResult), found.ulStatus == 0 ? ch : kUntouched);
-        EXPECT_EQ(g_calls, found.calls);
-        cursor_ = found.ulStatus == 0 ? ch : cursor_;
+        EXPECT_EQ(XELP_Hash_QueryNode(table_, Key(ch).szText, &pResult), expected.ulStatus);
+        EXPECT_EQ(Letter(pResult), expected.ulStatus == 0 ? ch : kUntouched);
+        EXPECT_EQ(g_calls, expected.calls);
+        cursor_ = expected.ulStatus == 0 ? ch : cursor_;
     }
 
-    /// Removes an entry from the model. The cursor goes to the next entry of the bucket or nowhere.
+    /// Removes an entry from the model. The cursor is then on the next entry of the
+    /// bucket, or nowhere.
     void Forget(Bucket &bucket, std::size_t place)
     {
         bucket.erase(bucket.begin() + static_cast<std::ptrdiff_t>(place));
@@ -382,7 +387,8 @@ class RandomCalls {
         }
     }
 
-    /// The entry has left the table, so the callback may use the table. It makes random calls.
+    /// The entry has left the table, so the callback may use the table: it may make a random
+    /// call.
     void NodeReleased()
     {
         EXPECT_NE(awaited_, "");
@@ -405,19 +411,19 @@ class RandomCalls {
 
     void Remove(char ch)
     {
-        const Found found = Search(ch);
-        const bool isFound = found.ulStatus == 0;
-        const std::string calls = found.calls + (isFound ? std::string{'k', ch, ' '} : "");
+        const Outcome expected = OutcomeInTable(ch);
+        const bool isFound = expected.ulStatus == 0;
+        const std::string calls = expected.calls + (isFound ? std::string{'k', ch, ' '} : "");
         if (isFound) {
-            Forget(BucketOf(ch), found.place);
+            Forget(BucketOf(ch), expected.place);
         }
         if (random_.UpTo(1) != 0) {
-            Delete([&] { return XELP_Hash_DeleteNode(table_, Key(ch).szText); }, found.ulStatus,
+            Delete([&] { return XELP_Hash_DeleteNode(table_, Key(ch).szText); }, expected.ulStatus,
                    isFound, ch, calls);
             return;
         }
         void *pResult = User(kUntouched);
-        EXPECT_EQ(XELP_Hash_RemoveNode(table_, Key(ch).szText, &pResult), found.ulStatus);
+        EXPECT_EQ(XELP_Hash_RemoveNode(table_, Key(ch).szText, &pResult), expected.ulStatus);
         EXPECT_EQ(Letter(pResult), isFound ? ch : kUntouched);
         EXPECT_EQ(g_calls, calls);
     }

@@ -1,6 +1,6 @@
-// Tests what the hash table leaves in the blocks it releases. This executable replaces the
-// adapter's release function with one that keeps the blocks, as an adapter may do in order to
-// inspect them.
+// Tests what the hash table leaves in the blocks it releases. This executable replaces
+// XELP_MemFreeSetNullD(), with which the table releases its chain nodes and its head, with a
+// function that keeps the blocks, as an adapter may do in order to inspect them.
 #include <gtest/gtest.h>
 
 #include <vector>

@@ -134,7 +134,7 @@ TEST(Md5, EmptyPiecesChangeNothing)
     std::memcpy(&before, &context, sizeof before);
     const GuardedMemory memory(1);
     XELP_MD5_Update(&context, memory.End(), 0); // an address that cannot be read
-    XELP_MD5_Update(&context, nullptr, 0);
+    XELP_MD5_Update(&context, nullptr, 0);      // survived, although the header forbids it
     EXPECT_EQ(std::memcmp(&before, &context, sizeof before), 0);
 }
 
@@ -144,14 +144,14 @@ TEST(Md5, EveryAlignmentOfInputAndDigest)
     SCOPED_TRACE(random.Trace());
     const std::vector<QAL_UINT8> message = random.Bytes(150);
     const Digest expected = ModelMd5(message);
-    alignas(64) QAL_UINT8 aucAround[17 + 150];
+    alignas(64) QAL_UINT8 aucInput[17 + 150];
     alignas(64) QAL_UINT8 aucDigest[17 + 16 + 17];
     for (std::size_t at = 0; at < 17; ++at) {
-        std::copy(message.begin(), message.end(), aucAround + at);
+        std::copy(message.begin(), message.end(), aucInput + at);
         std::memset(aucDigest, 0xA5, sizeof aucDigest);
         MD5_S_CTX context;
         XELP_MD5_Init(&context);
-        Update(context, {aucAround + at, message.size()});
+        Update(context, {aucInput + at, message.size()});
         XELP_MD5_Final(aucDigest + at, &context);
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), aucDigest + at)) << at;
         EXPECT_EQ(std::count(aucDigest, aucDigest + at, 0xA5), static_cast<std::ptrdiff_t>(at));

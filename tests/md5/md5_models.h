@@ -27,28 +27,28 @@ inline Chain ModelBlock(Chain chain, Bytes block)
     auto [a, b, c, d] = chain;
     for (unsigned int i = 0; i < 64; ++i) {
         QAL_UINT32 mixed = 0;
-        unsigned int word = 0;
+        unsigned int index = 0;
         switch (i / 16) {
             case 0:
                 mixed = (b & c) | (~b & d);
-                word = i;
+                index = i;
                 break;
             case 1:
                 mixed = (b & d) | (c & ~d);
-                word = (5 * i + 1) % 16;
+                index = (5 * i + 1) % 16;
                 break;
             case 2:
                 mixed = b ^ c ^ d;
-                word = (3 * i + 5) % 16;
+                index = (3 * i + 5) % 16;
                 break;
             default:
                 mixed = c ^ (b | ~d);
-                word = 7 * i % 16;
+                index = 7 * i % 16;
                 break;
         }
         QAL_UINT32 ulWord = 0;
         for (unsigned int k = 4; k-- > 0;) {
-            ulWord = ulWord * 256 + block[4 * word + k];
+            ulWord = ulWord * 256 + block[4 * index + k];
         }
         const auto ulSine =
             static_cast<QAL_UINT32>(std::floor(std::fabs(std::sin(i + 1.0)) * 0x1p32));

@@ -40,7 +40,7 @@ QAL_INT32 wyx_memset_s(void *pDest, QAL_ULONG ulDestMax, QAL_INT32 lByte, QAL_UL
 namespace wyx::test {
 namespace {
 
-TEST(Md5Services, EveryCopyIsBoundedByItsCount)
+TEST(Md5Services, EveryBoundEqualsItsCount)
 {
     MD5_S_CTX context;
     const QAL_UINT8 aucInput[64 + 64 + 5] = {};

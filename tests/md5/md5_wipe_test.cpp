@@ -75,7 +75,7 @@ bool IsZero(QAL_UINT8 uc)
     return uc == 0;
 }
 
-TEST(Md5Wipe, NoPartOfTheContextStaysOnTheStack)
+TEST(Md5Wipe, OptimiserKeepsTheWipe)
 {
     const std::vector<QAL_UINT8> remains = Remains(nullptr);
     EXPECT_TRUE(std::all_of(remains.begin(), remains.end(), IsZero));

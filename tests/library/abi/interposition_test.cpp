@@ -25,6 +25,11 @@ extern "C" {
 } // extern "C"
 
 // These are in the library's headers, with their arguments.
+void XELP_MD5_Update(MD5_S_CTX *, const QAL_UINT8 *, QAL_UINT)
+{
+    std::abort();
+}
+
 QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16, const QAL_UINT8 *, QAL_UINT32, QAL_UINT16 *)
 {
     std::abort();
@@ -54,12 +59,10 @@ TEST(Interposition, DoesNotReachTheDigest)
 {
     MD5_S_CTX context;
     QAL_UINT8 aucDigest[16];
-    const QAL_UINT8 aucText[] = {'a', 'b', 'c'};
     XELP_MD5_Init(&context);
-    XELP_MD5_Update(&context, aucText, 3);
-    XELP_MD5_Final(aucDigest, &context);
-    const QAL_UINT8 aucExpected[] = {0x90, 0x01, 0x50, 0x98, 0x3C, 0xD2, 0x4F, 0xB0,
-                                     0xD6, 0x96, 0x3F, 0x7D, 0x28, 0xE1, 0x7F, 0x72};
+    XELP_MD5_Final(aucDigest, &context); // of the empty message
+    const QAL_UINT8 aucExpected[] = {0xD4, 0x1D, 0x8C, 0xD9, 0x8F, 0x00, 0xB2, 0x04,
+                                     0xE9, 0x80, 0x09, 0x98, 0xEC, 0xF8, 0x42, 0x7E};
     EXPECT_EQ(std::memcmp(aucDigest, aucExpected, sizeof aucDigest), 0);
 }
 

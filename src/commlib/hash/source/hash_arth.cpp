@@ -87,7 +87,8 @@ void *Unlink(Head &head, Node **ppLink)
     return pUserNode;
 }
 
-/// Does the work of a Delete call: makes the Remove call, then releases the user node, if any.
+/// Does the work of a Delete call: makes the Remove call, then releases the user node of the
+/// entry that it removed, if any.
 template <typename Remove>
 QAL_UINT32 DeleteBy(void *pstruHashHead, const Remove &remove)
 {
@@ -261,8 +262,8 @@ QAL_UINT32 XELP_Hash_Process_List(void *pstruHashHead, XELP_Hash_ProcessFun pfun
     for (QAL_UINT32 i = 0; i < head.ulHashSize; ++i) {
         Node *pNode = head.pstruBase[i];
         while (pNode != nullptr) {
-            // A number, not a pointer: the callback may release the node, and a dangling pointer
-            // must not even be compared.
+            // A number, not a pointer: if the callback removes the entry, its node is released, and
+            // a dangling pointer must not even be compared.
             const auto uVisited = reinterpret_cast<std::uintptr_t>(pNode);
             head.pstruNow = pNode;
             if (pfunProcess(pProcessCondition, pNode->pstruUserNode, pOther) != 0) {

@@ -1,9 +1,9 @@
-// MD5 as RFC 1321 defines it: a chain of four words that takes in a block of 64 bytes at a time.
+// MD5 as RFC 1321 defines it: a state of four words, updated with one block of 64 bytes at a time.
 //
-// A block takes 64 steps, each of which changes one word of the chain. To that word, the step adds
-// a mix of the other three, a word of the block and a constant; it rotates the sum and adds one of
-// the other three words. The constant of step i (from 1) is the integer part of 2^32 * |sin(i)|,
-// i in radians; the tests recompute all of them.
+// A block takes 64 steps, each of which changes one word of the state. To that word, the step adds
+// three things: a mix of the other three words, a word of the block, and a constant. It rotates the
+// sum, and then adds the word that the preceding step changed. The constant of step i (from 1) is
+// the integer part of 2^32 * |sin(i)|, i in radians; the tests recompute all of them.
 #include "wyx_commlib/md5.h"
 
 #include <array>
@@ -31,8 +31,8 @@ constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
            QAL_UINT32{pucBytes[3]} << 24;
 }
 
-/// Writes words as @p ulLen bytes, low byte first. Every target is little-endian, so one store is
-/// enough for a word.
+/// Writes words as @p ulLen bytes, low byte first. Every supported CPU is little-endian, so
+/// a word takes one store.
 inline void StoreWords(QAL_UINT8 *pucBytes, const QAL_UINT32 *pulWords, QAL_UINT ulLen)
 {
     for (QAL_UINT i = 0; i < ulLen / 4; ++i) {
@@ -41,7 +41,7 @@ inline void StoreWords(QAL_UINT8 *pucBytes, const QAL_UINT32 *pulWords, QAL_UINT
     }
 }
 
-/// Not std::rotl(): the type of its second parameter differs between C++ libraries.
+/// Not std::rotl(): its second parameter is signed in some C++ libraries and unsigned in others.
 constexpr QAL_UINT32 RotateLeft(QAL_UINT32 ulWord, int iCount)
 {
     return ulWord << iCount | ulWord >> (32 - iCount);
@@ -57,15 +57,15 @@ inline QAL_UINT32 Settled(QAL_UINT32 ulSum)
     return ulSum;
 }
 
-/// The mix: each bit of c where b is set, of d where b is clear.
+/// The mix takes each bit from c where b is set, otherwise from d.
 inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-/// The mix: each bit of b where d is set, of c where d is clear. The two terms share no bit, so
-/// they can be added one after the other.
+/// The mix takes each bit from b where d is set, otherwise from c. Its two terms have no set bit in
+/// common, so adding both is the same, and only b & d has to wait for b.
 inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -73,14 +73,14 @@ inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(ulSum + (c & ~d)) + (b & d), iRotate);
 }
 
-/// The mix: each bit is the parity of those of b, c and d.
+/// The mix is the exclusive or of b, c and d.
 inline void StepH(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (b ^ (c ^ d)), iRotate);
 }
 
-/// The mix: each bit of c, inverted where b is set or d is clear.
+/// The mix is c, with each bit inverted where b is set or d is clear.
 inline void StepI(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -104,7 +104,7 @@ constexpr QAL_UINT32 kSines[64] = {
     0x6FA87E4F, 0xFE2CE6E0, 0xA3014314, 0x4E0811A1, 0xF7537E82, 0xBD3AF235, 0x2AD7D2BB, 0xEB86D391,
 };
 
-/// Takes in any number of whole blocks. The chain stays in registers from block to block.
+/// Takes in any number of whole blocks. The state stays in registers from block to block.
 void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ulBlocks)
 {
     const auto word = [&pucBlock](QAL_UINT i) { return LoadWord(pucBlock + 4 * i); };
@@ -142,7 +142,7 @@ void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ul
         StepF(d, a, b, c, word(13), 12, sine(13));
         StepF(c, d, a, b, word(14), 17, sine(14));
         StepF(b, c, d, a, word(15), 22, sine(15));
-        // Round 2: every fifth word from 1 on
+        // Round 2: every fifth word from 1, modulo 16
         StepG(a, b, c, d, word(1), 5, sine(16));
         StepG(d, a, b, c, word(6), 9, sine(17));
         StepG(c, d, a, b, word(11), 14, sine(18));
@@ -159,7 +159,7 @@ void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ul
         StepG(d, a, b, c, word(2), 9, sine(29));
         StepG(c, d, a, b, word(7), 14, sine(30));
         StepG(b, c, d, a, word(12), 20, sine(31));
-        // Round 3: every third word from 5 on
+        // Round 3: every third word from 5, modulo 16
         StepH(a, b, c, d, word(5), 4, sine(32));
         StepH(d, a, b, c, word(8), 11, sine(33));
         StepH(c, d, a, b, word(11), 16, sine(34));
@@ -176,7 +176,7 @@ void TransformBlocks(QAL_UINT32 state[4], const QAL_UINT8 *pucBlock, QAL_UINT ul
         StepH(d, a, b, c, word(12), 11, sine(45));
         StepH(c, d, a, b, word(15), 16, sine(46));
         StepH(b, c, d, a, word(2), 23, sine(47));
-        // Round 4: every seventh word from 0 on
+        // Round 4: every seventh word from 0, modulo 16
         StepI(a, b, c, d, word(0), 6, sine(48));
         StepI(d, a, b, c, word(7), 10, sine(49));
         StepI(c, d, a, b, word(14), 15, sine(50));
@@ -240,7 +240,7 @@ void XELP_MD5_Update(MD5_S_CTX *context, const QAL_UINT8 *input, QAL_UINT inputL
 {
     QAL_UINT pendingLen = PendingLen(*context);
 
-    // inputLen * 8 can take three bits more than inputLen; its top three go to the high word.
+    // inputLen * 8 needs up to 35 bits; the top three go to the high word.
     const QAL_UINT32 ulLowBits = inputLen << 3;
     context->count[0] += ulLowBits;
     context->count[1] += (context->count[0] < ulLowBits ? 1U : 0U) + (inputLen >> 29);

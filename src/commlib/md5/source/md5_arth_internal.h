@@ -1,5 +1,5 @@
-// The building blocks of MD5. They are exported but kept out of the public header, as their names
-// are too common to expose to every user of the library.
+// The building blocks of MD5. They are exported, but not declared in the public header: their names
+// are so common that they would clash with those of programs that include it.
 #ifndef WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 #define WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 

@@ -22,10 +22,10 @@ static int NoMemory(void)
 
 int hash_page_example(void)
 {
-    char name[] = "ada", other[] = "bob", person[] = "Ada", bob[] = "Bob", eve[] = "Eve";
+    char name[] = "ada", otherName[] = "bob", person[] = "Ada", bob[] = "Bob", eve[] = "Eve";
     char third[] = "eve";
 #include "hash_page_2.inc"
-    if (status != 0 || XELP_Hash_SaveNode(table, other, sizeof other, bob) != 0 ||
+    if (status != 0 || XELP_Hash_SaveNode(table, otherName, sizeof otherName, bob) != 0 ||
         XELP_Hash_SaveNode(table, third, sizeof third, eve) != 0 ||
         XELP_Hash_SaveNode(table, name, sizeof name, person) != XELP_ERR_HASH_RESAVE) {
         return 1;
