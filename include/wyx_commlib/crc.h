@@ -53,7 +53,7 @@ WYX_API QAL_UINT32 XELP_CRC_16(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
  * @param[in]  uwCrc      the CRC of the pieces so far; 0 for a new message
  * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
- * @param[out] puwResult  the CRC of all pieces up to this one; untouched on failure
+ * @param[out] puwResult  the CRC of the pieces so far, this one included; untouched on failure
  * @return 0, or #XELP_ERR_CRC16_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
@@ -67,7 +67,7 @@ WYX_API QAL_UINT32 XELP_CRC_Accumulate_16(QAL_UINT16 uwCrc, const QAL_UINT8 *puc
  * @param[out] pulResult  the CRC-32; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  * @par Source
- * Reflected polynomial 0x04C11DB7 (0xEDB88320), initial value and final XOR 0. The CRC of
+ * Polynomial 0x04C11DB7, reflected (0xEDB88320), initial value and final XOR 0. The CRC of
  * "123456789" is 0x2DFD2D88. The common CRC-32 (0xCBF43926 for the same text) is the bitwise
  * complement of XELP_CRC_Accumulate_32() started from 0xFFFFFFFF.
  */
@@ -79,7 +79,7 @@ WYX_API QAL_UINT32 XELP_CRC_32(const QAL_UINT8 *pucData, QAL_UINT32 ulLen, QAL_U
  * @param[in]  ulCrc      the CRC of the pieces so far; 0 for a new message
  * @param[in]  pucData    the piece, borrowed; not null, even if it is empty
  * @param[in]  ulLen      its length in bytes; 0 leaves the CRC unchanged
- * @param[out] pulResult  the CRC of all pieces up to this one; untouched on failure
+ * @param[out] pulResult  the CRC of the pieces so far, this one included; untouched on failure
  * @return 0, or #XELP_ERR_CRC_INVALID_PARA for a null pointer.
  */
 WYX_API QAL_UINT32 XELP_CRC_Accumulate_32(QAL_UINT32 ulCrc, const QAL_UINT8 *pucData,

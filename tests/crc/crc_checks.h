@@ -173,7 +173,8 @@ void ExpectSplitsMatchTheWhole(const Crc<Word> &crc)
     }
 }
 
-/// Every length up to kMaxLen at 17 alignments, each time with different bytes around the message.
+/// Every length up to kMaxLen at 17 alignments, with different bytes around the message at each of
+/// them.
 template <typename Word>
 void ExpectLengthsAndAlignments(const Crc<Word> &crc)
 {

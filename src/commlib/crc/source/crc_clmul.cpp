@@ -7,7 +7,7 @@
 namespace wyx::crc {
 namespace {
 
-// Another form computes the CRC of shorter messages, and the CRC-16 of long ones.
+// Another form computes the CRC of messages below these minimums, and the CRC-16 of long messages.
 constexpr QAL_UINT32 kMin16 = kVectorBytes;
 #if defined(WYX_CRC_HAS_AARCH64)
 // The CRC-32 instructions are faster for short messages: a multiplication takes several cycles, and

@@ -1,10 +1,10 @@
 // Folding by carry-less multiplication: products of polynomials over GF(2), 64 by 64 bits at once.
 //
-// Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. In
-// terms of the later vector, the earlier one is A * x^(D + 64) + B * x^D. Both powers of x may be
-// reduced modulo the CRC's polynomial P. The two products then have at most 96 bits, and XORing
-// them into the later vector replaces the earlier one. This is the folding of crc_fold.h with
-// products in place of a sparse multiple's shifts. It works over any distance D.
+// Take two vectors of 128 bits: one with the halves A and B, and one that begins D bits later. If
+// the last bit of the later vector is x^0, the earlier one is A * x^(D + 64) + B * x^D. Both powers
+// of x may be reduced modulo the CRC's polynomial P. The two products then have at most 96 bits,
+// and XORing them into the later vector replaces the earlier one. This is the folding of crc_fold.h
+// with products in place of a sparse multiple's shifts. It works over any distance D.
 //
 // A message is folded block by block. A block has one lane (Lanes1) or four (Lanes4, in
 // crc_clmul512.cpp), and each lane holds a vector.

@@ -96,7 +96,7 @@ class WordFold<Order, Sparse<kDegree, kLower...>> {
     /// A folded word adds to at most this many words after it.
     static constexpr unsigned kReach = (kDegree + kWordBits - 1) / kWordBits;
 
-    /// Adds to the word that is taken next.
+    /// Adds @p ullWord to the word that is taken next.
     void Add(Word ullWord) { aullAdded_[0] ^= ullWord; }
 
     /// Takes the next word of the message and returns it with what the folded words add to it.

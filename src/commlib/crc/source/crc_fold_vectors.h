@@ -36,7 +36,7 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static constexpr unsigned kStep = 4 * kVectorBytes;
     static_assert(kNearest >= kStep, "a vector would add to its own step");
 
-    // How many bytes back a vector depends on others, rounded up to whole vectors.
+    // No vector reads a byte further back than this; rounded up to whole vectors.
     static constexpr unsigned kReach = (kDegree + kVectorBytes - 1) / kVectorBytes * kVectorBytes;
     static constexpr unsigned kChunk = 4096;
 
@@ -50,8 +50,9 @@ class VectorFold<Sparse<kDegree, kLower...>> {
     static QAL_UINT32 Reduce(Vector start, const QAL_UINT8 *pucData, QAL_UINT32 ulLen,
                              QAL_UINT8 *pucRest)
     {
-        // The buffer keeps the folded bytes, because folding a vector reads those at each of the
-        // multiple's distances before it. Zeros precede the message.
+        // A folded vector is not XORed into later ones at once. Instead, each later vector reads
+        // the folded bytes at the multiple's distances before it, so the buffer keeps them. Zeros
+        // precede the message.
         alignas(64) QAL_UINT8 aucBuffer[kReach + kChunk + kReach];
         QAL_UINT8 *const pucFolded = aucBuffer + kReach;
         for (unsigned i = 0; i < kReach; i += kVectorBytes) {

@@ -94,7 +94,8 @@ class RegisterFold {
 };
 
 constexpr QAL_UINT32 kMinByRegisters = 3 * RegisterFold::kBytes; // speed only: set-up costs time
-static_assert(kMinByRegisters >= RegisterFold::kBytes + 2, "ByRegisters() reads two blocks");
+static_assert(kMinByRegisters >= RegisterFold::kBytes + 2,
+              "ByRegisters() needs a block, and at least two bytes before it");
 
 /// Not inlined, so that short messages do not pay for the buffer.
 [[gnu::noinline]] QAL_UINT16 ByRegisters(QAL_UINT16 uwCrc, const QAL_UINT8 *pucData,
