@@ -740,6 +740,7 @@ TEST_F(FileFailure, FailureToWriteTheBufferShowsInTheCount)
         EXPECT_EQ(Write(pstruFile, std::string(c.next, 'y')), 0U);
         EXPECT_EQ(errno, EIO);
         EXPECT_NE(XELP_Fclose(pstruFile), 0);
+        EXPECT_EQ(folder.Content("text"), "") << "the write was repeated";
         ExpectNothingPending();
     }
 }
