@@ -198,9 +198,10 @@ WYX_API QAL_INT32 XELP_Remove(const QAL_CHAR *pszName);
 /**
  * @brief Renames a file; replaces a file that has the new name.
  *
- * *Default adapter*: like XELP_Fclose(), flushes the directory, or both if they differ. If that
- * fails, this call fails although the file has its new name, because a power cut may bring back the
- * old one. It may also report an earlier failure: see XELP_Fclose().
+ * *Default adapter*: like XELP_Fclose(), flushes the directory of the new name, and that of the old
+ * name if it is another one. If that fails, this call fails although the file has its new name,
+ * because a power cut may bring back the old one. It may also report an earlier failure: see
+ * XELP_Fclose().
  *
  * @param[in] pszOldName  the file's name, borrowed
  * @param[in] pszNewName  its new name, borrowed; must be on the same file system

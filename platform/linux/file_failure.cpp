@@ -14,7 +14,7 @@ namespace {
 
 constinit pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 constinit std::atomic<bool> hasKey = false;
-constinit pthread_key_t key = {}; // never deleted, as nothing runs when the library is unloaded
+constinit pthread_key_t key = {}; // never deleted: the library runs no code when it is unloaded
 
 /// How many failures are kept. Those of threads that have ended still count.
 constinit std::atomic<int> iKept = 0;

@@ -14,9 +14,9 @@ using wyx::os::KeepErrno;
 using wyx::os::Reader;
 
 constexpr QAL_ULONG kStreamBuffer = 16384;
-constexpr QAL_ULONG kSmallestWhole = 4096; // for files that do not report their size
+constexpr QAL_ULONG kRoomWithoutSize = 4096; // for files that do not report their size
 
-/// The buffer now holds these bytes, none of them returned yet.
+/// Records which bytes the buffer now holds, none of them returned yet.
 void SetBuffered(Reader &reader, const QAL_UINT8 *pucFirst, QAL_ULONG ulCount)
 {
     const auto lCount = static_cast<QAL_LONG>(ulCount);
@@ -31,7 +31,7 @@ bool ReadWhole(Reader &reader, off_t lSize)
 {
     // The size is a hint: some files report no size, others grow. With room for one more byte, the
     // first read shows whether it has reached the end.
-    QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kSmallestWhole;
+    QAL_ULONG ulRoom = lSize > 0 ? static_cast<QAL_ULONG>(lSize) + 1 : kRoomWithoutSize;
     QAL_ULONG ulHeld = 0;
     reader.pucBuffer = static_cast<QAL_UINT8 *>(std::malloc(ulRoom));
     if (reader.pucBuffer == nullptr) {

@@ -81,7 +81,7 @@ QAL_ULONG Allowed(const Writer &writer, QAL_ULONG ulCount)
     return limit > written ? std::min<QAL_ULONG>(ulCount, limit - written) : 0;
 }
 
-/// Hands bytes to the kernel and returns how many; fewer than requested if the file fails.
+/// Hands bytes to the kernel and returns how many; fewer than requested if that fails.
 QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
 {
     // A write at the limit would not only fail, but also raise SIGXFSZ, which ends the process.
@@ -94,11 +94,11 @@ QAL_ULONG WriteNow(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     return ulDone;
 }
 
-/// Hands the buffered bytes to the kernel; false if the file fails.
+/// Hands the buffered bytes to the kernel; false if that fails.
 bool EmptyBuffer(Writer &writer)
 {
     const QAL_ULONG ulCount = writer.ulWaiting;
-    writer.ulWaiting = 0; // even if it fails: a second try would write after a gap
+    writer.ulWaiting = 0; // even if the write fails: Finish() must not repeat it
     return WriteNow(writer, writer.pucBuffer, ulCount) == ulCount;
 }
 
@@ -138,7 +138,7 @@ void Trim(const Writer &writer)
 /// Writes out a file and closes its descriptors.
 void Finish(Writer &writer)
 {
-    const auto note = [&](bool isDone) {
+    const auto check = [&](bool isDone) {
         if (!isDone && writer.iError == 0) {
             writer.iError = errno;
         }
@@ -146,12 +146,12 @@ void Finish(Writer &writer)
     EmptyBuffer(writer);
     Trim(writer);
     if (kFlush && writer.iError == 0) { // there is no point in flushing a failed file
-        note(wyx::os::Flush(writer.iFd));
+        check(wyx::os::Flush(writer.iFd));
     }
-    note(wyx::os::Close(writer.iFd));
+    check(wyx::os::Close(writer.iFd));
     if (kFlush && writer.iError == 0 && writer.isRegular) {
         // After the file: an entry that survives a power cut must not lead to half a file.
-        note(wyx::os::FlushDirectory(writer.iDirFd));
+        check(wyx::os::FlushDirectory(writer.iDirFd));
     } else {
         wyx::os::Close(writer.iDirFd);
     }
@@ -191,7 +191,7 @@ QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount)
     }
     const QAL_ULONG ulEnd = static_cast<QAL_ULONG>(writer.lWritten) + writer.ulWaiting + ulCount;
     if (!Reserve(writer, static_cast<off_t>(ulEnd))) {
-        writer.mayBuffer = false; // the disk is full or cannot reserve: do not try again
+        writer.mayBuffer = false; // another try would probably fail, too
         return EmptyBuffer(writer) ? WriteNow(writer, pucFrom, ulCount) : 0;
     }
     std::memcpy(writer.pucBuffer + writer.ulWaiting, pucFrom, ulCount);

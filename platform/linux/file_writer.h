@@ -31,7 +31,7 @@ struct Writer : xelpFile {
 /// Opens a new or emptied file; null on failure. CloseWriter() releases it.
 Writer *OpenWriter(const QAL_CHAR *pszName);
 
-/// Writes bytes now or later; fewer than requested if the file fails.
+/// Writes bytes now or later and returns how many; fewer than requested if a write fails.
 QAL_ULONG Append(Writer &writer, const QAL_UINT8 *pucFrom, QAL_ULONG ulCount);
 
 /// Moves the position as lseek() does; 0 on success.

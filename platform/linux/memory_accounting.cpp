@@ -23,7 +23,7 @@ namespace {
 constexpr int kFreshByte = 0xA5;
 constexpr int kReleasedByte = 0x5A;
 
-// How many released blocks are held back: both limits keep a test's memory small.
+// The limits for released blocks that are held back.
 constexpr QAL_ULONG kHeldBlocks = 1024;
 constexpr QAL_ULONG kHeldBytes = 1048576;
 

@@ -157,7 +157,7 @@ TEST_F(FileFailure, FileThatGrowsWhileItIsReadIsReadToItsNewEnd)
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
     system.ReportSize(3);
-    system.LimitRead(2); // and a partial read does not find the end
+    system.LimitRead(2); // a short read is not the end
     EXPECT_EQ(ReadFile(name), "old" + SomeText(9000));
     system.Reset();
     system.ReportSize(3000);
@@ -711,7 +711,7 @@ TEST_F(FileFailure, FullDiskShowsInTheCountOfWholeItems)
     }
 }
 
-TEST_F(FileFailure, WriteThatMovesNothingIsAnError)
+TEST_F(FileFailure, SystemWriteThatReturns0IsAnError)
 {
     system.Fail("fallocate", 1, ENOSPC);
     system.Fail("write", 1, 0);
@@ -807,7 +807,7 @@ TEST_F(FileFailure, FailedSeekLeavesTheWritersPosition)
 
 TEST_F(FileFailure, FailureWhileSeekingIsStillReported)
 {
-    for (const bool writesOn : {false, true}) {
+    for (const bool writesAgain : {false, true}) {
         XELP_S_File *const pstruFile = OpenLarge(folder.File("text"));
         EXPECT_EQ(Write(pstruFile, "abc"), 3U);
         system.Fail("write", 1, EIO);
@@ -816,11 +816,11 @@ TEST_F(FileFailure, FailureWhileSeekingIsStillReported)
             EXPECT_NE(XELP_Fseek(pstruFile, 0, SEEK_SET), 0);
             EXPECT_EQ(errno, EIO);
         }
-        if (writesOn) {
+        if (writesAgain) {
             EXPECT_EQ(Write(pstruFile, "d"), 0U);
         }
         EXPECT_NE(XELP_Fclose(pstruFile), 0);
-        writesOn ? ExpectNothingPending() : ExpectPending(EIO);
+        writesAgain ? ExpectNothingPending() : ExpectPending(EIO);
     }
 }
 
@@ -977,7 +977,7 @@ TEST_F(FileFailure, LastFailureOfAThreadIsReported)
 
 /// A failure that cannot be stored for its thread makes the next removal or renaming fail, in any
 /// thread.
-TEST_F(FileFailure, FailureItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks)
+TEST_F(FileFailure, FailureThatItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks)
 {
     for (const bool isOther : {false, true}) {
         XELP_S_File *const pstruFile = Open(folder.File("text"), "w");
@@ -994,8 +994,7 @@ TEST_F(FileFailure, FailureItsThreadCannotKeepIsReportedToTheFirstThreadThatAsks
     }
 }
 
-/// Failures that cannot be stored for their threads are not counted: only the last of them is
-/// reported.
+/// Of several failures that cannot be stored for their threads, only the last is reported.
 TEST_F(FileFailure, FailuresThatCannotBeKeptAreReportedAsOne)
 {
     for (const int iError : {EIO, EDQUOT}) {
@@ -1045,7 +1044,7 @@ TEST_F(FileFailureDeathTest, WithoutAKeyTheFirstThreadThatAsksGetsTheFailure)
         ::testing::ExitedWithCode(0), "");
 }
 
-/// On Android, creating a thread's value allocates, which can fail.
+/// Storing a thread's value may need memory, and so can fail.
 TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedIfNothingFails)
 {
     EXPECT_EXIT(
@@ -1066,7 +1065,7 @@ TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedIfNothingFails)
         ::testing::ExitedWithCode(0), "");
 }
 
-/// The key is created once, and looked up only as long as there is a failure to report.
+/// The key is created once. A removal uses it only while a failure is kept.
 TEST_F(FileFailureDeathTest, ThreadValueIsNotUsedOnceAllFailuresAreReported)
 {
     EXPECT_EXIT(

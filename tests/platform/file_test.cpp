@@ -159,10 +159,10 @@ TEST_F(File, RegularFileWithAReadErrorIsRefused)
     struct stat status = {};
     const int iFd = open(pszName, O_RDONLY | O_CLOEXEC);
     char cByte = 0;
-    const bool isKnown = iFd != -1 && fstat(iFd, &status) == 0 && S_ISREG(status.st_mode) &&
-                         read(iFd, &cByte, 1) == -1 && errno == EIO;
+    const bool hasError = iFd != -1 && fstat(iFd, &status) == 0 && S_ISREG(status.st_mode) &&
+                          read(iFd, &cByte, 1) == -1 && errno == EIO;
     close(iFd);
-    if (!isKnown) {
+    if (!hasError) {
         GTEST_SKIP() << "this file can be read here";
     }
     ExpectRefused(pszName, "r", EIO);

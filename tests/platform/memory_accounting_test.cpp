@@ -285,8 +285,7 @@ TEST(MemoryAccounting, ReleaseThroughAVariableClearsIt)
     EXPECT_EQ(pBlock, nullptr);
 }
 
-/// The chains of the books grow with the blocks that are live or held back, and the old chains are
-/// freed.
+/// More blocks, live or held back, need more chains; the old array of chains is freed.
 TEST(MemoryAccounting, TableGrowsWithTheBlocks)
 {
     SystemDouble &system = SystemDouble::Instance();
@@ -469,7 +468,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseNamesItsLine)
 /// included.
 TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
 {
-    const auto releaseInsideOfOneThere = [] {
+    const auto releaseInsideABlockThere = [] {
         for (QAL_UINT32 i = 0; i < 200000; ++i) {
             auto *const pucBlock =
                 static_cast<QAL_UINT8 *>(XELP_MemMallocD(24 + i % 5000, 81, "alloc.c"));
@@ -480,7 +479,7 @@ TEST_F(MemoryAccountingDeathTest, ForeignReleaseIsFoundInTheFirstChain)
             XELP_MemFreeD(pucBlock, 93, "own.c");
         }
     };
-    EXPECT_DEATH(releaseInsideOfOneThere(), "foreign.c:92 releases .*, which lies inside a block");
+    EXPECT_DEATH(releaseInsideABlockThere(), "foreign.c:92 releases .*, which lies inside a block");
 }
 
 /// A SIGABRT handler, which may write a report, can still allocate.

@@ -55,9 +55,9 @@ class SystemDouble {
     /// The calls for files since Reset(), as "open a, fsync a, ..."; names are relative to @p
     /// folder, which itself shows as ".".
     std::string Trace(const std::string &folder) const;
-    /// How many bytes were written since Reset(), and where the blocks end that are reserved after
-    /// those bytes without a gap.
+    /// How many bytes were written since Reset().
     std::size_t Written() const { return written_; }
+    /// Up to where blocks were reserved since then, without a gap after those bytes.
     off_t ReservedUpTo() const { return reserved_; }
 
     std::vector<int> OpenDescriptors() const;
