@@ -113,8 +113,8 @@ std::string DidYouMean(const std::string &word, const std::vector<std::string> &
     return near.empty() ? "" : "did you mean " + Quoted(near) + "?";
 }
 
-/// A document holds only lines that the library can read, so this status always means that there is
-/// no memory.
+/// Throws if a call on a document failed for lack of memory. XELP_ERR_INI_INTERNAL cannot mean
+/// anything else here, because a document holds only lines that the library can read.
 void RequireMemory(QAL_UINT32 status)
 {
     if (status == XELP_ERR_INI_INTERNAL) {

@@ -20,7 +20,8 @@ struct Lookup {
     bool operator==(const Lookup &) const = default;
 };
 
-/// Replaces a header that cannot be read. Its name is a line end, a name that nobody can ask for.
+/// Takes the place of a header that cannot be read. Lookups cannot find this section: its name is a
+/// line end, and they trim the name that they look for.
 constexpr const char *kNobodysHeader = "[\n]\n";
 
 /// A document of the library.
@@ -39,8 +40,8 @@ class IniDocument {
     /// What a slot holds; null if it is empty.
     const QAL_INT8 *Line(std::size_t slot) const { return record_.pStrLine[slot]; }
 
-    // Blanks around a section's name do not count: "[ a ]" is section "a", and other programs call
-    // it " a ".
+    // The header "[ a ]" is found by "a", its name to the library, and by " a ", its name to some
+    // other programs.
 
     /// @throws std::bad_alloc
     std::vector<std::string> Sections() const;
@@ -65,8 +66,7 @@ struct Range {
 /// be read. The other lines are in Bytes() and Lines(), but no lookup finds them.
 class IniText {
   public:
-    /// @throws Failure for what is not text: UTF-16, and files with NUL bytes, at which the library
-    ///         would cut lines
+    /// @throws Failure for UTF-16 text, and for NUL bytes, at which the library would cut lines
     explicit IniText(IniSource source);
 
     const IniSource &Source() const { return source_; }

@@ -114,8 +114,8 @@ Style StyleOf(const IniText &text, std::size_t key)
     return style;
 }
 
-/// A key line laid out in a style. If the equals signs form a column, the new one goes there,
-/// unless the key is too long.
+/// A key line laid out in a style. Several blanks before its '=' suggest that the equals signs form
+/// a column: the new one goes there, unless the key is too long.
 std::string KeyLine(const Style &style, const Edit &edit)
 {
     std::string before = style.beforeEquals;
@@ -192,7 +192,7 @@ class Editor {
     }
     std::vector<std::size_t> ContinuationsOf(std::size_t line) const;
     void RequireNoOwner(std::size_t line, const std::string &subject) const;
-    void RequireNextHeaderAlone(std::size_t header) const;
+    void RequireNoOwnerOfNextHeader(std::size_t header) const;
     void RequireSameForOthers(std::size_t line) const;
     void RequireNoOthersHeader(std::size_t line) const;
     void RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view)) const;
@@ -239,8 +239,9 @@ void Editor::RequireNoOwner(std::size_t line, const std::string &subject) const
     }
 }
 
-/// Refuses to change what is before a header, if there is one, that other readers take for text.
-void Editor::RequireNextHeaderAlone(std::size_t header) const
+/// Refuses to change what is before a header that other readers take for part of a value.
+/// @param header  its line, or Count() if no header follows
+void Editor::RequireNoOwnerOfNextHeader(std::size_t header) const
 {
     if (header < Count()) {
         RequireNoOwner(header, LineName(header) + ", the next header,");
@@ -253,7 +254,7 @@ void Editor::RequireSameForOthers(std::size_t line) const
     const std::string shown = "key " + Quoted(edit_.key);
     RequireNoOwner(line, shown + " is in " + LineName(line) + ", which");
     const std::vector<std::size_t> continuations = ContinuationsOf(line);
-    // One line that is only text shows that the lines around it are, too.
+    // One line that is only text shows that those around it that look like keys are text, too.
     const bool isText = std::ranges::any_of(
         continuations, [&](std::size_t i) { return IsOnlyText(text_.BytesOf(i)); });
     for (const std::size_t i : continuations) {
@@ -267,7 +268,8 @@ void Editor::RequireSameForOthers(std::size_t line) const
     RequireClearJoins(line);
 }
 
-/// Refuses to work on a block in which only other programs read a line as a header.
+/// Refuses to work on the block of a line that may be a header to other programs, but not to the
+/// library.
 void Editor::RequireNoOthersHeader(std::size_t line) const
 {
     if (LooksLikeHeader(text_.BytesOf(line))) {
@@ -283,7 +285,7 @@ void Editor::RequireNoJoined(std::size_t line, bool (*looksOwn)(std::string_view
 {
     const std::vector<std::string_view> lines = text_.LinesOf(line);
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        if (MayBeOwn(text_, owners_, line, i) && looksOwn(lines[i])) {
+        if (MayBeOwnLine(text_, owners_, line, i) && looksOwn(lines[i])) {
             throw Refusal("the backslash before line " +
                           std::to_string(text_.Lines()[line].first + i) +
                           " joins it to the line before, but it looks like a line of its own, and "
@@ -338,7 +340,8 @@ void Editor::Replace(std::size_t line)
     Remove(line);
 }
 
-/// Puts a new key after the last key of its section, or else after the header.
+/// Puts a new key after the last key of its section. If there is none, puts it after the last line
+/// that cannot be read, or else after the header.
 void Editor::Insert()
 {
     const auto [begin, end] = BlockOf(text_, edit_.section);
@@ -348,7 +351,7 @@ void Editor::Insert()
             "change that line by hand");
     }
     RequireNoOwner(begin - 1, LineName(begin - 1) + ", the header,");
-    RequireNextHeaderAlone(end);
+    RequireNoOwnerOfNextHeader(end);
     std::size_t last = begin - 1;
     std::optional<Style> style;
     for (std::size_t i = begin; i < end; ++i) {
@@ -397,8 +400,8 @@ void Editor::Append()
     Add(Count(), {"[" + edit_.section + "]", KeyLine(style, edit_)});
 }
 
-/// Adds lines before a line, or at the end. They end as the line above does; if that has no line
-/// end, as the file's first line; or else in LF.
+/// Adds lines before a line, or at the end. They get the line end of the line above; if that has
+/// none, the line end of the file's first line; if that has none either, LF.
 void Editor::Add(std::size_t line, std::initializer_list<std::string> lines)
 {
     const std::string_view above = line > 0 ? text_.BytesOf(line - 1) : "";
@@ -574,7 +577,7 @@ void Editor::RemoveBlock(std::size_t header, std::vector<std::string> &warnings)
             removed_.push_back(i);
         }
     }
-    RequireNextHeaderAlone(i);
+    RequireNoOwnerOfNextHeader(i);
 }
 
 std::unique_ptr<IniText> Editor::Delete(std::size_t &deletedLines,

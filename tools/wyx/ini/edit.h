@@ -40,11 +40,12 @@ struct EditResult {
     std::vector<std::string> warnings;
 };
 
-/// Refuses names and values that no file can hold, whatever else the file holds.
+/// Refuses names and values for reasons that do not depend on the file, such as a line end in a
+/// value.
 /// @throws Failure
 void RequireWritable(const Edit &edit);
 
-/// Applies edits, which are writable, to the text of a file, one after the other.
+/// Applies edits that RequireWritable() accepts to the text of a file, one after the other.
 /// @param keepsExisting  skip edits of keys that exist
 /// @throws Failure for an edit that cannot be made, or would not read back as requested
 EditResult ApplyEdits(std::unique_ptr<const IniText> text, const std::vector<Edit> &edits,

@@ -45,7 +45,7 @@ std::optional<std::size_t> FindLine(const IniText &text, const Owners &owners, R
     for (std::size_t i = lines.begin; i < lines.end; ++i) {
         const std::vector<std::string_view> joined = text.LinesOf(i);
         for (std::size_t j = 0; j < joined.size(); ++j) {
-            const bool isOwn = j == 0 || MayBeOwn(text, owners, i, j);
+            const bool isOwn = j == 0 || MayBeOwnLine(text, owners, i, j);
             if (isOwn && !IsBlankOrComment(joined[j]) && found(joined[j], i, j == 0)) {
                 return text.Lines()[i].first + j;
             }
@@ -96,7 +96,7 @@ Owners OwnersOf(const IniText &text)
     return owners;
 }
 
-bool MayBeOwn(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined)
+bool MayBeOwnLine(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined)
 {
     const std::size_t owner = owners[line].value_or(line);
     const LineParts &parts = text.Parts()[owner];

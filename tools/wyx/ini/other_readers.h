@@ -3,8 +3,8 @@
 // A file is written for the program that reads it, and that program may read a line differently
 // from the library: a value may continue in the indented lines below it; "key : value" and a bare
 // "key" may be keys; a backslash at the end of a line may mean nothing. The file rarely shows which
-// dialect it is in. So some edits are refused that would be right for one program and damage
-// for another.
+// dialect it is in. So some edits are refused that would be right for one program, but would
+// damage the file for another.
 #ifndef WYX_TOOL_INI_OTHER_READERS_H
 #define WYX_TOOL_INI_OTHER_READERS_H
 
@@ -19,21 +19,22 @@
 namespace wyx::tool {
 
 /// For each line, the key line or unreadable line that it may continue because it is indented
-/// deeper; none for most lines. Blank lines, and comments that are indented deeper, too, belong to
-/// a key if another of its lines follows them.
+/// deeper; none for most lines. A blank line, or a comment that is indented deeper, has the owner
+/// of the next line that is neither blank nor a comment.
 using Owners = std::vector<std::optional<std::size_t>>;
 
 Owners OwnersOf(const IniText &text);
 
-/// May other readers take a line that a backslash joins to a stored line for a line of its own,
-/// since it is not indented deeper than the line whose value it would continue?
+/// A stored line may consist of several lines, joined by backslashes. May other readers take one of
+/// them for a line of its own? Not if it is indented deeper than the line whose value it would
+/// continue.
 /// @param joined  its number among the lines that the stored line consists of, from 0
-bool MayBeOwn(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined);
+bool MayBeOwnLine(const IniText &text, const Owners &owners, std::size_t line, std::size_t joined);
 
 /// Does a line look like a key and its value?
 bool LooksLikeKey(std::string_view line);
 
-/// Can an indented line be nothing but text: neither a key, nor a header, comment or directive?
+/// Must an indented line be text, because it is neither a key, nor a header, comment or directive?
 bool IsOnlyText(std::string_view line);
 
 bool LooksLikeHeader(std::string_view line);

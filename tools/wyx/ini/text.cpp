@@ -68,8 +68,8 @@ bool IsContinued(std::string_view bytes, const RawLine &line)
 }
 
 /// Number of the last physical line that the library joins to line @p number. It joins a line after
-/// a trailing backslash, and one that begins with a backslash after a lone LF or CR. A backslash
-/// alone in the last line belongs to no line.
+/// a trailing backslash. After a lone LF or CR, it also joins a line that begins with a backslash,
+/// but not after an empty joined line, and not a last line that is a backslash alone.
 std::size_t LastJoined(std::string_view bytes, const std::vector<RawLine> &raw, std::size_t number)
 {
     const auto isJoined = [&](const RawLine &line, const RawLine &next) {

@@ -18,7 +18,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 /// A limit for input that never ends, such as /dev/zero.
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 
-/// The most bytes that a line may have for the library, its line end included.
+/// The longest line that the library accepts, in bytes with its line end.
 constexpr std::size_t kLongestLine = 511;
 
 /// The bytes of a file, and a name under which the library loads exactly these bytes.
@@ -54,9 +54,9 @@ struct RawLine {
     std::size_t begin = 0;  // offset of its first byte
     std::size_t end = 0;    // offset after its line end
     std::size_t endLen = 0; // length of the line end; 0 for a last line without one
-    // An empty line after a backslash and a lone LF, which join it to the line before. The library
-    // ends it at its own LF, and does not pair that LF with a CR after it. The same with CR and LF
-    // swapped.
+    // Is it an empty line that the library joins to the line before, because that one ends in a
+    // backslash and a lone LF? The library does not pair the empty line's own LF with a CR after
+    // it. The same holds with CR and LF swapped.
     bool isEmptyJoined = false;
 };
 

@@ -89,7 +89,7 @@ std::string NewName(const fs::path &path)
     return name + std::string(kEnding);
 }
 
-bool IsFree(int fd)
+bool TryLock(int fd)
 {
     return flock(fd, LOCK_EX | LOCK_NB) == 0;
 }
@@ -111,7 +111,7 @@ void RemoveLeftovers(const fs::path &path)
             open(leftover, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
         struct stat status = {};
         if (file.IsOpen() && fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
-            IsFree(file.Get())) {
+            TryLock(file.Get())) {
             unlink(leftover);
         }
     }
@@ -123,7 +123,7 @@ void Lock(int fd, const std::string &name, const TargetOptions &options)
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begin = Clock::now();
     bool isAnnounced = false;
-    while (!IsFree(fd) && (errno == EWOULDBLOCK || errno == EINTR)) {
+    while (!TryLock(fd) && (errno == EWOULDBLOCK || errno == EINTR)) {
         const auto waited = Clock::now() - begin;
         if (waited >= options.wait) {
             throw Failure(ExitCode::kIo,
@@ -178,7 +178,7 @@ class NewFile {
                                     ? std::string("a change replaces the file; ") + kInPlaceHint
                                     : "");
         }
-        static_cast<void>(IsFree(file_.Get())); // locked as long as this process lives
+        static_cast<void>(TryLock(file_.Get())); // locked as long as this process lives
     }
     ~NewFile()
     {
@@ -255,8 +255,8 @@ void AdoptAttributes(int from, int to, const std::string &path)
     if (fstat(from, &status) != 0 || fstat(to, &own) != 0) {
         throw SystemFailure("cannot look at " + Quoted(path), errno);
     }
-    const bool isOwners = own.st_uid == status.st_uid && own.st_gid == status.st_gid;
-    if (!isOwners && fchown(to, status.st_uid, status.st_gid) != 0) {
+    const bool hasOwner = own.st_uid == status.st_uid && own.st_gid == status.st_gid;
+    if (!hasOwner && fchown(to, status.st_uid, status.st_gid) != 0) {
         throw SystemFailure("cannot keep the owner of " + Quoted(path), errno, kInPlaceHint);
     }
     CopyExtendedAttributes(from, to, path);
@@ -372,8 +372,9 @@ void Replace(const Target &target, const std::string &bytes, const Descriptor *m
         if (error == EEXIST) {
             throw ChangedMeanwhile(path);
         }
-        const bool isTaken = error == EBUSY || error == EPERM || error == EACCES;
-        throw SystemFailure("cannot replace " + Quoted(path), error, isTaken ? kInPlaceHint : "");
+        const bool mayWorkInPlace = error == EBUSY || error == EPERM || error == EACCES;
+        throw SystemFailure("cannot replace " + Quoted(path), error,
+                            mayWorkInPlace ? kInPlaceHint : "");
     }
     FlushDirectoryOf(path);
 }

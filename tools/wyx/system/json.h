@@ -32,11 +32,12 @@ class Json {
     static Json array();
     static Json object();
 
-    /// A member of an object; null if it was not set before. Turns null into an object.
+    /// A member of an object; a member that was not set before is null. A null document becomes an
+    /// object.
     Json &operator[](std::string_view member);
     void push_back(Json item);
     /// Adds the members of another object.
-    /// @return false if a member has the name of another one; nothing was added then
+    /// @return false if both objects have a member of the same name; nothing was added then
     bool Adopt(const Json &other);
 
     /// The document as text; its lines after the first are indented by @p indent or more.
@@ -73,7 +74,8 @@ class Results {
     void Add(Json item);
     void Note(ExitCode code) { worst_ = Graver(worst_, code); }
 
-    /// Notes the exit code of work that fills an item; reports its failure in the item, too.
+    /// Does work that fills an item, and notes its exit code. Reports a failure, and sets it in
+    /// the item.
     template <typename Work>
     void Try(Json &item, Work work)
     {

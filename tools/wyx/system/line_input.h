@@ -16,7 +16,7 @@ class LineInput {
 
     /// Reads the next line, without its line feed.
     /// @return false at the end
-    /// @throws Failure if reading fails or a line is so long that the file cannot be a list
+    /// @throws Failure if reading fails or the line is longer than 1 MiB
     bool Next(std::string &line);
 
   private:

@@ -11,8 +11,9 @@
 
 namespace wyx::tool {
 
-/// Keeps files that are opened later from taking the place of a closed standard stream. Also keeps
-/// the signals for a closed pipe or a file size limit from ending the tool without a message.
+/// Keeps files that are opened later from taking the place of a closed standard stream. Also
+/// ignores SIGPIPE and SIGXFSZ, so that writing to a closed pipe or beyond a file size limit fails
+/// instead of ending the tool.
 void PrepareStreams();
 
 /// Standard output is lost, and the tool ends. Not a Failure, so that no verb takes it for a
@@ -42,7 +43,7 @@ std::string Quoted(std::string_view text);
 enum class Colour { kError, kWarning, kName, kFaint };
 enum class Stream { kOut, kErr };
 
-/// The text in a colour if the stream is a terminal with colours and NO_COLOR is not set, or empty.
+/// The text, in a colour if the stream is a terminal with colours and NO_COLOR is unset or empty.
 std::string Painted(Stream stream, Colour colour, std::string_view text);
 
 void PutError(std::string_view message);

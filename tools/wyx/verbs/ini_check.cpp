@@ -131,7 +131,8 @@ void WarnOfComment(std::size_t line, std::string_view value, Findings &findings)
 void WarnOfLayout(const IniSource &source, const StoredLines &stored, Findings &findings)
 {
     for (const StoredLine &line : stored.lines) {
-        if (HasLineEnd(WithoutLineEnd(line.text))) { // only such a join keeps the first line end
+        // A line end inside the text is left by a join to a line that begins with a backslash.
+        if (HasLineEnd(WithoutLineEnd(line.text))) {
             findings.Warning(line.first, "leading-backslash",
                              "the next line begins with a backslash, and is taken for part of "
                              "this one");

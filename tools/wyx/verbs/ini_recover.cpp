@@ -31,7 +31,7 @@ constexpr int kMostBackups = 1000;
 /// first part of the content, and nothing in the file says how much was still to come.
 struct Candidate {
     Leftover leftover;
-    std::optional<Failure> failure; // why it could not be read; then the rest is not set
+    std::optional<Failure> failure; // why it could not be read; then the rest means nothing
     Descriptor file;
     std::string bytes;
     std::size_t lines = 0;
