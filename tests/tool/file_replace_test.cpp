@@ -366,7 +366,8 @@ TEST_F(FileReplaceTest, NothingIsVisibleUntilItIsComplete)
 
 TEST_F(FileReplaceTest, ConcurrentChangesAreNotLost)
 {
-    const std::string others = "[a]\nk=9\n"; // of the same length, and at the same time
+    // As long as the old content. The first meddler also keeps the file's times.
+    const std::string others = "[a]\nk=9\n";
     const std::function<void()> meddlers[] = {
         [&] {
             struct stat before = {};

@@ -336,7 +336,7 @@ TEST_F(IniQueryTest, ListContinuesAfterATooLongLine)
               json({{"line", 2}, {"lines", 3}, {"kind", "error"}, {"code", 140}}));
 }
 
-// Each verb that only reads a file says what is wrong with a file that it cannot read.
+// Verbs that read or change a file say what is wrong with one that they cannot read.
 struct BadFile {
     const char *name;
     std::string content;

@@ -1,5 +1,5 @@
-// The verbs, run with each of the library's calls that allocate memory, open a file or seek in it
-// failing in turn.
+// Runs verbs again and again. Each time, another platform call fails: one that allocates memory,
+// opens a file or seeks in it.
 #include <new>
 
 #include "platform_double.h"

@@ -8,7 +8,8 @@ and adds a section. Each edit may change only the bytes of its line: one run of 
 inserted or removed. Every other value must stay the same for configparser, and for git if it reads the
 file as configuration. Values that 'wyx ini get' and configparser both find must agree. A refused edit
 is counted with its reason, and must leave the file as it was. Exits with 1 if anything differs, or if
-edits are refused in more than one file in a hundred; with 77 if configparser reads no file.
+edits are refused in more than one file and in more than one in a hundred; with 77 if configparser reads
+no file.
 """
 import collections
 import configparser
@@ -73,7 +74,7 @@ def changed_lines(before, after):
 
 
 def has_comment(value, read):
-    """Is a value what wyx reads, followed by a comment that configparser takes for text?"""
+    """Does configparser's value consist of what wyx read and a comment?"""
     return value.startswith(read) and value[len(read):].lstrip(' \t').startswith(';')
 
 
