@@ -811,6 +811,9 @@ TEST_F(IniEditToolTest, DelOfAMissingSectionOrKey)
     Refused(content, {"del", "net", "prot"}, kNo, {"no key 'prot'", "did you mean 'port'?"});
     Refused(content, {"del", "net", ""}, kUsage, {"key's name is empty"});
     Refused("", {"del", "net"}, kNo, {"no section 'net'"});
+    // The name of a header that cannot be read is a line end to the tool.
+    Refused("[net] # text\nport=1\n", {"del", "\n"}, kNo, {"no section"});
+    Refused("[net] # text\nport=1\n", {"del", "\n", "port"}, kNo, {"no section"});
 }
 
 TEST_F(IniEditToolTest, DelJson)

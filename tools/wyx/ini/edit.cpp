@@ -629,6 +629,8 @@ EditResult ApplyEdits(std::unique_ptr<const IniText> text, const std::vector<Edi
         const QAL_UINT32 ulStatus = text->Document().Find(edit.section, {}).status;
         if (ulStatus == XELP_ERR_INI_KEY_NOT_FOUND) { // the section exists
             edit.section = Trimmed(edit.section);
+        } else if (edit.kind != Edit::Kind::kSet) { // a deletion could still find kNobodysHeader
+            throw text->NotFound(ulStatus, edit.section, edit.key);
         }
         EditEffect effect;
         Editor editor(*text, edit);
