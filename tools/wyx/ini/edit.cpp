@@ -253,6 +253,11 @@ void Editor::RequireSameForOthers(std::size_t line) const
 {
     const std::string shown = "key " + Quoted(edit_.key);
     RequireNoOwner(line, shown + " is in " + LineName(line) + ", which");
+    std::size_t header = line; // a key is below one
+    while (text_.Parts()[header].kind != INI_SECTION_LINE) {
+        --header;
+    }
+    RequireNoOwner(header, LineName(header) + ", its header,");
     const std::vector<std::size_t> continuations = ContinuationsOf(line);
     // One line that is only text shows that those around it that look like keys are text, too.
     const bool isText = std::ranges::any_of(
