@@ -2,9 +2,9 @@
  * @file md5.h
  * @brief MD5 digest of a message, fed in one piece or in many.
  *
- * Use MD5 to compare with stored digests and to detect accidental changes. Two messages with the
- * same MD5 can be made in seconds: for passwords, signatures, or a file that somebody else could
- * have replaced, use something else.
+ * Use MD5 to check data against stored digests and to detect accidental changes. Two messages with
+ * the same MD5 can be made in seconds: for passwords, signatures, or a file that somebody else
+ * could have replaced, use something else.
  *
  * A *context* is the state of a message in progress. Use one context on one thread at a time;
  * different contexts may be used on different threads at once. The calls return nothing and check

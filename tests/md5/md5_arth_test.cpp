@@ -176,7 +176,7 @@ TEST(Md5, ReadsNothingOutsideTheInput)
     }
 }
 
-TEST(Md5, InitSetsOnlyChainAndCount)
+TEST(Md5, InitSetsOnlyStateAndCount)
 {
     MD5_S_CTX context;
     std::memset(&context, 0xA5, sizeof context);
@@ -201,9 +201,9 @@ TEST(Md5, UpdateStoresBitCountAndPendingBytes)
     EXPECT_EQ(context.count[0], 138U * 8);
     EXPECT_EQ(context.count[1], 0U);
     EXPECT_TRUE(std::equal(context.buffer, context.buffer + 10, message.begin() + 128));
-    const Chain chain =
+    const State state =
         ModelBlock(ModelBlock(kStart, Bytes(message).first(64)), Bytes(message).subspan(64, 64));
-    EXPECT_TRUE(std::equal(chain.begin(), chain.end(), context.state));
+    EXPECT_TRUE(std::equal(state.begin(), state.end(), context.state));
 }
 
 TEST(Md5, CountCarriesIntoItsHighWord)
@@ -285,13 +285,13 @@ TEST(Md5Blocks, TransformFollowsTheDefinition)
     SCOPED_TRACE(random.Trace());
     for (int iRun = 0; iRun < 200; ++iRun) {
         const std::vector<QAL_UINT8> block = random.Bytes(64 + 1);
-        Chain chain;
-        for (QAL_UINT32 &ul : chain) {
+        State state;
+        for (QAL_UINT32 &ul : state) {
             ul = static_cast<QAL_UINT32>(random.UpTo(0xFFFFFFFF));
         }
-        const Chain expected = ModelBlock(chain, Bytes(block).subspan(1));
-        MD5Transform(chain.data(), block.data() + 1);
-        EXPECT_EQ(chain, expected) << iRun;
+        const State expected = ModelBlock(state, Bytes(block).subspan(1));
+        MD5Transform(state.data(), block.data() + 1);
+        EXPECT_EQ(state, expected) << iRun;
     }
 }
 

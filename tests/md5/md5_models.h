@@ -16,15 +16,15 @@ namespace wyx::test {
 
 using Bytes = std::span<const QAL_UINT8>;
 using Digest = std::array<QAL_UINT8, 16>;
-using Chain = std::array<QAL_UINT32, 4>;
+using State = std::array<QAL_UINT32, 4>;
 
-inline constexpr Chain kStart = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
+inline constexpr State kStart = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
 
-inline Chain ModelBlock(Chain chain, Bytes block)
+inline State ModelBlock(State state, Bytes block)
 {
     static constexpr int kRotations[4][4] = {
         {7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
-    auto [a, b, c, d] = chain;
+    auto [a, b, c, d] = state;
     for (unsigned int i = 0; i < 64; ++i) {
         QAL_UINT32 mixed = 0;
         unsigned int index = 0;
@@ -58,7 +58,7 @@ inline Chain ModelBlock(Chain chain, Bytes block)
         c = b;
         b += std::rotl(ulSum, kRotations[i / 16][i % 4]);
     }
-    return {chain[0] + a, chain[1] + b, chain[2] + c, chain[3] + d};
+    return {state[0] + a, state[1] + b, state[2] + c, state[3] + d};
 }
 
 inline Digest ModelMd5(Bytes message)
@@ -71,13 +71,13 @@ inline Digest ModelMd5(Bytes message)
     for (unsigned int i = 0; i < 8; ++i) {
         padded.push_back(static_cast<QAL_UINT8>(std::uint64_t{message.size()} * 8 >> (8 * i)));
     }
-    Chain chain = kStart;
+    State state = kStart;
     for (std::size_t at = 0; at < padded.size(); at += 64) {
-        chain = ModelBlock(chain, Bytes(padded).subspan(at, 64));
+        state = ModelBlock(state, Bytes(padded).subspan(at, 64));
     }
     Digest digest;
     for (std::size_t i = 0; i < digest.size(); ++i) {
-        digest[i] = static_cast<QAL_UINT8>(chain[i / 4] >> (8 * (i % 4)));
+        digest[i] = static_cast<QAL_UINT8>(state[i / 4] >> (8 * (i % 4)));
     }
     return digest;
 }

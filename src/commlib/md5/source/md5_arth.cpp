@@ -22,7 +22,7 @@ constexpr QAL_UINT kCountAt = kBlockLen - kCountLen;
 static_assert(sizeof(MD5_S_CTX) == 88 && alignof(MD5_S_CTX) == 4, "the context's layout is ABI");
 
 /// What comes between a message and its length: a one bit and then zeros.
-constexpr std::array<QAL_UINT8, kBlockLen> PADDING = {0x80};
+constexpr std::array<QAL_UINT8, kBlockLen> kPadding = {0x80};
 
 /// The word that four bytes hold, low byte first.
 constexpr QAL_UINT32 LoadWord(const QAL_UINT8 *pucBytes)
@@ -64,8 +64,9 @@ inline void StepF(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_U
     a = b + RotateLeft(Settled(a + (ulWord + ulSine)) + (d ^ (b & (c ^ d))), iRotate);
 }
 
-/// The mix takes each bit from b where d is set, otherwise from c. Its two terms have no set bit in
-/// common, so adding both is the same, and only b & d has to wait for b.
+/// The mix takes each bit from b where d is set, otherwise from c. Its two terms, b & d and c & ~d,
+/// have no set bit in common, so their sum is the mix. The step adds them one at a time, so that
+/// of the two only b & d has to wait for b.
 inline void StepG(QAL_UINT32 &a, QAL_UINT32 b, QAL_UINT32 c, QAL_UINT32 d, QAL_UINT32 ulWord,
                   int iRotate, QAL_UINT32 ulSine)
 {
@@ -269,7 +270,7 @@ void XELP_MD5_Final(QAL_UINT8 *digest, MD5_S_CTX *context)
 
     const QAL_UINT pendingLen = PendingLen(*context);
     const QAL_UINT padLen = (pendingLen < kCountAt ? kCountAt : kCountAt + kBlockLen) - pendingLen;
-    XELP_MD5_Update(context, PADDING.data(), padLen);
+    XELP_MD5_Update(context, kPadding.data(), padLen);
     XELP_MD5_Update(context, count, kCountLen);
 
     StoreWords(digest, context->state, kDigestLen);

@@ -1,5 +1,5 @@
 // The building blocks of MD5. They are exported, but not declared in the public header: their names
-// are so common that they would clash with those of programs that include it.
+// are so common that they could clash with those of programs that include it.
 #ifndef WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 #define WYX_COMMLIB_MD5_ARTH_INTERNAL_H
 
@@ -7,7 +7,7 @@
 
 WYX_C_BEGIN
 
-/// Updates the chaining values with one block. The block may have any alignment.
+/// Updates the state with one block. The block may have any alignment.
 WYX_API void MD5Transform(QAL_UINT32 state[4], const QAL_UINT8 block[64]);
 
 /// Writes words as @p len bytes, low byte first; @p len is a multiple of 4.
