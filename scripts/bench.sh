@@ -4,9 +4,9 @@
 #
 # DIR (default: build/bench) receives the two build trees and the results: bench.json, and
 # bench.html, a page of charts that docs/benchmarks.md explains. Every program gets the arguments,
-# such as --only CRC or --rounds 51; --rounds 1 is enough to check that everything works and all contenders
-# agree. WYX_BENCH_PROGRAMS="crc md5" runs only these programs, WYX_BENCH_LEVELS=baseline only that
-# build.
+# such as --only CRC or --rounds 51; --rounds 1 is enough to check that everything works and all
+# contenders agree. WYX_BENCH_PROGRAMS="crc md5" runs only these programs, WYX_BENCH_LEVELS=baseline only
+# that build.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -24,7 +24,7 @@ peers=(
 )
 bash "$root/scripts/install_packages.sh" g++ cmake ninja-build pkg-config python3 "${peers[@]#*=}"
 
-# The versions of the other libraries, as members of JSON.
+# Prints the versions of the other libraries as the members of a JSON object.
 versions() {
     local peer version
     for peer in "${peers[@]}"; do

@@ -4,10 +4,10 @@
     scripts/bionic_sysroot.py BIONIC FOLDER
 
 BIONIC has libc/include, libc/kernel, libc/arch-common and libc/libc.map.txt as in Android's sources.
-FOLDER, whose content is deleted, becomes a stand-in for the NDK, for compiling and linking with Debian's clang and lld and the
-headers of libc++: its libc.so has a stand-in for each symbol that API level 24 has on the processor,
-so that the linker refuses any other symbol. With FOLDER as ANDROID_NDK_HOME, the presets for
-Android can be configured. What is linked in this way cannot run.
+FOLDER, whose content is deleted, becomes a stand-in for the NDK, for compiling and linking with Debian's
+clang and lld and the headers of libc++: its libc.so has a stand-in for each symbol that API level 24 has
+on the processor, so that the linker refuses any other symbol. With FOLDER as ANDROID_NDK_HOME, the presets
+for Android can be configured. What is linked in this way cannot run.
 """
 
 import pathlib

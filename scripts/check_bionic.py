@@ -4,9 +4,9 @@
     WYX_BIONIC=FOLDER scripts/check_bionic.py ABI WORK_FOLDER BUILD_FOLDER
 
 FOLDER has Android's headers and the list of its symbols, as scripts/bionic_sysroot.py needs them;
-without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. What
-WORK_FOLDER has is deleted. Both libraries are built by the preset for Android, with warnings as errors,
-for API level 24.
+without it nothing can be checked, and the script exits with 77. ABI is arm64-v8a or x86_64. The content of
+WORK_FOLDER is deleted. Both libraries are built with the preset for Android, with warnings as errors, for
+API level 24.
 
 Their behaviour is then checked on Debian's C library, under emulation if the machine has another
 processor, with a shim for the one function that only Android has: the examples and the tests of headers,
@@ -33,10 +33,11 @@ PROCESSORS = {"arm64-v8a": "aarch64", "x86_64": "x86_64"}
 PAGE = 16384
 # What the start files and the stack protector need from the C library.
 TOOLCHAIN = {"__cxa_atexit", "__cxa_finalize", "__register_atfork", "__stack_chk_fail"}
-# Labels of the tests that are run on them: those of the modules.
+# Labels of the tests that are run on the libraries: those of the modules.
 MODULES = {"base64", "crc", "dlink", "hash", "ini_parser", "ip4_ip6_parser", "md5", "slink"}
-# Calls that allocate or release memory, wait for locks, or come with threads that start and end.
-STEADY = re.compile(r"brk|mmap|munmap|futex|mremap")
+# What a save must not call from its first flush to its last: calls that allocate or release memory, wait for
+# locks, or come with threads that start and end.
+FORBIDDEN = re.compile(r"brk|mmap|munmap|futex|mremap")
 
 failures = 0
 
@@ -95,7 +96,7 @@ class Target:
 
 
 def build(target, name, *arguments):
-    """Configures and builds by the preset; returns the compile commands of the units."""
+    """Configures and builds with the preset; returns the compile commands of the units."""
     folder = target.work / name
     # Without a compiler launcher: a cache might return objects that name files of another folder.
     plain = {name: value for name, value in os.environ.items()
@@ -122,7 +123,7 @@ def build_all(target):
     compiled = {pathlib.Path(command["file"]) for command in commands}
     units = {path for folder in ("src", "platform") for path in (SOURCE / folder).rglob("*.cpp")}
     if compiled != units:
-        fail(f"units: {sorted(map(str, compiled ^ units))}")
+        fail(f"not compiled, or not in src/ and platform/: {sorted(map(str, compiled ^ units))}")
     if not all(f"--target={target.triple}{API}" in command["command"].replace(
             f"{target.processor}-linux-android", target.triple) for command in commands):
         fail(f"not compiled for API level {API}")
@@ -235,7 +236,7 @@ def compile_program(target, name, sources):
 
 
 def save(target):
-    """The system calls of a save, from the new file on."""
+    """Checks the system calls of a save, from the creation of the new file on."""
     if not shutil.which(f"qemu-{target.processor}"):
         print(f"{target.abi}: qemu-{target.processor} is not installed: no list of system calls")
         return
@@ -260,7 +261,7 @@ def save(target):
     if not wanted.search(" ".join(names)):
         fail("the system calls of a save are not in the right order")
     for call in names[flushed:last]:
-        if STEADY.search(call):
+        if FORBIDDEN.search(call):
             fail(f"a save calls {call} after its file is written: is something allocated there?")
 
 
@@ -272,7 +273,7 @@ def binds_here(target, command):
 
 
 def run_suite(target, tests):
-    """Tests the contract on the adapter for Android."""
+    """Tests whether the adapter for Android keeps the contract."""
     ran = run(*tests["adapter_contract_test"]["command"], target.run_folder / "libwyx_os_adapter.so",
               check=False, cwd=target.work, env=target.environment())
     kept = re.search(r"# (\d+) kept, 0 broken", ran.stdout)

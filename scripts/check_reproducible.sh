@@ -3,8 +3,8 @@
 # information, and compares the libraries byte by byte, also after stripping them:
 # scripts/check_reproducible.sh [SCRATCH_FOLDER]
 #
-# The copies are made in SCRATCH_FOLDER (a temporary one), which must not be in the tree unless it is in
-# build/.
+# The sources are copied to, and built in, a new folder in SCRATCH_FOLDER (default: TMPDIR, else /tmp), which
+# must not be in the tree unless it is in build/.
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)
@@ -19,8 +19,8 @@ copy_source() {
     tar -C "$source_folder" -c --exclude=./build --exclude=./.git . | tar -C "$1" -x
 }
 
-# build SOURCE BUILD TYPE: builds the libraries, without the timestamp that both builds would share if
-# the environment sets one
+# build SOURCE BUILD TYPE: builds the libraries, without SOURCE_DATE_EPOCH, which would make a
+# timestamp in them the same in both builds
 build() {
     env -u SOURCE_DATE_EPOCH cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE="$3" \
         -DWYX_BUILD_TESTS=OFF -DWYX_BUILD_EXAMPLES=OFF -DWYX_BUILD_TOOL=OFF >/dev/null

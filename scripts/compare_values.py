@@ -4,8 +4,8 @@
     scripts/compare_values.py WYX LIST
 
 LIST holds the files' names, each ended by a NUL byte. Where the two read a dialect differently, the
-reason is counted. If values differ for no known reason, the first are shown and the exit code is 1. It
-is also 1 if configparser can read none of the files.
+reason is counted. If values differ for no known reason, the first such differences are shown and the exit
+code is 1. It is also 1 if configparser can read none of the files.
 """
 
 import collections

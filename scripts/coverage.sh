@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the coverage by the quick tests:
+# Measures what the quick tests cover:
 #
 #     scripts/coverage.sh [LINES BRANCHES [ARM_LINES ARM_BRANCHES [TOOL_LINES TOOL_BRANCHES]]]
 #
@@ -8,8 +8,8 @@
 # compiles, whose tests run under emulation, or less than TOOL_LINES and TOOL_BRANCHES of tools/wyx/;
 # all are 0 if not given. Prints the totals and what is not covered; report/ and report-tool/ in
 # build/coverage and report/ in build/coverage-aarch64 have every line. A line that ends in
-# "// never: REASON" is left out: no input can reach it. So is memory.cpp: the accounting adapter is
-# built instead, so that the tests run with that adapter, too.
+# "// never: REASON" is left out: no input can reach it. memory.cpp is left out, too:
+# memory_accounting.cpp is built in its place, so that the tests run with the accounting adapter as well.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."

@@ -90,7 +90,8 @@ while IFS= read -r -d '' file; do
         wrong=$((wrong + 1))
     fi
 done <"$work/list"
-printf '%7d  %s\n' "$one" "changed in one line and those that continued it, and in no other byte" "$none" "without a section and a key"
+printf '%7d  %s\n' "$one" "changed in one line and those that continued it, and in no other byte" \
+    "$none" "without a key in a section"
 for why in "${!refused[@]}"; do
     printf '%7d  refused: %s\n' "${refused[$why]}" "$why"
 done

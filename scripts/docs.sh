@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds the documentation as a site, build/docs/html/index.html: scripts/docs.sh [FOLDER]
+# Builds the documentation as a site, FOLDER/html/index.html: scripts/docs.sh [FOLDER]
 #
-# Installs Doxygen, its theme and the search library if they are missing (Debian). Fails if Doxygen warns
-# or a link between the pages is broken. FOLDER replaces build/docs; what its folder html has is deleted.
+# FOLDER is build/docs by default; FOLDER/html is deleted first. Installs Doxygen, its theme and the search
+# library if they are missing (Debian). Fails if Doxygen warns or a link between the pages is broken.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,25 +1,26 @@
 #!/usr/bin/env bash
-# Runs the commands of the README in a bare Debian root: scripts/fresh_machine.sh [FOLDER]
+# Runs the commands of the README in a bare Debian system: scripts/fresh_machine.sh [FOLDER]
 #
-# FOLDER (default: a new temporary one) keeps the root, some 3 GiB. Root builds the libraries alone, then
-# runs scripts/test.sh and scripts/demo.sh in a clone in its home, which others cannot enter. An ordinary
-# user runs both scripts in the source archive, without name resolution, in a folder whose name has a
-# space and a letter beyond ASCII. Packages come from where this machine gets its own. Needs root; installs
-# debootstrap and git if they are missing. /proc and /dev/pts are mounted for this script alone; with
-# WYX_MOUNT=0 they are not mounted, and the tests that need them are skipped.
+# FOLDER (default: a new temporary one) keeps the system's files, some 3 GiB. There, the user root builds
+# only the libraries, then runs scripts/test.sh and scripts/demo.sh, in a clone in the home folder of root,
+# which others cannot enter. An ordinary user runs both scripts in the source archive, without name
+# resolution, in a folder whose name has a space and a letter beyond ASCII. Packages come from where this
+# machine gets its own. Needs root's rights; installs debootstrap and git if they are missing. /proc and
+# /dev/pts are mounted for this script alone; with WYX_MOUNT=0 they are not mounted, and the tests that need
+# them are skipped.
 set -euo pipefail
 
 [[ -z ${1:-} ]] || set -- "$(realpath -m "$1")"
 cd "$(dirname "$0")/.."
 source scripts/temp_folder.sh
-((EUID == 0)) || { echo "only root can make a root folder" >&2; exit 1; }
+((EUID == 0)) || { echo "only root can install a system in a folder" >&2; exit 1; }
 scripts/install_packages.sh debootstrap git
 if [[ ${WYX_MOUNT:-1} == 1 ]]; then
     WYX_MOUNT=2 exec unshare --mount scripts/fresh_machine.sh "$@" # mounts end with this script
 fi
 root=${1:-$(temp_folder)}/root
 release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-# The first address of the main distribution among apt's own.
+# The first of apt's addresses with the release's own codename, which its updates, for one, do not have.
 mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' "Created-By: Packages" |
     sed -n "s/ $release\$//p" | sort -u | head -n 1)
 : "${mirror:?apt names no address of packages for $release}"

@@ -4,9 +4,10 @@
 #
 # Unlike times, the counts depend only on the compiler and the C library, not on the machine. A plug-in
 # for qemu takes them for the builds below; qemu also fixes the CPU for which the C library chooses its
-# functions. The table of docs/instruction-counts.md is the budget. The script fails if a count of ours
-# is more than 2 % above its budget. If one is more than 2 % below, the script asks for --update, which
-# writes the new counts into the page. Columns of other compilers or another C library are skipped.
+# functions. The table of docs/instruction-counts.md is the budget. The script fails if an operation of the
+# library takes over 2 % more instructions than its budget. If one takes over 2 % fewer, the script asks for
+# --update, which writes the new counts into the page. Columns of other compilers or another C library are
+# skipped.
 #
 #     scripts/instructions.sh --compare COUNTS PAGE
 #

@@ -6,10 +6,10 @@
     scripts/make_aar.py PREFIX/arm64-v8a PREFIX/x86_64 --ndk 27 --output wyx_commlib-1.0.0.aar
 
 The modules are wyx_commlib and wyx_os_adapter, and wyx_commlib_static and wyx_os_adapter_static with the
-archives. Refuses libraries that an application could not load: of another processor, with a version in
+archives. Refuses libraries that an application could not load: for another processor, with a version in
 their SONAME, or not aligned for pages of 16 KiB; and trees that do not belong together. The same trees
-produce the same bytes, wherever and whenever they were installed. The file LICENSE is added if there is one.
-docs/android.md has more.
+produce the same bytes, wherever and whenever they were installed. The file LICENSE is added if there is
+one. docs/android.md has more.
 """
 
 import argparse
@@ -64,7 +64,7 @@ class Library:
     def abi(self, path):
         """The library's ABI, if an application can load it."""
         if self.machine not in ABIS:
-            refuse(f"{path} is of no supported processor ({', '.join(ABIS.values())})")
+            refuse(f"{path} is for no supported processor ({', '.join(ABIS.values())})")
         if self.soname != path.name:
             refuse(f"{path} has the SONAME {self.soname}: Android needs {path.name}")
         if any(align < PAGE for *_, align in self.loads):
@@ -72,7 +72,7 @@ class Library:
         return ABIS[self.machine]
 
 
-def text(value):
+def json_bytes(value):
     return (json.dumps(value, indent=2) + "\n").encode()
 
 
@@ -113,8 +113,8 @@ def contents(options, version):
             f'    android:versionName="{version}">\n'
             f'    <uses-sdk android:minSdkVersion="{options.api}" />\n'
             f'</manifest>\n'.encode(),
-        "prefab/prefab.json": text({"schema_version": 2, "name": "wyx_commlib",
-                                    "version": version, "dependencies": []}),
+        "prefab/prefab.json": json_bytes({"schema_version": 2, "name": "wyx_commlib",
+                                          "version": version, "dependencies": []}),
     }
     if LICENCE.exists():
         files["LICENSE"] = LICENCE.read_bytes()
@@ -132,16 +132,16 @@ def contents(options, version):
             for module, suffix in ((library, "so"), (f"{library}_static", "a")):
                 path = only(prefix, f"lib{library}.{suffix}")
                 if suffix == "so" and Library(path).abi(path) != abi:
-                    refuse(f"{path} is not of {abi}")
+                    refuse(f"{path} is not for {abi}")
                 needed = [f":{module}".replace("commlib", "os_adapter")]
                 folder = f"prefab/modules/{module}"
-                files[f"{folder}/module.json"] = text({
+                files[f"{folder}/module.json"] = json_bytes({
                     "export_libraries": needed if library == "wyx_commlib" else [],
                     "library_name": f"lib{library}"})
                 for name, data in headers[library].items():
                     files[f"{folder}/include/{name}"] = data
                 folder += f"/libs/android.{abi}"
-                files[f"{folder}/abi.json"] = text({
+                files[f"{folder}/abi.json"] = json_bytes({
                     "abi": abi, "api": options.api, "ndk": options.ndk, "stl": "none",
                     "static": suffix == "a"})
                 files[f"{folder}/lib{library}.{suffix}"] = path.read_bytes()

@@ -217,8 +217,8 @@ class Header:
             comment = f"**{title}.** {comment}" if title and comment else comment
             block = title.startswith("Building blocks")
             for item in items:
-                kind = self.blocks if block else self.calls if item.kind == "call" else self.others
-                kind.append((item, comment))
+                listed = self.blocks if block else self.calls if item.kind == "call" else self.others
+                listed.append((item, comment))
         self.statuses = [item for item, _ in self.others if item.is_statuses()]
 
     def start(self, name, brief, items=()):

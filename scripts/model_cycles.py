@@ -2,11 +2,11 @@
 """Models how long AArch64 cores take for the innermost loops: model_cycles.py LIBRARY [WORD...]
 
 Prints a Markdown table of the loops in functions whose names contain one of the words (default: those of
-Base64, CRC and MD5); loops of fewer than 8 instructions and loops with a call are left out. The cycles are those of llvm-mca of LLVM 19 (Debian: llvm-19). Cores
-without a model of their own use that of a close relative: neoverse-n1 for A76, neoverse-n2 for A710,
-neoverse-v1 for X1. A model is not a measurement: every load hits the first cache, every branch is
-predicted, and loads never wait for stores. The models ignore the width of the decoder, so the table
-has at least the cycles that decoding takes.
+Base64, CRC and MD5); loops of fewer than 8 instructions and loops with a call are left out. The cycles are
+those of llvm-mca of LLVM 19 (Debian: llvm-19). Cores without a model of their own use that of a close
+relative: neoverse-n1 for A76, neoverse-n2 for A710, neoverse-v1 for X1. A model is not a measurement: every
+load hits the first cache, every branch is predicted, and loads never wait for stores. The models ignore the
+width of the decoder, so where decoding takes longer, the table has the cycles of decoding.
 """
 import re
 import subprocess
@@ -27,7 +27,8 @@ def functions(library):
 
 
 def loops(code):
-    """Innermost loops of 8 instructions or more without a call: the code from the target of a backward jump up to the jump."""
+    """Innermost loops of 8 instructions or more without a call: the code from the target of a backward jump
+    up to the jump."""
     jumps = {at: int(to[1], 16) for at, text in code.items()
              if (to := re.match(r"(?:b|cb|tb)\S*\s.*?([0-9a-f]+) <", text))}
     back = [(to, at) for at, to in jumps.items() if to in code and to < at]

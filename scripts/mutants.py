@@ -1,8 +1,8 @@
 """What mistakes can be planted in a source file, and which of them are listed as survivors.
 
-A mistake is a changed operator, constant, condition or result, or a statement left out. A bound on
-a line whose comment says "speed only" is not moved by one: at the inputs that then take another path,
-the result is the same. scripts/mutate.py plants the others.
+A mistake is a changed operator, constant, condition or result, or a statement left out. scripts/mutate.py
+plants them, except those that move a bound by 1 on a line whose comment says "speed only": the inputs that
+then take another path have the same result there.
 """
 
 import collections
@@ -44,7 +44,7 @@ Mutant = collections.namedtuple("Mutant", "file start end new what")
 
 
 def tokens_of(text):
-    """All tokens but spaces and comments; a static assertion is left out whole."""
+    """All tokens but spaces, comments and directives; a static assertion is left out whole."""
     tokens = [Token(m.lastgroup, m.group(), m.start()) for m in TOKEN.finditer(text)]
     kept = []
     depth = 0

@@ -8,8 +8,9 @@
 A mistake is a changed operator, constant, condition or result, or a statement left out
 (scripts/mutants.py). Each is planted in a copy of its module outside the tree. Only the units that read
 the changed file are compiled again, and the library, adapter or tool is linked from them and the other
-units' objects. A test is built again, too, if it includes a header of src/ or has such a unit compiled
-into it, such as those of code for another CPU than the library's. The mistake is
+units' objects. A test of a module is built again, too, if one of its own units reads the changed file: a
+source that includes a header of src/, or a unit of the product that is compiled into the test, such as
+code for another CPU than the library's. The mistake is
 
     killed      if a test of its module fails or hangs, or a static assertion fails
     equivalent  if the optimised object is the same, byte for byte: there is no mistake to notice
@@ -27,8 +28,8 @@ run first.
 
 A survivor must be listed in tests/project/mutation/survivors.txt with the reason why no test can see
 it. The run fails if a survivor is not listed, if a test kills a listed mistake, if nothing was
-killed, or if fewer than --least mistakes were tried although there were as many. Unless it is a sample,
-it also fails if a listed mistake no longer exists, or if fewer than 97 of 100 mistakes that can be
+killed, or if mistakes were left although fewer than --least were tried. Unless it is a sample, it
+also fails if a listed mistake no longer exists, or if fewer than 97 of 100 mistakes that can be
 seen were killed.
 
 With --build and --asan-build, existing build folders of the presets "release" and "asan" are used;
@@ -125,13 +126,13 @@ def finish(process, limit):
 
 
 class Image:
-    """What is linked from units of the product: a library, the tool, or a test with own units."""
+    """What can be linked again: a library, the tool, or a test of which some units read the product's sources."""
 
     def __init__(self, build, target, link, compiles):
         self.build = build
         self.target = target
         self.link = link
-        self.compiles = compiles  # by unit: the command, and the object as the linker takes it
+        self.compiles = compiles  # by unit: the command, and the object as the link command names it
         self.plain = {}  # objects of the unchanged units, compiled in the same way
 
     def parts_of(self, unit):
@@ -383,8 +384,8 @@ class Runner:
             sys.exit(f"{test.program} does not load {self.product(name)}")
 
     def compile_all(self, image, file, root):
-        """The objects of an image with a changed file, by unit, without the unchanged ones; or the
-        compiler's verdict."""
+        """Compiles the units of an image with a changed file. Returns those objects that differ, by unit,
+        and the outcome if one does not compile: killed or invalid, else None."""
         objects = {}
         for number, unit in enumerate(self.units_with(image, file)):
             output = self.folder() / f"{number}.o"

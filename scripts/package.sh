@@ -27,7 +27,7 @@ if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     fi
 fi
 export SOURCE_DATE_EPOCH
-export LC_ALL=C.UTF-8 # CPack could not pack from a folder with letters beyond ASCII
+export LC_ALL=C.UTF-8 # else CPack cannot pack in a folder whose name has letters beyond ASCII
 umask 022
 mkdir -p "$folder"
 rm -f "$folder"/*.deb "$folder"/*.tar.xz "$folder"/*.spdx.json "$folder"/SHA256SUMS

@@ -10,8 +10,8 @@
 # ext4 flushes more than it is asked to: when a new file is flushed, its directory entry is, too. That
 # can hide a missing flush, so power_cut_test then checks every combination of what a device may lose.
 #
-# Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names the
-# build folder (build/release), of a preset without sanitizers and coverage.
+# Needs root and loop devices; if it cannot mount, it says so and exits with 77. BUILD names the build
+# folder (default: build/release); its preset must have neither sanitizers nor coverage.
 set -euo pipefail
 
 source_folder=$(cd "$(dirname "$0")/.." && pwd)

@@ -168,7 +168,7 @@ for kind in ("", "_static"):
 # What an application could not load is refused.
 for name, library, change, message in (
         ("mips", "libwyx_*", set_machine(8), "no supported processor"),
-        ("mixed", "libwyx_os_adapter", set_machine(number), f"not of {ABI}"),
+        ("mixed", "libwyx_os_adapter", set_machine(number), f"not for {ABI}"),
         ("versioned", "libwyx_os_adapter", set_soname, "SONAME"),
         ("aligned", "libwyx_commlib", set_alignment, "16 KiB")):
     refused = make(WORK / "none.aar", patched(name, library, change))
