@@ -1,5 +1,5 @@
 # Debian packages: the libraries, what is needed to build with them, the tool, and the debug
-# information of both. scripts/package.sh makes them and the source archive.
+# information of libraries and tool. scripts/package.sh makes them and the source archive.
 include_guard(GLOBAL)
 
 set(WYX_PACKAGE_CONTACT "libwyx_commlib maintainers <libwyx_commlib@packages.invalid>" CACHE STRING
@@ -74,7 +74,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} ${same_version}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "checksums, containers, INI files, addresses and Base64 for C (headers)\n\
 What is needed for building programs with libwyx_commlib: headers, files for\n\
-CMake and pkg-config, the manual pages of the calls, and a program that tries\n\
+CMake and pkg-config, the manual pages of the calls, and a program that tests\n\
 adapters.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)
 

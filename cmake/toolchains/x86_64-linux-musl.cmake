@@ -12,7 +12,7 @@ execute_process(COMMAND clang++ -print-resource-dir OUTPUT_VARIABLE resources
 cmake_path(SET libcxx NORMALIZE "${resources}/../../../include/c++/v1")
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-nostdinc++ -nostdlibinc -isystem ${libcxx}>"
     "$<$<COMPILE_LANGUAGE:CXX>:SHELL:-isystem /usr/include/x86_64-linux-musl>")
-# Clang would use the start files and libraries of the other C library.
+# Clang would link with glibc and its start files.
 set(CMAKE_CXX_LINK_EXECUTABLE
     "<CMAKE_C_COMPILER> <CMAKE_CXX_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
 set(CMAKE_CXX_CREATE_SHARED_LIBRARY
