@@ -15,7 +15,7 @@ from urllib.parse import unquote, urlsplit
 class Page(HTMLParser):
     def __init__(self, file):
         super().__init__()
-        self.links, self.places, self.loads, self.unmade = [], set(), [], []
+        self.links, self.places, self.loads, self.left_as_text = [], set(), [], []
         self.is_as_written = False
         self.feed(file.read_text())
 
@@ -34,14 +34,15 @@ class Page(HTMLParser):
 
     def handle_data(self, data):
         if not self.is_as_written:
-            self.unmade += re.findall(r"@ref \S+|</?tt>|!\[.{,20}|^\|--+|.{,20}`.{,20}", data, re.M)
+            self.left_as_text += re.findall(r"@ref \S+|</?tt>|!\[.{,20}|^\|--+|.{,20}`.{,20}", data,
+                                            re.M)
 
 
 def check(folder):
     pages = {file: Page(file) for file in sorted(folder.rglob("*.html"))}
     errors, count = [] if pages else [f"{folder}: has no pages"], 0
     for file, page in pages.items():
-        errors += [f"{file.name}: {text}: Doxygen left this as text" for text in page.unmade]
+        errors += [f"{file.name}: {text}: Doxygen left this as text" for text in page.left_as_text]
         for link in page.links + page.loads:
             parts = urlsplit(link)
             if parts.netloc and link in page.loads:

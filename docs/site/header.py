@@ -12,7 +12,7 @@ SCRIPTS = ("lunr.min.js", "search-data.js", "search.js", "sidebar.js")
 
 def replaced(text, old, new):
     if text.count(old) != 1:
-        sys.exit(f"the head of Doxygen's pages has {text.count(old)} times: {old}")
+        sys.exit(f"the head of Doxygen's pages has {old!r} {text.count(old)} times, not once")
     return text.replace(old, new)
 
 

@@ -100,6 +100,6 @@ def read(path):
 
 @functools.cache
 def read_all():
-    """Every header by its file name."""
+    """The headers that mention WYX_API, by file name."""
     paths = [path for folder in FOLDERS for path in sorted(folder.glob("*.h"))]
     return {path.name: read(path) for path in paths if "WYX_API" in path.read_text()}

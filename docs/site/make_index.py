@@ -81,7 +81,8 @@ def joined(text, length=None):
 
 
 def entry(kind, title, where, url, text="", shown=None, names=""):
-    """Kinds are page, section, call, part (of a call), status and name. The list shows the text's beginning."""
+    """Kinds are page, section, call, part (of a call), status and name. The list of results shows the
+    beginning of `shown`, or of the text if it is None."""
     return {"kind": kind, "title": title, "where": where, "url": url, "text": joined(text),
             "shown": joined(text, 110) if shown is None else joined(shown, 110), "names": names}
 

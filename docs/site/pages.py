@@ -7,7 +7,7 @@ ROOT = Path(__file__).resolve().parents[2]
 # The run of the comparisons that the site shows, as a page of the same name.
 SAMPLE_RUN = ROOT / "docs/bench-sample.json"
 
-# A page that no group names, such as a new one, goes into the group of contributors.
+# A page that no group names, such as a new one, goes into the group "Contributing".
 GROUPS = {
     "Start": ["README.md", "docs/which-module.md", "docs/bindings.md", "docs/tool.md"],
     "Modules": [f"docs/modules/{name}.md" for name in (
@@ -22,7 +22,7 @@ GROUPS = {
 }
 
 
-# What else a page, or a section of one, is searched for: a line after its heading.
+# A line after the heading of a page or section: further words by which the search finds it.
 SEARCHED = re.compile(r"<!-- search: (.+) -->")
 
 
