@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# How scripts/instructions.sh judges counts: each case changes one cell of the page's own table.
+# How scripts/instructions.sh judges counts: each case is the page's own table with one change.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../../.." && pwd)

@@ -1,5 +1,5 @@
-# Runs PROGRAM in FOLDER on the file it expects and on a file that cannot be changed, and checks what it
-# prints and what it leaves.
+# Runs PROGRAM in FOLDER on the file it expects and on a malformed file, and checks what it prints and what
+# it leaves.
 cmake_minimum_required(VERSION 3.25)
 
 file(REMOVE_RECURSE "${FOLDER}")

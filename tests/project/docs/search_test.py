@@ -21,7 +21,8 @@ COUNTED = 3
 # Queries whose first result must be right.
 FIRST = {"link", "free result"}
 
-# query: pages, each with or without a place; "" is a query that finds nothing
+# query: pages, each with or without a place, and what else the title must contain; "" is a query that
+# finds nothing
 QUERIES = {
     "link": "index.html#index-cmake index.html#index-pkg-config",
     "free result": "ownership-and-errors.html",

@@ -90,7 +90,7 @@ class Planting(unittest.TestCase):
 
 
 class Fake:
-    """A run over the mistakes of a small text, whose ends the test decides."""
+    """A run over the mistakes of a small text; the test decides how each ends."""
 
     def __init__(self, text="x = 1;\ny = 2;\nz = 3;\n", listed=None):
         self.places = mutants.places_of("a.cpp", text)
