@@ -20,7 +20,7 @@ ExitCode Help(const Command &command)
     return ExitCode::kOk;
 }
 
-/// "wyx" or "wyx ini", followed by anything but a verb.
+/// "wyx" or "wyx ini" without a verb: with an option, with "help", or by mistake.
 ExitCode RunFamily(const Command &family, Words words)
 {
     if (words.empty()) {
@@ -65,7 +65,7 @@ bool MeansJson(std::string_view word)
     return word.starts_with("--j") && std::string_view("--json").starts_with(word);
 }
 
-/// Is --json among the options? A value of another option is no option.
+/// Is --json among the options? It does not count as the value of another option, or after "--".
 bool AsksForJson(Words words)
 {
     const Command &command = TakeCommand(words);
@@ -74,13 +74,13 @@ bool AsksForJson(Words words)
         if (!isValue && (word == "--" || MeansJson(word))) {
             return word != "--";
         }
-        isValue = !isValue && OptionBeforeItsValue(command, word) != nullptr;
+        isValue = !isValue && OptionTakingNextWord(command, word) != nullptr;
     }
     return false;
 }
 
-/// Reports the failure that ended the tool. With --json, also writes it as JSON.
-ExitCode Ended(const Failure &failure, Words words)
+/// Reports a failure that ends the tool. With --json, also writes it as JSON.
+ExitCode ReportFailure(const Failure &failure, Words words)
 {
     Report(failure);
     if (AsksForJson(words)) {
@@ -95,14 +95,14 @@ ExitCode Ended(const Failure &failure, Words words)
     return failure.Code();
 }
 
-ExitCode RunReported(Words words)
+ExitCode RunAndReport(Words words)
 {
     try {
         return Run(words);
     } catch (const Failure &failure) {
-        return Ended(failure, words);
+        return ReportFailure(failure, words);
     } catch (const std::bad_alloc &) {
-        return Ended({ExitCode::kIo, "out of memory"}, words);
+        return ReportFailure({ExitCode::kIo, "out of memory"}, words);
     }
 }
 
@@ -116,7 +116,7 @@ int main(int argc, char **argv)
     PrepareStreams();
     const std::vector<std::string> words(argv + 1, argv + argc);
     try {
-        const ExitCode code = RunReported(words);
+        const ExitCode code = RunAndReport(words);
         FlushOutput();
         return static_cast<int>(code);
     } catch (const OutputFailure &failure) {

@@ -1,7 +1,7 @@
 # Completion of wyx for bash: the tool itself offers the words that fit.
 
-# _wyx_plain WORD: a word of the command line without its quotes. Nothing but ~/ at its beginning is
-# expanded: completing must not run what somebody is typing.
+# _wyx_plain WORD: a word of the command line without its quotes and backslashes. Nothing but ~/ at
+# its beginning is expanded: completing must not run what somebody is typing.
 _wyx_plain() {
     local word=${1//[\\\"\']/}
     printf '%s' "${word/#~\//$HOME/}"
@@ -10,7 +10,7 @@ _wyx_plain() {
 _wyx() {
     local words=() at line
     for ((at = 1; at <= COMP_CWORD; ++at)); do
-        # The shell takes KEY=VALUE and --option=VALUE apart.
+        # The shell splits KEY=VALUE and --option=VALUE around the "=".
         if ((at > 1)) && [[ ${COMP_WORDS[at]} == "=" || ${COMP_WORDS[at - 1]} == "=" ]]; then
             words[-1]+=$(_wyx_plain "${COMP_WORDS[at]}")
         else

@@ -17,7 +17,7 @@ enum class ExitCode {
 };
 
 /// The more serious of two exit codes, for verbs that go on with the next file.
-inline ExitCode Graver(ExitCode left, ExitCode right)
+inline ExitCode Worse(ExitCode left, ExitCode right)
 {
     constexpr int kRanks[] = {0, 1, 4, 3, 2}; // by exit code
     const auto rank = [&](ExitCode code) { return kRanks[static_cast<int>(code)]; };

@@ -67,11 +67,11 @@ FileInput::FileInput(const Descriptor &file, const std::string &name)
     : shown_(Quoted(name)), fd_(file.Get()), progress_(shown_, SizeOf(fd_, shown_))
 {}
 
-std::size_t FileInput::Read(std::span<unsigned char> room)
+std::size_t FileInput::Read(std::span<unsigned char> buffer)
 {
     std::size_t held = 0;
-    while (held < room.size()) {
-        const ssize_t now = read(fd_, room.data() + held, room.size() - held);
+    while (held < buffer.size()) {
+        const ssize_t now = read(fd_, buffer.data() + held, buffer.size() - held);
         if (now == -1 && errno == EINTR) {
             continue;
         }

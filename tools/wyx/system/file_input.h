@@ -1,4 +1,4 @@
-// Reading files of any size piece by piece, and writing them, by descriptor.
+// Reading a file, piece by piece or whole, and writing to a file descriptor.
 #ifndef WYX_TOOL_FILE_INPUT_H
 #define WYX_TOOL_FILE_INPUT_H
 
@@ -37,10 +37,10 @@ class FileInput {
     /// Reads an open file, which must outlive the object.
     FileInput(const Descriptor &file, const std::string &name);
 
-    /// Reads the next piece, which fills the room unless the file ends.
+    /// Reads the next piece, which fills the buffer unless the file ends.
     /// @return its length, 0 at the end
     /// @throws Failure
-    std::size_t Read(std::span<unsigned char> room);
+    std::size_t Read(std::span<unsigned char> buffer);
 
     /// The file's name in messages.
     const std::string &ShownName() const { return shown_; }

@@ -17,10 +17,10 @@ constexpr std::chrono::milliseconds kUsualWait = std::chrono::seconds(10);
 
 struct TargetOptions {
     std::size_t limit = 0;                       ///< the size of the largest file that is accepted
-    bool mayBeMissing = false;                   ///< accept a name without a file
-    std::function<std::string()> missingHint{};  ///< what to do about a file that is missing
+    bool mayBeMissing = false;                   ///< the file need not exist
+    std::function<std::string()> missingHint{};  ///< makes the hint for a missing file
     std::chrono::milliseconds wait = kUsualWait; ///< how long to wait for the file's lock
-    const char *lockedHint = "";                 ///< what to do about a file that stays locked
+    const char *lockedHint = "";                 ///< the hint if the file stays locked
 };
 
 /// The file to change: the one that its name leads to, through symbolic links. It is locked (flock)

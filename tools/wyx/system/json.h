@@ -1,6 +1,6 @@
-// JSON output. Texts of files are bytes without a known encoding, JSON is UTF-8: a text that is not
-// valid UTF-8 is shown with replacement characters. If SetText() or SetTexts() sets it, a second
-// member has its exact bytes in hexadecimal: "value" and "value_hex".
+// JSON output. JSON is UTF-8, but a text may be any bytes: what is not valid UTF-8 is written as
+// replacement characters. SetText() and SetTexts() then add a second member with the exact bytes in
+// hexadecimal, such as "value_hex" beside "value".
 #ifndef WYX_TOOL_JSON_H
 #define WYX_TOOL_JSON_H
 
@@ -56,10 +56,10 @@ void SetText(Json &object, const std::string &member, std::string_view text);
 /// Sets a member to a text, or to null if there is none.
 void SetOptional(Json &object, const std::string &member, const std::optional<std::string> &text);
 
-/// Marks the item of an input as failed, and says why.
+/// Marks an input's item as failed, and says why.
 void SetError(Json &item, const Failure &failure);
 
-/// Sets a member to an array of texts; the second member, if one is needed, shows all of them.
+/// Sets a member to an array of texts; the second member, if one is needed, has all of them.
 void SetTexts(Json &object, const std::string &member, const std::vector<std::string> &texts);
 
 void PutJson(const Json &document);
@@ -72,7 +72,7 @@ class Results {
 
     bool IsJson() const { return isJson_; }
     void Add(Json item);
-    void Note(ExitCode code) { worst_ = Graver(worst_, code); }
+    void Note(ExitCode code) { worst_ = Worse(worst_, code); }
 
     /// Does work that fills an item, and notes its exit code. Reports a failure, and sets it in
     /// the item.

@@ -1,4 +1,4 @@
-// Holds back SIGINT, SIGTERM, SIGHUP and SIGQUIT until a change of a file is finished.
+// Holds back SIGINT, SIGTERM, SIGHUP and SIGQUIT until a change to a file is finished.
 #ifndef WYX_TOOL_SIGNAL_BLOCK_H
 #define WYX_TOOL_SIGNAL_BLOCK_H
 

@@ -57,7 +57,7 @@ void Report(const Failure &failure);
 Failure SystemFailure(const std::string &what, int error, const std::string &hint = {});
 
 /// The line that shows how far a long file has been read. It appears after half a second if
-/// standard error is a terminal, and disappears with the object.
+/// standard error is a terminal, unless TERM is "dumb", and disappears with the object.
 class Progress {
   public:
     /// @param total  size of the file in bytes, 0 if it is not known

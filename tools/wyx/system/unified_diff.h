@@ -7,7 +7,7 @@
 
 namespace wyx::tool {
 
-/// @param name  of the file, for both of the header's lines
+/// @param name  of the file, for both header lines
 /// @return the difference; empty if the texts are the same
 std::string UnifiedDiff(const std::string &name, std::string_view before, std::string_view after);
 

@@ -88,15 +88,16 @@ std::optional<Address> Parse(std::string text)
     return std::nullopt;
 }
 
-Fault Instead(const std::string &text, std::size_t at, const std::string &expected)
+/// The fault at an offset where @p what was expected.
+Fault Expected(const std::string &text, std::size_t at, const std::string &what)
 {
     if (at >= text.size()) {
-        return {at, expected + " is expected, but the text ends"};
+        return {at, what + " is expected, but the text ends"};
     }
     const std::string found = text.substr(at, 1);
     return {at, found == "%"   ? "a zone is not accepted"
                 : found == "/" ? "a prefix length is not accepted"
-                               : expected + " is expected, not " + Quoted(found)};
+                               : what + " is expected, not " + Quoted(found)};
 }
 
 std::size_t EndOfRun(const std::string &text, std::size_t at, const char *characters)
@@ -130,12 +131,12 @@ Fault Ipv4Fault(const std::string &text)
     std::size_t at = 0;
     for (int octet = 1; octet <= 4; ++octet) {
         if (octet > 1 && text[at++] != '.') {
-            return Instead(text, at - 1, "'.'");
+            return Expected(text, at - 1, "'.'");
         }
         const std::size_t end = EndOfNumber(text, at);
         if (end == at) {
-            return IsHexPrefix(text, at) ? Instead(text, at + 2, "a hexadecimal digit")
-                                         : Instead(text, at, "a digit");
+            return IsHexPrefix(text, at) ? Expected(text, at + 2, "a hexadecimal digit")
+                                         : Expected(text, at, "a digit");
         }
         if ((ValueOf(text.substr(at, end - at)) & 0xFFFFFFFFUL) > kLargestOctet) {
             return {at, "this octet is more than 255"};
@@ -143,10 +144,10 @@ Fault Ipv4Fault(const std::string &text)
         at = end;
     }
     if (text[at] != ':') {
-        return Instead(text, at, "the end, or ':' and a port,");
+        return Expected(text, at, "the end, or ':' and a port,");
     }
     const std::size_t end = EndOfNumber(text, at + 1);
-    return Instead(text, end, end == at + 1 ? "a port" : "the end");
+    return Expected(text, end, end == at + 1 ? "a port" : "the end");
 }
 
 /// Why a text is not an IPv6 address with or without a port.
@@ -164,7 +165,7 @@ Fault Ipv6Fault(const std::string &text)
         }
         const std::size_t end = EndOfRun(text, at, kHexDigits);
         if (end == at) {
-            return Instead(text, at, "a hexadecimal digit or '::'");
+            return Expected(text, at, "a hexadecimal digit or '::'");
         }
         if (end - at > kMostGroupDigits) {
             return {at + kMostGroupDigits, "a group has at most 4 digits"};
@@ -182,18 +183,18 @@ Fault Ipv6Fault(const std::string &text)
     if (!isCompressed && groups < kGroups) {
         return isEnd
                    ? Fault{at, "only " + std::to_string(groups) + " groups: 8, or '::', are needed"}
-                   : Instead(text, at, "':' and a group, or '::',");
+                   : Expected(text, at, "':' and a group, or '::',");
     }
     if (groups < kGroups && text.substr(at, 2) == "::") {
         return {at, "a second '::'"};
     }
     if (!isEnd && text[at] != ':') {
-        return Instead(text, at, "':' and a group, ']' or the end");
+        return Expected(text, at, "':' and a group, ']' or the end");
     }
     for (const char ch : {']', ':'}) {
         at += at < text.size() && text[at] == ch ? 1U : 0U;
     }
-    return Instead(text, at, "a port");
+    return Expected(text, at, "a port");
 }
 
 Fault FaultOf(const std::string &text)
@@ -205,8 +206,9 @@ Fault FaultOf(const std::string &text)
     return isIpv6 ? Ipv6Fault(text) : Ipv4Fault(text);
 }
 
-/// The length of an accepted text without its ignored rest. The rest begins with the first
-/// character after which "?", "1" and ":1" all leave the result as it is.
+/// The length of an accepted text without its ignored rest. To find the rest, the text is cut after
+/// each character in turn: it begins with the first one after which "?", "1" and ":1" can all
+/// follow without changing the result.
 std::size_t LengthThatMatters(const std::string &text, const Address &address)
 {
     std::size_t length = 0;
@@ -256,7 +258,7 @@ std::string PortText(const std::string &text, const Address &address)
     return text.substr(colon + 1);
 }
 
-/// Is this "ADDRESS", "[ADDRESS]" or "[ADDRESS]:PORT", and do other parsers read that address, too?
+/// Is this "ADDRESS", "[ADDRESS]" or "[ADDRESS]:PORT", and does inet_pton() read the same address?
 bool IsStandardIpv6(const std::string &text, const Address &address)
 {
     const std::string port = PortText(text, address);

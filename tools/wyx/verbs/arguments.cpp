@@ -101,7 +101,7 @@ std::vector<Operand> OperandsOf(const Command &command)
     return operands;
 }
 
-const Option *OptionBeforeItsValue(const Command &command, std::string_view word)
+const Option *OptionTakingNextWord(const Command &command, std::string_view word)
 {
     const auto options = command.Options();
     const auto option = std::ranges::find_if(options, [&](const Option &known) {
@@ -136,7 +136,7 @@ void Arguments::Take(Words words)
     // What getopt_long() returns: 1 for an operand, a letter for a short option, kFirstLong and
     // more for long ones, '?' for an option that is wrong, ':' for a missing value.
     const auto options = command_.Options();
-    std::string letters = "-:"; // return operands where they are, and ':' for a missing value
+    std::string letters = "-:"; // return operands in order, and ':' for a missing value
     std::vector<option> names;
     for (const Option &known : options) {
         const bool hasValue = !known.value.empty();
@@ -158,7 +158,7 @@ void Arguments::Take(Words words)
     }
     const int argc = static_cast<int>(argv.size());
     argv.push_back(nullptr);
-    optind = 0; // from the start, the second time, too
+    optind = 0; // forgets an earlier call
     opterr = 0;
     for (int found;
          (found = getopt_long(argc, argv.data(), letters.c_str(), names.data(), nullptr)) != -1;) {

@@ -1,4 +1,4 @@
-// The words of the command line, taken apart by the grammar.
+// Parsing the words of the command line by the grammar.
 #ifndef WYX_TOOL_ARGUMENTS_H
 #define WYX_TOOL_ARGUMENTS_H
 
@@ -15,10 +15,11 @@ namespace wyx::tool {
 
 using Words = std::span<const std::string>;
 
-/// The deepest command that the words begin with; its name is removed from them.
+/// Removes the words that name a command from the front.
+/// @return the deepest command that they name; the family itself if they name none
 const Command &TakeCommand(Words &words, const Command &family = Commands().front());
 
-/// For a command line without a verb, or with a wrong word in its place: lists the verbs.
+/// The failure for a command line that has no verb, or a wrong word in its place.
 Failure NoVerb(const Command &family, Words words);
 
 /// What an operand of the grammar means: "[KEY=VALUE...]" has the name "KEY=VALUE".
@@ -29,10 +30,10 @@ struct Operand {
 };
 std::vector<Operand> OperandsOf(const Command &command);
 
-/// The option whose value is the word after this one; null if there is none.
-const Option *OptionBeforeItsValue(const Command &command, std::string_view word);
+/// If the word is an option that takes the next word as its value: that option, otherwise null.
+const Option *OptionTakingNextWord(const Command &command, std::string_view word);
 
-/// Options and operands of a command, as getopt_long() takes them apart: options may be anywhere
+/// Options and operands of a command, as getopt_long() parses them: options may be anywhere
 /// before a "--", and long ones may be abbreviated.
 class Arguments {
   public:
@@ -56,7 +57,7 @@ class Arguments {
     Words From(std::size_t at) const { return Words(operands_).subspan(at); }
 
     /// The inputs that the operands name; "-", standard input, if there are no operands.
-    /// @throws Failure instead of waiting for input from a terminal
+    /// @throws Failure if there are no operands and standard input is a terminal
     std::vector<std::string> Inputs() const;
 
     /// Refuses options that make no sense together.

@@ -9,7 +9,7 @@ namespace wyx::tool {
 
 namespace {
 
-/// Leaves out names with control bytes, which would break the lines.
+/// Writes a word that completes the current one, unless control bytes in it would break the line.
 void Offer(std::string_view word, std::string_view current, std::string_view text = {})
 {
     if (word.starts_with(current) && Shown(word) == word) {
@@ -35,7 +35,7 @@ Typed Read(const Command &command, Words words)
         } else if (word == "--") {
             typed.isPlain = true;
         } else {
-            typed.waiting = OptionBeforeItsValue(command, word);
+            typed.waiting = OptionTakingNextWord(command, word);
         }
     }
     return typed;

@@ -206,7 +206,7 @@ ExitCode List(const std::string &target, const std::vector<Candidate> &candidate
         }
         if (failure) {
             Report(*failure);
-            code = Graver(code, failure->Code());
+            code = Worse(code, failure->Code());
         }
     }
     if (isJson) {

@@ -115,8 +115,8 @@ struct Entry {
     std::string name;
 };
 
-constexpr std::string_view kEscaped = "\n\r\\"; // in names ...
-constexpr std::string_view kCodes = "nr\\";     // ... each as a backslash and this
+constexpr std::string_view kEscaped = "\n\r\\"; // escaped in names
+constexpr std::string_view kCodes = "nr\\";     // what follows the backslash, in the same order
 
 bool NeedsEscape(std::string_view name)
 {
@@ -227,7 +227,7 @@ std::optional<Entry> ParseLine(std::string_view line)
     }
     line = WithoutBlanks(line);
     if (line.ends_with('\r')) {
-        line.remove_suffix(1); // from an editor that writes CR LF; our lists escape one in a name
+        line.remove_suffix(1); // the line ended in CR LF; our lists escape a CR in a name
     }
     const bool isEscaped = line.starts_with('\\');
     if (isEscaped) {
@@ -285,7 +285,7 @@ ExitCode MakeSums(Words names, const Algorithm &algorithm, const Options &option
     return results.Finish();
 }
 
-/// Verifies the sums of lists.
+/// Verifies the sums that lists contain.
 class Checker {
   public:
     explicit Checker(const Options &options) : options_(options), results_(options.isJson) {}
@@ -353,15 +353,15 @@ class Checker {
         Warn(count_.unreadable, "listed file could not be read", "listed files could not be read");
         Warn(count_.mismatches, "computed checksum did NOT match",
              "computed checksums did NOT match");
-        const bool isNothing = options_.isMissingIgnored && count_.matches == 0;
-        if (isNothing && !IsSilent()) {
+        const bool isNoneVerified = options_.isMissingIgnored && count_.matches == 0;
+        if (isNoneVerified && !IsSilent()) {
             PutError(ShownInput(list) + ": no file was verified");
         }
-        ExitCode worst = count_.mismatches > 0 || isNothing ? ExitCode::kNo : ExitCode::kOk;
+        ExitCode worst = count_.mismatches > 0 || isNoneVerified ? ExitCode::kNo : ExitCode::kOk;
         if (count_.malformed > 0 && options_.isStrict) {
-            worst = Graver(worst, ExitCode::kMalformed);
+            worst = Worse(worst, ExitCode::kMalformed);
         }
-        return Graver(worst, count_.unreadable > 0 ? ExitCode::kIo : ExitCode::kOk);
+        return Worse(worst, count_.unreadable > 0 ? ExitCode::kIo : ExitCode::kOk);
     }
 
     static bool IsMissing(const std::string &name)
