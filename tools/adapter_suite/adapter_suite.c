@@ -4,7 +4,7 @@
  *
  * Each promise is tested in a process of its own, so that a crash or an endless loop is a result
  * like any other. The suite reads and writes files through the adapter alone, under names in a new
- * temporary folder: they need not be files of the system.
+ * temporary folder. An adapter may keep the files elsewhere, in memory for example.
  */
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -562,7 +562,7 @@ static char *MemoryEnd(void)
     return pages + PAGE;
 }
 
-/* A copy of a text whose terminator is the last byte that can be read. */
+/* A copy of a text, placed so that its terminator is the last byte that can be read. */
 static char *AtEnd(const char *pszText)
 {
     char *const copy = MemoryEnd() - strlen(pszText) - 1;
@@ -939,7 +939,7 @@ static const struct {
 };
 enum { PROMISES = sizeof kPromises / sizeof kPromises[0] };
 
-/* Removes the folder, and what the adapter has left in it if its files are the system's. */
+/* Removes the folder, and any files that the adapter has left in it. */
 static void RemoveFolder(void)
 {
     DIR *const folder = opendir(pszFolder);
